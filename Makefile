@@ -1,0 +1,59 @@
+# The commands that a newcomer needs; CMakePresets.json holds the builds themselves.
+
+SAMPLE ?= build/sample
+HOME_OF_SAMPLE = /Users/ann
+QUARN = build/release/bin/quarn
+
+.PHONY: help packages build demo test check format bench fuzz asan tsan clean
+
+help:
+	@echo "make demo   build, make a sample Mac volume, inspect an app on it"
+	@echo "make test   build and run every test"
+	@echo "make check  formatting, clang-tidy, include edges"
+	@echo "make bench  measure against the floor of system calls and other tools"
+	@echo "make fuzz   fuzz every parser, FUZZ_SECONDS each (60)"
+
+packages:
+	@cmake/install-packages.sh
+
+build: packages
+	cmake --preset release
+	cmake --build --preset release
+
+demo: build
+	rm -rf $(SAMPLE)
+	$(QUARN) sample $(SAMPLE)
+	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) apps
+	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) inspect "Lumen Notes"
+	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) plan "Lumen Notes"
+
+test: packages
+	cmake --preset dev
+	cmake --build --preset dev
+	ctest --preset dev -j 2
+
+check: packages
+	cmake --preset dev
+	cmake/check-format.sh
+	cmake/check-edges.sh
+	cmake/check-tidy.sh build/dev
+
+format:
+	cmake/check-format.sh --fix
+
+bench: build
+	benchmarks/run.sh $(QUARN) $(BENCH)
+
+FUZZ_SECONDS ?= 60
+fuzz: packages
+	cmake --preset fuzz
+	cmake --build --preset fuzz
+	tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
+
+asan tsan: packages
+	cmake --preset $@
+	cmake --build --preset $@
+	ctest --preset $@ -j 2
+
+clean:
+	rm -rf build

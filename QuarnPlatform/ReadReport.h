@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace quarn {
+
+/// Why an item could not be read.
+enum class UnreadableCause : std::uint8_t { permission, vanished, otherDevice, loop, other };
+
+/// One folder or item that a walk or a look-up left out.
+struct UnreadableItem {
+  std::string path;  ///< as the Mac names it
+  UnreadableCause cause = UnreadableCause::other;
+  int error = 0;     ///< errno; 0 for a mount point that was not entered
+
+  friend bool operator==(const UnreadableItem&, const UnreadableItem&) = default;
+};
+
+/// Collects what could not be read while operations go on past it. Safe from any thread; memory is bounded: the first
+/// items are kept, `kKeptItems` at most and with paths of `kKeptBytes` at most, the rest only counted. A walk on several
+/// threads adds in no particular order.
+class ReadReport {
+ public:
+  static constexpr std::size_t kKeptItems = 10'000;
+  static constexpr std::size_t kKeptBytes = 4'000'000;
+
+  /// `error` is an errno; EXDEV stands for a mount point that was not entered.
+  void add(std::string path, int error);
+  void addOtherDevice(std::string path);
+
+  [[nodiscard]] std::vector<UnreadableItem> items() const;
+  [[nodiscard]] std::uint64_t count() const;
+  [[nodiscard]] std::uint64_t count(UnreadableCause cause) const;
+
+ private:
+  void add(UnreadableItem item);
+
+  mutable std::mutex mutex_;
+  std::vector<UnreadableItem> items_;
+  std::size_t keptBytes_ = 0;
+  std::uint64_t counts_[5] = {};
+};
+
+/// The cause that an errno stands for.
+UnreadableCause unreadableCause(int error);
+
+}  // namespace quarn

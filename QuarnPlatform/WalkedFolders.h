@@ -1,0 +1,107 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "QuarnPlatform/FileDescriptor.h"
+#include "QuarnPlatform/FolderOpener.h"
+
+namespace quarn {
+
+/// The folders that a walk still has something to open or to read in: how they lie in each other, their names, and a
+/// bounded number of open descriptors. A folder whose descriptor had to be closed is opened again when it is needed, by
+/// name from its nearest open ancestor; ".." is never used, because a folder that was moved meanwhile would lead the
+/// walk out of its root. Safe from any thread; must outlive its uses.
+class WalkedFolders {
+ public:
+  /// Descriptors held at one time, those in use by a thread at that moment aside.
+  static constexpr std::size_t kMaximumOpen = 64;
+
+  /// A right to open and read items in one folder, which stays known as long as some use of it or of a folder in it
+  /// lives.
+  class Use {
+   public:
+    Use(Use&& other) noexcept : folders_(std::exchange(other.folders_, nullptr)), folder_(other.folder_) {}
+    Use& operator=(Use&& other) noexcept;
+    ~Use();
+
+    /// A further use of the same folder.
+    [[nodiscard]] Use another() const;
+    /// Opens the folder `name` in it. A folder that cannot be reached again gives the errno of the folder that failed.
+    [[nodiscard]] OpenedFolder open(const char* name) const;
+    /// Takes over the open folder `name` in it; never fails.
+    [[nodiscard]] Use add(std::string_view name, FileDescriptor folder) const;
+    /// The names from the root down to it, each behind a "/"; empty for the root.
+    [[nodiscard]] std::string path() const;
+
+   private:
+    friend class WalkedFolders;
+    friend class PinnedFolder;
+    Use(WalkedFolders& folders, std::uint32_t folder) : folders_(&folders), folder_(folder) {}
+
+    WalkedFolders* folders_;
+    std::uint32_t folder_;
+  };
+
+  explicit WalkedFolders(FileDescriptor root);
+
+  [[nodiscard]] Use root();
+
+ private:
+  friend class PinnedFolder;
+  using Id = std::uint32_t;
+  static constexpr Id kRoot = 0;
+
+  struct Folder {
+    FileDescriptor descriptor;
+    std::string name;
+    Id parent = kRoot;
+    std::uint32_t depth = 0;
+    std::uint32_t uses = 0;
+    std::uint32_t pins = 0;      // threads that work with the descriptor now; it must stay open
+    std::uint32_t children = 0;  // known folders in it
+  };
+
+  Id insert(Folder folder);
+  void keepOpen(Id folder, FileDescriptor descriptor);
+  void close(Id folder);
+  bool closeOne();
+  void release(Id folder);
+  void forget(Id folder);
+  int pin(Id folder);
+  OpenedFolder openMakingRoom(int parent, const char* name);
+  bool reopen(Id folder);
+
+  std::mutex mutex_;
+  std::vector<Folder> folders_;
+  std::vector<Id> free_;
+  std::vector<Id>
+      open_;  // in the order of opening, so that in a walk's deep part ancestors come first; the root is not in it
+  FolderOpener opener_;
+};
+
+/// A folder's descriptor, open for as long as this lives; for the work of one thread.
+class PinnedFolder {
+ public:
+  explicit PinnedFolder(const WalkedFolders::Use& use);
+  PinnedFolder(const PinnedFolder&) = delete;
+  PinnedFolder& operator=(const PinnedFolder&) = delete;
+  ~PinnedFolder();
+
+  /// Negative when the folder could not be opened again; `error()` says why.
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+  [[nodiscard]] int error() const { return error_; }
+
+ private:
+  WalkedFolders& folders_;
+  std::uint32_t folder_;
+  int descriptor_;
+  int error_;
+};
+
+}  // namespace quarn

@@ -1,0 +1,43 @@
+# One folder is one library, one include prefix. `quarn_room(NAME FOLDER DEPENDS...)` makes the library of the room in FOLDER
+# from every source below it; a file that ends in _linux or _darwin belongs to that system only, so a port adds files and
+# changes none.
+
+add_library(quarn_settings INTERFACE)
+target_compile_features(quarn_settings INTERFACE cxx_std_20)
+target_include_directories(quarn_settings INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include>)
+
+add_library(quarn_warnings INTERFACE)
+# Fields that a designated initialiser leaves out have their defaults in the record: that is the style here, not an oversight.
+target_compile_options(quarn_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+                                                -Wno-missing-field-initializers)
+
+if(CMAKE_SYSTEM_NAME STREQUAL "Darwin")
+  set(QUARN_FOREIGN_SOURCES "_linux\\.cpp$")
+else()
+  set(QUARN_FOREIGN_SOURCES "_darwin\\.cpp$")
+endif()
+
+function(quarn_sources RESULT FOLDER)
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${FOLDER}/*.cpp")
+  list(FILTER sources EXCLUDE REGEX "${QUARN_FOREIGN_SOURCES}")
+  set(${RESULT} ${sources} PARENT_SCOPE)
+endfunction()
+
+function(quarn_room NAME FOLDER)
+  quarn_sources(sources ${FOLDER})
+  add_library(${NAME} STATIC ${sources})
+  target_link_libraries(${NAME} PUBLIC quarn_settings ${ARGN} PRIVATE $<BUILD_INTERFACE:quarn_warnings>)
+  set_target_properties(${NAME} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+endfunction()
+
+# `quarn_tests(NAME FOLDER DEPENDS...)`: one test program from tests/FOLDER, every test known to ctest by its own name.
+function(quarn_tests NAME FOLDER)
+  quarn_sources(sources tests/${FOLDER})
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${NAME} ${sources})
+  target_link_libraries(${NAME} PRIVATE quarn_test_support quarn_warnings GTest::gmock_main ${ARGN})
+  target_precompile_headers(${NAME} REUSE_FROM quarn_test_support)
+  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+endfunction()

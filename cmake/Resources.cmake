@@ -1,0 +1,18 @@
+# The shipped resources lie beside the programs as they do after installation: bin/quarn and share/quarn.
+set(QUARN_RESOURCES ${PROJECT_BINARY_DIR}/share/quarn)
+file(GLOB vendor_files CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/QuarnCore/vendors/resources/vendors/*.json")
+set(resource_files
+    ${PROJECT_SOURCE_DIR}/QuarnCore/storage/resources/storage-signatures.json
+    ${PROJECT_SOURCE_DIR}/QuarnCore/resources/Localizable.xcstrings)
+add_custom_command(
+  OUTPUT ${QUARN_RESOURCES}/.stamp
+  COMMAND ${CMAKE_COMMAND} -E rm -rf ${QUARN_RESOURCES}
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${QUARN_RESOURCES}/vendors
+  COMMAND ${CMAKE_COMMAND} -E copy ${vendor_files} ${QUARN_RESOURCES}/vendors
+  COMMAND ${CMAKE_COMMAND} -E copy ${resource_files} ${QUARN_RESOURCES}
+  COMMAND ${CMAKE_COMMAND} -E touch ${QUARN_RESOURCES}/.stamp
+  DEPENDS ${vendor_files} ${resource_files}
+  COMMENT "Laying out resources")
+add_custom_target(quarn_resources ALL DEPENDS ${QUARN_RESOURCES}/.stamp)
+install(DIRECTORY QuarnCore/vendors/resources/vendors DESTINATION ${CMAKE_INSTALL_DATADIR}/quarn)
+install(FILES ${resource_files} DESTINATION ${CMAKE_INSTALL_DATADIR}/quarn)

@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Installs what cmake/packages.txt names and this machine lacks. Needs root only when something is missing.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+missing=()
+while read -r name _; do
+  case "$name" in ""|"#"*) continue ;; esac
+  dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q "install ok installed" || missing+=("$name")
+done < packages.txt
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+if [ "$(id -u)" -ne 0 ]; then
+  echo "These Debian packages are missing: ${missing[*]}" >&2
+  echo "Install them as root:  apt-get install ${missing[*]}" >&2
+  exit 1
+fi
+echo "Installing: ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+apt-get update -qq
+apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
