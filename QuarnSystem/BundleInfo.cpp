@@ -1,0 +1,140 @@
+#include "QuarnSystem/BundleInfo.h"
+
+#include <array>
+#include <cerrno>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "QuarnPlatform/DirectoryReader.h"
+#include "QuarnPlatform/Text.h"
+#include "QuarnSystem/formats/PropertyList.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::array<std::string_view, 2> kInfoNames{"Info-macos.plist", "Info.plist"};
+
+// The content of a bundle's Info.plist; an empty value when the file is there and nothing can be made of it.
+using Info = PropertyList;
+
+std::string withoutCase(std::string_view name) { return Text::lowercased(name); }
+
+// Absent only when no such file exists: a bundle whose Info.plist is broken still has the layout that the file stands
+// for.
+std::optional<Info> readExisting(const FileManager& files, const FileURL& file) {
+  try {
+    return PropertyList::parse(files.readFile(file, PropertyList::kMaxBytes)).value_or(Info());
+  } catch (const FileError& error) {
+    const bool isMissing = error.error() == ENOENT || error.error() == ENOTDIR || error.error() == ELOOP;
+    return isMissing ? std::nullopt : std::optional<Info>(Info());
+  }
+}
+
+// The first name in the folder that is `wanted` but for letter case. Nothing is kept of the other entries, so a folder
+// of a million costs no memory.
+std::optional<std::string> nameInOtherCase(const FileManager& files, const FileURL& folder, std::string_view wanted) {
+  const std::string key = withoutCase(wanted);
+  std::optional<std::string> best;
+  try {
+    const FileDescriptor open = files.openDirectory(folder, Links::follow);
+    DirectoryReader reader;
+    reader.start(open.get());
+    while (reader.readMore()) {
+      while (const DirectoryReader::Entry* entry = reader.next()) {
+        if (entry->name.size() != key.size() || withoutCase(entry->name) != key) continue;
+        if (!best || entry->name < *best) best = entry->name;
+      }
+    }
+  } catch (const FileError&) {
+    return std::nullopt;
+  }
+  return best;
+}
+
+std::optional<Info> readIn(const FileManager& files, const FileURL& folder) {
+  for (const std::string_view name : kInfoNames) {
+    if (std::optional<Info> info = readExisting(files, folder.appending(name))) return info;
+  }
+  for (const std::string_view wanted : kInfoNames) {
+    const std::optional<std::string> name = nameInOtherCase(files, folder, wanted);
+    if (!name) continue;
+    if (std::optional<Info> info = readExisting(files, folder.appending(*name))) return info;
+  }
+  return std::nullopt;
+}
+
+struct FoundInfo {
+  FileURL bundle;
+  Info info;
+};
+
+std::optional<FoundInfo> found(FileURL bundle, std::optional<Info> info) {
+  if (!info) return std::nullopt;
+  return FoundInfo{std::move(bundle), std::move(*info)};
+}
+
+// What a layout's place holds, for the bundle at a URL.
+using Place = std::optional<FoundInfo> (*)(const FileManager& files, const FileURL& bundle);
+
+std::optional<FoundInfo> inContents(const FileManager& files, const FileURL& bundle) {
+  return found(bundle, readIn(files, bundle.appending("Contents")));
+}
+
+std::optional<FoundInfo> throughWrappedLink(const FileManager& files, const FileURL& bundle) {
+  const FileURL link = bundle.appending("WrappedBundle");
+  std::optional<Info> info = readIn(files, link);
+  // The wrapped app has a stem of its own, which the link's name does not tell.
+  return info ? found(files.resolvingSymlinks(link), std::move(info)) : std::nullopt;
+}
+
+std::optional<FoundInfo> inWrapper(const FileManager& files, const FileURL& bundle) {
+  for (const DirectoryEntry& entry : files.contentsOrNone(bundle.appending("Wrapper"), HiddenItems::include)) {
+    if (!withoutCase(entry.url.lastPathComponent()).ends_with(".app")) continue;
+    if (auto wrapped = found(entry.url, readIn(files, entry.url))) return wrapped;
+  }
+  return std::nullopt;
+}
+
+std::optional<FoundInfo> inResources(const FileManager& files, const FileURL& bundle) {
+  return found(bundle, readIn(files, bundle.appending("Resources")));
+}
+
+std::optional<FoundInfo> inSupportFiles(const FileManager& files, const FileURL& bundle) {
+  return found(bundle, readIn(files, bundle.appending("Support Files")));
+}
+
+std::optional<FoundInfo> inBundleItself(const FileManager& files, const FileURL& bundle) {
+  return found(bundle, readIn(files, bundle));
+}
+
+constexpr std::array<Place, 6> kPlaces{inContents,  throughWrappedLink, inWrapper,
+                                       inResources, inSupportFiles,     inBundleItself};
+
+FoundInfo find(const FileManager& files, const FileURL& bundle) {
+  for (const Place place : kPlaces) {
+    if (std::optional<FoundInfo> info = place(files, bundle)) return std::move(*info);
+  }
+  return {bundle, Info()};
+}
+
+std::optional<std::string> nonEmpty(const Info& info, std::string_view key) {
+  std::optional<std::string> text = info.string(key);
+  return text && !text->empty() ? text : std::nullopt;
+}
+
+}  // namespace
+
+BundleInfo readBundleInfo(const FileManager& files, const FileURL& bundle) {
+  auto [holder, info] = find(files, bundle);
+  std::optional<std::string> version = nonEmpty(info, "CFBundleShortVersionString");
+  if (!version) version = nonEmpty(info, "CFBundleVersion");
+  return {.bundle = std::move(holder),
+          .identifier = nonEmpty(info, "CFBundleIdentifier"),
+          .displayName = nonEmpty(info, "CFBundleDisplayName"),
+          .name = nonEmpty(info, "CFBundleName"),
+          .executable = nonEmpty(info, "CFBundleExecutable"),
+          .version = std::move(version)};
+}
+
+}  // namespace quarn

@@ -1,0 +1,63 @@
+#include "QuarnSystem/EntitlementsReader.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "QuarnPlatform/Path.h"
+#include "QuarnSystem/BundleInfo.h"
+#include "QuarnSystem/formats/Entitlements.h"
+
+namespace quarn {
+namespace {
+
+// Where a bundle keeps its main executable, in the order in which the platform looks; flat bundles in themselves.
+constexpr std::array<std::string_view, 3> kExecutableFolders{"Contents/MacOS", "Contents", ""};
+
+// A path in place of a name would lend the app the entitlements of another one's program.
+bool isFileName(std::string_view text) {
+  return !text.empty() && text != "." && text != ".." && text.find('/') == std::string_view::npos;
+}
+
+std::optional<OpenFile> openedIfPossible(const FileManager& files, const FileURL& url) {
+  try {
+    return files.openFile(url);
+  } catch (const FileError&) {
+    return std::nullopt;
+  }
+}
+
+std::optional<OpenFile> mainExecutable(const FileManager& files, const FileURL& app) {
+  const BundleInfo info = readBundleInfo(files, app);
+  const std::string name = info.executable.value_or(std::string(path::stem(info.bundle.path())));
+  if (!isFileName(name)) return std::nullopt;
+  for (const std::string_view folder : kExecutableFolders) {
+    const FileURL place = folder.empty() ? info.bundle : info.bundle.appending(folder);
+    if (std::optional<OpenFile> file = openedIfPossible(files, place.appending(name))) return file;
+  }
+  return std::nullopt;
+}
+
+ByteSource sourceOf(const OpenFile& file) {
+  return {.size = file.size(), .read = [&file](std::uint64_t offset, std::size_t count) -> std::string {
+            try {
+              return file.read(offset, count);
+            } catch (const FileError&) {
+              return {};
+            }
+          }};
+}
+
+EntitlementsInfo entitlementsOfApp(const FileManager& files, const FileURL& app) {
+  const std::optional<OpenFile> program = mainExecutable(files, app);
+  if (!program) return {};
+  return {.applicationGroups = readApplicationGroups(sourceOf(*program))};
+}
+
+}  // namespace
+
+EntitlementsReader EntitlementsReader::live(FileManager files) {
+  return {.readEntitlements = [files = std::move(files)](const FileURL& app) { return entitlementsOfApp(files, app); }};
+}
+
+}  // namespace quarn

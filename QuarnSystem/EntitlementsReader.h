@@ -1,0 +1,21 @@
+#pragma once
+
+#include <functional>
+
+#include "QuarnModels/SystemRecords.h"
+#include "QuarnPlatform/FileManager.h"
+
+namespace quarn {
+
+/// Reads what an app's code signature entitles it to. A plain value; a test or a shell may replace the function.
+struct EntitlementsReader {
+  /// The entitlements of the app whose bundle lies at the URL; empty without a signature or without groups. Cannot
+  /// fail.
+  std::function<EntitlementsInfo(const FileURL& forAppAt)> readEntitlements;
+
+  /// From the main executable (CFBundleExecutable, else the bundle's stem): the first slice with entitlements in the
+  /// order arm64, x86_64, others.
+  static EntitlementsReader live(FileManager files);
+};
+
+}  // namespace quarn

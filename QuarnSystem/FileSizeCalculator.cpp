@@ -1,0 +1,102 @@
+#include "QuarnSystem/FileSizeCalculator.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/PathTrie.h"
+#include "QuarnPlatform/TreeSizer.h"
+
+namespace quarn {
+namespace {
+
+struct Excluded {};
+using Exclusions = PathTrie<Excluded>;
+
+// Standardising takes these prefixes from a path, so a walk that comes from above them meets an excluded item under a
+// name that its standardised path does not have.
+constexpr std::array<std::string_view, 3> kDroppedPrefixes{"/private", "/private/var/automount", "/var/automount"};
+
+bool mayMeetDroppedPrefix(std::string_view root) {
+  return std::any_of(kDroppedPrefixes.begin(), kDroppedPrefixes.end(),
+                     [&](std::string_view prefix) { return path::isInside(prefix, root); });
+}
+
+Exclusions compiled(const FileManager& files, std::string_view root, const std::vector<FileURL>& excluding) {
+  Exclusions exclusions;
+  const bool mayMeet = mayMeetDroppedPrefix(root);
+  for (const FileURL& url : excluding) {
+    const std::string path = files.standardizedPath(url);
+    exclusions.insert(path, {});
+    if (!mayMeet) continue;
+    for (const std::string_view prefix : kDroppedPrefixes) {
+      const std::string longer = path::join(prefix, path);
+      if (files.standardizedPath(longer) == path) exclusions.insert(longer, {});
+    }
+  }
+  return exclusions;
+}
+
+// Leaves out what has a place of its own among the exclusions, with all below it; one step per item.
+class WithoutExcluded final : public Attribution {
+ public:
+  explicit WithoutExcluded(const Exclusions& exclusions) : exclusions_(exclusions) {}
+
+  std::optional<Step> folder(const Step& parent, std::string_view name, bool) const override {
+    const Exclusions::Node node = exclusions_.step(parent.node, name);
+    return exclusions_.value(node) == nullptr ? std::optional<Step>({.node = node}) : std::nullopt;
+  }
+  std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override {
+    const bool isExcluded = exclusions_.value(exclusions_.step(parent.node, name)) != nullptr;
+    return isExcluded ? std::nullopt : std::optional<std::uint8_t>(0);
+  }
+
+ private:
+  const Exclusions& exclusions_;
+};
+
+SizeInfo treeSize(const FileManager& files, const FileURL& root, const Exclusions& exclusions,
+                  Exclusions::Node rootNode, bool includeHidden) {
+  const TreeSizer::Options options{.hidden = includeHidden ? HiddenItems::include : HiddenItems::skip};
+  const bool nothingBelowIsExcluded = rootNode == Exclusions::kNone;
+  if (nothingBelowIsExcluded) return TreeSizer::total(files, root, options);
+  return TreeSizer::totals(files, root, WithoutExcluded(exclusions), {.node = rootNode}, options)[0];
+}
+
+SizeInfo itemSize(const FileManager& files, const FileURL& at, const std::vector<FileURL>& excluding, bool allowSlow,
+                  bool includeHidden) {
+  const ItemFacts facts = files.requireFacts(at, Links::doNotFollow);
+  if (facts.type != FileType::regular && facts.type != FileType::directory) return {};
+  const std::string root = files.standardizedPath(at);
+  const Exclusions exclusions = compiled(files, root, excluding);
+  if (exclusions.longestMatch(root) != nullptr) return {};
+  if (facts.type == FileType::regular) return facts.sizes;
+  if (!allowSlow) throwFileError(ENOTSUP, "size", at.path());
+  return treeSize(files, at, exclusions, exclusions.find(root), includeHidden);
+}
+
+std::optional<SizeInfo> resourceSize(const FileManager& files, const FileURL& at) {
+  const std::optional<ItemFacts> facts = files.facts(at, Links::doNotFollow);
+  if (!facts || facts->type != FileType::regular) return std::nullopt;
+  return facts->sizes;
+}
+
+}  // namespace
+
+FileSizeCalculator FileSizeCalculator::live(FileManager files) {
+  return {.itemSizeExcluding =
+              [files](const FileURL& at, const std::vector<FileURL>& excluding, bool allowSlow, bool includeHidden) {
+                return quarn::itemSize(files, at, excluding, allowSlow, includeHidden);
+              },
+          .enumeratingDirectorySize =
+              [files](const FileURL& at, bool includeHidden) {
+                return quarn::itemSize(files, at, {}, /*allowSlow=*/true, includeHidden);
+              },
+          .resourceSize = [files](const FileURL& at) { return quarn::resourceSize(files, at); }};
+}
+
+}  // namespace quarn

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "QuarnModels/SystemRecords.h"
+#include "QuarnPlatform/FileManager.h"
+
+namespace quarn {
+
+/// Lists launchd jobs. A plain value; a test or a shell may replace the function.
+struct LaunchdScanner {
+  /// All jobs of the user and of the system: folder by folder (~/Library/LaunchAgents, /Library/LaunchAgents,
+  /// /Library/LaunchDaemons, /System/Library/LaunchAgents, /System/Library/LaunchDaemons), names ascending. Cannot
+  /// fail.
+  std::function<std::vector<LaunchdEntry>()> scan;
+
+  /// From the property lists in those folders; a file without a Label string is no job.
+  static LaunchdScanner live(FileManager files);
+};
+
+}  // namespace quarn

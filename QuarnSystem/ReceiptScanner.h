@@ -1,0 +1,30 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "QuarnModels/AppEntity.h"
+#include "QuarnModels/SystemRecords.h"
+#include "QuarnPlatform/FileManager.h"
+
+namespace quarn {
+
+/// Reads the installer's receipts. A plain value; a test or a shell may replace the functions. None can fail.
+struct ReceiptScanner {
+  /// Every receipt, by package identifier ascending.
+  std::function<std::vector<ReceiptInfo>()> allReceipts;
+  /// The receipts whose package belongs to the app (see `matches`), by package identifier ascending.
+  std::function<std::vector<ReceiptInfo>(const AppEntity& app)> receiptsMatching;
+  /// Identifiers of the packages that list a path (folders count), ascending.
+  std::function<std::vector<std::string>(const std::string& forFileAtPath)> packageIDs;
+  /// Whether a package belongs to the app: letter case ignored, its identifier equals the bundle identifier or begins
+  /// with it followed by "."; or its receipt lists the app's bundle or something in it.
+  std::function<bool(const AppEntity& app, const std::string& packageID)> matches;
+
+  /// From /private/var/db/receipts, /Library/Apple/System/Library/Receipts and /Library/Receipts, in that order:
+  /// property lists and bills of materials.
+  static ReceiptScanner live(FileManager files);
+};
+
+}  // namespace quarn

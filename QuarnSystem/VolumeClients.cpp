@@ -1,0 +1,67 @@
+#include "QuarnSystem/VolumeClients.h"
+
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "QuarnPlatform/Path.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::string_view kVolumes = "/Volumes";
+constexpr std::string_view kNameOfNewMac = "Macintosh HD";
+constexpr std::string_view kQuarantine = "Library/Application Support/Quarn/Quarantine";
+
+// The system volume's entry in /Volumes is a link to "/" that bears the volume's name.
+std::optional<std::string> nameInVolumes(const FileManager& files) {
+  for (const DirectoryEntry& entry : files.contentsOrNone(FileURL(kVolumes), HiddenItems::skip)) {
+    const bool isSystemVolume = entry.type == FileType::symbolicLink && files.resolvedPath(entry.url) == "/";
+    if (isSystemVolume) return std::string(entry.url.lastPathComponent());
+  }
+  return std::nullopt;
+}
+
+// A volume without that link (a lone Data volume, a copy) is named after the folder where the user put it.
+std::string nameOfHostFolder(const FileManager& files) {
+  constexpr std::array<std::string_view, 4> kNoNames{"", "/", ".", ".."};
+  const std::string_view name = path::lastComponent(files.hostFolder());
+  for (const std::string_view noName : kNoNames) {
+    if (name == noName) return std::string(kNameOfNewMac);
+  }
+  return std::string(name);
+}
+
+VolumeInfo systemVolume(const FileManager& files) {
+  const VolumeSpace space = files.space();
+  std::optional<std::string> name = nameInVolumes(files);
+  return {.name = name ? std::move(*name) : nameOfHostFolder(files),
+          .url = FileURL(),
+          .totalBytes = space.totalBytes,
+          .freeBytes = space.freeBytes};
+}
+
+// A path of which something is missing resolves to itself, so what stands in /Volumes under the system volume's own
+// name is recognised by that name.
+bool isExternal(const FileManager& files, const FileURL& url) {
+  const std::string resolved = files.resolvedPath(url);
+  const std::vector<std::string_view> names = path::names(resolved);
+  if (names.size() < 2 || !path::isInside(resolved, kVolumes)) return false;
+  return files.resolvedPath(FileURL(kVolumes).appending(names[1])) != "/";
+}
+
+}  // namespace
+
+VolumeInfoClient VolumeInfoClient::live(FileManager files) {
+  return {.systemVolume = [files = std::move(files)] { return quarn::systemVolume(files); }};
+}
+
+VolumeLocationChecker VolumeLocationChecker::live(FileManager files) {
+  return {.isExternal = [files = std::move(files)](const FileURL& url) { return quarn::isExternal(files, url); }};
+}
+
+QuarantineManager QuarantineManager::live(FileManager files) {
+  return {.baseURL = [home = files.homeDirectory()] { return home.appending(kQuarantine, URLKind::directory); }};
+}
+
+}  // namespace quarn

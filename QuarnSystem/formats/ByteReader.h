@@ -1,0 +1,38 @@
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace quarn {
+
+/// Reads integers and slices out of bytes that nobody vouches for: whatever does not lie inside the bytes in full is
+/// absent, and no offset, however large, overflows. Does not own the bytes; a plain value, safe from any thread.
+class ByteReader {
+ public:
+  explicit ByteReader(std::string_view bytes, std::endian order = std::endian::big) : bytes_(bytes), order_(order) {}
+
+  [[nodiscard]] std::uint64_t size() const { return bytes_.size(); }
+
+  [[nodiscard]] std::optional<std::uint8_t> u8(std::uint64_t offset) const;
+  [[nodiscard]] std::optional<std::uint16_t> u16(std::uint64_t offset) const;
+  [[nodiscard]] std::optional<std::uint32_t> u32(std::uint64_t offset) const;
+  [[nodiscard]] std::optional<std::uint64_t> u64(std::uint64_t offset) const;
+
+  /// The unsigned integer in the `width` bytes from `offset`; absent also when `width` is 0 or more than 8.
+  [[nodiscard]] std::optional<std::uint64_t> integer(std::uint64_t offset, std::size_t width) const;
+
+  /// The `count` bytes from `offset`.
+  [[nodiscard]] std::optional<std::string_view> slice(std::uint64_t offset, std::uint64_t count) const;
+
+  /// The text from `offset` up to the first zero byte; absent when no zero byte follows.
+  [[nodiscard]] std::optional<std::string_view> terminatedText(std::uint64_t offset) const;
+
+ private:
+  std::string_view bytes_;
+  std::endian order_;
+};
+
+}  // namespace quarn

@@ -1,0 +1,199 @@
+#include "QuarnSystem/formats/PropertyList.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+#include <plist/plist.h>
+
+#include "QuarnSystem/formats/PropertyListGuards.h"
+
+namespace quarn {
+
+namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kBinaryMagic = "bplist";
+
+struct FreeWithPlist {
+  void operator()(void* tree) const { plist_free(tree); }
+};
+struct FreeWithLibc {
+  void operator()(void* block) const { std::free(block); }  // NOLINT: the library's own way to hand out memory
+};
+using PlistTree = std::unique_ptr<void, FreeWithPlist>;
+
+PropertyList converted(plist_t node);
+
+std::string stringOf(plist_t node) {
+  std::uint64_t length = 0;
+  const char* text = plist_get_string_ptr(node, &length);
+  return text == nullptr ? std::string() : std::string(text, length);
+}
+
+/// The key in front of a dictionary's value. The getter ends the program when the key holds a zero byte: the guards
+/// have refused such files.
+std::string keyOf(plist_t value) {
+  char* text = nullptr;
+  plist_get_key_val(plist_dict_item_get_key(value), &text);
+  const std::unique_ptr<char, FreeWithLibc> owner(text);
+  return text == nullptr ? std::string() : std::string(text);
+}
+
+/// The getter gives the whole seconds and the absolute microseconds beyond them.
+PropertyList::Date dateOf(plist_t node) {
+  std::int32_t seconds = 0;
+  std::int32_t microseconds = 0;
+  plist_get_date_val(node, &seconds, &microseconds);
+  const double fraction = microseconds / 1e6;
+  return {.seconds = seconds < 0 ? seconds - fraction : seconds + fraction};
+}
+
+PropertyList::Data dataOf(plist_t node) {
+  std::uint64_t length = 0;
+  const char* bytes = plist_get_data_ptr(node, &length);
+  return {.bytes = bytes == nullptr ? std::string() : std::string(bytes, length)};
+}
+
+bool booleanOf(plist_t node) {
+  std::uint8_t value = 0;
+  plist_get_bool_val(node, &value);
+  return value != 0;
+}
+
+std::int64_t integerOf(plist_t node) {
+  std::uint64_t value = 0;
+  plist_get_uint_val(node, &value);
+  return static_cast<std::int64_t>(value);
+}
+
+double realOf(plist_t node) {
+  double value = 0;
+  plist_get_real_val(node, &value);
+  return value;
+}
+
+PropertyList::Array arrayOf(plist_t node) {
+  plist_array_iter position = nullptr;
+  plist_array_new_iter(node, &position);
+  const std::unique_ptr<void, FreeWithLibc> owner(position);
+  PropertyList::Array elements;
+  elements.reserve(plist_array_get_size(node));
+  for (plist_t element = nullptr;;) {
+    plist_array_next_item(node, position, &element);
+    if (element == nullptr) return elements;
+    elements.push_back(converted(element));
+  }
+}
+
+PropertyList::Dictionary dictionaryOf(plist_t node) {
+  plist_dict_iter position = nullptr;
+  plist_dict_new_iter(node, &position);
+  const std::unique_ptr<void, FreeWithLibc> owner(position);
+  PropertyList::Dictionary entries;
+  entries.reserve(plist_dict_get_size(node));
+  for (plist_t value = nullptr;;) {
+    plist_dict_next_item(node, position, nullptr, &value);
+    if (value == nullptr) return entries;
+    entries.push_back({.key = keyOf(value), .value = converted(value)});
+  }
+}
+
+/// Goes as deep as the list is nested, which the guards have bounded.
+PropertyList converted(plist_t node) {
+  switch (plist_get_node_type(node)) {
+    case PLIST_BOOLEAN: return PropertyList(booleanOf(node));
+    case PLIST_UINT: return PropertyList(integerOf(node));
+    case PLIST_REAL: return PropertyList(realOf(node));
+    case PLIST_STRING: return PropertyList(stringOf(node));
+    case PLIST_DATA: return PropertyList(dataOf(node));
+    case PLIST_DATE: return PropertyList(dateOf(node));
+    case PLIST_ARRAY: return PropertyList(arrayOf(node));
+    case PLIST_DICT: return PropertyList(dictionaryOf(node));
+    default: return {};
+  }
+}
+
+PlistTree readBinary(std::string_view bytes) {
+  plist_t root = nullptr;
+  if (isSafeBinaryPropertyList(bytes)) plist_from_bin(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);
+  return PlistTree(root);
+}
+
+PlistTree readXml(std::string_view text) {
+  plist_t root = nullptr;
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  const std::string_view list = safeXmlPropertyList(text);
+  if (!list.empty()) plist_from_xml(list.data(), static_cast<std::uint32_t>(list.size()), &root);
+  return PlistTree(root);
+}
+
+}  // namespace
+
+std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
+  if (bytes.size() > kMaxBytes) return std::nullopt;
+  const PlistTree tree = bytes.starts_with(kBinaryMagic) ? readBinary(bytes) : readXml(bytes);
+  if (!tree) return std::nullopt;
+  return converted(tree.get());
+}
+
+PropertyList::PropertyList(Value content) : content_(std::move(content)) {}
+
+const PropertyList* PropertyList::value(std::string_view key) const {
+  const auto* entries = asDictionary();
+  if (entries == nullptr) return nullptr;
+  const auto found =
+      std::find_if(entries->rbegin(), entries->rend(), [&](const auto& entry) { return entry.key == key; });
+  return found == entries->rend() ? nullptr : &found->value;
+}
+
+namespace {
+
+template <class Type>
+const Type* typedValue(const PropertyList* value) {
+  return value == nullptr ? nullptr : std::get_if<Type>(&value->content());
+}
+
+template <class Type>
+std::optional<Type> typedCopy(const PropertyList* value) {
+  const Type* typed = typedValue<Type>(value);
+  return typed == nullptr ? std::nullopt : std::optional<Type>(*typed);
+}
+
+}  // namespace
+
+std::optional<std::string> PropertyList::string(std::string_view key) const {
+  return typedCopy<std::string>(value(key));
+}
+
+std::optional<std::int64_t> PropertyList::integer(std::string_view key) const {
+  return typedCopy<std::int64_t>(value(key));
+}
+
+std::optional<bool> PropertyList::boolean(std::string_view key) const { return typedCopy<bool>(value(key)); }
+
+std::optional<PropertyList::Date> PropertyList::date(std::string_view key) const { return typedCopy<Date>(value(key)); }
+
+const PropertyList::Array* PropertyList::array(std::string_view key) const { return typedValue<Array>(value(key)); }
+
+const PropertyList* PropertyList::dictionary(std::string_view key) const {
+  const PropertyList* found = value(key);
+  return found != nullptr && found->isDictionary() ? found : nullptr;
+}
+
+std::optional<std::vector<std::string>> PropertyList::stringArray(std::string_view key) const {
+  const Array* elements = array(key);
+  if (elements == nullptr) return std::nullopt;
+  std::vector<std::string> strings;
+  strings.reserve(elements->size());
+  for (const auto& element : *elements) {
+    const std::string* text = element.asString();
+    if (text == nullptr) return std::nullopt;
+    strings.push_back(*text);
+  }
+  return strings;
+}
+
+bool operator==(const PropertyList& left, const PropertyList& right) { return left.content_ == right.content_; }
+
+}  // namespace quarn
