@@ -1,0 +1,123 @@
+#include "QuarnCore/discovery/ArtifactScanner.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "QuarnCore/discovery/ArtifactSizing.h"
+#include "QuarnCore/discovery/StandardLocations.h"
+#include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
+#include "QuarnPlatform/Localization.h"
+#include "QuarnPlatform/Text.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::size_t kReceiptExamples = 5;
+
+std::vector<Artifact> firstOfEachID(std::vector<Artifact> artifacts) {
+  std::unordered_set<std::string> seen;
+  std::vector<Artifact> result;
+  for (Artifact& artifact : artifacts) {
+    if (seen.insert(artifact.id).second) result.push_back(std::move(artifact));
+  }
+  return result;
+}
+
+std::int64_t allocatedBytes(const Artifact& artifact) { return artifact.size ? artifact.size->allocatedBytes : 0; }
+
+void sortLargestFirst(std::vector<Artifact>& artifacts) {
+  std::stable_sort(artifacts.begin(), artifacts.end(), [](const Artifact& left, const Artifact& right) {
+    if (allocatedBytes(left) != allocatedBytes(right)) return allocatedBytes(left) > allocatedBytes(right);
+    return Text::localizedCaseInsensitiveCompare(left.title, right.title) < 0;
+  });
+}
+
+// Lower-cased text that a job's own texts may hold.
+bool belongsTo(const LaunchdEntry& entry, const std::string& bundleID) {
+  const auto holds = [&](const std::string& text) { return Text::contains(Text::lowercased(text), bundleID); };
+  return holds(entry.label) || (entry.program && holds(*entry.program)) ||
+         std::any_of(entry.programArguments.begin(), entry.programArguments.end(), holds);
+}
+
+Artifact makeLaunchdArtifact(const LaunchdEntry& entry) {
+  const std::string& path = entry.url.path();
+  const bool isDaemon = path.find("/LaunchDaemons/") != std::string::npos;
+  Artifact artifact{.kind = isDaemon ? ArtifactKind::launchDaemon : ArtifactKind::launchAgent,
+                    .dataClass = ArtifactDataClass::configuration,
+                    .scope = path.starts_with("/Library") ? ArtifactScope::system : ArtifactScope::user,
+                    .urls = {entry.url},
+                    .riskLevel = RiskLevel::caution,
+                    .confidence = 0.65,
+                    .title = "launchd: " + entry.label,
+                    .explanation = localized("launchd job belongs to the app (label/program matches the bundle ID).")};
+  artifact.renewID();
+  return artifact;
+}
+
+std::string receiptExamples(const std::vector<FileURL>& files) {
+  if (files.empty()) return localized("No paths listed.");
+  std::string examples;
+  for (std::size_t i = 0; i < std::min(files.size(), kReceiptExamples); ++i) {
+    examples += (i == 0 ? "" : ", ") + files[i].path();
+  }
+  return examples;
+}
+
+Artifact makeReceiptArtifact(const ReceiptInfo& receipt) {
+  Artifact artifact{
+      .kind = ArtifactKind::receipt,
+      .dataClass = ArtifactDataClass::configuration,
+      .scope = ArtifactScope::system,
+      .urls = receipt.files,
+      .riskLevel = RiskLevel::caution,
+      .confidence = 0.5,
+      .title = "Receipt: " + receipt.packageIdentifier,
+      .explanation = localizedTexts("Installer receipt with %@ files. Examples: %@",
+                                    std::to_string(receipt.files.size()), receiptExamples(receipt.files))};
+  artifact.renewID();
+  return artifact;
+}
+
+}  // namespace
+
+ArtifactScanner::ArtifactScanner(FileSizeCalculator fileSizeCalculator, FileManager files)
+    : fileSizeCalculator_(std::move(fileSizeCalculator)), files_(std::move(files)) {}
+
+std::vector<Artifact> ArtifactScanner::scan(const AppEntity& app, const EntitlementsInfo& entitlements,
+                                            const Options& options) const {
+  std::vector<Artifact> artifacts{appBundleArtifact(app, files_)};
+  append(artifacts, userLocationArtifacts(app, files_));
+  if (options.includeSystemArtifacts) append(artifacts, systemLocationArtifacts(app, files_));
+  append(artifacts, groupContainerArtifacts(entitlements, files_));
+  if (options.includeVendorHeuristics) append(artifacts, sharedVendorArtifacts(app, files_));
+  if (options.includeHeuristicSearch) {
+    append(artifacts, userHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults));
+  }
+  if (options.includeSystemHeuristicSearch) {
+    append(artifacts, systemHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults));
+  }
+  artifacts = VendorArtifactDeduplicator::deduplicate(firstOfEachID(std::move(artifacts)), files_);
+  if (options.computeSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files_);
+  sortLargestFirst(artifacts);
+  return artifacts;
+}
+
+std::vector<Artifact> ArtifactScanner::launchdArtifacts(const AppEntity& app,
+                                                        const std::vector<LaunchdEntry>& entries) const {
+  std::vector<Artifact> artifacts;
+  if (!app.bundleIdentifier) return artifacts;
+  const std::string bundleID = Text::lowercased(*app.bundleIdentifier);
+  for (const LaunchdEntry& entry : entries) {
+    if (belongsTo(entry, bundleID)) artifacts.push_back(makeLaunchdArtifact(entry));
+  }
+  return artifacts;
+}
+
+std::vector<Artifact> ArtifactScanner::receiptArtifacts(const std::vector<ReceiptInfo>& receipts) const {
+  std::vector<Artifact> artifacts;
+  artifacts.reserve(receipts.size());
+  for (const ReceiptInfo& receipt : receipts) artifacts.push_back(makeReceiptArtifact(receipt));
+  return artifacts;
+}
+
+}  // namespace quarn

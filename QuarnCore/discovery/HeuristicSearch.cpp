@@ -1,0 +1,205 @@
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <unordered_set>
+
+#include "QuarnCore/discovery/ArtifactScanner.h"
+#include "QuarnPlatform/DirectoryEnumerator.h"
+#include "QuarnPlatform/Localization.h"
+#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/Text.h"
+
+namespace quarn {
+namespace {
+
+// A shorter name key is too generic to look for inside other names.
+constexpr std::size_t kMinimumContainedKeyLength = 6;
+
+struct SearchRoot {
+  std::string_view folder;
+  ArtifactKind kind;
+  ArtifactDataClass dataClass;
+  RiskLevel risk;
+};
+
+// clang-format off
+constexpr std::array kUserRoots{
+    SearchRoot{.folder = "Library/Application Support", .kind = ArtifactKind::applicationSupport, .dataClass = ArtifactDataClass::userData, .risk = RiskLevel::caution},
+    SearchRoot{.folder = "Library/Caches", .kind = ArtifactKind::cache, .dataClass = ArtifactDataClass::rebuildable, .risk = RiskLevel::safe},
+    SearchRoot{.folder = "Library/Logs", .kind = ArtifactKind::logs, .dataClass = ArtifactDataClass::rebuildable, .risk = RiskLevel::safe},
+    SearchRoot{.folder = "Library/HTTPStorages", .kind = ArtifactKind::cache, .dataClass = ArtifactDataClass::rebuildable, .risk = RiskLevel::safe},
+};
+static_assert(kUserRoots.size() == 4);
+
+constexpr std::array kSystemRoots{
+    SearchRoot{.folder = "/Library/Application Support", .kind = ArtifactKind::applicationSupport, .dataClass = ArtifactDataClass::shared, .risk = RiskLevel::danger},
+    SearchRoot{.folder = "/Library/Caches", .kind = ArtifactKind::cache, .dataClass = ArtifactDataClass::rebuildable, .risk = RiskLevel::safe},
+    SearchRoot{.folder = "/Library/Logs", .kind = ArtifactKind::logs, .dataClass = ArtifactDataClass::rebuildable, .risk = RiskLevel::safe},
+};
+static_assert(kSystemRoots.size() == 3);
+// clang-format on
+
+/// A normalised name to look for. The length is counted once, not per item.
+struct Key {
+  explicit Key(std::string normalized)
+      : text(std::move(normalized)), isLong(Text::characterCount(text) >= kMinimumContainedKeyLength) {}
+
+  std::string text;
+  bool isLong;
+};
+
+std::optional<Key> bundleKey(const AppEntity& app) {
+  if (!app.bundleIdentifier) return std::nullopt;
+  std::string key = Text::normalizedKey(*app.bundleIdentifier);
+  return key.empty() ? std::nullopt : std::optional<Key>(std::move(key));
+}
+
+/// The walk that the searches share: visible items outside packages to a depth, until enough is found.
+class BoundedSearch {
+ public:
+  BoundedSearch(const FileManager& files, long maxDepth, long maxResults)
+      : files_(files), maxDepth_(maxDepth), maxResults_(maxResults) {}
+
+  /// Calls `consider(item)` for each item below `root` until the limit of results is reached; what it returns is a
+  /// find, unless its path was found before.
+  template <class Consider>
+  void walk(const FileURL& root, const Consider& consider) {
+    if (maxDepth_ < 0 || isFull()) return;
+    // A direct child has depth 1, and a limit of 0 means the direct children too. Folders at the limit are considered
+    // and not entered.
+    const long deepest = std::clamp(maxDepth_, 1L, 1L << 29);
+    DirectoryEnumerator items(files_, root,
+                              {.hidden = HiddenItems::skip,
+                               .packages = PackageContents::skip,
+                               .maximumLevel = static_cast<int>(deepest - 1)});
+    while (const DirectoryEnumerator::Item* item = items.next()) {
+      if (isFull()) return;
+      std::optional<Artifact> find = consider(*item);
+      if (find && paths_.insert(find->urls.front().path()).second) finds_.push_back(std::move(*find));
+    }
+  }
+
+  [[nodiscard]] bool isFull() const { return static_cast<long>(finds_.size()) >= maxResults_; }
+  std::vector<Artifact> takeFinds() { return std::move(finds_); }
+
+ private:
+  const FileManager& files_;
+  long maxDepth_;
+  long maxResults_;
+  std::vector<Artifact> finds_;
+  std::unordered_set<std::string> paths_;
+};
+
+Artifact makeFind(const SearchRoot& root, ArtifactScope scope, double confidence, std::string_view titlePrefix,
+                  std::string_view explanation, const FileURL& url) {
+  Artifact artifact{.kind = root.kind,
+                    .dataClass = root.dataClass,
+                    .scope = scope,
+                    .urls = {url},
+                    .riskLevel = root.risk,
+                    .confidence = confidence,
+                    .title = std::string(titlePrefix) + std::string(url.lastPathComponent()),
+                    .explanation = localized(explanation)};
+  artifact.renewID();
+  return artifact;
+}
+
+// How sure a find is by which key its name holds; absent when it holds none.
+std::optional<double> userConfidence(const std::string& itemKey, const std::optional<Key>& bundle, const Key& name) {
+  if (bundle && Text::contains(itemKey, bundle->text)) return 0.55;
+  if (!name.isLong) return std::nullopt;
+  if (Text::equal(itemKey, name.text)) return 0.45;
+  if (Text::contains(itemKey, name.text)) return 0.35;
+  return std::nullopt;
+}
+
+std::vector<Key> documentsKeys(const AppEntity& app) {
+  std::vector<Key> keys;
+  if (std::string name = Text::normalizedKey(app.name); !name.empty()) keys.emplace_back(std::move(name));
+  if (std::optional<Key> bundle = bundleKey(app)) keys.push_back(std::move(*bundle));
+  return keys;
+}
+
+bool matches(const Key& key, const std::string& itemKey) {
+  return Text::equal(itemKey, key.text) || (key.isLong && Text::contains(itemKey, key.text));
+}
+
+std::string relativePath(const std::string& folder, const std::string& documents) {
+  if (folder.size() > documents.size() && path::isInside(folder, documents)) return folder.substr(documents.size() + 1);
+  return std::string(path::lastComponent(folder));
+}
+
+Artifact makeDocumentsFind(const FileURL& folder, bool isExact, const std::string& documents) {
+  Artifact artifact{.kind = ArtifactKind::unknown,
+                    .dataClass = ArtifactDataClass::userData,
+                    .scope = ArtifactScope::user,
+                    .urls = {folder},
+                    .riskLevel = RiskLevel::danger,
+                    .confidence = isExact ? 0.55 : 0.4,
+                    .title = localizedText("Documents: %@", relativePath(folder.path(), documents)),
+                    .explanation = localized(
+                        "Possible game saves/config in Documents. Not selected automatically; review carefully.")};
+  artifact.renewID();
+  return artifact;
+}
+
+}  // namespace
+
+std::vector<Artifact> ArtifactScanner::userHeuristicSearch(const AppEntity& app, long maxDepth, long maxResults) const {
+  const std::optional<Key> bundle = bundleKey(app);
+  const Key name(Text::normalizedKey(app.name));
+  if (!bundle && !name.isLong) return {};
+  BoundedSearch search(files_, maxDepth, maxResults);
+  for (const SearchRoot& root : kUserRoots) {
+    search.walk(
+        files_.homeDirectory().appending(root.folder),
+        [&](const DirectoryEnumerator::Item& item) -> std::optional<Artifact> {
+          const std::optional<double> confidence = userConfidence(Text::normalizedKey(item.name()), bundle, name);
+          if (!confidence) return std::nullopt;
+          return makeFind(root, ArtifactScope::user, *confidence,
+                          "Heuristic: ", "Heuristic match: name/path looks related to the app. Review before deleting.",
+                          item.url());
+        });
+  }
+  return search.takeFinds();
+}
+
+std::vector<Artifact> ArtifactScanner::systemHeuristicSearch(const AppEntity& app, long maxDepth,
+                                                             long maxResults) const {
+  constexpr double kConfidence = 0.35;
+  const std::optional<Key> bundle = bundleKey(app);
+  if (!bundle) return {};
+  BoundedSearch search(files_, maxDepth, maxResults);
+  for (const SearchRoot& root : kSystemRoots) {
+    search.walk(FileURL(root.folder), [&](const DirectoryEnumerator::Item& item) -> std::optional<Artifact> {
+      if (!Text::contains(Text::normalizedKey(item.name()), bundle->text)) return std::nullopt;
+      return makeFind(root, ArtifactScope::system, kConfidence, "Heuristic (System): ",
+                      "Heuristic match (System): name/path matches the bundle ID. Review before deleting.", item.url());
+    });
+  }
+  return search.takeFinds();
+}
+
+std::vector<Artifact> ArtifactScanner::documentsHeuristicSearch(const AppEntity& app, long maxDepth,
+                                                                long maxResults) const {
+  const FileURL documents = files_.homeDirectory().appending("Documents");
+  const std::string documentsPath = files_.standardizedPath(documents);
+  if (Text::normalizedKey(app.name).empty()) return {};
+  const std::vector<Key> keys = documentsKeys(app);
+  BoundedSearch search(files_, maxDepth, maxResults);
+  search.walk(documents, [&](const DirectoryEnumerator::Item& item) -> std::optional<Artifact> {
+    if (!item.isDirectory()) return std::nullopt;
+    const std::string itemKey = Text::normalizedKey(item.name());
+    if (std::none_of(keys.begin(), keys.end(), [&](const Key& key) { return matches(key, itemKey); })) {
+      return std::nullopt;
+    }
+    const bool isExact =
+        std::any_of(keys.begin(), keys.end(), [&](const Key& key) { return Text::equal(key.text, itemKey); });
+    return makeDocumentsFind(files_.resolvingSymlinks(item.url()), isExact, documentsPath);
+  });
+  return search.takeFinds();
+}
+
+}  // namespace quarn

@@ -1,0 +1,222 @@
+#include "QuarnCore/discovery/StandardLocations.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "QuarnPlatform/Localization.h"
+#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/Text.h"
+
+namespace quarn {
+namespace {
+
+using Kind = ArtifactKind;
+using Class = ArtifactDataClass;
+using Risk = RiskLevel;
+
+/// What is looked for in a location's folder.
+enum class LookFor : std::uint8_t {
+  bundleID,        ///< the item named by the bundle identifier
+  bundleIDFolder,  ///< the same, its URL made as a folder's
+  savedState,      ///< the item named by the bundle identifier and ".savedState"
+  propertyLists,   ///< every property list whose name begins with the bundle identifier, in one artifact
+  titledAppName,   ///< the item named by the app's name, which completes the title
+  titledBundleID,  ///< the item named by the bundle identifier, which completes the title
+};
+
+struct Location {
+  std::string_view folder;
+  LookFor lookFor;
+  Kind kind;
+  Class dataClass;
+  Risk risk;
+  double confidence;
+  std::string_view title;
+  std::string_view explanation;
+};
+
+// clang-format off
+constexpr std::array kUserLocations{
+    Location{.folder = "Library/Caches", .lookFor = LookFor::bundleIDFolder, .kind = Kind::cache, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.95, .title = "Cache", .explanation = "Cache data: rebuilt by the app and usually safe to remove."},
+    Location{.folder = "Library/Logs", .lookFor = LookFor::bundleID, .kind = Kind::logs, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.9, .title = "Logs", .explanation = "Logs: helpful for debugging, usually safe to remove."},
+    Location{.folder = "Library/Preferences", .lookFor = LookFor::propertyLists, .kind = Kind::preferences, .dataClass = Class::configuration, .risk = Risk::caution, .confidence = 0.95, .title = "Preferences", .explanation = "App settings: deleting resets behavior."},
+    Location{.folder = "Library/Preferences/ByHost", .lookFor = LookFor::propertyLists, .kind = Kind::preferences, .dataClass = Class::configuration, .risk = Risk::caution, .confidence = 0.7, .title = "Preferences (ByHost)", .explanation = "Device/host-specific app settings."},
+    Location{.folder = "Library/Saved Application State", .lookFor = LookFor::savedState, .kind = Kind::savedState, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.9, .title = "Saved State", .explanation = "Window state/restore info: recreated on next launch."},
+    Location{.folder = "Library/Containers", .lookFor = LookFor::bundleID, .kind = Kind::container, .dataClass = Class::userData, .risk = Risk::caution, .confidence = 0.9, .title = "Container", .explanation = "Sandbox container: may contain user and app data."},
+    Location{.folder = "Library/Application Scripts", .lookFor = LookFor::bundleID, .kind = Kind::container, .dataClass = Class::configuration, .risk = Risk::caution, .confidence = 0.75, .title = "Application Scripts", .explanation = "Automation scripts: rarely critical, but app-specific."},
+    Location{.folder = "Library/HTTPStorages", .lookFor = LookFor::bundleID, .kind = Kind::cache, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.7, .title = "HTTPStorages", .explanation = "Web/session cache: rebuilt as needed."},
+    Location{.folder = "Library/Application Support", .lookFor = LookFor::titledAppName, .kind = Kind::applicationSupport, .dataClass = Class::userData, .risk = Risk::caution, .confidence = 0.7, .title = "Application Support (", .explanation = "App data/projects: may contain important content."},
+    Location{.folder = "Library/Application Support", .lookFor = LookFor::titledBundleID, .kind = Kind::applicationSupport, .dataClass = Class::userData, .risk = Risk::caution, .confidence = 0.8, .title = "Application Support (", .explanation = "App data for the bundle ID: may contain important content."},
+    Location{.folder = "Library/LaunchAgents", .lookFor = LookFor::propertyLists, .kind = Kind::launchAgent, .dataClass = Class::configuration, .risk = Risk::caution, .confidence = 0.6, .title = "LaunchAgents", .explanation = "Auto-launch job: starts background processes."},
+};
+static_assert(kUserLocations.size() == 11);
+
+constexpr std::array kSystemLocations{
+    Location{.folder = "/Library/Caches", .lookFor = LookFor::bundleIDFolder, .kind = Kind::cache, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.55, .title = "System Cache", .explanation = "System-wide cache data: usually safe to remove, but can affect multiple users."},
+    Location{.folder = "/Library/Logs", .lookFor = LookFor::bundleID, .kind = Kind::logs, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.55, .title = "System Logs", .explanation = "System-wide logs: usually safe to remove."},
+    Location{.folder = "/Library/Preferences", .lookFor = LookFor::propertyLists, .kind = Kind::preferences, .dataClass = Class::configuration, .risk = Risk::caution, .confidence = 0.55, .title = "System Preferences", .explanation = "System-wide app settings: deleting resets behavior and can affect multiple users."},
+    Location{.folder = "/Library/Application Support", .lookFor = LookFor::titledAppName, .kind = Kind::applicationSupport, .dataClass = Class::shared, .risk = Risk::danger, .confidence = 0.3, .title = "System Application Support (", .explanation = "System-wide app data: can be shared by multiple users/apps."},
+    Location{.folder = "/Library/Application Support", .lookFor = LookFor::titledBundleID, .kind = Kind::applicationSupport, .dataClass = Class::shared, .risk = Risk::danger, .confidence = 0.35, .title = "System Application Support (", .explanation = "System-wide app data: can be shared by multiple users/apps."},
+};
+static_assert(kSystemLocations.size() == 5);
+
+struct SharedVendorFolder {
+  std::string_view namePart;
+  std::string_view bundleIDPrefix;
+  std::string_view folder;
+  std::string_view title;
+  std::string_view explanation;
+};
+constexpr std::array kSharedVendorFolders{
+    SharedVendorFolder{.namePart = "adobe", .bundleIDPrefix = "com.adobe.", .folder = "Library/Application Support/Adobe", .title = "Adobe (Shared)", .explanation = "Shared Adobe folder: contains data for multiple apps; don’t delete automatically."},
+    SharedVendorFolder{.namePart = "microsoft", .bundleIDPrefix = "com.microsoft.", .folder = "Library/Application Support/Microsoft", .title = "Microsoft (Shared)", .explanation = "Shared Microsoft folder: contains data for multiple apps; don’t delete automatically."},
+};
+static_assert(kSharedVendorFolders.size() == 2);
+// clang-format on
+
+Artifact makeArtifact(const Location& location, ArtifactScope scope, std::vector<FileURL> urls, std::string title) {
+  Artifact artifact{.kind = location.kind,
+                    .dataClass = location.dataClass,
+                    .scope = scope,
+                    .urls = std::move(urls),
+                    .riskLevel = location.risk,
+                    .confidence = location.confidence,
+                    .title = std::move(title),
+                    .explanation = localized(location.explanation)};
+  artifact.renewID();
+  return artifact;
+}
+
+// An identifier or name comes from a file that anybody may have written. One that is empty or climbs would make a
+// folder shared by all apps, or one outside the location, look like the app's own.
+bool namesItemInside(std::string_view name) {
+  const std::vector<std::string_view> names = path::names(name);
+  return !names.empty() && std::none_of(names.begin(), names.end(), [](std::string_view component) {
+    return component == "." || component == "..";
+  });
+}
+
+std::optional<FileURL> existingItem(const FileURL& folder, std::string_view name, const FileManager& files) {
+  if (!namesItemInside(name)) return std::nullopt;
+  return files.existingURL(folder.appending(name).path());
+}
+
+std::vector<FileURL> propertyLists(const FileURL& folder, const std::string& bundleID, const FileManager& files) {
+  std::vector<FileURL> found;
+  for (const DirectoryEntry& entry : files.contentsOrNone(folder, HiddenItems::include)) {
+    if (!Text::hasPrefix(entry.url.lastPathComponent(), bundleID)) continue;
+    if (Text::lowercased(entry.url.pathExtension()) == "plist") found.push_back(entry.url);
+  }
+  return found;
+}
+
+class LocationScan {
+ public:
+  LocationScan(const AppEntity& app, const FileManager& files) : app_(app), files_(files) {}
+
+  std::vector<Artifact> run(std::span<const Location> locations, ArtifactScope scope) const {
+    std::vector<Artifact> artifacts;
+    if (!app_.bundleIdentifier || !namesItemInside(*app_.bundleIdentifier)) return artifacts;
+    for (const Location& location : locations) {
+      std::vector<FileURL> urls = itemsAt(location);
+      if (!urls.empty()) artifacts.push_back(makeArtifact(location, scope, std::move(urls), title(location)));
+    }
+    return artifacts;
+  }
+
+ private:
+  std::vector<FileURL> itemsAt(const Location& location) const {
+    const FileURL folder =
+        location.folder.starts_with('/') ? FileURL(location.folder) : files_.homeDirectory().appending(location.folder);
+    if (location.lookFor == LookFor::propertyLists) return propertyLists(folder, *app_.bundleIdentifier, files_);
+    const std::optional<FileURL> item = existingItem(folder, itemName(location), files_);
+    if (!item) return {};
+    if (location.lookFor == LookFor::bundleIDFolder) return {FileURL(item->path(), URLKind::directory)};
+    return {*item};
+  }
+
+  std::string itemName(const Location& location) const {
+    switch (location.lookFor) {
+      case LookFor::titledAppName: return app_.name;
+      case LookFor::savedState: return *app_.bundleIdentifier + ".savedState";
+      default: return *app_.bundleIdentifier;
+    }
+  }
+
+  std::string title(const Location& location) const {
+    const bool completed = location.lookFor == LookFor::titledAppName || location.lookFor == LookFor::titledBundleID;
+    return std::string(location.title) + (completed ? itemName(location) + ")" : "");
+  }
+
+  const AppEntity& app_;
+  const FileManager& files_;
+};
+
+}  // namespace
+
+Artifact appBundleArtifact(const AppEntity& app, const FileManager& files) {
+  const bool isUsers = files.standardizedPath(app.bundleURL).starts_with(files.standardizedPath(files.homeDirectory()));
+  Artifact artifact{.kind = ArtifactKind::appBundle,
+                    .dataClass = ArtifactDataClass::app,
+                    .scope = isUsers ? ArtifactScope::user : ArtifactScope::system,
+                    .urls = {app.bundleURL},
+                    .riskLevel = RiskLevel::safe,
+                    .confidence = 1.0,
+                    .title = "App"};
+  artifact.renewID();
+  return artifact;
+}
+
+std::vector<Artifact> userLocationArtifacts(const AppEntity& app, const FileManager& files) {
+  return LocationScan(app, files).run(kUserLocations, ArtifactScope::user);
+}
+
+std::vector<Artifact> systemLocationArtifacts(const AppEntity& app, const FileManager& files) {
+  return LocationScan(app, files).run(kSystemLocations, ArtifactScope::system);
+}
+
+std::vector<Artifact> groupContainerArtifacts(const EntitlementsInfo& entitlements, const FileManager& files) {
+  const FileURL folder = files.homeDirectory().appending("Library/Group Containers");
+  std::vector<Artifact> artifacts;
+  for (const std::string& group : entitlements.applicationGroups) {
+    const std::optional<FileURL> container = existingItem(folder, group, files);
+    if (!container) continue;
+    artifacts.push_back(
+        {.kind = ArtifactKind::groupContainer,
+         .dataClass = ArtifactDataClass::shared,
+         .scope = ArtifactScope::user,
+         .urls = {*container},
+         .riskLevel = RiskLevel::danger,
+         .confidence = 0.95,
+         .title = "Group Container (" + group + ")",
+         .explanation = localized("Shared app container: may contain data for multiple apps; review carefully.")});
+    artifacts.back().renewID();
+  }
+  return artifacts;
+}
+
+std::vector<Artifact> sharedVendorArtifacts(const AppEntity& app, const FileManager& files) {
+  const std::string name = Text::normalizedKey(app.name);
+  const std::string bundleID = Text::normalizedKey(app.bundleIdentifier.value_or(""));
+  std::vector<Artifact> artifacts;
+  for (const SharedVendorFolder& vendor : kSharedVendorFolders) {
+    if (!Text::contains(name, vendor.namePart) && !Text::hasPrefix(bundleID, vendor.bundleIDPrefix)) continue;
+    const std::optional<FileURL> folder = existingItem(files.homeDirectory(), vendor.folder, files);
+    if (!folder) continue;
+    artifacts.push_back({.kind = ArtifactKind::applicationSupport,
+                         .dataClass = ArtifactDataClass::shared,
+                         .scope = ArtifactScope::user,
+                         .urls = {*folder},
+                         .riskLevel = RiskLevel::danger,
+                         .confidence = 0.35,
+                         .title = std::string(vendor.title),
+                         .explanation = localized(vendor.explanation)});
+    artifacts.back().renewID();
+  }
+  return artifacts;
+}
+
+}  // namespace quarn

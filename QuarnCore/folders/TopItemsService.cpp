@@ -1,0 +1,157 @@
+#include "QuarnCore/folders/TopItemsService.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "QuarnCore/folders/BoundedWalk.h"
+#include "QuarnCore/folders/LargestItems.h"
+
+namespace quarn {
+namespace {
+
+std::int64_t largerCount(const SizeInfo& size) { return std::max(size.allocatedBytes, size.logicalBytes); }
+
+std::vector<TopItem> largest(std::vector<TopItem> items, long limit) {
+  std::stable_sort(items.begin(), items.end(), [](const TopItem& left, const TopItem& right) {
+    return largerCount(left.size) > largerCount(right.size);
+  });
+  if (static_cast<long>(items.size()) > limit) items.resize(static_cast<std::size_t>(std::max(limit, 0L)));
+  return items;
+}
+
+TopItem makeItem(const FileURL& url, const SizeInfo& size) {
+  return {.url = url, .name = std::string(url.lastPathComponent()), .size = size};
+}
+
+void append(std::vector<TopItem>& items, std::vector<TopItem> more) {
+  items.insert(items.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+/// What an item that no sizing yields a size for is worth: nothing.
+std::optional<SizeInfo> sizeIfPossible(const FileSizeCalculator& calculator, const FileURL& url, bool allowSlow,
+                                       bool includeHidden) {
+  if (!allowSlow) return calculator.resourceSize(url);
+  try {
+    return calculator.itemSize(url, /*allowSlow=*/true, includeHidden);
+  } catch (const FileError&) {
+    return std::nullopt;
+  }
+}
+
+// Space that the file system does not tell, although there is content, is taken to be the content's. A placeholder of
+// the cloud, whose content is not here, keeps its zero; no such placeholder can be told on a mounted volume.
+SizeInfo withKnownAllocation(SizeInfo size) {
+  if (size.allocatedBytes == 0) size.allocatedBytes = size.logicalBytes;
+  return size;
+}
+
+}  // namespace
+
+TopItemsService::TopItemsService(FileSizeCalculator fileSizeCalculator, FileManager files)
+    : fileSizeCalculator_(std::move(fileSizeCalculator)), files_(std::move(files)) {}
+
+std::vector<TopItem> TopItemsService::children(const FileURL& in, bool allowSlow, bool includeHidden,
+                                               const Cancellation& cancellation) const {
+  std::vector<TopItem> items;
+  if (!files_.itemExists(in)) return items;
+  const HiddenItems hidden = includeHidden ? HiddenItems::include : HiddenItems::skip;
+  for (const DirectoryEntry& entry : files_.contentsOfDirectory(in, hidden)) {
+    if (cancellation.isCancelled()) break;
+    const auto size = sizeIfPossible(fileSizeCalculator_, entry.url, allowSlow, includeHidden);
+    if (size) items.push_back(makeItem(entry.url, *size));
+  }
+  return items;
+}
+
+std::vector<TopItem> TopItemsService::children(const std::vector<FileURL>& in, bool allowSlow, bool includeHidden,
+                                               const Cancellation& cancellation) const {
+  std::vector<TopItem> items;
+  for (const FileURL& folder : in) append(items, children(folder, allowSlow, includeHidden, cancellation));
+  return items;
+}
+
+std::vector<TopItem> TopItemsService::topChildren(const FileURL& in, long limit, bool allowSlow, bool includeHidden,
+                                                  const Cancellation& cancellation) const {
+  return largest(children(in, allowSlow, includeHidden, cancellation), limit);
+}
+
+std::vector<TopItem> TopItemsService::topChildren(const std::vector<FileURL>& in, long limit, bool allowSlow,
+                                                  bool includeHidden, const Cancellation& cancellation) const {
+  return largest(children(in, allowSlow, includeHidden, cancellation), limit);
+}
+
+std::vector<TopItem> TopItemsService::topFiles(const FileURL& in, long limit, bool includeHidden,
+                                               const Cancellation& cancellation) const {
+  if (!files_.itemExists(in)) return {};
+  const HiddenItems hidden = includeHidden ? HiddenItems::include : HiddenItems::skip;
+  std::vector<TopItem> items;
+  for (const DirectoryEntry& entry : files_.contentsOfDirectory(in, hidden)) {
+    if (cancellation.isCancelled()) break;
+    if (entry.type == FileType::directory ? !files_.isPackage(entry.url) : entry.type != FileType::regular) continue;
+    const auto size = sizeIfPossible(fileSizeCalculator_, entry.url, /*allowSlow=*/true, includeHidden);
+    if (size) items.push_back(makeItem(entry.url, *size));
+  }
+  return largest(std::move(items), limit);
+}
+
+std::vector<TopItem> TopItemsService::topFiles(const std::vector<FileURL>& in, long limit, bool includeHidden,
+                                               const Cancellation& cancellation) const {
+  std::vector<TopItem> items;
+  for (const FileURL& folder : in) append(items, topFiles(folder, limit, includeHidden, cancellation));
+  return largest(std::move(items), limit);
+}
+
+std::vector<TopItem> TopItemsService::sizedItems(const std::vector<FileURL>& urls, long limit, bool allowSlow,
+                                                 bool includeHidden, const Cancellation& cancellation) const {
+  std::vector<TopItem> items;
+  for (const FileURL& url : urls) {
+    if (cancellation.isCancelled()) break;
+    if (!files_.itemExists(url)) continue;
+    const auto size = sizeIfPossible(fileSizeCalculator_, url, allowSlow, includeHidden);
+    if (size) items.push_back(makeItem(url, *size));
+  }
+  return largest(std::move(items), limit);
+}
+
+std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<FileURL>& in, const SearchOptions& options,
+                                                          const Cancellation& cancellation) const {
+  if (options.limit <= 0) return {};
+  LargestItems<TopItem> kept(options.limit);
+  BoundedWalk walk(files_,
+                   {.maxDepth = options.maxDepth,
+                    .maxVisited = options.maxVisited,
+                    .hidden = options.includeHidden ? HiddenItems::include : HiddenItems::skip},
+                   cancellation);
+  walk.run(in, [&](const BoundedWalk::Item& item) {
+    const SizeInfo size = sizeOf(item, options);
+    const std::int64_t key = options.preferAllocatedSize ? size.allocatedBytes : largerCount(size);
+    if (kept.wouldKeep(key)) kept.add(key, makeItem(item.place.url(), size));
+  });
+  return kept.take();
+}
+
+SizeInfo TopItemsService::sizeOf(const BoundedWalk::Item& item, const SearchOptions& options) const {
+  if (!item.isPackage) return options.preferAllocatedSize ? withKnownAllocation(item.sizes) : item.sizes;
+  return options.allowSlowForPackages ? packageSize(item.place.url()) : item.sizes;
+}
+
+SizeInfo TopItemsService::packageSize(const FileURL& package) const {
+  return sizeIfPossible(fileSizeCalculator_, package, /*allowSlow=*/true, /*includeHidden=*/false).value_or(SizeInfo{});
+}
+
+CloudStorageSummary TopItemsService::cloudSummary(const std::vector<FileURL>& in, long maxDepth, long maxVisited,
+                                                  bool allowSlowForPackages, const Cancellation& cancellation) const {
+  CloudStorageSummary summary;
+  BoundedWalk walk(files_, {.maxDepth = maxDepth, .maxVisited = maxVisited, .hidden = HiddenItems::skip}, cancellation);
+  walk.run(in, [&](const BoundedWalk::Item& item) {
+    const SizeInfo size = item.isPackage && allowSlowForPackages ? packageSize(item.place.url()) : item.sizes;
+    summary.allocatedBytes = checkedAdd(summary.allocatedBytes, size.allocatedBytes);
+    summary.logicalBytes = checkedAdd(summary.logicalBytes, size.logicalBytes);
+    const std::int64_t onlyInCloud = std::max<std::int64_t>(size.logicalBytes - size.allocatedBytes, 0);
+    summary.cloudOnlyBytes = checkedAdd(summary.cloudOnlyBytes, onlyInCloud);
+  });
+  summary.localBytes = summary.allocatedBytes;
+  return summary;
+}
+
+}  // namespace quarn

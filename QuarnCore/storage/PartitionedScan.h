@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+
+#include "QuarnCore/storage/ScanAttribution.h"
+#include "QuarnCore/storage/ScanRoots.h"
+#include "QuarnCore/storage/ScanRules.h"
+#include "QuarnPlatform/Cancellation.h"
+#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/TreeSizer.h"
+
+namespace quarn {
+
+/// Walks a scan plan root by root and adds every regular file's bytes to at most one category. One scan, one use;
+/// refers to the file manager, which must outlive it.
+class PartitionedScan {
+ public:
+  using Totals = TreeSizer::Totals;  ///< by the category's index
+
+  PartitionedScan(ScanPlan plan, ScanRules::Dictionary categoryByExtension, const FileManager& files);
+  PartitionedScan(const PartitionedScan&) = delete;
+  PartitionedScan& operator=(const PartitionedScan&) = delete;
+
+  /// Runs to the end or until cancelled. `onUpdate`, when given, gets the totals so far: after every root, and at most
+  /// every 100 ms within one. A root that cannot be listed adds nothing and goes to the read report.
+  Totals run(const std::function<void(const Totals&)>& onUpdate, const Cancellation& cancellation);
+
+ private:
+  [[nodiscard]] Totals sizeRoot(const ScanRoot& root, const TreeSizer::Options& options) const;
+  [[nodiscard]] Totals sizeFolder(const ScanRoot& root, bool isInDictionary, std::uint8_t bucket,
+                                  const TreeSizer::Options& options) const;
+  [[nodiscard]] std::size_t exclusionCount(const ScanRoot& root) const;
+  void logStart(const ScanRoot& root) const;
+  void logSize(const ScanRoot& root, const Totals& totals) const;
+
+  ScanPlan plan_;
+  ScanRules rules_;
+  ItemAttribution itemByItem_;
+  const FileManager& files_;
+};
+
+}  // namespace quarn

@@ -1,0 +1,46 @@
+#include "QuarnCore/storage/ScanAttribution.h"
+
+namespace quarn {
+namespace {
+
+// State of a folder that counts whole, and of all below it.
+constexpr std::uint32_t kWhole = 1;
+
+}  // namespace
+
+std::optional<Attribution::Step> WholeAttribution::folder(const Step& parent, std::string_view name,
+                                                          bool /*isPackage*/) const {
+  Step step = parent;
+  step.node = rules_.step(parent.node, name);
+  return rules_.isExcluded(step.node, mode_) ? std::nullopt : std::optional<Step>(step);
+}
+
+std::optional<std::uint8_t> WholeAttribution::file(const Step& parent, std::string_view name) const {
+  if (rules_.isExcluded(rules_.step(parent.node, name), mode_)) return std::nullopt;
+  return parent.bucket;
+}
+
+std::optional<Attribution::Step> ItemAttribution::folder(const Step& parent, std::string_view name,
+                                                         bool isPackage) const {
+  std::optional<Step> step = whole_.folder(parent, name, isPackage);
+  if (!step || parent.state == kWhole) return step;
+  if (const std::optional<StorageCategoryID> rule = rules_.category(step->node)) step->bucket = bucketOf(*rule);
+  const std::optional<StorageCategoryID> dictionary = rules_.dictionaryCategory(name);
+  if (dictionary == StorageCategoryID::free) return std::nullopt;
+  if (dictionary) step->bucket = bucketOf(*dictionary);
+  if (dictionary || isPackage) step->state = kWhole;
+  return step;
+}
+
+std::optional<std::uint8_t> ItemAttribution::file(const Step& parent, std::string_view name) const {
+  const ScanRules::Trie::Node node = rules_.step(parent.node, name);
+  if (rules_.isExcluded(node, ScanMode::enumerate)) return std::nullopt;
+  if (parent.state == kWhole) return parent.bucket;
+  const std::optional<StorageCategoryID> dictionary = rules_.dictionaryCategory(name);
+  if (dictionary == StorageCategoryID::free) return std::nullopt;
+  if (dictionary) return bucketOf(*dictionary);
+  const std::optional<StorageCategoryID> rule = rules_.category(node);
+  return rule ? bucketOf(*rule) : parent.bucket;
+}
+
+}  // namespace quarn

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "QuarnCore/storage/ScanRules.h"
+#include "QuarnPlatform/TreeSizer.h"
+
+namespace quarn {
+
+/// The total of a category in a walk's totals.
+constexpr std::uint8_t bucketOf(StorageCategoryID category) { return static_cast<std::uint8_t>(category); }
+
+/// Attributes everything to the root's total, without what the mode excludes.
+class WholeAttribution : public Attribution {
+ public:
+  WholeAttribution(const ScanRules& rules, ScanMode mode) : rules_(rules), mode_(mode) {}
+
+  [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const override;
+  [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override;
+
+ private:
+  const ScanRules& rules_;
+  ScanMode mode_;
+};
+
+/// Attributes item by item: by the dictionary of extensions, else by the longest rule, else as the folder around it. A
+/// package or a folder with an extension of the dictionary counts whole.
+class ItemAttribution : public Attribution {
+ public:
+  explicit ItemAttribution(const ScanRules& rules) : rules_(rules), whole_(rules, ScanMode::enumerate) {}
+
+  [[nodiscard]] bool needsPackages() const override { return true; }
+  [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const override;
+  [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override;
+
+ private:
+  const ScanRules& rules_;
+  WholeAttribution whole_;
+};
+
+}  // namespace quarn

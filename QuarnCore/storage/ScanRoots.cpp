@@ -1,0 +1,102 @@
+#include "QuarnCore/storage/ScanRoots.h"
+
+#include <algorithm>
+#include <array>
+#include <unordered_set>
+
+#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/PathTrie.h"
+
+namespace quarn {
+namespace {
+
+using Category = StorageCategoryID;
+
+constexpr std::array kEnumerated{Category::photos,    Category::communication, Category::development, Category::games,
+                                 Category::documents, Category::apps,          Category::other};
+// Equal prefixes go to the earlier of these.
+constexpr std::array kRuled{Category::photos, Category::communication, Category::development,
+                            Category::games,  Category::documents,     Category::apps};
+
+struct Listed {
+  ScanRoot root;
+  FileURL url;
+  bool isLinked;
+};
+
+Listed makeListed(const FileURL& url, Category category, ScanMode mode, const FileManager& files) {
+  ScanRoot root{.path = files.resolvedPath(url), .defaultCategory = category, .mode = mode};
+  root.location = files.realPath(url).value_or(root.path);
+  const bool isLinked = root.path != files.standardizedPath(url);
+  return {std::move(root), url, isLinked};
+}
+
+std::vector<Listed> listRoots(const CategoryRoots& categories, const FileURL& quarantine, const FileManager& files) {
+  std::vector<Listed> listed;
+  const auto add = [&](const std::vector<FileURL>& urls, Category category, ScanMode mode) {
+    for (const FileURL& url : urls) listed.push_back(makeListed(url, category, mode, files));
+  };
+  for (const Category category : kEnumerated) add(categories.roots(category, true), category, ScanMode::enumerate);
+  add(categories.roots(Category::systemData, true), Category::systemData, ScanMode::fast);
+  add({quarantine}, Category::systemData, ScanMode::fast);
+  // A root reached through a link must not take what a root that lies there takes.
+  std::stable_partition(listed.begin(), listed.end(), [](const Listed& root) { return !root.isLinked; });
+  return listed;
+}
+
+std::vector<PrefixRule> makePrefixRules(const std::vector<Listed>& listed) {
+  std::vector<PrefixRule> rules;
+  for (const bool isLinked : {false, true}) {
+    for (const Category category : kRuled) {
+      for (const Listed& candidate : listed) {
+        if (candidate.isLinked != isLinked || candidate.root.defaultCategory != category) continue;
+        rules.push_back({candidate.root.location, category});
+      }
+    }
+  }
+  return rules;
+}
+
+std::vector<ScanRoot> rootsThatCount(const std::vector<Listed>& listed, const VolumeLocationChecker& locations,
+                                     const FileManager& files) {
+  std::vector<ScanRoot> roots;
+  std::unordered_set<std::string> seen;
+  for (const Listed& candidate : listed) {
+    if (!files.itemExists(candidate.url) || locations.isExternal(candidate.url)) continue;
+    if (seen.insert(candidate.root.path).second) roots.push_back(candidate.root);
+  }
+  return roots;
+}
+
+// The walk of an enumerated root attributes the enumerated roots inside by their rules. Where a fast root lies between
+// the two that walk does not come by, and the inner one has to be walked by itself.
+void dropRootsInEnumeratedOnes(std::vector<ScanRoot>& roots) {
+  PathTrie<ScanMode> modes;
+  for (const ScanRoot& root : roots) modes.insert(root.location, root.mode);
+  std::erase_if(roots, [&](const ScanRoot& root) {
+    if (root.mode != ScanMode::enumerate || root.location == "/") return false;
+    const ScanMode* around = modes.longestMatch(path::parent(root.location));
+    return around != nullptr && *around == ScanMode::enumerate;
+  });
+}
+
+// No walk comes by a path that leads through a link, so one that does keeps standing for nothing.
+std::string exclusionLocation(const FileURL& url, const FileManager& files) {
+  std::string path = files.standardizedPath(url);
+  return files.resolvedPath(url) == path ? files.realPath(url).value_or(path) : path;
+}
+
+}  // namespace
+
+ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine,
+                      const VolumeLocationChecker& locations, const FileManager& files) {
+  const std::vector<Listed> listed = listRoots(categories, quarantine, files);
+  ScanPlan plan{.roots = rootsThatCount(listed, locations, files), .prefixRules = makePrefixRules(listed)};
+  dropRootsInEnumeratedOnes(plan.roots);
+  for (const FileURL& url : categories.exclusions(Category::systemData)) {
+    plan.fastExclusions.push_back(exclusionLocation(url, files));
+  }
+  return plan;
+}
+
+}  // namespace quarn

@@ -1,0 +1,51 @@
+#include "QuarnCore/storage/ScanRules.h"
+
+#include <algorithm>
+
+#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/Text.h"
+
+namespace quarn {
+namespace {
+
+// Lower-casing shortens no text to less than a third of its bytes: the Kelvin sign's three become the one of "k".
+constexpr std::size_t kMostShrinking = 3;
+
+}  // namespace
+
+ScanRules::ScanRules(const ScanPlan& plan, Dictionary categoryByExtension)
+    : categoryByExtension_(std::move(categoryByExtension)) {
+  for (const PrefixRule& rule : plan.prefixRules) {
+    Rule& place = trie_.valueAt(rule.prefix);
+    if (!place.category) place.category = rule.category;
+  }
+  for (const ScanRoot& root : plan.roots) trie_.valueAt(root.location).isRoot = true;
+  for (const std::string& location : plan.fastExclusions) trie_.valueAt(location).isFastExclusion = true;
+  for (const auto& [extension, category] : categoryByExtension_) {
+    longestExtension_ = std::max(longestExtension_, extension.size());
+  }
+}
+
+bool ScanRules::isExcluded(Trie::Node node, ScanMode mode) const {
+  const Rule* rule = trie_.value(node);
+  return rule != nullptr && (rule->isRoot || (mode == ScanMode::fast && rule->isFastExclusion));
+}
+
+std::optional<StorageCategoryID> ScanRules::longestRule(std::string_view location) const {
+  Trie::Node node = Trie::kRoot;
+  std::optional<StorageCategoryID> longest = category(node);
+  for (const std::string_view name : path::names(location)) {
+    node = step(node, name);
+    if (const std::optional<StorageCategoryID> here = category(node)) longest = here;
+  }
+  return longest;
+}
+
+std::optional<StorageCategoryID> ScanRules::dictionaryCategory(std::string_view name) const {
+  const std::string_view extension = path::extension(name);
+  if (extension.empty() || extension.size() > longestExtension_ * kMostShrinking) return std::nullopt;
+  const auto found = categoryByExtension_.find(Text::lowercased(extension));
+  return found == categoryByExtension_.end() ? std::nullopt : std::optional<StorageCategoryID>(found->second);
+}
+
+}  // namespace quarn

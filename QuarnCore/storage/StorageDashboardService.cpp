@@ -1,0 +1,154 @@
+#include "QuarnCore/storage/StorageDashboardService.h"
+
+#include "QuarnCore/storage/CategoryRoots.h"
+#include "QuarnCore/storage/PartitionedScan.h"
+#include "QuarnCore/storage/ScanRoots.h"
+#include "QuarnSystem/DiagnosticsLogger.h"
+
+namespace quarn {
+namespace {
+
+StorageDashboardService::CategorySizes byCategory(const PartitionedScan::Totals& totals) {
+  StorageDashboardService::CategorySizes sizes;
+  for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
+    if (category != StorageCategoryID::free) sizes[category] = totals[bucketOf(category)];
+  }
+  return sizes;
+}
+
+/// Sizes the roots of one category one by one.
+class PreciseSizing {
+ public:
+  PreciseSizing(StorageCategoryID category, const CategoryRoots& categories, const FileSizeCalculator& calculator,
+                const FileManager& files)
+      : category_(category),
+        categories_(categories),
+        calculator_(calculator),
+        files_(files),
+        exclusions_(categories.exclusions(category)) {}
+
+  [[nodiscard]] SizeInfo sizeOf(const FileURL& root) const {
+    const bool isCloud = category_ == StorageCategoryID::documents && categories_.isCloudRoot(root);
+    const SizeInfo size = isCloud ? cloudSize(root) : plainSize(root);
+    log(root, size, isCloud);
+    return size;
+  }
+
+ private:
+  // What is only in the cloud counts by what it takes here; a root that cannot be walked by its cheaper estimates.
+  [[nodiscard]] SizeInfo cloudSize(const FileURL& root) const {
+    try {
+      if (files_.isDirectory(root)) return calculator_.enumeratingDirectorySize(root, /*includeHidden=*/true);
+    } catch (const FileError&) {
+      // The estimates below follow.
+    }
+    if (const std::optional<SizeInfo> size = calculator_.resourceSize(root)) return *size;
+    try {
+      return calculator_.itemSize(root, /*allowSlow=*/false, /*includeHidden=*/true);
+    } catch (const FileError&) {
+      return plainSize(root);
+    }
+  }
+
+  [[nodiscard]] SizeInfo plainSize(const FileURL& root) const {
+    return calculator_.itemSizeExcluding(root, exclusions_, /*allowSlow=*/true, /*includeHidden=*/true);
+  }
+
+  void log(const FileURL& root, const SizeInfo& size, bool isCloud) const {
+    DiagnosticsLogger& logger = DiagnosticsLogger::shared();
+    if (!logger.isEnabled()) return;
+    logger.log(DiagnosticsLevel::trace, "StorageScan", "Precise root size",
+               {{"category", std::string(rawValue(category_))},
+                {"root", root.path()},
+                {"allocatedBytes", std::to_string(size.allocatedBytes)},
+                {"logicalBytes", std::to_string(size.logicalBytes)},
+                {"cloudRoot", isCloud ? "true" : "false"},
+                {"exclusions", std::to_string(exclusions_.size())}});
+  }
+
+  StorageCategoryID category_;
+  const CategoryRoots& categories_;
+  const FileSizeCalculator& calculator_;
+  const FileManager& files_;
+  std::vector<FileURL> exclusions_;
+};
+
+}  // namespace
+
+StorageDashboardService::StorageDashboardService(VolumeInfoClient volumeInfoClient,
+                                                 FileSizeCalculator fileSizeCalculator,
+                                                 StorageSignatureRegistry signatureRegistry,
+                                                 VolumeLocationChecker volumeLocationChecker,
+                                                 VendorPathHintIndex vendorHints, QuarantineManager quarantineManager,
+                                                 FileManager files)
+    : volumeInfoClient_(std::move(volumeInfoClient)),
+      fileSizeCalculator_(std::move(fileSizeCalculator)),
+      signatureRegistry_(std::move(signatureRegistry)),
+      volumeLocationChecker_(std::move(volumeLocationChecker)),
+      vendorHints_(std::move(vendorHints)),
+      quarantineManager_(std::move(quarantineManager)),
+      files_(std::move(files)) {}
+
+std::vector<FileURL> StorageDashboardService::categoryRoots(StorageCategoryID category, bool includeDiscovered) const {
+  return CategoryRoots(signatureRegistry_, vendorHints_, files_).roots(category, includeDiscovered);
+}
+
+std::vector<FileURL> StorageDashboardService::categoryExclusions(StorageCategoryID category) const {
+  return CategoryRoots(signatureRegistry_, vendorHints_, files_).exclusions(category);
+}
+
+std::vector<FileURL> StorageDashboardService::topItemRoots(StorageCategoryID category, bool includeDiscovered) const {
+  return CategoryRoots(signatureRegistry_, vendorHints_, files_).topItemRoots(category, includeDiscovered);
+}
+
+std::vector<FileURL> StorageDashboardService::vendorRoots(StorageCategoryID category) const {
+  return vendorHints_.roots(category);
+}
+
+std::optional<VendorPathHint> StorageDashboardService::vendorHint(const FileURL& url,
+                                                                  StorageCategoryID category) const {
+  return vendorHints_.hint(url, category);
+}
+
+bool StorageDashboardService::isCloudRoot(const FileURL& root) const {
+  return CategoryRoots(signatureRegistry_, vendorHints_, files_).isCloudRoot(root);
+}
+
+StorageOverview StorageDashboardService::initialOverview() const {
+  StorageOverview overview{.volume = volumeInfoClient_.systemVolume()};
+  for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
+    if (category != StorageCategoryID::free) overview.categories.push_back({.id = category});
+  }
+  return overview;
+}
+
+StorageDashboardService::CategorySizes StorageDashboardService::calculatePartitionedCategorySizes(
+    const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const {
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, files_);
+  ScanPlan plan = makeScanPlan(categories, quarantineManager_.baseURL(), volumeLocationChecker_, files_);
+  PartitionedScan scan(std::move(plan), signatureRegistry_.packageCategoryByExtension(), files_);
+  std::function<void(const PartitionedScan::Totals&)> update;
+  if (onUpdate) update = [&](const PartitionedScan::Totals& totals) { onUpdate(byCategory(totals)); };
+  return byCategory(scan.run(update, cancellation));
+}
+
+std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(StorageCategoryID category,
+                                                                      const Cancellation& cancellation) const {
+  if (category == StorageCategoryID::free) return std::nullopt;
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, files_);
+  const PreciseSizing sizing(category, categories, fileSizeCalculator_, files_);
+  std::optional<SizeInfo> total;
+  for (const FileURL& root : categories.roots(category, /*includeDiscovered=*/true)) {
+    if (cancellation.isCancelled()) break;
+    if (!files_.itemExists(root)) continue;
+    total = total.value_or(SizeInfo{}) + sizing.sizeOf(root);
+  }
+  return total;
+}
+
+SizeInfo StorageDashboardService::preciseSize(const FileURL& root, StorageCategoryID category) const {
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, files_);
+  return PreciseSizing(category, categories, fileSizeCalculator_, files_).sizeOf(root);
+}
+
+}  // namespace quarn

@@ -1,0 +1,87 @@
+#include "QuarnCore/vendors/UninstallerDiscoveryService.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <unordered_set>
+
+#include "QuarnPlatform/DirectoryEnumerator.h"
+#include "QuarnPlatform/Text.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::array<std::string_view, 6> kNameTokens{"uninstall", "uninstaller", "remove",
+                                                      "deinstall", "cleanup",     "cleaner"};
+constexpr std::array<std::string_view, 3> kLaunchableExtensions{"app", "pkg", "command"};
+
+constexpr int kMaximumVisitedEntries = 20'000;
+constexpr std::size_t kMinimumAppKeyLength = 4;
+constexpr double kInsideConfidence = 1.0;
+constexpr double kBesideNamedConfidence = 0.8;
+constexpr double kBesideConfidence = 0.7;
+
+bool hasUninstallerName(const std::string& key) {
+  return std::any_of(kNameTokens.begin(), kNameTokens.end(),
+                     [&](std::string_view token) { return Text::contains(key, token); });
+}
+
+bool isLaunchable(const FileURL& url, const FileManager& files) {
+  const std::string extension = Text::lowercased(url.pathExtension());
+  return std::find(kLaunchableExtensions.begin(), kLaunchableExtensions.end(), extension) !=
+             kLaunchableExtensions.end() ||
+         files.isExecutableFile(url);
+}
+
+UninstallerCandidate makeCandidate(const FileURL& url, double confidence) {
+  return {.url = url, .name = std::string(url.lastPathComponent()), .confidence = confidence};
+}
+
+void addInside(const FileURL& bundle, const FileManager& files, std::vector<UninstallerCandidate>& candidates) {
+  DirectoryEnumerator items(files, bundle, {.hidden = HiddenItems::skip, .packages = PackageContents::skip});
+  for (int visited = 0; visited < kMaximumVisitedEntries; ++visited) {
+    const DirectoryEnumerator::Item* item = items.next();
+    if (item == nullptr) return;
+    if (!hasUninstallerName(Text::normalizedKey(item->name()))) continue;
+    const FileURL url = item->url();
+    if (isLaunchable(url, files)) candidates.push_back(makeCandidate(url, kInsideConfidence));
+  }
+}
+
+void addBeside(const AppEntity& app, const FileManager& files, std::vector<UninstallerCandidate>& candidates) {
+  const std::string appKey = Text::normalizedKey(app.name);
+  const bool isNameTelling = Text::characterCount(appKey) >= kMinimumAppKeyLength;
+  for (const DirectoryEntry& entry :
+       files.contentsOrNone(app.bundleURL.deletingLastPathComponent(), HiddenItems::skip)) {
+    const std::string key = Text::normalizedKey(entry.url.lastPathComponent());
+    if (!hasUninstallerName(key) || !isLaunchable(entry.url, files)) continue;
+    const bool namesApp = isNameTelling && Text::contains(key, appKey);
+    candidates.push_back(makeCandidate(entry.url, namesApp ? kBesideNamedConfidence : kBesideConfidence));
+  }
+}
+
+std::vector<UninstallerCandidate> firstOfEachPath(std::vector<UninstallerCandidate> candidates) {
+  std::unordered_set<std::string> seen;
+  std::erase_if(candidates,
+                [&](const UninstallerCandidate& candidate) { return !seen.insert(candidate.url.path()).second; });
+  return candidates;
+}
+
+}  // namespace
+
+UninstallerDiscoveryService::UninstallerDiscoveryService(FileManager files) : files_(std::move(files)) {}
+
+std::vector<UninstallerCandidate> UninstallerDiscoveryService::findUninstallers(const AppEntity& app) const {
+  std::vector<UninstallerCandidate> candidates;
+  if (files_.itemExists(app.bundleURL)) addInside(app.bundleURL, files_, candidates);
+  addBeside(app, files_, candidates);
+  candidates = firstOfEachPath(std::move(candidates));
+  std::stable_sort(candidates.begin(), candidates.end(),
+                   [](const UninstallerCandidate& left, const UninstallerCandidate& right) {
+                     if (left.confidence != right.confidence) return left.confidence > right.confidence;
+                     return Text::localizedCaseInsensitiveCompare(left.name, right.name) < 0;
+                   });
+  return candidates;
+}
+
+}  // namespace quarn

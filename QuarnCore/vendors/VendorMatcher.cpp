@@ -1,0 +1,63 @@
+#include "QuarnCore/vendors/VendorMatcher.h"
+
+#include <algorithm>
+
+#include "QuarnCore/vendors/PatternText.h"
+#include "QuarnCore/vendors/VendorPathResolver.h"
+#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/Text.h"
+
+namespace quarn {
+namespace {
+
+std::vector<std::string> lowercasedAll(const std::vector<std::string>& texts) {
+  std::vector<std::string> result;
+  result.reserve(texts.size());
+  for (const std::string& text : texts) result.push_back(Text::lowercased(text));
+  return result;
+}
+
+std::vector<std::string> appBundleNames(const VendorProfile& profile) {
+  std::vector<std::string> names;
+  for (const VendorProfile::ArtifactDefinition& definition : profile.artifacts) {
+    if (definition.kind != ArtifactKind::appBundle) continue;
+    for (const std::string& path : definition.paths) {
+      const std::vector<std::string_view> pieces = path::names(trimmed(path));
+      if (!pieces.empty()) names.push_back(Text::lowercased(pieces.back()));
+    }
+  }
+  return names;
+}
+
+}  // namespace
+
+AppTexts::AppTexts(const AppEntity& app)
+    : bundleID(Text::lowercased(app.bundleIdentifier.value_or(""))),
+      name(Text::lowercased(app.name)),
+      bundleName(Text::lowercased(app.bundleURL.lastPathComponent())) {}
+
+// An empty prefix or fragment would match every app.
+VendorMatcher::VendorMatcher(const VendorProfile& profile)
+    : bundleIDs_(lowercasedAll(profile.match.bundleIDs)),
+      prefixes_(lowercasedAll(profile.match.bundleIDPrefixes)),
+      nameParts_(lowercasedAll(profile.match.nameContains)),
+      bundleNames_(appBundleNames(profile)) {
+  std::erase(prefixes_, "");
+  std::erase(nameParts_, "");
+}
+
+bool VendorMatcher::matches(const AppTexts& app) const {
+  if (std::find(bundleIDs_.begin(), bundleIDs_.end(), app.bundleID) != bundleIDs_.end()) return true;
+  const auto beginsBundleID = [&](const std::string& prefix) { return app.bundleID.starts_with(prefix); };
+  return std::any_of(prefixes_.begin(), prefixes_.end(), beginsBundleID) || matchesByName(app);
+}
+
+bool VendorMatcher::matchesByName(const AppTexts& app) const {
+  const auto isInName = [&](const std::string& part) { return app.name.find(part) != std::string::npos; };
+  if (std::none_of(nameParts_.begin(), nameParts_.end(), isInName)) return false;
+  return bundleNames_.empty() || std::any_of(bundleNames_.begin(), bundleNames_.end(), [&](const std::string& name) {
+           return VendorPathResolver::matches(name, app.bundleName);
+         });
+}
+
+}  // namespace quarn

@@ -1,0 +1,127 @@
+#include "QuarnCore/vendors/VendorPathResolver.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <unordered_set>
+
+#include "QuarnCore/vendors/PatternText.h"
+#include "QuarnPlatform/Path.h"
+
+namespace quarn {
+namespace {
+
+bool isStarred(std::string_view component) { return component.find('*') != std::string_view::npos; }
+
+// memmem is linear where string_view::find is not: patterns and names may be written to hurt.
+std::size_t find(std::string_view text, std::string_view part) {
+  const void* found = ::memmem(text.data(), text.size(), part.data(), part.size());
+  if (found == nullptr) return std::string_view::npos;
+  return static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
+}
+
+// The text behind the first occurrence of a piece; for the piece at a pattern's start only the text's start will do.
+std::optional<std::string_view> behind(std::string_view piece, std::string_view text, bool isAtStart) {
+  const std::size_t found = isAtStart ? (text.starts_with(piece) ? 0 : std::string_view::npos) : find(text, piece);
+  if (found == std::string_view::npos) return std::nullopt;
+  return text.substr(found + piece.size());
+}
+
+/// The items on the way down a pattern, one level at a time.
+class Candidates {
+ public:
+  explicit Candidates(const FileManager& files) : files_(files) {}
+
+  // Plain components are only gathered: an item exists exactly when everything on its way does, so one look-up at the
+  // end of a run answers for all of it.
+  void appendPlain(std::string_view component) { (pending_ += '/') += component; }
+
+  void settle() {
+    if (pending_.empty()) return;
+    std::vector<FileURL> existing;
+    for (const FileURL& candidate : urls_) {
+      if (auto url = files_.existingURL(path::join(candidate.path(), pending_))) existing.push_back(std::move(*url));
+    }
+    urls_ = std::move(existing);
+    pending_.clear();
+  }
+
+  void appendStarred(std::string_view component, bool isLast) {
+    settle();
+    std::vector<FileURL> matching;
+    for (const FileURL& candidate : urls_) {
+      for (DirectoryEntry& entry : files_.contentsOrNone(candidate, HiddenItems::skip)) {
+        if (!isLast && entry.type != FileType::directory) continue;
+        if (!VendorPathResolver::matches(component, entry.url.lastPathComponent())) continue;
+        matching.push_back(std::move(entry.url));
+      }
+    }
+    urls_ = std::move(matching);
+  }
+
+  [[nodiscard]] bool isEmpty() const { return urls_.empty(); }
+  std::vector<FileURL> take() { return std::move(urls_); }
+
+ private:
+  const FileManager& files_;
+  std::vector<FileURL> urls_{FileURL()};
+  std::string pending_;
+};
+
+std::vector<FileURL> resolveOne(const std::string& path, const FileManager& files) {
+  const std::vector<std::string_view> names = path::names(path);
+  if (names.empty()) return {};
+  Candidates candidates(files);
+  for (std::size_t i = 0; i < names.size() && !candidates.isEmpty(); ++i) {
+    if (isStarred(names[i])) {
+      candidates.appendStarred(names[i], i + 1 == names.size());
+    } else {
+      candidates.appendPlain(names[i]);
+    }
+  }
+  candidates.settle();
+  return candidates.take();
+}
+
+}  // namespace
+
+std::vector<FileURL> VendorPathResolver::resolve(const std::vector<std::string>& patterns, const FileManager& files,
+                                                 const FileURL& home) {
+  std::vector<FileURL> urls;
+  std::unordered_set<std::string> seen;
+  for (const std::string& pattern : patterns) {
+    const std::optional<std::string> path = expandedPattern(pattern, home);
+    if (!path) continue;
+    for (FileURL& url : resolveOne(*path, files)) {
+      if (seen.insert(files.standardizedPath(url)).second) urls.push_back(std::move(url));
+    }
+  }
+  return urls;
+}
+
+bool VendorPathResolver::matches(std::string_view pattern, std::string_view text) {
+  if (!isStarred(pattern)) return pattern == text;
+  std::optional<std::string_view> rest = text;
+  std::string_view lastPiece;
+  for (std::size_t start = 0; start < pattern.size();) {
+    const std::size_t end = std::min(pattern.find('*', start), pattern.size());
+    if (end > start) {
+      lastPiece = pattern.substr(start, end - start);
+      rest = behind(lastPiece, *rest, start == 0);
+      if (!rest) return false;
+    }
+    start = end + 1;
+  }
+  return pattern.ends_with('*') || text.ends_with(lastPiece);
+}
+
+bool VendorPathResolver::hasFolderLevelWildcard(std::string_view pattern) {
+  const std::vector<std::string_view> names = path::names(trimmed(pattern));
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (!isStarred(names[i])) continue;
+    if (i + 1 < names.size() || names[i].find('.') == std::string_view::npos) return true;
+  }
+  return false;
+}
+
+}  // namespace quarn

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "QuarnPlatform/FileManager.h"
+
+namespace quarn {
+
+/// Turns path patterns ("~/Library/Caches/com.example.*", "/Library/*/Example") into the items that exist. Stateless.
+struct VendorPathResolver {
+  VendorPathResolver() = delete;
+
+  /// The existing items that the patterns denote, in pattern order, each item once (by standardised path). A starred
+  /// component lists one folder level without hidden entries; relative patterns denote nothing.
+  static std::vector<FileURL> resolve(const std::vector<std::string>& patterns, const FileManager& files,
+                                      const FileURL& home);
+
+  /// The wildcard test: "*" stands for any run of characters, nothing else is special. Linear in both lengths.
+  static bool matches(std::string_view pattern, std::string_view text);
+
+  /// Whether some component with "*" is not the last one, or is the last one and holds no ".": such a pattern may
+  /// gather the folders of several products.
+  static bool hasFolderLevelWildcard(std::string_view pattern);
+};
+
+}  // namespace quarn

@@ -1,0 +1,88 @@
+#include "QuarnCore/vendors/VendorProfile.h"
+
+#include <algorithm>
+#include <array>
+
+#include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
+#include "QuarnCore/vendors/VendorMatcher.h"
+#include "QuarnCore/vendors/VendorPathResolver.h"
+#include "QuarnPlatform/Localization.h"
+
+namespace quarn {
+namespace {
+
+constexpr double kCarveOutConfidence = 0.45;
+
+// What these classes hold stays what it is however many folders a pattern gathers.
+constexpr std::array kSettledClasses{ArtifactDataClass::app, ArtifactDataClass::rebuildable,
+                                     ArtifactDataClass::syncRestorable, ArtifactDataClass::shared};
+
+bool isLikelyShared(const VendorProfile::ArtifactDefinition& definition, const std::vector<FileURL>& urls) {
+  return urls.size() >= 2 &&
+         std::any_of(definition.paths.begin(), definition.paths.end(), VendorPathResolver::hasFolderLevelWildcard) &&
+         std::find(kSettledClasses.begin(), kSettledClasses.end(), definition.dataClass) == kSettledClasses.end();
+}
+
+void markShared(Artifact& artifact) {
+  const std::string note = localized("Multiple paths found: likely suite/shared data (may affect multiple apps).");
+  const bool isExplained = artifact.explanation && !artifact.explanation->empty();
+  artifact.dataClass = ArtifactDataClass::shared;
+  artifact.riskLevel = std::max(artifact.riskLevel, RiskLevel::caution);
+  artifact.explanation = isExplained ? *artifact.explanation + "\n\n" + note : note;
+}
+
+Artifact makeArtifact(const VendorProfile::ArtifactDefinition& definition, std::vector<FileURL> urls) {
+  Artifact artifact{.kind = definition.kind,
+                    .dataClass = definition.dataClass,
+                    .scope = definition.scope,
+                    .urls = std::move(urls),
+                    .riskLevel = definition.riskLevel,
+                    .confidence = definition.confidence,
+                    .title = definition.title,
+                    .explanation = definition.explanation};
+  if (isLikelyShared(definition, artifact.urls)) markShared(artifact);
+  artifact.renewID();
+  return artifact;
+}
+
+// A plain text prefix, on purpose: "/Users/ann2/x" counts as inside "/Users/ann".
+ArtifactScope scopeOf(const std::vector<FileURL>& urls, const FileManager& files, const FileURL& home) {
+  const std::string homePath = files.standardizedPath(home);
+  const bool areUsers = std::all_of(
+      urls.begin(), urls.end(), [&](const FileURL& url) { return files.standardizedPath(url).starts_with(homePath); });
+  return areUsers ? ArtifactScope::user : ArtifactScope::system;
+}
+
+Artifact makeArtifact(const VendorProfile::CarveOut& carveOut, std::vector<FileURL> urls, ArtifactScope scope) {
+  Artifact artifact{.kind = ArtifactKind::unknown,
+                    .dataClass = ArtifactDataClass::shared,
+                    .scope = scope,
+                    .urls = std::move(urls),
+                    .riskLevel = RiskLevel::danger,
+                    .confidence = kCarveOutConfidence,
+                    .title = carveOut.title,
+                    .explanation = carveOut.reason};
+  artifact.renewID();
+  return artifact;
+}
+
+}  // namespace
+
+bool VendorProfile::matches(const AppEntity& app) const { return VendorMatcher(*this).matches(AppTexts(app)); }
+
+std::vector<Artifact> VendorProfile::makeArtifacts(const FileManager& files, const FileURL& home) const {
+  std::vector<Artifact> found;
+  for (const ArtifactDefinition& definition : artifacts) {
+    std::vector<FileURL> urls = VendorPathResolver::resolve(definition.paths, files, home);
+    if (!urls.empty()) found.push_back(makeArtifact(definition, std::move(urls)));
+  }
+  for (const CarveOut& carveOut : carveOuts) {
+    std::vector<FileURL> urls = VendorPathResolver::resolve(carveOut.paths, files, home);
+    if (urls.empty()) continue;
+    const ArtifactScope scope = scopeOf(urls, files, home);
+    found.push_back(makeArtifact(carveOut, std::move(urls), scope));
+  }
+  return VendorArtifactDeduplicator::deduplicate(found, files);
+}
+
+}  // namespace quarn

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "QuarnModels/AppEntity.h"
+#include "QuarnModels/Artifact.h"
+#include "QuarnPlatform/FileManager.h"
+
+namespace quarn {
+
+/// What is known of one vendor: how to recognise its apps and where their files lie. Decoded from one JSON resource;
+/// keys are the field names. A plain value.
+struct VendorProfile {
+  struct Match {
+    std::vector<std::string> bundleIDs;  ///< exact identifiers
+    std::vector<std::string> bundleIDPrefixes;
+    std::vector<std::string> nameContains;  ///< fragments of the app's name
+    friend bool operator==(const Match&, const Match&) = default;
+  };
+  struct ArtifactDefinition {
+    ArtifactKind kind = ArtifactKind::unknown;
+    ArtifactDataClass dataClass = ArtifactDataClass::unknown;
+    ArtifactScope scope = ArtifactScope::user;
+    RiskLevel riskLevel = RiskLevel::safe;
+    double confidence = 0;
+    std::string title;
+    std::optional<std::string> explanation;
+    std::vector<std::string> paths;  ///< patterns, see `VendorPathResolver`
+    friend bool operator==(const ArtifactDefinition&, const ArtifactDefinition&) = default;
+  };
+  /// A location reported apart, as shared data.
+  struct CarveOut {
+    std::string title;
+    std::vector<std::string> paths;
+    std::string reason;
+    friend bool operator==(const CarveOut&, const CarveOut&) = default;
+  };
+
+  std::string id;
+  std::string displayName;
+  Match match;
+  std::vector<ArtifactDefinition> artifacts;
+  std::vector<CarveOut> carveOuts;
+
+  /// Whether the app is this vendor's: by exact identifier, by identifier prefix, or by a name fragment, which the
+  /// bundle's file name must confirm when the profile names app bundles.
+  [[nodiscard]] bool matches(const AppEntity& app) const;
+  /// The vendor's items that exist on the volume, each item in one artifact; `home` is what "~" stands for.
+  [[nodiscard]] std::vector<Artifact> makeArtifacts(const FileManager& files, const FileURL& home) const;
+
+  friend bool operator==(const VendorProfile&, const VendorProfile&) = default;
+};
+
+}  // namespace quarn
