@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <utility>
+
+namespace quarn {
+
+/// A value that is made when it is first asked for, once, whichever thread asks. Neither copied nor moved.
+template <class Value>
+class Lazy {
+ public:
+  explicit Lazy(std::function<Value()> make) : make_(std::move(make)) {}
+  Lazy(const Lazy&) = delete;
+  Lazy& operator=(const Lazy&) = delete;
+
+  const Value& operator()() const {
+    std::call_once(once_, [this] { value_.emplace(make_()); });
+    return *value_;
+  }
+
+ private:
+  std::function<Value()> make_;
+  mutable std::once_flag once_;
+  mutable std::optional<Value> value_;
+};
+
+}  // namespace quarn

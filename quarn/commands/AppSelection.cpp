@@ -1,0 +1,72 @@
+#include "quarn/commands/AppSelection.h"
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+
+#include "QuarnPlatform/Text.h"
+#include "quarn/output/TerminalText.h"
+
+namespace quarn {
+namespace {
+
+using Apps = std::vector<AppEntity>;
+
+Apps filtered(const Apps& apps, const std::function<bool(const AppEntity&)>& predicate) {
+  Apps result;
+  std::copy_if(apps.begin(), apps.end(), std::back_inserter(result), predicate);
+  return result;
+}
+
+/// The ways in which a word may mean an app, the surest first.
+std::vector<std::function<bool(const AppEntity&)>> readings(const std::string& word, const FileManager& files) {
+  const bool isHomePath = word.starts_with("~/");
+  const std::string path = isHomePath ? files.homeDirectory().path() + word.substr(1) : word;
+  const std::string wantedPath = path.starts_with('/') ? files.resolvedPath(FileURL(path)) : "";
+  const std::string lowercased = Text::lowercased(word);
+  const std::string key = Text::normalizedKey(word);
+  const auto identifier = [](const AppEntity& app) { return Text::lowercased(app.bundleIdentifier.value_or("")); };
+  return {
+      [=](const AppEntity& app) { return !wantedPath.empty() && files.resolvedPath(app.bundleURL) == wantedPath; },
+      [=](const AppEntity& app) { return app.bundleIdentifier && identifier(app) == lowercased; },
+      [=](const AppEntity& app) { return app.name == word; },
+      [=](const AppEntity& app) { return Text::normalizedKey(app.name) == key; },
+      [=](const AppEntity& app) {
+        return Text::contains(Text::normalizedKey(app.name), key) || Text::contains(identifier(app), lowercased);
+      },
+  };
+}
+
+std::string described(const AppEntity& app) {
+  return escapedForTerminal(app.name) + "  " + escapedForTerminal(app.bundleIdentifier.value_or("no identifier")) +
+         "  " + escapedForTerminal(app.bundleURL.path());
+}
+
+[[noreturn]] void refuseAmbiguous(const std::string& word, const Apps& candidates) {
+  std::string problem = "\"" + escapedForTerminal(word) + "\" may mean several apps; name one by identifier or path:";
+  for (const AppEntity& app : candidates) problem += "\n  " + described(app);
+  throw CommandError(ExitCode::notFound, problem);
+}
+
+[[noreturn]] void refuseUnknown(const std::string& word, const Apps& apps) {
+  std::vector<std::string> names;
+  for (const AppEntity& app : apps) names.push_back(app.name);
+  std::string problem = "no app \"" + escapedForTerminal(word) + "\"";
+  if (const auto meant = nearest(word, names)) problem += "; did you mean \"" + escapedForTerminal(*meant) + "\"?";
+  throw CommandError(ExitCode::notFound, problem);
+}
+
+}  // namespace
+
+AppEntity selectApp(CommandContext& context, const std::string& word) {
+  const Services& services = context.services();
+  const Apps apps = services.appsService().discoverApps();
+  for (const auto& reading : readings(word, services.files)) {
+    const Apps candidates = filtered(apps, reading);
+    if (candidates.size() == 1) return candidates.front();
+    if (candidates.size() > 1) refuseAmbiguous(word, candidates);
+  }
+  refuseUnknown(word, apps);
+}
+
+}  // namespace quarn

@@ -1,0 +1,63 @@
+#include <nlohmann/json.hpp>
+
+#include "quarn/commands/CommandContext.h"
+#include "quarn/commands/Commands.h"
+#include "quarn/commands/ListOutput.h"
+#include "quarn/output/RecordJSON.h"
+#include "quarn/output/Table.h"
+
+namespace quarn {
+namespace {
+
+using Sizes = std::vector<std::optional<SizeInfo>>;
+
+// An app that vanished, or cannot be read, is listed without a size.
+Sizes sizesOf(const std::vector<AppEntity>& apps, CommandContext& context) {
+  Sizes sizes;
+  for (const AppEntity& app : apps) {
+    context.progress("sizing " + app.name);
+    try {
+      sizes.emplace_back(context.services().appsService().calculateAppSize(app));
+    } catch (const FileError& error) {
+      context.warn(error.what());
+      sizes.emplace_back(std::nullopt);
+    }
+  }
+  context.endProgress();
+  return sizes;
+}
+
+nlohmann::ordered_json listed(const std::vector<AppEntity>& apps, const Sizes& sizes) {
+  nlohmann::ordered_json list = toJSON(apps);
+  for (std::size_t i = 0; i < sizes.size(); ++i) list[i]["size"] = toJSON(sizes[i]);
+  return list;
+}
+
+Table tableOf(const std::vector<AppEntity>& apps, const Sizes& sizes, CommandContext& context) {
+  Table table({{.title = "NAME"},
+               {.title = "VERSION"},
+               {.title = "SIZE", .align = Table::Align::right},
+               {.title = "IDENTIFIER"},
+               {.title = "PATH", .isFlexible = true}});
+  for (std::size_t i = 0; i < apps.size(); ++i) {
+    const AppEntity& app = apps[i];
+    const bool isSized = i < sizes.size() && sizes[i];
+    table.addRow({app.name,
+                  app.version.value_or("–"),
+                  isSized ? context.size(sizes[i]->allocatedBytes) : "–",
+                  app.bundleIdentifier.value_or("–"),
+                  {context.displayPath(app.bundleURL), Style::dim}});
+  }
+  return table;
+}
+
+}  // namespace
+
+ExitCode runApps(CommandContext& context) {
+  const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
+  const Sizes sizes = context.arguments().has("--sizes") ? sizesOf(apps, context) : Sizes();
+  showList(context, "apps", listed(apps, sizes), tableOf(apps, sizes, context));
+  return context.finish();
+}
+
+}  // namespace quarn

@@ -1,0 +1,173 @@
+#include "quarn/commands/CommandContext.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include "QuarnPlatform/Localization.h"
+#include "QuarnPlatform/Path.h"
+#include "QuarnSystem/DiagnosticsLogger.h"
+#include "quarn/commands/Interrupt.h"
+#include "quarn/commands/VolumeOptions.h"
+#include "quarn/output/TerminalText.h"
+
+namespace quarn {
+namespace {
+
+// clang-format off
+struct CauseRow {
+  UnreadableCause cause;
+  std::string_view id;
+  std::string_view meaning;
+};
+constexpr std::array kCauses{
+    CauseRow{.cause = UnreadableCause::permission, .id = "permission", .meaning = "permission denied"},
+    CauseRow{.cause = UnreadableCause::vanished, .id = "vanished", .meaning = "vanished while being read"},
+    CauseRow{.cause = UnreadableCause::otherDevice, .id = "otherDevice", .meaning = "on another device, not entered"},
+    CauseRow{.cause = UnreadableCause::loop, .id = "loop", .meaning = "links that loop"},
+    CauseRow{.cause = UnreadableCause::other, .id = "other", .meaning = "could not be read"},
+};
+// clang-format on
+
+std::string_view causeID(UnreadableCause cause) { return kCauses[static_cast<std::size_t>(cause)].id; }
+
+SizeUnits unitsOf(const Arguments& arguments) {
+  if (arguments.has("--bytes")) return SizeUnits::bytes;
+  return arguments.has("--iec") ? SizeUnits::iec : SizeUnits::decimal;
+}
+
+ColorChoice colorsOf(const Arguments& arguments) {
+  const std::string choice = arguments.text("--color").value_or("auto");
+  if (arguments.has("--json") || arguments.has("--ndjson")) return ColorChoice::never;
+  return choice == "always" ? ColorChoice::always : choice == "never" ? ColorChoice::never : ColorChoice::automatic;
+}
+
+std::string environmentLocale() {
+  for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const char* value = std::getenv(name);
+    if (value == nullptr || *value == '\0') continue;
+    const std::string locale = std::string(value).substr(0, std::string_view(value).find('.'));
+    return locale == "C" || locale == "POSIX" ? "" : locale;
+  }
+  return "";
+}
+
+nlohmann::ordered_json unreadJSON(const ReadReport& report) {
+  nlohmann::ordered_json counts = nlohmann::ordered_json::object();
+  for (const CauseRow& row : kCauses) counts[std::string(row.id)] = report.count(row.cause);
+  nlohmann::ordered_json items = nlohmann::ordered_json::array();
+  for (const UnreadableItem& item : report.items()) {
+    items.push_back({{"path", item.path},
+                     {"cause", causeID(item.cause)},
+                     {"errno", item.error},
+                     {"name", item.error == 0 ? "" : errnoName(item.error)}});
+  }
+  return {{"count", report.count()}, {"causes", std::move(counts)}, {"items", std::move(items)}};
+}
+
+std::string dumped(const nlohmann::ordered_json& value, int indent) {
+  return value.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+bool isIncomplete(const ReadReport& report) {
+  return report.count() > report.count(UnreadableCause::otherDevice) + report.count(UnreadableCause::vanished);
+}
+
+}  // namespace
+
+CommandContext::CommandContext(Arguments arguments)
+    : arguments_(std::move(arguments)),
+      out_(Terminal::of(STDOUT_FILENO, colorsOf(arguments_))),
+      err_(Terminal::of(STDERR_FILENO, colorsOf(arguments_))),
+      units_(unitsOf(arguments_)),
+      report_(std::make_shared<ReadReport>()) {}
+
+CommandContext::~CommandContext() { DiagnosticsLogger::shared().close(); }
+
+const Services& CommandContext::services() {
+  if (!services_) services_ = openServices();
+  return *services_;
+}
+
+const Cancellation& CommandContext::cancellation() {
+  if (!cancellation_) cancellation_ = interruptedFlag();
+  return *cancellation_;
+}
+
+std::unique_ptr<Services> CommandContext::openServices() {
+  const std::optional<std::string> folder = arguments_.text("--resources");
+  const ResourceBundle bundle = folder ? ResourceBundle(*folder) : ResourceBundle::shipped();
+  useLocalization(arguments_.text("--locale").value_or(environmentLocale()), ResourceBundle::shipped());
+  const FileManager files = openVolume(arguments_).reportingTo(report_);
+  if (const std::optional<std::string> log = arguments_.text("--log")) openLog(*log, files.hostFolder());
+  return std::make_unique<Services>(files, bundle);
+}
+
+// Nothing may be written on what is inspected, so a log file below the volume's folder is refused.
+void CommandContext::openLog(const std::string& file, const std::string& volumeFolder) {
+  std::array<char, 4096> buffer{};
+  const std::string parent(path::parent(file.starts_with('/') ? file : "./" + file));
+  const std::string folder =
+      ::realpath(file.starts_with('/') ? parent.c_str() : ".", buffer.data()) ? buffer.data() : "";
+  const std::string volume = ::realpath(volumeFolder.c_str(), buffer.data()) ? buffer.data() : volumeFolder;
+  if (volume != "/" && path::isInside(folder, volume)) {
+    throw CommandError(ExitCode::usage, "--log: " + escapedForTerminal(file) + " lies on the inspected volume");
+  }
+  if (!DiagnosticsLogger::shared().writeTo(file)) warn("the log " + file + " cannot be written");
+}
+
+std::string CommandContext::displayPath(const FileURL& url) {
+  const std::string& home = services().files.homeDirectory().path();
+  if (home != "/" && path::isInside(url.path(), home)) return "~" + url.path().substr(home.size());
+  return url.path();
+}
+
+void CommandContext::print(std::string_view text) const { std::fwrite(text.data(), 1, text.size(), stdout); }
+
+void CommandContext::printDocument(nlohmann::ordered_json members) const {
+  nlohmann::ordered_json document{{"schemaVersion", kSchemaVersion}};
+  for (auto& [name, value] : members.items()) document[name] = std::move(value);
+  document["unreadable"] = unreadJSON(*report_);
+  print(dumped(document, 2));
+}
+
+void CommandContext::printLines(const nlohmann::ordered_json& list) const {
+  for (const nlohmann::ordered_json& value : list) print(dumped(value, -1));
+}
+
+void CommandContext::progress(std::string_view line) {
+  if (isQuiet() || !err_.isInteractive) return;
+  const std::string shown = fittedToWidth(escapedForTerminal(line), err_.width - 1);
+  std::fprintf(stderr, "\r\x1B[K%s", shown.c_str());
+  std::fflush(stderr);
+  isProgressShown_ = true;
+}
+
+void CommandContext::endProgress() {
+  if (isProgressShown_) std::fputs("\r\x1B[K", stderr);
+  isProgressShown_ = false;
+}
+
+void CommandContext::warn(std::string_view text) {
+  endProgress();
+  if (!isQuiet()) std::fprintf(stderr, "quarn: %s\n", escapedForTerminal(text).c_str());
+}
+
+ExitCode CommandContext::finish(ExitCode code) {
+  endProgress();
+  for (const CauseRow& row : kCauses) {
+    const std::uint64_t count = report_->count(row.cause);
+    if (count > 0) warn(std::to_string(count) + (count == 1 ? " item: " : " items: ") + std::string(row.meaning));
+  }
+  if (isVerbose()) {
+    for (const UnreadableItem& item : report_->items()) warn(std::string(causeID(item.cause)) + ": " + item.path);
+  }
+  if (code != ExitCode::ok) return code;
+  if (cancellation_ && cancellation_->isCancelled()) return ExitCode::interrupted;
+  return isIncomplete(*report_) ? ExitCode::incomplete : ExitCode::ok;
+}
+
+}  // namespace quarn

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "QuarnPlatform/Cancellation.h"
+#include "QuarnPlatform/ReadReport.h"
+#include "quarn/Services.h"
+#include "quarn/commands/Arguments.h"
+#include "quarn/output/SizeText.h"
+#include "quarn/output/Terminal.h"
+
+namespace quarn {
+
+/// Something that the user asked for could not be done. `what()` is one line for people; the code ends the command.
+class CommandError : public std::runtime_error {
+ public:
+  CommandError(ExitCode code, const std::string& problem) : std::runtime_error(problem), code_(code) {}
+  [[nodiscard]] ExitCode code() const { return code_; }
+
+ private:
+  ExitCode code_;
+};
+
+/// What a command works with: its words, the volume's services, and the two outputs. Data goes to standard output,
+/// progress and warnings to standard error. One command, one context, one thread.
+class CommandContext {
+ public:
+  explicit CommandContext(Arguments arguments);
+  ~CommandContext();
+  CommandContext(const CommandContext&) = delete;
+  CommandContext& operator=(const CommandContext&) = delete;
+
+  [[nodiscard]] const Arguments& arguments() const { return arguments_; }
+  /// The services of the volume that the options name; opened when first asked for. Throws CommandError or FileError.
+  const Services& services();
+  /// What could not be read so far.
+  [[nodiscard]] const ReadReport& readReport() const { return *report_; }
+  /// Set by Ctrl-C from the first time it is asked for; until then Ctrl-C ends the process as usual.
+  const Cancellation& cancellation();
+
+  [[nodiscard]] const Terminal& out() const { return out_; }
+  [[nodiscard]] const Terminal& err() const { return err_; }
+  [[nodiscard]] bool wantsJSON() const { return arguments_.has("--json"); }
+  [[nodiscard]] bool wantsLines() const { return arguments_.has("--ndjson"); }
+  [[nodiscard]] bool isVerbose() const { return arguments_.has("--verbose"); }
+  [[nodiscard]] bool isQuiet() const { return arguments_.has("--quiet"); }
+  [[nodiscard]] std::string size(std::int64_t bytes) const { return sizeText(bytes, units_); }
+  /// A Mac path for people: the home folder as "~".
+  [[nodiscard]] std::string displayPath(const FileURL& url);
+
+  /// Writes text for people to standard output.
+  void print(std::string_view text) const;
+  /// Writes one JSON document: the schema's version, the members given, and what could not be read.
+  void printDocument(nlohmann::ordered_json members) const;
+  /// Writes each element of an array on a line of its own.
+  void printLines(const nlohmann::ordered_json& list) const;
+  /// Shows a line of progress in place of the one before; only people on a terminal see it.
+  void progress(std::string_view line);
+  void endProgress();
+  void warn(std::string_view text);
+  /// Says what could not be read, a line a cause (each item with --verbose), and how the command ends.
+  ExitCode finish(ExitCode code = ExitCode::ok);
+
+ private:
+  std::unique_ptr<Services> openServices();
+  void openLog(const std::string& file, const std::string& volumeFolder);
+
+  Arguments arguments_;
+  Terminal out_;
+  Terminal err_;
+  SizeUnits units_;
+  std::shared_ptr<ReadReport> report_;
+  std::optional<Cancellation> cancellation_;
+  std::unique_ptr<Services> services_;
+  bool isProgressShown_ = false;
+};
+
+/// The version of the JSON documents' shape.
+inline constexpr int kSchemaVersion = 1;
+
+}  // namespace quarn

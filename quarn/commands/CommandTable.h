@@ -1,0 +1,49 @@
+#pragma once
+
+#include <span>
+#include <string_view>
+
+#include "quarn/commands/ExitCode.h"
+
+namespace quarn {
+
+class CommandContext;
+
+/// An option as the parser, the help, the completions and the manual page know it.
+struct OptionRow {
+  std::string_view name;      ///< "--limit"
+  std::string_view argument;  ///< "N"; empty for a switch
+  std::string_view help;      ///< one sentence without a full stop
+  std::string_view choices;   ///< "a|b|c" when only these are taken; else empty
+  bool isRepeatable = false;
+};
+
+/// What a command works on.
+struct PositionalRow {
+  std::string_view name;  ///< "APP"
+  std::string_view help;
+  bool isRequired = false;
+  bool isRepeatable = false;
+};
+
+struct ExampleRow {
+  std::string_view line;
+  std::string_view meaning;
+};
+
+struct CommandRow {
+  std::string_view name;
+  std::string_view summary;      ///< one sentence without a full stop
+  std::string_view description;  ///< paragraphs; may be empty
+  std::span<const PositionalRow> positionals;
+  std::span<const OptionRow> options;
+  std::span<const ExampleRow> examples;
+  ExitCode (*run)(CommandContext& context);
+};
+
+/// Options that every command takes, before or after its name.
+std::span<const OptionRow> globalOptions();
+/// Every command, in the order in which people are shown them.
+std::span<const CommandRow> commandTable();
+
+}  // namespace quarn

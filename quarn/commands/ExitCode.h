@@ -1,0 +1,15 @@
+#pragma once
+
+namespace quarn {
+
+/// How the command ends; `quarn help exit-codes` says the same to people.
+enum class ExitCode : int {
+  ok = 0,
+  failure = 1,     ///< something was asked for that could not be done
+  usage = 2,       ///< the command line is wrong
+  notFound = 3,    ///< no such app, or more than one
+  incomplete = 4,  ///< done, but something could not be read
+  interrupted = 130,
+};
+
+}  // namespace quarn

@@ -1,0 +1,123 @@
+#include <algorithm>
+#include <limits>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "quarn/commands/CommandContext.h"
+#include "quarn/commands/Commands.h"
+#include "quarn/commands/ListOutput.h"
+#include "quarn/commands/PathArgument.h"
+#include "quarn/output/RecordJSON.h"
+#include "quarn/output/Table.h"
+
+namespace quarn {
+namespace {
+
+constexpr long kShownItems = 20;
+constexpr long kNoLimit = std::numeric_limits<long>::max();
+constexpr std::size_t kBarWidth = 16;
+
+std::vector<FileURL> namedFolders(CommandContext& context) {
+  std::vector<FileURL> folders;
+  for (const std::string& text : context.arguments().positionals) folders.push_back(pathArgument(text, context));
+  for (const FileURL& folder : folders) {
+    if (!context.services().files.itemExists(folder)) throwFileError(ENOENT, "list", folder.path());
+  }
+  return folders;
+}
+
+std::vector<FileURL> foldersToRank(CommandContext& context) {
+  if (const std::optional<std::string> name = context.arguments().text("--category")) {
+    const StorageCategoryID category = fromRawValue<StorageCategoryID>(*name).value();
+    return context.services().storageDashboard().topItemRoots(category, /*includeDiscovered=*/true);
+  }
+  std::vector<FileURL> folders = namedFolders(context);
+  if (folders.empty()) folders.push_back(context.services().files.homeDirectory());
+  return folders;
+}
+
+// Of a category's folders those that are there; a folder that the user named must be.
+std::vector<FileURL> existing(std::vector<FileURL> folders, const FileManager& files) {
+  std::erase_if(folders, [&](const FileURL& url) { return !files.isDirectory(url); });
+  return folders;
+}
+
+std::vector<TopItem> rankedItems(CommandContext& context) {
+  const Arguments& arguments = context.arguments();
+  const TopItemsService& service = context.services().topItems();
+  const Cancellation& cancellation = context.cancellation();
+  const bool hidden = arguments.has("--hidden");
+  const long limit = arguments.number("--limit", kShownItems);
+  std::vector<FileURL> folders = foldersToRank(context);
+  if (arguments.has("--category")) folders = existing(std::move(folders), context.services().files);
+  if (arguments.has("--children")) return service.topChildren(folders, limit, true, hidden, cancellation);
+  if (arguments.has("--files")) return service.topFiles(folders, limit, hidden, cancellation);
+  return service.topFilesRecursively(folders,
+                                     {.limit = limit,
+                                      .maxDepth = arguments.number("--depth", kNoLimit),
+                                      .maxVisited = arguments.number("--visits", kNoLimit),
+                                      .allowSlowForPackages = true,
+                                      .includeHidden = hidden,
+                                      .preferAllocatedSize = arguments.has("--allocated")},
+                                     cancellation);
+}
+
+std::vector<FileURL> cloudFolders(CommandContext& context) {
+  std::vector<FileURL> folders = namedFolders(context);
+  if (!folders.empty()) return folders;
+  const StorageDashboardService& dashboard = context.services().storageDashboard();
+  for (const FileURL& root : dashboard.categoryRoots(StorageCategoryID::documents, /*includeDiscovered=*/false)) {
+    if (dashboard.isCloudRoot(root) && context.services().files.isDirectory(root)) folders.push_back(root);
+  }
+  return folders;
+}
+
+double shareOf(std::int64_t part, std::int64_t whole) {
+  return whole > 0 ? static_cast<double>(part) / static_cast<double>(whole) : 0;
+}
+
+}  // namespace
+
+ExitCode runTop(CommandContext& context) {
+  const std::vector<TopItem> items = rankedItems(context);
+  const std::int64_t largest =
+      items.empty() ? 0 : std::max(items.front().size.allocatedBytes, items.front().size.logicalBytes);
+  Table table({{.title = "ON DISK", .align = Table::Align::right},
+               {.title = "LENGTH", .align = Table::Align::right},
+               {.title = ""},
+               {.title = "ITEM", .isFlexible = true}});
+  for (const TopItem& item : items) {
+    const std::int64_t rank = std::max(item.size.allocatedBytes, item.size.logicalBytes);
+    table.addRow({context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes),
+                  barText(shareOf(rank, largest), kBarWidth), context.displayPath(item.url)});
+  }
+  showList(context, "items", toJSON(items), table);
+  return context.finish();
+}
+
+ExitCode runCloud(CommandContext& context) {
+  const TopItemsService& service = context.services().topItems();
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  Table table({{.title = "LOCAL", .align = Table::Align::right},
+               {.title = "ONLY IN CLOUD", .align = Table::Align::right},
+               {.title = "ALL", .align = Table::Align::right},
+               {.title = "LOCAL SHARE"},
+               {.title = "FOLDER", .isFlexible = true}});
+  for (const FileURL& folder : cloudFolders(context)) {
+    const CloudStorageSummary summary =
+        service.cloudSummary({folder}, kNoLimit, kNoLimit, /*allowSlowForPackages=*/true, context.cancellation());
+    nlohmann::ordered_json row{{"url", toJSON(folder)}};
+    row.update(toJSON(summary));
+    list.push_back(std::move(row));
+    table.addRow(
+        {context.size(summary.localBytes), context.size(summary.cloudOnlyBytes),
+         context.size(checkedAdd(summary.localBytes, summary.cloudOnlyBytes)),
+         barText(shareOf(summary.localBytes, checkedAdd(summary.localBytes, summary.cloudOnlyBytes)), kBarWidth),
+         context.displayPath(folder)});
+  }
+  showList(context, "folders", list, table);
+  return context.finish();
+}
+
+}  // namespace quarn

@@ -1,0 +1,86 @@
+#include "quarn/commands/Help.h"
+
+#include <fmt/format.h>
+
+#include "quarn/Version.h"
+#include "quarn/commands/Arguments.h"
+#include "quarn/commands/CommandContext.h"
+#include "quarn/commands/Commands.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::string_view kExitCodes =
+    "Exit codes: 0 ok, 1 failure, 2 usage, 3 not found or ambiguous, 4 incomplete (something\n"
+    "could not be read), 130 interrupted.\n";
+
+std::string optionLines(std::span<const OptionRow> options) {
+  std::string text;
+  for (const OptionRow& option : options) {
+    const std::string left = fmt::format("{} {}", option.name, option.argument);
+    text += fmt::format("  {:<20}{}\n", left, option.help);
+  }
+  return text;
+}
+
+std::string synopsis(const CommandRow& command) {
+  std::string text = fmt::format("quarn {}", command.name);
+  if (!command.options.empty()) text += " [options]";
+  for (const PositionalRow& positional : command.positionals) {
+    const std::string name = std::string(positional.name) + (positional.isRepeatable ? "…" : "");
+    text += positional.isRequired ? " " + name : " [" + name + "]";
+  }
+  return text;
+}
+
+std::string programHelp() {
+  std::string text = "What an application left on a Mac's disk, and where the space goes. Deletes nothing.\n\n";
+  text += "  quarn apps                     the applications\n";
+  text += "  quarn inspect \"Lumen Notes\"   everything that belongs to one\n";
+  text += "  quarn storage                  where the space goes\n\nCommands:\n";
+  for (const CommandRow& command : commandTable()) text += fmt::format("  {:<13}{}\n", command.name, command.summary);
+  text += "\nOptions of every command:\n" + optionLines(globalOptions());
+  return text + "\n" + std::string(kExitCodes);
+}
+
+std::string commandHelp(const CommandRow& command) {
+  std::string text = fmt::format("{}.\n\n", command.summary);
+  for (const ExampleRow& example : command.examples) {
+    text += fmt::format("  {}\n      {}\n", example.line, example.meaning);
+  }
+  if (!command.examples.empty()) text += "\n";
+  text += "Usage: " + synopsis(command) + "\n";
+  for (const PositionalRow& positional : command.positionals) {
+    text += fmt::format("  {:<20}{}\n", positional.name, positional.help);
+  }
+  if (!command.description.empty()) text += fmt::format("\n{}\n", command.description);
+  if (!command.options.empty()) text += "\nOptions:\n" + optionLines(command.options);
+  return text + "\nOptions of every command:\n" + optionLines(globalOptions()) + "\n" + std::string(kExitCodes);
+}
+
+const CommandRow* rowOf(std::string_view name) {
+  for (const CommandRow& command : commandTable()) {
+    if (command.name == name) return &command;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+std::string helpText(const CommandRow* command) { return command == nullptr ? programHelp() : commandHelp(*command); }
+
+std::string versionText() { return fmt::format("quarn {}\n", kVersion); }
+
+ExitCode runHelp(CommandContext& context) {
+  const auto& words = context.arguments().positionals;
+  if (words.empty()) {
+    context.print(helpText(nullptr));
+    return ExitCode::ok;
+  }
+  const CommandRow* command = rowOf(words.front());
+  if (command == nullptr) throw UsageError("there is no command \"" + words.front() + "\"");
+  context.print(helpText(command));
+  return ExitCode::ok;
+}
+
+}  // namespace quarn

@@ -1,0 +1,114 @@
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "QuarnCore/planning/AppRemovalPlanner.h"
+#include "quarn/commands/Commands.h"
+#include "quarn/commands/Inspection.h"
+#include "quarn/output/RecordJSON.h"
+#include "quarn/output/Table.h"
+#include "quarn/output/TerminalText.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::string_view kModeLetters = "cdra";
+constexpr std::size_t kShownItems = 5;
+constexpr std::string_view kIndent = "    ";
+
+bool isSelected(const Artifact& artifact, CleanupMode mode) {
+  const AppInspection alone{.artifacts = {artifact}};
+  return !AppRemovalPlanner::defaultSelectedArtifacts(alone, mode).empty();
+}
+
+// "c-ra": the modes that would select the artifact by themselves.
+std::string modesOf(const Artifact& artifact) {
+  std::string letters;
+  for (const CleanupMode mode : allCases<CleanupMode>()) {
+    letters += isSelected(artifact, mode) ? kModeLetters[static_cast<std::size_t>(mode)] : '-';
+  }
+  return letters;
+}
+
+std::string headLine(const Artifact& artifact, CommandContext& context) {
+  const std::string size = artifact.size ? context.size(artifact.size->allocatedBytes) : "–";
+  return fmt::format("{:>11}  {}  {:<8}  {:<14}  {:.2f}  {}\n", size, modesOf(artifact), rawValue(artifact.riskLevel),
+                     rawValue(artifact.dataClass), artifact.confidence, escapedForTerminal(artifact.title));
+}
+
+std::string explanationLines(const std::string& explanation, const Terminal& terminal) {
+  std::string lines;
+  std::string_view rest = explanation;
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find('\n'), rest.size());
+    const std::string line = escapedForTerminal(rest.substr(0, end));
+    if (!line.empty()) lines += std::string(kIndent) + terminal.styled(line, Style::dim) + "\n";
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return lines;
+}
+
+std::string itemLines(const Artifact& artifact, CommandContext& context) {
+  const std::size_t shown = context.isVerbose() ? artifact.urls.size() : std::min(artifact.urls.size(), kShownItems);
+  std::string lines;
+  for (std::size_t i = 0; i < shown; ++i) {
+    lines += std::string(kIndent) + escapedForTerminal(context.displayPath(artifact.urls[i])) + "\n";
+  }
+  if (shown < artifact.urls.size()) lines += fmt::format("{}and {} more\n", kIndent, artifact.urls.size() - shown);
+  return lines;
+}
+
+std::string artifactText(const Artifact& artifact, CommandContext& context) {
+  std::string text = context.out().styled(headLine(artifact, context), styleOf(artifact.riskLevel));
+  text += itemLines(artifact, context);
+  if (artifact.explanation) text += explanationLines(*artifact.explanation, context.out());
+  return text;
+}
+
+std::string uninstallerText(const AppInspection& inspection, CommandContext& context) {
+  if (inspection.uninstallers.empty()) return "";
+  Table table({{.title = "UNINSTALLER"}, {.title = "CONFIDENCE"}, {.title = "PATH", .isFlexible = true}});
+  for (const UninstallerCandidate& candidate : inspection.uninstallers) {
+    table.addRow({candidate.name, fmt::format("{:.2f}", candidate.confidence), context.displayPath(candidate.url)});
+  }
+  return table.text(context.out()) + "\n";
+}
+
+std::string totalText(const AppInspection& inspection, CommandContext& context) {
+  SizeInfo total;
+  for (const Artifact& artifact : inspection.artifacts) total += artifact.size.value_or(SizeInfo{});
+  return fmt::format("{} artifacts, {}\n", inspection.artifacts.size(), context.size(total.allocatedBytes));
+}
+
+nlohmann::ordered_json document(const AppInspection& inspection) {
+  nlohmann::ordered_json json = toJSON(inspection);
+  for (const CleanupMode mode : allCases<CleanupMode>()) {
+    nlohmann::ordered_json ids = nlohmann::ordered_json::array();
+    for (const Artifact& artifact : AppRemovalPlanner::defaultSelectedArtifacts(inspection, mode)) {
+      ids.push_back(toJSON(artifact.id));
+    }
+    json["selectedByMode"][std::string(rawValue(mode))] = std::move(ids);
+  }
+  return json;
+}
+
+}  // namespace
+
+ExitCode runInspect(CommandContext& context) {
+  const AppInspection inspection = inspectNamedApp(context);
+  if (context.wantsJSON()) {
+    context.printDocument(document(inspection));
+  } else if (context.wantsLines()) {
+    context.printLines(toJSON(inspection.artifacts));
+  } else {
+    std::string text = appHeading(inspection.app, context) + "\n" + uninstallerText(inspection, context);
+    text += context.out().styled(
+        fmt::format("{:>11}  {}  {:<8}  {:<14}  {}  {}\n", "SIZE", "MODE", "RISK", "DATA", "SURE", "WHAT"), Style::dim);
+    for (const Artifact& artifact : inspection.artifacts) text += artifactText(artifact, context);
+    context.print(text + "\n" + totalText(inspection, context));
+  }
+  return context.finish();
+}
+
+}  // namespace quarn

@@ -1,0 +1,66 @@
+#include "quarn/commands/Inspection.h"
+
+#include "quarn/commands/AppSelection.h"
+#include "quarn/output/TerminalText.h"
+
+namespace quarn {
+namespace {
+
+constexpr long kSearchDepth = 3;
+constexpr long kSearchResults = 50;
+constexpr long kDocumentsDepth = 3;
+
+AppInspectionService::Options optionsOf(const Arguments& arguments) {
+  const bool searches = !arguments.has("--no-heuristics");
+  const bool system = !arguments.has("--no-system");
+  const long depth = arguments.number("--depth", kSearchDepth);
+  const long results = arguments.number("--max-results", kSearchResults);
+  return {.includeHeuristicSearch = searches,
+          .heuristicMaxDepth = depth,
+          .heuristicMaxResults = results,
+          .includeDocumentsHeuristicSearch = searches,
+          .documentsHeuristicMaxDepth = arguments.has("--depth") ? depth : kDocumentsDepth,
+          .documentsHeuristicMaxResults = results,
+          .includeVendorHeuristics = true,
+          .includeSystemArtifacts = system,
+          .includeSystemHeuristicSearch = system && searches,
+          .includeGroupContainers = true,
+          .includeLaunchd = true,
+          .includeReceipts = true,
+          .includeKernelExtensions = true,
+          .computeArtifactSizes = !arguments.has("--no-sizes")};
+}
+
+}  // namespace
+
+AppInspection inspectNamedApp(CommandContext& context) {
+  const AppInspectionService::Options options = optionsOf(context.arguments());
+  const AppEntity app = selectApp(context, context.arguments().positionals.front());
+  const auto phases = AppInspectionService::phaseSequence(options);
+  std::size_t begun = 0;
+  AppInspection inspection =
+      context.services().appInspection().inspect(app, options, [&](AppInspectionService::Phase phase) {
+        context.progress("inspecting " + app.name + ": " + std::string(rawValue(phase)) + " (" +
+                         std::to_string(++begun) + "/" + std::to_string(phases.size()) + ")");
+      });
+  context.endProgress();
+  return inspection;
+}
+
+std::string appHeading(const AppEntity& app, CommandContext& context) {
+  const std::string name = escapedForTerminal(app.name + (app.version ? " " + *app.version : ""));
+  const std::string identifier = escapedForTerminal(app.bundleIdentifier.value_or("no bundle identifier"));
+  return context.out().styled(name, Style::heading) + "  " + identifier + "\n" +
+         context.out().styled(escapedForTerminal(context.displayPath(app.bundleURL)), Style::dim) + "\n";
+}
+
+Style styleOf(RiskLevel risk) {
+  switch (risk) {
+    case RiskLevel::safe: return Style::good;
+    case RiskLevel::caution: return Style::warning;
+    case RiskLevel::danger: return Style::danger;
+  }
+  return Style::plain;
+}
+
+}  // namespace quarn

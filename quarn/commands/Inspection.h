@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+
+#include "QuarnModels/AppInspection.h"
+#include "quarn/commands/CommandContext.h"
+
+namespace quarn {
+
+/// Inspects the app that the command names, with everything on unless its options say otherwise; phases are shown as
+/// progress.
+AppInspection inspectNamedApp(CommandContext& context);
+
+/// "Lumen Notes 4.2.1  com.lumenworks.notes" and the bundle's path, on two lines.
+std::string appHeading(const AppEntity& app, CommandContext& context);
+
+/// How a risk is shown.
+Style styleOf(RiskLevel risk);
+
+}  // namespace quarn

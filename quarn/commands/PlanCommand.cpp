@@ -1,0 +1,106 @@
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "quarn/commands/Commands.h"
+#include "quarn/commands/Inspection.h"
+#include "quarn/output/RecordJSON.h"
+#include "quarn/output/Table.h"
+#include "quarn/output/TerminalText.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::size_t kShownItems = 10;
+
+CleanupMode modeOf(const Arguments& arguments) {
+  return fromRawValue<CleanupMode>(arguments.text("--mode").value_or("removeApp")).value();
+}
+
+// The artifacts that --select names, in the inspection's order; absent without that option.
+std::optional<std::vector<Artifact>> selection(const AppInspection& inspection, const Arguments& arguments) {
+  if (!arguments.has("--select")) return std::nullopt;
+  std::vector<std::string> ids = arguments.texts("--select");
+  std::vector<Artifact> selected;
+  for (const Artifact& artifact : inspection.artifacts) {
+    if (std::erase(ids, artifact.id) > 0) selected.push_back(artifact);
+  }
+  if (ids.empty()) return selected;
+  std::string problem = "no artifact \"" + escapedForTerminal(ids.front()) + "\"; choose from:";
+  for (const Artifact& artifact : inspection.artifacts) problem += "\n  " + escapedForTerminal(artifact.id);
+  throw CommandError(ExitCode::notFound, problem);
+}
+
+/// What one step touches, sized; the sizes of the inspection, which sized artifacts, say nothing of single items.
+class ItemSizes {
+ public:
+  explicit ItemSizes(CommandContext& context) : calculator_(context.services().fileSizeCalculator) {}
+
+  [[nodiscard]] std::optional<SizeInfo> of(const FileURL& url) const {
+    try {
+      return calculator_.itemSize(url, /*allowSlow=*/true, /*includeHidden=*/false);
+    } catch (const FileError&) {
+      return std::nullopt;
+    }
+  }
+
+ private:
+  const FileSizeCalculator& calculator_;
+};
+
+std::string operationText(const RemovalOperationPreview& operation, std::size_t number, CommandContext& context) {
+  std::string text =
+      fmt::format("{}. {}{}{}\n", number, rawValue(operation.type), operation.reversible ? ", can be undone" : "",
+                  operation.requiresAdmin ? ", may need administrator rights" : "");
+  text = context.out().styled(text, Style::heading);
+  if (operation.explanation) text += "   " + escapedForTerminal(*operation.explanation) + "\n";
+  const ItemSizes sizes(context);
+  const std::size_t shown = context.isVerbose() ? operation.urls.size() : std::min(operation.urls.size(), kShownItems);
+  for (std::size_t i = 0; i < shown; ++i) {
+    const std::optional<SizeInfo> size = sizes.of(operation.urls[i]);
+    text += fmt::format("   {:>11}  {}\n", size ? context.size(size->allocatedBytes) : "–",
+                        escapedForTerminal(context.displayPath(operation.urls[i])));
+  }
+  if (shown < operation.urls.size()) text += fmt::format("   and {} more\n", operation.urls.size() - shown);
+  return text;
+}
+
+std::string planText(const AppRemovalPlanPreview& plan, CommandContext& context) {
+  std::string text = appHeading(plan.app, context) + "\n";
+  text += fmt::format("Plan: {}. This is a preview: nothing is carried out.\n\n", rawValue(plan.mode));
+  std::size_t number = 0;
+  for (const RemovalOperationPreview& operation : plan.operations) {
+    text += operationText(operation, ++number, context);
+  }
+  if (plan.operations.empty()) text += "Nothing to do.\n";
+  text += "\nNotes:\n";
+  for (std::size_t i = 0; i < plan.notes.size(); ++i) {
+    const std::string line = fmt::format("  {} {}\n", i == 0 ? " " : "!", escapedForTerminal(plan.notes[i]));
+    text += context.out().styled(line, i == 0 ? Style::plain : Style::warning);
+  }
+  return text + fmt::format("\nEstimated: {}\n", context.size(plan.estimatedBytes));
+}
+
+}  // namespace
+
+ExitCode runPlan(CommandContext& context) {
+  const CleanupMode mode = modeOf(context.arguments());
+  const AppInspection inspection = inspectNamedApp(context);
+  const auto selected = selection(inspection, context.arguments());
+  const AppRemovalPlanPreview plan = context.services().appRemovalPlanner.buildPreview(inspection, mode, selected);
+  if (context.wantsJSON()) {
+    nlohmann::ordered_json document = toJSON(plan);
+    document["selectedArtifacts"] =
+        toJSON(selected ? *selected : AppRemovalPlanner::defaultSelectedArtifacts(inspection, mode));
+    document["isCarriedOut"] = false;
+    context.printDocument(std::move(document));
+  } else if (context.wantsLines()) {
+    context.printLines(toJSON(plan)["operations"]);
+  } else {
+    context.print(planText(plan, context));
+  }
+  return context.finish();
+}
+
+}  // namespace quarn

@@ -1,0 +1,37 @@
+#include <unistd.h>
+
+#include "quarn/commands/CommandContext.h"
+#include "quarn/commands/Commands.h"
+#include "quarn/commands/Help.h"
+#include "quarn/rpc/Server.h"
+
+namespace quarn {
+
+ExitCode runRPCCommand(CommandContext& context) {
+  if (context.arguments().has("--describe")) {
+    context.print(describeInterface());
+    return ExitCode::ok;
+  }
+  return static_cast<ExitCode>(runRPC(context.services(), STDIN_FILENO, STDOUT_FILENO));
+}
+
+ExitCode runCompletions(CommandContext& context) {
+  const std::string& shell = context.arguments().positionals.front();
+  if (shell == "bash") {
+    context.print(bashCompletion());
+  } else if (shell == "zsh") {
+    context.print(zshCompletion());
+  } else if (shell == "fish") {
+    context.print(fishCompletion());
+  } else {
+    throw UsageError("completions: \"" + shell + "\" is none of bash, zsh, fish");
+  }
+  return ExitCode::ok;
+}
+
+ExitCode runManual(CommandContext& context) {
+  context.print(manualPage());
+  return ExitCode::ok;
+}
+
+}  // namespace quarn

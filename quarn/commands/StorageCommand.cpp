@@ -1,0 +1,178 @@
+#include <algorithm>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "quarn/commands/CommandContext.h"
+#include "quarn/commands/Commands.h"
+#include "quarn/output/RecordJSON.h"
+#include "quarn/output/Table.h"
+#include "quarn/output/TerminalText.h"
+
+namespace quarn {
+namespace {
+
+using Sizes = StorageDashboardService::CategorySizes;
+
+constexpr std::size_t kBarWidth = 24;
+constexpr std::size_t kLiveBarWidth = 8;
+
+std::int64_t allocatedSum(const Sizes& sizes) {
+  std::int64_t sum = 0;
+  for (const auto& [category, size] : sizes) sum = checkedAdd(sum, size.allocatedBytes);
+  return sum;
+}
+
+double shareOf(std::int64_t part, std::int64_t whole) {
+  return whole > 0 ? static_cast<double>(part) / static_cast<double>(whole) : 0;
+}
+
+std::int64_t onlyInCloud(const SizeInfo& size) {
+  return std::max<std::int64_t>(size.logicalBytes - size.allocatedBytes, 0);
+}
+
+// One line while the scan runs: a small bar a category.
+std::string liveLine(const Sizes& sizes, CommandContext& context) {
+  const std::int64_t sum = allocatedSum(sizes);
+  std::string line = context.size(sum);
+  for (const auto& [category, size] : sizes) {
+    const double share = shareOf(size.allocatedBytes, sum);
+    if (share < 0.01) continue;
+    line += fmt::format("  {} {} {:.0f}%", rawValue(category), barText(share, kLiveBarWidth), share * 100);
+  }
+  return line;
+}
+
+Sizes scan(CommandContext& context) {
+  const Sizes sizes = context.services().storageDashboard().calculatePartitionedCategorySizes(
+      [&](const Sizes& soFar) { context.progress(liveLine(soFar, context)); }, context.cancellation());
+  context.endProgress();
+  return sizes;
+}
+
+std::string overviewText(const VolumeInfo& volume, const Sizes& sizes, bool isComplete, CommandContext& context) {
+  const std::int64_t used = std::max<std::int64_t>(volume.totalBytes - volume.freeBytes, 0);
+  const std::int64_t attributed = allocatedSum(sizes);
+  std::string text = fmt::format("{}  {} of {} used, {} free\n\n", escapedForTerminal(volume.name), context.size(used),
+                                 context.size(volume.totalBytes), context.size(volume.freeBytes));
+  Table table({{.title = "CATEGORY"},
+               {.title = "ON DISK", .align = Table::Align::right},
+               {.title = "SHARE", .align = Table::Align::right},
+               {.title = ""},
+               {.title = "ONLY IN CLOUD", .align = Table::Align::right}});
+  for (const auto& [category, size] : sizes) {
+    const double share = shareOf(size.allocatedBytes, std::max(used, attributed));
+    table.addRow({std::string(rawValue(category)), context.size(size.allocatedBytes),
+                  fmt::format("{:.1f} %", share * 100), barText(share, kBarWidth), context.size(onlyInCloud(size))});
+  }
+  const std::int64_t rest = std::max<std::int64_t>(used - attributed, 0);
+  const double restShare = shareOf(rest, std::max(used, attributed));
+  table.addRow({{"unattributed", Style::dim},
+                {context.size(rest), Style::dim},
+                {fmt::format("{:.1f} %", restShare * 100), Style::dim},
+                {barText(restShare, kBarWidth), Style::dim}});
+  text += table.text(context.out());
+  if (!isComplete) text += "\nIncomplete: the scan was interrupted; these are the totals so far.\n";
+  return text;
+}
+
+ExitCode showOverview(CommandContext& context) {
+  const VolumeInfo volume = context.services().storageDashboard().initialOverview().volume;
+  const Sizes sizes = scan(context);
+  const bool isComplete = !context.cancellation().isCancelled();
+  if (context.wantsJSON()) {
+    const std::int64_t used = std::max<std::int64_t>(volume.totalBytes - volume.freeBytes, 0);
+    context.printDocument({{"volume", toJSON(volume)},
+                           {"categories", toJSON(sizes)},
+                           {"unattributedBytes", std::max<std::int64_t>(used - allocatedSum(sizes), 0)},
+                           {"isComplete", isComplete}});
+  } else if (context.wantsLines()) {
+    for (const auto& [category, size] : sizes) {
+      nlohmann::ordered_json row{{"id", rawValue(category)}, {"size", toJSON(size)}};
+      context.printLines(nlohmann::ordered_json::array({std::move(row)}));
+    }
+  } else {
+    context.print(overviewText(volume, sizes, isComplete, context));
+  }
+  return context.finish();
+}
+
+struct SizedRoot {
+  FileURL url;
+  std::optional<SizeInfo> size;
+  std::optional<VendorPathHint> hint;
+};
+
+std::vector<SizedRoot> sizedRoots(StorageCategoryID category, CommandContext& context) {
+  const Services& services = context.services();
+  const StorageDashboardService& dashboard = services.storageDashboard();
+  std::vector<SizedRoot> rows;
+  for (const FileURL& root : dashboard.categoryRoots(category, /*includeDiscovered=*/true)) {
+    if (context.cancellation().isCancelled()) break;
+    if (!services.files.itemExists(root)) continue;
+    context.progress("sizing " + root.path());
+    SizedRoot row{.url = root, .hint = dashboard.vendorHint(root, category)};
+    try {
+      row.size = dashboard.preciseSize(root, category);
+    } catch (const FileError& error) {
+      context.warn(error.what());
+    }
+    rows.push_back(std::move(row));
+  }
+  context.endProgress();
+  return rows;
+}
+
+ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
+  const std::vector<SizedRoot> rows = sizedRoots(category, context);
+  SizeInfo total;
+  for (const SizedRoot& row : rows) total += row.size.value_or(SizeInfo{});
+  Table table({{.title = "ON DISK", .align = Table::Align::right},
+               {.title = "LENGTH", .align = Table::Align::right},
+               {.title = ""},
+               {.title = "FOLDER"},
+               {.title = "KNOWN AS", .isFlexible = true}});
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  for (const SizedRoot& row : rows) {
+    const SizeInfo size = row.size.value_or(SizeInfo{});
+    table.addRow({row.size ? context.size(size.allocatedBytes) : "–", row.size ? context.size(size.logicalBytes) : "–",
+                  barText(shareOf(size.allocatedBytes, total.allocatedBytes), kBarWidth), context.displayPath(row.url),
+                  row.hint ? row.hint->vendorName + ": " + row.hint->artifactTitle : ""});
+    list.push_back({{"url", toJSON(row.url)}, {"size", toJSON(row.size)}, {"hint", toJSON(row.hint)}});
+  }
+  const bool isComplete = !context.cancellation().isCancelled();
+  if (context.wantsJSON()) {
+    context.printDocument({{"category", rawValue(category)},
+                           {"size", rows.empty() ? nlohmann::ordered_json() : toJSON(total)},
+                           {"roots", std::move(list)},
+                           {"isComplete", isComplete}});
+  } else if (context.wantsLines()) {
+    context.printLines(list);
+  } else {
+    context.print(fmt::format("{}  {} on disk, {} long\n\n", rawValue(category), context.size(total.allocatedBytes),
+                              context.size(total.logicalBytes)) +
+                  table.text(context.out()));
+    if (!isComplete) context.print("\nIncomplete: interrupted.\n");
+  }
+  return context.finish();
+}
+
+std::vector<std::string> categoryNames() {
+  std::vector<std::string> names;
+  for (const StorageCategoryID category : allCases<StorageCategoryID>()) names.emplace_back(rawValue(category));
+  return names;
+}
+
+}  // namespace
+
+ExitCode runStorage(CommandContext& context) {
+  const std::vector<std::string>& words = context.arguments().positionals;
+  if (words.empty()) return showOverview(context);
+  const std::optional<StorageCategoryID> category = fromRawValue<StorageCategoryID>(words.front());
+  if (category && *category != StorageCategoryID::free) return showCategory(*category, context);
+  std::string problem = "there is no category \"" + words.front() + "\"";
+  if (const auto meant = nearest(words.front(), categoryNames())) problem += "; did you mean " + *meant + "?";
+  throw UsageError(problem);
+}
+
+}  // namespace quarn

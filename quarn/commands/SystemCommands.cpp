@@ -1,0 +1,79 @@
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+#include "quarn/commands/CommandContext.h"
+#include "quarn/commands/Commands.h"
+#include "quarn/commands/ListOutput.h"
+#include "quarn/commands/PathArgument.h"
+#include "quarn/output/RecordJSON.h"
+#include "quarn/output/Table.h"
+
+namespace quarn {
+namespace {
+
+std::string programOf(const LaunchdEntry& entry) {
+  if (entry.program) return *entry.program;
+  return entry.programArguments.empty() ? "–" : entry.programArguments.front();
+}
+
+}  // namespace
+
+ExitCode runJobs(CommandContext& context) {
+  const std::vector<LaunchdEntry> entries = context.services().launchdScanner.scan();
+  Table table({{.title = "LABEL"}, {.title = "PROGRAM"}, {.title = "PROPERTY LIST", .isFlexible = true}});
+  for (const LaunchdEntry& entry : entries) {
+    table.addRow({entry.label, programOf(entry), {context.displayPath(entry.url), Style::dim}});
+  }
+  showList(context, "jobs", toJSON(entries), table);
+  return context.finish();
+}
+
+ExitCode runReceipts(CommandContext& context) {
+  const ReceiptScanner& scanner = context.services().receiptScanner;
+  std::vector<ReceiptInfo> receipts = scanner.allReceipts();
+  if (const std::optional<std::string> of = context.arguments().text("--of")) {
+    const std::vector<std::string> ids = scanner.packageIDs(pathArgument(*of, context).path());
+    std::erase_if(receipts, [&](const ReceiptInfo& receipt) {
+      return std::find(ids.begin(), ids.end(), receipt.packageIdentifier) == ids.end();
+    });
+  }
+  Table table({{.title = "PACKAGE", .isFlexible = true},
+               {.title = "VERSION"},
+               {.title = "INSTALLED"},
+               {.title = "FILES", .align = Table::Align::right}});
+  for (const ReceiptInfo& receipt : receipts) {
+    table.addRow({receipt.packageIdentifier, receipt.version.value_or("–"),
+                  receipt.installDate ? toISO8601(*receipt.installDate) : "–", std::to_string(receipt.files.size())});
+  }
+  showList(context, "receipts", toJSON(receipts), table);
+  return context.finish();
+}
+
+ExitCode runKexts(CommandContext& context) {
+  const Services& services = context.services();
+  const bool includeMacOS = context.arguments().has("--include-macos");
+  const auto extensions = services.kernelExtensionService.installedKernelExtensions(includeMacOS);
+  const auto owners =
+      services.kernelExtensionAssociation().associations(extensions, services.appsService().discoverApps());
+  nlohmann::ordered_json list = toJSON(extensions);
+  Table table({{.title = "NAME"},
+               {.title = "SIZE", .align = Table::Align::right},
+               {.title = "BELONGS TO"},
+               {.title = "EVIDENCE"},
+               {.title = "PATH", .isFlexible = true}});
+  for (std::size_t i = 0; i < extensions.size(); ++i) {
+    const auto owner = owners.find(extensions[i].url.path());
+    const bool isOwned = owner != owners.end();
+    list[i]["association"] = isOwned ? toJSON(owner->second) : nlohmann::ordered_json();
+    table.addRow({extensions[i].name,
+                  extensions[i].size ? context.size(extensions[i].size->allocatedBytes) : "–",
+                  isOwned ? owner->second.appName : "–",
+                  isOwned ? owner->second.evidenceText() : "–",
+                  {context.displayPath(extensions[i].url), Style::dim}});
+  }
+  showList(context, "kernelExtensions", list, table);
+  return context.finish();
+}
+
+}  // namespace quarn

@@ -1,0 +1,114 @@
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "QuarnCore/vendors/VendorProfileJSON.h"
+#include "QuarnPlatform/Text.h"
+#include "quarn/commands/AppSelection.h"
+#include "quarn/commands/CommandContext.h"
+#include "quarn/commands/Commands.h"
+#include "quarn/commands/ListOutput.h"
+#include "quarn/output/RecordJSON.h"
+#include "quarn/output/Table.h"
+#include "quarn/output/TerminalText.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::uintmax_t kLargestProfile = 16u << 20;
+
+/// What is wrong with one file of a profiles' author; empty when nothing is.
+struct CheckedFile {
+  std::string name;
+  std::string problem;
+};
+
+std::string readHostFile(const std::filesystem::path& path, std::string& problem) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) problem = "no regular file";
+  if (problem.empty() && std::filesystem::file_size(path, error) > kLargestProfile) problem = "larger than 16 MiB";
+  std::ifstream file(path, std::ios::binary);
+  if (problem.empty() && !file) problem = "cannot be opened";
+  if (!problem.empty()) return {};
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+CheckedFile checkFile(const std::filesystem::path& path) {
+  CheckedFile checked{.name = path.filename().string()};
+  const std::string text = readHostFile(path, checked.problem);
+  if (!checked.problem.empty()) return checked;
+  if (checked.name == "index.json") {
+    decodeVendorIndex(text, &checked.problem);
+  } else if (const auto profile = decodeVendorProfile(text, &checked.problem)) {
+    const bool isNamedByID = profile->id + ".json" == checked.name;
+    if (!isNamedByID) checked.problem = "id \"" + profile->id + "\" is not the file's name";
+  }
+  return checked;
+}
+
+std::vector<CheckedFile> checkFolder(const std::string& folder) {
+  std::error_code error;
+  const std::filesystem::directory_iterator entries(folder, error);
+  if (error) throw CommandError(ExitCode::failure, "list " + escapedForTerminal(folder) + ": " + error.message());
+  std::vector<std::filesystem::path> paths;
+  for (const auto& entry : entries) {
+    if (entry.path().extension() == ".json") paths.push_back(entry.path());
+  }
+  std::sort(paths.begin(), paths.end());
+  std::vector<CheckedFile> checked;
+  std::transform(paths.begin(), paths.end(), std::back_inserter(checked), checkFile);
+  return checked;
+}
+
+nlohmann::ordered_json problemJSON(const CheckedFile& file) {
+  return file.problem.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(Text::validUTF8(file.problem));
+}
+
+ExitCode runCheck(CommandContext& context) {
+  const std::vector<std::string>& words = context.arguments().positionals;
+  if (words.front() != "check") throw UsageError("vendors: \"" + words.front() + "\"; did you mean check?");
+  if (words.size() < 2) throw UsageError("vendors check takes DIR: a folder of profiles");
+  const std::vector<CheckedFile> files = checkFolder(words[1]);
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  Table table({{.title = "FILE"}, {.title = "PROBLEM"}});
+  bool areGood = true;
+  for (const CheckedFile& file : files) {
+    areGood = areGood && file.problem.empty();
+    list.push_back({{"file", Text::validUTF8(file.name)}, {"problem", problemJSON(file)}});
+    table.addRow({file.name,
+                  {file.problem.empty() ? "good" : file.problem, file.problem.empty() ? Style::good : Style::danger}});
+  }
+  showList(context, "files", list, table);
+  return context.finish(areGood ? ExitCode::ok : ExitCode::failure);
+}
+
+}  // namespace
+
+ExitCode runVendors(CommandContext& context) {
+  if (!context.arguments().positionals.empty()) return runCheck(context);
+  const VendorProfileRegistry& registry = context.services().vendorProfiles();
+  const std::optional<std::string> app = context.arguments().text("--match");
+  const std::vector<VendorProfile> profiles =
+      app ? registry.matchingProfiles(selectApp(context, *app)) : registry.profiles();
+  Table table({{.title = "ID"},
+               {.title = "NAME"},
+               {.title = "CATEGORY"},
+               {.title = "RULES", .align = Table::Align::right},
+               {.title = "IDENTIFIERS", .isFlexible = true}});
+  for (const VendorProfile& profile : profiles) {
+    const auto category = VendorPathHintIndex::category(profile.id);
+    table.addRow({profile.id,
+                  profile.displayName,
+                  category ? std::string(rawValue(*category)) : "–",
+                  std::to_string(profile.artifacts.size() + profile.carveOuts.size()),
+                  {fmt::format("{}", fmt::join(profile.match.bundleIDs, " ")), Style::dim}});
+  }
+  showList(context, "profiles", toJSON(profiles), table);
+  return context.finish();
+}
+
+}  // namespace quarn

@@ -1,0 +1,61 @@
+#include "quarn/commands/VolumeOptions.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "quarn/commands/CommandContext.h"
+#include "quarn/output/TerminalText.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::array<std::string_view, 3> kNobodysHomes{"Shared", "Guest", ".localized"};
+
+std::vector<FileURL> usersHomes(const FileManager& files) {
+  std::vector<FileURL> homes;
+  for (const DirectoryEntry& entry : files.contentsOrNone(FileURL("/Users"), HiddenItems::skip)) {
+    const std::string_view name = entry.url.lastPathComponent();
+    const bool isNobodys = std::find(kNobodysHomes.begin(), kNobodysHomes.end(), name) != kNobodysHomes.end();
+    if (entry.type == FileType::directory && !isNobodys) homes.push_back(entry.url);
+  }
+  return homes;
+}
+
+FileURL onlyHome(const FileManager& files) {
+  const std::vector<FileURL> homes = usersHomes(files);
+  if (homes.size() == 1) return homes.front();
+  if (homes.empty()) {
+    throw CommandError(ExitCode::usage, "no user's home in /Users of " + escapedForTerminal(files.hostFolder()) +
+                                            "; name one with --home PATH");
+  }
+  std::string problem = "more than one user's home; choose with --home:";
+  for (const FileURL& home : homes) problem += "\n  " + escapedForTerminal(home.path());
+  throw CommandError(ExitCode::usage, problem);
+}
+
+FileURL homeOption(const std::string& text) {
+  const std::optional<FileURL> home = FileURL::parse(text);
+  if (!home) throw UsageError("--home: \"" + escapedForTerminal(text) + "\" is no absolute path");
+  return *home;
+}
+
+}  // namespace
+
+FileManager openVolume(const Arguments& arguments) {
+  const std::optional<std::string> volume = arguments.text("--volume");
+  const std::optional<std::string> homeText = arguments.text("--home");
+  FileManager files = volume ? FileManager::mounted(*volume, FileURL("/Users")) : FileManager::host();
+  if (volume && !homeText) return files.withHome(onlyHome(files));
+  if (!homeText) return files;
+  files = files.withHome(homeOption(*homeText));
+  if (files.itemExists(files.homeDirectory())) return files;
+  const std::string problem =
+      "home folder " + escapedForTerminal(files.homeDirectory().path()) + " is not on the volume";
+  // A shell that serves many volumes gets what there is; a person has more likely mistyped.
+  if (arguments.command == nullptr || arguments.command->name != "rpc") throw CommandError(ExitCode::notFound, problem);
+  std::fprintf(stderr, "quarn: warning: %s\n", problem.c_str());
+  return files;
+}
+
+}  // namespace quarn

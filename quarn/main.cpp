@@ -1,0 +1,3 @@
+#include "quarn/commands/CommandLine.h"
+
+int main(int count, char** words) { return quarn::runCommandLine({words + 1, words + count}); }

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "quarn/output/Terminal.h"
+
+namespace quarn {
+
+/// Rows of cells in aligned columns, by the columns that characters really take. Cells are escaped for the terminal;
+/// the one flexible column is cut when the rows are wider than the terminal, the others never are. Made for one output.
+class Table {
+ public:
+  enum class Align : std::uint8_t { left, right };
+  struct Column {
+    std::string_view title;
+    Align align = Align::left;
+    bool isFlexible = false;
+  };
+  struct Cell {
+    Cell(std::string cellText, Style cellStyle = Style::plain)
+        : text(std::move(cellText)), style(cellStyle) {}  // NOLINT
+    std::string text;
+    Style style;
+  };
+
+  explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
+
+  void addRow(std::vector<Cell> cells);
+  [[nodiscard]] bool isEmpty() const { return rows_.empty(); }
+  /// The table's lines, each with a line break; a heading line first. Pipes get every cell uncut.
+  [[nodiscard]] std::string text(const Terminal& terminal) const;
+
+ private:
+  [[nodiscard]] std::vector<std::size_t> widths(const Terminal& terminal) const;
+
+  std::vector<Column> columns_;
+  std::vector<std::vector<Cell>> rows_;
+};
+
+/// A bar of `width` columns of which `share` (0...1) is filled, in eighths of a column.
+std::string barText(double share, std::size_t width);
+
+}  // namespace quarn

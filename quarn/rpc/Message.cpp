@@ -1,0 +1,117 @@
+#include "quarn/rpc/Message.h"
+
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "QuarnPlatform/JSON.h"
+
+namespace quarn {
+namespace {
+
+using nlohmann::json;
+
+constexpr std::string_view kVersion = "2.0";
+constexpr std::string_view kCancelMethod = "$/cancelRequest";
+
+bool isID(const json& value) { return value.is_string() || value.is_number() || value.is_null(); }
+
+bool isText(const json* value) { return value != nullptr && value->is_string(); }
+
+/// What is wrong with the form of a call; empty when it is a request or a notification.
+std::string problemWith(const json& call) {
+  if (!call.is_object()) return "a request is an object";
+  const json* version = JSON::member(call, "jsonrpc");
+  if (!isText(version) || *version != kVersion) return "\"jsonrpc\" is not \"2.0\"";
+  if (!isText(JSON::member(call, "method"))) return "\"method\" is not a string";
+  const json* id = JSON::member(call, "id");
+  if (id != nullptr && !isID(*id)) return "\"id\" is not a string, a number or null";
+  const json* params = JSON::member(call, "params");
+  if (params != nullptr && !params->is_structured() && !params->is_null()) return "\"params\" is neither an object nor an array";
+  return {};
+}
+
+Request refused(RPCError refusal, const json* id) {
+  Request request;
+  if (id != nullptr && isID(*id)) request.id = id->dump();
+  request.refusal = std::move(refusal);
+  return request;
+}
+
+void obey(const json& notification, OpenRequests& open) {
+  if (*JSON::member(notification, "method") != kCancelMethod) return;
+  const json* params = JSON::member(notification, "params");
+  const json* id = params == nullptr ? nullptr : JSON::member(*params, "id");
+  if (id != nullptr && isID(*id)) open.cancel(id->dump());
+}
+
+Request requestOf(json& call, const json& id, OpenRequests& open) {
+  Request request;
+  request.id = id.dump();
+  request.method = call["method"].get<std::string>();
+  const auto params = call.find("params");
+  if (params != call.end() && !params->is_null()) request.params = std::make_shared<const json>(std::move(*params));
+  request.ticket = open.add(request.id);
+  request.cancellation = (*request.ticket)->second;
+  return request;
+}
+
+void readCall(json& call, Message& message, OpenRequests& open) {
+  const json* id = JSON::member(call, "id");
+  if (std::string problem = problemWith(call); !problem.empty()) {
+    message.requests.push_back(refused(RPCError::notARequest(std::move(problem)), id));
+  } else if (id == nullptr) {
+    obey(call, open);
+  } else {
+    message.requests.push_back(requestOf(call, *id, open));
+  }
+}
+
+}  // namespace
+
+OpenRequests::Ticket OpenRequests::add(const std::string& id) {
+  const std::lock_guard lock(mutex_);
+  return flags_.emplace(id, Cancellation());
+}
+
+void OpenRequests::remove(Ticket ticket) {
+  const std::lock_guard lock(mutex_);
+  flags_.erase(ticket);
+}
+
+void OpenRequests::cancel(const std::string& id) {
+  const std::lock_guard lock(mutex_);
+  const auto [first, last] = flags_.equal_range(id);
+  for (auto open = first; open != last; ++open) open->second.cancel();
+}
+
+void OpenRequests::cancelAll() {
+  const std::lock_guard lock(mutex_);
+  for (const auto& [id, flag] : flags_) flag.cancel();
+}
+
+Message readMessage(std::string_view line, OpenRequests& open) {
+  std::string problem;
+  std::optional<json> value = parseJSON(line, &problem);
+  if (!value) return refusedMessage(RPCError::notJSON(problem));
+  if (value->is_array() && value->empty()) return refusedMessage(RPCError::notARequest("an empty batch"));
+  if (value->is_array() && value->size() > kMostCallsInABatch) {
+    return refusedMessage(
+        RPCError::notARequest("a batch of more than " + std::to_string(kMostCallsInABatch) + " calls"));
+  }
+  Message message{.requests = {}, .isBatch = value->is_array(), .lineBytes = line.size()};
+  if (message.isBatch) {
+    for (json& call : *value) readCall(call, message, open);
+  } else {
+    readCall(*value, message, open);
+  }
+  return message;
+}
+
+Message refusedMessage(RPCError refusal) {
+  Message message;
+  message.requests.push_back(refused(std::move(refusal), nullptr));
+  return message;
+}
+
+}  // namespace quarn

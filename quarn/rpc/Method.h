@@ -1,0 +1,99 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "quarn/output/JSONDecoder.h"
+#include "quarn/output/RecordJSON.h"
+#include "quarn/rpc/Transport.h"
+
+namespace quarn {
+
+struct Services;
+
+/// What a handler has besides its params.
+struct MethodContext {
+  const Services& services;
+  const RequestContext& request;
+};
+
+/// A named param of a method.
+struct ParamRow {
+  std::string_view name;
+  std::string (*type)() = nullptr;  ///< how its type is called; "?" at the end: optional
+};
+
+/// A method of the interface: its name, its params in order, and the handler behind it with the conversions that follow
+/// from the handler's own types, so that what is described, what is checked and what is called cannot differ.
+struct MethodRow {
+  static constexpr std::size_t kMostParams = 8;
+
+  std::string_view name;
+  std::array<ParamRow, kMostParams> paramRows;
+  std::size_t paramCount = 0;
+  std::string (*resultType)() = nullptr;
+  std::string (*progressType)() = nullptr;  ///< of the values of its progress notifications; null: it sends none
+  /// Decodes the params, calls the handler, encodes its result. Throws DecodingError and what the handler throws.
+  void (*invoke)(const MethodRow& row, const MethodContext& context, const JSONDecoder& params,
+                 nlohmann::ordered_json& result) = nullptr;
+
+  [[nodiscard]] constexpr std::span<const ParamRow> params() const { return {paramRows.data(), paramCount}; }
+};
+
+/// A handler is a function (const MethodContext&, params...) -> result; how it is called from JSON.
+template <class Function>
+struct HandlerTraits;
+
+template <class Result, class... Params>
+struct HandlerTraits<Result (*)(const MethodContext&, Params...)> {
+  static constexpr std::size_t kParamCount = sizeof...(Params);
+  static constexpr std::array<std::string (*)(), kParamCount> kTypes{&typeName<std::remove_cvref_t<Params>>...};
+  static constexpr auto kResultType = &typeName<Result>;
+
+  template <Result (*handler)(const MethodContext&, Params...)>
+  static void invoke(const MethodRow& row, const MethodContext& context, const JSONDecoder& params,
+                     nlohmann::ordered_json& result) {
+    invoke<handler>(row, context, params, result, std::index_sequence_for<Params...>());
+  }
+
+ private:
+  template <Result (*handler)(const MethodContext&, Params...), std::size_t... index>
+  static void invoke(const MethodRow& row, const MethodContext& context, [[maybe_unused]] const JSONDecoder& params,
+                     nlohmann::ordered_json& result, std::index_sequence<index...> /*indices*/) {
+    // In braces, so that of several faulty params the first one is named.
+    const std::tuple<std::remove_cvref_t<Params>...> values{
+        fromJSON<std::remove_cvref_t<Params>>(params.member(row.paramRows[index].name))...};
+    result = toJSON<Result>(handler(context, std::get<index>(values)...));
+  }
+};
+
+/// The row of a handler, its params named in order.
+template <auto handler, class... Names>
+constexpr MethodRow method(std::string_view name, Names... paramNames) {
+  using Traits = HandlerTraits<decltype(handler)>;
+  static_assert(sizeof...(Names) == Traits::kParamCount, "one name a param");
+  static_assert(sizeof...(Names) <= MethodRow::kMostParams);
+  MethodRow row{.name = name, .paramRows = {ParamRow{paramNames}...}, .paramCount = sizeof...(Names)};
+  for (std::size_t index = 0; index < Traits::kParamCount; ++index) row.paramRows[index].type = Traits::kTypes[index];
+  row.resultType = Traits::kResultType;
+  row.invoke = &Traits::template invoke<handler>;
+  return row;
+}
+
+/// The same for a handler that reports values of type `Progress` while it runs.
+template <auto handler, class Progress, class... Names>
+constexpr MethodRow methodWithProgress(std::string_view name, Names... paramNames) {
+  MethodRow row = method<handler>(name, paramNames...);
+  row.progressType = &typeName<Progress>;
+  return row;
+}
+
+}  // namespace quarn

@@ -1,0 +1,58 @@
+#include "quarn/rpc/Methods.h"
+
+namespace quarn::handlers {
+
+std::vector<Artifact> scanArtifacts(const Context& context, const AppEntity& app, const EntitlementsInfo& entitlements,
+                                    const ArtifactScanner::Options& options) {
+  return context.services.artifactScanner().scan(app, entitlements, options);
+}
+
+std::vector<Artifact> userHeuristicSearch(const Context& context, const AppEntity& app, std::int64_t maxDepth,
+                                          std::int64_t maxResults) {
+  return context.services.artifactScanner().userHeuristicSearch(app, maxDepth, maxResults);
+}
+
+std::vector<Artifact> systemHeuristicSearch(const Context& context, const AppEntity& app, std::int64_t maxDepth,
+                                            std::int64_t maxResults) {
+  return context.services.artifactScanner().systemHeuristicSearch(app, maxDepth, maxResults);
+}
+
+std::vector<Artifact> documentsHeuristicSearch(const Context& context, const AppEntity& app, std::int64_t maxDepth,
+                                               std::int64_t maxResults) {
+  return context.services.artifactScanner().documentsHeuristicSearch(app, maxDepth, maxResults);
+}
+
+std::vector<Artifact> launchdArtifacts(const Context& context, const AppEntity& app,
+                                       const std::vector<LaunchdEntry>& entries) {
+  return context.services.artifactScanner().launchdArtifacts(app, entries);
+}
+
+std::vector<Artifact> receiptArtifacts(const Context& context, const std::vector<ReceiptInfo>& receipts) {
+  return context.services.artifactScanner().receiptArtifacts(receipts);
+}
+
+std::vector<Artifact> kernelExtensionArtifacts(const Context& context, const AppEntity& app, bool includeMacOS) {
+  return context.services.kernelExtensionAssociation().kernelExtensionArtifacts(app, includeMacOS);
+}
+
+std::optional<Association> association(const Context& context, const std::vector<KernelExtensionInfo>& kernelExtensions,
+                                       const std::vector<AppEntity>& apps) {
+  return context.services.kernelExtensionAssociation().association(kernelExtensions, apps);
+}
+
+std::optional<AppEntity> associatedApp(const Context& context, const std::vector<KernelExtensionInfo>& kernelExtensions,
+                                       const std::vector<AppEntity>& apps) {
+  return context.services.kernelExtensionAssociation().associatedApp(kernelExtensions, apps);
+}
+
+std::map<std::string, Association> associations(const Context& context,
+                                                const std::vector<KernelExtensionInfo>& kernelExtensions,
+                                                const std::vector<AppEntity>& apps) {
+  return context.services.kernelExtensionAssociation().associations(kernelExtensions, apps);
+}
+
+std::string kernelExtensionArtifactID(const Context& context, const FileURL& url) {
+  return context.services.kernelExtensionAssociation().artifactID(url);
+}
+
+}  // namespace quarn::handlers

@@ -1,0 +1,27 @@
+#include <nlohmann/json.hpp>
+
+#include "quarn/rpc/Methods.h"
+
+namespace quarn::handlers {
+
+std::vector<AppEntity> discoverApps(const Context& context) { return context.services.appsService().discoverApps(); }
+
+SizeInfo calculateAppSize(const Context& context, const AppEntity& app) {
+  return context.services.appsService().calculateAppSize(app);
+}
+
+std::vector<AppInspectionService::Phase> phaseSequence(const Context& /*context*/,
+                                                       const AppInspectionService::Options& options) {
+  return AppInspectionService::phaseSequence(options);
+}
+
+AppInspection inspectApp(const Context& context, const AppEntity& app, const AppInspectionService::Options& options,
+                         const std::optional<bool>& progress) {
+  AppInspectionService::Progress report;
+  if (progress.value_or(false)) {
+    report = [&](AppInspectionService::Phase phase) { context.request.report(toJSON(PhaseProgress{phase})); };
+  }
+  return context.services.appInspection().inspect(app, options, report);
+}
+
+}  // namespace quarn::handlers

@@ -1,0 +1,31 @@
+#include "quarn/rpc/Methods.h"
+
+namespace quarn::handlers {
+namespace {
+
+/// A sum of sizes beyond 64 bits ends the program, because on a disk it cannot be; in a request it can, and there it is
+/// the request that is wrong. No size is negative, so a part of the sum fits when the whole does.
+void requireSumFits(const std::vector<Artifact>& artifacts, const std::string& param) {
+  std::int64_t sum = 0;
+  for (const Artifact& artifact : artifacts) {
+    if (artifact.size && __builtin_add_overflow(sum, artifact.size->allocatedBytes, &sum)) {
+      throw DecodingError(param, "the sizes add up to more than 64 bits hold");
+    }
+  }
+}
+
+}  // namespace
+
+std::vector<Artifact> defaultSelectedArtifacts(const Context& /*context*/, const AppInspection& inspection,
+                                               CleanupMode mode) {
+  return AppRemovalPlanner::defaultSelectedArtifacts(inspection, mode);
+}
+
+AppRemovalPlanPreview buildPreview(const Context& context, const AppInspection& inspection, CleanupMode mode,
+                                   const std::optional<std::vector<Artifact>>& selectedArtifacts) {
+  requireSumFits(inspection.artifacts, "inspection.artifacts");
+  if (selectedArtifacts) requireSumFits(*selectedArtifacts, "selectedArtifacts");
+  return context.services.appRemovalPlanner.buildPreview(inspection, mode, selectedArtifacts);
+}
+
+}  // namespace quarn::handlers

@@ -1,0 +1,63 @@
+#include <nlohmann/json.hpp>
+
+#include "quarn/rpc/Methods.h"
+
+namespace quarn::handlers {
+
+SignatureTable signatures(const Context& context) {
+  const StorageSignatureRegistry& registry = context.services.signatureRegistry();
+  return {registry.version(), registry.signatures()};
+}
+
+std::vector<StorageSignatureRegistry::Signature> markerSignatures(const Context& context, StorageCategoryID category) {
+  return context.services.signatureRegistry().markerSignatures(category);
+}
+
+std::map<std::string, StorageCategoryID, std::less<>> packageCategoryByExtension(const Context& context) {
+  return context.services.signatureRegistry().packageCategoryByExtension();
+}
+
+std::vector<FileURL> categoryRoots(const Context& context, StorageCategoryID category, bool includeDiscovered) {
+  return context.services.storageDashboard().categoryRoots(category, includeDiscovered);
+}
+
+std::vector<FileURL> topItemRoots(const Context& context, StorageCategoryID category, bool includeDiscovered) {
+  return context.services.storageDashboard().topItemRoots(category, includeDiscovered);
+}
+
+std::vector<FileURL> categoryExclusions(const Context& context, StorageCategoryID category) {
+  return context.services.storageDashboard().categoryExclusions(category);
+}
+
+std::vector<FileURL> vendorRoots(const Context& context, StorageCategoryID category) {
+  return context.services.storageDashboard().vendorRoots(category);
+}
+
+std::optional<VendorPathHint> vendorHint(const Context& context, const FileURL& url, StorageCategoryID category) {
+  return context.services.storageDashboard().vendorHint(url, category);
+}
+
+std::optional<VendorPathHint> indexedHint(const Context& context, const FileURL& url, StorageCategoryID category) {
+  return context.services.vendorHints().hint(url, category);
+}
+
+std::vector<FileURL> indexedRoots(const Context& context, StorageCategoryID category) {
+  return context.services.vendorHints().roots(category);
+}
+
+StorageOverview initialOverview(const Context& context) { return context.services.storageDashboard().initialOverview(); }
+
+StorageDashboardService::CategorySizes calculatePartitionedCategorySizes(const Context& context,
+                                                                         const std::optional<bool>& progress) {
+  std::function<void(const StorageDashboardService::CategorySizes&)> report;
+  if (progress.value_or(false)) {
+    report = [&](const auto& totals) { context.request.report(toJSON(TotalsProgress{totals})); };
+  }
+  return context.services.storageDashboard().calculatePartitionedCategorySizes(report, context.request.cancellation);
+}
+
+std::optional<SizeInfo> calculatePreciseSize(const Context& context, StorageCategoryID category) {
+  return context.services.storageDashboard().calculatePreciseSize(category, context.request.cancellation);
+}
+
+}  // namespace quarn::handlers

@@ -1,0 +1,51 @@
+#include "quarn/rpc/Methods.h"
+
+namespace quarn::handlers {
+
+SizeInfo itemSize(const Context& context, const FileURL& at, const std::optional<std::vector<FileURL>>& excluding,
+                  bool allowSlow, bool includeHidden) {
+  const std::vector<FileURL> excluded = excluding.value_or(std::vector<FileURL>());
+  return context.services.fileSizeCalculator.itemSizeExcluding(at, excluded, allowSlow, includeHidden);
+}
+
+SizeInfo enumeratingDirectorySize(const Context& context, const FileURL& at, bool includeHidden) {
+  return context.services.fileSizeCalculator.enumeratingDirectorySize(at, includeHidden);
+}
+
+std::optional<SizeInfo> resourceSize(const Context& context, const FileURL& at) {
+  return context.services.fileSizeCalculator.resourceSize(at);
+}
+
+EntitlementsInfo readEntitlements(const Context& context, const FileURL& forAppAt) {
+  return context.services.entitlementsReader.readEntitlements(forAppAt);
+}
+
+std::vector<LaunchdEntry> scanLaunchd(const Context& context) { return context.services.launchdScanner.scan(); }
+
+std::vector<ReceiptInfo> receiptsMatching(const Context& context, const AppEntity& app) {
+  return context.services.receiptScanner.receiptsMatching(app);
+}
+
+std::vector<std::string> packageIDs(const Context& context, const std::string& forFileAtPath) {
+  // A path is a text, so a name that is not UTF-8 can only come as a URL.
+  const std::optional<FileURL> url = forFileAtPath.starts_with("file:") ? FileURL::parse(forFileAtPath) : std::nullopt;
+  return context.services.receiptScanner.packageIDs(url ? url->path() : forFileAtPath);
+}
+
+bool matchesPackage(const Context& context, const AppEntity& app, const std::string& packageID) {
+  return context.services.receiptScanner.matches(app, packageID);
+}
+
+std::vector<KernelExtensionInfo> installedKernelExtensions(const Context& context, bool includeMacOS) {
+  return context.services.kernelExtensionService.installedKernelExtensions(includeMacOS);
+}
+
+VolumeInfo systemVolume(const Context& context) { return context.services.volumeInfoClient.systemVolume(); }
+
+bool isExternal(const Context& context, const FileURL& url) {
+  return context.services.volumeLocationChecker.isExternal(url);
+}
+
+FileURL quarantineFolder(const Context& context) { return context.services.quarantineManager.baseURL(); }
+
+}  // namespace quarn::handlers

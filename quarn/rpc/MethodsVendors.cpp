@@ -1,0 +1,43 @@
+#include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
+#include "QuarnCore/vendors/VendorPathResolver.h"
+#include "quarn/rpc/Methods.h"
+
+namespace quarn::handlers {
+
+std::vector<VendorProfile> vendorProfiles(const Context& context) {
+  return context.services.vendorProfiles().profiles();
+}
+
+std::vector<VendorProfile> matchingVendorProfiles(const Context& context, const AppEntity& app) {
+  return context.services.vendorProfiles().matchingProfiles(app);
+}
+
+std::vector<Artifact> vendorArtifacts(const Context& context, const AppEntity& app) {
+  const FileManager& files = context.services.files;
+  return context.services.vendorProfiles().artifacts(app, files, files.homeDirectory());
+}
+
+std::vector<FileURL> resolvePatterns(const Context& context, const std::vector<std::string>& patterns) {
+  const FileManager& files = context.services.files;
+  return VendorPathResolver::resolve(patterns, files, files.homeDirectory());
+}
+
+bool matchesPattern(const Context& /*context*/, const std::string& pattern, const std::string& text) {
+  return VendorPathResolver::matches(pattern, text);
+}
+
+std::vector<Artifact> deduplicate(const Context& context, const std::vector<Artifact>& artifacts) {
+  return VendorArtifactDeduplicator::deduplicate(artifacts, context.services.files);
+}
+
+std::vector<Artifact> inspectDeeply(const Context& context, const AppEntity& app,
+                                    const std::vector<Artifact>& existingArtifacts,
+                                    const EntitlementsInfo& entitlements) {
+  return context.services.deepInspector().inspect(app, existingArtifacts, entitlements);
+}
+
+std::vector<UninstallerCandidate> findUninstallers(const Context& context, const AppEntity& app) {
+  return context.services.uninstallerDiscovery.findUninstallers(app);
+}
+
+}  // namespace quarn::handlers

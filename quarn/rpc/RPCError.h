@@ -1,0 +1,63 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "QuarnPlatform/FileError.h"
+#include "quarn/output/JSONDecoder.h"
+
+namespace quarn {
+
+/// What a request is refused with; the numbers are part of the interface.
+enum class RPCErrorCode : int {
+  notJSON = -32700,
+  notARequest = -32600,
+  noSuchMethod = -32601,
+  badParam = -32602,
+  internal = -32603,
+  operationFailed = -32000,
+  cancelled = -32800,
+};
+
+/// Why a request has no result. A plain value; layers above the transport throw it.
+struct RPCError {
+  using Data = std::vector<std::pair<std::string, std::variant<std::int64_t, std::string>>>;
+
+  RPCErrorCode code = RPCErrorCode::internal;
+  std::string message;  ///< one sentence for people
+  Data data;            ///< members of "data", in this order; none: no "data"
+
+  static RPCError notJSON(const std::string& problem);
+  static RPCError notARequest(std::string problem);
+  static RPCError noSuchMethod(const std::string& method);
+  static RPCError badParam(const DecodingError& error);
+  static RPCError operationFailed(const FileError& error);
+  static RPCError cancelled();
+  static RPCError internal(const std::string& problem);
+};
+
+/// One row of the description of the errors.
+struct RPCErrorDescription {
+  RPCErrorCode code;
+  std::string_view when;
+  std::array<std::string_view, 3> data;  ///< names of the members of "data"; empty ones do not count
+};
+
+// clang-format off
+inline constexpr std::array<RPCErrorDescription, 7> kRPCErrors{{
+    {.code = RPCErrorCode::notJSON,         .when = "the line is not JSON", .data = {}},
+    {.code = RPCErrorCode::notARequest,     .when = "not a request object", .data = {}},
+    {.code = RPCErrorCode::noSuchMethod,    .when = "no such method", .data = {"method"}},
+    {.code = RPCErrorCode::badParam,        .when = "a param is missing, unknown or of the wrong type or range", .data = {"param"}},
+    {.code = RPCErrorCode::operationFailed, .when = "the operation threw (sizes, listings, the system volume)", .data = {"path", "errno", "name"}},
+    {.code = RPCErrorCode::cancelled,       .when = "cancelled before it started", .data = {}},
+    {.code = RPCErrorCode::internal,        .when = "the process failed, for instance for want of memory", .data = {}},
+}};
+// clang-format on
+
+}  // namespace quarn

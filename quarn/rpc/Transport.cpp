@@ -1,0 +1,191 @@
+#include "quarn/rpc/Transport.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <exception>
+#include <thread>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+#include <poll.h>
+
+#include "quarn/rpc/LineReader.h"
+#include "quarn/rpc/LineWriter.h"
+#include "quarn/rpc/WakePipe.h"
+
+namespace quarn {
+namespace {
+
+using nlohmann::ordered_json;
+
+/// Makes a write to a pipe that nobody reads an error instead of the end of the process.
+class BrokenPipeIgnored {
+ public:
+  BrokenPipeIgnored() {
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    ::sigaction(SIGPIPE, &ignore, &before_);
+  }
+  ~BrokenPipeIgnored() { ::sigaction(SIGPIPE, &before_, nullptr); }
+  BrokenPipeIgnored(const BrokenPipeIgnored&) = delete;
+  BrokenPipeIgnored& operator=(const BrokenPipeIgnored&) = delete;
+
+ private:
+  struct sigaction before_ {};
+};
+
+std::string jsonText(const ordered_json& value) {
+  return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+}
+
+std::string answer(const std::string& id, std::string_view member, const ordered_json& value) {
+  return R"({"jsonrpc":"2.0","id":)" + id + ",\"" + std::string(member) + "\":" + jsonText(value) + "}";
+}
+
+std::string errorAnswer(const std::string& id, const RPCError& error) {
+  ordered_json value = {{"code", static_cast<int>(error.code)}, {"message", error.message}};
+  for (const auto& [name, content] : error.data) {
+    std::visit([&, &key = name](const auto& plain) { value["data"][key] = plain; }, content);
+  }
+  return answer(id, "error", value);
+}
+
+std::string progressNotification(const std::string& id, const ordered_json& value) {
+  return R"({"jsonrpc":"2.0","method":"$/progress","params":{"id":)" + id + ",\"value\":" + jsonText(value) + "}}";
+}
+
+class Session {
+ public:
+  Session(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits)
+      : input_(inputDescriptor),
+        output_(outputDescriptor),
+        dispatcher_(dispatcher),
+        reader_(inputDescriptor, limits.lineBytes),
+        writer_(outputDescriptor),
+        queue_(limits) {}
+
+  int run() {
+    const BrokenPipeIgnored guard;
+    std::thread worker([this] { work(); });
+    readLines();
+    queue_.close();
+    while (!isFinished_ && waitFor(Input::notWanted)) {
+    }
+    worker.join();
+    return writer_.error() == 0 || writer_.error() == EPIPE ? 0 : 1;
+  }
+
+ private:
+  enum class Input : std::uint8_t { wanted, notWanted };
+
+  // ---- the reader's side
+
+  void readLines() {
+    std::string line;
+    while (!queue_.isClosed()) {
+      const bool hasRoom = queue_.hasRoom();
+      const LineReader::Status status = hasRoom ? reader_.next(line) : LineReader::Status::needMore;
+      if (status == LineReader::Status::end) return;
+      if (status == LineReader::Status::needMore) {
+        if (!waitFor(hasRoom ? Input::wanted : Input::notWanted)) return;
+      } else {
+        take(status == LineReader::Status::line ? read(line) : refusedMessage(tooLong()));
+      }
+    }
+  }
+
+  Message read(const std::string& line) {
+    try {
+      return readMessage(line, open_);
+    } catch (const std::exception& error) {
+      return refusedMessage(RPCError::internal(error.what()));
+    }
+  }
+
+  static RPCError tooLong() { return RPCError::notARequest("the line is too long"); }
+
+  void take(Message message) {
+    if (!message.requests.empty()) queue_.push(std::move(message));
+  }
+
+  /// Waits until input is there, which is then read, or the worker gives a sign. False when the client is gone.
+  bool waitFor(Input input) {
+    std::array<pollfd, 3> waited{{{wake_.descriptor(), POLLIN, 0},
+                                  {output_, 0, 0},
+                                  {input == Input::wanted ? input_ : -1, POLLIN, 0}}};
+    if (::poll(waited.data(), waited.size(), -1) < 0) return true;
+    if (waited[0].revents != 0) wake_.drain();
+    if (waited[1].revents != 0) return giveUp();
+    if (waited[2].revents != 0) reader_.readMore();
+    return true;
+  }
+
+  /// Nobody reads the answers any more.
+  bool giveUp() {
+    queue_.abandon();
+    open_.cancelAll();
+    return false;
+  }
+
+  // ---- the worker's side
+
+  void work() {
+    while (std::optional<Message> message = queue_.pop()) {
+      wake_.signal();  // there is room again
+      if (!writer_.write(answerTo(*message))) giveUp();
+    }
+    isFinished_ = true;
+    wake_.signal();
+  }
+
+  std::string answerTo(const Message& message) {
+    std::string text;
+    for (const Request& request : message.requests) {
+      if (!text.empty()) text += ',';
+      text += answerTo(request);
+    }
+    return message.isBatch ? "[" + text + "]" : text;
+  }
+
+  std::string answerTo(const Request& request) {
+    if (request.refusal) return errorAnswer(request.id, *request.refusal);
+    const bool isUnwanted = request.cancellation.isCancelled();
+    std::string text = isUnwanted ? errorAnswer(request.id, RPCError::cancelled()) : resultOf(request);
+    open_.remove(*request.ticket);
+    return text;
+  }
+
+  std::string resultOf(const Request& request) {
+    const auto report = [&](const ordered_json& value) {
+      if (!writer_.write(progressNotification(request.id, value))) giveUp();
+    };
+    try {
+      const RequestContext context{request.cancellation, report};
+      return answer(request.id, "result", dispatcher_(request.method, request.params.get(), context));
+    } catch (const RPCError& error) {
+      return errorAnswer(request.id, error);
+    } catch (const std::exception& error) {
+      return errorAnswer(request.id, RPCError::internal(error.what()));
+    }
+  }
+
+  int input_;
+  int output_;
+  const Dispatcher& dispatcher_;
+  LineReader reader_;
+  LineWriter writer_;
+  OpenRequests open_;
+  MessageQueue queue_;
+  WakePipe wake_;
+  std::atomic<bool> isFinished_ = false;
+};
+
+}  // namespace
+
+int serve(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits) {
+  return Session(inputDescriptor, outputDescriptor, dispatcher, limits).run();
+}
+
+}  // namespace quarn

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "quarn/sample/SampleApps.h"
+#include "quarn/sample/SampleItems.h"
+#include "quarn/sample/SampleRecords.h"
+#include "quarn/sample/SampleVolume.h"
+#include "quarn/sample/builders/VolumeWriter.h"
+
+namespace quarn::sample {
+
+/// Turns the tables into files. Borrows the writer; used once.
+class SampleWriter {
+ public:
+  explicit SampleWriter(const VolumeWriter& writer) : writer_(writer) {}
+
+  /// Writes everything and dates it. Throws FileError.
+  SampleSummary write();
+
+ private:
+  void write(const Item& item);
+  void write(const App& app);
+  void write(const Job& job);
+  void write(const Receipt& receipt);
+  void write(const KernelExtension& extension);
+  void writeBundle(const App& app, const std::string& info, const std::string& programFolder);
+  void writeWrapped(const App& app);
+  void markAsBundle(const std::string& path);
+
+  // Everything goes through these, so that it is counted and dated.
+  void addFile(const std::string& path, std::string_view content, mode_t bits = 0644);
+  void note(const std::string& path);
+  void dateEverything();
+
+  const VolumeWriter& writer_;
+  SampleSummary summary_;
+  std::set<std::string> items_;  ///< every path written, parents too
+};
+
+}  // namespace quarn::sample

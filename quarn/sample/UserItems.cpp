@@ -1,0 +1,95 @@
+#include <array>
+
+#include "quarn/sample/SampleItems.h"
+
+namespace quarn::sample {
+namespace {
+
+// clang-format off
+constexpr auto kItems = std::to_array<Item>({
+    {.path = "~/Desktop/Budget 2026.numbers", .bytes = 58 * kKB},
+    {.path = "~/Desktop/Screenshot 2026-03-02 at 09.14.11.png", .bytes = 109 * kKB},
+    {.path = "~/Desktop/Screenshot 2026-03-02 at 09.15.40.png", .bytes = 96 * kKB},
+    {.path = "~/Desktop/todo.txt", .form = Form::text, .text = "water the plants\ncall Bob\n"},
+    {.path = "~/Documents/Letters/Landlord.pages", .bytes = 43 * kKB},
+    {.path = "~/Documents/Letters/Aunt Frida.pages", .bytes = 39 * kKB},
+    {.path = "~/Documents/Tax/2024/Return.pdf", .bytes = 127 * kKB},
+    {.path = "~/Documents/Tax/2025/Return.pdf", .bytes = 138 * kKB},
+    {.path = "~/Documents/Thesis/Thesis.rtfd/TXT.rtf", .bytes = 61 * kKB},
+    {.path = "~/Documents/Thesis/Thesis.rtfd/figure 1.png", .bytes = 140 * kKB},
+    {.path = "~/Documents/Thesis/Sources/Interviews.m4a", .bytes = 840 * kKB},
+    {.path = "~/Documents/Thesis/Novel.scriv/project.scrivx", .bytes = 12 * kKB},
+    {.path = "~/Documents/Thesis/Novel.scriv/Files/Data/1/content.rtf", .bytes = 24 * kKB},
+    {.path = "~/Documents/Memo/idea.txt", .form = Form::text, .text = "a folder whose whole name is that of a short app name\n"},
+    {.path = "~/Documents/Memories/1999.txt", .form = Form::text, .text = "longer than the short name, so no match\n"},
+    {.path = "~/Documents/Skyforge Tactics/Saves/slot 1.sav", .bytes = 186 * kKB},
+    {.path = "~/Documents/Skyforge Tactics/Saves/slot 2.sav", .bytes = 174 * kKB},
+    {.path = "~/Documents/Skyforge Tactics/settings.ini", .form = Form::text, .text = "music = 7\n"},
+    {.path = "~/Documents/My Games/Skyforge Tactics Mods/grass.pak", .bytes = 252 * kKB},
+    {.path = "~/Documents/com.brightforge.skyforge/cloud.sav", .bytes = 33 * kKB},
+    {.path = "~/Documents/Tessera Studio/Cover.tessera", .bytes = 384 * kKB},
+    {.path = "~/Documents/Virtual Machines.localized/Debian.vmwarevm/disk.vmdk", .form = Form::sparse, .bytes = 24 * kGB},
+    {.path = "~/Documents/Virtual Machines.localized/Debian.vmwarevm/Debian.vmx", .form = Form::text, .text = "displayName = \"Debian\"\n"},
+    {.path = "~/Downloads/Harbor Suite 4.2.pkg", .bytes = 1'140 * kKB},
+    {.path = "~/Downloads/Skyforge.dmg", .form = Form::sparse, .bytes = 4'300 * kMB},
+    {.path = "~/Downloads/Recipes.zip", .bytes = 462 * kKB},
+    {.path = "~/Downloads/.partial-download.crdownload", .bytes = 88 * kKB},
+    {.path = "~/Movies/Harbor at night.mov", .bytes = 1'560 * kKB},
+    {.path = "~/Movies/Family archive.mov", .form = Form::sparse, .bytes = 18 * kGB},
+    {.path = "~/Movies/Trips.imovielibrary/CurrentVersion.imovieevents", .bytes = 41 * kKB},
+    {.path = "~/Movies/Trips.imovielibrary/Lisbon/Original Media/clip 1.mov", .bytes = 540 * kKB},
+    {.path = "~/Movies/Wedding.fcpbundle/Settings.plist", .form = Form::settings, .bytes = 3 * kKB},
+    {.path = "~/Movies/Wedding.fcpbundle/Day 1/Original Media/A001.mov", .form = Form::sparse, .bytes = 31 * kGB},
+    {.path = "~/Music/Music/Music Library.musiclibrary/Library.musicdb", .bytes = 156 * kKB},
+    {.path = "~/Music/Music/Media.localized/Music/The Harbour Band/First Tide/01 Ebb.m4a", .bytes = 588 * kKB},
+    {.path = "~/Music/Music/Media.localized/Music/The Harbour Band/First Tide/02 Flow.m4a", .bytes = 624 * kKB},
+    {.path = "~/Music/GarageBand/Lullaby.band/projectData", .bytes = 88 * kKB},
+    {.path = "~/Music/Logic/Suite.logicx/Alternatives/000/ProjectData", .bytes = 130 * kKB},
+    {.path = "~/Music/Audio Music Apps/Plug-In Settings/Warm.cst", .bytes = 4 * kKB},
+    {.path = "~/Pictures/Photos Library.photoslibrary/database/Photos.sqlite", .bytes = 780 * kKB},
+    {.path = "~/Pictures/Photos Library.photoslibrary/originals/0/0A11.heic", .bytes = 522 * kKB},
+    {.path = "~/Pictures/Photos Library.photoslibrary/originals/1/1B22.heic", .bytes = 546 * kKB},
+    {.path = "~/Pictures/Photos Library.photoslibrary/originals/2/2C33.mov", .form = Form::sparse, .bytes = 6 * kGB},
+    {.path = "~/Pictures/Photos Library.photoslibrary/resources/derivatives/0/0A11.jpeg", .bytes = 140 * kKB},
+    {.path = "~/Pictures/Scans/Passport.tiff", .bytes = 660 * kKB},
+    {.path = "~/Pictures/Lightroom/Catalog.lrcat", .bytes = 198 * kKB},
+    {.path = "~/Pictures/Lightroom/Catalog Previews.lrdata/previews.db", .bytes = 126 * kKB},
+    {.path = "~/Public/Drop Box/.localized"},
+    {.path = "~/Public/For everyone.txt", .form = Form::text, .text = "hello\n"},
+    {.path = "~/Projects/Website/index.html", .form = Form::text, .text = "<!doctype html><title>Ann</title>\n"},
+    {.path = "~/Projects/Website/node_modules/left/index.js", .bytes = 7 * kKB},
+    {.path = "~/Projects/Skiff/Skiff.xcodeproj/project.pbxproj", .bytes = 31 * kKB},
+    {.path = "~/Projects/Skiff/Sources/main.swift", .form = Form::text, .text = "print(\"skiff\")\n"},
+    {.path = "~/downloads/old browser/setup.zip", .bytes = 120 * kKB},
+    {.path = "~/notes.txt", .form = Form::text, .text = "a file beside the usual folders\n"},
+    {.path = "~/Applications/.localized"},
+    {.path = "~/.Trash/Old draft.pages", .bytes = 36 * kKB},
+    {.path = "~/.Trash/Kestrel 2.app/Contents/Info.plist", .form = Form::text, .text = "no longer an app\n"},
+    {.path = "~/.Trash/big.iso", .form = Form::sparse, .bytes = 5 * kGB},
+    {.path = "~/.zshrc", .form = Form::text, .text = "alias ll='ls -l'\n"},
+    {.path = "~/.ssh/known_hosts", .form = Form::text, .text = "harbor.example ssh-ed25519 AAAA\n"},
+    {.path = "~/.config/kestrel/theme.toml", .form = Form::text, .text = "dark = true\n"},
+    {.path = "~/.local/share/skiff/state.db", .bytes = 64 * kKB},
+    {.path = "~/.DS_Store", .bytes = 6 * kKB},
+    {.path = "~/.localized"},
+    {.path = "~/.CFUserTextEncoding", .form = Form::text, .text = "0x0:0x0"},
+    {.path = "~/Library/Mobile Documents/com~apple~CloudDocs/Desktop/Packing list.txt", .form = Form::text, .text = "socks\n"},
+    {.path = "~/Library/Mobile Documents/com~apple~CloudDocs/Documents/Lease.pdf", .bytes = 90 * kKB},
+    {.path = "~/Library/Mobile Documents/com~apple~CloudDocs/Downloads/Map.pdf", .bytes = 192 * kKB},
+    {.path = "~/Library/Mobile Documents/com~apple~CloudDocs/.Old album.zip.icloud", .bytes = 1 * kKB},
+    {.path = "~/Library/Mobile Documents/com~apple~CloudDocs/Reading/Sea charts.pdf", .form = Form::sparse, .bytes = 210 * kMB},
+    {.path = "~/Library/Mobile Documents/iCloud~com~lumenworks~notes/Documents/Ideas.lumen", .bytes = 27 * kKB},
+    {.path = "~/Library/Mobile Documents/com~apple~Pages/Documents/Draft.pages", .bytes = 44 * kKB},
+    {.path = "~/Library/CloudStorage/Dropbox/Shared/Plan.pdf", .bytes = 90 * kKB},
+    {.path = "~/Library/CloudStorage/GoogleDrive-ann@example.com/My Drive/Sheet.gsheet", .bytes = 1 * kKB},
+    {.path = "~/Library/CloudStorage/GoogleDrive-ann@example.com/My Drive/Video.mp4", .form = Form::sparse, .bytes = 2 * kGB},
+    {.path = "~/Library/CloudStorage/Box-Box/Contract.docx", .bytes = 48 * kKB},
+});
+// clang-format on
+static_assert(kItems.size() == 77);
+
+}  // namespace
+
+std::span<const Item> userItems() { return kItems; }
+
+}  // namespace quarn::sample

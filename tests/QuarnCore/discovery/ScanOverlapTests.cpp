@@ -1,0 +1,134 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "QuarnCore/discovery/ArtifactScanner.h"
+#include "tests/QuarnCore/discovery/ArtifactLines.h"
+#include "tests/support/MacVolume.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+
+AppEntity app(const std::string& name, const std::string& bundleID, const std::string& bundle = "/Applications/X.app") {
+  return {.name = name, .bundleIdentifier = bundleID, .bundleURL = FileURL(bundle), .id = bundleID};
+}
+
+const AppEntity kExample = app("Example", "com.example.App");
+
+std::vector<Artifact> scan(const MacVolume& volume, const AppEntity& of, const EntitlementsInfo& entitlements = {}) {
+  const ArtifactScanner scanner(FileSizeCalculator::live(volume.files()), volume.files());
+  return scanner.scan(of, entitlements,
+                      {.includeHeuristicSearch = true,
+                       .heuristicMaxDepth = 5,
+                       .heuristicMaxResults = 100,
+                       .includeVendorHeuristics = true,
+                       .includeSystemArtifacts = true,
+                       .includeSystemHeuristicSearch = true,
+                       .computeSizes = false});
+}
+
+TEST(ScanOverlap, ACacheFoundByPlaceAndByResemblanceIsListedOnceAsTheFirst) {
+  MacVolume volume;
+  volume.folder("~/Library/Caches/com.example.App");
+  const std::vector<Artifact> found = scan(volume, kExample);
+  ASSERT_THAT(titles(found), ElementsAre("App", "Cache"));
+  EXPECT_EQ(found[1].confidence, 0.95);
+}
+
+TEST(ScanOverlap, TheSameItemUnderAnotherKindIsCoveredByTheFirst) {
+  MacVolume volume;
+  volume.folder("/Library/Application Support/com.example.App");
+  const std::vector<Artifact> found = scan(volume, kExample);
+  ASSERT_THAT(titles(found), ElementsAre("App", "System Application Support (com.example.App)"));
+}
+
+TEST(ScanOverlap, NameAndIdentifierThatAreTheSameFolderAreListedOnceByTheName) {
+  MacVolume volume;
+  volume.folder("~/Library/Application Support/Example");
+  const std::vector<Artifact> found = scan(volume, app("Example", "Example"));
+  ASSERT_THAT(titles(found), ElementsAre("App", "Application Support (Example)"));
+  EXPECT_EQ(found[1].confidence, 0.7);
+}
+
+TEST(ScanOverlap, AFindInsideTheAppsSupportFolderIsDropped) {
+  MacVolume volume;
+  volume.folder("~/Library/Application Support/Example/com.example.App.data")
+      .folder("~/Library/Application Support/Other/com.example.App.data");
+  EXPECT_THAT(paths(scan(volume, kExample)),
+              ElementsAre("/Applications/X.app", "/Users/ann/Library/Application Support/Example",
+                          "/Users/ann/Library/Application Support/Other/com.example.App.data"));
+}
+
+TEST(ScanOverlap, AFolderThatOnlyBeginsWithACoveredNameIsKept) {
+  MacVolume volume;
+  volume.folder("~/Library/Caches/com.example.App").folder("~/Library/Caches/com.example.App2");
+  EXPECT_THAT(titles(scan(volume, kExample)), ElementsAre("App", "Cache", "Heuristic: com.example.App2"));
+}
+
+TEST(ScanOverlap, AnArtifactThatLosesAnItemKeepsTheOthersUnderANewID) {
+  MacVolume volume;
+  volume.file("~/Library/Preferences/com.example.App.plist")
+      .file("~/Library/Preferences/com.example.App.extra.plist")
+      .file("~/Library/Preferences/com.example.App.longer.plist");
+  const std::string folder = "/Users/ann/Library/Preferences/";
+  const std::vector<Artifact> found = scan(volume, app("Example", "com.example.App", folder + "com.example.App.plist"));
+  ASSERT_THAT(titles(found), ElementsAre("App", "Preferences"));
+  EXPECT_THAT(paths({found[1]}),
+              ElementsAre(folder + "com.example.App.extra.plist", folder + "com.example.App.longer.plist"));
+  EXPECT_EQ(found[1].id, Artifact::makeID(ArtifactKind::preferences, ArtifactScope::user, found[1].urls));
+  EXPECT_EQ(found[1].confidence, 0.95);
+}
+
+TEST(ScanOverlap, AnArtifactThatIsCoveredWhollyIsDropped) {
+  MacVolume volume;
+  volume.file("~/Library/Preferences/com.example.App.plist").folder("~/Library/Caches/com.example.App");
+  EXPECT_THAT(titles(scan(volume, app("Example", "com.example.App", "/Users/ann/Library"))), ElementsAre("App"));
+}
+
+TEST(ScanOverlap, ShorterPathsComeFirstWhateverWasFoundFirst) {
+  MacVolume volume;
+  volume.folder("~/Library/Application Support/Adobe/com.adobe.x");
+  EXPECT_THAT(titles(scan(volume, app("Adobe/com.adobe.x", "com.adobe.x"))), ElementsAre("Adobe (Shared)", "App"));
+}
+
+TEST(ScanOverlap, LengthIsCountedInCharacters) {
+  MacVolume volume;
+  volume.folder("~/Library/Caches/ÄÄÄÄÄÄ/com.example.App x").folder("~/Library/Caches/aaaaaaaa/com.example.App x");
+  EXPECT_THAT(paths(scan(volume, kExample)),
+              ElementsAre("/Applications/X.app", "/Users/ann/Library/Caches/ÄÄÄÄÄÄ/com.example.App x",
+                          "/Users/ann/Library/Caches/aaaaaaaa/com.example.App x"));
+}
+
+TEST(ScanOverlap, EqualTitlesKeepTheOrderOfThePrunedList) {
+  MacVolume volume;
+  volume.folder("~/Library/Application Support/com.example.App X")
+      .folder("~/Library/Caches/COM.example.App X")
+      .folder("~/Library/Logs/com.Example.App X")
+      .folder("~/Library/HTTPStorages/com.example.APP X");
+  const std::string library = "/Users/ann/Library/";
+  EXPECT_THAT(
+      paths(scan(volume, kExample)),
+      ElementsAre("/Applications/X.app", library + "Logs/com.Example.App X", library + "Caches/COM.example.App X",
+                  library + "HTTPStorages/com.example.APP X", library + "Application Support/com.example.App X"));
+}
+
+TEST(ScanOverlap, EqualLengthsKeepTheOrderInWhichTheyWereFound) {
+  MacVolume volume;
+  // Equal titles and equal lengths: the group containers come in the order of the entitlements.
+  volume.folder("~/Library/Group Containers/group.a").folder("~/Library/Group Containers/GROUP.A");
+  const std::string folder = "/Users/ann/Library/Group Containers/";
+  EXPECT_THAT(paths(scan(volume, kExample, {{"group.a", "GROUP.A"}})),
+              ElementsAre("/Applications/X.app", folder + "group.a", folder + "GROUP.A"));
+  EXPECT_THAT(paths(scan(volume, kExample, {{"GROUP.A", "group.a"}})),
+              ElementsAre("/Applications/X.app", folder + "GROUP.A", folder + "group.a"));
+}
+
+TEST(ScanOverlap, AGroupNamedTwiceIsListedOnce) {
+  MacVolume volume;
+  volume.folder("~/Library/Group Containers/g");
+  EXPECT_THAT(titles(scan(volume, kExample, {{"g", "g"}})), ElementsAre("App", "Group Container (g)"));
+}
+
+}  // namespace
+}  // namespace quarn

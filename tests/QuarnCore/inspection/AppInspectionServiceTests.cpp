@@ -1,0 +1,201 @@
+#include <chrono>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "QuarnCore/inspection/AppInspectionService.h"
+#include "tests/QuarnCore/discovery/ArtifactLines.h"
+#include "tests/QuarnCore/inspection/Inspector.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Options = AppInspectionService::Options;
+
+// Something of the app for every phase; groups, files of a receipt and extensions come from the clients.
+void furnish(MacVolume& volume) {
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .folder("/Applications/Example.app/Contents/Resources/Uninstall Example.pkg")
+      .file("~/Library/Caches/com.example.App/a", 8_KiB)
+      .folder("~/Library/Logs/com.example.App old")
+      .folder("~/Library/Group Containers/group.example")
+      .folder("~/Documents/Example Projects")
+      .plist("/Library/LaunchDaemons/com.example.App.plist", {{"Label", "com.example.App.daemon"}})
+      .file("/opt/example/tool", 4_KiB)
+      .folder("~/Library/Vendor/Example")
+      .folder("/Library/Extensions/Example.kext");
+}
+
+Inspector furnished(const MacVolume& volume) {
+  Inspector inspector(volume);
+  inspector.entitlements.readEntitlements = [](const FileURL&) { return EntitlementsInfo{{"group.example"}}; };
+  inspector.receipts.receiptsMatching = [](const AppEntity&) {
+    return std::vector<ReceiptInfo>{
+        {.packageIdentifier = "com.example.App.pkg", .files = {FileURL("/opt/example/tool")}}};
+  };
+  inspector.extensions.installedKernelExtensions = [](bool) {
+    return std::vector<KernelExtensionInfo>{
+        {.name = "Example", .url = FileURL("/Library/Extensions/Example.kext"), .size = SizeInfo{1, 2}}};
+  };
+  inspector.profiles = {
+      {.id = "example",
+       .displayName = "Example Corp",
+       .match = {.bundleIDs = {"com.example.App"}},
+       .artifacts = {{.confidence = 0.5, .title = "Vendor Data", .paths = {"~/Library/Vendor/Example"}},
+                     {.title = "Kext", .paths = {"/nowhere/Extensions/*.kext", "/Library/E*/*.kext"}}}}};
+  return inspector;
+}
+
+TEST(AppInspectionService, FindsThingsInTheOrderOfThePhases) {
+  MacVolume volume;
+  furnish(volume);
+  Options options = inspectionOptions(true);
+  options.computeArtifactSizes = false;
+  const AppInspection inspection = furnished(volume).service().inspect(exampleApp(), options);
+  EXPECT_THAT(titles(inspection.artifacts),
+              ElementsAre("App", "Cache", "Group Container (group.example)", "Heuristic: com.example.App old",
+                          "Documents: Example Projects", "launchd: com.example.App.daemon",
+                          "Receipt: com.example.App.pkg", "Vendor Data", "Kernel Extension: Example"));
+}
+
+TEST(AppInspectionService, ThePhasesOrderIsKeptWhenThingsAreSized) {
+  MacVolume volume;
+  furnish(volume);
+  const AppInspection inspection = furnished(volume).service().inspect(exampleApp(), inspectionOptions(true));
+  const std::vector<std::string> found = titles(inspection.artifacts);
+  ASSERT_EQ(found.size(), 9U);
+  EXPECT_THAT(std::vector(found.begin() + 4, found.end()),
+              ElementsAre("Documents: Example Projects", "launchd: com.example.App.daemon",
+                          "Receipt: com.example.App.pkg", "Vendor Data", "Kernel Extension: Example"));
+  for (const Artifact& artifact : inspection.artifacts) EXPECT_TRUE(artifact.size) << artifact.title;
+  EXPECT_EQ(inspection.artifacts[6].size, (SizeInfo{4_KiB, 4_KiB}));
+  EXPECT_EQ(inspection.artifacts[8].size, (SizeInfo{1, 2})) << "a size that came with a find is kept";
+}
+
+TEST(AppInspectionService, HoldsTheAppItsUninstallersAndTheMoment) {
+  MacVolume volume;
+  furnish(volume);
+  AppEntity app = exampleApp();
+  app.version = "1.2";
+  const auto now = [] { return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()); };
+  const Date before = now();
+  const AppInspection inspection = Inspector(volume).service().inspect(app, inspectionOptions(false));
+  EXPECT_EQ(inspection.app, app);
+  ASSERT_EQ(inspection.uninstallers.size(), 1U);
+  EXPECT_EQ(inspection.uninstallers[0].name, "Uninstall Example.pkg");
+  EXPECT_EQ(inspection.uninstallers, UninstallerDiscoveryService(volume.files()).findUninstallers(app));
+  EXPECT_GE(inspection.inspectedAt, before);
+  EXPECT_LE(inspection.inspectedAt, now());
+}
+
+TEST(AppInspectionService, WithoutProgressTheResultIsTheSame) {
+  MacVolume volume;
+  furnish(volume);
+  const AppInspectionService service = furnished(volume).service();
+  const Options options = inspectionOptions(true);
+  const AppInspection silent = service.inspect(exampleApp(), options);
+  EXPECT_EQ(lines(service.inspect(exampleApp(), options, [](auto) {}).artifacts), lines(silent.artifacts));
+  EXPECT_EQ(lines(service.inspect(exampleApp(), options, nullptr).artifacts), lines(silent.artifacts));
+  EXPECT_EQ(silent.artifacts.size(), 9U);
+}
+
+TEST(AppInspectionService, WithEveryFlagOffOnlyTheStandardPlacesAndTheVendorsCount) {
+  MacVolume volume;
+  furnish(volume);
+  EXPECT_THAT(titles(furnished(volume).service().inspect(exampleApp(), inspectionOptions(false)).artifacts),
+              ElementsAre("App", "Cache", "Kext", "Vendor Data"));
+}
+
+TEST(AppInspectionService, GroupContainersAreFoundOnlyWhenEntitlementsAreRead) {
+  MacVolume volume;
+  furnish(volume);
+  Options options = inspectionOptions(false);
+  options.includeGroupContainers = true;
+  EXPECT_THAT(titles(furnished(volume).service().inspect(exampleApp(), options).artifacts),
+              ElementsAre("App", "Cache", "Group Container (group.example)", "Kext", "Vendor Data"));
+}
+
+TEST(AppInspectionService, EachLimitGoesToItsOwnSearch) {
+  MacVolume volume;
+  for (const char* name : {"1", "2", "3"}) {
+    volume.folder(std::string("~/Library/Logs/com.example.App x") + name + "/com.example.App y")
+        .folder(std::string("~/Documents/Example x") + name + "/Example y");
+  }
+  Options options = inspectionOptions(false);
+  options.includeHeuristicSearch = options.includeDocumentsHeuristicSearch = true;
+  options.heuristicMaxDepth = 1;
+  options.heuristicMaxResults = 2;
+  options.documentsHeuristicMaxDepth = 2;
+  options.documentsHeuristicMaxResults = 3;
+  EXPECT_THAT(titles(Inspector(volume).service().inspect(exampleApp(), options).artifacts),
+              ElementsAre("App", "Heuristic: com.example.App x1", "Heuristic: com.example.App x2",
+                          "Documents: Example x1", "Documents: Example x1/Example y", "Documents: Example x2"));
+}
+
+TEST(AppInspectionService, SystemAndVendorFlagsGoToTheScan) {
+  MacVolume volume;
+  volume.folder("/Library/Logs/com.example.App")
+      .folder("/Library/Caches/com.example.App old")
+      .folder("~/Library/Application Support/Adobe");
+  AppEntity app = exampleApp();
+  app.name = "A-d-o-b-e Example";  // Adobe's by its normalised name alone, which the deep inspector does not look at
+  const auto found = [&](auto change) {
+    Options options = inspectionOptions(false);
+    change(options);
+    return titles(Inspector(volume).service().inspect(app, options).artifacts);
+  };
+  EXPECT_THAT(found([](Options&) {}), ElementsAre("App"));
+  EXPECT_THAT(found([](Options& options) { options.includeSystemArtifacts = true; }),
+              ElementsAre("App", "System Logs"));
+  EXPECT_THAT(found([](Options& options) { options.includeSystemHeuristicSearch = true; }),
+              ElementsAre("App", "Heuristic (System): com.example.App", "Heuristic (System): com.example.App old"));
+  EXPECT_THAT(found([](Options& options) { options.includeVendorHeuristics = true; }),
+              ElementsAre("Adobe (Shared)", "App"));
+}
+
+TEST(AppInspectionService, WithoutSizingFindsStayWithoutSizes) {
+  MacVolume volume;
+  furnish(volume);
+  Options options = inspectionOptions(true);
+  options.computeArtifactSizes = false;
+  const AppInspection inspection = furnished(volume).service().inspect(exampleApp(), options);
+  for (const Artifact& artifact : inspection.artifacts) {
+    EXPECT_EQ(artifact.size.has_value(), artifact.kind == ArtifactKind::kernelExtension) << artifact.title;
+  }
+}
+
+TEST(AppInspectionService, AnArtifactWhoseItemsAreMissingHasTheSizeZero) {
+  const MacVolume volume;
+  Inspector inspector(volume);
+  inspector.receipts.receiptsMatching = [](const AppEntity&) {
+    return std::vector<ReceiptInfo>{{.packageIdentifier = "p", .files = {FileURL("/gone"), FileURL("/gone too")}},
+                                    {.packageIdentifier = "q", .files = {}}};
+  };
+  Options options = inspectionOptions(false);
+  options.includeReceipts = options.computeArtifactSizes = true;
+  const AppInspection inspection = inspector.service().inspect(exampleApp(), options);
+  ASSERT_EQ(inspection.artifacts.size(), 3U);
+  for (const Artifact& artifact : inspection.artifacts) EXPECT_EQ(artifact.size, (SizeInfo{0, 0})) << artifact.title;
+}
+
+TEST(AppInspectionService, CanBeRepeated) {
+  MacVolume volume;
+  furnish(volume);
+  const AppInspectionService service = furnished(volume).service();
+  const AppInspection first = service.inspect(exampleApp(), inspectionOptions(true));
+  const AppInspection second = service.inspect(exampleApp(), inspectionOptions(true));
+  EXPECT_EQ(lines(first.artifacts), lines(second.artifacts));
+  EXPECT_EQ(first.uninstallers, second.uninstallers);
+}
+
+TEST(AppInspectionService, AnEmptyVolumeYieldsTheBundleAlone) {
+  const MacVolume volume;
+  const AppInspection inspection = Inspector(volume).service().inspect(exampleApp(), inspectionOptions(true));
+  EXPECT_THAT(titles(inspection.artifacts), ElementsAre("App"));
+  EXPECT_THAT(inspection.uninstallers, IsEmpty());
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,150 @@
+#include "QuarnCore/storage/MarkerDiscovery.h"
+#include "tests/support/MacVolume.h"
+#include "tests/support/UnprivilegedUser.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Signature = StorageSignatureRegistry::Signature;
+using Kind = Signature::Kind;
+
+Signature markerFile(std::string pattern) {
+  return {StorageCategoryID::games, Kind::markerFile, std::move(pattern), {}};
+}
+Signature markerFolder(std::string pattern) {
+  return {StorageCategoryID::games, Kind::markerDirectory, std::move(pattern), {}};
+}
+
+std::vector<std::string> found(const MacVolume& volume, const std::vector<Signature>& markers) {
+  std::vector<std::string> paths;
+  for (const FileURL& url : markedFolders(markers, volume.files())) {
+    EXPECT_TRUE(url.hasDirectoryPath());
+    paths.push_back(url.path());
+  }
+  return paths;
+}
+
+constexpr const char* kSupport = "/Users/ann/Library/Application Support";
+
+TEST(MarkerDiscovery, AMarkersParentIsFoundInEachSearchRootInOrder) {
+  MacVolume volume;
+  volume.file("/Users/Shared/D/marker")
+      .file("~/Library/Group Containers/C/marker")
+      .file("~/Library/Containers/B/marker")
+      .file("~/Library/Application Support/A/marker")
+      .file("~/Library/Caches/X/marker")
+      .file("~/marker")
+      .file("/Library/Application Support/Y/marker")
+      .file("/Users/ann/Shared/marker");
+  EXPECT_THAT(found(volume, {markerFile("marker")}),
+              ElementsAre("/Users/ann/Library/Application Support/A", "/Users/ann/Library/Containers/B",
+                          "/Users/ann/Library/Group Containers/C", "/Users/Shared/D"));
+}
+
+TEST(MarkerDiscovery, WithoutMarkersOrSearchRootsNothingIsFound) {
+  MacVolume volume;
+  EXPECT_THAT(found(volume, {markerFile("marker")}), IsEmpty());
+  volume.file("/Users/Shared/D/marker");
+  EXPECT_THAT(found(volume, {}), IsEmpty());
+}
+
+TEST(MarkerDiscovery, PatternsWithASlashTakeNoPart) {
+  MacVolume volume;
+  volume.file("/Users/Shared/D/marker");
+  EXPECT_THAT(found(volume, {markerFile("D/marker"), markerFile("*/marker"), markerFolder("/")}), IsEmpty());
+  EXPECT_THAT(found(volume, {markerFile("D/marker"), markerFile("marker")}), ElementsAre("/Users/Shared/D"));
+}
+
+TEST(MarkerDiscovery, KindsAreTold) {
+  MacVolume volume;
+  volume.folder("/Users/Shared/A/marker").file("/Users/Shared/B/marker").fifo("/Users/Shared/C/marker");
+  EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared/B"));
+  EXPECT_THAT(found(volume, {markerFolder("marker")}), ElementsAre("/Users/Shared/A"));
+  EXPECT_THAT(found(volume, {markerFile("marker"), markerFolder("marker")}),
+              ElementsAre("/Users/Shared/A", "/Users/Shared/B"));
+}
+
+TEST(MarkerDiscovery, LinksAreNoMarkers) {
+  MacVolume volume;
+  volume.file("/Library/marker").link("/Users/Shared/A/marker", "/Library/marker").folder("/Library/folder");
+  volume.link("/Users/Shared/B/marker", "/Library/folder");
+  EXPECT_THAT(found(volume, {markerFile("marker"), markerFolder("marker")}), IsEmpty());
+}
+
+TEST(MarkerDiscovery, AMarkerDirectlyInASearchRootMakesThatRootAFind) {
+  MacVolume volume;
+  volume.file("/Users/Shared/marker");
+  EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared"));
+}
+
+TEST(MarkerDiscovery, AFolderIsFoundOnceWhereItWasFirst) {
+  MacVolume volume;
+  volume.file("/Users/Shared/A/m1").file("/Users/Shared/A/m2").file("/Users/Shared/A/z/m1").file("/Users/Shared/B/m1");
+  EXPECT_THAT(found(volume, {markerFile("m*")}),
+              ElementsAre("/Users/Shared/A", "/Users/Shared/A/z", "/Users/Shared/B"));
+}
+
+TEST(MarkerDiscovery, FoldersAreComparedByTheirResolvedPath) {
+  MacVolume volume;
+  volume.file("/Users/Shared/A/marker").link("/Users/ann/Library/Containers", "/Users/Shared");
+  EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared/A"))
+      << "a search root that is a link is not entered";
+  MacVolume linked;
+  linked.folder("/Data/ann/Library/Containers").file("/Data/ann/Library/Containers/A/marker");
+  linked.remove("/Users/ann").link("/Users/ann", "/Data/ann");
+  EXPECT_THAT(found(linked, {markerFile("marker")}), ElementsAre("/Users/ann/Library/Containers/A"));
+}
+
+TEST(MarkerDiscovery, HiddenItemsAndTheInsidesOfPackagesAreLeftOut) {
+  MacVolume volume;
+  volume.file("/Users/Shared/A/.marker")
+      .file("/Users/Shared/.hidden/marker")
+      .file("/Users/Shared/Game.app/Contents/marker")
+      .file("/Users/Shared/Bundle/marker")
+      .bundleBit("/Users/Shared/Bundle");
+  EXPECT_THAT(found(volume, {markerFile("*marker")}), IsEmpty());
+  EXPECT_THAT(found(volume, {markerFolder("game.app")}), ElementsAre("/Users/Shared"))
+      << "a package itself is a folder";
+}
+
+TEST(MarkerDiscovery, DepthFiveIsTheLast) {
+  MacVolume volume;
+  volume.file("/Users/Shared/1/2/3/4/five").file("/Users/Shared/1/2/3/4/5/six").file("/Users/Shared/1/2/3/4/5/6/seven");
+  EXPECT_THAT(found(volume, {markerFile("five")}), ElementsAre("/Users/Shared/1/2/3/4"));
+  EXPECT_THAT(found(volume, {markerFile("six"), markerFile("seven")}), IsEmpty());
+  EXPECT_THAT(found(volume, {markerFolder("5")}), ElementsAre("/Users/Shared/1/2/3/4"));
+  EXPECT_THAT(found(volume, {markerFolder("6")}), IsEmpty());
+}
+
+TEST(MarkerDiscovery, UnreadableFoldersAreWalkedPast) {
+  MacVolume volume;
+  volume.file("/Users/Shared/a/marker").file("/Users/Shared/b/marker").file("/Users/Shared/c/marker");
+  volume.mode("/Users/Shared/b", 0000);
+  const UnprivilegedUser user;
+  EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared/a", "/Users/Shared/c"));
+}
+
+// Each search root has a budget of its own; the sixty-thousandth item is looked at and the next one is not.
+TEST(MarkerDiscovery, SixtyThousandItemsOfEachSearchRootAreLookedAt) {
+  MacVolume volume;
+  volume.file("~/Library/Application Support/a/b/c/d/e/deep");
+  volume.file("/Users/Shared/A/marker");
+  const std::string bulk = volume.host("~/Library/Application Support/a/b/c/d/e/");
+  // One file with many names: every name is an item.
+  const std::string first = bulk + "0";
+  volume.file("~/Library/Application Support/a/b/c/d/e/0");
+  const int before = 6;  // a, b, c, d, e, and "0"; "deep" sorts behind the rest
+  for (int i = 1; i < 59'999 - before; ++i) {
+    ASSERT_EQ(::link(first.c_str(), (bulk + std::to_string(i)).c_str()), 0) << i;
+  }
+  volume.file("~/Library/Application Support/marker");
+  EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre(kSupport, "/Users/Shared/A"))
+      << "a to e, 59,994 items too deep to be looked at, and the marker as the last: 60,000";
+  volume.file("~/Library/Application Support/a/b/c/d/e/zzz");
+  EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared/A"));
+}
+
+}  // namespace
+}  // namespace quarn

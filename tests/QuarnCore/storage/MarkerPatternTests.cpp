@@ -1,0 +1,55 @@
+#include "QuarnCore/storage/MarkerPattern.h"
+#include "QuarnPlatform/Text.h"
+
+namespace quarn {
+namespace {
+
+bool matches(std::string_view pattern, std::string_view name) {
+  return MarkerPattern(pattern).matches(Text::lowercased(name));
+}
+
+TEST(MarkerPattern, WithoutAStarNamesAreEqualInAnyLetterCase) {
+  EXPECT_TRUE(matches("Game.CFG", "gAME.cfg"));
+  EXPECT_FALSE(matches("game.cfg", "game.cfg2"));
+  EXPECT_FALSE(matches("game.cfg", "a game.cfg"));
+  EXPECT_TRUE(matches("\u00DCber", "\u00FCBER"));
+}
+
+TEST(MarkerPattern, AStarBeforeAnExtensionTakesEveryNameThatEndsSo) {
+  EXPECT_TRUE(matches("*.acf", "manifest.ACF"));
+  EXPECT_TRUE(matches("*.acf", ".acf"));
+  EXPECT_FALSE(matches("*.acf", "acf"));
+}
+
+TEST(MarkerPattern, AStarBehindAWordTakesEveryNameThatBeginsSo) {
+  EXPECT_TRUE(matches("Saves*", "SAVES of ann"));
+  EXPECT_TRUE(matches("saves*", "saves"));
+  EXPECT_FALSE(matches("saves*", "my saves"));
+}
+
+TEST(MarkerPattern, ALoneStarTakesEveryName) {
+  EXPECT_TRUE(matches("*", "anything"));
+  EXPECT_TRUE(matches("*", ""));
+}
+
+TEST(MarkerPattern, ASecondStarIsText) {
+  EXPECT_FALSE(matches("a*b*", "axb"));
+  EXPECT_FALSE(matches("a*b*", "axbx"));
+  EXPECT_TRUE(matches("a*b*", "axb*"));
+  EXPECT_TRUE(matches("**", "x*"));
+  EXPECT_FALSE(matches("**", "x"));
+}
+
+TEST(MarkerPattern, WhatStandsBeforeAndBehindTheStarMayOverlap) {
+  EXPECT_TRUE(matches("ab*b", "ab"));
+  EXPECT_TRUE(matches("aba*aba", "aba"));
+  EXPECT_FALSE(matches("ab*ba", "ab"));
+}
+
+TEST(MarkerPattern, AnEmptyPatternTakesOnlyAnEmptyName) {
+  EXPECT_FALSE(matches("", "a"));
+  EXPECT_TRUE(matches("", ""));
+}
+
+}  // namespace
+}  // namespace quarn

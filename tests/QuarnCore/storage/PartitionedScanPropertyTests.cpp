@@ -1,0 +1,135 @@
+#include <filesystem>
+#include <random>
+#include <stdexcept>
+
+#include "tests/QuarnCore/storage/PlainScan.h"
+
+namespace quarn {
+namespace {
+
+using Category = StorageCategoryID;
+
+// clang-format off
+constexpr std::array<std::string_view, 50> kPlaces{
+    "~", "~/Pictures", "~/Music", "~/Documents", "~/Desktop", "~/Games", "~/Applications", "~/.config", "~/.cargo", "~/.Trash",
+    "~/stuff", "~/Tool.app", "~/Lib.abc", "~/x.none",
+    "~/Library", "~/Library/Mail", "~/Library/Application Support", "~/Library/Application Support/Slack",
+    "~/Library/Containers/com.apple.mail", "~/Library/Developer", "~/Library/Caches/Homebrew",
+    "~/Library/CloudStorage", "~/Library/CloudStorage/Box", "~/Library/Mobile Documents/com~apple~CloudDocs",
+    "~/Library/Mobile Documents/com~apple~CloudDocs/Desktop", "~/Library/Application Support/Steam/steamapps",
+    "~/Library/Application Support/Quarn/Quarantine",
+    "/Applications", "/System/Applications", "/System/Library", "/System/Library/CoreServices/Applications",
+    "/Library", "/Library/Application Support/Logic", "/Library/Developer",
+    "/usr", "/usr/local", "/opt/homebrew", "/private", "/private/var", "/private/var/db", "/private/etc", "/private/tmp/x",
+    "/Users/Shared", "/Users/bob", "/Users/bob/Library", "/Users/eve.app", "/Users/joe.abc",
+    "/Volumes/Disk/x", "/Elsewhere", "/Elsewhere/deep/er",
+};
+constexpr std::array<std::string_view, 13> kNames{
+    "a", "b", ".h", "Pkg.app", "Lib.abc", "doc.abc", "Doc.ABC", "x.none", "file.def", "Slack", "marker", "a.b c", "\u00E9",
+};
+constexpr std::array<std::string_view, 8> kLinks{
+    "/", "/Users", "/private", "/Volumes/Macintosh HD", "../Documents", ".", "loop", "/nowhere",
+};
+// clang-format on
+
+class RandomVolume : public DashboardVolume {
+ public:
+  explicit RandomVolume(unsigned seed, std::string_view home) : DashboardVolume(home), random_(seed) {
+    if (chance(80)) tryTo([&] { link("/var", "private/var"); });
+    if (chance(50)) tryTo([&] { link("/tmp", "private/tmp"); });
+    if (chance(50)) tryTo([&] { link("/Volumes/Macintosh HD", "/"); });
+    for (int i = 0; i < 14; ++i) addItem(std::string(pick(kPlaces)));
+    for (int i = 0; i < 60; ++i) addItem(somewhere());
+    giveRules();
+  }
+
+ private:
+  bool chance(unsigned percent) { return random_() % 100 < percent; }
+
+  template <class Table>
+  std::string_view pick(const Table& table) {
+    return table[random_() % table.size()];
+  }
+
+  std::string somewhere() {
+    std::string path(pick(kPlaces));
+    for (auto depth = random_() % 3; depth > 0; --depth) (path += '/') += pick(kNames);
+    return path;
+  }
+
+  // What stands in the way of a random item stays.
+  template <class Make>
+  static void tryTo(const Make& make) {
+    try {
+      make();
+    } catch (const std::runtime_error&) {
+    }
+  }
+
+  void addItem(const std::string& folder) {
+    const std::string path = folder + "/" + std::string(pick(kNames));
+    const auto size = static_cast<std::int64_t>(1 + random_() % 1'000'000);
+    tryTo([&] {
+      if (chance(15)) {
+        link(chance(50) ? path : folder, chance(50) ? std::string(pick(kLinks)) : this->path(somewhere()));
+      } else if (chance(10)) {
+        this->folder(path);
+      } else if (chance(5)) {
+        fifo(path);
+      } else if (chance(20)) {
+        file(path, size % 20'000);
+      } else {
+        sparse(path, size);
+      }
+    });
+    if (chance(4)) tryTo([&] { bundleBit(folder); });
+  }
+
+  void giveRules() {
+    if (chance(70)) extension("abc", Category::games);
+    if (chance(50)) extension("DEF", Category::development);
+    if (chance(50)) extension("none", Category::free);
+    if (chance(30)) extension("app", Category::apps);
+    if (chance(30)) extension("def", Category::other);
+    if (chance(50)) gameMarker("marker");
+    for (const char* id : {"slack", "steam", "xcode", "dropbox", "safari"}) {
+      if (chance(40)) vendor(id, {somewhere(), somewhere() + "/*"});
+    }
+    if (chance(30)) {
+      tryTo([&] {
+        text("/Users/Shared/Steam/steamapps/libraryfolders.vdf", "\"path\" \"" + path(somewhere()) + "\"\n");
+        folder("/Elsewhere/steamapps");
+      });
+    }
+  }
+
+  std::mt19937 random_;
+};
+
+// What a volume holds, to be looked at when a round fails.
+std::string listing(const MacVolume& volume) {
+  std::string text;
+  namespace fs = std::filesystem;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(volume.root())) {
+    text += "\n" + entry.path().string().substr(volume.root().size());
+    if (entry.is_symlink()) text += " -> " + fs::read_symlink(entry.path()).string();
+  }
+  return text;
+}
+
+class PartitionedScanProperty : public ::testing::TestWithParam<std::string_view> {};
+
+TEST_P(PartitionedScanProperty, EveryFileBelowARootCountsOnceInTheCategoryOfThePlainRules) {
+  for (unsigned seed = 0; seed < 60; ++seed) {
+    const RandomVolume volume(seed, GetParam());
+    const auto sizes = volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never());
+    ASSERT_EQ(sizes, plainScan(volume)) << "seed " << seed << listing(volume);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EachHome, PartitionedScanProperty,
+                         ::testing::Values("/Users/ann", "/private/var/root", "/private/var/automount/home/ann"),
+                         [](const auto& home) { return "Home" + std::to_string(home.index); });
+
+}  // namespace
+}  // namespace quarn

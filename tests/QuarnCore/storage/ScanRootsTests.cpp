@@ -1,0 +1,180 @@
+#include "tests/QuarnCore/storage/DashboardVolume.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+// "photos ~/Pictures" for an enumerated root, "systemData! /usr" for a fast one.
+std::vector<std::string> roots(const DashboardVolume& volume) {
+  std::vector<std::string> lines;
+  for (const ScanRoot& root : volume.plan().roots) {
+    const std::string path = volume.shortened({FileURL(root.path)})[0];
+    lines.push_back(std::string(rawValue(root.defaultCategory)) + (root.mode == ScanMode::fast ? "! " : " ") + path);
+  }
+  return lines;
+}
+
+TEST(ScanRoots, EnumeratedOnesByCategoryThenSystemFoldersThenTheQuarantine) {
+  DashboardVolume volume;
+  volume.folder("~/.config").folder("~/.Trash").folder("~/Applications").folder("~/Desktop").folder("~/Games");
+  volume.folder("~/.cargo").folder("~/Library/Mail").folder("~/Pictures").folder("/usr/local").folder("/Users/bob");
+  volume.folder("/private/var").folder("/System").folder("/Users/Shared").folder("/Applications").folder("~/stuff");
+  volume.folder("~/Library/Application Support/Quarn/Quarantine").folder("/Library");
+  EXPECT_THAT(roots(volume),
+              ElementsAre("photos ~/Pictures", "communication ~/Library/Mail", "development ~/.cargo",
+                          "development /usr/local", "games ~/Games", "documents ~/Desktop", "documents ~/stuff",
+                          "apps /Applications", "apps ~/Applications", "other ~/.config", "systemData! ~/.Trash",
+                          "systemData! ~/Library", "systemData! /Library", "systemData! /System",
+                          "systemData! /private/var", "systemData! /usr", "systemData! /Users/Shared",
+                          "systemData! /Users/bob", "systemData! ~/Library/Application Support/Quarn/Quarantine"));
+}
+
+TEST(ScanRoots, DiscoveredGamesAreRoots) {
+  DashboardVolume volume;
+  volume.gameMarker("marker");
+  volume.file("/Users/Shared/Game/marker");
+  EXPECT_THAT(roots(volume), ElementsAre("games /Users/Shared/Game", "systemData! /Users/Shared"));
+}
+
+TEST(ScanRoots, MissingOnesAreDropped) {
+  const DashboardVolume volume;
+  EXPECT_THAT(roots(volume), IsEmpty());
+}
+
+TEST(ScanRoots, FilesAreRootsToo) {
+  DashboardVolume volume;
+  volume.file("~/notes.txt").file("~/.zshrc");
+  EXPECT_THAT(roots(volume), ElementsAre("documents ~/notes.txt", "other ~/.zshrc"));
+}
+
+TEST(ScanRoots, OnesOnOtherVolumesAreDropped) {
+  DashboardVolume volume;
+  volume.folder("/Volumes/Disk/stuff").link("~/disk", "/Volumes/Disk/stuff").link("~/Pictures", "/Volumes/Disk");
+  volume.link("/Volumes/Macintosh HD", "/").link("~/mine", "/Volumes/Macintosh HD/Elsewhere").folder("/Elsewhere");
+  EXPECT_THAT(roots(volume), ElementsAre("documents /Elsewhere")) << "the system volume's own entry is no other volume";
+}
+
+TEST(ScanRoots, LinkedOnesStandForWhatTheyResolveToAndComeLast) {
+  DashboardVolume volume;
+  volume.folder("/Data/pics").link("~/Pictures", "/Data/pics").folder("~/Movies").folder("/usr").folder("/Data/lib");
+  volume.link("/Library", "Data/lib").folder("/Data/docs").link("~/docs", "/Data/docs");
+  EXPECT_THAT(roots(volume), ElementsAre("photos ~/Movies", "systemData! /usr", "photos /Data/pics",
+                                         "documents /Data/docs", "systemData! /Data/lib"));
+}
+
+TEST(ScanRoots, ALinkOnTheWayMakesALinkedRootToo) {
+  DashboardVolume volume;
+  volume.folder("/Data/ann/Music").folder("/Data/ann/Library").folder("/usr").remove("~").link("~", "/Data/ann");
+  EXPECT_THAT(roots(volume),
+              ElementsAre("systemData! /usr", "photos /Data/ann/Music", "systemData! /Data/ann/Library"));
+}
+
+TEST(ScanRoots, DanglingLinksAndLoopsAreDropped) {
+  DashboardVolume volume;
+  volume.link("~/gone", "/nowhere").link("~/loop", "loop");
+  EXPECT_THAT(roots(volume), IsEmpty());
+}
+
+TEST(ScanRoots, OfThoseThatResolveAlikeTheFirstIsKept) {
+  DashboardVolume volume;
+  volume.folder("~/Documents").link("~/Pictures", "Documents");
+  EXPECT_THAT(roots(volume), ElementsAre("documents ~/Documents")) << "what is reached without a link comes first";
+  DashboardVolume both;
+  both.folder("/Data").link("~/Pictures", "/Data").link("~/Documents", "/Data");
+  EXPECT_THAT(roots(both), ElementsAre("photos /Data"));
+  DashboardVolume system;
+  system.folder("/Library").link("~/everything", "/Library");
+  EXPECT_THAT(roots(system), ElementsAre("systemData! /Library"));
+}
+
+TEST(ScanRoots, AnEnumeratedOneInAnotherIsLeftToItsRule) {
+  DashboardVolume volume;
+  volume.folder("~/Library/Mobile Documents/com~apple~CloudDocs/Desktop")
+      .folder("~/.cargo")
+      .folder("~/Games/Steam/steamapps");
+  volume.folder("~/Pictures/Slack");
+  volume.vendor("slack", {"~/Pictures/Slack"});
+  EXPECT_THAT(roots(volume),
+              ElementsAre("photos ~/Pictures", "development ~/.cargo", "games ~/Games",
+                          "documents ~/Library/Mobile Documents/com~apple~CloudDocs", "systemData! ~/Library"));
+}
+
+TEST(ScanRoots, NestedSystemFoldersStay) {
+  DashboardVolume volume;
+  volume.folder("/usr/local")
+      .folder("/Data/Users")
+      .link("~/data", "/Data")
+      .folder("/Data/sys")
+      .link("/System", "Data/sys");
+  EXPECT_THAT(roots(volume),
+              ElementsAre("development /usr/local", "systemData! /usr", "documents /Data", "systemData! /Data/sys"));
+}
+
+// Were the mail folder left to the walk of "/Users", nobody would count it: the Library is left out there, and mail is
+// left out of the Library.
+TEST(ScanRoots, AnEnumeratedOneBehindAFastOneStays) {
+  DashboardVolume volume;
+  volume.folder("~/Library/Mail").folder("~/Pictures").link("~/everybody", "/Users");
+  EXPECT_THAT(roots(volume), ElementsAre("communication ~/Library/Mail", "systemData! ~/Library", "documents /Users"));
+}
+
+TEST(ScanRoots, ThePrivatePrefixIsKeptInLocationsAlone) {
+  DashboardVolume volume;
+  volume.folder("/private/var/db").link("/var", "private/var");
+  const ScanPlan plan = volume.plan();
+  ASSERT_EQ(plan.roots.size(), 1u);
+  EXPECT_EQ(plan.roots[0].path, "/var");
+  EXPECT_EQ(plan.roots[0].location, "/private/var");
+  EXPECT_THAT(roots(volume), ElementsAre("systemData! /var")) << "it is not reached through a link";
+}
+
+std::vector<std::string> rules(const DashboardVolume& volume) {
+  std::vector<std::string> lines;
+  for (const PrefixRule& rule : volume.plan().prefixRules) {
+    lines.push_back(std::string(rawValue(rule.category)) + " " + volume.shortened({FileURL(rule.prefix)})[0]);
+  }
+  return lines;
+}
+
+TEST(PrefixRules, ComeFromTheRootsOfSixCategoriesInOrderThoseOfLinkedRootsLast) {
+  DashboardVolume volume;
+  volume.folder("~/stuff")
+      .folder("~/.config")
+      .folder("/usr")
+      .folder("/Data")
+      .link("~/Pictures", "/Data")
+      .link("/Applications", "Data");
+  const std::vector<std::string> found = rules(volume);
+  const auto place = [&](const std::string& rule) {
+    return std::find(found.begin(), found.end(), rule) - found.begin();
+  };
+  EXPECT_EQ(found.size(), 5u + 23 + 29 + 1 + 9 + 4);
+  EXPECT_LT(place("photos ~/Movies"), place("communication ~/Library/Mail"));
+  EXPECT_LT(place("communication ~/Library/Mail"), place("development ~/Library/Developer"));
+  EXPECT_LT(place("development ~/Library/Developer"), place("games ~/Games"));
+  EXPECT_LT(place("games ~/Games"), place("documents ~/Desktop"));
+  EXPECT_LT(place("documents ~/Desktop"), place("documents ~/stuff"));
+  EXPECT_LT(place("documents ~/stuff"), place("apps /System/Applications"));
+  EXPECT_LT(place("apps /System/Applications"), place("photos /Data"));
+  EXPECT_EQ(found[found.size() - 2], "photos /Data");
+  EXPECT_EQ(found[found.size() - 1], "apps /Data");
+  EXPECT_THAT(found, Not(Contains("other ~/.config")));
+  EXPECT_THAT(found, Not(Contains("systemData /usr")));
+}
+
+TEST(FastExclusions, AreTheExclusionsOfSystemData) {
+  DashboardVolume volume;
+  volume.folder("/Data").link("~/Pictures", "/Data").folder("/Library/Developer");
+  const ScanPlan plan = volume.plan();
+  EXPECT_EQ(plan.fastExclusions.size(), volume.dashboard().categoryExclusions(StorageCategoryID::systemData).size());
+  EXPECT_THAT(plan.fastExclusions, Contains("/Library/Developer"));
+  EXPECT_THAT(plan.fastExclusions, Contains("/Users/ann/Pictures")) << "an exclusion is not followed through links";
+  EXPECT_THAT(plan.fastExclusions, Not(Contains("/Data")));
+}
+
+}  // namespace
+}  // namespace quarn

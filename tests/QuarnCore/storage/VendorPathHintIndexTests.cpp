@@ -1,0 +1,319 @@
+#include <random>
+
+#include "QuarnCore/storage/VendorPathHintIndex.h"
+#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/Text.h"
+#include "tests/support/MacVolume.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Category = StorageCategoryID;
+using Definition = VendorProfile::ArtifactDefinition;
+
+struct CategoryIDs {
+  Category category;
+  std::vector<std::string> ids;
+};
+
+const std::vector<CategoryIDs>& categoryTable() {
+  static const std::vector<CategoryIDs> table{
+      {Category::communication,
+       {"apple-mail", "microsoft-outlook", "microsoft-teams", "zoom", "cisco-jabber", "slack", "webex", "discord",
+        "whatsapp", "telegram-desktop", "telegram", "signal", "thunderbird"}},
+      {Category::games,
+       {"steam", "epic-games-launcher", "battle-net", "gog-galaxy", "heroic", "origin", "riot-client",
+        "minecraft-launcher", "itch", "crossover"}},
+      {Category::development,
+       {"xcode",
+        "core-simulator",
+        "swiftpm",
+        "cocoapods",
+        "carthage",
+        "homebrew",
+        "kubernetes-local",
+        "android-studio",
+        "jetbrains",
+        "visual-studio-code",
+        "unity",
+        "docker-desktop",
+        "utm",
+        "rancher-desktop",
+        "orbstack",
+        "multipass",
+        "vagrant",
+        "unreal-engine",
+        "java-toolchain",
+        "parallels-desktop",
+        "vmware-fusion",
+        "virtualbox",
+        "nodejs-toolchain",
+        "python-toolchain"}},
+      {Category::photos, {"apple-photos", "final-cut-pro", "garageband", "logic-pro"}},
+      {Category::documents,
+       {"icloud-drive", "microsoft-onedrive", "dropbox", "google-drive", "box-drive", "nextcloud-desktop",
+        "synology-drive", "megasync", "pcloud-drive", "tresorit", "resilio-sync", "seafile-client"}},
+      {Category::systemData, {"safari",       "arc-browser",  "opera",         "vivaldi",
+                              "time-machine", "mobile-sync",  "backblaze",     "carbon-copy-cloner",
+                              "archicad",     "vectorworks",  "automatic1111", "comfyui",
+                              "invokeai",     "diffusionbee", "runpod",        "malwarebytes",
+                              "bitdefender",  "norton-360",   "mcafee",        "avast",
+                              "sophos",       "eset",         "trend-micro",   "intego",
+                              "kaspersky",    "sentinelone",  "jamf",          "cisco-secure-client"}},
+  };
+  return table;
+}
+
+TEST(VendorCategories, EachOfTheNinetyOneVendorsHasItsCategory) {
+  std::size_t count = 0;
+  for (const auto& [category, ids] : categoryTable()) {
+    for (const std::string& id : ids) {
+      EXPECT_EQ(VendorPathHintIndex::category(id), category) << id;
+      ++count;
+    }
+  }
+  EXPECT_EQ(count, 91u);
+}
+
+TEST(VendorCategories, NoOtherIdHasOne) {
+  for (const char* id : {"", "Slack", "SLACK", "slack ", "microsoft", "adobe", "apps", "telegram-", "xcode2"}) {
+    EXPECT_EQ(VendorPathHintIndex::category(id), std::nullopt) << id;
+  }
+}
+
+VendorPathHintIndex index(const MacVolume& volume, std::vector<VendorProfile> profiles) {
+  return {VendorProfileRegistry(std::move(profiles)), volume.url("~"), volume.files()};
+}
+
+Definition definition(std::string title, std::vector<std::string> paths,
+                      ArtifactKind kind = ArtifactKind::applicationSupport) {
+  return {.kind = kind, .dataClass = ArtifactDataClass::userData, .title = std::move(title), .paths = std::move(paths)};
+}
+
+std::string hintTitle(const VendorPathHintIndex& index, const std::string& path, Category category) {
+  const auto hint = index.hint(FileURL(path), category);
+  return hint ? hint->artifactTitle : "";
+}
+
+TEST(VendorPathHintIndex, ADefinitionsHintCarriesItsFields) {
+  MacVolume volume;
+  volume.file("~/Slack/file");
+  const VendorProfile profile{.id = "slack",
+                              .displayName = "Slack",
+                              .artifacts = {{.kind = ArtifactKind::cache,
+                                             .dataClass = ArtifactDataClass::rebuildable,
+                                             .scope = ArtifactScope::system,
+                                             .riskLevel = RiskLevel::caution,
+                                             .confidence = 0.3,
+                                             .title = "Cache",
+                                             .explanation = "Why.",
+                                             .paths = {"~/Slack"}}}};
+  const VendorPathHint expected{.vendorID = "slack",
+                                .vendorName = "Slack",
+                                .category = Category::communication,
+                                .artifactKind = ArtifactKind::cache,
+                                .artifactDataClass = ArtifactDataClass::rebuildable,
+                                .artifactTitle = "Cache",
+                                .explanation = "Why.",
+                                .riskLevel = RiskLevel::caution,
+                                .path = "/Users/ann/Slack"};
+  const auto built = index(volume, {profile});
+  EXPECT_EQ(built.hint(FileURL("/Users/ann/Slack/file"), Category::communication), expected);
+  const VendorPathHintIndex::Entry entry{
+      .path = "/Users/ann/Slack", .url = FileURL("/Users/ann/Slack"), .hint = expected, .isDirectory = true};
+  EXPECT_THAT(built.entriesByCategory(), ElementsAre(testing::Pair(Category::communication, ElementsAre(entry))));
+}
+
+TEST(VendorPathHintIndex, ACarveOutsHintIsSharedAndDangerous) {
+  MacVolume volume;
+  volume.folder("~/Shared");
+  const VendorProfile profile{
+      .id = "xcode", .displayName = "Xcode", .carveOuts = {{.title = "All", .paths = {"~/Shared"}, .reason = "Why."}}};
+  const VendorPathHint expected{.vendorID = "xcode",
+                                .vendorName = "Xcode",
+                                .category = Category::development,
+                                .artifactKind = ArtifactKind::unknown,
+                                .artifactDataClass = ArtifactDataClass::shared,
+                                .artifactTitle = "All",
+                                .explanation = "Why.",
+                                .riskLevel = RiskLevel::danger,
+                                .path = "/Users/ann/Shared"};
+  EXPECT_EQ(index(volume, {profile}).hint(FileURL("/Users/ann/Shared/x/y"), Category::development), expected);
+}
+
+TEST(VendorPathHintIndex, AnAbsentExplanationStaysAbsent) {
+  MacVolume volume;
+  volume.folder("~/a");
+  const auto hint = index(volume, {{.id = "slack", .artifacts = {definition("T", {"~/a"})}}})
+                        .hint(FileURL("/Users/ann/a"), Category::communication);
+  ASSERT_TRUE(hint);
+  EXPECT_EQ(hint->explanation, std::nullopt);
+}
+
+TEST(VendorPathHintIndex, VendorsWithoutACategoryContributeNothing) {
+  MacVolume volume;
+  volume.folder("~/a");
+  const auto built = index(volume, {{.id = "adobe", .artifacts = {definition("T", {"~/a"})}}});
+  EXPECT_THAT(built.entriesByCategory(), IsEmpty());
+  EXPECT_THAT(built.rootsByCategory(), IsEmpty());
+  for (const Category category : allCases<Category>()) {
+    EXPECT_EQ(built.hint(FileURL("/Users/ann/a"), category), std::nullopt);
+    EXPECT_THAT(built.roots(category), IsEmpty());
+  }
+}
+
+TEST(VendorPathHintIndex, PatternsThatDenoteNothingMakeNoEntries) {
+  const MacVolume volume;
+  const auto built = index(volume, {{.id = "slack",
+                                     .artifacts = {definition("T", {"~/missing", "relative"})},
+                                     .carveOuts = {{.title = "T", .paths = {"/missing/*"}, .reason = "R"}}}});
+  EXPECT_THAT(built.entriesByCategory(), IsEmpty());
+  EXPECT_THAT(built.rootsByCategory(), IsEmpty());
+}
+
+TEST(VendorPathHintIndex, ACategoryAnswersForItselfAlone) {
+  MacVolume volume;
+  volume.folder("~/a");
+  const auto built = index(volume, {{.id = "slack", .artifacts = {definition("T", {"~/a"})}}});
+  EXPECT_EQ(hintTitle(built, "/Users/ann/a", Category::communication), "T");
+  EXPECT_EQ(hintTitle(built, "/Users/ann/a", Category::games), "");
+}
+
+TEST(VendorPathHintIndex, TheDeepestVendorPathWins) {
+  MacVolume volume;
+  volume.file("~/V/deep/er/file");
+  const auto built = index(volume, {{.id = "slack", .artifacts = {definition("outer", {"~/V"})}},
+                                    {.id = "zoom", .artifacts = {definition("inner", {"~/V/deep"})}}});
+  EXPECT_EQ(hintTitle(built, "/Users/ann/V/deep/er/file", Category::communication), "inner");
+  EXPECT_EQ(hintTitle(built, "/Users/ann/V/deep", Category::communication), "inner");
+  EXPECT_EQ(hintTitle(built, "/Users/ann/V/deeper", Category::communication), "outer");
+}
+
+TEST(VendorPathHintIndex, AUrlEqualToAVendorPathMatchesAndANameThatOnlyBeginsAlikeDoesNot) {
+  MacVolume volume;
+  volume.file("~/Slack/a").file("~/Slack2/file");
+  const auto built = index(volume, {{.id = "slack", .artifacts = {definition("T", {"~/Slack"})}}});
+  EXPECT_EQ(hintTitle(built, "/Users/ann/Slack", Category::communication), "T");
+  EXPECT_EQ(hintTitle(built, "/Users/ann/Slack2/file", Category::communication), "");
+  EXPECT_EQ(hintTitle(built, "/Users/ann", Category::communication), "");
+}
+
+TEST(VendorPathHintIndex, LookUpsAreByStandardisedPathWhetherOrNotTheItemExists) {
+  MacVolume volume;
+  volume.folder("~/Slack").folder("/private/var/v/x").link("/var", "private/var");
+  const auto built = index(volume, {{.id = "slack", .artifacts = {definition("T", {"~/./Slack", "/private/var/v"})}}});
+  EXPECT_EQ(hintTitle(built, "/Users//ann/./Slack/missing", Category::communication), "T");
+  EXPECT_EQ(hintTitle(built, "/Users/ann/Slack/../Slack", Category::communication), "T");
+  EXPECT_EQ(hintTitle(built, "/var/v/x", Category::communication), "T");
+  EXPECT_EQ(hintTitle(built, "/private/var/v/x", Category::communication), "T");
+  EXPECT_EQ(hintTitle(built, "/private/var/v/missing", Category::communication), "")
+      << "what does not exist keeps its prefix";
+}
+
+TEST(VendorPathHintIndex, OfHintsForOnePathTheFirstHolds) {
+  MacVolume volume;
+  volume.folder("~/a");
+  const auto built = index(volume, {{.id = "zoom", .artifacts = {definition("1", {"~/a"}), definition("2", {"~/a"})}},
+                                    {.id = "slack", .artifacts = {definition("3", {"~/a"})}}});
+  EXPECT_EQ(hintTitle(built, "/Users/ann/a", Category::communication), "1");
+  EXPECT_EQ(built.entriesByCategory().at(Category::communication).size(), 3u);
+}
+
+TEST(VendorPathHintIndex, EntriesAreLongestFirstThenByPathThenInOrder) {
+  MacVolume volume;
+  volume.folder("/v/bb").folder("/v/aa").folder("/v/ccc").file("/v/\u00E9\u00E9");
+  const auto built = index(volume, {{.id = "zoom",
+                                     .artifacts = {definition("1", {"/v"}), definition("2", {"/v/bb", "/v/ccc"}),
+                                                   definition("3", {"/v/*"}), definition("4", {"/v/\u00E9\u00E9"})},
+                                     .carveOuts = {{.title = "5", .paths = {"/v/aa"}, .reason = "R"}}}});
+  std::vector<std::string> lines;
+  for (const auto& entry : built.entriesByCategory().at(Category::communication)) {
+    EXPECT_EQ(entry.path, entry.hint.path);
+    EXPECT_EQ(entry.path, entry.url.path());
+    EXPECT_EQ(entry.isDirectory, entry.path != "/v/\u00E9\u00E9");
+    lines.push_back(entry.hint.artifactTitle + " " + entry.path);
+  }
+  EXPECT_THAT(lines, ElementsAre("2 /v/ccc", "3 /v/ccc", "3 /v/aa", "5 /v/aa", "2 /v/bb", "3 /v/bb",
+                                 "3 /v/\u00E9\u00E9", "4 /v/\u00E9\u00E9", "1 /v"));
+}
+
+TEST(VendorPathHintIndex, FoldersAreRootsButNotAppBundlesUninstallersFilesLinksOrCarveOuts) {
+  MacVolume volume;
+  volume.folder("~/cache").folder("~/App.app").folder("~/Uninstall").file("~/file").link("~/link", "cache");
+  volume.folder("~/carved");
+  const auto built =
+      index(volume, {{.id = "slack",
+                      .artifacts = {definition("cache", {"~/cache"}, ArtifactKind::cache),
+                                    definition("app", {"~/App.app"}, ArtifactKind::appBundle),
+                                    definition("uninstaller", {"~/Uninstall"}, ArtifactKind::uninstaller),
+                                    definition("others", {"~/file", "~/link"}, ArtifactKind::preferences)},
+                      .carveOuts = {{.title = "carved", .paths = {"~/carved"}, .reason = "R"}}}});
+  EXPECT_THAT(built.roots(Category::communication), ElementsAre(FileURL("/Users/ann/cache")));
+  EXPECT_EQ(built.entriesByCategory().at(Category::communication).size(), 6u);
+}
+
+TEST(VendorPathHintIndex, EveryKindButTwoMakesRoots) {
+  MacVolume volume;
+  volume.folder("~/a");
+  for (const ArtifactKind kind : allCases<ArtifactKind>()) {
+    const auto built = index(volume, {{.id = "slack", .artifacts = {definition("T", {"~/a"}, kind)}}});
+    const bool isRoot = kind != ArtifactKind::appBundle && kind != ArtifactKind::uninstaller;
+    EXPECT_EQ(built.roots(Category::communication).size(), isRoot ? 1u : 0u) << rawValue(kind);
+  }
+}
+
+TEST(VendorPathHintIndex, OnlyOutermostRootsAreKeptShortestFirstAndElseInOrder) {
+  MacVolume volume;
+  volume.folder("/v/b/inner").folder("/v/c").folder("/v/longer").folder("/v/a").folder("/v/lon");
+  const auto built = index(volume, {{.id = "zoom",
+                                     .artifacts = {definition("1", {"/v/longer", "/v/b/inner", "/v/c"}),
+                                                   definition("2", {"/v/b", "/v/c", "/v/a", "/v/lon"})}}});
+  EXPECT_THAT(built.roots(Category::communication),
+              ElementsAre(FileURL("/v/c"), FileURL("/v/b"), FileURL("/v/a"), FileURL("/v/lon"), FileURL("/v/longer")));
+}
+
+TEST(VendorPathHintIndex, TheUrlsOfRootsStayAsTheyResolved) {
+  MacVolume volume;
+  volume.folder("~/a");
+  const auto built = index(volume, {{.id = "zoom", .artifacts = {definition("1", {"~/./a", "~/a"})}}});
+  ASSERT_EQ(built.roots(Category::communication).size(), 1u);
+  EXPECT_EQ(built.roots(Category::communication)[0].string(), "file:///Users/ann/./a/");
+}
+
+// A walk through the sorted entries, as the rule has it.
+std::string slowHint(const std::vector<VendorPathHintIndex::Entry>& entries, const std::string& path) {
+  for (const auto& entry : entries) {
+    if (path == entry.path || path.starts_with(entry.path + "/")) return entry.hint.artifactTitle;
+  }
+  return "";
+}
+
+TEST(VendorPathHintIndex, AgreesWithAWalkThroughTheSortedEntries) {
+  std::mt19937 random(3);
+  constexpr std::array<std::string_view, 4> kNames{"a", "b", "ab", "\u00E9"};
+  const auto randomPath = [&] {
+    std::string path;
+    for (std::size_t depth = 1 + random() % 4; depth > 0; --depth) (path += '/') += kNames[random() % kNames.size()];
+    return path;
+  };
+  for (int round = 0; round < 20; ++round) {
+    MacVolume volume;
+    std::vector<Definition> definitions;
+    for (int i = 0; i < 15; ++i) {
+      const std::string path = randomPath();
+      volume.folder(path);
+      definitions.push_back(definition(std::to_string(i), {path}));
+    }
+    const auto built = index(volume, {{.id = "zoom", .artifacts = definitions}});
+    const auto& entries = built.entriesByCategory().at(Category::communication);
+    for (int i = 0; i < 200; ++i) {
+      const std::string path = randomPath();
+      ASSERT_EQ(hintTitle(built, path, Category::communication), slowHint(entries, path)) << path;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,189 @@
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "QuarnSystem/DiagnosticsLogger.h"
+#include "tests/support/MacVolume.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
+using ::testing::SizeIs;
+
+// The shared log, writing into a folder of the test's own and silent again at its end.
+class DiagnosticsLoggerTest : public ::testing::Test {
+ protected:
+  void SetUp() override { volume_.folder("/logs"); }
+  void TearDown() override { DiagnosticsLogger::shared().close(); }
+
+  static DiagnosticsLogger& logger() { return DiagnosticsLogger::shared(); }
+  [[nodiscard]] std::string path(const std::string& name) const { return volume_.host("/logs/" + name); }
+
+  // The lines of a log file, without the moment and the blank before the level.
+  [[nodiscard]] std::vector<std::string> lines(const std::string& name) const {
+    std::vector<std::string> result;
+    std::ifstream file(path(name));
+    for (std::string line; std::getline(file, line);) result.push_back(line.substr(line.find(' ') + 1));
+    return result;
+  }
+
+  // What stands in the one line that a call of `log` with this message and metadata makes.
+  [[nodiscard]] std::vector<std::string> linesOf(const std::string& message,
+                                                 DiagnosticsLogger::Metadata metadata) const {
+    EXPECT_TRUE(logger().writeTo(path("one")));
+    logger().log(DiagnosticsLevel::trace, "C", message, std::move(metadata));
+    logger().close();
+    return lines("one");
+  }
+
+  MacVolume volume_;
+};
+
+TEST_F(DiagnosticsLoggerTest, IsSilentUntilItIsGivenAFile) {
+  EXPECT_FALSE(logger().isEnabled());
+  logger().log(DiagnosticsLevel::error, "Test", "nobody hears this", {});
+  EXPECT_TRUE(logger().writeTo(path("a.log")));
+  EXPECT_TRUE(logger().isEnabled());
+  logger().close();
+  EXPECT_FALSE(logger().isEnabled());
+  EXPECT_THAT(lines("a.log"), IsEmpty());
+}
+
+TEST_F(DiagnosticsLoggerTest, ALineHoldsMomentLevelCategoryMessageAndMetadataInTheGivenOrder) {
+  ASSERT_TRUE(logger().writeTo(path("a.log")));
+  logger().log(DiagnosticsLevel::trace, "StorageScan", "Enumerating root",
+               {{"root", "/Users/ann"}, {"category", "photos"}, {"allowSlow", "true"}});
+  logger().close();
+  std::ifstream file(path("a.log"));
+  std::string line;
+  std::getline(file, line);
+  EXPECT_THAT(line, MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}Z trace "
+                                 "\\[StorageScan\\] Enumerating root root=/Users/ann category=photos allowSlow=true"));
+}
+
+TEST_F(DiagnosticsLoggerTest, EachLevelHasItsWord) {
+  ASSERT_TRUE(logger().writeTo(path("a.log")));
+  logger().log(DiagnosticsLevel::trace, "C", "m", {});
+  logger().log(DiagnosticsLevel::debug, "C", "m", {});
+  logger().log(DiagnosticsLevel::info, "C", "m", {});
+  logger().log(DiagnosticsLevel::warning, "C", "m", {});
+  logger().log(DiagnosticsLevel::error, "C", "m", {});
+  logger().close();
+  EXPECT_THAT(lines("a.log"), ElementsAre("trace [C] m", "debug [C] m", "info [C] m", "warning [C] m", "error [C] m"));
+}
+
+TEST_F(DiagnosticsLoggerTest, AValueThatCouldBeMistakenForSeveralIsQuoted) {
+  EXPECT_THAT(linesOf("m", {{"a", "x y"}, {"b", ""}, {"c", "k=v"}, {"d", "say \"hi\""}, {"e", "back\\slash"}}),
+              ElementsAre(R"(trace [C] m a="x y" b="" c="k=v" d="say \"hi\"" e=back\\slash)"));
+}
+
+TEST_F(DiagnosticsLoggerTest, WhatEndsALineOrDrivesATerminalIsEscaped) {
+  EXPECT_THAT(linesOf("one\n2026-01-01T00:00:00.000Z error [C] forged",
+                      {{"a", "\r\n"}, {"b", "\x1B[31m"}, {"c", std::string(1, '\0')}, {"d", "\x7F"}, {"k\ney", "\t"}}),
+              ElementsAre(R"(trace [C] one\x0a2026-01-01T00:00:00.000Z error [C] forged a=\x0d\x0a b=\x1b[31m c=\x00 )"
+                          R"(d=\x7f k\x0aey=\x09)"));
+}
+
+TEST_F(DiagnosticsLoggerTest, LineEndsAndControlsBeyondAsciiAreEscapedAndOtherTextIsNot) {
+  EXPECT_THAT(linesOf("Größe", {{"a", "\u0085"}, {"b", "\u2028\u2029"}, {"c", "\u009B0m"}, {"d", "日本\u00A0"}}),
+              ElementsAre("trace [C] Größe a=\\xc2\\x85 b=\\xe2\\x80\\xa8\\xe2\\x80\\xa9 c=\\xc2\\x9b0m d=日本\u00A0"));
+}
+
+TEST_F(DiagnosticsLoggerTest, BytesThatAreNotUtf8BecomeReplacementCharacters) {
+  EXPECT_THAT(linesOf("m", {{"a", "\xFFx\xC2"}}), ElementsAre("trace [C] m a=\uFFFDx\uFFFD"));
+}
+
+TEST_F(DiagnosticsLoggerTest, TextIsNoFormat) {
+  EXPECT_THAT(linesOf("{} {0} %s %v", {{"a", "{}"}}), ElementsAre("trace [C] {} {0} %s %v a={}"));
+}
+
+TEST_F(DiagnosticsLoggerTest, AFileIsAppendedTo) {
+  volume_.text("/logs/a.log", "moment before\n");
+  ASSERT_TRUE(logger().writeTo(path("a.log")));
+  logger().log(DiagnosticsLevel::info, "C", "after", {});
+  logger().close();
+  EXPECT_THAT(lines("a.log"), ElementsAre("before", "info [C] after"));
+}
+
+TEST_F(DiagnosticsLoggerTest, AnotherFileTakesOverAndTheFirstKeepsItsLines) {
+  ASSERT_TRUE(logger().writeTo(path("a.log")));
+  logger().log(DiagnosticsLevel::info, "C", "first", {});
+  ASSERT_TRUE(logger().writeTo(path("b.log")));
+  logger().log(DiagnosticsLevel::info, "C", "second", {});
+  logger().close();
+  EXPECT_THAT(lines("a.log"), ElementsAre("info [C] first"));
+  EXPECT_THAT(lines("b.log"), ElementsAre("info [C] second"));
+}
+
+TEST_F(DiagnosticsLoggerTest, ClosingWaitsForEveryLineAndMayBeDoneTwice) {
+  ASSERT_TRUE(logger().writeTo(path("a.log")));
+  for (int i = 0; i < 5'000; ++i) logger().log(DiagnosticsLevel::trace, "C", std::to_string(i), {});
+  logger().close();
+  logger().close();
+  const std::vector<std::string> written = lines("a.log");
+  ASSERT_THAT(written, SizeIs(5'000));
+  for (int i = 0; i < 5'000; ++i) ASSERT_EQ(written[static_cast<std::size_t>(i)], "trace [C] " + std::to_string(i));
+}
+
+TEST_F(DiagnosticsLoggerTest, EachThreadsLinesAreWholeAndInItsOrder) {
+  ASSERT_TRUE(logger().writeTo(path("a.log")));
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < 4; ++thread) {
+    threads.emplace_back([thread] {
+      for (int i = 0; i < 1'000; ++i) {
+        logger().log(DiagnosticsLevel::trace, std::to_string(thread), std::to_string(i),
+                     {{"padding", std::string(200, 'p')}});
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  logger().close();
+  std::vector<int> next(4);
+  for (const std::string& line : lines("a.log")) {
+    int thread = 0;
+    int number = 0;
+    ASSERT_EQ(std::sscanf(line.c_str(), "trace [%d] %d padding=ppp", &thread, &number), 2) << line;
+    EXPECT_EQ(number, next.at(static_cast<std::size_t>(thread))++);
+    EXPECT_TRUE(line.ends_with(std::string(200, 'p')));
+  }
+  EXPECT_THAT(next, ElementsAre(1'000, 1'000, 1'000, 1'000));
+}
+
+TEST_F(DiagnosticsLoggerTest, AFileThatCannotBeOpenedLeavesTheLogSilent) {
+  volume_.folder("/logs/folder").fifo("/logs/pipe").file("/logs/file");
+  for (const char* name : {"folder", "pipe", "missing/a.log", "file/a.log"}) {
+    EXPECT_FALSE(logger().writeTo(path(name))) << name;
+    EXPECT_FALSE(logger().isEnabled()) << name;
+    logger().log(DiagnosticsLevel::info, "C", "lost", {});
+  }
+  EXPECT_FALSE(logger().writeTo(""));
+  struct stat status {};
+  EXPECT_NE(::stat(path("missing").c_str(), &status), 0) << "no folder is made for the log";
+}
+
+TEST_F(DiagnosticsLoggerTest, AFileThatCannotBeOpenedEndsTheOneBefore) {
+  ASSERT_TRUE(logger().writeTo(path("a.log")));
+  logger().log(DiagnosticsLevel::info, "C", "kept", {});
+  EXPECT_FALSE(logger().writeTo(path("missing/b.log")));
+  logger().log(DiagnosticsLevel::info, "C", "lost", {});
+  EXPECT_THAT(lines("a.log"), ElementsAre("info [C] kept"));
+}
+
+TEST_F(DiagnosticsLoggerTest, AFullDiskDisturbsNobody) {
+  ASSERT_TRUE(logger().writeTo("/dev/full"));
+  ::testing::internal::CaptureStderr();
+  for (int i = 0; i < 100; ++i) logger().log(DiagnosticsLevel::info, "C", "lost", {});
+  logger().close();
+  EXPECT_THAT(::testing::internal::GetCapturedStderr(), IsEmpty());
+  EXPECT_FALSE(logger().isEnabled());
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,145 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "QuarnSystem/LaunchdScanner.h"
+#include "tests/support/MacVolume.h"
+#include "tests/support/UnprivilegedUser.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+std::vector<LaunchdEntry> jobs(const MacVolume& volume) { return LaunchdScanner::live(volume.files()).scan(); }
+
+std::vector<std::string> labels(const MacVolume& volume) {
+  std::vector<std::string> result;
+  for (const LaunchdEntry& job : jobs(volume)) result.push_back(job.label);
+  return result;
+}
+
+TEST(LaunchdScanner, AJobIsACompleteRecord) {
+  MacVolume volume;
+  volume.plist("/Library/LaunchDaemons/com.example.daemon.plist",
+               {{"Label", "com.example.daemon"},
+                {"Program", "/usr/local/bin/exampled"},
+                {"ProgramArguments", PlistArray{"exampled", "--quiet"}},
+                {"RunAtLoad", true}});
+  EXPECT_THAT(jobs(volume),
+              ElementsAre(LaunchdEntry{.label = "com.example.daemon",
+                                       .program = "/usr/local/bin/exampled",
+                                       .programArguments = {"exampled", "--quiet"},
+                                       .url = FileURL("/Library/LaunchDaemons/com.example.daemon.plist")}));
+}
+
+TEST(LaunchdScanner, ListsTheFiveFoldersInTheirOrderAndNamesAscending) {
+  MacVolume volume;
+  const std::vector<std::string> folders{"~/Library/LaunchAgents", "/Library/LaunchAgents", "/Library/LaunchDaemons",
+                                         "/System/Library/LaunchAgents", "/System/Library/LaunchDaemons"};
+  for (std::size_t i = folders.size(); i-- > 0;) {
+    for (const char* name : {"b", "a", "B"}) {
+      volume.plist(folders[i] + "/" + name + ".plist", {{"Label", std::to_string(i) + name}});
+    }
+  }
+  volume.plist("~/Library/LaunchDaemons/x.plist", {{"Label", "elsewhere"}})
+      .plist("/Users/bob/Library/LaunchAgents/x.plist", {{"Label", "elsewhere"}})
+      .plist("/Library/LaunchAgents/folder/x.plist", {{"Label", "below"}});
+  EXPECT_THAT(labels(volume),
+              ElementsAre("0B", "0a", "0b", "1B", "1a", "1b", "2B", "2a", "2b", "3B", "3a", "3b", "4B", "4a", "4b"));
+}
+
+TEST(LaunchdScanner, WithoutAnyFolderThereAreNoJobs) {
+  const MacVolume volume;
+  EXPECT_THAT(jobs(volume), IsEmpty());
+}
+
+TEST(LaunchdScanner, AFileWithoutALabelStringIsSkipped) {
+  MacVolume volume;
+  volume.plist("/Library/LaunchAgents/a.plist", {{"Program", "/bin/ls"}})
+      .plist("/Library/LaunchAgents/b.plist", {{"Label", 7}})
+      .plist("/Library/LaunchAgents/c.plist", {{"Label", PlistArray{"c"}}})
+      .text("/Library/LaunchAgents/d.plist", sample::xmlPlist(PlistArray{"Label", "d"}))
+      .plist("/Library/LaunchAgents/e.plist", {{"label", "e"}})
+      .plist("/Library/LaunchAgents/f.plist", {{"Label", "f"}});
+  EXPECT_THAT(labels(volume), ElementsAre("f"));
+}
+
+TEST(LaunchdScanner, AProgramThatIsNoStringIsAbsent) {
+  MacVolume volume;
+  volume.plist("/Library/LaunchAgents/a.plist", {{"Label", "a"}, {"Program", 1}})
+      .plist("/Library/LaunchAgents/b.plist", {{"Label", "b"}});
+  ASSERT_THAT(jobs(volume), SizeIs(2));
+  EXPECT_EQ(jobs(volume)[0].program, std::nullopt);
+  EXPECT_EQ(jobs(volume)[1].program, std::nullopt);
+}
+
+TEST(LaunchdScanner, ArgumentsCountOnlyWhenAllOfThemAreStrings) {
+  const std::vector<std::pair<PlistValue, std::vector<std::string>>> rows{
+      {PlistArray{"a", "b"}, {"a", "b"}}, {PlistArray{"a", 1}, {}}, {PlistArray{}, {}}, {"a", {}}, {true, {}}};
+  for (const auto& [arguments, expected] : rows) {
+    MacVolume volume;
+    volume.plist("/Library/LaunchAgents/a.plist", {{"Label", "a"}, {"ProgramArguments", arguments}});
+    ASSERT_THAT(jobs(volume), SizeIs(1));
+    EXPECT_EQ(jobs(volume)[0].programArguments, expected);
+  }
+}
+
+TEST(LaunchdScanner, OnlyTheExtensionOfAPropertyListCountsInAnyLetterCase) {
+  MacVolume volume;
+  volume.plist("/Library/LaunchAgents/a.PLIST", {{"Label", "a"}})
+      .plist("/Library/LaunchAgents/b.plist.disabled", {{"Label", "b"}})
+      .plist("/Library/LaunchAgents/c", {{"Label", "c"}})
+      .plist("/Library/LaunchAgents/.d.plist", {{"Label", "d"}});
+  EXPECT_THAT(labels(volume), ElementsAre("d", "a"));
+}
+
+TEST(LaunchdScanner, BinaryPropertyListsAreRead) {
+  MacVolume volume;
+  volume.binaryPlist("/Library/LaunchAgents/a.plist", {{"Label", "ä"}, {"ProgramArguments", PlistArray{"x"}}});
+  ASSERT_THAT(jobs(volume), SizeIs(1));
+  EXPECT_EQ(jobs(volume)[0].label, "ä");
+  EXPECT_THAT(jobs(volume)[0].programArguments, ElementsAre("x"));
+}
+
+TEST(LaunchdScanner, ALinkToAPropertyListIsAJobInItsOwnPlace) {
+  MacVolume volume;
+  volume.plist("/opt/job.plist", {{"Label", "linked"}}).link("/Library/LaunchAgents/job.plist", "/opt/job.plist");
+  ASSERT_THAT(jobs(volume), SizeIs(1));
+  EXPECT_EQ(jobs(volume)[0].url.path(), "/Library/LaunchAgents/job.plist");
+}
+
+TEST(LaunchdScanner, WhatCannotBeReadContributesNothingAndTheRestIsListed) {
+  MacVolume other;
+  other.plist("/job.plist", {{"Label", "outside"}});
+  MacVolume volume;
+  const std::string folder = "/Library/LaunchAgents/";
+  volume.text(folder + "garbage.plist", "\x01\x02")
+      .text(folder + "empty.plist", "")
+      .text(folder + "truncated.plist", "<plist><dict><key>Label</key><string>x")
+      .sparse(folder + "huge.plist", std::int64_t{2} << 30)
+      .fifo(folder + "pipe.plist")
+      .socket(folder + "socket.plist")
+      .folder(folder + "folder.plist")
+      .link(folder + "dangling.plist", "nowhere")
+      .link(folder + "loop.plist", "loop.plist")
+      .link(folder + "outside.plist", other.host("/job.plist"))
+      .link(folder + "zero.plist", "/dev/zero")
+      .plist(folder + "\xFF.plist", {{"Label", "good"}});
+  EXPECT_THAT(labels(volume), ElementsAre("good"));
+}
+
+TEST(LaunchdScanner, WhatMayNotBeReadContributesNothing) {
+  MacVolume volume;
+  volume.plist("/Library/LaunchAgents/a.plist", {{"Label", "a"}})
+      .plist("/Library/LaunchDaemons/b.plist", {{"Label", "b"}})
+      .plist("/Library/LaunchDaemons/c.plist", {{"Label", "c"}})
+      .mode("/Library/LaunchAgents", 0000)
+      .mode("/Library/LaunchDaemons/b.plist", 0000);
+  const UnprivilegedUser user;
+  EXPECT_THAT(labels(volume), ElementsAre("c"));
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,406 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "QuarnModels/Date.h"
+#include "QuarnSystem/ReceiptScanner.h"
+#include "quarn/sample/builders/BomBuilder.h"
+#include "tests/support/MacVolume.h"
+
+namespace quarn {
+namespace {
+
+using sample::BomBuilder;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+const std::string kReceipts = "/private/var/db/receipts/";
+const std::string kSystemReceipts = "/Library/Apple/System/Library/Receipts/";
+const std::string kOldReceipts = "/Library/Receipts/";
+
+ReceiptScanner scanner(const MacVolume& volume) { return ReceiptScanner::live(volume.files()); }
+
+// A receipt as the installer leaves it: a property list, and a bill of these files.
+void addReceipt(MacVolume& volume, const std::string& packageID, const std::vector<std::string>& files,
+                const std::string& prefix = "/", const std::string& folder = kReceipts) {
+  BomBuilder bill;
+  for (const std::string& file : files) bill.file(file);
+  volume.plist(folder + packageID + ".plist", {{"PackageIdentifier", packageID}, {"InstallPrefixPath", prefix}})
+      .text(folder + packageID + ".bom", bill.bytes());
+}
+
+std::vector<std::string> paths(const std::vector<FileURL>& urls) {
+  std::vector<std::string> result;
+  for (const FileURL& url : urls) result.push_back(url.path());
+  return result;
+}
+
+std::vector<std::string> identifiers(const std::vector<ReceiptInfo>& receipts) {
+  std::vector<std::string> result;
+  for (const ReceiptInfo& receipt : receipts) result.push_back(receipt.packageIdentifier);
+  return result;
+}
+
+AppEntity app(const std::optional<std::string>& bundleIdentifier, std::string_view bundle = "/Applications/X.app") {
+  return {.name = "X", .bundleIdentifier = bundleIdentifier, .bundleURL = FileURL(bundle)};
+}
+
+// All receipts
+
+TEST(ReceiptScanner, AReceiptIsACompleteRecord) {
+  MacVolume volume;
+  volume
+      .plist(kReceipts + "com.example.pkg.plist", {{"PackageIdentifier", "com.example.pkg"},
+                                                   {"PackageVersion", "1.2.3"},
+                                                   {"InstallPrefixPath", "/"},
+                                                   {"InstallDate", PlistDate{668'000'000}},
+                                                   {"InstallProcessName", "installer"}})
+      .text(kReceipts + "com.example.pkg.bom",
+            BomBuilder().file("./usr/local/bin/x", 3).link("./usr/local/bin/alias", "x").bytes());
+  EXPECT_THAT(scanner(volume).allReceipts(),
+              ElementsAre(ReceiptInfo{.packageIdentifier = "com.example.pkg",
+                                      .files = {FileURL("/usr/local/bin/alias"), FileURL("/usr/local/bin/x")},
+                                      .version = "1.2.3",
+                                      .installDate = dateFromISO8601("2022-03-03T11:33:20Z")}));
+}
+
+TEST(ReceiptScanner, ReceiptsOfTheThreeFoldersAreListedByPackageIdentifier) {
+  MacVolume volume;
+  addReceipt(volume, "b.2", {}, "/", kReceipts);
+  addReceipt(volume, "a.1", {}, "/", kOldReceipts);
+  addReceipt(volume, "c.3", {}, "/", kSystemReceipts);
+  addReceipt(volume, "B.2", {}, "/", kSystemReceipts);
+  addReceipt(volume, "x", {}, "/", "/Users/ann/Library/Receipts/");
+  addReceipt(volume, "y", {}, "/", kReceipts + "folder/");
+  EXPECT_THAT(identifiers(scanner(volume).allReceipts()), ElementsAre("B.2", "a.1", "b.2", "c.3"));
+}
+
+TEST(ReceiptScanner, ReceiptsOfOnePackageStandInTheOrderOfTheFolders) {
+  MacVolume volume;
+  addReceipt(volume, "p", {"three"}, "/", kOldReceipts);
+  addReceipt(volume, "p", {"two"}, "/", kSystemReceipts);
+  addReceipt(volume, "p", {"one"}, "/", kReceipts);
+  std::vector<std::string> files;
+  for (const ReceiptInfo& receipt : scanner(volume).allReceipts()) files.push_back(paths(receipt.files).at(0));
+  EXPECT_THAT(files, ElementsAre("/one", "/two", "/three"));
+}
+
+TEST(ReceiptScanner, WithoutReceiptsEveryAnswerIsEmpty) {
+  const MacVolume volume;
+  EXPECT_THAT(scanner(volume).allReceipts(), IsEmpty());
+  EXPECT_THAT(scanner(volume).receiptsMatching(app("com.example.X")), IsEmpty());
+  EXPECT_THAT(scanner(volume).packageIDs("/usr/bin/x"), IsEmpty());
+  EXPECT_FALSE(scanner(volume).matches(app("com.example.X"), "other"));
+}
+
+TEST(ReceiptScanner, FilesAndLinksAreListedAscendingAndFoldersAndDevicesAreNot) {
+  MacVolume volume;
+  volume.plist(kReceipts + "p.plist", {{"PackageIdentifier", "p"}})
+      .text(kReceipts + "p.bom", BomBuilder()
+                                     .directory("./b/empty")
+                                     .device("./dev")
+                                     .file("./b/z")
+                                     .link("./a", "b")
+                                     .file("./b/Z")
+                                     .file("./b.c")
+                                     .bytes());
+  ASSERT_THAT(scanner(volume).allReceipts(), SizeIs(1));
+  EXPECT_THAT(paths(scanner(volume).allReceipts()[0].files), ElementsAre("/a", "/b.c", "/b/Z", "/b/z"));
+}
+
+TEST(ReceiptScanner, APathThatABillListsTwiceIsListedOnce) {
+  BomBuilder bill;
+  bill.file("./a");
+  bill.entry(50, 1, "a", bill.fileRecord());
+  MacVolume volume;
+  volume.plist(kReceipts + "p.plist", {{"PackageIdentifier", "p"}}).text(kReceipts + "p.bom", bill.bytes());
+  ASSERT_THAT(scanner(volume).allReceipts(), SizeIs(1));
+  EXPECT_THAT(paths(scanner(volume).allReceipts()[0].files), ElementsAre("/a"));
+}
+
+TEST(ReceiptScanner, TheInstallPrefixIsJoinedHoweverItIsWritten) {
+  const std::vector<std::pair<PlistValue, std::string>> rows{
+      {"/", "/d/f"},
+      {"", "/d/f"},
+      {".", "/d/f"},
+      {"./", "/d/f"},
+      {"Applications", "/Applications/d/f"},
+      {"/Applications", "/Applications/d/f"},
+      {"//Applications/", "/Applications/d/f"},
+      {"./Library/Caches/x.noindex", "/Library/Caches/x.noindex/d/f"},
+      {"private/etc", "/private/etc/d/f"},
+      {"/Library/../Users", "/Users/d/f"},
+      {"../../..", "/d/f"},
+      {7, "/d/f"},
+  };
+  for (const auto& [prefix, path] : rows) {
+    MacVolume volume;
+    volume.plist(kReceipts + "p.plist", {{"PackageIdentifier", "p"}, {"InstallPrefixPath", prefix}})
+        .text(kReceipts + "p.bom", BomBuilder().file("./d/f").bytes());
+    ASSERT_THAT(scanner(volume).allReceipts(), SizeIs(1));
+    EXPECT_THAT(paths(scanner(volume).allReceipts()[0].files), ElementsAre(path));
+  }
+}
+
+TEST(ReceiptScanner, WithoutAnInstallPrefixPathsStartAtTheVolume) {
+  MacVolume volume;
+  volume.plist(kReceipts + "p.plist", {{"PackageIdentifier", "p"}})
+      .text(kReceipts + "p.bom", BomBuilder().file("./d/f").bytes());
+  EXPECT_THAT(paths(scanner(volume).allReceipts().at(0).files), ElementsAre("/d/f"));
+}
+
+TEST(ReceiptScanner, TheBillBearsTheNameOfThePropertyListAndNotThatOfThePackage) {
+  MacVolume volume;
+  volume.plist(kReceipts + "file.v1.plist", {{"PackageIdentifier", "package"}})
+      .text(kReceipts + "file.v1.bom", BomBuilder().file("./right").bytes())
+      .text(kReceipts + "package.bom", BomBuilder().file("./wrong").bytes());
+  EXPECT_THAT(paths(scanner(volume).allReceipts().at(0).files), ElementsAre("/right"));
+}
+
+TEST(ReceiptScanner, AReceiptWithoutAReadableBillListsNoFiles) {
+  const std::string bill = kReceipts + "p.bom";
+  const std::vector<std::function<void(MacVolume&)>> breakages{
+      [](MacVolume&) {},
+      [&](MacVolume& volume) { volume.text(bill, "garbage"); },
+      [&](MacVolume& volume) { volume.text(bill, BomBuilder().file("./a").bytes().substr(0, 600)); },
+      [&](MacVolume& volume) { volume.sparse(bill, (256_MiB) + 1); },
+      [&](MacVolume& volume) { volume.sparse(bill, std::int64_t{4} << 30); },
+      [&](MacVolume& volume) { volume.fifo(bill); },
+      [&](MacVolume& volume) { volume.folder(bill); },
+      [&](MacVolume& volume) { volume.link(bill, "p.bom"); },
+  };
+  for (std::size_t i = 0; i < breakages.size(); ++i) {
+    MacVolume volume;
+    volume.plist(kReceipts + "p.plist", {{"PackageIdentifier", "p"}});
+    breakages[i](volume);
+    const std::vector<ReceiptInfo> receipts = scanner(volume).allReceipts();
+    ASSERT_THAT(receipts, SizeIs(1)) << i;
+    EXPECT_THAT(receipts[0].files, IsEmpty()) << i;
+    EXPECT_THAT(scanner(volume).receiptsMatching(app("p")), SizeIs(1)) << i;
+    EXPECT_THAT(scanner(volume).packageIDs("/a"), IsEmpty()) << i;
+  }
+}
+
+TEST(ReceiptScanner, WhatIsNoReceiptContributesNothing) {
+  MacVolume volume;
+  addReceipt(volume, "good", {"a"});
+  volume.text(kReceipts + "garbage.plist", "garbage")
+      .text(kReceipts + "lone.bom", BomBuilder().file("./x").bytes())
+      .plist(kReceipts + "noid.plist", {{"PackageVersion", "1"}})
+      .plist(kReceipts + "number.plist", {{"PackageIdentifier", 5}})
+      .plist(kReceipts + "empty.plist", {{"PackageIdentifier", ""}})
+      .plist(kReceipts + "other.txt", {{"PackageIdentifier", "text"}})
+      .text(kOldReceipts + "InstallHistory.plist", sample::xmlPlist(PlistArray{PlistDictionary{{"displayName", "x"}}}))
+      .sparse(kReceipts + "huge.plist", std::int64_t{2} << 30)
+      .fifo(kReceipts + "pipe.plist")
+      .folder(kReceipts + "folder.plist")
+      .link(kReceipts + "loop.plist", "loop.plist");
+  EXPECT_THAT(identifiers(scanner(volume).allReceipts()), ElementsAre("good"));
+}
+
+TEST(ReceiptScanner, VersionAndDateOfAWrongTypeAreAbsent) {
+  MacVolume volume;
+  volume.plist(kReceipts + "p.plist",
+               {{"PackageIdentifier", "p"}, {"PackageVersion", 1.5}, {"InstallDate", "2022-01-01"}});
+  ASSERT_THAT(scanner(volume).allReceipts(), SizeIs(1));
+  EXPECT_EQ(scanner(volume).allReceipts()[0].version, std::nullopt);
+  EXPECT_EQ(scanner(volume).allReceipts()[0].installDate, std::nullopt);
+}
+
+TEST(ReceiptScanner, AnOldPackageIsAReceiptToo) {
+  MacVolume volume;
+  const std::string contents = kOldReceipts + "Old Driver.pkg/Contents/";
+  volume
+      .plist(contents + "Info.plist", {{"CFBundleIdentifier", "com.example.old"},
+                                       {"CFBundleShortVersionString", "1.0"},
+                                       {"IFPkgFlagDefaultLocation", "/Wrong"},
+                                       {"IFPkgRelocatedPath", "./Library"}})
+      .text(contents + "Archive.bom", BomBuilder().file("./Extensions/Old.kext/Contents/Info.plist").bytes())
+      .plist(kOldReceipts + "Other.bundle/Contents/Info.plist", {{"CFBundleIdentifier", "no.package"}});
+  EXPECT_THAT(scanner(volume).allReceipts(),
+              ElementsAre(ReceiptInfo{.packageIdentifier = "com.example.old",
+                                      .files = {FileURL("/Library/Extensions/Old.kext/Contents/Info.plist")},
+                                      .version = "1.0"}));
+}
+
+TEST(ReceiptScanner, AnOldPackageThatWasNotRelocatedLiesAtItsDefaultLocation) {
+  MacVolume volume;
+  const std::string contents = kOldReceipts + "Old.pkg/Contents/";
+  volume
+      .plist(contents + "Info.plist",
+             {{"CFBundleIdentifier", "old"}, {"CFBundleVersion", "7"}, {"IFPkgFlagDefaultLocation", "/Applications"}})
+      .text(contents + "Archive.bom", BomBuilder().file("./f").bytes());
+  EXPECT_EQ(scanner(volume).allReceipts().at(0).version, "7");
+  EXPECT_THAT(paths(scanner(volume).allReceipts().at(0).files), ElementsAre("/Applications/f"));
+}
+
+// Matching
+
+TEST(ReceiptScanner, APackageBelongsToTheAppByItsIdentifier) {
+  const MacVolume volume;
+  struct Row {
+    std::optional<std::string> bundle;
+    std::string package;
+    bool matches;
+  };
+  const std::vector<Row> rows{
+      {"com.example.App", "com.example.App", true},
+      {"com.example.App", "COM.EXAMPLE.APP", true},
+      {"COM.example.App", "com.example.app.pkg", true},
+      {"com.example.App", "com.example.App.", true},
+      {"com.example.App", "com.example.App2", false},
+      {"com.example.App", "com.example.App-pkg", false},
+      {"com.example.App", "com.example", false},
+      {"com.example.App", "pkg.com.example.App", false},
+      {"com.example.App", "", false},
+      {std::nullopt, "", false},
+      {std::nullopt, "com.example.App", false},
+      {"", "", false},
+      {"", ".x", false},
+      {"com.exÄmple", "com.exämple.pkg", true},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(scanner(volume).matches(app(row.bundle), row.package), row.matches)
+        << row.bundle.value_or("none") << " " << row.package;
+  }
+}
+
+TEST(ReceiptScanner, APackageBelongsToTheAppWhoseBundleItLists) {
+  struct Row {
+    std::vector<std::string> files;
+    std::string prefix;
+    bool matches;
+  };
+  const std::vector<Row> rows{
+      {{"./Applications/X.app/Contents/Info.plist"}, "/", true},
+      {{"./Applications/X.app"}, "/", true},
+      {{"./X.app/Contents/Info.plist"}, "Applications", true},
+      {{"./Contents/Info.plist"}, "Applications/X.app", true},
+      {{"./Info.plist"}, "Applications/X.app/Contents", true},
+      {{"./Applications/X.app2/Contents/Info.plist"}, "/", false},
+      {{"./Applications/Y.app/Contents/Info.plist", "./Library/X.app/a"}, "/", false},
+      {{"./Applications/x.app/Contents/Info.plist"}, "/", false},
+      {{"./X.app/Contents/Info.plist"}, "/", false},
+      {{}, "/", false},
+  };
+  for (const Row& row : rows) {
+    MacVolume volume;
+    addReceipt(volume, "vendor.pkg", row.files, row.prefix);
+    EXPECT_EQ(scanner(volume).matches(app(std::nullopt), "vendor.pkg"), row.matches) << row.prefix;
+    EXPECT_THAT(scanner(volume).receiptsMatching(app("com.example.X")), SizeIs(row.matches ? 1 : 0)) << row.prefix;
+  }
+}
+
+TEST(ReceiptScanner, AListedFolderIsEnoughForTheBundle) {
+  MacVolume volume;
+  volume.plist(kReceipts + "p.plist", {{"PackageIdentifier", "p"}})
+      .text(kReceipts + "p.bom", BomBuilder().directory("./Applications/X.app").bytes());
+  EXPECT_TRUE(scanner(volume).matches(app(std::nullopt), "p"));
+}
+
+TEST(ReceiptScanner, OnlyTheReceiptOfThatPackageCounts) {
+  MacVolume volume;
+  addReceipt(volume, "yes", {"Applications/X.app/a"});
+  addReceipt(volume, "no", {"Applications/Y.app/a"});
+  EXPECT_TRUE(scanner(volume).matches(app(std::nullopt), "yes"));
+  EXPECT_FALSE(scanner(volume).matches(app(std::nullopt), "no"));
+  EXPECT_FALSE(scanner(volume).matches(app(std::nullopt), "YES"));
+}
+
+TEST(ReceiptScanner, AnyReceiptOfThePackageMayListTheBundle) {
+  MacVolume volume;
+  addReceipt(volume, "p", {"Applications/Y.app/a"}, "/", kReceipts);
+  addReceipt(volume, "p", {"Applications/X.app/a"}, "/", kOldReceipts);
+  EXPECT_TRUE(scanner(volume).matches(app(std::nullopt), "p"));
+}
+
+TEST(ReceiptScanner, TheReceiptsThatMatchComeByPackageIdentifierWithTheirFiles) {
+  MacVolume volume;
+  addReceipt(volume, "z.byContent", {"Applications/X.app/a"});
+  addReceipt(volume, "com.example.x.helper", {"usr/bin/b"});
+  addReceipt(volume, "com.example.X", {"usr/bin/c"});
+  addReceipt(volume, "com.example.Xtra", {"usr/bin/d"});
+  const std::vector<ReceiptInfo> found = scanner(volume).receiptsMatching(app("com.example.X"));
+  ASSERT_THAT(identifiers(found), ElementsAre("com.example.X", "com.example.x.helper", "z.byContent"));
+  EXPECT_THAT(paths(found[0].files), ElementsAre("/usr/bin/c"));
+  EXPECT_THAT(paths(found[1].files), ElementsAre("/usr/bin/b"));
+  EXPECT_THAT(paths(found[2].files), ElementsAre("/Applications/X.app/a"));
+}
+
+TEST(ReceiptScanner, TheBundlesPathIsStandardised) {
+  MacVolume volume;
+  addReceipt(volume, "p", {"Applications/X.app/a"});
+  EXPECT_TRUE(scanner(volume).matches(app(std::nullopt, "/Users/..//Applications/./X.app/"), "p"));
+}
+
+// Look-up by path
+
+TEST(ReceiptScanner, ThePackagesThatListAPathComeInOrderAndOnce) {
+  MacVolume volume;
+  addReceipt(volume, "c", {"usr/bin/x"});
+  addReceipt(volume, "a", {"bin/x"}, "usr");
+  addReceipt(volume, "a", {"usr/bin/x"}, "/", kOldReceipts);
+  addReceipt(volume, "b", {"usr/bin/y"});
+  EXPECT_THAT(scanner(volume).packageIDs("/usr/bin/x"), ElementsAre("a", "c"));
+  EXPECT_THAT(scanner(volume).packageIDs("/usr/bin/y"), ElementsAre("b"));
+  EXPECT_THAT(scanner(volume).packageIDs("/usr/bin/z"), IsEmpty());
+}
+
+TEST(ReceiptScanner, OnlyTheWholePathMatches) {
+  MacVolume volume;
+  addReceipt(volume, "p", {"usr/bin/x"}, "/");
+  for (const char* path : {"/usr/bin/x/y", "/usr/bin/xy", "/usr/bin/X", "/bin/x", "usr/bin/x", "", "/usr2/bin/x"}) {
+    EXPECT_THAT(scanner(volume).packageIDs(path), IsEmpty()) << path;
+  }
+}
+
+TEST(ReceiptScanner, ListedFoldersCountInALookUp) {
+  MacVolume volume;
+  addReceipt(volume, "p", {"Extensions/D.kext/Contents/Info.plist"}, "Library");
+  EXPECT_THAT(scanner(volume).packageIDs("/Library/Extensions/D.kext"), ElementsAre("p"));
+  EXPECT_THAT(scanner(volume).packageIDs("/Library/Extensions/D.kext/"), ElementsAre("p"));
+  EXPECT_THAT(scanner(volume).packageIDs("/Library"), ElementsAre("p")) << "the bill's own root";
+  EXPECT_THAT(scanner(volume).packageIDs("/"), IsEmpty());
+}
+
+TEST(ReceiptScanner, APackageInstalledIntoABundleListsTheBundle) {
+  MacVolume volume;
+  addReceipt(volume, "p", {"Contents/Info.plist"}, "/Library/Extensions/D.kext");
+  EXPECT_THAT(scanner(volume).packageIDs("/Library/Extensions/D.kext"), ElementsAre("p"));
+}
+
+TEST(ReceiptScanner, APathIsLookedUpInItsStandardForm) {
+  MacVolume volume;
+  addReceipt(volume, "p", {"usr/bin/x"});
+  volume.folder("/usr/lib").link("/usr/link", "/usr/bin");
+  EXPECT_THAT(scanner(volume).packageIDs("//usr/./bin//x"), ElementsAre("p"));
+  EXPECT_THAT(scanner(volume).packageIDs("/usr/lib/../bin/x"), ElementsAre("p"));
+  EXPECT_THAT(scanner(volume).packageIDs("/usr/link/x"), IsEmpty());
+}
+
+TEST(ReceiptScanner, WhatIsInstalledBelowPrivateIsFoundUnderBothNames) {
+  MacVolume volume;
+  addReceipt(volume, "p", {"private/etc/x.conf"});
+  volume.file("/private/etc/x.conf");
+  EXPECT_THAT(scanner(volume).packageIDs("/private/etc/x.conf"), ElementsAre("p"));
+  volume.link("/etc", "private/etc");
+  EXPECT_THAT(scanner(volume).packageIDs("/private/etc/x.conf"), ElementsAre("p"));
+  EXPECT_THAT(scanner(volume).packageIDs("/etc/x.conf"), ElementsAre("p"));
+}
+
+TEST(ReceiptScanner, NamesThatAreNotUtf8AreFound) {
+  MacVolume volume;
+  addReceipt(volume, "p", {"opt/\xFF\x1B"});
+  EXPECT_THAT(scanner(volume).packageIDs("/opt/\xFF\x1B"), ElementsAre("p"));
+  EXPECT_THAT(paths(scanner(volume).allReceipts().at(0).files), ElementsAre("/opt/\xFF\x1B"));
+}
+
+TEST(ReceiptScanner, ReceiptsReachedThroughTheShortNameOfPrivateAreNotLookedFor) {
+  MacVolume volume;
+  addReceipt(volume, "real", {});
+  addReceipt(volume, "stray", {}, "/", "/var/db/receipts/");
+  EXPECT_THAT(identifiers(scanner(volume).allReceipts()), ElementsAre("real"));
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# usage: run.sh BUILD_FOLDER SECONDS
+# Runs every fuzz target of a build for so many seconds, one after the other, from the seeds in corpus/. What a target
+# learns, and an input that breaks it, stay in the build folder. Fails when one of them fails.
+set -euo pipefail
+seeds="$(cd "$(dirname "$0")" && pwd)/corpus"
+build="$(cd "$1" && pwd)"
+seconds="$2"
+
+failed=0
+for target in "$build"/bin/*_fuzz; do
+  name="$(basename "$target" _fuzz)"
+  learned="$build/fuzz/$name"
+  mkdir -p "$learned"
+  log="$learned.log"
+  if "$target" -max_total_time="$seconds" -max_len=4096 -timeout=5 -rss_limit_mb=2048 -print_final_stats=1 \
+    -artifact_prefix="$build/fuzz/$name-" "$learned" "$seeds/$name" >"$log" 2>&1; then
+    echo "$name: $(grep '^Done' "$log"), no finding"
+  else
+    echo "$name: failed, see $log" >&2
+    failed=1
+  fi
+done
+exit "$failed"

@@ -1,0 +1,107 @@
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+#include <utility>
+
+#include "quarn/sample/builders/BomBuilder.h"
+#include "quarn/sample/builders/MachOBuilder.h"
+#include "quarn/sample/builders/PlistWriter.h"
+
+namespace {
+
+using namespace quarn::sample;  // NOLINT(google-build-using-namespace): all of it is wanted
+
+PlistDictionary job() {
+  return {{"Label", "com.example.agent"},
+          {"ProgramArguments", PlistArray{"/bin/sh", "-c", "a & b < c"}},
+          {"RunAtLoad", true},
+          {"StartInterval", -300},
+          {"Share", 2.5},
+          {"Cookie", PlistData{std::string("\0\1\2", 3)}},
+          {"Since", PlistDate{700'000'000}},
+          {"\xC3\xA9t\xC3\xA9", PlistDictionary{{"Empty", PlistArray{}}, {"Face", "\xF0\x9F\x98\x80"}}}};
+}
+
+PlistDictionary entitlements() {
+  return {{"com.apple.security.app-sandbox", true},
+          {"com.apple.security.application-groups", PlistArray{"group.com.example", "TEAM123456.shared"}},
+          {"limits", PlistDictionary{{"low", -70'000}, {"high", 70'000}}},
+          {"text", std::string(200, 'x')}};
+}
+
+MachOSigning signing(Processor cpu, EntitlementForms forms) {
+  return {.groups = {"group.com.example"}, .cpu = cpu, .forms = forms, .team = "TEAM123456"};
+}
+
+BomBuilder bill(BomLayout layout) {
+  BomBuilder builder(layout);
+  builder.directory("./Applications/X.app/Contents").file("./Applications/X.app/Contents/Info.plist", 300);
+  builder.link("./usr/local/bin/x", "/Applications/X.app/Contents/MacOS/X").device("./dev/x");
+  return builder;
+}
+
+class Seeds {
+ public:
+  explicit Seeds(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+  void add(const std::string& target, const std::string& name, const std::string& bytes) const {
+    std::filesystem::create_directories(folder_ / target);
+    std::ofstream(folder_ / target / name, std::ios::binary) << bytes;
+  }
+
+ private:
+  std::filesystem::path folder_;
+};
+
+void addPropertyLists(const Seeds& seeds) {
+  PlistArray numbers;
+  for (int i = 0; i < 20; ++i) numbers.emplace_back(i * 1'000);
+  seeds.add("property_list", "job_xml", xmlPlist(job()));
+  seeds.add("property_list", "job_binary", binaryPlist(job()));
+  seeds.add("property_list", "numbers_binary", binaryPlist(numbers));
+  seeds.add("property_list", "text_forms",
+            "\xEF\xBB\xBF<!-- c --><array><string>a<!-- c --><![CDATA[<b>]]>&#x41;&amp;</string><true/></array>");
+}
+
+void addPrograms(const Seeds& seeds) {
+  const auto arm = signing(kArm64, EntitlementForms::xml);
+  const auto intel = signing(kX86_64, EntitlementForms::der);
+  seeds.add("macho", "thin_arm64", signedMachO(arm));
+  seeds.add("macho", "thin_i386", signedMachO(signing(kI386, EntitlementForms::der)));
+  seeds.add("macho", "thin_powerpc", signedMachO(signing(kPowerPC, EntitlementForms::xmlAndDer)));
+  seeds.add("macho", "unsigned", machO(kX86_64));
+  seeds.add("macho", "universal", universalMachO({arm, intel}));
+  seeds.add("macho", "universal_64", universalMachO({intel, arm}, UniversalForm::offsets64));
+  seeds.add("code_signature", "xml", codeSignature(arm));
+  seeds.add("code_signature", "der", codeSignature(intel));
+  seeds.add("code_signature", "both", codeSignature(signing(kArm64, EntitlementForms::xmlAndDer)));
+  seeds.add("code_signature", "empty_xml", codeSignature(signing(kArm64, EntitlementForms::emptyXmlAndDer)));
+  seeds.add("entitlements_der", "wrapped", derEntitlements(entitlements()));
+  seeds.add("entitlements_der", "bare_set", derEntitlements(entitlements(), DerForm::bareSet));
+  seeds.add("entitlements_der", "empty", derEntitlements({}));
+}
+
+void addBills(const Seeds& seeds) {
+  seeds.add("bill_of_materials", "one_leaf", bill({.padsNodes = false}).bytes());
+  seeds.add("bill_of_materials", "many_leaves", bill({.pairsPerNode = 2, .padsNodes = false}).bytes());
+  seeds.add("bill_of_materials", "no_links",
+            bill({.pairsPerNode = 2, .linksLeaves = false, .padsNodes = false, .tableSlots = 80}).bytes());
+  seeds.add("bill_of_materials", "older", bill({.padsNodes = false, .records = BomRecords::older}).bytes());
+  seeds.add("bill_of_materials", "paths_only", bill({.padsNodes = false, .records = BomRecords::pathsOnly}).bytes());
+}
+
+}  // namespace
+
+/// Writes a few small files of each format below the folder it is given: where the fuzz targets begin.
+int main(int count, char** arguments) {
+  if (count != 2) {
+    std::cerr << "usage: write_fuzz_seeds FOLDER\n";
+    return 2;
+  }
+  const Seeds seeds(arguments[1]);
+  addPropertyLists(seeds);
+  addPrograms(seeds);
+  addBills(seeds);
+  return 0;
+}

@@ -1,0 +1,129 @@
+#include "tests/quarn/commands/CommandRun.h"
+
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "quarn/sample/SampleVolume.h"
+#include "tests/support/MacVolume.h"
+
+namespace quarn {
+namespace {
+
+struct Pipe {
+  Pipe() {
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("pipe");
+  }
+  ~Pipe() {
+    closeEnd(0);
+    closeEnd(1);
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+  void closeEnd(std::size_t index) {
+    if (ends[index] >= 0) ::close(ends[index]);
+    ends[index] = -1;
+  }
+  std::array<int, 2> ends{-1, -1};
+};
+
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+  std::vector<char*> result;
+  for (std::string& text : texts) result.push_back(text.data());
+  result.push_back(nullptr);
+  return result;
+}
+
+// Writes the input and reads both outputs as they come, so that no side waits for the other.
+void exchange(Pipe& in, Pipe& out, Pipe& err, std::string_view input, CommandRun& run) {
+  std::array<char, 65536> buffer{};
+  while (out.ends[0] >= 0 || err.ends[0] >= 0) {
+    if (input.empty()) in.closeEnd(1);
+    std::array<pollfd, 3> waits{pollfd{in.ends[1], POLLOUT, 0}, pollfd{out.ends[0], POLLIN, 0},
+                                pollfd{err.ends[0], POLLIN, 0}};
+    ::poll(waits.data(), waits.size(), -1);
+    if ((waits[0].revents & (POLLOUT | POLLERR)) != 0) {
+      const ssize_t written = ::write(in.ends[1], input.data(), std::min<std::size_t>(input.size(), 4096));
+      input.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : input.size());
+    }
+    const auto drain = [&](const pollfd& wait, Pipe& pipe, std::string& text) {
+      if (wait.revents == 0) return;
+      const ssize_t got = ::read(pipe.ends[0], buffer.data(), buffer.size());
+      if (got > 0) text.append(buffer.data(), static_cast<std::size_t>(got));
+      if (got <= 0) pipe.closeEnd(0);
+    };
+    drain(waits[1], out, run.out);
+    drain(waits[2], err, run.err);
+  }
+}
+
+}  // namespace
+
+CommandRun runQuarn(const std::vector<std::string>& words, std::string_view input,
+                    const std::vector<std::string>& environment) {
+  std::vector<std::string> arguments{QUARN_PROGRAM};
+  arguments.insert(arguments.end(), words.begin(), words.end());
+  std::vector<std::string> variables{"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root"};
+  variables.insert(variables.end(), environment.begin(), environment.end());
+  Pipe in;
+  Pipe out;
+  Pipe err;
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, in.ends[0], STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, out.ends[1], STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, err.ends[1], STDERR_FILENO);
+  pid_t child = 0;
+  const int failed =
+      ::posix_spawn(&child, QUARN_PROGRAM, &actions, nullptr, pointers(arguments).data(), pointers(variables).data());
+  posix_spawn_file_actions_destroy(&actions);
+  if (failed != 0) throw std::runtime_error("the built command cannot be started");
+  in.closeEnd(0);
+  out.closeEnd(1);
+  err.closeEnd(1);
+  CommandRun run;
+  exchange(in, out, err, input, run);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return run;
+}
+
+const std::string& sampleFolder() {
+  static const std::unique_ptr<MacVolume> holder = [] {
+    auto volume = std::make_unique<MacVolume>();
+    writeSampleVolume(volume->root() + "/sample");
+    return volume;
+  }();
+  static const std::string folder = holder->root() + "/sample";
+  return folder;
+}
+
+CommandRun runOnSample(std::vector<std::string> words, std::string_view input) {
+  words.insert(words.begin(), {"--volume", sampleFolder(), "--home", "/Users/ann"});
+  return runQuarn(words, input);
+}
+
+std::string differenceFromGolden(std::string_view name, std::string_view text) {
+  const std::string path = std::string(QUARN_GOLDEN_FOLDER) + "/" + std::string(name);
+  const char* update = std::getenv("QUARN_UPDATE_GOLDEN");
+  if (update != nullptr && std::string_view(update) == "1") {
+    std::ofstream(path, std::ios::binary) << text;
+    return {};
+  }
+  std::ifstream file(path, std::ios::binary);
+  const std::string golden{std::istreambuf_iterator<char>(file), {}};
+  if (golden == text) return {};
+  return "differs from " + path + "; it is now:\n" + std::string(text);
+}
+
+}  // namespace quarn

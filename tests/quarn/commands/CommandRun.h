@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quarn {
+
+/// What one run of the built command gave.
+struct CommandRun {
+  int exitCode = -1;  ///< 128 and the signal's number when a signal ended it
+  std::string out;
+  std::string err;
+};
+
+/// Runs the built command with these words, in an environment of its own ("LC_ALL=C", no colours asked for) to which
+/// `environment` ("NO_COLOR=1") is added; outputs are pipes, `input` is its standard input.
+CommandRun runQuarn(const std::vector<std::string>& words, std::string_view input = "",
+                    const std::vector<std::string>& environment = {});
+
+/// The same on the sample volume, which is written once for the process, with ann's home.
+CommandRun runOnSample(std::vector<std::string> words, std::string_view input = "");
+
+/// The sample volume's folder on the host.
+const std::string& sampleFolder();
+
+/// Compares a text with tests/quarn/commands/golden/NAME; with QUARN_UPDATE_GOLDEN=1 in the environment it writes the
+/// file. Empty when they are alike, else what differs.
+std::string differenceFromGolden(std::string_view name, std::string_view text);
+
+}  // namespace quarn

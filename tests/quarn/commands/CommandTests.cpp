@@ -1,0 +1,300 @@
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+#include "quarn/commands/CommandTable.h"
+#include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/MacVolume.h"
+#include "tests/support/UnprivilegedUser.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+nlohmann::json document(const CommandRun& run) { return nlohmann::json::parse(run.out, nullptr, false); }
+
+TEST(Command, HelpShowsExamplesBeforeOptionsForEveryCommand) {
+  for (const CommandRow& command : commandTable()) {
+    const CommandRun run = runQuarn({std::string(command.name), "--help"});
+    EXPECT_EQ(run.exitCode, 0) << command.name;
+    for (const OptionRow& option : command.options) EXPECT_THAT(run.out, HasSubstr(std::string(option.name)));
+    if (command.examples.empty()) continue;
+    const auto example = run.out.find(command.examples.front().line);
+    EXPECT_LT(example, run.out.find("Usage:")) << command.name;
+  }
+}
+
+TEST(Command, HelpOfTheProgramNamesEveryCommandAndTheExitCodes) {
+  const CommandRun run = runQuarn({"--help"});
+  EXPECT_EQ(run.exitCode, 0);
+  for (const CommandRow& command : commandTable()) EXPECT_THAT(run.out, HasSubstr(std::string(command.summary)));
+  EXPECT_THAT(run.out, HasSubstr("130 interrupted"));
+}
+
+TEST(Command, WithoutAnythingItShowsTheHelpAndEndsAsAUsageError) {
+  const CommandRun run = runQuarn({});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.out, HasSubstr("Commands:"));
+}
+
+TEST(Command, AMisspeltCommandNamesTheNearestOne) {
+  const CommandRun run = runQuarn({"inspekt", "Mail"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("unknown command \"inspekt\"; did you mean inspect?"));
+}
+
+TEST(Command, AMisspeltOptionNamesTheNearestOne) {
+  EXPECT_THAT(runQuarn({"top", "--limmit", "3"}).err, HasSubstr("unknown option --limmit; did you mean --limit?"));
+  EXPECT_THAT(runQuarn({"apps", "--jsn"}).err, HasSubstr("did you mean --json?"));
+  EXPECT_EQ(runQuarn({"apps", "--jsn"}).exitCode, 2);
+}
+
+TEST(Command, AWrongChoiceNamesTheOptionAndTheNearestChoice) {
+  const CommandRun run = runOnSample({"plan", "Lumen Notes", "--mode", "removeapp"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, AllOf(HasSubstr("--mode: \"removeapp\" is none of"), HasSubstr("did you mean removeApp?")));
+}
+
+TEST(Command, ANumberThatIsNoneNamesTheOption) {
+  const CommandRun run = runOnSample({"top", "--limit", "many"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("--limit: \"many\" is no whole number"));
+}
+
+TEST(Command, AMissingAppIsAUsageError) {
+  const CommandRun run = runQuarn({"inspect"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("inspect takes APP"));
+}
+
+TEST(Command, OneWordTooManyIsAUsageError) {
+  EXPECT_THAT(runQuarn({"apps", "extra"}).err, HasSubstr("\"extra\" is one word too many for apps"));
+}
+
+TEST(Command, GlobalOptionsMayStandBeforeAndBehindTheCommand) {
+  const CommandRun before = runQuarn({"--volume", sampleFolder(), "--home", "/Users/ann", "--json", "apps"});
+  const CommandRun behind = runQuarn({"apps", "--volume", sampleFolder(), "--home", "/Users/ann", "--json"});
+  EXPECT_EQ(before.exitCode, 0);
+  EXPECT_EQ(before.out, behind.out);
+}
+
+TEST(Command, ACommandsNameMayBeAnAppsName) {
+  const CommandRun run = runOnSample({"inspect", "apps"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.err, HasSubstr("no app \"apps\""));
+}
+
+TEST(Command, AVolumeThatDoesNotExistIsNamedWithTheReason) {
+  const CommandRun run = runQuarn({"--volume", "/nowhere/at/all", "--home", "/Users/ann", "apps"});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, HasSubstr("open volume /nowhere/at/all: No such file or directory"));
+}
+
+TEST(Command, AHomeThatIsNotThereIsNamed) {
+  const CommandRun run = runQuarn({"--volume", sampleFolder(), "--home", "/Users/zoe", "apps"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.err, HasSubstr("home folder /Users/zoe is not on the volume"));
+}
+
+TEST(Command, SeveralHomesAreListedAndOneIsTaken) {
+  const CommandRun several = runQuarn({"--volume", sampleFolder(), "apps"});
+  EXPECT_EQ(several.exitCode, 2);
+  EXPECT_THAT(several.err, AllOf(HasSubstr("/Users/ann"), HasSubstr("/Users/bob"), Not(HasSubstr("/Users/Shared"))));
+  MacVolume volume;
+  volume.app("/Applications/Only.app", {.bundleIdentifier = "com.example.only"});
+  EXPECT_EQ(runQuarn({"--volume", volume.root(), "apps"}).exitCode, 0);
+}
+
+TEST(Command, AnAmbiguousNameListsTheCandidates) {
+  const CommandRun run = runOnSample({"inspect", "kestr"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.err, AllOf(HasSubstr("may mean several apps"), HasSubstr("/Applications/Kestrel.app"),
+                             HasSubstr("/Applications/Kestrel Pro.app")));
+}
+
+TEST(Command, AnAppIsFoundByNameIdentifierAndPath) {
+  for (const char* word : {"Lumen Notes", "lumen notes", "com.lumenworks.notes", "/Applications/Lumen Notes.app"}) {
+    const CommandRun run = runOnSample({"inspect", word, "--no-sizes", "--json"});
+    EXPECT_EQ(run.exitCode, 0) << word;
+    EXPECT_EQ(document(run)["app"]["id"], "com.lumenworks.notes") << word;
+  }
+}
+
+TEST(Command, AnUnknownAppNamesTheNearest) {
+  EXPECT_THAT(runOnSample({"inspect", "Lumen Note5"}).err, HasSubstr("did you mean \"Lumen Notes\"?"));
+}
+
+TEST(Command, JSONIsOneDocumentWithTheSchemasVersionAndWhatWasNotRead) {
+  const std::vector<std::vector<std::string>> commands{{"apps"},
+                                                       {"inspect", "Lumen Notes"},
+                                                       {"plan", "Lumen Notes"},
+                                                       {"storage"},
+                                                       {"storage", "games"},
+                                                       {"top"},
+                                                       {"cloud"},
+                                                       {"vendors"},
+                                                       {"jobs"},
+                                                       {"receipts"},
+                                                       {"kexts"}};
+  for (std::vector<std::string> words : commands) {
+    words.emplace_back("--json");
+    const nlohmann::json parsed = document(runOnSample(words));
+    ASSERT_TRUE(parsed.is_object()) << words.front();
+    EXPECT_EQ(parsed["schemaVersion"], 1) << words.front();
+    EXPECT_TRUE(parsed["unreadable"]["causes"].contains("permission")) << words.front();
+  }
+}
+
+TEST(Command, NDJSONIsAValueALine) {
+  const CommandRun run = runOnSample({"apps", "--ndjson"});
+  const auto lines = std::count(run.out.begin(), run.out.end(), '\n');
+  EXPECT_EQ(static_cast<std::size_t>(lines), document(runOnSample({"apps", "--json"}))["apps"].size());
+  EXPECT_TRUE(nlohmann::json::accept(run.out.substr(0, run.out.find('\n'))));
+}
+
+TEST(Command, AnErrorIsJSONToo) {
+  const CommandRun run = runQuarn({"--volume", "/nowhere", "--home", "/Users/ann", "apps", "--json"});
+  EXPECT_EQ(document(run)["error"]["name"], "ENOENT");
+  EXPECT_EQ(document(run)["error"]["path"], "/nowhere");
+  EXPECT_EQ(document(run)["error"]["exitCode"], 1);
+}
+
+TEST(Command, NamesNeverReachTheTerminalRaw) {
+  const CommandRun run = runOnSample({"apps"});
+  EXPECT_THAT(run.out, Not(HasSubstr("\x1B")));
+  EXPECT_THAT(run.out, HasSubstr("\\x1B[31m"));
+}
+
+TEST(Command, ColoursAreForTerminalsUnlessAskedFor) {
+  EXPECT_THAT(runOnSample({"inspect", "Lumen Notes"}).out, Not(HasSubstr("\x1B[")));
+  EXPECT_THAT(runOnSample({"inspect", "Lumen Notes", "--color", "always"}).out, HasSubstr("\x1B[31m"));
+  EXPECT_THAT(runOnSample({"inspect", "Lumen Notes", "--color", "always", "--json"}).out, Not(HasSubstr("\x1B[")));
+}
+
+TEST(Command, ProgressIsForTerminals) { EXPECT_EQ(runOnSample({"inspect", "Lumen Notes"}).err, ""); }
+
+TEST(Command, SizesComeInTheUnitsAskedFor) {
+  EXPECT_THAT(runOnSample({"top", "--limit", "1"}).out, HasSubstr("64.00 GB"));
+  EXPECT_THAT(runOnSample({"top", "--limit", "1", "--iec"}).out, HasSubstr("GiB"));
+  EXPECT_THAT(runOnSample({"top", "--limit", "1", "--bytes"}).out, HasSubstr("64000000000"));
+}
+
+TEST(Command, AnUnreadableFolderIsSaidAndEndsIncomplete) {
+  MacVolume volume;
+  volume.file("~/Documents/closed/a", 4_KiB).mode("~/Documents/closed", 0000);
+  const UnprivilegedUser user;
+  const CommandRun run = runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "top", "/Users/ann/Documents"});
+  EXPECT_EQ(run.exitCode, 4);
+  EXPECT_THAT(run.err, HasSubstr("1 item: permission denied"));
+}
+
+TEST(Command, AMissingFolderOfTheUserIsAnError) {
+  const CommandRun run = runOnSample({"top", "/Users/ann/Nowhere"});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, HasSubstr("list /Users/ann/Nowhere: No such file or directory"));
+}
+
+TEST(Command, AnUnknownCategoryNamesTheNearest) {
+  const CommandRun run = runOnSample({"storage", "game"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("did you mean games?"));
+}
+
+TEST(Command, APlanSaysThatNothingIsCarriedOut) {
+  EXPECT_THAT(runOnSample({"plan", "Lumen Notes"}).out, HasSubstr("nothing is carried out"));
+  EXPECT_EQ(document(runOnSample({"plan", "Lumen Notes", "--json"}))["isCarriedOut"], false);
+}
+
+TEST(Command, APlanForChosenArtifactsTakesThoseAlone) {
+  const nlohmann::json whole = document(runOnSample({"plan", "Lumen Notes", "--json"}));
+  const std::string id = whole["selectedArtifacts"][1]["id"];
+  const nlohmann::json plan = document(runOnSample({"plan", "Lumen Notes", "--select", id, "--json"}));
+  ASSERT_EQ(plan["selectedArtifacts"].size(), 1U);
+  EXPECT_EQ(plan["selectedArtifacts"][0]["id"], id);
+  EXPECT_EQ(plan["estimatedBytes"], plan["selectedArtifacts"][0]["size"]["allocatedBytes"]);
+}
+
+TEST(Command, AnUnknownSelectionListsTheChoices) {
+  const CommandRun run = runOnSample({"plan", "Lumen Notes", "--select", "cache:user:/nowhere"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.err, AllOf(HasSubstr("no artifact \"cache:user:/nowhere\""), HasSubstr("appBundle:system:")));
+}
+
+TEST(Command, VendorsCheckTellsWhatIsWrongFileByFile) {
+  MacVolume volume;
+  volume.text("/good.json", R"({"id":"good","displayName":"Good","match":{"bundleIDs":[],"bundleIDPrefixes":[],)"
+                            R"("nameContains":[]},"artifacts":[],"carveOuts":[]})");
+  volume.text("/bad.json", R"({"id":"bad","displayName":"Bad","match":{"bundleIDs":[],"bundleIDPrefixes":[]},)"
+                           R"("artifacts":[],"carveOuts":[]})");
+  const CommandRun run = runQuarn({"vendors", "check", volume.root()});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.out, AllOf(HasSubstr("match.nameContains: missing"), HasSubstr("good.json  good")));
+}
+
+TEST(Command, CompletionsKnowEveryCommandAndOption) {
+  for (const char* shell : {"bash", "zsh", "fish"}) {
+    const CommandRun run = runQuarn({"completions", shell});
+    EXPECT_EQ(run.exitCode, 0) << shell;
+    for (const CommandRow& command : commandTable()) {
+      EXPECT_THAT(run.out, HasSubstr(std::string(command.name))) << shell;
+      for (const OptionRow& option : command.options) {
+        EXPECT_THAT(run.out, HasSubstr(std::string(option.name.substr(2)))) << shell;
+      }
+    }
+  }
+  EXPECT_EQ(runQuarn({"completions", "tcsh"}).exitCode, 2);
+}
+
+TEST(Command, TheBashCompletionIsValidBash) {
+  const CommandRun script = runQuarn({"completions", "bash"});
+  MacVolume volume;
+  volume.text("/completion", script.out);
+  EXPECT_EQ(std::system(("bash -n " + volume.root() + "/completion").c_str()), 0);  // NOLINT(cert-env33-c)
+}
+
+TEST(Command, TheManualPageHoldsEveryCommand) {
+  const CommandRun run = runQuarn({"manual"});
+  EXPECT_THAT(run.out, StartsWith(".TH QUARN 1"));
+  for (const CommandRow& command : commandTable()) {
+    EXPECT_THAT(run.out, HasSubstr("\n.SS " + std::string(command.name) + "\n"));
+  }
+}
+
+TEST(Command, TheTextsFollowTheLocale) {
+  const CommandRun german = runOnSample({"inspect", "Lumen Notes", "--no-sizes", "--locale", "de_DE"});
+  EXPECT_THAT(german.out, Not(HasSubstr("Logs: helpful for debugging")));
+  EXPECT_THAT(runOnSample({"inspect", "Lumen Notes", "--no-sizes"}).out, HasSubstr("Logs: helpful for debugging"));
+}
+
+TEST(Command, ALogOnTheInspectedVolumeIsRefused) {
+  const CommandRun run = runOnSample({"apps", "--log", sampleFolder() + "/log"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("lies on the inspected volume"));
+}
+
+TEST(Command, SampleRefusesAFolderThatIsNotEmpty) {
+  const CommandRun run = runQuarn({"sample", sampleFolder()});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, HasSubstr("Directory not empty"));
+}
+
+TEST(Command, TheOutputsOnTheSampleVolumeAreTheGoldenOnes) {
+  const std::vector<std::pair<std::string, std::vector<std::string>>> cases{
+      {"apps.txt", {"apps"}},
+      {"inspect.txt", {"inspect", "Lumen Notes", "--bytes"}},
+      {"plan.txt", {"plan", "Tessera Studio", "--mode", "aggressive", "--bytes"}},
+      {"jobs.txt", {"jobs"}},
+      {"receipts.txt", {"receipts"}},
+      {"kexts.txt", {"kexts"}},
+      {"top.txt", {"top", "--limit", "8"}},
+      {"vendors-match.txt", {"vendors", "--match", "Slack"}},
+  };
+  for (const auto& [name, words] : cases) EXPECT_EQ(differenceFromGolden(name, runOnSample(words).out), "");
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,146 @@
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <set>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "QuarnModels/Date.h"
+#include "quarn/rpc/Methods.h"
+#include "quarn/rpc/Server.h"
+#include "quarn/sample/SampleVolume.h"
+#include "tests/quarn/rpc/RPCSession.h"
+#include "tests/support/MacVolume.h"
+
+// One file a method: the request and all that is answered to it on the sample volume, with small resources of the tests'
+// own. A request is written by hand; QUARN_UPDATE_GOLDEN=1 in the environment writes the answers.
+
+namespace quarn {
+namespace {
+
+using nlohmann::ordered_json;
+
+const std::filesystem::path kHere = std::filesystem::path(__FILE__).parent_path();
+
+bool isUpdating() {
+  const char* update = std::getenv("QUARN_UPDATE_GOLDEN");
+  return update != nullptr && std::string_view(update) == "1";
+}
+
+// ---- what differs from run to run or from disk to disk
+
+bool isDate(const ordered_json& value) {
+  return value.is_string() && dateFromISO8601(value.get<std::string>()).has_value();
+}
+bool isByteCount(const ordered_json& value) { return value.is_number_integer() && value.get<std::int64_t>() >= 0; }
+
+struct Placeholder {
+  std::string_view member;
+  bool (*stands)(const ordered_json& value);  ///< the form that the value must have
+  std::string_view text;
+};
+
+// clang-format off
+constexpr std::array kPlaceholders{
+    Placeholder{"inspectedAt",    &isDate,      "<the date of the inspection>"},
+    Placeholder{"totalBytes",     &isByteCount, "<bytes of the disk>"},
+    Placeholder{"freeBytes",      &isByteCount, "<bytes of the disk>"},
+    Placeholder{"allocatedBytes", &isByteCount, "<bytes in blocks of the disk>"},
+    Placeholder{"localBytes",     &isByteCount, "<bytes in blocks of the disk>"},
+    Placeholder{"cloudOnlyBytes", &isByteCount, "<bytes in blocks of the disk>"},
+};
+// clang-format on
+
+void putPlaceholders(ordered_json& value) {
+  if (value.is_object()) {
+    for (const Placeholder& placeholder : kPlaceholders) {
+      const auto found = value.find(placeholder.member);
+      if (found != value.end() && placeholder.stands(*found)) *found = std::string(placeholder.text);
+    }
+  }
+  if (value.is_structured()) {
+    for (ordered_json& part : value) putPlaceholders(part);
+  }
+}
+
+// ---- the run
+
+class Golden : public testing::TestWithParam<std::string> {
+ protected:
+  static void SetUpTestSuite() {
+    holder_ = std::make_unique<MacVolume>();
+    const std::string folder = holder_->root() + "/sample";
+    const SampleSummary sample = writeSampleVolume(folder);
+    services_ = std::make_unique<Services>(FileManager::mounted(folder, FileURL(sample.home)),
+                                           ResourceBundle((kHere / "resources").string()));
+  }
+  static void TearDownTestSuite() {
+    services_.reset();
+    holder_.reset();
+  }
+
+  static ordered_json answersTo(const ordered_json& request) {
+    RPCSession session([](int input, int output) { return runRPC(*services_, input, output); });
+    session.send(request.dump());
+    ordered_json answers = ordered_json::array();
+    for (const std::string& line : session.finish()) answers.push_back(ordered_json::parse(line));
+    putPlaceholders(answers);
+    return answers;
+  }
+
+  static std::unique_ptr<MacVolume> holder_;
+  static std::unique_ptr<Services> services_;
+};
+
+std::unique_ptr<MacVolume> Golden::holder_;
+std::unique_ptr<Services> Golden::services_;
+
+std::string read(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST_P(Golden, AnswersAsTheFileSays) {
+  const std::filesystem::path path = kHere / "golden" / (GetParam() + ".json");
+  const std::string text = read(path);
+  ASSERT_FALSE(text.empty()) << "there is no " << path;
+  ordered_json golden = ordered_json::parse(text);
+  ASSERT_EQ(golden["request"]["method"], GetParam());
+  golden["answers"] = answersTo(golden["request"]);
+  const std::string now = golden.dump(2) + "\n";
+  if (isUpdating()) std::ofstream(path, std::ios::binary) << now;
+  EXPECT_EQ(read(path), now);
+}
+
+std::vector<std::string> methodNames() {
+  std::vector<std::string> names;
+  for (const MethodRow& row : methodTable()) names.emplace_back(row.name);
+  return names;
+}
+
+std::string testName(const testing::TestParamInfo<std::string>& info) {
+  std::string name = info.param;
+  std::replace(name.begin(), name.end(), '.', '_');
+  return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(RPC, Golden, testing::ValuesIn(methodNames()), testName);
+
+TEST(GoldenFiles, AreThoseOfTheMethods) {
+  std::set<std::string> files;
+  for (const auto& entry : std::filesystem::directory_iterator(kHere / "golden")) {
+    files.insert(entry.path().stem().string());
+  }
+  const std::vector<std::string> names = methodNames();
+  EXPECT_EQ(files, std::set<std::string>(names.begin(), names.end()));
+}
+
+}  // namespace
+}  // namespace quarn

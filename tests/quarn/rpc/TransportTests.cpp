@@ -1,0 +1,398 @@
+#include "quarn/rpc/Transport.h"
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <stdexcept>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "quarn/rpc/RPCError.h"
+#include "tests/quarn/rpc/RPCSession.h"
+
+namespace quarn {
+namespace {
+
+using nlohmann::json;
+using nlohmann::ordered_json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+constexpr std::string_view kNoRequest = R"({"jsonrpc":"2.0","id":null,"error":{"code":-32600,)";
+constexpr std::string_view kNoJSON = R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,)";
+
+/// Operations that show what the transport does with any.
+class Operations {
+ public:
+  ordered_json run(const std::string& method, const json* params, const RequestContext& context) {
+    if (method == "params") return params == nullptr ? ordered_json("none") : ordered_json::parse(params->dump());
+    if (method == "hold") return hold();
+    if (method == "count") return ++count_;
+    if (method == "untilCancelled") return untilCancelled(context);
+    if (method == "report") return report(context);
+    if (method == "refuse") throw RPCError{RPCErrorCode::operationFailed, "refused", {{"path", "/a"}, {"errno", 13}}};
+    if (method == "break") throw std::runtime_error("broken");
+    if (method == "badText") return ordered_json("a\xFF" "b");
+    throw RPCError::noSuchMethod(method);
+  }
+
+  /// Lets "hold" return.
+  void release() { released_.set_value(); }
+  /// Waits until "hold" or "untilCancelled" runs.
+  void waitForStart() { started_.get_future().wait(); }
+
+ private:
+  ordered_json hold() {
+    started_.set_value();
+    const auto patience = std::chrono::seconds(100);  // only a test that has failed leaves it waiting
+    return released_.get_future().wait_for(patience) == std::future_status::ready ? "released" : "forgotten";
+  }
+
+  ordered_json untilCancelled(const RequestContext& context) {
+    started_.set_value();
+    while (!context.cancellation.isCancelled()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return "what there was";
+  }
+
+  static ordered_json report(const RequestContext& context) {
+    context.report({{"step", 1}});
+    context.report({{"step", 2}});
+    return "done";
+  }
+
+  std::promise<void> started_;
+  std::promise<void> released_;
+  int count_ = 0;
+};
+
+class Transport : public testing::Test {
+ protected:
+  explicit Transport(const TransportLimits& limits = {})
+      : session_([this, limits](int input, int output) {
+          const Dispatcher dispatcher = [this](const auto& method, const auto* params, const auto& context) {
+            return operations_.run(method, params, context);
+          };
+          return serve(input, output, dispatcher, limits);
+        }) {}
+
+  std::string ask(std::string_view line) { return session_.ask(line); }
+
+  static std::string request(std::string_view id, std::string_view method) {
+    return R"({"jsonrpc":"2.0","id":)" + std::string(id) + R"(,"method":")" + std::string(method) + "\"}";
+  }
+  static std::string cancel(std::string_view id) {
+    return R"({"jsonrpc":"2.0","method":"$/cancelRequest","params":{"id":)" + std::string(id) + "}}";
+  }
+  /// The answer to "count", which counts the requests that ran: after anything bad the next request works.
+  void expectNextRequestWorks() {
+    EXPECT_THAT(ask(request("\"next\"", "count")), StartsWith(R"({"jsonrpc":"2.0","id":"next","result":)"));
+  }
+
+  Operations operations_;
+  RPCSession session_;
+};
+
+class TransportOfShortLines : public Transport {
+ protected:
+  TransportOfShortLines() : Transport({.lineBytes = 80, .waitingBytes = 400, .waitingLines = 4}) {}
+};
+
+// ---- requests and answers
+
+TEST_F(Transport, ARequestIsAnsweredUnderItsID) {
+  EXPECT_EQ(ask(R"({"jsonrpc":"2.0","id":1,"method":"params","params":{"a":[1,"b",null]}})"),
+            R"({"jsonrpc":"2.0","id":1,"result":{"a":[1,"b",null]}})");
+}
+
+TEST_F(Transport, IDsAreStringsNumbersOrNullAndComeBackAsTheyAre) {
+  for (const std::string id : {"0", "-7", "9007199254740993", "1.5", "\"\"", "\"a\\\"b\"", "\"ä\"", "null"}) {
+    EXPECT_EQ(ask(request(id, "params")), R"({"jsonrpc":"2.0","id":)" + id + R"(,"result":"none"})");
+  }
+}
+
+TEST_F(Transport, IDsOfOtherTypesAreRefused) {
+  for (const std::string id : {"true", "[1]", "{\"a\":1}"}) {
+    EXPECT_THAT(ask(request(id, "params")), StartsWith(kNoRequest)) << id;
+  }
+  expectNextRequestWorks();
+}
+
+TEST_F(Transport, AbsentAndNullParamsAreNone) {
+  EXPECT_THAT(ask(request("1", "params")), HasSubstr(R"("result":"none")"));
+  EXPECT_THAT(ask(R"({"jsonrpc":"2.0","id":1,"method":"params","params":null})"), HasSubstr(R"("result":"none")"));
+}
+
+TEST_F(Transport, RequestsRunInTheOrderInWhichTheyArrive) {
+  session_.send(request("\"a\"", "count")).send(request("\"b\"", "count")).send(request("\"c\"", "count"));
+  EXPECT_THAT(session_.finish(), ElementsAre(R"({"jsonrpc":"2.0","id":"a","result":1})",
+                                             R"({"jsonrpc":"2.0","id":"b","result":2})",
+                                             R"({"jsonrpc":"2.0","id":"c","result":3})"));
+}
+
+TEST_F(Transport, SpaceAroundAValueAndAWindowsLineEndAreNoMistake) {
+  EXPECT_THAT(ask("  " + request("1", "params") + " \t\r"), HasSubstr(R"("result":"none")"));
+}
+
+TEST_F(Transport, AnAnswerIsOneLineOfWellFormedUTF8) {
+  EXPECT_EQ(ask(R"({"jsonrpc":"2.0","id":1,"method":"params","params":{"a":"x\ny\u2028z"}})"),
+            "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{\"a\":\"x\\ny\u2028z\"}}");
+  EXPECT_EQ(ask(request("1", "badText")), "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":\"a\uFFFDb\"}");
+}
+
+// ---- errors
+
+TEST_F(Transport, AnErrorOfTheOperationHasCodeMessageAndData) {
+  EXPECT_EQ(
+      ask(request("1", "refuse")),
+      R"({"jsonrpc":"2.0","id":1,"error":{"code":-32000,"message":"refused","data":{"path":"/a","errno":13}}})");
+}
+
+TEST_F(Transport, AnUnexpectedFailureIsAnInternalErrorAndEndsNothing) {
+  EXPECT_THAT(ask(request("1", "break")), StartsWith(R"({"jsonrpc":"2.0","id":1,"error":{"code":-32603,)"));
+  expectNextRequestWorks();
+}
+
+TEST_F(Transport, ALineThatIsNotJSONIsRefused) {
+  for (const std::string_view line :
+       {"", "   ", "garbage", "{", R"({"jsonrpc":"2.0","id":1,"method":"count")", "{} {}", "{'a':1}", "[1,]", "\"\xFF\"",
+        R"("\ud800")", "NaN", "// comment", "\x01", "1e400"}) {
+    EXPECT_THAT(ask(line), StartsWith(kNoJSON)) << line;
+  }
+  EXPECT_THAT(ask(std::string_view("{}\0", 3)), StartsWith(kNoJSON));
+  expectNextRequestWorks();
+}
+
+TEST_F(Transport, AnErrorDoesNotRepeatALongLine) {
+  EXPECT_LT(ask("\"" + std::string(100'000, 'x') + "\xFF\"").size(), 500U);
+}
+
+TEST_F(Transport, JSONThatIsNoRequestObjectIsRefused) {
+  for (const std::string_view line :
+       {"1", "\"text\"", "null", "true", "{}", R"({"jsonrpc":"2.0"})", R"({"jsonrpc":"2.0","method":1})",
+        R"({"jsonrpc":"1.0","method":"count"})", R"({"method":"count"})", R"({"jsonrpc":2.0,"method":"count"})",
+        R"({"jsonrpc":"2.0","method":"count","params":1})", R"({"jsonrpc":"2.0","method":"count","params":"x"})"}) {
+    EXPECT_THAT(ask(line), StartsWith(kNoRequest)) << line;
+  }
+  expectNextRequestWorks();
+}
+
+TEST_F(Transport, ARefusedRequestKeepsAnIDThatCanBeRead) {
+  EXPECT_THAT(ask(R"({"jsonrpc":"2.0","id":7})"), StartsWith(R"({"jsonrpc":"2.0","id":7,"error":{"code":-32600,)"));
+}
+
+TEST_F(Transport, NestingUpTo512LevelsIsReadAndDeeperIsRefused) {
+  const auto nested = [](std::size_t levels) {
+    return R"({"jsonrpc":"2.0","id":1,"method":"count","params":{"a":)" + std::string(levels - 2, '[') +
+           std::string(levels - 2, ']') + "}}";
+  };
+  EXPECT_THAT(ask(nested(512)), HasSubstr("\"result\":1"));
+  EXPECT_THAT(ask(nested(513)), StartsWith(kNoJSON));
+  EXPECT_THAT(ask(std::string(1'000'000, '[')), StartsWith(kNoJSON));
+  expectNextRequestWorks();
+}
+
+TEST_F(TransportOfShortLines, ALineOverTheLimitIsRefusedAndSkippedToItsEnd) {
+  EXPECT_THAT(ask(std::string(81, ' ')), StartsWith(kNoRequest));
+  const std::string longest = request("1", "params") + std::string(80 - request("1", "params").size(), ' ');
+  EXPECT_THAT(ask(longest), HasSubstr("\"result\":\"none\""));
+  expectNextRequestWorks();
+}
+
+TEST_F(Transport, ALineOf64MiBIsReadAndOneMoreByteIsTooMuch) {
+  constexpr std::size_t kLimit = std::size_t{64} << 20;
+  const std::string line(kLimit, 'x');
+  EXPECT_THAT(ask(line), StartsWith(kNoJSON));
+  EXPECT_THAT(ask(line + 'x'), StartsWith(kNoRequest));
+  expectNextRequestWorks();
+}
+
+TEST_F(Transport, ALineThatNeverEndsIsRefusedWhileItComes) {
+  const std::string megabyte(1 << 20, 'x');
+  for (int count = 0; count < 65; ++count) session_.sendBytes(megabyte);
+  EXPECT_THAT(session_.receive(), StartsWith(kNoRequest));
+  session_.sendBytes(megabyte).sendBytes("\n");
+  expectNextRequestWorks();
+}
+
+// ---- notifications
+
+TEST_F(Transport, NotificationsAreNotAnsweredAndDoNotRun) {
+  session_.send(R"({"jsonrpc":"2.0","method":"count"})");
+  session_.send(R"({"jsonrpc":"2.0","method":"noSuchMethod"})");
+  session_.send(R"({"jsonrpc":"2.0","method":"initialized","params":{}})");
+  EXPECT_EQ(ask(request("1", "count")), R"({"jsonrpc":"2.0","id":1,"result":1})");
+  EXPECT_THAT(session_.finish(), IsEmpty());
+}
+
+TEST_F(Transport, ProgressIsSentUnderTheRequestsIDBeforeItsAnswer) {
+  session_.send(request("\"x\"", "report"));
+  EXPECT_THAT(session_.finish(),
+              ElementsAre(R"({"jsonrpc":"2.0","method":"$/progress","params":{"id":"x","value":{"step":1}}})",
+                          R"({"jsonrpc":"2.0","method":"$/progress","params":{"id":"x","value":{"step":2}}})",
+                          R"({"jsonrpc":"2.0","id":"x","result":"done"})"));
+}
+
+// ---- batches
+
+TEST_F(Transport, ABatchIsAnsweredAsOneArrayInOrder) {
+  EXPECT_EQ(ask("[" + request("1", "count") + "," + request("2", "refuse") + "," + request("3", "count") + "]"),
+            R"([{"jsonrpc":"2.0","id":1,"result":1},)"
+            R"({"jsonrpc":"2.0","id":2,"error":{"code":-32000,"message":"refused","data":{"path":"/a","errno":13}}},)"
+            R"({"jsonrpc":"2.0","id":3,"result":2}])");
+}
+
+TEST_F(Transport, ABatchOfOneIsAnsweredAsAnArray) {
+  EXPECT_EQ(ask("[" + request("1", "count") + "]"), R"([{"jsonrpc":"2.0","id":1,"result":1}])");
+}
+
+TEST_F(Transport, AnEmptyBatchIsNoRequest) { EXPECT_THAT(ask("[]"), StartsWith(kNoRequest)); }
+
+TEST_F(Transport, WhatIsNoRequestInABatchIsRefusedByItself) {
+  const json answer = json::parse(ask("[1," + request("1", "count") + ",[]]"));
+  ASSERT_EQ(answer.size(), 3U);
+  EXPECT_EQ(answer[0]["error"]["code"], -32600);
+  EXPECT_EQ(answer[0]["id"], nullptr);
+  EXPECT_EQ(answer[1]["result"], 1);
+  EXPECT_EQ(answer[2]["error"]["code"], -32600);
+}
+
+TEST_F(Transport, NotificationsInABatchGiveNothing) {
+  const std::string notification = R"({"jsonrpc":"2.0","method":"count"})";
+  EXPECT_EQ(ask("[" + notification + "," + request("1", "count") + "," + notification + "]"),
+            R"([{"jsonrpc":"2.0","id":1,"result":1}])");
+}
+
+TEST_F(Transport, ABatchOfNotificationsIsNotAnswered) {
+  session_.send(R"([{"jsonrpc":"2.0","method":"a"},{"jsonrpc":"2.0","method":"b"}])");
+  EXPECT_EQ(ask(request("1", "count")), R"({"jsonrpc":"2.0","id":1,"result":1})");
+}
+
+TEST_F(Transport, ABatchOfTenThousandCallsIsAnsweredAndALargerOneIsRefused) {
+  std::string calls = request("1", "params");
+  for (int count = 1; count < 10'000; ++count) calls += "," + request("1", "params");
+  EXPECT_EQ(json::parse(ask("[" + calls + "]")).size(), 10'000U);
+  EXPECT_THAT(ask("[" + calls + "," + request("1", "params") + "]"), StartsWith(kNoRequest));
+}
+
+// ---- cancellation
+
+TEST_F(Transport, ARunningRequestIsToldAndAnswersWithWhatItHas) {
+  session_.send(request("1", "untilCancelled"));
+  operations_.waitForStart();
+  session_.send(cancel("1"));
+  EXPECT_EQ(session_.receive(), R"({"jsonrpc":"2.0","id":1,"result":"what there was"})");
+}
+
+// The running request is cancelled last: it ends when everything before that has been read.
+
+TEST_F(Transport, AWaitingRequestIsRefusedWhenItsTurnComes) {
+  session_.send(request("1", "untilCancelled"));
+  operations_.waitForStart();
+  session_.send("garbage").send(request("\"a\"", "count")).send(request("\"b\"", "count"));
+  session_.send(cancel("\"a\"")).send(cancel("1"));
+  EXPECT_THAT(session_.finish(),
+              ElementsAre(HasSubstr("\"what there was\""), StartsWith(kNoJSON),
+                          StartsWith(R"({"jsonrpc":"2.0","id":"a","error":{"code":-32800,)"),
+                          R"({"jsonrpc":"2.0","id":"b","result":1})"));
+}
+
+TEST_F(Transport, ACancellationIsOfTheIDAsItIsWritten) {
+  session_.send(request("1", "untilCancelled"));
+  operations_.waitForStart();
+  session_.send(request("2", "count")).send(cancel("\"2\"")).send(cancel("3")).send(cancel("[2]"));
+  session_.send(R"({"jsonrpc":"2.0","method":"$/cancelRequest"})");
+  session_.send(R"({"jsonrpc":"2.0","method":"$/cancelRequest","params":[2]})");
+  session_.send(cancel("1"));
+  EXPECT_THAT(session_.finish(), ElementsAre(testing::_, R"({"jsonrpc":"2.0","id":2,"result":1})"));
+}
+
+TEST_F(Transport, TheNameOfTheCancellationMayBeWrittenWithEscapes) {
+  session_.send(request("1", "untilCancelled"));
+  operations_.waitForStart();
+  EXPECT_THAT(ask(R"({"jsonrpc":"2.0","method":"$\/cancel\u0052equest","params":{"id":1}})"), HasSubstr("what there was"));
+}
+
+TEST_F(Transport, ACancellationDoesNotReachARequestThatComesAfterIt) {
+  EXPECT_THAT(ask(request("1", "count")), HasSubstr("\"result\":1"));
+  session_.send(cancel("1"));
+  EXPECT_THAT(ask(request("1", "count")), HasSubstr("\"result\":2"));
+}
+
+TEST_F(Transport, ACancellationInABatchReachesTheCallsBeforeIt) {
+  const json answer =
+      json::parse(ask("[" + request("1", "count") + "," + cancel("1") + "," + request("1", "count") + "]"));
+  ASSERT_EQ(answer.size(), 2U);
+  EXPECT_EQ(answer[0]["error"]["code"], -32800);
+  EXPECT_EQ(answer[1]["result"], 1);
+}
+
+TEST_F(Transport, ACallInARunningBatchCanBeCancelled) {
+  session_.send("[" + request("1", "untilCancelled") + "," + request("2", "count") + "]");
+  operations_.waitForStart();
+  session_.send(cancel("2")).send(cancel("1"));
+  const json answer = json::parse(session_.receive());
+  EXPECT_EQ(answer[0]["result"], "what there was");
+  EXPECT_EQ(answer[1]["error"]["code"], -32800);
+}
+
+TEST_F(Transport, CancellingIsNoMethod) {
+  EXPECT_THAT(ask(R"({"jsonrpc":"2.0","id":1,"method":"$/cancelRequest","params":{"id":1}})"), HasSubstr("-32601"));
+}
+
+// ---- limits, end of input, a client that goes away
+
+TEST_F(TransportOfShortLines, WhatWaitsIsBoundedAndNothingIsLost) {
+  session_.send(request("1", "hold"));
+  operations_.waitForStart();
+  std::string lines;
+  constexpr int kRequests = 4'000;
+  for (int count = 0; count < kRequests; ++count) lines += request("2", "count") + "\n";
+  const std::size_t sent = session_.sendWithoutWaiting(lines);
+  // A pipe holds 64 KiB, the reader one chunk of as much, the queue four lines.
+  EXPECT_LT(sent, std::size_t{140'000});
+  operations_.release();
+  session_.sendBytes(std::string_view(lines).substr(sent));
+  const std::vector<std::string> answers = session_.finish();
+  ASSERT_EQ(answers.size(), static_cast<std::size_t>(kRequests) + 1);
+  EXPECT_EQ(answers.back(), R"({"jsonrpc":"2.0","id":2,"result":4000})");
+}
+
+TEST_F(Transport, TheEndOfTheInputAnswersWhatWasReadAndEndsWithZero) {
+  session_.send(request("1", "hold"));
+  operations_.waitForStart();
+  session_.send(request("2", "count")).sendBytes(request("3", "count"));
+  operations_.release();
+  EXPECT_THAT(session_.finish(), ElementsAre(HasSubstr("\"released\""), HasSubstr("\"id\":2"), HasSubstr("\"id\":3")));
+  EXPECT_EQ(session_.status(), 0);
+}
+
+TEST_F(Transport, AnInputThatEndsWithinARequestIsNotJSON) {
+  session_.send(request("1", "count")).sendBytes(R"({"jsonrpc":"2.0","id":2,"meth)");
+  EXPECT_THAT(session_.finish(), ElementsAre(HasSubstr("\"result\":1"), StartsWith(kNoJSON)));
+  EXPECT_EQ(session_.status(), 0);
+}
+
+TEST_F(Transport, NoInputIsNoMistake) {
+  EXPECT_THAT(session_.finish(), IsEmpty());
+  EXPECT_EQ(session_.status(), 0);
+}
+
+TEST_F(Transport, AClientThatGoesAwayStopsWhatRunsAndWaits) {
+  session_.send(request("1", "untilCancelled"));
+  operations_.waitForStart();
+  session_.send(request("2", "count"));
+  session_.stopListening();
+  EXPECT_EQ(session_.status(), 0);
+}
+
+TEST_F(Transport, AClientThatGoesAwayBeforeItAsksEndsTheServer) {
+  session_.stopListening();
+  EXPECT_EQ(session_.status(), 0);
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,38 @@
+#include "tests/support/Descriptors.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+
+namespace quarn {
+namespace {
+
+constexpr int kHighestDescriptor = 4096;
+
+int lastOpenDescriptor() {
+  int descriptor = kHighestDescriptor;
+  while (descriptor >= 0 && ::fcntl(descriptor, F_GETFD) < 0) --descriptor;
+  return descriptor;
+}
+
+}  // namespace
+
+std::size_t openDescriptors() {
+  std::size_t count = 0;
+  for (int descriptor = 0; descriptor <= kHighestDescriptor; ++descriptor) {
+    if (::fcntl(descriptor, F_GETFD) >= 0) ++count;
+  }
+  return count;
+}
+
+DescriptorLimit::DescriptorLimit(std::size_t more) {
+  if (::getrlimit(RLIMIT_NOFILE, &before_) != 0) throw std::system_error(errno, std::generic_category(), "getrlimit");
+  rlimit lowered = before_;
+  lowered.rlim_cur = static_cast<rlim_t>(lastOpenDescriptor()) + 1 + more;
+  if (::setrlimit(RLIMIT_NOFILE, &lowered) != 0) throw std::system_error(errno, std::generic_category(), "setrlimit");
+}
+
+DescriptorLimit::~DescriptorLimit() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
+}  // namespace quarn

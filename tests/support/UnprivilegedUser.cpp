@@ -1,0 +1,27 @@
+#include "tests/support/UnprivilegedUser.h"
+
+#include <cerrno>
+#include <exception>
+#include <system_error>
+
+#include <unistd.h>
+
+namespace quarn {
+namespace {
+
+constexpr uid_t kNobody = 65534;
+
+}  // namespace
+
+UnprivilegedUser::UnprivilegedUser() : before_(::geteuid()) {
+  if (before_ == 0 && ::seteuid(kNobody) != 0) {
+    throw std::system_error(errno, std::generic_category(), "become an unprivileged user");
+  }
+}
+
+UnprivilegedUser::~UnprivilegedUser() {
+  // Going on as somebody else would make every later test lie.
+  if (::seteuid(before_) != 0) std::terminate();
+}
+
+}  // namespace quarn
