@@ -4,12 +4,13 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/release/bin/quarn
 
-.PHONY: help packages build demo test check format bench fuzz asan tsan clean
+.PHONY: help packages build demo test check tidy format bench fuzz asan tsan clean
 
 help:
 	@echo "make demo   build, make a sample Mac volume, inspect an app on it"
 	@echo "make test   build and run every test"
-	@echo "make check  formatting, clang-tidy, include edges"
+	@echo "make check  formatting, include edges"
+	@echo "make tidy   clang-tidy over the product's sources"
 	@echo "make bench  measure against the floor of system calls and other tools"
 	@echo "make fuzz   fuzz every parser, FUZZ_SECONDS each (60)"
 
@@ -33,10 +34,11 @@ test: packages
 	ctest --preset dev -j 2
 
 check: packages
-	cmake --preset dev
 	cmake/check-format.sh
 	cmake/check-edges.sh
-	cmake/check-tidy.sh build/dev
+
+tidy: packages
+	cmake/check-tidy.sh build/tidy
 
 format:
 	cmake/check-format.sh --fix

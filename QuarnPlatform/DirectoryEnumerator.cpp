@@ -43,7 +43,7 @@ class DirectoryEnumerator::Walk {
   const Item* yield(Frame& frame);
   void enter();
   void leave();
-  [[nodiscard]] std::optional<ByteCounts> sizesOf(const FolderListing& listing, std::size_t index) const;
+  [[nodiscard]] std::optional<ByteCounts> sizesOf(const FolderListing::Entry& entry) const;
   void reportUnreadable(const std::string& path, int error) const;
 
   const FileManager files_;
@@ -74,8 +74,8 @@ DirectoryEnumerator::Walk::~Walk() {
 
 void DirectoryEnumerator::Walk::open(const FileURL& root) {
   ahead_ = std::make_unique<ReadAhead>(files_.openDirectory(root, Links::doNotFollow), options_);
-  rootError_ = ahead_->root()->listing.error;
-  frames_.push_back({.folder = ahead_->root()});
+  frames_.push_back({.folder = ahead_->takeRoot()});
+  rootError_ = frames_.back().folder->listing.error;
 }
 
 const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::next() {
@@ -91,14 +91,14 @@ const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::next() {
 const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::yield(Frame& frame) {
   const FolderListing& listing = frame.folder->listing;
   const std::size_t index = frame.nextEntry++;
-  if (index >= frame.sizedEntries) frame.sizedEntries = ahead_->sizesUpTo(frame.folder, index);
+  if (index >= frame.sizedEntries) frame.sizedEntries = ahead_->sizesUpTo(*frame.folder, index);
   const FolderListing::Entry& entry = listing.entries[index];
   item_.folderPath_ = &path_;
   item_.name_ = listing.name(entry);
   item_.level_ = frame.folder->level;
   item_.type_ = entry.type;
   item_.isPackage_ = entry.isPackage;
-  item_.sizes_ = sizesOf(listing, index);
+  item_.sizes_ = sizesOf(entry);
   mayEnter_ = frame.nextFolder < listing.folders.size() && listing.folders[frame.nextFolder] == index;
   if (!mayEnter_) return &item_;
   ++frame.nextFolder;
@@ -109,12 +109,12 @@ const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::yield(Frame& frame) 
   return &item_;
 }
 
-std::optional<ByteCounts> DirectoryEnumerator::Walk::sizesOf(const FolderListing& listing, std::size_t index) const {
-  if (listing.sizes.empty()) return std::nullopt;
-  const FolderListing::Sizes& sizes = listing.sizes[index];
-  if (sizes.allocatedBytes != FolderListing::Sizes::kNone) return ByteCounts{sizes.allocatedBytes, sizes.logicalBytes};
-  if (sizes.logicalBytes != 0) {
-    reportUnreadable(path_ + '/' + std::string(item_.name_), static_cast<int>(sizes.logicalBytes));
+std::optional<ByteCounts> DirectoryEnumerator::Walk::sizesOf(const FolderListing::Entry& entry) const {
+  if (entry.allocatedBytes != FolderListing::Entry::kNoSizes) {
+    return ByteCounts{.allocatedBytes = entry.allocatedBytes, .logicalBytes = entry.logicalBytes};
+  }
+  if (entry.logicalBytes != 0) {
+    reportUnreadable(path_ + '/' + std::string(item_.name_), static_cast<int>(entry.logicalBytes));
   }
   return std::nullopt;
 }
@@ -138,6 +138,7 @@ void DirectoryEnumerator::Walk::enter() {
 
 void DirectoryEnumerator::Walk::leave() {
   path_.resize(frames_.back().pathLength);
+  ahead_->leave(std::move(frames_.back().folder));
   frames_.pop_back();
 }
 

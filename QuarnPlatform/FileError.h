@@ -6,8 +6,9 @@
 
 namespace quarn {
 
-/// The one exception that leaves the libraries: a system call on the inspected volume failed. Holds the errno (`code()`),
-/// the path as the Mac names it, and the operation ("open", "list"). `what()` reads "open /Users/ann: Permission denied".
+/// The one exception that leaves the libraries: a system call on the inspected volume failed. Holds the errno
+/// (`code()`), the path as the Mac names it, and the operation ("open", "list"). `what()` reads "open /Users/ann:
+/// Permission denied".
 class FileError : public std::system_error {
  public:
   FileError(int error, std::string operation, std::string path);

@@ -46,18 +46,18 @@ class OpenFile {
   std::string path_;
 };
 
-/// A copyable handle to one Mac volume, and the only door to its files: read-only by construction, for no operation here
-/// creates, changes or deletes. Every path is the Mac's ("/Users/ann/Library"); the handle alone knows where it lies on the
-/// host. On a mounted volume every look-up stays inside the volume's folder, symbolic links (absolute ones too) and ".."
-/// included. Paths may be longer than the system's PATH_MAX. Safe to use from several threads.
+/// A copyable handle to one Mac volume, and the only door to its files: read-only by construction, for no operation
+/// here creates, changes or deletes. Every path is the Mac's ("/Users/ann/Library"); the handle alone knows where it
+/// lies on the host. On a mounted volume every look-up stays inside the volume's folder, symbolic links (absolute ones
+/// too) and ".." included. Paths may be longer than the system's PATH_MAX. Safe to use from several threads.
 ///
 /// Operations that "cannot fail" answer false, empty or absent; the others throw FileError.
 class FileManager {
  public:
   /// The running system: root "/", home of the current user.
   static FileManager host();
-  /// A Mac volume mounted (or copied) at `hostFolder`; `home` is the inspected user's home as the Mac names it and need not
-  /// exist. Throws FileError (operation "open volume") when `hostFolder` is no readable folder.
+  /// A Mac volume mounted (or copied) at `hostFolder`; `home` is the inspected user's home as the Mac names it and need
+  /// not exist. Throws FileError (operation "open volume") when `hostFolder` is no readable folder.
   static FileManager mounted(const std::string& hostFolder, const FileURL& home);
 
   [[nodiscard]] const FileURL& homeDirectory() const;
@@ -89,23 +89,24 @@ class FileManager {
   /// The URL of an item that exists, links followed; absent when none does.
   [[nodiscard]] std::optional<FileURL> existingURL(std::string_view path) const;
 
-  /// The folder's entries in ascending byte order of their names. A link to a folder lists that folder (the entries' URLs
-  /// keep the link's path). Throws FileError (operation "list"): ENOENT, EACCES, ENOTDIR.
+  /// The folder's entries in ascending byte order of their names. A link to a folder lists that folder (the entries'
+  /// URLs keep the link's path). Throws FileError (operation "list"): ENOENT, EACCES, ENOTDIR.
   [[nodiscard]] std::vector<DirectoryEntry> contentsOfDirectory(const FileURL& url, HiddenItems hidden) const;
   /// The same; empty when the folder cannot be listed, which goes to the read report unless it is missing.
   [[nodiscard]] std::vector<DirectoryEntry> contentsOrNone(const FileURL& url, HiddenItems hidden) const;
 
-  /// Opens a regular file, links followed. Never blocks on pipes. Throws FileError (operation "open"); EISDIR for a folder,
-  /// EINVAL for other special files.
+  /// Opens a regular file, links followed. Never blocks on pipes. Throws FileError (operation "open"); EISDIR for a
+  /// folder, EINVAL for other special files.
   [[nodiscard]] OpenFile openFile(const FileURL& url) const;
   /// A whole regular file of at most `maximumBytes`; EFBIG beyond that. Throws FileError.
   [[nodiscard]] std::string readFile(const FileURL& url, std::size_t maximumBytes) const;
   /// The same; absent when the file cannot be read.
   [[nodiscard]] std::optional<std::string> readFileIfPossible(const FileURL& url, std::size_t maximumBytes) const;
 
-  /// The standardised path: slash runs squeezed; only with a ".." component links are resolved when the item exists; "." and
-  /// ".." removed; "/private" dropped where what is left exists and is no well-known root folder. A path in plain form costs
-  /// no disk access.
+  /// The standardised path: slash runs squeezed; only with a ".." component links are resolved when the item exists;
+  /// "." and
+  /// ".." removed; "/private" dropped where what is left exists and is no well-known root folder. A path in plain form
+  /// costs no disk access.
   [[nodiscard]] std::string standardizedPath(std::string_view path) const;
   [[nodiscard]] std::string standardizedPath(const FileURL& url) const { return standardizedPath(url.path()); }
   [[nodiscard]] FileURL standardized(const FileURL& url) const;
@@ -116,8 +117,8 @@ class FileManager {
   [[nodiscard]] std::string resolvedPath(const FileURL& url) const;
   [[nodiscard]] FileURL resolvingSymlinks(const FileURL& url) const;
 
-  /// A descriptor of the folder for the walking engine. Throws FileError (operation "list"): ENOTDIR for anything that is no
-  /// folder, ELOOP for a link that is not to be followed.
+  /// A descriptor of the folder for the walking engine. Throws FileError (operation "list"): ENOTDIR for anything that
+  /// is no folder, ELOOP for a link that is not to be followed.
   [[nodiscard]] FileDescriptor openDirectory(const FileURL& url, Links links) const;
 
   /// Throws FileError (operation "statfs").

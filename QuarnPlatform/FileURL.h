@@ -14,8 +14,9 @@ namespace quarn {
 enum class URLKind : std::uint8_t { item, directory };
 
 /// A place on a Mac volume: an absolute path as the Mac names it and whether it is known to be a folder. A plain value;
-/// it never touches the disk and never normalises: doubled slashes, "." and ".." stay (see `FileManager::standardized`).
-/// Paths are bytes, so any file name survives. Two URLs are equal when their paths are, whatever is known of the kind.
+/// it never touches the disk and never normalises: doubled slashes, "." and ".." stay (see
+/// `FileManager::standardized`). Paths are bytes, so any file name survives. Two URLs are equal when their paths are,
+/// whatever is known of the kind.
 class FileURL {
  public:
   /// The root, "/".
@@ -24,8 +25,8 @@ class FileURL {
   /// `path` must be absolute; trailing slashes are dropped and mean a folder. "/" is always a folder.
   explicit FileURL(std::string_view path, URLKind kind = URLKind::item);
 
-  /// Reads "file:///a%20b/" or a plain absolute path; absent for anything else (another scheme or host, a relative path, a
-  /// bad escape, an embedded NUL).
+  /// Reads "file:///a%20b/" or a plain absolute path; absent for anything else (another scheme or host, a relative
+  /// path, a bad escape, an embedded NUL).
   static std::optional<FileURL> parse(std::string_view text);
 
   /// The path without a trailing slash; "/" for the root.
@@ -33,8 +34,8 @@ class FileURL {
   [[nodiscard]] bool hasDirectoryPath() const { return kind_ == URLKind::directory; }
   [[nodiscard]] URLKind kind() const { return kind_; }
 
-  /// "file://" and the path with every byte outside RFC 3986's unreserved set and "/" percent-encoded in upper-case hex; a
-  /// folder ends in "/".
+  /// "file://" and the path with every byte outside RFC 3986's unreserved set and "/" percent-encoded in upper-case
+  /// hex; a folder ends in "/".
   [[nodiscard]] std::string string() const;
 
   /// See the functions of the same names in `Path.h`.

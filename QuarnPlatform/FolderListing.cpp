@@ -1,7 +1,9 @@
 #include "QuarnPlatform/FolderListing.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
+#include <cstring>
 
 #include "QuarnPlatform/Packages.h"
 
@@ -9,6 +11,7 @@ namespace quarn {
 namespace {
 
 constexpr std::size_t kKeyBytes = sizeof(std::uint64_t);
+constexpr std::size_t kBigFolder = 64;
 constexpr std::size_t kScratchEntries = 4096;
 constexpr std::size_t kScratchNames = 128 * 1024;
 
@@ -20,9 +23,12 @@ std::size_t commonPrefix(std::string_view left, std::string_view right) {
 // The first bytes as a number that compares as they do; a name that ends earlier sorts first, for no name holds a NUL.
 std::uint64_t sortKey(std::string_view text) {
   std::uint64_t key = 0;
-  for (std::size_t i = 0; i < kKeyBytes; ++i)
-    key = key << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
-  return key;
+  if (text.size() >= kKeyBytes) {
+    std::memcpy(&key, text.data(), kKeyBytes);
+  } else {
+    std::memcpy(&key, text.data(), text.size());
+  }
+  return std::endian::native == std::endian::little ? __builtin_bswap64(key) : key;
 }
 
 }  // namespace
@@ -43,60 +49,70 @@ void FolderLister::keep(const DirectoryReader::Entry& entry) {
   if (entry.hidden && options_.hidden == HiddenItems::skip) return;
   const bool isPackage =
       options_.packages == PackageContents::skip && entry.type == FileType::directory && isPackageName(entry.name);
-  found_.push_back({.sortKey = 0,
-                    .entry = {.nameAt = names_.size(),
-                              .nameLength = static_cast<std::uint16_t>(entry.name.size()),
-                              .type = entry.type,
-                              .isPackage = isPackage}});
+  found_.push_back({.nameAt = names_.size(),
+                    .nameLength = static_cast<std::uint16_t>(entry.name.size()),
+                    .type = entry.type,
+                    .isPackage = isPackage});
   names_.append(entry.name) += '\0';
 }
 
-// Names in one folder often begin alike; behind what all share, eight bytes nearly always decide.
+// Eight bytes nearly always decide. In big folders the names often begin alike, and it is those behind that do.
 void FolderLister::sort() {
   if (found_.size() < 2) return;
-  const auto name = [this](const Found& found) {
-    return std::string_view(names_).substr(found.entry.nameAt, found.entry.nameLength);
-  };
-  std::string_view shared = name(found_.front());
-  for (const Found& found : found_) shared = shared.substr(0, commonPrefix(shared, name(found)));
-  for (Found& found : found_) found.sortKey = sortKey(name(found).substr(shared.size()));
-  std::sort(found_.begin(), found_.end(), [&](const Found& left, const Found& right) {
+  std::size_t shared = 0;
+  if (found_.size() >= kBigFolder) {
+    std::string_view prefix = name(found_.front());
+    for (const Found& found : found_) prefix = prefix.substr(0, commonPrefix(prefix, name(found)));
+    shared = prefix.size();
+  }
+  for (Found& found : found_) found.sortKey = sortKey(name(found).substr(shared));
+  std::sort(found_.begin(), found_.end(), [this](const Found& left, const Found& right) {
     return left.sortKey != right.sortKey ? left.sortKey < right.sortKey : name(left) < name(right);
   });
 }
 
+// Names are packed in their order too: whoever goes through a big folder then reads memory forwards.
 void FolderLister::pack(int level, FolderListing& listing) {
   const bool reads = level <= options_.maximumLevel;
+  bool holdsFiles = false;
   listing.entries.reserve(found_.size());
+  listing.names.reserve(names_.size());
   for (const Found& found : found_) {
-    const bool enters = reads && found.entry.type == FileType::directory && !found.entry.isPackage;
+    const bool enters = reads && found.type == FileType::directory && !found.isPackage;
     if (enters) listing.folders.push_back(static_cast<std::uint32_t>(listing.entries.size()));
-    listing.entries.push_back(found.entry);
+    holdsFiles = holdsFiles || found.type == FileType::regular;
+    listing.entries.push_back({.nameAt = listing.names.size(),
+                               .nameLength = found.nameLength,
+                               .type = found.type,
+                               .isPackage = found.isPackage});
+    listing.names.append(name(found)) += '\0';
   }
-  if (found_.capacity() > kScratchEntries) found_ = {};
-  if (names_.capacity() > kScratchNames) {
-    listing.names = std::move(names_);
-    names_ = {};
-  } else {
-    listing.names = names_;
-  }
-  const auto isFile = [](const FolderListing::Entry& entry) { return entry.type == FileType::regular; };
-  const bool readsSizes = reads && options_.facts == EnumeratedFacts::sizes;
-  if (readsSizes && std::any_of(listing.entries.begin(), listing.entries.end(), isFile))
-    listing.sizes.resize(listing.entries.size());
+  listing.wantsSizes = reads && holdsFiles && options_.facts == EnumeratedFacts::sizes;
+  if (found_.capacity() > kScratchEntries) found_ = std::vector<Found>();
+  if (names_.capacity() > kScratchNames) names_ = std::string();
 }
 
 void FolderLister::readSizes(int folder, FolderListing& listing, std::size_t from, std::size_t to) {
   for (std::size_t i = from; i < to; ++i) {
-    const FolderListing::Entry& entry = listing.entries[i];
+    FolderListing::Entry& entry = listing.entries[i];
     if (entry.type != FileType::regular) continue;
     ByteCounts sizes;
     if (DirectoryReader::readSizes(folder, listing.names.data() + entry.nameAt, sizes)) {
-      listing.sizes[i] = {sizes.allocatedBytes, sizes.logicalBytes};
+      entry.allocatedBytes = sizes.allocatedBytes;
+      entry.logicalBytes = sizes.logicalBytes;
     } else {
-      listing.sizes[i].logicalBytes = errno;
+      entry.logicalBytes = errno;
     }
   }
+}
+
+void FolderListing::clear() {
+  entries.clear();
+  names.clear();
+  folders.clear();
+  wantsSizes = false;
+  isPackage = false;
+  error = 0;
 }
 
 }  // namespace quarn

@@ -18,26 +18,25 @@ namespace quarn {
 /// One folder's entries in ascending byte order of their names, packed. A plain value.
 struct FolderListing {
   struct Entry {
+    static constexpr std::int64_t kNoSizes = -1;
+
     std::uint64_t nameAt = 0;  ///< where in `names`; a NUL stands behind the name's end
     std::uint16_t nameLength = 0;
     FileType type = FileType::other;
-    bool isPackage = false;  ///< by its name
-  };
-
-  /// Sizes of one entry; of anything but a regular file, or of a file that could not be read, neither.
-  struct Sizes {
-    static constexpr std::int64_t kNone = -1;
-    std::int64_t allocatedBytes = kNone;
-    std::int64_t logicalBytes = 0;  ///< without sizes: the errno, or 0
+    bool isPackage = false;                  ///< by its name
+    std::int64_t allocatedBytes = kNoSizes;  ///< of a regular file whose sizes were read
+    std::int64_t logicalBytes = 0;  ///< likewise; without sizes the errno with which they could not be read, or 0
   };
 
   std::vector<Entry> entries;
   std::string names;
   std::vector<std::uint32_t> folders;  ///< which entries are folders to be entered
-  std::vector<Sizes> sizes;            ///< one for each entry when sizes are read, else empty
-  int error = 0;                       ///< the errno that ended the listing or kept it from beginning
+  bool wantsSizes = false;             ///< there are regular files, and their sizes are to be read
   bool isPackage = false;              ///< the listed folder's FinderInfo says so; then nothing is listed
+  int error = 0;                       ///< the errno that ended the listing or kept it from beginning
 
+  /// Empties it and keeps its memory.
+  void clear();
   [[nodiscard]] std::string_view name(const Entry& entry) const {
     return {names.data() + entry.nameAt, entry.nameLength};
   }
@@ -56,9 +55,15 @@ class FolderLister {
  private:
   struct Found {
     std::uint64_t sortKey = 0;
-    FolderListing::Entry entry;
+    std::uint64_t nameAt = 0;
+    std::uint16_t nameLength = 0;
+    FileType type = FileType::other;
+    bool isPackage = false;
   };
 
+  [[nodiscard]] std::string_view name(const Found& found) const {
+    return {names_.data() + found.nameAt, found.nameLength};
+  }
   void keep(const DirectoryReader::Entry& entry);
   void sort();
   void pack(int level, FolderListing& listing);

@@ -22,9 +22,9 @@ enum class PackageContents : std::uint8_t { enter, skip };
 /// What the file system says of one item.
 struct ItemFacts {
   FileType type = FileType::other;
-  ByteCounts sizes;             ///< of a regular file; zero for everything else, folders too
-  bool anyExecuteBit = false;   ///< some execute bit is set
-  std::uint64_t device = 0;     ///< with `inode` the item's identity
+  ByteCounts sizes;            ///< of a regular file; zero for everything else, folders too
+  bool anyExecuteBit = false;  ///< some execute bit is set
+  std::uint64_t device = 0;    ///< with `inode` the item's identity
   std::uint64_t inode = 0;
 };
 

@@ -10,8 +10,9 @@ class ResourceBundle;
 /// The library's own sentences in the user's language. English sentences are the keys; the catalogue is the bundle's
 /// "Localizable.xcstrings" (Xcode's string-catalogue format).
 ///
-/// `useLocalization` sets the process's current locale and loads its sentences; `main` calls it once before any work. Until
-/// then, and where the catalogue has no entry, the English sentence stands. A missing or malformed catalogue is no error.
+/// `useLocalization` sets the process's current locale and loads its sentences; `main` calls it once before any work.
+/// Until then, and where the catalogue has no entry, the English sentence stands. A missing or malformed catalogue is
+/// no error.
 void useLocalization(const std::string& localeIdentifier, const ResourceBundle& bundle);
 
 /// The sentence in the current locale.

@@ -1,6 +1,6 @@
-#include <unistd.h>
-
 #include <cerrno>
+
+#include <unistd.h>
 
 #include "QuarnPlatform/FileManager.h"
 

@@ -7,7 +7,8 @@
 /// Plain text work on absolute paths; no disk access. Rules are those of Foundation's path functions.
 namespace quarn::path {
 
-/// The names between the slashes with "/" itself first for an absolute path: "/a//b/" gives "/", "a", "b"; "/" gives "/".
+/// The names between the slashes with "/" itself first for an absolute path: "/a//b/" gives "/", "a", "b"; "/" gives
+/// "/".
 std::vector<std::string_view> components(std::string_view path);
 
 /// The names between the slashes alone: "/a//b/" gives "a", "b"; "/" gives none.

@@ -14,14 +14,14 @@ enum class UnreadableCause : std::uint8_t { permission, vanished, otherDevice, l
 struct UnreadableItem {
   std::string path;  ///< as the Mac names it
   UnreadableCause cause = UnreadableCause::other;
-  int error = 0;     ///< errno; 0 for a mount point that was not entered
+  int error = 0;  ///< errno; 0 for a mount point that was not entered
 
   friend bool operator==(const UnreadableItem&, const UnreadableItem&) = default;
 };
 
 /// Collects what could not be read while operations go on past it. Safe from any thread; memory is bounded: the first
-/// items are kept, `kKeptItems` at most and with paths of `kKeptBytes` at most, the rest only counted. A walk on several
-/// threads adds in no particular order.
+/// items are kept, `kKeptItems` at most and with paths of `kKeptBytes` at most, the rest only counted. A walk on
+/// several threads adds in no particular order.
 class ReadReport {
  public:
   static constexpr std::size_t kKeptItems = 10'000;

@@ -12,8 +12,8 @@ class ResourceBundle {
   /// Largest resource that is read, in bytes.
   static constexpr std::size_t kMaximumBytes = 16u << 20;
 
-  /// The shipped resources: "share/quarn" beside the folder of the running program ("bin/quarn"), so that an installation may
-  /// be moved as a whole. Need not exist; then nothing is found.
+  /// The shipped resources: "share/quarn" beside the folder of the running program ("bin/quarn"), so that an
+  /// installation may be moved as a whole. Need not exist; then nothing is found.
   static ResourceBundle shipped();
   explicit ResourceBundle(std::string folder) : folder_(std::move(folder)) {}
 
@@ -23,8 +23,8 @@ class ResourceBundle {
   [[nodiscard]] bool contains(std::string_view name, std::string_view extension,
                               std::string_view subdirectory = "") const;
 
-  /// The bytes of "<folder>/<subdirectory>/<name>.<extension>", exact names; absent when there is no such readable file. A
-  /// name that would leave the folder (a ".." component) finds nothing.
+  /// The bytes of "<folder>/<subdirectory>/<name>.<extension>", exact names; absent when there is no such readable
+  /// file. A name that would leave the folder (a ".." component) finds nothing.
   [[nodiscard]] std::optional<std::string> read(std::string_view name, std::string_view extension,
                                                 std::string_view subdirectory = "") const;
 

@@ -61,6 +61,10 @@ bool containsUnmarked(std::u16string_view text, std::u16string_view part) {
   return false;
 }
 
+/// Whether a text is too short to be equivalent to another, or to hold it, whatever forms both are in: a character's
+/// equivalents differ in UTF-8 far less than sixteenfold. Comparing a long text with many short ones stays cheap.
+bool isFarShorter(std::string_view text, std::string_view other) { return text.size() < other.size() / 16; }
+
 bool isASCIIPrefix(std::string_view text, std::string_view prefix) {
   if (!text.starts_with(prefix)) return false;
   const bool splitsLineBreak = prefix.ends_with('\r') && text.substr(prefix.size()).starts_with('\n');
@@ -72,11 +76,13 @@ bool isASCIIPrefix(std::string_view text, std::string_view prefix) {
 bool Text::equal(std::string_view left, std::string_view right) {
   if (left == right) return true;
   if (unicode::isASCII(left) && unicode::isASCII(right)) return false;
+  if (isFarShorter(left, right) || isFarShorter(right, left)) return false;
   return composed(left) == composed(right);
 }
 
 bool Text::hasPrefix(std::string_view text, std::string_view prefix) {
   if (prefix.empty()) return true;
+  if (isFarShorter(text, prefix)) return false;
   if (unicode::isASCII(text) && unicode::isASCII(prefix)) return isASCIIPrefix(text, prefix);
   const std::u16string whole = composed(text);
   const std::u16string start = composed(prefix);
@@ -84,7 +90,7 @@ bool Text::hasPrefix(std::string_view text, std::string_view prefix) {
 }
 
 bool Text::contains(std::string_view text, std::string_view part) {
-  if (part.empty()) return false;
+  if (part.empty() || isFarShorter(text, part)) return false;
   if (unicode::isASCII(text) && unicode::isASCII(part)) {
     return ::memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
   }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "QuarnPlatform/DirectoryReader.h"
+#include "QuarnPlatform/HelperCount.h"
 #include "QuarnPlatform/Packages.h"
 #include "QuarnPlatform/ReadReport.h"
 #include "QuarnPlatform/WalkedFolders.h"
@@ -20,20 +21,21 @@
 namespace quarn {
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using Clock = HelperCount::Clock;
 using Step = Attribution::Step;
 using Totals = TreeSizer::Totals;
 
-// Warm, two cores are busy with two threads and more cost nothing; cold, threads wait for the disk and more of them
-// gain.
-constexpr unsigned kFewestThreads = 8;
+constexpr unsigned kFewestThreads = 8;  // as many as may pay on any machine
 constexpr unsigned kMostThreads = 16;
+constexpr unsigned kCallsPerFolder = 4;
 // Work that is done within this time is not worth the start of a (further) thread.
 constexpr auto kTimePerThread = std::chrono::microseconds(300);
 constexpr unsigned kEntriesBetweenChecks = 256;
 constexpr std::size_t kScratchItems = 4096;
 
-unsigned threadsThatPay() { return std::clamp(std::thread::hardware_concurrency(), kFewestThreads, kMostThreads); }
+unsigned threadsThatMayPay() { return std::clamp(std::thread::hardware_concurrency(), kFewestThreads, kMostThreads); }
+
+unsigned mostHelpers(unsigned threads) { return (threads != 0 ? threads : threadsThatMayPay()) - 1; }
 
 // Folders that one listing found and that are still to be entered; no allocation for each of them.
 struct SubFolders {
@@ -96,13 +98,14 @@ class Sizing {
   [[nodiscard]] const Attribution& attribution() const { return attribution_; }
   [[nodiscard]] bool skipsHidden() const { return options_.hidden == HiddenItems::skip; }
   [[nodiscard]] bool needsPackages() const { return needsPackages_; }
+  [[nodiscard]] HelperCount& helperCount() { return helperCount_; }
   [[nodiscard]] bool hasIdleThread() const { return waiting_.load(std::memory_order_relaxed) != 0; }
 
   void push(std::shared_ptr<SubFolders> folders);
   void push(Task part);
-  // The thread's next task; false when the walk is over. Takes in the totals of the task before.
+  // The thread's next task; false when the walk is over.
   bool take(SizingThread& thread, Task& task);
-  // Takes in the totals so far; false when the walk is to end. To be called now and then during a long task.
+  // Takes in the thread's totals; false when the walk is to end. To be called now and then during a long task.
   bool goOn(SizingThread& thread);
   void reportUnreadable(const Place& place, std::string_view name, int error) const;
   void reportUnreadable(const WalkedFolders::Use& parent, std::string_view name, int error) const;
@@ -115,8 +118,9 @@ class Sizing {
   void takeIn(SizingThread& thread);
   void work(SizingThread& thread);
   void wait(std::unique_lock<std::mutex>& lock);
-  void attendToCaller(std::unique_lock<std::mutex>& lock);
-  void startHelperIfItPays(Clock::time_point now);
+  void attendToCaller();
+  void startHelper();
+  void addBusy(int threads);
   void stopAndJoin();
 
   const FileManager& files_;
@@ -128,19 +132,20 @@ class Sizing {
   const Clock::time_point started_ = Clock::now();
   WalkedFolders folders_;
 
+  HelperCount helperCount_;
+
   std::mutex mutex_;
   std::condition_variable changed_;
-  std::vector<std::shared_ptr<SubFolders>>
-      subFolders_;  // the last found first, so that a walk goes deep and holds little
+  // The last found first, so that a walk goes deep and holds little.
+  std::vector<std::shared_ptr<SubFolders>> subFolders_;
   std::vector<Task> parts_;
   Totals totals_{};
-  unsigned busy_ = 1;
+  int busy_ = 1;  // threads that may still find something; the caller from the start
   std::atomic<unsigned> waiting_ = 0;
   bool stopped_ = false;
   Clock::time_point lastProgress_ = started_;
 
   std::vector<std::thread> helpers_;  // the calling thread's
-  unsigned wantedHelpers_;
 };
 
 // One thread's hands.
@@ -152,7 +157,8 @@ class SizingThread {
   // The errno that ended the listing.
   int read(Place& place);
 
-  Totals totals{};  // of the task at hand, until the walk takes them in
+  Totals totals{};       // until the walk takes them in
+  unsigned counted = 0;  // files in them
 
  private:
   void enter(Task& task);
@@ -164,19 +170,33 @@ class SizingThread {
   void keepFolder(const Place& place, std::string_view name);
   void shareRest(Place& place);
   void leave(Place& place);
+  void noteTime();
 
   Sizing& sizing_;
   DirectoryReader reader_;
   std::vector<SubFolders::Item> foundItems_;
   std::string foundNames_;
+  Clock::time_point since_ = Clock::now();  // of the calls that were not noted yet
+  std::size_t calls_ = kCallsPerFolder;
 };
 
 void SizingThread::run(Task& task) {
+  if (sizing_.helperCount().mayGrow()) since_ = Clock::now();
+  calls_ = kCallsPerFolder;
   if (task.bigFolder) {
     readPart(task);
   } else {
     enter(task);
   }
+  noteTime();
+}
+
+void SizingThread::noteTime() {
+  if (!sizing_.helperCount().mayGrow()) return;
+  const Clock::time_point now = Clock::now();
+  sizing_.helperCount().note(calls_, now - since_);
+  since_ = now;
+  calls_ = 0;
 }
 
 void SizingThread::enter(Task& task) {
@@ -221,6 +241,7 @@ bool SizingThread::countAll(Place& place) {
     count(place, *entry);
     if (--untilCheck != 0) continue;
     untilCheck = kEntriesBetweenChecks;
+    noteTime();
     if (!sizing_.goOn(*this)) return false;
     if (sizing_.hasIdleThread()) shareRest(place);
   }
@@ -239,6 +260,8 @@ void SizingThread::countFile(const Place& place, std::string_view name) {
   ByteCounts sizes;
   if (DirectoryReader::readSizes(place.descriptor, name.data(), sizes)) {
     totals[*bucket] += sizes;
+    ++counted;
+    ++calls_;
   } else {
     sizing_.reportUnreadable(place, name, errno);
   }
@@ -289,7 +312,8 @@ Sizing::Sizing(const FileManager& files, const FileURL& root, const Attribution&
       options_(options),
       needsPackages_(attribution.needsPackages()),
       folders_(files.openDirectory(root, Links::doNotFollow)),
-      wantedHelpers_((options.threads != 0 ? options.threads : threadsThatPay()) - 1) {}
+      helperCount_(mostHelpers(options.threads), options.threads != 0 ? options.threads : HelperCount::furtherCores()) {
+}
 
 Totals Sizing::run(const Step& rootStep) {
   if (options_.cancellation.isCancelled()) return {};
@@ -312,7 +336,8 @@ void Sizing::work(SizingThread& thread) {
 void Sizing::push(std::shared_ptr<SubFolders> folders) {
   const std::lock_guard lock(mutex_);
   subFolders_.push_back(std::move(folders));
-  if (hasIdleThread()) changed_.notify_one();
+  // The pushing thread is about to take one of them itself.
+  if (hasIdleThread() && (subFolders_.size() > 1 || subFolders_.back()->items.size() > 1)) changed_.notify_one();
 }
 
 void Sizing::push(Task part) {
@@ -338,20 +363,21 @@ bool Sizing::pop(Task& task) {
 }
 
 void Sizing::takeIn(SizingThread& thread) {
-  for (std::size_t bucket = 0; bucket < totals_.size(); ++bucket) {
-    totals_[bucket] += thread.totals[bucket];
-    thread.totals[bucket] = {};
-  }
+  if (thread.counted == 0) return;
+  for (std::size_t bucket = 0; bucket < totals_.size(); ++bucket) totals_[bucket] += thread.totals[bucket];
+  thread.totals = {};
+  thread.counted = 0;
 }
 
 bool Sizing::take(SizingThread& thread, Task& task) {
+  if (isCaller()) attendToCaller();
   std::unique_lock lock(mutex_);
   --busy_;
-  takeIn(thread);
+  if (thread.counted >= kEntriesBetweenChecks) takeIn(thread);
   for (;;) {
-    if (isCaller()) attendToCaller(lock);
     if (options_.cancellation.isCancelled()) stopped_ = true;
     if (!stopped_ && pop(task)) break;
+    takeIn(thread);
     if (busy_ == 0) stopped_ = true;
     if (stopped_) {
       changed_.notify_all();
@@ -366,9 +392,9 @@ bool Sizing::take(SizingThread& thread, Task& task) {
 }
 
 bool Sizing::goOn(SizingThread& thread) {
-  std::unique_lock lock(mutex_);
+  if (isCaller()) attendToCaller();
+  const std::lock_guard lock(mutex_);
   takeIn(thread);
-  if (isCaller()) attendToCaller(lock);
   if (options_.cancellation.isCancelled()) stopped_ = true;
   return !stopped_;
 }
@@ -381,33 +407,44 @@ void Sizing::wait(std::unique_lock<std::mutex>& lock) {
     changed_.wait(lock);
   }
   --waiting_;
-}
-
-// What falls to the calling thread alone.
-void Sizing::attendToCaller(std::unique_lock<std::mutex>& lock) {
-  const Clock::time_point now = Clock::now();
-  startHelperIfItPays(now);
-  if (!options_.onProgress || now < lastProgress_ + options_.interval) return;
-  lastProgress_ = now;
-  const Totals soFar = totals_;
+  if (!isCaller()) return;
   lock.unlock();
-  options_.onProgress(soFar);
+  attendToCaller();
   lock.lock();
 }
 
+// What falls to the calling thread alone; not under the lock.
+void Sizing::attendToCaller() {
+  const bool startsHelpers = helpers_.size() < helperCount_.wanted() && !hasIdleThread();
+  if (!options_.onProgress && !startsHelpers) return;
+  const Clock::time_point now = Clock::now();
+  if (startsHelpers && (options_.threads != 0 || now > started_ + kTimePerThread * (helpers_.size() + 1)))
+    startHelper();
+  if (!options_.onProgress || now < lastProgress_ + options_.interval) return;
+  lastProgress_ = now;
+  std::unique_lock lock(mutex_);
+  const Totals soFar = totals_;
+  lock.unlock();
+  options_.onProgress(soFar);
+}
+
 // Without a thread more the walk only takes longer: a system that gives none is no error.
-void Sizing::startHelperIfItPays(Clock::time_point now) {
-  if (helpers_.size() == wantedHelpers_) return;
-  if (options_.threads == 0 && now < started_ + kTimePerThread * (helpers_.size() + 1)) return;
+void Sizing::startHelper() {
+  addBusy(1);
   try {
     helpers_.emplace_back([this] {
       SizingThread helper(*this);
       work(helper);
     });
-    ++busy_;
   } catch (const std::system_error&) {
-    wantedHelpers_ = static_cast<unsigned>(helpers_.size());
+    addBusy(-1);
+    helperCount_.limit(static_cast<unsigned>(helpers_.size()));
   }
+}
+
+void Sizing::addBusy(int threads) {
+  const std::lock_guard lock(mutex_);
+  busy_ += threads;
 }
 
 void Sizing::stopAndJoin() {

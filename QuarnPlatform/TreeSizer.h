@@ -14,15 +14,15 @@
 
 namespace quarn {
 
-/// Decides, item by item, which total a walked item's bytes go to. Implementations are immutable while a walk runs and are
-/// called from several threads at once.
+/// Decides, item by item, which total a walked item's bytes go to. Implementations are immutable while a walk runs and
+/// are called from several threads at once.
 class Attribution {
  public:
   /// What was decided for a folder, handed back for the items in it.
   struct Step {
-    std::uint32_t node = 0;    ///< the implementation's own place, a trie node for instance
-    std::uint32_t state = 0;   ///< the implementation's own mark
-    std::uint8_t bucket = 0;   ///< total of the items below that nothing else claims
+    std::uint32_t node = 0;   ///< the implementation's own place, a trie node for instance
+    std::uint32_t state = 0;  ///< the implementation's own mark
+    std::uint8_t bucket = 0;  ///< total of the items below that nothing else claims
     friend bool operator==(const Step&, const Step&) = default;
   };
 
@@ -36,10 +36,11 @@ class Attribution {
   [[nodiscard]] virtual std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const = 0;
 };
 
-/// Sums the sizes of the regular files of a tree: unordered, on several threads, with a bounded number of open descriptors
-/// and memory that does not grow with the number of files. Links are never followed and count nothing, nor do folders and
-/// special files; other devices are not entered; unreadable folders are left out and added to the file manager's read
-/// report; hard links count each time. Complete whatever the depth (paths may be far longer than PATH_MAX).
+/// Sums the sizes of the regular files of a tree: unordered, on several threads, with a bounded number of open
+/// descriptors and memory that does not grow with the number of files. Links are never followed and count nothing, nor
+/// do folders and special files; other devices are not entered; unreadable folders are left out and added to the file
+/// manager's read report; hard links count each time. Complete whatever the depth (paths may be far longer than
+/// PATH_MAX).
 class TreeSizer {
  public:
   static constexpr std::size_t kBuckets = 16;
@@ -55,7 +56,8 @@ class TreeSizer {
   };
 
   /// The totals of the tree below the folder `root`, whose items are judged by `attribution` starting from `rootStep`.
-  /// Cancelled: the totals so far. Throws FileError (operation "list") when `root` is a link, no folder, or cannot be listed.
+  /// Cancelled: the totals so far. Throws FileError (operation "list") when `root` is a link, no folder, or cannot be
+  /// listed.
   static Totals totals(const FileManager& files, const FileURL& root, const Attribution& attribution,
                        const Attribution::Step& rootStep, const Options& options);
 

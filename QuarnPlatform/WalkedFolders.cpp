@@ -14,14 +14,16 @@ WalkedFolders::Use& WalkedFolders::Use::operator=(Use&& other) noexcept {
 
 WalkedFolders::Use::~Use() {
   if (folders_ == nullptr) return;
-  const std::lock_guard lock(folders_->mutex_);
-  folders_->release(folder_);
+  const FileDescriptor closed = [this] {
+    const std::lock_guard lock(folders_->mutex_);
+    return folders_->release(*folder_);
+  }();
 }
 
 WalkedFolders::Use WalkedFolders::Use::another() const {
   const std::lock_guard lock(folders_->mutex_);
-  ++folders_->folders_[folder_].uses;
-  return {*folders_, folder_};
+  ++folder_->uses;
+  return {*folders_, *folder_};
 }
 
 OpenedFolder WalkedFolders::Use::open(const char* name) const {
@@ -34,153 +36,157 @@ OpenedFolder WalkedFolders::Use::open(const char* name) const {
 }
 
 WalkedFolders::Use WalkedFolders::Use::add(std::string_view name, FileDescriptor folder) const {
+  FileDescriptor closed;
   const std::lock_guard lock(folders_->mutex_);
-  const std::uint32_t depth = folders_->folders_[folder_].depth + 1;
-  const Id id =
-      folders_->insert({.descriptor = {}, .name = std::string(name), .parent = folder_, .depth = depth, .uses = 1});
-  ++folders_->folders_[folder_].children;
-  folders_->keepOpen(id, std::move(folder));
-  return {*folders_, id};
+  Folder& added = folders_->insert(*folder_, name);
+  closed = folders_->keepOpen(added, std::move(folder));
+  return {*folders_, added};
 }
 
 std::string WalkedFolders::Use::path() const {
   const std::lock_guard lock(folders_->mutex_);
   std::vector<const std::string*> names;
-  for (Id at = folder_; at != kRoot; at = folders_->folders_[at].parent) names.push_back(&folders_->folders_[at].name);
+  for (const Folder* at = folder_; at->parent != nullptr; at = at->parent) names.push_back(&at->name);
   std::string path;
   for (auto name = names.rbegin(); name != names.rend(); ++name) (path += '/') += **name;
   return path;
 }
 
-WalkedFolders::WalkedFolders(FileDescriptor root) : opener_(root.get()) {
-  folders_.emplace_back();
-  folders_[kRoot].descriptor = std::move(root);
-  folders_[kRoot].uses = 1;  // never forgotten: everything is reached from it
+WalkedFolders::WalkedFolders(FileDescriptor root) : root_(folders_.emplace_back()), opener_(root.get()) {
+  root_.descriptor = std::move(root);
+  root_.pins = 0;
+  root_.uses = 1;  // never forgotten: everything is reached from it
 }
 
 WalkedFolders::Use WalkedFolders::root() {
   const std::lock_guard lock(mutex_);
-  ++folders_[kRoot].uses;
-  return {*this, kRoot};
+  ++root_.uses;
+  return {*this, root_};
 }
 
-WalkedFolders::Id WalkedFolders::insert(Folder folder) {
-  if (free_.empty()) {
-    folders_.push_back(std::move(folder));
-    return static_cast<Id>(folders_.size() - 1);
-  }
-  const Id id = free_.back();
+WalkedFolders::Folder& WalkedFolders::insert(Folder& parent, std::string_view name) {
+  if (free_.empty()) free_.push_back(&folders_.emplace_back());
+  Folder& folder = *free_.back();
   free_.pop_back();
-  folders_[id] = std::move(folder);
-  return id;
+  folder.parent = &parent;
+  folder.name = name;
+  folder.depth = parent.depth + 1;
+  folder.uses = 1;
+  ++parent.children;
+  return folder;
 }
 
-void WalkedFolders::keepOpen(Id folder, FileDescriptor descriptor) {
-  if (open_.size() >= kMaximumOpen) closeOne();
-  folders_[folder].descriptor = std::move(descriptor);
-  open_.push_back(folder);
+FileDescriptor WalkedFolders::keepOpen(Folder& folder, FileDescriptor descriptor) {
+  FileDescriptor closed;
+  if (open_.size() >= kMaximumOpen) closed = closeOne();
+  folder.descriptor = std::move(descriptor);
+  folder.pins.fetch_and(~kClosed, std::memory_order_release);
+  open_.push_back(&folder);
+  return closed;
 }
 
-void WalkedFolders::close(Id folder) {
-  if (folder == kRoot || !folders_[folder].descriptor.isOpen()) return;
-  folders_[folder].descriptor.reset();
-  const auto last = std::find(open_.rbegin(), open_.rend(), folder);
-  open_.erase(std::next(last).base());
+FileDescriptor WalkedFolders::close(Folder& folder) {
+  std::uint32_t unpinned = 0;
+  if (&folder == &root_ || !folder.pins.compare_exchange_strong(unpinned, kClosed, std::memory_order_acquire))
+    return {};
+  open_.erase(std::prev(std::find(open_.rbegin(), open_.rend(), &folder).base()));
+  return std::move(folder.descriptor);
 }
 
 // Closes the one whose loss widens the gap between its neighbours least, measured by how far back it lies: ancestors
 // stay open ever more sparsely towards the root, so that on its way back up the walk reopens a chain of n folders in
 // about n log n steps. Where threads are in different parts of the tree the order is only roughly that of the depth,
 // which costs time alone.
-bool WalkedFolders::closeOne() {
+FileDescriptor WalkedFolders::closeOne() {
   struct Loss {
     std::int64_t gap;
     std::int64_t distance;
     bool operator<(const Loss& other) const { return gap * other.distance < other.gap * distance; }
   };
-  const auto depth = [&](std::size_t i) { return std::int64_t{folders_[open_[i]].depth}; };
-  std::optional<std::size_t> least;
+  const auto depth = [this](std::size_t i) { return std::int64_t{open_[i]->depth}; };
+  Folder* least = nullptr;
   Loss leastLoss{};
   for (std::size_t i = 0; i < open_.size(); ++i) {
-    if (folders_[open_[i]].pins != 0) continue;
+    if (open_[i]->pins.load(std::memory_order_relaxed) != 0) continue;
     const std::int64_t before = i == 0 ? 0 : depth(i - 1);
     const std::int64_t after = i + 1 == open_.size() ? depth(i) : depth(i + 1);
     const Loss loss{.gap = std::max<std::int64_t>(after - before, 1),
                     .distance = std::max<std::int64_t>(depth(open_.size() - 1) - depth(i), 0) + 1};
-    if (!least || loss < leastLoss) {
-      least = i;
+    if (least == nullptr || loss < leastLoss) {
+      least = open_[i];
       leastLoss = loss;
     }
   }
-  if (least) close(open_[*least]);
-  return least.has_value();
+  return least != nullptr ? close(*least) : FileDescriptor();
 }
 
-void WalkedFolders::release(Id folder) {
-  if (--folders_[folder].uses != 0) return;
-  close(folder);
-  forget(folder);
+FileDescriptor WalkedFolders::release(Folder& folder) {
+  if (--folder.uses != 0) return {};
+  FileDescriptor closed = close(folder);
+  forget(&folder);
+  return closed;
 }
 
 // Up the chain in a loop: folders may lie in each other deeper than a stack reaches.
-void WalkedFolders::forget(Id folder) {
-  while (folder != kRoot && folders_[folder].uses == 0 && folders_[folder].children == 0) {
-    const Id parent = folders_[folder].parent;
-    folders_[folder].name = {};
+void WalkedFolders::forget(Folder* folder) {
+  while (folder->uses == 0 && folder->children == 0) {
     free_.push_back(folder);
-    --folders_[parent].children;
-    folder = parent;
+    folder = folder->parent;
+    --folder->children;
   }
 }
 
-int WalkedFolders::pin(Id folder) {
-  if (!folders_[folder].descriptor.isOpen() && !reopen(folder)) return -1;
-  ++folders_[folder].pins;
-  return folders_[folder].descriptor.get();
+int WalkedFolders::pin(Folder& folder) {
+  if ((folder.pins.fetch_add(1, std::memory_order_acquire) & kClosed) == 0) return folder.descriptor.get();
+  const std::lock_guard lock(mutex_);
+  const bool isClosed = (folder.pins.load(std::memory_order_acquire) & kClosed) != 0;
+  if (!isClosed || reopen(folder)) return folder.descriptor.get();
+  folder.pins.fetch_sub(1, std::memory_order_release);
+  return -1;
 }
 
 OpenedFolder WalkedFolders::openMakingRoom(int parent, const char* name) {
   OpenedFolder opened = opener_.open(parent, name);
-  const bool isFull = opened.error == EMFILE || opened.error == ENFILE;
-  return isFull && closeOne() ? opener_.open(parent, name) : std::move(opened);
+  if (opened.error != EMFILE && opened.error != ENFILE) return opened;
+  closeOne().reset();
+  return opener_.open(parent, name);
 }
 
 // Folders on the way that the walk still needs stay open too: it is on its way back up and comes to them next.
-bool WalkedFolders::reopen(Id folder) {
-  std::vector<Id> closed;
-  Id reached = folder;
-  for (; !folders_[reached].descriptor.isOpen(); reached = folders_[reached].parent) closed.push_back(reached);
-  ++folders_[reached].pins;
+bool WalkedFolders::reopen(Folder& folder) {
+  std::vector<Folder*> closed;
+  Folder* reached = &folder;
+  for (; (reached->pins.load(std::memory_order_relaxed) & kClosed) != 0; reached = reached->parent) {
+    closed.push_back(reached);
+  }
+  reached->pins.fetch_add(1, std::memory_order_acquire);
   FileDescriptor passing;
   OpenedFolder opened;
-  for (int parent = folders_[reached].descriptor.get(); !closed.empty(); closed.pop_back()) {
-    const Id next = closed.back();
-    opened = openMakingRoom(parent, folders_[next].name.c_str());
+  for (int parent = reached->descriptor.get(); !closed.empty(); closed.pop_back()) {
+    Folder* next = closed.back();
+    opened = openMakingRoom(parent, next->name.c_str());
     if (!opened.descriptor.isOpen()) break;
     parent = opened.descriptor.get();
-    if (folders_[next].uses == 0) {
+    if (next->uses == 0) {
       passing = std::move(opened.descriptor);
       continue;
     }
-    keepOpen(next, std::move(opened.descriptor));
-    --folders_[std::exchange(reached, next)].pins;
-    ++folders_[reached].pins;
+    keepOpen(*next, std::move(opened.descriptor)).reset();
+    next->pins.fetch_add(1, std::memory_order_relaxed);
+    std::exchange(reached, next)->pins.fetch_sub(1, std::memory_order_release);
   }
-  --folders_[reached].pins;
+  reached->pins.fetch_sub(1, std::memory_order_release);
   errno = opened.error;
   return closed.empty();
 }
 
-PinnedFolder::PinnedFolder(const WalkedFolders::Use& use) : folders_(*use.folders_), folder_(use.folder_) {
-  const std::lock_guard lock(folders_.mutex_);
-  descriptor_ = folders_.pin(folder_);
+PinnedFolder::PinnedFolder(const WalkedFolders::Use& use) : folder_(*use.folder_) {
+  descriptor_ = use.folders_->pin(folder_);
   error_ = descriptor_ < 0 ? errno : 0;
 }
 
 PinnedFolder::~PinnedFolder() {
-  if (descriptor_ < 0) return;
-  const std::lock_guard lock(folders_.mutex_);
-  --folders_.folders_[folder_].pins;
+  if (descriptor_ >= 0) folder_.pins.fetch_sub(1, std::memory_order_release);
 }
 
 }  // namespace quarn

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -18,6 +20,9 @@ namespace quarn {
 /// name from its nearest open ancestor; ".." is never used, because a folder that was moved meanwhile would lead the
 /// walk out of its root. Safe from any thread; must outlive its uses.
 class WalkedFolders {
+ private:
+  struct Folder;
+
  public:
   /// Descriptors held at one time, those in use by a thread at that moment aside.
   static constexpr std::size_t kMaximumOpen = 64;
@@ -42,10 +47,10 @@ class WalkedFolders {
    private:
     friend class WalkedFolders;
     friend class PinnedFolder;
-    Use(WalkedFolders& folders, std::uint32_t folder) : folders_(&folders), folder_(folder) {}
+    Use(WalkedFolders& folders, Folder& folder) : folders_(&folders), folder_(&folder) {}
 
     WalkedFolders* folders_;
-    std::uint32_t folder_;
+    Folder* folder_;
   };
 
   explicit WalkedFolders(FileDescriptor root);
@@ -54,35 +59,40 @@ class WalkedFolders {
 
  private:
   friend class PinnedFolder;
-  using Id = std::uint32_t;
-  static constexpr Id kRoot = 0;
+
+  // While `pins` holds this bit the descriptor is closed; else it stays open as long as a thread has added itself.
+  static constexpr std::uint32_t kClosed = std::uint32_t{1} << 31;
 
   struct Folder {
+    std::atomic<std::uint32_t> pins = kClosed;
     FileDescriptor descriptor;
+    Folder* parent = nullptr;
     std::string name;
-    Id parent = kRoot;
     std::uint32_t depth = 0;
     std::uint32_t uses = 0;
-    std::uint32_t pins = 0;      // threads that work with the descriptor now; it must stay open
     std::uint32_t children = 0;  // known folders in it
   };
 
-  Id insert(Folder folder);
-  void keepOpen(Id folder, FileDescriptor descriptor);
-  void close(Id folder);
-  bool closeOne();
-  void release(Id folder);
-  void forget(Id folder);
-  int pin(Id folder);
+  // What these take away is given back to be closed behind the lock: closing is a call that may take its time.
+  [[nodiscard]] FileDescriptor keepOpen(Folder& folder, FileDescriptor descriptor);
+  [[nodiscard]] FileDescriptor closeOne();
+  [[nodiscard]] FileDescriptor close(Folder& folder);
+  [[nodiscard]] FileDescriptor release(Folder& folder);
+
+  Folder& insert(Folder& parent, std::string_view name);
+  void forget(Folder* folder);
+  // The descriptor, with the calling thread added; negative and errno when it cannot be opened again.
+  int pin(Folder& folder);
+  bool reopen(Folder& folder);
   OpenedFolder openMakingRoom(int parent, const char* name);
-  bool reopen(Id folder);
 
   std::mutex mutex_;
-  std::vector<Folder> folders_;
-  std::vector<Id> free_;
-  std::vector<Id>
-      open_;  // in the order of opening, so that in a walk's deep part ancestors come first; the root is not in it
-  FolderOpener opener_;
+  std::deque<Folder> folders_;
+  Folder& root_;
+  std::vector<Folder*> free_;
+  std::vector<Folder*>
+      open_;  // in the order of opening, so that ancestors come first; the root, never closed, is not in it
+  const FolderOpener opener_;
 };
 
 /// A folder's descriptor, open for as long as this lives; for the work of one thread.
@@ -98,8 +108,7 @@ class PinnedFolder {
   [[nodiscard]] int error() const { return error_; }
 
  private:
-  WalkedFolders& folders_;
-  std::uint32_t folder_;
+  WalkedFolders::Folder& folder_;
   int descriptor_;
   int error_;
 };

@@ -107,11 +107,18 @@ struct DiagnosticsLogger::State {
   void stop() {
     isEnabled = false;
     if (!logger) return;
-    if (const std::size_t lost = pool->overrun_counter(); lost > 0) {
-      logger->log(spdlog::level::warn, lineOf("Diagnostics", "Lines lost", {{"count", std::to_string(lost)}}));
-    }
+    const std::size_t lost = pool->overrun_counter();
     pool.reset();  // joins, when the queue is empty
+    if (lost > 0) tellLost(lost);
     logger.reset();
+  }
+
+  void tellLost(std::size_t lines) {
+    const std::string text = lineOf("Diagnostics", "Lines lost", {{"count", std::to_string(lines)}});
+    try {
+      logger->sinks().front()->log({logger->name(), spdlog::level::warn, text});
+    } catch (const std::exception&) {  // the file cannot be written, as the lines before it could not
+    }
   }
 };
 

@@ -15,9 +15,7 @@ namespace {
 constexpr std::array<std::string_view, 3> kExecutableFolders{"Contents/MacOS", "Contents", ""};
 
 // A path in place of a name would lend the app the entitlements of another one's program.
-bool isFileName(std::string_view text) {
-  return !text.empty() && text != "." && text != ".." && text.find('/') == std::string_view::npos;
-}
+bool isPath(std::string_view text) { return text.find('/') != std::string_view::npos; }
 
 std::optional<OpenFile> openedIfPossible(const FileManager& files, const FileURL& url) {
   try {
@@ -30,7 +28,7 @@ std::optional<OpenFile> openedIfPossible(const FileManager& files, const FileURL
 std::optional<OpenFile> mainExecutable(const FileManager& files, const FileURL& app) {
   const BundleInfo info = readBundleInfo(files, app);
   const std::string name = info.executable.value_or(std::string(path::stem(info.bundle.path())));
-  if (!isFileName(name)) return std::nullopt;
+  if (isPath(name)) return std::nullopt;
   for (const std::string_view folder : kExecutableFolders) {
     const FileURL place = folder.empty() ? info.bundle : info.bundle.appending(folder);
     if (std::optional<OpenFile> file = openedIfPossible(files, place.appending(name))) return file;

@@ -13,8 +13,9 @@ struct EntitlementsReader {
   /// fail.
   std::function<EntitlementsInfo(const FileURL& forAppAt)> readEntitlements;
 
-  /// From the main executable (CFBundleExecutable, else the bundle's stem): the first slice with entitlements in the
-  /// order arm64, x86_64, others.
+  /// From the main executable (CFBundleExecutable, else the bundle's stem) in Contents/MacOS, Contents or the bundle
+  /// itself: the first slice with entitlements in the order arm64, x86_64, others. An executable that is named by a
+  /// path is none. Reads the program's headers and signatures, whatever its size.
   static EntitlementsReader live(FileManager files);
 };
 

@@ -15,7 +15,8 @@ struct LaunchdScanner {
   /// fail.
   std::function<std::vector<LaunchdEntry>()> scan;
 
-  /// From the property lists in those folders; a file without a Label string is no job.
+  /// From the property lists in those folders (see `propertyListFiles`); a file without a Label string is no job, and
+  /// ProgramArguments count only when all of them are strings.
   static LaunchdScanner live(FileManager files);
 };
 

@@ -16,14 +16,17 @@ struct ReceiptScanner {
   std::function<std::vector<ReceiptInfo>()> allReceipts;
   /// The receipts whose package belongs to the app (see `matches`), by package identifier ascending.
   std::function<std::vector<ReceiptInfo>(const AppEntity& app)> receiptsMatching;
-  /// Identifiers of the packages that list a path (folders count), ascending.
+  /// Identifiers of the packages that list a path, standardised (folders count, the install location too), ascending
+  /// and each once.
   std::function<std::vector<std::string>(const std::string& forFileAtPath)> packageIDs;
   /// Whether a package belongs to the app: letter case ignored, its identifier equals the bundle identifier or begins
   /// with it followed by "."; or its receipt lists the app's bundle or something in it.
   std::function<bool(const AppEntity& app, const std::string& packageID)> matches;
 
   /// From /private/var/db/receipts, /Library/Apple/System/Library/Receipts and /Library/Receipts, in that order:
-  /// property lists and bills of materials.
+  /// property lists and the bills of materials of the same name, and packages ("X.pkg") of systems before 10.6. A file
+  /// without a package identifier is no receipt; one without a readable bill lists no files. Each call reads each
+  /// receipt's list and bill at most once and keeps nothing.
   static ReceiptScanner live(FileManager files);
 };
 

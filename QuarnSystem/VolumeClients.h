@@ -9,16 +9,18 @@ namespace quarn {
 
 /// Facts of the system volume. A plain value; a test or a shell may replace the function.
 struct VolumeInfoClient {
-  /// The inspected system volume. Throws FileError when it cannot be read.
+  /// The inspected system volume: URL "/", the space of the file system that holds it, and its name, which is that of
+  /// the link to "/" in /Volumes, else of the host's folder, else "Macintosh HD". Throws FileError when it cannot be
+  /// read.
   std::function<VolumeInfo()> systemVolume;
+
   static VolumeInfoClient live(FileManager files);
 };
 
 /// Tells other volumes from the system's. A plain value; a test or a shell may replace the function.
 struct VolumeLocationChecker {
-  /// Whether a URL, links resolved, lies in /Volumes and not on the system volume itself (whose entry there is a link
-  /// to
-  /// "/"). Cannot fail.
+  /// Whether a URL, links resolved, lies in /Volumes (which itself does not) and not on the system volume itself, whose
+  /// entry there is a link to "/". Cannot fail.
   std::function<bool(const FileURL& url)> isExternal;
   static VolumeLocationChecker live(FileManager files);
 };

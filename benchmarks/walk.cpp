@@ -1,5 +1,6 @@
-// walk size|ordered DIR [THREADS]: walks DIR as the library does and prints what it counted, to be run side by side with
-// other tools. THREADS is the number of threads of `size` (0: as many as pay) and of helpers that read ahead of `ordered`.
+// walk size|ordered DIR [THREADS]: walks DIR as the library does and prints what it counted, to be run side by side
+// with other tools. THREADS is the number of threads of `size` (0: as many as pay) and of helpers that read ahead of
+// `ordered`.
 
 #include <cstdint>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "QuarnCore/discovery/ArtifactScanner.h"
 
 #include <algorithm>
-#include <unordered_set>
+#include <utility>
 
 #include "QuarnCore/discovery/ArtifactSizing.h"
 #include "QuarnCore/discovery/StandardLocations.h"
@@ -14,15 +14,6 @@ namespace {
 
 constexpr std::size_t kReceiptExamples = 5;
 
-std::vector<Artifact> firstOfEachID(std::vector<Artifact> artifacts) {
-  std::unordered_set<std::string> seen;
-  std::vector<Artifact> result;
-  for (Artifact& artifact : artifacts) {
-    if (seen.insert(artifact.id).second) result.push_back(std::move(artifact));
-  }
-  return result;
-}
-
 std::int64_t allocatedBytes(const Artifact& artifact) { return artifact.size ? artifact.size->allocatedBytes : 0; }
 
 void sortLargestFirst(std::vector<Artifact>& artifacts) {
@@ -32,7 +23,7 @@ void sortLargestFirst(std::vector<Artifact>& artifacts) {
   });
 }
 
-// Lower-cased text that a job's own texts may hold.
+// By what the job calls itself or runs; `bundleID` comes in lower case.
 bool belongsTo(const LaunchdEntry& entry, const std::string& bundleID) {
   const auto holds = [&](const std::string& text) { return Text::contains(Text::lowercased(text), bundleID); };
   return holds(entry.label) || (entry.program && holds(*entry.program)) ||
@@ -96,7 +87,8 @@ std::vector<Artifact> ArtifactScanner::scan(const AppEntity& app, const Entitlem
   if (options.includeSystemHeuristicSearch) {
     append(artifacts, systemHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults));
   }
-  artifacts = VendorArtifactDeduplicator::deduplicate(firstOfEachID(std::move(artifacts)), files_);
+  // Artifacts of one id hold the same items, so that the first of them covers the others.
+  artifacts = VendorArtifactDeduplicator::deduplicate(artifacts, files_);
   if (options.computeSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files_);
   sortLargestFirst(artifacts);
   return artifacts;

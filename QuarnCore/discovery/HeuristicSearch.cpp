@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <array>
 #include <optional>
-#include <span>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 
 #include "QuarnCore/discovery/ArtifactScanner.h"
 #include "QuarnPlatform/DirectoryEnumerator.h"

@@ -37,20 +37,20 @@ class AppInspectionService {
 
   /// What an inspection does. No field has a default: the caller chooses every value.
   struct Options {
-    bool includeHeuristicSearch;
-    long heuristicMaxDepth;
-    long heuristicMaxResults;
-    bool includeDocumentsHeuristicSearch;
-    long documentsHeuristicMaxDepth;
-    long documentsHeuristicMaxResults;
-    bool includeVendorHeuristics;
-    bool includeSystemArtifacts;
-    bool includeSystemHeuristicSearch;
-    bool includeGroupContainers;
-    bool includeLaunchd;
-    bool includeReceipts;
-    bool includeKernelExtensions;
-    bool computeArtifactSizes;
+    bool includeHeuristicSearch;           ///< see `ArtifactScanner::Options`
+    long heuristicMaxDepth;                ///< see `ArtifactScanner::userHeuristicSearch`
+    long heuristicMaxResults;              ///< likewise
+    bool includeDocumentsHeuristicSearch;  ///< whether the documents phase runs
+    long documentsHeuristicMaxDepth;       ///< see `ArtifactScanner::documentsHeuristicSearch`
+    long documentsHeuristicMaxResults;     ///< likewise
+    bool includeVendorHeuristics;          ///< see `ArtifactScanner::Options`
+    bool includeSystemArtifacts;           ///< likewise
+    bool includeSystemHeuristicSearch;     ///< likewise
+    bool includeGroupContainers;           ///< whether entitlements are read; the phase runs either way
+    bool includeLaunchd;                   ///< whether the launchd phase runs
+    bool includeReceipts;                  ///< whether the receipts phase runs
+    bool includeKernelExtensions;          ///< whether that phase runs; the system's own extensions never take part
+    bool computeArtifactSizes;             ///< whether every artifact leaves with a size
   };
 
   using Progress = std::function<void(Phase)>;
@@ -64,7 +64,9 @@ class AppInspectionService {
   /// The phases that `inspect` reports for these options, in order.
   static std::vector<Phase> phaseSequence(const Options& options);
 
-  /// The inspection. `progress`, when given, is called on this thread with each phase as it begins.
+  /// Everything found for the app, in the order of the phases, each id once: of artifacts with one id the most
+  /// confident is kept, at the place of the first; among equals one with an explanation, else the first. `progress`,
+  /// when given, is called on this thread with each phase as it begins. Sizes that overflow end the program.
   [[nodiscard]] AppInspection inspect(const AppEntity& app, const Options& options,
                                       const Progress& progress = nullptr) const;
 

@@ -24,7 +24,7 @@ enum class Extent : std::uint8_t {
   lowPlusOne,  ///< low + 1 bytes
   bytes,       ///< count bytes
   text,        ///< count bytes, none of them zero
-  wideText,    ///< count units of two bytes, none of them zero
+  wideText,    ///< count units of two bytes, none of them zero; at least one
   references,  ///< count references
   pairs,       ///< count references to keys, then as many to values
 };
@@ -45,7 +45,7 @@ constexpr std::array<ObjectType, 11> kObjectTypes{{
     {.high = 0x4, .extent = Extent::bytes,      .lowest = 0, .highest = 15},  // data
     {.high = 0x5, .extent = Extent::text,       .lowest = 0, .highest = 15},  // ASCII string
     {.high = 0x6, .extent = Extent::wideText,   .lowest = 0, .highest = 15},  // UTF-16 string
-    {.high = 0x8, .extent = Extent::lowPlusOne, .lowest = 0, .highest = 7},   // reference of a keyed archive
+    {.high = 0x8, .extent = Extent::lowPlusOne, .lowest = 0, .highest = 3},   // reference of a keyed archive
     {.high = 0xA, .extent = Extent::references, .lowest = 0, .highest = 15},  // array
     {.high = 0xC, .extent = Extent::references, .lowest = 0, .highest = 15},  // set
     {.high = 0xD, .extent = Extent::pairs,      .lowest = 0, .highest = 15},  // dictionary
@@ -145,7 +145,7 @@ std::optional<Object> BinaryGuard::objectAt(std::uint64_t index) const {
 std::optional<Object> BinaryGuard::objectOf(const ObjectType& type, unsigned low, std::uint64_t content) const {
   if (low < type.lowest || low > type.highest) return std::nullopt;
   Object object{.extent = type.extent, .content = content};
-  if (!readCount(low, object)) return std::nullopt;
+  if (!readCount(low, object) || (object.extent == Extent::wideText && object.count == 0)) return std::nullopt;
   const auto size = contentBytes(object);
   if (!size || object.content > offsetTable_ || *size > offsetTable_ - object.content) return std::nullopt;
   return object;
@@ -205,7 +205,6 @@ std::optional<Cost> BinaryGuard::costOf(std::uint64_t index, std::uint32_t depth
     if (!own.isWithinBounds()) return std::nullopt;
     known_[index] = own;
   }
-  if (depth + known_[index]->levels > PropertyList::kMaxDepth) return std::nullopt;
   return known_[index];
 }
 
@@ -221,7 +220,7 @@ std::optional<Cost> BinaryGuard::costOfParts(const Object& object, std::uint32_t
     const auto part = costOf(*index, depth + 1);
     if (!part) return std::nullopt;
     parts.add(*part);
-    if (!parts.isWithinBounds() || !visited_.isWithinBounds()) return std::nullopt;
+    if (!visited_.isWithinBounds()) return std::nullopt;
   }
   ++parts.levels;
   return parts;

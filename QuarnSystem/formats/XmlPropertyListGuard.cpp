@@ -18,21 +18,22 @@ enum class ElementKind : std::uint8_t { list, dictionary, array, key, leaf };
 struct ElementType {
   std::string_view name;
   ElementKind kind = ElementKind::leaf;
+  bool mayBeEmpty = true;  ///< whether the library reads the form "<name/>"
 };
 
 // clang-format off
 constexpr std::array<ElementType, 11> kElementTypes{{
-    {.name = "plist",   .kind = ElementKind::list},
+    {.name = "plist",   .kind = ElementKind::list, .mayBeEmpty = false},
     {.name = "dict",    .kind = ElementKind::dictionary},
     {.name = "array",   .kind = ElementKind::array},
-    {.name = "key",     .kind = ElementKind::key},
+    {.name = "key",     .kind = ElementKind::key,  .mayBeEmpty = false},
     {.name = "string",  .kind = ElementKind::leaf},
     {.name = "integer", .kind = ElementKind::leaf},
     {.name = "real",    .kind = ElementKind::leaf},
     {.name = "true",    .kind = ElementKind::leaf},
     {.name = "false",   .kind = ElementKind::leaf},
-    {.name = "date",    .kind = ElementKind::leaf},
-    {.name = "data",    .kind = ElementKind::leaf},
+    {.name = "date",    .kind = ElementKind::leaf, .mayBeEmpty = false},
+    {.name = "data",    .kind = ElementKind::leaf, .mayBeEmpty = false},
 }};
 // clang-format on
 static_assert(kElementTypes.size() == 11);
@@ -46,6 +47,13 @@ struct Tag {
   Form form = Form::opening;
   const ElementType* type = nullptr;
 };
+
+const ElementType* elementType(std::string_view name) {
+  for (const auto& type : kElementTypes) {
+    if (type.name == name) return &type;
+  }
+  return nullptr;
+}
 
 bool isNumber(std::string_view digits, int base) {
   std::uint32_t number = 0;
@@ -126,7 +134,7 @@ bool XmlGuard::skipMiscellany() {
     if (skip("<!--")) {
       if (!skipThrough("-->")) return false;
     } else if (skip("<?")) {
-      if (!skipQuotedThrough("?>", "")) return false;
+      if (rest().starts_with(">") || !skipQuotedThrough("?>", "")) return false;  // "<?>" is whole to the library
     } else {
       return true;
     }
@@ -143,23 +151,20 @@ bool XmlGuard::skipProlog() {
 std::optional<Tag> XmlGuard::tag() {
   if (!skip("<")) return std::nullopt;
   Tag found{.form = skip("/") ? Tag::Form::closing : Tag::Form::opening};
-  const std::string_view name = rest().substr(0, rest().find_first_of(" \t\r\n<>/"));
-  for (const auto& type : kElementTypes) {
-    if (type.name == name) found.type = &type;
-  }
+  std::string_view name = rest().substr(0, rest().find_first_of(" \t\r\n<>"));
+  if (name.ends_with('/')) name.remove_suffix(1);
+  found.type = elementType(name);
   if (found.type == nullptr) return std::nullopt;
   position_ += name.size();
-  const std::size_t attributes = position_;
+  const std::size_t start = position_;
   if (!skipQuotedThrough(">", "<")) return std::nullopt;
-  const bool ownsAttributes = position_ - attributes > 1;
-  if (ownsAttributes && text_[position_ - 2] == '/') {
-    if (found.form == Tag::Form::closing) return std::nullopt;
-    found.form = Tag::Form::empty;
-  }
-  const bool onlySpace =
-      text_.substr(attributes, position_ - 1 - attributes).find_first_not_of(kSpace) == std::string_view::npos;
-  if (found.form == Tag::Form::closing && !onlySpace) return std::nullopt;
-  return found;
+  const std::string_view attributes = text_.substr(start, position_ - 1 - start);
+  const bool isBare = attributes.find_first_not_of(kSpace) == std::string_view::npos;
+  if (attributes.starts_with('/') && attributes.size() > 1) return std::nullopt;
+  if (found.form == Tag::Form::closing) return isBare ? std::optional(found) : std::nullopt;
+  if (!attributes.ends_with('/')) return found;
+  found.form = Tag::Form::empty;
+  return found.type->mayBeEmpty ? std::optional(found) : std::nullopt;
 }
 
 bool XmlGuard::root() {

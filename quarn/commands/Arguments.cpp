@@ -48,12 +48,13 @@ std::vector<std::string> optionNames(const CommandRow* command) {
 
 void addOption(CLI::App& parser, const OptionRow& row, Arguments& arguments) {
   const std::string name(row.name);
+  const std::string names = row.shortName.empty() ? name : std::string(row.shortName) + "," + name;
   if (row.argument.empty()) {
-    parser.add_flag_callback(name, [&arguments, name] { arguments.options[name] = {""}; });
+    parser.add_flag_callback(names, [&arguments, name] { arguments.options[name] = {""}; });
     return;
   }
   CLI::Option* option = parser.add_option_function<std::vector<std::string>>(
-      name, [&arguments, name](const std::vector<std::string>& values) {
+      names, [&arguments, name](const std::vector<std::string>& values) {
         auto& all = arguments.options[name];
         all.insert(all.end(), values.begin(), values.end());
       });

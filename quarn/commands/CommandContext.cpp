@@ -10,6 +10,7 @@
 #include "QuarnPlatform/Localization.h"
 #include "QuarnPlatform/Path.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
+#include "quarn/commands/HostFile.h"
 #include "quarn/commands/Interrupt.h"
 #include "quarn/commands/VolumeOptions.h"
 #include "quarn/output/TerminalText.h"
@@ -106,14 +107,9 @@ std::unique_ptr<Services> CommandContext::openServices() {
   return std::make_unique<Services>(files, bundle);
 }
 
-// Nothing may be written on what is inspected, so a log file below the volume's folder is refused.
+// Nothing may be written on what is inspected.
 void CommandContext::openLog(const std::string& file, const std::string& volumeFolder) {
-  std::array<char, 4096> buffer{};
-  const std::string parent(path::parent(file.starts_with('/') ? file : "./" + file));
-  const std::string folder =
-      ::realpath(file.starts_with('/') ? parent.c_str() : ".", buffer.data()) ? buffer.data() : "";
-  const std::string volume = ::realpath(volumeFolder.c_str(), buffer.data()) ? buffer.data() : volumeFolder;
-  if (volume != "/" && path::isInside(folder, volume)) {
+  if (volumeFolder != "/" && liesInHostFolder(file, volumeFolder)) {
     throw CommandError(ExitCode::usage, "--log: " + escapedForTerminal(file) + " lies on the inspected volume");
   }
   if (!DiagnosticsLogger::shared().writeTo(file)) warn("the log " + file + " cannot be written");

@@ -51,6 +51,7 @@ class CommandContext {
   [[nodiscard]] bool wantsLines() const { return arguments_.has("--ndjson"); }
   [[nodiscard]] bool isVerbose() const { return arguments_.has("--verbose"); }
   [[nodiscard]] bool isQuiet() const { return arguments_.has("--quiet"); }
+  [[nodiscard]] SizeUnits units() const { return units_; }
   [[nodiscard]] std::string size(std::int64_t bytes) const { return sizeText(bytes, units_); }
   /// A Mac path for people: the home folder as "~".
   [[nodiscard]] std::string displayPath(const FileURL& url);

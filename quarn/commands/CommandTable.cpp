@@ -28,6 +28,7 @@ constexpr std::array kGlobalOptions{
 constexpr std::array kApp{PositionalRow{.name = "APP", .help = "Name, bundle identifier or path of an app", .isRequired = true}};
 constexpr std::array kPaths{PositionalRow{.name = "PATH", .help = "Folder as the Mac names it", .isRepeatable = true}};
 constexpr std::array kCategory{PositionalRow{.name = "CATEGORY", .help = "apps, documents, photos, communication, games, development, systemData or other"}};
+constexpr std::array kReportedApp{PositionalRow{.name = "APP", .help = "Report on this app in place of the volume"}};
 constexpr std::array kFolder{PositionalRow{.name = "DIR", .help = "New or empty folder of this machine", .isRequired = true}};
 constexpr std::array kVendorWords{PositionalRow{.name = "check", .help = "\"check\" and a folder of profiles tell their author what is wrong"}, PositionalRow{.name = "DIR", .help = "Folder of profiles of this machine"}};
 constexpr std::array kShell{PositionalRow{.name = "SHELL", .help = "bash, zsh or fish", .isRequired = true}};
@@ -56,6 +57,9 @@ constexpr std::array kTopOptions{
     OptionRow{.name = "--visits", .argument = "N", .help = "Items to look at in all (no limit)"},
     OptionRow{.name = "--hidden", .argument = "", .help = "Hidden items too"},
     OptionRow{.name = "--allocated", .argument = "", .help = "Rank by the space taken, not by the larger of space and length"},
+};
+constexpr std::array kReportOptions{
+    OptionRow{.name = "--output", .argument = "FILE", .help = "Page to write, never on the inspected volume", .shortName = "-o"},
 };
 constexpr std::array kVendorsOptions{
     OptionRow{.name = "--match", .argument = "APP", .help = "Only the profiles that match an app"},
@@ -96,6 +100,10 @@ constexpr std::array kTopExamples{
 constexpr std::array kCloudExamples{
     ExampleRow{.line = "quarn cloud", .meaning = "the cloud folders of the home folder"},
 };
+constexpr std::array kReportExamples{
+    ExampleRow{.line = "quarn report -o storage.html", .meaning = "where the space goes, as a page"},
+    ExampleRow{.line = "quarn report \"Lumen Notes\" -o notes.html", .meaning = "what belongs to an app, and each plan"},
+};
 constexpr std::array kVendorsExamples{
     ExampleRow{.line = "quarn vendors", .meaning = "the shipped profiles"},
     ExampleRow{.line = "quarn vendors --match Slack", .meaning = "those that know an app"},
@@ -123,6 +131,7 @@ constexpr std::array kCommands{
     CommandRow{.name = "storage", .summary = "Show where the disk's space goes", .description = "Every byte counts to at most one category. Ctrl-C ends with the totals so far.", .positionals = kCategory, .options = {}, .examples = kStorageExamples, .run = runStorage},
     CommandRow{.name = "top", .summary = "List the largest items", .description = "", .positionals = kPaths, .options = kTopOptions, .examples = kTopExamples, .run = runTop},
     CommandRow{.name = "cloud", .summary = "Tell local from cloud-only bytes", .description = "Without a path: the cloud folders among the user's documents.", .positionals = kPaths, .options = {}, .examples = kCloudExamples, .run = runCloud},
+    CommandRow{.name = "report", .summary = "Write a page to look at", .description = "One self-contained HTML file: no script, no network.", .positionals = kReportedApp, .options = kReportOptions, .examples = kReportExamples, .run = runReport},
     CommandRow{.name = "vendors", .summary = "List the vendor profiles", .description = "", .positionals = kVendorWords, .options = kVendorsOptions, .examples = kVendorsExamples, .run = runVendors},
     CommandRow{.name = "jobs", .summary = "List the launchd jobs", .description = "", .positionals = {}, .options = {}, .examples = {}, .run = runJobs},
     CommandRow{.name = "receipts", .summary = "List the installer's receipts", .description = "", .positionals = {}, .options = kReceiptsOptions, .examples = kReceiptsExamples, .run = runReceipts},

@@ -16,6 +16,7 @@ struct OptionRow {
   std::string_view help;      ///< one sentence without a full stop
   std::string_view choices;   ///< "a|b|c" when only these are taken; else empty
   bool isRepeatable = false;
+  std::string_view shortName = "";  ///< "-o"; empty for none
 };
 
 /// What a command works on.

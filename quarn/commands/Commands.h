@@ -13,6 +13,7 @@ ExitCode runPlan(CommandContext& context);
 ExitCode runStorage(CommandContext& context);
 ExitCode runTop(CommandContext& context);
 ExitCode runCloud(CommandContext& context);
+ExitCode runReport(CommandContext& context);
 ExitCode runVendors(CommandContext& context);
 ExitCode runJobs(CommandContext& context);
 ExitCode runReceipts(CommandContext& context);

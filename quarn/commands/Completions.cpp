@@ -26,7 +26,7 @@ std::string spaced(std::string_view choices) {
 }
 
 // Quoted for a shell word in single quotes.
-std::string quoted(std::string_view text) {
+std::string shellQuoted(std::string_view text) {
   std::string result = "'";
   for (const char character : text) result += character == '\'' ? std::string("'\\''") : std::string(1, character);
   return result + "'";
@@ -103,7 +103,7 @@ std::string zshCompletion() {
   std::string commands;
   std::string cases;
   for (const CommandRow& command : commandTable()) {
-    commands += fmt::format("    {}\n", quoted(fmt::format("{}:{}", command.name, command.summary)));
+    commands += fmt::format("    {}\n", shellQuoted(fmt::format("{}:{}", command.name, command.summary)));
     cases += fmt::format("    {}) options+=({}) ;;\n", command.name, words(command.options));
   }
   return fmt::format(R"(#compdef quarn
@@ -131,15 +131,15 @@ std::string fishCompletion() {
   std::string text = "complete -c quarn -f\n";
   const auto optionLine = [](const OptionRow& option, const std::string& condition) {
     std::string line =
-        fmt::format("complete -c quarn{} -l {} -d {}", condition, option.name.substr(2), quoted(option.help));
+        fmt::format("complete -c quarn{} -l {} -d {}", condition, option.name.substr(2), shellQuoted(option.help));
     if (!option.argument.empty())
-      line += option.choices.empty() ? " -r" : fmt::format(" -x -a {}", quoted(spaced(option.choices)));
+      line += option.choices.empty() ? " -r" : fmt::format(" -x -a {}", shellQuoted(spaced(option.choices)));
     return line + "\n";
   };
   for (const OptionRow& option : globalOptions()) text += optionLine(option, "");
   for (const CommandRow& command : commandTable()) {
-    text +=
-        fmt::format("complete -c quarn -n __fish_use_subcommand -a {} -d {}\n", command.name, quoted(command.summary));
+    text += fmt::format("complete -c quarn -n __fish_use_subcommand -a {} -d {}\n", command.name,
+                        shellQuoted(command.summary));
     const std::string condition = fmt::format(" -n '__fish_seen_subcommand_from {}'", command.name);
     for (const OptionRow& option : command.options) text += optionLine(option, condition);
   }

@@ -17,8 +17,10 @@ constexpr std::string_view kExitCodes =
 std::string optionLines(std::span<const OptionRow> options) {
   std::string text;
   for (const OptionRow& option : options) {
-    const std::string left = fmt::format("{} {}", option.name, option.argument);
-    text += fmt::format("  {:<20}{}\n", left, option.help);
+    const std::string names =
+        (option.shortName.empty() ? "" : std::string(option.shortName) + ", ") + std::string(option.name);
+    const std::string left = fmt::format("{} {}", names, option.argument);
+    text += fmt::format("  {:<22}{}\n", left, option.help);
   }
   return text;
 }

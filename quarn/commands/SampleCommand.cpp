@@ -1,5 +1,4 @@
 #include <fmt/format.h>
-
 #include <nlohmann/json.hpp>
 
 #include "quarn/commands/CommandContext.h"
@@ -13,9 +12,11 @@ ExitCode runSample(CommandContext& context) {
   const std::string& folder = context.arguments().positionals.front();
   const SampleSummary summary = writeSampleVolume(folder);
   if (context.wantsJSON()) {
-    context.printDocument({{"folder", folder}, {"home", summary.home}, {"apps", summary.apps}, {"files", summary.files}});
+    context.printDocument(
+        {{"folder", folder}, {"home", summary.home}, {"apps", summary.apps}, {"files", summary.files}});
   } else {
-    context.print(fmt::format("Wrote a sample Mac volume with {} apps and {} files. Try:\n", summary.apps, summary.files));
+    context.print(
+        fmt::format("Wrote a sample Mac volume with {} apps and {} files. Try:\n", summary.apps, summary.files));
     context.print(fmt::format("  quarn --volume {} --home {} apps\n", escapedForTerminal(folder), summary.home));
   }
   return context.finish();

@@ -32,10 +32,9 @@ using Records =
                SignatureTable, StorageSignatureRegistry::Signature, AppInspectionService::Options,
                ArtifactScanner::Options, PhaseProgress, TotalsProgress>;
 
-using Enumerations =
-    std::tuple<ArtifactKind, ArtifactDataClass, ArtifactScope, RiskLevel, CleanupMode, RemovalOperationPreview::Type,
-               AppRemovalPlanPreview::Status, StorageCategoryID, AppInspectionService::Phase,
-               StorageSignatureRegistry::Signature::Kind>;
+using Enumerations = std::tuple<ArtifactKind, ArtifactDataClass, ArtifactScope, RiskLevel, CleanupMode,
+                                RemovalOperationPreview::Type, AppRemovalPlanPreview::Status, StorageCategoryID,
+                                AppInspectionService::Phase, StorageSignatureRegistry::Signature::Kind>;
 
 // clang-format off
 template <class Enumeration> constexpr std::string_view kEnumerationName;
@@ -118,7 +117,7 @@ struct Codec<Date> {
 };
 
 template <class Enumeration>
-  requires std::is_enum_v<Enumeration>
+requires std::is_enum_v<Enumeration>
 struct Codec<Enumeration> {
   static std::string name() { return std::string(kEnumerationName<Enumeration>); }
   static ordered_json encode(Enumeration value) { return std::string(rawValue(value)); }
@@ -184,7 +183,8 @@ struct Codec<std::map<StorageCategoryID, Value>> {
   static std::string name() { return "{StorageCategoryID: " + Codec<Value>::name() + "}"; }
   static ordered_json encode(const std::map<StorageCategoryID, Value>& value) {
     ordered_json object = ordered_json::object();
-    for (const auto& [category, item] : value) append(object, std::string(rawValue(category)), Codec<Value>::encode(item));
+    for (const auto& [category, item] : value)
+      append(object, std::string(rawValue(category)), Codec<Value>::encode(item));
     return object;
   }
 };
@@ -261,10 +261,14 @@ template <class Record>
 void makeMember(const JSONDecoder& /*object*/, Record& /*record*/, const wire::Computed<Record>& /*member*/) {}
 
 template <class Record>
-concept DescribedByFields = requires { Fields<Record>::kMembers; };
+concept DescribedByFields = requires {
+  Fields<Record>::kMembers;
+};
 
 template <class Record>
-concept RefusesUnknownMembers = requires { Fields<Record>::kRefusesUnknownMembers; };
+concept RefusesUnknownMembers = requires {
+  Fields<Record>::kRefusesUnknownMembers;
+};
 
 template <DescribedByFields Record>
 struct Codec<Record> {
@@ -356,14 +360,14 @@ std::vector<EnumerationDescription> describeEnumerations() {
   return enumerateAll(static_cast<const Enumerations*>(nullptr));
 }
 
-#define QUARN_RESULT(...)                                   \
-  template ordered_json toJSON(const __VA_ARGS__& value);   \
+#define QUARN_RESULT(...)                                 \
+  template ordered_json toJSON(const __VA_ARGS__& value); \
   template std::string typeName<__VA_ARGS__>();
-#define QUARN_PARAM(...)                                              \
+#define QUARN_PARAM(...)                                                \
   template __VA_ARGS__ fromJSON<__VA_ARGS__>(const JSONDecoder& value); \
   template std::string typeName<__VA_ARGS__>();
-#define QUARN_VALUE(...)                                              \
-  template ordered_json toJSON(const __VA_ARGS__& value);             \
+#define QUARN_VALUE(...)                                                \
+  template ordered_json toJSON(const __VA_ARGS__& value);               \
   template __VA_ARGS__ fromJSON<__VA_ARGS__>(const JSONDecoder& value); \
   template std::string typeName<__VA_ARGS__>();
 #define QUARN_VALUE_AND_LIST(...) \

@@ -10,8 +10,7 @@
 
 /// Every record of the library as JSON, in the form of docs/rpc.md: members in the records' order, file URLs as
 /// "file://…", dates as "2026-11-20T21:23:05Z", enumerations by their raw strings, byte counts as integers, absent
-/// values as null. Texts are well-formed UTF-8, with U+FFFD for each
-/// bad byte.
+/// values as null. Texts are well-formed UTF-8, with U+FFFD for each bad byte.
 ///
 /// The operations are defined for the records, the enumerations, FileURL, Date, std::string, bool, std::int64_t and
 /// double, for vectors and optionals of what is sent in those forms, and for the maps that results hold; any other type
@@ -35,8 +34,8 @@ template <class Value>
 struct RecordDescription {
   struct Member {
     std::string name;
-    std::string type;      ///< "?" at the end: may be null
-    bool isRequired;       ///< a request must give it
+    std::string type;  ///< "?" at the end: may be null
+    bool isRequired;   ///< a request must give it
   };
   std::string_view name;
   std::vector<Member> members;

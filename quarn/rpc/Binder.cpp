@@ -33,7 +33,8 @@ ordered_json invoke(const MethodRow& row, const MethodContext& context, const js
 }  // namespace
 
 ordered_json Binder::call(const std::string& method, const json* params, const RequestContext& context) const {
-  const auto row = std::find_if(methods_.begin(), methods_.end(), [&](const auto& known) { return known.name == method; });
+  const auto row =
+      std::find_if(methods_.begin(), methods_.end(), [&](const auto& known) { return known.name == method; });
   if (row == methods_.end()) throw RPCError::noSuchMethod(method);
   try {
     return invoke(*row, {services_, context}, params);

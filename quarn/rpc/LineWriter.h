@@ -6,8 +6,8 @@
 
 namespace quarn {
 
-/// Writes whole lines to a descriptor, which stays the caller's. Safe from any thread: lines never mix. Once a write has
-/// failed nothing more is written.
+/// Writes whole lines to a descriptor, which stays the caller's. Safe from any thread: lines never mix. Once a write
+/// has failed nothing more is written.
 class LineWriter {
  public:
   explicit LineWriter(int descriptor) : descriptor_(descriptor) {}

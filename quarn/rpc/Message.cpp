@@ -27,7 +27,8 @@ std::string problemWith(const json& call) {
   const json* id = JSON::member(call, "id");
   if (id != nullptr && !isID(*id)) return "\"id\" is not a string, a number or null";
   const json* params = JSON::member(call, "params");
-  if (params != nullptr && !params->is_structured() && !params->is_null()) return "\"params\" is neither an object nor an array";
+  if (params != nullptr && !params->is_structured() && !params->is_null())
+    return "\"params\" is neither an object nor an array";
   return {};
 }
 

@@ -35,7 +35,6 @@ class MessageQueue {
   [[nodiscard]] bool isClosed() const;
 
  private:
-
   TransportLimits limits_;
   mutable std::mutex mutex_;
   std::condition_variable changed_;

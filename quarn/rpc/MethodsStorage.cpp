@@ -45,7 +45,9 @@ std::vector<FileURL> indexedRoots(const Context& context, StorageCategoryID cate
   return context.services.vendorHints().roots(category);
 }
 
-StorageOverview initialOverview(const Context& context) { return context.services.storageDashboard().initialOverview(); }
+StorageOverview initialOverview(const Context& context) {
+  return context.services.storageDashboard().initialOverview();
+}
 
 StorageDashboardService::CategorySizes calculatePartitionedCategorySizes(const Context& context,
                                                                          const std::optional<bool>& progress) {

@@ -112,9 +112,8 @@ class Session {
 
   /// Waits until input is there, which is then read, or the worker gives a sign. False when the client is gone.
   bool waitFor(Input input) {
-    std::array<pollfd, 3> waited{{{wake_.descriptor(), POLLIN, 0},
-                                  {output_, 0, 0},
-                                  {input == Input::wanted ? input_ : -1, POLLIN, 0}}};
+    std::array<pollfd, 3> waited{
+        {{wake_.descriptor(), POLLIN, 0}, {output_, 0, 0}, {input == Input::wanted ? input_ : -1, POLLIN, 0}}};
     if (::poll(waited.data(), waited.size(), -1) < 0) return true;
     if (waited[0].revents != 0) wake_.drain();
     if (waited[1].revents != 0) return giveUp();

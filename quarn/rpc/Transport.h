@@ -21,13 +21,13 @@ struct RequestContext {
 using Dispatcher = std::function<nlohmann::ordered_json(const std::string& method, const nlohmann::json* params,
                                                         const RequestContext& context)>;
 
-/// Serves JSON-RPC 2.0 on two descriptors, one JSON value a line, until the input ends and what was read is answered, or
-/// until the client no longer listens. The descriptors stay the caller's.
+/// Serves JSON-RPC 2.0 on two descriptors, one JSON value a line, until the input ends and what was read is answered,
+/// or until the client no longer listens. The descriptors stay the caller's.
 ///
 /// Requests run one after another in the order in which they arrive, on a thread of their own; this thread goes on
-/// reading, so that "$/cancelRequest" works at once, as long as the lines that wait keep within the limits: then reading
-/// stops until there is room. Memory is bounded by the values of the running line and of those that wait. A client that
-/// goes away cancels everything.
+/// reading, so that "$/cancelRequest" works at once, as long as the lines that wait keep within the limits: then
+/// reading stops until there is room. Memory is bounded by the values of the running line and of those that wait. A
+/// client that goes away cancels everything.
 ///
 /// Returns 0, or 1 when an answer could not be written for another reason than that nobody reads it. Throws
 /// std::system_error when the process can open no more descriptors or start no thread.

@@ -7,6 +7,7 @@
 #include "QuarnPlatform/DirectoryReader.h"
 #include "QuarnPlatform/FileDescriptor.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/MemoryVolume.h"
 
 namespace quarn {
 namespace {
@@ -90,8 +91,8 @@ TEST(DirectoryReader, NamesAreTheBytesOnTheDisk) {
 }
 
 TEST(DirectoryReader, AFolderOfMoreEntriesThanOneStretchHoldsIsReadToItsEnd) {
-  MacVolume volume;
-  constexpr int kFiles = 3000;
+  MacVolume volume = volumeInMemory();
+  constexpr int kFiles = 8000;
   manyFiles(volume, "/t", kFiles);
   const FileDescriptor folder = openFolder(volume, "/t");
   DirectoryReader reader;

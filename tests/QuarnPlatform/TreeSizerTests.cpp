@@ -289,9 +289,8 @@ TEST_P(Sizing, WhatLiesInARootThatCanOnlyBeListedIsReported) {
   volume.file("/t/a", 1).folder("/t/folder").mode("/t", 0444);
   const UnprivilegedUser user;
   EXPECT_EQ(total("/t"), ByteCounts{});
-  EXPECT_THAT(report->items(),
-              UnorderedElementsAre(UnreadableItem{"/t/a", UnreadableCause::permission, EACCES},
-                                   UnreadableItem{"/t/folder", UnreadableCause::permission, EACCES}));
+  EXPECT_THAT(report->items(), UnorderedElementsAre(UnreadableItem{"/t/a", UnreadableCause::permission, EACCES},
+                                                    UnreadableItem{"/t/folder", UnreadableCause::permission, EACCES}));
 }
 
 TEST_P(Sizing, BelowTheVolumesRootPathsBeginWithOneSlash) {

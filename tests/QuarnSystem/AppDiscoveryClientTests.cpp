@@ -330,8 +330,10 @@ TEST(AppDiscoveryClient, NamesThatDifferInLetterCaseOnlyAreOrderedByPath) {
   MacVolume volume;
   volume.app("/Applications/b.app", {.name = "EXAMPLE"})
       .app("/Applications/a.app", {.name = "example"})
-      .app("/Applications/C.app", {.name = "Example"});
-  EXPECT_THAT(paths(volume), ElementsAre("/Applications/C.app", "/Applications/a.app", "/Applications/b.app"));
+      .app("/Applications/C.app", {.name = "Example"})
+      .app("/Applications/1/z.app", {.name = "exAMPLE"});
+  EXPECT_THAT(paths(volume), ElementsAre("/Applications/1/z.app", "/Applications/C.app", "/Applications/a.app",
+                                         "/Applications/b.app"));
 }
 
 // Bad input

@@ -76,6 +76,14 @@ TEST(BundleInfo, ABrokenInfoIsNotReplacedByThatOfALaterPlace) {
   EXPECT_EQ(read(volume).identifier, std::nullopt);
 }
 
+TEST(BundleInfo, AFileInTheWayOfALayoutsFolderMeansAnotherLayout) {
+  MacVolume volume;
+  volume.file("/Applications/Phone.app/Contents", 3)
+      .file("/Applications/Phone.app/Wrapper")
+      .plist("/Applications/Phone.app/Info.plist", identified("flat"));
+  EXPECT_EQ(read(volume).identifier, "flat");
+}
+
 TEST(BundleInfo, ADanglingInfoIsMissing) {
   MacVolume volume;
   volume.folder("/Applications/Phone.app/Contents")
@@ -91,13 +99,22 @@ TEST(BundleInfo, ThePlatformsOwnFileComesFirst) {
   EXPECT_EQ(read(volume).identifier, "mac");
 }
 
-TEST(BundleInfo, TheFilesNameMayHaveAnyLetterCase) {
+TEST(BundleInfo, TheFilesNameMayHaveAnyLetterCaseAndOfSeveralTheFirstByItsBytesCounts) {
+  const std::string contents = "/Applications/Phone.app/Contents/";
+  const std::vector<std::string> ascending{"INFO.plist", "INfo.plist", "InFo.plist",
+                                           "iNFO.plist", "infO.plist", "info.PLIST"};
   MacVolume volume;
-  volume.plist("/Applications/Phone.app/Contents/info.PLIST", identified("lower"));
-  EXPECT_EQ(read(volume).identifier, "lower");
-  volume.plist("/Applications/Phone.app/Contents/INFO.plist", identified("upper"));
-  EXPECT_EQ(read(volume).identifier, "upper") << "of several the first by its bytes";
-  volume.plist("/Applications/Phone.app/Contents/Info.plist", identified("exact"));
+  for (const std::string& name : ascending) volume.plist(contents + name, identified(name));
+  for (const std::string& name : ascending) {
+    EXPECT_EQ(read(volume).identifier, name);
+    volume.remove(contents + name);
+  }
+}
+
+TEST(BundleInfo, TheExactNameComesBeforeOtherLetterCases) {
+  MacVolume volume;
+  volume.plist("/Applications/Phone.app/Contents/INFO.plist", identified("other"))
+      .plist("/Applications/Phone.app/Contents/Info.plist", identified("exact"));
   EXPECT_EQ(read(volume).identifier, "exact");
 }
 

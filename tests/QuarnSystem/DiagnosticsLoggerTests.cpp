@@ -1,11 +1,17 @@
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <thread>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "QuarnModels/Date.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
 #include "tests/support/MacVolume.h"
 
@@ -66,6 +72,26 @@ TEST_F(DiagnosticsLoggerTest, ALineHoldsMomentLevelCategoryMessageAndMetadataInT
   std::getline(file, line);
   EXPECT_THAT(line, MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}Z trace "
                                  "\\[StorageScan\\] Enumerating root root=/Users/ann category=photos allowSlow=true"));
+}
+
+TEST_F(DiagnosticsLoggerTest, TheMomentIsInUniversalTimeWhereverTheMacIs) {
+  const char* before = std::getenv("TZ");
+  const std::string zone = before == nullptr ? "" : before;
+  ::setenv("TZ", "QRN-12", 1);
+  ::tzset();
+  ASSERT_TRUE(logger().writeTo(path("a.log")));
+  logger().log(DiagnosticsLevel::info, "C", "m", {});
+  logger().close();
+  before == nullptr ? ::unsetenv("TZ") : ::setenv("TZ", zone.c_str(), 1);
+  ::tzset();
+  std::ifstream file(path("a.log"));
+  std::string moment;
+  file >> moment;
+  const std::optional<Date> written = dateFromISO8601(moment.substr(0, 19) + "Z");
+  ASSERT_TRUE(written.has_value()) << moment;
+  const auto age = std::chrono::system_clock::now() - *written;
+  EXPECT_GE(age, std::chrono::seconds(0));
+  EXPECT_LT(age, std::chrono::hours(6));
 }
 
 TEST_F(DiagnosticsLoggerTest, EachLevelHasItsWord) {
@@ -154,6 +180,28 @@ TEST_F(DiagnosticsLoggerTest, EachThreadsLinesAreWholeAndInItsOrder) {
     EXPECT_TRUE(line.ends_with(std::string(200, 'p')));
   }
   EXPECT_THAT(next, ElementsAre(1'000, 1'000, 1'000, 1'000));
+}
+
+TEST_F(DiagnosticsLoggerTest, AFileThatDoesNotTakeLinesHoldsNobodyUpAndTheLastLineTellsHowManyWereLost) {
+  constexpr std::size_t kLines = 20'000;
+  volume_.fifo("/logs/slow");
+  std::FILE* reader = ::fdopen(::open(path("slow").c_str(), O_RDWR), "r");
+  ASSERT_NE(reader, nullptr);
+  ASSERT_TRUE(logger().writeTo(path("slow")));
+  for (std::size_t i = 0; i < kLines; ++i) logger().log(DiagnosticsLevel::info, "C", std::string(100, 'x'), {});
+  std::thread closer([] { DiagnosticsLogger::shared().close(); });  // waits for the reader below
+  std::size_t read = 0;
+  std::size_t lost = 0;
+  for (std::array<char, 256> line{}; lost == 0; ++read) {
+    ASSERT_NE(std::fgets(line.data(), line.size(), reader), nullptr);
+    const std::string text(line.data());
+    const std::size_t place = text.find("warning [Diagnostics] Lines lost count=");
+    if (place != std::string::npos) lost = std::stoul(text.substr(text.find('=') + 1));
+  }
+  closer.join();
+  std::fclose(reader);
+  EXPECT_GT(lost, 0U);
+  EXPECT_EQ(read - 1 + lost, kLines);
 }
 
 TEST_F(DiagnosticsLoggerTest, AFileThatCannotBeOpenedLeavesTheLogSilent) {

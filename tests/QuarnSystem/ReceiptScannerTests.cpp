@@ -103,9 +103,10 @@ TEST(ReceiptScanner, FilesAndLinksAreListedAscendingAndFoldersAndDevicesAreNot) 
                                      .link("./a", "b")
                                      .file("./b/Z")
                                      .file("./b.c")
+                                     .file("./0/x")
                                      .bytes());
   ASSERT_THAT(scanner(volume).allReceipts(), SizeIs(1));
-  EXPECT_THAT(paths(scanner(volume).allReceipts()[0].files), ElementsAre("/a", "/b.c", "/b/Z", "/b/z"));
+  EXPECT_THAT(paths(scanner(volume).allReceipts()[0].files), ElementsAre("/0/x", "/a", "/b.c", "/b/Z", "/b/z"));
 }
 
 TEST(ReceiptScanner, APathThatABillListsTwiceIsListedOnce) {

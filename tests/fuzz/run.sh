@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # usage: run.sh BUILD_FOLDER SECONDS
-# Runs every fuzz target of a build for so many seconds, one after the other, from the seeds in corpus/. What a target
-# learns, and an input that breaks it, stay in the build folder. Fails when one of them fails.
+# Runs every fuzz target of a build for so many seconds, one after the other, from the seeds in corpus/ and with the words
+# of its .dict. What a target learns, and an input that breaks it, stay in the build folder. Fails when one of them fails.
 set -euo pipefail
-seeds="$(cd "$(dirname "$0")" && pwd)/corpus"
+here="$(cd "$(dirname "$0")" && pwd)"
 build="$(cd "$1" && pwd)"
 seconds="$2"
 
@@ -13,8 +13,10 @@ for target in "$build"/bin/*_fuzz; do
   learned="$build/fuzz/$name"
   mkdir -p "$learned"
   log="$learned.log"
+  words=()
+  if [ -f "$here/$name.dict" ]; then words=(-dict="$here/$name.dict"); fi
   if "$target" -max_total_time="$seconds" -max_len=4096 -timeout=5 -rss_limit_mb=2048 -print_final_stats=1 \
-    -artifact_prefix="$build/fuzz/$name-" "$learned" "$seeds/$name" >"$log" 2>&1; then
+    -artifact_prefix="$build/fuzz/$name-" "${words[@]}" "$learned" "$here/corpus/$name" >"$log" 2>&1; then
     echo "$name: $(grep '^Done' "$log"), no finding"
   else
     echo "$name: failed, see $log" >&2

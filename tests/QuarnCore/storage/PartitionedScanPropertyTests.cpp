@@ -68,6 +68,7 @@ class RandomVolume : public DashboardVolume {
 
   void addItem(const std::string& folder) {
     const std::string path = folder + "/" + std::string(pick(kNames));
+    if (std::filesystem::symlink_status(host(path)).type() != std::filesystem::file_type::not_found) return;
     const auto size = static_cast<std::int64_t>(1 + random_() % 1'000'000);
     tryTo([&] {
       if (chance(15)) {
@@ -82,7 +83,7 @@ class RandomVolume : public DashboardVolume {
         sparse(path, size);
       }
     });
-    if (chance(4)) tryTo([&] { bundleBit(folder); });
+    if (chance(4) && std::filesystem::is_directory(host(folder))) tryTo([&] { bundleBit(folder); });
   }
 
   void giveRules() {
@@ -106,13 +107,35 @@ class RandomVolume : public DashboardVolume {
   std::mt19937 random_;
 };
 
-// What a volume holds, to be looked at when a round fails.
-std::string listing(const MacVolume& volume) {
+using Sizes = StorageDashboardService::CategorySizes;
+
+Sizes sumOf(const std::vector<PlainlyScanned>& files) {
+  Sizes sizes;
+  for (const Category category : allCases<Category>()) sizes[category] = {};
+  for (const PlainlyScanned& file : files) sizes[file.category] += file.size;
+  sizes.erase(Category::free);
+  return sizes;
+}
+
+std::string textOf(const Sizes& sizes) {
   std::string text;
-  namespace fs = std::filesystem;
-  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(volume.root())) {
-    text += "\n" + entry.path().string().substr(volume.root().size());
-    if (entry.is_symlink()) text += " -> " + fs::read_symlink(entry.path()).string();
+  for (const auto& [category, size] : sizes) {
+    text += std::string(rawValue(category)) + " " + std::to_string(size.logicalBytes) + " (" +
+            std::to_string(size.allocatedBytes) + ")\n";
+  }
+  return text;
+}
+
+// What a volume holds, to be looked at when a round fails.
+std::string listing(const MacVolume& volume, const std::vector<PlainlyScanned>& files) {
+  std::string text;
+  for (const PlainlyScanned& file : files) {
+    text +=
+        file.path + ": " + std::string(rawValue(file.category)) + " " + std::to_string(file.size.logicalBytes) + "\n";
+  }
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(volume.root())) {
+    if (!entry.is_symlink()) continue;
+    text += entry.path().string().substr(volume.root().size()) + " -> " + read_symlink(entry.path()).string() + "\n";
   }
   return text;
 }
@@ -120,10 +143,11 @@ std::string listing(const MacVolume& volume) {
 class PartitionedScanProperty : public ::testing::TestWithParam<std::string_view> {};
 
 TEST_P(PartitionedScanProperty, EveryFileBelowARootCountsOnceInTheCategoryOfThePlainRules) {
-  for (unsigned seed = 0; seed < 60; ++seed) {
+  for (unsigned seed = 0; seed < 25; ++seed) {
     const RandomVolume volume(seed, GetParam());
     const auto sizes = volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never());
-    ASSERT_EQ(sizes, plainScan(volume)) << "seed " << seed << listing(volume);
+    const std::vector<PlainlyScanned> expected = plainScan(volume);
+    ASSERT_EQ(textOf(sizes), textOf(sumOf(expected))) << "seed " << seed << "\n" << listing(volume, expected);
   }
 }
 

@@ -12,7 +12,6 @@ namespace quarn {
 namespace {
 
 using Category = StorageCategoryID;
-using Sizes = std::map<Category, SizeInfo>;
 
 struct Root {
   Category category;
@@ -44,19 +43,15 @@ class PlainScan {
     }
   }
 
-  Sizes run() {
-    Sizes sizes;
-    for (const Category category : allCases<Category>()) {
-      if (category != Category::free) sizes[category] = {};
-    }
-    namespace fs = std::filesystem;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(volume_.root())) {
+  std::vector<PlainlyScanned> run() {
+    std::vector<PlainlyScanned> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(volume_.root())) {
       struct stat status {};
       if (::lstat(entry.path().c_str(), &status) != 0 || !S_ISREG(status.st_mode)) continue;
-      const Category category = categoryOf(entry.path().string().substr(volume_.root().size()));
-      if (category != Category::free) sizes[category] += SizeInfo{status.st_blocks * 512, status.st_size};
+      const std::string path = entry.path().string().substr(volume_.root().size());
+      files.push_back({path, {status.st_blocks * 512, status.st_size}, categoryOf(path)});
     }
-    return sizes;
+    return files;
   }
 
  private:
@@ -141,10 +136,9 @@ class PlainScan {
 
   Category categoryOfItem(const std::string& item, const Root& root) const {
     if (const auto category = dictionaryCategory(item)) return *category;
-    const std::string path = files_.standardizedPath(item);
     const Root* rule = nullptr;
     for (const Root& candidate : roots_) {
-      if (!isRule(candidate) || !lies(path, candidate.path)) continue;
+      if (!isRule(candidate) || !lies(item, candidate.real)) continue;
       if (rule == nullptr || isBetterRule(candidate, *rule)) rule = &candidate;
     }
     return rule == nullptr ? root.category : rule->category;
@@ -155,7 +149,7 @@ class PlainScan {
   }
 
   static bool isBetterRule(const Root& left, const Root& right) {
-    if (left.path.size() != right.path.size()) return left.path.size() > right.path.size();
+    if (left.real.size() != right.real.size()) return left.real.size() > right.real.size();
     if (left.isLinked != right.isLinked) return !left.isLinked;
     const std::vector<Category> order{Category::photos, Category::communication, Category::development,
                                       Category::games,  Category::documents,     Category::apps};
@@ -171,6 +165,6 @@ class PlainScan {
 
 }  // namespace
 
-Sizes plainScan(const DashboardVolume& volume) { return PlainScan(volume).run(); }
+std::vector<PlainlyScanned> plainScan(const DashboardVolume& volume) { return PlainScan(volume).run(); }
 
 }  // namespace quarn

@@ -3,6 +3,7 @@
 #include "QuarnCore/storage/VendorPathHintIndex.h"
 #include "QuarnPlatform/Path.h"
 #include "QuarnPlatform/Text.h"
+#include "tests/QuarnCore/VendorCategoryTable.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {
@@ -13,62 +14,9 @@ using ::testing::IsEmpty;
 using Category = StorageCategoryID;
 using Definition = VendorProfile::ArtifactDefinition;
 
-struct CategoryIDs {
-  Category category;
-  std::vector<std::string> ids;
-};
-
-const std::vector<CategoryIDs>& categoryTable() {
-  static const std::vector<CategoryIDs> table{
-      {Category::communication,
-       {"apple-mail", "microsoft-outlook", "microsoft-teams", "zoom", "cisco-jabber", "slack", "webex", "discord",
-        "whatsapp", "telegram-desktop", "telegram", "signal", "thunderbird"}},
-      {Category::games,
-       {"steam", "epic-games-launcher", "battle-net", "gog-galaxy", "heroic", "origin", "riot-client",
-        "minecraft-launcher", "itch", "crossover"}},
-      {Category::development,
-       {"xcode",
-        "core-simulator",
-        "swiftpm",
-        "cocoapods",
-        "carthage",
-        "homebrew",
-        "kubernetes-local",
-        "android-studio",
-        "jetbrains",
-        "visual-studio-code",
-        "unity",
-        "docker-desktop",
-        "utm",
-        "rancher-desktop",
-        "orbstack",
-        "multipass",
-        "vagrant",
-        "unreal-engine",
-        "java-toolchain",
-        "parallels-desktop",
-        "vmware-fusion",
-        "virtualbox",
-        "nodejs-toolchain",
-        "python-toolchain"}},
-      {Category::photos, {"apple-photos", "final-cut-pro", "garageband", "logic-pro"}},
-      {Category::documents,
-       {"icloud-drive", "microsoft-onedrive", "dropbox", "google-drive", "box-drive", "nextcloud-desktop",
-        "synology-drive", "megasync", "pcloud-drive", "tresorit", "resilio-sync", "seafile-client"}},
-      {Category::systemData, {"safari",       "arc-browser",  "opera",         "vivaldi",
-                              "time-machine", "mobile-sync",  "backblaze",     "carbon-copy-cloner",
-                              "archicad",     "vectorworks",  "automatic1111", "comfyui",
-                              "invokeai",     "diffusionbee", "runpod",        "malwarebytes",
-                              "bitdefender",  "norton-360",   "mcafee",        "avast",
-                              "sophos",       "eset",         "trend-micro",   "intego",
-                              "kaspersky",    "sentinelone",  "jamf",          "cisco-secure-client"}},
-  };
-  return table;
-}
-
 TEST(VendorCategories, EachOfTheNinetyOneVendorsHasItsCategory) {
   std::size_t count = 0;
-  for (const auto& [category, ids] : categoryTable()) {
+  for (const auto& [category, ids] : vendorCategoryTable()) {
     for (const std::string& id : ids) {
       EXPECT_EQ(VendorPathHintIndex::category(id), category) << id;
       ++count;

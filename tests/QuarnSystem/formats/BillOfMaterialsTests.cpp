@@ -217,6 +217,12 @@ TEST(BillOfMaterials, OfEntriesWithOneNumberTheFirstCounts) {
               ElementsAre("a", "a/c"));
 }
 
+TEST(BillOfMaterials, OfAThousandEntriesWithOneNumberTheFirstCounts) {
+  BomBuilder bill;
+  for (int i = 0; i < 1'000; ++i) bill.entry(2, 1, std::to_string(1'000 + i), bill.directoryRecord());
+  EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("1000"));
+}
+
 TEST(BillOfMaterials, WhatLiesDeeperThanTheBoundIsLeftOut) {
   BomBuilder bill;
   for (std::uint32_t id = 2; id < 10'002; ++id) bill.entry(id, id - 1, "x", bill.directoryRecord());
@@ -448,6 +454,47 @@ TEST(BillOfMaterialsDamage, BranchesThatHoldThemselvesOrNothingEnd) {
   EXPECT_THAT(paths({{9, 5}, {2, 5}, {9, 5}, {7, 6}, {2, 5}}), ElementsAre("a", "b"));
   EXPECT_THAT(paths({{99, 5}, {0, 0}, {7, 6}}), ElementsAre("b"));
   EXPECT_THAT(paths({}), IsEmpty());
+}
+
+TEST(BillOfMaterialsDamage, ABranchThatLacksALeafOfTheChainHidesNothing) {
+  auto bill = twoLeaves(9, 7, 0);
+  bill.blocks[0] = tree(9, 3);
+  bill.blocks.push_back(node(false, 0, {{2, 5}}));
+  EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("a", "b"));
+}
+
+TEST(BillOfMaterialsDamage, NumbersBeyondTheTableAreNoBlocksWhateverLiesThere) {
+  auto bill = twoLeaves(2, 7, 0);
+  ASSERT_THAT(pathsOf(bill.bytes()), ElementsAre("a", "b"));
+  bill.slots = 8;
+  EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("a")) << "block 8 is cut off";
+  bill.slots = 7;
+  EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("a")) << "block 7 too";
+}
+
+TEST(BillOfMaterialsDamage, TheNullBlockIsNoneWhateverItsPlaceSays) {
+  auto bill = soundRawBill();
+  bill.blocks[1] = node(true, 0, {{4, 5}, {0, 6}});
+  std::string bytes = bill.bytes();
+  const std::size_t table = bytes.size() - 8 * (bill.blocks.size() + 1);
+  bytes += info(8, 3);
+  bytes.replace(table, 8, bigEndian(bytes.size() - 8, 4) + bigEndian(8, 4));
+  EXPECT_THAT(pathsOf(bytes), ElementsAre("a"));
+}
+
+TEST(BillOfMaterialsDamage, LeavesThatOverlapAreNotReadWithoutEnd) {
+  constexpr std::uint32_t kLeaves = 100;
+  auto bill = soundRawBill();
+  std::string region;
+  for (std::uint32_t i = 0; i < kLeaves; ++i) {
+    region += bigEndian(1, 2) + bigEndian(0xFFFF, 2) + bigEndian(8 + i + 1, 4) + bigEndian(0, 8);
+  }
+  std::uint64_t start = 512;
+  for (const auto& block : bill.blocks) start += block.size();
+  for (std::uint32_t i = 0; i < kLeaves; ++i) bill.extraPlaces.emplace_back(start + 16 * i, 12 + 8 * 0xFFFF);
+  bill.blocks[1] = node(true, 8, {{4, 5}});
+  bill.blocks.push_back(region + std::string(8 * 0xFFFF, '\0'));
+  EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("a")) << "100 × 65,535 pairs in half a megabyte";
 }
 
 TEST(BillOfMaterialsDamage, ManyBlocksOverOneLeafDoNotMultiplyIt) {

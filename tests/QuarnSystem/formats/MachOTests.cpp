@@ -185,6 +185,10 @@ TEST(MachO, LoadCommandsThatDoNotAddUpGiveNoSignature) {
   EXPECT_EQ(thinSignature(program(1, 24, command(0x1B, 0xFFFFFFFC, std::string(16, 'u')))), "none");
   EXPECT_EQ(thinSignature(program(0xFFFFFFFF, 24, other)), "none");
   EXPECT_EQ(thinSignature(program(2, 169, other + command(0x1D, 16, place(190, 10)))), "none") << "beyond the slice";
+  EXPECT_EQ(thinSignature(program(2, 32, other + command(0x1D, 16, place(190, 10)))), "none") << "cut in the middle";
+  const std::string small = program(1, 16, command(0x1D, 16, place(0, 8)));
+  EXPECT_EQ(signatureOf(small, {.offset = 0, .size = 48}), small.substr(0, 8));
+  EXPECT_EQ(signatureOf(small, {.offset = 0, .size = 47}), "none") << "in the file, but beyond the slice";
   EXPECT_EQ(thinSignature(program(2, 0xFFFFFFFF, other + command(0x1D, 16, place(190, 10)))), "none");
 }
 

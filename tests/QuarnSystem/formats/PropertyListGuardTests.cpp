@@ -1,3 +1,4 @@
+#include <bit>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -6,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "QuarnSystem/formats/PropertyList.h"
+#include "QuarnSystem/formats/PropertyListGuards.h"
 #include "quarn/sample/builders/BigEndian.h"
 #include "quarn/sample/builders/PlistWriter.h"
 
@@ -49,7 +51,14 @@ struct RawList {
   }
 };
 
-bool isRead(const std::string& bytes) { return PropertyList::parse(bytes).has_value(); }
+/// Whether the list is read. Whatever it is, the guards must have let through exactly what the library reads.
+bool isRead(const std::string& bytes) {
+  const bool isBinary = bytes.starts_with("bplist");
+  const bool isSafe = isBinary ? isSafeBinaryPropertyList(bytes) : !safeXmlPropertyList(bytes).empty();
+  const bool isRead = PropertyList::parse(bytes).has_value();
+  EXPECT_EQ(isRead, isSafe && bytes.size() <= PropertyList::kMaxBytes);
+  return isRead;
+}
 bool isReadRaw(const RawList& list) { return isRead(list.bytes()); }
 
 std::string references(std::initializer_list<std::uint64_t> indexes, std::size_t width = 4) {
@@ -238,6 +247,10 @@ TEST(PropertyListGuards, CountsThatReachBeyondTheObjectsAreRefused) {
     }
     const std::string start = bigEndian(type << 4U | 0xFU, 1);
     EXPECT_FALSE(isReadRaw({.objects = {start + "\x13" + std::string(8, '\xFF'), kTrue}})) << type << " × -1";
+    for (unsigned power = 58; power < 64; ++power) {
+      const std::string count = bigEndian(std::uint64_t{1} << power, 8);
+      EXPECT_FALSE(isReadRaw({.objects = {start + "\x13" + count, kTrue}})) << type << " × 2^" << power;
+    }
     EXPECT_FALSE(isReadRaw({.objects = {start + "\x14" + bigEndian(0, 16), kTrue}}))
         << type << " × a count of 16 bytes";
     EXPECT_FALSE(isReadRaw({.objects = {start + "\121a", kTrue}})) << type << " × a text";
@@ -265,6 +278,24 @@ TEST(PropertyListGuards, ObjectsThatNothingRefersToDoNotMatter) {
 TEST(PropertyListGuards, AReferenceOfAKeyedArchiveIsANull) {
   const auto list = PropertyList::parse(RawList{.objects = {"\xA1" + references({1}), "\x80\x05"}}.bytes());
   EXPECT_EQ(list, PropertyList(PropertyList::Array{PropertyList()}));
+}
+
+TEST(PropertyListGuards, WhatTheLibraryDoesNotReadIsNotLetThrough) {
+  EXPECT_FALSE(isRead("<data/>"));
+  EXPECT_FALSE(isRead("<date />"));
+  EXPECT_FALSE(isRead("<dict><key/><true/></dict>"));
+  EXPECT_FALSE(isReadRaw({.objects = {"\x60"}})) << "an empty text of two-byte characters";
+  EXPECT_FALSE(isReadRaw({.objects = {std::string("\x6F\x10\0", 3)}}));
+}
+
+TEST(PropertyListGuards, DatesKeepTheirFractions) {
+  for (const double seconds : {1.5, -1.5, 700'000'000.25, -700'000'000.25}) {
+    const auto list = PropertyList::parse(RawList{
+        .objects = {"\xD1" + references({1, 2}), "\121k", "\x33" + bigEndian(std::bit_cast<std::uint64_t>(seconds), 8)}}
+                                              .bytes());
+    ASSERT_TRUE(list);
+    EXPECT_EQ(list->date("k"), PropertyList::Date{seconds});
+  }
 }
 
 TEST(PropertyListGuards, ASetIsReadAsAnArray) {
@@ -302,6 +333,22 @@ TEST(PropertyListGuards, DeclarationsInTheDocumentTypeAreRefused) {
   EXPECT_FALSE(isRead("<!DOCTYPE plist SYSTEM \"a><true/>"));
 }
 
+TEST(PropertyListGuards, AnEmptyInstructionCannotHideNestingFromTheGuard) {
+  const std::string deep = repeated("<array>", 400'000);
+  EXPECT_FALSE(isRead("<?>" + deep + "?><true/>"));
+  EXPECT_FALSE(isRead("<!-->" + deep + "<true/>"));
+  EXPECT_TRUE(isRead("<? ?><true/>"));
+  EXPECT_TRUE(isRead("<!---->" + std::string("<true/>")));
+}
+
+TEST(PropertyListGuards, AQuoteCannotHideNestingFromTheGuard) {
+  const std::string deep = repeated("<array>", 400'000);
+  EXPECT_FALSE(isRead("<?a \"?><string><![CDATA[\"?>" + deep + "]]></string>"));
+  EXPECT_FALSE(isRead("<!DOCTYPE a \"><string><![CDATA[\">" + deep + "]]></string>"));
+  EXPECT_FALSE(isRead("<array a=\"><string><![CDATA[\">" + deep + "]]></string></array>"));
+  EXPECT_TRUE(isRead("<?a \"\"?><array a=\"\"><string><![CDATA[\">" + deep + "]]></string></array>"));
+}
+
 TEST(PropertyListGuards, MisshapenXmlIsRefused) {
   for (const auto* text : {
            "<",
@@ -336,6 +383,11 @@ TEST(PropertyListGuards, MisshapenXmlIsRefused) {
            "<string>a<!-- b</string>",
            "<string>a<![CDATA[b</string>",
            "<string>a</string b>",
+           "<array></array b>",
+           "<array></array/>",
+           "<array/x/>",
+           "<array/x/></array>",
+           "<array/ />",
            "<true a=\"</true>",
            "<array a=\"<dict>\"></array>",
            "<array a=\"b></array>",

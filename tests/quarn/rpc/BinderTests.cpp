@@ -1,11 +1,10 @@
-#include "quarn/rpc/Binder.h"
-
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include "QuarnModels/AppEntity.h"
 #include "QuarnModels/Artifact.h"
 #include "quarn/Services.h"
+#include "quarn/rpc/Binder.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {
@@ -41,8 +40,8 @@ bool refuseParam(const MethodContext& /*context*/, const std::string& /*name*/) 
 bool cancelled(const MethodContext& context) { return context.request.cancellation.isCancelled(); }
 
 constexpr std::array kMethods{
-    method<&greet>("Test.greet", "name", "loudly"), method<&home>("Test.home"),
-    method<&urls>("Test.urls", "artifacts", "app"), method<&failToList>("Test.failToList"),
+    method<&greet>("Test.greet", "name", "loudly"),   method<&home>("Test.home"),
+    method<&urls>("Test.urls", "artifacts", "app"),   method<&failToList>("Test.failToList"),
     method<&refuseParam>("Test.refuseParam", "name"), method<&cancelled>("Test.cancelled"),
 };
 

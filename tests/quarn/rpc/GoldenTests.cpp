@@ -7,7 +7,6 @@
 #include <iterator>
 #include <memory>
 #include <set>
-#include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -15,12 +14,11 @@
 #include "QuarnModels/Date.h"
 #include "quarn/rpc/Methods.h"
 #include "quarn/rpc/Server.h"
-#include "quarn/sample/SampleVolume.h"
+#include "tests/quarn/commands/CommandRun.h"
 #include "tests/quarn/rpc/RPCSession.h"
-#include "tests/support/MacVolume.h"
 
-// One file a method: the request and all that is answered to it on the sample volume, with small resources of the tests'
-// own. A request is written by hand; QUARN_UPDATE_GOLDEN=1 in the environment writes the answers.
+// One file a method: the request and all that is answered to it on the sample volume, with small resources of the
+// tests' own. A request is written by hand; QUARN_UPDATE_GOLDEN=1 in the environment writes the answers.
 
 namespace quarn {
 namespace {
@@ -75,16 +73,10 @@ void putPlaceholders(ordered_json& value) {
 class Golden : public testing::TestWithParam<std::string> {
  protected:
   static void SetUpTestSuite() {
-    holder_ = std::make_unique<MacVolume>();
-    const std::string folder = holder_->root() + "/sample";
-    const SampleSummary sample = writeSampleVolume(folder);
-    services_ = std::make_unique<Services>(FileManager::mounted(folder, FileURL(sample.home)),
+    services_ = std::make_unique<Services>(FileManager::mounted(sampleFolder(), FileURL("/Users/ann")),
                                            ResourceBundle((kHere / "resources").string()));
   }
-  static void TearDownTestSuite() {
-    services_.reset();
-    holder_.reset();
-  }
+  static void TearDownTestSuite() { services_.reset(); }
 
   static ordered_json answersTo(const ordered_json& request) {
     RPCSession session([](int input, int output) { return runRPC(*services_, input, output); });
@@ -95,11 +87,9 @@ class Golden : public testing::TestWithParam<std::string> {
     return answers;
   }
 
-  static std::unique_ptr<MacVolume> holder_;
   static std::unique_ptr<Services> services_;
 };
 
-std::unique_ptr<MacVolume> Golden::holder_;
 std::unique_ptr<Services> Golden::services_;
 
 std::string read(const std::filesystem::path& path) {

@@ -1,11 +1,10 @@
-#include "quarn/rpc/LineReader.h"
-
 #include <array>
 
 #include <gmock/gmock.h>
 #include <unistd.h>
 
 #include "QuarnPlatform/FileDescriptor.h"
+#include "quarn/rpc/LineReader.h"
 
 namespace quarn {
 namespace {
@@ -83,7 +82,8 @@ TEST_F(LineReaderTest, ALongerLineIsReportedOnceAndDroppedToItsEnd) {
 }
 
 TEST_F(LineReaderTest, ALongerLineInPiecesIsReportedBeforeItsEndHasCome) {
-  EXPECT_THAT(read({"01234567", "89a", "and more", "and more again", "\nb\n"}), ElementsAre("<too long>", "b", "<end>"));
+  EXPECT_THAT(read({"01234567", "89a", "and more", "and more again", "\nb\n"}),
+              ElementsAre("<too long>", "b", "<end>"));
 }
 
 TEST_F(LineReaderTest, TwoLongLinesAreReportedTwice) {

@@ -37,14 +37,14 @@ RPCSession::RPCSession(Server server) {
   fromServer_ = std::move(output.reading);
   stopReading_ = std::move(stop.writing);
   stopped_ = std::move(stop.reading);
-  server_ = std::thread([this, server = std::move(server), in = std::move(input.reading),
-                         out = std::move(output.writing)]() mutable {
-    const int status = server(in.get(), out.get());
-    const std::lock_guard lock(mutex_);
-    status_ = status;
-    in.reset();
-    out.reset();
-  });
+  server_ = std::thread(
+      [this, server = std::move(server), in = std::move(input.reading), out = std::move(output.writing)]() mutable {
+        const int status = server(in.get(), out.get());
+        const std::lock_guard lock(mutex_);
+        status_ = status;
+        in.reset();
+        out.reset();
+      });
   collector_ = std::thread([this] { collect(); });
 }
 

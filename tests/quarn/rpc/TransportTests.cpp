@@ -1,5 +1,3 @@
-#include "quarn/rpc/Transport.h"
-
 #include <atomic>
 #include <chrono>
 #include <future>
@@ -10,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "quarn/rpc/RPCError.h"
+#include "quarn/rpc/Transport.h"
 #include "tests/quarn/rpc/RPCSession.h"
 
 namespace quarn {
@@ -36,7 +35,10 @@ class Operations {
     if (method == "report") return report(context);
     if (method == "refuse") throw RPCError{RPCErrorCode::operationFailed, "refused", {{"path", "/a"}, {"errno", 13}}};
     if (method == "break") throw std::runtime_error("broken");
-    if (method == "badText") return ordered_json("a\xFF" "b");
+    if (method == "badText")
+      return ordered_json(
+          "a\xFF"
+          "b");
     throw RPCError::noSuchMethod(method);
   }
 
@@ -128,9 +130,9 @@ TEST_F(Transport, AbsentAndNullParamsAreNone) {
 
 TEST_F(Transport, RequestsRunInTheOrderInWhichTheyArrive) {
   session_.send(request("\"a\"", "count")).send(request("\"b\"", "count")).send(request("\"c\"", "count"));
-  EXPECT_THAT(session_.finish(), ElementsAre(R"({"jsonrpc":"2.0","id":"a","result":1})",
-                                             R"({"jsonrpc":"2.0","id":"b","result":2})",
-                                             R"({"jsonrpc":"2.0","id":"c","result":3})"));
+  EXPECT_THAT(session_.finish(),
+              ElementsAre(R"({"jsonrpc":"2.0","id":"a","result":1})", R"({"jsonrpc":"2.0","id":"b","result":2})",
+                          R"({"jsonrpc":"2.0","id":"c","result":3})"));
 }
 
 TEST_F(Transport, SpaceAroundAValueAndAWindowsLineEndAreNoMistake) {
@@ -146,9 +148,8 @@ TEST_F(Transport, AnAnswerIsOneLineOfWellFormedUTF8) {
 // ---- errors
 
 TEST_F(Transport, AnErrorOfTheOperationHasCodeMessageAndData) {
-  EXPECT_EQ(
-      ask(request("1", "refuse")),
-      R"({"jsonrpc":"2.0","id":1,"error":{"code":-32000,"message":"refused","data":{"path":"/a","errno":13}}})");
+  EXPECT_EQ(ask(request("1", "refuse")),
+            R"({"jsonrpc":"2.0","id":1,"error":{"code":-32000,"message":"refused","data":{"path":"/a","errno":13}}})");
 }
 
 TEST_F(Transport, AnUnexpectedFailureIsAnInternalErrorAndEndsNothing) {
@@ -158,8 +159,8 @@ TEST_F(Transport, AnUnexpectedFailureIsAnInternalErrorAndEndsNothing) {
 
 TEST_F(Transport, ALineThatIsNotJSONIsRefused) {
   for (const std::string_view line :
-       {"", "   ", "garbage", "{", R"({"jsonrpc":"2.0","id":1,"method":"count")", "{} {}", "{'a':1}", "[1,]", "\"\xFF\"",
-        R"("\ud800")", "NaN", "// comment", "\x01", "1e400"}) {
+       {"", "   ", "garbage", "{", R"({"jsonrpc":"2.0","id":1,"method":"count")", "{} {}", "{'a':1}", "[1,]",
+        "\"\xFF\"", R"("\ud800")", "NaN", "// comment", "\x01", "1e400"}) {
     EXPECT_THAT(ask(line), StartsWith(kNoJSON)) << line;
   }
   EXPECT_THAT(ask(std::string_view("{}\0", 3)), StartsWith(kNoJSON));
@@ -294,10 +295,9 @@ TEST_F(Transport, AWaitingRequestIsRefusedWhenItsTurnComes) {
   operations_.waitForStart();
   session_.send("garbage").send(request("\"a\"", "count")).send(request("\"b\"", "count"));
   session_.send(cancel("\"a\"")).send(cancel("1"));
-  EXPECT_THAT(session_.finish(),
-              ElementsAre(HasSubstr("\"what there was\""), StartsWith(kNoJSON),
-                          StartsWith(R"({"jsonrpc":"2.0","id":"a","error":{"code":-32800,)"),
-                          R"({"jsonrpc":"2.0","id":"b","result":1})"));
+  EXPECT_THAT(session_.finish(), ElementsAre(HasSubstr("\"what there was\""), StartsWith(kNoJSON),
+                                             StartsWith(R"({"jsonrpc":"2.0","id":"a","error":{"code":-32800,)"),
+                                             R"({"jsonrpc":"2.0","id":"b","result":1})"));
 }
 
 TEST_F(Transport, ACancellationIsOfTheIDAsItIsWritten) {
@@ -313,7 +313,8 @@ TEST_F(Transport, ACancellationIsOfTheIDAsItIsWritten) {
 TEST_F(Transport, TheNameOfTheCancellationMayBeWrittenWithEscapes) {
   session_.send(request("1", "untilCancelled"));
   operations_.waitForStart();
-  EXPECT_THAT(ask(R"({"jsonrpc":"2.0","method":"$\/cancel\u0052equest","params":{"id":1}})"), HasSubstr("what there was"));
+  EXPECT_THAT(ask(R"({"jsonrpc":"2.0","method":"$\/cancel\u0052equest","params":{"id":1}})"),
+              HasSubstr("what there was"));
 }
 
 TEST_F(Transport, ACancellationDoesNotReachARequestThatComesAfterIt) {

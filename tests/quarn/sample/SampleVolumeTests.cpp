@@ -3,9 +3,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
-#include <set>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -25,6 +23,13 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 namespace fs = std::filesystem;
+
+std::string bytesOf(const std::string& hostPath) {
+  std::ifstream file(hostPath, std::ios::binary);
+  std::string bytes(fs::file_size(hostPath), '\0');
+  file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  return bytes;
+}
 
 // A host folder that is taken away with everything in it.
 class SampleVolume : public ::testing::Test {
@@ -71,11 +76,6 @@ class WrittenSampleVolume : public ::testing::Test {
     return status;
   }
 
-  static std::string contentOf(const std::string& path) {
-    std::ifstream file(host(path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  }
-
   static inline std::unique_ptr<MacVolume> holder_;
   static inline SampleSummary summary_;
 };
@@ -93,13 +93,6 @@ std::map<std::string, std::string> inventory(const std::string& root) {
     items[entry.path().string().substr(root.size())] = facts;
   }
   return items;
-}
-
-bool haveEqualContent(const std::string& left, const std::string& right) {
-  std::ifstream a(left, std::ios::binary);
-  std::ifstream b(right, std::ios::binary);
-  return std::equal(std::istreambuf_iterator<char>(a), std::istreambuf_iterator<char>(),
-                    std::istreambuf_iterator<char>(b), std::istreambuf_iterator<char>());
 }
 
 TEST_F(SampleVolume, AFolderThatHoldsAnythingIsRefusedAndLeftAsItIs) {
@@ -185,7 +178,7 @@ TEST_F(SampleVolume, TwoWritesAreAlikeToTheByte) {
     struct stat status {};
     ::lstat((first.folder + path).c_str(), &status);
     if (!S_ISREG(status.st_mode) || status.st_blocks == 0) continue;
-    EXPECT_TRUE(haveEqualContent(first.folder + path, second.folder + path)) << path;
+    EXPECT_TRUE(bytesOf(first.folder + path) == bytesOf(second.folder + path)) << path;
   }
   second.folder = first.folder;
   EXPECT_EQ(first, second);
@@ -409,10 +402,11 @@ TEST_F(WrittenSampleVolume, NamesHoldWhateverNamesCanHold) {
 }
 
 TEST_F(WrittenSampleVolume, AppsComeInEveryLayout) {
-  EXPECT_THAT(contentOf("/Applications/Example.app/Contents/Info.plist"), StartsWith("<?xml"));
-  EXPECT_THAT(contentOf("/Applications/Example.app/Contents/Info.plist"), HasSubstr("</plist>"));
-  EXPECT_THAT(contentOf("/Applications/Quill & Ink.app/Contents/Info.plist"), StartsWith("bplist00"));
-  EXPECT_THAT(contentOf("/Applications/Broken List.app/Contents/Info.plist"), ::testing::Not(HasSubstr("</plist>")));
+  EXPECT_THAT(bytesOf(host("/Applications/Example.app/Contents/Info.plist")), StartsWith("<?xml"));
+  EXPECT_THAT(bytesOf(host("/Applications/Example.app/Contents/Info.plist")), HasSubstr("</plist>"));
+  EXPECT_THAT(bytesOf(host("/Applications/Quill & Ink.app/Contents/Info.plist")), StartsWith("bplist00"));
+  EXPECT_THAT(bytesOf(host("/Applications/Broken List.app/Contents/Info.plist")),
+              ::testing::Not(HasSubstr("</plist>")));
   EXPECT_FALSE(isThere("/Applications/No List.app/Contents/Info.plist"));
   EXPECT_TRUE(isThere("/Applications/No List.app/Contents/MacOS/No List"));
   EXPECT_TRUE(isThere("/Applications/Old Days.app/Resources/Info.plist"));
@@ -423,20 +417,20 @@ TEST_F(WrittenSampleVolume, AppsComeInEveryLayout) {
 }
 
 TEST_F(WrittenSampleVolume, ASignatureNamesAGroupThatNothingElseTies) {
-  const std::string program = contentOf("/Applications/Lumen Notes.app/Contents/MacOS/Lumen Notes");
+  const std::string program = bytesOf(host("/Applications/Lumen Notes.app/Contents/MacOS/Lumen Notes"));
   EXPECT_THAT(program, HasSubstr("9KXQ2T7WBA.shared-store"));
   EXPECT_THAT(program, StartsWith("\xCA\xFE\xBA\xBE"));
 }
 
 TEST_F(WrittenSampleVolume, ReceiptsHaveTheirBills) {
   const std::string folder = "/private/var/db/receipts/";
-  EXPECT_THAT(contentOf(folder + "com.harboraudio.suite.pkg.bom"), StartsWith("BOMStore"));
-  EXPECT_THAT(contentOf(folder + "com.harboraudio.suite.pkg.bom"), HasSubstr("Harbor Reverb.component"));
-  EXPECT_THAT(contentOf(folder + "com.harboraudio.suite.pkg.plist"),
+  EXPECT_THAT(bytesOf(host(folder + "com.harboraudio.suite.pkg.bom")), StartsWith("BOMStore"));
+  EXPECT_THAT(bytesOf(host(folder + "com.harboraudio.suite.pkg.bom")), HasSubstr("Harbor Reverb.component"));
+  EXPECT_THAT(bytesOf(host(folder + "com.harboraudio.suite.pkg.plist")),
               HasSubstr("<string>com.harboraudio.suite.pkg</string>"));
   EXPECT_TRUE(isThere(folder + "com.kestrelsoft.kestrel.maps.plist"));
   EXPECT_FALSE(isThere(folder + "com.kestrelsoft.kestrel.maps.bom"));
-  EXPECT_THAT(contentOf(folder + "com.tessera.everything.bom"), HasSubstr("TesseraAudio.kext"));
+  EXPECT_THAT(bytesOf(host(folder + "com.tessera.everything.bom")), HasSubstr("TesseraAudio.kext"));
 }
 
 TEST_F(WrittenSampleVolume, NothingIsClosedToItsReader) {

@@ -1,0 +1,160 @@
+#include <chrono>
+#include <fstream>
+
+#include "QuarnSystem/DiagnosticsLogger.h"
+#include "tests/QuarnCore/storage/DashboardVolume.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Category = StorageCategoryID;
+using Sizes = StorageDashboardService::CategorySizes;
+
+void fill(MacVolume& volume) {
+  volume.file("~/Pictures/a", 1).file("~/Library/Mail/a", 2).file("~/Documents/a", 4).file("/usr/a", 8);
+  volume.file("/Library/a", 16).folder("~/Movies");
+}
+
+TEST(PartitionedScanProgress, AnUpdateFollowsEveryRootAndTheLastIsTheResult) {
+  DashboardVolume volume;
+  fill(volume);
+  std::vector<Sizes> updates;
+  const Sizes result = volume.dashboard().calculatePartitionedCategorySizes(
+      [&](const Sizes& totals) { updates.push_back(totals); }, Cancellation::never());
+  ASSERT_GE(updates.size(), volume.plan().roots.size());
+  EXPECT_EQ(updates.back(), result);
+  EXPECT_EQ(result.at(Category::systemData).logicalBytes, 24);
+}
+
+TEST(PartitionedScanProgress, TotalsNeverShrinkAndAlwaysNameEightCategories) {
+  DashboardVolume volume;
+  fill(volume);
+  Sizes before;
+  const auto check = [&](const Sizes& totals) {
+    EXPECT_EQ(totals.size(), 8u);
+    EXPECT_FALSE(totals.contains(Category::free));
+    for (const auto& [category, size] : before) {
+      EXPECT_GE(totals.at(category).logicalBytes, size.logicalBytes);
+      EXPECT_GE(totals.at(category).allocatedBytes, size.allocatedBytes);
+    }
+    before = totals;
+  };
+  (void)volume.dashboard().calculatePartitionedCategorySizes(check, Cancellation::never());
+  EXPECT_FALSE(before.empty());
+}
+
+TEST(PartitionedScanProgress, WithinARootThereIsAnUpdateAtMostEveryHundredMilliseconds) {
+  DashboardVolume volume;
+  for (int i = 0; i < 1'000; ++i) volume.file("~/Pictures/" + std::to_string(i % 40) + "/" + std::to_string(i));
+  int updates = 0;
+  const auto started = std::chrono::steady_clock::now();
+  (void)volume.dashboard().calculatePartitionedCategorySizes([&](const Sizes&) { ++updates; }, Cancellation::never());
+  const auto taken = std::chrono::steady_clock::now() - started;
+  EXPECT_LE(updates, static_cast<int>(volume.plan().roots.size()) + taken / std::chrono::milliseconds(100));
+}
+
+TEST(PartitionedScanProgress, WithoutRootsThereIsNoUpdate) {
+  const DashboardVolume volume;
+  int updates = 0;
+  (void)volume.dashboard().calculatePartitionedCategorySizes([&](const Sizes&) { ++updates; }, Cancellation::never());
+  EXPECT_EQ(updates, 0);
+}
+
+TEST(PartitionedScanCancellation, BeforeTheFirstRootNothingIsCounted) {
+  DashboardVolume volume;
+  fill(volume);
+  const Cancellation cancellation;
+  cancellation.cancel();
+  int updates = 0;
+  const Sizes result =
+      volume.dashboard().calculatePartitionedCategorySizes([&](const Sizes&) { ++updates; }, cancellation);
+  EXPECT_EQ(updates, 0);
+  EXPECT_EQ(result.size(), 8u);
+  for (const auto& [category, size] : result) EXPECT_EQ(size, SizeInfo{}) << rawValue(category);
+}
+
+TEST(PartitionedScanCancellation, TheTotalsSoFarAreReturned) {
+  DashboardVolume volume;
+  fill(volume);
+  const Cancellation cancellation;
+  Sizes last;
+  const Sizes result = volume.dashboard().calculatePartitionedCategorySizes(
+      [&](const Sizes& totals) {
+        last = totals;
+        if (totals.at(Category::communication).logicalBytes == 2) cancellation.cancel();
+      },
+      cancellation);
+  EXPECT_EQ(result, last);
+  EXPECT_EQ(result.at(Category::photos).logicalBytes, 1);
+  EXPECT_EQ(result.at(Category::communication).logicalBytes, 2);
+  EXPECT_EQ(result.at(Category::documents).logicalBytes, 0);
+  EXPECT_EQ(result.at(Category::systemData).logicalBytes, 0);
+}
+
+// The lines that an operation writes, without their moment.
+template <class Operation>
+std::vector<std::string> logged(const MacVolume& volume, const Operation& operation) {
+  const std::string path = volume.host("/scan.log");
+  EXPECT_TRUE(DiagnosticsLogger::shared().writeTo(path));
+  operation();
+  DiagnosticsLogger::shared().close();
+  std::vector<std::string> lines;
+  std::ifstream file(path);
+  for (std::string line; std::getline(file, line);) lines.push_back(line.substr(line.find(' ') + 1));
+  return lines;
+}
+
+TEST(PartitionedScanDiagnostics, EachRootHasItsLine) {
+  DashboardVolume volume;
+  volume.file("~/Pictures/Slack/a", 1).file("/usr/local/b", 2).file("/usr/c", 4'096).file("~/notes", 8);
+  volume.folder("~/Library/Application Support/Quarn/Quarantine");
+  const std::size_t excluded = volume.dashboard().categoryExclusions(Category::systemData).size();
+  const auto lines =
+      logged(volume, [&] { (void)volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never()); });
+  const auto enumerated = [](const std::string& category, const std::string& root) {
+    return "trace [StorageScan] Enumerating root category=" + category + " root=" + root +
+           " includeHidden=true allowSlow=true exclusions=0";
+  };
+  const auto fast = [](const std::string& root, const std::string& bytes, std::size_t exclusions) {
+    return "trace [StorageScan] Fast root size category=systemData root=" + root + " allocatedBytes=" + bytes +
+           " logicalBytes=" + bytes + " allowSlow=true exclusions=" + std::to_string(exclusions);
+  };
+  EXPECT_THAT(lines, ElementsAre(enumerated("photos", "/Users/ann/Pictures"), enumerated("development", "/usr/local"),
+                                 enumerated("documents", "/Users/ann/notes"),
+                                 fast("/Users/ann/Library", "0", excluded + 1), fast("/usr", "4096", excluded + 1),
+                                 fast("\"/Users/ann/Library/Application Support/Quarn/Quarantine\"", "0", excluded)));
+}
+
+TEST(PartitionedScanDiagnostics, NothingIsWrittenWhenNothingIsThere) {
+  const DashboardVolume volume;
+  EXPECT_THAT(
+      logged(volume, [&] { (void)volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never()); }),
+      IsEmpty());
+}
+
+TEST(PreciseSizeDiagnostics, EachRootThatExistsHasItsLine) {
+  DashboardVolume volume;
+  volume.sparse("~/Documents/a", 5).folder("~/Library/CloudStorage/Box").link("~/link", "Documents2");
+  const auto line = [](const std::string& root, const std::string& logical, const std::string& isCloud) {
+    return "trace [StorageScan] Precise root size category=documents root=" + root +
+           " allocatedBytes=0 logicalBytes=" + logical + " cloudRoot=" + isCloud + " exclusions=0";
+  };
+  EXPECT_THAT(logged(volume, [&] { (void)volume.dashboard().calculatePreciseSize(Category::documents, {}); }),
+              ElementsAre(line("/Users/ann/Documents", "5", "false"),
+                          line("/Users/ann/Library/CloudStorage/Box", "0", "true")));
+}
+
+TEST(PreciseSizeDiagnostics, SystemDataTellsItsExclusions) {
+  DashboardVolume volume;
+  volume.sparse("/usr/a", 7).sparse("/usr/local/b", 9);
+  const std::size_t excluded = volume.dashboard().categoryExclusions(Category::systemData).size();
+  EXPECT_THAT(logged(volume, [&] { (void)volume.dashboard().calculatePreciseSize(Category::systemData, {}); }),
+              ElementsAre("trace [StorageScan] Precise root size category=systemData root=/usr allocatedBytes=0 "
+                          "logicalBytes=7 cloudRoot=false exclusions=" +
+                          std::to_string(excluded)));
+}
+
+}  // namespace
+}  // namespace quarn
