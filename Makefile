@@ -2,7 +2,7 @@
 
 SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
-QUARN = build/release/bin/quarn
+QUARN = build/dev/bin/quarn
 
 .PHONY: help packages build demo test check tidy format bench fuzz asan tsan clean
 
@@ -21,12 +21,15 @@ build: packages
 	cmake --preset release
 	cmake --build --preset release
 
-demo: build
+demo: packages
+	cmake --preset dev
+	cmake --build --preset dev --target quarn quarn_resources
 	rm -rf $(SAMPLE)
 	$(QUARN) sample $(SAMPLE)
 	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) apps
 	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) inspect "Lumen Notes"
 	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) plan "Lumen Notes"
+	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) report "Lumen Notes" -o build/report.html
 
 test: packages
 	cmake --preset dev
@@ -44,7 +47,7 @@ format:
 	cmake/check-format.sh --fix
 
 bench: build
-	benchmarks/run.sh $(QUARN) $(BENCH)
+	benchmarks/run.sh build/release/bin/quarn $(BENCH)
 
 FUZZ_SECONDS ?= 60
 fuzz: packages
