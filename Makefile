@@ -4,7 +4,7 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages build demo test check tidy format bench fuzz asan tsan clean
+.PHONY: help packages build demo test check tidy format bench fuzz pages deb asan tsan clean
 
 help:
 	@echo "make demo   build, make a sample Mac volume, inspect an app on it"
@@ -13,6 +13,8 @@ help:
 	@echo "make tidy   clang-tidy over the product's sources"
 	@echo "make bench  measure against the floor of system calls and other tools"
 	@echo "make fuzz   fuzz every parser, FUZZ_SECONDS each (60)"
+	@echo "make pages  write anew what the documentation shows of the program"
+	@echo "make deb    Debian packages in build/package"
 
 packages:
 	@cmake/install-packages.sh
@@ -54,6 +56,20 @@ fuzz: packages
 	cmake --preset fuzz
 	cmake --build --preset fuzz
 	tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
+
+# What the documentation shows of the program: the pages made from its tables, and the outputs of commands.
+pages: packages
+	cmake --preset dev
+	cmake --build --preset dev --target quarn_tests_program quarn_manual
+	QUARN_UPDATE_GOLDEN=1 build/dev/bin/quarn_tests_program --gtest_filter='CommandPages.*:RPCPage.HoldsTheTables*'
+	python3 tests/installation/install.py build/dev build/dev/installed/moved build/dev/installed/mac
+	for page in README.md docs/tutorial.md docs/rpc.md docs/embedding.md docs/commands/README.md; do \
+	  python3 tests/documentation/run_page.py --prefix build/dev/installed/moved --update $$page; done
+
+deb: packages
+	cmake --preset package
+	cmake --build --preset package
+	cpack --config build/package/CPackConfig.cmake -B build/package
 
 asan tsan: packages
 	cmake --preset $@

@@ -14,5 +14,3 @@ add_custom_command(
   DEPENDS ${vendor_files} ${resource_files}
   COMMENT "Laying out resources")
 add_custom_target(quarn_resources ALL DEPENDS ${QUARN_RESOURCES}/.stamp)
-install(DIRECTORY QuarnCore/vendors/resources/vendors DESTINATION ${CMAKE_INSTALL_DATADIR}/quarn)
-install(FILES ${resource_files} DESTINATION ${CMAKE_INSTALL_DATADIR}/quarn)

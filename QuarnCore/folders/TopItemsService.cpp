@@ -45,6 +45,16 @@ SizeInfo withKnownAllocation(SizeInfo size) {
   return size;
 }
 
+SizeInfo packageSize(const FileURL& package, const FileSizeCalculator& calculator) {
+  return sizeIfPossible(calculator, package, /*allowSlow=*/true, /*includeHidden=*/false).value_or(SizeInfo{});
+}
+
+SizeInfo sizeOf(const BoundedWalk::Item& item, const TopItemsService::SearchOptions& options,
+                const FileSizeCalculator& calculator) {
+  if (!item.isPackage) return options.preferAllocatedSize ? withKnownAllocation(item.sizes) : item.sizes;
+  return options.allowSlowForPackages ? packageSize(item.place.url(), calculator) : item.sizes;
+}
+
 }  // namespace
 
 TopItemsService::TopItemsService(FileSizeCalculator fileSizeCalculator, FileManager files)
@@ -123,20 +133,11 @@ std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<File
                     .hidden = options.includeHidden ? HiddenItems::include : HiddenItems::skip},
                    cancellation);
   walk.run(in, [&](const BoundedWalk::Item& item) {
-    const SizeInfo size = sizeOf(item, options);
+    const SizeInfo size = sizeOf(item, options, fileSizeCalculator_);
     const std::int64_t key = options.preferAllocatedSize ? size.allocatedBytes : largerCount(size);
     if (kept.wouldKeep(key)) kept.add(key, makeItem(item.place.url(), size));
   });
   return kept.take();
-}
-
-SizeInfo TopItemsService::sizeOf(const BoundedWalk::Item& item, const SearchOptions& options) const {
-  if (!item.isPackage) return options.preferAllocatedSize ? withKnownAllocation(item.sizes) : item.sizes;
-  return options.allowSlowForPackages ? packageSize(item.place.url()) : item.sizes;
-}
-
-SizeInfo TopItemsService::packageSize(const FileURL& package) const {
-  return sizeIfPossible(fileSizeCalculator_, package, /*allowSlow=*/true, /*includeHidden=*/false).value_or(SizeInfo{});
 }
 
 CloudStorageSummary TopItemsService::cloudSummary(const std::vector<FileURL>& in, long maxDepth, long maxVisited,
@@ -144,7 +145,8 @@ CloudStorageSummary TopItemsService::cloudSummary(const std::vector<FileURL>& in
   CloudStorageSummary summary;
   BoundedWalk walk(files_, {.maxDepth = maxDepth, .maxVisited = maxVisited, .hidden = HiddenItems::skip}, cancellation);
   walk.run(in, [&](const BoundedWalk::Item& item) {
-    const SizeInfo size = item.isPackage && allowSlowForPackages ? packageSize(item.place.url()) : item.sizes;
+    const SizeInfo size =
+        item.isPackage && allowSlowForPackages ? packageSize(item.place.url(), fileSizeCalculator_) : item.sizes;
     summary.allocatedBytes = checkedAdd(summary.allocatedBytes, size.allocatedBytes);
     summary.logicalBytes = checkedAdd(summary.logicalBytes, size.logicalBytes);
     const std::int64_t onlyInCloud = std::max<std::int64_t>(size.logicalBytes - size.allocatedBytes, 0);

@@ -2,7 +2,6 @@
 
 #include <vector>
 
-#include "QuarnCore/folders/BoundedWalk.h"
 #include "QuarnModels/Storage.h"
 #include "QuarnPlatform/Cancellation.h"
 #include "QuarnPlatform/FileManager.h"
@@ -59,9 +58,6 @@ class TopItemsService {
                                                  bool allowSlowForPackages, const Cancellation& cancellation) const;
 
  private:
-  [[nodiscard]] SizeInfo sizeOf(const BoundedWalk::Item& item, const SearchOptions& options) const;
-  [[nodiscard]] SizeInfo packageSize(const FileURL& package) const;
-
   FileSizeCalculator fileSizeCalculator_;
   FileManager files_;
 };

@@ -82,7 +82,7 @@ constexpr std::array kAppsExamples{
 constexpr std::array kInspectExamples{
     ExampleRow{.line = "quarn inspect \"Lumen Notes\"", .meaning = "by name"},
     ExampleRow{.line = "quarn inspect com.lumenworks.notes --json", .meaning = "by bundle identifier, for a program"},
-    ExampleRow{.line = "quarn --volume /mnt/mac --home /Users/ann inspect /Applications/Lumen Notes.app", .meaning = "by path, on a mounted volume"},
+    ExampleRow{.line = "quarn --volume /mnt/mac --home /Users/ann inspect \"/Applications/Lumen Notes.app\"", .meaning = "by path, on a mounted volume"},
 };
 constexpr std::array kPlanExamples{
     ExampleRow{.line = "quarn plan \"Lumen Notes\" --mode cacheOnly", .meaning = "what a cache cleanup would touch"},
@@ -109,6 +109,13 @@ constexpr std::array kVendorsExamples{
     ExampleRow{.line = "quarn vendors --match Slack", .meaning = "those that know an app"},
     ExampleRow{.line = "quarn vendors check ./my-profiles", .meaning = "what is wrong with profiles of one's own"},
 };
+constexpr std::array kJobsExamples{
+    ExampleRow{.line = "quarn jobs", .meaning = "every job of the user and of the system"},
+};
+constexpr std::array kKextsExamples{
+    ExampleRow{.line = "quarn kexts", .meaning = "what others than Apple installed"},
+    ExampleRow{.line = "quarn kexts --include-macos --json", .meaning = "all of them, for a program"},
+};
 constexpr std::array kReceiptsExamples{
     ExampleRow{.line = "quarn receipts", .meaning = "every receipt"},
     ExampleRow{.line = "quarn receipts --of /usr/local/bin/tool", .meaning = "the packages that installed a file"},
@@ -118,29 +125,36 @@ constexpr std::array kRPCExamples{
     ExampleRow{.line = "quarn rpc --describe", .meaning = "the interface as JSON"},
 };
 constexpr std::array kSampleExamples{
-    ExampleRow{.line = "quarn sample /tmp/mac && quarn --volume /tmp/mac --home /Users/ann apps", .meaning = "a small Mac volume to try things on"},
+    ExampleRow{.line = "quarn sample mac && quarn --volume mac --home /Users/ann apps", .meaning = "a small Mac volume to try things on"},
 };
 constexpr std::array kCompletionExamples{
     ExampleRow{.line = "quarn completions bash > ~/.local/share/bash-completion/completions/quarn", .meaning = "completion for bash"},
 };
 
+constexpr std::array kManualExamples{
+    ExampleRow{.line = "quarn manual > quarn.1", .meaning = "for man -l quarn.1"},
+};
+constexpr std::array kHelpExamples{
+    ExampleRow{.line = "quarn help inspect", .meaning = "the same as quarn inspect --help"},
+};
+
 constexpr std::array kCommands{
     CommandRow{.name = "apps", .summary = "List the installed applications", .description = "", .positionals = {}, .options = kAppsOptions, .examples = kAppsExamples, .run = runApps},
-    CommandRow{.name = "inspect", .summary = "Find everything that belongs to an application", .description = "Every find is explained and sized. The column MODES shows which cleanup modes would select it by themselves: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive.", .positionals = kApp, .options = kInspectOptions, .examples = kInspectExamples, .run = runInspect},
+    CommandRow{.name = "inspect", .summary = "Find everything that belongs to an application", .description = "Every find is explained and sized. The column MODE shows which cleanup modes would select it by themselves: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive.", .positionals = kApp, .options = kInspectOptions, .examples = kInspectExamples, .run = runInspect},
     CommandRow{.name = "plan", .summary = "Preview the removal of an application", .description = "Shows what a removal would do, step by step. Nothing is carried out.", .positionals = kApp, .options = kPlanOptions, .examples = kPlanExamples, .run = runPlan},
     CommandRow{.name = "storage", .summary = "Show where the disk's space goes", .description = "Every byte counts to at most one category. Ctrl-C ends with the totals so far.", .positionals = kCategory, .options = {}, .examples = kStorageExamples, .run = runStorage},
     CommandRow{.name = "top", .summary = "List the largest items", .description = "", .positionals = kPaths, .options = kTopOptions, .examples = kTopExamples, .run = runTop},
     CommandRow{.name = "cloud", .summary = "Tell local from cloud-only bytes", .description = "Without a path: the cloud folders among the user's documents.", .positionals = kPaths, .options = {}, .examples = kCloudExamples, .run = runCloud},
     CommandRow{.name = "report", .summary = "Write a page to look at", .description = "One self-contained HTML file: no script, no network.", .positionals = kReportedApp, .options = kReportOptions, .examples = kReportExamples, .run = runReport},
     CommandRow{.name = "vendors", .summary = "List the vendor profiles", .description = "", .positionals = kVendorWords, .options = kVendorsOptions, .examples = kVendorsExamples, .run = runVendors},
-    CommandRow{.name = "jobs", .summary = "List the launchd jobs", .description = "", .positionals = {}, .options = {}, .examples = {}, .run = runJobs},
+    CommandRow{.name = "jobs", .summary = "List the launchd jobs", .description = "", .positionals = {}, .options = {}, .examples = kJobsExamples, .run = runJobs},
     CommandRow{.name = "receipts", .summary = "List the installer's receipts", .description = "", .positionals = {}, .options = kReceiptsOptions, .examples = kReceiptsExamples, .run = runReceipts},
-    CommandRow{.name = "kexts", .summary = "List the kernel extensions and whose they are", .description = "", .positionals = {}, .options = kKextsOptions, .examples = {}, .run = runKexts},
+    CommandRow{.name = "kexts", .summary = "List the kernel extensions and whose they are", .description = "", .positionals = {}, .options = kKextsOptions, .examples = kKextsExamples, .run = runKexts},
     CommandRow{.name = "rpc", .summary = "Serve every operation over JSON-RPC on standard input and output", .description = "", .positionals = {}, .options = kRPCOptions, .examples = kRPCExamples, .run = runRPCCommand},
     CommandRow{.name = "sample", .summary = "Write a small sample Mac volume", .description = "The one command that writes files: into a new or empty folder of this machine.", .positionals = kFolder, .options = {}, .examples = kSampleExamples, .run = runSample},
     CommandRow{.name = "completions", .summary = "Print the completion script of a shell", .description = "", .positionals = kShell, .options = {}, .examples = kCompletionExamples, .run = runCompletions},
-    CommandRow{.name = "manual", .summary = "Print the manual page", .description = "", .positionals = {}, .options = {}, .examples = {}, .run = runManual},
-    CommandRow{.name = "help", .summary = "Tell about a command", .description = "", .positionals = kTopic, .options = {}, .examples = {}, .run = runHelp},
+    CommandRow{.name = "manual", .summary = "Print the manual page", .description = "", .positionals = {}, .options = {}, .examples = kManualExamples, .run = runManual},
+    CommandRow{.name = "help", .summary = "Tell about a command", .description = "", .positionals = kTopic, .options = {}, .examples = kHelpExamples, .run = runHelp},
 };
 // clang-format on
 

@@ -10,9 +10,7 @@
 namespace quarn {
 namespace {
 
-constexpr std::string_view kExitCodes =
-    "Exit codes: 0 ok, 1 failure, 2 usage, 3 not found or ambiguous, 4 incomplete (something\n"
-    "could not be read), 130 interrupted.\n";
+std::string exitCodeLines() { return "Exit codes: " + exitCodeSentence() + "\n"; }
 
 std::string optionLines(std::span<const OptionRow> options) {
   std::string text;
@@ -25,16 +23,6 @@ std::string optionLines(std::span<const OptionRow> options) {
   return text;
 }
 
-std::string synopsis(const CommandRow& command) {
-  std::string text = fmt::format("quarn {}", command.name);
-  if (!command.options.empty()) text += " [options]";
-  for (const PositionalRow& positional : command.positionals) {
-    const std::string name = std::string(positional.name) + (positional.isRepeatable ? "…" : "");
-    text += positional.isRequired ? " " + name : " [" + name + "]";
-  }
-  return text;
-}
-
 std::string programHelp() {
   std::string text = "What an application left on a Mac's disk, and where the space goes. Deletes nothing.\n\n";
   text += "  quarn apps                     the applications\n";
@@ -42,7 +30,7 @@ std::string programHelp() {
   text += "  quarn storage                  where the space goes\n\nCommands:\n";
   for (const CommandRow& command : commandTable()) text += fmt::format("  {:<13}{}\n", command.name, command.summary);
   text += "\nOptions of every command:\n" + optionLines(globalOptions());
-  return text + "\n" + std::string(kExitCodes);
+  return text + "\n" + exitCodeLines();
 }
 
 std::string commandHelp(const CommandRow& command) {
@@ -57,7 +45,7 @@ std::string commandHelp(const CommandRow& command) {
   }
   if (!command.description.empty()) text += fmt::format("\n{}\n", command.description);
   if (!command.options.empty()) text += "\nOptions:\n" + optionLines(command.options);
-  return text + "\nOptions of every command:\n" + optionLines(globalOptions()) + "\n" + std::string(kExitCodes);
+  return text + "\nOptions of every command:\n" + optionLines(globalOptions()) + "\n" + exitCodeLines();
 }
 
 const CommandRow* rowOf(std::string_view name) {
@@ -68,6 +56,24 @@ const CommandRow* rowOf(std::string_view name) {
 }
 
 }  // namespace
+
+std::string synopsis(const CommandRow& command) {
+  std::string text = fmt::format("quarn {}", command.name);
+  if (!command.options.empty()) text += " [options]";
+  for (const PositionalRow& positional : command.positionals) {
+    const std::string name = std::string(positional.name) + (positional.isRepeatable ? "…" : "");
+    text += positional.isRequired ? " " + name : " [" + name + "]";
+  }
+  return text;
+}
+
+std::string exitCodeSentence() {
+  std::string text;
+  for (const ExitCodeRow& row : kExitCodes) {
+    text += fmt::format("{}{} {}", text.empty() ? "" : ", ", static_cast<int>(row.code), row.meaning);
+  }
+  return text + ".";
+}
 
 std::string helpText(const CommandRow* command) { return command == nullptr ? programHelp() : commandHelp(*command); }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include "quarn/commands/CommandTable.h"

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "quarn/output/SizeText.h"
 #include "quarn/output/Table.h"
 #include "quarn/output/TerminalText.h"

@@ -1,0 +1,100 @@
+# What an installation holds. Nothing in it names the prefix: the program finds its resources from its own place, the CMake
+# package and the pkg-config file find theirs from where they lie, so that a prefix may be moved as a whole.
+# Components: "runtime" for who uses the command, "development" for who builds on the library.
+include(CMakePackageConfigHelpers)
+
+file(RELATIVE_PATH data_from_program ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR})
+if(NOT data_from_program STREQUAL "../share")
+  message(FATAL_ERROR "The program looks for its resources in ../share/quarn beside its folder; CMAKE_INSTALL_BINDIR and "
+                      "CMAKE_INSTALL_DATADIR put them at ${data_from_program}/quarn.")
+endif()
+set(QUARN_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/quarncore)
+set(QUARN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/QuarnCore)
+set(QUARN_RESOURCES_DIR ${CMAKE_INSTALL_DATADIR}/quarn)
+set(QUARN_DOCUMENTATION_DIR ${CMAKE_INSTALL_DATADIR}/doc/quarn)
+set(QUARN_ZSH_COMPLETIONS_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Where zsh looks for completions")
+
+# The headers that a program on top of the library needs, room by room; what they include is among them. The others are the
+# rooms' own affair.
+function(quarn_public_headers ROOM)
+  list(TRANSFORM ARGN PREPEND "${PROJECT_SOURCE_DIR}/${ROOM}/")
+  target_sources(${ROOM} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARGN})
+endfunction()
+
+quarn_public_headers(
+  QuarnPlatform
+  ByteCounts.h Cancellation.h FileDescriptor.h FileError.h FileManager.h FileURL.h ItemFacts.h Localization.h Path.h PathTrie.h
+  ReadReport.h ResourceBundle.h Text.h)
+quarn_public_headers(
+  QuarnModels
+  AppEntity.h AppInspection.h Artifact.h Date.h RawValue.h RemovalPlan.h SizeInfo.h Storage.h SystemRecords.h)
+quarn_public_headers(
+  QuarnSystem
+  AppDiscoveryClient.h DiagnosticsLogger.h EntitlementsReader.h FileSizeCalculator.h KernelExtensionService.h LaunchdScanner.h
+  ReceiptScanner.h VolumeClients.h)
+quarn_public_headers(
+  QuarnCore
+  discovery/ArtifactScanner.h discovery/KernelExtensionAssociationService.h folders/TopItemsService.h
+  inspection/AppInspectionService.h inspection/AppsService.h planning/AppRemovalPlanner.h storage/StorageDashboardService.h
+  storage/StorageSignatureRegistry.h storage/VendorPathHintIndex.h vendors/DeepInspectorService.h
+  vendors/UninstallerDiscoveryService.h vendors/VendorArtifactDeduplicator.h vendors/VendorPathResolver.h vendors/VendorProfile.h
+  vendors/VendorProfileRegistry.h)
+
+# The library.
+set_target_properties(quarn_settings PROPERTIES EXPORT_NAME settings)
+install(
+  TARGETS quarn_settings QuarnPlatform QuarnModels QuarnSystem QuarnCore
+  EXPORT QuarnCoreTargets
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+  FILE_SET HEADERS DESTINATION ${QUARN_INCLUDE_DIR} COMPONENT development)
+install(
+  EXPORT QuarnCoreTargets
+  NAMESPACE QuarnCore::
+  DESTINATION ${QUARN_PACKAGE_DIR}
+  COMPONENT development)
+configure_package_config_file(
+  cmake/QuarnCoreConfig.cmake.in ${PROJECT_BINARY_DIR}/package/QuarnCoreConfig.cmake
+  INSTALL_DESTINATION ${QUARN_PACKAGE_DIR}
+  PATH_VARS QUARN_RESOURCES_DIR)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/QuarnCoreConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+file(RELATIVE_PATH QUARN_PREFIX_FROM_PKGCONFIG ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" QUARN_PREFIX_FROM_PKGCONFIG ${QUARN_PREFIX_FROM_PKGCONFIG})
+configure_file(cmake/quarncore.pc.in ${PROJECT_BINARY_DIR}/package/quarncore.pc @ONLY)
+install(
+  FILES ${PROJECT_BINARY_DIR}/package/QuarnCoreConfig.cmake ${PROJECT_BINARY_DIR}/package/QuarnCoreConfigVersion.cmake
+  DESTINATION ${QUARN_PACKAGE_DIR}
+  COMPONENT development)
+install(
+  FILES ${PROJECT_BINARY_DIR}/package/quarncore.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)
+
+# The command, its resources, and what its own table of commands says of it.
+install(TARGETS quarn RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(DIRECTORY QuarnCore/vendors/resources/vendors DESTINATION ${QUARN_RESOURCES_DIR} COMPONENT runtime)
+install(FILES ${resource_files} DESTINATION ${QUARN_RESOURCES_DIR} COMPONENT runtime)
+
+find_program(QUARN_GZIP gzip REQUIRED)
+set(manual ${PROJECT_BINARY_DIR}/share/man/man1/quarn.1.gz)
+set(completions ${PROJECT_BINARY_DIR}/completions)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/share/man/man1 ${completions})
+add_custom_command(
+  OUTPUT ${manual} ${completions}/quarn ${completions}/_quarn ${completions}/quarn.fish
+  COMMAND quarn manual > quarn.1
+  COMMAND ${QUARN_GZIP} -9nc quarn.1 > ${manual}
+  COMMAND quarn completions bash > quarn
+  COMMAND quarn completions zsh > _quarn
+  COMMAND quarn completions fish > quarn.fish
+  DEPENDS quarn
+  WORKING_DIRECTORY ${completions}
+  COMMENT "Writing the manual page and the completions")
+add_custom_target(quarn_manual ALL DEPENDS ${manual})
+install(FILES ${manual} DESTINATION ${CMAKE_INSTALL_DATADIR}/man/man1 COMPONENT runtime)
+install(FILES ${completions}/quarn DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
+install(FILES ${completions}/_quarn DESTINATION ${QUARN_ZSH_COMPLETIONS_DIR} COMPONENT runtime)
+install(FILES ${completions}/quarn.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT runtime)
+
+# The users' pages and the examples lie to each other as they do here, so that links between them hold.
+install(FILES docs/tutorial.md docs/embedding.md docs/rpc.md DESTINATION ${QUARN_DOCUMENTATION_DIR}/docs COMPONENT runtime)
+install(DIRECTORY docs/commands DESTINATION ${QUARN_DOCUMENTATION_DIR}/docs COMPONENT runtime)
+install(DIRECTORY examples DESTINATION ${QUARN_DOCUMENTATION_DIR} COMPONENT runtime PATTERN "__pycache__" EXCLUDE)

@@ -1,0 +1,92 @@
+"""Tests of run_page.py: what it takes for right, and that it fails on everything else. PREFIX is in the environment."""
+
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+RUNNER = pathlib.Path(__file__).with_name("run_page.py")
+
+
+def run(text, *options, name="page.md"):
+    """The runner's status, what it said, and the page as it left it."""
+    with tempfile.TemporaryDirectory(prefix="quarn-pages-") as folder:
+        page = pathlib.Path(folder) / name
+        page.write_text(text, encoding="utf-8")
+        words = [sys.executable, RUNNER, "--prefix", os.environ["PREFIX"], *options, page]
+        done = subprocess.run(words, capture_output=True, text=True, check=False)
+        return done.returncode, done.stdout + done.stderr, page.read_text(encoding="utf-8")
+
+
+def block(language, *lines):
+    return "\n".join([f"```{language}", *lines, "```", ""])
+
+
+class Runner(unittest.TestCase):
+    def takes(self, *blocks):
+        status, said, _ = run("# Page\n\n" + "\n".join(blocks))
+        self.assertEqual(status, 0, said)
+
+    def refuses(self, reason, *blocks):
+        status, said, _ = run("# Page\n\n" + "\n".join(blocks))
+        self.assertEqual(status, 1, said)
+        self.assertIn(reason, said)
+
+    def test_output_is_compared_to_the_letter(self):
+        self.takes(block("console", "$ echo one; echo two >&2", "one", "two"))
+        self.refuses("but prints:", block("console", "$ echo one", "on"))
+        self.refuses("but prints:", block("console", "$ echo one; echo two", "one"))
+        self.refuses("but prints:", block("console", "$ echo one", "one", "two"))
+        self.refuses("but prints:", block("console", "$ true", "one"))
+
+    def test_an_ellipsis_stands_for_any_lines(self):
+        self.takes(block("console", "$ seq 9", "1", "…", "8", "9"), block("console", "$ seq 2", "…", "1", "2", "…"))
+        self.refuses("but prints:", block("console", "$ seq 9", "1", "…", "8"))
+
+    def test_a_command_that_fails_has_to_be_told(self):
+        self.refuses("ended with 1", block("sh", "true", "false"))
+        self.refuses("ended with 1, which the page does not tell", block("console", "$ false"))
+        self.refuses("ended with 3", block("sh", "(exit 3) | cat"))
+        self.takes(block("console", "$ (exit 7)", "$ echo $?", "7"))
+
+    def test_folder_and_variables_carry_over(self):
+        self.takes(block("sh", "mkdir inner", "cd inner", "word=carried"), block("console", "$ echo $word; basename $PWD", "carried", "inner"))
+
+    def test_a_command_may_go_on(self):
+        self.takes(block("console", "$ cat <<END", "> one", "> END", "one"))
+
+    def test_blocks_of_a_file_are_joined_and_there_for_the_commands(self):
+        self.takes(block("text notes.txt", "one"), block("text notes.txt", "two"), block("console", "$ cat notes.txt", "one", "two"))
+        self.refuses("no plain file name", block("text ../notes.txt", "one"))
+
+    def test_a_conversation_is_compared_line_by_line(self):
+        ask = '> {"jsonrpc":"2.0","id":1,"method":"VolumeLocationChecker.isExternal","params":{"url":"/"}}'
+        self.takes(block("jsonrpc", ask, '< {"jsonrpc":"2.0","id":1,"result":false}'))
+        self.refuses("but there came:", block("jsonrpc", ask, '< {"jsonrpc":"2.0","id":1,"result":true}'))
+        self.refuses("the conversation ended with 0 and:", block("jsonrpc", ask))
+
+    def test_nothing_is_passed_over(self):
+        self.refuses("is no language of blocks", block("bash", "true"))
+        self.refuses("is no language of blocks", block("", "true"))
+        self.refuses("the block has no end", "```sh\ntrue\n")
+        self.refuses("is not run", block("sh", "true"), "Text:\n\n    quarn apps\n")
+        self.refuses("is not run", block("sh", "true"), "- a list\n\n  ```sh\n  false\n  ```\n")
+        self.refuses("does not begin with a command", block("console", "one"))
+        self.refuses("a page has blocks", "Only words.\n")
+        self.refuses("leads nowhere", "[a link](nowhere.md)\n", block("sh", "true"))
+
+    def test_pages_without_blocks_are_listed(self):
+        self.assertEqual(run("Only words.\n", name="decisions.md")[0], 0)
+        self.assertEqual(run(block("sh", "true"), name="decisions.md")[0], 1)
+
+    def test_updating_writes_what_is_printed_and_leaves_ellipses(self):
+        page = "# Page\n\n" + block("console", "$ echo one", "old", "$ seq 3", "1", "…") + "\nEnd.\n"
+        status, _, text = run(page, "--update")
+        self.assertEqual(status, 0)
+        self.assertEqual(text, page.replace("old", "one"))
+
+
+if __name__ == "__main__":
+    unittest.main()

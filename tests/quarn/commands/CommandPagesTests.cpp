@@ -1,0 +1,86 @@
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+
+#include <gmock/gmock.h>
+
+#include "quarn/commands/Help.h"
+
+// docs/commands is made from the table of commands: QUARN_UPDATE_GOLDEN=1 in the environment writes it.
+
+namespace quarn {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+const std::filesystem::path kPages = std::filesystem::path(QUARN_GOLDEN_FOLDER) / "../../../../docs/commands";
+
+std::string read(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void compare(const std::string& name, const std::string& page) {
+  const char* update = std::getenv("QUARN_UPDATE_GOLDEN");
+  if (update != nullptr && std::string_view(update) == "1") std::ofstream(kPages / name, std::ios::binary) << page;
+  EXPECT_EQ(read(kPages / name), page) << name << " is not what the table of commands says; `make pages` writes it";
+}
+
+TEST(CommandPages, AreWhatTheTableOfCommandsSays) {
+  for (const CommandRow& command : commandTable()) compare(std::string(command.name) + ".md", commandPage(command));
+  compare("README.md", commandIndexPage());
+}
+
+TEST(CommandPages, ThereIsNoneOfACommandThatIsNot) {
+  std::set<std::string> expected{"README.md"};
+  for (const CommandRow& command : commandTable()) expected.insert(std::string(command.name) + ".md");
+  std::set<std::string> found;
+  for (const auto& entry : std::filesystem::directory_iterator(kPages)) found.insert(entry.path().filename().string());
+  EXPECT_EQ(found, expected);
+}
+
+TEST(CommandPages, EveryCommandHasAnExample) {
+  for (const CommandRow& command : commandTable()) EXPECT_FALSE(command.examples.empty()) << command.name;
+}
+
+TEST(CommandPages, APageHoldsUsageArgumentsOptionsAndExamples) {
+  constexpr std::array kPositionals{PositionalRow{.name = "FROM", .help = "Where a|b begins", .isRequired = true},
+                                    PositionalRow{.name = "TO", .help = "Where it ends", .isRepeatable = true}};
+  constexpr std::array kOptions{OptionRow{.name = "--output", .argument = "FILE", .help = "A file", .shortName = "-o"},
+                                OptionRow{.name = "--fast", .help = "Less care"}};
+  constexpr std::array kExamples{ExampleRow{.line = "quarn go a", .meaning = "to the end"}};
+  const CommandRow row{.name = "go",
+                       .summary = "Go there",
+                       .description = "At once.",
+                       .positionals = kPositionals,
+                       .options = kOptions,
+                       .examples = kExamples,
+                       .run = nullptr};
+  EXPECT_THAT(commandPage(row), HasSubstr("# quarn go\n\nGo there.\n\nAt once.\n\n"
+                                          "```sh\n# to the end\nquarn go a\n```\n\n"
+                                          "## Usage\n\n`quarn go [options] FROM [TO…]`\n\n"
+                                          "| argument | meaning |\n| --- | --- |\n"
+                                          "| `FROM` | Where a\\|b begins |\n"
+                                          "| `TO` | Where it ends; may be repeated |\n\n"
+                                          "| option | meaning |\n| --- | --- |\n"
+                                          "| `-o FILE`, `--output FILE` | A file |\n"
+                                          "| `--fast` | Less care |\n\n"));
+}
+
+TEST(ExitCodes, AreToldAlikeInHelpManualAndPages) {
+  const std::string sentence =
+      "0 ok, 1 failure, 2 usage, 3 not found or ambiguous, 4 incomplete (something could not be read), 130 "
+      "interrupted.";
+  EXPECT_EQ(exitCodeSentence(), sentence);
+  EXPECT_THAT(helpText(nullptr), HasSubstr("Exit codes: " + sentence));
+  for (const CommandRow& command : commandTable()) EXPECT_THAT(helpText(&command), HasSubstr(sentence));
+  EXPECT_THAT(manualPage(), HasSubstr(sentence));
+  EXPECT_THAT(commandIndexPage(),
+              HasSubstr("| 4 | incomplete (something could not be read) |\n| 130 | interrupted |\n"));
+}
+
+}  // namespace
+}  // namespace quarn
