@@ -179,7 +179,7 @@ class PageRun:
         self.folder.mkdir()
         self.environment = {
             "PATH": f"{prefix}/bin:{os.environ['PATH']}", "HOME": str(self.home), "LC_ALL": "C.UTF-8", "TERM": "dumb",
-            "CMAKE_PREFIX_PATH": str(prefix), "CXXFLAGS": os.environ.get("CXXFLAGS", ""),
+            "CMAKE_PREFIX_PATH": str(prefix), **{name: os.environ[name] for name in ("CXX", "CXXFLAGS") if name in os.environ},
             "PKG_CONFIG_PATH": ":".join(str(file.parent) for file in prefix.glob("lib/**/quarncore.pc")),
         }
         if sample:
@@ -270,6 +270,24 @@ def updated(text, blocks, results):
     return "\n".join(lines) + "\n"
 
 
+def run_page(page, prefix, update=False, sample=None):
+    """What is wrong with the page, and how many blocks of each language were done. Raises PageError."""
+    text = page.read_text(encoding="utf-8")
+    check_links(page, text)
+    blocks = blocks_of(text)
+    if any(block.language != "run" for block in blocks) == (page.name in PAGES_WITHOUT_BLOCKS):
+        raise PageError("a page has blocks, or it is listed in PAGES_WITHOUT_BLOCKS")
+    with tempfile.TemporaryDirectory(prefix="quarn-page-") as folder:
+        run = PageRun(page, prefix.resolve(), sample, folder)
+        try:
+            results = [run.do(block) for block in blocks]
+        finally:
+            run.close()
+    if update:
+        page.write_text(updated(text, blocks, results), encoding="utf-8")
+    return [] if update else run.problems, run.counts
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--prefix", type=pathlib.Path, required=True)
@@ -277,23 +295,12 @@ def main():
     parser.add_argument("--on-the-mac", type=pathlib.Path, metavar="SAMPLE")
     parser.add_argument("page", type=pathlib.Path)
     options = parser.parse_args()
-
-    text = options.page.read_text(encoding="utf-8")
-    with tempfile.TemporaryDirectory(prefix="quarn-page-") as folder:
-        try:
-            check_links(options.page, text)
-            blocks = blocks_of(text)
-            if any(block.language != "run" for block in blocks) == (options.page.name in PAGES_WITHOUT_BLOCKS):
-                raise PageError("a page has blocks, or it is listed in PAGES_WITHOUT_BLOCKS")
-            run = PageRun(options.page, options.prefix.resolve(), options.on_the_mac, folder)
-            results = [run.do(block) for block in blocks]
-            run.close()
-        except PageError as error:
-            sys.exit(f"{options.page}: {error}")
-    if options.update:
-        options.page.write_text(updated(text, blocks, results), encoding="utf-8")
-    print("\n".join(run.problems) or f"{options.page}: {run.counts}")
-    return 1 if run.problems and not options.update else 0
+    try:
+        problems, counts = run_page(options.page, options.prefix, options.update, options.on_the_mac)
+    except PageError as error:
+        sys.exit(f"{options.page}: {error}")
+    print("\n".join(problems) or f"{options.page}: {counts}")
+    return 1 if problems else 0
 
 
 if __name__ == "__main__":

@@ -2,22 +2,25 @@
 
 import os
 import pathlib
-import subprocess
 import sys
 import tempfile
 import unittest
 
-RUNNER = pathlib.Path(__file__).with_name("run_page.py")
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(pathlib.Path(__file__).parent))
+import run_page  # pylint: disable=wrong-import-position
 
 
-def run(text, *options, name="page.md"):
-    """The runner's status, what it said, and the page as it left it."""
+def run(text, update=False, name="page.md"):
+    """What is wrong with a page of this text, and the page as the runner left it."""
     with tempfile.TemporaryDirectory(prefix="quarn-pages-") as folder:
         page = pathlib.Path(folder) / name
         page.write_text(text, encoding="utf-8")
-        words = [sys.executable, RUNNER, "--prefix", os.environ["PREFIX"], *options, page]
-        done = subprocess.run(words, capture_output=True, text=True, check=False)
-        return done.returncode, done.stdout + done.stderr, page.read_text(encoding="utf-8")
+        try:
+            problems, _ = run_page.run_page(page, pathlib.Path(os.environ["PREFIX"]), update)
+        except run_page.PageError as error:
+            problems = [str(error)]
+        return "\n".join(problems), page.read_text(encoding="utf-8")
 
 
 def block(language, *lines):
@@ -26,13 +29,10 @@ def block(language, *lines):
 
 class Runner(unittest.TestCase):
     def takes(self, *blocks):
-        status, said, _ = run("# Page\n\n" + "\n".join(blocks))
-        self.assertEqual(status, 0, said)
+        self.assertEqual(run("# Page\n\n" + "\n".join(blocks))[0], "")
 
     def refuses(self, reason, *blocks):
-        status, said, _ = run("# Page\n\n" + "\n".join(blocks))
-        self.assertEqual(status, 1, said)
-        self.assertIn(reason, said)
+        self.assertIn(reason, run("# Page\n\n" + "\n".join(blocks))[0])
 
     def test_output_is_compared_to_the_letter(self):
         self.takes(block("console", "$ echo one; echo two >&2", "one", "two"))
@@ -52,20 +52,23 @@ class Runner(unittest.TestCase):
         self.takes(block("console", "$ (exit 7)", "$ echo $?", "7"))
 
     def test_folder_and_variables_carry_over(self):
-        self.takes(block("sh", "mkdir inner", "cd inner", "word=carried"), block("console", "$ echo $word; basename $PWD", "carried", "inner"))
+        self.takes(block("sh", "mkdir inner", "cd inner", "word=carried"),
+                   block("console", "$ echo $word; basename $PWD", "carried", "inner"))
 
     def test_a_command_may_go_on(self):
         self.takes(block("console", "$ cat <<END", "> one", "> END", "one"))
 
     def test_blocks_of_a_file_are_joined_and_there_for_the_commands(self):
-        self.takes(block("text notes.txt", "one"), block("text notes.txt", "two"), block("console", "$ cat notes.txt", "one", "two"))
+        self.takes(block("text notes.txt", "one"), block("text notes.txt", "two"),
+                   block("console", "$ cat notes.txt", "one", "two"))
         self.refuses("no plain file name", block("text ../notes.txt", "one"))
 
     def test_a_conversation_is_compared_line_by_line(self):
+        volume = "<!-- run: mkdir -p mac/Users/ann -->\n"
         ask = '> {"jsonrpc":"2.0","id":1,"method":"VolumeLocationChecker.isExternal","params":{"url":"/"}}'
-        self.takes(block("jsonrpc", ask, '< {"jsonrpc":"2.0","id":1,"result":false}'))
-        self.refuses("but there came:", block("jsonrpc", ask, '< {"jsonrpc":"2.0","id":1,"result":true}'))
-        self.refuses("the conversation ended with 0 and:", block("jsonrpc", ask))
+        self.takes(volume, block("jsonrpc", ask, '< {"jsonrpc":"2.0","id":1,"result":false}'))
+        self.refuses("but there came:", volume, block("jsonrpc", ask, '< {"jsonrpc":"2.0","id":1,"result":true}'))
+        self.refuses("the conversation ended with 0 and:", volume, block("jsonrpc", ask))
 
     def test_nothing_is_passed_over(self):
         self.refuses("is no language of blocks", block("bash", "true"))
@@ -78,14 +81,12 @@ class Runner(unittest.TestCase):
         self.refuses("leads nowhere", "[a link](nowhere.md)\n", block("sh", "true"))
 
     def test_pages_without_blocks_are_listed(self):
-        self.assertEqual(run("Only words.\n", name="decisions.md")[0], 0)
-        self.assertEqual(run(block("sh", "true"), name="decisions.md")[0], 1)
+        self.assertEqual(run("Only words.\n", name="decisions.md")[0], "")
+        self.assertIn("a page has blocks", run(block("sh", "true"), name="decisions.md")[0])
 
     def test_updating_writes_what_is_printed_and_leaves_ellipses(self):
         page = "# Page\n\n" + block("console", "$ echo one", "old", "$ seq 3", "1", "…") + "\nEnd.\n"
-        status, _, text = run(page, "--update")
-        self.assertEqual(status, 0)
-        self.assertEqual(text, page.replace("old", "one"))
+        self.assertEqual(run(page, update=True)[1], page.replace("old", "one"))
 
 
 if __name__ == "__main__":

@@ -1,7 +1,7 @@
 """Tests of an installed and moved prefix, of what builds on it, and of the packages.
 
 Usage: installation_tests.py TEST_CLASS; the environment names PREFIX (moved), SAMPLE (volume), BUILD (the prefix's build tree),
-SOURCE and CXXFLAGS.
+SOURCE, CXX and CXXFLAGS.
 """
 
 import gzip
@@ -19,7 +19,6 @@ PREFIX = pathlib.Path(os.environ["PREFIX"])
 SAMPLE = pathlib.Path(os.environ["SAMPLE"])
 BUILD = pathlib.Path(os.environ["BUILD"])
 SOURCE = pathlib.Path(os.environ["SOURCE"])
-CXXFLAGS = os.environ.get("CXXFLAGS", "")
 QUARN = PREFIX / "bin" / "quarn"
 
 
@@ -106,7 +105,7 @@ class Headers(TestCase):
                          {"QuarnPlatform", "QuarnModels", "QuarnSystem", "QuarnCore"})
         unit, read = self.folder / "all.cpp", self.folder / "all.d"
         unit.write_text("".join(f'#include "{header}"\n' for header in headers), encoding="utf-8")
-        run("g++", "-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Werror",
+        run(os.environ["CXX"], "-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Werror",
             "-I", PREFIX / "include/quarncore", "-MD", "-MF", read, unit)
         others = r"/(nlohmann|unicode|plist|spdlog|fmt|CLI)[/.]"
         self.assertEqual(re.findall(others, read.read_text(encoding="utf-8")), [])
@@ -132,8 +131,7 @@ class Consumers(TestCase):
 
     def test_a_cmake_project_finds_the_package_builds_and_runs(self):
         build = self.folder / "build"
-        run("cmake", "-S", SOURCE / "examples/cpp", "-B", build, "-G", "Ninja", f"-DCMAKE_PREFIX_PATH={PREFIX}",
-            f"-DCMAKE_CXX_FLAGS={CXXFLAGS}")
+        run("cmake", "-S", SOURCE / "examples/cpp", "-B", build, "-G", "Ninja", f"-DCMAKE_PREFIX_PATH={PREFIX}")
         run("cmake", "--build", build)
         program = build / "inspect_app"
         self.check(program)
@@ -146,7 +144,7 @@ class Consumers(TestCase):
         folder = self.folder / "make"
         shutil.copytree(SOURCE / "examples/cpp", folder)
         [file] = PREFIX.glob("lib/**/quarncore.pc")
-        run("make", "-C", folder, f"PKG_CONFIG_PATH={file.parent}", f"CXXFLAGS=-O0 {CXXFLAGS}")
+        run("make", "-C", folder, f"PKG_CONFIG_PATH={file.parent}", f"CXXFLAGS=-O0 {os.environ['CXXFLAGS']}")
         self.check(folder / "inspect_app")
 
     def test_a_version_that_is_not_there_is_refused(self):
