@@ -4,6 +4,8 @@
 #include <memory>
 #include <utility>
 
+#include <gmock/gmock.h>
+
 #include "QuarnPlatform/DirectoryEnumerator.h"
 #include "QuarnPlatform/ReadReport.h"
 #include "QuarnPlatform/WalkedFolders.h"

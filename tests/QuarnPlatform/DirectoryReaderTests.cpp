@@ -3,6 +3,7 @@
 #include <set>
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 
 #include "QuarnPlatform/DirectoryReader.h"
 #include "QuarnPlatform/FileDescriptor.h"

@@ -5,6 +5,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <gmock/gmock.h>
 
 #include "QuarnPlatform/DirectoryReader.h"
 #include "QuarnPlatform/FileDescriptor.h"

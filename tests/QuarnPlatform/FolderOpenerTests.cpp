@@ -1,6 +1,7 @@
 #include <cerrno>
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include "QuarnPlatform/FolderOpener.h"

@@ -1,5 +1,7 @@
 #include <thread>
 
+#include <gmock/gmock.h>
+
 #include "QuarnPlatform/HelperCount.h"
 
 namespace quarn {

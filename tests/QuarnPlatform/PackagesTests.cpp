@@ -1,6 +1,7 @@
 #include <array>
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 
 #include "QuarnPlatform/FileDescriptor.h"
 #include "QuarnPlatform/Packages.h"

@@ -1,6 +1,8 @@
 #include <cerrno>
 #include <thread>
 
+#include <gmock/gmock.h>
+
 #include "QuarnPlatform/ReadReport.h"
 
 namespace quarn {

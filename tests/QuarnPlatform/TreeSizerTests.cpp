@@ -9,6 +9,7 @@
 #include <thread>
 #include <utility>
 
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include "QuarnPlatform/DirectoryEnumerator.h"

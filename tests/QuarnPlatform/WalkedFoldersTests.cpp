@@ -3,6 +3,7 @@
 #include <thread>
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include "QuarnPlatform/WalkedFolders.h"

@@ -1,5 +1,7 @@
 #include <limits>
 
+#include <gmock/gmock.h>
+
 #include "tests/QuarnCore/folders/TopItemsFixture.h"
 #include "tests/support/UnprivilegedUser.h"
 

@@ -1,6 +1,8 @@
 #include <limits>
 #include <random>
 
+#include <gmock/gmock.h>
+
 #include "QuarnCore/folders/LargestItems.h"
 
 namespace quarn {

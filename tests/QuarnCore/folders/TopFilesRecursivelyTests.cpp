@@ -1,5 +1,6 @@
 #include <limits>
 
+#include <gmock/gmock.h>
 #include <unistd.h>
 
 #include "QuarnPlatform/ReadReport.h"

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gmock/gmock.h>
+
 #include "QuarnCore/folders/TopItemsService.h"
 #include "tests/support/MacVolume.h"
 

@@ -1,6 +1,8 @@
 #include <cerrno>
 #include <limits>
 
+#include <gmock/gmock.h>
+
 #include "tests/QuarnCore/folders/TopItemsFixture.h"
 #include "tests/support/UnprivilegedUser.h"
 

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 
 namespace quarn {

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "QuarnCore/storage/MarkerPattern.h"
 #include "QuarnPlatform/Text.h"
 

@@ -1,6 +1,8 @@
 #include <chrono>
 #include <fstream>
 
+#include <gmock/gmock.h>
+
 #include "QuarnSystem/DiagnosticsLogger.h"
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 

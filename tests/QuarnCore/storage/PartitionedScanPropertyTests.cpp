@@ -2,6 +2,8 @@
 #include <random>
 #include <stdexcept>
 
+#include <gmock/gmock.h>
+
 #include "tests/QuarnCore/storage/PlainScan.h"
 
 namespace quarn {

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "QuarnPlatform/ReadReport.h"
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"

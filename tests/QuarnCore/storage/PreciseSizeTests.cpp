@@ -1,5 +1,7 @@
 #include <cerrno>
 
+#include <gmock/gmock.h>
+
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 

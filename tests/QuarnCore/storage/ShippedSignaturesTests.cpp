@@ -1,6 +1,8 @@
 #include <filesystem>
 #include <set>
 
+#include <gmock/gmock.h>
+
 #include "QuarnCore/storage/StorageSignatureJSON.h"
 #include "QuarnPlatform/Text.h"
 

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "QuarnCore/storage/SteamLibraries.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"

@@ -1,5 +1,7 @@
 #include <set>
 
+#include <gmock/gmock.h>
+
 #include "QuarnCore/vendors/VendorPathResolver.h"
 #include "QuarnPlatform/Path.h"
 #include "tests/support/VendorVolume.h"

@@ -1,6 +1,8 @@
 #include <filesystem>
 #include <set>
 
+#include <gmock/gmock.h>
+
 #include "QuarnCore/vendors/VendorPathResolver.h"
 #include "QuarnCore/vendors/VendorProfileJSON.h"
 #include "QuarnPlatform/Path.h"

@@ -1,5 +1,7 @@
 #include <random>
 
+#include <gmock/gmock.h>
+
 #include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
 #include "QuarnPlatform/Path.h"
 #include "QuarnPlatform/Text.h"

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "QuarnCore/vendors/VendorProfile.h"
 
 namespace quarn {

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "QuarnCore/vendors/VendorPathResolver.h"
 #include "QuarnPlatform/ReadReport.h"
 #include "tests/support/MacVolume.h"

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "QuarnCore/vendors/VendorProfile.h"
 #include "tests/support/MacVolume.h"
 

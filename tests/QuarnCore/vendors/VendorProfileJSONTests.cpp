@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include "QuarnCore/vendors/VendorProfileJSON.h"

@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/ResourceFolder.h"

@@ -1,6 +1,8 @@
 #include <chrono>
 #include <random>
 
+#include <gmock/gmock.h>
+
 #include "QuarnCore/vendors/VendorPathResolver.h"
 
 namespace quarn {
