@@ -65,7 +65,7 @@ std::string commandIndexPage() {
   text += "\n## Options of every command\n\nThey stand before or behind the command's name.\n\n" +
           optionTable(globalOptions());
   text += "\n## Exit codes\n\n| code | meaning |\n| --- | --- |\n";
-  for (const ExitCodeRow& row : kExitCodes) {
+  for (const ExitCodeRow& row : exitCodeTable()) {
     text += fmt::format("| {} | {} |\n", static_cast<int>(row.code), row.meaning);
   }
   return text;

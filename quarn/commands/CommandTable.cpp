@@ -160,6 +160,20 @@ constexpr std::array kCommands{
 
 }  // namespace
 
+// clang-format off
+namespace {
+constexpr std::array kExitCodes{
+    ExitCodeRow{.code = ExitCode::ok, .meaning = "ok"},
+    ExitCodeRow{.code = ExitCode::failure, .meaning = "failure"},
+    ExitCodeRow{.code = ExitCode::usage, .meaning = "usage"},
+    ExitCodeRow{.code = ExitCode::notFound, .meaning = "not found or ambiguous"},
+    ExitCodeRow{.code = ExitCode::incomplete, .meaning = "incomplete (something could not be read)"},
+    ExitCodeRow{.code = ExitCode::interrupted, .meaning = "interrupted"},
+};
+}  // namespace
+// clang-format on
+
+std::span<const ExitCodeRow> exitCodeTable() { return kExitCodes; }
 std::span<const OptionRow> globalOptions() { return kGlobalOptions; }
 std::span<const CommandRow> commandTable() { return kCommands; }
 

@@ -32,6 +32,12 @@ struct ExampleRow {
   std::string_view meaning;
 };
 
+/// How a command may end, for people.
+struct ExitCodeRow {
+  ExitCode code;
+  std::string_view meaning;
+};
+
 struct CommandRow {
   std::string_view name;
   std::string_view summary;      ///< one sentence without a full stop
@@ -44,6 +50,8 @@ struct CommandRow {
 
 /// Options that every command takes, before or after its name.
 std::span<const OptionRow> globalOptions();
+/// Every way to end.
+std::span<const ExitCodeRow> exitCodeTable();
 /// Every command, in the order in which people are shown them.
 std::span<const CommandRow> commandTable();
 

@@ -152,7 +152,9 @@ std::string manualPage() {
       ".SH SYNOPSIS\n.B quarn\n.I command\n[options]\n.SH COMMANDS\n";
   for (const CommandRow& command : commandTable()) text += roffCommand(command);
   text += ".SH OPTIONS OF EVERY COMMAND\n" + roffOptions(globalOptions());
-  return text + ".SH EXIT STATUS\n" + exitCodeSentence() + "\n";
+  return text +
+         ".SH EXIT STATUS\n0 ok, 1 failure, 2 usage, 3 not found or ambiguous, 4 incomplete (something could not be "
+         "read), 130 interrupted.\n";
 }
 
 }  // namespace quarn

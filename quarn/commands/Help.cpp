@@ -10,7 +10,9 @@
 namespace quarn {
 namespace {
 
-std::string exitCodeLines() { return "Exit codes: " + exitCodeSentence() + "\n"; }
+constexpr std::string_view kExitCodes =
+    "Exit codes: 0 ok, 1 failure, 2 usage, 3 not found or ambiguous, 4 incomplete (something\n"
+    "could not be read), 130 interrupted.\n";
 
 std::string optionLines(std::span<const OptionRow> options) {
   std::string text;
@@ -30,7 +32,7 @@ std::string programHelp() {
   text += "  quarn storage                  where the space goes\n\nCommands:\n";
   for (const CommandRow& command : commandTable()) text += fmt::format("  {:<13}{}\n", command.name, command.summary);
   text += "\nOptions of every command:\n" + optionLines(globalOptions());
-  return text + "\n" + exitCodeLines();
+  return text + "\n" + std::string(kExitCodes);
 }
 
 std::string commandHelp(const CommandRow& command) {
@@ -45,7 +47,7 @@ std::string commandHelp(const CommandRow& command) {
   }
   if (!command.description.empty()) text += fmt::format("\n{}\n", command.description);
   if (!command.options.empty()) text += "\nOptions:\n" + optionLines(command.options);
-  return text + "\nOptions of every command:\n" + optionLines(globalOptions()) + "\n" + exitCodeLines();
+  return text + "\nOptions of every command:\n" + optionLines(globalOptions()) + "\n" + std::string(kExitCodes);
 }
 
 const CommandRow* rowOf(std::string_view name) {
@@ -65,14 +67,6 @@ std::string synopsis(const CommandRow& command) {
     text += positional.isRequired ? " " + name : " [" + name + "]";
   }
   return text;
-}
-
-std::string exitCodeSentence() {
-  std::string text;
-  for (const ExitCodeRow& row : kExitCodes) {
-    text += fmt::format("{}{} {}", text.empty() ? "" : ", ", static_cast<int>(row.code), row.meaning);
-  }
-  return text + ".";
 }
 
 std::string helpText(const CommandRow* command) { return command == nullptr ? programHelp() : commandHelp(*command); }

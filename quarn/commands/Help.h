@@ -11,8 +11,6 @@ std::string helpText(const CommandRow* command);
 std::string versionText();
 /// "quarn top [options] [PATH…]".
 std::string synopsis(const CommandRow& command);
-/// Every exit code and what it means, one sentence.
-std::string exitCodeSentence();
 /// Completion scripts and the manual page, made from the table of commands.
 std::string bashCompletion();
 std::string zshCompletion();
