@@ -40,9 +40,8 @@ unsigned mostHelpers(unsigned threads) { return (threads != 0 ? threads : thread
 // Folders that one listing found and that are still to be entered; no allocation for each of them.
 struct SubFolders {
   struct Item {
-    Step step;
-    bool judged =
-        true;  // else `step` is that of the folder around it: whether it is a package shows only when it is open
+    std::optional<Step> step;
+    std::optional<Step> asPackage;  // another one where it matters whether the folder is a package
   };
 
   WalkedFolders::Use folder;
@@ -71,13 +70,21 @@ struct Place {
   std::shared_ptr<const WalkedFolders::Use> use;
   int descriptor = -1;
   Step step;
+  Step asPackage;  // another one as long as nothing was found that would count otherwise in a package
+
+  // Asks the file system, one call, which most folders are spared: what is in them counts alike in any case.
+  void judge() {
+    if (asPackage == step) return;
+    if (hasBundleBit(descriptor)) step = asPackage;
+    asPackage = step;
+  }
 };
 
 Place placeOf(std::shared_ptr<const WalkedFolders::Use> use, const PinnedFolder& folder, const Step& step) {
   Place place;
   place.use = std::move(use);
   place.descriptor = folder.descriptor();
-  place.step = step;
+  place.step = place.asPackage = step;
   return place;
 }
 
@@ -166,7 +173,8 @@ class SizingThread {
   // False when the walk is to end.
   bool countAll(Place& place);
   void count(Place& place, const DirectoryReader::Entry& entry);
-  void countFile(const Place& place, std::string_view name);
+  void countFile(Place& place, std::string_view name);
+  [[nodiscard]] std::optional<std::uint8_t> bucketOf(Place& place, std::string_view name) const;
   void keepFolder(const Place& place, std::string_view name);
   void shareRest(Place& place);
   void leave(Place& place);
@@ -203,16 +211,16 @@ void SizingThread::enter(Task& task) {
   const WalkedFolders::Use& parent = task.siblings->folder;
   OpenedFolder opened = parent.open(task.name);
   if (!opened.descriptor.isOpen()) return sizing_.reportUnreadable(parent, task.name, opened.error);
-  if (!task.item.judged) {
-    const bool isPackage = hasBundleBit(opened.descriptor.get());
-    const std::optional<Step> step = sizing_.attribution().folder(task.item.step, task.name, isPackage);
-    if (!step) return;
-    task.item.step = *step;
+  SubFolders::Item& item = task.item;
+  if (item.step.has_value() != item.asPackage.has_value()) {
+    item.step = item.asPackage = hasBundleBit(opened.descriptor.get()) ? item.asPackage : item.step;
   }
+  if (!item.step) return;
   Place place;
   place.parent = &parent;
   place.name = task.name;
-  place.step = task.item.step;
+  place.step = *item.step;
+  place.asPackage = *item.asPackage;
   place.own = std::move(opened.descriptor);
   place.descriptor = place.own.get();
   if (const int error = read(place); error != 0) sizing_.reportUnreadable(parent, task.name, error);
@@ -221,7 +229,7 @@ void SizingThread::enter(Task& task) {
 void SizingThread::readPart(Task& task) {
   const PinnedFolder folder(*task.bigFolder);
   if (folder.descriptor() < 0) return sizing_.reportUnreadable(*task.bigFolder, folder.error());
-  Place place = placeOf(task.bigFolder, folder, task.item.step);
+  Place place = placeOf(task.bigFolder, folder, *task.item.step);
   reader_.resume(folder.descriptor(), std::move(task.stretch));
   countAll(place);
   leave(place);
@@ -250,12 +258,23 @@ bool SizingThread::countAll(Place& place) {
 
 void SizingThread::count(Place& place, const DirectoryReader::Entry& entry) {
   if (entry.hidden && sizing_.skipsHidden()) return;
-  if (entry.type == FileType::directory) keepFolder(place, entry.name);
+  if (entry.type == FileType::directory) {
+    place.judge();
+    keepFolder(place, entry.name);
+  }
   if (entry.type == FileType::regular) countFile(place, entry.name);
 }
 
-void SizingThread::countFile(const Place& place, std::string_view name) {
-  const std::optional<std::uint8_t> bucket = sizing_.attribution().file(place.step, name);
+std::optional<std::uint8_t> SizingThread::bucketOf(Place& place, std::string_view name) const {
+  const Attribution& attribution = sizing_.attribution();
+  const std::optional<std::uint8_t> bucket = attribution.file(place.step, name);
+  if (place.asPackage == place.step || attribution.file(place.asPackage, name) == bucket) return bucket;
+  place.judge();
+  return attribution.file(place.step, name);
+}
+
+void SizingThread::countFile(Place& place, std::string_view name) {
+  const std::optional<std::uint8_t> bucket = bucketOf(place, name);
   if (!bucket) return;
   ByteCounts sizes;
   if (DirectoryReader::readSizes(place.descriptor, name.data(), sizes)) {
@@ -268,13 +287,11 @@ void SizingThread::countFile(const Place& place, std::string_view name) {
 }
 
 void SizingThread::keepFolder(const Place& place, std::string_view name) {
-  SubFolders::Item item{.step = place.step, .judged = false};
   const bool needsPackages = sizing_.needsPackages();
-  if (!needsPackages || isPackageName(name)) {
-    const std::optional<Step> step = sizing_.attribution().folder(place.step, name, needsPackages);
-    if (!step) return;
-    item = {.step = *step, .judged = true};
-  }
+  SubFolders::Item item{.step = {}, .asPackage = sizing_.attribution().folder(place.step, name, needsPackages)};
+  const bool isKnown = !needsPackages || isPackageName(name);
+  item.step = isKnown ? item.asPackage : sizing_.attribution().folder(place.step, name, /*isPackage=*/false);
+  if (!item.step && !item.asPackage) return;
   foundItems_.push_back(item);
   foundNames_.append(name) += '\0';
 }
@@ -282,12 +299,16 @@ void SizingThread::keepFolder(const Place& place, std::string_view name) {
 // The walk's own descriptor of the folder is a second one: it may be closed and opened again while this thread reads
 // on.
 void SizingThread::shareRest(Place& place) {
+  place.judge();
   if (!place.use) {
     FileDescriptor second = place.own.duplicate();
     if (!second.isOpen()) return;
     place.use = std::make_shared<const WalkedFolders::Use>(place.parent->add(place.name, std::move(second)));
   }
-  Task part{.siblings = {}, .item = {.step = place.step}, .bigFolder = place.use, .stretch = reader_.takeHalf()};
+  Task part{.siblings = {},
+            .item = {.step = place.step, .asPackage = place.step},
+            .bigFolder = place.use,
+            .stretch = reader_.takeHalf()};
   if (!part.stretch.empty()) sizing_.push(std::move(part));
 }
 

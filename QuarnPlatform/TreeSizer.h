@@ -30,7 +30,8 @@ class Attribution {
 
   /// Whether `folder` wants to know packages; when false no attribute is read and `isPackage` is always false.
   [[nodiscard]] virtual bool needsPackages() const { return false; }
-  /// Judges a folder in a folder judged `parent`; absent leaves it and everything below it out.
+  /// Judges a folder in a folder judged `parent`; absent leaves it and everything below it out. May be asked for both
+  /// answers: whether the folder is a package is looked up only when something in it would count otherwise.
   [[nodiscard]] virtual std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const = 0;
   /// Judges a regular file: the total it counts to; absent leaves it out and costs no system call.
   [[nodiscard]] virtual std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const = 0;

@@ -80,8 +80,13 @@ FileDescriptor Volume::openByWalking(std::string_view path, int flags, Links lin
   return FileDescriptor(::openat(place->folder.get(), name, flags | O_NOFOLLOW));
 }
 
+// One call tells that there is nothing to resolve, which is what most look-ups find.
 std::optional<std::string> Volume::resolve(std::string_view path) const {
   if (holdsNul(path)) return std::nullopt;
+  if (path.size() < kLongestSystemPath) {
+    const FileDescriptor item(openInRoot(root_.get(), "." + std::string(path), flagsFor(OpenFor::facts)));
+    if (!item.isOpen() && !needsWalking(errno)) return std::nullopt;
+  }
   const std::optional<WalkedPlace> place = walkBelow(root_.get(), path, Links::follow);
   if (!place) return std::nullopt;
   std::string resolved;

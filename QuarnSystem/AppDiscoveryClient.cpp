@@ -56,7 +56,9 @@ class AppSearch {
       judge(entry.url);
     } else if (entry.type == FileType::symbolicLink) {
       const FileURL target(files_.resolvedPath(entry.url), URLKind::directory);
-      if (files_.isDirectory(target)) judge(target);
+      // The name that standardising gives it may be a link in turn, as "/tmp" is one to "/private/tmp".
+      const std::optional<ItemFacts> facts = files_.facts(target, Links::follow);
+      if (facts && facts->type == FileType::directory) judge(target);
     }
   }
 

@@ -73,7 +73,8 @@ class BoundedSearch {
     DirectoryEnumerator items(files_, root,
                               {.hidden = HiddenItems::skip,
                                .packages = PackageContents::skip,
-                               .maximumLevel = static_cast<int>(deepest - 1)});
+                               .maximumLevel = static_cast<int>(deepest - 1),
+                               .readAheadThreads = DirectoryEnumerator::kReadAheadOfLongWalks});
     while (const DirectoryEnumerator::Item* item = items.next()) {
       if (isFull()) return;
       std::optional<Artifact> find = consider(*item);

@@ -127,6 +127,12 @@ CategoryRoots::CategoryRoots(const StorageSignatureRegistry& signatures, const V
     : signatures_(signatures), vendorHints_(vendorHints), files_(files) {}
 
 std::vector<FileURL> CategoryRoots::roots(Category category, bool includeDiscovered) const {
+  const auto [place, isNew] = known_.try_emplace({category, includeDiscovered});
+  if (isNew) place->second = find(category, includeDiscovered);
+  return place->second;
+}
+
+std::vector<FileURL> CategoryRoots::find(Category category, bool includeDiscovered) const {
   switch (category) {
     case Category::apps: return folders(kApps);
     case Category::documents: return documents();
@@ -177,10 +183,7 @@ std::vector<FileURL> CategoryRoots::communication() const {
 std::vector<FileURL> CategoryRoots::games(bool includeDiscovered) const {
   std::vector<FileURL> result{inHome("Games")};
   append(result, steamAppFolders(files_));
-  if (includeDiscovered) {
-    if (!discoveredGames_) discoveredGames_ = markedFolders(signatures_.markerSignatures(Category::games), files_);
-    append(result, *discoveredGames_);
-  }
+  if (includeDiscovered) append(result, markedFolders(signatures_.markerSignatures(Category::games), files_));
   return outermost(withVendorRoots(std::move(result), Category::games));
 }
 
@@ -196,7 +199,7 @@ std::vector<FileURL> CategoryRoots::systemData() const {
 }
 
 std::vector<FileURL> CategoryRoots::other() const {
-  const std::vector<FileURL> developers = development();
+  const std::vector<FileURL> developers = roots(Category::development, /*includeDiscovered=*/true);
   std::vector<FileURL> result;
   for (DirectoryEntry& entry : files_.contentsOrNone(files_.homeDirectory(), HiddenItems::include)) {
     const std::string_view name = entry.url.lastPathComponent();

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <optional>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
@@ -12,9 +13,8 @@
 namespace quarn {
 
 /// The folders of the storage categories as they are on the volume at the moment of asking. Made for one operation:
-/// what it has to search for (games that markers give away, the developers' folders) it finds once and keeps, so that
-/// the lists which build on each other do not search again. Used from one thread; refers to its collaborators, which
-/// must outlive it.
+/// each list is found once and kept, so that the lists which build on each other do not search again. Used from one
+/// thread; refers to its collaborators, which must outlive it.
 class CategoryRoots {
  public:
   CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints,
@@ -30,6 +30,7 @@ class CategoryRoots {
   [[nodiscard]] bool isCloudRoot(const FileURL& root) const;
 
  private:
+  [[nodiscard]] std::vector<FileURL> find(StorageCategoryID category, bool includeDiscovered) const;
   [[nodiscard]] std::vector<FileURL> documents() const;
   [[nodiscard]] std::vector<FileURL> communication() const;
   [[nodiscard]] std::vector<FileURL> games(bool includeDiscovered) const;
@@ -50,7 +51,7 @@ class CategoryRoots {
   const StorageSignatureRegistry& signatures_;
   const VendorPathHintIndex& vendorHints_;
   const FileManager& files_;
-  mutable std::optional<std::vector<FileURL>> discoveredGames_;
+  mutable std::map<std::pair<StorageCategoryID, bool>, std::vector<FileURL>> known_;
 };
 
 }  // namespace quarn

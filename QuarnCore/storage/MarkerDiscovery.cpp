@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <string>
 #include <unordered_set>
 
@@ -32,14 +33,23 @@ Marker makeMarker(const StorageSignatureRegistry::Signature& signature) {
 
 class MarkerSearch {
  public:
-  MarkerSearch(std::vector<Marker> markers, const FileManager& files) : markers_(std::move(markers)), files_(files) {}
+  MarkerSearch(std::vector<Marker> markers, const FileManager& files) : markers_(std::move(markers)), files_(files) {
+    for (const Marker& marker : markers_) {
+      if (const std::optional<char> first = marker.pattern.firstByte()) {
+        firstBytes_.set(static_cast<unsigned char>(*first));
+      } else {
+        firstBytes_.set();
+      }
+    }
+  }
 
   void search(const FileURL& root) {
     const ItemDepth depth(files_, root);
     DirectoryEnumerator items(files_, root,
                               {.hidden = HiddenItems::skip,
                                .packages = PackageContents::skip,
-                               .maximumLevel = depth.deepestLevel(kMaximumDepth)});
+                               .maximumLevel = depth.deepestLevel(kMaximumDepth),
+                               .readAheadThreads = DirectoryEnumerator::kReadAheadOfLongWalks});
     for (int visited = 0; visited < kMaximumVisited; ++visited) {
       const DirectoryEnumerator::Item* item = items.next();
       if (item == nullptr) return;
@@ -57,6 +67,7 @@ class MarkerSearch {
   [[nodiscard]] bool isMarker(const DirectoryEnumerator::Item& item) const {
     if (item.type() != FileType::regular && item.type() != FileType::directory) return false;
     const std::string name = Text::lowercased(item.name());
+    if (name.empty() || !firstBytes_.test(static_cast<unsigned char>(name.front()))) return false;
     return std::any_of(markers_.begin(), markers_.end(), [&](const Marker& marker) {
       return marker.type == item.type() && marker.pattern.matches(name);
     });
@@ -67,6 +78,7 @@ class MarkerSearch {
   }
 
   std::vector<Marker> markers_;
+  std::bitset<256> firstBytes_;  // with which a marker's name may begin
   const FileManager& files_;
   std::unordered_set<std::string> seen_;
   std::vector<FileURL> folders_;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,10 @@ class MarkerPattern {
 
   /// Whether a name, lower-cased by the caller, matches.
   [[nodiscard]] bool matches(std::string_view lowercasedName) const;
+  /// The byte with which every name that matches begins; absent when it may be any.
+  [[nodiscard]] std::optional<char> firstByte() const {
+    return prefix_.empty() ? std::nullopt : std::optional<char>(prefix_.front());
+  }
 
  private:
   bool isExact_;

@@ -25,8 +25,10 @@ struct Listed {
 };
 
 Listed makeListed(const FileURL& url, Category category, ScanMode mode, const FileManager& files) {
-  ScanRoot root{.path = files.resolvedPath(url), .defaultCategory = category, .mode = mode};
-  root.location = files.realPath(url).value_or(root.path);
+  const std::optional<std::string> realPath = files.realPath(url);
+  ScanRoot root{
+      .path = files.standardizedPath(realPath.value_or(url.path())), .defaultCategory = category, .mode = mode};
+  root.location = realPath.value_or(root.path);
   const bool isLinked = root.path != files.standardizedPath(url);
   return {std::move(root), url, isLinked};
 }
@@ -82,8 +84,9 @@ void dropRootsInEnumeratedOnes(std::vector<ScanRoot>& roots) {
 
 // No walk comes by a path that leads through a link, so one that does keeps standing for nothing.
 std::string exclusionLocation(const FileURL& url, const FileManager& files) {
-  std::string path = files.standardizedPath(url);
-  return files.resolvedPath(url) == path ? files.realPath(url).value_or(path) : path;
+  const std::string path = files.standardizedPath(url);
+  const std::optional<std::string> realPath = files.realPath(url);
+  return realPath && files.standardizedPath(*realPath) == path ? *realPath : path;
 }
 
 }  // namespace

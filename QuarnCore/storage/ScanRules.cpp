@@ -11,6 +11,16 @@ namespace {
 // Lower-casing shortens no text to less than a third of its bytes: the Kelvin sign's three become the one of "k".
 constexpr std::size_t kMostShrinking = 3;
 
+constexpr unsigned kLetterBits = 5;
+
+std::size_t endsOf(std::string_view text) {
+  constexpr std::size_t kLetter = (1U << kLetterBits) - 1;
+  if (text.empty()) return 0;
+  const auto first = static_cast<unsigned char>(text.front());
+  const auto last = static_cast<unsigned char>(text.back());
+  return (first & kLetter) << kLetterBits | (last & kLetter);
+}
+
 }  // namespace
 
 ScanRules::ScanRules(const ScanPlan& plan, Dictionary categoryByExtension)
@@ -23,7 +33,15 @@ ScanRules::ScanRules(const ScanPlan& plan, Dictionary categoryByExtension)
   for (const std::string& location : plan.fastExclusions) trie_.valueAt(location).isFastExclusion = true;
   for (const auto& [extension, category] : categoryByExtension_) {
     longestExtension_ = std::max(longestExtension_, extension.size());
+    listedEnds_.set(endsOf(extension));
   }
+}
+
+// Nearly every extension is told from the listed ones by its two ends. The five bits of a letter that say which it is
+// are the same in both cases; other scripts have letters whose lower case is another one.
+bool ScanRules::mayBeListed(std::string_view extension) const {
+  const auto isForeign = [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; };
+  return listedEnds_.test(endsOf(extension)) || std::any_of(extension.begin(), extension.end(), isForeign);
 }
 
 bool ScanRules::isExcluded(Trie::Node node, ScanMode mode) const {
@@ -43,7 +61,7 @@ std::optional<StorageCategoryID> ScanRules::longestRule(std::string_view locatio
 
 std::optional<StorageCategoryID> ScanRules::dictionaryCategory(std::string_view name) const {
   const std::string_view extension = path::extension(name);
-  if (extension.empty() || extension.size() > longestExtension_ * kMostShrinking) return std::nullopt;
+  if (extension.size() > longestExtension_ * kMostShrinking || !mayBeListed(extension)) return std::nullopt;
   const auto found = categoryByExtension_.find(Text::lowercased(extension));
   return found == categoryByExtension_.end() ? std::nullopt : std::optional<StorageCategoryID>(found->second);
 }

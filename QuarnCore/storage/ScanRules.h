@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bitset>
 #include <map>
 #include <optional>
 #include <string>
@@ -45,9 +46,12 @@ class ScanRules {
   [[nodiscard]] std::optional<StorageCategoryID> dictionaryCategory(std::string_view name) const;
 
  private:
+  [[nodiscard]] bool mayBeListed(std::string_view extension) const;
+
   Trie trie_;
   Dictionary categoryByExtension_;
   std::size_t longestExtension_ = 0;
+  std::bitset<1024> listedEnds_;  // by the first and the last letter
 };
 
 }  // namespace quarn

@@ -166,23 +166,24 @@ std::optional<Category> VendorPathHintIndex::category(std::string_view profileID
 
 VendorPathHintIndex::VendorPathHintIndex(const VendorProfileRegistry& registry, const FileURL& home, FileManager files)
     : files_(std::move(files)) {
+  ListedFolders folders(files_);
   for (const VendorProfile& profile : registry.profiles()) {
     const std::optional<Category> category = VendorPathHintIndex::category(profile.id);
     if (!category) continue;
     for (const VendorProfile::ArtifactDefinition& definition : profile.artifacts) {
-      add(makeHint(profile, *category, definition), definition.paths, home, isScanRoot(definition.kind));
+      add(makeHint(profile, *category, definition), definition.paths, folders, home, isScanRoot(definition.kind));
     }
     for (const VendorProfile::CarveOut& carveOut : profile.carveOuts) {
-      add(makeHint(profile, *category, carveOut), carveOut.paths, home, /*areRoots=*/false);
+      add(makeHint(profile, *category, carveOut), carveOut.paths, folders, home, /*areRoots=*/false);
     }
   }
   sortEntries();
   keepOutermostRoots();
 }
 
-void VendorPathHintIndex::add(const VendorPathHint& hint, const std::vector<std::string>& patterns, const FileURL& home,
-                              bool areRoots) {
-  for (FileURL& url : VendorPathResolver::resolve(patterns, files_, home)) {
+void VendorPathHintIndex::add(const VendorPathHint& hint, const std::vector<std::string>& patterns,
+                              ListedFolders& folders, const FileURL& home, bool areRoots) {
+  for (FileURL& url : VendorPathResolver::resolve(patterns, folders, home)) {
     const bool isDirectory = url.hasDirectoryPath();
     if (areRoots && isDirectory) rootsByCategory_[hint.category].push_back(url);
     Entry entry{.path = files_.standardizedPath(url), .url = std::move(url), .hint = hint, .isDirectory = isDirectory};

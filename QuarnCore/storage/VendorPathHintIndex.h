@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnModels/Storage.h"
 #include "QuarnPlatform/FileManager.h"
@@ -43,7 +44,8 @@ class VendorPathHintIndex {
   static std::optional<StorageCategoryID> category(std::string_view profileID);
 
  private:
-  void add(const VendorPathHint& hint, const std::vector<std::string>& patterns, const FileURL& home, bool areRoots);
+  void add(const VendorPathHint& hint, const std::vector<std::string>& patterns, ListedFolders& folders,
+           const FileURL& home, bool areRoots);
   void sortEntries();
   void keepOutermostRoots();
 

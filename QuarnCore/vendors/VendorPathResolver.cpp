@@ -30,7 +30,7 @@ std::optional<std::string_view> behind(std::string_view piece, std::string_view 
 /// The items on the way down a pattern, one level at a time.
 class Candidates {
  public:
-  explicit Candidates(const FileManager& files) : files_(files) {}
+  explicit Candidates(ListedFolders& folders) : folders_(folders) {}
 
   // Plain components are only gathered: an item exists exactly when everything on its way does, so one look-up at the
   // end of a run answers for all of it.
@@ -40,7 +40,8 @@ class Candidates {
     if (pending_.empty()) return;
     std::vector<FileURL> existing;
     for (const FileURL& candidate : urls_) {
-      if (auto url = files_.existingURL(path::join(candidate.path(), pending_))) existing.push_back(std::move(*url));
+      if (auto url = folders_.files().existingURL(path::join(candidate.path(), pending_)))
+        existing.push_back(std::move(*url));
     }
     urls_ = std::move(existing);
     pending_.clear();
@@ -50,10 +51,10 @@ class Candidates {
     settle();
     std::vector<FileURL> matching;
     for (const FileURL& candidate : urls_) {
-      for (DirectoryEntry& entry : files_.contentsOrNone(candidate, HiddenItems::skip)) {
+      for (const DirectoryEntry& entry : folders_.visibleEntries(candidate)) {
         if (!isLast && entry.type != FileType::directory) continue;
         if (!VendorPathResolver::matches(component, entry.url.lastPathComponent())) continue;
-        matching.push_back(std::move(entry.url));
+        matching.push_back(entry.url);
       }
     }
     urls_ = std::move(matching);
@@ -63,15 +64,15 @@ class Candidates {
   std::vector<FileURL> take() { return std::move(urls_); }
 
  private:
-  const FileManager& files_;
+  ListedFolders& folders_;
   std::vector<FileURL> urls_{FileURL()};
   std::string pending_;
 };
 
-std::vector<FileURL> resolveOne(const std::string& path, const FileManager& files) {
+std::vector<FileURL> resolveOne(const std::string& path, ListedFolders& folders) {
   const std::vector<std::string_view> names = path::names(path);
   if (names.empty()) return {};
-  Candidates candidates(files);
+  Candidates candidates(folders);
   for (std::size_t i = 0; i < names.size() && !candidates.isEmpty(); ++i) {
     if (isStarred(names[i])) {
       candidates.appendStarred(names[i], i + 1 == names.size());
@@ -87,13 +88,19 @@ std::vector<FileURL> resolveOne(const std::string& path, const FileManager& file
 
 std::vector<FileURL> VendorPathResolver::resolve(const std::vector<std::string>& patterns, const FileManager& files,
                                                  const FileURL& home) {
+  ListedFolders folders(files);
+  return resolve(patterns, folders, home);
+}
+
+std::vector<FileURL> VendorPathResolver::resolve(const std::vector<std::string>& patterns, ListedFolders& folders,
+                                                 const FileURL& home) {
   std::vector<FileURL> urls;
   std::unordered_set<std::string> seen;
   for (const std::string& pattern : patterns) {
     const std::optional<std::string> path = expandedPattern(pattern, home);
     if (!path) continue;
-    for (FileURL& url : resolveOne(*path, files)) {
-      if (seen.insert(files.standardizedPath(url)).second) urls.push_back(std::move(url));
+    for (FileURL& url : resolveOne(*path, folders)) {
+      if (seen.insert(folders.files().standardizedPath(url)).second) urls.push_back(std::move(url));
     }
   }
   return urls;

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnPlatform/FileManager.h"
 
 namespace quarn {
@@ -15,6 +16,10 @@ struct VendorPathResolver {
   /// The existing items that the patterns denote, in pattern order, each item once (by standardised path). A starred
   /// component lists one folder level without hidden entries; relative patterns denote nothing.
   static std::vector<FileURL> resolve(const std::vector<std::string>& patterns, const FileManager& files,
+                                      const FileURL& home);
+
+  /// The same for one of many lists of patterns, which share the listings of `folders`.
+  static std::vector<FileURL> resolve(const std::vector<std::string>& patterns, ListedFolders& folders,
                                       const FileURL& home);
 
   /// The wildcard test: "*" stands for any run of characters, nothing else is special. Linear in both lengths.

@@ -72,12 +72,13 @@ bool VendorProfile::matches(const AppEntity& app) const { return VendorMatcher(*
 
 std::vector<Artifact> VendorProfile::makeArtifacts(const FileManager& files, const FileURL& home) const {
   std::vector<Artifact> found;
+  ListedFolders folders(files);
   for (const ArtifactDefinition& definition : artifacts) {
-    std::vector<FileURL> urls = VendorPathResolver::resolve(definition.paths, files, home);
+    std::vector<FileURL> urls = VendorPathResolver::resolve(definition.paths, folders, home);
     if (!urls.empty()) found.push_back(makeArtifact(definition, std::move(urls)));
   }
   for (const CarveOut& carveOut : carveOuts) {
-    std::vector<FileURL> urls = VendorPathResolver::resolve(carveOut.paths, files, home);
+    std::vector<FileURL> urls = VendorPathResolver::resolve(carveOut.paths, folders, home);
     if (urls.empty()) continue;
     const ArtifactScope scope = scopeOf(urls, files, home);
     found.push_back(makeArtifact(carveOut, std::move(urls), scope));

@@ -254,6 +254,28 @@ TEST_P(Sizing, PackagesByNameOrByTheirBundleBitAreToldToAnAttributionThatAsks) {
   EXPECT_EQ(sums[2].logicalBytes, 10);
 }
 
+TEST_P(Sizing, WhatIsFoundBeforeAFolderProvesToBeAPackageCountsLikeTheRest) {
+  // In a package everything goes to the second total, outside only what has the extension stays in the first.
+  struct ByExtension : Plain {
+    [[nodiscard]] bool needsPackages() const override { return true; }
+    [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view, bool isPackage) const override {
+      return parent.state == 1 || isPackage ? Step{.state = 1, .bucket = 1} : Step{.bucket = 1};
+    }
+    [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override {
+      return parent.state == 0 && name.ends_with(".x") ? std::uint8_t{0} : parent.bucket;
+    }
+  };
+  for (const std::string_view folder : {"/t/marked", "/t/marked/sub/deep", "/t/plain", "/t/plain/sub/deep"}) {
+    volume.file(std::string(folder) + "/a", 1).file(std::string(folder) + "/b.x", 10);
+  }
+  volume.bundleBit("/t/marked");
+  for (int i = 0; i < 1000; ++i) volume.file("/t/big/" + std::to_string(i));
+  volume.file("/t/big/last.x", 100).bundleBit("/t/big");
+  const Totals sums = totals(ByExtension());
+  EXPECT_EQ(sums[0].logicalBytes, 20);
+  EXPECT_EQ(sums[1].logicalBytes, 124);
+}
+
 // --- Errors ----------------------------------------------------------------------------------------------------------
 
 TEST_P(Sizing, ARootThatIsNoFolderIsAnError) {

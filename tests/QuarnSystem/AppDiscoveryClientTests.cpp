@@ -183,6 +183,12 @@ TEST(AppDiscoveryClient, ALinkToAFolderStandsForThatFolder) {
   EXPECT_THAT(paths(volume), ElementsAre("/opt/vendor/1/2/A.app"));
 }
 
+TEST(AppDiscoveryClient, ALinkMayLeadToAFolderThatIsKnownByALink) {
+  MacVolume volume;
+  volume.app("/private/tmp/A.app").link("/tmp", "/private/tmp").link("/Applications/Temporary", "/tmp");
+  EXPECT_THAT(paths(volume), ElementsAre("/tmp/A.app"));
+}
+
 TEST(AppDiscoveryClient, ARootThatIsALinkToAnotherRootListsEachAppOnce) {
   MacVolume volume;
   volume.app("/Applications/A.app").link("~/Applications", "/Applications");

@@ -56,6 +56,15 @@ TEST(PartitionedScan, LinksAndSpecialFilesCountNothing) {
   EXPECT_THAT(volume.scanned(), IsEmpty());
 }
 
+TEST(PartitionedScan, AnEmptyExtensionInTheDictionaryStandsForNamesWithoutOne) {
+  DashboardVolume volume;
+  volume.file("~/Documents/none", 1).file("~/Documents/none.", 2).file("~/Documents/a.b", 4);
+  volume.file("~/Docs.d/x.y/a.b", 8).file("~/Docs.d/whole/a.b", 16).file("~/Docs.d/none", 32);
+  volume.extension("", Category::games);
+  // The roots' own names have no extension either, "Docs.d" aside.
+  EXPECT_THAT(volume.scanned(), ElementsAre(Pair(Category::documents, 8), Pair(Category::games, 1 + 2 + 4 + 16 + 32)));
+}
+
 TEST(PartitionedScan, HardLinksCountEachTime) {
   DashboardVolume volume;
   volume.file("~/Pictures/a", 1).hardLink("~/Pictures/b", "~/Pictures/a").hardLink("~/Documents/c", "~/Pictures/a");
