@@ -2,6 +2,7 @@
 
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "QuarnPlatform/FileManager.h"
@@ -12,14 +13,14 @@ namespace quarn {
 /// for one pass over the patterns, during which the volume is taken to stay as it is. Not safe from several threads.
 class ListedFolders {
  public:
-  explicit ListedFolders(const FileManager& files) : files_(files) {}
+  explicit ListedFolders(FileManager files) : files_(std::move(files)) {}
 
   [[nodiscard]] const FileManager& files() const { return files_; }
   /// The folder's visible entries; none when it cannot be listed. Valid until the next call.
   [[nodiscard]] const std::vector<DirectoryEntry>& visibleEntries(const FileURL& folder);
 
  private:
-  const FileManager& files_;
+  FileManager files_;
   std::unordered_map<std::string, std::vector<DirectoryEntry>> listed_;
   std::vector<DirectoryEntry> big_;  // one that is not worth its memory
 };
