@@ -1,5 +1,7 @@
 #include "QuarnSystem/KernelExtensionService.h"
 
+#include <memory>
+#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -75,6 +77,23 @@ class Listing {
 KernelExtensionService KernelExtensionService::live(FileManager files, FileSizeCalculator sizes) {
   return {.installedKernelExtensions = [files = std::move(files), sizes = std::move(sizes)](bool includeMacOS) {
     return Listing(files, sizes, includeMacOS).extensions();
+  }};
+}
+
+KernelExtensionService KernelExtensionService::snapshot(FileManager files, FileSizeCalculator sizes) {
+  struct Kept {
+    std::once_flag once;
+    std::vector<KernelExtensionInfo> extensions;
+  };
+  struct Lists {
+    Kept others;
+    Kept all;
+  };
+  return {.installedKernelExtensions = [files = std::move(files), sizes = std::move(sizes),
+                                        lists = std::make_shared<Lists>()](bool includeMacOS) {
+    Kept& kept = includeMacOS ? lists->all : lists->others;
+    std::call_once(kept.once, [&] { kept.extensions = Listing(files, sizes, includeMacOS).extensions(); });
+    return kept.extensions;
   }};
 }
 

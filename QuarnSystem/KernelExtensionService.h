@@ -19,6 +19,8 @@ struct KernelExtensionService {
   std::function<std::vector<KernelExtensionInfo>(bool includeMacOS)> installedKernelExtensions;
 
   static KernelExtensionService live(FileManager files, FileSizeCalculator sizes);
+  /// The same, each of the two lists read and sized once, when it is first asked for. Safe to use from several threads.
+  static KernelExtensionService snapshot(FileManager files, FileSizeCalculator sizes);
 };
 
 }  // namespace quarn

@@ -1,6 +1,8 @@
 #include "QuarnSystem/LaunchdScanner.h"
 
 #include <array>
+#include <memory>
+#include <mutex>
 #include <string_view>
 #include <utility>
 
@@ -36,6 +38,17 @@ std::vector<LaunchdEntry> allJobs(const FileManager& files) {
 
 LaunchdScanner LaunchdScanner::live(FileManager files) {
   return {.scan = [files = std::move(files)] { return allJobs(files); }};
+}
+
+LaunchdScanner LaunchdScanner::snapshot(FileManager files) {
+  struct Jobs {
+    std::once_flag once;
+    std::vector<LaunchdEntry> jobs;
+  };
+  return {.scan = [files = std::move(files), kept = std::make_shared<Jobs>()] {
+    std::call_once(kept->once, [&] { kept->jobs = allJobs(files); });
+    return kept->jobs;
+  }};
 }
 
 }  // namespace quarn

@@ -18,6 +18,8 @@ struct LaunchdScanner {
   /// From the property lists in those folders (see `propertyListFiles`); a file without a Label string is no job, and
   /// ProgramArguments count only when all of them are strings.
   static LaunchdScanner live(FileManager files);
+  /// The same, read once, when it is first asked for. Safe to use from several threads.
+  static LaunchdScanner snapshot(FileManager files);
 };
 
 }  // namespace quarn

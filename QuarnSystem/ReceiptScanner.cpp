@@ -4,8 +4,11 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <memory>
+#include <mutex>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "QuarnPlatform/Path.h"
@@ -34,6 +37,9 @@ constexpr Keys kPackageKeys{
     .identifier = "CFBundleIdentifier", .version = {"CFBundleShortVersionString", "CFBundleVersion"},
     .installLocation = {"IFPkgRelocatedPath", "IFPkgFlagDefaultLocation"}};
 // clang-format on
+
+// What a snapshot keeps of bills: those of a usual Mac's third-party packages, not those of a whole development system.
+constexpr std::size_t kMostKeptBytes = std::size_t{8} << 20;
 
 // A receipt as its property list has it. The bill is read when it is needed.
 struct Receipt {
@@ -122,11 +128,56 @@ std::vector<Receipt> readReceipts(const FileManager& files) {
   return receipts;
 }
 
-// Absent when there is no readable bill.
-std::optional<Bill> readBill(const FileManager& files, const Receipt& receipt) {
-  const std::optional<std::string> bytes = files.readFileIfPossible(receipt.bill, kMaxBillBytes);
-  return bytes ? readBillOfMaterials(*bytes) : std::nullopt;
-}
+/// The receipts as they are when they are first asked for, read once. Bills are kept as long as they are few; beyond
+/// that they are read again. Safe from any thread.
+class Receipts {
+ public:
+  using SharedBill = std::shared_ptr<const Bill>;
+
+  Receipts(FileManager files, std::size_t mostKeptBytes) : files_(std::move(files)), mostKeptBytes_(mostKeptBytes) {}
+
+  [[nodiscard]] const FileManager& files() const { return files_; }
+
+  [[nodiscard]] const std::vector<Receipt>& all() {
+    std::call_once(once_, [this] { receipts_ = readReceipts(files_); });
+    return receipts_;
+  }
+
+  // Null when there is no readable bill.
+  [[nodiscard]] SharedBill bill(const Receipt& receipt) {
+    const std::lock_guard lock(mutex_);
+    const auto known = bills_.find(receipt.bill.path());
+    if (known != bills_.end()) return known->second;
+    SharedBill bill = readBill(receipt);
+    const std::size_t size = bill ? memoryOf(*bill) : 0;
+    if (size <= mostKeptBytes_ - keptBytes_) {
+      bills_.emplace(receipt.bill.path(), bill);
+      keptBytes_ += size;
+    }
+    return bill;
+  }
+
+ private:
+  [[nodiscard]] SharedBill readBill(const Receipt& receipt) const {
+    const std::optional<std::string> bytes = files_.readFileIfPossible(receipt.bill, kMaxBillBytes);
+    std::optional<Bill> bill = bytes ? readBillOfMaterials(*bytes) : std::nullopt;
+    return bill ? std::make_shared<const Bill>(std::move(*bill)) : nullptr;
+  }
+
+  static std::size_t memoryOf(const Bill& bill) {
+    std::size_t bytes = bill.capacity() * sizeof(BillEntry);
+    for (const BillEntry& entry : bill) bytes += entry.path.capacity();
+    return bytes;
+  }
+
+  const FileManager files_;
+  const std::size_t mostKeptBytes_;
+  std::once_flag once_;
+  std::vector<Receipt> receipts_;
+  std::mutex mutex_;
+  std::unordered_map<std::string, SharedBill> bills_;
+  std::size_t keptBytes_ = 0;
+};
 
 std::vector<FileURL> installedFiles(const Receipt& receipt, const Bill& bill) {
   std::vector<FileURL> urls;
@@ -139,7 +190,7 @@ std::vector<FileURL> installedFiles(const Receipt& receipt, const Bill& bill) {
   return urls;
 }
 
-ReceiptInfo infoOf(const Receipt& receipt, const std::optional<Bill>& bill) {
+ReceiptInfo infoOf(const Receipt& receipt, const Receipts::SharedBill& bill) {
   return {.packageIdentifier = receipt.identifier,
           .files = bill ? installedFiles(receipt, *bill) : std::vector<FileURL>(),
           .version = receipt.version,
@@ -205,18 +256,17 @@ bool belongsByIdentifier(const AppEntity& app, std::string_view packageID) {
   return package == bundle || package.starts_with(bundle + ".");
 }
 
-std::vector<ReceiptInfo> allReceipts(const FileManager& files) {
+std::vector<ReceiptInfo> allReceipts(Receipts& receipts) {
   std::vector<ReceiptInfo> infos;
-  for (const Receipt& receipt : readReceipts(files)) infos.push_back(infoOf(receipt, readBill(files, receipt)));
+  for (const Receipt& receipt : receipts.all()) infos.push_back(infoOf(receipt, receipts.bill(receipt)));
   return infos;
 }
 
-std::vector<ReceiptInfo> receiptsMatching(const FileManager& files, const AppEntity& app) {
-  const SoughtItem bundle(files, app.bundleURL.path());
-  std::vector<Receipt> receipts = readReceipts(files);
+std::vector<ReceiptInfo> receiptsMatching(Receipts& receipts, const AppEntity& app) {
+  const SoughtItem bundle(receipts.files(), app.bundleURL.path());
   std::vector<ReceiptInfo> infos;
-  for (const Receipt& receipt : receipts) {
-    const std::optional<Bill> bill = readBill(files, receipt);
+  for (const Receipt& receipt : receipts.all()) {
+    const Receipts::SharedBill bill = receipts.bill(receipt);
     const bool belongs =
         belongsByIdentifier(app, receipt.identifier) || (bill && bundle.isOrHoldsListed(receipt, *bill));
     if (belongs) infos.push_back(infoOf(receipt, bill));
@@ -224,37 +274,49 @@ std::vector<ReceiptInfo> receiptsMatching(const FileManager& files, const AppEnt
   return infos;
 }
 
-std::vector<std::string> packageIDs(const FileManager& files, const std::string& path) {
-  const SoughtItem item(files, path);
+std::vector<std::string> packageIDs(Receipts& receipts, const std::string& path) {
+  const SoughtItem item(receipts.files(), path);
   std::vector<std::string> identifiers;
-  for (const Receipt& receipt : readReceipts(files)) {
+  for (const Receipt& receipt : receipts.all()) {
     const bool isKnown = !identifiers.empty() && identifiers.back() == receipt.identifier;
     if (isKnown || !item.mayBeListed(receipt)) continue;
-    const std::optional<Bill> bill = readBill(files, receipt);
+    const Receipts::SharedBill bill = receipts.bill(receipt);
     if (bill && item.isListed(receipt, *bill)) identifiers.push_back(receipt.identifier);
   }
   return identifiers;
 }
 
-bool matches(const FileManager& files, const AppEntity& app, const std::string& packageID) {
+bool matches(Receipts& receipts, const AppEntity& app, const std::string& packageID) {
   if (belongsByIdentifier(app, packageID)) return true;
-  const SoughtItem bundle(files, app.bundleURL.path());
-  for (const Receipt& receipt : readReceipts(files)) {
+  const SoughtItem bundle(receipts.files(), app.bundleURL.path());
+  for (const Receipt& receipt : receipts.all()) {
     if (receipt.identifier != packageID) continue;
-    const std::optional<Bill> bill = readBill(files, receipt);
+    const Receipts::SharedBill bill = receipts.bill(receipt);
     if (bill && bundle.isOrHoldsListed(receipt, *bill)) return true;
   }
   return false;
 }
 
+// `receipts` gives what one call reads from.
+template <class Source>
+ReceiptScanner scannerOf(Source receipts) {
+  return {.allReceipts = [receipts] { return quarn::allReceipts(*receipts()); },
+          .receiptsMatching = [receipts](const AppEntity& app) { return quarn::receiptsMatching(*receipts(), app); },
+          .packageIDs =
+              [receipts](const std::string& forFileAtPath) { return quarn::packageIDs(*receipts(), forFileAtPath); },
+          .matches = [receipts](const AppEntity& app,
+                                const std::string& packageID) { return quarn::matches(*receipts(), app, packageID); }};
+}
+
 }  // namespace
 
 ReceiptScanner ReceiptScanner::live(FileManager files) {
-  return {.allReceipts = [files] { return quarn::allReceipts(files); },
-          .receiptsMatching = [files](const AppEntity& app) { return quarn::receiptsMatching(files, app); },
-          .packageIDs = [files](const std::string& forFileAtPath) { return quarn::packageIDs(files, forFileAtPath); },
-          .matches = [files](const AppEntity& app,
-                             const std::string& packageID) { return quarn::matches(files, app, packageID); }};
+  return scannerOf([files = std::move(files)] { return std::make_unique<Receipts>(files, /*mostKeptBytes=*/0); });
+}
+
+ReceiptScanner ReceiptScanner::snapshot(FileManager files) {
+  return scannerOf(
+      [receipts = std::make_shared<Receipts>(std::move(files), kMostKeptBytes)] { return receipts.get(); });
 }
 
 }  // namespace quarn

@@ -28,6 +28,10 @@ struct ReceiptScanner {
   /// without a package identifier is no receipt; one without a readable bill lists no files. Each call reads each
   /// receipt's list and bill at most once and keeps nothing.
   static ReceiptScanner live(FileManager files);
+  /// The same for a piece of work that asks several times, the inspection of an app or of all apps: what is first asked
+  /// for is read once and kept, so that a change meanwhile does not show. Bills beyond a few megabytes in all are read
+  /// again when they are needed again. Safe to use from several threads.
+  static ReceiptScanner snapshot(FileManager files);
 };
 
 }  // namespace quarn

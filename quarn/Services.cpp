@@ -29,14 +29,19 @@ Services::Services(FileManager volume, ResourceBundle shippedResources)
         return KernelExtensionAssociationService(vendorProfiles(), receiptScanner, kernelExtensionService,
                                                  files.homeDirectory(), files);
       }),
-      appInspection([this] {
-        return AppInspectionService(artifactScanner(), uninstallerDiscovery, entitlementsReader, launchdScanner,
-                                    receiptScanner, deepInspector(), kernelExtensionAssociation(), fileSizeCalculator,
-                                    files);
-      }),
       storageDashboard([this] {
         return StorageDashboardService(volumeInfoClient, fileSizeCalculator, signatureRegistry(), volumeLocationChecker,
                                        vendorHints(), quarantineManager, files);
       }) {}
+
+AppInspectionService Services::appInspection() const {
+  const ReceiptScanner receipts = ReceiptScanner::snapshot(files);
+  const KernelExtensionService extensions = KernelExtensionService::snapshot(files, fileSizeCalculator);
+  return AppInspectionService(
+      artifactScanner(), uninstallerDiscovery, entitlementsReader, LaunchdScanner::snapshot(files), receipts,
+      deepInspector(),
+      KernelExtensionAssociationService(vendorProfiles(), receipts, extensions, files.homeDirectory(), files),
+      fileSizeCalculator, files);
+}
 
 }  // namespace quarn

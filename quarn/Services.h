@@ -28,11 +28,14 @@ namespace quarn {
 /// Every service of the library for one volume, wired by hand once and kept for the life of the process. What reads
 /// resources or looks through the volume is made when it is first asked for, so that `quarn apps` does not pay for
 /// vendor knowledge. Safe to use from several threads; neither copied nor moved. A client may be replaced before the
-/// first use of what is made from it.
+/// first use of what is made from it; inspections make their own.
 struct Services {
   Services(FileManager volume, ResourceBundle shippedResources);
   Services(const Services&) = delete;
   Services& operator=(const Services&) = delete;
+
+  /// For the inspection of one app, or of several in one go: what phases and apps ask of the system is read once.
+  [[nodiscard]] AppInspectionService appInspection() const;
 
   FileManager files;
   ResourceBundle resources;
@@ -58,7 +61,6 @@ struct Services {
   Lazy<VendorPathHintIndex> vendorHints;
   Lazy<DeepInspectorService> deepInspector;
   Lazy<KernelExtensionAssociationService> kernelExtensionAssociation;
-  Lazy<AppInspectionService> appInspection;
   Lazy<StorageDashboardService> storageDashboard;
 };
 

@@ -25,10 +25,11 @@ std::string withoutExtension(std::string file) {
 
 }  // namespace
 
-VendorProfileRegistry::VendorProfileRegistry(std::vector<VendorProfile> profiles) : profiles_(std::move(profiles)) {
+VendorProfileRegistry::VendorProfileRegistry(std::vector<VendorProfile> profiles)
+    : profiles_(std::make_shared<const std::vector<VendorProfile>>(std::move(profiles))) {
   std::vector<VendorMatcher> matchers;
-  matchers.reserve(profiles_.size());
-  for (const VendorProfile& profile : profiles_) matchers.emplace_back(profile);
+  matchers.reserve(profiles_->size());
+  for (const VendorProfile& profile : *profiles_) matchers.emplace_back(profile);
   matchers_ = std::make_shared<const std::vector<VendorMatcher>>(std::move(matchers));
 }
 
@@ -48,8 +49,8 @@ VendorProfileRegistry VendorProfileRegistry::loadDefault(const ResourceBundle& b
 std::vector<VendorProfile> VendorProfileRegistry::matchingProfiles(const AppEntity& app) const {
   const AppTexts texts(app);
   std::vector<VendorProfile> matching;
-  for (std::size_t i = 0; i < profiles_.size(); ++i) {
-    if ((*matchers_)[i].matches(texts)) matching.push_back(profiles_[i]);
+  for (std::size_t i = 0; i < profiles_->size(); ++i) {
+    if ((*matchers_)[i].matches(texts)) matching.push_back((*profiles_)[i]);
   }
   return matching;
 }

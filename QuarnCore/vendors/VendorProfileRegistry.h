@@ -13,7 +13,8 @@ namespace quarn {
 
 class VendorMatcher;
 
-/// The vendor profiles in the order of their index. A plain value, loaded once and passed on.
+/// The vendor profiles in the order of their index. A plain value, loaded once and passed on;
+/// copies share what was loaded.
 class VendorProfileRegistry {
  public:
   /// The resource that lists the vendor files.
@@ -34,7 +35,7 @@ class VendorProfileRegistry {
   /// decoded is left out as a whole, silently.
   static VendorProfileRegistry loadDefault(const ResourceBundle& bundle = ResourceBundle::shipped());
 
-  [[nodiscard]] const std::vector<VendorProfile>& profiles() const { return profiles_; }
+  [[nodiscard]] const std::vector<VendorProfile>& profiles() const { return *profiles_; }
   /// The profiles that match the app, in registry order.
   [[nodiscard]] std::vector<VendorProfile> matchingProfiles(const AppEntity& app) const;
   /// The artifacts of every matching profile, profile by profile.
@@ -42,7 +43,7 @@ class VendorProfileRegistry {
                                                 const FileURL& home) const;
 
  private:
-  std::vector<VendorProfile> profiles_;
+  std::shared_ptr<const std::vector<VendorProfile>> profiles_;
   std::shared_ptr<const std::vector<VendorMatcher>> matchers_;  ///< of the profiles, in their order
 };
 

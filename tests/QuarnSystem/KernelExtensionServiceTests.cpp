@@ -157,5 +157,19 @@ TEST(KernelExtensionService, ExtensionsThatAreLeftOutAreNotSized) {
   EXPECT_THAT(sized, ElementsAre("/Library/Extensions/A.kext"));
 }
 
+TEST(KernelExtensionService, ASnapshotReadsEachListWhenItIsFirstAskedForAndKeepsIt) {
+  MacVolume volume;
+  const KernelExtensionService snapshot =
+      KernelExtensionService::snapshot(volume.files(), FileSizeCalculator::live(volume.files()));
+  addExtension(volume, "/Library/Extensions/A.kext", {{"CFBundleIdentifier", "com.example.a"}});
+  const std::vector<KernelExtensionInfo> others = snapshot.installedKernelExtensions(false);
+  EXPECT_THAT(others, SizeIs(1));
+  EXPECT_EQ(others, service(volume).installedKernelExtensions(false));
+  addExtension(volume, "/System/Library/Extensions/B.kext", {{"CFBundleIdentifier", "com.apple.b"}});
+  addExtension(volume, "/Library/Extensions/C.kext", {{"CFBundleIdentifier", "com.example.c"}});
+  EXPECT_EQ(snapshot.installedKernelExtensions(false), others);
+  EXPECT_THAT(snapshot.installedKernelExtensions(true), SizeIs(3));
+}
+
 }  // namespace
 }  // namespace quarn

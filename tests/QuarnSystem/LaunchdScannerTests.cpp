@@ -141,5 +141,16 @@ TEST(LaunchdScanner, WhatMayNotBeReadContributesNothing) {
   EXPECT_THAT(labels(volume), ElementsAre("c"));
 }
 
+TEST(LaunchdScanner, ASnapshotReadsTheJobsWhenItIsFirstAskedAndKeepsThem) {
+  MacVolume volume;
+  const LaunchdScanner scanner = LaunchdScanner::snapshot(volume.files());
+  volume.plist("/Library/LaunchAgents/a.plist", {{"Label", "a"}});
+  const std::vector<LaunchdEntry> first = scanner.scan();
+  EXPECT_EQ(first, jobs(volume));
+  EXPECT_THAT(first, SizeIs(1));
+  volume.plist("/Library/LaunchAgents/b.plist", {{"Label", "b"}});
+  EXPECT_EQ(scanner.scan(), first);
+}
+
 }  // namespace
 }  // namespace quarn

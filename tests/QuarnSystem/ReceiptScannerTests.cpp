@@ -403,5 +403,39 @@ TEST(ReceiptScanner, ReceiptsReachedThroughTheShortNameOfPrivateAreNotLookedFor)
   EXPECT_THAT(identifiers(scanner(volume).allReceipts()), ElementsAre("real"));
 }
 
+// Snapshots
+
+TEST(ReceiptScanner, ASnapshotAnswersByWhatWasThereWhenItWasFirstAsked) {
+  MacVolume volume;
+  addReceipt(volume, "com.example.x", {"Applications/X.app/a"});
+  addReceipt(volume, "org.other", {"Applications/X.app/b"});
+  const ReceiptScanner snapshot = ReceiptScanner::snapshot(volume.files());
+  const AppEntity x = app("com.example.x");
+  const std::vector<ReceiptInfo> first = snapshot.allReceipts();
+  EXPECT_EQ(first, scanner(volume).allReceipts());
+  EXPECT_THAT(first, SizeIs(2));
+  volume.remove(kReceipts + "org.other.plist").remove(kReceipts + "org.other.bom");
+  addReceipt(volume, "com.example.x.more", {"usr/x"});
+  EXPECT_EQ(snapshot.allReceipts(), first);
+  EXPECT_EQ(snapshot.receiptsMatching(x), first);
+  EXPECT_THAT(snapshot.packageIDs("/Applications/X.app/b"), ElementsAre("org.other"));
+  EXPECT_TRUE(snapshot.matches(x, "org.other"));
+  EXPECT_THAT(identifiers(scanner(volume).allReceipts()), ElementsAre("com.example.x", "com.example.x.more"));
+}
+
+TEST(ReceiptScanner, ASnapshotKeepsBillsOnlyAsLongAsTheyAreFew) {
+  MacVolume volume;
+  BomBuilder big;
+  for (int i = 0; i < 200'000; ++i) big.file("usr/share/folder/file-number-" + std::to_string(i));
+  volume.plist(kReceipts + "big.plist", {{"PackageIdentifier", "big"}}).text(kReceipts + "big.bom", big.bytes());
+  addReceipt(volume, "small", {"usr/small"});
+  const ReceiptScanner snapshot = ReceiptScanner::snapshot(volume.files());
+  EXPECT_THAT(snapshot.packageIDs("/usr/share/folder/file-number-7"), ElementsAre("big"));
+  EXPECT_THAT(snapshot.packageIDs("/usr/small"), ElementsAre("small"));
+  volume.remove(kReceipts + "big.bom").remove(kReceipts + "small.bom");
+  EXPECT_THAT(snapshot.packageIDs("/usr/share/folder/file-number-7"), IsEmpty());
+  EXPECT_THAT(snapshot.packageIDs("/usr/small"), ElementsAre("small"));
+}
+
 }  // namespace
 }  // namespace quarn
