@@ -58,7 +58,7 @@ void addOption(CLI::App& parser, const OptionRow& row, Arguments& arguments) {
         auto& all = arguments.options[name];
         all.insert(all.end(), values.begin(), values.end());
       });
-  option->type_size(1)->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  option->type_size(1)->expected(1)->allow_extra_args(false)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
 void checkChoices(const OptionRow& row, const Arguments& arguments) {

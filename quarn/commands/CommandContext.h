@@ -15,6 +15,7 @@
 #include "quarn/commands/Arguments.h"
 #include "quarn/output/SizeText.h"
 #include "quarn/output/Terminal.h"
+#include "quarn/output/UnreadSummary.h"
 
 namespace quarn {
 
@@ -41,7 +42,7 @@ class CommandContext {
   /// The services of the volume that the options name; opened when first asked for. Throws CommandError or FileError.
   const Services& services();
   /// What could not be read so far.
-  [[nodiscard]] const ReadReport& readReport() const { return *report_; }
+  [[nodiscard]] UnreadSummary unread() const { return unreadSummary(*report_); }
   /// Set by Ctrl-C from the first time it is asked for; until then Ctrl-C ends the process as usual.
   const Cancellation& cancellation();
 

@@ -59,7 +59,7 @@ constexpr std::array kTopOptions{
     OptionRow{.name = "--allocated", .argument = "", .help = "Rank by the space taken, not by the larger of space and length"},
 };
 constexpr std::array kReportOptions{
-    OptionRow{.name = "--output", .argument = "FILE", .help = "Page to write, never on the inspected volume", .shortName = "-o"},
+    OptionRow{.name = "--output", .argument = "FILE", .help = "Page to write, never on the inspected volume; - is standard output", .shortName = "-o"},
 };
 constexpr std::array kVendorsOptions{
     OptionRow{.name = "--match", .argument = "APP", .help = "Only the profiles that match an app"},

@@ -17,16 +17,11 @@ constexpr std::string_view kModeLetters = "cdra";
 constexpr std::size_t kShownItems = 5;
 constexpr std::string_view kIndent = "    ";
 
-bool isSelected(const Artifact& artifact, CleanupMode mode) {
-  const AppInspection alone{.artifacts = {artifact}};
-  return !AppRemovalPlanner::defaultSelectedArtifacts(alone, mode).empty();
-}
-
 // "c-ra": the modes that would select the artifact by themselves.
 std::string modesOf(const Artifact& artifact) {
-  std::string letters;
-  for (const CleanupMode mode : allCases<CleanupMode>()) {
-    letters += isSelected(artifact, mode) ? kModeLetters[static_cast<std::size_t>(mode)] : '-';
+  std::string letters(kModeLetters.size(), '-');
+  for (const CleanupMode mode : selectingModes(artifact)) {
+    letters[static_cast<std::size_t>(mode)] = kModeLetters[static_cast<std::size_t>(mode)];
   }
   return letters;
 }

@@ -1,5 +1,6 @@
 #include "quarn/commands/Inspection.h"
 
+#include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "quarn/commands/AppSelection.h"
 #include "quarn/output/TerminalText.h"
 
@@ -61,6 +62,15 @@ Style styleOf(RiskLevel risk) {
     case RiskLevel::danger: return Style::danger;
   }
   return Style::plain;
+}
+
+std::vector<CleanupMode> selectingModes(const Artifact& artifact) {
+  const AppInspection alone{.artifacts = {artifact}};
+  std::vector<CleanupMode> modes;
+  for (const CleanupMode mode : allCases<CleanupMode>()) {
+    if (!AppRemovalPlanner::defaultSelectedArtifacts(alone, mode).empty()) modes.push_back(mode);
+  }
+  return modes;
 }
 
 }  // namespace quarn

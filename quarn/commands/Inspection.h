@@ -3,6 +3,7 @@
 #include <string>
 
 #include "QuarnModels/AppInspection.h"
+#include "QuarnModels/RemovalPlan.h"
 #include "quarn/commands/CommandContext.h"
 
 namespace quarn {
@@ -16,5 +17,8 @@ std::string appHeading(const AppEntity& app, CommandContext& context);
 
 /// How a risk is shown.
 Style styleOf(RiskLevel risk);
+
+/// The cleanup modes that take an artifact by themselves.
+std::vector<CleanupMode> selectingModes(const Artifact& artifact);
 
 }  // namespace quarn

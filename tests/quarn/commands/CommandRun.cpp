@@ -68,9 +68,9 @@ void exchange(Pipe& in, Pipe& out, Pipe& err, std::string_view input, CommandRun
 
 }  // namespace
 
-CommandRun runQuarn(const std::vector<std::string>& words, std::string_view input,
-                    const std::vector<std::string>& environment) {
-  std::vector<std::string> arguments{QUARN_PROGRAM};
+CommandRun runProgram(const std::string& program, const std::vector<std::string>& words, std::string_view input,
+                      const std::vector<std::string>& environment) {
+  std::vector<std::string> arguments{program};
   arguments.insert(arguments.end(), words.begin(), words.end());
   std::vector<std::string> variables{"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root"};
   variables.insert(variables.end(), environment.begin(), environment.end());
@@ -84,9 +84,9 @@ CommandRun runQuarn(const std::vector<std::string>& words, std::string_view inpu
   posix_spawn_file_actions_adddup2(&actions, err.ends[1], STDERR_FILENO);
   pid_t child = 0;
   const int failed =
-      ::posix_spawn(&child, QUARN_PROGRAM, &actions, nullptr, pointers(arguments).data(), pointers(variables).data());
+      ::posix_spawn(&child, program.c_str(), &actions, nullptr, pointers(arguments).data(), pointers(variables).data());
   posix_spawn_file_actions_destroy(&actions);
-  if (failed != 0) throw std::runtime_error("the built command cannot be started");
+  if (failed != 0) throw std::runtime_error(program + " cannot be started");
   in.closeEnd(0);
   out.closeEnd(1);
   err.closeEnd(1);
@@ -96,6 +96,11 @@ CommandRun runQuarn(const std::vector<std::string>& words, std::string_view inpu
   ::waitpid(child, &status, 0);
   run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return run;
+}
+
+CommandRun runQuarn(const std::vector<std::string>& words, std::string_view input,
+                    const std::vector<std::string>& environment) {
+  return runProgram(QUARN_PROGRAM, words, input, environment);
 }
 
 const std::string& sampleFolder() {

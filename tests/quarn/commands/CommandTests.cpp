@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
 #include "quarn/commands/CommandTable.h"
@@ -80,6 +81,13 @@ TEST(Command, GlobalOptionsMayStandBeforeAndBehindTheCommand) {
   const CommandRun behind = runQuarn({"apps", "--volume", sampleFolder(), "--home", "/Users/ann", "--json"});
   EXPECT_EQ(before.exitCode, 0);
   EXPECT_EQ(before.out, behind.out);
+}
+
+TEST(Command, AnOptionTakesOneWordAndLeavesTheNextToTheCommand) {
+  EXPECT_THAT(runOnSample({"plan", "--mode", "cacheOnly", "Lumen Notes"}).out, HasSubstr("Plan: cacheOnly."));
+  EXPECT_THAT(runOnSample({"--locale", "en", "top", "--limit", "1", "~/Movies"}).out, HasSubstr("~/Movies/"));
+  EXPECT_THAT(runOnSample({"report", "-o", "-", "Lumen Notes"}).out,
+              HasSubstr("<title>What belongs to Lumen Notes</title>"));
 }
 
 TEST(Command, ACommandsNameMayBeAnAppsName) {

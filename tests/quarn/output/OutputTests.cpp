@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "quarn/output/SizeText.h"
 #include "quarn/output/Table.h"
 #include "quarn/output/TerminalText.h"
