@@ -19,7 +19,7 @@ Sizes sizesOf(const std::vector<AppEntity>& apps, CommandContext& context) {
     try {
       sizes.emplace_back(context.services().appsService().calculateAppSize(app));
     } catch (const FileError& error) {
-      context.warn(error.what());
+      context.noteUnread(error);
       sizes.emplace_back(std::nullopt);
     }
   }

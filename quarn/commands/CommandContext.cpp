@@ -117,7 +117,7 @@ ExitCode CommandContext::finish(ExitCode code) {
   endProgress();
   const UnreadSummary summary = unread();
   for (const UnreadSummary::Cause& cause : summary.causes) {
-    if (cause.count > 0) warn(causeLine(cause));
+    if (cause.count > 0) warn(causeLine(cause) + (isVerbose() ? "" : " (--verbose names them)"));
   }
   if (isVerbose()) {
     for (const UnreadableItem& item : summary.items) warn(std::string(causeID(item.cause)) + ": " + item.path);

@@ -10,6 +10,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "QuarnPlatform/Cancellation.h"
+#include "QuarnPlatform/FileError.h"
 #include "QuarnPlatform/ReadReport.h"
 #include "quarn/Services.h"
 #include "quarn/commands/Arguments.h"
@@ -43,6 +44,8 @@ class CommandContext {
   const Services& services();
   /// What could not be read so far.
   [[nodiscard]] UnreadSummary unread() const { return unreadSummary(*report_); }
+  /// Adds what an operation threw over, where the command goes on without it.
+  void noteUnread(const FileError& error) { report_->add(error.path(), error.error()); }
   /// Set by Ctrl-C from the first time it is asked for; until then Ctrl-C ends the process as usual.
   const Cancellation& cancellation();
 

@@ -115,7 +115,7 @@ std::vector<SizedRoot> sizedRoots(StorageCategoryID category, CommandContext& co
     try {
       row.size = dashboard.preciseSize(root, category);
     } catch (const FileError& error) {
-      context.warn(error.what());
+      context.noteUnread(error);
     }
     rows.push_back(std::move(row));
   }
