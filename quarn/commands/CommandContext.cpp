@@ -82,7 +82,9 @@ void CommandContext::openLog(const std::string& file, const std::string& volumeF
 
 std::string CommandContext::displayPath(const FileURL& url) { return pathText(url, services().files.homeDirectory()); }
 
-void CommandContext::print(std::string_view text) const { std::fwrite(text.data(), 1, text.size(), stdout); }
+void CommandContext::print(std::string_view text) const {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) < text.size()) throwFileError("write", "standard output");
+}
 
 void CommandContext::printDocument(nlohmann::ordered_json members) const {
   nlohmann::ordered_json document{{"schemaVersion", kSchemaVersion}};

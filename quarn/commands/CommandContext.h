@@ -60,7 +60,7 @@ class CommandContext {
   /// A Mac path for people: the home folder as "~".
   [[nodiscard]] std::string displayPath(const FileURL& url);
 
-  /// Writes text for people to standard output.
+  /// Writes text for people to standard output. Throws FileError when it is not taken.
   void print(std::string_view text) const;
   /// Writes one JSON document: the schema's version, the members given, and what could not be read.
   void printDocument(nlohmann::ordered_json members) const;

@@ -157,22 +157,12 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
   return context.finish();
 }
 
-std::vector<std::string> categoryNames() {
-  std::vector<std::string> names;
-  for (const StorageCategoryID category : allCases<StorageCategoryID>()) names.emplace_back(rawValue(category));
-  return names;
-}
-
 }  // namespace
 
 ExitCode runStorage(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
   if (words.empty()) return showOverview(context);
-  const std::optional<StorageCategoryID> category = fromRawValue<StorageCategoryID>(words.front());
-  if (category && *category != StorageCategoryID::free) return showCategory(*category, context);
-  std::string problem = "there is no category \"" + words.front() + "\"";
-  if (const auto meant = nearest(words.front(), categoryNames())) problem += "; did you mean " + *meant + "?";
-  throw UsageError(problem);
+  return showCategory(fromRawValue<StorageCategoryID>(words.front()).value(), context);
 }
 
 }  // namespace quarn

@@ -66,6 +66,57 @@ TEST(Command, ANumberThatIsNoneNamesTheOption) {
   EXPECT_THAT(run.err, HasSubstr("--limit: \"many\" is no whole number"));
 }
 
+TEST(Command, ANumberBelowZeroNamesTheOption) {
+  const CommandRun run = runOnSample({"top", "--limit", "-1"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("--limit: -1 is below 0"));
+}
+
+TEST(Command, AMissingArgumentNamesTheOptionAndItsPurpose) {
+  EXPECT_THAT(runOnSample({"top", "--limit"}).err, HasSubstr("quarn: --limit takes N: How many (20)\n"));
+  EXPECT_THAT(runOnSample({"report", "-o"}).err, HasSubstr("quarn: --output takes FILE: Page to write"));
+  EXPECT_THAT(runQuarn({"apps", "--volume"}).err, HasSubstr("quarn: --volume takes DIR: Mac volume"));
+}
+
+TEST(Command, ASwitchTakesNoValue) {
+  const CommandRun run = runOnSample({"apps", "--json=no"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("--json takes no value"));
+}
+
+TEST(Command, AnArgumentMayStandBehindAnEqualsSign) {
+  EXPECT_THAT(runOnSample({"plan", "Lumen Notes", "--mode=cacheOnly"}).out, HasSubstr("Plan: cacheOnly."));
+  EXPECT_THAT(runOnSample({"top", "--limt=3"}).err, HasSubstr("did you mean --limit?"));
+}
+
+TEST(Command, BehindTwoHyphensStandNames) {
+  EXPECT_THAT(runOnSample({"inspect", "--", "--json"}).err, HasSubstr("no app \"--json\""));
+  EXPECT_EQ(runOnSample({"inspect", "--no-sizes", "--", "Lumen Notes"}).exitCode, 0);
+  EXPECT_EQ(runOnSample({"inspect", "-weird"}).exitCode, 2);
+}
+
+TEST(Command, AWordOfAClosedSetNamesTheNearest) {
+  const std::vector<std::pair<std::vector<std::string>, std::string>> rows{
+      {{"storage", "gams"}, "CATEGORY: \"gams\" is none of apps|"},
+      {{"storage", "gams"}, "did you mean games?"},
+      {{"completions", "bsah"}, "did you mean bash?"},
+      {{"vendors", "chek", "/tmp"}, "did you mean check?"},
+      {{"help", "inspct"}, "did you mean inspect?"},
+      {{"apps", "--color", "nevr"}, "did you mean never?"},
+      {{"top", "--category", "photo"}, "did you mean photos?"}};
+  for (const auto& [words, problem] : rows) {
+    const CommandRun run = runOnSample(words);
+    EXPECT_EQ(run.exitCode, 2) << problem;
+    EXPECT_THAT(run.err, HasSubstr(problem));
+    EXPECT_EQ(run.out, "");
+  }
+}
+
+TEST(Command, AUsageErrorPointsToTheHelpOfTheCommand) {
+  EXPECT_THAT(runQuarn({"top", "--limit", "x"}).err, HasSubstr("\nTry: quarn top --help\n"));
+  EXPECT_THAT(runQuarn({"tpo"}).err, HasSubstr("\nTry: quarn --help\n"));
+}
+
 TEST(Command, AMissingAppIsAUsageError) {
   const CommandRun run = runQuarn({"inspect"});
   EXPECT_EQ(run.exitCode, 2);
@@ -171,6 +222,30 @@ TEST(Command, AnErrorIsJSONToo) {
   EXPECT_EQ(document(run)["error"]["exitCode"], 1);
 }
 
+TEST(Command, AUsageErrorIsADocumentWithItsOneSentence) {
+  const CommandRun run = runOnSample({"plan", "Lumen Notes", "--mode", "x", "--json"});
+  EXPECT_EQ(document(run)["error"]["message"],
+            "--mode: \"x\" is none of cacheOnly|associatedDataOnly|removeApp|aggressive");
+  EXPECT_EQ(document(run)["error"]["exitCode"], 2);
+  EXPECT_EQ(document(runOnSample({"inspect", "Nobody", "--json"}))["error"]["exitCode"], 3);
+}
+
+TEST(Command, AFullDiskBehindStandardOutputIsSaid) {
+  const CommandRun run = runProgram(
+      "/bin/sh", {"-c", "\"$0\" --volume \"$1\" --home /Users/ann apps > /dev/full", QUARN_PROGRAM, sampleFolder()});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_EQ(run.err, "quarn: write standard output: No space left on device\n");
+}
+
+TEST(Command, AReaderThatGoesAwayEndsItQuietly) {
+  const CommandRun run =
+      runProgram("/bin/bash",
+                 {"-c", "for i in 1 2 3; do \"$0\" --volume \"$1\" --home /Users/ann receipts --json; done | head -c 1",
+                  QUARN_PROGRAM, sampleFolder()});
+  EXPECT_EQ(run.out, "{");
+  EXPECT_EQ(run.err, "");
+}
+
 TEST(Command, NamesNeverReachTheTerminalRaw) {
   const CommandRun run = runOnSample({"apps"});
   EXPECT_THAT(run.out, Not(HasSubstr("\x1B")));
@@ -241,35 +316,6 @@ TEST(Command, VendorsCheckTellsWhatIsWrongFileByFile) {
   const CommandRun run = runQuarn({"vendors", "check", volume.root()});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.out, AllOf(HasSubstr("match.nameContains: missing"), HasSubstr("good.json  good")));
-}
-
-TEST(Command, CompletionsKnowEveryCommandAndOption) {
-  for (const char* shell : {"bash", "zsh", "fish"}) {
-    const CommandRun run = runQuarn({"completions", shell});
-    EXPECT_EQ(run.exitCode, 0) << shell;
-    for (const CommandRow& command : commandTable()) {
-      EXPECT_THAT(run.out, HasSubstr(std::string(command.name))) << shell;
-      for (const OptionRow& option : command.options) {
-        EXPECT_THAT(run.out, HasSubstr(std::string(option.name.substr(2)))) << shell;
-      }
-    }
-  }
-  EXPECT_EQ(runQuarn({"completions", "tcsh"}).exitCode, 2);
-}
-
-TEST(Command, TheBashCompletionIsValidBash) {
-  const CommandRun script = runQuarn({"completions", "bash"});
-  MacVolume volume;
-  volume.text("/completion", script.out);
-  EXPECT_EQ(std::system(("bash -n " + volume.root() + "/completion").c_str()), 0);  // NOLINT(cert-env33-c)
-}
-
-TEST(Command, TheManualPageHoldsEveryCommand) {
-  const CommandRun run = runQuarn({"manual"});
-  EXPECT_THAT(run.out, StartsWith(".TH QUARN 1"));
-  for (const CommandRow& command : commandTable()) {
-    EXPECT_THAT(run.out, HasSubstr("\n.SS " + std::string(command.name) + "\n"));
-  }
 }
 
 TEST(Command, TheTextsFollowTheLocale) {
