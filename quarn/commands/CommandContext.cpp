@@ -98,7 +98,7 @@ void CommandContext::printLines(const nlohmann::ordered_json& list) const {
 }
 
 void CommandContext::progress(std::string_view line) {
-  if (isQuiet() || !err_.isInteractive) return;
+  if (isQuiet() || !err_.rewritesLines) return;
   const std::string shown = fittedToWidth(escapedForTerminal(line), err_.width - 1);
   std::fprintf(stderr, "\r\x1B[K%s", shown.c_str());
   std::fflush(stderr);

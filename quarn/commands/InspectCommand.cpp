@@ -63,7 +63,8 @@ std::string artifactText(const Artifact& artifact, CommandContext& context) {
 
 std::string uninstallerText(const AppInspection& inspection, CommandContext& context) {
   if (inspection.uninstallers.empty()) return "";
-  Table table({{.title = "UNINSTALLER"}, {.title = "CONFIDENCE"}, {.title = "PATH", .isFlexible = true}});
+  Table table(
+      {{.title = "UNINSTALLER", .isFlexible = true}, {.title = "CONFIDENCE"}, {.title = "PATH", .isFlexible = true}});
   for (const UninstallerCandidate& candidate : inspection.uninstallers) {
     table.addRow({candidate.name, fmt::format("{:.2f}", candidate.confidence), context.displayPath(candidate.url)});
   }

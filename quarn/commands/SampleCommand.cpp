@@ -17,7 +17,9 @@ ExitCode runSample(CommandContext& context) {
   } else {
     context.print(
         fmt::format("Wrote a sample Mac volume with {} apps and {} files. Try:\n", summary.apps, summary.files));
-    context.print(fmt::format("  quarn --volume {} --home {} apps\n", escapedForTerminal(folder), summary.home));
+    for (const char* words : {"apps", "inspect \"Lumen Notes\"", "storage", "report -o storage.html"}) {
+      context.print(fmt::format("  quarn --volume {} --home {} {}\n", escapedForTerminal(folder), summary.home, words));
+    }
   }
   return context.finish();
 }

@@ -103,6 +103,13 @@ struct SizedRoot {
   std::optional<VendorPathHint> hint;
 };
 
+// Largest first; what could not be sized last.
+void sortBySize(std::vector<SizedRoot>& rows) {
+  const auto onDisk = [](const SizedRoot& row) { return row.size ? row.size->allocatedBytes : -1; };
+  std::stable_sort(rows.begin(), rows.end(),
+                   [&](const SizedRoot& left, const SizedRoot& right) { return onDisk(left) > onDisk(right); });
+}
+
 std::vector<SizedRoot> sizedRoots(StorageCategoryID category, CommandContext& context) {
   const Services& services = context.services();
   const StorageDashboardService& dashboard = services.storageDashboard();
@@ -120,6 +127,7 @@ std::vector<SizedRoot> sizedRoots(StorageCategoryID category, CommandContext& co
     rows.push_back(std::move(row));
   }
   context.endProgress();
+  sortBySize(rows);
   return rows;
 }
 
@@ -130,7 +138,7 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
   Table table({{.title = "ON DISK", .align = Table::Align::right},
                {.title = "LENGTH", .align = Table::Align::right},
                {.title = ""},
-               {.title = "FOLDER"},
+               {.title = "FOLDER", .isFlexible = true},
                {.title = "KNOWN AS", .isFlexible = true}});
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
   for (const SizedRoot& row : rows) {

@@ -94,7 +94,7 @@ ExitCode runVendors(CommandContext& context) {
   const std::vector<VendorProfile> profiles =
       app ? registry.matchingProfiles(selectApp(context, *app)) : registry.profiles();
   Table table({{.title = "ID"},
-               {.title = "NAME"},
+               {.title = "NAME", .isFlexible = true},
                {.title = "CATEGORY"},
                {.title = "RULES", .align = Table::Align::right},
                {.title = "IDENTIFIERS", .isFlexible = true}});

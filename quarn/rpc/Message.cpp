@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "QuarnPlatform/JSON.h"
+#include "quarn/rpc/Notifications.h"
 
 namespace quarn {
 namespace {
@@ -12,7 +13,6 @@ namespace {
 using nlohmann::json;
 
 constexpr std::string_view kVersion = "2.0";
-constexpr std::string_view kCancelMethod = "$/cancelRequest";
 
 bool isID(const json& value) { return value.is_string() || value.is_number() || value.is_null(); }
 
@@ -40,7 +40,7 @@ Request refused(RPCError refusal, const json* id) {
 }
 
 void obey(const json& notification, OpenRequests& open) {
-  if (*JSON::member(notification, "method") != kCancelMethod) return;
+  if (*JSON::member(notification, "method") != kCancelNotification) return;
   const json* params = JSON::member(notification, "params");
   const json* id = params == nullptr ? nullptr : JSON::member(*params, "id");
   if (id != nullptr && isID(*id)) open.cancel(id->dump());

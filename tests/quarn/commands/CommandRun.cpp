@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pty.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -43,6 +44,14 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
   return result;
 }
 
+// Of two variables with one name programs take the first.
+std::vector<std::string> environmentWith(const std::vector<std::string>& added) {
+  std::vector<std::string> variables = added;
+  for (const char* usual : {"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root"})
+    variables.emplace_back(usual);
+  return variables;
+}
+
 // Writes the input and reads both outputs as they come, so that no side waits for the other.
 void exchange(Pipe& in, Pipe& out, Pipe& err, std::string_view input, CommandRun& run) {
   std::array<char, 65536> buffer{};
@@ -72,8 +81,7 @@ CommandRun runProgram(const std::string& program, const std::vector<std::string>
                       const std::vector<std::string>& environment) {
   std::vector<std::string> arguments{program};
   arguments.insert(arguments.end(), words.begin(), words.end());
-  std::vector<std::string> variables{"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root"};
-  variables.insert(variables.end(), environment.begin(), environment.end());
+  std::vector<std::string> variables = environmentWith(environment);
   Pipe in;
   Pipe out;
   Pipe err;
@@ -92,6 +100,35 @@ CommandRun runProgram(const std::string& program, const std::vector<std::string>
   err.closeEnd(1);
   CommandRun run;
   exchange(in, out, err, input, run);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return run;
+}
+
+CommandRun runOnTerminal(const std::string& program, const std::vector<std::string>& words, unsigned short columns,
+                         const std::vector<std::string>& environment) {
+  std::vector<std::string> arguments{program};
+  arguments.insert(arguments.end(), words.begin(), words.end());
+  std::vector<std::string> variables = environmentWith(environment);
+  const std::vector<char*> argumentPointers = pointers(arguments);
+  const std::vector<char*> variablePointers = pointers(variables);
+  const winsize size{.ws_row = 50, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+  int terminal = -1;
+  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
+  if (child == 0) {
+    ::execve(program.c_str(), argumentPointers.data(), variablePointers.data());
+    ::_exit(127);
+  }
+  if (child < 0) throw std::runtime_error("no terminal for " + program);
+  CommandRun run;
+  std::array<char, 65536> buffer{};
+  // A terminal whose last program has ended answers with an error.
+  for (ssize_t got = 1; got > 0;) {
+    got = ::read(terminal, buffer.data(), buffer.size());
+    if (got > 0) run.out.append(buffer.data(), static_cast<std::size_t>(got));
+  }
+  ::close(terminal);
   int status = 0;
   ::waitpid(child, &status, 0);
   run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
