@@ -39,7 +39,7 @@ td,li,p{overflow-wrap:anywhere}
 th,td{text-align:left;padding:.45rem 1rem .45rem 0;border-bottom:1px solid var(--line);vertical-align:top}
 thead th,thead td{font-size:.82rem;color:var(--dim);font-weight:600;border-bottom-width:2px}tbody th{font-weight:600}
 td:last-child,th:last-child{padding-right:0}
-.n{text-align:right;white-space:nowrap;font-variant-numeric:tabular-nums;width:1%}thead .n{white-space:normal;vertical-align:bottom}.w{width:1%;white-space:nowrap}.c{width:1%;text-align:center;padding:.45rem .5rem}
+.n{text-align:right;white-space:nowrap;font-variant-numeric:tabular-nums;width:1%}thead th{vertical-align:bottom}td p{max-width:none}.w{width:1%;white-space:nowrap}.c{width:1%;text-align:center;padding:.45rem .5rem}
 tr:target{background:var(--mark)}
 .key{display:inline-block;width:.8em;height:.8em;border-radius:3px;margin-right:.55em}
 .share{display:block;height:.55rem;min-width:2px;border-radius:3px;margin-top:.5rem}.meter{min-width:6rem}
@@ -51,7 +51,7 @@ ol,ul.plain{padding-left:1.3rem;margin:.4rem 0}li{margin:.25rem 0}
 .note{border-left:4px solid var(--caution);background:var(--card);border-radius:0 10px 10px 0;padding:.6rem 1rem;margin:1.25rem 0 0;max-width:none}
 .c0{background:#2f6fdb}.c1{background:#8a4fd0}.c2{background:#c2417c}.c3{background:#0b757b}.c4{background:#a15600}.c5{background:#3f7d20}.c6{background:#5b6470}.c7{background:#7a5c44}.c8{background:#6b7178}
 .risk-safe{background:#1b7f3b}.risk-caution{background:#8a5a00}.risk-danger{background:#b3261e}
-@media(max-width:40rem){body{font-size:15px}header,main,footer{padding-left:1rem;padding-right:1rem}header{padding-top:1.5rem}h1{font-size:1.6rem}.map{aspect-ratio:4/5}.map li{left:var(--y);top:var(--x);width:var(--h);height:var(--w)}.wide{display:none}table{font-size:.86rem}th,td{padding-right:.6rem}.facts dd{font-size:1.1rem}}
+@media(max-width:40rem){body{font-size:15px}header,main,footer{padding-left:1rem;padding-right:1rem}header{padding-top:1.5rem}h1{font-size:1.6rem}.map{aspect-ratio:4/5}.map li{left:var(--y);top:var(--x);width:var(--h);height:var(--w)}.wide{display:none}table{font-size:.86rem}thead .n{white-space:normal}th,td{padding-right:.6rem}.facts dd{font-size:1.1rem}}
 @media print{.bar span,.map a,.key,.share{print-color-adjust:exact;-webkit-print-color-adjust:exact}details,tr{break-inside:avoid}nav,.skip{display:none}}
 )";
 }

@@ -330,6 +330,14 @@ TEST(Command, ALogOnTheInspectedVolumeIsRefused) {
   EXPECT_THAT(run.err, HasSubstr("lies on the inspected volume"));
 }
 
+TEST(Command, ASampleIsNeverWrittenOnTheInspectedVolume) {
+  MacVolume volume;
+  const CommandRun run = runQuarn({"--volume", volume.root(), "sample", volume.root() + "/new"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("/new lies on the inspected volume"));
+  EXPECT_FALSE(volume.files().itemExists(volume.url("/new")));
+}
+
 TEST(Command, SampleRefusesAFolderThatIsNotEmpty) {
   const CommandRun run = runQuarn({"sample", sampleFolder()});
   EXPECT_EQ(run.exitCode, 1);
