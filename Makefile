@@ -4,7 +4,7 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages build demo test check tidy format bench fuzz pages deb asan tsan clean
+.PHONY: help packages test-packages build demo test check tidy format bench fuzz pages deb asan tsan clean
 
 help:
 	@echo "make demo   build, make a sample Mac volume, inspect an app on it"
@@ -18,6 +18,9 @@ help:
 
 packages:
 	@cmake/install-packages.sh
+
+test-packages:
+	@cmake/install-packages.sh test
 
 build: packages
 	cmake --preset release
@@ -33,7 +36,7 @@ demo: packages
 	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) plan "Lumen Notes"
 	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) report "Lumen Notes" -o build/report.html
 
-test: packages
+test: test-packages
 	cmake --preset dev
 	cmake --build --preset dev
 	ctest --preset dev -j 2
@@ -71,7 +74,7 @@ deb: packages
 	cmake --build --preset package
 	cpack --config build/package/CPackConfig.cmake -B build/package
 
-asan tsan: packages
+asan tsan: test-packages
 	cmake --preset $@
 	cmake --build --preset $@
 	ctest --preset $@ -j 2

@@ -93,8 +93,27 @@ ReadReport* FileManager::readReport() const { return report_.get(); }
 
 const std::string& FileManager::hostFolder() const { return volume_->hostFolder(); }
 
+FileDescriptor FileManager::open(const std::string& path, OpenFor use, Links links) const {
+  FileDescriptor item = volume_->open(path, use, links);
+  if (item.isOpen() || !report_) return item;
+  const int error = errno;
+  noteDenial(path, error);
+  errno = error;
+  return item;
+}
+
+// The item that refused is the deepest on the way which can still be looked up: below a folder that cannot be searched,
+// however much is looked for, the folder is told.
+void FileManager::noteDenial(std::string_view path, int error) const {
+  if (error != EACCES && error != EPERM) return;
+  while (path != "/" && !volume_->open(std::string(path), OpenFor::facts, Links::follow).isOpen()) {
+    path = path::parent(path);
+  }
+  report_->add(std::string(path), error);
+}
+
 std::optional<ItemFacts> FileManager::facts(const FileURL& url, Links links) const {
-  const FileDescriptor item = volume_->open(url.path(), OpenFor::facts, links);
+  const FileDescriptor item = open(url.path(), OpenFor::facts, links);
   return item.isOpen() ? Volume::facts(item.get()) : std::nullopt;
 }
 
@@ -105,7 +124,7 @@ ItemFacts FileManager::requireFacts(const FileURL& url, Links links) const {
 }
 
 bool FileManager::itemExists(const FileURL& url) const {
-  return volume_->open(url.path(), OpenFor::facts, Links::follow).isOpen();
+  return open(url.path(), OpenFor::facts, Links::follow).isOpen();
 }
 
 bool FileManager::isDirectory(const FileURL& url) const {
@@ -121,7 +140,7 @@ bool FileManager::isExecutableFile(const FileURL& url) const {
 bool FileManager::isPackage(const FileURL& url) const {
   if (!isDirectory(url)) return false;
   if (isPackageName(url.lastPathComponent())) return true;
-  const FileDescriptor folder = volume_->open(url.path(), OpenFor::folder, Links::doNotFollow);
+  const FileDescriptor folder = open(url.path(), OpenFor::folder, Links::doNotFollow);
   return folder.isOpen() && hasBundleBit(folder.get());
 }
 
@@ -170,7 +189,7 @@ std::vector<DirectoryEntry> FileManager::contentsOrNone(const FileURL& url, Hidd
 }
 
 FileDescriptor FileManager::openDirectory(const FileURL& url, Links links) const {
-  FileDescriptor folder = volume_->open(url.path(), OpenFor::folder, links);
+  FileDescriptor folder = open(url.path(), OpenFor::folder, links);
   if (folder.isOpen()) return folder;
   const int error = errno;
   // The system calls a link that is not followed no folder; it is worth telling apart.
@@ -182,7 +201,7 @@ FileDescriptor FileManager::openDirectory(const FileURL& url, Links links) const
 // may have been exchanged.
 OpenFile FileManager::openFile(const FileURL& url) const {
   requireRegular(facts(url, Links::follow), url);
-  FileDescriptor file = volume_->open(url.path(), OpenFor::file, Links::follow);
+  FileDescriptor file = open(url.path(), OpenFor::file, Links::follow);
   if (!file.isOpen()) throwFileError("open", url.path());
   const std::optional<ItemFacts> found = Volume::facts(file.get());
   requireRegular(found, url);

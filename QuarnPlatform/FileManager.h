@@ -15,6 +15,7 @@
 namespace quarn {
 
 class ReadReport;
+enum class OpenFor : std::uint8_t;
 class Volume;
 
 /// An entry of a listed folder: its URL (a folder's is known to be one) and its own type.
@@ -63,7 +64,8 @@ class FileManager {
   [[nodiscard]] const FileURL& homeDirectory() const;
   /// The same volume with another home.
   [[nodiscard]] FileManager withHome(const FileURL& home) const;
-  /// The same volume; what its walks and listings leave out is added to `report`.
+  /// The same volume; what its walks and listings leave out is added to `report`, and what a look-up or an opening is
+  /// denied: the folder that does not let itself be searched or listed, the file that does not let itself be read.
   [[nodiscard]] FileManager reportingTo(std::shared_ptr<ReadReport> report) const;
   /// Where unreadable items go; may be null.
   [[nodiscard]] ReadReport* readReport() const;
@@ -129,6 +131,8 @@ class FileManager {
  private:
   FileManager(std::shared_ptr<const Volume> volume, FileURL home);
   [[nodiscard]] std::string withoutPrivatePrefix(std::string path) const;
+  [[nodiscard]] FileDescriptor open(const std::string& path, OpenFor use, Links links) const;
+  void noteDenial(std::string_view path, int error) const;
 
   std::shared_ptr<const Volume> volume_;
   FileURL home_;

@@ -28,8 +28,10 @@ void ReadReport::addOtherDevice(std::string path) { add(std::move(path), EXDEV);
 
 void ReadReport::add(UnreadableItem item) {
   const std::lock_guard lock(mutex_);
+  if (known_.contains({item.cause, item.path})) return;
   ++counts_[static_cast<std::size_t>(item.cause)];
   if (items_.size() == kKeptItems || item.path.size() > kKeptBytes - keptBytes_) return;
+  known_.emplace(item.cause, item.path);
   keptBytes_ += item.path.size();
   items_.push_back(std::move(item));
 }

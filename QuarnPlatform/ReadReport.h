@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <mutex>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quarn {
@@ -19,9 +21,10 @@ struct UnreadableItem {
   friend bool operator==(const UnreadableItem&, const UnreadableItem&) = default;
 };
 
-/// Collects what could not be read while operations go on past it. Safe from any thread; memory is bounded: the first
-/// items are kept, `kKeptItems` at most and with paths of `kKeptBytes` at most, the rest only counted. A walk on
-/// several threads adds in no particular order.
+/// Collects what could not be read while operations go on past it. An item counts once for each cause, however often it
+/// is come by. Safe from any thread; memory is bounded: the first items are kept, `kKeptItems` at most and with paths
+/// of `kKeptBytes` at most, the rest only counted, and each time. A walk on several threads adds in no particular
+/// order.
 class ReadReport {
  public:
   static constexpr std::size_t kKeptItems = 10'000;
@@ -40,6 +43,7 @@ class ReadReport {
 
   mutable std::mutex mutex_;
   std::vector<UnreadableItem> items_;
+  std::set<std::pair<UnreadableCause, std::string>> known_;  ///< cause and path of the items kept
   std::size_t keptBytes_ = 0;
   std::uint64_t counts_[5] = {};
 };

@@ -41,7 +41,8 @@ function(quarn_room NAME FOLDER)
   target_precompile_headers(${NAME} PRIVATE ${QUARN_STANDARD_HEADERS})
 endfunction()
 
-# `quarn_tests(NAME FOLDER DEPENDS...)`: one test program from tests/FOLDER, every test known to ctest by its own name.
+# `quarn_tests(NAME FOLDER DEPENDS...)`: one test program from tests/FOLDER, every test known to ctest by its own name. Suites
+# called "…InBrowser" look at pages in chromium and carry the label "browser".
 function(quarn_tests NAME FOLDER)
   quarn_sources(sources tests/${FOLDER})
   if(NOT sources)
@@ -54,5 +55,8 @@ function(quarn_tests NAME FOLDER)
   else()
     target_precompile_headers(${NAME} REUSE_FROM quarn_test_support)
   endif()
-  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+  gtest_discover_tests(${NAME} TEST_FILTER "-*InBrowser.*" DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+  if(IS_DIRECTORY "${PROJECT_SOURCE_DIR}/tests/${FOLDER}/browser")
+    gtest_discover_tests(${NAME} TEST_FILTER "*InBrowser.*" DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 LABELS browser)
+  endif()
 endfunction()

@@ -1,11 +1,17 @@
 #!/usr/bin/env bash
-# Installs what cmake/packages.txt names and this machine lacks. Needs root only when something is missing.
+# Installs what cmake/packages.txt names and this machine lacks: the packages before the first "[GROUP]" line, and those of the
+# groups that are given ("test"). Needs root only when something is missing.
 set -euo pipefail
 cd "$(dirname "$0")"
 
 missing=()
+group=""
 while read -r name _; do
-  case "$name" in ""|"#"*) continue ;; esac
+  case "$name" in
+    "" | "#"*) continue ;;
+    "["*"]") group="${name:1:-1}"; continue ;;
+  esac
+  case " $* " in *" $group "*) ;; *) [ -z "$group" ] || continue ;; esac
   dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q "install ok installed" || missing+=("$name")
 done < packages.txt
 [ ${#missing[@]} -eq 0 ] && exit 0

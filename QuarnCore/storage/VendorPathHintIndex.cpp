@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/VendorPathResolver.h"
 #include "QuarnPlatform/PathSet.h"
 #include "QuarnPlatform/Text.h"

@@ -6,13 +6,14 @@
 #include <string_view>
 #include <vector>
 
-#include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnModels/Storage.h"
 #include "QuarnPlatform/FileManager.h"
 #include "QuarnPlatform/PathTrie.h"
 
 namespace quarn {
+
+class ListedFolders;
 
 /// Which vendor's path a file lies in, and which vendor folders are further roots of a storage category. Built once
 /// from the profiles' patterns as they resolve on the volume; a plain value.

@@ -5,6 +5,7 @@
 #include <optional>
 #include <unordered_set>
 
+#include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/PatternText.h"
 #include "QuarnPlatform/Path.h"
 

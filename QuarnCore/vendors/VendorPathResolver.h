@@ -4,10 +4,11 @@
 #include <string_view>
 #include <vector>
 
-#include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnPlatform/FileManager.h"
 
 namespace quarn {
+
+class ListedFolders;
 
 /// Turns path patterns ("~/Library/Caches/com.example.*", "/Library/*/Example") into the items that exist. Stateless.
 struct VendorPathResolver {

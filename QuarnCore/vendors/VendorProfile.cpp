@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
 #include "QuarnCore/vendors/VendorMatcher.h"
 #include "QuarnCore/vendors/VendorPathResolver.h"

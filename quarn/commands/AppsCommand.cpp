@@ -19,7 +19,7 @@ Sizes sizesOf(const std::vector<AppEntity>& apps, CommandContext& context) {
     try {
       sizes.emplace_back(context.services().appsService().calculateAppSize(app));
     } catch (const FileError& error) {
-      context.warn(error.what());
+      context.noteUnread(error);
       sizes.emplace_back(std::nullopt);
     }
   }
@@ -34,19 +34,20 @@ nlohmann::ordered_json listed(const std::vector<AppEntity>& apps, const Sizes& s
 }
 
 Table tableOf(const std::vector<AppEntity>& apps, const Sizes& sizes, CommandContext& context) {
-  Table table({{.title = "NAME"},
-               {.title = "VERSION"},
-               {.title = "SIZE", .align = Table::Align::right},
-               {.title = "IDENTIFIER"},
-               {.title = "PATH", .isFlexible = true}});
+  std::vector<Table::Column> columns{{.title = "NAME", .isFlexible = true},
+                                     {.title = "VERSION"},
+                                     {.title = "IDENTIFIER", .isFlexible = true},
+                                     {.title = "PATH", .isFlexible = true}};
+  if (!sizes.empty()) columns.insert(columns.begin() + 2, {.title = "SIZE", .align = Table::Align::right});
+  Table table(columns);
   for (std::size_t i = 0; i < apps.size(); ++i) {
     const AppEntity& app = apps[i];
-    const bool isSized = i < sizes.size() && sizes[i];
-    table.addRow({app.name,
-                  app.version.value_or("–"),
-                  isSized ? context.size(sizes[i]->allocatedBytes) : "–",
-                  app.bundleIdentifier.value_or("–"),
-                  {context.displayPath(app.bundleURL), Style::dim}});
+    std::vector<Table::Cell> row{app.name,
+                                 app.version.value_or("–"),
+                                 app.bundleIdentifier.value_or("–"),
+                                 {context.displayPath(app.bundleURL), Style::dim}};
+    if (!sizes.empty()) row.insert(row.begin() + 2, sizes[i] ? context.size(sizes[i]->allocatedBytes) : "–");
+    table.addRow(std::move(row));
   }
   return table;
 }

@@ -9,33 +9,22 @@
 namespace quarn {
 namespace {
 
-/// Steps of one letter that turn one word into the other.
+/// Steps that turn one word into the other: a letter more, less or another one, or two neighbours exchanged.
 std::size_t editDistance(std::string_view left, std::string_view right) {
-  std::vector<std::size_t> row(right.size() + 1);
-  std::iota(row.begin(), row.end(), 0U);
+  std::vector<std::size_t> beforeLast;
+  std::vector<std::size_t> last(right.size() + 1);
+  std::iota(last.begin(), last.end(), 0U);
   for (std::size_t i = 1; i <= left.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i);
+    std::vector<std::size_t> row{i};
     for (std::size_t j = 1; j <= right.size(); ++j) {
-      const std::size_t replaced = diagonal + (left[i - 1] == right[j - 1] ? 0 : 1);
-      diagonal = std::exchange(row[j], std::min({replaced, row[j] + 1, row[j - 1] + 1}));
+      const std::size_t replaced = last[j - 1] + (left[i - 1] == right[j - 1] ? 0 : 1);
+      row.push_back(std::min({replaced, last[j] + 1, row[j - 1] + 1}));
+      const bool isExchanged = i > 1 && j > 1 && left[i - 1] == right[j - 2] && left[i - 2] == right[j - 1];
+      if (isExchanged) row[j] = std::min(row[j], beforeLast[j - 2] + 1);
     }
+    beforeLast = std::exchange(last, std::move(row));
   }
-  return row.back();
-}
-
-std::string withSuggestion(std::string problem, std::string_view word, const std::vector<std::string>& candidates) {
-  if (const std::optional<std::string> meant = nearest(word, candidates)) problem += "; did you mean " + *meant + "?";
-  return problem;
-}
-
-std::vector<std::string> splitChoices(std::string_view choices) {
-  std::vector<std::string> result;
-  while (!choices.empty()) {
-    const std::size_t end = std::min(choices.find('|'), choices.size());
-    result.emplace_back(choices.substr(0, end));
-    choices.remove_prefix(std::min(end + 1, choices.size()));
-  }
-  return result;
+  return last.back();
 }
 
 std::vector<std::string> optionNames(const CommandRow* command) {
@@ -58,16 +47,19 @@ void addOption(CLI::App& parser, const OptionRow& row, Arguments& arguments) {
         auto& all = arguments.options[name];
         all.insert(all.end(), values.begin(), values.end());
       });
-  option->type_size(1)->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  option->type_size(1)->expected(1)->allow_extra_args(false)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
-void checkChoices(const OptionRow& row, const Arguments& arguments) {
-  const std::vector<std::string> choices = splitChoices(row.choices);
-  if (choices.empty()) return;
-  for (const std::string& value : arguments.texts(row.name)) {
-    if (std::find(choices.begin(), choices.end(), value) != choices.end()) continue;
-    throw UsageError(withSuggestion(
-        std::string(row.name) + ": \"" + value + "\" is none of " + std::string(row.choices), value, choices));
+void checkChoice(std::string_view name, const std::string& value, std::string_view choices) {
+  const std::vector<std::string> words = choiceWords(choices);
+  if (words.empty() || std::find(words.begin(), words.end(), value) != words.end()) return;
+  throw UsageError(
+      withSuggestion(std::string(name) + ": \"" + value + "\" is none of " + std::string(choices), value, words));
+}
+
+void checkOptions(std::span<const OptionRow> rows, const Arguments& arguments) {
+  for (const OptionRow& row : rows) {
+    for (const std::string& value : arguments.texts(row.name)) checkChoice(row.name, value, row.choices);
   }
 }
 
@@ -78,24 +70,13 @@ void checkPositionals(const Arguments& arguments) {
     throw UsageError("\"" + arguments.positionals[rows.size()] + "\" is one word too many for " +
                      std::string(arguments.command->name));
   }
-  for (std::size_t i = arguments.positionals.size(); i < rows.size(); ++i) {
-    if (!rows[i].isRequired) continue;
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const bool isGiven = i < arguments.positionals.size();
+    if (isGiven) checkChoice(rows[i].name, arguments.positionals[i], rows[i].choices);
+    if (isGiven || !rows[i].isRequired) continue;
     throw UsageError(std::string(arguments.command->name) + " takes " + std::string(rows[i].name) + ": " +
                      std::string(rows[i].help));
   }
-}
-
-const CommandRow* findCommand(std::string_view name) {
-  const auto table = commandTable();
-  const auto row =
-      std::find_if(table.begin(), table.end(), [&](const CommandRow& candidate) { return candidate.name == name; });
-  return row == table.end() ? nullptr : &*row;
-}
-
-std::vector<std::string> commandNames() {
-  std::vector<std::string> names;
-  for (const CommandRow& command : commandTable()) names.emplace_back(command.name);
-  return names;
 }
 
 void refuseLeftovers(const std::vector<std::string>& leftovers, const Arguments& arguments) {
@@ -109,6 +90,57 @@ void refuseLeftovers(const std::vector<std::string>& leftovers, const Arguments&
     throw UsageError(
         withSuggestion("unknown command \"" + leftovers.front() + "\"", leftovers.front(), commandNames()));
   }
+}
+
+// Of an option that any command takes.
+const OptionRow* anyOptionRow(std::string_view name) {
+  for (const CommandRow& command : commandTable()) {
+    if (const OptionRow* row = optionRow(name, &command)) return row;
+  }
+  return nullptr;
+}
+
+// The parser would take "--json=no" for a way to say no.
+void refuseValuesOfSwitches(const std::vector<std::string>& words) {
+  for (const std::string& word : words) {
+    const std::size_t equals = word.find('=');
+    if (!word.starts_with("--") || equals == std::string::npos) continue;
+    const OptionRow* row = anyOptionRow(std::string_view(word).substr(0, equals));
+    if (row != nullptr && row->argument.empty()) throw UsageError(std::string(row->name) + " takes no value");
+  }
+}
+
+// The parser's own words for an argument that is missing name a type and no purpose.
+[[noreturn]] void refuseMissingArgument(const std::string& problem) {
+  const OptionRow* row = anyOptionRow(std::string_view(problem).substr(0, problem.find(':')));
+  if (row == nullptr) throw UsageError(problem);
+  throw UsageError(std::string(row->name) + " takes " + std::string(row->argument) + ": " + std::string(row->help));
+}
+
+void parseOptions(CLI::App& parser, const std::vector<std::string>& words) {
+  refuseValuesOfSwitches(words);
+  try {
+    std::vector<std::string> reversed(words.rbegin(), words.rend());
+    parser.parse(reversed);
+  } catch (const CLI::ArgumentMismatch& error) {
+    refuseMissingArgument(error.what());
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(error.what());
+  }
+}
+
+void describe(CLI::App& parser, Arguments& arguments) {
+  parser.set_help_flag();
+  parser.allow_extras();
+  parser.fallthrough();
+  for (const OptionRow& option : globalOptions()) addOption(parser, option, arguments);
+  for (const CommandRow& row : commandTable()) {
+    CLI::App* command = parser.add_subcommand(std::string(row.name));
+    command->set_help_flag();
+    command->allow_extras();
+    for (const OptionRow& option : row.options) addOption(*command, option, arguments);
+  }
+  parser.require_subcommand(0, 1);
 }
 
 }  // namespace
@@ -131,6 +163,7 @@ long Arguments::number(std::string_view option, long otherwise) const {
   if (error != std::errc() || end != given->data() + given->size()) {
     throw UsageError(std::string(option) + ": \"" + *given + "\" is no whole number");
   }
+  if (value < 0) throw UsageError(std::string(option) + ": " + *given + " is below 0");
   return value;
 }
 
@@ -146,34 +179,31 @@ std::optional<std::string> nearest(std::string_view word, const std::vector<std:
   return best;
 }
 
+std::string withSuggestion(std::string problem, std::string_view word, const std::vector<std::string>& candidates) {
+  if (const std::optional<std::string> meant = nearest(word, candidates)) problem += "; did you mean " + *meant + "?";
+  return problem;
+}
+
+std::vector<std::string> commandNames() {
+  std::vector<std::string> names;
+  for (const CommandRow& command : commandTable()) names.emplace_back(command.name);
+  return names;
+}
+
 Arguments parseArguments(const std::vector<std::string>& words) {
+  const auto end = std::find(words.begin(), words.end(), "--");
   Arguments arguments;
   CLI::App parser;
-  parser.set_help_flag();
-  parser.allow_extras();
-  parser.fallthrough();
-  for (const OptionRow& option : globalOptions()) addOption(parser, option, arguments);
-  for (const CommandRow& row : commandTable()) {
-    CLI::App* command = parser.add_subcommand(std::string(row.name));
-    command->set_help_flag();
-    command->allow_extras();
-    for (const OptionRow& option : row.options) addOption(*command, option, arguments);
-  }
-  parser.require_subcommand(0, 1);
-  try {
-    std::vector<std::string> reversed(words.rbegin(), words.rend());
-    parser.parse(reversed);
-  } catch (const CLI::ParseError& error) {
-    throw UsageError(error.what());
-  }
-  for (const CLI::App* used : parser.get_subcommands()) arguments.command = findCommand(used->get_name());
-  std::vector<std::string> leftovers = parser.remaining(true);
-  refuseLeftovers(leftovers, arguments);
-  std::erase(leftovers, "--");
-  arguments.positionals = std::move(leftovers);
-  for (const OptionRow& option : globalOptions()) checkChoices(option, arguments);
+  describe(parser, arguments);
+  parseOptions(parser, {words.begin(), end});
+  for (const CLI::App* used : parser.get_subcommands()) arguments.command = commandRow(used->get_name());
+  arguments.positionals = parser.remaining(true);
+  refuseLeftovers(arguments.positionals, arguments);
+  // Behind "--" stand names, however they begin.
+  if (end != words.end()) arguments.positionals.insert(arguments.positionals.end(), end + 1, words.end());
+  checkOptions(globalOptions(), arguments);
   if (arguments.command == nullptr) return arguments;
-  for (const OptionRow& option : arguments.command->options) checkChoices(option, arguments);
+  checkOptions(arguments.command->options, arguments);
   if (!arguments.has("--help")) checkPositionals(arguments);
   return arguments;
 }

@@ -27,14 +27,19 @@ struct Arguments {
   /// The option's last argument.
   [[nodiscard]] std::optional<std::string> text(std::string_view option) const;
   [[nodiscard]] std::vector<std::string> texts(std::string_view option) const;
-  /// The option's argument as a whole number; throws UsageError for anything else.
+  /// The option's argument as a whole number that is not negative; throws UsageError for anything else.
   [[nodiscard]] long number(std::string_view option, long otherwise) const;
 };
 
-/// Takes the words behind the program's name apart; throws UsageError.
+/// Takes the words behind the program's name apart; behind "--" all of them are names. Throws UsageError.
 Arguments parseArguments(const std::vector<std::string>& words);
 
 /// The candidate that a misspelt word is nearest to; absent when none is near.
 std::optional<std::string> nearest(std::string_view word, const std::vector<std::string>& candidates);
+
+/// The problem, and the candidate that was probably meant.
+std::string withSuggestion(std::string problem, std::string_view word, const std::vector<std::string>& candidates);
+/// The names of all commands.
+std::vector<std::string> commandNames();
 
 }  // namespace quarn

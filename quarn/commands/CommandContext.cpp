@@ -1,6 +1,5 @@
 #include "quarn/commands/CommandContext.h"
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 
@@ -8,32 +7,15 @@
 #include <unistd.h>
 
 #include "QuarnPlatform/Localization.h"
-#include "QuarnPlatform/Path.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
 #include "quarn/commands/HostFile.h"
 #include "quarn/commands/Interrupt.h"
 #include "quarn/commands/VolumeOptions.h"
+#include "quarn/output/PathText.h"
 #include "quarn/output/TerminalText.h"
 
 namespace quarn {
 namespace {
-
-// clang-format off
-struct CauseRow {
-  UnreadableCause cause;
-  std::string_view id;
-  std::string_view meaning;
-};
-constexpr std::array kCauses{
-    CauseRow{.cause = UnreadableCause::permission, .id = "permission", .meaning = "permission denied"},
-    CauseRow{.cause = UnreadableCause::vanished, .id = "vanished", .meaning = "vanished while being read"},
-    CauseRow{.cause = UnreadableCause::otherDevice, .id = "otherDevice", .meaning = "on another device, not entered"},
-    CauseRow{.cause = UnreadableCause::loop, .id = "loop", .meaning = "links that loop"},
-    CauseRow{.cause = UnreadableCause::other, .id = "other", .meaning = "could not be read"},
-};
-// clang-format on
-
-std::string_view causeID(UnreadableCause cause) { return kCauses[static_cast<std::size_t>(cause)].id; }
 
 SizeUnits unitsOf(const Arguments& arguments) {
   if (arguments.has("--bytes")) return SizeUnits::bytes;
@@ -56,25 +38,8 @@ std::string environmentLocale() {
   return "";
 }
 
-nlohmann::ordered_json unreadJSON(const ReadReport& report) {
-  nlohmann::ordered_json counts = nlohmann::ordered_json::object();
-  for (const CauseRow& row : kCauses) counts[std::string(row.id)] = report.count(row.cause);
-  nlohmann::ordered_json items = nlohmann::ordered_json::array();
-  for (const UnreadableItem& item : report.items()) {
-    items.push_back({{"path", item.path},
-                     {"cause", causeID(item.cause)},
-                     {"errno", item.error},
-                     {"name", item.error == 0 ? "" : errnoName(item.error)}});
-  }
-  return {{"count", report.count()}, {"causes", std::move(counts)}, {"items", std::move(items)}};
-}
-
 std::string dumped(const nlohmann::ordered_json& value, int indent) {
   return value.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
-}
-
-bool isIncomplete(const ReadReport& report) {
-  return report.count() > report.count(UnreadableCause::otherDevice) + report.count(UnreadableCause::vanished);
 }
 
 }  // namespace
@@ -115,18 +80,16 @@ void CommandContext::openLog(const std::string& file, const std::string& volumeF
   if (!DiagnosticsLogger::shared().writeTo(file)) warn("the log " + file + " cannot be written");
 }
 
-std::string CommandContext::displayPath(const FileURL& url) {
-  const std::string& home = services().files.homeDirectory().path();
-  if (home != "/" && path::isInside(url.path(), home)) return "~" + url.path().substr(home.size());
-  return url.path();
-}
+std::string CommandContext::displayPath(const FileURL& url) { return pathText(url, services().files.homeDirectory()); }
 
-void CommandContext::print(std::string_view text) const { std::fwrite(text.data(), 1, text.size(), stdout); }
+void CommandContext::print(std::string_view text) const {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) < text.size()) throwFileError("write", "standard output");
+}
 
 void CommandContext::printDocument(nlohmann::ordered_json members) const {
   nlohmann::ordered_json document{{"schemaVersion", kSchemaVersion}};
   for (auto& [name, value] : members.items()) document[name] = std::move(value);
-  document["unreadable"] = unreadJSON(*report_);
+  document["unreadable"] = toJSON(unread());
   print(dumped(document, 2));
 }
 
@@ -135,7 +98,7 @@ void CommandContext::printLines(const nlohmann::ordered_json& list) const {
 }
 
 void CommandContext::progress(std::string_view line) {
-  if (isQuiet() || !err_.isInteractive) return;
+  if (isQuiet() || !err_.rewritesLines) return;
   const std::string shown = fittedToWidth(escapedForTerminal(line), err_.width - 1);
   std::fprintf(stderr, "\r\x1B[K%s", shown.c_str());
   std::fflush(stderr);
@@ -154,16 +117,16 @@ void CommandContext::warn(std::string_view text) {
 
 ExitCode CommandContext::finish(ExitCode code) {
   endProgress();
-  for (const CauseRow& row : kCauses) {
-    const std::uint64_t count = report_->count(row.cause);
-    if (count > 0) warn(std::to_string(count) + (count == 1 ? " item: " : " items: ") + std::string(row.meaning));
+  const UnreadSummary summary = unread();
+  for (const UnreadSummary::Cause& cause : summary.causes) {
+    if (cause.count > 0) warn(causeLine(cause) + (isVerbose() ? "" : " (--verbose names them)"));
   }
   if (isVerbose()) {
-    for (const UnreadableItem& item : report_->items()) warn(std::string(causeID(item.cause)) + ": " + item.path);
+    for (const UnreadableItem& item : summary.items) warn(std::string(causeID(item.cause)) + ": " + item.path);
   }
   if (code != ExitCode::ok) return code;
   if (cancellation_ && cancellation_->isCancelled()) return ExitCode::interrupted;
-  return isIncomplete(*report_) ? ExitCode::incomplete : ExitCode::ok;
+  return summary.isIncomplete() ? ExitCode::incomplete : ExitCode::ok;
 }
 
 }  // namespace quarn

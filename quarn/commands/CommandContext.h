@@ -10,11 +10,13 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "QuarnPlatform/Cancellation.h"
+#include "QuarnPlatform/FileError.h"
 #include "QuarnPlatform/ReadReport.h"
 #include "quarn/Services.h"
 #include "quarn/commands/Arguments.h"
 #include "quarn/output/SizeText.h"
 #include "quarn/output/Terminal.h"
+#include "quarn/output/UnreadSummary.h"
 
 namespace quarn {
 
@@ -41,7 +43,9 @@ class CommandContext {
   /// The services of the volume that the options name; opened when first asked for. Throws CommandError or FileError.
   const Services& services();
   /// What could not be read so far.
-  [[nodiscard]] const ReadReport& readReport() const { return *report_; }
+  [[nodiscard]] UnreadSummary unread() const { return unreadSummary(*report_); }
+  /// Adds what an operation threw over, where the command goes on without it.
+  void noteUnread(const FileError& error) { report_->add(error.path(), error.error()); }
   /// Set by Ctrl-C from the first time it is asked for; until then Ctrl-C ends the process as usual.
   const Cancellation& cancellation();
 
@@ -56,7 +60,7 @@ class CommandContext {
   /// A Mac path for people: the home folder as "~".
   [[nodiscard]] std::string displayPath(const FileURL& url);
 
-  /// Writes text for people to standard output.
+  /// Writes text for people to standard output. Throws FileError when it is not taken.
   void print(std::string_view text) const;
   /// Writes one JSON document: the schema's version, the members given, and what could not be read.
   void printDocument(nlohmann::ordered_json members) const;

@@ -1,9 +1,9 @@
 #include "quarn/commands/CommandLine.h"
 
 #include <algorithm>
-#include <csignal>
+#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
+#include <cstring>
 
 #include <nlohmann/json.hpp>
 
@@ -19,7 +19,16 @@ struct Failure {
   ExitCode code;
   std::string problem;
   const FileError* file = nullptr;
+  std::string hint = "";  ///< one more line for people; may be empty
 };
+
+// The help of the command that was meant.
+std::string helpHint(const std::vector<std::string>& words) {
+  for (const std::string& word : words) {
+    if (commandRow(word) != nullptr) return "Try: quarn " + word + " --help";
+  }
+  return "Try: quarn --help";
+}
 
 int tell(const Failure& failure, bool asJSON) {
   if (asJSON) {
@@ -33,6 +42,7 @@ int tell(const Failure& failure, bool asJSON) {
     std::puts(document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
   }
   std::fprintf(stderr, "quarn: %s\n", failure.problem.c_str());
+  if (!failure.hint.empty()) std::fprintf(stderr, "%s\n", failure.hint.c_str());
   return static_cast<int>(failure.code);
 }
 
@@ -51,8 +61,9 @@ ExitCode run(const Arguments& arguments) {
 
 // What is buffered may meet a full disk or a reader that is gone only now.
 int flushed(ExitCode code) {
-  const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
-  return static_cast<int>(isWritten || code != ExitCode::ok ? code : ExitCode::failure);
+  if (std::fflush(stdout) == 0) return static_cast<int>(code);
+  std::fprintf(stderr, "quarn: write standard output: %s\n", std::strerror(errno));
+  return static_cast<int>(code == ExitCode::ok ? ExitCode::failure : code);
 }
 
 }  // namespace
@@ -62,7 +73,7 @@ int runCommandLine(const std::vector<std::string>& words) {
   try {
     return flushed(run(parseArguments(words)));
   } catch (const UsageError& error) {
-    return tell({ExitCode::usage, escapedForTerminal(error.what()) + "\nTry: quarn --help"}, asJSON);
+    return tell({ExitCode::usage, escapedForTerminal(error.what()), nullptr, helpHint(words)}, asJSON);
   } catch (const CommandError& error) {
     return tell({error.code(), error.what()}, asJSON);
   } catch (const FileError& error) {

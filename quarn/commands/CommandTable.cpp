@@ -1,5 +1,6 @@
 #include "quarn/commands/CommandTable.h"
 
+#include <algorithm>
 #include <array>
 
 #include "quarn/commands/Commands.h"
@@ -9,9 +10,9 @@ namespace {
 
 // clang-format off
 constexpr std::array kGlobalOptions{
-    OptionRow{.name = "--volume", .argument = "DIR", .help = "Mac volume mounted at DIR, in place of the running system"},
+    OptionRow{.name = "--volume", .argument = "DIR", .help = "Mac volume mounted at DIR, in place of the running system", .isHostPath = true},
     OptionRow{.name = "--home", .argument = "PATH", .help = "Inspected user's home as the Mac names it, /Users/ann"},
-    OptionRow{.name = "--resources", .argument = "DIR", .help = "Folder with vendors/ and storage-signatures.json, in place of the shipped ones"},
+    OptionRow{.name = "--resources", .argument = "DIR", .help = "Folder with vendors/ and storage-signatures.json, in place of the shipped ones", .isHostPath = true},
     OptionRow{.name = "--locale", .argument = "ID", .help = "Locale of comparison and texts, de_DE"},
     OptionRow{.name = "--json", .argument = "", .help = "One JSON document on standard output"},
     OptionRow{.name = "--ndjson", .argument = "", .help = "Lists as one JSON value a line"},
@@ -20,24 +21,26 @@ constexpr std::array kGlobalOptions{
     OptionRow{.name = "--color", .argument = "WHEN", .help = "Colours: auto, always or never", .choices = "auto|always|never"},
     OptionRow{.name = "--quiet", .argument = "", .help = "No progress and no warnings"},
     OptionRow{.name = "--verbose", .argument = "", .help = "More detail, and every item that could not be read"},
-    OptionRow{.name = "--log", .argument = "FILE", .help = "Append diagnostics to FILE, never on the inspected volume"},
+    OptionRow{.name = "--log", .argument = "FILE", .help = "Append diagnostics to FILE, never on the inspected volume", .isHostPath = true},
     OptionRow{.name = "--help", .argument = "", .help = "What the command does and takes"},
     OptionRow{.name = "--version", .argument = "", .help = "Version of this program"},
 };
 
+constexpr std::array kAppOrAll{PositionalRow{.name = "APP", .help = "Name, bundle identifier or path of an app; not with --all"}};
 constexpr std::array kApp{PositionalRow{.name = "APP", .help = "Name, bundle identifier or path of an app", .isRequired = true}};
 constexpr std::array kPaths{PositionalRow{.name = "PATH", .help = "Folder as the Mac names it", .isRepeatable = true}};
-constexpr std::array kCategory{PositionalRow{.name = "CATEGORY", .help = "apps, documents, photos, communication, games, development, systemData or other"}};
+constexpr std::array kCategory{PositionalRow{.name = "CATEGORY", .help = "apps, documents, photos, communication, games, development, systemData or other", .choices = "apps|documents|photos|communication|games|development|systemData|other"}};
 constexpr std::array kReportedApp{PositionalRow{.name = "APP", .help = "Report on this app in place of the volume"}};
-constexpr std::array kFolder{PositionalRow{.name = "DIR", .help = "New or empty folder of this machine", .isRequired = true}};
-constexpr std::array kVendorWords{PositionalRow{.name = "check", .help = "\"check\" and a folder of profiles tell their author what is wrong"}, PositionalRow{.name = "DIR", .help = "Folder of profiles of this machine"}};
-constexpr std::array kShell{PositionalRow{.name = "SHELL", .help = "bash, zsh or fish", .isRequired = true}};
+constexpr std::array kFolder{PositionalRow{.name = "DIR", .help = "New or empty folder of this machine", .isRequired = true, .isHostPath = true}};
+constexpr std::array kVendorWords{PositionalRow{.name = "check", .help = "\"check\" and a folder of profiles tell their author what is wrong", .choices = "check"}, PositionalRow{.name = "DIR", .help = "Folder of profiles of this machine", .isHostPath = true}};
+constexpr std::array kShell{PositionalRow{.name = "SHELL", .help = "bash, zsh or fish", .isRequired = true, .choices = "bash|zsh|fish"}};
 constexpr std::array kTopic{PositionalRow{.name = "COMMAND", .help = "Command to tell more of"}};
 
 constexpr std::array kAppsOptions{
     OptionRow{.name = "--sizes", .argument = "", .help = "Size every app too (reads each bundle)"},
 };
 constexpr std::array kInspectOptions{
+    OptionRow{.name = "--all", .argument = "", .help = "Every app in place of one: a line each"},
     OptionRow{.name = "--no-sizes", .argument = "", .help = "Do not size what is found"},
     OptionRow{.name = "--no-system", .argument = "", .help = "Leave system-wide folders out"},
     OptionRow{.name = "--no-heuristics", .argument = "", .help = "No search by resembling names"},
@@ -59,7 +62,7 @@ constexpr std::array kTopOptions{
     OptionRow{.name = "--allocated", .argument = "", .help = "Rank by the space taken, not by the larger of space and length"},
 };
 constexpr std::array kReportOptions{
-    OptionRow{.name = "--output", .argument = "FILE", .help = "Page to write, never on the inspected volume", .shortName = "-o"},
+    OptionRow{.name = "--output", .argument = "FILE", .help = "Page to write, never on the inspected volume; - is standard output", .shortName = "-o", .isHostPath = true},
 };
 constexpr std::array kVendorsOptions{
     OptionRow{.name = "--match", .argument = "APP", .help = "Only the profiles that match an app"},
@@ -83,6 +86,7 @@ constexpr std::array kInspectExamples{
     ExampleRow{.line = "quarn inspect \"Lumen Notes\"", .meaning = "by name"},
     ExampleRow{.line = "quarn inspect com.lumenworks.notes --json", .meaning = "by bundle identifier, for a program"},
     ExampleRow{.line = "quarn --volume /mnt/mac --home /Users/ann inspect \"/Applications/Lumen Notes.app\"", .meaning = "by path, on a mounted volume"},
+    ExampleRow{.line = "quarn inspect --all --no-sizes", .meaning = "how much of every app there is"},
 };
 constexpr std::array kPlanExamples{
     ExampleRow{.line = "quarn plan \"Lumen Notes\" --mode cacheOnly", .meaning = "what a cache cleanup would touch"},
@@ -140,7 +144,7 @@ constexpr std::array kHelpExamples{
 
 constexpr std::array kCommands{
     CommandRow{.name = "apps", .summary = "List the installed applications", .description = "", .positionals = {}, .options = kAppsOptions, .examples = kAppsExamples, .run = runApps},
-    CommandRow{.name = "inspect", .summary = "Find everything that belongs to an application", .description = "Every find is explained and sized. The column MODE shows which cleanup modes would select it by themselves: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive.", .positionals = kApp, .options = kInspectOptions, .examples = kInspectExamples, .run = runInspect},
+    CommandRow{.name = "inspect", .summary = "Find everything that belongs to an application", .description = "Every find is explained and sized. The column MODE shows which cleanup modes would select it by themselves: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive.", .positionals = kAppOrAll, .options = kInspectOptions, .examples = kInspectExamples, .run = runInspect},
     CommandRow{.name = "plan", .summary = "Preview the removal of an application", .description = "Shows what a removal would do, step by step. Nothing is carried out.", .positionals = kApp, .options = kPlanOptions, .examples = kPlanExamples, .run = runPlan},
     CommandRow{.name = "storage", .summary = "Show where the disk's space goes", .description = "Every byte counts to at most one category. Ctrl-C ends with the totals so far.", .positionals = kCategory, .options = {}, .examples = kStorageExamples, .run = runStorage},
     CommandRow{.name = "top", .summary = "List the largest items", .description = "", .positionals = kPaths, .options = kTopOptions, .examples = kTopExamples, .run = runTop},
@@ -172,6 +176,33 @@ constexpr std::array kExitCodes{
 };
 }  // namespace
 // clang-format on
+
+const CommandRow* commandRow(std::string_view name) {
+  for (const CommandRow& row : kCommands) {
+    if (row.name == name) return &row;
+  }
+  return nullptr;
+}
+
+const OptionRow* optionRow(std::string_view name, const CommandRow* command) {
+  for (const OptionRow& row : kGlobalOptions) {
+    if (row.name == name) return &row;
+  }
+  for (const OptionRow& row : command == nullptr ? std::span<const OptionRow>() : command->options) {
+    if (row.name == name || (!row.shortName.empty() && row.shortName == name)) return &row;
+  }
+  return nullptr;
+}
+
+std::vector<std::string> choiceWords(std::string_view choices) {
+  std::vector<std::string> result;
+  while (!choices.empty()) {
+    const std::size_t end = std::min(choices.find('|'), choices.size());
+    result.emplace_back(choices.substr(0, end));
+    choices.remove_prefix(std::min(end + 1, choices.size()));
+  }
+  return result;
+}
 
 std::span<const ExitCodeRow> exitCodeTable() { return kExitCodes; }
 std::span<const OptionRow> globalOptions() { return kGlobalOptions; }

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <span>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "quarn/commands/ExitCode.h"
 
@@ -17,6 +19,7 @@ struct OptionRow {
   std::string_view choices;   ///< "a|b|c" when only these are taken; else empty
   bool isRepeatable = false;
   std::string_view shortName = "";  ///< "-o"; empty for none
+  bool isHostPath = false;          ///< the argument is a file or folder of this machine
 };
 
 /// What a command works on.
@@ -25,6 +28,8 @@ struct PositionalRow {
   std::string_view help;
   bool isRequired = false;
   bool isRepeatable = false;
+  std::string_view choices = "";  ///< "a|b|c" when only these are taken; else empty
+  bool isHostPath = false;        ///< a file or folder of this machine
 };
 
 struct ExampleRow {
@@ -50,6 +55,12 @@ struct CommandRow {
 
 /// Options that every command takes, before or after its name.
 std::span<const OptionRow> globalOptions();
+/// The row of a command or of an option (a global one, or the command's, which may be null), by its name; null for
+/// none.
+const CommandRow* commandRow(std::string_view name);
+const OptionRow* optionRow(std::string_view name, const CommandRow* command);
+/// The words of "a|b|c".
+std::vector<std::string> choiceWords(std::string_view choices);
 /// Every way to end.
 std::span<const ExitCodeRow> exitCodeTable();
 /// Every command, in the order in which people are shown them.

@@ -1,28 +1,27 @@
 #include <fmt/format.h>
 
+#include "quarn/commands/Arguments.h"
 #include "quarn/commands/Help.h"
 
 namespace quarn {
 namespace {
 
-std::string words(std::span<const OptionRow> options) {
-  std::string text;
-  for (const OptionRow& option : options) text += (text.empty() ? "" : " ") + std::string(option.name);
-  return text;
-}
+std::string spaced(const std::vector<std::string>& words) { return fmt::format("{}", fmt::join(words, " ")); }
 
-std::string commandNames() {
-  std::string text;
-  for (const CommandRow& command : commandTable()) text += (text.empty() ? "" : " ") + std::string(command.name);
-  return text;
-}
+std::string spaced(std::string_view choices) { return spaced(choiceWords(choices)); }
 
-std::string spaced(std::string_view choices) {
-  std::string text(choices);
-  for (char& character : text) {
-    if (character == '|') character = ' ';
+std::string names(std::span<const OptionRow> options) {
+  std::vector<std::string> words;
+  for (const OptionRow& option : options) {
+    if (!option.shortName.empty()) words.emplace_back(option.shortName);
+    words.emplace_back(option.name);
   }
-  return text;
+  return spaced(words);
+}
+
+/// "-o|--output", as a shell's `case` takes it.
+std::string pattern(const OptionRow& option) {
+  return (option.shortName.empty() ? "" : std::string(option.shortName) + "|") + std::string(option.name);
 }
 
 // Quoted for a shell word in single quotes.
@@ -32,38 +31,35 @@ std::string shellQuoted(std::string_view text) {
   return result + "'";
 }
 
-std::string escapedForRoff(std::string_view text) {
-  std::string result;
-  for (const char character : text) {
-    if (character == '\\')
-      result += "\\e";
-    else if (character == '-')
-      result += "\\-";
-    else
-      result += character;
-  }
-  return result.starts_with('.') || result.starts_with('\'') ? "\\&" + result : result;
-}
-
-std::string roffOptions(std::span<const OptionRow> options) {
+// What may stand for the positionals of a command, besides any name.
+std::string positionalWords(const CommandRow& command) {
+  if (command.name == "help") return spaced(commandNames());
   std::string text;
-  for (const OptionRow& option : options) {
-    text +=
-        fmt::format(".TP\n.B {} {}\n{}.\n", escapedForRoff(option.name), option.argument, escapedForRoff(option.help));
+  for (const PositionalRow& row : command.positionals) {
+    if (!row.choices.empty()) text += (text.empty() ? "" : " ") + spaced(row.choices);
   }
   return text;
 }
 
-std::string roffCommand(const CommandRow& command) {
-  std::string text = fmt::format(".SS {}\n{}.\n", command.name, escapedForRoff(command.summary));
-  if (!command.description.empty()) text += escapedForRoff(command.description) + "\n";
-  for (const PositionalRow& positional : command.positionals) {
-    text += fmt::format(".TP\n.I {}\n{}.\n", positional.name, escapedForRoff(positional.help));
+bool takesHostPath(const CommandRow& command) {
+  for (const PositionalRow& row : command.positionals) {
+    if (row.isHostPath) return true;
   }
-  text += roffOptions(command.options);
-  for (const ExampleRow& example : command.examples) {
-    text += fmt::format(".PP\n.EX\n{}\n.EE\n{}.\n", escapedForRoff(example.line), escapedForRoff(example.meaning));
-  }
+  return false;
+}
+
+/// The lines of a `case` over the option before the word to complete: `line` makes that of an option whose argument is
+/// one of a few words, `hostPath` that of one which names a file of this machine, `other` that of any other argument.
+template <class Line>
+std::string argumentCases(Line line) {
+  std::string text;
+  const auto add = [&](std::span<const OptionRow> options) {
+    for (const OptionRow& option : options) {
+      if (!option.argument.empty()) text += line(option);
+    }
+  };
+  add(globalOptions());
+  for (const CommandRow& command : commandTable()) add(command.options);
   return text;
 }
 
@@ -71,32 +67,39 @@ std::string roffCommand(const CommandRow& command) {
 
 std::string bashCompletion() {
   std::string cases;
-  std::string choices;
   for (const CommandRow& command : commandTable()) {
-    cases += fmt::format("    {}) words=\"{}\" ;;\n", command.name, words(command.options));
-    for (const OptionRow& option : command.options) {
-      if (!option.choices.empty())
-        choices += fmt::format("    {}) words=\"{}\" ;;\n", option.name, spaced(option.choices));
-    }
+    cases += fmt::format("    {}) words=\"{}\" files={} ;;\n", command.name,
+                         spaced({positionalWords(command), names(command.options)}), takesHostPath(command) ? 1 : 0);
   }
+  const std::string arguments = argumentCases([](const OptionRow& option) {
+    if (option.isHostPath) {
+      return fmt::format(
+          "    {}) compopt -o filenames 2>/dev/null; COMPREPLY=($(compgen -f -- \"$current\")); return ;;\n",
+          pattern(option));
+    }
+    return fmt::format("    {}) COMPREPLY=($(compgen -W \"{}\" -- \"$current\")); return ;;\n", pattern(option),
+                       spaced(option.choices));
+  });
   return fmt::format(R"(_quarn() {{
-  local current="${{COMP_WORDS[COMP_CWORD]}}" previous="${{COMP_WORDS[COMP_CWORD-1]}}" command="" words="" word
+  local current="${{COMP_WORDS[COMP_CWORD]}}" previous="${{COMP_WORDS[COMP_CWORD-1]}}" command="" words="" files=0 word
+  COMPREPLY=()
+  case "$previous" in
+{0}  esac
   for word in "${{COMP_WORDS[@]:1:COMP_CWORD-1}}"; do
-    case " {0} " in *" $word "*) command="$word"; break ;; esac
+    case " {1} " in *" $word "*) command="$word"; break ;; esac
   done
   case "$command" in
-    "") words="{0}" ;;
-{1}  esac
-  words="$words {2}"
-  case "$previous" in
-    --color) words="auto always never" ;;
-{3}    --volume|--resources|--log) COMPREPLY=($(compgen -f -- "$current")); return ;;
-  esac
-  COMPREPLY=($(compgen -W "$words" -- "$current"))
+    "") words="{1}" ;;
+{2}  esac
+  COMPREPLY=($(compgen -W "$words {3}" -- "$current"))
+  if [ "$files" = 1 ]; then
+    compopt -o filenames 2>/dev/null
+    COMPREPLY+=($(compgen -f -- "$current"))
+  fi
 }}
 complete -F _quarn quarn
 )",
-                     commandNames(), cases, words(globalOptions()), choices);
+                     arguments, spaced(commandNames()), cases, names(globalOptions()));
 }
 
 std::string zshCompletion() {
@@ -104,57 +107,62 @@ std::string zshCompletion() {
   std::string cases;
   for (const CommandRow& command : commandTable()) {
     commands += fmt::format("    {}\n", shellQuoted(fmt::format("{}:{}", command.name, command.summary)));
-    cases += fmt::format("    {}) options+=({}) ;;\n", command.name, words(command.options));
+    cases += fmt::format("      {}) command=$word; options+=({}); choices=({}); files={}; break ;;\n", command.name,
+                         names(command.options), positionalWords(command), takesHostPath(command) ? 1 : 0);
   }
+  const std::string arguments = argumentCases([](const OptionRow& option) {
+    return option.isHostPath
+               ? fmt::format("    {}) _files; return ;;\n", pattern(option))
+               : fmt::format("    {}) compadd -- {}; return ;;\n", pattern(option), spaced(option.choices));
+  });
   return fmt::format(R"(#compdef quarn
 _quarn() {{
-  local -a commands options
-  local word
+  local -a commands options choices
+  local word command="" files=0
+  case "${{words[CURRENT-1]}}" in
+{0}  esac
   commands=(
-{0}  )
-  options=({1})
+{1}  )
+  options=({2})
   for word in "${{words[@]:1:$((CURRENT-2))}}"; do
     case "$word" in
-{2}    esac
+{3}    esac
   done
   if [[ "$PREFIX" == -* ]]; then compadd -- $options
-  elif (( CURRENT == 2 )); then _describe command commands
-  else _files
+  elif [[ -z "$command" ]]; then _describe command commands
+  else
+    (( $#choices )) && compadd -- $choices
+    (( files )) && _files
   fi
 }}
-_quarn "$@"
+if [[ "$funcstack[1]" == _quarn ]]; then _quarn "$@"; elif (( $+functions[compdef] )); then compdef _quarn quarn; fi
 )",
-                     commands, words(globalOptions()), cases);
+                     arguments, commands, names(globalOptions()), cases);
 }
 
 std::string fishCompletion() {
+  const std::string all = spaced(commandNames());
   std::string text = "complete -c quarn -f\n";
   const auto optionLine = [](const OptionRow& option, const std::string& condition) {
-    std::string line =
-        fmt::format("complete -c quarn{} -l {} -d {}", condition, option.name.substr(2), shellQuoted(option.help));
-    if (!option.argument.empty())
-      line += option.choices.empty() ? " -r" : fmt::format(" -x -a {}", shellQuoted(spaced(option.choices)));
+    std::string line = "complete -c quarn" + condition;
+    if (!option.shortName.empty()) line += fmt::format(" -s {}", option.shortName.substr(1));
+    line += fmt::format(" -l {} -d {}", option.name.substr(2), shellQuoted(option.help));
+    if (option.isHostPath) line += " -r -F";
+    if (!option.argument.empty() && !option.isHostPath)
+      line += fmt::format(" -x -a {}", shellQuoted(spaced(option.choices)));
     return line + "\n";
   };
   for (const OptionRow& option : globalOptions()) text += optionLine(option, "");
   for (const CommandRow& command : commandTable()) {
-    text += fmt::format("complete -c quarn -n __fish_use_subcommand -a {} -d {}\n", command.name,
+    text += fmt::format("complete -c quarn -n 'not __fish_seen_subcommand_from {}' -a {} -d {}\n", all, command.name,
                         shellQuoted(command.summary));
     const std::string condition = fmt::format(" -n '__fish_seen_subcommand_from {}'", command.name);
     for (const OptionRow& option : command.options) text += optionLine(option, condition);
+    const std::string words = positionalWords(command);
+    if (!words.empty()) text += fmt::format("complete -c quarn{} -a {}\n", condition, shellQuoted(words));
+    if (takesHostPath(command)) text += fmt::format("complete -c quarn{} -F\n", condition);
   }
   return text;
-}
-
-std::string manualPage() {
-  std::string text =
-      ".TH QUARN 1\n.SH NAME\nquarn \\- what an application left on a Mac's disk, and where the space goes\n"
-      ".SH SYNOPSIS\n.B quarn\n.I command\n[options]\n.SH COMMANDS\n";
-  for (const CommandRow& command : commandTable()) text += roffCommand(command);
-  text += ".SH OPTIONS OF EVERY COMMAND\n" + roffOptions(globalOptions());
-  return text +
-         ".SH EXIT STATUS\n0 ok, 1 failure, 2 usage, 3 not found or ambiguous, 4 incomplete (something could not be "
-         "read), 130 interrupted.\n";
 }
 
 }  // namespace quarn

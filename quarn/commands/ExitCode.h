@@ -2,7 +2,7 @@
 
 namespace quarn {
 
-/// How the command ends; `quarn help exit-codes` says the same to people.
+/// How the command ends; the table of exit codes says the same to people.
 enum class ExitCode : int {
   ok = 0,
   failure = 1,     ///< something was asked for that could not be done

@@ -10,9 +10,23 @@
 namespace quarn {
 namespace {
 
-constexpr std::string_view kExitCodes =
-    "Exit codes: 0 ok, 1 failure, 2 usage, 3 not found or ambiguous, 4 incomplete (something\n"
-    "could not be read), 130 interrupted.\n";
+constexpr std::size_t kLineWidth = 90;
+
+std::string exitCodes() {
+  std::string text = "Exit codes:";
+  std::size_t width = text.size();
+  for (const ExitCodeRow& row : exitCodeTable()) {
+    const bool isLast = &row == &exitCodeTable().back();
+    const std::string words = fmt::format(" {} {}{}", static_cast<int>(row.code), row.meaning, isLast ? "." : ",");
+    if (width + words.size() > kLineWidth) {
+      text += "\n ";
+      width = 1;
+    }
+    text += words;
+    width += words.size();
+  }
+  return text + "\n";
+}
 
 std::string optionLines(std::span<const OptionRow> options) {
   std::string text;
@@ -32,7 +46,7 @@ std::string programHelp() {
   text += "  quarn storage                  where the space goes\n\nCommands:\n";
   for (const CommandRow& command : commandTable()) text += fmt::format("  {:<13}{}\n", command.name, command.summary);
   text += "\nOptions of every command:\n" + optionLines(globalOptions());
-  return text + "\n" + std::string(kExitCodes);
+  return text + "\n" + exitCodes();
 }
 
 std::string commandHelp(const CommandRow& command) {
@@ -47,14 +61,7 @@ std::string commandHelp(const CommandRow& command) {
   }
   if (!command.description.empty()) text += fmt::format("\n{}\n", command.description);
   if (!command.options.empty()) text += "\nOptions:\n" + optionLines(command.options);
-  return text + "\nOptions of every command:\n" + optionLines(globalOptions()) + "\n" + std::string(kExitCodes);
-}
-
-const CommandRow* rowOf(std::string_view name) {
-  for (const CommandRow& command : commandTable()) {
-    if (command.name == name) return &command;
-  }
-  return nullptr;
+  return text + "\nOptions of every command:\n" + optionLines(globalOptions()) + "\n" + exitCodes();
 }
 
 }  // namespace
@@ -79,8 +86,10 @@ ExitCode runHelp(CommandContext& context) {
     context.print(helpText(nullptr));
     return ExitCode::ok;
   }
-  const CommandRow* command = rowOf(words.front());
-  if (command == nullptr) throw UsageError("there is no command \"" + words.front() + "\"");
+  const CommandRow* command = commandRow(words.front());
+  if (command == nullptr) {
+    throw UsageError(withSuggestion("there is no command \"" + words.front() + "\"", words.front(), commandNames()));
+  }
   context.print(helpText(command));
   return ExitCode::ok;
 }

@@ -1,8 +1,10 @@
 #include "quarn/commands/HostFile.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,6 +17,23 @@
 namespace quarn {
 namespace {
 
+/// Makes a write beyond the limit of file sizes an error instead of the end of the process, which would leave the
+/// unfinished file.
+class SizeLimitSignalIgnored {
+ public:
+  SizeLimitSignalIgnored() {
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    ::sigaction(SIGXFSZ, &ignore, &before_);
+  }
+  ~SizeLimitSignalIgnored() { ::sigaction(SIGXFSZ, &before_, nullptr); }
+  SizeLimitSignalIgnored(const SizeLimitSignalIgnored&) = delete;
+  SizeLimitSignalIgnored& operator=(const SizeLimitSignalIgnored&) = delete;
+
+ private:
+  struct sigaction before_ {};
+};
+
 bool writeAll(int descriptor, std::string_view content) {
   while (!content.empty()) {
     const ssize_t written = ::write(descriptor, content.data(), content.size());
@@ -23,6 +42,47 @@ bool writeAll(int descriptor, std::string_view content) {
     content.remove_prefix(static_cast<std::size_t>(written));
   }
   return ::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS;
+}
+
+std::optional<struct stat> factsOf(const std::string& file) {
+  struct stat facts {};
+  if (::stat(file.c_str(), &facts) == 0) return facts;
+  return std::nullopt;
+}
+
+std::string folderOf(const std::string& file) {
+  const std::string folder = std::filesystem::path(file).parent_path().string();
+  return folder.empty() ? "." : folder;
+}
+
+// What a link leads to is written, not the link.
+std::string targetOf(const std::string& file) {
+  std::error_code error;
+  const auto target = std::filesystem::weakly_canonical(file, error);
+  return error ? file : target.string();
+}
+
+mode_t newFileMode() {
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  return 0666 & ~mask;
+}
+
+void writeInPlace(const std::string& file, std::string_view content) {
+  const FileDescriptor descriptor(::open(file.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+  if (!descriptor.isOpen() || !writeAll(descriptor.get(), content)) throwFileError("write", file);
+}
+
+void replaceFile(const std::string& file, const std::string& target, mode_t mode, std::string_view content) {
+  std::string temporary = target + ".XXXXXX";
+  const FileDescriptor descriptor(::mkostemp(temporary.data(), O_CLOEXEC));
+  if (!descriptor.isOpen()) throwFileError("write", file);
+  const bool isWritten = writeAll(descriptor.get(), content) && ::fchmod(descriptor.get(), mode) == 0 &&
+                         ::rename(temporary.c_str(), target.c_str()) == 0;
+  if (isWritten) return;
+  const int error = errno;
+  ::unlink(temporary.c_str());
+  throwFileError(error, "write", file);
 }
 
 }  // namespace
@@ -34,16 +94,26 @@ bool liesInHostFolder(const std::string& file, const std::string& folder) {
   return path::isInside(place.string(), volume.string());
 }
 
+void checkHostFile(const std::string& file) {
+  const auto facts = factsOf(file);
+  if (file.ends_with('/') || (facts && S_ISDIR(facts->st_mode))) throwFileError(EISDIR, "write", file);
+  if (facts && !S_ISREG(facts->st_mode)) return;
+  const std::string folder = folderOf(targetOf(file));
+  const auto folderFacts = factsOf(folder);
+  if (!folderFacts) throwFileError("write", file);
+  if (!S_ISDIR(folderFacts->st_mode)) throwFileError(ENOTDIR, "write", file);
+  if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) throwFileError("write", file);
+}
+
 void writeHostFile(const std::string& file, std::string_view content) {
-  std::string temporary = file + ".XXXXXX";
-  FileDescriptor descriptor(::mkostemp(temporary.data(), O_CLOEXEC));
-  if (!descriptor.isOpen()) throwFileError("write", file);
-  const bool isWritten = writeAll(descriptor.get(), content) && ::fchmod(descriptor.get(), 0644) == 0 &&
-                         ::rename(temporary.c_str(), file.c_str()) == 0;
-  if (isWritten) return;
-  const int error = errno;
-  ::unlink(temporary.c_str());
-  throwFileError(error, "write", file);
+  checkHostFile(file);
+  const SizeLimitSignalIgnored guard;
+  const auto facts = factsOf(file);
+  if (facts && !S_ISREG(facts->st_mode)) {
+    writeInPlace(file, content);
+  } else {
+    replaceFile(file, targetOf(file), facts ? facts->st_mode & 07777 : newFileMode(), content);
+  }
 }
 
 }  // namespace quarn

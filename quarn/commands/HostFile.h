@@ -8,8 +8,13 @@ namespace quarn {
 /// Whether a file of the host lies (or would lie) below a folder of the host, links resolved.
 bool liesInHostFolder(const std::string& file, const std::string& folder);
 
-/// Writes a whole file of the host or nothing: into a file beside it that takes its name at the end. Throws FileError
-/// and leaves nothing behind when it cannot be written.
+/// Looks whether a file of the host can be written, before the work that is to go into it: its folder is there and
+/// takes files, and its name is not a folder's. Writes nothing. Throws FileError.
+void checkHostFile(const std::string& file);
+
+/// Writes a whole file of the host or nothing: into a file beside it that takes its name at the end; a link's target is
+/// written, and the permissions of a file that was there stay. What is no regular file (a terminal, a pipe, /dev/null)
+/// is written to as it is. Throws FileError and leaves nothing behind when it cannot be written.
 void writeHostFile(const std::string& file, std::string_view content);
 
 }  // namespace quarn

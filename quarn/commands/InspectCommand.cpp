@@ -17,16 +17,11 @@ constexpr std::string_view kModeLetters = "cdra";
 constexpr std::size_t kShownItems = 5;
 constexpr std::string_view kIndent = "    ";
 
-bool isSelected(const Artifact& artifact, CleanupMode mode) {
-  const AppInspection alone{.artifacts = {artifact}};
-  return !AppRemovalPlanner::defaultSelectedArtifacts(alone, mode).empty();
-}
-
 // "c-ra": the modes that would select the artifact by themselves.
 std::string modesOf(const Artifact& artifact) {
-  std::string letters;
-  for (const CleanupMode mode : allCases<CleanupMode>()) {
-    letters += isSelected(artifact, mode) ? kModeLetters[static_cast<std::size_t>(mode)] : '-';
+  std::string letters(kModeLetters.size(), '-');
+  for (const CleanupMode mode : selectingModes(artifact)) {
+    letters[static_cast<std::size_t>(mode)] = kModeLetters[static_cast<std::size_t>(mode)];
   }
   return letters;
 }
@@ -68,17 +63,23 @@ std::string artifactText(const Artifact& artifact, CommandContext& context) {
 
 std::string uninstallerText(const AppInspection& inspection, CommandContext& context) {
   if (inspection.uninstallers.empty()) return "";
-  Table table({{.title = "UNINSTALLER"}, {.title = "CONFIDENCE"}, {.title = "PATH", .isFlexible = true}});
+  Table table(
+      {{.title = "UNINSTALLER", .isFlexible = true}, {.title = "CONFIDENCE"}, {.title = "PATH", .isFlexible = true}});
   for (const UninstallerCandidate& candidate : inspection.uninstallers) {
     table.addRow({candidate.name, fmt::format("{:.2f}", candidate.confidence), context.displayPath(candidate.url)});
   }
   return table.text(context.out()) + "\n";
 }
 
-std::string totalText(const AppInspection& inspection, CommandContext& context) {
+SizeInfo totalSize(const AppInspection& inspection) {
   SizeInfo total;
   for (const Artifact& artifact : inspection.artifacts) total += artifact.size.value_or(SizeInfo{});
-  return fmt::format("{} artifacts, {}\n", inspection.artifacts.size(), context.size(total.allocatedBytes));
+  return total;
+}
+
+std::string totalText(const AppInspection& inspection, CommandContext& context) {
+  return fmt::format("{} artifacts, {}\n", inspection.artifacts.size(),
+                     context.size(totalSize(inspection).allocatedBytes));
 }
 
 nlohmann::ordered_json document(const AppInspection& inspection) {
@@ -93,9 +94,41 @@ nlohmann::ordered_json document(const AppInspection& inspection) {
   return json;
 }
 
+ExitCode inspectAll(CommandContext& context) {
+  const bool isSized = !context.arguments().has("--no-sizes");
+  Table table({{.title = "NAME", .isFlexible = true},
+               {.title = "FINDS", .align = Table::Align::right},
+               {.title = "SIZE", .align = Table::Align::right},
+               {.title = "PATH", .isFlexible = true}});
+  nlohmann::ordered_json inspections = nlohmann::ordered_json::array();
+  inspectAllApps(context, [&](const AppInspection& inspection) {
+    if (context.wantsJSON()) {
+      inspections.push_back(document(inspection));
+    } else if (context.wantsLines()) {
+      context.printLines(nlohmann::ordered_json::array({document(inspection)}));
+    } else {
+      table.addRow({inspection.app.name,
+                    std::to_string(inspection.artifacts.size()),
+                    isSized ? context.size(totalSize(inspection).allocatedBytes) : "–",
+                    {context.displayPath(inspection.app.bundleURL), Style::dim}});
+    }
+  });
+  if (context.wantsJSON()) {
+    context.printDocument({{"inspections", std::move(inspections)}});
+  } else if (!context.wantsLines()) {
+    context.print(table.text(context.out()));
+  }
+  return context.finish(context.cancellation().isCancelled() ? ExitCode::interrupted : ExitCode::ok);
+}
+
 }  // namespace
 
 ExitCode runInspect(CommandContext& context) {
+  const bool isNamed = !context.arguments().positionals.empty();
+  const bool isAll = context.arguments().has("--all");
+  if (isNamed && isAll) throw UsageError("--all inspects every app: leave out either it or the app's name");
+  if (!isNamed && !isAll) throw UsageError("inspect takes APP: Name, bundle identifier or path of an app, or --all");
+  if (isAll) return inspectAll(context);
   const AppInspection inspection = inspectNamedApp(context);
   if (context.wantsJSON()) {
     context.printDocument(document(inspection));

@@ -1,5 +1,6 @@
 #include "quarn/commands/Inspection.h"
 
+#include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "quarn/commands/AppSelection.h"
 #include "quarn/output/TerminalText.h"
 
@@ -47,6 +48,20 @@ AppInspection inspectNamedApp(CommandContext& context) {
   return inspection;
 }
 
+void inspectAllApps(CommandContext& context, const std::function<void(const AppInspection&)>& consume) {
+  const AppInspectionService::Options options = optionsOf(context.arguments());
+  const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
+  const AppInspectionService service = context.services().appInspection();
+  std::size_t begun = 0;
+  for (const AppEntity& app : apps) {
+    if (context.cancellation().isCancelled()) break;
+    context.progress("inspecting " + app.name + " (" + std::to_string(++begun) + "/" + std::to_string(apps.size()) +
+                     ")");
+    consume(service.inspect(app, options));
+  }
+  context.endProgress();
+}
+
 std::string appHeading(const AppEntity& app, CommandContext& context) {
   const std::string name = escapedForTerminal(app.name + (app.version ? " " + *app.version : ""));
   const std::string identifier = escapedForTerminal(app.bundleIdentifier.value_or("no bundle identifier"));
@@ -61,6 +76,15 @@ Style styleOf(RiskLevel risk) {
     case RiskLevel::danger: return Style::danger;
   }
   return Style::plain;
+}
+
+std::vector<CleanupMode> selectingModes(const Artifact& artifact) {
+  const AppInspection alone{.artifacts = {artifact}};
+  std::vector<CleanupMode> modes;
+  for (const CleanupMode mode : allCases<CleanupMode>()) {
+    if (!AppRemovalPlanner::defaultSelectedArtifacts(alone, mode).empty()) modes.push_back(mode);
+  }
+  return modes;
 }
 
 }  // namespace quarn

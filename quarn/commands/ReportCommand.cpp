@@ -1,8 +1,11 @@
+#include <algorithm>
+#include <chrono>
 #include <limits>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/HostFile.h"
@@ -13,53 +16,108 @@
 namespace quarn {
 namespace {
 
-constexpr long kLargestItems = 50;
+constexpr std::size_t kListedItems = 40;
+// The service ranks by the larger of space and length, a page by each of the two.
+constexpr long kCandidates = 20'000;
+
+// A place is known to one category at most; which one, an item does not say.
+std::optional<VendorPathHint> hintOf(const FileURL& url, const StorageDashboardService& dashboard) {
+  for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
+    if (auto hint = dashboard.vendorHint(url, category)) return hint;
+  }
+  return std::nullopt;
+}
+
+std::int64_t elsewhere(const TopItem& item) { return item.size.logicalBytes - item.size.allocatedBytes; }
+
+std::vector<TopItem> candidates(CommandContext& context) {
+  const Services& services = context.services();
+  return services.topItems().topFilesRecursively({services.files.homeDirectory(), FileURL("/Applications")},
+                                                 {.limit = kCandidates,
+                                                  .maxDepth = std::numeric_limits<long>::max(),
+                                                  .maxVisited = std::numeric_limits<long>::max(),
+                                                  .allowSlowForPackages = true,
+                                                  .includeHidden = true},
+                                                 context.cancellation());
+}
+
+// The items for which a number is highest, as many as a page lists; those without any are left out.
+std::vector<VolumeReport::Item> ranked(std::vector<TopItem> items, std::int64_t (*rank)(const TopItem&),
+                                       const StorageDashboardService& dashboard) {
+  std::erase_if(items, [&](const TopItem& item) { return rank(item) <= 0; });
+  std::stable_sort(items.begin(), items.end(),
+                   [&](const TopItem& left, const TopItem& right) { return rank(left) > rank(right); });
+  items.resize(std::min(items.size(), kListedItems));
+  std::vector<VolumeReport::Item> result;
+  for (const TopItem& item : items) result.push_back({item, hintOf(item.url, dashboard)});
+  return result;
+}
+
+// What was not read is known only when everything else is.
+ReportFrame frame(CommandContext& context, Date madeAt) {
+  return {.units = context.units(),
+          .home = context.services().files.homeDirectory(),
+          .madeAt = madeAt,
+          .unread = context.unread()};
+}
 
 VolumeReport volumeReport(CommandContext& context) {
-  const Services& services = context.services();
-  const StorageDashboardService& dashboard = services.storageDashboard();
+  const StorageDashboardService& dashboard = context.services().storageDashboard();
   VolumeReport report{.volume = dashboard.initialOverview().volume};
   context.progress("scanning the volume");
   const auto sizes = dashboard.calculatePartitionedCategorySizes(nullptr, context.cancellation());
   for (const auto& [category, size] : sizes) report.categories.push_back({category, size});
   context.progress("looking for the largest items");
-  report.largest = services.topItems().topFilesRecursively({services.files.homeDirectory(), FileURL("/Applications")},
-                                                           {.limit = kLargestItems,
-                                                            .maxDepth = std::numeric_limits<long>::max(),
-                                                            .maxVisited = std::numeric_limits<long>::max(),
-                                                            .allowSlowForPackages = true,
-                                                            .includeHidden = true},
-                                                           context.cancellation());
+  const std::vector<TopItem> items = candidates(context);
+  report.largest = ranked(
+      items, [](const TopItem& item) { return item.size.allocatedBytes; }, dashboard);
+  report.elsewhere = ranked(items, elsewhere, dashboard);
   context.endProgress();
-  report.unreadable = context.readReport().count();
   report.isComplete = !context.cancellation().isCancelled();
+  report.frame = frame(context, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
   return report;
 }
 
 AppReport appReport(CommandContext& context) {
   AppReport report{.inspection = inspectNamedApp(context)};
+  for (const Artifact& artifact : report.inspection.artifacts) report.selectedBy.push_back(selectingModes(artifact));
   for (const CleanupMode mode : allCases<CleanupMode>()) {
     report.plans.push_back(context.services().appRemovalPlanner.buildPreview(report.inspection, mode));
   }
-  report.unreadable = context.readReport().count();
+  report.frame = frame(context, report.inspection.inspectedAt);
   return report;
+}
+
+std::string pageOf(CommandContext& context) {
+  const bool isOfApp = !context.arguments().positionals.empty();
+  return isOfApp ? reportPage(appReport(context)) : reportPage(volumeReport(context));
+}
+
+ExitCode writeToStandardOutput(CommandContext& context) {
+  if (context.wantsJSON()) throw UsageError("--output: \"-\" and --json both take standard output; choose one");
+  context.print(pageOf(context));
+  return context.finish();
+}
+
+// Said before the volume is read, which may take minutes.
+void refuseBadPlace(const std::string& file, const std::string& volumeFolder) {
+  if (volumeFolder != "/" && liesInHostFolder(file, volumeFolder)) {
+    throw CommandError(ExitCode::usage, "--output: " + escapedForTerminal(file) + " lies on the inspected volume");
+  }
+  checkHostFile(file);
 }
 
 }  // namespace
 
 ExitCode runReport(CommandContext& context) {
   const std::optional<std::string> file = context.arguments().text("--output");
-  if (!file) throw UsageError("report takes --output FILE: the page to write");
-  const std::string& volume = context.services().files.hostFolder();
-  if (volume != "/" && liesInHostFolder(*file, volume)) {
-    throw CommandError(ExitCode::usage, "--output: " + escapedForTerminal(*file) + " lies on the inspected volume");
-  }
-  const bool isOfApp = !context.arguments().positionals.empty();
-  const std::string page =
-      isOfApp ? reportPage(appReport(context), context.units()) : reportPage(volumeReport(context), context.units());
+  if (!file || file->empty()) throw UsageError("report takes --output FILE: the page to write");
+  if (*file == "-") return writeToStandardOutput(context);
+  refuseBadPlace(*file, context.services().files.hostFolder());
+  const std::string page = pageOf(context);
   writeHostFile(*file, page);
   if (context.wantsJSON()) {
-    context.printDocument({{"file", *file}, {"bytes", page.size()}});
+    context.printDocument({{"file", Text::validUTF8(*file)}, {"bytes", page.size()}});
   } else {
     context.print("Wrote " + escapedForTerminal(*file) + "\n");
   }

@@ -1,8 +1,10 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/HostFile.h"
 #include "quarn/output/TerminalText.h"
 #include "quarn/sample/SampleVolume.h"
 
@@ -10,14 +12,22 @@ namespace quarn {
 
 ExitCode runSample(CommandContext& context) {
   const std::string& folder = context.arguments().positionals.front();
+  const std::optional<std::string> volume = context.arguments().text("--volume");
+  if (volume && liesInHostFolder(folder, *volume)) {
+    throw CommandError(ExitCode::usage, escapedForTerminal(folder) + " lies on the inspected volume");
+  }
   const SampleSummary summary = writeSampleVolume(folder);
   if (context.wantsJSON()) {
-    context.printDocument(
-        {{"folder", folder}, {"home", summary.home}, {"apps", summary.apps}, {"files", summary.files}});
+    context.printDocument({{"folder", Text::validUTF8(folder)},
+                           {"home", summary.home},
+                           {"apps", summary.apps},
+                           {"files", summary.files}});
   } else {
     context.print(
         fmt::format("Wrote a sample Mac volume with {} apps and {} files. Try:\n", summary.apps, summary.files));
-    context.print(fmt::format("  quarn --volume {} --home {} apps\n", escapedForTerminal(folder), summary.home));
+    for (const char* words : {"apps", "inspect \"Lumen Notes\"", "storage", "report -o storage.html"}) {
+      context.print(fmt::format("  quarn --volume {} --home {} {}\n", escapedForTerminal(folder), summary.home, words));
+    }
   }
   return context.finish();
 }

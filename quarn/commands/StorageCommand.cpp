@@ -103,6 +103,13 @@ struct SizedRoot {
   std::optional<VendorPathHint> hint;
 };
 
+// Largest first; what could not be sized last.
+void sortBySize(std::vector<SizedRoot>& rows) {
+  const auto onDisk = [](const SizedRoot& row) { return row.size ? row.size->allocatedBytes : -1; };
+  std::stable_sort(rows.begin(), rows.end(),
+                   [&](const SizedRoot& left, const SizedRoot& right) { return onDisk(left) > onDisk(right); });
+}
+
 std::vector<SizedRoot> sizedRoots(StorageCategoryID category, CommandContext& context) {
   const Services& services = context.services();
   const StorageDashboardService& dashboard = services.storageDashboard();
@@ -115,11 +122,12 @@ std::vector<SizedRoot> sizedRoots(StorageCategoryID category, CommandContext& co
     try {
       row.size = dashboard.preciseSize(root, category);
     } catch (const FileError& error) {
-      context.warn(error.what());
+      context.noteUnread(error);
     }
     rows.push_back(std::move(row));
   }
   context.endProgress();
+  sortBySize(rows);
   return rows;
 }
 
@@ -130,7 +138,7 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
   Table table({{.title = "ON DISK", .align = Table::Align::right},
                {.title = "LENGTH", .align = Table::Align::right},
                {.title = ""},
-               {.title = "FOLDER"},
+               {.title = "FOLDER", .isFlexible = true},
                {.title = "KNOWN AS", .isFlexible = true}});
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
   for (const SizedRoot& row : rows) {
@@ -157,22 +165,12 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
   return context.finish();
 }
 
-std::vector<std::string> categoryNames() {
-  std::vector<std::string> names;
-  for (const StorageCategoryID category : allCases<StorageCategoryID>()) names.emplace_back(rawValue(category));
-  return names;
-}
-
 }  // namespace
 
 ExitCode runStorage(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
   if (words.empty()) return showOverview(context);
-  const std::optional<StorageCategoryID> category = fromRawValue<StorageCategoryID>(words.front());
-  if (category && *category != StorageCategoryID::free) return showCategory(*category, context);
-  std::string problem = "there is no category \"" + words.front() + "\"";
-  if (const auto meant = nearest(words.front(), categoryNames())) problem += "; did you mean " + *meant + "?";
-  throw UsageError(problem);
+  return showCategory(fromRawValue<StorageCategoryID>(words.front()).value(), context);
 }
 
 }  // namespace quarn

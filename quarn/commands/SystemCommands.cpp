@@ -21,7 +21,9 @@ std::string programOf(const LaunchdEntry& entry) {
 
 ExitCode runJobs(CommandContext& context) {
   const std::vector<LaunchdEntry> entries = context.services().launchdScanner.scan();
-  Table table({{.title = "LABEL"}, {.title = "PROGRAM"}, {.title = "PROPERTY LIST", .isFlexible = true}});
+  Table table({{.title = "LABEL", .isFlexible = true},
+               {.title = "PROGRAM", .isFlexible = true},
+               {.title = "PROPERTY LIST", .isFlexible = true}});
   for (const LaunchdEntry& entry : entries) {
     table.addRow({entry.label, programOf(entry), {context.displayPath(entry.url), Style::dim}});
   }
@@ -57,10 +59,10 @@ ExitCode runKexts(CommandContext& context) {
   const auto owners =
       services.kernelExtensionAssociation().associations(extensions, services.appsService().discoverApps());
   nlohmann::ordered_json list = toJSON(extensions);
-  Table table({{.title = "NAME"},
+  Table table({{.title = "NAME", .isFlexible = true},
                {.title = "SIZE", .align = Table::Align::right},
-               {.title = "BELONGS TO"},
-               {.title = "EVIDENCE"},
+               {.title = "BELONGS TO", .isFlexible = true},
+               {.title = "EVIDENCE", .isFlexible = true},
                {.title = "PATH", .isFlexible = true}});
   for (std::size_t i = 0; i < extensions.size(); ++i) {
     const auto owner = owners.find(extensions[i].url.path());

@@ -70,7 +70,6 @@ nlohmann::ordered_json problemJSON(const CheckedFile& file) {
 
 ExitCode runCheck(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
-  if (words.front() != "check") throw UsageError("vendors: \"" + words.front() + "\"; did you mean check?");
   if (words.size() < 2) throw UsageError("vendors check takes DIR: a folder of profiles");
   const std::vector<CheckedFile> files = checkFolder(words[1]);
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
@@ -95,7 +94,7 @@ ExitCode runVendors(CommandContext& context) {
   const std::vector<VendorProfile> profiles =
       app ? registry.matchingProfiles(selectApp(context, *app)) : registry.profiles();
   Table table({{.title = "ID"},
-               {.title = "NAME"},
+               {.title = "NAME", .isFlexible = true},
                {.title = "CATEGORY"},
                {.title = "RULES", .align = Table::Align::right},
                {.title = "IDENTIFIERS", .isFlexible = true}});

@@ -1,5 +1,7 @@
 #include "quarn/output/Html.h"
 
+#include <algorithm>
+
 #include "quarn/output/TerminalText.h"
 
 namespace quarn {
@@ -20,5 +22,15 @@ std::string html(std::string_view text) {
 }
 
 std::string htmlName(std::string_view text) { return "<bdi>" + html(text) + "</bdi>"; }
+
+std::string htmlParagraphs(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    if (end > 0) result += "<p>" + html(text.substr(0, end)) + "</p>";
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return result;
+}
 
 }  // namespace quarn

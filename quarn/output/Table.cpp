@@ -40,14 +40,21 @@ std::vector<std::size_t> Table::widths(const Terminal& terminal) const {
     result.push_back(width);
     sum += width + (i == 0 ? 0 : kGap);
   }
-  if (!terminal.isInteractive || sum <= terminal.width) return result;
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    if (!columns_[i].isFlexible) continue;
-    const std::size_t excess = sum - terminal.width;
-    result[i] = result[i] > excess + kNarrowestFlexible ? result[i] - excess : std::min(result[i], kNarrowestFlexible);
-    break;
-  }
+  if (terminal.isInteractive) narrow(result, sum > terminal.width ? sum - terminal.width : 0);
   return result;
+}
+
+// Takes from the widest of the flexible columns, a column of the terminal at a time.
+void Table::narrow(std::vector<std::size_t>& columnWidths, std::size_t excess) const {
+  for (; excess > 0; --excess) {
+    std::size_t* widest = nullptr;
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      if (!columns_[i].isFlexible || columnWidths[i] <= kNarrowestFlexible) continue;
+      if (widest == nullptr || columnWidths[i] >= *widest) widest = &columnWidths[i];
+    }
+    if (widest == nullptr) return;
+    --*widest;
+  }
 }
 
 std::string Table::text(const Terminal& terminal) const {
@@ -56,7 +63,7 @@ std::string Table::text(const Terminal& terminal) const {
   std::string heading;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     heading += std::string(i == 0 ? 0 : kGap, ' ') +
-               padded(std::string(columns_[i].title), columnWidths[i], columns_[i].align);
+               padded(fittedToWidth(columns_[i].title, columnWidths[i]), columnWidths[i], columns_[i].align);
   }
   result += terminal.styled(withoutTrailingBlanks(heading), Style::dim) + "\n";
   for (const auto& row : rows_) {

@@ -9,7 +9,8 @@
 namespace quarn {
 
 /// Rows of cells in aligned columns, by the columns that characters really take. Cells are escaped for the terminal;
-/// the one flexible column is cut when the rows are wider than the terminal, the others never are. Made for one output.
+/// flexible columns are cut, the widest first, when the rows are wider than the terminal, the others never are. Made
+/// for one output.
 class Table {
  public:
   enum class Align : std::uint8_t { left, right };
@@ -34,6 +35,7 @@ class Table {
 
  private:
   [[nodiscard]] std::vector<std::size_t> widths(const Terminal& terminal) const;
+  void narrow(std::vector<std::size_t>& columnWidths, std::size_t excess) const;
 
   std::vector<Column> columns_;
   std::vector<std::vector<Cell>> rows_;

@@ -13,12 +13,15 @@ namespace {
 constexpr std::array<std::string_view, 6> kCodes{"", "1", "2", "32", "33", "31"};
 constexpr std::size_t kNarrowest = 40;
 
+bool isDumb() {
+  const char* term = std::getenv("TERM");
+  return term == nullptr || std::string_view(term) == "dumb";
+}
+
 bool wantsColors(bool isInteractive, ColorChoice choice) {
   if (choice != ColorChoice::automatic) return choice == ColorChoice::always;
   const char* noColor = std::getenv("NO_COLOR");
-  const char* term = std::getenv("TERM");
-  const bool isDumb = term == nullptr || std::string_view(term) == "dumb";
-  return isInteractive && !isDumb && (noColor == nullptr || *noColor == '\0');
+  return isInteractive && !isDumb() && (noColor == nullptr || *noColor == '\0');
 }
 
 std::size_t widthOf(int descriptor, bool isInteractive, std::size_t fallback) {
@@ -34,6 +37,7 @@ std::size_t widthOf(int descriptor, bool isInteractive, std::size_t fallback) {
 Terminal Terminal::of(int descriptor, ColorChoice choice) {
   Terminal terminal;
   terminal.isInteractive = ::isatty(descriptor) == 1;
+  terminal.rewritesLines = terminal.isInteractive && !isDumb();
   terminal.hasColors = wantsColors(terminal.isInteractive, choice);
   terminal.width = std::max(widthOf(descriptor, terminal.isInteractive, terminal.width), kNarrowest);
   return terminal;

@@ -16,7 +16,8 @@ enum class ColorChoice : std::uint8_t { automatic, always, never };
 struct Terminal {
   bool isInteractive = false;
   bool hasColors = false;
-  std::size_t width = 100;  ///< columns; of a file or pipe, a readable default
+  bool rewritesLines = false;  ///< whether a line can be shown in place of the one before
+  std::size_t width = 100;     ///< columns; of a file or pipe, a readable default
 
   /// Looks at a file descriptor and the environment (NO_COLOR, TERM, COLUMNS).
   static Terminal of(int descriptor, ColorChoice choice);

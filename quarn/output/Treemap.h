@@ -15,7 +15,8 @@ struct TreemapTile {
 };
 
 /// Divides an area among weights so that each tile's area is its share and tiles are as square as can be (the
-/// squarified layout). Weights that are not above zero get no tile; tiles come largest first. A pure function.
+/// squarified layout), without gaps or overlaps. Weights that are not above zero, or not finite, get no tile; one that
+/// is nothing beside the others may get a tile without an area. Tiles come largest first. A pure function.
 std::vector<TreemapTile> treemapTiles(const std::vector<double>& weights, double width, double height);
 
 }  // namespace quarn

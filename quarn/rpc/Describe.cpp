@@ -2,6 +2,7 @@
 
 #include "quarn/output/RecordJSON.h"
 #include "quarn/rpc/Methods.h"
+#include "quarn/rpc/Notifications.h"
 #include "quarn/rpc/RPCError.h"
 #include "quarn/rpc/Server.h"
 
@@ -51,12 +52,24 @@ ordered_json describe(const RPCErrorDescription& error) {
   return {{"code", static_cast<int>(error.code)}, {"when", error.when}, {"data", data}};
 }
 
+ordered_json describe(const NotificationRow& notification) {
+  ordered_json params = ordered_json::array();
+  for (const NotificationRow::Param& param : notification.params) {
+    if (!param.name.empty()) params.push_back({{"name", param.name}, {"type", param.type}, {"required", true}});
+  }
+  return {{"name", notification.name},
+          {"sender", notification.sender},
+          {"params", std::move(params)},
+          {"meaning", notification.meaning}};
+}
+
 }  // namespace
 
 std::string describeInterface() {
   const auto row = [](const auto& any) { return describe(any); };
   const ordered_json interface = {{"jsonrpc", "2.0"},
                                   {"methods", described(methodTable(), row)},
+                                  {"notifications", described(kNotifications, row)},
                                   {"records", described(describeRecords(), row)},
                                   {"enumerations", described(describeEnumerations(), row)},
                                   {"errors", described(kRPCErrors, row)}};

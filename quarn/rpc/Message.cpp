@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "QuarnPlatform/JSON.h"
+#include "quarn/rpc/Notifications.h"
 
 namespace quarn {
 namespace {
@@ -12,7 +13,6 @@ namespace {
 using nlohmann::json;
 
 constexpr std::string_view kVersion = "2.0";
-constexpr std::string_view kCancelMethod = "$/cancelRequest";
 
 bool isID(const json& value) { return value.is_string() || value.is_number() || value.is_null(); }
 
@@ -40,7 +40,7 @@ Request refused(RPCError refusal, const json* id) {
 }
 
 void obey(const json& notification, OpenRequests& open) {
-  if (*JSON::member(notification, "method") != kCancelMethod) return;
+  if (*JSON::member(notification, "method") != kCancelNotification) return;
   const json* params = JSON::member(notification, "params");
   const json* id = params == nullptr ? nullptr : JSON::member(*params, "id");
   if (id != nullptr && isID(*id)) open.cancel(id->dump());
@@ -91,7 +91,29 @@ void OpenRequests::cancelAll() {
   for (const auto& [id, flag] : flags_) flag.cancel();
 }
 
+// A value stands at the beginning, behind a comma, or behind what opens an array or object.
+std::size_t mostValuesIn(std::string_view line) {
+  std::size_t count = 1;
+  bool isInString = false;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    const char character = line[i];
+    if (isInString) {
+      if (character == '\\') ++i;
+      if (character == '"') isInString = false;
+    } else if (character == '"') {
+      isInString = true;
+    } else if (character == ',' || character == '[' || character == '{') {
+      ++count;
+    }
+  }
+  return count;
+}
+
 Message readMessage(std::string_view line, OpenRequests& open) {
+  if (line.size() > kMostValuesInALine && mostValuesIn(line) > kMostValuesInALine) {
+    return refusedMessage(
+        RPCError::notARequest("a line of more than " + std::to_string(kMostValuesInALine) + " values"));
+  }
   std::string problem;
   std::optional<json> value = parseJSON(line, &problem);
   if (!value) return refusedMessage(RPCError::notJSON(problem));

@@ -55,6 +55,14 @@ struct Message {
 /// Largest number of calls in a batch: what they are refused with must not take a thousand times their own space.
 inline constexpr std::size_t kMostCallsInABatch = 10'000;
 
+/// Largest number of values in a line, counted before it is read: a value takes some hundred bytes of memory, and a
+/// line may hold one in three bytes. Requests have a value in some thirty bytes.
+inline constexpr std::size_t kMostValuesInALine = 4'000'000;
+
+/// How many values a JSON text holds at most; exact for a text without empty arrays and objects. Of what is not JSON,
+/// some number.
+[[nodiscard]] std::size_t mostValuesIn(std::string_view line);
+
 /// Reads one line. Requests are entered into `open`, cancellations are carried out on it, both in the line's order.
 /// Whatever the line holds, the result is a message; one without requests is not answered.
 [[nodiscard]] Message readMessage(std::string_view line, OpenRequests& open);

@@ -13,6 +13,7 @@
 
 #include "quarn/rpc/LineReader.h"
 #include "quarn/rpc/LineWriter.h"
+#include "quarn/rpc/Notifications.h"
 #include "quarn/rpc/WakePipe.h"
 
 namespace quarn {
@@ -53,7 +54,8 @@ std::string errorAnswer(const std::string& id, const RPCError& error) {
 }
 
 std::string progressNotification(const std::string& id, const ordered_json& value) {
-  return R"({"jsonrpc":"2.0","method":"$/progress","params":{"id":)" + id + ",\"value\":" + jsonText(value) + "}}";
+  return R"({"jsonrpc":"2.0","method":")" + std::string(kProgressNotification) + R"(","params":{"id":)" + id +
+         ",\"value\":" + jsonText(value) + "}}";
 }
 
 class Session {

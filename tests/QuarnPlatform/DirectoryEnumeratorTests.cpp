@@ -425,13 +425,14 @@ TEST_P(Enumerating, AnUnreadableRootYieldsNothingAndIsReported) {
 }
 
 TEST_P(Enumerating, AnUnreadableFolderIsListedAndReportedAndTheWalkGoesOn) {
-  volume.file("/t/a/closed/inner").mode("/t/a/closed", 0000).file("/t/a/z").file("/t/b");
-  const UnprivilegedUser user;
-  for (const PackageContents packages : {PackageContents::enter, PackageContents::skip}) {
-    EXPECT_THAT(walk("/t", {.packages = packages}), ElementsAre("/a", "/a/closed", "/a/z", "/b"));
+  for (const std::string root : {"/t", "/u"}) {
+    volume.file(root + "/a/closed/inner").mode(root + "/a/closed", 0000).file(root + "/a/z").file(root + "/b");
   }
-  const UnreadableItem closed{"/t/a/closed", UnreadableCause::permission, EACCES};
-  EXPECT_THAT(report->items(), ElementsAre(closed, closed));
+  const UnprivilegedUser user;
+  EXPECT_THAT(walk("/t", {.packages = PackageContents::enter}), ElementsAre("/a", "/a/closed", "/a/z", "/b"));
+  EXPECT_THAT(walk("/u", {.packages = PackageContents::skip}), ElementsAre("/a", "/a/closed", "/a/z", "/b"));
+  EXPECT_THAT(report->items(), ElementsAre(UnreadableItem{"/t/a/closed", UnreadableCause::permission, EACCES},
+                                           UnreadableItem{"/u/a/closed", UnreadableCause::permission, EACCES}));
 }
 
 TEST_P(Enumerating, BelowTheVolumesRootPathsBeginWithOneSlash) {

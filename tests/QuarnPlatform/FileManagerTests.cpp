@@ -351,6 +351,27 @@ TEST(FileManager, AMissingFolderIsNotReportedAsUnreadable) {
   EXPECT_EQ(report->count(UnreadableCause::loop), 1U);
 }
 
+TEST(FileManager, ADenialIsReportedOnceWithTheItemThatRefused) {
+  MacVolume volume;
+  volume.folder("~/closed/inner").file("~/closed/inner/a").mode("~/closed", 0000);
+  volume.file("~/secret", 10).mode("~/secret", 0000);
+  const auto report = std::make_shared<ReadReport>();
+  const FileManager files = volume.files().reportingTo(report);
+  {
+    const UnprivilegedUser user;
+    EXPECT_FALSE(files.itemExists(volume.url("~/closed/inner/a")));
+    EXPECT_FALSE(files.isDirectory(volume.url("~/closed/inner")));
+    EXPECT_EQ(errorOf([&] { (void)files.openDirectory(volume.url("~/closed"), Links::follow); }), EACCES);
+    EXPECT_EQ(errorOf([&] { (void)files.requireFacts(volume.url("~/closed/x"), Links::follow); }), EACCES);
+    EXPECT_TRUE(files.itemExists(volume.url("~/secret")));
+    EXPECT_FALSE(files.readFileIfPossible(volume.url("~/secret"), 100));
+    EXPECT_FALSE(files.itemExists(volume.url("~/missing")));
+  }
+  const UnreadableItem closed{.path = "/Users/ann/closed", .cause = UnreadableCause::permission, .error = EACCES};
+  const UnreadableItem secret{.path = "/Users/ann/secret", .cause = UnreadableCause::permission, .error = EACCES};
+  EXPECT_THAT(report->items(), ElementsAre(closed, secret));
+}
+
 TEST(FileManager, AFolderWithoutPermissionIsReportedAndListsNothing) {
   MacVolume volume;
   volume.file("~/closed/a").mode("~/closed", 0000).file("~/dark/a").mode("~/dark", 0444);

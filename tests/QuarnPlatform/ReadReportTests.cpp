@@ -29,14 +29,28 @@ TEST(ReadReport, EachErrorHasItsCause) {
   EXPECT_EQ(unreadableCause(EMFILE), UnreadableCause::other);
 }
 
+TEST(ReadReport, AnItemCountsOnceForEachCause) {
+  ReadReport report;
+  for (int time = 0; time < 3; ++time) {
+    report.add("/a", EACCES);
+    report.add("/a", EPERM);
+    report.add("/a", ENOENT);
+  }
+  EXPECT_EQ(report.count(), 2U);
+  EXPECT_EQ(report.count(UnreadableCause::permission), 1U);
+  EXPECT_EQ(report.items().size(), 2U);
+}
+
 TEST(ReadReport, ItemsAreKeptInTheOrderInWhichTheyWereAdded) {
   ReadReport report;
   report.add("/b", EACCES);
   report.add("/a", ENOENT);
-  report.add("/b", EACCES);
+  report.add("/c", EACCES);
   const UnreadableItem closed{.path = "/b", .cause = UnreadableCause::permission, .error = EACCES};
   const UnreadableItem gone{.path = "/a", .cause = UnreadableCause::vanished, .error = ENOENT};
-  EXPECT_THAT(report.items(), ElementsAre(closed, gone, closed));
+  EXPECT_THAT(
+      report.items(),
+      ElementsAre(closed, gone, UnreadableItem{.path = "/c", .cause = UnreadableCause::permission, .error = EACCES}));
 }
 
 TEST(ReadReport, AMountPointIsNoError) {
@@ -73,9 +87,9 @@ TEST(ReadReport, BeyondTheKeptItemsAllIsStillCounted) {
 
 TEST(ReadReport, PathsOfGreatLengthAreKeptOnlyUpToABoundAndStillCounted) {
   ReadReport report;
-  const std::string path(1'000'000, 'a');
-  for (int i = 0; i < 100; ++i) report.add(path, EACCES);
-  EXPECT_EQ(report.items().size(), ReadReport::kKeptBytes / path.size());
+  const std::string path(999'997, 'a');
+  for (int i = 100; i < 200; ++i) report.add(path + std::to_string(i), EACCES);
+  EXPECT_EQ(report.items().size(), ReadReport::kKeptBytes / 1'000'000);
   EXPECT_EQ(report.count(), 100U);
 }
 
@@ -83,8 +97,8 @@ TEST(ReadReport, ManyThreadsMayAdd) {
   ReadReport report;
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < 1000; ++i) report.add("/a", EACCES);
+    threads.emplace_back([&report, t] {
+      for (int i = 0; i < 1000; ++i) report.add("/" + std::to_string(t) + "/" + std::to_string(i), EACCES);
     });
   }
   for (std::thread& thread : threads) thread.join();

@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <pty.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -43,6 +44,14 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
   return result;
 }
 
+// Of two variables with one name programs take the first.
+std::vector<std::string> environmentWith(const std::vector<std::string>& added) {
+  std::vector<std::string> variables = added;
+  for (const char* usual : {"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root"})
+    variables.emplace_back(usual);
+  return variables;
+}
+
 // Writes the input and reads both outputs as they come, so that no side waits for the other.
 void exchange(Pipe& in, Pipe& out, Pipe& err, std::string_view input, CommandRun& run) {
   std::array<char, 65536> buffer{};
@@ -68,12 +77,11 @@ void exchange(Pipe& in, Pipe& out, Pipe& err, std::string_view input, CommandRun
 
 }  // namespace
 
-CommandRun runQuarn(const std::vector<std::string>& words, std::string_view input,
-                    const std::vector<std::string>& environment) {
-  std::vector<std::string> arguments{QUARN_PROGRAM};
+CommandRun runProgram(const std::string& program, const std::vector<std::string>& words, std::string_view input,
+                      const std::vector<std::string>& environment) {
+  std::vector<std::string> arguments{program};
   arguments.insert(arguments.end(), words.begin(), words.end());
-  std::vector<std::string> variables{"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root"};
-  variables.insert(variables.end(), environment.begin(), environment.end());
+  std::vector<std::string> variables = environmentWith(environment);
   Pipe in;
   Pipe out;
   Pipe err;
@@ -84,9 +92,9 @@ CommandRun runQuarn(const std::vector<std::string>& words, std::string_view inpu
   posix_spawn_file_actions_adddup2(&actions, err.ends[1], STDERR_FILENO);
   pid_t child = 0;
   const int failed =
-      ::posix_spawn(&child, QUARN_PROGRAM, &actions, nullptr, pointers(arguments).data(), pointers(variables).data());
+      ::posix_spawn(&child, program.c_str(), &actions, nullptr, pointers(arguments).data(), pointers(variables).data());
   posix_spawn_file_actions_destroy(&actions);
-  if (failed != 0) throw std::runtime_error("the built command cannot be started");
+  if (failed != 0) throw std::runtime_error(program + " cannot be started");
   in.closeEnd(0);
   out.closeEnd(1);
   err.closeEnd(1);
@@ -96,6 +104,40 @@ CommandRun runQuarn(const std::vector<std::string>& words, std::string_view inpu
   ::waitpid(child, &status, 0);
   run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   return run;
+}
+
+CommandRun runOnTerminal(const std::string& program, const std::vector<std::string>& words, unsigned short columns,
+                         const std::vector<std::string>& environment) {
+  std::vector<std::string> arguments{program};
+  arguments.insert(arguments.end(), words.begin(), words.end());
+  std::vector<std::string> variables = environmentWith(environment);
+  const std::vector<char*> argumentPointers = pointers(arguments);
+  const std::vector<char*> variablePointers = pointers(variables);
+  const winsize size{.ws_row = 50, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+  int terminal = -1;
+  const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
+  if (child == 0) {
+    ::execve(program.c_str(), argumentPointers.data(), variablePointers.data());
+    ::_exit(127);
+  }
+  if (child < 0) throw std::runtime_error("no terminal for " + program);
+  CommandRun run;
+  std::array<char, 65536> buffer{};
+  // A terminal whose last program has ended answers with an error.
+  for (ssize_t got = 1; got > 0;) {
+    got = ::read(terminal, buffer.data(), buffer.size());
+    if (got > 0) run.out.append(buffer.data(), static_cast<std::size_t>(got));
+  }
+  ::close(terminal);
+  int status = 0;
+  ::waitpid(child, &status, 0);
+  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return run;
+}
+
+CommandRun runQuarn(const std::vector<std::string>& words, std::string_view input,
+                    const std::vector<std::string>& environment) {
+  return runProgram(QUARN_PROGRAM, words, input, environment);
 }
 
 const std::string& sampleFolder() {

@@ -18,8 +18,16 @@ struct CommandRun {
 CommandRun runQuarn(const std::vector<std::string>& words, std::string_view input = "",
                     const std::vector<std::string>& environment = {});
 
-/// The same on the sample volume, which is written once for the process, with ann's home.
+/// Runs any program of this machine in the same way.
+CommandRun runProgram(const std::string& program, const std::vector<std::string>& words, std::string_view input = "",
+                      const std::vector<std::string>& environment = {});
+
+/// The same as `runQuarn` on the sample volume, which is written once for the process, with ann's home.
 CommandRun runOnSample(std::vector<std::string> words, std::string_view input = "");
+
+/// Runs a program with both outputs on a terminal of that many columns; `out` holds what appears on it.
+CommandRun runOnTerminal(const std::string& program, const std::vector<std::string>& words, unsigned short columns,
+                         const std::vector<std::string>& environment = {});
 
 /// The sample volume's folder on the host.
 const std::string& sampleFolder();

@@ -66,10 +66,85 @@ TEST(Command, ANumberThatIsNoneNamesTheOption) {
   EXPECT_THAT(run.err, HasSubstr("--limit: \"many\" is no whole number"));
 }
 
+TEST(Command, ANumberBelowZeroNamesTheOption) {
+  const CommandRun run = runOnSample({"top", "--limit", "-1"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("--limit: -1 is below 0"));
+}
+
+TEST(Command, AMissingArgumentNamesTheOptionAndItsPurpose) {
+  EXPECT_THAT(runOnSample({"top", "--limit"}).err, HasSubstr("quarn: --limit takes N: How many (20)\n"));
+  EXPECT_THAT(runOnSample({"report", "-o"}).err, HasSubstr("quarn: --output takes FILE: Page to write"));
+  EXPECT_THAT(runQuarn({"apps", "--volume"}).err, HasSubstr("quarn: --volume takes DIR: Mac volume"));
+}
+
+TEST(Command, ASwitchTakesNoValue) {
+  const CommandRun run = runOnSample({"apps", "--json=no"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("--json takes no value"));
+}
+
+TEST(Command, AnArgumentMayStandBehindAnEqualsSign) {
+  EXPECT_THAT(runOnSample({"plan", "Lumen Notes", "--mode=cacheOnly"}).out, HasSubstr("Plan: cacheOnly."));
+  EXPECT_THAT(runOnSample({"top", "--limt=3"}).err, HasSubstr("did you mean --limit?"));
+}
+
+TEST(Command, BehindTwoHyphensStandNames) {
+  EXPECT_THAT(runOnSample({"inspect", "--", "--json"}).err, HasSubstr("no app \"--json\""));
+  EXPECT_EQ(runOnSample({"inspect", "--no-sizes", "--", "Lumen Notes"}).exitCode, 0);
+  EXPECT_EQ(runOnSample({"inspect", "-weird"}).exitCode, 2);
+}
+
+TEST(Command, AWordOfAClosedSetNamesTheNearest) {
+  const std::vector<std::pair<std::vector<std::string>, std::string>> rows{
+      {{"storage", "gams"}, "CATEGORY: \"gams\" is none of apps|"},
+      {{"storage", "gams"}, "did you mean games?"},
+      {{"completions", "bsah"}, "did you mean bash?"},
+      {{"vendors", "chek", "/tmp"}, "did you mean check?"},
+      {{"help", "inspct"}, "did you mean inspect?"},
+      {{"apps", "--color", "nevr"}, "did you mean never?"},
+      {{"top", "--category", "photo"}, "did you mean photos?"}};
+  for (const auto& [words, problem] : rows) {
+    const CommandRun run = runOnSample(words);
+    EXPECT_EQ(run.exitCode, 2) << problem;
+    EXPECT_THAT(run.err, HasSubstr(problem));
+    EXPECT_EQ(run.out, "");
+  }
+}
+
+TEST(Command, AUsageErrorPointsToTheHelpOfTheCommand) {
+  EXPECT_THAT(runQuarn({"top", "--limit", "x"}).err, HasSubstr("\nTry: quarn top --help\n"));
+  EXPECT_THAT(runQuarn({"tpo"}).err, HasSubstr("\nTry: quarn --help\n"));
+}
+
 TEST(Command, AMissingAppIsAUsageError) {
   const CommandRun run = runQuarn({"inspect"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("inspect takes APP"));
+}
+
+TEST(Command, InspectTakesAnAppOrAll) {
+  const CommandRun run = runQuarn({"inspect", "Lumen Notes", "--all"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("--all inspects every app: leave out either it or the app's name"));
+}
+
+TEST(Command, AllAppsAreInspectedLikeEachByItself) {
+  const nlohmann::json apps = document(runOnSample({"apps", "--json"}))["apps"];
+  nlohmann::json inspections = document(runOnSample({"inspect", "--all", "--no-sizes", "--json"}))["inspections"];
+  ASSERT_EQ(inspections.size(), apps.size());
+  for (std::size_t i = 0; i < apps.size(); ++i) EXPECT_EQ(inspections[i]["app"], apps[i]);
+  for (const char* name : {"Lumen Notes", "Slack"}) {
+    const auto inspection = std::find_if(inspections.begin(), inspections.end(),
+                                         [&](const nlohmann::json& one) { return one["app"]["name"] == name; });
+    ASSERT_NE(inspection, inspections.end()) << name;
+    const nlohmann::json alone = document(runOnSample({"inspect", name, "--no-sizes", "--json"}));
+    for (const char* member : {"uninstallers", "artifacts", "selectedByMode"}) {
+      EXPECT_EQ((*inspection)[member], alone[member]) << name << ' ' << member;
+    }
+  }
+  const std::string lines = runOnSample({"inspect", "--all", "--no-sizes", "--ndjson"}).out;
+  EXPECT_EQ(static_cast<std::size_t>(std::count(lines.begin(), lines.end(), '\n')), apps.size());
 }
 
 TEST(Command, OneWordTooManyIsAUsageError) {
@@ -81,6 +156,13 @@ TEST(Command, GlobalOptionsMayStandBeforeAndBehindTheCommand) {
   const CommandRun behind = runQuarn({"apps", "--volume", sampleFolder(), "--home", "/Users/ann", "--json"});
   EXPECT_EQ(before.exitCode, 0);
   EXPECT_EQ(before.out, behind.out);
+}
+
+TEST(Command, AnOptionTakesOneWordAndLeavesTheNextToTheCommand) {
+  EXPECT_THAT(runOnSample({"plan", "--mode", "cacheOnly", "Lumen Notes"}).out, HasSubstr("Plan: cacheOnly."));
+  EXPECT_THAT(runOnSample({"--locale", "en", "top", "--limit", "1", "~/Movies"}).out, HasSubstr("~/Movies/"));
+  EXPECT_THAT(runOnSample({"report", "-o", "-", "Lumen Notes"}).out,
+              HasSubstr("<title>What belongs to Lumen Notes</title>"));
 }
 
 TEST(Command, ACommandsNameMayBeAnAppsName) {
@@ -164,6 +246,30 @@ TEST(Command, AnErrorIsJSONToo) {
   EXPECT_EQ(document(run)["error"]["exitCode"], 1);
 }
 
+TEST(Command, AUsageErrorIsADocumentWithItsOneSentence) {
+  const CommandRun run = runOnSample({"plan", "Lumen Notes", "--mode", "x", "--json"});
+  EXPECT_EQ(document(run)["error"]["message"],
+            "--mode: \"x\" is none of cacheOnly|associatedDataOnly|removeApp|aggressive");
+  EXPECT_EQ(document(run)["error"]["exitCode"], 2);
+  EXPECT_EQ(document(runOnSample({"inspect", "Nobody", "--json"}))["error"]["exitCode"], 3);
+}
+
+TEST(Command, AFullDiskBehindStandardOutputIsSaid) {
+  const CommandRun run = runProgram(
+      "/bin/sh", {"-c", "\"$0\" --volume \"$1\" --home /Users/ann apps > /dev/full", QUARN_PROGRAM, sampleFolder()});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_EQ(run.err, "quarn: write standard output: No space left on device\n");
+}
+
+TEST(Command, AReaderThatGoesAwayEndsItQuietly) {
+  const CommandRun run =
+      runProgram("/bin/bash",
+                 {"-c", "for i in 1 2 3; do \"$0\" --volume \"$1\" --home /Users/ann receipts --json; done | head -c 1",
+                  QUARN_PROGRAM, sampleFolder()});
+  EXPECT_EQ(run.out, "{");
+  EXPECT_EQ(run.err, "");
+}
+
 TEST(Command, NamesNeverReachTheTerminalRaw) {
   const CommandRun run = runOnSample({"apps"});
   EXPECT_THAT(run.out, Not(HasSubstr("\x1B")));
@@ -236,35 +342,6 @@ TEST(Command, VendorsCheckTellsWhatIsWrongFileByFile) {
   EXPECT_THAT(run.out, AllOf(HasSubstr("match.nameContains: missing"), HasSubstr("good.json  good")));
 }
 
-TEST(Command, CompletionsKnowEveryCommandAndOption) {
-  for (const char* shell : {"bash", "zsh", "fish"}) {
-    const CommandRun run = runQuarn({"completions", shell});
-    EXPECT_EQ(run.exitCode, 0) << shell;
-    for (const CommandRow& command : commandTable()) {
-      EXPECT_THAT(run.out, HasSubstr(std::string(command.name))) << shell;
-      for (const OptionRow& option : command.options) {
-        EXPECT_THAT(run.out, HasSubstr(std::string(option.name.substr(2)))) << shell;
-      }
-    }
-  }
-  EXPECT_EQ(runQuarn({"completions", "tcsh"}).exitCode, 2);
-}
-
-TEST(Command, TheBashCompletionIsValidBash) {
-  const CommandRun script = runQuarn({"completions", "bash"});
-  MacVolume volume;
-  volume.text("/completion", script.out);
-  EXPECT_EQ(std::system(("bash -n " + volume.root() + "/completion").c_str()), 0);  // NOLINT(cert-env33-c)
-}
-
-TEST(Command, TheManualPageHoldsEveryCommand) {
-  const CommandRun run = runQuarn({"manual"});
-  EXPECT_THAT(run.out, StartsWith(".TH QUARN 1"));
-  for (const CommandRow& command : commandTable()) {
-    EXPECT_THAT(run.out, HasSubstr("\n.SS " + std::string(command.name) + "\n"));
-  }
-}
-
 TEST(Command, TheTextsFollowTheLocale) {
   const CommandRun german = runOnSample({"inspect", "Lumen Notes", "--no-sizes", "--locale", "de_DE"});
   EXPECT_THAT(german.out, Not(HasSubstr("Logs: helpful for debugging")));
@@ -275,6 +352,14 @@ TEST(Command, ALogOnTheInspectedVolumeIsRefused) {
   const CommandRun run = runOnSample({"apps", "--log", sampleFolder() + "/log"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("lies on the inspected volume"));
+}
+
+TEST(Command, ASampleIsNeverWrittenOnTheInspectedVolume) {
+  MacVolume volume;
+  const CommandRun run = runQuarn({"--volume", volume.root(), "sample", volume.root() + "/new"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("/new lies on the inspected volume"));
+  EXPECT_FALSE(volume.files().itemExists(volume.url("/new")));
 }
 
 TEST(Command, SampleRefusesAFolderThatIsNotEmpty) {

@@ -70,6 +70,18 @@ TEST(Table, TheFlexibleColumnIsCutToTheTerminalAndNeverInAPipe) {
   EXPECT_EQ(table.text(Terminal{.width = 40}).find("…"), std::string::npos);
 }
 
+TEST(Table, OfSeveralFlexibleColumnsTheWidestIsCutFirst) {
+  Table table({{.title = "A", .isFlexible = true}, {.title = "B"}, {.title = "C", .isFlexible = true}});
+  table.addRow({std::string(14, 'a'), std::string(10, 'b'), std::string(60, 'c')});
+  const std::string fits = table.text(Terminal{.isInteractive = true, .width = 60});
+  EXPECT_THAT(fits, testing::HasSubstr(std::string(14, 'a') + "  " + std::string(10, 'b')));
+  const std::string narrow = table.text(Terminal{.isInteractive = true, .width = 40});
+  const std::string line = narrow.substr(narrow.find('\n') + 1);
+  EXPECT_EQ(displayWidth(line.substr(0, line.find('\n'))), 40U);
+  const std::string narrowest = table.text(Terminal{.isInteractive = true, .width = 1});
+  EXPECT_THAT(narrowest, testing::HasSubstr("  " + std::string(10, 'b') + "  "));
+}
+
 TEST(Table, CellsAreEscaped) {
   Table table({{.title = "A"}});
   table.addRow({std::string("\x1B[2J")});

@@ -84,12 +84,26 @@ std::string errorsTable(const ordered_json& interface) {
   return table;
 }
 
+std::string notificationsTable(const ordered_json& interface) {
+  std::string table = "| notification | sender | params | meaning |\n| --- | --- | --- | --- |\n";
+  for (const ordered_json& notification : interface["notifications"]) {
+    std::string params;
+    for (const ordered_json& param : notification["params"]) {
+      join(params, code(param["name"]) + " " + param["type"].get<std::string>());
+    }
+    table += "| " + code(notification["name"]) + " | " + notification["sender"].get<std::string>() + " | " + params +
+             " | " + notification["meaning"].get<std::string>() + " |\n";
+  }
+  return table;
+}
+
 struct Table {
   std::string_view name;
   std::string (*make)(const ordered_json& interface);
 };
-constexpr std::array kTables{Table{"methods", &methodsTable}, Table{"records", &recordsTable},
-                             Table{"enumerations", &enumerationsTable}, Table{"errors", &errorsTable}};
+constexpr std::array kTables{Table{"methods", &methodsTable}, Table{"notifications", &notificationsTable},
+                             Table{"records", &recordsTable}, Table{"enumerations", &enumerationsTable},
+                             Table{"errors", &errorsTable}};
 
 /// The page with each table put between its two marks.
 std::string withTables(std::string page) {

@@ -211,6 +211,22 @@ TEST_F(Transport, ALineOf64MiBIsReadAndOneMoreByteIsTooMuch) {
   expectNextRequestWorks();
 }
 
+TEST_F(Transport, ALineOfFourMillionValuesIsReadAndOneMoreIsTooMany) {
+  // The request's own: the object, three of its members, the params' object and array.
+  const auto withValues = [](std::size_t count) {
+    std::string line = R"({"jsonrpc":"2.0","id":1,"method":"count","params":{"a":[0)";
+    line.reserve(line.size() + count * 2);
+    for (std::size_t i = 7; i < count; ++i) line += ",0";
+    return line + "]}}";
+  };
+  EXPECT_THAT(ask(withValues(4'000'000)), HasSubstr("\"result\":1"));
+  EXPECT_THAT(ask(withValues(4'000'001)), StartsWith(kNoRequest));
+  std::string empties = "[{}";
+  for (int i = 0; i < 22'000'000; ++i) empties += ",{}";
+  EXPECT_THAT(ask(empties + "]"), StartsWith(kNoRequest));
+  expectNextRequestWorks();
+}
+
 TEST_F(Transport, ALineThatNeverEndsIsRefusedWhileItComes) {
   const std::string megabyte(1 << 20, 'x');
   for (int count = 0; count < 65; ++count) session_.sendBytes(megabyte);

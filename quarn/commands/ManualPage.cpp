@@ -1,0 +1,112 @@
+#include <algorithm>
+#include <array>
+
+#include <fmt/format.h>
+
+#include "quarn/Version.h"
+#include "quarn/commands/Help.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::size_t kLineWidth = 78;
+// Of the last change to what the page says.
+constexpr std::string_view kDate = "2026-11-21";
+
+std::string escapedForRoff(std::string_view text) {
+  std::string result;
+  for (const char character : text) {
+    switch (character) {
+      case '\\': result += "\\e"; break;
+      case '-': result += "\\-"; break;
+      case '\'': result += "\\(aq"; break;
+      default: result += character;
+    }
+  }
+  return result.starts_with('.') ? "\\&" + result : result;
+}
+
+// A text on lines of their own, a new one for each sentence, as the formatter expects it.
+std::string roffText(std::string_view text) {
+  std::string result;
+  std::string line;
+  const auto flush = [&] {
+    if (!line.empty()) result += line + "\n";
+    line.clear();
+  };
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find(' '), text.size());
+    const std::string word = escapedForRoff(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+    if (line.size() + word.size() >= kLineWidth) flush();
+    line += (line.empty() ? "" : " ") + word;
+    if (word.ends_with('.')) flush();
+  }
+  flush();
+  return result;
+}
+
+std::string sentence(std::string_view text) { return roffText(std::string(text) + "."); }
+
+std::string roffOptions(std::span<const OptionRow> options) {
+  std::string text;
+  for (const OptionRow& option : options) {
+    const std::string shortName = option.shortName.empty() ? "" : escapedForRoff(option.shortName) + ", ";
+    text +=
+        fmt::format(".TP\n\\fB{}{}\\fR{}\n{}", shortName, escapedForRoff(option.name),
+                    option.argument.empty() ? "" : fmt::format(" \\fI{}\\fR", option.argument), sentence(option.help));
+  }
+  return text;
+}
+
+std::string roffCommand(const CommandRow& command) {
+  std::string text = fmt::format(".SS {}\n{}", command.name, sentence(command.summary));
+  text += roffText(command.description);
+  for (const PositionalRow& positional : command.positionals) {
+    text += fmt::format(".TP\n.I {}\n{}", positional.name, sentence(positional.help));
+  }
+  text += roffOptions(command.options);
+  for (const ExampleRow& example : command.examples) {
+    text += fmt::format(".PP\n{}:\n.PP\n.in +4n\n.EX\n{}\n.EE\n.in\n", escapedForRoff(example.meaning),
+                        escapedForRoff(example.line));
+  }
+  return text;
+}
+
+std::string exitStatus() {
+  std::string text = ".SH EXIT STATUS\n";
+  for (const ExitCodeRow& row : exitCodeTable()) {
+    text += fmt::format(".TP\n.B {}\n{}", static_cast<int>(row.code), sentence(row.meaning));
+  }
+  return text;
+}
+
+std::string environment() {
+  std::string text = ".SH ENVIRONMENT\n";
+  // clang-format off
+  constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kVariables{{
+      {"NO_COLOR", "Set to anything: no colours, unless \\-\\-color asks for them"},
+      {"TERM", "\"dumb\": no colours"},
+      {"COLUMNS", "Width of the output when it is no terminal"},
+      {"LC_ALL, LC_MESSAGES, LANG", "Locale, unless \\-\\-locale names one"},
+  }};
+  // clang-format on
+  for (const auto& [name, meaning] : kVariables) text += fmt::format(".TP\n.B {}\n{}.\n", name, meaning);
+  return text;
+}
+
+}  // namespace
+
+std::string manualPage() {
+  std::string text = fmt::format(
+      ".TH QUARN 1 {} \"quarn {}\"\n.SH NAME\nquarn \\- what an application left on a Mac\\(aqs disk\n.SH SYNOPSIS\n"
+      ".B quarn\n.I command\n.RI [ options ]\n.SH DESCRIPTION\n{}.SH COMMANDS\n",
+      kDate, kVersion,
+      roffText("Finds what an application left on a Mac's disk, previews its removal, and tells where the disk's space "
+               "goes. Works on the running system or on a volume that is mounted elsewhere. Deletes nothing."));
+  for (const CommandRow& command : commandTable()) text += roffCommand(command);
+  text += ".SH OPTIONS OF EVERY COMMAND\n" + roffOptions(globalOptions());
+  return text + exitStatus() + environment();
+}
+
+}  // namespace quarn

@@ -1,0 +1,171 @@
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "QuarnPlatform/FileError.h"
+#include "quarn/commands/HostFile.h"
+#include "tests/support/MacVolume.h"
+#include "tests/support/UnprivilegedUser.h"
+
+namespace quarn {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class HostFile : public testing::Test {
+ protected:
+  [[nodiscard]] std::string at(const std::string& name) const { return folder_.root() + "/out/" + name; }
+  static std::string read(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+  [[nodiscard]] std::vector<std::string> names() const {
+    std::vector<std::string> result;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.root() + "/out")) {
+      result.push_back(entry.path().filename().string());
+    }
+    std::sort(result.begin(), result.end());
+    return result;
+  }
+  static int errorOf(const std::function<void()>& action, const std::string& path) {
+    try {
+      action();
+    } catch (const FileError& error) {
+      EXPECT_EQ(error.path(), path);
+      EXPECT_EQ(error.operation(), "write");
+      return error.error();
+    }
+    return 0;
+  }
+  static int errorOfWriting(const std::string& file, std::string_view content = "new") {
+    return errorOf([&] { writeHostFile(file, content); }, file);
+  }
+  static int errorOfChecking(const std::string& file) {
+    return errorOf([&] { checkHostFile(file); }, file);
+  }
+  static mode_t modeOf(const std::string& file) {
+    struct stat facts {};
+    ::stat(file.c_str(), &facts);
+    return facts.st_mode & 07777;
+  }
+
+  MacVolume folder_ = MacVolume();
+  MacVolume& made_ = folder_.folder("/out");
+};
+
+TEST_F(HostFile, WritesTheWholeContentAndNothingBesideIt) {
+  writeHostFile(at("page.html"), "content");
+  EXPECT_EQ(read(at("page.html")), "content");
+  EXPECT_THAT(names(), ElementsAre("page.html"));
+}
+
+TEST_F(HostFile, AFileThatWasThereIsReplacedAndKeepsItsPermissions) {
+  folder_.text("/out/page.html", "a longer old content").mode("/out/page.html", 0600);
+  writeHostFile(at("page.html"), "new");
+  EXPECT_EQ(read(at("page.html")), "new");
+  EXPECT_EQ(modeOf(at("page.html")), 0600U);
+}
+
+TEST_F(HostFile, ANewFileHasThePermissionsThatTheProcessGives) {
+  const mode_t before = ::umask(027);
+  writeHostFile(at("page.html"), "new");
+  EXPECT_EQ(::umask(before), 027U);
+  EXPECT_EQ(modeOf(at("page.html")), 0640U);
+}
+
+TEST_F(HostFile, ALinksTargetIsWrittenAndTheLinkStays) {
+  folder_.text("/out/real.html", "old").link("/out/page.html", "real.html");
+  writeHostFile(at("page.html"), "new");
+  EXPECT_EQ(read(at("real.html")), "new");
+  EXPECT_TRUE(std::filesystem::is_symlink(at("page.html")));
+  EXPECT_THAT(names(), ElementsAre("page.html", "real.html"));
+}
+
+TEST_F(HostFile, AFolderIsRefusedBeforehandAndStays) {
+  folder_.folder("/out/page.html");
+  for (const std::string& file : {at("page.html"), at("page.html/"), at("other/")}) {
+    EXPECT_EQ(errorOfChecking(file), EISDIR) << file;
+    EXPECT_EQ(errorOfWriting(file), EISDIR) << file;
+  }
+  EXPECT_THAT(names(), ElementsAre("page.html"));
+}
+
+TEST_F(HostFile, AMissingFolderIsRefusedBeforehandAndNotMade) {
+  EXPECT_EQ(errorOfChecking(at("no/page.html")), ENOENT);
+  EXPECT_EQ(errorOfWriting(at("no/page.html")), ENOENT);
+  EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(HostFile, AFolderThatIsAFileIsRefused) {
+  folder_.text("/out/file", "x");
+  EXPECT_EQ(errorOfChecking(at("file/page.html")), ENOTDIR);
+  EXPECT_EQ(read(at("file")), "x");
+}
+
+TEST_F(HostFile, AFolderThatTakesNoFilesIsRefusedBeforehand) {
+  folder_.mode("/out", 0555);
+  const UnprivilegedUser user;
+  EXPECT_EQ(errorOfChecking(at("page.html")), EACCES);
+  EXPECT_EQ(errorOfWriting(at("page.html")), EACCES);
+}
+
+TEST_F(HostFile, CheckingWritesNothing) {
+  folder_.text("/out/old.html", "old");
+  checkHostFile(at("page.html"));
+  checkHostFile(at("old.html"));
+  EXPECT_THAT(names(), ElementsAre("old.html"));
+  EXPECT_EQ(read(at("old.html")), "old");
+}
+
+TEST_F(HostFile, ADeviceIsWrittenToAndStaysADevice) {
+  writeHostFile("/dev/null", "new");
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+  EXPECT_EQ(errorOfWriting("/dev/full"), ENOSPC);
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
+}
+
+/// A limit below which the process cannot let a file grow, as a full disk is one.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before_); }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+TEST_F(HostFile, AContentThatDoesNotFitLeavesTheOldFileAndNothingElse) {
+  folder_.text("/out/page.html", "old");
+  {
+    const FileSizeLimit limit(1000);
+    EXPECT_EQ(errorOfWriting(at("page.html"), std::string(5000, 'x')), EFBIG);
+    EXPECT_EQ(errorOfWriting(at("other.html"), std::string(5000, 'x')), EFBIG);
+  }
+  EXPECT_EQ(read(at("page.html")), "old");
+  EXPECT_THAT(names(), ElementsAre("page.html"));
+}
+
+TEST_F(HostFile, KnowsWhatLiesInAFolderLinksResolved) {
+  folder_.folder("/mac/Users").link("/out/way", "../mac/Users");
+  const std::string volume = folder_.root() + "/mac";
+  EXPECT_TRUE(liesInHostFolder(volume + "/page.html", volume));
+  EXPECT_TRUE(liesInHostFolder(at("way/page.html"), volume));
+  EXPECT_TRUE(liesInHostFolder(volume + "/Users/../page.html", volume + "/"));
+  EXPECT_FALSE(liesInHostFolder(volume + "/../out/page.html", volume));
+  EXPECT_FALSE(liesInHostFolder(volume + "2/page.html", volume));
+}
+
+}  // namespace
+}  // namespace quarn

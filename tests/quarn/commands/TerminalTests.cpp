@@ -1,0 +1,111 @@
+#include <array>
+#include <csignal>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "quarn/commands/Arguments.h"
+#include "quarn/commands/CommandContext.h"
+#include "quarn/output/TerminalText.h"
+#include "tests/quarn/commands/CommandRun.h"
+
+// The command as people see it, on a terminal.
+
+namespace quarn {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+CommandRun onTerminal(std::vector<std::string> words, unsigned short columns = 100,
+                      const std::vector<std::string>& environment = {}) {
+  words.insert(words.begin(), {"--volume", sampleFolder(), "--home", "/Users/ann"});
+  return runOnTerminal(QUARN_PROGRAM, words, columns, environment);
+}
+
+// Lines without colours and carriage returns.
+std::vector<std::string> plainLines(const std::string& text) {
+  std::vector<std::string> lines{""};
+  bool isCode = false;
+  for (const char character : text) {
+    if (character == '\x1B') isCode = true;
+    if (character == '\n') lines.emplace_back();
+    if (!isCode && character != '\r' && character != '\n') lines.back() += character;
+    if (isCode && std::isalpha(static_cast<unsigned char>(character)) != 0) isCode = false;
+  }
+  return lines;
+}
+
+TEST(OnATerminal, ColoursAreUsedUnlessTheUserDoesNotWantThem) {
+  EXPECT_THAT(onTerminal({"inspect", "Lumen Notes", "--no-sizes"}).out, HasSubstr("\x1B[31m"));
+  EXPECT_THAT(onTerminal({"inspect", "Lumen Notes", "--no-sizes"}, 100, {"NO_COLOR=1"}).out,
+              Not(HasSubstr("\x1B[31m")));
+  EXPECT_THAT(onTerminal({"inspect", "Lumen Notes", "--no-sizes"}, 100, {"NO_COLOR="}).out, HasSubstr("\x1B[31m"));
+  EXPECT_THAT(onTerminal({"inspect", "Lumen Notes", "--no-sizes"}, 100, {"TERM=dumb"}).out, Not(HasSubstr("\x1B[31m")));
+  EXPECT_THAT(onTerminal({"inspect", "Lumen Notes", "--no-sizes", "--color", "never"}).out, Not(HasSubstr("\x1B[31m")));
+  EXPECT_THAT(onTerminal({"inspect", "Lumen Notes", "--no-sizes", "--color", "always"}, 100, {"NO_COLOR=1"}).out,
+              HasSubstr("\x1B[31m"));
+}
+
+TEST(OnATerminal, TablesFitItsWidth) {
+  const std::vector<std::vector<std::string>> commands{
+      {"apps"}, {"top"}, {"jobs"}, {"kexts"}, {"storage", "development"}, {"vendors"}};
+  for (std::vector<std::string> words : commands) {
+    words.emplace_back("--quiet");
+    for (const auto columns : std::array<unsigned short, 2>{80, 120}) {
+      for (const std::string& line : plainLines(onTerminal(words, columns).out)) {
+        EXPECT_LE(displayWidth(line), columns) << words.front() << ": " << line;
+      }
+    }
+  }
+}
+
+TEST(OnATerminal, ProgressIsShownAndTakenAway) {
+  const CommandRun run = onTerminal({"inspect", "Lumen Notes"});
+  EXPECT_THAT(run.out, HasSubstr("inspecting Lumen Notes: artifacts ("));
+  const std::size_t last = run.out.rfind("inspecting Lumen Notes");
+  EXPECT_NE(run.out.find("\r\x1B[K", last), std::string::npos);
+  EXPECT_GT(run.out.find("Lumen Notes 3.2.1"), last);
+}
+
+TEST(OnATerminal, ADumbOneIsSentNoCodes) {
+  EXPECT_THAT(onTerminal({"inspect", "Lumen Notes"}, 100, {"TERM=dumb"}).out, Not(HasSubstr("\x1B")));
+}
+
+TEST(OnATerminal, QuietShowsNoProgress) {
+  EXPECT_THAT(onTerminal({"inspect", "Lumen Notes", "--quiet"}).out, Not(HasSubstr("inspecting")));
+}
+
+TEST(OnATerminal, ADocumentHasNoColoursAndIsNeverCut) {
+  const CommandRun run = onTerminal({"apps", "--json", "--quiet"}, 40);
+  EXPECT_THAT(run.out, Not(HasSubstr("\x1B")));
+  EXPECT_THAT(run.out, HasSubstr("Adobe%20Photoshop%202026/Adobe%20Photoshop%202026.app"));
+}
+
+TEST(Interrupt, TheFirstOneAsksTheWorkToEndAndTheCommandEndsWith130) {
+  EXPECT_EXIT(
+      {
+        CommandContext context(parseArguments({"top"}));
+        const Cancellation cancellation = context.cancellation();
+        ::kill(::getpid(), SIGINT);
+        while (!cancellation.isCancelled()) std::this_thread::yield();
+        std::_Exit(static_cast<int>(context.finish()));
+      },
+      testing::ExitedWithCode(130), "");
+}
+
+TEST(Interrupt, TheSecondOneEndsTheProcess) {
+  EXPECT_EXIT(
+      {
+        CommandContext context(parseArguments({"top"}));
+        const Cancellation cancellation = context.cancellation();
+        ::kill(::getpid(), SIGINT);
+        while (!cancellation.isCancelled()) std::this_thread::yield();
+        ::kill(::getpid(), SIGINT);
+        while (true) std::this_thread::yield();
+      },
+      testing::ExitedWithCode(130), "");
+}
+
+}  // namespace
+}  // namespace quarn

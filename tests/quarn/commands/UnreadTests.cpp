@@ -1,0 +1,168 @@
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include "quarn/sample/SampleVolume.h"
+#include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/MacVolume.h"
+#include "tests/support/UnprivilegedUser.h"
+
+namespace quarn {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+/// A folder or file that does not let itself be read, and the commands that come by there.
+struct Case {
+  std::string closed;
+  std::vector<std::string> words;
+};
+
+const std::vector<Case>& cases() {
+  static const std::vector<Case> all{
+      {"/Applications", {"apps"}},
+      {"/Applications/Fathom", {"apps"}},
+      {"/Applications/Lumen Notes.app/Contents", {"apps"}},
+      {"/Applications/Lumen Notes.app/Contents/Info.plist", {"apps"}},
+      {"/Applications/Kestrel.app", {"apps", "--sizes"}},
+      {"/Applications/Kestrel.app/Contents/MacOS", {"apps", "--sizes"}},
+      {"/Users/ann/Library/Caches", {"inspect", "Lumen Notes"}},
+      {"/Users/ann/Library/Caches/com.lumenworks.notes", {"inspect", "Lumen Notes"}},
+      {"/Users/ann/Library/Containers/com.lumenworks.notes", {"inspect", "Lumen Notes"}},
+      {"/Users/ann/Library/Saved Application State", {"inspect", "Lumen Notes"}},
+      {"/Users/ann/Documents", {"inspect", "Lumen Notes"}},
+      {"/Library/LaunchDaemons", {"inspect", "Lumen Notes"}},
+      {"/Users/ann/Library/Caches/com.lumenworks.notes", {"plan", "Lumen Notes"}},
+      {"/Users/ann/Library/Developer", {"storage"}},
+      {"/Users/ann/Library/Developer/Xcode", {"storage"}},
+      {"/Users/ann/Library/Developer", {"storage", "development"}},
+      {"/Users/ann/Library/Developer/Xcode", {"storage", "development"}},
+      {"/Users/ann/Library/Caches", {"storage", "development"}},
+      {"/Users/ann/Documents", {"top"}},
+      {"/Users/ann/Documents", {"top", "~/Documents"}},
+      {"/Users/ann/Documents", {"top", "~", "--children"}},
+      {"/Users/ann/Documents/Thesis", {"top", "--category", "documents"}},
+      {"/Users/ann/Movies/Trips.imovielibrary", {"top", "~/Movies", "--files"}},
+      {"/Users/ann/Library/CloudStorage", {"cloud"}},
+      {"/Users/ann/Library/CloudStorage/Dropbox", {"cloud"}},
+      {"/Users/ann/Documents", {"report", "-o", "/dev/null"}},
+      {"/Users/ann/Library/Caches/com.lumenworks.notes", {"report", "Lumen Notes", "-o", "/dev/null"}},
+      {"/Users/ann/Library/LaunchAgents", {"jobs"}},
+      {"/Users/ann/Library/LaunchAgents/com.lumenworks.notes.agent.plist", {"jobs"}},
+      {"/private/var/db/receipts", {"receipts"}},
+      {"/Library/Extensions", {"kexts"}},
+      {"/Applications/Fathom", {"vendors", "--match", "Slack"}},
+  };
+  return all;
+}
+
+class Unread : public testing::Test {
+ protected:
+  Unread() { writeSampleVolume(sample_); }
+
+  CommandRun run(std::vector<std::string> words) const {
+    words.insert(words.begin(), {"--volume", sample_, "--home", "/Users/ann"});
+    return runQuarn(words);
+  }
+
+  CommandRun runClosed(const std::string& closed, std::vector<std::string> words) {
+    const std::string path = "/sample" + closed;
+    const bool isFolder = std::filesystem::is_directory(sample_ + closed);
+    volume_.mode(path, 0000);
+    CommandRun result;
+    {
+      const UnprivilegedUser user;
+      result = run(std::move(words));
+    }
+    volume_.mode(path, isFolder ? 0755 : 0644);
+    return result;
+  }
+
+  MacVolume volume_;
+  std::string sample_ = volume_.root() + "/sample";
+};
+
+std::string joined(const Case& any) {
+  std::string text = any.closed + ":";
+  for (const std::string& word : any.words) text += " " + word;
+  return text;
+}
+
+TEST_F(Unread, OnAVolumeThatCanBeReadNothingIsSaid) {
+  for (const Case& any : cases()) {
+    const CommandRun result = run(any.words);
+    EXPECT_EQ(result.exitCode, 0) << joined(any);
+    EXPECT_EQ(result.err, "") << joined(any);
+  }
+}
+
+TEST_F(Unread, EveryCommandThatWalksCountsWhatIsDeniedAndEndsIncomplete) {
+  for (const Case& any : cases()) {
+    const CommandRun result = runClosed(any.closed, any.words);
+    EXPECT_EQ(result.exitCode, 4) << joined(any);
+    EXPECT_EQ(result.err, "quarn: 1 item: permission denied (--verbose names them)\n") << joined(any);
+  }
+}
+
+TEST_F(Unread, WithVerboseEachItemIsNamed) {
+  for (const Case& any : cases()) {
+    std::vector<std::string> words = any.words;
+    words.emplace_back("--verbose");
+    EXPECT_EQ(runClosed(any.closed, words).err,
+              "quarn: 1 item: permission denied\nquarn: permission: " + any.closed + "\n")
+        << joined(any);
+  }
+}
+
+TEST_F(Unread, ADocumentHasTheCountsAndTheItems) {
+  for (const Case& any : cases()) {
+    std::vector<std::string> words = any.words;
+    words.emplace_back("--json");
+    const CommandRun result = runClosed(any.closed, words);
+    EXPECT_EQ(result.exitCode, 4) << joined(any);
+    const auto unreadable = nlohmann::json::parse(result.out)["unreadable"];
+    EXPECT_EQ(unreadable["count"], 1) << joined(any);
+    EXPECT_EQ(unreadable["causes"]["permission"], 1) << joined(any);
+    EXPECT_EQ(unreadable["items"][0]["path"], any.closed) << joined(any);
+    EXPECT_EQ(unreadable["items"][0]["cause"], "permission") << joined(any);
+    EXPECT_EQ(unreadable["items"][0]["name"], "EACCES") << joined(any);
+  }
+}
+
+TEST_F(Unread, QuietSaysNothingAndStillEndsIncomplete) {
+  const CommandRun result = runClosed("/Users/ann/Documents", {"top", "--quiet"});
+  EXPECT_EQ(result.exitCode, 4);
+  EXPECT_EQ(result.err, "");
+}
+
+TEST_F(Unread, AFolderBelowWhichNothingCanBeLookedUpIsToldOnce) {
+  const CommandRun result = runClosed("/Users/ann/Library", {"inspect", "Lumen Notes", "--json"});
+  EXPECT_EQ(result.exitCode, 4);
+  const auto items = nlohmann::json::parse(result.out)["unreadable"]["items"];
+  for (const auto& item : items)
+    EXPECT_THAT(item["path"].get<std::string>(), testing::StartsWith("/Users/ann/Library"));
+  EXPECT_EQ(
+      std::count_if(items.begin(), items.end(), [](const auto& item) { return item["path"] == "/Users/ann/Library"; }),
+      1);
+}
+
+TEST_F(Unread, AFolderThatLoopsIsToldAsThat) {
+  volume_.remove("/sample/Users/ann/Library/LaunchAgents")
+      .link("/sample/Users/ann/Library/LaunchAgents", "LaunchAgents");
+  const CommandRun result = run({"jobs"});
+  EXPECT_EQ(result.exitCode, 4);
+  EXPECT_EQ(result.err, "quarn: 1 item: links that loop (--verbose names them)\n");
+  EXPECT_EQ(nlohmann::json::parse(run({"jobs", "--json"}).out)["unreadable"]["causes"]["loop"], 1);
+}
+
+TEST_F(Unread, NamesAreWrittenOut) {
+  volume_.folder("/sample/Users/ann/Documents/\x1B[31m\xFF");
+  const CommandRun result = runClosed("/Users/ann/Documents/\x1B[31m\xFF", {"top", "--verbose"});
+  EXPECT_THAT(result.err, AllOf(HasSubstr("\\x1B[31m\\xFF"), Not(HasSubstr("\x1B"))));
+}
+
+}  // namespace
+}  // namespace quarn
