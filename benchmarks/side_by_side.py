@@ -1,18 +1,26 @@
-"""Runs walks of the same trees by several programs alternately and prints medians, ratios to the floor and peak memory.
+"""Measures our commands, the floor of system calls and other tools side by side, and prints tables in Markdown.
 
-Usage: side_by_side.py --bin DIR [--trees DIR] [--rounds N] [--only NAME] [--cold]
+Usage: side_by_side.py --bin DIR [--trees DIR] [--groups G…] [--only TREE] [--rounds N] [--shrink N]
 
-The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are noisy: only ratios of one run say
-something. --cold drops the caches before each run (root only).
+Groups: inner (the benchmarks of the inner pieces), walk (the trees, warm), cold (the 200k tree with dropped caches; root
+only), growth (time a file and peak at 10k, 100k, 1M files), empty (what a process costs that finds nothing), apps (a
+volume with many apps). The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are noisy:
+only ratios of one run say something.
 """
 
 import argparse
+import datetime
+import json
 import os
 import pathlib
+import platform
+import re
 import shutil
-import statistics
 import subprocess
-import time
+import sys
+
+import apps_volume
+from measuring import Count, Measurer, Program, Run, print_table
 
 HOME = "/Users/ann"
 TREES = {
@@ -21,95 +29,230 @@ TREES = {
     "flat 500k": ("flat", 500_000),
     "chain 2000": ("chain", 2_000),
 }
+GROUPS = ["inner", "walk", "cold", "growth", "empty", "apps"]
+NO_LIMIT = 1_000_000_000
+
+INSPECTION = {
+    "includeHeuristicSearch": True, "heuristicMaxDepth": 3, "heuristicMaxResults": 200,
+    "includeDocumentsHeuristicSearch": True, "documentsHeuristicMaxDepth": 3, "documentsHeuristicMaxResults": 200,
+    "includeVendorHeuristics": True, "includeSystemArtifacts": True, "includeSystemHeuristicSearch": True,
+    "includeGroupContainers": True, "includeLaunchd": True, "includeReceipts": True, "includeKernelExtensions": True,
+    "computeArtifactSizes": False,
+}
+# What such an inspection searches by name, to that depth.
+SEARCHED = [f"{HOME}/Library/Application Support", f"{HOME}/Library/Caches", f"{HOME}/Library/Logs",
+            f"{HOME}/Library/HTTPStorages", f"{HOME}/Documents", "/Library/Application Support", "/Library/Caches", "/Library/Logs"]
 
 
-def make_tree(gentree, root, kind, count):
-    """The tree as the home folder of a volume; what exists is kept."""
-    home = root / HOME.lstrip("/")
-    if not (root / ".complete").exists():
-        shutil.rmtree(root, ignore_errors=True)
-        home.parent.mkdir(parents=True)
-        subprocess.run([gentree, kind, home, str(count)], check=True, stdout=subprocess.DEVNULL)
-        (root / ".complete").touch()
-    return home
+class Volume:
+    """A tree that is the home folder of a volume; made when it is not there yet."""
+
+    def __init__(self, options, name, kind, count):
+        self.root = options.trees.resolve() / name.replace(" ", "-")
+        self.home = self.root / HOME.lstrip("/")
+        self.files = count // options.shrink
+        self.quarn = [str(options.bin / "quarn"), "--volume", str(self.root), "--home", HOME]
+        if not (self.root / ".complete").exists():
+            shutil.rmtree(self.root, ignore_errors=True)
+            self.home.mkdir(parents=True)
+            self.fill(options, kind)
+            (self.root / ".complete").touch()
+
+    def fill(self, options, kind):
+        if kind == "apps":
+            apps_volume.write_volume(self.root, 1_000 // options.shrink, self.files)
+        elif kind != "empty":
+            subprocess.run([options.bin / "gentree", kind, self.home, str(self.files)], check=True, stdout=subprocess.DEVNULL)
+
+    def rpc(self, *calls):
+        """A process that answers these calls, (method, params) each."""
+        lines = [json.dumps({"jsonrpc": "2.0", "id": number, "method": method, "params": params}) + "\n"
+                 for number, (method, params) in enumerate(calls)]
+        return Run([*self.quarn, "rpc"], "".join(lines))
 
 
-def rpc(quarn, root, method, params):
-    """The command's arguments and input for one request."""
-    request = '{"jsonrpc":"2.0","id":1,"method":"%s","params":%s}\n' % (method, params)
-    return [quarn, "--volume", str(root), "--home", HOME, "rpc"], request
+def result(output):
+    answer = json.loads(output)
+    if "result" not in answer:
+        raise SystemExit(f"refused: {output[:500]}")
+    return answer["result"]
 
 
-def programs(bin_folder, root, home):
-    """Name -> (arguments, input). What is not installed is left out."""
-    quarn = str(bin_folder / "quarn")
-    walk = str(bin_folder / "walk")
-    search = '{"in":["%s"],"limit":20,"maxDepth":1000000,"maxVisited":1000000000,"allowSlowForPackages":false,' \
-             '"includeHidden":true,"preferAllocatedSize":false}' % HOME
-    cloud = '{"in":["%s"],"maxDepth":1000000,"maxVisited":1000000000,"allowSlowForPackages":false}' % HOME
-    candidates = {
-        "floor": ([str(bin_folder / "floor"), "b", str(home)], None),
-        "quarn: size": ([walk, "size", str(home)], None),
-        "quarn: ordered, sizes": ([walk, "ordered", str(home), "7"], None),
-        "quarn: partitioned scan": rpc(quarn, root, "StorageDashboardService.calculatePartitionedCategorySizes", "{}"),
-        "quarn: topFilesRecursively": rpc(quarn, root, "TopItemsService.topFilesRecursively", search),
-        "quarn: cloudSummary": rpc(quarn, root, "TopItemsService.cloudSummary", cloud),
-        "du -s": (["du", "-s", str(home)], None),
-        "gdu -npc": (["gdu", "-npc", str(home)], None),
-        "ncdu -0xo": (["ncdu", "-0xo", "/dev/null", str(home)], None),
-        "bfs -printf %s": (["bfs", str(home), "-printf", "%s\n"], None),
-    }
-    return {name: run for name, run in candidates.items() if shutil.which(run[0][0])}
+def printed_bytes(output):
+    return int(re.search(r"logical=(\d+)", output).group(1))
 
 
-def measure(arguments, text):
-    """Seconds and peak MiB of one run."""
-    start = time.perf_counter()
-    process = subprocess.Popen(arguments, stdin=subprocess.PIPE, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    if text:
-        process.stdin.write(text.encode())
-    process.stdin.close()
-    _, _, usage = os.wait4(process.pid, 0)
-    process.returncode = 0
-    return time.perf_counter() - start, usage.ru_maxrss / 1024
+def exported_bytes(output):
+    """The lengths of regular files in what ncdu and gdu export; a folder's own entry begins with "["."""
+    entries = re.findall(r'(\[?)\{"name":"(?:[^"\\]|\\.)*"([^}]*)\}', output)
+    return sum(int(re.search(r'"asize":(\d+)', facts).group(1)) for folder, facts in entries
+               if not folder and "asize" in facts and "notreg" not in facts)
 
 
-def drop_caches():
-    os.sync()
-    pathlib.Path("/proc/sys/vm/drop_caches").write_text("3")
+def ours(options, volume, kind):
+    walk, home = str(options.bin / "walk"), str(volume.home)
+    bounds = {"in": [HOME], "maxDepth": NO_LIMIT, "maxVisited": NO_LIMIT, "allowSlowForPackages": False}
+
+    def top(limit):
+        return volume.rpc(("TopItemsService.topFilesRecursively",
+                           bounds | {"limit": limit, "includeHidden": True, "preferAllocatedSize": False}))
+
+    def counted(name, run, bytes_of):
+        return Program(name, run, Count(run, bytes_of))
+
+    cloud = volume.rpc(("TopItemsService.cloudSummary", bounds))
+    every_visible_file = Count(cloud, lambda output: result(output)["logicalBytes"])
+    every_file = Count(top(2 * volume.files), lambda output: sum(item["size"]["logicalBytes"] for item in result(output)))
+    return [
+        counted("quarn: size", Run([walk, "size", home]), printed_bytes),
+        counted("quarn: itemSize (rpc)",
+                volume.rpc(("FileSizeCalculator.itemSize", {"at": HOME, "allowSlow": True, "includeHidden": True})),
+                lambda output: result(output)["logicalBytes"]),
+        counted("quarn: ordered, with sizes", Run([walk, "ordered", home]), printed_bytes),
+        counted("quarn: partitioned scan (rpc)", volume.rpc(("StorageDashboardService.calculatePartitionedCategorySizes", {})),
+                lambda output: sum(size["logicalBytes"] for size in result(output).values())),
+        Program("quarn: topFilesRecursively (rpc)", top(20), every_file if kind == "chain" else None),
+        Program("quarn top", Run([*volume.quarn, "top", HOME, "--hidden"])),
+        Program("quarn: cloudSummary (rpc)", cloud, every_visible_file if kind == "chain" else None),
+    ]
 
 
-def compare(tree, runs, rounds, cold):
-    seconds = {name: [] for name in runs}
-    peaks = {name: 0 for name in runs}
-    for turn in range(rounds + 1):
-        for name, (arguments, text) in runs.items():
-            if cold:
-                drop_caches()
-            took, peak = measure(arguments, text)
-            if turn > 0 or cold:  # the first warm round fills the caches
-                seconds[name].append(took)
-            peaks[name] = max(peaks[name], peak)
-    floor = statistics.median(seconds["floor"])
-    print(f"\n### {tree}{', cold' if cold else ''}\n\n| program | median s | ratio to floor | peak MiB |\n| --- | --- | --- | --- |")
-    for name, values in seconds.items():
-        median = statistics.median(values)
-        print(f"| {name} | {median:.3f} | {median / floor:.2f} | {peaks[name]:.0f} |", flush=True)
+def floor(options, volume):
+    program, home = str(options.bin / "floor"), str(volume.home)
+    return Program("floor", Run([program, "b", home]), Count(Run([program, "b", home, "regular=1"]), printed_bytes))
+
+
+def others(volume):
+    home = str(volume.home)
+    programs = [
+        Program("du -s", Run(["du", "-s", home]), Count(Run(["du", "-sl", "-B1", home]), lambda output: int(output.split()[0]), True)),
+        Program("gdu -npc", Run(["gdu", "-npc", home]), Count(Run(["gdu", "-npo", "/dev/stdout", home]), exported_bytes)),
+        Program("ncdu -0xo", Run(["ncdu", "-0xo", "/dev/null", home]), Count(Run(["ncdu", "-0xo", "-", home]), exported_bytes)),
+        Program("bfs -printf %s", Run(["bfs", home, "-printf", "%s\\n"]),
+                Count(Run(["bfs", home, "-type", "f", "-printf", "%s\\n"]), lambda output: sum(map(int, output.split())))),
+    ]
+    return [program for program in programs if shutil.which(program.run.arguments[0])]
+
+
+def found(measurer, programs, expected):
+    """Name -> how much of the tree's bytes a program finds."""
+    texts = {}
+    for program in programs:
+        if program.count:
+            count, whole = program.count.bytes_of(measurer.output(program.count.run)), expected[program.count.with_folders]
+            texts[program.name] = "all" if count == whole else f"{count} of {whole} ({100 * count / whole:.1f} %)"
+    return texts
+
+
+def walk(options, measurer):
+    for tree in TREES:
+        if options.only in (None, tree):
+            walk_tree(options, measurer, tree)
+
+
+def walk_tree(options, measurer, tree):
+    kind, count = TREES[tree]
+    volume = Volume(options, tree, kind, count)
+    our_programs, base = ours(options, volume, kind), floor(options, volume)
+    programs = [base, *our_programs, *others(volume)]
+    took = measurer.alternately(programs, options.rounds)
+    whole = measurer.output(Run([*base.run.arguments, "dirs=1"]))
+    expected = {False: printed_bytes(measurer.output(base.count.run)), True: int(re.search(r"alloc=(\d+)", whole).group(1))}
+    # Tools that count a hard link once are right to differ; only the chain shows who loses files.
+    counted = found(measurer, programs if kind == "chain" else our_programs, expected)
+    print_ratios(f"{tree}, warm", took, counted)
+
+
+def print_ratios(title, took, counted=None):
+    rows = []
+    for name, taken in took.items():
+        row = [name, f"{taken.seconds:.3f}", f"{taken.seconds / took['floor'].seconds:.2f}", f"{taken.mebibytes:.1f}"]
+        rows.append(row if counted is None else [*row, counted.get(name, "")])
+    print_table(title, ["program", "median s", "ratio to floor", "peak MiB", *([] if counted is None else ["bytes found"])], rows)
+
+
+def cold(options, measurer):
+    if os.geteuid() != 0:
+        print("\nCold runs need root: left out.")
+        return
+    volume = Volume(options, "home 200k", *TREES["home 200k"])
+    programs = [floor(options, volume), *ours(options, volume, "home"), *others(volume)]
+    print_ratios("home 200k, cold", measurer.alternately(programs, min(options.rounds, 3), cold=True))
+
+
+def growth(options, measurer):
+    times, peaks, sizes = {}, {}, [10_000, 100_000, 1_000_000]
+    for files in sizes:
+        name = "home 1M" if files == 1_000_000 else f"home {files // 1000}k"
+        volume = Volume(options, name, "home", files)
+        for name, taken in measurer.alternately([floor(options, volume), *ours(options, volume, "home")],
+                                                max(2, min(options.rounds, 1_000_000 // files))).items():
+            times.setdefault(name, []).append(f"{taken.seconds * 1e6 / volume.files:.2f}")
+            peaks.setdefault(name, []).append(f"{taken.mebibytes:.1f}")
+    columns = ["program", *(f"µs a file, {files // 1000}k" for files in sizes), *(f"MiB, {files // 1000}k" for files in sizes)]
+    print_table("Growth: home trees of 10k, 100k, 1M files, warm", columns, [[name, *times[name], *peaks[name]] for name in times])
+
+
+def empty(options, measurer):
+    volume = Volume(options, "empty", "empty", 0)
+    programs = [floor(options, volume), *ours(options, volume, "empty"),
+                Program("quarn rpc, no request", volume.rpc()), *others(volume)]
+    took = measurer.alternately(programs, 4 * options.rounds)
+    print_table("An empty home: the fixed part of each", ["program", "median ms", "peak MiB"],
+                [[name, f"{taken.seconds * 1e3:.2f}", f"{taken.mebibytes:.1f}"] for name, taken in took.items()])
+
+
+def apps(options, measurer):
+    volume = Volume(options, "apps", "apps", 300_000)
+    discovery = volume.rpc(("AppsService.discoverApps", {}))
+    found_apps = result(measurer.output(discovery))
+    one = ("AppInspectionService.inspect", {"app": found_apps[len(found_apps) // 2], "options": INSPECTION})
+    folders = [str(volume.root) + folder for folder in SEARCHED if (volume.root / folder.lstrip("/")).is_dir()]
+    took = measurer.alternately([
+        Program("floor", Run([str(options.bin / "floor"), "d2", *folders, "depth=3"])),
+        Program("find -maxdepth 3", Run(["find", *folders, "-maxdepth", "3", "-name", "nothing"])),
+        Program("quarn rpc, no request", volume.rpc()),
+        Program("quarn: inspect one app (rpc)", volume.rpc(one)),
+        Program("quarn: inspect it 11 times (rpc)", volume.rpc(*[one] * 11)),
+        Program("quarn: discoverApps (rpc)", discovery),
+    ], options.rounds)
+    print_ratios(f"{len(found_apps)} apps, {volume.files} entries in ~/Library; floor and find: names to depth 3", took)
+    again = (took["quarn: inspect it 11 times (rpc)"].seconds - took["quarn: inspect one app (rpc)"].seconds) / 10
+    print(f"One inspection in a process that runs already: {again * 1e3:.1f} ms, {again / took['floor'].seconds:.2f} times the floor, "
+          f"{again / took['find -maxdepth 3'].seconds:.2f} times find.")
+    chosen = found_apps[:options.inspect] if options.inspect else found_apps
+    seconds, peak = measurer.once(volume.rpc(*(("AppInspectionService.inspect", {"app": app, "options": INSPECTION}) for app in chosen)))
+    print(f"{len(chosen)} apps inspected by one process: {seconds:.1f} s, {seconds / len(chosen) * 1e3:.1f} ms an app, peak {peak:.1f} MiB.")
+
+
+def inner(options, measurer):
+    rows = []
+    for program in sorted(options.bin.glob("*_benchmark")):
+        report = json.loads(measurer.output(Run([str(program), "--benchmark_format=json", "--benchmark_min_time=0.1"])))
+        for one in report["benchmarks"]:
+            rows.append([program.name.removesuffix("_benchmark"), one["name"], f"{one['real_time']:.4g} {one['time_unit']}"])
+    print_table("The inner pieces", ["subject", "piece", "a call"], rows)
+
+
+def print_header():
+    print(f"Measured {datetime.date.today()} with `{' '.join(['benchmarks/side_by_side.py', *sys.argv[1:]])}`: {os.cpu_count()} cores, "
+          f"{platform.system()} {platform.release()}.")
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--bin", type=pathlib.Path, required=True)
-    parser.add_argument("--trees", type=pathlib.Path, default=pathlib.Path("build/trees"))
-    parser.add_argument("--rounds", type=int, default=5)
-    parser.add_argument("--only", choices=list(TREES))
-    parser.add_argument("--cold", action="store_true")
+    parser.add_argument("--bin", type=pathlib.Path, required=True, help="folder of the built programs")
+    parser.add_argument("--trees", type=pathlib.Path, default=pathlib.Path("build/trees"), help="where trees are kept")
+    parser.add_argument("--groups", nargs="+", choices=GROUPS, default=GROUPS)
+    parser.add_argument("--only", choices=list(TREES), help="of the group walk this tree only")
+    parser.add_argument("--rounds", type=int, default=3)
+    parser.add_argument("--inspect", type=int, help="how many apps to inspect (all)")
+    parser.add_argument("--shrink", type=int, default=1, help="trees that many times smaller, for trying things; use other --trees")
     options = parser.parse_args()
-    for tree, (kind, count) in TREES.items():
-        if options.only in (None, tree):
-            root = options.trees.resolve() / tree.replace(" ", "-")
-            home = make_tree(options.bin / "gentree", root, kind, count)
-            compare(tree, programs(options.bin, root, home), options.rounds, options.cold)
+    measurer = Measurer(options.bin / "measure")
+    print_header()
+    for group in options.groups:
+        globals()[group](options, measurer)
 
 
 if __name__ == "__main__":

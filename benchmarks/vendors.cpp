@@ -6,7 +6,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include "QuarnCore/storage/ScanAttribution.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
 #include "QuarnCore/storage/VendorPathHintIndex.h"
 #include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
@@ -88,7 +87,7 @@ void deduplicate(benchmark::State& state) {
   for (int i = 0; i < static_cast<int>(state.range(0)); ++i) {
     const std::string folder = "/Users/ann/Library/Application Support/Vendor " + std::to_string(i % 997);
     artifacts.push_back(
-        {.title = "Data", .urls = {FileURL(i % 3 == 0 ? folder : folder + "/Product/" + std::to_string(i))}});
+        {.urls = {FileURL(i % 3 == 0 ? folder : folder + "/Product/" + std::to_string(i))}, .title = "Data"});
   }
   for (auto _ : state) benchmark::DoNotOptimize(VendorArtifactDeduplicator::deduplicate(artifacts, files));
 }
@@ -155,33 +154,6 @@ void lookUpHint(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(index.hint(url, StorageCategoryID::communication));
 }
 BENCHMARK(lookUpHint);
-
-// What a partitioned scan does for each item: one step among the rules and one look at the extension.
-
-ScanRules rules() {
-  ScanPlan plan;
-  for (int i = 0; i < 200; ++i) {
-    plan.prefixRules.push_back(
-        {"/Users/ann/Library/Caches/com.example." + std::to_string(i), StorageCategoryID::games});
-  }
-  return {plan, StorageSignatureRegistry::loadDefault().packageCategoryByExtension()};
-}
-
-void stepAmongRules(benchmark::State& state) {
-  const ScanRules compiled = rules();
-  const auto folder = compiled.find("/Users/ann/Library/Caches");
-  const std::string name = state.range(0) == 0 ? "com.example.100" : "com.example.other";
-  for (auto _ : state) benchmark::DoNotOptimize(compiled.step(folder, name));
-}
-BENCHMARK(stepAmongRules)->ArgName("isMiss")->Arg(0)->Arg(1);
-
-void attributeFile(benchmark::State& state) {
-  const ScanRules compiled = rules();
-  const ItemAttribution attribution(compiled);
-  const std::string name = state.range(0) == 0 ? "IMG_0001.JPG" : "README";
-  for (auto _ : state) benchmark::DoNotOptimize(attribution.file({}, name));
-}
-BENCHMARK(attributeFile)->ArgName("withoutExtension")->Arg(0)->Arg(1);
 
 }  // namespace
 }  // namespace quarn

@@ -1,6 +1,6 @@
 // walk size|ordered DIR [THREADS]: walks DIR as the library does and prints what it counted, to be run side by side
-// with other tools. THREADS is the number of threads of `size` (0: as many as pay) and of helpers that read ahead of
-// `ordered`.
+// with other tools. THREADS is the number of threads of `size` and of helpers that read ahead of `ordered`; without it
+// the library's own choice.
 
 #include <cstdint>
 #include <cstdio>
@@ -46,6 +46,7 @@ int main(int argumentCount, char** arguments) {
     return 2;
   }
   const auto files = quarn::FileManager::mounted(arguments[2], quarn::FileURL());
-  const auto threads = static_cast<unsigned>(argumentCount > 3 ? std::strtoul(arguments[3], nullptr, 10) : 0);
+  const unsigned standard = what == "size" ? 0 : quarn::DirectoryEnumerator::kReadAheadOfLongWalks;
+  const auto threads = argumentCount > 3 ? static_cast<unsigned>(std::strtoul(arguments[3], nullptr, 10)) : standard;
   return what == "size" ? size(files, threads) : ordered(files, threads);
 }

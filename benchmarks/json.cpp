@@ -1,0 +1,59 @@
+#include <cstdint>
+#include <string>
+
+#include <benchmark/benchmark.h>
+#include <nlohmann/json.hpp>
+
+#include "QuarnModels/AppInspection.h"
+#include "QuarnModels/Storage.h"
+#include "quarn/output/RecordJSON.h"
+
+// What it takes to send a result: the record as JSON, and the JSON as a line.
+
+namespace quarn {
+namespace {
+
+AppInspection inspection(std::int64_t artifacts) {
+  AppInspection inspection{.app = {.name = "Example Studio",
+                                   .bundleIdentifier = "com.example.Studio",
+                                   .bundleURL = FileURL("/Applications/Example Studio.app")}};
+  for (std::int64_t i = 0; i < artifacts; ++i) {
+    Artifact artifact{.kind = ArtifactKind::cache,
+                      .dataClass = ArtifactDataClass::rebuildable,
+                      .urls = {FileURL("/Users/ann/Library/Caches/com.example.Studio." + std::to_string(i))},
+                      .size = SizeInfo{.allocatedBytes = 4096 * i, .logicalBytes = 1000 * i},
+                      .confidence = 0.95,
+                      .title = "Cache of \u00C9diteur " + std::to_string(i),
+                      .explanation = "Cache data: rebuilt by the app and usually safe to remove."};
+    artifact.renewID();
+    inspection.artifacts.push_back(std::move(artifact));
+  }
+  return inspection;
+}
+
+void encodeInspection(benchmark::State& state) {
+  const AppInspection value = inspection(state.range(0));
+  std::size_t bytes = 0;
+  for (auto _ : state) {
+    const std::string line = toJSON(value).dump();
+    bytes = line.size();
+    benchmark::DoNotOptimize(line.data());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * state.iterations());
+}
+BENCHMARK(encodeInspection)->ArgName("artifacts")->Arg(30)->Arg(10'000)->Unit(benchmark::kMicrosecond);
+
+void encodeTopItems(benchmark::State& state) {
+  std::vector<TopItem> items;
+  for (std::int64_t i = 0; i < state.range(0); ++i) {
+    const std::string name = "IMG_" + std::to_string(i) + ".heic";
+    items.push_back({.url = FileURL("/Users/ann/Pictures/2026/" + name),
+                     .name = name,
+                     .size = {.allocatedBytes = 4096 * i, .logicalBytes = 1000 * i}});
+  }
+  for (auto _ : state) benchmark::DoNotOptimize(toJSON(items).dump().size());
+}
+BENCHMARK(encodeTopItems)->ArgName("items")->Arg(10'000)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+}  // namespace quarn
