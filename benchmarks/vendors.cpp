@@ -88,7 +88,7 @@ void deduplicate(benchmark::State& state) {
   for (int i = 0; i < static_cast<int>(state.range(0)); ++i) {
     const std::string folder = "/Users/ann/Library/Application Support/Vendor " + std::to_string(i % 997);
     artifacts.push_back(
-        {.title = "Data", .urls = {FileURL(i % 3 == 0 ? folder : folder + "/Product/" + std::to_string(i))}});
+        {.urls = {FileURL(i % 3 == 0 ? folder : folder + "/Product/" + std::to_string(i))}, .title = "Data"});
   }
   for (auto _ : state) benchmark::DoNotOptimize(VendorArtifactDeduplicator::deduplicate(artifacts, files));
 }
