@@ -85,6 +85,7 @@ std::string categoryBar(const std::vector<StorageCategory>& categories, SizeUnit
 
 std::string categoryMap(const std::vector<StorageCategory>& categories, SizeUnits units) {
   std::vector<double> weights;
+  weights.reserve(categories.size());
   for (const StorageCategory& category : categories) {
     weights.push_back(static_cast<double>(category.size.allocatedBytes));
   }
