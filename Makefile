@@ -9,8 +9,8 @@ QUARN = build/dev/bin/quarn
 help:
 	@echo "make demo   build, make a sample Mac volume, inspect an app on it"
 	@echo "make test   build and run every test"
-	@echo "make check  formatting, include edges"
-	@echo "make tidy   clang-tidy over the product's sources"
+	@echo "make check  formatting, clang-tidy, include edges"
+	@echo "make tidy   clang-tidy alone; only files that changed since the last time"
 	@echo "make bench  measure against the floor of system calls and other tools"
 	@echo "make fuzz   fuzz every parser, FUZZ_SECONDS each (60)"
 	@echo "make pages  write anew what the documentation shows of the program"
@@ -43,6 +43,7 @@ test: test-packages
 
 check: packages
 	cmake/check-format.sh
+	cmake/check-tidy.sh build/tidy
 	cmake/check-edges.sh
 
 tidy: packages

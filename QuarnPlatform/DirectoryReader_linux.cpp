@@ -14,9 +14,9 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kBufferSize = 256 * 1024;
+constexpr std::size_t kBufferSize = 256u << 10;
 // About four hundred entries: below that handing over costs more than it gives.
-constexpr std::size_t kSmallestShare = 16 * 1024;
+constexpr std::size_t kSmallestShare = 16u << 10;
 constexpr int kLookUpFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
 constexpr std::int64_t kBlockSize = 512;
 

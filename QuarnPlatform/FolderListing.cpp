@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kKeyBytes = sizeof(std::uint64_t);
 constexpr std::size_t kBigFolder = 64;
 constexpr std::size_t kScratchEntries = 4096;
-constexpr std::size_t kScratchNames = 128 * 1024;
+constexpr std::size_t kScratchNames = 128u << 10;
 
 std::size_t commonPrefix(std::string_view left, std::string_view right) {
   const auto differing = std::mismatch(left.begin(), left.end(), right.begin(), right.end());

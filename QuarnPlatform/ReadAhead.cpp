@@ -11,7 +11,7 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kWindow = 64 * 1024;  // entries that are listed ahead of the consumer
+constexpr std::size_t kWindow = 64u << 10;  // entries that are listed ahead of the consumer
 constexpr std::size_t kFolderWeight = 16;   // what a listed folder takes besides its entries, in entries
 constexpr std::size_t kSegment = 512;
 constexpr std::size_t kCallsPerFolder = 4;

@@ -65,7 +65,7 @@ std::string escaped(std::string_view bytes) {
 
 // A value that could be mistaken for more than one is quoted.
 std::string asValue(std::string_view text) {
-  const std::string plain = escaped(text);
+  std::string plain = escaped(text);
   if (!plain.empty() && plain.find_first_of(" \"=") == std::string::npos) return plain;
   std::string quoted = "\"";
   for (const char character : plain) {
@@ -143,7 +143,8 @@ bool DiagnosticsLogger::writeTo(const std::string& hostFile) {
   return state_->isEnabled;
 }
 
-void DiagnosticsLogger::log(DiagnosticsLevel level, std::string category, std::string message, Metadata metadata) {
+void DiagnosticsLogger::log(DiagnosticsLevel level, std::string_view category, std::string_view message,
+                            const Metadata& metadata) {
   if (!isEnabled()) return;
   try {
     const std::string line = lineOf(category, message, metadata);

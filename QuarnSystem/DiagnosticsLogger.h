@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -36,7 +37,7 @@ class DiagnosticsLogger {
   /// become U+FFFD, and a value that is empty or holds a blank, "=" or a quote is quoted, so that no text can pass for
   /// a line of its own or drive a terminal. Should lines come faster than they are written for long, the oldest waiting
   /// ones are lost, and a last line tells how many.
-  void log(DiagnosticsLevel level, std::string category, std::string message, Metadata metadata);
+  void log(DiagnosticsLevel level, std::string_view category, std::string_view message, const Metadata& metadata);
   /// Whether a line would be written at all: building metadata is worth it only then.
   [[nodiscard]] bool isEnabled() const;
   /// Waits until every line handed over is written, and stops writing.

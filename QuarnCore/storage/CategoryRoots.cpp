@@ -244,6 +244,7 @@ FileURL CategoryRoots::inHome(std::string_view relativePath) const {
 template <class Paths>
 std::vector<FileURL> CategoryRoots::folders(const Paths& paths) const {
   std::vector<FileURL> result;
+  result.reserve(paths.size());
   for (const std::string_view path : paths) {
     result.push_back(path.starts_with('/') ? FileURL(path, URLKind::directory) : inHome(path));
   }
@@ -252,6 +253,7 @@ std::vector<FileURL> CategoryRoots::folders(const Paths& paths) const {
 
 std::vector<FileURL> CategoryRoots::withVendorRoots(std::vector<FileURL> base, Category category) const {
   std::vector<std::string> paths;
+  paths.reserve(base.size());
   for (const FileURL& root : base) paths.push_back(files_.standardizedPath(root));
   for (const FileURL& vendorRoot : vendorHints_.roots(category)) {
     std::string path = files_.standardizedPath(vendorRoot);

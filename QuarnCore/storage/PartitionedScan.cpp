@@ -78,7 +78,7 @@ std::size_t PartitionedScan::exclusionCount(const ScanRoot& root) const {
 void PartitionedScan::logStart(const ScanRoot& root) const {
   DiagnosticsLogger& logger = DiagnosticsLogger::shared();
   if (!logger.isEnabled()) return;
-  logger.log(DiagnosticsLevel::trace, std::string(kLogCategory), "Enumerating root",
+  logger.log(DiagnosticsLevel::trace, kLogCategory, "Enumerating root",
              {{"category", std::string(rawValue(root.defaultCategory))},
               {"root", root.path},
               {"includeHidden", "true"},
@@ -91,7 +91,7 @@ void PartitionedScan::logSize(const ScanRoot& root, const Totals& totals) const 
   if (!logger.isEnabled()) return;
   ByteCounts size;
   for (const ByteCounts& bucket : totals) size += bucket;
-  logger.log(DiagnosticsLevel::trace, std::string(kLogCategory), "Fast root size",
+  logger.log(DiagnosticsLevel::trace, kLogCategory, "Fast root size",
              {{"category", std::string(rawValue(root.defaultCategory))},
               {"root", root.path},
               {"allocatedBytes", std::to_string(size.allocatedBytes)},

@@ -187,7 +187,8 @@ void VendorPathHintIndex::add(const VendorPathHint& hint, const std::vector<std:
   for (FileURL& url : VendorPathResolver::resolve(patterns, folders, home)) {
     const bool isDirectory = url.hasDirectoryPath();
     if (areRoots && isDirectory) rootsByCategory_[hint.category].push_back(url);
-    Entry entry{.path = files_.standardizedPath(url), .url = std::move(url), .hint = hint, .isDirectory = isDirectory};
+    Entry entry{.path = files_.standardizedPath(url), .hint = hint, .isDirectory = isDirectory};
+    entry.url = std::move(url);
     entry.hint.path = entry.path;
     entriesByCategory_[hint.category].push_back(std::move(entry));
   }

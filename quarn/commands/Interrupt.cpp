@@ -7,7 +7,7 @@ namespace quarn {
 
 // A thread waits for the signal, because a handler may touch next to nothing. It lives as long as the process.
 Cancellation interruptedFlag() {
-  const Cancellation flag;
+  Cancellation flag;
   sigset_t interrupts;
   sigemptyset(&interrupts);
   sigaddset(&interrupts, SIGINT);

@@ -49,6 +49,7 @@ std::vector<VolumeReport::Item> ranked(std::vector<TopItem> items, std::int64_t 
                    [&](const TopItem& left, const TopItem& right) { return rank(left) > rank(right); });
   items.resize(std::min(items.size(), kListedItems));
   std::vector<VolumeReport::Item> result;
+  result.reserve(items.size());
   for (const TopItem& item : items) result.push_back({item, hintOf(item.url, dashboard)});
   return result;
 }

@@ -44,7 +44,7 @@ std::string liveLine(const Sizes& sizes, CommandContext& context) {
 }
 
 Sizes scan(CommandContext& context) {
-  const Sizes sizes = context.services().storageDashboard().calculatePartitionedCategorySizes(
+  Sizes sizes = context.services().storageDashboard().calculatePartitionedCategorySizes(
       [&](const Sizes& soFar) { context.progress(liveLine(soFar, context)); }, context.cancellation());
   context.endProgress();
   return sizes;

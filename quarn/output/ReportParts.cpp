@@ -92,6 +92,7 @@ std::string bar(const std::vector<Tile>& tiles) {
 
 std::string map(const std::vector<Tile>& tiles, std::string_view label, SizeUnits units) {
   std::vector<double> weights;
+  weights.reserve(tiles.size());
   for (const Tile& tile : tiles) weights.push_back(static_cast<double>(tile.bytes));
   std::string places;
   for (const TreemapTile& place : treemapTiles(weights, kMapWidth, kMapHeight)) {

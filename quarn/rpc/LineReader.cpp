@@ -9,9 +9,9 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kChunk = 64 * 1024;
+constexpr std::size_t kChunk = 64u << 10;
 /// A buffer that one long line made larger than this is given back.
-constexpr std::size_t kKeptCapacity = 1024 * 1024;
+constexpr std::size_t kKeptCapacity = 1u << 20;
 
 }  // namespace
 

@@ -42,9 +42,9 @@ class DiagnosticsLoggerTest : public ::testing::Test {
 
   // What stands in the one line that a call of `log` with this message and metadata makes.
   [[nodiscard]] std::vector<std::string> linesOf(const std::string& message,
-                                                 DiagnosticsLogger::Metadata metadata) const {
+                                                 const DiagnosticsLogger::Metadata& metadata) const {
     EXPECT_TRUE(logger().writeTo(path("one")));
-    logger().log(DiagnosticsLevel::trace, "C", message, std::move(metadata));
+    logger().log(DiagnosticsLevel::trace, "C", message, metadata);
     logger().close();
     return lines("one");
   }
