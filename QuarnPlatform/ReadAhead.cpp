@@ -11,7 +11,7 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kWindow = 64u << 10;  // entries that are listed ahead of the consumer
+constexpr std::size_t kWindow = 16u << 10;  // entries that are listed ahead of the consumer
 constexpr std::size_t kFolderWeight = 16;   // what a listed folder takes besides its entries, in entries
 constexpr std::size_t kSegment = 512;
 constexpr std::size_t kCallsPerFolder = 4;
@@ -19,7 +19,7 @@ constexpr std::size_t kSegmentsAhead = 64;
 // How many folders with open work are looked at for something that may be claimed; what comes later is not urgent.
 constexpr std::size_t kPlanDepth = 64;
 // Folders that the consumer is through with are used again, usual ones only, so that none holds much memory for little.
-constexpr std::size_t kSpares = 1024;
+constexpr std::size_t kSpares = 256;
 constexpr std::size_t kUsualEntries = 32;
 constexpr std::size_t kUsualNames = 1024;
 
