@@ -15,6 +15,7 @@ import os
 import pathlib
 import platform
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -62,7 +63,9 @@ class Volume:
         if kind == "apps":
             apps_volume.write_volume(self.root, 1_000 // options.shrink, self.files)
         elif kind != "empty":
-            subprocess.run([options.bin / "gentree", kind, self.home, str(self.files)], check=True, stdout=subprocess.DEVNULL)
+            # What lies directly in the home folder is a scan root each; one big folder is meant, not many roots.
+            folder = self.home / "Downloads" if kind == "flat" else self.home
+            subprocess.run([options.bin / "gentree", kind, folder, str(self.files)], check=True, stdout=subprocess.DEVNULL)
 
     def rpc(self, *calls):
         """A process that answers these calls, (method, params) each."""
@@ -230,13 +233,15 @@ def inner(options, measurer):
     for program in sorted(options.bin.glob("*_benchmark")):
         report = json.loads(measurer.output(Run([str(program), "--benchmark_format=json", "--benchmark_min_time=0.1"])))
         for one in report["benchmarks"]:
-            rows.append([program.name.removesuffix("_benchmark"), one["name"], f"{one['real_time']:.4g} {one['time_unit']}"])
+            rows.append([program.name.removesuffix("_benchmark"), one["name"], f"{float(format(one['real_time'], '.3g')):,g} {one['time_unit']}"])
     print_table("The inner pieces", ["subject", "piece", "a call"], rows)
 
 
 def print_header():
-    print(f"Measured {datetime.date.today()} with `{' '.join(['benchmarks/side_by_side.py', *sys.argv[1:]])}`: {os.cpu_count()} cores, "
-          f"{platform.system()} {platform.release()}.")
+    """Date, machine and the command that repeats the run; where programs and trees lie does not matter to it."""
+    words = re.sub(r"--(bin|trees)[ =]\S+ ?", "", shlex.join(sys.argv[1:])).strip()
+    command = f'make bench BENCH="{words}"' if words else "make bench"
+    print(f"Measured {datetime.date.today()} with `{command}`: {os.cpu_count()} cores, {platform.system()} {platform.release()}.")
 
 
 def main():
