@@ -28,6 +28,7 @@ export class QuarnClient {
   #ended;
   #nextID = 1;
   #open = new Map();
+  #failure;
 
   constructor({ quarn = "quarn", volume, home } = {}) {
     const words = Object.entries({ "--volume": volume, "--home": home }).flatMap(([name, value]) =>
@@ -47,6 +48,7 @@ export class QuarnClient {
   call(method, params = {}, { onProgress, signal } = {}) {
     const id = this.#nextID++;
     return new Promise((resolve, reject) => {
+      if (this.#failure) return reject(this.#failure); // nobody would answer
       const cancel = () => this.#send({ method: "$/cancelRequest", params: { id } });
       const done = (settle) => (value) => {
         signal?.removeEventListener("abort", cancel);
@@ -83,6 +85,7 @@ export class QuarnClient {
   }
 
   #fail(error) {
+    this.#failure = error;
     for (const call of this.#open.values()) call.reject(error);
     this.#open.clear();
   }

@@ -57,6 +57,7 @@ class QuarnClient:
         )
         self._ids = itertools.count(1)
         self._open = {}
+        self._ended = False
         self._lock = threading.Lock()
         self._reader = threading.Thread(target=self._read, daemon=True)
         self._reader.start()
@@ -67,7 +68,10 @@ class QuarnClient:
         if progress:
             params["progress"] = True
         call = Call(self, next(self._ids), progress)
-        self._open[call.id] = call
+        with self._lock:
+            if self._ended:  # nobody would answer
+                raise ConnectionError("quarn has ended")
+            self._open[call.id] = call
         self.send({"id": call.id, "method": method, "params": params})
         return call
 
@@ -102,8 +106,11 @@ class QuarnClient:
     def _read(self):
         for line in self._process.stdout:
             self._take(json.loads(line))
-        while self._open:
-            _, call = self._open.popitem()
+        with self._lock:
+            self._ended = True
+            unanswered = list(self._open.values())
+            self._open.clear()
+        for call in unanswered:
             call.future.set_exception(ConnectionError("quarn has ended"))
 
     def _take(self, message):

@@ -1,6 +1,7 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 
 #include <gmock/gmock.h>
@@ -21,6 +22,9 @@ struct Example {
   std::string interpreter;
   std::string file;  ///< in examples/
 };
+
+/// What a failing test and the list of tests call it.
+void PrintTo(const Example& example, std::ostream* out) { *out << example.name; }
 
 struct Output {
   int status;
@@ -84,6 +88,16 @@ TEST_P(Examples, SaysWhenTheCommandEndsEarly) {
   const Output output = run(GetParam(), {"--quarn", "/bin/true"});
   EXPECT_EQ(output.status, 1);
   EXPECT_TRUE(output.text.starts_with("quarn: ")) << output.text;
+}
+
+TEST_P(Examples, SaysWhenTheCommandStopsAnsweringBeforeItEnds) {
+  const std::filesystem::path command = std::filesystem::temp_directory_path() / ("silent-quarn-" + GetParam().name);
+  std::ofstream(command) << "#!/bin/sh\nexec >&-\nexec sleep 1\n";
+  std::filesystem::permissions(command, std::filesystem::perms::owner_all);
+  const Output output = run(GetParam(), {"--quarn", command.string()});
+  std::filesystem::remove(command);
+  EXPECT_EQ(output.status, 1);
+  EXPECT_EQ(output.text, "quarn: quarn has ended\n");
 }
 
 std::string testName(const testing::TestParamInfo<Example>& example) { return example.param.name; }
