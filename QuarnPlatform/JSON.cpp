@@ -3,7 +3,7 @@
 #include <cmath>
 #include <utility>
 
-#include <nlohmann/json.hpp>
+#include "QuarnPlatform/JSONLibrary.h"
 
 namespace quarn {
 

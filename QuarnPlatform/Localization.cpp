@@ -8,9 +8,8 @@
 #include <span>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
 #include "QuarnPlatform/JSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/ResourceBundle.h"
 #include "QuarnPlatform/Text.h"
 

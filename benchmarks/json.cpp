@@ -2,10 +2,10 @@
 #include <string>
 
 #include <benchmark/benchmark.h>
-#include <nlohmann/json.hpp>
 
 #include "QuarnModels/AppInspection.h"
 #include "QuarnModels/Storage.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/output/RecordJSON.h"
 
 // What it takes to send a result: the record as JSON, and the JSON as a line.

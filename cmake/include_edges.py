@@ -29,6 +29,7 @@ DOORS = {
     "plist/": r"QuarnSystem/formats/\w+\.cpp",
     "spdlog/": r"QuarnSystem/DiagnosticsLogger\.cpp",
     "CLI/": r"quarn/commands/Arguments\.cpp",
+    "nlohmann/json.hpp": r"QuarnPlatform/JSONLibrary\.h",
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')

@@ -1,8 +1,7 @@
 #include "QuarnCore/storage/StorageSignatureJSON.h"
 
-#include <nlohmann/json.hpp>
-
 #include "QuarnPlatform/JSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/JSONRecord.h"
 
 namespace quarn {

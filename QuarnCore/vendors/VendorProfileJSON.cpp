@@ -1,8 +1,7 @@
 #include "QuarnCore/vendors/VendorProfileJSON.h"
 
-#include <nlohmann/json.hpp>
-
 #include "QuarnPlatform/JSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/JSONRecord.h"
 #include "QuarnPlatform/Text.h"
 

@@ -1,5 +1,5 @@
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"

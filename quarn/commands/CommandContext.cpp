@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include <nlohmann/json.hpp>
 #include <unistd.h>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/Localization.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
 #include "quarn/commands/HostFile.h"

@@ -5,8 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include <nlohmann/json.hpp>
-
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Help.h"
 #include "quarn/output/TerminalText.h"

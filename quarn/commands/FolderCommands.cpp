@@ -2,8 +2,8 @@
 #include <limits>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"

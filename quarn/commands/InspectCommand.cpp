@@ -1,9 +1,9 @@
 #include <algorithm>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "QuarnCore/planning/AppRemovalPlanner.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/output/RecordJSON.h"

@@ -1,6 +1,6 @@
 #include "quarn/commands/ListOutput.h"
 
-#include <nlohmann/json.hpp>
+#include "QuarnPlatform/JSONLibrary.h"
 
 namespace quarn {
 

@@ -1,6 +1,6 @@
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"

@@ -1,7 +1,6 @@
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
-
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"

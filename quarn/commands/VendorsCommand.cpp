@@ -4,9 +4,9 @@
 #include <iterator>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "QuarnCore/vendors/VendorProfileJSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/Text.h"
 #include "quarn/commands/AppSelection.h"
 #include "quarn/commands/CommandContext.h"

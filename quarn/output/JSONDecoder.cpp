@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <optional>
 
-#include <nlohmann/json.hpp>
-
 #include "QuarnPlatform/JSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 
 namespace quarn {
 namespace {

@@ -7,10 +7,9 @@
 #include <utility>
 #include <variant>
 
-#include <nlohmann/json.hpp>
-
 #include "QuarnCore/storage/StorageSignatureJSON.h"
 #include "QuarnCore/vendors/VendorProfileJSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/Text.h"
 #include "quarn/output/RecordFields.h"
 

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/output/JSONDecoder.h"
 
 /// Every record of the library as JSON, in the form of docs/rpc.md: members in the records' order, file URLs as

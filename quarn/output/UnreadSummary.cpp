@@ -3,9 +3,8 @@
 #include <array>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 #include "QuarnPlatform/FileError.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/Text.h"
 
 namespace quarn {

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/RPCError.h"
 
 namespace quarn {

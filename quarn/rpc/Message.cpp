@@ -2,9 +2,8 @@
 
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 #include "QuarnPlatform/JSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/Notifications.h"
 
 namespace quarn {

@@ -1,7 +1,6 @@
 #include <array>
 
-#include <nlohmann/json.hpp>
-
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 
 namespace quarn {

@@ -1,5 +1,5 @@
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 
 namespace quarn::handlers {

@@ -1,7 +1,6 @@
 #include "quarn/rpc/Server.h"
 
-#include <nlohmann/json.hpp>
-
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/Binder.h"
 #include "quarn/rpc/Methods.h"
 

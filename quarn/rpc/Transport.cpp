@@ -8,9 +8,9 @@
 #include <thread>
 #include <utility>
 
-#include <nlohmann/json.hpp>
 #include <poll.h>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/LineReader.h"
 #include "quarn/rpc/LineWriter.h"
 #include "quarn/rpc/Notifications.h"

@@ -3,9 +3,9 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "QuarnPlatform/JSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/JSONRecord.h"
 
 namespace quarn {

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "QuarnPlatform/JSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/Localization.h"
 #include "QuarnPlatform/ResourceBundle.h"
 #include "QuarnPlatform/Text.h"

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include "QuarnCore/storage/StorageSignatureJSON.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "tests/support/ResourceFolder.h"
 
 namespace quarn {

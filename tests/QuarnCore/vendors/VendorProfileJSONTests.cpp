@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include "QuarnCore/vendors/VendorProfileJSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 
 namespace quarn {
 namespace {

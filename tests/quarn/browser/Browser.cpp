@@ -2,8 +2,7 @@
 
 #include <stdexcept>
 
-#include <nlohmann/json.hpp>
-
+#include "QuarnPlatform/JSONLibrary.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 

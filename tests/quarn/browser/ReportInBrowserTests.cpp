@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "tests/quarn/browser/Browser.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"

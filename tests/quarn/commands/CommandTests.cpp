@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/commands/CommandTable.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"

@@ -4,8 +4,8 @@
 #include <iterator>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"

@@ -1,8 +1,8 @@
 #include <filesystem>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/sample/SampleVolume.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"

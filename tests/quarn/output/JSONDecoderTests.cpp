@@ -1,8 +1,8 @@
 #include <array>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/output/JSONDecoder.h"
 
 namespace quarn {

@@ -6,10 +6,10 @@
 #include <variant>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include "QuarnCore/storage/StorageSignatureJSON.h"
 #include "QuarnCore/vendors/VendorProfileJSON.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/output/RecordFields.h"
 #include "quarn/output/RecordJSON.h"
 

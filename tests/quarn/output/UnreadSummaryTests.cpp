@@ -1,8 +1,8 @@
 #include <cerrno>
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/output/UnreadSummary.h"
 
 namespace quarn {

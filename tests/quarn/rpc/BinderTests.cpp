@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include "QuarnModels/AppEntity.h"
 #include "QuarnModels/Artifact.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/Services.h"
 #include "quarn/rpc/Binder.h"
 #include "tests/support/MacVolume.h"

@@ -1,8 +1,8 @@
 #include <set>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 #include "quarn/rpc/RPCError.h"
 #include "quarn/rpc/Server.h"

@@ -7,8 +7,8 @@
 #include <sstream>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/Server.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/quarn/rpc/RPCSession.h"

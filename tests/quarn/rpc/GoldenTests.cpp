@@ -9,9 +9,9 @@
 #include <set>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
 #include "QuarnModels/Date.h"
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 #include "quarn/rpc/Server.h"
 #include "tests/quarn/commands/CommandRun.h"

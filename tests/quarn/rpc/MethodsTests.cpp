@@ -6,8 +6,8 @@
 #include <set>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/Binder.h"
 #include "quarn/rpc/Methods.h"
 #include "quarn/rpc/RPCError.h"

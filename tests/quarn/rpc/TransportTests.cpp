@@ -5,8 +5,8 @@
 #include <thread>
 
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/RPCError.h"
 #include "quarn/rpc/Transport.h"
 #include "tests/quarn/rpc/RPCSession.h"

@@ -1,0 +1,4 @@
+#include "QuarnPlatform/JSONLibrary.h"
+
+template class nlohmann::basic_json<>;
+template class nlohmann::basic_json<nlohmann::ordered_map>;
