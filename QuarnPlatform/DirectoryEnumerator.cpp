@@ -96,8 +96,8 @@ const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::yield(Frame& frame) 
   item_.folderPath_ = &path_;
   item_.name_ = listing.name(entry);
   item_.level_ = frame.folder->level;
-  item_.type_ = entry.type;
-  item_.isPackage_ = entry.isPackage;
+  item_.type_ = entry.item.type();
+  item_.isPackage_ = entry.item.isPackage();
   item_.sizes_ = sizesOf(entry);
   mayEnter_ = frame.nextFolder < listing.folders.size() && listing.folders[frame.nextFolder] == index;
   if (!mayEnter_) return &item_;

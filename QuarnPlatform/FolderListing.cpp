@@ -1,9 +1,11 @@
 #include "QuarnPlatform/FolderListing.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cerrno>
 #include <cstring>
+#include <numeric>
 
 #include "QuarnPlatform/Packages.h"
 
@@ -12,6 +14,7 @@ namespace {
 
 constexpr std::size_t kKeyBytes = sizeof(std::uint64_t);
 constexpr std::size_t kBigFolder = 64;
+constexpr std::size_t kHugeFolder = 4096;
 constexpr std::size_t kScratchEntries = 4096;
 constexpr std::size_t kScratchNames = 128u << 10;
 
@@ -29,6 +32,12 @@ std::uint64_t sortKey(std::string_view text) {
     std::memcpy(&key, text.data(), text.size());
   }
   return std::endian::native == std::endian::little ? __builtin_bswap64(key) : key;
+}
+
+// Room for four times as much when there is none: a page that nothing is written to costs nothing, and copying does.
+template <class Buffer>
+void makeRoom(Buffer& buffer, std::size_t count) {
+  if (buffer.capacity() - buffer.size() < count) buffer.reserve(4 * (buffer.size() + count));
 }
 
 }  // namespace
@@ -49,10 +58,9 @@ void FolderLister::keep(const DirectoryReader::Entry& entry) {
   if (entry.hidden && options_.hidden == HiddenItems::skip) return;
   const bool isPackage =
       options_.packages == PackageContents::skip && entry.type == FileType::directory && isPackageName(entry.name);
-  found_.push_back({.nameAt = names_.size(),
-                    .nameLength = static_cast<std::uint16_t>(entry.name.size()),
-                    .type = entry.type,
-                    .isPackage = isPackage});
+  makeRoom(found_, 1);
+  makeRoom(names_, entry.name.size() + 1);
+  found_.push_back({.sortKey = 0, .item = ListedItem(names_.size(), entry.name.size(), entry.type, isPackage)});
   names_.append(entry.name) += '\0';
 }
 
@@ -66,9 +74,30 @@ void FolderLister::sort() {
     shared = prefix.size();
   }
   for (Found& found : found_) found.sortKey = sortKey(name(found).substr(shared));
-  std::sort(found_.begin(), found_.end(), [this](const Found& left, const Found& right) {
+  const auto comesFirst = [this](const Found& left, const Found& right) {
     return left.sortKey != right.sortKey ? left.sortKey < right.sortKey : name(left) < name(right);
-  });
+  };
+  if (found_.size() < kHugeFolder) return std::sort(found_.begin(), found_.end(), comesFirst);
+  sortByKeys();
+  for (auto run = found_.begin(); run != found_.end();) {
+    const auto end = std::find_if(run, found_.end(), [&](const Found& found) { return found.sortKey != run->sortKey; });
+    if (end - run > 1) std::sort(run, end, comesFirst);
+    run = end;
+  }
+}
+
+// A radix sort from the last byte on, over the bytes in which the keys differ: names of one huge folder are much alike.
+void FolderLister::sortByKeys() {
+  std::vector<Found> sorted = found_;
+  for (int shift = 0; shift < 64; shift += 8) {
+    const auto byte = [shift](const Found& found) { return found.sortKey >> shift & 0xFF; };
+    std::array<std::size_t, 256> places{};
+    for (const Found& found : found_) ++places[byte(found)];
+    if (places[byte(found_.front())] == found_.size()) continue;
+    std::exclusive_scan(places.begin(), places.end(), places.begin(), std::size_t{0});
+    for (const Found& found : found_) sorted[places[byte(found)]++] = found;
+    found_.swap(sorted);
+  }
 }
 
 // Names are packed in their order too: whoever goes through a big folder then reads memory forwards.
@@ -78,14 +107,12 @@ void FolderLister::pack(int level, FolderListing& listing) {
   listing.entries.reserve(found_.size());
   listing.names.reserve(names_.size());
   for (const Found& found : found_) {
-    const bool enters = reads && found.type == FileType::directory && !found.isPackage;
+    const ListedItem& item = found.item;
+    const bool enters = reads && item.type() == FileType::directory && !item.isPackage();
     if (enters) listing.folders.push_back(static_cast<std::uint32_t>(listing.entries.size()));
-    holdsFiles = holdsFiles || found.type == FileType::regular;
-    listing.entries.push_back({.nameAt = listing.names.size(),
-                               .nameLength = found.nameLength,
-                               .type = found.type,
-                               .isPackage = found.isPackage});
-    listing.names.append(name(found)) += '\0';
+    holdsFiles = holdsFiles || item.type() == FileType::regular;
+    listing.entries.push_back({ListedItem(listing.names.size(), item.nameLength(), item.type(), item.isPackage())});
+    listing.names.append(name(found).data(), item.nameLength() + 1);
   }
   listing.wantsSizes = reads && holdsFiles && options_.facts == EnumeratedFacts::sizes;
   if (found_.capacity() > kScratchEntries) found_ = std::vector<Found>();
@@ -95,9 +122,9 @@ void FolderLister::pack(int level, FolderListing& listing) {
 void FolderLister::readSizes(int folder, FolderListing& listing, std::size_t from, std::size_t to) {
   for (std::size_t i = from; i < to; ++i) {
     FolderListing::Entry& entry = listing.entries[i];
-    if (entry.type != FileType::regular) continue;
+    if (entry.item.type() != FileType::regular) continue;
     ByteCounts sizes;
-    if (DirectoryReader::readSizes(folder, listing.names.data() + entry.nameAt, sizes)) {
+    if (DirectoryReader::readSizes(folder, listing.name(entry).data(), sizes)) {
       entry.allocatedBytes = sizes.allocatedBytes;
       entry.logicalBytes = sizes.logicalBytes;
     } else {

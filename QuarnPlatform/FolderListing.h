@@ -15,15 +15,39 @@
 
 namespace quarn {
 
+/// An item as its folder lists it, in eight bytes, for a folder may hold millions: the type, and where among the
+/// folder's names the item's own stands. A plain value.
+class ListedItem {
+ public:
+  /// A NUL stands behind the name's end.
+  ListedItem(std::size_t nameAt, std::size_t nameLength, FileType type, bool isPackage)
+      : bits_(std::uint64_t{nameAt} << kNameAt | std::uint64_t{nameLength} << kNameLength |
+              std::uint64_t{isPackage} << kPackage | static_cast<std::uint64_t>(type)) {}
+
+  [[nodiscard]] std::size_t nameAt() const { return bits_ >> kNameAt; }
+  [[nodiscard]] std::size_t nameLength() const { return bits_ >> kNameLength & 0xFFFF; }
+  [[nodiscard]] FileType type() const { return static_cast<FileType>(bits_ & 0x7); }
+  /// By its name.
+  [[nodiscard]] bool isPackage() const { return (bits_ >> kPackage & 1) != 0; }
+
+  [[nodiscard]] std::string_view nameIn(const std::string& names) const {
+    return {names.data() + nameAt(), nameLength()};
+  }
+
+ private:
+  static constexpr int kPackage = 3;
+  static constexpr int kNameLength = 4;
+  static constexpr int kNameAt = 20;
+
+  std::uint64_t bits_;
+};
+
 /// One folder's entries in ascending byte order of their names, packed. A plain value.
 struct FolderListing {
   struct Entry {
     static constexpr std::int64_t kNoSizes = -1;
 
-    std::uint64_t nameAt = 0;  ///< where in `names`; a NUL stands behind the name's end
-    std::uint16_t nameLength = 0;
-    FileType type = FileType::other;
-    bool isPackage = false;                  ///< by its name
+    ListedItem item;                         ///< its name is in `names`
     std::int64_t allocatedBytes = kNoSizes;  ///< of a regular file whose sizes were read
     std::int64_t logicalBytes = 0;  ///< likewise; without sizes the errno with which they could not be read, or 0
   };
@@ -37,9 +61,7 @@ struct FolderListing {
 
   /// Empties it and keeps its memory.
   void clear();
-  [[nodiscard]] std::string_view name(const Entry& entry) const {
-    return {names.data() + entry.nameAt, entry.nameLength};
-  }
+  [[nodiscard]] std::string_view name(const Entry& entry) const { return entry.item.nameIn(names); }
 };
 
 /// Fills listings by the rules of one walk. Owns buffers; for one thread.
@@ -54,18 +76,14 @@ class FolderLister {
 
  private:
   struct Found {
-    std::uint64_t sortKey = 0;
-    std::uint64_t nameAt = 0;
-    std::uint16_t nameLength = 0;
-    FileType type = FileType::other;
-    bool isPackage = false;
+    std::uint64_t sortKey;
+    ListedItem item;
   };
 
-  [[nodiscard]] std::string_view name(const Found& found) const {
-    return {names_.data() + found.nameAt, found.nameLength};
-  }
+  [[nodiscard]] std::string_view name(const Found& found) const { return found.item.nameIn(names_); }
   void keep(const DirectoryReader::Entry& entry);
   void sort();
+  void sortByKeys();
   void pack(int level, FolderListing& listing);
 
   const DirectoryEnumerator::Options& options_;

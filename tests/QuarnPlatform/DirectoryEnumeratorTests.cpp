@@ -89,6 +89,25 @@ TEST_P(Enumerating, NamesThatBeginAlikeForLongAreOrderedByWhatFollows) {
   EXPECT_EQ(walk("/t"), expected);
 }
 
+TEST_P(EnumeratingBigTrees, ThousandsOfNamesOfOneFolderAreInTheOrderOfTheirBytes) {
+  // Alike at first, alike for long behind that, ending early, with bytes on both sides of 127.
+  std::vector<std::string> names{"n", "n0", "n00", "n-\xFE", "n\x01", "N"};
+  for (int i = 0; i < 6000; ++i) {
+    const std::string number = std::to_string(i * 7919 % 6000);
+    names.push_back("n" + number);
+    names.push_back("n" + std::string(8, 'x') + number);
+    names.push_back("n" + std::string(1, static_cast<char>(0x80 + i % 100)) + number);
+  }
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  std::vector<std::string> paths;
+  for (const std::string& name : names) {
+    volume.file("/t/" + name);
+    paths.push_back("/" + name);
+  }
+  EXPECT_EQ(walk("/t"), paths);
+}
+
 TEST_P(EnumeratingBigTrees, ATreeOfManyFoldersComesInTheOrderOfAPlainRecursion) {
   std::vector<std::string> expected;
   std::int64_t bytes = 0;
