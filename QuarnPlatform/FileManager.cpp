@@ -24,12 +24,6 @@ bool isInRootFolder(std::string_view path) {
                      [&](std::string_view folder) { return path::isInside(path, folder); });
 }
 
-bool isPlain(std::string_view path) {
-  return path == "/" || (!path.ends_with('/') && path.find("//") == std::string_view::npos &&
-                         path.find("/./") == std::string_view::npos && path.find("/../") == std::string_view::npos &&
-                         !path.ends_with("/.") && !path.ends_with("/.."));
-}
-
 std::string joined(const std::vector<std::string_view>& names) {
   std::string result;
   for (const std::string_view name : names) (result += '/') += name;
@@ -223,7 +217,7 @@ std::optional<std::string> FileManager::readFileIfPossible(const FileURL& url, s
 }
 
 std::string FileManager::standardizedPath(std::string_view path) const {
-  if (isPlain(path)) return withoutPrivatePrefix(std::string(path));
+  if (path::isPlain(path)) return withoutPrivatePrefix(std::string(path));
   std::string result(path);
   if (hasParentComponent(path)) {
     if (std::optional<std::string> resolved = volume_->resolve(path)) result = std::move(*resolved);

@@ -86,6 +86,12 @@ std::string join(std::string_view base, std::string_view component) {
   return result;
 }
 
+bool isPlain(std::string_view path) {
+  return path == "/" || (!path.ends_with('/') && path.find("//") == std::string_view::npos &&
+                         path.find("/./") == std::string_view::npos && path.find("/../") == std::string_view::npos &&
+                         !path.ends_with("/.") && !path.ends_with("/.."));
+}
+
 bool isInside(std::string_view path, std::string_view folder) {
   if (!path.starts_with(folder)) return false;
   return path.size() == folder.size() || folder == "/" || path[folder.size()] == '/';

@@ -31,6 +31,9 @@ std::string_view parent(std::string_view path);
 /// One "/" at the seam: "/a" + "b", "/a" + "/b" and "/" + "b".
 std::string join(std::string_view base, std::string_view component);
 
+/// Whether a path is in plain form: no empty, "." or ".." component, no slash at its end but that of "/".
+bool isPlain(std::string_view path);
+
 /// Path containment: `path` equals `folder` or begins with it followed by "/". Both standardised by the caller.
 bool isInside(std::string_view path, std::string_view folder);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <memory>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -37,15 +38,14 @@ FileDescriptor openRegularFile(const std::string& path) {
 
 /// All bytes of the file; absent on an error or when there are more than the maximum, whatever its size claims to be.
 std::optional<std::string> readAll(const FileDescriptor& file) {
-  constexpr std::size_t kChunk = 64u << 10;
+  constexpr std::size_t kChunk = 32u << 10;
+  const auto chunk = std::make_unique_for_overwrite<char[]>(kChunk);
   std::string bytes;
   while (bytes.size() <= ResourceBundle::kMaximumBytes) {
-    const std::size_t used = bytes.size();
-    bytes.resize(used + kChunk);
-    const ssize_t got = ::read(file.get(), bytes.data() + used, kChunk);
-    bytes.resize(used + static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    const ssize_t got = ::read(file.get(), chunk.get(), kChunk);
     if (got == 0) return bytes;
     if (got < 0 && errno != EINTR) return std::nullopt;
+    bytes.append(chunk.get(), static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
   }
   return std::nullopt;
 }

@@ -9,6 +9,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "QuarnPlatform/Path.h"
 #include "QuarnPlatform/PathWalk.h"
 #include "QuarnPlatform/Volume.h"
 
@@ -33,10 +34,10 @@ FileType typeOf(mode_t mode) {
   return S_ISLNK(mode) ? FileType::symbolicLink : FileType::other;
 }
 
-int openInRoot(int root, const std::string& relativePath, int flags) {
+int openInRoot(int root, const std::string& relativePath, int flags, std::uint64_t furtherRules = 0) {
   open_how how{};
   how.flags = static_cast<std::uint64_t>(flags);
-  how.resolve = RESOLVE_IN_ROOT | RESOLVE_NO_MAGICLINKS;
+  how.resolve = RESOLVE_IN_ROOT | RESOLVE_NO_MAGICLINKS | furtherRules;
   long result = -1;
   for (int attempt = 0; attempt < kAttemptsWhileRenamed; ++attempt) {
     result = ::syscall(SYS_openat2, root, relativePath.c_str(), &how, sizeof how);
@@ -80,12 +81,14 @@ FileDescriptor Volume::openByWalking(std::string_view path, int flags, Links lin
   return FileDescriptor(::openat(place->folder.get(), name, flags | O_NOFOLLOW));
 }
 
-// One call tells that there is nothing to resolve, which is what most look-ups find.
+// One call tells that nothing is there, or that no link is on the way, which is what nearly all look-ups find.
 std::optional<std::string> Volume::resolve(std::string_view path) const {
   if (holdsNul(path)) return std::nullopt;
   if (path.size() < kLongestSystemPath) {
-    const FileDescriptor item(openInRoot(root_.get(), "." + std::string(path), flagsFor(OpenFor::facts)));
-    if (!item.isOpen() && !needsWalking(errno)) return std::nullopt;
+    const int flags = flagsFor(OpenFor::facts);
+    const FileDescriptor item(openInRoot(root_.get(), "." + std::string(path), flags, RESOLVE_NO_SYMLINKS));
+    if (item.isOpen() && path.starts_with('/') && path::isPlain(path)) return std::string(path);
+    if (!item.isOpen() && errno != ELOOP && !needsWalking(errno)) return std::nullopt;
   }
   const std::optional<WalkedPlace> place = walkBelow(root_.get(), path, Links::follow);
   if (!place) return std::nullopt;

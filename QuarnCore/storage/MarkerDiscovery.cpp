@@ -66,11 +66,18 @@ class MarkerSearch {
  private:
   [[nodiscard]] bool isMarker(const DirectoryEnumerator::Item& item) const {
     if (item.type() != FileType::regular && item.type() != FileType::directory) return false;
+    if (!mayBeginMarker(item.name().front())) return false;
     const std::string name = Text::lowercased(item.name());
-    if (name.empty() || !firstBytes_.test(static_cast<unsigned char>(name.front()))) return false;
     return std::any_of(markers_.begin(), markers_.end(), [&](const Marker& marker) {
       return marker.type == item.type() && marker.pattern.matches(name);
     });
+  }
+
+  // What most names fail is asked before they are put in lower case. What a letter beyond ASCII becomes is not known
+  // yet.
+  [[nodiscard]] bool mayBeginMarker(char first) const {
+    const auto byte = static_cast<unsigned char>(first);
+    return byte >= 0x80 || firstBytes_.test(first >= 'A' && first <= 'Z' ? byte + ('a' - 'A') : byte);
   }
 
   void addFolder(FileURL folder) {

@@ -2,6 +2,7 @@
 
 #include "QuarnCore/vendors/VendorMatcher.h"
 #include "QuarnCore/vendors/VendorProfileJSON.h"
+#include "QuarnPlatform/Parallel.h"
 
 namespace quarn {
 namespace {
@@ -37,11 +38,15 @@ VendorProfileRegistry VendorProfileRegistry::loadDefault(const ResourceBundle& b
   const std::optional<std::string> indexText = readResource(bundle, "index");
   const std::optional<Index> index = indexText ? decodeVendorIndex(*indexText) : std::nullopt;
   if (!index) return VendorProfileRegistry();
+  std::vector<std::optional<VendorProfile>> decoded(index->vendors.size());
+  inParallel(decoded.size(), [&](std::size_t i) {
+    const std::optional<std::string> text = readResource(bundle, withoutExtension(index->vendors[i].file));
+    if (text) decoded[i] = decodeVendorProfile(*text);
+  });
   std::vector<VendorProfile> profiles;
-  for (const Index::Entry& entry : index->vendors) {
-    const std::optional<std::string> text = readResource(bundle, withoutExtension(entry.file));
-    if (!text) continue;
-    if (std::optional<VendorProfile> profile = decodeVendorProfile(*text)) profiles.push_back(std::move(*profile));
+  profiles.reserve(decoded.size());
+  for (std::optional<VendorProfile>& profile : decoded) {
+    if (profile) profiles.push_back(std::move(*profile));
   }
   return VendorProfileRegistry(std::move(profiles));
 }

@@ -1,0 +1,29 @@
+#include "QuarnPlatform/Parallel.h"
+
+#include <atomic>
+#include <future>
+#include <system_error>
+
+namespace quarn {
+
+void inParallel(std::size_t count, const std::function<void(std::size_t index)>& work) {
+  std::atomic<std::size_t> next = 0;
+  const auto takeTurns = [&] {
+    try {
+      for (std::size_t index = next++; index < count; index = next++) work(index);
+    } catch (...) {
+      next = count;
+      throw;
+    }
+  };
+  std::future<void> helper;
+  try {
+    if (count > 1) helper = std::async(std::launch::async, takeTurns);
+  } catch (const std::system_error&) {
+    // No thread to be had.
+  }
+  takeTurns();
+  if (helper.valid()) helper.get();
+}
+
+}  // namespace quarn
