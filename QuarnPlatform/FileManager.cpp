@@ -48,10 +48,11 @@ bool hasParentComponent(std::string_view path) {
   return std::find(names.begin(), names.end(), "..") != names.end();
 }
 
-void requireRegular(const std::optional<ItemFacts>& found, const FileURL& url) {
-  if (!found) throwFileError("open", url.path());
-  if (found->type == FileType::directory) throwFileError(EISDIR, "open", url.path());
-  if (found->type != FileType::regular) throwFileError(EINVAL, "open", url.path());
+/// Why an item cannot be opened as a regular file; 0 when it can. Asked right after it was looked up.
+int refusal(const std::optional<ItemFacts>& found) {
+  if (!found) return errno;
+  if (found->type == FileType::directory) return EISDIR;
+  return found->type == FileType::regular ? 0 : EINVAL;
 }
 
 URLKind kindOf(FileType type) { return type == FileType::directory ? URLKind::directory : URLKind::item; }
@@ -191,15 +192,27 @@ FileDescriptor FileManager::openDirectory(const FileURL& url, Links links) const
   throwFileError(found && found->type == FileType::symbolicLink ? ELOOP : error, "list", url.path());
 }
 
+OpenFile FileManager::openFile(const FileURL& url) const {
+  int error = 0;
+  std::optional<OpenFile> file = openRegularFile(url, error);
+  if (!file) throwFileError(error, "open", url.path());
+  return std::move(*file);
+}
+
 // Looked at before it is opened, for opening a device can already set it to work, and again afterwards, for the item
 // may have been exchanged.
-OpenFile FileManager::openFile(const FileURL& url) const {
-  requireRegular(facts(url, Links::follow), url);
+std::optional<OpenFile> FileManager::openRegularFile(const FileURL& url, int& error) const {
+  error = refusal(facts(url, Links::follow));
+  if (error != 0) return std::nullopt;
   FileDescriptor file = open(url.path(), OpenFor::file, Links::follow);
-  if (!file.isOpen()) throwFileError("open", url.path());
+  if (!file.isOpen()) {
+    error = errno;
+    return std::nullopt;
+  }
   const std::optional<ItemFacts> found = Volume::facts(file.get());
-  requireRegular(found, url);
-  return {std::move(file), static_cast<std::uint64_t>(found->sizes.logicalBytes), url.path()};
+  error = refusal(found);
+  if (error != 0) return std::nullopt;
+  return OpenFile(std::move(file), static_cast<std::uint64_t>(found->sizes.logicalBytes), url.path());
 }
 
 std::string FileManager::readFile(const FileURL& url, std::size_t maximumBytes) const {
@@ -209,8 +222,11 @@ std::string FileManager::readFile(const FileURL& url, std::size_t maximumBytes) 
 }
 
 std::optional<std::string> FileManager::readFileIfPossible(const FileURL& url, std::size_t maximumBytes) const {
+  int error = 0;
+  const std::optional<OpenFile> file = openRegularFile(url, error);
+  if (!file || file->size() > maximumBytes) return std::nullopt;
   try {
-    return readFile(url, maximumBytes);
+    return file->read(0, static_cast<std::size_t>(file->size()));
   } catch (const FileError&) {
     return std::nullopt;
   }

@@ -132,6 +132,8 @@ class FileManager {
   FileManager(std::shared_ptr<const Volume> volume, FileURL home);
   [[nodiscard]] std::string withoutPrivatePrefix(std::string path) const;
   [[nodiscard]] FileDescriptor open(const std::string& path, OpenFor use, Links links) const;
+  /// Absent, and why in `error`, for what `openFile` throws on.
+  [[nodiscard]] std::optional<OpenFile> openRegularFile(const FileURL& url, int& error) const;
   void noteDenial(std::string_view path, int error) const;
 
   std::shared_ptr<const Volume> volume_;

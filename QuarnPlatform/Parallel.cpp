@@ -5,6 +5,11 @@
 #include <system_error>
 
 namespace quarn {
+namespace {
+
+constexpr std::size_t kFew = 8;
+
+}  // namespace
 
 void inParallel(std::size_t count, const std::function<void(std::size_t index)>& work) {
   std::atomic<std::size_t> next = 0;
@@ -18,7 +23,7 @@ void inParallel(std::size_t count, const std::function<void(std::size_t index)>&
   };
   std::future<void> helper;
   try {
-    if (count > 1) helper = std::async(std::launch::async, takeTurns);
+    if (count >= kFew) helper = std::async(std::launch::async, takeTurns);
   } catch (const std::system_error&) {
     // No thread to be had.
   }

@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "QuarnPlatform/BriefLock.h"
 #include "QuarnPlatform/Packages.h"
 
 namespace quarn {
@@ -110,7 +111,7 @@ ReadAhead::FolderPointer ReadAhead::takeRoot() { return std::move(root_); }
 ReadAhead::FolderPointer ReadAhead::child(Folder& parent, std::size_t index) {
   hands_->prepare();
   discarded_.clear();
-  Lock lock(mutex_);
+  Lock lock = lockBriefly(mutex_);
   recycleLeft();
   startHelper();
   FolderPointer folder = takeClaimed(parent, index);
@@ -127,7 +128,7 @@ ReadAhead::FolderPointer ReadAhead::child(Folder& parent, std::size_t index) {
 }
 
 void ReadAhead::skip(Folder& parent, std::size_t index) {
-  const Lock lock(mutex_);
+  const Lock lock = lockBriefly(mutex_);
   if (FolderPointer folder = takeClaimed(parent, index)) return leaveOut(std::move(folder));
   ++parent.nextFolder;
   --unclaimed_;
@@ -139,7 +140,7 @@ std::size_t ReadAhead::sizesUpTo(Folder& folder, std::size_t index) {
   const std::size_t count = folder.listing.entries.size();
   const std::size_t segment = index / kSegment;
   if (segmentCount(folder.listing) < 2) return count;
-  Lock lock(mutex_);
+  Lock lock = lockBriefly(mutex_);
   folder.position = segment;
   startHelper();
   wakeHelper();
@@ -226,7 +227,7 @@ void ReadAhead::perform(Lock& lock, const Task& task, Hands& hands) {
   } else {
     read(task, hands);
   }
-  lock.lock();
+  lockBriefly(lock);
   if (task.parent != nullptr) {
     publish(*task.folder);
   } else {

@@ -42,15 +42,19 @@ void appendUTF16(std::u16string& text, char32_t scalar) {
 
 bool isASCII(std::string_view text) {
   constexpr std::uint64_t kHighBits = 0x8080808080808080;
-  std::uint64_t all = 0;
-  std::size_t at = 0;
-  for (; at + sizeof(all) <= text.size(); at += sizeof(all)) {
+  const auto eightAt = [&](std::size_t at) {
     std::uint64_t eight = 0;
     std::memcpy(&eight, text.data() + at, sizeof(eight));
-    all |= eight;
+    return eight;
+  };
+  std::uint64_t all = 0;
+  if (text.size() < sizeof(all)) {
+    for (const char byte : text) all |= static_cast<unsigned char>(byte);
+    return (all & kHighBits) == 0;
   }
-  for (; at < text.size(); ++at) all |= static_cast<unsigned char>(text[at]);
-  return (all & kHighBits) == 0;
+  const std::size_t last = text.size() - sizeof(all);
+  for (std::size_t at = 0; at < last; at += sizeof(all)) all |= eightAt(at);
+  return ((all | eightAt(last)) & kHighBits) == 0;
 }
 
 char32_t ScalarReader::peek() const {

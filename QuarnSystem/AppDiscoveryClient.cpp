@@ -6,6 +6,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "QuarnPlatform/Parallel.h"
 #include "QuarnPlatform/Path.h"
 #include "QuarnPlatform/Text.h"
 #include "QuarnSystem/BundleInfo.h"
@@ -73,11 +74,11 @@ class AppSearch {
 AppEntity appAt(const FileManager& files, const FileURL& bundle) {
   BundleInfo info = readBundleInfo(files, bundle);
   std::optional<std::string>& name = info.displayName ? info.displayName : info.name;
-  return {.name = name ? std::move(*name) : std::string(path::stem(bundle.path())),
-          .bundleIdentifier = info.identifier,
-          .bundleURL = bundle,
-          .id = AppEntity::makeID(info.identifier, bundle),
-          .version = std::move(info.version)};
+  return AppEntity{.name = name ? std::move(*name) : std::string(path::stem(bundle.path())),
+                   .bundleIdentifier = info.identifier,
+                   .bundleURL = bundle,
+                   .id = AppEntity::makeID(info.identifier, bundle),
+                   .version = std::move(info.version)};
 }
 
 bool comesBefore(const AppEntity& left, const AppEntity& right) {
@@ -86,8 +87,9 @@ bool comesBefore(const AppEntity& left, const AppEntity& right) {
 }
 
 std::vector<AppEntity> discover(const FileManager& files) {
-  std::vector<AppEntity> apps;
-  for (const FileURL& bundle : AppSearch(files).bundles()) apps.push_back(appAt(files, bundle));
+  const std::vector<FileURL> bundles = AppSearch(files).bundles();
+  std::vector<AppEntity> apps =
+      collectInParallel<AppEntity>(bundles.size(), [&](std::size_t i) { return appAt(files, bundles[i]); });
   std::sort(apps.begin(), apps.end(), comesBefore);
   return apps;
 }

@@ -1,11 +1,14 @@
 #include "QuarnSystem/LaunchdScanner.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <string_view>
 #include <utility>
 
+#include "QuarnPlatform/Parallel.h"
 #include "QuarnSystem/PropertyListFiles.h"
 
 namespace quarn {
@@ -15,23 +18,23 @@ constexpr std::string_view kHomeFolder = "Library/LaunchAgents";
 constexpr std::array<std::string_view, 4> kSystemFolders{
     "/Library/LaunchAgents", "/Library/LaunchDaemons", "/System/Library/LaunchAgents", "/System/Library/LaunchDaemons"};
 
-void appendJobs(const FileManager& files, const FileURL& folder, std::vector<LaunchdEntry>& jobs) {
-  for (const FileURL& file : propertyListFiles(files, folder)) {
-    const std::optional<PropertyList> job = readPropertyList(files, file);
-    std::optional<std::string> label = job ? job->string("Label") : std::nullopt;
-    if (!label) continue;
-    jobs.push_back({.label = std::move(*label),
-                    .program = job->string("Program"),
-                    .programArguments = job->stringArray("ProgramArguments").value_or(std::vector<std::string>()),
-                    .url = file});
-  }
+std::optional<LaunchdEntry> jobAt(const FileManager& files, const FileURL& file) {
+  const std::optional<PropertyList> job = readPropertyList(files, file);
+  std::optional<std::string> label = job ? job->string("Label") : std::nullopt;
+  if (!label) return std::nullopt;
+  return LaunchdEntry{.label = std::move(*label),
+                      .program = job->string("Program"),
+                      .programArguments = job->stringArray("ProgramArguments").value_or(std::vector<std::string>()),
+                      .url = file};
 }
 
 std::vector<LaunchdEntry> allJobs(const FileManager& files) {
-  std::vector<LaunchdEntry> jobs;
-  appendJobs(files, files.homeDirectory().appending(kHomeFolder), jobs);
-  for (const std::string_view folder : kSystemFolders) appendJobs(files, FileURL(folder), jobs);
-  return jobs;
+  std::vector<FileURL> found = propertyListFiles(files, files.homeDirectory().appending(kHomeFolder));
+  for (const std::string_view folder : kSystemFolders) {
+    std::vector<FileURL> more = propertyListFiles(files, FileURL(folder));
+    std::move(more.begin(), more.end(), std::back_inserter(found));
+  }
+  return collectInParallel<LaunchdEntry>(found.size(), [&](std::size_t i) { return jobAt(files, found[i]); });
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "QuarnPlatform/Parallel.h"
 #include "QuarnPlatform/Path.h"
 #include "QuarnPlatform/Text.h"
 #include "QuarnSystem/PropertyListFiles.h"
@@ -117,12 +118,13 @@ std::optional<Receipt> receiptAt(const FileManager& files, const DirectoryEntry&
 
 // By package identifier; equal ones in the order of the folders and of the names in them.
 std::vector<Receipt> readReceipts(const FileManager& files) {
-  std::vector<Receipt> receipts;
+  std::vector<DirectoryEntry> entries;
   for (const std::string_view folder : kFolders) {
-    for (const DirectoryEntry& entry : files.contentsOrNone(FileURL(folder), HiddenItems::include)) {
-      if (std::optional<Receipt> receipt = receiptAt(files, entry)) receipts.push_back(std::move(*receipt));
-    }
+    std::vector<DirectoryEntry> listed = files.contentsOrNone(FileURL(folder), HiddenItems::include);
+    std::move(listed.begin(), listed.end(), std::back_inserter(entries));
   }
+  std::vector<Receipt> receipts =
+      collectInParallel<Receipt>(entries.size(), [&](std::size_t i) { return receiptAt(files, entries[i]); });
   std::stable_sort(receipts.begin(), receipts.end(),
                    [](const Receipt& left, const Receipt& right) { return left.identifier < right.identifier; });
   return receipts;
@@ -145,19 +147,21 @@ class Receipts {
 
   // Null when there is no readable bill.
   [[nodiscard]] SharedBill bill(const Receipt& receipt) {
-    const std::lock_guard lock(mutex_);
-    const auto known = bills_.find(receipt.bill.path());
-    if (known != bills_.end()) return known->second;
+    if (const std::optional<SharedBill> known = keptBill(receipt)) return *known;
     SharedBill bill = readBill(receipt);
     const std::size_t size = bill ? memoryOf(*bill) : 0;
-    if (size <= mostKeptBytes_ - keptBytes_) {
-      bills_.emplace(receipt.bill.path(), bill);
-      keptBytes_ += size;
-    }
+    const std::lock_guard lock(mutex_);
+    if (size <= mostKeptBytes_ - keptBytes_ && bills_.emplace(receipt.bill.path(), bill).second) keptBytes_ += size;
     return bill;
   }
 
  private:
+  [[nodiscard]] std::optional<SharedBill> keptBill(const Receipt& receipt) {
+    const std::lock_guard lock(mutex_);
+    const auto known = bills_.find(receipt.bill.path());
+    return known != bills_.end() ? std::optional(known->second) : std::nullopt;
+  }
+
   [[nodiscard]] SharedBill readBill(const Receipt& receipt) const {
     const std::optional<std::string> bytes = files_.readFileIfPossible(receipt.bill, kMaxBillBytes);
     std::optional<Bill> bill = bytes ? readBillOfMaterials(*bytes) : std::nullopt;
@@ -264,14 +268,12 @@ std::vector<ReceiptInfo> allReceipts(Receipts& receipts) {
 
 std::vector<ReceiptInfo> receiptsMatching(Receipts& receipts, const AppEntity& app) {
   const SoughtItem bundle(receipts.files(), app.bundleURL.path());
-  std::vector<ReceiptInfo> infos;
-  for (const Receipt& receipt : receipts.all()) {
-    const Receipts::SharedBill bill = receipts.bill(receipt);
-    const bool belongs =
-        belongsByIdentifier(app, receipt.identifier) || (bill && bundle.isOrHoldsListed(receipt, *bill));
-    if (belongs) infos.push_back(infoOf(receipt, bill));
-  }
-  return infos;
+  const std::vector<Receipt>& all = receipts.all();
+  return collectInParallel<ReceiptInfo>(all.size(), [&](std::size_t i) -> std::optional<ReceiptInfo> {
+    const Receipts::SharedBill bill = receipts.bill(all[i]);
+    const bool belongs = belongsByIdentifier(app, all[i].identifier) || (bill && bundle.isOrHoldsListed(all[i], *bill));
+    return belongs ? std::optional(infoOf(all[i], bill)) : std::nullopt;
+  });
 }
 
 std::vector<std::string> packageIDs(Receipts& receipts, const std::string& path) {

@@ -38,17 +38,11 @@ VendorProfileRegistry VendorProfileRegistry::loadDefault(const ResourceBundle& b
   const std::optional<std::string> indexText = readResource(bundle, "index");
   const std::optional<Index> index = indexText ? decodeVendorIndex(*indexText) : std::nullopt;
   if (!index) return VendorProfileRegistry();
-  std::vector<std::optional<VendorProfile>> decoded(index->vendors.size());
-  inParallel(decoded.size(), [&](std::size_t i) {
-    const std::optional<std::string> text = readResource(bundle, withoutExtension(index->vendors[i].file));
-    if (text) decoded[i] = decodeVendorProfile(*text);
-  });
-  std::vector<VendorProfile> profiles;
-  profiles.reserve(decoded.size());
-  for (std::optional<VendorProfile>& profile : decoded) {
-    if (profile) profiles.push_back(std::move(*profile));
-  }
-  return VendorProfileRegistry(std::move(profiles));
+  return VendorProfileRegistry(
+      collectInParallel<VendorProfile>(index->vendors.size(), [&](std::size_t i) -> std::optional<VendorProfile> {
+        const std::optional<std::string> text = readResource(bundle, withoutExtension(index->vendors[i].file));
+        return text ? decodeVendorProfile(*text) : std::nullopt;
+      }));
 }
 
 std::vector<VendorProfile> VendorProfileRegistry::matchingProfiles(const AppEntity& app) const {

@@ -27,7 +27,7 @@ TEST(InParallel, TwoThreadsWorkAtOnce) {
   std::mutex mutex;
   std::condition_variable bothAreIn;
   std::set<std::thread::id> threads;
-  inParallel(2, [&](std::size_t /*index*/) {
+  inParallel(8, [&](std::size_t /*index*/) {
     std::unique_lock lock(mutex);
     threads.insert(std::this_thread::get_id());
     bothAreIn.notify_all();
@@ -44,6 +44,20 @@ TEST(InParallel, AnExceptionOfAnyThreadIsThrownOnAndEndsTheWork) {
   };
   EXPECT_THROW(inParallel(1000, failing), std::runtime_error);
   EXPECT_LE(calls, 2);
+}
+
+TEST(InParallel, FewCallsAreMadeByTheCallingThreadAlone) {
+  std::set<std::thread::id> threads;
+  inParallel(7, [&](std::size_t /*index*/) { threads.insert(std::this_thread::get_id()); });
+  EXPECT_THAT(threads, testing::ElementsAre(std::this_thread::get_id()));
+}
+
+TEST(CollectInParallel, WhatIsMadeKeepsItsOrderAndNothingIsLeftOut) {
+  std::vector<std::size_t> even;
+  for (std::size_t i = 0; i < 1000; i += 2) even.push_back(i);
+  const auto made = collectInParallel<std::size_t>(
+      1000, [](std::size_t index) { return index % 2 == 0 ? std::optional(index) : std::nullopt; });
+  EXPECT_EQ(made, even);
 }
 
 }  // namespace
