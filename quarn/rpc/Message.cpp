@@ -45,18 +45,18 @@ void obey(const json& notification, OpenRequests& open) {
   if (id != nullptr && isID(*id)) open.cancel(id->dump());
 }
 
-Request requestOf(json& call, const json& id, OpenRequests& open) {
+Request requestOf(const json& call, const json& id, OpenRequests& open) {
   Request request;
   request.id = id.dump();
   request.method = call["method"].get<std::string>();
-  const auto params = call.find("params");
-  if (params != call.end() && !params->is_null()) request.params = std::make_shared<const json>(std::move(*params));
+  const json* params = JSON::member(call, "params");
+  if (params != nullptr && !params->is_null()) request.params = params->dump();
   request.ticket = open.add(request.id);
   request.cancellation = (*request.ticket)->second;
   return request;
 }
 
-void readCall(json& call, Message& message, OpenRequests& open) {
+void readCall(const json& call, Message& message, OpenRequests& open) {
   const json* id = JSON::member(call, "id");
   if (std::string problem = problemWith(call); !problem.empty()) {
     message.requests.push_back(refused(RPCError::notARequest(std::move(problem)), id));
@@ -114,7 +114,7 @@ Message readMessage(std::string_view line, OpenRequests& open) {
         RPCError::notARequest("a line of more than " + std::to_string(kMostValuesInALine) + " values"));
   }
   std::string problem;
-  std::optional<json> value = parseJSON(line, &problem);
+  const std::optional<json> value = parseJSON(line, &problem);
   if (!value) return refusedMessage(RPCError::notJSON(problem));
   if (value->is_array() && value->empty()) return refusedMessage(RPCError::notARequest("an empty batch"));
   if (value->is_array() && value->size() > kMostCallsInABatch) {
@@ -123,7 +123,7 @@ Message readMessage(std::string_view line, OpenRequests& open) {
   }
   Message message{.requests = {}, .isBatch = value->is_array(), .lineBytes = line.size()};
   if (message.isBatch) {
-    for (json& call : *value) readCall(call, message, open);
+    for (const json& call : *value) readCall(call, message, open);
   } else {
     readCall(*value, message, open);
   }

@@ -1,14 +1,11 @@
 #pragma once
 
 #include <map>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <nlohmann/json_fwd.hpp>
 
 #include "QuarnPlatform/Cancellation.h"
 #include "quarn/rpc/RPCError.h"
@@ -34,11 +31,12 @@ class OpenRequests {
   std::multimap<std::string, Cancellation> flags_;
 };
 
-/// One request of a line, or why that part of the line is none.
+/// One request of a line, or why that part of the line is none. Its params are text until it is run: many requests may
+/// wait, and text takes a tenth of the memory.
 struct Request {
   std::string id = "null";  ///< as JSON text, as it goes back
   std::string method;
-  std::shared_ptr<const nlohmann::json> params;  ///< an object or an array; null pointer without params
+  std::string params;  ///< JSON text of an object or an array; empty without params
   Cancellation cancellation = Cancellation::never();
   std::optional<OpenRequests::Ticket> ticket;  ///< absent for what is refused
   std::optional<RPCError> refusal;             ///< set: nothing is to be run

@@ -10,6 +10,7 @@
 
 #include <poll.h>
 
+#include "QuarnPlatform/JSON.h"
 #include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/rpc/LineReader.h"
 #include "quarn/rpc/LineWriter.h"
@@ -19,6 +20,7 @@
 namespace quarn {
 namespace {
 
+using nlohmann::json;
 using nlohmann::ordered_json;
 
 /// Makes a write to a pipe that nobody reads an error instead of the end of the process.
@@ -163,8 +165,9 @@ class Session {
       if (!writer_.write(progressNotification(request.id, value))) giveUp();
     };
     try {
+      const std::optional<json> params = request.params.empty() ? std::nullopt : parseJSON(request.params);
       const RequestContext context{request.cancellation, report};
-      return answer(request.id, "result", dispatcher_(request.method, request.params.get(), context));
+      return answer(request.id, "result", dispatcher_(request.method, params ? &*params : nullptr, context));
     } catch (const RPCError& error) {
       return errorAnswer(request.id, error);
     } catch (const std::exception& error) {
