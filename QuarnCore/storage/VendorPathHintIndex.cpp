@@ -6,6 +6,7 @@
 
 #include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/VendorPathResolver.h"
+#include "QuarnPlatform/Parallel.h"
 #include "QuarnPlatform/PathSet.h"
 #include "QuarnPlatform/Text.h"
 
@@ -141,6 +142,23 @@ VendorPathHint makeHint(const VendorProfile& profile, Category category, const V
           .riskLevel = RiskLevel::danger};
 }
 
+/// Where the profile's items lie that exist; absent for a profile of no category.
+std::optional<VendorPathHintIndex::Finds> findsOf(const VendorProfile& profile, ListedFolders& folders,
+                                                  const FileURL& home) {
+  const std::optional<Category> category = VendorPathHintIndex::category(profile.id);
+  if (!category) return std::nullopt;
+  VendorPathHintIndex::Finds finds;
+  const auto add = [&](const auto& source, bool areRoots) {
+    std::vector<FileURL> urls = VendorPathResolver::resolve(source.paths, folders, home);
+    if (!urls.empty()) finds.push_back({makeHint(profile, *category, source), std::move(urls), areRoots});
+  };
+  for (const VendorProfile::ArtifactDefinition& definition : profile.artifacts) {
+    add(definition, isScanRoot(definition.kind));
+  }
+  for (const VendorProfile::CarveOut& carveOut : profile.carveOuts) add(carveOut, /*areRoots=*/false);
+  return finds;
+}
+
 template <class Value>
 struct Measured {
   std::size_t length;  // of the path, in characters
@@ -167,30 +185,24 @@ std::optional<Category> VendorPathHintIndex::category(std::string_view profileID
 
 VendorPathHintIndex::VendorPathHintIndex(const VendorProfileRegistry& registry, const FileURL& home, FileManager files)
     : files_(std::move(files)) {
+  const std::vector<VendorProfile>& profiles = registry.profiles();
   ListedFolders folders(files_);
-  for (const VendorProfile& profile : registry.profiles()) {
-    const std::optional<Category> category = VendorPathHintIndex::category(profile.id);
-    if (!category) continue;
-    for (const VendorProfile::ArtifactDefinition& definition : profile.artifacts) {
-      add(makeHint(profile, *category, definition), definition.paths, folders, home, isScanRoot(definition.kind));
-    }
-    for (const VendorProfile::CarveOut& carveOut : profile.carveOuts) {
-      add(makeHint(profile, *category, carveOut), carveOut.paths, folders, home, /*areRoots=*/false);
-    }
+  const auto found =
+      collectInParallel<Finds>(profiles.size(), [&](std::size_t i) { return findsOf(profiles[i], folders, home); });
+  for (const Finds& finds : found) {
+    for (const Find& find : finds) add(find);
   }
   sortEntries();
   keepOutermostRoots();
 }
 
-void VendorPathHintIndex::add(const VendorPathHint& hint, const std::vector<std::string>& patterns,
-                              ListedFolders& folders, const FileURL& home, bool areRoots) {
-  for (FileURL& url : VendorPathResolver::resolve(patterns, folders, home)) {
+void VendorPathHintIndex::add(const Find& find) {
+  for (const FileURL& url : find.urls) {
     const bool isDirectory = url.hasDirectoryPath();
-    if (areRoots && isDirectory) rootsByCategory_[hint.category].push_back(url);
-    Entry entry{.path = files_.standardizedPath(url), .hint = hint, .isDirectory = isDirectory};
-    entry.url = std::move(url);
+    if (find.areRoots && isDirectory) rootsByCategory_[find.hint.category].push_back(url);
+    Entry entry{.path = files_.standardizedPath(url), .url = url, .hint = find.hint, .isDirectory = isDirectory};
     entry.hint.path = entry.path;
-    entriesByCategory_[hint.category].push_back(std::move(entry));
+    entriesByCategory_[find.hint.category].push_back(std::move(entry));
   }
 }
 

@@ -13,8 +13,6 @@
 
 namespace quarn {
 
-class ListedFolders;
-
 /// Which vendor's path a file lies in, and which vendor folders are further roots of a storage category. Built once
 /// from the profiles' patterns as they resolve on the volume; a plain value.
 class VendorPathHintIndex {
@@ -27,6 +25,13 @@ class VendorPathHintIndex {
     bool isDirectory = false;  ///< by its own type
     friend bool operator==(const Entry&, const Entry&) = default;
   };
+  /// What exists of one thing that a profile knows of.
+  struct Find {
+    VendorPathHint hint;
+    std::vector<FileURL> urls;
+    bool areRoots = false;
+  };
+  using Finds = std::vector<Find>;
   using Entries = std::map<StorageCategoryID, std::vector<Entry>>;
   using Roots = std::map<StorageCategoryID, std::vector<FileURL>>;
 
@@ -45,8 +50,7 @@ class VendorPathHintIndex {
   static std::optional<StorageCategoryID> category(std::string_view profileID);
 
  private:
-  void add(const VendorPathHint& hint, const std::vector<std::string>& patterns, ListedFolders& folders,
-           const FileURL& home, bool areRoots);
+  void add(const Find& find);
   void sortEntries();
   void keepOutermostRoots();
 

@@ -9,12 +9,14 @@ constexpr std::size_t kMostKeptEntries = 4096;
 
 }  // namespace
 
-const std::vector<DirectoryEntry>& ListedFolders::visibleEntries(const FileURL& folder) {
+// Under the lock, so that nobody lists what somebody is listing.
+ListedFolders::Entries ListedFolders::visibleEntries(const FileURL& folder) {
+  const std::lock_guard lock(mutex_);
   const auto known = listed_.find(folder.path());
   if (known != listed_.end()) return known->second;
-  std::vector<DirectoryEntry> entries = files_.contentsOrNone(folder, HiddenItems::skip);
-  if (entries.size() > kMostKeptEntries) return big_ = std::move(entries);
-  return listed_.emplace(folder.path(), std::move(entries)).first->second;
+  auto entries = std::make_shared<const std::vector<DirectoryEntry>>(files_.contentsOrNone(folder, HiddenItems::skip));
+  if (entries->size() <= kMostKeptEntries) listed_.emplace(folder.path(), entries);
+  return entries;
 }
 
 }  // namespace quarn

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -10,19 +12,21 @@
 namespace quarn {
 
 /// The folders that many patterns look into, each listed once: dozens of vendors keep something in the same few. Made
-/// for one pass over the patterns, during which the volume is taken to stay as it is. Not safe from several threads.
+/// for one pass over the patterns, during which the volume is taken to stay as it is. Safe from any thread.
 class ListedFolders {
  public:
+  using Entries = std::shared_ptr<const std::vector<DirectoryEntry>>;
+
   explicit ListedFolders(FileManager files) : files_(std::move(files)) {}
 
   [[nodiscard]] const FileManager& files() const { return files_; }
-  /// The folder's visible entries; none when it cannot be listed. Valid until the next call.
-  [[nodiscard]] const std::vector<DirectoryEntry>& visibleEntries(const FileURL& folder);
+  /// The folder's visible entries; none when it cannot be listed. Never null.
+  [[nodiscard]] Entries visibleEntries(const FileURL& folder);
 
  private:
   FileManager files_;
-  std::unordered_map<std::string, std::vector<DirectoryEntry>> listed_;
-  std::vector<DirectoryEntry> big_;  // one that is not worth its memory
+  std::mutex mutex_;
+  std::unordered_map<std::string, Entries> listed_;  // but for those that are not worth their memory
 };
 
 }  // namespace quarn

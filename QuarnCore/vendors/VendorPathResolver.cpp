@@ -52,7 +52,8 @@ class Candidates {
     settle();
     std::vector<FileURL> matching;
     for (const FileURL& candidate : urls_) {
-      for (const DirectoryEntry& entry : folders_.visibleEntries(candidate)) {
+      const ListedFolders::Entries entries = folders_.visibleEntries(candidate);
+      for (const DirectoryEntry& entry : *entries) {
         if (!isLast && entry.type != FileType::directory) continue;
         if (!VendorPathResolver::matches(component, entry.url.lastPathComponent())) continue;
         matching.push_back(entry.url);
