@@ -60,8 +60,12 @@ std::optional<StorageCategoryID> ScanRules::longestRule(std::string_view locatio
 }
 
 std::optional<StorageCategoryID> ScanRules::dictionaryCategory(std::string_view name) const {
+  // The extension is what stands behind the last dot, or there is none; telling which takes longer than most names
+  // need.
+  const std::string_view behindDot = name.substr(name.rfind('.') + 1);
+  if (!listedEnds_.test(endsOf("")) && !mayBeListed(behindDot)) return std::nullopt;
   const std::string_view extension = path::extension(name);
-  if (extension.size() > longestExtension_ * kMostShrinking || !mayBeListed(extension)) return std::nullopt;
+  if (extension.size() > longestExtension_ * kMostShrinking) return std::nullopt;
   const auto found = categoryByExtension_.find(Text::lowercased(extension));
   return found == categoryByExtension_.end() ? std::nullopt : std::optional<StorageCategoryID>(found->second);
 }

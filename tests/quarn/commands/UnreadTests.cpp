@@ -158,6 +158,14 @@ TEST_F(Unread, AFolderThatLoopsIsToldAsThat) {
   EXPECT_EQ(nlohmann::json::parse(run({"jobs", "--json"}).out)["unreadable"]["causes"]["loop"], 1);
 }
 
+TEST(UnreadOfTheHost, AnotherDeviceIsNotEnteredAndToldAsThat) {
+  const CommandRun result = runQuarn({"--volume", "/", "--home", "/", "top", "/dev", "--json"});
+  EXPECT_EQ(result.exitCode, 0) << "what lies on another device is not asked for";
+  const auto unreadable = nlohmann::json::parse(result.out)["unreadable"];
+  EXPECT_GE(unreadable["causes"]["otherDevice"], 1);
+  EXPECT_THAT(unreadable["items"].dump(), HasSubstr(R"("path":"/dev/pts")"));
+}
+
 TEST_F(Unread, NamesAreWrittenOut) {
   volume_.folder("/sample/Users/ann/Documents/\x1B[31m\xFF");
   const CommandRun result = runClosed("/Users/ann/Documents/\x1B[31m\xFF", {"top", "--verbose"});
