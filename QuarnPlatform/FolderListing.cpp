@@ -80,8 +80,9 @@ void FolderLister::sort() {
   if (found_.size() < kHugeFolder) return std::sort(found_.begin(), found_.end(), comesFirst);
   sortByKeys();
   for (auto run = found_.begin(); run != found_.end();) {
-    const auto end = std::find_if(run, found_.end(), [&](const Found& found) { return found.sortKey != run->sortKey; });
-    if (end - run > 1) std::sort(run, end, comesFirst);
+    const auto isOther = [&](const Found& found) { return found.sortKey != run->sortKey; };
+    const auto end = std::find_if(run, found_.end(), isOther);
+    std::sort(run, end, comesFirst);
     run = end;
   }
 }
