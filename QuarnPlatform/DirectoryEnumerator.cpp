@@ -110,7 +110,7 @@ const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::yield(Frame& frame) 
 }
 
 std::optional<ByteCounts> DirectoryEnumerator::Walk::sizesOf(const FolderListing::Entry& entry) const {
-  if (entry.allocatedBytes != FolderListing::Entry::kNoSizes) {
+  if (entry.hasSizes()) {
     return ByteCounts{.allocatedBytes = entry.allocatedBytes, .logicalBytes = entry.logicalBytes};
   }
   if (entry.logicalBytes != 0) {

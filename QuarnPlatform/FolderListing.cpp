@@ -6,7 +6,9 @@
 #include <cerrno>
 #include <cstring>
 #include <numeric>
+#include <optional>
 
+#include "QuarnPlatform/EarlySizes.h"
 #include "QuarnPlatform/Packages.h"
 
 namespace quarn {
@@ -15,8 +17,8 @@ namespace {
 constexpr std::size_t kKeyBytes = sizeof(std::uint64_t);
 constexpr std::size_t kBigFolder = 64;
 constexpr std::size_t kHugeFolder = 4096;
+constexpr std::size_t kReadEarly = 16u << 10;
 constexpr std::size_t kScratchEntries = 4096;
-constexpr std::size_t kScratchNames = 128u << 10;
 
 std::size_t commonPrefix(std::string_view left, std::string_view right) {
   const auto differing = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
@@ -34,48 +36,51 @@ std::uint64_t sortKey(std::string_view text) {
   return std::endian::native == std::endian::little ? __builtin_bswap64(key) : key;
 }
 
-// Room for four times as much when there is none: a page that nothing is written to costs nothing, and copying does.
-template <class Buffer>
-void makeRoom(Buffer& buffer, std::size_t count) {
-  if (buffer.capacity() - buffer.size() < count) buffer.reserve(4 * (buffer.size() + count));
-}
-
 }  // namespace
 
 void FolderLister::list(int folder, int level, const std::atomic<bool>& isAbandoned, FolderListing& listing) {
-  found_.clear();
-  names_.clear();
+  const bool mayReadEarly = reads(level) && options_.facts == EnumeratedFacts::sizes && options_.readAheadThreads > 0;
+  std::optional<EarlySizes> early;
   reader_.start(folder);
   while (!isAbandoned.load(std::memory_order_relaxed) && reader_.readMore()) {
     while (const DirectoryReader::Entry* entry = reader_.next()) keep(*entry);
+    if (!mayReadEarly || items_.size() < kReadEarly) continue;
+    if (!early) early.emplace(folder);
+    early->add(items_);
   }
   listing.error = reader_.error();
   sort();
   pack(level, listing);
+  if (early) {
+    early->finish();
+    takeSizes(listing);
+  }
+  dropScratch();
 }
 
 void FolderLister::keep(const DirectoryReader::Entry& entry) {
   if (entry.hidden && options_.hidden == HiddenItems::skip) return;
   const bool isPackage =
       options_.packages == PackageContents::skip && entry.type == FileType::directory && isPackageName(entry.name);
-  makeRoom(found_, 1);
-  makeRoom(names_, entry.name.size() + 1);
-  found_.push_back({.sortKey = 0, .item = ListedItem(names_.size(), entry.name.size(), entry.type, isPackage)});
-  names_.append(entry.name) += '\0';
+  items_.add(entry.name, entry.type, isPackage);
 }
 
 // Eight bytes nearly always decide. In big folders the names often begin alike, and it is those behind that do.
 void FolderLister::sort() {
-  if (found_.size() < 2) return;
+  const std::size_t count = items_.size();
   std::size_t shared = 0;
-  if (found_.size() >= kBigFolder) {
-    std::string_view prefix = name(found_.front());
-    for (const Found& found : found_) prefix = prefix.substr(0, commonPrefix(prefix, name(found)));
+  if (count >= kBigFolder) {
+    std::string_view prefix = items_.name(0);
+    for (std::size_t i = 0; i < count; ++i) prefix = prefix.substr(0, commonPrefix(prefix, items_.name(i)));
     shared = prefix.size();
   }
-  for (Found& found : found_) found.sortKey = sortKey(name(found).substr(shared));
+  found_.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    found_.push_back({.sortKey = sortKey(items_.name(i).substr(shared)), .index = static_cast<std::uint32_t>(i)});
+  }
   const auto comesFirst = [this](const Found& left, const Found& right) {
-    return left.sortKey != right.sortKey ? left.sortKey < right.sortKey : name(left) < name(right);
+    return left.sortKey != right.sortKey ? left.sortKey < right.sortKey
+                                         : items_.name(left.index) < items_.name(right.index);
   };
   if (found_.size() < kHugeFolder) return std::sort(found_.begin(), found_.end(), comesFirst);
   sortByKeys();
@@ -102,32 +107,38 @@ void FolderLister::sortByKeys() {
 }
 
 // Names are packed in their order too: whoever goes through a big folder then reads memory forwards.
-void FolderLister::pack(int level, FolderListing& listing) {
-  const bool reads = level <= options_.maximumLevel;
+void FolderLister::pack(int level, FolderListing& listing) const {
   bool holdsFiles = false;
   listing.entries.reserve(found_.size());
-  listing.names.reserve(names_.size());
+  listing.names.reserve(items_.namesSize());
   for (const Found& found : found_) {
-    const ListedItem& item = found.item;
-    const bool enters = reads && item.type() == FileType::directory && !item.isPackage();
+    const ListedItem& item = items_.item(found.index);
+    const bool enters = reads(level) && item.type() == FileType::directory && !item.isPackage();
     if (enters) listing.folders.push_back(static_cast<std::uint32_t>(listing.entries.size()));
     holdsFiles = holdsFiles || item.type() == FileType::regular;
     listing.entries.push_back({ListedItem(listing.names.size(), item.nameLength(), item.type(), item.isPackage())});
-    listing.names.append(name(found).data(), item.nameLength() + 1);
+    listing.names.append(items_.name(found.index).data(), item.nameLength() + 1);
   }
-  listing.wantsSizes = reads && holdsFiles && options_.facts == EnumeratedFacts::sizes;
+  listing.wantsSizes = reads(level) && holdsFiles && options_.facts == EnumeratedFacts::sizes;
+}
+
+void FolderLister::takeSizes(FolderListing& listing) const {
+  for (std::size_t i = 0; i < found_.size(); ++i) listing.entries[i].setSizes(items_.sizes(found_[i].index));
+}
+
+void FolderLister::dropScratch() {
+  items_.clear();
+  found_.clear();
   if (found_.capacity() > kScratchEntries) found_ = std::vector<Found>();
-  if (names_.capacity() > kScratchNames) names_ = std::string();
 }
 
 void FolderLister::readSizes(int folder, FolderListing& listing, std::size_t from, std::size_t to) {
   for (std::size_t i = from; i < to; ++i) {
     FolderListing::Entry& entry = listing.entries[i];
-    if (entry.item.type() != FileType::regular) continue;
+    if (entry.item.type() != FileType::regular || entry.hasSizes()) continue;
     ByteCounts sizes;
     if (DirectoryReader::readSizes(folder, listing.name(entry).data(), sizes)) {
-      entry.allocatedBytes = sizes.allocatedBytes;
-      entry.logicalBytes = sizes.logicalBytes;
+      entry.setSizes(sizes);
     } else {
       entry.logicalBytes = errno;
     }

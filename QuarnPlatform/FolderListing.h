@@ -3,7 +3,6 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,45 +10,25 @@
 #include "QuarnPlatform/ByteCounts.h"
 #include "QuarnPlatform/DirectoryEnumerator.h"
 #include "QuarnPlatform/DirectoryReader.h"
-#include "QuarnPlatform/ItemFacts.h"
+#include "QuarnPlatform/FoundItems.h"
+#include "QuarnPlatform/ListedItem.h"
 
 namespace quarn {
-
-/// An item as its folder lists it, in eight bytes, for a folder may hold millions: the type, and where among the
-/// folder's names the item's own stands. A plain value.
-class ListedItem {
- public:
-  /// A NUL stands behind the name's end.
-  ListedItem(std::size_t nameAt, std::size_t nameLength, FileType type, bool isPackage)
-      : bits_(std::uint64_t{nameAt} << kNameAt | std::uint64_t{nameLength} << kNameLength |
-              std::uint64_t{isPackage} << kPackage | static_cast<std::uint64_t>(type)) {}
-
-  [[nodiscard]] std::size_t nameAt() const { return bits_ >> kNameAt; }
-  [[nodiscard]] std::size_t nameLength() const { return bits_ >> kNameLength & 0xFFFF; }
-  [[nodiscard]] FileType type() const { return static_cast<FileType>(bits_ & 0x7); }
-  /// By its name.
-  [[nodiscard]] bool isPackage() const { return (bits_ >> kPackage & 1) != 0; }
-
-  [[nodiscard]] std::string_view nameIn(const std::string& names) const {
-    return {names.data() + nameAt(), nameLength()};
-  }
-
- private:
-  static constexpr int kPackage = 3;
-  static constexpr int kNameLength = 4;
-  static constexpr int kNameAt = 20;
-
-  std::uint64_t bits_;
-};
 
 /// One folder's entries in ascending byte order of their names, packed. A plain value.
 struct FolderListing {
   struct Entry {
-    static constexpr std::int64_t kNoSizes = -1;
+    static constexpr std::int64_t kNoSizes = FoundItems::kNoSizes.allocatedBytes;
 
     ListedItem item;                         ///< its name is in `names`
     std::int64_t allocatedBytes = kNoSizes;  ///< of a regular file whose sizes were read
     std::int64_t logicalBytes = 0;  ///< likewise; without sizes the errno with which they could not be read, or 0
+
+    [[nodiscard]] bool hasSizes() const { return allocatedBytes != kNoSizes; }
+    void setSizes(const ByteCounts& sizes) {
+      allocatedBytes = sizes.allocatedBytes;
+      logicalBytes = sizes.logicalBytes;
+    }
   };
 
   std::vector<Entry> entries;
@@ -71,25 +50,27 @@ class FolderLister {
 
   /// Lists the open folder, whose entries have the given level. Ends early, incomplete, when `isAbandoned` is set.
   void list(int folder, int level, const std::atomic<bool>& isAbandoned, FolderListing& listing);
-  /// Reads the sizes of the regular files among the entries [from, to).
+  /// Reads the sizes of the regular files among the entries [from, to), as far as they are not there.
   static void readSizes(int folder, FolderListing& listing, std::size_t from, std::size_t to);
 
  private:
   struct Found {
     std::uint64_t sortKey;
-    ListedItem item;
+    std::uint32_t index;
   };
 
-  [[nodiscard]] std::string_view name(const Found& found) const { return found.item.nameIn(names_); }
+  [[nodiscard]] bool reads(int level) const { return level <= options_.maximumLevel; }
   void keep(const DirectoryReader::Entry& entry);
   void sort();
   void sortByKeys();
-  void pack(int level, FolderListing& listing);
+  void pack(int level, FolderListing& listing) const;
+  void takeSizes(FolderListing& listing) const;
+  void dropScratch();
 
   const DirectoryEnumerator::Options& options_;
   DirectoryReader reader_;
-  std::vector<Found> found_;
-  std::string names_;
+  FoundItems items_;
+  std::vector<Found> found_;  // the same in the order of their names
 };
 
 }  // namespace quarn

@@ -214,6 +214,35 @@ TEST_P(EnumeratingBigTrees, EveryFileOfABigFolderHasItsOwnSizes) {
   EXPECT_EQ(next, kFiles);
 }
 
+TEST_P(EnumeratingBigTrees, EveryFileOfAHugeFolderHasItsOwnSizesAndNothingElseHas) {
+  constexpr int kFiles = 30'000;
+  const auto isFile = [](int number) { return number % 1000 > 1; };
+  for (int i = 0; i < kFiles; ++i) {
+    const std::string path = "/t/item " + std::to_string(100'000 + i);
+    if (i % 1000 == 0) volume.folder(path);
+    if (i % 1000 == 1) volume.link(path, "item 100002");
+    if (isFile(i)) volume.sparse(path, i + 1);
+  }
+  DirectoryEnumerator items(files(), FileURL("/t"), options({.facts = EnumeratedFacts::sizes}));
+  for (int i = 0; i < kFiles; ++i) {
+    const Item* item = items.next();
+    ASSERT_EQ(item->name(), "item " + std::to_string(100'000 + i));
+    ASSERT_EQ(item->sizes().has_value(), isFile(i)) << item->name();
+    ASSERT_EQ(item->sizes().value_or(ByteCounts{}).logicalBytes, isFile(i) ? i + 1 : 0);
+  }
+  EXPECT_EQ(items.next(), nullptr);
+}
+
+TEST_P(EnumeratingBigTrees, AHugeFolderCanBeGivenUpAtItsFirstItem) {
+  for (int i = 0; i < 20'000; ++i) volume.file("/t/" + std::to_string(i));
+  const std::size_t before = openDescriptors();
+  {
+    DirectoryEnumerator items(files(), FileURL("/t"), options({.facts = EnumeratedFacts::sizes}));
+    EXPECT_EQ(items.next()->name(), "0");
+  }
+  EXPECT_EQ(openDescriptors(), before);
+}
+
 TEST_P(Enumerating, AFileThatCannotBeLookedAtIsListedWithoutSizesAndReported) {
   volume.file("/t/folder/a", 5).file("/t/z", 7).mode("/t/folder", 0444);
   const UnprivilegedUser user;
