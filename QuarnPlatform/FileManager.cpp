@@ -234,6 +234,7 @@ std::optional<std::string> FileManager::readFileIfPossible(const FileURL& url, s
 
 std::string FileManager::standardizedPath(std::string_view path) const {
   if (path::isPlain(path)) return withoutPrivatePrefix(std::string(path));
+  while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);  // which would ask for a folder
   std::string result(path);
   if (hasParentComponent(path)) {
     if (std::optional<std::string> resolved = volume_->resolve(path)) result = std::move(*resolved);

@@ -6,12 +6,20 @@
 
 namespace quarn {
 
-/// Standardised paths that each cover themselves and everything in them. A look-up costs one step a component, however
-/// many paths there are.
+/// Standardised paths that each cover themselves and every path that goes on with "/" behind them. By that rule, which
+/// compares texts, "/" covers itself alone. A look-up costs one step a component, however many paths there are.
 class PathSet {
  public:
-  [[nodiscard]] bool covers(std::string_view path) const { return trie_.longestMatch(path) != nullptr; }
-  void insert(std::string_view path) { trie_.insert(path, {}); }
+  [[nodiscard]] bool covers(std::string_view path) const {
+    return path == "/" ? holdsRoot_ : trie_.longestMatch(path) != nullptr;
+  }
+  void insert(std::string_view path) {
+    if (path == "/") {
+      holdsRoot_ = true;
+    } else {
+      trie_.insert(path, {});
+    }
+  }
   /// Inserts the path unless it is covered; whether it was inserted.
   bool insertUnlessCovered(std::string_view path) {
     if (covers(path)) return false;
@@ -22,6 +30,7 @@ class PathSet {
  private:
   struct Member {};
   PathTrie<Member> trie_;
+  bool holdsRoot_ = false;
 };
 
 }  // namespace quarn

@@ -31,6 +31,7 @@ Exclusions compiled(const FileManager& files, std::string_view root, const std::
   const bool mayMeet = mayMeetDroppedPrefix(root);
   for (const FileURL& url : excluding) {
     const std::string path = files.standardizedPath(url);
+    if (path == "/" && root != "/") continue;  // paths are compared as texts, and none goes on with "/" behind it
     exclusions.insert(path, {});
     if (!mayMeet) continue;
     for (const std::string_view prefix : kDroppedPrefixes) {

@@ -677,6 +677,7 @@ TEST(FileManager, AFileHasNoParentComponent) {
   EXPECT_EQ(volume.files().standardizedPath("/link/file/.."), "/link");
   EXPECT_EQ(volume.files().resolvedPath(FileURL("/link/file/.")), "/link/file");
   EXPECT_EQ(volume.files().standardizedPath("/link/../link/file"), "/real/file");
+  EXPECT_EQ(volume.files().standardizedPath("/link/../link/file//"), "/real/file") << "slashes at the end go first";
 }
 
 TEST(FileManager, PrivateIsDroppedWhereWhatIsLeftExists) {

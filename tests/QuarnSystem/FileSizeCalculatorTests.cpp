@@ -161,10 +161,19 @@ TEST(FileSizeCalculator, AnItemThatIsExcludedItselfHasNoSize) {
   const Sizes sizes(volume);
   EXPECT_EQ(sizes.of("/d/e", {"/d/e"}), SizeInfo());
   EXPECT_EQ(sizes.of("/d/e", {"/d"}), SizeInfo());
-  EXPECT_EQ(sizes.of("/d/e", {"/"}), SizeInfo());
+  EXPECT_EQ(sizes.of("/", {"/"}), SizeInfo());
   EXPECT_EQ(sizes.of("/d/e/c", {"/d"}), SizeInfo());
   EXPECT_EQ(sizes.of("/d/e", {"/d"}, HiddenItems::include, Slow::notAllowed), SizeInfo());
   EXPECT_EQ(errorOf([&] { sizes.of("/d/missing", {"/d"}); }), std::pair(ENOENT, std::string("/d/missing")));
+}
+
+TEST(FileSizeCalculator, AnExcludedRootFolderExcludesNothingButItself) {
+  MacVolume volume;
+  volume.file("/d/e/c", 100);
+  const Sizes sizes(volume);
+  EXPECT_EQ(sizes.logical("/d", {"/"}), 100);
+  EXPECT_EQ(sizes.logical("/d/e/c", {"/"}), 100);
+  EXPECT_EQ(sizes.logical("/d", {"/", "/d/e"}), 0);
 }
 
 TEST(FileSizeCalculator, ExclusionsAndHiddenItemsAreIndependent) {
