@@ -12,7 +12,7 @@ target_compile_options(quarn_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconve
                                                 -Wno-missing-field-initializers)
 # GCC 12 takes the joining of a literal and a std::string for an overlapping copy when it optimises (its bug 105651).
 target_compile_options(quarn_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
-# With a sanitizer it takes the states of its own std::regex for uninitialised (its bug 105562).
+# With a sanitizer it takes the states of its own std::regex for uninitialised (its bug 105616).
 if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
   target_compile_options(quarn_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 endif()

@@ -7,6 +7,7 @@
 
 #include "QuarnCore/discovery/ArtifactScanner.h"
 #include "QuarnPlatform/DirectoryEnumerator.h"
+#include "QuarnPlatform/ItemDepth.h"
 #include "QuarnPlatform/Localization.h"
 #include "QuarnPlatform/Path.h"
 #include "QuarnPlatform/Text.h"
@@ -69,14 +70,19 @@ class BoundedSearch {
     if (maxDepth_ < 0 || isFull()) return;
     // A direct child has depth 1, and a limit of 0 means the direct children too. Folders at the limit are considered
     // and not entered.
-    const long deepest = std::clamp(maxDepth_, 1L, 1L << 29);
+    const long deepest = std::max(maxDepth_, 1L);
+    const ItemDepth depth(files_, root);
     DirectoryEnumerator items(files_, root,
                               {.hidden = HiddenItems::skip,
                                .packages = PackageContents::skip,
-                               .maximumLevel = static_cast<int>(deepest - 1),
+                               .maximumLevel = depth.deepestLevel(deepest - 1),
                                .readAheadThreads = DirectoryEnumerator::kReadAheadOfLongWalks});
     while (const DirectoryEnumerator::Item* item = items.next()) {
       if (isFull()) return;
+      if (depth.exceeds(deepest, *item)) {
+        items.skipDescendants();
+        continue;
+      }
       std::optional<Artifact> find = consider(*item);
       if (find && paths_.insert(find->urls.front().path()).second) finds_.push_back(std::move(*find));
     }

@@ -4,7 +4,7 @@ namespace quarn::handlers {
 namespace {
 
 /// A sum of sizes beyond 64 bits ends the program, because on a disk it cannot be; in a request it can, and there it is
-/// the request that is wrong. No size is negative, so a part of the sum fits when the whole does.
+/// the request that is wrong.
 void requireSumFits(const std::vector<Artifact>& artifacts, const std::string& param) {
   std::int64_t sum = 0;
   for (const Artifact& artifact : artifacts) {
@@ -23,8 +23,11 @@ std::vector<Artifact> defaultSelectedArtifacts(const Context& /*context*/, const
 
 AppRemovalPlanPreview buildPreview(const Context& context, const AppInspection& inspection, CleanupMode mode,
                                    const std::optional<std::vector<Artifact>>& selectedArtifacts) {
-  requireSumFits(inspection.artifacts, "inspection.artifacts");
-  if (selectedArtifacts) requireSumFits(*selectedArtifacts, "selectedArtifacts");
+  if (selectedArtifacts) {
+    requireSumFits(*selectedArtifacts, "selectedArtifacts");
+  } else {
+    requireSumFits(AppRemovalPlanner::defaultSelectedArtifacts(inspection, mode), "inspection.artifacts");
+  }
   return context.services.appRemovalPlanner.buildPreview(inspection, mode, selectedArtifacts);
 }
 

@@ -197,6 +197,19 @@ TEST(UserHeuristicSearch, DepthZeroAndOneConsiderTheDirectChildrenAlone) {
   for (const auto& [depth, expected] : rows) EXPECT_EQ(titles(search(volume, kExample, depth)), expected) << depth;
 }
 
+TEST(UserHeuristicSearch, DepthIsCountedInStandardisedPaths) {
+  // What is there loses its "/private", as the root does; a link that leads nowhere keeps it and lies a level deeper.
+  MacVolume volume;
+  volume.link("/var", "private/var")
+      .folder("/private/var/root/Library/Caches/com.example.App")
+      .link("/private/var/root/Library/Caches/com.example.App link", "gone");
+  const FileManager files = volume.files().withHome(FileURL("/private/var/root"));
+  const ArtifactScanner scanner(FileSizeCalculator::live(files), files);
+  EXPECT_THAT(titles(scanner.userHeuristicSearch(kExample, 1, kMany)), ElementsAre("Heuristic: com.example.App"));
+  EXPECT_THAT(titles(scanner.userHeuristicSearch(kExample, 2, kMany)),
+              ElementsAre("Heuristic: com.example.App", "Heuristic: com.example.App link"));
+}
+
 TEST(UserHeuristicSearch, ALimitOfThreeWithFiveMatchesUnderCachesEndsTheSearch) {
   MacVolume volume;
   for (const char* name : {"1", "2", "3", "4", "5"})

@@ -241,6 +241,18 @@ TEST_F(Methods, SizesThatAddUpToTooMuchAreRefusedAndEndNothing) {
   EXPECT_EQ(refusedAt("AppRemovalPlanner.buildPreview", params), "inspection.artifacts");
 }
 
+TEST_F(Methods, SizesThatAPlanDoesNotAddUpMayBeAnything) {
+  json huge = kArtifact;
+  huge["size"] = {{"allocatedBytes", INT64_MAX}, {"logicalBytes", INT64_MAX}};
+  json kept = huge;
+  kept["dataClass"] = "userData";
+  json params = {{"inspection", kInspection}, {"mode", "cacheOnly"}};
+  params["inspection"]["artifacts"] = json::array({huge, kept});
+  EXPECT_EQ(call("AppRemovalPlanner.buildPreview", params)["estimatedBytes"], INT64_MAX);
+  params["selectedArtifacts"] = json::array();
+  EXPECT_EQ(call("AppRemovalPlanner.buildPreview", params)["estimatedBytes"], 0);
+}
+
 // ---- folders
 
 TEST_F(Methods, FoldersAreOneURLOrSeveral) {
