@@ -1,3 +1,8 @@
+#include <cerrno>
+
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "quarn/commands/CommandLine.h"
 
 #ifdef __GLIBC__
@@ -14,9 +19,19 @@ void keepHeapsFew() {
 #endif
 }
 
+// A standard input or output that is closed would be the next file that is opened, and take or give its content. What
+// stands in for it fails as it did.
+void occupyStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(descriptor, F_GETFD) >= 0 || errno != EBADF) continue;
+    if (::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY) < 0) return;
+  }
+}
+
 }  // namespace
 
 int main(int count, char** words) {
+  occupyStandardDescriptors();
   keepHeapsFew();
   return quarn::runCommandLine({words + 1, words + count});
 }

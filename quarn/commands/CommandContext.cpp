@@ -1,7 +1,9 @@
 #include "quarn/commands/CommandContext.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #include <unistd.h>
 
@@ -38,11 +40,18 @@ std::string environmentLocale() {
   return "";
 }
 
-std::string dumped(const nlohmann::ordered_json& value, int indent) {
-  return value.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+ResourceBundle resourcesIn(const std::string& folder) {
+  std::error_code error;
+  const auto status = std::filesystem::status(folder, error);
+  if (!std::filesystem::is_directory(status)) throwFileError(error ? error.value() : ENOTDIR, "open", folder);
+  return ResourceBundle(folder);
 }
 
 }  // namespace
+
+std::string documentText(const nlohmann::ordered_json& value, int indent) {
+  return escapedJSON(value.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace)) + "\n";
+}
 
 CommandContext::CommandContext(Arguments arguments)
     : arguments_(std::move(arguments)),
@@ -65,7 +74,7 @@ const Cancellation& CommandContext::cancellation() {
 
 std::unique_ptr<Services> CommandContext::openServices() {
   const std::optional<std::string> folder = arguments_.text("--resources");
-  const ResourceBundle bundle = folder ? ResourceBundle(*folder) : ResourceBundle::shipped();
+  const ResourceBundle bundle = folder ? resourcesIn(*folder) : ResourceBundle::shipped();
   useLocalization(arguments_.text("--locale").value_or(environmentLocale()), ResourceBundle::shipped());
   const FileManager files = openVolume(arguments_).reportingTo(report_);
   if (const std::optional<std::string> log = arguments_.text("--log")) openLog(*log, files.hostFolder());
@@ -90,11 +99,11 @@ void CommandContext::printDocument(nlohmann::ordered_json members) const {
   nlohmann::ordered_json document{{"schemaVersion", kSchemaVersion}};
   for (auto& [name, value] : members.items()) document[name] = std::move(value);
   document["unreadable"] = toJSON(unread());
-  print(dumped(document, 2));
+  print(documentText(document, 2));
 }
 
 void CommandContext::printLines(const nlohmann::ordered_json& list) const {
-  for (const nlohmann::ordered_json& value : list) print(dumped(value, -1));
+  for (const nlohmann::ordered_json& value : list) print(documentText(value));
 }
 
 void CommandContext::progress(std::string_view line) {
@@ -112,10 +121,12 @@ void CommandContext::endProgress() {
 
 void CommandContext::warn(std::string_view text) {
   endProgress();
+  // Whoever reads both outputs together finds the data whole, and in front.
+  if (std::fflush(stdout) != 0) throwFileError("write", "standard output");
   if (!isQuiet()) std::fprintf(stderr, "quarn: %s\n", escapedForTerminal(text).c_str());
 }
 
-ExitCode CommandContext::finish(ExitCode code) {
+void CommandContext::tellUnread() {
   endProgress();
   const UnreadSummary summary = unread();
   for (const UnreadSummary::Cause& cause : summary.causes) {
@@ -124,9 +135,13 @@ ExitCode CommandContext::finish(ExitCode code) {
   if (isVerbose()) {
     for (const UnreadableItem& item : summary.items) warn(std::string(causeID(item.cause)) + ": " + item.path);
   }
+}
+
+ExitCode CommandContext::finish(ExitCode code) {
+  tellUnread();
   if (code != ExitCode::ok) return code;
-  if (cancellation_ && cancellation_->isCancelled()) return ExitCode::interrupted;
-  return summary.isIncomplete() ? ExitCode::incomplete : ExitCode::ok;
+  if (isInterrupted()) return ExitCode::interrupted;
+  return unread().isIncomplete() ? ExitCode::incomplete : ExitCode::ok;
 }
 
 }  // namespace quarn

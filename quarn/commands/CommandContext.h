@@ -62,6 +62,9 @@ class CommandContext {
 
   /// Writes text for people to standard output. Throws FileError when it is not taken.
   void print(std::string_view text) const;
+  /// Whether Ctrl-C ended what was asked for, so that only a part of it is there.
+  [[nodiscard]] bool isInterrupted() const { return cancellation_ && cancellation_->isCancelled(); }
+
   /// Writes one JSON document: the schema's version, the members given, and what could not be read.
   void printDocument(nlohmann::ordered_json members) const;
   /// Writes each element of an array on a line of its own.
@@ -70,7 +73,9 @@ class CommandContext {
   void progress(std::string_view line);
   void endProgress();
   void warn(std::string_view text);
-  /// Says what could not be read, a line a cause (each item with --verbose), and how the command ends.
+  /// Says what could not be read, a line a cause, each item with --verbose.
+  void tellUnread();
+  /// The same, and how the command ends.
   ExitCode finish(ExitCode code = ExitCode::ok);
 
  private:
@@ -89,5 +94,8 @@ class CommandContext {
 
 /// The version of the JSON documents' shape.
 inline constexpr int kSchemaVersion = 1;
+
+/// A JSON value as text, on one line without `indent`, and a line's end. Bytes that are no UTF-8 are replaced.
+std::string documentText(const nlohmann::ordered_json& value, int indent = -1);
 
 }  // namespace quarn

@@ -29,7 +29,7 @@ std::string helpHint(const std::vector<std::string>& words) {
   return "Try: quarn --help";
 }
 
-int tell(const Failure& failure, bool asJSON) {
+int tell(const Failure& failure, bool asJSON, const UnreadSummary& unread) {
   if (asJSON) {
     nlohmann::ordered_json error{{"message", failure.problem}, {"exitCode", static_cast<int>(failure.code)}};
     if (failure.file != nullptr) {
@@ -37,15 +37,17 @@ int tell(const Failure& failure, bool asJSON) {
       error["errno"] = failure.file->error();
       error["name"] = errnoName(failure.file->error());
     }
-    const nlohmann::ordered_json document{{"schemaVersion", kSchemaVersion}, {"error", std::move(error)}};
-    std::puts(document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
+    nlohmann::ordered_json document{{"schemaVersion", kSchemaVersion}, {"error", std::move(error)}};
+    if (unread.count() > 0) document["unreadable"] = toJSON(unread);
+    std::fputs(documentText(document, 2).c_str(), stdout);
+    std::fflush(stdout);
   }
   std::fprintf(stderr, "quarn: %s\n", failure.problem.c_str());
   if (!failure.hint.empty()) std::fprintf(stderr, "%s\n", failure.hint.c_str());
   return static_cast<int>(failure.code);
 }
 
-ExitCode run(const Arguments& arguments) {
+ExitCode run(const Arguments& arguments, UnreadSummary& unread) {
   if (arguments.has("--version")) {
     std::fputs(versionText().c_str(), stdout);
     return ExitCode::ok;
@@ -55,7 +57,14 @@ ExitCode run(const Arguments& arguments) {
     return arguments.command != nullptr || arguments.has("--help") ? ExitCode::ok : ExitCode::usage;
   }
   CommandContext context(arguments);
-  return arguments.command->run(context);
+  try {
+    return arguments.command->run(context);
+  } catch (const std::exception&) {
+    // What was not found may lie where nothing could be read.
+    unread = context.unread();
+    context.tellUnread();
+    throw;
+  }
 }
 
 // What is buffered may meet a full disk or a reader that is gone only now.
@@ -69,14 +78,15 @@ int flushed(ExitCode code) {
 
 int runCommandLine(const std::vector<std::string>& words) {
   const bool asJSON = std::find(words.begin(), words.end(), "--json") != words.end();
+  UnreadSummary unread;
   try {
-    return flushed(run(parseArguments(words)));
+    return flushed(run(parseArguments(words), unread));
   } catch (const UsageError& error) {
-    return tell({ExitCode::usage, escapedForTerminal(error.what()), nullptr, helpHint(words)}, asJSON);
+    return tell({ExitCode::usage, escapedForTerminal(error.what()), nullptr, helpHint(words)}, asJSON, unread);
   } catch (const CommandError& error) {
-    return tell({error.code(), error.what()}, asJSON);
+    return tell({error.code(), error.what()}, asJSON, unread);
   } catch (const FileError& error) {
-    return tell({ExitCode::failure, escapedForTerminal(error.what()), &error}, asJSON);
+    return tell({ExitCode::failure, escapedForTerminal(error.what()), &error}, asJSON, unread);
   }
 }
 

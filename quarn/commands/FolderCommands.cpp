@@ -18,12 +18,20 @@ constexpr long kShownItems = 20;
 constexpr long kNoLimit = std::numeric_limits<long>::max();
 constexpr std::size_t kBarWidth = 16;
 
+// A folder that the user names by a link is the one that it leads to; a walk would not follow it.
+FileURL namedFolder(const std::string& text, CommandContext& context) {
+  const FileURL url = pathArgument(text, context);
+  const FileManager& files = context.services().files;
+  const std::optional<ItemFacts> facts = files.facts(url, Links::follow);
+  if (!facts) throwFileError("list", url.path());
+  if (facts->type != FileType::directory) throwFileError(ENOTDIR, "list", url.path());
+  if (files.requireFacts(url, Links::doNotFollow).type == FileType::directory) return url;
+  return FileURL(files.realPath(url).value_or(url.path()), URLKind::directory);
+}
+
 std::vector<FileURL> namedFolders(CommandContext& context) {
   std::vector<FileURL> folders;
-  for (const std::string& text : context.arguments().positionals) folders.push_back(pathArgument(text, context));
-  for (const FileURL& folder : folders) {
-    if (!context.services().files.itemExists(folder)) throwFileError(ENOENT, "list", folder.path());
-  }
+  for (const std::string& text : context.arguments().positionals) folders.push_back(namedFolder(text, context));
   return folders;
 }
 

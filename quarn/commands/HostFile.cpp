@@ -55,11 +55,16 @@ std::string folderOf(const std::string& file) {
   return folder.empty() ? "." : folder;
 }
 
-// What a link leads to is written, not the link.
+// What a link leads to is written, not the link, and a link may lead to where nothing is yet.
 std::string targetOf(const std::string& file) {
+  constexpr int kMostLinks = 40;
   std::error_code error;
-  const auto target = std::filesystem::weakly_canonical(file, error);
-  return error ? file : target.string();
+  std::filesystem::path target = std::filesystem::absolute(file, error);
+  for (int links = 0; links < kMostLinks && std::filesystem::is_symlink(target, error); ++links) {
+    target = target.parent_path() / std::filesystem::read_symlink(target, error);
+  }
+  const auto canonical = std::filesystem::weakly_canonical(target, error);
+  return error ? file : canonical.string();
 }
 
 mode_t newFileMode() {
@@ -88,10 +93,7 @@ void replaceFile(const std::string& file, const std::string& target, mode_t mode
 }  // namespace
 
 bool liesInHostFolder(const std::string& file, const std::string& folder) {
-  std::error_code error;
-  const auto place = std::filesystem::weakly_canonical(std::filesystem::absolute(file, error), error);
-  const auto volume = std::filesystem::weakly_canonical(std::filesystem::absolute(folder, error), error);
-  return path::isInside(place.string(), volume.string());
+  return path::isInside(targetOf(file), targetOf(folder));
 }
 
 void checkHostFile(const std::string& file) {

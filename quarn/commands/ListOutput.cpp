@@ -6,11 +6,14 @@ namespace quarn {
 
 void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table) {
   if (context.wantsJSON()) {
-    context.printDocument({{std::string(name), list}});
+    nlohmann::ordered_json members{{std::string(name), list}};
+    if (context.isInterrupted()) members["isComplete"] = false;
+    context.printDocument(std::move(members));
   } else if (context.wantsLines()) {
     context.printLines(list);
   } else {
     context.print(table.text(context.out()));
+    if (context.isInterrupted()) context.print("\nIncomplete: interrupted.\n");
   }
 }
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "quarn/commands/CommandContext.h"
 #include "quarn/output/TerminalText.h"
@@ -12,9 +14,12 @@ namespace {
 
 constexpr std::array<std::string_view, 3> kNobodysHomes{"Shared", "Guest", ".localized"};
 
+// Throws FileError when they cannot be listed; a volume without the folder has none.
 std::vector<FileURL> usersHomes(const FileManager& files) {
+  const FileURL users("/Users");
   std::vector<FileURL> homes;
-  for (const DirectoryEntry& entry : files.contentsOrNone(FileURL("/Users"), HiddenItems::skip)) {
+  if (!files.itemExists(users)) return homes;
+  for (const DirectoryEntry& entry : files.contentsOfDirectory(users, HiddenItems::skip)) {
     const std::string_view name = entry.url.lastPathComponent();
     const bool isNobodys = std::find(kNobodysHomes.begin(), kNobodysHomes.end(), name) != kNobodysHomes.end();
     if (entry.type == FileType::directory && !isNobodys) homes.push_back(entry.url);
@@ -40,6 +45,18 @@ FileURL homeOption(const std::string& text) {
   return *home;
 }
 
+// What is wrong with the home folder; empty for nothing.
+std::string homeProblem(const FileManager& files) {
+  const std::string home = "home folder " + escapedForTerminal(files.homeDirectory().path());
+  try {
+    const ItemFacts facts = files.requireFacts(files.homeDirectory(), Links::follow);
+    return facts.type == FileType::directory ? "" : home + " is no folder";
+  } catch (const FileError& error) {
+    const bool isMissing = error.error() == ENOENT || error.error() == ENOTDIR;
+    return home + (isMissing ? " is not on the volume" : std::string(": ") + std::strerror(error.error()));
+  }
+}
+
 }  // namespace
 
 FileManager openVolume(const Arguments& arguments) {
@@ -49,9 +66,8 @@ FileManager openVolume(const Arguments& arguments) {
   if (volume && !homeText) return files.withHome(onlyHome(files));
   if (!homeText) return files;
   files = files.withHome(homeOption(*homeText));
-  if (files.itemExists(files.homeDirectory())) return files;
-  const std::string problem =
-      "home folder " + escapedForTerminal(files.homeDirectory().path()) + " is not on the volume";
+  const std::string problem = homeProblem(files);
+  if (problem.empty()) return files;
   // A shell that serves many volumes gets what there is; a person has more likely mistyped.
   if (arguments.command == nullptr || arguments.command->name != "rpc") throw CommandError(ExitCode::notFound, problem);
   std::fprintf(stderr, "quarn: warning: %s\n", problem.c_str());

@@ -1,5 +1,7 @@
 #include "quarn/output/TerminalText.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "QuarnPlatform/Text.h"
@@ -42,6 +44,27 @@ std::string escapedForTerminal(std::string_view bytes) {
       result += bytes.substr(0, length);
     }
     bytes.remove_prefix(length == 0 ? 1 : length);
+  }
+  return result;
+}
+
+// In a document such a character stands in a string only, and one escape can name each. They begin with one of five
+// bytes, so that most text is passed by unread.
+std::string escapedJSON(std::string_view document) {
+  std::string result;
+  while (!document.empty()) {
+    const std::size_t plain = std::min(document.find_first_of("\x7F\xC2\xD8\xE2\xEF"), document.size());
+    result += document.substr(0, plain);
+    document.remove_prefix(plain);
+    if (document.empty()) break;
+    char32_t scalar = 0;
+    const std::size_t length = takeScalar(document, scalar);
+    if (length != 0 && (isControl(scalar) || isDisguise(scalar))) {
+      result += fmt::format("\\u{:04x}", static_cast<unsigned>(scalar));
+    } else {
+      result += document.substr(0, std::max<std::size_t>(length, 1));
+    }
+    document.remove_prefix(std::max<std::size_t>(length, 1));
   }
   return result;
 }

@@ -10,6 +10,9 @@ namespace quarn {
 /// beside it.
 std::string escapedForTerminal(std::string_view bytes);
 
+/// A JSON document as it may be sent to a terminal: the same characters as "\u001b" escapes, which change no value.
+std::string escapedJSON(std::string_view document);
+
 /// Columns that a text takes on a terminal: East Asian wide characters take two, combining marks none.
 std::size_t displayWidth(std::string_view text);
 

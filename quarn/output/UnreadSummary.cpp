@@ -1,6 +1,8 @@
 #include "quarn/output/UnreadSummary.h"
 
+#include <algorithm>
 #include <array>
+#include <tuple>
 #include <utility>
 
 #include "QuarnPlatform/FileError.h"
@@ -52,6 +54,9 @@ bool UnreadSummary::isIncomplete() const {
 
 UnreadSummary unreadSummary(const ReadReport& report) {
   UnreadSummary summary{.causes = {}, .items = report.items()};
+  std::sort(summary.items.begin(), summary.items.end(), [](const UnreadableItem& left, const UnreadableItem& right) {
+    return std::tie(left.path, left.cause) < std::tie(right.path, right.cause);
+  });
   for (const CauseRow& row : kCauses) summary.causes.push_back({row.id, row.meaning, report.count(row.cause)});
   return summary;
 }

@@ -21,7 +21,7 @@ struct UnreadSummary {
   };
 
   std::vector<Cause> causes;          ///< every cause, those without items too
-  std::vector<UnreadableItem> items;  ///< as many as the read report keeps
+  std::vector<UnreadableItem> items;  ///< as many as the read report keeps, by path
 
   [[nodiscard]] std::uint64_t count() const;
   /// Whether the result lacks something that is on the volume: what vanished is not there any more, and a mount point

@@ -305,6 +305,67 @@ TEST(Command, AMissingFolderOfTheUserIsAnError) {
   EXPECT_THAT(run.err, HasSubstr("list /Users/ann/Nowhere: No such file or directory"));
 }
 
+TEST(Command, AFolderThatIsNamedByALinkIsTheOneThatItLeadsTo) {
+  MacVolume volume;
+  volume.file("~/Documents/a", 5000).link("/docs", "Users/ann/Documents").link("/tmp", "private/tmp");
+  volume.file("/private/tmp/b", 6000);
+  const auto run = [&](const std::string& command, const std::string& folder) {
+    return nlohmann::json::parse(runQuarn({"--volume", volume.root(), command, folder, "--json"}).out);
+  };
+  EXPECT_EQ(run("top", "/docs")["items"][0]["url"], "file:///Users/ann/Documents/a");
+  EXPECT_EQ(run("top", "/tmp")["items"][0]["url"], "file:///private/tmp/b");
+  EXPECT_EQ(run("cloud", "/docs")["folders"][0]["url"], "file:///Users/ann/Documents/");
+  EXPECT_EQ(run("cloud", "/docs")["folders"][0]["localBytes"], 8192);
+}
+
+TEST(Command, WhatIsNoFolderIsRefusedWithItsCause) {
+  MacVolume volume;
+  volume.file("~/file").link("/loop", "loop").link("/dangling", "nowhere").file("~/closed/in/a").mode("~/closed", 0000);
+  const UnprivilegedUser user;
+  const std::vector<std::pair<std::string, std::string>> rows{{"~/file", "Not a directory"},
+                                                              {"/loop", "Too many levels of symbolic links"},
+                                                              {"/dangling", "No such file or directory"},
+                                                              {"~/closed/in", "Permission denied"}};
+  for (const std::string command : {"top", "cloud"}) {
+    for (const auto& [path, problem] : rows) {
+      const CommandRun run = runQuarn({"--volume", volume.root(), command, path});
+      EXPECT_EQ(run.exitCode, 1) << path;
+      EXPECT_THAT(run.err, HasSubstr(problem)) << path;
+      EXPECT_EQ(run.out, "") << path;
+    }
+  }
+}
+
+TEST(Command, ResourcesThatAreNotThereAreRefused) {
+  MacVolume volume;
+  volume.file("/file");
+  for (const auto& [folder, problem] :
+       {std::pair("/nope", "No such file or directory"), std::pair("/file", "Not a directory")}) {
+    const CommandRun run = runOnSample({"vendors", "--resources", volume.root() + folder});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_THAT(run.err, AllOf(HasSubstr(folder), HasSubstr(problem)));
+  }
+}
+
+TEST(Command, AHomeThatIsNoFolderOrClosedIsRefusedWithItsCause) {
+  MacVolume volume;
+  volume.file("/Users/ann/file").file("/Users/closed/home/a").mode("/Users/closed", 0000);
+  const UnprivilegedUser user;
+  const auto problem = [&](const std::string& home) {
+    return runQuarn({"--volume", volume.root(), "--home", home, "apps"}).err;
+  };
+  EXPECT_EQ(problem("/Users/ann/file"), "quarn: home folder /Users/ann/file is no folder\n");
+  EXPECT_EQ(problem("/Users/closed/home"), "quarn: home folder /Users/closed/home: Permission denied\n");
+  EXPECT_EQ(problem("/Users/zoe"), "quarn: home folder /Users/zoe is not on the volume\n");
+}
+
+TEST(Command, WhereTheUsersCannotBeListedThatIsTheProblem) {
+  MacVolume volume;
+  volume.file("/Users/ann/a").mode("/Users", 0000);
+  const UnprivilegedUser user;
+  EXPECT_THAT(runQuarn({"--volume", volume.root(), "apps"}).err, HasSubstr("list /Users: Permission denied"));
+}
+
 TEST(Command, AnUnknownCategoryNamesTheNearest) {
   const CommandRun run = runOnSample({"storage", "game"});
   EXPECT_EQ(run.exitCode, 2);
@@ -352,6 +413,25 @@ TEST(Command, ALogOnTheInspectedVolumeIsRefused) {
   const CommandRun run = runOnSample({"apps", "--log", sampleFolder() + "/log"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("lies on the inspected volume"));
+}
+
+TEST(Command, ALogThatALinkWouldPutOnTheInspectedVolumeIsRefused) {
+  MacVolume volume;
+  volume.file("/mac/Users/ann/a").link("/log", "mac/Users/ann/log");
+  const CommandRun run = runQuarn({"--volume", volume.root() + "/mac", "apps", "--log", volume.root() + "/log"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_FALSE(volume.files().itemExists(volume.url("/mac/Users/ann/log")));
+}
+
+TEST(Command, AClosedOutputIsNotTakenByTheNextFile) {
+  MacVolume volume;
+  const std::string log = volume.root() + "/log";
+  const CommandRun run =
+      runProgram("/bin/sh", {"-c", "exec \"$0\" --volume \"$1\" --home /Users/ann --log \"$2\" apps <&- >&-",
+                             QUARN_PROGRAM, sampleFolder(), log});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, HasSubstr("standard output: Bad file descriptor"));
+  EXPECT_THAT(volume.files().readFile(FileURL("/log"), 1 << 20), Not(HasSubstr("Lumen Notes")));
 }
 
 TEST(Command, ASampleIsNeverWrittenOnTheInspectedVolume) {

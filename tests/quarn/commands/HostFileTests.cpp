@@ -87,6 +87,14 @@ TEST_F(HostFile, ALinksTargetIsWrittenAndTheLinkStays) {
   EXPECT_THAT(names(), ElementsAre("page.html", "real.html"));
 }
 
+TEST_F(HostFile, ALinksTargetIsWrittenAlsoWhenNothingIsThereYet) {
+  folder_.link("/out/page.html", "further.html").link("/out/further.html", "../out/real.html");
+  writeHostFile(at("page.html"), "new");
+  EXPECT_EQ(read(at("real.html")), "new");
+  EXPECT_TRUE(std::filesystem::is_symlink(at("page.html")));
+  EXPECT_THAT(names(), ElementsAre("further.html", "page.html", "real.html"));
+}
+
 TEST_F(HostFile, AFolderIsRefusedBeforehandAndStays) {
   folder_.folder("/out/page.html");
   for (const std::string& file : {at("page.html"), at("page.html/"), at("other/")}) {
@@ -164,6 +172,9 @@ TEST_F(HostFile, KnowsWhatLiesInAFolderLinksResolved) {
   EXPECT_TRUE(liesInHostFolder(at("way/page.html"), volume));
   EXPECT_TRUE(liesInHostFolder(volume + "/Users/../page.html", volume + "/"));
   EXPECT_FALSE(liesInHostFolder(volume + "/../out/page.html", volume));
+  folder_.link("/out/new", "further").link("/out/further", "../mac/Users/nothing").link("/out/loop", "loop");
+  EXPECT_TRUE(liesInHostFolder(at("new"), volume)) << "writing through the link would make a file there";
+  EXPECT_FALSE(liesInHostFolder(at("loop"), volume));
   EXPECT_FALSE(liesInHostFolder(volume + "2/page.html", volume));
 }
 

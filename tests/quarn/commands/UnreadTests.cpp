@@ -138,6 +138,30 @@ TEST_F(Unread, QuietSaysNothingAndStillEndsIncomplete) {
   EXPECT_EQ(result.err, "");
 }
 
+TEST_F(Unread, ACommandThatFailsSaysItToo) {
+  const CommandRun result = runClosed("/Applications", {"inspect", "Lumen Notes", "--json"});
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_THAT(result.err, testing::StartsWith("quarn: 1 item: permission denied (--verbose names them)\n"));
+  const auto document = nlohmann::json::parse(result.out);
+  EXPECT_EQ(document["unreadable"]["items"][0]["path"], "/Applications");
+  EXPECT_THAT(document["error"]["message"].get<std::string>(), HasSubstr("no app \"Lumen Notes\""));
+  EXPECT_FALSE(nlohmann::json::parse(run({"inspect", "Nobody's", "--json"}).out).contains("unreadable"));
+}
+
+TEST_F(Unread, OnOneOutputTheDataStandsWholeBeforeTheWarnings) {
+  volume_.mode("/sample/Users/ann/Documents", 0000);
+  CommandRun result;
+  {
+    const UnprivilegedUser user;  // which a shell without -p would not leave us
+    result = runProgram(
+        "/bin/sh", {"-pc", "exec \"$0\" --volume \"$1\" --home /Users/ann top --json 2>&1", QUARN_PROGRAM, sample_});
+  }
+  volume_.mode("/sample/Users/ann/Documents", 0755);
+  const std::size_t end = result.out.rfind("quarn: 1 item: permission denied");
+  ASSERT_NE(end, std::string::npos);
+  EXPECT_EQ(nlohmann::json::parse(result.out.substr(0, end))["unreadable"]["count"], 1);
+}
+
 TEST_F(Unread, AFolderBelowWhichNothingCanBeLookedUpIsToldOnce) {
   const CommandRun result = runClosed("/Users/ann/Library", {"inspect", "Lumen Notes", "--json"});
   EXPECT_EQ(result.exitCode, 4);

@@ -41,6 +41,14 @@ TEST(TerminalText, ControlCharactersAndDisguisesAreWrittenOut) {
   EXPECT_EQ(escapedForTerminal("Café 日記帳 👍"), "Café 日記帳 👍");
 }
 
+TEST(TerminalText, InAJSONDocumentTheyBecomeEscapesThatChangeNoValue) {
+  EXPECT_EQ(escapedJSON("{\"a\": \"x\xC2\x9By\x7F\xE2\x80\xAE\xEF\xBB\xBF\xD8\x9C\"}"),
+            R"({"a": "x\u009by\u007f\u202e\ufeff\u061c"})");
+  const std::string harmless = "{\"a\": [\"Caf\xC3\xA9 \xC2\xA9 \xE2\x82\xAC \xEF\xBC\xA1 \xD8\xB9 \\u001b\"]}\n";
+  EXPECT_EQ(escapedJSON(harmless), harmless);
+  EXPECT_EQ(escapedJSON("\xC2"), "\xC2") << "no character at all";
+}
+
 TEST(TerminalText, WidthCountsTheColumnsThatCharactersTake) {
   EXPECT_EQ(displayWidth("abc"), 3U);
   EXPECT_EQ(displayWidth("日記"), 4U);

@@ -36,14 +36,22 @@ TEST(UnreadSummary, OnlyWhatIsOnTheVolumeAndMissingMakesAResultIncomplete) {
   EXPECT_FALSE(unreadSummary(ReadReport()).isIncomplete());
 }
 
+TEST(UnreadSummary, ItemsComeByPathWhateverTheOrderOfTheWalk) {
+  ReadReport report;
+  for (const char* path : {"/b", "/c", "/a"}) report.add(path, EACCES);
+  std::string paths;
+  for (const UnreadableItem& item : unreadSummary(report).items) paths += item.path;
+  EXPECT_EQ(paths, "/a/b/c");
+}
+
 TEST(UnreadSummary, JSONHasTheCountsOfEveryCauseAndTheItems) {
   ReadReport report;
-  report.add("/closed\xFF", EACCES);
   report.addOtherDevice("/Volumes/Backup");
+  report.add("/closed\xFF", EACCES);
   EXPECT_EQ(toJSON(unreadSummary(report)).dump(),
             R"({"count":2,"causes":{"permission":1,"vanished":0,"otherDevice":1,"loop":0,"other":0},"items":[)"
-            "{\"path\":\"/closed\xEF\xBF\xBD\",\"cause\":\"permission\",\"errno\":13,\"name\":\"EACCES\"},"
-            R"({"path":"/Volumes/Backup","cause":"otherDevice","errno":0,"name":""}]})");
+            R"({"path":"/Volumes/Backup","cause":"otherDevice","errno":0,"name":""},)"
+            "{\"path\":\"/closed\xEF\xBF\xBD\",\"cause\":\"permission\",\"errno\":13,\"name\":\"EACCES\"}]}");
 }
 
 }  // namespace
