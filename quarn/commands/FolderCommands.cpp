@@ -93,12 +93,12 @@ ExitCode runTop(CommandContext& context) {
       items.empty() ? 0 : std::max(items.front().size.allocatedBytes, items.front().size.logicalBytes);
   Table table({{.title = "ON DISK", .align = Table::Align::right},
                {.title = "LENGTH", .align = Table::Align::right},
-               {.title = ""},
+               {.title = "", .barWidth = kBarWidth},
                {.title = "ITEM", .isFlexible = true}});
   for (const TopItem& item : items) {
     const std::int64_t rank = std::max(item.size.allocatedBytes, item.size.logicalBytes);
-    table.addRow({context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes),
-                  barText(shareOf(rank, largest), kBarWidth), context.displayPath(item.url)});
+    table.addRow({context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes), shareOf(rank, largest),
+                  context.displayPath(item.url)});
   }
   showList(context, "items", toJSON(items), table);
   return context.finish();
@@ -110,7 +110,7 @@ ExitCode runCloud(CommandContext& context) {
   Table table({{.title = "LOCAL", .align = Table::Align::right},
                {.title = "ONLY IN CLOUD", .align = Table::Align::right},
                {.title = "ALL", .align = Table::Align::right},
-               {.title = "LOCAL SHARE"},
+               {.title = "LOCAL SHARE", .barWidth = kBarWidth},
                {.title = "FOLDER", .isFlexible = true}});
   for (const FileURL& folder : cloudFolders(context)) {
     const CloudStorageSummary summary =
@@ -118,11 +118,10 @@ ExitCode runCloud(CommandContext& context) {
     nlohmann::ordered_json row{{"url", toJSON(folder)}};
     row.update(toJSON(summary));
     list.push_back(std::move(row));
-    table.addRow(
-        {context.size(summary.localBytes), context.size(summary.cloudOnlyBytes),
-         context.size(checkedAdd(summary.localBytes, summary.cloudOnlyBytes)),
-         barText(shareOf(summary.localBytes, checkedAdd(summary.localBytes, summary.cloudOnlyBytes)), kBarWidth),
-         context.displayPath(folder)});
+    table.addRow({context.size(summary.localBytes), context.size(summary.cloudOnlyBytes),
+                  context.size(checkedAdd(summary.localBytes, summary.cloudOnlyBytes)),
+                  shareOf(summary.localBytes, checkedAdd(summary.localBytes, summary.cloudOnlyBytes)),
+                  context.displayPath(folder)});
   }
   showList(context, "folders", list, table);
   return context.finish();

@@ -58,19 +58,19 @@ std::string overviewText(const VolumeInfo& volume, const Sizes& sizes, bool isCo
   Table table({{.title = "CATEGORY"},
                {.title = "ON DISK", .align = Table::Align::right},
                {.title = "SHARE", .align = Table::Align::right},
-               {.title = ""},
+               {.title = "", .barWidth = kBarWidth},
                {.title = "ONLY IN CLOUD", .align = Table::Align::right}});
   for (const auto& [category, size] : sizes) {
     const double share = shareOf(size.allocatedBytes, std::max(used, attributed));
     table.addRow({std::string(rawValue(category)), context.size(size.allocatedBytes),
-                  fmt::format("{:.1f} %", share * 100), barText(share, kBarWidth), context.size(onlyInCloud(size))});
+                  fmt::format("{:.1f} %", share * 100), share, context.size(onlyInCloud(size))});
   }
   const std::int64_t rest = std::max<std::int64_t>(used - attributed, 0);
   const double restShare = shareOf(rest, std::max(used, attributed));
   table.addRow({{"unattributed", Style::dim},
                 {context.size(rest), Style::dim},
                 {fmt::format("{:.1f} %", restShare * 100), Style::dim},
-                {barText(restShare, kBarWidth), Style::dim}});
+                {restShare, Style::dim}});
   text += table.text(context.out());
   if (!isComplete) text += "\nIncomplete: the scan was interrupted; these are the totals so far.\n";
   return text;
@@ -137,14 +137,14 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
   for (const SizedRoot& row : rows) total += row.size.value_or(SizeInfo{});
   Table table({{.title = "ON DISK", .align = Table::Align::right},
                {.title = "LENGTH", .align = Table::Align::right},
-               {.title = ""},
+               {.title = "", .barWidth = kBarWidth},
                {.title = "FOLDER", .isFlexible = true},
                {.title = "KNOWN AS", .isFlexible = true}});
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
   for (const SizedRoot& row : rows) {
     const SizeInfo size = row.size.value_or(SizeInfo{});
     table.addRow({row.size ? context.size(size.allocatedBytes) : "–", row.size ? context.size(size.logicalBytes) : "–",
-                  barText(shareOf(size.allocatedBytes, total.allocatedBytes), kBarWidth), context.displayPath(row.url),
+                  shareOf(size.allocatedBytes, total.allocatedBytes), context.displayPath(row.url),
                   row.hint ? row.hint->vendorName + ": " + row.hint->artifactTitle : ""});
     list.push_back({{"url", toJSON(row.url)}, {"size", toJSON(row.size)}, {"hint", toJSON(row.hint)}});
   }

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kNarrowestFlexible = 12;
+constexpr std::size_t kNarrowestBar = 4;
 
 std::string padded(const std::string& text, std::size_t width, Table::Align align) {
   const std::size_t taken = displayWidth(text);
@@ -35,23 +36,42 @@ std::vector<std::size_t> Table::widths(const Terminal& terminal) const {
   std::vector<std::size_t> result;
   std::size_t sum = 0;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    std::size_t width = displayWidth(columns_[i].title);
-    for (const auto& row : rows_) width = std::max(width, displayWidth(row[i].text));
-    result.push_back(width);
-    sum += width + (i == 0 ? 0 : kGap);
+    result.push_back(naturalWidth(i));
+    sum += result.back() + (i == 0 ? 0 : kGap);
   }
   if (terminal.isInteractive) narrow(result, sum > terminal.width ? sum - terminal.width : 0);
   return result;
 }
 
-// Takes from the widest of the flexible columns, a column of the terminal at a time.
+std::size_t Table::naturalWidth(std::size_t column) const {
+  std::size_t width = displayWidth(columns_[column].title);
+  for (const auto& row : rows_) {
+    width = std::max(width, displayWidth(content(row[column], column, columns_[column].barWidth)));
+  }
+  return width;
+}
+
+// A cell's text, uncut; a full bar has that width.
+std::string Table::content(const Cell& cell, std::size_t column, std::size_t width) const {
+  return columns_[column].barWidth > 0 ? barText(cell.share, width) : cell.text;
+}
+
+// The widest column that still gives something, of the flexible ones or of the bars; null for none.
+std::size_t* Table::widestToNarrow(std::vector<std::size_t>& columnWidths, bool bars) const {
+  std::size_t* widest = nullptr;
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    const bool isMeant = bars ? columns_[i].barWidth > 0 : columns_[i].isFlexible;
+    if (!isMeant || columnWidths[i] <= (bars ? kNarrowestBar : kNarrowestFlexible)) continue;
+    if (widest == nullptr || columnWidths[i] >= *widest) widest = &columnWidths[i];
+  }
+  return widest;
+}
+
+// Takes a column of the terminal at a time.
 void Table::narrow(std::vector<std::size_t>& columnWidths, std::size_t excess) const {
   for (; excess > 0; --excess) {
-    std::size_t* widest = nullptr;
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-      if (!columns_[i].isFlexible || columnWidths[i] <= kNarrowestFlexible) continue;
-      if (widest == nullptr || columnWidths[i] >= *widest) widest = &columnWidths[i];
-    }
+    std::size_t* widest = widestToNarrow(columnWidths, /*bars=*/false);
+    if (widest == nullptr) widest = widestToNarrow(columnWidths, /*bars=*/true);
     if (widest == nullptr) return;
     --*widest;
   }
@@ -59,6 +79,11 @@ void Table::narrow(std::vector<std::size_t>& columnWidths, std::size_t excess) c
 
 std::string Table::text(const Terminal& terminal) const {
   const std::vector<std::size_t> columnWidths = widths(terminal);
+  std::vector<std::size_t> fullBars;
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    const std::size_t natural = std::max<std::size_t>(naturalWidth(i), 1);
+    fullBars.push_back(columns_[i].barWidth * columnWidths[i] / natural);
+  }
   std::string result;
   std::string heading;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -69,7 +94,8 @@ std::string Table::text(const Terminal& terminal) const {
   for (const auto& row : rows_) {
     std::string line;
     for (std::size_t i = 0; i < row.size(); ++i) {
-      const std::string cell = padded(fittedToWidth(row[i].text, columnWidths[i]), columnWidths[i], columns_[i].align);
+      const std::string cell =
+          padded(fittedToWidth(content(row[i], i, fullBars[i]), columnWidths[i]), columnWidths[i], columns_[i].align);
       line += std::string(i == 0 ? 0 : kGap, ' ') + terminal.styled(cell, row[i].style);
     }
     result += withoutTrailingBlanks(std::move(line)) + "\n";

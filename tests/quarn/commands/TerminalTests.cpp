@@ -47,9 +47,15 @@ TEST(OnATerminal, ColoursAreUsedUnlessTheUserDoesNotWantThem) {
               HasSubstr("\x1B[31m"));
 }
 
+TEST(OnATerminal, BarsAreDrawnShorterWhereItIsNarrow) {
+  for (const std::string& line : plainLines(onTerminal({"storage", "--quiet"}, 60).out)) {
+    EXPECT_LE(displayWidth(line), 60U) << line;
+  }
+}
+
 TEST(OnATerminal, TablesFitItsWidth) {
   const std::vector<std::vector<std::string>> commands{
-      {"apps"}, {"top"}, {"jobs"}, {"kexts"}, {"storage", "development"}, {"vendors"}};
+      {"apps"}, {"top"}, {"jobs"}, {"kexts"}, {"storage"}, {"storage", "development"}, {"vendors"}};
   for (std::vector<std::string> words : commands) {
     words.emplace_back("--quiet");
     for (const auto columns : std::array<unsigned short, 2>{80, 120}) {

@@ -90,6 +90,16 @@ TEST(Table, OfSeveralFlexibleColumnsTheWidestIsCutFirst) {
   EXPECT_THAT(narrowest, testing::HasSubstr("  " + std::string(10, 'b') + "  "));
 }
 
+TEST(Table, BarsAreDrawnShorterWhereTheTerminalIsNarrow) {
+  Table table({{.title = "A"}, {.title = "", .barWidth = 20}, {.title = "B"}});
+  table.addRow({std::string("1"), 0.5, std::string("x")});
+  table.addRow({std::string("2"), 0.25, std::string("x")});
+  const auto lines = [&](std::size_t width) { return table.text(Terminal{.isInteractive = true, .width = width}); };
+  EXPECT_EQ(lines(100), "A              B\n1  ██████████  x\n2  █████       x\n");
+  EXPECT_EQ(lines(14), "A            B\n1  ████████  x\n2  ████      x\n");
+  EXPECT_EQ(lines(1), "A        B\n1  ████  x\n2  ██    x\n");
+}
+
 TEST(Table, CellsAreEscaped) {
   Table table({{.title = "A"}});
   table.addRow({std::string("\x1B[2J")});
