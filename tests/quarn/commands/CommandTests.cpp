@@ -372,6 +372,41 @@ TEST(Command, AnUnknownCategoryNamesTheNearest) {
   EXPECT_THAT(run.err, HasSubstr("did you mean games?"));
 }
 
+TEST(Command, AnEmptyListIsSaidInPlaceOfABareHeading) {
+  const MacVolume volume;
+  const std::vector<std::vector<std::string>> commands{{"apps"},  {"inspect", "--all"},
+                                                       {"jobs"},  {"receipts"},
+                                                       {"kexts"}, {"top"},
+                                                       {"cloud"}, {"vendors", "check", volume.root()}};
+  for (std::vector<std::string> words : commands) {
+    words.insert(words.begin(), {"--volume", volume.root(), "--home", "/Users/ann"});
+    const CommandRun run = runQuarn(words);
+    EXPECT_EQ(run.exitCode, 0) << words[4];
+    EXPECT_EQ(run.out, "") << words[4];
+    EXPECT_EQ(run.err, "quarn: nothing found\n") << words[4];
+    for (const char* silent : {"--quiet", "--json", "--ndjson"}) {
+      words.emplace_back(silent);
+      EXPECT_EQ(runQuarn(words).err, "") << words[4] << silent;
+      words.pop_back();
+    }
+  }
+}
+
+TEST(Command, ACategoryWithoutFoldersHasItsTotalAlone) {
+  const MacVolume volume;
+  const CommandRun run = runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "storage", "games"});
+  EXPECT_EQ(run.out, "games  0 bytes on disk, 0 bytes long\n\n");
+  EXPECT_EQ(run.err, "quarn: nothing found\n");
+}
+
+TEST(Command, OneArtifactIsCountedInTheSingular) {
+  MacVolume volume;
+  volume.app("/Applications/Lone.app", {.bundleIdentifier = "com.example.lone"});
+  const CommandRun run = runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "inspect", "Lone"});
+  EXPECT_THAT(run.out, HasSubstr("\n1 artifact, "));
+  EXPECT_THAT(runOnSample({"inspect", "Lumen Notes"}).out, HasSubstr(" artifacts, "));
+}
+
 TEST(Command, APlanSaysThatNothingIsCarriedOut) {
   EXPECT_THAT(runOnSample({"plan", "Lumen Notes"}).out, HasSubstr("nothing is carried out"));
   EXPECT_EQ(document(runOnSample({"plan", "Lumen Notes", "--json"}))["isCarriedOut"], false);
