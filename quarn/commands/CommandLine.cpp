@@ -21,12 +21,8 @@ struct Failure {
   std::string hint = "";  ///< one more line for people; may be empty
 };
 
-// The help of the command that was meant.
-std::string helpHint(const std::vector<std::string>& words) {
-  for (const std::string& word : words) {
-    if (commandRow(word) != nullptr) return "Try: quarn " + word + " --help";
-  }
-  return "Try: quarn --help";
+std::string helpHint(const CommandRow* command) {
+  return "Try: quarn " + (command == nullptr ? "" : std::string(command->name) + " ") + "--help";
 }
 
 int tell(const Failure& failure, bool asJSON, const UnreadSummary& unread) {
@@ -78,11 +74,14 @@ int flushed(ExitCode code) {
 
 int runCommandLine(const std::vector<std::string>& words) {
   const bool asJSON = std::find(words.begin(), words.end(), "--json") != words.end();
+  Arguments arguments;
   UnreadSummary unread;
   try {
-    return flushed(run(parseArguments(words), unread));
+    parseArguments(words, arguments);
+    return flushed(run(arguments, unread));
   } catch (const UsageError& error) {
-    return tell({ExitCode::usage, escapedForTerminal(error.what()), nullptr, helpHint(words)}, asJSON, unread);
+    return tell({ExitCode::usage, escapedForTerminal(error.what()), nullptr, helpHint(arguments.command)}, asJSON,
+                unread);
   } catch (const CommandError& error) {
     return tell({error.code(), error.what()}, asJSON, unread);
   } catch (const FileError& error) {

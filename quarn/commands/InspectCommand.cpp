@@ -128,7 +128,6 @@ ExitCode inspectAll(CommandContext& context) {
 ExitCode runInspect(CommandContext& context) {
   const bool isNamed = !context.arguments().positionals.empty();
   const bool isAll = context.arguments().has("--all");
-  if (isNamed && isAll) throw UsageError("--all inspects every app: leave out either it or the app's name");
   if (!isNamed && !isAll) throw UsageError("inspect takes APP: Name, bundle identifier or path of an app, or --all");
   if (isAll) return inspectAll(context);
   const AppInspection inspection = inspectNamedApp(context);

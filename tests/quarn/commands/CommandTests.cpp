@@ -34,6 +34,9 @@ TEST(Command, HelpOfTheProgramNamesEveryCommandAndTheExitCodes) {
   EXPECT_EQ(run.exitCode, 0);
   for (const CommandRow& command : commandTable()) EXPECT_THAT(run.out, HasSubstr(std::string(command.summary)));
   EXPECT_THAT(run.out, HasSubstr("130 interrupted"));
+  for (const char* names : {"\n  -q, --quiet ", "\n  -v, --verbose ", "\n  -h, --help ", "\n  -V, --version "}) {
+    EXPECT_THAT(run.out, HasSubstr(names));
+  }
 }
 
 TEST(Command, WithoutAnythingItShowsTheHelpAndEndsAsAUsageError) {
@@ -76,6 +79,7 @@ TEST(Command, AMissingArgumentNamesTheOptionAndItsPurpose) {
   EXPECT_THAT(runOnSample({"top", "--limit"}).err, HasSubstr("quarn: --limit takes N: How many (20)\n"));
   EXPECT_THAT(runOnSample({"report", "-o"}).err, HasSubstr("quarn: --output takes FILE: Page to write"));
   EXPECT_THAT(runQuarn({"apps", "--volume"}).err, HasSubstr("quarn: --volume takes DIR: Mac volume"));
+  EXPECT_THAT(runQuarn({"top", "--depth"}).err, HasSubstr("quarn: --depth takes N: Levels to look at (no limit)"));
 }
 
 TEST(Command, ASwitchTakesNoValue) {
@@ -97,10 +101,14 @@ TEST(Command, BehindTwoHyphensStandNames) {
 
 TEST(Command, AWordOfAClosedSetNamesTheNearest) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> rows{
-      {{"storage", "gams"}, "CATEGORY: \"gams\" is none of apps|"},
+      {{"storage", "gams"}, "quarn: \"gams\" is none of apps|"},
       {{"storage", "gams"}, "did you mean games?"},
       {{"completions", "bsah"}, "did you mean bash?"},
-      {{"vendors", "chek", "/tmp"}, "did you mean check?"},
+      {{"vendors", "chek", "/tmp"}, "quarn: \"chek\" is none of check; did you mean check?\n"},
+      {{"plan", "Slack", "--mode", "cache"}, "did you mean cacheOnly?"},
+      {{"APPS"}, "unknown command \"APPS\"; did you mean apps?"},
+      {{"kexts", "--macos"}, "unknown option --macos; did you mean --include-macos?"},
+      {{"report", "--out", "x"}, "unknown option --out; did you mean --output?"},
       {{"help", "inspct"}, "did you mean inspect?"},
       {{"apps", "--color", "nevr"}, "did you mean never?"},
       {{"top", "--category", "photo"}, "did you mean photos?"}};
@@ -115,6 +123,9 @@ TEST(Command, AWordOfAClosedSetNamesTheNearest) {
 TEST(Command, AUsageErrorPointsToTheHelpOfTheCommand) {
   EXPECT_THAT(runQuarn({"top", "--limit", "x"}).err, HasSubstr("\nTry: quarn top --help\n"));
   EXPECT_THAT(runQuarn({"tpo"}).err, HasSubstr("\nTry: quarn --help\n"));
+  EXPECT_THAT(runQuarn({"--volume", "sample", "top", "--limit", "abc"}).err, HasSubstr("\nTry: quarn top --help\n"));
+  EXPECT_THAT(runQuarn({"--volume", "sample", "top", "--limit"}).err, HasSubstr("\nTry: quarn top --help\n"));
+  EXPECT_THAT(runQuarn({"inspect"}).err, HasSubstr("\nTry: quarn inspect --help\n"));
 }
 
 TEST(Command, AMissingAppIsAUsageError) {
@@ -126,7 +137,7 @@ TEST(Command, AMissingAppIsAUsageError) {
 TEST(Command, InspectTakesAnAppOrAll) {
   const CommandRun run = runQuarn({"inspect", "Lumen Notes", "--all"});
   EXPECT_EQ(run.exitCode, 2);
-  EXPECT_THAT(run.err, HasSubstr("--all inspects every app: leave out either it or the app's name"));
+  EXPECT_THAT(run.err, HasSubstr("--all does not go with APP: leave one of them out"));
 }
 
 TEST(Command, AllAppsAreInspectedLikeEachByItself) {
