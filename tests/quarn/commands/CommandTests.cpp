@@ -45,6 +45,26 @@ TEST(Command, WithoutAnythingItShowsTheHelpAndEndsAsAUsageError) {
   EXPECT_THAT(run.out, HasSubstr("Commands:"));
 }
 
+TEST(Command, WithoutACommandAProgramIsToldSoInItsOwnForm) {
+  const CommandRun run = runQuarn({"--json"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_EQ(document(run),
+            nlohmann::json::parse(R"({"schemaVersion":1,"error":{"message":"no command is given","exitCode":2}})"));
+  EXPECT_EQ(run.err, "quarn: no command is given\nTry: quarn --help\n");
+  const CommandRun lines = runQuarn({"--ndjson"});
+  EXPECT_EQ(lines.exitCode, 2);
+  EXPECT_EQ(lines.out, "");
+}
+
+TEST(Command, TheVersionIsADocumentForPrograms) {
+  const std::string version = nlohmann::json::parse(runQuarn({"--version", "--json"}).out)["version"];
+  EXPECT_EQ(runQuarn({"--version"}).out, "quarn " + version + "\n");
+  EXPECT_EQ(runQuarn({"-V"}).out, "quarn " + version + "\n");
+  EXPECT_EQ(runQuarn({"--version", "--json"}).out,
+            "{\n  \"schemaVersion\": 1,\n  \"version\": \"" + version + "\"\n}\n");
+  EXPECT_EQ(runQuarn({"--version", "--ndjson"}).out, R"({"schemaVersion":1,"version":")" + version + "\"}\n");
+}
+
 TEST(Command, AMisspeltCommandNamesTheNearestOne) {
   const CommandRun run = runQuarn({"inspekt", "Mail"});
   EXPECT_EQ(run.exitCode, 2);
@@ -95,6 +115,7 @@ TEST(Command, AnArgumentMayStandBehindAnEqualsSign) {
 
 TEST(Command, BehindTwoHyphensStandNames) {
   EXPECT_THAT(runOnSample({"inspect", "--", "--json"}).err, HasSubstr("no app \"--json\""));
+  EXPECT_EQ(runOnSample({"inspect", "--", "--json"}).out, "");
   EXPECT_EQ(runOnSample({"inspect", "--no-sizes", "--", "Lumen Notes"}).exitCode, 0);
   EXPECT_EQ(runOnSample({"inspect", "-weird"}).exitCode, 2);
 }
@@ -210,8 +231,28 @@ TEST(Command, AnAmbiguousNameListsTheCandidates) {
                              HasSubstr("/Applications/Kestrel Pro.app")));
 }
 
-TEST(Command, AnAppIsFoundByNameIdentifierAndPath) {
-  for (const char* word : {"Lumen Notes", "lumen notes", "com.lumenworks.notes", "/Applications/Lumen Notes.app"}) {
+TEST(Command, AnAmbiguousNamesDocumentHoldsTheCandidates) {
+  const nlohmann::json error = document(runOnSample({"inspect", "kestr", "--json"}))["error"];
+  EXPECT_THAT(error["message"].get<std::string>(), StartsWith("\"kestr\" may mean several apps"));
+  EXPECT_EQ(error["exitCode"], 3);
+  EXPECT_EQ(error["candidates"], nlohmann::json::parse(R"([
+    {"name": "Kestrel", "bundleIdentifier": "com.kestrelsoft.kestrel", "path": "/Applications/Kestrel.app"},
+    {"name": "Kestrel Pro", "bundleIdentifier": "com.kestrelsoft.kestrelpro",
+     "path": "/Applications/Kestrel Pro.app"}])"));
+}
+
+TEST(Command, ACandidateWithoutAnIdentifierHasNone) {
+  MacVolume volume;
+  volume.app("/Applications/One.app", {}).app("/Applications/Two/One.app", {});
+  const CommandRun run = runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "plan", "One", "--json"});
+  ASSERT_EQ(document(run)["error"]["candidates"].size(), 2U) << run.out;
+  EXPECT_TRUE(document(run)["error"]["candidates"][0]["bundleIdentifier"].is_null());
+}
+
+TEST(Command, AnAppIsFoundByNameIdentifierPathAndURL) {
+  for (const char* word : {"Lumen Notes", "lumen notes", "com.lumenworks.notes", "/Applications/Lumen Notes.app",
+                           "/Applications/Lumen Notes.app/", "file:///Applications/Lumen%20Notes.app/",
+                           "file:///Applications/Lumen%20Notes.app"}) {
     const CommandRun run = runOnSample({"inspect", word, "--no-sizes", "--json"});
     EXPECT_EQ(run.exitCode, 0) << word;
     EXPECT_EQ(document(run)["app"]["id"], "com.lumenworks.notes") << word;
