@@ -21,8 +21,8 @@ Apps filtered(const Apps& apps, const std::function<bool(const AppEntity&)>& pre
 /// The ways in which a word may mean an app, the surest first.
 std::vector<std::function<bool(const AppEntity&)>> readings(const std::string& word, const FileManager& files) {
   const bool isHomePath = word.starts_with("~/");
-  const std::string path = isHomePath ? files.homeDirectory().path() + word.substr(1) : word;
-  const std::string wantedPath = path.starts_with('/') ? files.resolvedPath(FileURL(path)) : "";
+  const std::optional<FileURL> url = FileURL::parse(isHomePath ? files.homeDirectory().path() + word.substr(1) : word);
+  const std::string wantedPath = url ? files.resolvedPath(*url) : "";
   const std::string lowercased = Text::lowercased(word);
   const std::string key = Text::normalizedKey(word);
   const auto identifier = [](const AppEntity& app) { return Text::lowercased(app.bundleIdentifier.value_or("")); };
@@ -45,7 +45,7 @@ std::string described(const AppEntity& app) {
 [[noreturn]] void refuseAmbiguous(const std::string& word, const Apps& candidates) {
   std::string problem = "\"" + escapedForTerminal(word) + "\" may mean several apps; name one by identifier or path:";
   for (const AppEntity& app : candidates) problem += "\n  " + described(app);
-  throw CommandError(ExitCode::notFound, problem);
+  throw AmbiguousApp(problem, candidates);
 }
 
 [[noreturn]] void refuseUnknown(const std::string& word, const Apps& apps) {

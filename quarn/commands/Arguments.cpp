@@ -6,6 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "QuarnPlatform/Text.h"
+
 namespace quarn {
 namespace {
 
@@ -50,41 +52,130 @@ void addOption(CLI::App& parser, const OptionRow& row, Arguments& arguments) {
   option->type_size(1)->expected(1)->allow_extra_args(false)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
 }
 
-void checkChoice(std::string_view name, const std::string& value, std::string_view choices) {
+/// The shortest candidate that resembles the word, the first of several.
+std::optional<std::string> shortest(std::string_view word, const std::vector<std::string>& candidates,
+                                    bool (*resembles)(std::string_view candidate, std::string_view word)) {
+  const std::string lowercased = Text::lowercased(word);
+  std::optional<std::string> best;
+  for (const std::string& candidate : candidates) {
+    const bool isShorter = !best || candidate.size() < best->size();
+    if (isShorter && resembles(Text::lowercased(candidate), lowercased)) best = candidate;
+  }
+  return best;
+}
+
+std::string_view withoutHyphens(std::string_view word) {
+  return word.substr(std::min(word.find_first_not_of('-'), word.size()));
+}
+
+bool isTheSame(std::string_view candidate, std::string_view word) { return candidate == word; }
+
+bool begins(std::string_view candidate, std::string_view word) {
+  return !withoutHyphens(word).empty() && candidate.starts_with(word);
+}
+
+bool hasBetweenHyphens(std::string_view candidate, std::string_view word) {
+  const std::string wanted = "-" + std::string(withoutHyphens(word)) + "-";
+  return wanted != "--" && (std::string(candidate) + "-").find(wanted) != std::string::npos;
+}
+
+long wholeNumber(std::string_view option, const std::string& text) {
+  long value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size()) {
+    throw UsageError(std::string(option) + ": \"" + text + "\" is no whole number");
+  }
+  if (value < 0) throw UsageError(std::string(option) + ": " + text + " is below 0");
+  return value;
+}
+
+void checkChoice(const std::string& whose, const std::string& value, std::string_view choices) {
   const std::vector<std::string> words = choiceWords(choices);
   if (words.empty() || std::find(words.begin(), words.end(), value) != words.end()) return;
-  throw UsageError(
-      withSuggestion(std::string(name) + ": \"" + value + "\" is none of " + std::string(choices), value, words));
+  throw UsageError(withSuggestion(whose + "\"" + value + "\" is none of " + std::string(choices), value, words));
 }
 
 void checkOptions(std::span<const OptionRow> rows, const Arguments& arguments) {
   for (const OptionRow& row : rows) {
-    for (const std::string& value : arguments.texts(row.name)) checkChoice(row.name, value, row.choices);
+    const std::vector<std::string> values = arguments.texts(row.name);
+    for (const std::string& value : values) {
+      checkChoice(std::string(row.name) + ": ", value, row.choices);
+      if (row.isNumber) wholeNumber(row.name, value);
+    }
+    const bool isOneTooMany = values.size() > 1 && !row.isRepeatable;
+    if (isOneTooMany) throw UsageError(std::string(row.name) + " is given twice");
   }
 }
 
 void checkPositionals(const Arguments& arguments) {
   const auto& rows = arguments.command->positionals;
-  const bool takesMany = !rows.empty() && rows.back().isRepeatable;
-  if (!takesMany && arguments.positionals.size() > rows.size()) {
-    throw UsageError("\"" + arguments.positionals[rows.size()] + "\" is one word too many for " +
-                     std::string(arguments.command->name));
-  }
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const bool isGiven = i < arguments.positionals.size();
-    if (isGiven) checkChoice(rows[i].name, arguments.positionals[i], rows[i].choices);
+    if (isGiven) checkChoice("", arguments.positionals[i], rows[i].choices);
     if (isGiven || !rows[i].isRequired) continue;
     throw UsageError(std::string(arguments.command->name) + " takes " + std::string(rows[i].name) + ": " +
                      std::string(rows[i].help));
   }
+  const bool takesMany = !rows.empty() && rows.back().isRepeatable;
+  if (takesMany || arguments.positionals.size() <= rows.size()) return;
+  throw UsageError("\"" + arguments.positionals[rows.size()] + "\" is one word too many for " +
+                   std::string(arguments.command->name));
+}
+
+// Of an option, or of what the command works on.
+bool isGiven(std::string_view name, const Arguments& arguments) {
+  if (arguments.has(name)) return true;
+  if (arguments.command == nullptr) return false;
+  const auto& rows = arguments.command->positionals;
+  const auto row = std::find_if(rows.begin(), rows.end(), [&](const PositionalRow& any) { return any.name == name; });
+  return row != rows.end() && static_cast<std::size_t>(row - rows.begin()) < arguments.positionals.size();
+}
+
+void checkExclusions(std::span<const OptionRow> rows, const Arguments& arguments) {
+  for (const OptionRow& row : rows) {
+    if (!arguments.has(row.name)) continue;
+    for (const std::string& other : choiceWords(row.excludes)) {
+      if (!isGiven(other, arguments)) continue;
+      throw UsageError(std::string(row.name) + " does not go with " + other + ": leave one of them out");
+    }
+  }
+}
+
+void checkLines(const Arguments& arguments) {
+  if (!arguments.has("--ndjson") || arguments.command->hasList) return;
+  throw UsageError("--ndjson gives a list line by line, and " + std::string(arguments.command->name) + " has none");
+}
+
+void check(const Arguments& arguments) {
+  checkOptions(globalOptions(), arguments);
+  checkExclusions(globalOptions(), arguments);
+  if (arguments.command == nullptr) return;
+  checkOptions(arguments.command->options, arguments);
+  checkPositionals(arguments);
+  checkExclusions(arguments.command->options, arguments);
+  checkLines(arguments);
+}
+
+const CommandRow* firstCommandWith(std::string_view option) {
+  const auto table = commandTable();
+  const auto found = std::find_if(table.begin(), table.end(),
+                                  [&](const CommandRow& row) { return optionRow(option, &row) != nullptr; });
+  return found == table.end() ? nullptr : &*found;
+}
+
+// An option of a command that stands before it is as unknown to the parser as any other.
+[[noreturn]] void refuseOption(const std::string& word, const CommandRow* given) {
+  const std::string name = word.substr(0, word.find('='));
+  const CommandRow* command = given != nullptr ? given : firstCommandWith(name);
+  const OptionRow* row = optionRow(name, command);
+  if (row == nullptr) throw UsageError(withSuggestion("unknown option " + word, name, optionNames(given)));
+  const std::string argument = row->argument.empty() ? "" : " " + std::string(row->argument);
+  throw UsageError(name + " belongs behind the command: quarn " + std::string(command->name) + " " + name + argument);
 }
 
 void refuseLeftovers(const std::vector<std::string>& leftovers, const Arguments& arguments) {
   for (const std::string& word : leftovers) {
-    if (word.starts_with('-') && word.size() > 1) {
-      throw UsageError(
-          withSuggestion("unknown option " + word, word.substr(0, word.find('=')), optionNames(arguments.command)));
-    }
+    if (word.starts_with('-') && word.size() > 1) refuseOption(word, arguments.command);
   }
   if (arguments.command == nullptr && !leftovers.empty()) {
     throw UsageError(
@@ -104,29 +195,30 @@ const OptionRow* anyOptionRow(std::string_view name) {
 void refuseValuesOfSwitches(const std::vector<std::string>& words) {
   for (const std::string& word : words) {
     const std::size_t equals = word.find('=');
-    if (!word.starts_with("--") || equals == std::string::npos) continue;
+    if (!word.starts_with('-') || equals == std::string::npos) continue;
     const OptionRow* row = anyOptionRow(std::string_view(word).substr(0, equals));
     if (row != nullptr && row->argument.empty()) throw UsageError(std::string(row->name) + " takes no value");
   }
 }
 
 // The parser's own words for an argument that is missing name a type and no purpose.
-[[noreturn]] void refuseMissingArgument(const std::string& problem) {
-  const OptionRow* row = anyOptionRow(std::string_view(problem).substr(0, problem.find(':')));
+[[noreturn]] void refuseMissingArgument(const std::string& problem, const CommandRow* command) {
+  const OptionRow* row = optionRow(std::string_view(problem).substr(0, problem.find(':')), command);
   if (row == nullptr) throw UsageError(problem);
   throw UsageError(std::string(row->name) + " takes " + std::string(row->argument) + ": " + std::string(row->help));
 }
 
-void parseOptions(CLI::App& parser, const std::vector<std::string>& words) {
-  refuseValuesOfSwitches(words);
+void parseOptions(CLI::App& parser, const std::vector<std::string>& words, const Arguments& arguments) {
   try {
     std::vector<std::string> reversed(words.rbegin(), words.rend());
     parser.parse(reversed);
   } catch (const CLI::ArgumentMismatch& error) {
-    refuseMissingArgument(error.what());
+    refuseMissingArgument(error.what(), arguments.command);
   } catch (const CLI::ParseError& error) {
+    refuseValuesOfSwitches(words);
     throw UsageError(error.what());
   }
+  refuseValuesOfSwitches(words);
 }
 
 void describe(CLI::App& parser, Arguments& arguments) {
@@ -138,6 +230,7 @@ void describe(CLI::App& parser, Arguments& arguments) {
     CLI::App* command = parser.add_subcommand(std::string(row.name));
     command->set_help_flag();
     command->allow_extras();
+    command->preparse_callback([&arguments, &row](std::size_t) { arguments.command = &row; });
     for (const OptionRow& option : row.options) addOption(*command, option, arguments);
   }
   parser.require_subcommand(0, 1);
@@ -157,14 +250,7 @@ std::vector<std::string> Arguments::texts(std::string_view option) const {
 
 long Arguments::number(std::string_view option, long otherwise) const {
   const std::optional<std::string> given = text(option);
-  if (!given) return otherwise;
-  long value = 0;
-  const auto [end, error] = std::from_chars(given->data(), given->data() + given->size(), value);
-  if (error != std::errc() || end != given->data() + given->size()) {
-    throw UsageError(std::string(option) + ": \"" + *given + "\" is no whole number");
-  }
-  if (value < 0) throw UsageError(std::string(option) + ": " + *given + " is below 0");
-  return value;
+  return given ? wholeNumber(option, *given) : otherwise;
 }
 
 std::optional<std::string> nearest(std::string_view word, const std::vector<std::string>& candidates) {
@@ -179,8 +265,16 @@ std::optional<std::string> nearest(std::string_view word, const std::vector<std:
   return best;
 }
 
+std::optional<std::string> probablyMeant(std::string_view word, const std::vector<std::string>& candidates) {
+  if (auto same = shortest(word, candidates, isTheSame)) return same;
+  if (auto near = nearest(word, candidates)) return near;
+  if (auto longer = shortest(word, candidates, begins)) return longer;
+  return shortest(word, candidates, hasBetweenHyphens);
+}
+
 std::string withSuggestion(std::string problem, std::string_view word, const std::vector<std::string>& candidates) {
-  if (const std::optional<std::string> meant = nearest(word, candidates)) problem += "; did you mean " + *meant + "?";
+  if (const std::optional<std::string> meant = probablyMeant(word, candidates))
+    problem += "; did you mean " + *meant + "?";
   return problem;
 }
 
@@ -191,21 +285,22 @@ std::vector<std::string> commandNames() {
 }
 
 Arguments parseArguments(const std::vector<std::string>& words) {
-  const auto end = std::find(words.begin(), words.end(), "--");
   Arguments arguments;
+  parseArguments(words, arguments);
+  return arguments;
+}
+
+void parseArguments(const std::vector<std::string>& words, Arguments& arguments) {
+  const auto end = std::find(words.begin(), words.end(), "--");
   CLI::App parser;
   describe(parser, arguments);
-  parseOptions(parser, {words.begin(), end});
-  for (const CLI::App* used : parser.get_subcommands()) arguments.command = commandRow(used->get_name());
+  parseOptions(parser, {words.begin(), end}, arguments);
   arguments.positionals = parser.remaining(true);
   refuseLeftovers(arguments.positionals, arguments);
   // Behind "--" stand names, however they begin.
   if (end != words.end()) arguments.positionals.insert(arguments.positionals.end(), end + 1, words.end());
-  checkOptions(globalOptions(), arguments);
-  if (arguments.command == nullptr) return arguments;
-  checkOptions(arguments.command->options, arguments);
-  if (!arguments.has("--help")) checkPositionals(arguments);
-  return arguments;
+  // Who asks for help does not know yet what is right.
+  if (!arguments.has("--help")) check(arguments);
 }
 
 }  // namespace quarn

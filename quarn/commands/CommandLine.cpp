@@ -6,6 +6,8 @@
 #include <cstring>
 
 #include "QuarnPlatform/JSONLibrary.h"
+#include "quarn/Version.h"
+#include "quarn/commands/AppSelection.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Help.h"
 #include "quarn/output/TerminalText.h"
@@ -13,33 +15,47 @@
 namespace quarn {
 namespace {
 
+using Members = nlohmann::ordered_json;
+
 /// An error as it is told: for programs with its kind, for people as one line.
 struct Failure {
   ExitCode code;
   std::string problem;
-  const FileError* file = nullptr;
-  std::string hint = "";  ///< one more line for people; may be empty
+  Members details = Members::object();  ///< what a program is told besides
+  std::string hint = "";                ///< one more line for people; may be empty
 };
 
-// The help of the command that was meant.
-std::string helpHint(const std::vector<std::string>& words) {
-  for (const std::string& word : words) {
-    if (commandRow(word) != nullptr) return "Try: quarn " + word + " --help";
+std::string helpHint(const CommandRow* command) {
+  return "Try: quarn " + (command == nullptr ? "" : std::string(command->name) + " ") + "--help";
+}
+
+Members details(const FileError& error) {
+  return {{"path", error.path()}, {"errno", error.error()}, {"name", errnoName(error.error())}};
+}
+
+Members details(const AmbiguousApp& error) {
+  Members candidates = Members::array();
+  for (const AppEntity& app : error.candidates()) {
+    candidates.push_back({{"name", app.name},
+                          {"bundleIdentifier", app.bundleIdentifier ? Members(*app.bundleIdentifier) : Members()},
+                          {"path", app.bundleURL.path()}});
   }
-  return "Try: quarn --help";
+  return {{"candidates", std::move(candidates)}};
+}
+
+void printJSON(const Members& members, int indent) {
+  Members document{{"schemaVersion", kSchemaVersion}};
+  document.update(members);
+  std::fputs(documentText(document, indent).c_str(), stdout);
 }
 
 int tell(const Failure& failure, bool asJSON, const UnreadSummary& unread) {
   if (asJSON) {
-    nlohmann::ordered_json error{{"message", failure.problem}, {"exitCode", static_cast<int>(failure.code)}};
-    if (failure.file != nullptr) {
-      error["path"] = failure.file->path();
-      error["errno"] = failure.file->error();
-      error["name"] = errnoName(failure.file->error());
-    }
-    nlohmann::ordered_json document{{"schemaVersion", kSchemaVersion}, {"error", std::move(error)}};
-    if (unread.count() > 0) document["unreadable"] = toJSON(unread);
-    std::fputs(documentText(document, 2).c_str(), stdout);
+    Members error{{"message", failure.problem}, {"exitCode", static_cast<int>(failure.code)}};
+    error.update(failure.details);
+    Members members{{"error", std::move(error)}};
+    if (unread.count() > 0) members["unreadable"] = toJSON(unread);
+    printJSON(members, 2);
     std::fflush(stdout);
   }
   std::fprintf(stderr, "quarn: %s\n", failure.problem.c_str());
@@ -47,15 +63,26 @@ int tell(const Failure& failure, bool asJSON, const UnreadSummary& unread) {
   return static_cast<int>(failure.code);
 }
 
-ExitCode run(const Arguments& arguments, UnreadSummary& unread) {
-  if (arguments.has("--version")) {
+ExitCode showVersion(const Arguments& arguments) {
+  if (arguments.has("--json") || arguments.has("--ndjson")) {
+    printJSON({{"version", kVersion}}, arguments.has("--json") ? 2 : -1);
+  } else {
     std::fputs(versionText().c_str(), stdout);
-    return ExitCode::ok;
   }
-  if (arguments.command == nullptr || arguments.has("--help")) {
-    std::fputs(helpText(arguments.command).c_str(), stdout);
-    return arguments.command != nullptr || arguments.has("--help") ? ExitCode::ok : ExitCode::usage;
-  }
+  return ExitCode::ok;
+}
+
+ExitCode showHelp(const Arguments& arguments) {
+  const bool isAskedFor = arguments.has("--help");
+  const bool isForPrograms = arguments.has("--json") || arguments.has("--ndjson");
+  if (!isAskedFor && isForPrograms) throw UsageError("no command is given");
+  std::fputs(helpText(arguments.command).c_str(), stdout);
+  return isAskedFor ? ExitCode::ok : ExitCode::usage;
+}
+
+ExitCode run(const Arguments& arguments, UnreadSummary& unread) {
+  if (arguments.has("--version")) return showVersion(arguments);
+  if (arguments.command == nullptr || arguments.has("--help")) return showHelp(arguments);
   CommandContext context(arguments);
   try {
     return arguments.command->run(context);
@@ -77,16 +104,23 @@ int flushed(ExitCode code) {
 }  // namespace
 
 int runCommandLine(const std::vector<std::string>& words) {
-  const bool asJSON = std::find(words.begin(), words.end(), "--json") != words.end();
+  const auto end = std::find(words.begin(), words.end(), "--");
+  const bool asJSON = std::find(words.begin(), end, "--json") != end;
+  Arguments arguments;
   UnreadSummary unread;
   try {
-    return flushed(run(parseArguments(words), unread));
+    parseArguments(words, arguments);
+    return flushed(run(arguments, unread));
   } catch (const UsageError& error) {
-    return tell({ExitCode::usage, escapedForTerminal(error.what()), nullptr, helpHint(words)}, asJSON, unread);
+    return tell(
+        {.code = ExitCode::usage, .problem = escapedForTerminal(error.what()), .hint = helpHint(arguments.command)},
+        asJSON, unread);
+  } catch (const AmbiguousApp& error) {
+    return tell({error.code(), error.what(), details(error)}, asJSON, unread);
   } catch (const CommandError& error) {
     return tell({error.code(), error.what()}, asJSON, unread);
   } catch (const FileError& error) {
-    return tell({ExitCode::failure, escapedForTerminal(error.what()), &error}, asJSON, unread);
+    return tell({ExitCode::failure, escapedForTerminal(error.what()), details(error)}, asJSON, unread);
   }
 }
 

@@ -62,8 +62,10 @@ std::string commandIndexPage() {
       "\nThe examples of the pages are those of a Mac. Elsewhere the volume and the user are named first, as here "
       "with\n"
       "the sample volume:\n\n```sh\nquarn sample mac\nquarn --volume mac --home /Users/ann storage\n```\n";
-  text += "\n## Options of every command\n\nThey stand before or behind the command's name.\n\n" +
-          optionTable(globalOptions());
+  text +=
+      "\n## Options of every command\n\nThey stand before or behind the command's name; those of one command stand "
+      "behind it.\n\n" +
+      optionTable(globalOptions());
   text += "\n## Exit codes\n\n| code | meaning |\n| --- | --- |\n";
   for (const ExitCodeRow& row : exitCodeTable()) {
     text += fmt::format("| {} | {} |\n", static_cast<int>(row.code), row.meaning);

@@ -14,16 +14,16 @@ constexpr std::array kGlobalOptions{
     OptionRow{.name = "--home", .argument = "PATH", .help = "Inspected user's home as the Mac names it, /Users/ann"},
     OptionRow{.name = "--resources", .argument = "DIR", .help = "Folder with vendors/ and storage-signatures.json, in place of the shipped ones", .isHostPath = true},
     OptionRow{.name = "--locale", .argument = "ID", .help = "Locale of comparison and texts, de_DE"},
-    OptionRow{.name = "--json", .argument = "", .help = "One JSON document on standard output"},
+    OptionRow{.name = "--json", .argument = "", .help = "One JSON document on standard output", .excludes = "--ndjson"},
     OptionRow{.name = "--ndjson", .argument = "", .help = "Lists as one JSON value a line"},
-    OptionRow{.name = "--iec", .argument = "", .help = "Sizes in powers of 1024"},
+    OptionRow{.name = "--iec", .argument = "", .help = "Sizes in powers of 1024", .excludes = "--bytes"},
     OptionRow{.name = "--bytes", .argument = "", .help = "Sizes in plain bytes"},
     OptionRow{.name = "--color", .argument = "WHEN", .help = "Colours: auto, always or never", .choices = "auto|always|never"},
-    OptionRow{.name = "--quiet", .argument = "", .help = "No progress and no warnings"},
-    OptionRow{.name = "--verbose", .argument = "", .help = "More detail, and every item that could not be read"},
+    OptionRow{.name = "--quiet", .argument = "", .help = "No progress and no warnings", .shortName = "-q", .excludes = "--verbose"},
+    OptionRow{.name = "--verbose", .argument = "", .help = "More detail, and every item that could not be read", .shortName = "-v"},
     OptionRow{.name = "--log", .argument = "FILE", .help = "Append diagnostics to FILE, never on the inspected volume", .isHostPath = true},
-    OptionRow{.name = "--help", .argument = "", .help = "What the command does and takes"},
-    OptionRow{.name = "--version", .argument = "", .help = "Version of this program"},
+    OptionRow{.name = "--help", .argument = "", .help = "What the command does and takes", .shortName = "-h"},
+    OptionRow{.name = "--version", .argument = "", .help = "Version of this program", .shortName = "-V"},
 };
 
 constexpr std::array kAppOrAll{PositionalRow{.name = "APP", .help = "Name, bundle identifier or path of an app; not with --all"}};
@@ -40,32 +40,32 @@ constexpr std::array kAppsOptions{
     OptionRow{.name = "--sizes", .argument = "", .help = "Size every app too (reads each bundle)"},
 };
 constexpr std::array kInspectOptions{
-    OptionRow{.name = "--all", .argument = "", .help = "Every app in place of one: a line each"},
+    OptionRow{.name = "--all", .argument = "", .help = "Every app in place of one: a line each", .excludes = "APP"},
     OptionRow{.name = "--no-sizes", .argument = "", .help = "Do not size what is found"},
     OptionRow{.name = "--no-system", .argument = "", .help = "Leave system-wide folders out"},
     OptionRow{.name = "--no-heuristics", .argument = "", .help = "No search by resembling names"},
-    OptionRow{.name = "--depth", .argument = "N", .help = "Levels that the searches by name look at (3)"},
-    OptionRow{.name = "--max-results", .argument = "N", .help = "Finds at which such a search stops (50)"},
+    OptionRow{.name = "--depth", .argument = "N", .help = "Levels that the searches by name look at (3)", .isNumber = true, .excludes = "--no-heuristics"},
+    OptionRow{.name = "--max-results", .argument = "N", .help = "Finds at which such a search stops (50)", .isNumber = true, .excludes = "--no-heuristics"},
 };
 constexpr std::array kPlanOptions{
     OptionRow{.name = "--mode", .argument = "MODE", .help = "cacheOnly, associatedDataOnly, removeApp or aggressive (removeApp)", .choices = "cacheOnly|associatedDataOnly|removeApp|aggressive"},
     OptionRow{.name = "--select", .argument = "ID", .help = "Plan for this artifact alone; may be given more than once", .isRepeatable = true},
 };
 constexpr std::array kTopOptions{
-    OptionRow{.name = "--category", .argument = "C", .help = "The folders of a storage category", .choices = "apps|documents|photos|communication|games|development|systemData|other"},
+    OptionRow{.name = "--category", .argument = "C", .help = "The folders of a storage category", .choices = "apps|documents|photos|communication|games|development|systemData|other", .excludes = "PATH"},
     OptionRow{.name = "--files", .argument = "", .help = "Files and packages directly in the folders"},
-    OptionRow{.name = "--children", .argument = "", .help = "Direct children of the folders, folders too"},
-    OptionRow{.name = "--limit", .argument = "N", .help = "How many (20)"},
-    OptionRow{.name = "--depth", .argument = "N", .help = "Levels to look at (no limit)"},
-    OptionRow{.name = "--visits", .argument = "N", .help = "Items to look at in all (no limit)"},
+    OptionRow{.name = "--children", .argument = "", .help = "Direct children of the folders, folders too", .excludes = "--files"},
+    OptionRow{.name = "--limit", .argument = "N", .help = "How many (20)", .isNumber = true},
+    OptionRow{.name = "--depth", .argument = "N", .help = "Levels to look at (no limit)", .isNumber = true, .excludes = "--files|--children"},
+    OptionRow{.name = "--visits", .argument = "N", .help = "Items to look at in all (no limit)", .isNumber = true, .excludes = "--files|--children"},
     OptionRow{.name = "--hidden", .argument = "", .help = "Hidden items too"},
-    OptionRow{.name = "--allocated", .argument = "", .help = "Rank by the space taken, not by the larger of space and length"},
+    OptionRow{.name = "--allocated", .argument = "", .help = "Rank by the space taken, not by the larger of space and length", .excludes = "--files|--children"},
 };
 constexpr std::array kReportOptions{
     OptionRow{.name = "--output", .argument = "FILE", .help = "Page to write, never on the inspected volume; - is standard output", .shortName = "-o", .isHostPath = true},
 };
 constexpr std::array kVendorsOptions{
-    OptionRow{.name = "--match", .argument = "APP", .help = "Only the profiles that match an app"},
+    OptionRow{.name = "--match", .argument = "APP", .help = "Only the profiles that match an app", .excludes = "check"},
 };
 constexpr std::array kReceiptsOptions{
     OptionRow{.name = "--of", .argument = "PATH", .help = "Only the packages that installed a path"},
@@ -143,17 +143,17 @@ constexpr std::array kHelpExamples{
 };
 
 constexpr std::array kCommands{
-    CommandRow{.name = "apps", .summary = "List the installed applications", .description = "", .positionals = {}, .options = kAppsOptions, .examples = kAppsExamples, .run = runApps},
-    CommandRow{.name = "inspect", .summary = "Find everything that belongs to an application", .description = "Every find is explained and sized. The column MODE shows which cleanup modes would select it by themselves: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive.", .positionals = kAppOrAll, .options = kInspectOptions, .examples = kInspectExamples, .run = runInspect},
-    CommandRow{.name = "plan", .summary = "Preview the removal of an application", .description = "Shows what a removal would do, step by step. Nothing is carried out.", .positionals = kApp, .options = kPlanOptions, .examples = kPlanExamples, .run = runPlan},
-    CommandRow{.name = "storage", .summary = "Show where the disk's space goes", .description = "Every byte counts to at most one category. Ctrl-C ends with the totals so far.", .positionals = kCategory, .options = {}, .examples = kStorageExamples, .run = runStorage},
-    CommandRow{.name = "top", .summary = "List the largest items", .description = "", .positionals = kPaths, .options = kTopOptions, .examples = kTopExamples, .run = runTop},
-    CommandRow{.name = "cloud", .summary = "Tell local from cloud-only bytes", .description = "Without a path: the cloud folders among the user's documents.", .positionals = kPaths, .options = {}, .examples = kCloudExamples, .run = runCloud},
+    CommandRow{.name = "apps", .summary = "List the installed applications", .description = "", .positionals = {}, .options = kAppsOptions, .examples = kAppsExamples, .run = runApps, .hasList = true},
+    CommandRow{.name = "inspect", .summary = "Find everything that belongs to an application", .description = "Every find is explained and sized. The column MODE shows which cleanup modes would select it by themselves: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive.", .positionals = kAppOrAll, .options = kInspectOptions, .examples = kInspectExamples, .run = runInspect, .hasList = true},
+    CommandRow{.name = "plan", .summary = "Preview the removal of an application", .description = "Shows what a removal would do, step by step. Nothing is carried out.", .positionals = kApp, .options = kPlanOptions, .examples = kPlanExamples, .run = runPlan, .hasList = true},
+    CommandRow{.name = "storage", .summary = "Show where the disk's space goes", .description = "Every byte counts to at most one category. Ctrl-C ends with the totals so far.", .positionals = kCategory, .options = {}, .examples = kStorageExamples, .run = runStorage, .hasList = true},
+    CommandRow{.name = "top", .summary = "List the largest items", .description = "", .positionals = kPaths, .options = kTopOptions, .examples = kTopExamples, .run = runTop, .hasList = true},
+    CommandRow{.name = "cloud", .summary = "Tell local from cloud-only bytes", .description = "Without a path: the cloud folders among the user's documents.", .positionals = kPaths, .options = {}, .examples = kCloudExamples, .run = runCloud, .hasList = true},
     CommandRow{.name = "report", .summary = "Write a page to look at", .description = "One self-contained HTML file: no script, no network.", .positionals = kReportedApp, .options = kReportOptions, .examples = kReportExamples, .run = runReport},
-    CommandRow{.name = "vendors", .summary = "List the vendor profiles", .description = "", .positionals = kVendorWords, .options = kVendorsOptions, .examples = kVendorsExamples, .run = runVendors},
-    CommandRow{.name = "jobs", .summary = "List the launchd jobs", .description = "", .positionals = {}, .options = {}, .examples = kJobsExamples, .run = runJobs},
-    CommandRow{.name = "receipts", .summary = "List the installer's receipts", .description = "", .positionals = {}, .options = kReceiptsOptions, .examples = kReceiptsExamples, .run = runReceipts},
-    CommandRow{.name = "kexts", .summary = "List the kernel extensions and whose they are", .description = "", .positionals = {}, .options = kKextsOptions, .examples = kKextsExamples, .run = runKexts},
+    CommandRow{.name = "vendors", .summary = "List the vendor profiles", .description = "", .positionals = kVendorWords, .options = kVendorsOptions, .examples = kVendorsExamples, .run = runVendors, .hasList = true},
+    CommandRow{.name = "jobs", .summary = "List the launchd jobs", .description = "", .positionals = {}, .options = {}, .examples = kJobsExamples, .run = runJobs, .hasList = true},
+    CommandRow{.name = "receipts", .summary = "List the installer's receipts", .description = "", .positionals = {}, .options = kReceiptsOptions, .examples = kReceiptsExamples, .run = runReceipts, .hasList = true},
+    CommandRow{.name = "kexts", .summary = "List the kernel extensions and whose they are", .description = "", .positionals = {}, .options = kKextsOptions, .examples = kKextsExamples, .run = runKexts, .hasList = true},
     CommandRow{.name = "rpc", .summary = "Serve every operation over JSON-RPC on standard input and output", .description = "", .positionals = {}, .options = kRPCOptions, .examples = kRPCExamples, .run = runRPCCommand},
     CommandRow{.name = "sample", .summary = "Write a small sample Mac volume", .description = "The one command that writes files: into a new or empty folder of this machine.", .positionals = kFolder, .options = {}, .examples = kSampleExamples, .run = runSample},
     CommandRow{.name = "completions", .summary = "Print the completion script of a shell", .description = "", .positionals = kShell, .options = {}, .examples = kCompletionExamples, .run = runCompletions},
@@ -185,13 +185,14 @@ const CommandRow* commandRow(std::string_view name) {
 }
 
 const OptionRow* optionRow(std::string_view name, const CommandRow* command) {
-  for (const OptionRow& row : kGlobalOptions) {
-    if (row.name == name) return &row;
-  }
-  for (const OptionRow& row : command == nullptr ? std::span<const OptionRow>() : command->options) {
-    if (row.name == name || (!row.shortName.empty() && row.shortName == name)) return &row;
-  }
-  return nullptr;
+  const auto isMeant = [name](const OptionRow& row) {
+    return !name.empty() && (row.name == name || row.shortName == name);
+  };
+  const auto global = std::find_if(kGlobalOptions.begin(), kGlobalOptions.end(), isMeant);
+  if (global != kGlobalOptions.end()) return &*global;
+  if (command == nullptr) return nullptr;
+  const auto own = std::find_if(command->options.begin(), command->options.end(), isMeant);
+  return own != command->options.end() ? &*own : nullptr;
 }
 
 std::vector<std::string> choiceWords(std::string_view choices) {

@@ -20,6 +20,8 @@ struct OptionRow {
   bool isRepeatable = false;
   std::string_view shortName = "";  ///< "-o"; empty for none
   bool isHostPath = false;          ///< the argument is a file or folder of this machine
+  bool isNumber = false;            ///< the argument is a whole number, 0 or more
+  std::string_view excludes = "";   ///< "--a|PATH": options and words beside which it would mean nothing
 };
 
 /// What a command works on.
@@ -51,12 +53,13 @@ struct CommandRow {
   std::span<const OptionRow> options;
   std::span<const ExampleRow> examples;
   ExitCode (*run)(CommandContext& context);
+  bool hasList = false;  ///< whether --ndjson has something to give line by line
 };
 
 /// Options that every command takes, before or after its name.
 std::span<const OptionRow> globalOptions();
-/// The row of a command or of an option (a global one, or the command's, which may be null), by its name; null for
-/// none.
+/// The row of a command or of an option (a global one, or the command's, which may be null), by its name, an option's
+/// short one too; null for none.
 const CommandRow* commandRow(std::string_view name);
 const OptionRow* optionRow(std::string_view name, const CommandRow* command);
 /// The words of "a|b|c".

@@ -6,6 +6,8 @@
 #include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Inspection.h"
+#include "quarn/commands/ListOutput.h"
+#include "quarn/output/CountText.h"
 #include "quarn/output/RecordJSON.h"
 #include "quarn/output/Table.h"
 #include "quarn/output/TerminalText.h"
@@ -78,7 +80,7 @@ SizeInfo totalSize(const AppInspection& inspection) {
 }
 
 std::string totalText(const AppInspection& inspection, CommandContext& context) {
-  return fmt::format("{} artifacts, {}\n", inspection.artifacts.size(),
+  return fmt::format("{}, {}\n", countText(inspection.artifacts.size(), "artifact"),
                      context.size(totalSize(inspection).allocatedBytes));
 }
 
@@ -116,7 +118,7 @@ ExitCode inspectAll(CommandContext& context) {
   if (context.wantsJSON()) {
     context.printDocument({{"inspections", std::move(inspections)}});
   } else if (!context.wantsLines()) {
-    context.print(table.text(context.out()));
+    showTable(context, table);
   }
   return context.finish(context.cancellation().isCancelled() ? ExitCode::interrupted : ExitCode::ok);
 }
@@ -126,7 +128,6 @@ ExitCode inspectAll(CommandContext& context) {
 ExitCode runInspect(CommandContext& context) {
   const bool isNamed = !context.arguments().positionals.empty();
   const bool isAll = context.arguments().has("--all");
-  if (isNamed && isAll) throw UsageError("--all inspects every app: leave out either it or the app's name");
   if (!isNamed && !isAll) throw UsageError("inspect takes APP: Name, bundle identifier or path of an app, or --all");
   if (isAll) return inspectAll(context);
   const AppInspection inspection = inspectNamedApp(context);

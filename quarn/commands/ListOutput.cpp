@@ -4,6 +4,14 @@
 
 namespace quarn {
 
+void showTable(CommandContext& context, const Table& table) {
+  if (!table.isEmpty()) {
+    context.print(table.text(context.out()));
+  } else if (!context.unread().isIncomplete() && !context.isInterrupted()) {
+    context.warn("nothing found");
+  }
+}
+
 void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table) {
   if (context.wantsJSON()) {
     nlohmann::ordered_json members{{std::string(name), list}};
@@ -12,7 +20,7 @@ void showList(CommandContext& context, std::string_view name, const nlohmann::or
   } else if (context.wantsLines()) {
     context.printLines(list);
   } else {
-    context.print(table.text(context.out()));
+    showTable(context, table);
     if (context.isInterrupted()) context.print("\nIncomplete: interrupted.\n");
   }
 }

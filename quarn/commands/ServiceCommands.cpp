@@ -9,7 +9,7 @@ namespace quarn {
 
 ExitCode runRPCCommand(CommandContext& context) {
   if (context.arguments().has("--describe")) {
-    context.print(describeInterface());
+    context.print(describeInterface() + "\n");
     return ExitCode::ok;
   }
   return static_cast<ExitCode>(runRPC(context.services(), STDIN_FILENO, STDOUT_FILENO));

@@ -5,6 +5,7 @@
 #include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/ListOutput.h"
 #include "quarn/output/RecordJSON.h"
 #include "quarn/output/Table.h"
 #include "quarn/output/TerminalText.h"
@@ -158,8 +159,8 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
     context.printLines(list);
   } else {
     context.print(fmt::format("{}  {} on disk, {} long\n\n", rawValue(category), context.size(total.allocatedBytes),
-                              context.size(total.logicalBytes)) +
-                  table.text(context.out()));
+                              context.size(total.logicalBytes)));
+    showTable(context, table);
     if (!isComplete) context.print("\nIncomplete: interrupted.\n");
   }
   return context.finish();

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "quarn/output/CountText.h"
 #include "quarn/output/Html.h"
 #include "quarn/output/PathText.h"
 #include "quarn/output/ReportParts.h"
@@ -87,8 +88,7 @@ std::int64_t sumOf(const AppReport& report, Predicate predicate) {
 std::vector<Fact> facts(const AppReport& report) {
   const SizeUnits units = report.frame.units;
   const std::int64_t total = sumOf(report, [](const Artifact&) { return true; });
-  std::vector<Fact> result{
-      {"On disk", sizeText(total, units), std::to_string(report.inspection.artifacts.size()) + " finds"}};
+  std::vector<Fact> result{{"On disk", sizeText(total, units), countText(report.inspection.artifacts.size(), "find")}};
   for (const RiskLevel risk : allCases<RiskLevel>()) {
     const std::int64_t part = sumOf(report, [&](const Artifact& artifact) { return artifact.riskLevel == risk; });
     result.push_back({wordsOf(kRisks, risk).title, sizeText(part, units), std::string(wordsOf(kRisks, risk).meaning),

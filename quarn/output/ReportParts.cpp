@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "quarn/Version.h"
+#include "quarn/output/CountText.h"
 #include "quarn/output/Html.h"
 #include "quarn/output/PathText.h"
 #include "quarn/output/ReportStyle.h"
@@ -112,9 +113,9 @@ double share(std::int64_t part, std::int64_t whole) {
 std::string unreadNote(const UnreadSummary& unread) {
   if (!unread.isIncomplete()) return "";
   return fmt::format(
-      "<p class=\"note\"><strong>Incomplete.</strong> {} {} could not be read; what is in there is missing here. "
+      "<p class=\"note\"><strong>Incomplete.</strong> {} could not be read; what is in there is missing here. "
       "<a href=\"#unread\">Which, and why</a></p>\n",
-      unread.count(), unread.count() == 1 ? "item" : "items");
+      countText(unread.count(), "item"));
 }
 
 std::string unreadSection(const ReportFrame& frame) {

@@ -8,6 +8,7 @@
 #include "QuarnPlatform/FileError.h"
 #include "QuarnPlatform/JSONLibrary.h"
 #include "QuarnPlatform/Text.h"
+#include "quarn/output/CountText.h"
 
 namespace quarn {
 namespace {
@@ -64,7 +65,7 @@ UnreadSummary unreadSummary(const ReadReport& report) {
 std::string_view causeID(UnreadableCause cause) { return kCauses[static_cast<std::size_t>(cause)].id; }
 
 std::string causeLine(const UnreadSummary::Cause& cause) {
-  return std::to_string(cause.count) + (cause.count == 1 ? " item: " : " items: ") + std::string(cause.meaning);
+  return countText(cause.count, "item") + ": " + std::string(cause.meaning);
 }
 
 nlohmann::ordered_json toJSON(const UnreadSummary& summary) {

@@ -19,12 +19,43 @@ TEST(Nearest, IsAbsentWhenNoneIsNear) {
   EXPECT_EQ(nearest("bash", {}), std::nullopt);
 }
 
+TEST(ProbablyMeant, IsTheCandidateInOtherLetterCaseOrThatBeginsWithTheWordOrHoldsIt) {
+  const std::vector<std::string> candidates{"--output",  "--include-macos", "--no-sizes", "--no-system",
+                                            "cacheOnly", "aggressive",      "apps"};
+  const std::vector<std::pair<std::string, std::string>> rows{{"APPS", "apps"},
+                                                              {"Cacheonly", "cacheOnly"},
+                                                              {"--o", "--output"},
+                                                              {"--out", "--output"},
+                                                              {"--OUT", "--output"},
+                                                              {"cache", "cacheOnly"},
+                                                              {"a", "apps"},
+                                                              {"--macos", "--include-macos"},
+                                                              {"--MacOS", "--include-macos"},
+                                                              {"-macos", "--include-macos"},
+                                                              {"--sizes", "--no-sizes"},
+                                                              {"--no", "--no-sizes"}};
+  for (const auto& [word, meant] : rows) EXPECT_EQ(probablyMeant(word, candidates), meant) << word;
+}
+
+TEST(ProbablyMeant, IsFirstInOtherLetterCaseThenTheNearestThenTheShortest) {
+  EXPECT_EQ(probablyMeant("MODE", {"mOd", "mode"}), "mode");
+  EXPECT_EQ(probablyMeant("limi", {"limi-of", "lima"}), "lima");
+  EXPECT_EQ(probablyMeant("sto", {"storage-of", "storage", "stories"}), "storage");
+  EXPECT_EQ(probablyMeant("macos", {"in-macos", "macos-only"}), "macos-only");
+}
+
+TEST(ProbablyMeant, IsAbsentForAWordThatSaysNothing) {
+  for (const char* word : {"", "-", "--", "os", "--mac-os", "put"}) {
+    EXPECT_EQ(probablyMeant(word, {"--include-macos", "--output-to"}), std::nullopt) << word;
+  }
+}
+
 TEST(Arguments, NumbersAreWholeAndNotNegative) {
   EXPECT_EQ(parseArguments({"top", "--limit", "7"}).number("--limit", 20), 7);
   EXPECT_EQ(parseArguments({"top"}).number("--limit", 20), 20);
   EXPECT_EQ(parseArguments({"top", "--limit", "0"}).number("--limit", 20), 0);
   for (const char* text : {"-1", "1.5", "1e3", " 1", "1 ", "", "99999999999999999999", "0x10"}) {
-    EXPECT_THROW((void)parseArguments({"top", "--limit", text}).number("--limit", 20), UsageError) << text;
+    EXPECT_THROW(parseArguments({"top", "--limit", text}), UsageError) << text;
   }
 }
 
@@ -33,6 +64,176 @@ TEST(Arguments, ARepeatedOptionKeepsAllAndCountsByItsLast) {
   EXPECT_EQ(arguments.texts("--select"), (std::vector<std::string>{"a", "b"}));
   EXPECT_EQ(arguments.text("--select"), "b");
   EXPECT_EQ(arguments.positionals, (std::vector<std::string>{"App"}));
+}
+
+/// The words of an option on the command line.
+std::vector<std::string> wordsOf(const OptionRow& option) {
+  std::vector<std::string> words{std::string(option.name)};
+  if (option.argument.empty()) return words;
+  words.push_back(option.choices.empty() ? "1" : choiceWords(option.choices).front());
+  return words;
+}
+
+/// What the sentence of a refusal is; empty for words that are taken.
+std::string refusal(const std::vector<std::string>& words) {
+  try {
+    parseArguments(words);
+  } catch (const UsageError& error) {
+    return error.what();
+  }
+  return "";
+}
+
+/// A command's name with one word for each thing it has to have.
+std::vector<std::string> leastWords(const CommandRow& command) {
+  std::vector<std::string> words{std::string(command.name)};
+  for (const PositionalRow& row : command.positionals) {
+    if (row.isRequired) words.push_back(row.choices.empty() ? "any" : choiceWords(row.choices).front());
+  }
+  return words;
+}
+
+void append(std::vector<std::string>& words, const std::vector<std::string>& more) {
+  words.insert(words.end(), more.begin(), more.end());
+}
+
+TEST(Arguments, WhatAnOptionExcludesIsRefusedBesideIt) {
+  int exclusions = 0;
+  for (const CommandRow& command : commandTable()) {
+    for (const auto& options : {globalOptions(), command.options}) {
+      for (const OptionRow& option : options) {
+        for (const std::string& other : choiceWords(option.excludes)) {
+          const OptionRow* row = optionRow(other, &command);
+          std::vector<std::string> words = leastWords(command);
+          append(words, row != nullptr ? wordsOf(*row) : std::vector<std::string>{other});
+          append(words, wordsOf(option));
+          EXPECT_EQ(refusal(words), std::string(option.name) + " does not go with " + other + ": leave one of them out")
+              << command.name;
+          ++exclusions;
+        }
+      }
+    }
+  }
+  EXPECT_EQ(exclusions, 3 * 16 + 4 + 8);
+}
+
+TEST(Arguments, ContradictingOnesAreRefused) {
+  const std::vector<std::vector<std::string>> rows{{"apps", "--json", "--ndjson"},
+                                                   {"apps", "--iec", "--bytes"},
+                                                   {"apps", "--quiet", "--verbose"},
+                                                   {"inspect", "App", "--all"},
+                                                   {"inspect", "App", "--no-heuristics", "--depth", "1"},
+                                                   {"inspect", "App", "--no-heuristics", "--max-results", "1"},
+                                                   {"top", "/Users", "--category", "photos"},
+                                                   {"top", "--children", "--files"},
+                                                   {"top", "--children", "--depth", "1"},
+                                                   {"top", "--files", "--depth", "1"},
+                                                   {"top", "--children", "--visits", "1"},
+                                                   {"top", "--files", "--visits", "1"},
+                                                   {"top", "--children", "--allocated"},
+                                                   {"top", "--files", "--allocated"},
+                                                   {"vendors", "check", "folder", "--match", "App"}};
+  for (const auto& words : rows) EXPECT_NE(refusal(words), "") << words.front() << " " << words.back();
+}
+
+TEST(Arguments, ThoseThatGoTogetherAreTaken) {
+  const std::vector<std::vector<std::string>> rows{{"top", "--category", "photos", "--files", "--hidden"},
+                                                   {"top", "--category", "photos", "--children", "--limit", "3"},
+                                                   {"top", "/Users", "--depth", "1", "--visits", "2", "--allocated"},
+                                                   {"apps", "--json", "--iec", "--verbose"}};
+  for (const auto& words : rows) EXPECT_EQ(refusal(words), "") << words.back();
+}
+
+TEST(Arguments, AnOptionWithAnArgumentIsGivenOnceUnlessItMayBeRepeated) {
+  for (const CommandRow& command : commandTable()) {
+    for (const auto& options : {globalOptions(), command.options}) {
+      for (const OptionRow& option : options) {
+        std::vector<std::string> words = leastWords(command);
+        if (option.name == "--help" || (option.name == "--ndjson" && !command.hasList)) continue;
+        append(words, wordsOf(option));
+        append(words, wordsOf(option));
+        const bool mayBeTwice = option.isRepeatable || option.argument.empty();
+        EXPECT_EQ(refusal(words), mayBeTwice ? "" : std::string(option.name) + " is given twice") << command.name;
+      }
+    }
+  }
+  EXPECT_EQ(refusal({"report", "-o", "a", "--output", "b"}), "--output is given twice");
+  EXPECT_EQ(refusal({"--locale", "en", "apps", "--locale", "de"}), "--locale is given twice");
+}
+
+TEST(Arguments, ANumberIsCheckedWhereverItIsGiven) {
+  for (const CommandRow& command : commandTable()) {
+    for (const OptionRow& option : command.options) {
+      EXPECT_EQ(option.isNumber, option.argument == "N") << option.name;
+      if (!option.isNumber) continue;
+      std::vector<std::string> words = leastWords(command);
+      append(words, {std::string(option.name), "x"});
+      EXPECT_EQ(refusal(words), std::string(option.name) + ": \"x\" is no whole number") << command.name;
+    }
+  }
+}
+
+TEST(Arguments, WhoAsksForHelpGetsItWhateverElseIsWrong) {
+  const std::vector<std::vector<std::string>> rows{{"top", "--limit", "x", "--help"},
+                                                   {"inspect", "-h"},
+                                                   {"top", "--files", "--children", "-h"},
+                                                   {"report", "--ndjson", "--help"}};
+  for (const auto& words : rows) EXPECT_EQ(refusal(words), "") << words.front();
+}
+
+TEST(Arguments, LinesAreRefusedForWhatHasNoList) {
+  std::vector<std::string> refused;
+  for (const CommandRow& command : commandTable()) {
+    std::vector<std::string> words = leastWords(command);
+    words.emplace_back("--ndjson");
+    const std::string problem = refusal(words);
+    EXPECT_EQ(problem.empty(), command.hasList);
+    if (problem.empty()) continue;
+    refused.emplace_back(command.name);
+    EXPECT_EQ(problem, "--ndjson gives a list line by line, and " + refused.back() + " has none");
+  }
+  EXPECT_EQ(refused, (std::vector<std::string>{"report", "rpc", "sample", "completions", "manual", "help"}));
+}
+
+TEST(Arguments, ShortNamesMeanTheLongOnes) {
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {"-q", "--quiet"}, {"-v", "--verbose"}, {"-h", "--help"}, {"-V", "--version"}};
+  for (const auto& [shortName, name] : rows) {
+    for (const auto& words : {std::vector<std::string>{shortName, "apps"}, {"apps", shortName}}) {
+      EXPECT_TRUE(parseArguments(words).has(name)) << shortName;
+    }
+    EXPECT_EQ(optionRow(shortName, nullptr), optionRow(name, nullptr));
+  }
+  EXPECT_EQ(refusal({"apps", "-v=1"}), "--verbose takes no value");
+}
+
+TEST(Arguments, HoldTheCommandWhenSomethingElseIsNotUnderstood) {
+  const std::vector<std::vector<std::string>> rows{
+      {"--volume", "sample", "top", "--limit", "x"}, {"--volume", "sample", "top", "--limit"},
+      {"--log", "plan", "top", "--nothing"},         {"--log", "plan", "top", "--json=no"},
+      {"--log", "plan", "top", "--json=x"},          {"--limit", "3", "top"}};
+  for (const auto& words : rows) {
+    Arguments arguments;
+    EXPECT_THROW(parseArguments(words, arguments), UsageError) << words.back();
+    EXPECT_EQ(arguments.command, commandRow("top")) << words.back();
+  }
+}
+
+TEST(Arguments, AnOptionBeforeItsCommandIsToldItsPlace) {
+  EXPECT_EQ(refusal({"--limit", "3", "top"}), "--limit belongs behind the command: quarn top --limit N");
+  EXPECT_EQ(refusal({"--limit=3", "top"}), "--limit belongs behind the command: quarn top --limit N");
+  EXPECT_EQ(refusal({"--sizes", "apps"}), "--sizes belongs behind the command: quarn apps --sizes");
+  EXPECT_EQ(refusal({"-o", "page", "report"}), "-o belongs behind the command: quarn report -o FILE");
+  EXPECT_EQ(refusal({"--depth", "3", "top"}), "--depth belongs behind the command: quarn top --depth N");
+  EXPECT_EQ(refusal({"--visits", "3"}), "--visits belongs behind the command: quarn top --visits N");
+  EXPECT_EQ(refusal({"apps", "--visits", "3"}), "unknown option --visits");
+}
+
+TEST(Arguments, AWordOfAClosedSetComesBeforeTheNumberOfWords) {
+  EXPECT_EQ(refusal({"vendors", "x", "y", "z"}), "\"x\" is none of check");
+  EXPECT_EQ(refusal({"vendors", "chek", "y", "z"}), "\"chek\" is none of check; did you mean check?");
+  EXPECT_EQ(refusal({"vendors", "check", "y", "z"}), "\"z\" is one word too many for vendors");
+  EXPECT_EQ(refusal({"vendors", "x", "--match", "App"}), "\"x\" is none of check");
 }
 
 TEST(Arguments, EveryOptionOfEveryCommandIsTakenBeforeAndBehindItsWords) {
@@ -54,14 +255,18 @@ TEST(Arguments, EveryOptionOfEveryCommandIsTakenBeforeAndBehindItsWords) {
 
 TEST(CommandTable, OptionsHaveOneMeaningEach) {
   for (const CommandRow& command : commandTable()) {
-    for (const OptionRow& option : command.options) {
-      for (const OptionRow& global : globalOptions()) EXPECT_NE(option.name, global.name) << command.name;
-      EXPECT_EQ(optionRow(option.name, &command), &option);
+    for (const auto& options : {globalOptions(), command.options}) {
+      for (const OptionRow& option : options) {
+        EXPECT_EQ(optionRow(option.name, &command), &option);
+        if (option.shortName.empty()) continue;
+        EXPECT_EQ(optionRow(option.shortName, &command), &option);
+      }
     }
     EXPECT_EQ(commandRow(command.name), &command);
   }
   EXPECT_EQ(commandRow("none"), nullptr);
   EXPECT_EQ(optionRow("--mode", commandRow("apps")), nullptr);
+  EXPECT_EQ(optionRow("", commandRow("apps")), nullptr);
 }
 
 }  // namespace

@@ -34,12 +34,35 @@ TEST(Command, HelpOfTheProgramNamesEveryCommandAndTheExitCodes) {
   EXPECT_EQ(run.exitCode, 0);
   for (const CommandRow& command : commandTable()) EXPECT_THAT(run.out, HasSubstr(std::string(command.summary)));
   EXPECT_THAT(run.out, HasSubstr("130 interrupted"));
+  for (const char* names : {"\n  -q, --quiet ", "\n  -v, --verbose ", "\n  -h, --help ", "\n  -V, --version "}) {
+    EXPECT_THAT(run.out, HasSubstr(names));
+  }
 }
 
 TEST(Command, WithoutAnythingItShowsTheHelpAndEndsAsAUsageError) {
   const CommandRun run = runQuarn({});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.out, HasSubstr("Commands:"));
+}
+
+TEST(Command, WithoutACommandAProgramIsToldSoInItsOwnForm) {
+  const CommandRun run = runQuarn({"--json"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_EQ(document(run),
+            nlohmann::json::parse(R"({"schemaVersion":1,"error":{"message":"no command is given","exitCode":2}})"));
+  EXPECT_EQ(run.err, "quarn: no command is given\nTry: quarn --help\n");
+  const CommandRun lines = runQuarn({"--ndjson"});
+  EXPECT_EQ(lines.exitCode, 2);
+  EXPECT_EQ(lines.out, "");
+}
+
+TEST(Command, TheVersionIsADocumentForPrograms) {
+  const std::string version = nlohmann::json::parse(runQuarn({"--version", "--json"}).out)["version"];
+  EXPECT_EQ(runQuarn({"--version"}).out, "quarn " + version + "\n");
+  EXPECT_EQ(runQuarn({"-V"}).out, "quarn " + version + "\n");
+  EXPECT_EQ(runQuarn({"--version", "--json"}).out,
+            "{\n  \"schemaVersion\": 1,\n  \"version\": \"" + version + "\"\n}\n");
+  EXPECT_EQ(runQuarn({"--version", "--ndjson"}).out, R"({"schemaVersion":1,"version":")" + version + "\"}\n");
 }
 
 TEST(Command, AMisspeltCommandNamesTheNearestOne) {
@@ -76,6 +99,7 @@ TEST(Command, AMissingArgumentNamesTheOptionAndItsPurpose) {
   EXPECT_THAT(runOnSample({"top", "--limit"}).err, HasSubstr("quarn: --limit takes N: How many (20)\n"));
   EXPECT_THAT(runOnSample({"report", "-o"}).err, HasSubstr("quarn: --output takes FILE: Page to write"));
   EXPECT_THAT(runQuarn({"apps", "--volume"}).err, HasSubstr("quarn: --volume takes DIR: Mac volume"));
+  EXPECT_THAT(runQuarn({"top", "--depth"}).err, HasSubstr("quarn: --depth takes N: Levels to look at (no limit)"));
 }
 
 TEST(Command, ASwitchTakesNoValue) {
@@ -91,16 +115,21 @@ TEST(Command, AnArgumentMayStandBehindAnEqualsSign) {
 
 TEST(Command, BehindTwoHyphensStandNames) {
   EXPECT_THAT(runOnSample({"inspect", "--", "--json"}).err, HasSubstr("no app \"--json\""));
+  EXPECT_EQ(runOnSample({"inspect", "--", "--json"}).out, "");
   EXPECT_EQ(runOnSample({"inspect", "--no-sizes", "--", "Lumen Notes"}).exitCode, 0);
   EXPECT_EQ(runOnSample({"inspect", "-weird"}).exitCode, 2);
 }
 
 TEST(Command, AWordOfAClosedSetNamesTheNearest) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> rows{
-      {{"storage", "gams"}, "CATEGORY: \"gams\" is none of apps|"},
+      {{"storage", "gams"}, "quarn: \"gams\" is none of apps|"},
       {{"storage", "gams"}, "did you mean games?"},
       {{"completions", "bsah"}, "did you mean bash?"},
-      {{"vendors", "chek", "/tmp"}, "did you mean check?"},
+      {{"vendors", "chek", "/tmp"}, "quarn: \"chek\" is none of check; did you mean check?\n"},
+      {{"plan", "Slack", "--mode", "cache"}, "did you mean cacheOnly?"},
+      {{"APPS"}, "unknown command \"APPS\"; did you mean apps?"},
+      {{"kexts", "--macos"}, "unknown option --macos; did you mean --include-macos?"},
+      {{"report", "--out", "x"}, "unknown option --out; did you mean --output?"},
       {{"help", "inspct"}, "did you mean inspect?"},
       {{"apps", "--color", "nevr"}, "did you mean never?"},
       {{"top", "--category", "photo"}, "did you mean photos?"}};
@@ -115,6 +144,9 @@ TEST(Command, AWordOfAClosedSetNamesTheNearest) {
 TEST(Command, AUsageErrorPointsToTheHelpOfTheCommand) {
   EXPECT_THAT(runQuarn({"top", "--limit", "x"}).err, HasSubstr("\nTry: quarn top --help\n"));
   EXPECT_THAT(runQuarn({"tpo"}).err, HasSubstr("\nTry: quarn --help\n"));
+  EXPECT_THAT(runQuarn({"--volume", "sample", "top", "--limit", "abc"}).err, HasSubstr("\nTry: quarn top --help\n"));
+  EXPECT_THAT(runQuarn({"--volume", "sample", "top", "--limit"}).err, HasSubstr("\nTry: quarn top --help\n"));
+  EXPECT_THAT(runQuarn({"inspect"}).err, HasSubstr("\nTry: quarn inspect --help\n"));
 }
 
 TEST(Command, AMissingAppIsAUsageError) {
@@ -126,7 +158,7 @@ TEST(Command, AMissingAppIsAUsageError) {
 TEST(Command, InspectTakesAnAppOrAll) {
   const CommandRun run = runQuarn({"inspect", "Lumen Notes", "--all"});
   EXPECT_EQ(run.exitCode, 2);
-  EXPECT_THAT(run.err, HasSubstr("--all inspects every app: leave out either it or the app's name"));
+  EXPECT_THAT(run.err, HasSubstr("--all does not go with APP: leave one of them out"));
 }
 
 TEST(Command, AllAppsAreInspectedLikeEachByItself) {
@@ -199,8 +231,28 @@ TEST(Command, AnAmbiguousNameListsTheCandidates) {
                              HasSubstr("/Applications/Kestrel Pro.app")));
 }
 
-TEST(Command, AnAppIsFoundByNameIdentifierAndPath) {
-  for (const char* word : {"Lumen Notes", "lumen notes", "com.lumenworks.notes", "/Applications/Lumen Notes.app"}) {
+TEST(Command, AnAmbiguousNamesDocumentHoldsTheCandidates) {
+  const nlohmann::json error = document(runOnSample({"inspect", "kestr", "--json"}))["error"];
+  EXPECT_THAT(error["message"].get<std::string>(), StartsWith("\"kestr\" may mean several apps"));
+  EXPECT_EQ(error["exitCode"], 3);
+  EXPECT_EQ(error["candidates"], nlohmann::json::parse(R"([
+    {"name": "Kestrel", "bundleIdentifier": "com.kestrelsoft.kestrel", "path": "/Applications/Kestrel.app"},
+    {"name": "Kestrel Pro", "bundleIdentifier": "com.kestrelsoft.kestrelpro",
+     "path": "/Applications/Kestrel Pro.app"}])"));
+}
+
+TEST(Command, ACandidateWithoutAnIdentifierHasNone) {
+  MacVolume volume;
+  volume.app("/Applications/One.app", {}).app("/Applications/Two/One.app", {});
+  const CommandRun run = runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "plan", "One", "--json"});
+  ASSERT_EQ(document(run)["error"]["candidates"].size(), 2U) << run.out;
+  EXPECT_TRUE(document(run)["error"]["candidates"][0]["bundleIdentifier"].is_null());
+}
+
+TEST(Command, AnAppIsFoundByNameIdentifierPathAndURL) {
+  for (const char* word : {"Lumen Notes", "lumen notes", "com.lumenworks.notes", "/Applications/Lumen Notes.app",
+                           "/Applications/Lumen Notes.app/", "file:///Applications/Lumen%20Notes.app/",
+                           "file:///Applications/Lumen%20Notes.app"}) {
     const CommandRun run = runOnSample({"inspect", word, "--no-sizes", "--json"});
     EXPECT_EQ(run.exitCode, 0) << word;
     EXPECT_EQ(document(run)["app"]["id"], "com.lumenworks.notes") << word;
@@ -370,6 +422,41 @@ TEST(Command, AnUnknownCategoryNamesTheNearest) {
   const CommandRun run = runOnSample({"storage", "game"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("did you mean games?"));
+}
+
+TEST(Command, AnEmptyListIsSaidInPlaceOfABareHeading) {
+  const MacVolume volume;
+  const std::vector<std::vector<std::string>> commands{{"apps"},  {"inspect", "--all"},
+                                                       {"jobs"},  {"receipts"},
+                                                       {"kexts"}, {"top"},
+                                                       {"cloud"}, {"vendors", "check", volume.root()}};
+  for (std::vector<std::string> words : commands) {
+    words.insert(words.begin(), {"--volume", volume.root(), "--home", "/Users/ann"});
+    const CommandRun run = runQuarn(words);
+    EXPECT_EQ(run.exitCode, 0) << words[4];
+    EXPECT_EQ(run.out, "") << words[4];
+    EXPECT_EQ(run.err, "quarn: nothing found\n") << words[4];
+    for (const char* silent : {"--quiet", "--json", "--ndjson"}) {
+      words.emplace_back(silent);
+      EXPECT_EQ(runQuarn(words).err, "") << words[4] << silent;
+      words.pop_back();
+    }
+  }
+}
+
+TEST(Command, ACategoryWithoutFoldersHasItsTotalAlone) {
+  const MacVolume volume;
+  const CommandRun run = runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "storage", "games"});
+  EXPECT_EQ(run.out, "games  0 bytes on disk, 0 bytes long\n\n");
+  EXPECT_EQ(run.err, "quarn: nothing found\n");
+}
+
+TEST(Command, OneArtifactIsCountedInTheSingular) {
+  MacVolume volume;
+  volume.app("/Applications/Lone.app", {.bundleIdentifier = "com.example.lone"});
+  const CommandRun run = runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "inspect", "Lone"});
+  EXPECT_THAT(run.out, HasSubstr("\n1 artifact, "));
+  EXPECT_THAT(runOnSample({"inspect", "Lumen Notes"}).out, HasSubstr(" artifacts, "));
 }
 
 TEST(Command, APlanSaysThatNothingIsCarriedOut) {

@@ -95,7 +95,7 @@ TEST_P(Completion, BehindACommandAreItsOptionsAndThoseOfAll) {
     EXPECT_THAT(complete({"quarn", std::string(command.name), "--"}), IsSupersetOf(expected)) << command.name;
   }
   EXPECT_THAT(complete({"quarn", "apps", "--"}), Not(testing::Contains("--mode")));
-  EXPECT_THAT(complete({"quarn", "report", "-"}), testing::Contains("-o"));
+  EXPECT_THAT(complete({"quarn", "report", "-"}), IsSupersetOf(Words{"-o", "-q", "-v", "-h", "-V"}));
 }
 
 TEST_P(Completion, OfAnOptionsArgumentAreItsWords) {
@@ -131,6 +131,7 @@ TEST(ManualPage, HoldsEveryCommandOptionAndExitCode) {
   }
   const CommandRun shown = runProgram("/usr/bin/mandoc", {"-Tutf8"}, page);
   for (const ExitCodeRow& row : exitCodeTable()) EXPECT_THAT(shown.out, HasSubstr(std::string(row.meaning)));
+  EXPECT_THAT(page, HasSubstr("\\fB\\-V, \\-\\-version\\fR\n"));
   EXPECT_THAT(page, HasSubstr("\\fB\\-o, \\-\\-output\\fR \\fIFILE\\fR"));
 }
 

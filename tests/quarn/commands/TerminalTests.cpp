@@ -6,6 +6,7 @@
 
 #include "quarn/commands/Arguments.h"
 #include "quarn/commands/CommandContext.h"
+#include "quarn/commands/ListOutput.h"
 #include "quarn/output/TerminalText.h"
 #include "tests/quarn/commands/CommandRun.h"
 
@@ -98,6 +99,19 @@ TEST(Interrupt, TheFirstOneAsksTheWorkToEndAndTheCommandEndsWith130) {
         std::_Exit(static_cast<int>(context.finish()));
       },
       testing::ExitedWithCode(130), "");
+}
+
+TEST(Interrupt, AnEmptyListIsNotSaidToBeAllThatThereIs) {
+  EXPECT_EXIT(
+      {
+        CommandContext context(parseArguments({"top"}));
+        const Cancellation cancellation = context.cancellation();
+        ::kill(::getpid(), SIGINT);
+        while (!cancellation.isCancelled()) std::this_thread::yield();
+        showTable(context, Table({{.title = "ITEM"}}));
+        std::_Exit(static_cast<int>(context.finish()));
+      },
+      testing::ExitedWithCode(130), testing::Eq(""));
 }
 
 TEST(Interrupt, TheSecondOneEndsTheProcess) {

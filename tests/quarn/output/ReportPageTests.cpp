@@ -195,6 +195,13 @@ TEST(ReportPage, OfAnAppHasItsFactsByRisk) {
   EXPECT_THAT(page, HasSubstr("<strong><bdi>Remove</bdi></strong>"));
 }
 
+TEST(ReportPage, OneFindIsCountedInTheSingular) {
+  AppReport report = appReport();
+  report.inspection.artifacts.resize(1);
+  report.selectedBy.resize(1);
+  EXPECT_THAT(reportPage(report), HasSubstr("<small>1 find</small>"));
+}
+
 TEST(ReportPage, OfAnAppGroupsByDataClassTheRiskiestAndLargestFirst) {
   const std::string page = reportPage(appReport());
   const std::vector<std::size_t> order{page.find("id=\"class-rebuildable\""), page.find("id=\"artifact-3\""),

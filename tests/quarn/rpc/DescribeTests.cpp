@@ -21,7 +21,7 @@ const ordered_json& interface() {
 TEST(Describe, TheCommandPrintsTheDescriptionAndReadsNothing) {
   const CommandRun run = runQuarn({"rpc", "--describe"}, "garbage\n");
   EXPECT_EQ(run.exitCode, 0);
-  EXPECT_EQ(ordered_json::parse(run.out), interface());
+  EXPECT_EQ(run.out, describeInterface() + "\n");
 }
 
 TEST(Describe, EveryMethodIsThereInTheTablesOrder) {

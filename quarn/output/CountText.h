@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace quarn {
+
+/// "1 artifact", "2 artifacts"; `thing` is in the singular and takes an "s".
+std::string countText(std::uint64_t count, std::string_view thing);
+
+}  // namespace quarn
