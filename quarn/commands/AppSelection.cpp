@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "QuarnPlatform/Text.h"
+#include "quarn/commands/Suggestions.h"
 #include "quarn/output/TerminalText.h"
 
 namespace quarn {

@@ -36,14 +36,6 @@ Arguments parseArguments(const std::vector<std::string>& words);
 /// The same into `arguments`, which hold, when it throws, what was understood until then: the command at least.
 void parseArguments(const std::vector<std::string>& words, Arguments& arguments);
 
-/// The candidate that a misspelt word is nearest to; absent when none is near.
-std::optional<std::string> nearest(std::string_view word, const std::vector<std::string>& candidates);
-/// The candidate that was probably meant: in other letter case, the nearest, the shortest that begins with the word, or
-/// that has it between its hyphens ("--macos" means "--include-macos"). Absent when there is none.
-std::optional<std::string> probablyMeant(std::string_view word, const std::vector<std::string>& candidates);
-
-/// The problem, and the candidate that was probably meant.
-std::string withSuggestion(std::string problem, std::string_view word, const std::vector<std::string>& candidates);
 /// The names of all commands.
 std::vector<std::string> commandNames();
 

@@ -6,6 +6,7 @@
 #include "quarn/commands/Arguments.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/Suggestions.h"
 
 namespace quarn {
 namespace {
