@@ -120,7 +120,8 @@ int runCommandLine(const std::vector<std::string>& words) {
   } catch (const CommandError& error) {
     return tell({error.code(), error.what()}, asJSON, unread);
   } catch (const FileError& error) {
-    return tell({ExitCode::failure, escapedForTerminal(error.what()), details(error)}, asJSON, unread);
+    const ExitCode code = error.error() == ENOENT ? ExitCode::notFound : ExitCode::failure;
+    return tell({code, escapedForTerminal(error.what()), details(error)}, asJSON, unread);
   }
 }
 

@@ -205,7 +205,7 @@ TEST(Command, ACommandsNameMayBeAnAppsName) {
 
 TEST(Command, AVolumeThatDoesNotExistIsNamedWithTheReason) {
   const CommandRun run = runQuarn({"--volume", "/nowhere/at/all", "--home", "/Users/ann", "apps"});
-  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_EQ(run.exitCode, 3);
   EXPECT_THAT(run.err, HasSubstr("open volume /nowhere/at/all: No such file or directory"));
 }
 
@@ -295,7 +295,7 @@ TEST(Command, AnErrorIsJSONToo) {
   const CommandRun run = runQuarn({"--volume", "/nowhere", "--home", "/Users/ann", "apps", "--json"});
   EXPECT_EQ(document(run)["error"]["name"], "ENOENT");
   EXPECT_EQ(document(run)["error"]["path"], "/nowhere");
-  EXPECT_EQ(document(run)["error"]["exitCode"], 1);
+  EXPECT_EQ(document(run)["error"]["exitCode"], 3);
 }
 
 TEST(Command, AUsageErrorIsADocumentWithItsOneSentence) {
@@ -353,7 +353,7 @@ TEST(Command, AnUnreadableFolderIsSaidAndEndsIncomplete) {
 
 TEST(Command, AMissingFolderOfTheUserIsAnError) {
   const CommandRun run = runOnSample({"top", "/Users/ann/Nowhere"});
-  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_EQ(run.exitCode, 3);
   EXPECT_THAT(run.err, HasSubstr("list /Users/ann/Nowhere: No such file or directory"));
 }
 
@@ -381,7 +381,7 @@ TEST(Command, WhatIsNoFolderIsRefusedWithItsCause) {
   for (const std::string command : {"top", "cloud"}) {
     for (const auto& [path, problem] : rows) {
       const CommandRun run = runQuarn({"--volume", volume.root(), command, path});
-      EXPECT_EQ(run.exitCode, 1) << path;
+      EXPECT_EQ(run.exitCode, path == "/dangling" ? 3 : 1) << path;
       EXPECT_THAT(run.err, HasSubstr(problem)) << path;
       EXPECT_EQ(run.out, "") << path;
     }
@@ -394,7 +394,7 @@ TEST(Command, ResourcesThatAreNotThereAreRefused) {
   for (const auto& [folder, problem] :
        {std::pair("/nope", "No such file or directory"), std::pair("/file", "Not a directory")}) {
     const CommandRun run = runOnSample({"vendors", "--resources", volume.root() + folder});
-    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.exitCode, std::string(folder) == "/nope" ? 3 : 1);
     EXPECT_THAT(run.err, AllOf(HasSubstr(folder), HasSubstr(problem)));
   }
 }

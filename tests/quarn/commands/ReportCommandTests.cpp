@@ -93,7 +93,7 @@ TEST_F(ReportCommand, IsNeverWrittenOnTheInspectedVolume) {
 
 TEST_F(ReportCommand, APlaceThatCannotBeWrittenIsNamedWithTheReasonAndLeftAlone) {
   const CommandRun missing = runOnSample({"report", "-o", folder_.root() + "/no/page.html"});
-  EXPECT_EQ(missing.exitCode, 1);
+  EXPECT_EQ(missing.exitCode, 3);
   EXPECT_THAT(missing.err, HasSubstr("write " + folder_.root() + "/no/page.html: No such file or directory"));
   const CommandRun folder = runOnSample({"report", "-o", folder_.root()});
   EXPECT_EQ(folder.exitCode, 1);
