@@ -12,7 +12,9 @@ ExitCode runRPCCommand(CommandContext& context) {
     context.print(describeInterface() + "\n");
     return ExitCode::ok;
   }
-  return static_cast<ExitCode>(runRPC(context.services(), STDIN_FILENO, STDOUT_FILENO));
+  const int error = runRPC(context.services(), STDIN_FILENO, STDOUT_FILENO);
+  if (error != 0) throwFileError(error, "write", "standard output");
+  return ExitCode::ok;
 }
 
 ExitCode runCompletions(CommandContext& context) {

@@ -7,7 +7,7 @@
 namespace quarn {
 
 /// Serves every operation of the library over JSON-RPC on two descriptors, until the input ends; docs/rpc.md is the
-/// contract. The descriptors stay the caller's. Returns the process's exit status: 0, or 1 when an answer could not be
+/// contract. The descriptors stay the caller's. Returns 0, or the errno with which an answer could not be
 /// written for another reason than that nobody reads it.
 int runRPC(const Services& services, int inputDescriptor, int outputDescriptor);
 

@@ -78,7 +78,7 @@ class Session {
     while (!isFinished_ && waitFor(Input::notWanted)) {
     }
     worker.join();
-    return writer_.error() == 0 || writer_.error() == EPIPE ? 0 : 1;
+    return writer_.error() == EPIPE ? 0 : writer_.error();
   }
 
  private:

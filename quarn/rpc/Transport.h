@@ -29,8 +29,8 @@ using Dispatcher = std::function<nlohmann::ordered_json(const std::string& metho
 /// reading stops until there is room. Memory is bounded by the values of the running line and of those that wait. A
 /// client that goes away cancels everything.
 ///
-/// Returns 0, or 1 when an answer could not be written for another reason than that nobody reads it. Throws
-/// std::system_error when the process can open no more descriptors or start no thread.
+/// Returns 0, or the errno with which an answer could not be written for another reason than that nobody reads it.
+/// Throws std::system_error when the process can open no more descriptors or start no thread.
 int serve(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits = {});
 
 }  // namespace quarn

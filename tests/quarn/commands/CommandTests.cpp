@@ -313,6 +313,15 @@ TEST(Command, AFullDiskBehindStandardOutputIsSaid) {
   EXPECT_EQ(run.err, "quarn: write standard output: No space left on device\n");
 }
 
+TEST(Command, AnswersThatADiskDoesNotTakeAreAFailureWithItsCause) {
+  const CommandRun run = runProgram(
+      "/bin/sh", {"-c", "\"$0\" --volume \"$1\" --home /Users/ann rpc > /dev/full", QUARN_PROGRAM, sampleFolder()},
+      R"({"jsonrpc":"2.0","id":1,"method":"LaunchdScanner.scan"})"
+      "\n");
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_EQ(run.err, "quarn: write standard output: No space left on device\n");
+}
+
 TEST(Command, AReaderThatGoesAwayEndsItQuietly) {
   const CommandRun run =
       runProgram("/bin/bash",
