@@ -78,16 +78,25 @@ void FolderLister::sort() {
   for (std::size_t i = 0; i < count; ++i) {
     found_.push_back({.sortKey = sortKey(items_.name(i).substr(shared)), .index = static_cast<std::uint32_t>(i)});
   }
-  const auto comesFirst = [this](const Found& left, const Found& right) {
-    return left.sortKey != right.sortKey ? left.sortKey < right.sortKey
-                                         : items_.name(left.index) < items_.name(right.index);
-  };
-  if (found_.size() < kHugeFolder) return std::sort(found_.begin(), found_.end(), comesFirst);
-  sortByKeys();
+  if (count < kHugeFolder) {
+    std::sort(found_.begin(), found_.end(),
+              [](const Found& left, const Found& right) { return left.sortKey < right.sortKey; });
+  } else {
+    sortByKeys();
+  }
+  sortRuns();
+}
+
+// Items with the same key stand side by side and are told apart by their whole names.
+void FolderLister::sortRuns() {
   for (auto run = found_.begin(); run != found_.end();) {
     const auto isOther = [&](const Found& found) { return found.sortKey != run->sortKey; };
-    const auto end = std::find_if(run, found_.end(), isOther);
-    std::sort(run, end, comesFirst);
+    const auto end = std::find_if(run + 1, found_.end(), isOther);
+    if (end - run > 1) {
+      std::sort(run, end, [this](const Found& left, const Found& right) {
+        return items_.name(left.index) < items_.name(right.index);
+      });
+    }
     run = end;
   }
 }

@@ -63,6 +63,7 @@ class FolderLister {
   void keep(const DirectoryReader::Entry& entry);
   void sort();
   void sortByKeys();
+  void sortRuns();
   void pack(int level, FolderListing& listing) const;
   void takeSizes(FolderListing& listing) const;
   void dropScratch();
