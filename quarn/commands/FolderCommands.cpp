@@ -20,7 +20,7 @@ constexpr std::size_t kBarWidth = 16;
 
 // A folder that the user names by a link is the one that it leads to; a walk would not follow it.
 FileURL namedFolder(const std::string& text, CommandContext& context) {
-  const FileURL url = pathArgument(text, context);
+  FileURL url = pathArgument(text, context);
   const FileManager& files = context.services().files;
   const std::optional<ItemFacts> facts = files.facts(url, Links::follow);
   if (!facts) throwFileError("list", url.path());
