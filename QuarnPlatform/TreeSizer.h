@@ -4,12 +4,14 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string_view>
 
 #include "QuarnPlatform/ByteCounts.h"
 #include "QuarnPlatform/Cancellation.h"
 #include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/HelperCount.h"
 #include "QuarnPlatform/ItemFacts.h"
 
 namespace quarn {
@@ -54,7 +56,13 @@ class TreeSizer {
     /// Called on the calling thread with the totals so far, at most once per `interval`; may be empty.
     std::function<void(const Totals&)> onProgress = {};
     std::chrono::milliseconds interval{100};
+    /// Shared by the walks of one operation, so that each begins with what those before it learnt of the disk; without
+    /// it each learns for itself.
+    std::shared_ptr<HelperCount> helperCount = nullptr;
   };
+
+  /// A count to be shared by walks that may use so many threads (0: as many as pay), and that knows nothing yet.
+  static std::shared_ptr<HelperCount> makeHelperCount(unsigned threads);
 
   /// The totals of the tree below the folder `root`, whose items are judged by `attribution` starting from `rootStep`.
   /// Cancelled: the totals so far. Throws FileError (operation "list") when `root` is a link, no folder, or cannot be

@@ -25,7 +25,9 @@ PartitionedScan::PartitionedScan(ScanPlan plan, ScanRules::Dictionary categoryBy
 
 Totals PartitionedScan::run(const std::function<void(const Totals&)>& onUpdate, const Cancellation& cancellation) {
   Totals totals{};
-  TreeSizer::Options options{.hidden = HiddenItems::include, .cancellation = cancellation};
+  TreeSizer::Options options{.hidden = HiddenItems::include,
+                             .cancellation = cancellation,
+                             .helperCount = TreeSizer::makeHelperCount(/*threads=*/0)};
   if (onUpdate) options.onProgress = [&](const Totals& ofRoot) { onUpdate(sum(totals, ofRoot)); };
   for (const ScanRoot& root : plan_.roots) {
     if (cancellation.isCancelled()) break;

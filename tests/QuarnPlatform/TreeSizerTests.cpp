@@ -422,6 +422,18 @@ TEST_P(SizingBigTrees, AllDescriptorsAreClosedAtTheEnd) {
 
 // --- Cancellation and progress ---------------------------------------------------------------------------------------
 
+TEST(SizingWithASharedCount, WhatOneWalkWasRefusedTheNextDoesNotAskFor) {
+  MacVolume volume = volumeInMemory();
+  for (int i = 0; i < 300; ++i) volume.sparse("/t/" + std::to_string(i) + "/file", 1);
+  const auto count = TreeSizer::makeHelperCount(4);
+  EXPECT_EQ(count->wanted(), 3U);
+  const TreeSizer::Options options{.threads = 4, .helperCount = count};
+  EXPECT_EQ(TreeSizer::total(volume.files(), FileURL("/t"), options).logicalBytes, 300);
+  count->limit(0);
+  EXPECT_EQ(TreeSizer::total(volume.files(), FileURL("/t"), options).logicalBytes, 300);
+  EXPECT_EQ(count->wanted(), 0U);
+}
+
 TEST_P(Sizing, AWalkThatIsCancelledFromTheStartCountsNothing) {
   volume.file("/t/a", 1);
   TreeSizer::Options asked = options();
