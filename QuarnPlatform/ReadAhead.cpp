@@ -78,6 +78,7 @@ struct ReadAhead::Hands {
 
   FolderLister lister;
   FolderPointer next;  // for the next claim
+  HelperCount::Observations observations;
   std::optional<WalkedFolders::Use> done;
 };
 
@@ -223,7 +224,7 @@ void ReadAhead::perform(Lock& lock, const Task& task, Hands& hands) {
     const auto start = HelperCount::Clock::now();
     read(task, hands);
     const std::size_t entries = std::min(task.folder->listing.entries.size(), kSegment);
-    helperCount_.note(kCallsPerFolder + entries, HelperCount::Clock::now() - start);
+    helperCount_.note(hands.observations, kCallsPerFolder + entries, HelperCount::Clock::now() - start);
   } else {
     read(task, hands);
   }

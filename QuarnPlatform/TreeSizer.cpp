@@ -187,6 +187,7 @@ class SizingThread {
   DirectoryReader reader_;
   std::vector<SubFolders::Item> foundItems_;
   std::string foundNames_;
+  HelperCount::Observations observations_;
   Clock::time_point since_ = Clock::now();  // of the calls that were not noted yet
   std::size_t calls_ = kCallsPerFolder;
 };
@@ -205,7 +206,7 @@ void SizingThread::run(Task& task) {
 void SizingThread::noteTime() {
   if (!sizing_.helperCount().mayGrow()) return;
   const Clock::time_point now = Clock::now();
-  sizing_.helperCount().note(calls_, now - since_);
+  sizing_.helperCount().note(observations_, calls_, now - since_);
   since_ = now;
   calls_ = 0;
 }

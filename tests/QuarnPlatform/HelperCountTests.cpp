@@ -18,28 +18,71 @@ TEST(HelperCount, BeginsWithThoseAtOnceAndNeverWithMoreThanTheMost) {
 
 TEST(HelperCount, CallsThatWaitForTheDiskAddOneEachTimeUpToTheMost) {
   HelperCount count(3, 1);
+  HelperCount::Observations observations;
   EXPECT_TRUE(count.mayGrow());
-  count.note(10, microseconds(1000));
+  count.note(observations, 10, microseconds(1000));
+  EXPECT_EQ(count.wanted(), 1U) << "once may be chance";
+  count.note(observations, 10, microseconds(1000));
   EXPECT_EQ(count.wanted(), 2U);
-  count.note(1, microseconds(100));
+  count.note(observations, 1, microseconds(100));
   EXPECT_EQ(count.wanted(), 3U);
   EXPECT_FALSE(count.mayGrow());
-  count.note(1, microseconds(100));
+  count.note(observations, 1, microseconds(100));
   EXPECT_EQ(count.wanted(), 3U);
 }
 
 TEST(HelperCount, CallsAnsweredFromMemoryAddNone) {
   HelperCount count(3, 1);
-  count.note(100, microseconds(300));
-  count.note(1, microseconds(2));
+  HelperCount::Observations observations;
+  count.note(observations, 100, microseconds(300));
+  count.note(observations, 1, microseconds(2));
   EXPECT_EQ(count.wanted(), 1U);
+}
+
+TEST(HelperCount, NowAndThenASlowOneAddsNone) {
+  HelperCount count(7, 1);
+  HelperCount::Observations observations;
+  for (int i = 0; i < 100; ++i) {
+    count.note(observations, 10, microseconds(4000));
+    count.note(observations, 10, microseconds(15));
+  }
+  EXPECT_EQ(count.wanted(), 1U);
+}
+
+TEST(HelperCount, WhatTheDiskGivesInBetweenFromMemoryDoesNotHideIt) {
+  HelperCount count(7, 1);
+  HelperCount::Observations observations;
+  for (int i = 0; i < 20; ++i) {
+    count.note(observations, 10, microseconds(i % 3 == 2 ? 15 : 1000));
+  }
+  EXPECT_EQ(count.wanted(), 7U);
+}
+
+TEST(HelperCount, EachThreadNotesForItself) {
+  HelperCount count(7, 1);
+  HelperCount::Observations one;
+  HelperCount::Observations other;
+  count.note(one, 10, microseconds(1000));
+  count.note(other, 10, microseconds(1000));
+  EXPECT_EQ(count.wanted(), 1U);
+}
+
+TEST(HelperCount, WhatOneThreadIsSureOfTheOthersNeedNotSeeTwice) {
+  HelperCount count(7, 1);
+  HelperCount::Observations one;
+  HelperCount::Observations other;
+  for (int i = 0; i < 2; ++i) count.note(one, 10, microseconds(1000));
+  EXPECT_EQ(count.wanted(), 2U);
+  count.note(other, 10, microseconds(1000));
+  EXPECT_EQ(count.wanted(), 3U);
 }
 
 TEST(HelperCount, WhatTheSystemRefusesIsNotWantedAnyMore) {
   HelperCount count(7, 4);
   count.limit(2);
   EXPECT_EQ(count.wanted(), 2U);
-  count.note(1, microseconds(1000));
+  HelperCount::Observations observations;
+  for (int i = 0; i < 3; ++i) count.note(observations, 1, microseconds(1000));
   EXPECT_EQ(count.wanted(), 2U);
 }
 
@@ -48,7 +91,8 @@ TEST(HelperCount, ManyThreadsMayNote) {
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
-      for (int i = 0; i < 100; ++i) count.note(1, microseconds(1000));
+      HelperCount::Observations observations;
+      for (int i = 0; i < 100; ++i) count.note(observations, 1, microseconds(1000));
     });
   }
   for (std::thread& thread : threads) thread.join();
