@@ -143,7 +143,7 @@ class Sizing {
   const std::shared_ptr<HelperCount> helperCount_;
 
   // What is only read, what changes under the lock, and what is looked at for every item keep to lines of the cache of
-  // their own: shared, they cost a twentieth of the walk.
+  // their own: a thread that writes a line slows down all that read it.
   alignas(kCacheLine) std::atomic<unsigned> waiting_ = 0;
   alignas(kCacheLine) std::mutex mutex_;
   std::condition_variable changed_;

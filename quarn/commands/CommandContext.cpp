@@ -49,6 +49,12 @@ ResourceBundle resourcesIn(const std::string& folder) {
 
 }  // namespace
 
+nlohmann::ordered_json versioned(const nlohmann::ordered_json& members) {
+  nlohmann::ordered_json result{{"schemaVersion", kSchemaVersion}};
+  result.update(members);
+  return result;
+}
+
 std::string documentText(const nlohmann::ordered_json& value, int indent) {
   return escapedJSON(value.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace)) + "\n";
 }
@@ -96,10 +102,8 @@ void CommandContext::print(std::string_view text) const {
 }
 
 void CommandContext::printDocument(nlohmann::ordered_json members) const {
-  nlohmann::ordered_json document{{"schemaVersion", kSchemaVersion}};
-  for (auto& [name, value] : members.items()) document[name] = std::move(value);
-  document["unreadable"] = toJSON(unread());
-  print(documentText(document, 2));
+  members["unreadable"] = toJSON(unread());
+  print(documentText(versioned(members), 2));
 }
 
 void CommandContext::printLines(const nlohmann::ordered_json& list) const {

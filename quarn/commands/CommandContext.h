@@ -95,6 +95,9 @@ class CommandContext {
 /// The version of the JSON documents' shape.
 inline constexpr int kSchemaVersion = 1;
 
+/// A JSON document: the version, and these members behind it.
+nlohmann::ordered_json versioned(const nlohmann::ordered_json& members);
+
 /// A JSON value as text, on one line without `indent`, and a line's end. Bytes that are no UTF-8 are replaced.
 std::string documentText(const nlohmann::ordered_json& value, int indent = -1);
 

@@ -44,9 +44,7 @@ Members details(const AmbiguousApp& error) {
 }
 
 void printJSON(const Members& members, int indent) {
-  Members document{{"schemaVersion", kSchemaVersion}};
-  document.update(members);
-  std::fputs(documentText(document, indent).c_str(), stdout);
+  std::fputs(documentText(versioned(members), indent).c_str(), stdout);
 }
 
 int tell(const Failure& failure, bool asJSON, const UnreadSummary& unread) {

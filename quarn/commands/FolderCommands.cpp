@@ -9,6 +9,7 @@
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/PathArgument.h"
 #include "quarn/output/RecordJSON.h"
+#include "quarn/output/Share.h"
 #include "quarn/output/Table.h"
 
 namespace quarn {
@@ -22,10 +23,11 @@ constexpr std::size_t kBarWidth = 16;
 FileURL namedFolder(const std::string& text, CommandContext& context) {
   FileURL url = pathArgument(text, context);
   const FileManager& files = context.services().files;
+  const std::optional<ItemFacts> own = files.facts(url, Links::doNotFollow);
+  if (own && own->type == FileType::directory) return url;
   const std::optional<ItemFacts> facts = files.facts(url, Links::follow);
   if (!facts) throwFileError("list", url.path());
   if (facts->type != FileType::directory) throwFileError(ENOTDIR, "list", url.path());
-  if (files.requireFacts(url, Links::doNotFollow).type == FileType::directory) return url;
   return FileURL(files.realPath(url).value_or(url.path()), URLKind::directory);
 }
 
@@ -79,10 +81,6 @@ std::vector<FileURL> cloudFolders(CommandContext& context) {
     if (dashboard.isCloudRoot(root) && context.services().files.isDirectory(root)) folders.push_back(root);
   }
   return folders;
-}
-
-double shareOf(std::int64_t part, std::int64_t whole) {
-  return whole > 0 ? static_cast<double>(part) / static_cast<double>(whole) : 0;
 }
 
 }  // namespace

@@ -120,7 +120,7 @@ ExitCode inspectAll(CommandContext& context) {
   } else if (!context.wantsLines()) {
     showTable(context, table);
   }
-  return context.finish(context.cancellation().isCancelled() ? ExitCode::interrupted : ExitCode::ok);
+  return context.finish();
 }
 
 }  // namespace

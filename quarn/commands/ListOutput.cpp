@@ -10,6 +10,7 @@ void showTable(CommandContext& context, const Table& table) {
   } else if (!context.unread().isIncomplete() && !context.isInterrupted()) {
     context.warn("nothing found");
   }
+  if (context.isInterrupted()) context.print("\nIncomplete: interrupted.\n");
 }
 
 void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table) {
@@ -21,7 +22,6 @@ void showList(CommandContext& context, std::string_view name, const nlohmann::or
     context.printLines(list);
   } else {
     showTable(context, table);
-    if (context.isInterrupted()) context.print("\nIncomplete: interrupted.\n");
   }
 }
 

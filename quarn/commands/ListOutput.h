@@ -10,7 +10,7 @@
 namespace quarn {
 
 /// Shows a table. In place of one without rows it says that nothing was found, unless there is more that could not be
-/// read or was not come to.
+/// read or was not come to; says behind it when it was interrupted.
 void showTable(CommandContext& context, const Table& table);
 
 /// Shows a list in the form that the options ask for: a document with the list as the member `name`, a value a line, or

@@ -74,7 +74,7 @@ VolumeReport volumeReport(CommandContext& context) {
       items, [](const TopItem& item) { return item.size.allocatedBytes; }, dashboard);
   report.elsewhere = ranked(items, elsewhere, dashboard);
   context.endProgress();
-  report.isComplete = !context.cancellation().isCancelled();
+  report.isComplete = !context.isInterrupted();
   report.frame = frame(context, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
   return report;
 }

@@ -7,6 +7,7 @@
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/output/RecordJSON.h"
+#include "quarn/output/Share.h"
 #include "quarn/output/Table.h"
 #include "quarn/output/TerminalText.h"
 
@@ -22,10 +23,6 @@ std::int64_t allocatedSum(const Sizes& sizes) {
   std::int64_t sum = 0;
   for (const auto& [category, size] : sizes) sum = checkedAdd(sum, size.allocatedBytes);
   return sum;
-}
-
-double shareOf(std::int64_t part, std::int64_t whole) {
-  return whole > 0 ? static_cast<double>(part) / static_cast<double>(whole) : 0;
 }
 
 std::int64_t onlyInCloud(const SizeInfo& size) {
@@ -80,7 +77,7 @@ std::string overviewText(const VolumeInfo& volume, const Sizes& sizes, bool isCo
 ExitCode showOverview(CommandContext& context) {
   const VolumeInfo volume = context.services().storageDashboard().initialOverview().volume;
   const Sizes sizes = scan(context);
-  const bool isComplete = !context.cancellation().isCancelled();
+  const bool isComplete = !context.isInterrupted();
   if (context.wantsJSON()) {
     const std::int64_t used = std::max<std::int64_t>(volume.totalBytes - volume.freeBytes, 0);
     context.printDocument({{"volume", toJSON(volume)},
@@ -149,7 +146,7 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
                   row.hint ? row.hint->vendorName + ": " + row.hint->artifactTitle : ""});
     list.push_back({{"url", toJSON(row.url)}, {"size", toJSON(row.size)}, {"hint", toJSON(row.hint)}});
   }
-  const bool isComplete = !context.cancellation().isCancelled();
+  const bool isComplete = !context.isInterrupted();
   if (context.wantsJSON()) {
     context.printDocument({{"category", rawValue(category)},
                            {"size", rows.empty() ? nlohmann::ordered_json() : toJSON(total)},
@@ -161,7 +158,6 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
     context.print(fmt::format("{}  {} on disk, {} long\n\n", rawValue(category), context.size(total.allocatedBytes),
                               context.size(total.logicalBytes)));
     showTable(context, table);
-    if (!isComplete) context.print("\nIncomplete: interrupted.\n");
   }
   return context.finish();
 }

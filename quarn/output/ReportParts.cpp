@@ -7,6 +7,7 @@
 #include "quarn/output/Html.h"
 #include "quarn/output/PathText.h"
 #include "quarn/output/ReportStyle.h"
+#include "quarn/output/Share.h"
 #include "quarn/output/Treemap.h"
 
 namespace quarn::reportParts {
@@ -83,7 +84,7 @@ std::string bar(const std::vector<Tile>& tiles) {
   const std::int64_t total = sum(tiles);
   std::string parts;
   for (const Tile& tile : tiles) {
-    const double width = share(tile.bytes, total) * 100;
+    const double width = shareOf(tile.bytes, total) * 100;
     if (width <= 0) continue;
     parts += fmt::format("<span class=\"{}\" style=\"width:{:.3f}%\" title=\"{}\"></span>\n", tile.colorClass, width,
                          html(tile.name));
@@ -104,10 +105,6 @@ std::string map(const std::vector<Tile>& tiles, std::string_view label, SizeUnit
 
 std::string meter(double share, std::string_view colorClass) {
   return fmt::format("<span class=\"share {}\" style=\"width:{:.2f}%\"></span>", colorClass, share * 100);
-}
-
-double share(std::int64_t part, std::int64_t whole) {
-  return whole > 0 ? static_cast<double>(part) / static_cast<double>(whole) : 0;
 }
 
 std::string unreadNote(const UnreadSummary& unread) {

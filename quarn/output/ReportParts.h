@@ -45,8 +45,6 @@ std::string map(const std::vector<Tile>& tiles, std::string_view label, SizeUnit
 /// The bar of one share in a table's cell.
 std::string meter(double share, std::string_view colorClass);
 
-double share(std::int64_t part, std::int64_t whole);
-
 /// A warning at the head of the page when the result is not whole; else empty.
 std::string unreadNote(const UnreadSummary& unread);
 /// The section "unread": how many items a cause, and which; empty when everything was read.

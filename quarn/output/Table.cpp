@@ -77,13 +77,18 @@ void Table::narrow(std::vector<std::size_t>& columnWidths, std::size_t excess) c
   }
 }
 
+// How wide a full bar is where its column has become narrower; 0 in a column of texts.
+std::vector<std::size_t> Table::fullBarsIn(const std::vector<std::size_t>& columnWidths) const {
+  std::vector<std::size_t> result(columns_.size(), 0);
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    if (columns_[i].barWidth == 0) continue;
+    result[i] = columns_[i].barWidth * columnWidths[i] / std::max<std::size_t>(naturalWidth(i), 1);
+  }
+  return result;
+}
+
 std::string Table::text(const Terminal& terminal) const {
   const std::vector<std::size_t> columnWidths = widths(terminal);
-  std::vector<std::size_t> fullBars;
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    const std::size_t natural = std::max<std::size_t>(naturalWidth(i), 1);
-    fullBars.push_back(columns_[i].barWidth * columnWidths[i] / natural);
-  }
   std::string result;
   std::string heading;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -91,6 +96,7 @@ std::string Table::text(const Terminal& terminal) const {
                padded(fittedToWidth(columns_[i].title, columnWidths[i]), columnWidths[i], columns_[i].align);
   }
   result += terminal.styled(withoutTrailingBlanks(heading), Style::dim) + "\n";
+  const std::vector<std::size_t> fullBars = fullBarsIn(columnWidths);
   for (const auto& row : rows_) {
     std::string line;
     for (std::size_t i = 0; i < row.size(); ++i) {

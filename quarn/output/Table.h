@@ -40,6 +40,7 @@ class Table {
   [[nodiscard]] std::vector<std::size_t> widths(const Terminal& terminal) const;
   [[nodiscard]] std::string content(const Cell& cell, std::size_t column, std::size_t width) const;
   [[nodiscard]] std::size_t naturalWidth(std::size_t column) const;
+  [[nodiscard]] std::vector<std::size_t> fullBarsIn(const std::vector<std::size_t>& columnWidths) const;
   [[nodiscard]] std::size_t* widestToNarrow(std::vector<std::size_t>& columnWidths, bool bars) const;
   void narrow(std::vector<std::size_t>& columnWidths, std::size_t excess) const;
 

@@ -6,6 +6,7 @@
 #include "quarn/output/Html.h"
 #include "quarn/output/PathText.h"
 #include "quarn/output/ReportParts.h"
+#include "quarn/output/Share.h"
 
 namespace quarn {
 namespace {
@@ -47,7 +48,7 @@ std::string categoryTable(const VolumeReport& report) {
   const std::int64_t total = sum(report.categories).allocatedBytes;
   std::string rows;
   for (const StorageCategory& category : report.categories) {
-    const double part = share(category.size.allocatedBytes, total);
+    const double part = shareOf(category.size.allocatedBytes, total);
     rows += fmt::format(
         "<tr id=\"category-{}\"><th scope=\"row\"><span class=\"key {}\"></span>{}</th><td class=\"n\">{}</td>"
         "<td class=\"n\">{:.1f} %</td><td class=\"meter wide\" aria-hidden=\"true\">{}</td><td "

@@ -16,65 +16,51 @@ TEST(HelperCount, BeginsWithThoseAtOnceAndNeverWithMoreThanTheMost) {
   EXPECT_GE(HelperCount::furtherCores(), 1U);
 }
 
+// Notes ten calls a letter: "s" for slow ones, "f" for fast ones. How many helpers are wanted then.
+unsigned wantedAfter(std::string_view notes, HelperCount& count, HelperCount::Observations& observations) {
+  for (const char note : notes) count.note(observations, 10, microseconds(note == 's' ? 1000 : 15));
+  return count.wanted();
+}
+
 TEST(HelperCount, CallsThatWaitForTheDiskAddOneEachTimeUpToTheMost) {
   HelperCount count(3, 1);
   HelperCount::Observations observations;
   EXPECT_TRUE(count.mayGrow());
-  count.note(observations, 10, microseconds(1000));
-  EXPECT_EQ(count.wanted(), 1U) << "once may be chance";
-  count.note(observations, 10, microseconds(1000));
-  EXPECT_EQ(count.wanted(), 2U);
-  count.note(observations, 1, microseconds(100));
-  EXPECT_EQ(count.wanted(), 3U);
+  EXPECT_EQ(wantedAfter("s", count, observations), 1U) << "once may be chance";
+  EXPECT_EQ(wantedAfter("s", count, observations), 2U);
+  EXPECT_EQ(wantedAfter("s", count, observations), 3U);
   EXPECT_FALSE(count.mayGrow());
-  count.note(observations, 1, microseconds(100));
-  EXPECT_EQ(count.wanted(), 3U);
+  EXPECT_EQ(wantedAfter("s", count, observations), 3U);
 }
 
-TEST(HelperCount, CallsAnsweredFromMemoryAddNone) {
+TEST(HelperCount, ACallIsSlowBeyondTwentyMicroseconds) {
   HelperCount count(3, 1);
   HelperCount::Observations observations;
-  count.note(observations, 100, microseconds(300));
-  count.note(observations, 1, microseconds(2));
+  for (int i = 0; i < 3; ++i) count.note(observations, 100, microseconds(2000));
   EXPECT_EQ(count.wanted(), 1U);
-}
-
-TEST(HelperCount, NowAndThenASlowOneAddsNone) {
-  HelperCount count(7, 1);
-  HelperCount::Observations observations;
-  for (int i = 0; i < 100; ++i) {
-    count.note(observations, 10, microseconds(4000));
-    count.note(observations, 10, microseconds(15));
-  }
-  EXPECT_EQ(count.wanted(), 1U);
-}
-
-TEST(HelperCount, WhatTheDiskGivesInBetweenFromMemoryDoesNotHideIt) {
-  HelperCount count(7, 1);
-  HelperCount::Observations observations;
-  for (int i = 0; i < 20; ++i) {
-    count.note(observations, 10, microseconds(i % 3 == 2 ? 15 : 1000));
-  }
-  EXPECT_EQ(count.wanted(), 7U);
-}
-
-TEST(HelperCount, EachThreadNotesForItself) {
-  HelperCount count(7, 1);
-  HelperCount::Observations one;
-  HelperCount::Observations other;
-  count.note(one, 10, microseconds(1000));
-  count.note(other, 10, microseconds(1000));
-  EXPECT_EQ(count.wanted(), 1U);
-}
-
-TEST(HelperCount, WhatOneThreadIsSureOfTheOthersNeedNotSeeTwice) {
-  HelperCount count(7, 1);
-  HelperCount::Observations one;
-  HelperCount::Observations other;
-  for (int i = 0; i < 2; ++i) count.note(one, 10, microseconds(1000));
+  for (int i = 0; i < 2; ++i) count.note(observations, 100, microseconds(2001));
   EXPECT_EQ(count.wanted(), 2U);
-  count.note(other, 10, microseconds(1000));
-  EXPECT_EQ(count.wanted(), 3U);
+}
+
+TEST(HelperCount, WhatIsSlowMustLeadByTwoOnOneThread) {
+  const std::vector<std::pair<std::string, unsigned>> rows{
+      {"ffff", 1}, {"sfsfsfsfsfsf", 1}, {"sfss", 2}, {"ssfssfss", 6}};
+  for (const auto& [notes, wanted] : rows) {
+    HelperCount count(7, 1);
+    HelperCount::Observations observations;
+    EXPECT_EQ(wantedAfter(notes, count, observations), wanted) << notes;
+  }
+}
+
+TEST(HelperCount, EachThreadNotesForItselfUntilOneIsSure) {
+  HelperCount count(7, 1);
+  HelperCount::Observations one;
+  HelperCount::Observations other;
+  EXPECT_EQ(wantedAfter("s", count, one), 1U);
+  EXPECT_EQ(wantedAfter("s", count, other), 1U);
+  EXPECT_EQ(wantedAfter("s", count, one), 2U);
+  HelperCount::Observations third;
+  EXPECT_EQ(wantedAfter("s", count, third), 3U);
 }
 
 TEST(HelperCount, WhatTheSystemRefusesIsNotWantedAnyMore) {

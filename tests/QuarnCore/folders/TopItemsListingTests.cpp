@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/QuarnCore/folders/TopItemsFixture.h"
+#include "tests/support/FileErrors.h"
 #include "tests/support/UnprivilegedUser.h"
 
 namespace quarn {
@@ -17,15 +18,6 @@ constexpr bool kQuick = false;
 constexpr bool kHidden = true;
 constexpr bool kVisible = false;
 const Cancellation kNever = Cancellation::never();
-
-int errorOf(const std::function<void()>& operation) {
-  try {
-    operation();
-  } catch (const FileError& error) {
-    return error.error();
-  }
-  return 0;
-}
 
 TEST(Children, AreTheSizedEntriesInListingOrder) {
   TopItemsVolume volume;

@@ -337,6 +337,14 @@ TEST(Command, NamesNeverReachTheTerminalRaw) {
   EXPECT_THAT(run.out, HasSubstr("\\x1B[31m"));
 }
 
+TEST(Command, NorDoTheyReachItRawInADocument) {
+  MacVolume volume;
+  volume.file("~/Documents/a\xC2\x9Bz");
+  const CommandRun run = runQuarn({"--volume", volume.root(), "top", "--json"});
+  EXPECT_THAT(run.out, AllOf(HasSubstr("a\\u009bz"), Not(HasSubstr("\xC2\x9B"))));
+  EXPECT_EQ(document(run)["items"][0]["name"], "a\xC2\x9Bz");
+}
+
 TEST(Command, ColoursAreForTerminalsUnlessAskedFor) {
   EXPECT_THAT(runOnSample({"inspect", "Lumen Notes"}).out, Not(HasSubstr("\x1B[")));
   EXPECT_THAT(runOnSample({"inspect", "Lumen Notes", "--color", "always"}).out, HasSubstr("\x1B[31m"));

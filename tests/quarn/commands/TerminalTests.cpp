@@ -1,9 +1,12 @@
 #include <array>
 #include <csignal>
+#include <cstdio>
 #include <thread>
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
+#include "QuarnPlatform/JSONLibrary.h"
 #include "quarn/commands/Arguments.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/ListOutput.h"
@@ -89,38 +92,46 @@ TEST(OnATerminal, ADocumentHasNoColoursAndIsNeverCut) {
   EXPECT_THAT(run.out, HasSubstr("Adobe%20Photoshop%202026/Adobe%20Photoshop%202026.app"));
 }
 
+// Ctrl-C, as far as the work hears of it.
+void interrupt(CommandContext& context) {
+  const Cancellation cancellation = context.cancellation();
+  ::kill(::getpid(), SIGINT);
+  while (!cancellation.isCancelled()) std::this_thread::yield();
+}
+
+// Shows an empty list under these words, with both outputs on standard error, interrupts it before and ends.
+[[noreturn]] void showInterruptedList(const std::vector<std::string>& words) {
+  ::dup2(STDERR_FILENO, STDOUT_FILENO);
+  CommandContext context(parseArguments(words));
+  interrupt(context);
+  showList(context, "items", nlohmann::ordered_json::array(), Table({{.title = "ITEM"}}));
+  const ExitCode code = context.finish();
+  std::fflush(stdout);
+  std::_Exit(static_cast<int>(code));
+}
+
 TEST(Interrupt, TheFirstOneAsksTheWorkToEndAndTheCommandEndsWith130) {
   EXPECT_EXIT(
       {
         CommandContext context(parseArguments({"top"}));
-        const Cancellation cancellation = context.cancellation();
-        ::kill(::getpid(), SIGINT);
-        while (!cancellation.isCancelled()) std::this_thread::yield();
+        interrupt(context);
         std::_Exit(static_cast<int>(context.finish()));
       },
       testing::ExitedWithCode(130), "");
 }
 
-TEST(Interrupt, AnEmptyListIsNotSaidToBeAllThatThereIs) {
-  EXPECT_EXIT(
-      {
-        CommandContext context(parseArguments({"top"}));
-        const Cancellation cancellation = context.cancellation();
-        ::kill(::getpid(), SIGINT);
-        while (!cancellation.isCancelled()) std::this_thread::yield();
-        showTable(context, Table({{.title = "ITEM"}}));
-        std::_Exit(static_cast<int>(context.finish()));
-      },
-      testing::ExitedWithCode(130), testing::Eq(""));
+TEST(Interrupt, AListIsNotSaidToBeAllThatThereIs) {
+  EXPECT_EXIT(showInterruptedList({"top"}), testing::ExitedWithCode(130), testing::Eq("\nIncomplete: interrupted.\n"));
+  EXPECT_EXIT(showInterruptedList({"top", "--json"}), testing::ExitedWithCode(130),
+              HasSubstr("\"items\": [],\n  \"isComplete\": false,\n"));
+  EXPECT_EXIT(showInterruptedList({"top", "--ndjson"}), testing::ExitedWithCode(130), testing::Eq(""));
 }
 
 TEST(Interrupt, TheSecondOneEndsTheProcess) {
   EXPECT_EXIT(
       {
         CommandContext context(parseArguments({"top"}));
-        const Cancellation cancellation = context.cancellation();
-        ::kill(::getpid(), SIGINT);
-        while (!cancellation.isCancelled()) std::this_thread::yield();
+        interrupt(context);
         ::kill(::getpid(), SIGINT);
         while (true) std::this_thread::yield();
       },

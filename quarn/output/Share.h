@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+
+namespace quarn {
+
+/// The part of a whole as a number from 0 to 1; of nothing it is 0.
+inline double shareOf(std::int64_t part, std::int64_t whole) {
+  return whole > 0 ? static_cast<double>(part) / static_cast<double>(whole) : 0;
+}
+
+}  // namespace quarn

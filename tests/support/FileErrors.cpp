@@ -1,0 +1,16 @@
+#include "tests/support/FileErrors.h"
+
+#include "QuarnPlatform/FileError.h"
+
+namespace quarn {
+
+int errorOf(const std::function<void()>& work) {
+  try {
+    work();
+  } catch (const FileError& error) {
+    return error.error();
+  }
+  return 0;
+}
+
+}  // namespace quarn

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <functional>
+
+namespace quarn {
+
+/// The errno of the FileError that `work` throws; 0 when it throws none.
+int errorOf(const std::function<void()>& work);
+
+}  // namespace quarn
