@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "QuarnPlatform/FileURL.h"
+#include "QuarnPlatform/paths/FileURL.h"
 
 namespace quarn {
 

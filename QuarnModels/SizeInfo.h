@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuarnPlatform/ByteCounts.h"
+#include "QuarnPlatform/base/ByteCounts.h"
 
 namespace quarn {
 

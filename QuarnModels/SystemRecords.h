@@ -7,7 +7,7 @@
 
 #include "QuarnModels/Date.h"
 #include "QuarnModels/SizeInfo.h"
-#include "QuarnPlatform/FileURL.h"
+#include "QuarnPlatform/paths/FileURL.h"
 
 namespace quarn {
 

@@ -6,9 +6,9 @@
 #include <unordered_set>
 #include <utility>
 
-#include "QuarnPlatform/Parallel.h"
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/base/Parallel.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/Text.h"
 #include "QuarnSystem/BundleInfo.h"
 
 namespace quarn {

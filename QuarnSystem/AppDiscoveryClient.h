@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "QuarnModels/AppEntity.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "QuarnPlatform/DirectoryReader.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/files/DirectoryReader.h"
+#include "QuarnPlatform/text/Text.h"
 #include "QuarnSystem/formats/PropertyList.h"
 
 namespace quarn {

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

@@ -12,8 +12,8 @@
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/basic_file_sink.h>
 
-#include "QuarnPlatform/FileDescriptor.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/base/FileDescriptor.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

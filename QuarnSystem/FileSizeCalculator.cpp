@@ -7,9 +7,9 @@
 #include <string_view>
 #include <utility>
 
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/PathTrie.h"
-#include "QuarnPlatform/TreeSizer.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/paths/PathTrie.h"
+#include "QuarnPlatform/walking/TreeSizer.h"
 
 namespace quarn {
 namespace {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "QuarnModels/SizeInfo.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

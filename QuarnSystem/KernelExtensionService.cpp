@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/Text.h"
 #include "QuarnSystem/BundleInfo.h"
 
 namespace quarn {

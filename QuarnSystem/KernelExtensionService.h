@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "QuarnModels/SystemRecords.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/FileSizeCalculator.h"
 
 namespace quarn {

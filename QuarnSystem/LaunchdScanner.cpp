@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "QuarnPlatform/Parallel.h"
+#include "QuarnPlatform/base/Parallel.h"
 #include "QuarnSystem/PropertyListFiles.h"
 
 namespace quarn {

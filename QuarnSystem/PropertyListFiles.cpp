@@ -1,6 +1,6 @@
 #include "QuarnSystem/PropertyListFiles.h"
 
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <vector>
 
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/formats/PropertyList.h"
 
 namespace quarn {

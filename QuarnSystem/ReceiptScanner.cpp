@@ -11,9 +11,9 @@
 #include <unordered_map>
 #include <utility>
 
-#include "QuarnPlatform/Parallel.h"
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/base/Parallel.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/Text.h"
 #include "QuarnSystem/PropertyListFiles.h"
 #include "QuarnSystem/formats/BillOfMaterials.h"
 

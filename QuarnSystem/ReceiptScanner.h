@@ -6,7 +6,7 @@
 
 #include "QuarnModels/AppEntity.h"
 #include "QuarnModels/SystemRecords.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/paths/Path.h"
 
 namespace quarn {
 namespace {

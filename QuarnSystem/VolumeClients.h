@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "QuarnModels/SystemRecords.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

@@ -5,8 +5,8 @@
 
 #include "QuarnModels/AppInspection.h"
 #include "QuarnModels/Storage.h"
-#include "QuarnPlatform/JSONLibrary.h"
-#include "quarn/output/RecordJSON.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/wire/RecordJSON.h"
 
 // What it takes to send a result: the record as JSON, and the JSON as a line.
 

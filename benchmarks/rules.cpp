@@ -5,7 +5,7 @@
 
 #include "QuarnCore/storage/ScanAttribution.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
-#include "QuarnPlatform/PathTrie.h"
+#include "QuarnPlatform/paths/PathTrie.h"
 
 // What a partitioned scan does for each item: one step among the rules and one look at the extension.
 

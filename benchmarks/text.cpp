@@ -1,4 +1,4 @@
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
 
 #include <array>
 #include <string>

@@ -8,9 +8,9 @@
 #include <string>
 #include <string_view>
 
-#include "QuarnPlatform/DirectoryEnumerator.h"
-#include "QuarnPlatform/FileManager.h"
-#include "QuarnPlatform/TreeSizer.h"
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/walking/DirectoryEnumerator.h"
+#include "QuarnPlatform/walking/TreeSizer.h"
 
 namespace {
 

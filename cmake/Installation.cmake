@@ -23,8 +23,9 @@ endfunction()
 
 quarn_public_headers(
   QuarnPlatform
-  ByteCounts.h Cancellation.h FileDescriptor.h FileError.h FileManager.h FileURL.h ItemFacts.h Localization.h Path.h PathTrie.h
-  ReadReport.h ResourceBundle.h Text.h)
+  base/ByteCounts.h base/Cancellation.h base/FileDescriptor.h base/FileError.h files/FileManager.h files/ItemFacts.h
+  files/ReadReport.h files/VolumeSpace.h paths/FileURL.h paths/Path.h paths/PathTrie.h resources/Localization.h
+  resources/ResourceBundle.h text/Text.h)
 quarn_public_headers(
   QuarnModels
   AppEntity.h AppInspection.h Artifact.h Date.h RawValue.h RemovalPlan.h SizeInfo.h Storage.h SystemRecords.h)
@@ -36,9 +37,9 @@ quarn_public_headers(
   QuarnCore
   discovery/ArtifactScanner.h discovery/KernelExtensionAssociationService.h folders/TopItemsService.h
   inspection/AppInspectionService.h inspection/AppsService.h planning/AppRemovalPlanner.h storage/StorageDashboardService.h
-  storage/StorageSignatureRegistry.h storage/VendorPathHintIndex.h vendors/DeepInspectorService.h
+  storage/StorageSignature.h storage/StorageSignatureRegistry.h storage/VendorPathHintIndex.h vendors/DeepInspectorService.h
   vendors/UninstallerDiscoveryService.h vendors/VendorArtifactDeduplicator.h vendors/VendorPathResolver.h vendors/VendorProfile.h
-  vendors/VendorProfileRegistry.h)
+  vendors/VendorProfileIndex.h vendors/VendorProfileRegistry.h)
 
 # The library.
 set_target_properties(quarn_settings PROPERTIES EXPORT_NAME settings)

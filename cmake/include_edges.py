@@ -1,73 +1,128 @@
-"""Checks the include edges of the house: a room may include itself and the rooms on lower floors, nothing else.
+"""Checks the include edges: a wing may include itself and the wings on lower floors, nothing else.
 
-Usage: include_edges.py ROOT. Prints one line for each forbidden edge and ends with 1 if there is one.
+Usage: include_edges.py ROOT. Prints one line for each forbidden edge and for each cycle of headers, and exits with 1 if
+there is one.
 """
 
 import pathlib
 import re
 import sys
 
-# Floor by folder; the longest folder that holds a file is its room.
-FLOORS = {
-    "QuarnPlatform": 0,
-    "QuarnModels": 1,
-    "QuarnSystem/formats": 2,
-    "QuarnSystem": 2,
-    "QuarnCore/vendors": 3,
-    "QuarnCore/planning": 3,
-    "QuarnCore/folders": 3,
-    "QuarnCore/discovery": 4,
-    "QuarnCore/storage": 4,
-    "QuarnCore/inspection": 5,
-    "quarn": 6,
-}
-# The pure readers know no clients; the clients may use the readers.
-WITHIN_FLOOR = {("QuarnSystem", "QuarnSystem/formats")}
+# From the lowest floor to the highest. The wings of one floor do not include each other. The longest folder that holds a
+# file is its wing; a room without wings is one wing.
+FLOORS = [
+    ["QuarnPlatform/base"],
+    ["QuarnPlatform/paths"],
+    ["QuarnPlatform/text"],
+    ["QuarnPlatform/json"],
+    ["QuarnPlatform/resources"],
+    ["QuarnPlatform/files"],
+    ["QuarnPlatform/walking"],
+    ["QuarnModels", "QuarnBuilders"],
+    ["QuarnSystem/formats"],
+    ["QuarnSystem"],
+    ["QuarnCore/vendors", "QuarnCore/planning", "QuarnCore/folders"],
+    ["QuarnCore/discovery", "QuarnCore/storage"],
+    ["QuarnCore/inspection"],
+    ["quarn/services", "quarn/sample", "quarn/terminal", "quarn/wire"],
+    ["quarn/report"],
+    ["quarn/rpc"],
+    ["quarn/commands"],
+    ["quarn"],
+]
+FLOOR_OF = {wing: floor for floor, wings in enumerate(FLOORS) for wing in wings}
+# Wings that only the named wings may include; everywhere else they would be test data in a product.
+RESERVED = {"QuarnBuilders": {"quarn/sample"}}
 # Libraries behind one door each: header prefix -> files that may include it.
 DOORS = {
-    "unicode/": r"QuarnPlatform/Text\w*\.(cpp|h)",
+    "unicode/": r"QuarnPlatform/text/Text\w*\.(cpp|h)",
     "plist/": r"QuarnSystem/formats/\w+\.cpp",
     "spdlog/": r"QuarnSystem/DiagnosticsLogger\.cpp",
     "CLI/": r"quarn/commands/Arguments\.cpp",
-    "nlohmann/json.hpp": r"QuarnPlatform/JSONLibrary\.h",
+    "nlohmann/json.hpp": r"QuarnPlatform/json/JSONLibrary\.h",
 }
+# Written by CMake into the build folder.
+GENERATED = {"quarn/services/Version.h"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
 
 
-def room_of(path):
-    """The room that holds a path, or None for what is outside the house."""
-    rooms = [room for room in FLOORS if path == room or path.startswith(room + "/")]
-    return max(rooms, key=len) if rooms else None
+def wing_of(path):
+    """The wing that holds a path, or None for a path outside the rooms."""
+    wings = [wing for wing in FLOOR_OF if path == wing or path.startswith(wing + "/")]
+    return max(wings, key=len) if wings else None
 
 
 def is_allowed(source, target):
-    if source == target or FLOORS[target] < FLOORS[source]:
+    if source == target:
         return True
-    return (source, target) in WITHIN_FLOOR
+    if target in RESERVED:
+        return source in RESERVED[target]
+    return FLOOR_OF[target] < FLOOR_OF[source]
 
 
-def problems(root):
-    top = {room.split("/")[0] for room in FLOORS}
-    for file in sorted(file for room in top for file in (root / room).rglob("*")):
-        name = file.relative_to(root).as_posix()
-        source = room_of(name)
-        if source is None or file.suffix not in (".h", ".cpp"):
+def includes_of(file):
+    """Line number and path of each #include in a file."""
+    for number, line in enumerate(file.read_text(encoding="utf-8").splitlines(), 1):
+        if found := INCLUDE.match(line):
+            yield number, found.group(1)
+
+
+def sources(root):
+    """Path below the root, and the file, of each header and source in a room."""
+    rooms = sorted({wing.split("/")[0] for wing in FLOOR_OF})
+    for file in (file for room in rooms for file in sorted((root / room).rglob("*"))):
+        if file.suffix in (".h", ".cpp"):
+            yield file.relative_to(root).as_posix(), file
+
+
+def forbidden_edges(root):
+    for name, file in sources(root):
+        source = wing_of(name)
+        if source is None:
+            yield f"{name}: not in a wing that cmake/include_edges.py lists"
             continue
-        for number, line in enumerate(file.read_text(encoding="utf-8").splitlines(), 1):
-            found = INCLUDE.match(line)
-            if not found:
-                continue
-            target = room_of(found.group(1))
+        for number, included in includes_of(file):
+            target = wing_of(included)
             if target is not None and not is_allowed(source, target):
                 yield f"{name}:{number}: {source} must not include {target}"
+            if target is not None and included not in GENERATED and not (root / included).is_file():
+                yield f"{name}:{number}: {included} does not exist"
             for prefix, door in DOORS.items():
-                if found.group(1).startswith(prefix) and not re.fullmatch(door, name):
-                    yield f"{name}:{number}: <{prefix}> has its door elsewhere"
+                if included.startswith(prefix) and not re.fullmatch(door, name):
+                    yield f"{name}:{number}: only {door} may include <{prefix}>"
+
+
+def header_cycles(root):
+    """Two headers, or a header and its sources, that need each other: A.h with A*.cpp is one unit."""
+    def unit(path):
+        return re.sub(r"(_linux|_darwin)?\.(h|cpp)$", "", path)
+
+    edges = {}
+    for name, file in sources(root):
+        targets = edges.setdefault(unit(name), set())
+        targets.update(unit(path) for _, path in includes_of(file) if wing_of(path) and unit(path) != unit(name))
+    done, path = set(), []
+
+    def visit(node):
+        if node in path:
+            yield "cycle: " + " > ".join(path[path.index(node):] + [node])
+            return
+        if node in done:
+            return
+        path.append(node)
+        for target in sorted(edges.get(node, ())):
+            yield from visit(target)
+        path.pop()
+        done.add(node)
+
+    for node in sorted(edges):
+        yield from visit(node)
 
 
 def main():
-    found = list(problems(pathlib.Path(sys.argv[1])))
+    root = pathlib.Path(sys.argv[1])
+    found = [*forbidden_edges(root), *header_cycles(root)]
     for problem in found:
         print(problem)
     return 1 if found else 0

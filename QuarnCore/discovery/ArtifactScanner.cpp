@@ -6,8 +6,8 @@
 #include "QuarnCore/discovery/ArtifactSizing.h"
 #include "QuarnCore/discovery/StandardLocations.h"
 #include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
-#include "QuarnPlatform/Localization.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/resources/Localization.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

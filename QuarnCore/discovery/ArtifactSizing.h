@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "QuarnModels/Artifact.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/FileSizeCalculator.h"
 
 namespace quarn {

@@ -6,11 +6,11 @@
 #include <utility>
 
 #include "QuarnCore/discovery/ArtifactScanner.h"
-#include "QuarnPlatform/DirectoryEnumerator.h"
-#include "QuarnPlatform/ItemDepth.h"
-#include "QuarnPlatform/Localization.h"
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/resources/Localization.h"
+#include "QuarnPlatform/text/Text.h"
+#include "QuarnPlatform/walking/DirectoryEnumerator.h"
+#include "QuarnPlatform/walking/ItemDepth.h"
 
 namespace quarn {
 namespace {

@@ -4,8 +4,8 @@
 
 #include "QuarnCore/vendors/PatternText.h"
 #include "QuarnCore/vendors/VendorPathResolver.h"
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

@@ -9,7 +9,7 @@
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnModels/Artifact.h"
 #include "QuarnModels/SystemRecords.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/KernelExtensionService.h"
 #include "QuarnSystem/ReceiptScanner.h"
 

@@ -6,9 +6,9 @@
 #include <span>
 #include <string_view>
 
-#include "QuarnPlatform/Localization.h"
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/resources/Localization.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

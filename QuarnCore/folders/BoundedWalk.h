@@ -5,10 +5,10 @@
 #include <utility>
 #include <vector>
 
-#include "QuarnPlatform/Cancellation.h"
-#include "QuarnPlatform/DirectoryEnumerator.h"
-#include "QuarnPlatform/FileManager.h"
-#include "QuarnPlatform/ItemDepth.h"
+#include "QuarnPlatform/base/Cancellation.h"
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/walking/DirectoryEnumerator.h"
+#include "QuarnPlatform/walking/ItemDepth.h"
 
 namespace quarn {
 

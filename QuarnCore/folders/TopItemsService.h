@@ -3,8 +3,8 @@
 #include <vector>
 
 #include "QuarnModels/Storage.h"
-#include "QuarnPlatform/Cancellation.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/base/Cancellation.h"
+#include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/FileSizeCalculator.h"
 
 namespace quarn {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <utility>
 
-#include "QuarnPlatform/Localization.h"
+#include "QuarnPlatform/resources/Localization.h"
 
 namespace quarn {
 namespace {

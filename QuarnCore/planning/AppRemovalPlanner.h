@@ -6,7 +6,7 @@
 
 #include "QuarnModels/AppInspection.h"
 #include "QuarnModels/RemovalPlan.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

@@ -7,9 +7,9 @@
 
 #include "QuarnCore/storage/MarkerDiscovery.h"
 #include "QuarnCore/storage/SteamLibraries.h"
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/PathSet.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/paths/PathSet.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

@@ -8,7 +8,7 @@
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
 #include "QuarnCore/storage/VendorPathHintIndex.h"
 #include "QuarnModels/Storage.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

@@ -7,9 +7,9 @@
 #include <unordered_set>
 
 #include "QuarnCore/storage/MarkerPattern.h"
-#include "QuarnPlatform/DirectoryEnumerator.h"
-#include "QuarnPlatform/ItemDepth.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
+#include "QuarnPlatform/walking/DirectoryEnumerator.h"
+#include "QuarnPlatform/walking/ItemDepth.h"
 
 namespace quarn {
 namespace {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

@@ -1,6 +1,6 @@
 #include "QuarnCore/storage/MarkerPattern.h"
 
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 

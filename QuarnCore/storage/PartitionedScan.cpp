@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/ReadReport.h"
+#include "QuarnPlatform/files/ReadReport.h"
+#include "QuarnPlatform/paths/Path.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
 
 namespace quarn {

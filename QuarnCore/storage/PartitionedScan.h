@@ -5,9 +5,9 @@
 #include "QuarnCore/storage/ScanAttribution.h"
 #include "QuarnCore/storage/ScanRoots.h"
 #include "QuarnCore/storage/ScanRules.h"
-#include "QuarnPlatform/Cancellation.h"
-#include "QuarnPlatform/FileManager.h"
-#include "QuarnPlatform/TreeSizer.h"
+#include "QuarnPlatform/base/Cancellation.h"
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/walking/TreeSizer.h"
 
 namespace quarn {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "QuarnCore/storage/ScanRules.h"
-#include "QuarnPlatform/TreeSizer.h"
+#include "QuarnPlatform/walking/TreeSizer.h"
 
 namespace quarn {
 

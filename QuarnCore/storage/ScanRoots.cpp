@@ -4,8 +4,8 @@
 #include <array>
 #include <unordered_set>
 
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/PathTrie.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/paths/PathTrie.h"
 
 namespace quarn {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "QuarnCore/storage/CategoryRoots.h"
 #include "QuarnModels/Storage.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/VolumeClients.h"
 
 namespace quarn {

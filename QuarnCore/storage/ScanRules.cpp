@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

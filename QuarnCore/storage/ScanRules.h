@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "QuarnCore/storage/ScanRoots.h"
-#include "QuarnPlatform/PathTrie.h"
+#include "QuarnPlatform/paths/PathTrie.h"
 
 namespace quarn {
 

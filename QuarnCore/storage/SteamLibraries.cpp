@@ -4,7 +4,7 @@
 #include <array>
 #include <optional>
 
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

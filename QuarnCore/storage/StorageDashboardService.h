@@ -8,8 +8,8 @@
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
 #include "QuarnCore/storage/VendorPathHintIndex.h"
 #include "QuarnModels/Storage.h"
-#include "QuarnPlatform/Cancellation.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/base/Cancellation.h"
+#include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/FileSizeCalculator.h"
 #include "QuarnSystem/VolumeClients.h"
 

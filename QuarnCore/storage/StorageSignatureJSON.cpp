@@ -1,13 +1,13 @@
 #include "QuarnCore/storage/StorageSignatureJSON.h"
 
-#include "QuarnPlatform/JSON.h"
-#include "QuarnPlatform/JSONLibrary.h"
-#include "QuarnPlatform/JSONRecord.h"
+#include "QuarnPlatform/json/JSON.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONRecord.h"
 
 namespace quarn {
 namespace {
 
-using Signature = StorageSignatureRegistry::Signature;
+using Signature = StorageSignature;
 
 Signature decodeSignature(const JSONRecord& record) {
   const auto category = fromRawValue<StorageCategoryID>(record.string("category"));
@@ -22,18 +22,19 @@ Signature decodeSignature(const JSONRecord& record) {
 
 }  // namespace
 
-std::optional<StorageSignatureRegistry> decodeStorageSignatures(std::string_view text, std::string* problem) {
+std::optional<StorageSignatureTable> decodeStorageSignatures(std::string_view text, std::string* problem) {
   std::string found;
-  std::optional<StorageSignatureRegistry> registry;
+  std::optional<StorageSignatureTable> table;
   if (const std::optional<nlohmann::json> value = parseJSON(text, &found)) {
     const JSONRecord record(*value, found);
-    const std::int64_t version = record.integer("version");
-    std::vector<Signature> signatures;
-    for (const JSONRecord& signature : record.records("signatures")) signatures.push_back(decodeSignature(signature));
-    if (record.valid()) registry.emplace(version, std::move(signatures));
+    StorageSignatureTable read{.version = record.integer("version")};
+    for (const JSONRecord& signature : record.records("signatures")) {
+      read.signatures.push_back(decodeSignature(signature));
+    }
+    if (record.valid()) table = std::move(read);
   }
-  if (!registry && problem != nullptr) *problem = found;
-  return registry;
+  if (!table && problem != nullptr) *problem = found;
+  return table;
 }
 
 nlohmann::ordered_json encodeSignature(const Signature& signature) {
@@ -43,10 +44,10 @@ nlohmann::ordered_json encodeSignature(const Signature& signature) {
   return object;
 }
 
-nlohmann::ordered_json encodeStorageSignatures(const StorageSignatureRegistry& registry) {
+nlohmann::ordered_json encodeStorageSignatures(const StorageSignatureTable& table) {
   nlohmann::ordered_json signatures = nlohmann::ordered_json::array();
-  for (const Signature& signature : registry.signatures()) signatures.push_back(encodeSignature(signature));
-  return {{"version", registry.version()}, {"signatures", std::move(signatures)}};
+  for (const Signature& signature : table.signatures) signatures.push_back(encodeSignature(signature));
+  return {{"version", table.version}, {"signatures", std::move(signatures)}};
 }
 
 }  // namespace quarn

@@ -6,9 +6,9 @@
 
 #include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/VendorPathResolver.h"
-#include "QuarnPlatform/Parallel.h"
-#include "QuarnPlatform/PathSet.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/base/Parallel.h"
+#include "QuarnPlatform/paths/PathSet.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

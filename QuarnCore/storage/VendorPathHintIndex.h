@@ -8,8 +8,8 @@
 
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnModels/Storage.h"
-#include "QuarnPlatform/FileManager.h"
-#include "QuarnPlatform/PathTrie.h"
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/paths/PathTrie.h"
 
 namespace quarn {
 

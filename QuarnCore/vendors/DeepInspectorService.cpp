@@ -5,8 +5,8 @@
 #include <span>
 #include <string_view>
 
-#include "QuarnPlatform/Localization.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/resources/Localization.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

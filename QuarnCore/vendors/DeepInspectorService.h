@@ -4,7 +4,7 @@
 
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnModels/SystemRecords.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/paths/Path.h"
 
 namespace quarn {
 namespace {

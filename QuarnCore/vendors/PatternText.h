@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "QuarnPlatform/FileURL.h"
+#include "QuarnPlatform/paths/FileURL.h"
 
 namespace quarn {
 

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "QuarnPlatform/DirectoryEnumerator.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
+#include "QuarnPlatform/walking/DirectoryEnumerator.h"
 
 namespace quarn {
 namespace {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string>
 
-#include "QuarnPlatform/PathSet.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/paths/PathSet.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

@@ -4,8 +4,8 @@
 
 #include "QuarnCore/vendors/PatternText.h"
 #include "QuarnCore/vendors/VendorPathResolver.h"
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {
@@ -59,5 +59,8 @@ bool VendorMatcher::matchesByName(const AppTexts& app) const {
            return VendorPathResolver::matches(name, app.bundleName);
          });
 }
+
+// Defined here and not beside the record, so that the record does not depend on its matcher.
+bool VendorProfile::matches(const AppEntity& app) const { return VendorMatcher(*this).matches(AppTexts(app)); }
 
 }  // namespace quarn

@@ -7,7 +7,7 @@
 
 #include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/PatternText.h"
-#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/paths/Path.h"
 
 namespace quarn {
 namespace {

@@ -5,9 +5,8 @@
 
 #include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
-#include "QuarnCore/vendors/VendorMatcher.h"
 #include "QuarnCore/vendors/VendorPathResolver.h"
-#include "QuarnPlatform/Localization.h"
+#include "QuarnPlatform/resources/Localization.h"
 
 namespace quarn {
 namespace {
@@ -68,8 +67,6 @@ Artifact makeArtifact(const VendorProfile::CarveOut& carveOut, std::vector<FileU
 }
 
 }  // namespace
-
-bool VendorProfile::matches(const AppEntity& app) const { return VendorMatcher(*this).matches(AppTexts(app)); }
 
 std::vector<Artifact> VendorProfile::makeArtifacts(const FileManager& files, const FileURL& home) const {
   std::vector<Artifact> found;

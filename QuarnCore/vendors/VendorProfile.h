@@ -7,7 +7,7 @@
 
 #include "QuarnModels/AppEntity.h"
 #include "QuarnModels/Artifact.h"
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
 

@@ -1,9 +1,9 @@
 #include "QuarnCore/vendors/VendorProfileJSON.h"
 
-#include "QuarnPlatform/JSON.h"
-#include "QuarnPlatform/JSONLibrary.h"
-#include "QuarnPlatform/JSONRecord.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/json/JSON.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONRecord.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {
@@ -47,8 +47,8 @@ VendorProfile decodeProfile(const JSONRecord& record) {
   return profile;
 }
 
-VendorProfileRegistry::Index decodeIndex(const JSONRecord& record) {
-  VendorProfileRegistry::Index index{.version = record.integer("version")};
+VendorProfileIndex decodeIndex(const JSONRecord& record) {
+  VendorProfileIndex index{.version = record.integer("version")};
   for (const JSONRecord& entry : record.records("vendors")) {
     index.vendors.push_back({.id = entry.string("id"), .file = entry.string("file")});
   }
@@ -74,7 +74,7 @@ std::optional<VendorProfile> decodeVendorProfile(std::string_view text, std::str
   return decode(text, problem, decodeProfile);
 }
 
-std::optional<VendorProfileRegistry::Index> decodeVendorIndex(std::string_view text, std::string* problem) {
+std::optional<VendorProfileIndex> decodeVendorIndex(std::string_view text, std::string* problem) {
   return decode(text, problem, decodeIndex);
 }
 
@@ -103,9 +103,9 @@ nlohmann::ordered_json encodeVendorProfile(const VendorProfile& profile) {
           {"carveOuts", std::move(carveOuts)}};
 }
 
-nlohmann::ordered_json encodeVendorIndex(const VendorProfileRegistry::Index& index) {
+nlohmann::ordered_json encodeVendorIndex(const VendorProfileIndex& index) {
   nlohmann::ordered_json vendors = nlohmann::ordered_json::array();
-  for (const VendorProfileRegistry::Index::Entry& entry : index.vendors) {
+  for (const VendorProfileIndex::Entry& entry : index.vendors) {
     vendors.push_back({{"id", entry.id}, {"file", entry.file}});
   }
   return {{"version", index.version}, {"vendors", std::move(vendors)}};

@@ -6,7 +6,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "QuarnCore/vendors/VendorProfileRegistry.h"
+#include "QuarnCore/vendors/VendorProfile.h"
+#include "QuarnCore/vendors/VendorProfileIndex.h"
 
 namespace quarn {
 
@@ -15,10 +16,10 @@ namespace quarn {
 std::optional<VendorProfile> decodeVendorProfile(std::string_view text, std::string* problem = nullptr);
 
 /// The index file's text as its record, likewise.
-std::optional<VendorProfileRegistry::Index> decodeVendorIndex(std::string_view text, std::string* problem = nullptr);
+std::optional<VendorProfileIndex> decodeVendorIndex(std::string_view text, std::string* problem = nullptr);
 
 /// The records as their resource files have them: keys in field order, an absent explanation left out.
 nlohmann::ordered_json encodeVendorProfile(const VendorProfile& profile);
-nlohmann::ordered_json encodeVendorIndex(const VendorProfileRegistry::Index& index);
+nlohmann::ordered_json encodeVendorIndex(const VendorProfileIndex& index);
 
 }  // namespace quarn

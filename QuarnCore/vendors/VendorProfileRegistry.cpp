@@ -2,7 +2,7 @@
 
 #include "QuarnCore/vendors/VendorMatcher.h"
 #include "QuarnCore/vendors/VendorProfileJSON.h"
-#include "QuarnPlatform/Parallel.h"
+#include "QuarnPlatform/base/Parallel.h"
 
 namespace quarn {
 namespace {

@@ -6,8 +6,9 @@
 #include <vector>
 
 #include "QuarnCore/vendors/VendorProfile.h"
-#include "QuarnPlatform/FileManager.h"
-#include "QuarnPlatform/ResourceBundle.h"
+#include "QuarnCore/vendors/VendorProfileIndex.h"
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/resources/ResourceBundle.h"
 
 namespace quarn {
 
@@ -17,17 +18,7 @@ class VendorMatcher;
 /// copies share what was loaded.
 class VendorProfileRegistry {
  public:
-  /// The resource that lists the vendor files.
-  struct Index {
-    struct Entry {
-      std::string id;
-      std::string file;
-      friend bool operator==(const Entry&, const Entry&) = default;
-    };
-    std::int64_t version = 0;
-    std::vector<Entry> vendors;
-    friend bool operator==(const Index&, const Index&) = default;
-  };
+  using Index = VendorProfileIndex;
 
   explicit VendorProfileRegistry(std::vector<VendorProfile> profiles = {});
 

@@ -10,8 +10,8 @@
 #include "QuarnCore/inspection/AppInspectionService.h"
 #include "QuarnCore/inspection/AppsService.h"
 #include "QuarnCore/storage/StorageDashboardService.h"
-#include "QuarnPlatform/FileManager.h"
-#include "QuarnPlatform/ResourceBundle.h"
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/resources/ResourceBundle.h"
 #include "QuarnSystem/AppDiscoveryClient.h"
 
 namespace {

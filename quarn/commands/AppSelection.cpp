@@ -4,9 +4,9 @@
 #include <functional>
 #include <iterator>
 
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/Suggestions.h"
-#include "quarn/output/TerminalText.h"
+#include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
 namespace {

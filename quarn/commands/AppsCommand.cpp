@@ -1,10 +1,10 @@
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"
-#include "quarn/output/RecordJSON.h"
-#include "quarn/output/Table.h"
+#include "quarn/terminal/Table.h"
+#include "quarn/wire/RecordJSON.h"
 
 namespace quarn {
 namespace {

@@ -7,14 +7,14 @@
 
 #include <unistd.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
-#include "QuarnPlatform/Localization.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/resources/Localization.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
 #include "quarn/commands/HostFile.h"
 #include "quarn/commands/Interrupt.h"
 #include "quarn/commands/VolumeOptions.h"
-#include "quarn/output/PathText.h"
-#include "quarn/output/TerminalText.h"
+#include "quarn/terminal/PathText.h"
+#include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
 namespace {

@@ -9,26 +9,17 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "QuarnPlatform/Cancellation.h"
-#include "QuarnPlatform/FileError.h"
-#include "QuarnPlatform/ReadReport.h"
-#include "quarn/Services.h"
+#include "QuarnPlatform/base/Cancellation.h"
+#include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "quarn/commands/Arguments.h"
-#include "quarn/output/SizeText.h"
-#include "quarn/output/Terminal.h"
-#include "quarn/output/UnreadSummary.h"
+#include "quarn/commands/CommandError.h"
+#include "quarn/services/Services.h"
+#include "quarn/terminal/SizeText.h"
+#include "quarn/terminal/Terminal.h"
+#include "quarn/terminal/UnreadSummary.h"
 
 namespace quarn {
-
-/// Something that the user asked for could not be done. `what()` is one line for people; the code ends the command.
-class CommandError : public std::runtime_error {
- public:
-  CommandError(ExitCode code, const std::string& problem) : std::runtime_error(problem), code_(code) {}
-  [[nodiscard]] ExitCode code() const { return code_; }
-
- private:
-  ExitCode code_;
-};
 
 /// What a command works with: its words, the volume's services, and the two outputs. Data goes to standard output,
 /// progress and warnings to standard error. One command, one context, one thread.

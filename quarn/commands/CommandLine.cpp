@@ -5,12 +5,12 @@
 #include <cstdio>
 #include <cstring>
 
-#include "QuarnPlatform/JSONLibrary.h"
-#include "quarn/Version.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/AppSelection.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Help.h"
-#include "quarn/output/TerminalText.h"
+#include "quarn/services/Version.h"
+#include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
 namespace {

@@ -3,14 +3,14 @@
 
 #include <fmt/format.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/PathArgument.h"
-#include "quarn/output/RecordJSON.h"
-#include "quarn/output/Share.h"
-#include "quarn/output/Table.h"
+#include "quarn/report/Share.h"
+#include "quarn/terminal/Table.h"
+#include "quarn/wire/RecordJSON.h"
 
 namespace quarn {
 namespace {

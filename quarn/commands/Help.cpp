@@ -2,11 +2,11 @@
 
 #include <fmt/format.h>
 
-#include "quarn/Version.h"
 #include "quarn/commands/Arguments.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Suggestions.h"
+#include "quarn/services/Version.h"
 
 namespace quarn {
 namespace {

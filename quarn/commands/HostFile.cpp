@@ -10,9 +10,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "QuarnPlatform/FileDescriptor.h"
-#include "QuarnPlatform/FileError.h"
-#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/base/FileDescriptor.h"
+#include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/paths/Path.h"
 
 namespace quarn {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "quarn/commands/AppSelection.h"
-#include "quarn/output/TerminalText.h"
+#include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
 namespace {

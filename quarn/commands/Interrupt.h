@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuarnPlatform/Cancellation.h"
+#include "QuarnPlatform/base/Cancellation.h"
 
 namespace quarn {
 

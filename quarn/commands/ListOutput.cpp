@@ -1,6 +1,6 @@
 #include "quarn/commands/ListOutput.h"
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 
 namespace quarn {
 

@@ -5,7 +5,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "quarn/commands/CommandContext.h"
-#include "quarn/output/Table.h"
+#include "quarn/terminal/Table.h"
 
 namespace quarn {
 

@@ -3,8 +3,8 @@
 
 #include <fmt/format.h>
 
-#include "quarn/Version.h"
 #include "quarn/commands/Help.h"
+#include "quarn/services/Version.h"
 
 namespace quarn {
 namespace {

@@ -1,6 +1,6 @@
 #include "quarn/commands/PathArgument.h"
 
-#include "quarn/output/TerminalText.h"
+#include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
 

@@ -2,12 +2,12 @@
 
 #include <fmt/format.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Inspection.h"
-#include "quarn/output/RecordJSON.h"
-#include "quarn/output/Table.h"
-#include "quarn/output/TerminalText.h"
+#include "quarn/terminal/Table.h"
+#include "quarn/terminal/TerminalText.h"
+#include "quarn/wire/RecordJSON.h"
 
 namespace quarn {
 namespace {

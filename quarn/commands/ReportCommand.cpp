@@ -4,14 +4,14 @@
 
 #include <fmt/format.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/HostFile.h"
 #include "quarn/commands/Inspection.h"
-#include "quarn/output/ReportPage.h"
-#include "quarn/output/TerminalText.h"
+#include "quarn/report/ReportPage.h"
+#include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
 namespace {

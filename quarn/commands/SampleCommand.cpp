@@ -1,12 +1,12 @@
 #include <fmt/format.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/HostFile.h"
-#include "quarn/output/TerminalText.h"
 #include "quarn/sample/SampleVolume.h"
+#include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
 

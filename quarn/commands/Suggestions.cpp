@@ -4,7 +4,7 @@
 #include <numeric>
 #include <utility>
 
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

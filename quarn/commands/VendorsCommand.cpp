@@ -6,15 +6,15 @@
 #include <fmt/format.h>
 
 #include "QuarnCore/vendors/VendorProfileJSON.h"
-#include "QuarnPlatform/JSONLibrary.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/AppSelection.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"
-#include "quarn/output/RecordJSON.h"
-#include "quarn/output/Table.h"
-#include "quarn/output/TerminalText.h"
+#include "quarn/terminal/Table.h"
+#include "quarn/terminal/TerminalText.h"
+#include "quarn/wire/RecordJSON.h"
 
 namespace quarn {
 namespace {

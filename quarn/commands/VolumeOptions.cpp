@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "quarn/commands/CommandContext.h"
-#include "quarn/output/TerminalText.h"
+#include "quarn/commands/CommandError.h"
+#include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 #include "quarn/commands/Arguments.h"
 
 namespace quarn {

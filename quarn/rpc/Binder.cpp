@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/RPCError.h"
 
 namespace quarn {

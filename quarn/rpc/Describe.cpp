@@ -1,10 +1,10 @@
 
-#include "QuarnPlatform/JSONLibrary.h"
-#include "quarn/output/RecordJSON.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 #include "quarn/rpc/Notifications.h"
 #include "quarn/rpc/RPCError.h"
 #include "quarn/rpc/Server.h"
+#include "quarn/wire/RecordJSON.h"
 
 namespace quarn {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "QuarnPlatform/JSON.h"
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSON.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Notifications.h"
 
 namespace quarn {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "QuarnPlatform/Cancellation.h"
+#include "QuarnPlatform/base/Cancellation.h"
 #include "quarn/rpc/RPCError.h"
 
 namespace quarn {

@@ -11,9 +11,9 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "quarn/output/JSONDecoder.h"
-#include "quarn/output/RecordJSON.h"
 #include "quarn/rpc/Transport.h"
+#include "quarn/wire/JSONDecoder.h"
+#include "quarn/wire/RecordJSON.h"
 
 namespace quarn {
 

@@ -1,6 +1,6 @@
 #include <array>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 
 namespace quarn {

@@ -8,9 +8,9 @@
 #include <variant>
 #include <vector>
 
-#include "quarn/Services.h"
-#include "quarn/output/ProgressRecords.h"
 #include "quarn/rpc/Method.h"
+#include "quarn/services/Services.h"
+#include "quarn/wire/ProgressRecords.h"
 
 namespace quarn {
 
@@ -76,7 +76,7 @@ AppRemovalPlanPreview buildPreview(const Context& context, const AppInspection& 
                                    const std::optional<std::vector<Artifact>>& selectedArtifacts);
 
 // ---- storage
-SignatureTable signatures(const Context& context);
+StorageSignatureTable signatures(const Context& context);
 std::vector<StorageSignatureRegistry::Signature> markerSignatures(const Context& context, StorageCategoryID category);
 std::map<std::string, StorageCategoryID, std::less<>> packageCategoryByExtension(const Context& context);
 std::vector<FileURL> categoryRoots(const Context& context, StorageCategoryID category, bool includeDiscovered);

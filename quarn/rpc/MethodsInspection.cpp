@@ -1,5 +1,5 @@
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 
 namespace quarn::handlers {

@@ -1,13 +1,10 @@
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 
 namespace quarn::handlers {
 
-SignatureTable signatures(const Context& context) {
-  const StorageSignatureRegistry& registry = context.services.signatureRegistry();
-  return {registry.version(), registry.signatures()};
-}
+StorageSignatureTable signatures(const Context& context) { return context.services.signatureRegistry().table(); }
 
 std::vector<StorageSignatureRegistry::Signature> markerSignatures(const Context& context, StorageCategoryID category) {
   return context.services.signatureRegistry().markerSignatures(category);

@@ -1,6 +1,6 @@
 #include "quarn/rpc/RPCError.h"
 
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

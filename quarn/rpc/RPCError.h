@@ -8,8 +8,8 @@
 #include <variant>
 #include <vector>
 
-#include "QuarnPlatform/FileError.h"
-#include "quarn/output/JSONDecoder.h"
+#include "QuarnPlatform/base/FileError.h"
+#include "quarn/wire/JSONDecoder.h"
 
 namespace quarn {
 

@@ -1,6 +1,6 @@
 #include "quarn/rpc/Server.h"
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Binder.h"
 #include "quarn/rpc/Methods.h"
 

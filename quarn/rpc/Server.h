@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "quarn/Services.h"
+#include "quarn/services/Services.h"
 
 namespace quarn {
 

@@ -10,8 +10,8 @@
 
 #include <poll.h>
 
-#include "QuarnPlatform/JSON.h"
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSON.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/LineReader.h"
 #include "quarn/rpc/LineWriter.h"
 #include "quarn/rpc/Notifications.h"

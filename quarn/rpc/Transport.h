@@ -5,7 +5,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "QuarnPlatform/Cancellation.h"
+#include "QuarnPlatform/base/Cancellation.h"
 #include "quarn/rpc/MessageQueue.h"
 
 namespace quarn {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuarnPlatform/FileDescriptor.h"
+#include "QuarnPlatform/base/FileDescriptor.h"
 
 namespace quarn {
 

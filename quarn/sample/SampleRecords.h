@@ -5,7 +5,7 @@
 #include <span>
 #include <string_view>
 
-#include "quarn/sample/builders/PlistWriter.h"
+#include "QuarnBuilders/PlistWriter.h"
 
 namespace quarn::sample {
 

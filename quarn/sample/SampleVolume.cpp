@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "QuarnPlatform/FileError.h"
+#include "QuarnPlatform/base/FileError.h"
 #include "quarn/sample/SampleWriter.h"
 
 namespace quarn {

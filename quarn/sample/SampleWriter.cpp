@@ -4,11 +4,11 @@
 #include <cerrno>
 #include <vector>
 
-#include "QuarnPlatform/FileError.h"
-#include "QuarnPlatform/Path.h"
+#include "QuarnBuilders/BomBuilder.h"
+#include "QuarnBuilders/MachOBuilder.h"
+#include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/paths/Path.h"
 #include "quarn/sample/SampleContent.h"
-#include "quarn/sample/builders/BomBuilder.h"
-#include "quarn/sample/builders/MachOBuilder.h"
 
 namespace quarn::sample {
 namespace {

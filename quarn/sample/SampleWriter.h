@@ -4,11 +4,11 @@
 #include <string>
 #include <string_view>
 
+#include "QuarnBuilders/VolumeWriter.h"
 #include "quarn/sample/SampleApps.h"
 #include "quarn/sample/SampleItems.h"
 #include "quarn/sample/SampleRecords.h"
-#include "quarn/sample/SampleVolume.h"
-#include "quarn/sample/builders/VolumeWriter.h"
+#include "quarn/sample/SampleSummary.h"
 
 namespace quarn::sample {
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "QuarnPlatform/ReadReport.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnSystem/AppDiscoveryClient.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"

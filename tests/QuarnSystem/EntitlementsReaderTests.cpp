@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "QuarnBuilders/MachOBuilder.h"
 #include "QuarnSystem/EntitlementsReader.h"
-#include "quarn/sample/builders/MachOBuilder.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {

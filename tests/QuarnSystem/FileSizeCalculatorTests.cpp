@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "QuarnPlatform/ReadReport.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnSystem/FileSizeCalculator.h"
 #include "tests/support/DeepTrees.h"
 #include "tests/support/MacVolume.h"

@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "QuarnBuilders/BomBuilder.h"
 #include "QuarnModels/Date.h"
 #include "QuarnSystem/ReceiptScanner.h"
-#include "quarn/sample/builders/BomBuilder.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {

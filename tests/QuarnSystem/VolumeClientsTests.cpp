@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <sys/statvfs.h>
 
-#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/paths/Path.h"
 #include "QuarnSystem/VolumeClients.h"
 #include "tests/support/MacVolume.h"
 

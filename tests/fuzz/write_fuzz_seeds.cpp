@@ -4,9 +4,9 @@
 #include <string>
 #include <utility>
 
-#include "quarn/sample/builders/BomBuilder.h"
-#include "quarn/sample/builders/MachOBuilder.h"
-#include "quarn/sample/builders/PlistWriter.h"
+#include "QuarnBuilders/BomBuilder.h"
+#include "QuarnBuilders/MachOBuilder.h"
+#include "QuarnBuilders/PlistWriter.h"
 
 namespace {
 

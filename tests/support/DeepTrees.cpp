@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "QuarnPlatform/FileDescriptor.h"
+#include "QuarnPlatform/base/FileDescriptor.h"
 
 namespace quarn {
 namespace {

@@ -1,6 +1,6 @@
 #include "tests/support/FileErrors.h"
 
-#include "QuarnPlatform/FileError.h"
+#include "QuarnPlatform/base/FileError.h"
 
 namespace quarn {
 

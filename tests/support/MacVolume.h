@@ -6,10 +6,10 @@
 
 #include <sys/types.h>
 
-#include "QuarnPlatform/FileManager.h"
-#include "QuarnPlatform/FileURL.h"
-#include "quarn/sample/builders/PlistWriter.h"
-#include "quarn/sample/builders/VolumeWriter.h"
+#include "QuarnBuilders/PlistWriter.h"
+#include "QuarnBuilders/VolumeWriter.h"
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/paths/FileURL.h"
 
 namespace quarn {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "QuarnPlatform/ResourceBundle.h"
+#include "QuarnPlatform/resources/ResourceBundle.h"
 
 namespace quarn {
 

@@ -6,7 +6,8 @@
 #include <set>
 #include <string_view>
 
-#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "tests/support/ProjectFolder.h"
 
 namespace quarn {
 namespace {
@@ -72,8 +73,7 @@ void install(MacVolume& volume, const std::string& path, const std::vector<std::
 }  // namespace
 
 VendorProfileRegistry shippedVendorProfiles() {
-  const std::filesystem::path tests = std::filesystem::path(__FILE__).parent_path().parent_path();
-  return VendorProfileRegistry::loadDefault(ResourceBundle(tests.parent_path() / "QuarnCore/vendors/resources"));
+  return VendorProfileRegistry::loadDefault(ResourceBundle(projectFolder() / "QuarnCore/vendors/resources"));
 }
 
 std::optional<AppEntity> vendorApp(const VendorProfile& profile, const MacVolume& volume) {

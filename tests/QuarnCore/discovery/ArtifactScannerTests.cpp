@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "QuarnCore/discovery/ArtifactScanner.h"
-#include "QuarnPlatform/Localization.h"
+#include "QuarnPlatform/resources/Localization.h"
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/ResourceFolder.h"

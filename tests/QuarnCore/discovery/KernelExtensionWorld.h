@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "QuarnCore/discovery/KernelExtensionAssociationService.h"
-#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/paths/Path.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "QuarnPlatform/ReadReport.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "tests/QuarnCore/folders/TopItemsFixture.h"
 #include "tests/support/UnprivilegedUser.h"
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/paths/Path.h"
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/QuarnCore/inspection/Inspector.h"
 

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "QuarnCore/planning/AppRemovalPlanner.h"
-#include "QuarnPlatform/Localization.h"
+#include "QuarnPlatform/resources/Localization.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/ResourceFolder.h"
 

@@ -32,7 +32,7 @@ class DashboardVolume : public MacVolume {
   [[nodiscard]] StorageDashboardService dashboard(const FileManager& files) const {
     return {VolumeInfoClient::live(files),
             FileSizeCalculator::live(files),
-            StorageSignatureRegistry(1, signatures),
+            StorageSignatureRegistry(StorageSignatureTable{1, signatures}),
             VolumeLocationChecker::live(files),
             VendorPathHintIndex(VendorProfileRegistry(vendors), files.homeDirectory(), files),
             QuarantineManager::live(files),
@@ -43,7 +43,7 @@ class DashboardVolume : public MacVolume {
   /// What a partitioned scan would walk.
   [[nodiscard]] ScanPlan plan() const {
     const FileManager files = this->files();
-    const StorageSignatureRegistry registry(1, signatures);
+    const StorageSignatureRegistry registry({1, signatures});
     const VendorPathHintIndex hints(VendorProfileRegistry(vendors), files.homeDirectory(), files);
     return makeScanPlan(CategoryRoots(registry, hints, files), QuarantineManager::live(files).baseURL(),
                         VolumeLocationChecker::live(files), files);

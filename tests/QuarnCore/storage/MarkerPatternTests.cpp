@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "QuarnCore/storage/MarkerPattern.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

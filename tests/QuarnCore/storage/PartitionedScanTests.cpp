@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "QuarnPlatform/ReadReport.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 

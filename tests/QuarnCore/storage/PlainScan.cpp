@@ -4,9 +4,9 @@
 
 #include <sys/stat.h>
 
-#include "QuarnPlatform/Packages.h"
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/files/Packages.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {

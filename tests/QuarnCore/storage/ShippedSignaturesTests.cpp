@@ -4,7 +4,9 @@
 #include <gmock/gmock.h>
 
 #include "QuarnCore/storage/StorageSignatureJSON.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnCore/storage/StorageSignatureRegistry.h"
+#include "QuarnPlatform/text/Text.h"
+#include "tests/support/ProjectFolder.h"
 
 namespace quarn {
 namespace {
@@ -13,11 +15,7 @@ using Category = StorageCategoryID;
 using Signature = StorageSignatureRegistry::Signature;
 using Kind = Signature::Kind;
 
-ResourceBundle sources() {
-  const std::filesystem::path root =
-      std::filesystem::path(__FILE__).parent_path().parent_path().parent_path().parent_path();
-  return ResourceBundle(root / "QuarnCore/storage/resources");
-}
+ResourceBundle sources() { return ResourceBundle(projectFolder() / "QuarnCore/storage/resources"); }
 
 StorageSignatureRegistry shipped() { return StorageSignatureRegistry::loadDefault(sources()); }
 

@@ -2,7 +2,7 @@
 
 #include "QuarnCore/storage/StorageSignatureJSON.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "tests/support/ResourceFolder.h"
 
 namespace quarn {
@@ -34,10 +34,10 @@ std::string changed(std::string_view from, std::string_view to) {
 }
 
 TEST(StorageSignatureJSON, DecodesEveryFieldInFileOrder) {
-  const auto registry = decodeStorageSignatures(kText);
-  ASSERT_TRUE(registry);
-  EXPECT_EQ(registry->version(), 2);
-  EXPECT_THAT(registry->signatures(), ElementsAre(kGameFile, kAppPackage, kSavesFolder));
+  const auto table = decodeStorageSignatures(kText);
+  ASSERT_TRUE(table);
+  EXPECT_EQ(table->version, 2);
+  EXPECT_THAT(table->signatures, ElementsAre(kGameFile, kAppPackage, kSavesFolder));
 }
 
 TEST(StorageSignatureJSON, CategoriesAndKindsHaveTheseNamesInThisOrder) {
@@ -47,9 +47,9 @@ TEST(StorageSignatureJSON, CategoriesAndKindsHaveTheseNamesInThisOrder) {
   constexpr std::array<std::string_view, 3> kKinds{"packageExtension", "markerFile", "markerDirectory"};
   EXPECT_EQ(RawValues<Kind>::kStrings, kKinds);
   for (std::size_t i = 0; i < kCategories.size(); ++i) {
-    const auto registry = decodeStorageSignatures(changed("\"apps\"", '"' + std::string(kCategories[i]) + '"'));
-    ASSERT_TRUE(registry) << kCategories[i];
-    EXPECT_EQ(static_cast<std::size_t>(registry->signatures()[1].category), i);
+    const auto table = decodeStorageSignatures(changed("\"apps\"", '"' + std::string(kCategories[i]) + '"'));
+    ASSERT_TRUE(table) << kCategories[i];
+    EXPECT_EQ(static_cast<std::size_t>(table->signatures[1].category), i);
   }
   EXPECT_EQ(fromRawValue<Kind>("markerFile"), Kind::markerFile);
   EXPECT_EQ(fromRawValue<Kind>("markerfile"), std::nullopt);
@@ -70,10 +70,10 @@ TEST(StorageSignatureJSON, AVersionIsAnIntegralNumber) {
 }
 
 TEST(StorageSignatureJSON, UnknownKeysAreIgnoredAndOfEqualKeysTheFirstWins) {
-  const auto registry = decodeStorageSignatures(
+  const auto table = decodeStorageSignatures(
       changed(R"("pattern":"APP")", R"("pattern":"APP","pattern":"other","note":[])").insert(1, R"("comment":{},)"));
-  ASSERT_TRUE(registry);
-  EXPECT_EQ(registry->signatures()[1], kAppPackage);
+  ASSERT_TRUE(table);
+  EXPECT_EQ(table->signatures[1], kAppPackage);
 }
 
 struct Fault {
@@ -106,14 +106,14 @@ TEST(StorageSignatureJSON, AnythingMissingOrWrongSpoilsTheWholeFileAndIsNamed) {
 }
 
 TEST(StorageSignatureJSON, EncodesWhatItDecodesAndLeavesAnAbsentReasonOut) {
-  const auto registry = decodeStorageSignatures(kText);
-  ASSERT_TRUE(registry);
-  const std::string text = encodeStorageSignatures(*registry).dump();
+  const auto table = decodeStorageSignatures(kText);
+  ASSERT_TRUE(table);
+  const std::string text = encodeStorageSignatures(*table).dump();
   EXPECT_EQ(text, R"({"version":2,"signatures":[)"
                   R"({"category":"games","kind":"markerFile","pattern":"game.cfg","reason":"Why."},)"
                   R"({"category":"apps","kind":"packageExtension","pattern":"APP"},)"
                   R"({"category":"games","kind":"markerDirectory","pattern":"saves*"}]})");
-  EXPECT_EQ(decodeStorageSignatures(text)->signatures(), registry->signatures());
+  EXPECT_EQ(decodeStorageSignatures(text)->signatures, table->signatures);
 }
 
 TEST(StorageSignatureRegistry, LoadsTheResourceOfTheBundle) {
@@ -156,17 +156,18 @@ TEST(StorageSignatureRegistry, AnEmptyRegistryAnswersNothing) {
 TEST(StorageSignatureRegistry, MarkersOfACategoryComeInFileOrderWithDuplicatesAndWithoutExtensions) {
   const Signature otherMarker{Category::photos, Kind::markerFile, "x", std::nullopt};
   const Signature extension{Category::games, Kind::packageExtension, "x", std::nullopt};
-  const StorageSignatureRegistry registry(1, {kSavesFolder, otherMarker, extension, kGameFile, kSavesFolder});
+  const StorageSignatureRegistry registry({1, {kSavesFolder, otherMarker, extension, kGameFile, kSavesFolder}});
   EXPECT_THAT(registry.markerSignatures(Category::games), ElementsAre(kSavesFolder, kGameFile, kSavesFolder));
   EXPECT_THAT(registry.markerSignatures(Category::photos), ElementsAre(otherMarker));
   EXPECT_THAT(registry.markerSignatures(Category::free), IsEmpty());
 }
 
 TEST(StorageSignatureRegistry, OfRulesForOneExtensionTheLastWinsWhateverTheirLetterCase) {
-  const StorageSignatureRegistry registry(1, {{Category::apps, Kind::packageExtension, "ABC", std::nullopt},
-                                              {Category::games, Kind::packageExtension, "abc", std::nullopt},
-                                              {Category::photos, Kind::packageExtension, "\u00C4x", std::nullopt},
-                                              {Category::photos, Kind::markerFile, "marker", std::nullopt}});
+  const StorageSignatureRegistry registry({1,
+                                           {{Category::apps, Kind::packageExtension, "ABC", std::nullopt},
+                                            {Category::games, Kind::packageExtension, "abc", std::nullopt},
+                                            {Category::photos, Kind::packageExtension, "\u00C4x", std::nullopt},
+                                            {Category::photos, Kind::markerFile, "marker", std::nullopt}}});
   EXPECT_THAT(registry.packageCategoryByExtension(),
               ElementsAre(Pair("abc", Category::games), Pair("\u00E4x", Category::photos)));
 }

@@ -3,8 +3,8 @@
 #include <gmock/gmock.h>
 
 #include "QuarnCore/storage/VendorPathHintIndex.h"
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/Text.h"
 #include "tests/QuarnCore/VendorCategoryTable.h"
 #include "tests/support/MacVolume.h"
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "QuarnCore/vendors/VendorPathResolver.h"
-#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/paths/Path.h"
 #include "tests/support/VendorVolume.h"
 
 namespace quarn {

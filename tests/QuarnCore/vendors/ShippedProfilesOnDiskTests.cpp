@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "QuarnPlatform/Path.h"
+#include "QuarnPlatform/paths/Path.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/VendorVolume.h"
 

@@ -5,9 +5,10 @@
 
 #include "QuarnCore/vendors/VendorPathResolver.h"
 #include "QuarnCore/vendors/VendorProfileJSON.h"
-#include "QuarnPlatform/Path.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/Text.h"
 #include "tests/QuarnCore/VendorCategoryTable.h"
+#include "tests/support/ProjectFolder.h"
 #include "tests/support/VendorVolume.h"
 
 namespace quarn {
@@ -21,11 +22,7 @@ std::vector<std::string> allIDs() {
   return ids;
 }
 
-ResourceBundle sources() {
-  const std::filesystem::path root =
-      std::filesystem::path(__FILE__).parent_path().parent_path().parent_path().parent_path();
-  return ResourceBundle(root / "QuarnCore/vendors/resources");
-}
+ResourceBundle sources() { return ResourceBundle(projectFolder() / "QuarnCore/vendors/resources"); }
 
 const std::vector<VendorProfile>& profiles() {
   static const VendorProfileRegistry registry = shippedVendorProfiles();

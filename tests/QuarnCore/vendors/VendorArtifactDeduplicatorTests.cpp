@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
-#include "QuarnPlatform/Text.h"
+#include "QuarnPlatform/text/Text.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {

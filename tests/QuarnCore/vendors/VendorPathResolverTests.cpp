@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "QuarnCore/vendors/VendorPathResolver.h"
-#include "QuarnPlatform/ReadReport.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 

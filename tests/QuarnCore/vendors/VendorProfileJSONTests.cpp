@@ -1,14 +1,14 @@
 #include <gmock/gmock.h>
 
 #include "QuarnCore/vendors/VendorProfileJSON.h"
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 
 namespace quarn {
 namespace {
 
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
-using Index = VendorProfileRegistry::Index;
+using Index = VendorProfileIndex;
 
 constexpr std::string_view kText = R"({
   "id": "example",

@@ -6,9 +6,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "QuarnBuilders/BigEndian.h"
+#include "QuarnBuilders/BomBuilder.h"
 #include "QuarnSystem/formats/BillOfMaterials.h"
-#include "quarn/sample/builders/BigEndian.h"
-#include "quarn/sample/builders/BomBuilder.h"
 
 namespace quarn {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "QuarnBuilders/BigEndian.h"
+#include "QuarnBuilders/MachOBuilder.h"
 #include "QuarnSystem/formats/CodeSignature.h"
-#include "quarn/sample/builders/BigEndian.h"
-#include "quarn/sample/builders/MachOBuilder.h"
 
 namespace quarn {
 namespace {

@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include "QuarnBuilders/BigEndian.h"
+#include "QuarnBuilders/PlistWriter.h"
 #include "QuarnSystem/formats/PropertyList.h"
 #include "QuarnSystem/formats/PropertyListGuards.h"
-#include "quarn/sample/builders/BigEndian.h"
-#include "quarn/sample/builders/PlistWriter.h"
 
 namespace quarn {
 namespace {

@@ -12,8 +12,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "QuarnBuilders/PlistWriter.h"
 #include "QuarnSystem/formats/PropertyList.h"
-#include "quarn/sample/builders/PlistWriter.h"
 
 namespace quarn {
 namespace {

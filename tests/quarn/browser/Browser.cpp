@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 

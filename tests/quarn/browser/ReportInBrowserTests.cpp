@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "tests/quarn/browser/Browser.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"

@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"

@@ -6,11 +6,11 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/Arguments.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/ListOutput.h"
-#include "quarn/output/TerminalText.h"
+#include "quarn/terminal/TerminalText.h"
 #include "tests/quarn/commands/CommandRun.h"
 
 // The command as people see it, on a terminal.

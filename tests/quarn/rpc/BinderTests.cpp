@@ -2,9 +2,9 @@
 
 #include "QuarnModels/AppEntity.h"
 #include "QuarnModels/Artifact.h"
-#include "QuarnPlatform/JSONLibrary.h"
-#include "quarn/Services.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Binder.h"
+#include "quarn/services/Services.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 #include "quarn/rpc/RPCError.h"
 #include "quarn/rpc/Server.h"

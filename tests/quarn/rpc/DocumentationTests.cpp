@@ -8,10 +8,11 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Server.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/quarn/rpc/RPCSession.h"
+#include "tests/support/ProjectFolder.h"
 
 // docs/rpc.md is the contract that shells are written from: its tables are those of the code, and what its
 // conversations show is what comes back. QUARN_UPDATE_GOLDEN=1 in the environment writes the tables.
@@ -21,7 +22,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-const std::filesystem::path kPage = std::filesystem::path(__FILE__).parent_path() / "../../../docs/rpc.md";
+const std::filesystem::path kPage = projectFolder() / "docs/rpc.md";
 
 std::string read() {
   std::ifstream file(kPage, std::ios::binary);

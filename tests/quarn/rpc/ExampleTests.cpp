@@ -7,9 +7,10 @@
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 
-#include "QuarnPlatform/FileManager.h"
+#include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/AppDiscoveryClient.h"
 #include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/ProjectFolder.h"
 
 namespace quarn {
 namespace {
@@ -35,8 +36,7 @@ std::string quoted(const std::string& word) { return "'" + word + "'"; }
 
 /// Runs the example with these words; what it prints, errors too.
 Output run(const Example& example, const std::vector<std::string>& words) {
-  const std::filesystem::path project = std::filesystem::path(__FILE__).parent_path() / "../../..";
-  std::string command = example.interpreter + " " + quoted((project / "examples" / example.file).string());
+  std::string command = example.interpreter + " " + quoted((projectFolder() / "examples" / example.file).string());
   for (const std::string& word : words) command += " " + quoted(word);
   std::FILE* const pipe = ::popen((command + " 2>&1").c_str(), "r");
   if (pipe == nullptr) throw std::runtime_error("popen");

@@ -11,11 +11,12 @@
 #include <gmock/gmock.h>
 
 #include "QuarnModels/Date.h"
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 #include "quarn/rpc/Server.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/quarn/rpc/RPCSession.h"
+#include "tests/support/ProjectFolder.h"
 
 // One file a method: the request and all that is answered to it on the sample volume, with small resources of the
 // tests' own. A request is written by hand; QUARN_UPDATE_GOLDEN=1 in the environment writes the answers.
@@ -25,7 +26,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-const std::filesystem::path kHere = std::filesystem::path(__FILE__).parent_path();
+const std::filesystem::path kHere = projectFolder() / "tests/quarn/rpc";
 
 bool isUpdating() {
   const char* update = std::getenv("QUARN_UPDATE_GOLDEN");

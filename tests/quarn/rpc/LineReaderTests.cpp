@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include "QuarnPlatform/FileDescriptor.h"
+#include "QuarnPlatform/base/FileDescriptor.h"
 #include "quarn/rpc/LineReader.h"
 
 namespace quarn {

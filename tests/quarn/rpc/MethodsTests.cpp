@@ -7,7 +7,7 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Binder.h"
 #include "quarn/rpc/Methods.h"
 #include "quarn/rpc/RPCError.h"

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "QuarnPlatform/FileDescriptor.h"
+#include "QuarnPlatform/base/FileDescriptor.h"
 
 namespace quarn {
 

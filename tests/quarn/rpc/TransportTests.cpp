@@ -6,7 +6,7 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnPlatform/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/RPCError.h"
 #include "quarn/rpc/Transport.h"
 #include "tests/quarn/rpc/RPCSession.h"

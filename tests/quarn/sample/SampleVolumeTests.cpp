@@ -10,7 +10,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include "QuarnPlatform/FileError.h"
+#include "QuarnPlatform/base/FileError.h"
 #include "quarn/sample/SampleVolume.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "QuarnModels/Storage.h"
+
+namespace quarn {
+
+/// A name or an extension that marks a storage category wherever it lies. Keys of the JSON resource are the field
+/// names.
+struct StorageSignature {
+  enum class Kind : std::uint8_t { packageExtension, markerFile, markerDirectory };
+
+  StorageCategoryID category = StorageCategoryID::other;
+  Kind kind = Kind::packageExtension;
+  std::string pattern;
+  std::optional<std::string> reason;
+
+  friend bool operator==(const StorageSignature&, const StorageSignature&) = default;
+};
+
+/// What the signature resource holds. The default is the fallback: version 1, no signatures.
+struct StorageSignatureTable {
+  std::int64_t version = 1;
+  std::vector<StorageSignature> signatures;
+
+  friend bool operator==(const StorageSignatureTable&, const StorageSignatureTable&) = default;
+};
+
+template <>
+struct RawValues<StorageSignature::Kind> {
+  static constexpr std::array<std::string_view, 3> kStrings{"packageExtension", "markerFile", "markerDirectory"};
+};
+
+}  // namespace quarn

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace quarn {
+
+/// The resource that lists the vendor files.
+struct VendorProfileIndex {
+  struct Entry {
+    std::string id;
+    std::string file;
+    friend bool operator==(const Entry&, const Entry&) = default;
+  };
+  std::int64_t version = 0;
+  std::vector<Entry> vendors;
+  friend bool operator==(const VendorProfileIndex&, const VendorProfileIndex&) = default;
+};
+
+}  // namespace quarn

@@ -1,4 +1,0 @@
-#include "QuarnPlatform/JSONLibrary.h"
-
-template class nlohmann::basic_json<>;
-template class nlohmann::basic_json<nlohmann::ordered_map>;

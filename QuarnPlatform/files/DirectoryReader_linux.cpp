@@ -1,0 +1,129 @@
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <optional>
+#include <utility>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include "QuarnPlatform/files/DirectoryReader.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::size_t kBufferSize = 256u << 10;
+// About four hundred entries: below that handing over costs more than it gives.
+constexpr std::size_t kSmallestShare = 16u << 10;
+constexpr int kLookUpFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+constexpr std::int64_t kBlockSize = 512;
+
+FileType typeOf(mode_t mode) {
+  if (S_ISREG(mode)) return FileType::regular;
+  if (S_ISDIR(mode)) return FileType::directory;
+  return S_ISLNK(mode) ? FileType::symbolicLink : FileType::other;
+}
+
+std::optional<FileType> lookedUpType(int folder, const char* name) {
+  struct statx status {};
+  if (::statx(folder, name, kLookUpFlags, STATX_TYPE, &status) == 0) return typeOf(status.stx_mode);
+  return errno == ENOENT ? std::nullopt : std::optional(FileType::other);
+}
+
+bool isSelfOrParent(std::string_view name) { return name == "." || name == ".."; }
+
+}  // namespace
+
+// The kernel's records lie one behind the other between `at` and `end`; each says how long it is.
+struct DirectoryReader::State {
+  std::unique_ptr<char[]> buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
+  Stretch resumed;
+  const char* at = nullptr;
+  const char* end = nullptr;
+  int folder = -1;
+  int error = 0;
+  Entry entry;
+
+  static std::size_t lengthOf(const char* record) {
+    std::uint16_t length = 0;
+    std::memcpy(&length, record + offsetof(dirent64, d_reclen), sizeof length);
+    return length;
+  }
+
+  [[nodiscard]] std::optional<FileType> typeOfRecord(const char* record, const char* name) const {
+    switch (static_cast<unsigned char>(record[offsetof(dirent64, d_type)])) {
+      case DT_REG: return FileType::regular;
+      case DT_DIR: return FileType::directory;
+      case DT_LNK: return FileType::symbolicLink;
+      case DT_UNKNOWN: return lookedUpType(folder, name);
+      default: return FileType::other;
+    }
+  }
+};
+
+DirectoryReader::DirectoryReader() : state_(std::make_unique<State>()) {}
+DirectoryReader::~DirectoryReader() = default;
+
+void DirectoryReader::start(int folder) {
+  state_->folder = folder;
+  state_->error = 0;
+  state_->at = state_->end = nullptr;
+}
+
+bool DirectoryReader::readMore() {
+  const ssize_t length = ::getdents64(state_->folder, state_->buffer.get(), kBufferSize);
+  if (length < 0) state_->error = errno;
+  state_->at = state_->buffer.get();
+  state_->end = state_->at + (length > 0 ? length : 0);
+  return length > 0;
+}
+
+const DirectoryReader::Entry* DirectoryReader::next() {
+  while (state_->at != state_->end) {
+    const char* record = state_->at;
+    state_->at += State::lengthOf(record);
+    const char* name = record + offsetof(dirent64, d_name);
+    const std::string_view text = name;
+    if (isSelfOrParent(text)) continue;
+    const std::optional<FileType> type = state_->typeOfRecord(record, name);
+    if (!type) continue;
+    state_->entry = {text, *type, text.starts_with('.')};
+    return &state_->entry;
+  }
+  return nullptr;
+}
+
+int DirectoryReader::error() const { return state_->error; }
+
+DirectoryReader::Stretch DirectoryReader::takeHalf() {
+  const auto left = static_cast<std::size_t>(state_->end - state_->at);
+  if (left < 2 * kSmallestShare) return {};
+  const char* middle = state_->at;
+  while (middle < state_->at + left / 2) middle += State::lengthOf(middle);
+  return {middle, std::exchange(state_->end, middle)};
+}
+
+void DirectoryReader::resume(int folder, Stretch stretch) {
+  start(folder);
+  state_->resumed = std::move(stretch);
+  state_->at = state_->resumed.data();
+  state_->end = state_->at + state_->resumed.size();
+}
+
+bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes) {
+  struct statx status {};
+  if (::statx(parent, name, kLookUpFlags, STATX_TYPE | STATX_SIZE | STATX_BLOCKS, &status) != 0) return false;
+  constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+  const bool fits = status.stx_size <= kLargest && status.stx_blocks <= kLargest / kBlockSize;
+  if (!S_ISREG(status.stx_mode) || !fits) {
+    errno = fits ? ENOENT : EOVERFLOW;
+    return false;
+  }
+  sizes = {.allocatedBytes = static_cast<std::int64_t>(status.stx_blocks) * kBlockSize,
+           .logicalBytes = static_cast<std::int64_t>(status.stx_size)};
+  return true;
+}
+
+}  // namespace quarn

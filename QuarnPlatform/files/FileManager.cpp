@@ -1,0 +1,269 @@
+#include "QuarnPlatform/files/FileManager.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+#include "QuarnPlatform/files/DirectoryReader.h"
+#include "QuarnPlatform/files/Packages.h"
+#include "QuarnPlatform/files/ReadReport.h"
+#include "QuarnPlatform/files/Volume.h"
+#include "QuarnPlatform/paths/Path.h"
+
+namespace quarn {
+namespace {
+
+// clang-format off
+constexpr std::array<std::string_view, 3> kShortenedPrefixes{"/private/var/automount/", "/var/automount/", "/private/"};
+constexpr std::array<std::string_view, 12> kRootFolders{
+    "/Applications", "/Library", "/System", "/Users", "/Volumes", "/bin", "/cores", "/dev", "/opt", "/private", "/sbin", "/usr"};
+// clang-format on
+
+bool isInRootFolder(std::string_view path) {
+  return std::any_of(kRootFolders.begin(), kRootFolders.end(),
+                     [&](std::string_view folder) { return path::isInside(path, folder); });
+}
+
+std::string joined(const std::vector<std::string_view>& names) {
+  std::string result;
+  for (const std::string_view name : names) (result += '/') += name;
+  return result.empty() ? "/" : result;
+}
+
+std::string withoutDots(std::string_view path) {
+  std::vector<std::string_view> kept;
+  for (const std::string_view name : path::names(path)) {
+    if (name == ".") continue;
+    if (name != "..") {
+      kept.push_back(name);
+    } else if (!kept.empty()) {
+      kept.pop_back();
+    }
+  }
+  return joined(kept);
+}
+
+bool hasParentComponent(std::string_view path) {
+  const std::vector<std::string_view> names = path::names(path);
+  return std::find(names.begin(), names.end(), "..") != names.end();
+}
+
+/// Why an item cannot be opened as a regular file; 0 when it can. Asked right after it was looked up.
+int refusal(const std::optional<ItemFacts>& found) {
+  if (!found) return errno;
+  if (found->type == FileType::directory) return EISDIR;
+  return found->type == FileType::regular ? 0 : EINVAL;
+}
+
+URLKind kindOf(FileType type) { return type == FileType::directory ? URLKind::directory : URLKind::item; }
+
+}  // namespace
+
+FileManager::FileManager(std::shared_ptr<const Volume> volume, FileURL home)
+    : volume_(std::move(volume)), home_(std::move(home)) {}
+
+FileManager FileManager::host() {
+  return FileManager(std::make_shared<const Volume>("/"), FileURL(Volume::currentHome(), URLKind::directory));
+}
+
+FileManager FileManager::mounted(const std::string& hostFolder, const FileURL& home) {
+  return FileManager(std::make_shared<const Volume>(hostFolder), FileURL(home.path(), URLKind::directory));
+}
+
+const FileURL& FileManager::homeDirectory() const { return home_; }
+
+FileManager FileManager::withHome(const FileURL& home) const {
+  FileManager copy = *this;
+  copy.home_ = FileURL(home.path(), URLKind::directory);
+  return copy;
+}
+
+FileManager FileManager::reportingTo(std::shared_ptr<ReadReport> report) const {
+  FileManager copy = *this;
+  copy.report_ = std::move(report);
+  return copy;
+}
+
+ReadReport* FileManager::readReport() const { return report_.get(); }
+
+const std::string& FileManager::hostFolder() const { return volume_->hostFolder(); }
+
+FileDescriptor FileManager::open(const std::string& path, OpenFor use, Links links) const {
+  FileDescriptor item = volume_->open(path, use, links);
+  if (item.isOpen() || !report_) return item;
+  const int error = errno;
+  noteDenial(path, error);
+  errno = error;
+  return item;
+}
+
+// The item that refused is the deepest on the way which can still be looked up: below a folder that cannot be searched,
+// however much is looked for, the folder is told.
+void FileManager::noteDenial(std::string_view path, int error) const {
+  if (error != EACCES && error != EPERM) return;
+  while (path != "/" && !volume_->open(std::string(path), OpenFor::facts, Links::follow).isOpen()) {
+    path = path::parent(path);
+  }
+  report_->add(std::string(path), error);
+}
+
+std::optional<ItemFacts> FileManager::facts(const FileURL& url, Links links) const {
+  const FileDescriptor item = open(url.path(), OpenFor::facts, links);
+  return item.isOpen() ? Volume::facts(item.get()) : std::nullopt;
+}
+
+ItemFacts FileManager::requireFacts(const FileURL& url, Links links) const {
+  const std::optional<ItemFacts> found = facts(url, links);
+  if (!found) throwFileError("stat", url.path());
+  return *found;
+}
+
+bool FileManager::itemExists(const FileURL& url) const {
+  return open(url.path(), OpenFor::facts, Links::follow).isOpen();
+}
+
+bool FileManager::isDirectory(const FileURL& url) const {
+  const std::optional<ItemFacts> found = facts(url, Links::doNotFollow);
+  return found && found->type == FileType::directory;
+}
+
+bool FileManager::isExecutableFile(const FileURL& url) const {
+  const std::optional<ItemFacts> found = facts(url, Links::follow);
+  return found && found->type == FileType::regular && found->anyExecuteBit;
+}
+
+bool FileManager::isPackage(const FileURL& url) const {
+  if (!isDirectory(url)) return false;
+  if (isPackageName(url.lastPathComponent())) return true;
+  const FileDescriptor folder = open(url.path(), OpenFor::folder, Links::doNotFollow);
+  return folder.isOpen() && hasBundleBit(folder.get());
+}
+
+FileURL FileManager::url(std::string_view path) const {
+  const FileURL plain{path};
+  return isDirectory(plain) ? FileURL(path, URLKind::directory) : plain;
+}
+
+FileURL FileManager::url(const FileURL& base, std::string_view component) const {
+  return url(path::join(base.path(), component));
+}
+
+std::optional<FileURL> FileManager::existingURL(std::string_view path) const {
+  const FileURL plain{path};
+  const std::optional<ItemFacts> found = facts(plain, Links::doNotFollow);
+  if (!found || (found->type == FileType::symbolicLink && !itemExists(plain))) return std::nullopt;
+  return FileURL(path, kindOf(found->type));
+}
+
+std::vector<DirectoryEntry> FileManager::contentsOfDirectory(const FileURL& url, HiddenItems hidden) const {
+  const FileDescriptor folder = openDirectory(url, Links::follow);
+  std::vector<std::pair<std::string, FileType>> found;
+  DirectoryReader reader;
+  reader.start(folder.get());
+  while (reader.readMore()) {
+    while (const DirectoryReader::Entry* entry = reader.next()) {
+      if (hidden == HiddenItems::skip && entry->name.starts_with('.')) continue;
+      found.emplace_back(entry->name, entry->type);
+    }
+  }
+  if (reader.error() != 0) throwFileError(reader.error(), "list", url.path());
+  std::sort(found.begin(), found.end());
+  std::vector<DirectoryEntry> entries;
+  entries.reserve(found.size());
+  for (const auto& [name, type] : found) entries.push_back({url.appending(name, kindOf(type)), type});
+  return entries;
+}
+
+std::vector<DirectoryEntry> FileManager::contentsOrNone(const FileURL& url, HiddenItems hidden) const {
+  try {
+    return contentsOfDirectory(url, hidden);
+  } catch (const FileError& error) {
+    if (report_ && error.error() != ENOENT && error.error() != ENOTDIR) report_->add(url.path(), error.error());
+    return {};
+  }
+}
+
+FileDescriptor FileManager::openDirectory(const FileURL& url, Links links) const {
+  FileDescriptor folder = open(url.path(), OpenFor::folder, links);
+  if (folder.isOpen()) return folder;
+  const int error = errno;
+  // The system calls a link that is not followed no folder; it is worth telling apart.
+  const std::optional<ItemFacts> found = error == ENOTDIR ? facts(url, links) : std::nullopt;
+  throwFileError(found && found->type == FileType::symbolicLink ? ELOOP : error, "list", url.path());
+}
+
+OpenFile FileManager::openFile(const FileURL& url) const {
+  int error = 0;
+  std::optional<OpenFile> file = openRegularFile(url, error);
+  if (!file) throwFileError(error, "open", url.path());
+  return std::move(*file);
+}
+
+// Looked at before it is opened, for opening a device can already set it to work, and again afterwards, for the item
+// may have been exchanged.
+std::optional<OpenFile> FileManager::openRegularFile(const FileURL& url, int& error) const {
+  error = refusal(facts(url, Links::follow));
+  if (error != 0) return std::nullopt;
+  FileDescriptor file = open(url.path(), OpenFor::file, Links::follow);
+  if (!file.isOpen()) {
+    error = errno;
+    return std::nullopt;
+  }
+  const std::optional<ItemFacts> found = Volume::facts(file.get());
+  error = refusal(found);
+  if (error != 0) return std::nullopt;
+  return OpenFile(std::move(file), static_cast<std::uint64_t>(found->sizes.logicalBytes), url.path());
+}
+
+std::string FileManager::readFile(const FileURL& url, std::size_t maximumBytes) const {
+  const OpenFile file = openFile(url);
+  if (file.size() > maximumBytes) throwFileError(EFBIG, "read", url.path());
+  return file.read(0, static_cast<std::size_t>(file.size()));
+}
+
+std::optional<std::string> FileManager::readFileIfPossible(const FileURL& url, std::size_t maximumBytes) const {
+  int error = 0;
+  const std::optional<OpenFile> file = openRegularFile(url, error);
+  if (!file || file->size() > maximumBytes) return std::nullopt;
+  try {
+    return file->read(0, static_cast<std::size_t>(file->size()));
+  } catch (const FileError&) {
+    return std::nullopt;
+  }
+}
+
+std::string FileManager::standardizedPath(std::string_view path) const {
+  if (path::isPlain(path)) return withoutPrivatePrefix(std::string(path));
+  while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);  // which would ask for a folder
+  std::string result(path);
+  if (hasParentComponent(path)) {
+    if (std::optional<std::string> resolved = volume_->resolve(path)) result = std::move(*resolved);
+  }
+  return withoutPrivatePrefix(withoutDots(result));
+}
+
+std::string FileManager::withoutPrivatePrefix(std::string path) const {
+  for (const std::string_view prefix : kShortenedPrefixes) {
+    if (!path.starts_with(prefix)) continue;
+    std::string shortened = path.substr(prefix.size() - 1);
+    if (!isInRootFolder(shortened) && itemExists(FileURL(shortened))) return shortened;
+    break;
+  }
+  return path;
+}
+
+FileURL FileManager::standardized(const FileURL& url) const {
+  return FileURL(standardizedPath(url.path()), url.kind());
+}
+
+std::optional<std::string> FileManager::realPath(const FileURL& url) const { return volume_->resolve(url.path()); }
+
+std::string FileManager::resolvedPath(const FileURL& url) const {
+  return standardizedPath(realPath(url).value_or(url.path()));
+}
+
+FileURL FileManager::resolvingSymlinks(const FileURL& url) const { return FileURL(resolvedPath(url), url.kind()); }
+
+VolumeSpace FileManager::space() const { return volume_->space(); }
+
+}  // namespace quarn

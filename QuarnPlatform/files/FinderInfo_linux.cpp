@@ -1,0 +1,52 @@
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+#include <sys/types.h>
+#include <sys/xattr.h>
+
+#include "QuarnPlatform/files/Packages.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::size_t kFinderInfoSize = 32;
+constexpr std::size_t kFlagsOffset = 8;
+constexpr unsigned char kBundleBitInFirstByte = 0x20;  // 0x2000 of the big-endian flags
+constexpr std::size_t kUsualListSize = 1024;
+
+// How the drivers of Mac file systems, and tools that copy their attributes to other ones, spell the name.
+constexpr std::array<const char*, 3> kAttributeNames{"osx.com.apple.FinderInfo", "com.apple.FinderInfo",
+                                                     "user.com.apple.FinderInfo"};
+
+bool lists(std::string_view list, std::string_view name) {
+  for (std::size_t at = 0; at < list.size();) {
+    const std::string_view listed = list.substr(at, list.find('\0', at) - at);
+    if (listed == name) return true;
+    at += listed.size() + 1;
+  }
+  return false;
+}
+
+bool hasBundleBit(int folder, const char* attribute) {
+  std::array<unsigned char, kFinderInfoSize> info{};
+  const ssize_t size = ::fgetxattr(folder, attribute, info.data(), info.size());
+  return size == static_cast<ssize_t>(info.size()) && (info[kFlagsOffset] & kBundleBitInFirstByte) != 0;
+}
+
+}  // namespace
+
+// Most folders have no attributes at all, so that the list, one call, decides. A list that is longer than usual, or
+// that the file system does not give, is not worth reading: asking for the three names is cheaper.
+bool hasBundleBit(int folderDescriptor) {
+  std::array<char, kUsualListSize> buffer{};
+  const ssize_t size = ::flistxattr(folderDescriptor, buffer.data(), buffer.size());
+  if (size == 0) return false;
+  const std::string_view list(buffer.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+  return std::any_of(kAttributeNames.begin(), kAttributeNames.end(), [&](const char* name) {
+    return (size < 0 || lists(list, name)) && hasBundleBit(folderDescriptor, name);
+  });
+}
+
+}  // namespace quarn

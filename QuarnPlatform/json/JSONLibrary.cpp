@@ -1,0 +1,4 @@
+#include "QuarnPlatform/json/JSONLibrary.h"
+
+template class nlohmann::basic_json<>;
+template class nlohmann::basic_json<nlohmann::ordered_map>;

@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "QuarnPlatform/paths/Path.h"
+
+namespace quarn {
+
+/// Values by path, walked component by component along with a tree, so that judging an item costs one step however many
+/// rules there are. Built once, then read from any thread.
+template <class T>
+class PathTrie {
+ public:
+  /// A place in the trie. `kNone` is outside: no rule lies there or below.
+  using Node = std::uint32_t;
+  static constexpr Node kNone = 0;
+  static constexpr Node kRoot = 1;
+
+  /// Sets the value at a standardised absolute path, unless one is there: the first rule for a path holds.
+  void insert(std::string_view path, T value) {
+    std::optional<T>& place = makePlace(path);
+    if (!place) place = std::move(value);
+  }
+
+  /// The value at a path, made by default when there is none: for values that gather several rules.
+  T& valueAt(std::string_view path) {
+    std::optional<T>& place = makePlace(path);
+    return place ? *place : place.emplace();
+  }
+
+  /// The place of `name` below `node`; `kNone` when no rule lies there or below.
+  [[nodiscard]] Node step(Node node, std::string_view name) const {
+    const auto& children = nodes_[node].children;
+    if (children.empty()) return kNone;
+    const auto found = children.find(name);
+    return found == children.end() ? kNone : found->second;
+  }
+
+  /// The place of a standardised absolute path.
+  [[nodiscard]] Node find(std::string_view path) const {
+    Node node = kRoot;
+    for (std::string_view name : path::names(path)) {
+      node = step(node, name);
+      if (node == kNone) break;
+    }
+    return node;
+  }
+
+  /// The value set exactly at `node`, or null.
+  [[nodiscard]] const T* value(Node node) const {
+    const auto& value = nodes_[node].value;
+    return value ? &*value : nullptr;
+  }
+
+  /// The value of the longest rule that equals `path` or holds it, or null.
+  [[nodiscard]] const T* longestMatch(std::string_view path) const {
+    Node node = kRoot;
+    const T* best = value(node);
+    for (std::string_view name : path::names(path)) {
+      node = step(node, name);
+      if (node == kNone) break;
+      if (const T* here = value(node)) best = here;
+    }
+    return best;
+  }
+
+ private:
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+  };
+  struct Entry {
+    std::unordered_map<std::string, Node, Hash, std::equal_to<>> children;
+    std::optional<T> value;
+  };
+
+  std::optional<T>& makePlace(std::string_view path) {
+    Node node = kRoot;
+    for (std::string_view name : path::names(path)) node = makeChild(node, name);
+    return nodes_[node].value;
+  }
+
+  Node makeChild(Node node, std::string_view name) {
+    const auto found = nodes_[node].children.find(name);
+    if (found != nodes_[node].children.end()) return found->second;
+    const Node child = static_cast<Node>(nodes_.size());
+    nodes_.emplace_back();
+    nodes_[node].children.emplace(std::string(name), child);
+    return child;
+  }
+
+  std::vector<Entry> nodes_ = std::vector<Entry>(2);
+};
+
+}  // namespace quarn

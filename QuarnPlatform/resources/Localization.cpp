@@ -1,0 +1,141 @@
+#include "QuarnPlatform/resources/Localization.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <map>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "QuarnPlatform/json/JSON.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/resources/ResourceBundle.h"
+#include "QuarnPlatform/text/Text.h"
+
+namespace quarn {
+
+namespace {
+
+using nlohmann::json;
+using Sentences = std::map<std::string, std::string, std::less<>>;
+
+/// The sentences of the process's locale by their English originals.
+Sentences& currentSentences() {
+  static Sentences sentences;
+  return sentences;
+}
+
+/// Under which names the catalogue may hold the locale's texts, best first: Xcode writes "pt-BR", the system "pt_BR".
+std::vector<std::string> catalogueNames(const Locale& locale) {
+  std::string hyphenated = locale.identifier();
+  std::replace(hyphenated.begin(), hyphenated.end(), '_', '-');
+  std::string underlined = locale.identifier();
+  std::replace(underlined.begin(), underlined.end(), '-', '_');
+  return {hyphenated, underlined, locale.language()};
+}
+
+/// The member found by going down the keys; null pointer when one is missing.
+const json* descend(const json* value, std::initializer_list<std::string_view> keys) {
+  for (const std::string_view key : keys) {
+    if (value == nullptr) return nullptr;
+    value = JSON::member(*value, key);
+  }
+  return value;
+}
+
+/// The entry's text under the first of the names that has one; an empty text is one that nobody has translated yet.
+std::optional<std::string> translation(const json& entry, const std::vector<std::string>& names) {
+  for (const std::string& name : names) {
+    const json* value = descend(&entry, {"localizations", name, "stringUnit", "value"});
+    std::optional<std::string> text = value == nullptr ? std::nullopt : JSON::string(*value);
+    if (text && !text->empty()) return text;
+  }
+  return std::nullopt;
+}
+
+Sentences readSentences(const Locale& locale, const ResourceBundle& bundle) {
+  Sentences sentences;
+  const std::optional<std::string> bytes = bundle.read("Localizable", "xcstrings");
+  const std::optional<json> catalogue = bytes ? parseJSON(*bytes) : std::nullopt;
+  const json* strings = catalogue ? JSON::member(*catalogue, "strings") : nullptr;
+  if (strings == nullptr || !strings->is_object()) return sentences;
+  const std::vector<std::string> names = catalogueNames(locale);
+  for (const auto& [english, entry] : strings->items()) {
+    if (std::optional<std::string> text = translation(entry, names)) sentences.emplace(english, std::move(*text));
+  }
+  return sentences;
+}
+
+/// A format's arguments and how they are written: "%@" takes the next one, "%2$@" the second; "@" is the conversion.
+struct Arguments {
+  std::string_view conversion;
+  std::span<const std::string_view> values;
+};
+
+struct Placeholder {
+  std::string_view text;   ///< what stands for it
+  std::size_t length = 0;  ///< of the placeholder; 0 when there is none
+};
+
+/// What stands at the "%" with which `rest` begins; `next` counts the arguments that placeholders without a position
+/// took.
+Placeholder placeholder(std::string_view rest, const Arguments& arguments, std::size_t& next) {
+  const std::string_view behind = rest.substr(1);
+  if (behind.starts_with('%')) return {.text = "%", .length = 2};
+  if (behind.starts_with(arguments.conversion) && next < arguments.values.size()) {
+    return {.text = arguments.values[next++], .length = 1 + arguments.conversion.size()};
+  }
+  if (behind.size() < 2 || behind[0] < '1' || behind[0] > '9' || behind[1] != '$') return {};
+  const auto position = static_cast<std::size_t>(behind[0] - '1');
+  const bool names = position < arguments.values.size() && behind.substr(2).starts_with(arguments.conversion);
+  return names ? Placeholder{arguments.values[position], 3 + arguments.conversion.size()} : Placeholder{};
+}
+
+/// The format with its placeholders replaced in one pass, so that a "%" inside an argument means nothing.
+std::string filled(std::string_view format, const Arguments& arguments) {
+  std::string text;
+  std::size_t next = 0;
+  for (std::size_t at = 0; at < format.size();) {
+    const std::size_t percent = std::min(format.find('%', at), format.size());
+    text.append(format.substr(at, percent - at));
+    at = percent;
+    if (at == format.size()) break;
+    const Placeholder found = placeholder(format.substr(at), arguments, next);
+    text.append(found.length == 0 ? format.substr(at, 1) : found.text);
+    at += std::max<std::size_t>(found.length, 1);
+  }
+  return text;
+}
+
+}  // namespace
+
+void useLocalization(const std::string& localeIdentifier, const ResourceBundle& bundle) {
+  const Locale locale(localeIdentifier);
+  Locale::setCurrent(locale);
+  currentSentences() = readSentences(locale, bundle);
+}
+
+std::string localized(std::string_view english) {
+  const Sentences& sentences = currentSentences();
+  const auto found = sentences.find(english);
+  return found == sentences.end() ? std::string(english) : found->second;
+}
+
+std::string localizedCount(std::string_view english, long count) {
+  const std::string digits = std::to_string(count);
+  const std::array<std::string_view, 1> values = {digits};
+  return filled(localized(english), {.conversion = "ld", .values = values});
+}
+
+std::string localizedText(std::string_view english, std::string_view text) {
+  const std::array<std::string_view, 1> values = {text};
+  return filled(localized(english), {.conversion = "@", .values = values});
+}
+
+std::string localizedTexts(std::string_view english, std::string_view first, std::string_view second) {
+  const std::array<std::string_view, 2> values = {first, second};
+  return filled(localized(english), {.conversion = "@", .values = values});
+}
+
+}  // namespace quarn

@@ -1,0 +1,100 @@
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include <string.h>
+#include <unicode/unorm2.h>
+
+#include "QuarnPlatform/text/Text.h"
+#include "QuarnPlatform/text/TextCharacters.h"
+#include "QuarnPlatform/text/TextScalars.h"
+
+namespace quarn {
+
+namespace {
+
+/// The text's canonical composition (NFC), by which canonically equivalent texts are the same units.
+std::u16string composed(std::string_view text) {
+  constexpr std::size_t kLongest = std::numeric_limits<std::int32_t>::max() / 4;
+  std::u16string units = unicode::toUTF16(text.substr(0, kLongest));
+  UErrorCode status = U_ZERO_ERROR;
+  const UNormalizer2* composer = unorm2_getNFCInstance(&status);
+  const auto length = static_cast<std::int32_t>(units.size());
+  if (U_FAILURE(status) || unorm2_spanQuickCheckYes(composer, units.data(), length, &status) == length) return units;
+  // Composition never lengthens a text more than threefold in UTF-16 (Unicode Standard Annex #15, "Expansion Factors").
+  std::u16string normal(units.size() * 3, u'\0');
+  const std::int32_t used = unorm2_normalize(composer, units.data(), length, normal.data(),
+                                             static_cast<std::int32_t>(normal.size()), &status);
+  if (U_FAILURE(status)) return units;
+  normal.resize(static_cast<std::size_t>(used));
+  return normal;
+}
+
+bool startsWithMark(std::u16string_view text) {
+  if (text.empty()) return false;
+  const bool pair = text.size() > 1 && (text[0] & 0xFC00) == 0xD800;
+  const char32_t scalar = pair ? 0x10000 + ((text[0] & 0x3FFu) << 10) + (text[1] & 0x3FFu) : text[0];
+  return unicode::extendsCharacter(scalar);
+}
+
+/// For every prefix of `part` the length of its longest proper prefix that is its suffix too (Knuth, Morris and Pratt).
+std::vector<std::size_t> borders(std::u16string_view part) {
+  std::vector<std::size_t> lengths(part.size(), 0);
+  for (std::size_t at = 1, matched = 0; at < part.size(); ++at) {
+    while (matched > 0 && part[at] != part[matched]) matched = lengths[matched - 1];
+    if (part[at] == part[matched]) ++matched;
+    lengths[at] = matched;
+  }
+  return lengths;
+}
+
+/// Looks at every occurrence in linear time: both texts may be megabytes made to defeat a plain search.
+bool containsUnmarked(std::u16string_view text, std::u16string_view part) {
+  const std::vector<std::size_t> lengths = borders(part);
+  for (std::size_t at = 0, matched = 0; at < text.size(); ++at) {
+    while (matched > 0 && text[at] != part[matched]) matched = lengths[matched - 1];
+    if (text[at] == part[matched]) ++matched;
+    if (matched < part.size()) continue;
+    if (!startsWithMark(text.substr(at + 1))) return true;
+    matched = lengths[matched - 1];
+  }
+  return false;
+}
+
+/// Whether a text is too short to be equivalent to another, or to hold it, whatever forms both are in: a character's
+/// equivalents differ in UTF-8 far less than sixteenfold. Comparing a long text with many short ones stays cheap.
+bool isFarShorter(std::string_view text, std::string_view other) { return text.size() < other.size() / 16; }
+
+bool isASCIIPrefix(std::string_view text, std::string_view prefix) {
+  if (!text.starts_with(prefix)) return false;
+  const bool splitsLineBreak = prefix.ends_with('\r') && text.substr(prefix.size()).starts_with('\n');
+  return !splitsLineBreak;
+}
+
+}  // namespace
+
+bool Text::equal(std::string_view left, std::string_view right) {
+  if (left == right) return true;
+  if (unicode::isASCII(left) && unicode::isASCII(right)) return false;
+  if (isFarShorter(left, right) || isFarShorter(right, left)) return false;
+  return composed(left) == composed(right);
+}
+
+bool Text::hasPrefix(std::string_view text, std::string_view prefix) {
+  if (prefix.empty()) return true;
+  if (isFarShorter(text, prefix)) return false;
+  if (unicode::isASCII(text) && unicode::isASCII(prefix)) return isASCIIPrefix(text, prefix);
+  const std::u16string whole = composed(text);
+  const std::u16string start = composed(prefix);
+  return whole.starts_with(start) && unicode::isCharacterBoundary(whole, start.size());
+}
+
+bool Text::contains(std::string_view text, std::string_view part) {
+  if (part.empty() || isFarShorter(text, part)) return false;
+  if (unicode::isASCII(text) && unicode::isASCII(part)) {
+    return ::memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
+  }
+  return containsUnmarked(composed(text), composed(part));
+}
+
+}  // namespace quarn

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "QuarnPlatform/text/Text.h"
+#include "QuarnPlatform/text/TextScalars.h"
+
+namespace quarn::unicode {
+
+/// Whether the locale's I has no dot: the platform looks at the first two letters of its language alone ("tr", "az").
+inline bool isTurkic(const Locale& locale) {
+  const std::string& identifier = locale.identifier();
+  if (identifier.size() < 2) return false;
+  const char first = asciiLowercased(identifier[0]);
+  const char second = asciiLowercased(identifier[1]);
+  return (first == 't' && second == 'r') || (first == 'a' && second == 'z');
+}
+
+}  // namespace quarn::unicode

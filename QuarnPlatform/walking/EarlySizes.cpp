@@ -1,0 +1,60 @@
+#include "QuarnPlatform/walking/EarlySizes.h"
+
+#include <system_error>
+
+#include "QuarnPlatform/files/DirectoryReader.h"
+
+namespace quarn {
+namespace {
+
+void readSizes(int folder, FoundItems::Block& block) {
+  block.sizes.assign(block.items.size(), FoundItems::kNoSizes);
+  for (std::size_t i = 0; i < block.items.size(); ++i) {
+    const ListedItem& item = block.items[i];
+    ByteCounts sizes;
+    if (item.type() != FileType::regular) continue;
+    if (DirectoryReader::readSizes(folder, block.name(item), sizes)) block.sizes[i] = sizes;
+  }
+}
+
+}  // namespace
+
+EarlySizes::EarlySizes(int folder) : folder_(folder) {
+  try {
+    thread_ = std::thread([this] { work(); });
+  } catch (const std::system_error&) {
+    // No thread to be had.
+  }
+}
+
+EarlySizes::~EarlySizes() { finish(); }
+
+void EarlySizes::add(FoundItems& items) {
+  const std::lock_guard lock(mutex_);
+  while (blocks_.size() < items.fullBlocks()) blocks_.push_back(&items.fullBlock(blocks_.size()));
+  forWork_.notify_one();
+}
+
+void EarlySizes::finish() {
+  if (!thread_.joinable()) return;
+  {
+    const std::lock_guard lock(mutex_);
+    isEnding_ = true;
+    forWork_.notify_one();
+  }
+  thread_.join();
+}
+
+void EarlySizes::work() {
+  std::unique_lock lock(mutex_);
+  for (std::size_t next = 0;; ++next) {
+    forWork_.wait(lock, [&] { return isEnding_ || next < blocks_.size(); });
+    if (isEnding_) return;
+    FoundItems::Block& block = *blocks_[next];
+    lock.unlock();
+    readSizes(folder_, block);
+    lock.lock();
+  }
+}
+
+}  // namespace quarn

@@ -1,0 +1,166 @@
+#include "QuarnPlatform/walking/FolderListing.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cerrno>
+#include <cstring>
+#include <numeric>
+#include <optional>
+
+#include "QuarnPlatform/files/Packages.h"
+#include "QuarnPlatform/walking/EarlySizes.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::size_t kKeyBytes = sizeof(std::uint64_t);
+constexpr std::size_t kBigFolder = 64;
+constexpr std::size_t kHugeFolder = 4096;
+constexpr std::size_t kReadEarly = 16u << 10;
+constexpr std::size_t kScratchEntries = 4096;
+
+std::size_t commonPrefix(std::string_view left, std::string_view right) {
+  const auto differing = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
+  return static_cast<std::size_t>(differing.first - left.begin());
+}
+
+// The first bytes as a number that compares as they do; a name that ends earlier sorts first, for no name holds a NUL.
+std::uint64_t sortKey(std::string_view text) {
+  std::uint64_t key = 0;
+  if (text.size() >= kKeyBytes) {
+    std::memcpy(&key, text.data(), kKeyBytes);
+  } else {
+    std::memcpy(&key, text.data(), text.size());
+  }
+  return std::endian::native == std::endian::little ? __builtin_bswap64(key) : key;
+}
+
+}  // namespace
+
+void FolderLister::list(int folder, int level, const std::atomic<bool>& isAbandoned, FolderListing& listing) {
+  const bool mayReadEarly = reads(level) && options_.facts == EnumeratedFacts::sizes && options_.readAheadThreads > 0;
+  std::optional<EarlySizes> early;
+  reader_.start(folder);
+  while (!isAbandoned.load(std::memory_order_relaxed) && reader_.readMore()) {
+    while (const DirectoryReader::Entry* entry = reader_.next()) keep(*entry);
+    if (!mayReadEarly || items_.size() < kReadEarly) continue;
+    if (!early) early.emplace(folder);
+    early->add(items_);
+  }
+  listing.error = reader_.error();
+  sort();
+  pack(level, listing);
+  if (early) {
+    early->finish();
+    takeSizes(listing);
+  }
+  dropScratch();
+}
+
+void FolderLister::keep(const DirectoryReader::Entry& entry) {
+  if (entry.hidden && options_.hidden == HiddenItems::skip) return;
+  const bool isPackage =
+      options_.packages == PackageContents::skip && entry.type == FileType::directory && isPackageName(entry.name);
+  items_.add(entry.name, entry.type, isPackage);
+}
+
+// Eight bytes nearly always decide. In big folders the names often begin alike, and it is those behind that do.
+void FolderLister::sort() {
+  const std::size_t count = items_.size();
+  std::size_t shared = 0;
+  if (count >= kBigFolder) {
+    std::string_view prefix = items_.name(0);
+    for (std::size_t i = 0; i < count; ++i) prefix = prefix.substr(0, commonPrefix(prefix, items_.name(i)));
+    shared = prefix.size();
+  }
+  found_.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    found_.push_back({.sortKey = sortKey(items_.name(i).substr(shared)), .index = static_cast<std::uint32_t>(i)});
+  }
+  if (count < kHugeFolder) {
+    std::sort(found_.begin(), found_.end(),
+              [](const Found& left, const Found& right) { return left.sortKey < right.sortKey; });
+  } else {
+    sortByKeys();
+  }
+  sortRuns();
+}
+
+// Items with the same key stand side by side and are told apart by their whole names.
+void FolderLister::sortRuns() {
+  for (auto run = found_.begin(); run != found_.end();) {
+    const auto isOther = [&](const Found& found) { return found.sortKey != run->sortKey; };
+    const auto end = std::find_if(run + 1, found_.end(), isOther);
+    if (end - run > 1) {
+      std::sort(run, end, [this](const Found& left, const Found& right) {
+        return items_.name(left.index) < items_.name(right.index);
+      });
+    }
+    run = end;
+  }
+}
+
+// A radix sort from the last byte on, over the bytes in which the keys differ: names of one huge folder are much alike.
+void FolderLister::sortByKeys() {
+  std::vector<Found> sorted = found_;
+  for (int shift = 0; shift < 64; shift += 8) {
+    const auto byte = [shift](const Found& found) { return found.sortKey >> shift & 0xFF; };
+    std::array<std::size_t, 256> places{};
+    for (const Found& found : found_) ++places[byte(found)];
+    if (places[byte(found_.front())] == found_.size()) continue;
+    std::exclusive_scan(places.begin(), places.end(), places.begin(), std::size_t{0});
+    for (const Found& found : found_) sorted[places[byte(found)]++] = found;
+    found_.swap(sorted);
+  }
+}
+
+// Names are packed in their order too: whoever goes through a big folder then reads memory forwards.
+void FolderLister::pack(int level, FolderListing& listing) const {
+  bool holdsFiles = false;
+  listing.entries.reserve(found_.size());
+  listing.names.reserve(items_.namesSize());
+  for (const Found& found : found_) {
+    const ListedItem& item = items_.item(found.index);
+    const bool enters = reads(level) && item.type() == FileType::directory && !item.isPackage();
+    if (enters) listing.folders.push_back(static_cast<std::uint32_t>(listing.entries.size()));
+    holdsFiles = holdsFiles || item.type() == FileType::regular;
+    listing.entries.push_back({ListedItem(listing.names.size(), item.nameLength(), item.type(), item.isPackage())});
+    listing.names.append(items_.name(found.index).data(), item.nameLength() + 1);
+  }
+  listing.wantsSizes = reads(level) && holdsFiles && options_.facts == EnumeratedFacts::sizes;
+}
+
+void FolderLister::takeSizes(FolderListing& listing) const {
+  for (std::size_t i = 0; i < found_.size(); ++i) listing.entries[i].setSizes(items_.sizes(found_[i].index));
+}
+
+void FolderLister::dropScratch() {
+  items_.clear();
+  found_.clear();
+  if (found_.capacity() > kScratchEntries) found_ = std::vector<Found>();
+}
+
+void FolderLister::readSizes(int folder, FolderListing& listing, std::size_t from, std::size_t to) {
+  for (std::size_t i = from; i < to; ++i) {
+    FolderListing::Entry& entry = listing.entries[i];
+    if (entry.item.type() != FileType::regular || entry.hasSizes()) continue;
+    ByteCounts sizes;
+    if (DirectoryReader::readSizes(folder, listing.name(entry).data(), sizes)) {
+      entry.setSizes(sizes);
+    } else {
+      entry.logicalBytes = errno;
+    }
+  }
+}
+
+void FolderListing::clear() {
+  entries.clear();
+  names.clear();
+  folders.clear();
+  wantsSizes = false;
+  isPackage = false;
+  error = 0;
+}
+
+}  // namespace quarn

@@ -1,0 +1,35 @@
+#include "QuarnPlatform/walking/FoundItems.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::size_t kUsualNames = 32u << 10;
+
+}  // namespace
+
+void FoundItems::add(std::string_view name, FileType type, bool isPackage) {
+  if (size_ == blocks_.size() * kBlockItems) {
+    blocks_.push_back(std::make_unique<Block>());
+    if (size_ != 0) {
+      blocks_.back()->items.reserve(kBlockItems);
+      blocks_.back()->names.reserve(blocks_.front()->names.size());
+    }
+  }
+  Block& block = *blocks_.back();
+  block.items.emplace_back(block.names.size(), name.size(), type, isPackage);
+  block.names.append(name) += '\0';
+  ++size_;
+  namesSize_ += name.size() + 1;
+}
+
+void FoundItems::clear() {
+  size_ = namesSize_ = 0;
+  if (blocks_.size() > 1 || (!blocks_.empty() && blocks_.front()->names.capacity() > kUsualNames)) {
+    blocks_.clear();
+  } else if (!blocks_.empty()) {
+    blocks_.front()->items.clear();
+    blocks_.front()->names.clear();
+  }
+}
+
+}  // namespace quarn

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "QuarnPlatform/base/ByteCounts.h"
+#include "QuarnPlatform/files/ItemFacts.h"
+#include "QuarnPlatform/walking/ListedItem.h"
+
+namespace quarn {
+
+/// The items of one folder in the order in which they are found. They lie in blocks; one that is full neither changes
+/// nor moves, so that another thread may read it while more are found.
+class FoundItems {
+ public:
+  struct Block {
+    std::vector<ListedItem> items;
+    std::string names;
+    std::vector<ByteCounts> sizes;  ///< one for each item, or empty: nobody read them
+
+    [[nodiscard]] const char* name(const ListedItem& item) const { return names.data() + item.nameAt(); }
+  };
+
+  /// In place of sizes that were not, or could not be, read.
+  static constexpr ByteCounts kNoSizes = {.allocatedBytes = -1, .logicalBytes = 0};
+
+  void add(std::string_view name, FileType type, bool isPackage);
+  /// Keeps the memory of few items, and lets go of that of many.
+  void clear();
+
+  [[nodiscard]] std::size_t size() const { return size_; }
+  /// Of all names, with the NUL behind each.
+  [[nodiscard]] std::size_t namesSize() const { return namesSize_; }
+  [[nodiscard]] const ListedItem& item(std::size_t index) const { return block(index).items[index % kBlockItems]; }
+  [[nodiscard]] std::string_view name(std::size_t index) const { return item(index).nameIn(block(index).names); }
+  [[nodiscard]] const ByteCounts& sizes(std::size_t index) const {
+    const std::vector<ByteCounts>& sizes = block(index).sizes;
+    return sizes.empty() ? kNoSizes : sizes[index % kBlockItems];
+  }
+
+  [[nodiscard]] std::size_t fullBlocks() const { return size_ / kBlockItems; }
+  [[nodiscard]] Block& fullBlock(std::size_t number) { return *blocks_[number]; }
+
+ private:
+  static constexpr std::size_t kBlockItems = 1024;
+
+  [[nodiscard]] const Block& block(std::size_t index) const { return *blocks_[index / kBlockItems]; }
+
+  std::vector<std::unique_ptr<Block>> blocks_;
+  std::size_t size_ = 0;
+  std::size_t namesSize_ = 0;
+};
+
+}  // namespace quarn

@@ -1,0 +1,381 @@
+#include "QuarnPlatform/walking/ReadAhead.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "QuarnPlatform/base/BriefLock.h"
+#include "QuarnPlatform/files/Packages.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::size_t kWindow = 16u << 10;  // entries that are listed ahead of the consumer
+constexpr std::size_t kFolderWeight = 16;   // what a listed folder takes besides its entries, in entries
+constexpr std::size_t kSegment = 512;
+constexpr std::size_t kCallsPerFolder = 4;
+constexpr std::size_t kSegmentsAhead = 64;
+// How many folders with open work are looked at for something that may be claimed; what comes later is not urgent.
+constexpr std::size_t kPlanDepth = 64;
+// Folders that the consumer is through with are used again, usual ones only, so that none holds much memory for little.
+constexpr std::size_t kSpares = 256;
+constexpr std::size_t kUsualEntries = 32;
+constexpr std::size_t kUsualNames = 1024;
+
+std::size_t segmentCount(const FolderListing& listing) {
+  return listing.wantsSizes ? (listing.entries.size() + kSegment - 1) / kSegment : 0;
+}
+
+std::size_t weight(const FolderListing& listing) { return listing.entries.size() + kFolderWeight; }
+
+std::size_t unclaimedIn(const ReadAhead::Folder& folder) {
+  return folder.listing.folders.size() - folder.nextFolder + segmentCount(folder.listing) - folder.nextSegment;
+}
+
+bool isUsual(const ReadAhead::Folder& folder) {
+  return folder.listing.entries.capacity() <= kUsualEntries && folder.listing.names.capacity() <= kUsualNames &&
+         folder.claimed.capacity() <= kUsualEntries;
+}
+
+// As new, but for the memory that it has.
+void clear(ReadAhead::Folder& folder) {
+  folder.listing.clear();
+  folder.isListed = false;
+  folder.isEntered = false;
+  folder.nextFolder = 0;
+  folder.nextSegment = 0;
+  folder.position = 0;
+  folder.isLaterSegmentRead.clear();
+  folder.claimed.clear();
+  folder.firstClaimed = 0;
+}
+
+void readSegment(int descriptor, FolderListing& listing, std::size_t segment) {
+  const std::size_t end = std::min((segment + 1) * kSegment, listing.entries.size());
+  FolderLister::readSizes(descriptor, listing, segment * kSegment, end);
+}
+
+}  // namespace
+
+// Something to read: a folder to list, or the sizes of a segment of one.
+struct ReadAhead::Task {
+  Folder* folder = nullptr;
+  Folder* parent = nullptr;  // of the folder to list; null to read sizes
+  std::size_t segment = 0;
+};
+
+// What a thread works with, and what it keeps out of the lock: making folders, and letting go of them, which closes
+// descriptors.
+struct ReadAhead::Hands {
+  explicit Hands(const WalkOptions& options) : lister(options) {}
+
+  void prepare() {
+    done.reset();
+    if (!next) next = std::make_unique<Folder>();
+  }
+
+  FolderLister lister;
+  FolderPointer next;  // for the next claim
+  HelperCount::Observations observations;
+  std::optional<WalkedFolders::Use> done;
+};
+
+ReadAhead::ReadAhead(FileDescriptor root, const WalkOptions& options)
+    : options_(options),
+      folders_(std::move(root)),
+      helperCount_(options.readAheadThreads, HelperCount::furtherCores()),
+      root_(std::make_unique<Folder>()),
+      hands_(std::make_unique<Hands>(options_)) {
+  plan_.earlier = plan_.later = &plan_;
+  hands_->prepare();
+  root_->use = folders_.root();
+  readFolder(*root_, PinnedFolder(*root_->use).descriptor(), *hands_);
+  root_->isEntered = true;
+  planBefore(*root_, plan_);
+  publish(*root_);
+  letGoIfDone(*root_, *hands_);
+}
+
+ReadAhead::~ReadAhead() {
+  {
+    const std::lock_guard lock(mutex_);
+    isEnding_ = true;
+    forHelpers_.notify_all();
+  }
+  for (std::thread& helper : helpers_) helper.join();
+}
+
+ReadAhead::FolderPointer ReadAhead::takeRoot() { return std::move(root_); }
+
+ReadAhead::FolderPointer ReadAhead::child(Folder& parent, std::size_t index) {
+  hands_->prepare();
+  discarded_.clear();
+  Lock lock = lockBriefly(mutex_);
+  recycleLeft();
+  startHelper();
+  FolderPointer folder = takeClaimed(parent, index);
+  if (!folder) {
+    const Task task = claimFolder(parent, *hands_);
+    folder = takeClaimed(parent, index);
+    perform(lock, task, *hands_);
+  }
+  while (!folder->isListed) helpOrWait(lock);
+  folder->isEntered = true;
+  ahead_ -= weight(folder->listing);
+  wakeHelper();
+  return folder;
+}
+
+void ReadAhead::skip(Folder& parent, std::size_t index) {
+  const Lock lock = lockBriefly(mutex_);
+  if (FolderPointer folder = takeClaimed(parent, index)) return leaveOut(std::move(folder));
+  ++parent.nextFolder;
+  --unclaimed_;
+  unplanIfClaimed(parent);
+  letGoIfDone(parent, *hands_);
+}
+
+std::size_t ReadAhead::sizesUpTo(Folder& folder, std::size_t index) {
+  const std::size_t count = folder.listing.entries.size();
+  const std::size_t segment = index / kSegment;
+  if (segmentCount(folder.listing) < 2) return count;
+  Lock lock = lockBriefly(mutex_);
+  folder.position = segment;
+  startHelper();
+  wakeHelper();
+  while (segment != 0 && !folder.isLaterSegmentRead[segment - 1]) {
+    if (folder.nextSegment == segment) {
+      perform(lock, claimSegment(folder), *hands_);
+    } else {
+      helpOrWait(lock);
+    }
+  }
+  return std::min((segment + 1) * kSegment, count);
+}
+
+void ReadAhead::leave(FolderPointer folder) { left_.push_back(std::move(folder)); }
+
+void ReadAhead::abandon(FolderPointer folder) {
+  const Lock lock(mutex_);
+  leaveOut(std::move(folder));
+}
+
+ReadAhead::FolderPointer ReadAhead::takeClaimed(Folder& parent, std::size_t index) {
+  if (parent.firstClaimed == parent.claimed.size()) return nullptr;
+  if (parent.claimed[parent.firstClaimed]->entryInParent != index) return nullptr;
+  FolderPointer folder = std::move(parent.claimed[parent.firstClaimed++]);
+  if (parent.firstClaimed == parent.claimed.size()) {
+    parent.claimed.clear();
+    parent.firstClaimed = 0;
+  }
+  return folder;
+}
+
+ReadAhead::Task ReadAhead::claimFolder(Folder& parent, Hands& hands) {
+  FolderPointer& source = spares_.empty() ? hands.next : spares_.back();
+  Folder& folder = *parent.claimed.emplace_back(std::move(source));
+  if (!spares_.empty()) spares_.pop_back();
+  folder.level = parent.level + 1;
+  folder.entryInParent = parent.listing.folders[parent.nextFolder++];
+  planBefore(folder, parent);
+  ++parent.atWork;
+  --unclaimed_;
+  unplanIfClaimed(parent);
+  return {.folder = &folder, .parent = &parent};
+}
+
+ReadAhead::Task ReadAhead::claimSegment(Folder& folder) {
+  const std::size_t segment = folder.nextSegment++;
+  ++folder.atWork;
+  --unclaimed_;
+  unplanIfClaimed(folder);
+  return {.folder = &folder, .parent = nullptr, .segment = segment};
+}
+
+// What the consumer comes to first: the next folder, or the sizes of the next stretch of entries.
+std::optional<ReadAhead::Task> ReadAhead::claimIn(Folder& folder, Hands& hands) {
+  const FolderListing& listing = folder.listing;
+  const bool mayList = folder.nextFolder < listing.folders.size() && ahead_ < kWindow;
+  const bool maySize =
+      folder.nextSegment < segmentCount(listing) && folder.nextSegment < folder.position + kSegmentsAhead;
+  if (maySize && (!mayList || folder.nextSegment * kSegment <= listing.folders[folder.nextFolder])) {
+    return claimSegment(folder);
+  }
+  return mayList ? std::optional(claimFolder(folder, hands)) : std::nullopt;
+}
+
+std::optional<ReadAhead::Task> ReadAhead::claimNext(Hands& hands) {
+  if (unclaimed_ == 0) return std::nullopt;
+  std::size_t looked = 0;
+  for (Folder* folder = plan_.later; folder != &plan_ && looked < kPlanDepth; folder = folder->later, ++looked) {
+    if (!folder->isListed) continue;
+    if (std::optional<Task> task = claimIn(*folder, hands)) return task;
+  }
+  return std::nullopt;
+}
+
+// Reads outside the lock. The hands are ready for the next claim afterwards.
+void ReadAhead::perform(Lock& lock, const Task& task, Hands& hands) {
+  lock.unlock();
+  hands.prepare();
+  if (helperCount_.mayGrow()) {
+    const auto start = HelperCount::Clock::now();
+    read(task, hands);
+    const std::size_t entries = std::min(task.folder->listing.entries.size(), kSegment);
+    helperCount_.note(hands.observations, kCallsPerFolder + entries, HelperCount::Clock::now() - start);
+  } else {
+    read(task, hands);
+  }
+  lockBriefly(lock);
+  if (task.parent != nullptr) {
+    publish(*task.folder);
+  } else {
+    task.folder->isLaterSegmentRead[task.segment - 1] = true;
+  }
+  Folder& needed = task.parent != nullptr ? *task.parent : *task.folder;
+  --needed.atWork;
+  letGoIfDone(needed, hands);
+  if (consumerWaits_) forConsumer_.notify_one();
+}
+
+void ReadAhead::read(const Task& task, Hands& hands) {
+  if (task.parent != nullptr) return listFolder(task, hands);
+  const PinnedFolder folder(*task.folder->use);
+  if (folder.descriptor() >= 0) readSegment(folder.descriptor(), task.folder->listing, task.segment);
+}
+
+void ReadAhead::listFolder(const Task& task, Hands& hands) {
+  Folder& folder = *task.folder;
+  const FolderListing& siblings = task.parent->listing;
+  const std::string_view name = siblings.name(siblings.entries[folder.entryInParent]);
+  OpenedFolder opened = task.parent->use->open(name.data());
+  folder.listing.error = opened.error;
+  if (!opened.descriptor.isOpen()) return;
+  if (options_.packages == PackageContents::skip && hasBundleBit(opened.descriptor.get())) {
+    folder.listing.isPackage = true;
+    return;
+  }
+  readFolder(folder, opened.descriptor.get(), hands);
+  if (unclaimedIn(folder) != 0) folder.use = task.parent->use->add(name, std::move(opened.descriptor));
+}
+
+void ReadAhead::readFolder(Folder& folder, int descriptor, Hands& hands) {
+  hands.lister.list(descriptor, folder.level, folder.isAbandoned, folder.listing);
+  const std::size_t segments = segmentCount(folder.listing);
+  if (segments == 0) return;
+  readSegment(descriptor, folder.listing, 0);
+  folder.nextSegment = 1;
+  folder.isLaterSegmentRead.resize(segments - 1);
+}
+
+void ReadAhead::publish(Folder& folder) {
+  folder.isListed = true;
+  if (folder.isAbandoned) return;
+  if (!folder.isEntered) ahead_ += weight(folder.listing);
+  unclaimed_ += unclaimedIn(folder);
+  unplanIfClaimed(folder);
+  wakeHelper();
+}
+
+void ReadAhead::planBefore(Folder& folder, Folder& later) {
+  folder.earlier = later.earlier;
+  folder.later = &later;
+  folder.earlier->later = later.earlier = &folder;
+}
+
+void ReadAhead::unplan(Folder& folder) {
+  if (folder.later == nullptr) return;
+  folder.earlier->later = folder.later;
+  folder.later->earlier = folder.earlier;
+  folder.earlier = folder.later = nullptr;
+}
+
+void ReadAhead::unplanIfClaimed(Folder& folder) {
+  if (unclaimedIn(folder) == 0) unplan(folder);
+}
+
+void ReadAhead::letGoIfDone(Folder& folder, Hands& hands) {
+  if (folder.atWork == 0 && unclaimedIn(folder) == 0) hands.done = std::exchange(folder.use, std::nullopt);
+}
+
+// In a loop and not by calling itself: what was read ahead may be deeper than a stack reaches. What a thread works with
+// is kept until a later call finds that it does not any more.
+void ReadAhead::leaveOut(FolderPointer folder) {
+  std::erase_if(abandoned_, [](const FolderPointer& left) { return left->isListed && left->atWork == 0; });
+  std::vector<FolderPointer> pending;
+  pending.push_back(std::move(folder));
+  while (!pending.empty()) {
+    FolderPointer left = std::move(pending.back());
+    pending.pop_back();
+    const auto firstClaimed = left->claimed.begin() + static_cast<std::ptrdiff_t>(left->firstClaimed);
+    std::move(firstClaimed, left->claimed.end(), std::back_inserter(pending));
+    left->isAbandoned = true;
+    unplan(*left);
+    if (left->isListed) {
+      if (!left->isEntered) ahead_ -= weight(left->listing);
+      unclaimed_ -= unclaimedIn(*left);
+      left->nextFolder = left->listing.folders.size();
+      left->nextSegment = segmentCount(left->listing);
+    }
+    if (!left->isListed || left->atWork != 0) abandoned_.push_back(std::move(left));
+  }
+}
+
+// Put off until the lock is held anyway. Leaving out something below a folder may have left a thread at work with it.
+void ReadAhead::recycleLeft() {
+  for (FolderPointer& folder : left_) {
+    if (folder->atWork != 0) {
+      abandoned_.push_back(std::move(folder));
+    } else if (isUsual(*folder) && spares_.size() < kSpares) {
+      clear(*folder);
+      spares_.push_back(std::move(folder));
+    } else {
+      discarded_.push_back(std::move(folder));
+    }
+  }
+  left_.clear();
+}
+
+void ReadAhead::helpOrWait(Lock& lock) {
+  if (const std::optional<Task> task = claimNext(*hands_)) return perform(lock, *task, *hands_);
+  consumerWaits_ = true;
+  forConsumer_.wait(lock);
+  consumerWaits_ = false;
+}
+
+// The last thing to claim is left to the consumer, which is about to ask for it. A window that was full is let run down
+// to its half first: a helper that is woken for every folder costs more than it gives.
+void ReadAhead::wakeHelper() {
+  if (waitingHelpers_ > 0 && unclaimed_ > 1 && ahead_ < kWindow / 2) forHelpers_.notify_one();
+}
+
+// One at a time, so that a small walk starts none or few. Without helpers a walk only takes longer: a system that gives
+// no thread is no error.
+void ReadAhead::startHelper() {
+  if (helpers_.size() >= helperCount_.wanted() || unclaimed_ < 2) return;
+  try {
+    helpers_.emplace_back([this] { help(); });
+  } catch (const std::system_error&) {
+    helperCount_.limit(static_cast<unsigned>(helpers_.size()));
+  }
+}
+
+void ReadAhead::help() {
+  Hands hands(options_);
+  hands.prepare();
+  Lock lock(mutex_);
+  while (!isEnding_) {
+    if (const std::optional<Task> task = claimNext(hands)) {
+      wakeHelper();
+      perform(lock, *task, hands);
+      continue;
+    }
+    ++waitingHelpers_;
+    forHelpers_.wait(lock);
+    --waitingHelpers_;
+  }
+}
+
+}  // namespace quarn

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "QuarnPlatform/base/ByteCounts.h"
+#include "QuarnPlatform/base/Cancellation.h"
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/files/ItemFacts.h"
+#include "QuarnPlatform/walking/HelperCount.h"
+
+namespace quarn {
+
+/// Decides, item by item, which total a walked item's bytes go to. Implementations are immutable while a walk runs and
+/// are called from several threads at once.
+class Attribution {
+ public:
+  /// What was decided for a folder, handed back for the items in it.
+  struct Step {
+    std::uint32_t node = 0;   ///< the implementation's own place, a trie node for instance
+    std::uint32_t state = 0;  ///< the implementation's own mark
+    std::uint8_t bucket = 0;  ///< total of the items below that nothing else claims
+    friend bool operator==(const Step&, const Step&) = default;
+  };
+
+  virtual ~Attribution() = default;
+
+  /// Whether `folder` wants to know packages; when false no attribute is read and `isPackage` is always false.
+  [[nodiscard]] virtual bool needsPackages() const { return false; }
+  /// Judges a folder in a folder judged `parent`; absent leaves it and everything below it out. May be asked for both
+  /// answers: whether the folder is a package is looked up only when something in it would count otherwise.
+  [[nodiscard]] virtual std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const = 0;
+  /// Judges a regular file: the total it counts to; absent leaves it out and costs no system call.
+  [[nodiscard]] virtual std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const = 0;
+};
+
+/// Sums the sizes of the regular files of a tree: unordered, on several threads, with a bounded number of open
+/// descriptors and memory that does not grow with the number of files. Links are never followed and count nothing, nor
+/// do folders and special files; other devices are not entered; unreadable folders are left out and added to the file
+/// manager's read report; hard links count each time. Complete whatever the depth (paths may be far longer than
+/// PATH_MAX).
+class TreeSizer {
+ public:
+  static constexpr std::size_t kBuckets = 16;
+  using Totals = std::array<ByteCounts, kBuckets>;
+
+  struct Options {
+    HiddenItems hidden = HiddenItems::include;  ///< `skip` leaves hidden items and all below them out, never the root
+    unsigned threads = 0;                       ///< 0: as many as pay on this machine
+    Cancellation cancellation = Cancellation::never();
+    /// Called on the calling thread with the totals so far, at most once per `interval`; may be empty.
+    std::function<void(const Totals&)> onProgress = {};
+    std::chrono::milliseconds interval{100};
+    /// Shared by the walks of one operation, so that each begins with what those before it learnt of the disk; without
+    /// it each learns for itself.
+    std::shared_ptr<HelperCount> helperCount = nullptr;
+  };
+
+  /// A count to be shared by walks that may use so many threads (0: as many as pay), and that knows nothing yet.
+  static std::shared_ptr<HelperCount> makeHelperCount(unsigned threads);
+
+  /// The totals of the tree below the folder `root`, whose items are judged by `attribution` starting from `rootStep`.
+  /// Cancelled: the totals so far. Throws FileError (operation "list") when `root` is a link, no folder, or cannot be
+  /// listed.
+  static Totals totals(const FileManager& files, const FileURL& root, const Attribution& attribution,
+                       const Attribution::Step& rootStep, const Options& options);
+
+  /// The whole tree as one total.
+  static ByteCounts total(const FileManager& files, const FileURL& root, const Options& options);
+};
+
+}  // namespace quarn

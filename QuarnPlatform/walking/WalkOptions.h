@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+
+#include "QuarnPlatform/files/ItemFacts.h"
+
+namespace quarn {
+
+/// Which facts a walk reads besides name and type.
+enum class EnumeratedFacts : std::uint8_t {
+  none,   ///< names and types: no system call per item
+  sizes,  ///< sizes of regular files
+};
+
+/// What an ordered walk lists and reads. A plain value.
+struct WalkOptions {
+  HiddenItems hidden = HiddenItems::include;
+  PackageContents packages = PackageContents::enter;
+  EnumeratedFacts facts = EnumeratedFacts::none;
+  /// Level of the deepest folders that are entered. What lies in them, one level below, is still listed, by name and
+  /// type alone (no sizes; packages by their names), so that a consumer that counts visits sees it; nothing is read
+  /// for it.
+  int maximumLevel = 1 << 30;
+  /// Threads that read ahead of the consumer; 0 reads on the consumer's thread alone.
+  unsigned readAheadThreads = 0;
+};
+
+}  // namespace quarn

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "QuarnPlatform/base/FileDescriptor.h"
+#include "QuarnPlatform/files/FolderOpener.h"
+
+namespace quarn {
+
+/// The folders that a walk still has something to open or to read in: how they lie in each other, their names, and a
+/// bounded number of open descriptors. A folder whose descriptor had to be closed is opened again when it is needed, by
+/// name from its nearest open ancestor; ".." is never used, because a folder that was moved meanwhile would lead the
+/// walk out of its root. Safe from any thread; must outlive its uses.
+class WalkedFolders {
+ private:
+  struct Folder;
+
+ public:
+  /// Descriptors held at one time, those in use by a thread at that moment aside.
+  static constexpr std::size_t kMaximumOpen = 64;
+
+  /// A right to open and read items in one folder, which stays known as long as some use of it or of a folder in it
+  /// lives.
+  class Use {
+   public:
+    Use(Use&& other) noexcept : folders_(std::exchange(other.folders_, nullptr)), folder_(other.folder_) {}
+    Use& operator=(Use&& other) noexcept;
+    ~Use();
+
+    /// A further use of the same folder.
+    [[nodiscard]] Use another() const;
+    /// Opens the folder `name` in it. A folder that cannot be reached again gives the errno of the folder that failed.
+    [[nodiscard]] OpenedFolder open(const char* name) const;
+    /// Takes over the open folder `name` in it; never fails.
+    [[nodiscard]] Use add(std::string_view name, FileDescriptor folder) const;
+    /// The names from the root down to it, each behind a "/"; empty for the root.
+    [[nodiscard]] std::string path() const;
+
+   private:
+    friend class WalkedFolders;
+    friend class PinnedFolder;
+    Use(WalkedFolders& folders, Folder& folder) : folders_(&folders), folder_(&folder) {}
+
+    WalkedFolders* folders_;
+    Folder* folder_;
+  };
+
+  explicit WalkedFolders(FileDescriptor root);
+
+  [[nodiscard]] Use root();
+
+ private:
+  friend class PinnedFolder;
+
+  // While `pins` holds this bit the descriptor is closed; else it stays open as long as a thread has added itself.
+  static constexpr std::uint32_t kClosed = std::uint32_t{1} << 31;
+
+  struct Folder {
+    std::atomic<std::uint32_t> pins = kClosed;
+    FileDescriptor descriptor;
+    Folder* parent = nullptr;
+    std::string name;
+    std::uint32_t depth = 0;
+    std::uint32_t uses = 0;
+    std::uint32_t children = 0;  // known folders in it
+  };
+
+  // What these take away is given back to be closed behind the lock: closing is a call that may take its time.
+  [[nodiscard]] FileDescriptor keepOpen(Folder& folder, FileDescriptor descriptor);
+  [[nodiscard]] FileDescriptor closeOne();
+  [[nodiscard]] FileDescriptor close(Folder& folder);
+  [[nodiscard]] FileDescriptor release(Folder& folder);
+
+  Folder& insert(Folder& parent, std::string_view name);
+  void forget(Folder* folder);
+  // The descriptor, with the calling thread added; negative and errno when it cannot be opened again.
+  int pin(Folder& folder);
+  bool reopen(Folder& folder);
+  OpenedFolder openMakingRoom(int parent, const char* name);
+
+  std::mutex mutex_;
+  std::deque<Folder> folders_;
+  Folder& root_;
+  std::vector<Folder*> free_;
+  std::vector<Folder*>
+      open_;  // in the order of opening, so that ancestors come first; the root, never closed, is not in it
+  const FolderOpener opener_;
+};
+
+/// A folder's descriptor, open for as long as this lives; for the work of one thread.
+class PinnedFolder {
+ public:
+  explicit PinnedFolder(const WalkedFolders::Use& use);
+  PinnedFolder(const PinnedFolder&) = delete;
+  PinnedFolder& operator=(const PinnedFolder&) = delete;
+  ~PinnedFolder();
+
+  /// Negative when the folder could not be opened again; `error()` says why.
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+  [[nodiscard]] int error() const { return error_; }
+
+ private:
+  WalkedFolders::Folder& folder_;
+  int descriptor_;
+  int error_;
+};
+
+}  // namespace quarn

@@ -1,0 +1,164 @@
+#include <algorithm>
+#include <array>
+
+#include <fmt/format.h>
+
+#include "quarn/report/Html.h"
+#include "quarn/report/ReportParts.h"
+#include "quarn/report/Share.h"
+#include "quarn/terminal/PathText.h"
+
+namespace quarn {
+namespace {
+
+using namespace reportParts;
+
+// clang-format off
+constexpr std::array<std::string_view, 9> kCategoryTitles{
+    "Apps", "Documents", "Photos", "Communication", "Games", "Development", "System data", "Other", "Free"};
+// clang-format on
+
+std::string_view titleOf(StorageCategoryID category) { return kCategoryTitles[static_cast<std::size_t>(category)]; }
+
+std::string colorOf(std::size_t number) { return "c" + std::to_string(number % kCategoryTitles.size()); }
+
+std::string colorOf(StorageCategoryID category) { return colorOf(static_cast<std::size_t>(category)); }
+
+std::int64_t elsewhere(const SizeInfo& size) {
+  return std::max<std::int64_t>(size.logicalBytes - size.allocatedBytes, 0);
+}
+
+SizeInfo sum(const std::vector<StorageCategory>& categories) {
+  SizeInfo total;
+  for (const StorageCategory& category : categories) total += category.size;
+  return total;
+}
+
+std::vector<Tile> categoryTiles(const VolumeReport& report) {
+  std::vector<Tile> tiles;
+  for (const StorageCategory& category : report.categories) {
+    tiles.push_back({std::string(titleOf(category.id)), category.size.allocatedBytes, colorOf(category.id),
+                     "category-" + std::string(rawValue(category.id))});
+  }
+  return tiles;
+}
+
+std::string categoryTable(const VolumeReport& report) {
+  const SizeUnits units = report.frame.units;
+  const std::int64_t total = sum(report.categories).allocatedBytes;
+  std::string rows;
+  for (const StorageCategory& category : report.categories) {
+    const double part = shareOf(category.size.allocatedBytes, total);
+    rows += fmt::format(
+        "<tr id=\"category-{}\"><th scope=\"row\"><span class=\"key {}\"></span>{}</th><td class=\"n\">{}</td>"
+        "<td class=\"n\">{:.1f} %</td><td class=\"meter wide\" aria-hidden=\"true\">{}</td><td "
+        "class=\"n\">{}</td></tr>\n",
+        rawValue(category.id), colorOf(category.id), titleOf(category.id),
+        sizeText(category.size.allocatedBytes, units), part * 100, meter(part, colorOf(category.id)),
+        sizeText(elsewhere(category.size), units));
+  }
+  return "<table>\n<caption>Every byte counts to at most one category. Bytes not on this disk are the lengths of files "
+         "that take no space here: kept in the cloud, or never written.</caption>\n<thead><tr><th scope=\"col\">"
+         "Category</th><th scope=\"col\" class=\"n\">On disk</th><th scope=\"col\" class=\"n\">Share</th>"
+         "<td class=\"wide\" aria-hidden=\"true\"></td><th scope=\"col\" class=\"n\">Not on this disk</th></tr></thead>"
+         "\n<tbody>\n" +
+         rows + "</tbody>\n</table>\n";
+}
+
+std::string hintText(const std::optional<VendorPathHint>& hint) {
+  if (!hint) return "";
+  return fmt::format("<div class=\"dim\">{}: {}{}</div>", html(hint->vendorName), html(hint->artifactTitle),
+                     hint->explanation ? ". " + html(*hint->explanation) : "");
+}
+
+/// A table of items: what it is called, and which rows it has.
+struct ItemTable {
+  std::string_view id;  ///< "item": of the table "item-table", and its rows "item-1"…
+  std::string_view caption;
+  const std::vector<VolumeReport::Item>& items;
+};
+
+std::string itemRow(const ItemTable& table, std::size_t index, const ReportFrame& frame) {
+  const auto& [item, hint] = table.items[index];
+  return fmt::format(
+      "<tr id=\"{}-{}\"><td class=\"n\">{}</td><td class=\"n\">{}</td><td class=\"path\">{}{}</td></tr>\n", table.id,
+      index + 1, sizeText(item.size.allocatedBytes, frame.units), sizeText(item.size.logicalBytes, frame.units),
+      htmlName(pathText(item.url, frame.home)), hintText(hint));
+}
+
+std::string itemTable(const ItemTable& table, const ReportFrame& frame) {
+  std::string rows;
+  for (std::size_t i = 0; i < table.items.size(); ++i) rows += itemRow(table, i, frame);
+  return fmt::format(
+      "<table id=\"{}-table\">\n<caption>{}</caption>\n<thead><tr><th scope=\"col\" class=\"n\">On disk</th><th "
+      "scope=\"col\" class=\"n\">Length</th><th scope=\"col\">Item</th></tr></thead>\n<tbody>\n{}</tbody>\n</table>\n",
+      table.id, table.caption, rows);
+}
+
+std::vector<Tile> itemTiles(const VolumeReport& report) {
+  std::vector<Tile> tiles;
+  for (std::size_t i = 0; i < report.largest.size(); ++i) {
+    const TopItem& item = report.largest[i].item;
+    tiles.push_back({item.name, item.size.allocatedBytes, colorOf(i), "item-" + std::to_string(i + 1)});
+  }
+  return tiles;
+}
+
+std::vector<Fact> facts(const VolumeReport& report) {
+  const VolumeInfo& volume = report.volume;
+  const SizeUnits units = report.frame.units;
+  const std::int64_t used = std::max<std::int64_t>(volume.totalBytes - volume.freeBytes, 0);
+  const SizeInfo counted = sum(report.categories);
+  const std::int64_t rest = std::max<std::int64_t>(used - counted.allocatedBytes, 0);
+  return {{"In use", sizeText(used, units), "of " + sizeText(volume.totalBytes, units)},
+          {"Free", sizeText(volume.freeBytes, units), ""},
+          {"In categories", sizeText(counted.allocatedBytes, units), "on disk"},
+          {"In no category", sizeText(rest, units), "of what is in use"},
+          {"Not on this disk", sizeText(elsewhere(counted), units), "in the cloud, or never written"}};
+}
+
+std::string largestSection(const VolumeReport& report) {
+  const ItemTable table{.id = "item",
+                        .caption =
+                            "Files, and packages such as apps and libraries as a whole, in the home folder and "
+                            "the Applications folder, by the space that they take on this disk",
+                        .items = report.largest};
+  return "<section aria-labelledby=\"largest\">\n<h2 id=\"largest\">The largest items</h2>\n"
+         "<a class=\"skip\" href=\"#item-table\">Skip the map</a>\n" +
+         map(itemTiles(report), "Map of the largest items", report.frame.units) + itemTable(table, report.frame) +
+         "</section>\n";
+}
+
+std::string elsewhereSection(const VolumeReport& report) {
+  if (report.elsewhere.empty()) return "";
+  const ItemTable table{.id = "elsewhere-item",
+                        .caption =
+                            "Files whose length is not on this disk: kept in the cloud, or never written. "
+                            "Removing them frees only what they take here.",
+                        .items = report.elsewhere};
+  return "<section aria-labelledby=\"elsewhere\">\n<h2 id=\"elsewhere\">Long, but hardly here</h2>\n" +
+         itemTable(table, report.frame) + "</section>\n";
+}
+
+}  // namespace
+
+std::string reportPage(const VolumeReport& report) {
+  std::vector<Section> sections{{"space", "Where the space goes"}, {"largest", "The largest items"}};
+  if (!report.elsewhere.empty()) sections.push_back({"elsewhere", "Long, but hardly here"});
+  if (report.frame.unread.count() > 0) sections.push_back({"unread", "What was not read"});
+  std::string body = heading(report.volume.name, "Where the space of this volume goes", facts(report), sections);
+  body += "<main>\n";
+  if (!report.isComplete) {
+    body +=
+        "<p class=\"note\"><strong>Incomplete.</strong> The scan was interrupted; these are the totals so far.</p>\n";
+  }
+  const std::vector<Tile> categories = categoryTiles(report);
+  body += unreadNote(report.frame.unread);
+  body += "<section aria-labelledby=\"space\">\n<h2 id=\"space\">Where the space goes</h2>\n" + bar(categories) +
+          categoryTable(report) + map(categories, "Map of the categories", report.frame.units) + "</section>\n";
+  body += largestSection(report) + elsewhereSection(report);
+  body += unreadSection(report.frame) + "</main>\n" + footer(report.frame);
+  return page("Storage of " + report.volume.name, body);
+}
+
+}  // namespace quarn

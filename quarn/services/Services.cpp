@@ -1,0 +1,47 @@
+#include "quarn/services/Services.h"
+
+#include <utility>
+
+namespace quarn {
+
+Services::Services(FileManager volume, ResourceBundle shippedResources)
+    : files(std::move(volume)),
+      resources(std::move(shippedResources)),
+      fileSizeCalculator(FileSizeCalculator::live(files)),
+      appDiscovery(AppDiscoveryClient::live(files)),
+      entitlementsReader(EntitlementsReader::live(files)),
+      launchdScanner(LaunchdScanner::live(files)),
+      receiptScanner(ReceiptScanner::live(files)),
+      kernelExtensionService(KernelExtensionService::live(files, fileSizeCalculator)),
+      volumeInfoClient(VolumeInfoClient::live(files)),
+      volumeLocationChecker(VolumeLocationChecker::live(files)),
+      quarantineManager(QuarantineManager::live(files)),
+      appRemovalPlanner(files),
+      uninstallerDiscovery(files),
+      appsService([this] { return AppsService(appDiscovery, fileSizeCalculator); }),
+      artifactScanner([this] { return ArtifactScanner(fileSizeCalculator, files); }),
+      topItems([this] { return TopItemsService(fileSizeCalculator, files); }),
+      vendorProfiles([this] { return VendorProfileRegistry::loadDefault(resources); }),
+      signatureRegistry([this] { return StorageSignatureRegistry::loadDefault(resources); }),
+      vendorHints([this] { return VendorPathHintIndex(vendorProfiles(), files.homeDirectory(), files); }),
+      deepInspector([this] { return DeepInspectorService(vendorProfiles(), files); }),
+      kernelExtensionAssociation([this] {
+        return KernelExtensionAssociationService(vendorProfiles(), receiptScanner, kernelExtensionService,
+                                                 files.homeDirectory(), files);
+      }),
+      storageDashboard([this] {
+        return StorageDashboardService(volumeInfoClient, fileSizeCalculator, signatureRegistry(), volumeLocationChecker,
+                                       vendorHints(), quarantineManager, files);
+      }) {}
+
+AppInspectionService Services::appInspection() const {
+  const ReceiptScanner receipts = ReceiptScanner::snapshot(files);
+  const KernelExtensionService extensions = KernelExtensionService::snapshot(files, fileSizeCalculator);
+  return AppInspectionService(
+      artifactScanner(), uninstallerDiscovery, entitlementsReader, LaunchdScanner::snapshot(files), receipts,
+      deepInspector(),
+      KernelExtensionAssociationService(vendorProfiles(), receipts, extensions, files.homeDirectory(), files),
+      fileSizeCalculator, files);
+}
+
+}  // namespace quarn

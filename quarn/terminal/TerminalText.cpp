@@ -1,0 +1,97 @@
+#include "quarn/terminal/TerminalText.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "QuarnPlatform/text/Text.h"
+
+namespace quarn {
+namespace {
+
+bool isControl(char32_t scalar) { return scalar < 0x20 || (scalar >= 0x7F && scalar < 0xA0); }
+
+// Marks and overrides of writing direction, line and paragraph separators, and the invisible byte order mark.
+bool isDisguise(char32_t scalar) {
+  return scalar == 0x061C || scalar == 0x200E || scalar == 0x200F || (scalar >= 0x2028 && scalar <= 0x202E) ||
+         (scalar >= 0x2066 && scalar <= 0x2069) || scalar == 0xFEFF;
+}
+
+// Length of the well-formed sequence at the front, 0 when there is none; its scalar in `scalar`.
+std::size_t takeScalar(std::string_view text, char32_t& scalar) {
+  const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
+  const std::size_t length = byte(0) < 0x80 ? 1 : byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
+  if (length > text.size() || Text::validUTF8(text.substr(0, length)) != text.substr(0, length)) return 0;
+  scalar = length == 1 ? byte(0) : byte(0) & (0xFFU >> (length + 1));
+  for (std::size_t i = 1; i < length; ++i) scalar = (scalar << 6) | (byte(i) & 0x3F);
+  return length;
+}
+
+}  // namespace
+
+std::string escapedForTerminal(std::string_view bytes) {
+  std::string result;
+  while (!bytes.empty()) {
+    char32_t scalar = 0;
+    const std::size_t length = takeScalar(bytes, scalar);
+    if (length == 0) {
+      result += fmt::format("\\x{:02X}", static_cast<unsigned char>(bytes.front()));
+    } else if (isControl(scalar) && scalar < 0x80) {
+      result += fmt::format("\\x{:02X}", static_cast<unsigned>(scalar));
+    } else if (isControl(scalar) || isDisguise(scalar)) {
+      result += fmt::format("\\u{{{:04X}}}", static_cast<unsigned>(scalar));
+    } else {
+      result += bytes.substr(0, length);
+    }
+    bytes.remove_prefix(length == 0 ? 1 : length);
+  }
+  return result;
+}
+
+// In a document such a character stands in a string only, and one escape can name each. They begin with one of five
+// bytes, so that most text is passed by unread.
+std::string escapedJSON(std::string_view document) {
+  std::string result;
+  while (!document.empty()) {
+    const std::size_t plain = std::min(document.find_first_of("\x7F\xC2\xD8\xE2\xEF"), document.size());
+    result += document.substr(0, plain);
+    document.remove_prefix(plain);
+    if (document.empty()) break;
+    char32_t scalar = 0;
+    const std::size_t length = takeScalar(document, scalar);
+    if (length != 0 && (isControl(scalar) || isDisguise(scalar))) {
+      result += fmt::format("\\u{:04x}", static_cast<unsigned>(scalar));
+    } else {
+      result += document.substr(0, std::max<std::size_t>(length, 1));
+    }
+    document.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+  return result;
+}
+
+std::size_t displayWidth(std::string_view text) { return Text::displayWidth(text); }
+
+std::string fittedToWidth(std::string_view text, std::size_t width) {
+  if (displayWidth(text) <= width) return std::string(text);
+  if (width == 0) return {};
+  const std::size_t headWidth = (width - 1) / 2;
+  const std::size_t tailWidth = width - 1 - headWidth;
+  std::size_t head = 0;
+  const auto isBoundary = [&](std::size_t offset) {
+    return offset >= text.size() || (static_cast<unsigned char>(text[offset]) & 0xC0) != 0x80;
+  };
+  for (std::size_t next = 1; next <= text.size(); ++next) {
+    if (!isBoundary(next)) continue;
+    if (displayWidth(text.substr(0, next)) > headWidth) break;
+    head = next;
+  }
+  std::size_t tail = text.size();
+  for (std::size_t next = text.size(); next-- > head;) {
+    if (!isBoundary(next)) continue;
+    if (displayWidth(text.substr(next)) > tailWidth) break;
+    tail = next;
+  }
+  return std::string(text.substr(0, head)) + "…" + std::string(text.substr(tail));
+}
+
+}  // namespace quarn

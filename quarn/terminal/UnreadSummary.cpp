@@ -1,0 +1,84 @@
+#include "quarn/terminal/UnreadSummary.h"
+
+#include <algorithm>
+#include <array>
+#include <tuple>
+#include <utility>
+
+#include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/text/Text.h"
+#include "quarn/terminal/CountText.h"
+
+namespace quarn {
+namespace {
+
+struct CauseRow {
+  UnreadableCause cause;
+  std::string_view id;
+  std::string_view meaning;
+  bool isLoss;  ///< whether something on the volume is missing in the result
+};
+
+// clang-format off
+constexpr std::array kCauses{
+    CauseRow{.cause = UnreadableCause::permission, .id = "permission", .meaning = "permission denied", .isLoss = true},
+    CauseRow{.cause = UnreadableCause::vanished, .id = "vanished", .meaning = "vanished while being read", .isLoss = false},
+    CauseRow{.cause = UnreadableCause::otherDevice, .id = "otherDevice", .meaning = "on another device, not entered", .isLoss = false},
+    CauseRow{.cause = UnreadableCause::loop, .id = "loop", .meaning = "links that loop", .isLoss = true},
+    CauseRow{.cause = UnreadableCause::other, .id = "other", .meaning = "could not be read", .isLoss = true},
+};
+// clang-format on
+
+constexpr bool rowsFollowTheCauses() {
+  for (std::size_t i = 0; i < kCauses.size(); ++i) {
+    if (static_cast<std::size_t>(kCauses[i].cause) != i) return false;
+  }
+  return kCauses.size() == 5;
+}
+static_assert(rowsFollowTheCauses(), "a cause is its row's number");
+
+}  // namespace
+
+std::uint64_t UnreadSummary::count() const {
+  std::uint64_t sum = 0;
+  for (const Cause& cause : causes) sum += cause.count;
+  return sum;
+}
+
+bool UnreadSummary::isIncomplete() const {
+  for (std::size_t i = 0; i < causes.size(); ++i) {
+    if (kCauses[i].isLoss && causes[i].count > 0) return true;
+  }
+  return false;
+}
+
+UnreadSummary unreadSummary(const ReadReport& report) {
+  UnreadSummary summary{.causes = {}, .items = report.items()};
+  std::sort(summary.items.begin(), summary.items.end(), [](const UnreadableItem& left, const UnreadableItem& right) {
+    return std::tie(left.path, left.cause) < std::tie(right.path, right.cause);
+  });
+  for (const CauseRow& row : kCauses) summary.causes.push_back({row.id, row.meaning, report.count(row.cause)});
+  return summary;
+}
+
+std::string_view causeID(UnreadableCause cause) { return kCauses[static_cast<std::size_t>(cause)].id; }
+
+std::string causeLine(const UnreadSummary::Cause& cause) {
+  return countText(cause.count, "item") + ": " + std::string(cause.meaning);
+}
+
+nlohmann::ordered_json toJSON(const UnreadSummary& summary) {
+  nlohmann::ordered_json counts = nlohmann::ordered_json::object();
+  for (const UnreadSummary::Cause& cause : summary.causes) counts[std::string(cause.id)] = cause.count;
+  nlohmann::ordered_json items = nlohmann::ordered_json::array();
+  for (const UnreadableItem& item : summary.items) {
+    items.push_back({{"path", Text::validUTF8(item.path)},
+                     {"cause", causeID(item.cause)},
+                     {"errno", item.error},
+                     {"name", item.error == 0 ? "" : errnoName(item.error)}});
+  }
+  return {{"count", summary.count()}, {"causes", std::move(counts)}, {"items", std::move(items)}};
+}
+
+}  // namespace quarn

@@ -1,0 +1,342 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+#include "QuarnCore/discovery/KernelExtensionAssociationService.h"
+#include "QuarnModels/AppInspection.h"
+#include "QuarnModels/RemovalPlan.h"
+#include "QuarnModels/Storage.h"
+#include "quarn/wire/ProgressRecords.h"
+
+/// How every record stands in JSON: one table a record, one row a member, in the order in which members are written.
+/// The encoder, the decoder and the description of the interface all read these tables.
+namespace quarn::wire {
+
+/// Which values a request may give: any of the type, or only counts from 0 up.
+enum class Range : std::uint8_t { all, counts };
+
+/// A member that is a field of the record.
+template <class Record, class Value>
+struct Member {
+  std::string_view name;
+  Value Record::*field;
+  Value (*make)(const Record&);  ///< makes what a request left out, from the other members; null: it is required
+  Range range;
+};
+
+/// A member that is only written: a text made from the record.
+template <class Record>
+struct Computed {
+  std::string_view name;
+  std::string (*text)(const Record&);
+};
+
+template <class Record, class Value>
+constexpr Member<Record, Value> member(std::string_view name, Value Record::*field) {
+  return {name, field, nullptr, Range::all};
+}
+
+template <class Record, class Value>
+constexpr Member<Record, Value> made(std::string_view name, Value Record::*field, Value (*make)(const Record&)) {
+  return {name, field, make, Range::all};
+}
+
+template <class Record>
+constexpr Member<Record, std::int64_t> bytes(std::string_view name, std::int64_t Record::*field) {
+  return {name, field, nullptr, Range::counts};
+}
+
+/// A record's name and members; specialised for every record. A request may add members of its own to a record, which
+/// are passed over; not to those that say `kRefusesUnknownMembers`, the choices, where a misspelt member must not go
+/// unseen. The tables of the resource files' records only describe them: their own readers and writers know the form.
+template <class Record>
+struct Fields;
+
+inline std::string makeAppID(const AppEntity& app) { return AppEntity::makeID(app.bundleIdentifier, app.bundleURL); }
+inline std::string makeArtifactID(const Artifact& artifact) {
+  return Artifact::makeID(artifact.kind, artifact.scope, artifact.urls);
+}
+
+using Association = KernelExtensionAssociationService::Association;
+inline std::string summaryText(const Association& association) { return association.evidence.summaryText(); }
+inline std::string detailText(const Association& association) { return association.evidence.detailText(); }
+
+// clang-format off
+template <> struct Fields<AppEntity> {
+  static constexpr std::string_view kName = "AppEntity";
+  static constexpr auto kMembers = std::tuple(
+      member("name",             &AppEntity::name),
+      member("bundleIdentifier", &AppEntity::bundleIdentifier),
+      member("bundleURL",        &AppEntity::bundleURL),
+      made("id",                 &AppEntity::id, &makeAppID),
+      member("version",          &AppEntity::version));
+};
+
+template <> struct Fields<SizeInfo> {
+  static constexpr std::string_view kName = "SizeInfo";
+  static constexpr auto kMembers = std::tuple(
+      bytes("allocatedBytes", &SizeInfo::allocatedBytes),
+      bytes("logicalBytes",   &SizeInfo::logicalBytes));
+};
+
+template <> struct Fields<Artifact> {
+  static constexpr std::string_view kName = "Artifact";
+  static constexpr auto kMembers = std::tuple(
+      made("id",            &Artifact::id, &makeArtifactID),
+      member("kind",        &Artifact::kind),
+      member("dataClass",   &Artifact::dataClass),
+      member("scope",       &Artifact::scope),
+      member("urls",        &Artifact::urls),
+      member("size",        &Artifact::size),
+      member("riskLevel",   &Artifact::riskLevel),
+      member("confidence",  &Artifact::confidence),
+      member("title",       &Artifact::title),
+      member("explanation", &Artifact::explanation));
+};
+
+template <> struct Fields<EntitlementsInfo> {
+  static constexpr std::string_view kName = "EntitlementsInfo";
+  static constexpr auto kMembers = std::tuple(
+      member("applicationGroups", &EntitlementsInfo::applicationGroups));
+};
+
+template <> struct Fields<UninstallerCandidate> {
+  static constexpr std::string_view kName = "UninstallerCandidate";
+  static constexpr auto kMembers = std::tuple(
+      member("url",        &UninstallerCandidate::url),
+      member("name",       &UninstallerCandidate::name),
+      member("confidence", &UninstallerCandidate::confidence));
+};
+
+template <> struct Fields<LaunchdEntry> {
+  static constexpr std::string_view kName = "LaunchdEntry";
+  static constexpr auto kMembers = std::tuple(
+      member("label",            &LaunchdEntry::label),
+      member("program",          &LaunchdEntry::program),
+      member("programArguments", &LaunchdEntry::programArguments),
+      member("url",              &LaunchdEntry::url));
+};
+
+template <> struct Fields<ReceiptInfo> {
+  static constexpr std::string_view kName = "ReceiptInfo";
+  static constexpr auto kMembers = std::tuple(
+      member("packageIdentifier", &ReceiptInfo::packageIdentifier),
+      member("files",             &ReceiptInfo::files),
+      member("version",           &ReceiptInfo::version),
+      member("installDate",       &ReceiptInfo::installDate));
+};
+
+template <> struct Fields<KernelExtensionInfo> {
+  static constexpr std::string_view kName = "KernelExtensionInfo";
+  static constexpr auto kMembers = std::tuple(
+      member("name",             &KernelExtensionInfo::name),
+      member("bundleIdentifier", &KernelExtensionInfo::bundleIdentifier),
+      member("url",              &KernelExtensionInfo::url),
+      member("version",          &KernelExtensionInfo::version),
+      member("size",             &KernelExtensionInfo::size));
+};
+
+template <> struct Fields<AppInspection> {
+  static constexpr std::string_view kName = "AppInspection";
+  static constexpr auto kMembers = std::tuple(
+      member("app",          &AppInspection::app),
+      member("uninstallers", &AppInspection::uninstallers),
+      member("artifacts",    &AppInspection::artifacts),
+      member("inspectedAt",  &AppInspection::inspectedAt));
+};
+
+template <> struct Fields<RemovalOperationPreview> {
+  static constexpr std::string_view kName = "RemovalOperationPreview";
+  static constexpr auto kMembers = std::tuple(
+      member("type",          &RemovalOperationPreview::type),
+      member("urls",          &RemovalOperationPreview::urls),
+      member("reversible",    &RemovalOperationPreview::reversible),
+      member("requiresAdmin", &RemovalOperationPreview::requiresAdmin),
+      member("explanation",   &RemovalOperationPreview::explanation));
+};
+
+template <> struct Fields<AppRemovalPlanPreview> {
+  static constexpr std::string_view kName = "AppRemovalPlanPreview";
+  static constexpr auto kMembers = std::tuple(
+      member("mode",                   &AppRemovalPlanPreview::mode),
+      member("app",                    &AppRemovalPlanPreview::app),
+      member("recommendedUninstaller", &AppRemovalPlanPreview::recommendedUninstaller),
+      member("operations",             &AppRemovalPlanPreview::operations),
+      member("notes",                  &AppRemovalPlanPreview::notes),
+      bytes("estimatedBytes",         &AppRemovalPlanPreview::estimatedBytes),
+      member("status",                 &AppRemovalPlanPreview::status));
+};
+
+template <> struct Fields<VolumeInfo> {
+  static constexpr std::string_view kName = "VolumeInfo";
+  static constexpr auto kMembers = std::tuple(
+      member("name",       &VolumeInfo::name),
+      member("url",        &VolumeInfo::url),
+      bytes("totalBytes", &VolumeInfo::totalBytes),
+      bytes("freeBytes",  &VolumeInfo::freeBytes));
+};
+
+template <> struct Fields<StorageCategory> {
+  static constexpr std::string_view kName = "StorageCategory";
+  static constexpr auto kMembers = std::tuple(
+      member("id",   &StorageCategory::id),
+      member("size", &StorageCategory::size));
+};
+
+template <> struct Fields<StorageOverview> {
+  static constexpr std::string_view kName = "StorageOverview";
+  static constexpr auto kMembers = std::tuple(
+      member("volume",     &StorageOverview::volume),
+      member("categories", &StorageOverview::categories));
+};
+
+template <> struct Fields<VendorPathHint> {
+  static constexpr std::string_view kName = "VendorPathHint";
+  static constexpr auto kMembers = std::tuple(
+      member("vendorID",          &VendorPathHint::vendorID),
+      member("vendorName",        &VendorPathHint::vendorName),
+      member("category",          &VendorPathHint::category),
+      member("artifactKind",      &VendorPathHint::artifactKind),
+      member("artifactDataClass", &VendorPathHint::artifactDataClass),
+      member("artifactTitle",     &VendorPathHint::artifactTitle),
+      member("explanation",       &VendorPathHint::explanation),
+      member("riskLevel",         &VendorPathHint::riskLevel),
+      member("path",              &VendorPathHint::path));
+};
+
+template <> struct Fields<TopItem> {
+  static constexpr std::string_view kName = "TopItem";
+  static constexpr auto kMembers = std::tuple(
+      member("url",  &TopItem::url),
+      member("name", &TopItem::name),
+      member("size", &TopItem::size));
+};
+
+template <> struct Fields<CloudStorageSummary> {
+  static constexpr std::string_view kName = "CloudStorageSummary";
+  static constexpr auto kMembers = std::tuple(
+      bytes("localBytes",     &CloudStorageSummary::localBytes),
+      bytes("cloudOnlyBytes", &CloudStorageSummary::cloudOnlyBytes),
+      bytes("allocatedBytes", &CloudStorageSummary::allocatedBytes),
+      bytes("logicalBytes",   &CloudStorageSummary::logicalBytes));
+};
+
+template <> struct Fields<Association> {
+  static constexpr std::string_view kName = "Association";
+  static constexpr auto kMembers = std::tuple(
+      member("appID",    &Association::appID),
+      member("appName",  &Association::appName),
+      member("evidence", &Association::evidence),
+      Computed<Association>{"summaryText", &summaryText},
+      Computed<Association>{"detailText",  &detailText});
+};
+
+template <> struct Fields<VendorProfile> {
+  static constexpr std::string_view kName = "VendorProfile";
+  static constexpr auto kMembers = std::tuple(
+      member("id",          &VendorProfile::id),
+      member("displayName", &VendorProfile::displayName),
+      member("match",       &VendorProfile::match),
+      member("artifacts",   &VendorProfile::artifacts),
+      member("carveOuts",   &VendorProfile::carveOuts));
+};
+
+template <> struct Fields<VendorProfile::Match> {
+  static constexpr std::string_view kName = "VendorProfile.Match";
+  static constexpr auto kMembers = std::tuple(
+      member("bundleIDs",        &VendorProfile::Match::bundleIDs),
+      member("bundleIDPrefixes", &VendorProfile::Match::bundleIDPrefixes),
+      member("nameContains",     &VendorProfile::Match::nameContains));
+};
+
+template <> struct Fields<VendorProfile::ArtifactDefinition> {
+  using Definition = VendorProfile::ArtifactDefinition;
+  static constexpr std::string_view kName = "VendorProfile.ArtifactDefinition";
+  static constexpr auto kMembers = std::tuple(
+      member("kind",        &Definition::kind),
+      member("dataClass",   &Definition::dataClass),
+      member("scope",       &Definition::scope),
+      member("riskLevel",   &Definition::riskLevel),
+      member("confidence",  &Definition::confidence),
+      member("title",       &Definition::title),
+      member("explanation", &Definition::explanation),
+      member("paths",       &Definition::paths));
+};
+
+template <> struct Fields<VendorProfile::CarveOut> {
+  static constexpr std::string_view kName = "VendorProfile.CarveOut";
+  static constexpr auto kMembers = std::tuple(
+      member("title",  &VendorProfile::CarveOut::title),
+      member("paths",  &VendorProfile::CarveOut::paths),
+      member("reason", &VendorProfile::CarveOut::reason));
+};
+
+template <> struct Fields<StorageSignatureRegistry::Signature> {
+  using Signature = StorageSignatureRegistry::Signature;
+  static constexpr std::string_view kName = "StorageSignatureRegistry.Signature";
+  static constexpr auto kMembers = std::tuple(
+      member("category", &Signature::category),
+      member("kind",     &Signature::kind),
+      member("pattern",  &Signature::pattern),
+      member("reason",   &Signature::reason));
+};
+
+template <> struct Fields<StorageSignatureTable> {
+  static constexpr std::string_view kName = "StorageSignatureRegistry";
+  static constexpr auto kMembers = std::tuple(
+      member("version",    &StorageSignatureTable::version),
+      member("signatures", &StorageSignatureTable::signatures));
+};
+
+template <> struct Fields<PhaseProgress> {
+  static constexpr std::string_view kName = "PhaseProgress";
+  static constexpr auto kMembers = std::tuple(
+      member("phase", &PhaseProgress::phase));
+};
+
+template <> struct Fields<TotalsProgress> {
+  static constexpr std::string_view kName = "TotalsProgress";
+  static constexpr auto kMembers = std::tuple(
+      member("totals", &TotalsProgress::totals));
+};
+
+template <> struct Fields<AppInspectionService::Options> {
+  using Options = AppInspectionService::Options;
+  static constexpr std::string_view kName = "AppInspectionService.Options";
+  static constexpr bool kRefusesUnknownMembers = true;
+  static constexpr auto kMembers = std::tuple(
+      member("includeHeuristicSearch",          &Options::includeHeuristicSearch),
+      member("heuristicMaxDepth",               &Options::heuristicMaxDepth),
+      member("heuristicMaxResults",             &Options::heuristicMaxResults),
+      member("includeDocumentsHeuristicSearch", &Options::includeDocumentsHeuristicSearch),
+      member("documentsHeuristicMaxDepth",      &Options::documentsHeuristicMaxDepth),
+      member("documentsHeuristicMaxResults",    &Options::documentsHeuristicMaxResults),
+      member("includeVendorHeuristics",         &Options::includeVendorHeuristics),
+      member("includeSystemArtifacts",          &Options::includeSystemArtifacts),
+      member("includeSystemHeuristicSearch",    &Options::includeSystemHeuristicSearch),
+      member("includeGroupContainers",          &Options::includeGroupContainers),
+      member("includeLaunchd",                  &Options::includeLaunchd),
+      member("includeReceipts",                 &Options::includeReceipts),
+      member("includeKernelExtensions",         &Options::includeKernelExtensions),
+      member("computeArtifactSizes",            &Options::computeArtifactSizes));
+};
+
+template <> struct Fields<ArtifactScanner::Options> {
+  using Options = ArtifactScanner::Options;
+  static constexpr std::string_view kName = "ArtifactScanner.Options";
+  static constexpr bool kRefusesUnknownMembers = true;
+  static constexpr auto kMembers = std::tuple(
+      member("includeHeuristicSearch",       &Options::includeHeuristicSearch),
+      member("heuristicMaxDepth",            &Options::heuristicMaxDepth),
+      member("heuristicMaxResults",          &Options::heuristicMaxResults),
+      member("includeVendorHeuristics",      &Options::includeVendorHeuristics),
+      member("includeSystemArtifacts",       &Options::includeSystemArtifacts),
+      member("includeSystemHeuristicSearch", &Options::includeSystemHeuristicSearch),
+      member("computeSizes",                 &Options::computeSizes));
+};
+// clang-format on
+
+}  // namespace quarn::wire

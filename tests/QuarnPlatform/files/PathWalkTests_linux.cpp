@@ -1,0 +1,110 @@
+#include <cerrno>
+#include <random>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "QuarnPlatform/files/PathWalk.h"
+#include "tests/support/MacVolume.h"
+#include "tests/support/UnprivilegedUser.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class PathWalk : public ::testing::Test {
+ protected:
+  PathWalk() {
+    volume_.text("/a/file", "in a").folder("/a/b").text("/a/b/file", "in b").link("/a/up", "..").link("/a/here", ".");
+    volume_.link("/a/b/root", "/").link("/a/b/out", "../../../../../etc/passwd").link("/a/b/absolute", "/a/file");
+    volume_.link("/a/loop", "loop")
+        .link("/a/dangling", "none")
+        .link("/a/slash", "file/")
+        .link("/a/long", "b/../b/./root/a/b");
+    root_ = FileDescriptor(::open(volume_.root().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  }
+
+  [[nodiscard]] std::optional<WalkedPlace> walk(const std::string& path, Links links = Links::follow) const {
+    return walkBelow(root_.get(), path, links);
+  }
+
+  // Device and inode of what the walk ended at; the errno when it did not end.
+  [[nodiscard]] std::string itemAt(const std::string& path, Links links) const {
+    const std::optional<WalkedPlace> place = walk(path, links);
+    if (!place) return "error " + std::to_string(errno);
+    struct stat status {};
+    const char* name = place->names.empty() ? "." : place->names.back().c_str();
+    if (::fstatat(place->folder.get(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) return "vanished";
+    return std::to_string(status.st_dev) + " " + std::to_string(status.st_ino);
+  }
+
+  // The same as the system itself answers when it is told to stay inside the root.
+  [[nodiscard]] std::string itemBySystem(const std::string& path, Links links) const {
+    try {
+      const ItemFacts facts = volume_.files().requireFacts(FileURL(path), links);
+      return std::to_string(facts.device) + " " + std::to_string(facts.inode);
+    } catch (const FileError& error) {
+      return "error " + std::to_string(error.error());
+    }
+  }
+
+  MacVolume volume_;
+  FileDescriptor root_;
+};
+
+TEST_F(PathWalk, TheNamesAreThoseWithoutLinks) {
+  EXPECT_THAT(walk("/a/b/absolute")->names, ElementsAre("a", "file"));
+  EXPECT_THAT(walk("/a/b/absolute", Links::doNotFollow)->names, ElementsAre("a", "b", "absolute"));
+  EXPECT_THAT(walk("/a/long/file")->names, ElementsAre("a", "b", "file"));
+  EXPECT_THAT(walk("/a/b/root")->names, IsEmpty());
+  EXPECT_THAT(walk("/")->names, IsEmpty());
+  EXPECT_THAT(walk("/a/here/here/b/..")->names, ElementsAre("a"));
+  EXPECT_THAT(walk("/../../a")->names, ElementsAre("a"));
+}
+
+TEST_F(PathWalk, WhatEndsItIsInErrno) {
+  struct Row {
+    const char* path;
+    int error;
+  };
+  // clang-format off
+  constexpr std::array<Row, 7> kRows{{
+      {"/none", ENOENT}, {"/a/none/b", ENOENT}, {"/a/dangling", ENOENT}, {"/a/file/b", ENOTDIR},
+      {"/a/file/..", ENOTDIR}, {"/a/slash", ENOTDIR}, {"/a/loop", ELOOP},
+  }};
+  // clang-format on
+  for (const Row& row : kRows) {
+    EXPECT_FALSE(walk(row.path)) << row.path;
+    EXPECT_EQ(errno, row.error) << row.path;
+  }
+}
+
+TEST_F(PathWalk, AFolderThatMayNotBeSearchedEndsIt) {
+  volume_.mode("/a", 0644);
+  const UnprivilegedUser user;
+  EXPECT_FALSE(walk("/a/b"));
+  EXPECT_EQ(errno, EACCES);
+}
+
+// Random paths over a tree full of links: whatever the system says of a path, kept inside the root, the walk says too.
+TEST_F(PathWalk, AgreesWithTheSystemOnEveryPath) {
+  const std::vector<std::string> names{"a",  "b",    "file", "up",    "here", "root", "out", "absolute",
+                                       "..", "loop", ".",    "slash", "none", "long", "a",   "b"};
+  std::mt19937 random(20'261'120);
+  for (int round = 0; round < 4'000; ++round) {
+    std::string path;
+    const unsigned length = random() % 8 + 1;
+    for (unsigned i = 0; i < length; ++i) path += "/" + names[random() % names.size()];
+    for (const Links links : {Links::follow, Links::doNotFollow}) {
+      EXPECT_EQ(itemAt(path, links), itemBySystem(path, links)) << path;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,20 @@
+#include <gtest/gtest.h>
+
+#include "quarn/terminal/PathText.h"
+
+namespace quarn {
+namespace {
+
+TEST(PathText, TheHomeFolderIsATilde) {
+  const FileURL home("/Users/ann");
+  EXPECT_EQ(pathText(FileURL("/Users/ann/Library/x"), home), "~/Library/x");
+  EXPECT_EQ(pathText(FileURL("/Users/anna/x"), home), "/Users/anna/x");
+  EXPECT_EQ(pathText(FileURL("/Library"), home), "/Library");
+}
+
+TEST(PathText, AHomeThatIsTheWholeVolumeShortensNothing) {
+  EXPECT_EQ(pathText(FileURL("/Library/x"), FileURL("/")), "/Library/x");
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,58 @@
+#include <cerrno>
+
+#include <gtest/gtest.h>
+
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/terminal/UnreadSummary.h"
+
+namespace quarn {
+namespace {
+
+TEST(UnreadSummary, CountsByCauseInTheOrderInWhichCausesAreTold) {
+  ReadReport report;
+  report.add("/a", EACCES);
+  report.add("/b", EPERM);
+  report.add("/c", ENOENT);
+  report.addOtherDevice("/d");
+  report.add("/e", ELOOP);
+  report.add("/f", EIO);
+  const UnreadSummary summary = unreadSummary(report);
+  std::vector<std::string> lines;
+  for (const UnreadSummary::Cause& cause : summary.causes) lines.push_back(causeLine(cause));
+  EXPECT_EQ(lines, (std::vector<std::string>{"2 items: permission denied", "1 item: vanished while being read",
+                                             "1 item: on another device, not entered", "1 item: links that loop",
+                                             "1 item: could not be read"}));
+  EXPECT_EQ(summary.count(), 6U);
+}
+
+TEST(UnreadSummary, OnlyWhatIsOnTheVolumeAndMissingMakesAResultIncomplete) {
+  const std::vector<std::pair<int, bool>> rows{
+      {EACCES, true}, {ENOENT, false}, {EXDEV, false}, {ELOOP, true}, {EIO, true}};
+  for (const auto& [error, isIncomplete] : rows) {
+    ReadReport report;
+    report.add("/a", error);
+    EXPECT_EQ(unreadSummary(report).isIncomplete(), isIncomplete) << error;
+  }
+  EXPECT_FALSE(unreadSummary(ReadReport()).isIncomplete());
+}
+
+TEST(UnreadSummary, ItemsComeByPathWhateverTheOrderOfTheWalk) {
+  ReadReport report;
+  for (const char* path : {"/b", "/c", "/a"}) report.add(path, EACCES);
+  std::string paths;
+  for (const UnreadableItem& item : unreadSummary(report).items) paths += item.path;
+  EXPECT_EQ(paths, "/a/b/c");
+}
+
+TEST(UnreadSummary, JSONHasTheCountsOfEveryCauseAndTheItems) {
+  ReadReport report;
+  report.addOtherDevice("/Volumes/Backup");
+  report.add("/closed\xFF", EACCES);
+  EXPECT_EQ(toJSON(unreadSummary(report)).dump(),
+            R"({"count":2,"causes":{"permission":1,"vanished":0,"otherDevice":1,"loop":0,"other":0},"items":[)"
+            R"({"path":"/Volumes/Backup","cause":"otherDevice","errno":0,"name":""},)"
+            "{\"path\":\"/closed\xEF\xBF\xBD\",\"cause\":\"permission\",\"errno\":13,\"name\":\"EACCES\"}]}");
+}
+
+}  // namespace
+}  // namespace quarn
