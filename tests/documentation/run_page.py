@@ -29,8 +29,8 @@ import sys
 import tempfile
 
 # Pages for reading only.
-PAGES_WITHOUT_BLOCKS = {"CHANGELOG.md", "architecture.md", "decisions.md", "dependencies.md",
-                        "performance.md"}
+PAGES_WITHOUT_BLOCKS = {"CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md", "architecture.md", "decisions.md",
+                        "dependencies.md", "performance.md"}
 
 FENCE = re.compile(r"^```(\S*) ?(.*)$")
 PREPARATION = re.compile(r"^<!-- run: (.*) -->$")
