@@ -19,7 +19,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME quarn)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
-    "what an app left on a Mac's disk, and where the space goes
+    "find what an app left on a Mac disk and where the space goes
 Lists the applications of a mounted Mac volume, finds and explains what
 belongs to each, previews a removal, attributes the disk's space to
 categories and lists the largest items. It deletes nothing.")
