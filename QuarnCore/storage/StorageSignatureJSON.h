@@ -15,7 +15,6 @@ namespace quarn {
 std::optional<StorageSignatureTable> decodeStorageSignatures(std::string_view text, std::string* problem = nullptr);
 
 /// The records as the file has them: keys in field order, an absent reason left out.
-nlohmann::ordered_json encodeSignature(const StorageSignature& signature);
 nlohmann::ordered_json encodeStorageSignatures(const StorageSignatureTable& table);
 
 }  // namespace quarn

@@ -11,8 +11,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "QuarnPlatform/json/JSONDecoder.h"
 #include "quarn/rpc/Transport.h"
-#include "quarn/wire/JSONDecoder.h"
 #include "quarn/wire/RecordJSON.h"
 
 namespace quarn {

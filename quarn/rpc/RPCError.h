@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "QuarnPlatform/base/FileError.h"
-#include "quarn/wire/JSONDecoder.h"
+#include "QuarnPlatform/json/JSONDecoder.h"
 
 namespace quarn {
 

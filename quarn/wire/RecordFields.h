@@ -1,59 +1,19 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <tuple>
 
 #include "QuarnCore/discovery/KernelExtensionAssociationService.h"
 #include "QuarnModels/AppInspection.h"
+#include "QuarnModels/RecordCodec.h"
 #include "QuarnModels/RemovalPlan.h"
 #include "QuarnModels/Storage.h"
 #include "quarn/wire/ProgressRecords.h"
 
-/// How every record stands in JSON: one table a record, one row a member, in the order in which members are written.
-/// The encoder, the decoder and the description of the interface all read these tables.
+/// The members of the records that messages carry and resource files do not. The description of the interface reads
+/// these tables too.
 namespace quarn::wire {
-
-/// Which values a request may give: any of the type, or only counts from 0 up.
-enum class Range : std::uint8_t { all, counts };
-
-/// A member that is a field of the record.
-template <class Record, class Value>
-struct Member {
-  std::string_view name;
-  Value Record::*field;
-  Value (*make)(const Record&);  ///< makes what a request left out, from the other members; null: it is required
-  Range range;
-};
-
-/// A member that is only written: a text made from the record.
-template <class Record>
-struct Computed {
-  std::string_view name;
-  std::string (*text)(const Record&);
-};
-
-template <class Record, class Value>
-constexpr Member<Record, Value> member(std::string_view name, Value Record::*field) {
-  return {name, field, nullptr, Range::all};
-}
-
-template <class Record, class Value>
-constexpr Member<Record, Value> made(std::string_view name, Value Record::*field, Value (*make)(const Record&)) {
-  return {name, field, make, Range::all};
-}
-
-template <class Record>
-constexpr Member<Record, std::int64_t> bytes(std::string_view name, std::int64_t Record::*field) {
-  return {name, field, nullptr, Range::counts};
-}
-
-/// A record's name and members; specialised for every record. A request may add members of its own to a record, which
-/// are passed over; not to those that say `kRefusesUnknownMembers`, the choices, where a misspelt member must not go
-/// unseen. The tables of the resource files' records only describe them: their own readers and writers know the form.
-template <class Record>
-struct Fields;
 
 inline std::string makeAppID(const AppEntity& app) { return AppEntity::makeID(app.bundleIdentifier, app.bundleURL); }
 inline std::string makeArtifactID(const Artifact& artifact) {
@@ -232,63 +192,6 @@ template <> struct Fields<Association> {
       member("evidence", &Association::evidence),
       Computed<Association>{"summaryText", &summaryText},
       Computed<Association>{"detailText",  &detailText});
-};
-
-template <> struct Fields<VendorProfile> {
-  static constexpr std::string_view kName = "VendorProfile";
-  static constexpr auto kMembers = std::tuple(
-      member("id",          &VendorProfile::id),
-      member("displayName", &VendorProfile::displayName),
-      member("match",       &VendorProfile::match),
-      member("artifacts",   &VendorProfile::artifacts),
-      member("carveOuts",   &VendorProfile::carveOuts));
-};
-
-template <> struct Fields<VendorProfile::Match> {
-  static constexpr std::string_view kName = "VendorProfile.Match";
-  static constexpr auto kMembers = std::tuple(
-      member("bundleIDs",        &VendorProfile::Match::bundleIDs),
-      member("bundleIDPrefixes", &VendorProfile::Match::bundleIDPrefixes),
-      member("nameContains",     &VendorProfile::Match::nameContains));
-};
-
-template <> struct Fields<VendorProfile::ArtifactDefinition> {
-  using Definition = VendorProfile::ArtifactDefinition;
-  static constexpr std::string_view kName = "VendorProfile.ArtifactDefinition";
-  static constexpr auto kMembers = std::tuple(
-      member("kind",        &Definition::kind),
-      member("dataClass",   &Definition::dataClass),
-      member("scope",       &Definition::scope),
-      member("riskLevel",   &Definition::riskLevel),
-      member("confidence",  &Definition::confidence),
-      member("title",       &Definition::title),
-      member("explanation", &Definition::explanation),
-      member("paths",       &Definition::paths));
-};
-
-template <> struct Fields<VendorProfile::CarveOut> {
-  static constexpr std::string_view kName = "VendorProfile.CarveOut";
-  static constexpr auto kMembers = std::tuple(
-      member("title",  &VendorProfile::CarveOut::title),
-      member("paths",  &VendorProfile::CarveOut::paths),
-      member("reason", &VendorProfile::CarveOut::reason));
-};
-
-template <> struct Fields<StorageSignatureRegistry::Signature> {
-  using Signature = StorageSignatureRegistry::Signature;
-  static constexpr std::string_view kName = "StorageSignatureRegistry.Signature";
-  static constexpr auto kMembers = std::tuple(
-      member("category", &Signature::category),
-      member("kind",     &Signature::kind),
-      member("pattern",  &Signature::pattern),
-      member("reason",   &Signature::reason));
-};
-
-template <> struct Fields<StorageSignatureTable> {
-  static constexpr std::string_view kName = "StorageSignatureRegistry";
-  static constexpr auto kMembers = std::tuple(
-      member("version",    &StorageSignatureTable::version),
-      member("signatures", &StorageSignatureTable::signatures));
 };
 
 template <> struct Fields<PhaseProgress> {

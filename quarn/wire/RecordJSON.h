@@ -6,8 +6,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "QuarnPlatform/json/JSONDecoder.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
-#include "quarn/wire/JSONDecoder.h"
 
 /// Every record of the library as JSON, in the form of docs/rpc.md: members in the records' order, file URLs as
 /// "file://…", dates as "2026-11-20T21:23:05Z", enumerations by their raw strings, byte counts as integers, absent

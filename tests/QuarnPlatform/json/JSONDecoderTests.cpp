@@ -2,8 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include "QuarnPlatform/json/JSONDecoder.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
-#include "quarn/wire/JSONDecoder.h"
 
 namespace quarn {
 namespace {

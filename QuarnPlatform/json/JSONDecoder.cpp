@@ -1,4 +1,4 @@
-#include "quarn/wire/JSONDecoder.h"
+#include "QuarnPlatform/json/JSONDecoder.h"
 
 #include <algorithm>
 #include <optional>

@@ -1,0 +1,291 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "QuarnModels/Date.h"
+#include "QuarnModels/RawValue.h"
+#include "QuarnPlatform/json/JSON.h"
+#include "QuarnPlatform/json/JSONDecoder.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/paths/FileURL.h"
+#include "QuarnPlatform/text/Text.h"
+
+/// How records are written as JSON and read from it: in resource files and in messages alike. Each record has one
+/// table, `Fields<Record>`, with one row per member in the order in which members are written; `Codec<Record>` encodes,
+/// decodes and names it from that table. This header includes the whole JSON library: include it in sources and in
+/// other headers of this kind only.
+namespace quarn::wire {
+
+/// Which values a request may give: any of the type, or only counts from 0 up.
+enum class Range : std::uint8_t { all, counts };
+
+/// A member that is a field of the record.
+template <class Record, class Value>
+struct Member {
+  std::string_view name;
+  Value Record::*field;
+  Value (*make)(const Record&);  ///< makes what a request left out, from the other members; null: it is required
+  Range range;
+};
+
+/// A member that is only written: a text made from the record.
+template <class Record>
+struct Computed {
+  std::string_view name;
+  std::string (*text)(const Record&);
+};
+
+template <class Record, class Value>
+constexpr Member<Record, Value> member(std::string_view name, Value Record::*field) {
+  return {name, field, nullptr, Range::all};
+}
+
+template <class Record, class Value>
+constexpr Member<Record, Value> made(std::string_view name, Value Record::*field, Value (*make)(const Record&)) {
+  return {name, field, make, Range::all};
+}
+
+template <class Record>
+constexpr Member<Record, std::int64_t> bytes(std::string_view name, std::int64_t Record::*field) {
+  return {name, field, nullptr, Range::counts};
+}
+
+/// A record's name and members; specialised for each record. Optional members of the specialisation:
+/// `kRefusesUnknownMembers`: decoding refuses members that the table does not have. Without it they are ignored.
+/// `kOmitsAbsentMembers`: encoding leaves absent values out. Without it they are written as null.
+template <class Record>
+struct Fields;
+
+/// The name of an enumeration in descriptions; specialised where an enumeration is described.
+template <class Enumeration>
+constexpr std::string_view kEnumerationName;
+
+using nlohmann::ordered_json;
+
+inline ordered_json text(std::string_view bytes) { return Text::validUTF8(bytes); }
+
+/// Adds a member that the object does not have yet. The JSON library's own insertion searches all members first.
+inline void append(ordered_json& object, std::string key, ordered_json value) {
+  object.get_ref<ordered_json::object_t&>().emplace_back(std::move(key), std::move(value));
+}
+
+/// Encodes, decodes and names the values of one type.
+template <class Value>
+struct Codec;
+
+template <>
+struct Codec<bool> {
+  static std::string name() { return "boolean"; }
+  static ordered_json encode(bool value) { return value; }
+  static bool decode(const JSONDecoder& value) { return value.boolean(); }
+};
+
+template <>
+struct Codec<std::int64_t> {
+  static std::string name() { return "integer"; }
+  static ordered_json encode(std::int64_t value) { return value; }
+  static std::int64_t decode(const JSONDecoder& value) { return value.integer(); }
+};
+
+template <>
+struct Codec<double> {
+  static std::string name() { return "number"; }
+  static ordered_json encode(double value) { return value; }
+  static double decode(const JSONDecoder& value) { return value.number(); }
+};
+
+template <>
+struct Codec<std::string> {
+  static std::string name() { return "string"; }
+  static ordered_json encode(const std::string& value) { return text(value); }
+  static std::string decode(const JSONDecoder& value) { return value.text(); }
+};
+
+template <>
+struct Codec<FileURL> {
+  static std::string name() { return "URL"; }
+  static ordered_json encode(const FileURL& value) { return value.string(); }
+  static FileURL decode(const JSONDecoder& value) {
+    std::optional<FileURL> url = FileURL::parse(value.text());
+    if (!url) value.fail("not a file URL or an absolute path");
+    return *std::move(url);
+  }
+};
+
+template <>
+struct Codec<Date> {
+  static std::string name() { return "date"; }
+  static ordered_json encode(Date value) { return toISO8601(value); }
+  static Date decode(const JSONDecoder& value) {
+    const std::optional<Date> date = dateFromISO8601(value.text());
+    if (!date) value.fail("not a date of the form 2026-11-20T21:23:05Z");
+    return *date;
+  }
+};
+
+template <class Enumeration>
+requires std::is_enum_v<Enumeration>
+struct Codec<Enumeration> {
+  static std::string name() { return std::string(kEnumerationName<Enumeration>); }
+  static ordered_json encode(Enumeration value) { return std::string(rawValue(value)); }
+  static Enumeration decode(const JSONDecoder& value) {
+    const std::optional<Enumeration> known = fromRawValue<Enumeration>(value.text());
+    if (!known) value.fail("not one of " + choices());
+    return *known;
+  }
+  static std::string choices() {
+    std::string list;
+    for (const std::string_view choice : RawValues<Enumeration>::kStrings) {
+      if (!list.empty()) list += ", ";
+      list += choice;
+    }
+    return list;
+  }
+};
+
+template <class Element>
+struct Codec<std::vector<Element>> {
+  static std::string name() { return "[" + Codec<Element>::name() + "]"; }
+  static ordered_json encode(const std::vector<Element>& value) {
+    ordered_json array = ordered_json::array();
+    for (const Element& element : value) array.push_back(Codec<Element>::encode(element));
+    return array;
+  }
+  static std::vector<Element> decode(const JSONDecoder& value) {
+    std::vector<Element> elements;
+    elements.reserve(value.count());
+    for (std::size_t index = 0; index < value.count(); ++index) {
+      elements.push_back(Codec<Element>::decode(value.element(index)));
+    }
+    return elements;
+  }
+};
+
+template <class Value>
+struct Codec<std::optional<Value>> {
+  static std::string name() { return Codec<Value>::name() + "?"; }
+  static ordered_json encode(const std::optional<Value>& value) {
+    return value ? Codec<Value>::encode(*value) : ordered_json();
+  }
+  static std::optional<Value> decode(const JSONDecoder& value) {
+    return value.isAbsent() ? std::nullopt : std::optional(Codec<Value>::decode(value));
+  }
+};
+
+template <class Value, class Less>
+struct Codec<std::map<std::string, Value, Less>> {
+  static std::string name() { return "{string: " + Codec<Value>::name() + "}"; }
+  static ordered_json encode(const std::map<std::string, Value, Less>& value) {
+    // Keys that differ only in bad bytes become one text: the first of them stands, for a key may not be there twice.
+    std::map<std::string, const Value*> readable;
+    for (const auto& [key, item] : value) readable.emplace(Text::validUTF8(key), &item);
+    ordered_json object = ordered_json::object();
+    for (const auto& [key, item] : readable) append(object, key, Codec<Value>::encode(*item));
+    return object;
+  }
+};
+
+template <class Value>
+constexpr bool kIsOptional = false;
+template <class Value>
+constexpr bool kIsOptional<std::optional<Value>> = true;
+
+template <class Record>
+concept OmitsAbsentMembers = requires {
+  Fields<Record>::kOmitsAbsentMembers;
+};
+
+template <class Record, class Value>
+void encodeMember(ordered_json& object, const Record& record, const Member<Record, Value>& member) {
+  if constexpr (OmitsAbsentMembers<Record> && kIsOptional<Value>) {
+    if (!(record.*member.field)) return;
+  }
+  append(object, std::string(member.name), Codec<Value>::encode(record.*member.field));
+}
+
+template <class Record>
+void encodeMember(ordered_json& object, const Record& record, const Computed<Record>& member) {
+  append(object, std::string(member.name), text(member.text(record)));
+}
+
+template <class Record, class Value>
+void decodeMember(const JSONDecoder& object, Record& record, const Member<Record, Value>& member) {
+  const JSONDecoder value = object.member(member.name);
+  if (member.make != nullptr && value.isAbsent()) return;
+  record.*member.field = Codec<Value>::decode(value);
+  if constexpr (std::same_as<Value, std::int64_t>) {
+    if (member.range == Range::counts && record.*member.field < 0) value.fail("negative");
+  }
+}
+
+template <class Record>
+void decodeMember(const JSONDecoder& /*object*/, Record& /*record*/, const Computed<Record>& /*member*/) {}
+
+/// Makes a member that the request left out, now that the others are there.
+template <class Record, class Value>
+void makeMember(const JSONDecoder& object, Record& record, const Member<Record, Value>& member) {
+  if (member.make != nullptr && object.member(member.name).isAbsent()) record.*member.field = member.make(record);
+}
+
+template <class Record>
+void makeMember(const JSONDecoder& /*object*/, Record& /*record*/, const Computed<Record>& /*member*/) {}
+
+template <class Record>
+concept DescribedByFields = requires {
+  Fields<Record>::kMembers;
+};
+
+template <class Record>
+concept RefusesUnknownMembers = requires {
+  Fields<Record>::kRefusesUnknownMembers;
+};
+
+template <DescribedByFields Record>
+struct Codec<Record> {
+  static std::string name() { return std::string(Fields<Record>::kName); }
+
+  static ordered_json encode(const Record& record) {
+    ordered_json object = ordered_json::object();
+    std::apply([&](const auto&... members) { (encodeMember(object, record, members), ...); }, Fields<Record>::kMembers);
+    return object;
+  }
+
+  static Record decode(const JSONDecoder& value) {
+    Record record{};
+    if constexpr (RefusesUnknownMembers<Record>) value.refuseUnknownMembers(names());
+    std::apply([&](const auto&... members) { (decodeMember(value, record, members), ...); }, Fields<Record>::kMembers);
+    std::apply([&](const auto&... members) { (makeMember(value, record, members), ...); }, Fields<Record>::kMembers);
+    return record;
+  }
+
+  static std::vector<std::string_view> names() {
+    return std::apply([](const auto&... members) { return std::vector{members.name...}; }, Fields<Record>::kMembers);
+  }
+};
+
+/// Decodes the text of a resource file that holds one record. Absent when the text is not strict JSON or any member is
+/// missing or wrong; then `problem`, when given, says what: "artifacts[2].kind: not one of …".
+template <class Record>
+std::optional<Record> decodeFile(std::string_view text, std::string* problem) {
+  std::string found;
+  if (const std::optional<nlohmann::json> value = parseJSON(text, &found)) {
+    try {
+      return Codec<Record>::decode(JSONDecoder(*value));
+    } catch (const DecodingError& error) {
+      found = error.what();
+    }
+  }
+  if (problem != nullptr) *problem = found;
+  return std::nullopt;
+}
+
+}  // namespace quarn::wire
