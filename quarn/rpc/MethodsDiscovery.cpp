@@ -1,6 +1,9 @@
 #include "quarn/rpc/Methods.h"
 
-namespace quarn::handlers {
+namespace quarn {
+namespace {
+
+using Association = KernelExtensionAssociationService::Association;
 
 std::vector<Artifact> scanArtifacts(const Context& context, const AppEntity& app, const EntitlementsInfo& entitlements,
                                     const ArtifactScanner::Options& options) {
@@ -55,4 +58,24 @@ std::string kernelExtensionArtifactID(const Context& context, const FileURL& url
   return context.services.kernelExtensionAssociation().artifactID(url);
 }
 
-}  // namespace quarn::handlers
+// clang-format off
+constexpr std::array kMethods{
+    method<&scanArtifacts>("ArtifactScanner.scan", "app", "entitlements", "options"),
+    method<&userHeuristicSearch>("ArtifactScanner.userHeuristicSearch", "app", "maxDepth", "maxResults"),
+    method<&systemHeuristicSearch>("ArtifactScanner.systemHeuristicSearch", "app", "maxDepth", "maxResults"),
+    method<&documentsHeuristicSearch>("ArtifactScanner.documentsHeuristicSearch", "app", "maxDepth", "maxResults"),
+    method<&launchdArtifacts>("ArtifactScanner.launchdArtifacts", "app", "entries"),
+    method<&receiptArtifacts>("ArtifactScanner.receiptArtifacts", "receipts"),
+    method<&kernelExtensionArtifacts>("KernelExtensionAssociationService.kernelExtensionArtifacts", "app", "includeMacOS"),
+    method<&association>("KernelExtensionAssociationService.association", "kernelExtensions", "apps"),
+    method<&associatedApp>("KernelExtensionAssociationService.associatedApp", "kernelExtensions", "apps"),
+    method<&associations>("KernelExtensionAssociationService.associations", "kernelExtensions", "apps"),
+    method<&kernelExtensionArtifactID>("KernelExtensionAssociationService.artifactID", "url"),
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const MethodRow> discoveryMethods() { return kMethods; }
+
+}  // namespace quarn

@@ -1,6 +1,7 @@
 #include "quarn/rpc/Methods.h"
 
-namespace quarn::handlers {
+namespace quarn {
+namespace {
 
 std::vector<TopItem> children(const Context& context, const FolderOrFolders& in, bool allowSlow, bool includeHidden) {
   const auto list = [&](const auto& folders) {
@@ -49,4 +50,19 @@ CloudStorageSummary cloudSummary(const Context& context, const std::vector<FileU
                                                   context.request.cancellation);
 }
 
-}  // namespace quarn::handlers
+// clang-format off
+constexpr std::array kMethods{
+    method<&children>("TopItemsService.children", "in", "allowSlow", "includeHidden"),
+    method<&topChildren>("TopItemsService.topChildren", "in", "limit", "allowSlow", "includeHidden"),
+    method<&topFiles>("TopItemsService.topFiles", "in", "limit", "includeHidden"),
+    method<&sizedItems>("TopItemsService.sizedItems", "urls", "limit", "allowSlow", "includeHidden"),
+    method<&topFilesRecursively>("TopItemsService.topFilesRecursively", "in", "limit", "maxDepth", "maxVisited", "allowSlowForPackages", "includeHidden", "preferAllocatedSize"),
+    method<&cloudSummary>("TopItemsService.cloudSummary", "in", "maxDepth", "maxVisited", "allowSlowForPackages"),
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const MethodRow> folderMethods() { return kMethods; }
+
+}  // namespace quarn

@@ -1,8 +1,8 @@
-
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 
-namespace quarn::handlers {
+namespace quarn {
+namespace {
 
 std::vector<AppEntity> discoverApps(const Context& context) { return context.services.appsService().discoverApps(); }
 
@@ -24,4 +24,17 @@ AppInspection inspectApp(const Context& context, const AppEntity& app, const App
   return context.services.appInspection().inspect(app, options, report);
 }
 
-}  // namespace quarn::handlers
+// clang-format off
+constexpr std::array kMethods{
+    method<&discoverApps>("AppsService.discoverApps"),
+    method<&calculateAppSize>("AppsService.calculateAppSize", "app"),
+    method<&phaseSequence>("AppInspectionService.phaseSequence", "options"),
+    methodWithProgress<&inspectApp, PhaseProgress>("AppInspectionService.inspect", "app", "options", "progress"),
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const MethodRow> inspectionMethods() { return kMethods; }
+
+}  // namespace quarn

@@ -1,6 +1,6 @@
 #include "quarn/rpc/Methods.h"
 
-namespace quarn::handlers {
+namespace quarn {
 namespace {
 
 /// A sum of sizes beyond 64 bits ends the program, because on a disk it cannot be; in a request it can, and there it is
@@ -13,8 +13,6 @@ void requireSumFits(const std::vector<Artifact>& artifacts, const std::string& p
     }
   }
 }
-
-}  // namespace
 
 std::vector<Artifact> defaultSelectedArtifacts(const Context& /*context*/, const AppInspection& inspection,
                                                CleanupMode mode) {
@@ -31,4 +29,15 @@ AppRemovalPlanPreview buildPreview(const Context& context, const AppInspection& 
   return context.services.appRemovalPlanner.buildPreview(inspection, mode, selectedArtifacts);
 }
 
-}  // namespace quarn::handlers
+// clang-format off
+constexpr std::array kMethods{
+    method<&defaultSelectedArtifacts>("AppRemovalPlanner.defaultSelectedArtifacts", "inspection", "mode"),
+    method<&buildPreview>("AppRemovalPlanner.buildPreview", "inspection", "mode", "selectedArtifacts"),
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const MethodRow> planningMethods() { return kMethods; }
+
+}  // namespace quarn

@@ -1,8 +1,8 @@
-
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Methods.h"
 
-namespace quarn::handlers {
+namespace quarn {
+namespace {
 
 StorageSignatureTable signatures(const Context& context) { return context.services.signatureRegistry().table(); }
 
@@ -59,4 +59,26 @@ std::optional<SizeInfo> calculatePreciseSize(const Context& context, StorageCate
   return context.services.storageDashboard().calculatePreciseSize(category, context.request.cancellation);
 }
 
-}  // namespace quarn::handlers
+// clang-format off
+constexpr std::array kMethods{
+    method<&signatures>("StorageSignatureRegistry.signatures"),
+    method<&markerSignatures>("StorageSignatureRegistry.markerSignatures", "category"),
+    method<&packageCategoryByExtension>("StorageSignatureRegistry.packageCategoryByExtension"),
+    method<&categoryRoots>("StorageDashboardService.categoryRoots", "category", "includeDiscovered"),
+    method<&topItemRoots>("StorageDashboardService.topItemRoots", "category", "includeDiscovered"),
+    method<&categoryExclusions>("StorageDashboardService.categoryExclusions", "category"),
+    method<&vendorRoots>("StorageDashboardService.vendorRoots", "category"),
+    method<&vendorHint>("StorageDashboardService.vendorHint", "url", "category"),
+    method<&indexedHint>("VendorPathHintIndex.hint", "url", "category"),
+    method<&indexedRoots>("VendorPathHintIndex.roots", "category"),
+    method<&initialOverview>("StorageDashboardService.initialOverview"),
+    methodWithProgress<&calculatePartitionedCategorySizes, TotalsProgress>("StorageDashboardService.calculatePartitionedCategorySizes", "progress"),
+    method<&calculatePreciseSize>("StorageDashboardService.calculatePreciseSize", "category"),
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const MethodRow> storageMethods() { return kMethods; }
+
+}  // namespace quarn

@@ -1,6 +1,7 @@
 #include "quarn/rpc/Methods.h"
 
-namespace quarn::handlers {
+namespace quarn {
+namespace {
 
 SizeInfo itemSize(const Context& context, const FileURL& at, const std::optional<std::vector<FileURL>>& excluding,
                   bool allowSlow, bool includeHidden) {
@@ -48,4 +49,25 @@ bool isExternal(const Context& context, const FileURL& url) {
 
 FileURL quarantineFolder(const Context& context) { return context.services.quarantineManager.baseURL(); }
 
-}  // namespace quarn::handlers
+// clang-format off
+constexpr std::array kMethods{
+    method<&itemSize>("FileSizeCalculator.itemSize", "at", "excluding", "allowSlow", "includeHidden"),
+    method<&enumeratingDirectorySize>("FileSizeCalculator.enumeratingDirectorySize", "at", "includeHidden"),
+    method<&resourceSize>("FileSizeCalculator.resourceSize", "at"),
+    method<&readEntitlements>("EntitlementsReader.readEntitlements", "forAppAt"),
+    method<&scanLaunchd>("LaunchdScanner.scan"),
+    method<&receiptsMatching>("ReceiptScanner.receiptsMatching", "app"),
+    method<&packageIDs>("ReceiptScanner.packageIDs", "forFileAtPath"),
+    method<&matchesPackage>("ReceiptScanner.matches", "app", "packageID"),
+    method<&installedKernelExtensions>("KernelExtensionService.installedKernelExtensions", "includeMacOS"),
+    method<&systemVolume>("VolumeInfoClient.systemVolume"),
+    method<&isExternal>("VolumeLocationChecker.isExternal", "url"),
+    method<&quarantineFolder>("QuarantineManager.baseURL"),
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const MethodRow> systemMethods() { return kMethods; }
+
+}  // namespace quarn

@@ -2,7 +2,8 @@
 #include "QuarnCore/vendors/VendorPathResolver.h"
 #include "quarn/rpc/Methods.h"
 
-namespace quarn::handlers {
+namespace quarn {
+namespace {
 
 std::vector<VendorProfile> vendorProfiles(const Context& context) {
   return context.services.vendorProfiles().profiles();
@@ -40,4 +41,21 @@ std::vector<UninstallerCandidate> findUninstallers(const Context& context, const
   return context.services.uninstallerDiscovery.findUninstallers(app);
 }
 
-}  // namespace quarn::handlers
+// clang-format off
+constexpr std::array kMethods{
+    method<&vendorProfiles>("VendorProfileRegistry.profiles"),
+    method<&matchingVendorProfiles>("VendorProfileRegistry.matchingProfiles", "app"),
+    method<&vendorArtifacts>("VendorProfileRegistry.artifacts", "app"),
+    method<&resolvePatterns>("VendorPathResolver.resolve", "patterns"),
+    method<&matchesPattern>("VendorPathResolver.matches", "pattern", "text"),
+    method<&deduplicate>("VendorArtifactDeduplicator.deduplicate", "artifacts"),
+    method<&inspectDeeply>("DeepInspectorService.inspect", "app", "existingArtifacts", "entitlements"),
+    method<&findUninstallers>("UninstallerDiscoveryService.findUninstallers", "app"),
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const MethodRow> vendorMethods() { return kMethods; }
+
+}  // namespace quarn

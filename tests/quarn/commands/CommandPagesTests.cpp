@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 
 #include "quarn/commands/Help.h"
+#include "tests/support/GoldenFile.h"
+#include "tests/support/ProjectFolder.h"
 
 // docs/commands is made from the table of commands: QUARN_UPDATE_GOLDEN=1 in the environment writes it.
 
@@ -15,18 +17,9 @@ namespace {
 
 using testing::HasSubstr;
 
-const std::filesystem::path kPages = std::filesystem::path(QUARN_GOLDEN_FOLDER) / "../../../../docs/commands";
+const std::filesystem::path kPages = projectFolder() / "docs/commands";
 
-std::string read(const std::filesystem::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-void compare(const std::string& name, const std::string& page) {
-  const char* update = std::getenv("QUARN_UPDATE_GOLDEN");
-  if (update != nullptr && std::string_view(update) == "1") std::ofstream(kPages / name, std::ios::binary) << page;
-  EXPECT_EQ(read(kPages / name), page) << name << " is not what the table of commands says; `make pages` writes it";
-}
+void compare(const std::string& name, const std::string& page) { EXPECT_TRUE(isGolden(kPages / name, page)); }
 
 TEST(CommandPages, AreWhatTheTableOfCommandsSays) {
   for (const CommandRow& command : commandTable()) compare(std::string(command.name) + ".md", commandPage(command));

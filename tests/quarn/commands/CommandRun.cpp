@@ -2,8 +2,6 @@
 
 #include <array>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 
@@ -153,19 +151,6 @@ const std::string& sampleFolder() {
 CommandRun runOnSample(std::vector<std::string> words, std::string_view input) {
   words.insert(words.begin(), {"--volume", sampleFolder(), "--home", "/Users/ann"});
   return runQuarn(words, input);
-}
-
-std::string differenceFromGolden(std::string_view name, std::string_view text) {
-  const std::string path = std::string(QUARN_GOLDEN_FOLDER) + "/" + std::string(name);
-  const char* update = std::getenv("QUARN_UPDATE_GOLDEN");
-  if (update != nullptr && std::string_view(update) == "1") {
-    std::ofstream(path, std::ios::binary) << text;
-    return {};
-  }
-  std::ifstream file(path, std::ios::binary);
-  const std::string golden{std::istreambuf_iterator<char>(file), {}};
-  if (golden == text) return {};
-  return "differs from " + path + "; it is now:\n" + std::string(text);
 }
 
 }  // namespace quarn

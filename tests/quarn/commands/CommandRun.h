@@ -32,8 +32,4 @@ CommandRun runOnTerminal(const std::string& program, const std::vector<std::stri
 /// The sample volume's folder on the host.
 const std::string& sampleFolder();
 
-/// Compares a text with tests/quarn/commands/golden/NAME; with QUARN_UPDATE_GOLDEN=1 in the environment it writes the
-/// file. Empty when they are alike, else what differs.
-std::string differenceFromGolden(std::string_view name, std::string_view text);
-
 }  // namespace quarn

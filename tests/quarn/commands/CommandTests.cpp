@@ -5,7 +5,9 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/CommandTable.h"
 #include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/GoldenFile.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/ProjectFolder.h"
 #include "tests/support/UnprivilegedUser.h"
 
 namespace quarn {
@@ -563,7 +565,8 @@ TEST(Command, TheOutputsOnTheSampleVolumeAreTheGoldenOnes) {
       {"top.txt", {"top", "--limit", "8"}},
       {"vendors-match.txt", {"vendors", "--match", "Slack"}},
   };
-  for (const auto& [name, words] : cases) EXPECT_EQ(differenceFromGolden(name, runOnSample(words).out), "");
+  const std::filesystem::path folder = projectFolder() / "tests/quarn/commands/golden";
+  for (const auto& [name, words] : cases) EXPECT_TRUE(isGolden(folder / name, runOnSample(words).out));
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "quarn/rpc/Server.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/quarn/rpc/RPCSession.h"
+#include "tests/support/GoldenFile.h"
 #include "tests/support/ProjectFolder.h"
 
 // docs/rpc.md is the contract that shells are written from: its tables are those of the code, and what its
@@ -23,11 +24,6 @@ namespace {
 using nlohmann::ordered_json;
 
 const std::filesystem::path kPage = projectFolder() / "docs/rpc.md";
-
-std::string read() {
-  std::ifstream file(kPage, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 std::string code(const std::string& text) { return "`" + text + "`"; }
 
@@ -120,19 +116,14 @@ std::string withTables(std::string page) {
   return page;
 }
 
-TEST(RPCPage, HoldsTheTablesOfTheInterface) {
-  const std::string page = withTables(read());
-  const char* update = std::getenv("QUARN_UPDATE_GOLDEN");
-  if (update != nullptr && std::string_view(update) == "1") std::ofstream(kPage, std::ios::binary) << page;
-  EXPECT_EQ(read(), page);
-}
+TEST(RPCPage, HoldsTheTablesOfTheInterface) { EXPECT_TRUE(isGolden(kPage, withTables(contentOf(kPage)))); }
 
 // ---- the conversations
 
 /// Lines sent and lines that come back, "> " and "< " before each.
 std::vector<std::string> conversation() {
   std::vector<std::string> lines;
-  std::istringstream page(read());
+  std::istringstream page(contentOf(kPage));
   bool isWithin = false;
   for (std::string line; std::getline(page, line);) {
     if (line.starts_with("```")) {

@@ -16,6 +16,7 @@
 #include "quarn/rpc/Server.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/quarn/rpc/RPCSession.h"
+#include "tests/support/GoldenFile.h"
 #include "tests/support/ProjectFolder.h"
 
 // One file a method: the request and all that is answered to it on the sample volume, with small resources of the
@@ -27,11 +28,6 @@ namespace {
 using nlohmann::ordered_json;
 
 const std::filesystem::path kHere = projectFolder() / "tests/quarn/rpc";
-
-bool isUpdating() {
-  const char* update = std::getenv("QUARN_UPDATE_GOLDEN");
-  return update != nullptr && std::string_view(update) == "1";
-}
 
 // ---- what differs from run to run or from disk to disk
 
@@ -93,21 +89,14 @@ class Golden : public testing::TestWithParam<std::string> {
 
 std::unique_ptr<Services> Golden::services_;
 
-std::string read(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 TEST_P(Golden, AnswersAsTheFileSays) {
   const std::filesystem::path path = kHere / "golden" / (GetParam() + ".json");
-  const std::string text = read(path);
+  const std::string text = contentOf(path);
   ASSERT_FALSE(text.empty()) << "there is no " << path;
   ordered_json golden = ordered_json::parse(text);
   ASSERT_EQ(golden["request"]["method"], GetParam());
   golden["answers"] = answersTo(golden["request"]);
-  const std::string now = golden.dump(2) + "\n";
-  if (isUpdating()) std::ofstream(path, std::ios::binary) << now;
-  EXPECT_EQ(read(path), now);
+  EXPECT_TRUE(isGolden(path, golden.dump(2) + "\n"));
 }
 
 std::vector<std::string> methodNames() {

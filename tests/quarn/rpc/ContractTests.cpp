@@ -1,0 +1,17 @@
+#include <gtest/gtest.h>
+
+#include "quarn/rpc/Server.h"
+#include "tests/support/GoldenFile.h"
+#include "tests/support/ProjectFolder.h"
+
+namespace quarn {
+namespace {
+
+// A change of methods, params, results, records or errors changes what clients may send and get. Whoever makes one sees
+// it here first and rewrites the file knowingly: with QUARN_UPDATE_GOLDEN=1.
+TEST(Contract, TheInterfaceIsTheOneThatTheFileHolds) {
+  EXPECT_TRUE(isGolden(projectFolder() / "tests/quarn/rpc/contract.json", describeInterface() + "\n"));
+}
+
+}  // namespace
+}  // namespace quarn
