@@ -1,14 +1,12 @@
 #include "QuarnSystem/FileSizeCalculator.h"
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/paths/PathTrie.h"
+#include "QuarnPlatform/paths/PrivatePrefix.h"
 #include "QuarnPlatform/walking/TreeSizer.h"
 
 namespace quarn {
@@ -17,25 +15,17 @@ namespace {
 struct Excluded {};
 using Exclusions = PathTrie<Excluded>;
 
-// Standardising takes these prefixes from a path, so a walk that comes from above them meets an excluded item under a
-// name that its standardised path does not have.
-constexpr std::array<std::string_view, 3> kDroppedPrefixes{"/private", "/private/var/automount", "/var/automount"};
-
-bool mayMeetDroppedPrefix(std::string_view root) {
-  return std::any_of(kDroppedPrefixes.begin(), kDroppedPrefixes.end(),
-                     [&](std::string_view prefix) { return path::isInside(prefix, root); });
-}
-
+// A walk that comes from above a prefix that standardising leaves out meets an excluded item under its longer path, so
+// that is excluded too.
 Exclusions compiled(const FileManager& files, std::string_view root, const std::vector<FileURL>& excluding) {
   Exclusions exclusions;
-  const bool mayMeet = mayMeetDroppedPrefix(root);
+  const bool mayMeetPrefix = path::mayHoldPrivatePrefix(root);
   for (const FileURL& url : excluding) {
     const std::string path = files.standardizedPath(url);
     if (path == "/" && root != "/") continue;  // paths are compared as texts, and none goes on with "/" behind it
     exclusions.insert(path, {});
-    if (!mayMeet) continue;
-    for (const std::string_view prefix : kDroppedPrefixes) {
-      const std::string longer = path::join(prefix, path);
+    if (!mayMeetPrefix) continue;
+    for (const std::string& longer : path::withPrivatePrefixes(path)) {
       if (files.standardizedPath(longer) == path) exclusions.insert(longer, {});
     }
   }

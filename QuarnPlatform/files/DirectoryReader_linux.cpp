@@ -9,7 +9,9 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "QuarnPlatform/base/BlockBytes.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
+#include "QuarnPlatform/files/Hidden.h"
 
 namespace quarn {
 namespace {
@@ -18,7 +20,7 @@ constexpr std::size_t kBufferSize = 256u << 10;
 // About four hundred entries: below that handing over costs more than it gives.
 constexpr std::size_t kSmallestShare = 16u << 10;
 constexpr int kLookUpFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-constexpr std::int64_t kBlockSize = 512;
+constexpr std::uint64_t kBlockSize = 512;
 
 FileType typeOf(mode_t mode) {
   if (S_ISREG(mode)) return FileType::regular;
@@ -89,7 +91,7 @@ const DirectoryReader::Entry* DirectoryReader::next() {
     if (isSelfOrParent(text)) continue;
     const std::optional<FileType> type = state_->typeOfRecord(record, name);
     if (!type) continue;
-    state_->entry = {text, *type, text.starts_with('.')};
+    state_->entry = {text, *type, isHidden(text)};
     return &state_->entry;
   }
   return nullptr;
@@ -116,13 +118,13 @@ bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes)
   struct statx status {};
   if (::statx(parent, name, kLookUpFlags, STATX_TYPE | STATX_SIZE | STATX_BLOCKS, &status) != 0) return false;
   constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-  const bool fits = status.stx_size <= kLargest && status.stx_blocks <= kLargest / kBlockSize;
+  const std::optional<std::int64_t> allocated = bytesInBlocks(status.stx_blocks, kBlockSize);
+  const bool fits = status.stx_size <= kLargest && allocated;
   if (!S_ISREG(status.stx_mode) || !fits) {
     errno = fits ? ENOENT : EOVERFLOW;
     return false;
   }
-  sizes = {.allocatedBytes = static_cast<std::int64_t>(status.stx_blocks) * kBlockSize,
-           .logicalBytes = static_cast<std::int64_t>(status.stx_size)};
+  sizes = {.allocatedBytes = *allocated, .logicalBytes = static_cast<std::int64_t>(status.stx_size)};
   return true;
 }
 

@@ -1,7 +1,6 @@
 #include "QuarnPlatform/files/FileManager.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 
 #include "QuarnPlatform/files/DirectoryReader.h"
@@ -9,39 +8,10 @@
 #include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnPlatform/files/Volume.h"
 #include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/paths/PrivatePrefix.h"
 
 namespace quarn {
 namespace {
-
-// clang-format off
-constexpr std::array<std::string_view, 3> kShortenedPrefixes{"/private/var/automount/", "/var/automount/", "/private/"};
-constexpr std::array<std::string_view, 12> kRootFolders{
-    "/Applications", "/Library", "/System", "/Users", "/Volumes", "/bin", "/cores", "/dev", "/opt", "/private", "/sbin", "/usr"};
-// clang-format on
-
-bool isInRootFolder(std::string_view path) {
-  return std::any_of(kRootFolders.begin(), kRootFolders.end(),
-                     [&](std::string_view folder) { return path::isInside(path, folder); });
-}
-
-std::string joined(const std::vector<std::string_view>& names) {
-  std::string result;
-  for (const std::string_view name : names) (result += '/') += name;
-  return result.empty() ? "/" : result;
-}
-
-std::string withoutDots(std::string_view path) {
-  std::vector<std::string_view> kept;
-  for (const std::string_view name : path::names(path)) {
-    if (name == ".") continue;
-    if (name != "..") {
-      kept.push_back(name);
-    } else if (!kept.empty()) {
-      kept.pop_back();
-    }
-  }
-  return joined(kept);
-}
 
 bool hasParentComponent(std::string_view path) {
   const std::vector<std::string_view> names = path::names(path);
@@ -162,7 +132,7 @@ std::vector<DirectoryEntry> FileManager::contentsOfDirectory(const FileURL& url,
   reader.start(folder.get());
   while (reader.readMore()) {
     while (const DirectoryReader::Entry* entry = reader.next()) {
-      if (hidden == HiddenItems::skip && entry->name.starts_with('.')) continue;
+      if (hidden == HiddenItems::skip && entry->hidden) continue;
       found.emplace_back(entry->name, entry->type);
     }
   }
@@ -239,16 +209,12 @@ std::string FileManager::standardizedPath(std::string_view path) const {
   if (hasParentComponent(path)) {
     if (std::optional<std::string> resolved = volume_->resolve(path)) result = std::move(*resolved);
   }
-  return withoutPrivatePrefix(withoutDots(result));
+  return withoutPrivatePrefix(path::withoutDots(result));
 }
 
 std::string FileManager::withoutPrivatePrefix(std::string path) const {
-  for (const std::string_view prefix : kShortenedPrefixes) {
-    if (!path.starts_with(prefix)) continue;
-    std::string shortened = path.substr(prefix.size() - 1);
-    if (!isInRootFolder(shortened) && itemExists(FileURL(shortened))) return shortened;
-    break;
-  }
+  std::optional<std::string> shortened = path::withoutPrivatePrefix(path);
+  if (shortened && itemExists(FileURL(*shortened))) return std::move(*shortened);
   return path;
 }
 

@@ -9,6 +9,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "QuarnPlatform/base/BlockBytes.h"
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/files/PathWalk.h"
 #include "QuarnPlatform/files/Volume.h"
@@ -33,6 +34,14 @@ FileType typeOf(mode_t mode) {
   if (S_ISREG(mode)) return FileType::regular;
   if (S_ISDIR(mode)) return FileType::directory;
   return S_ISLNK(mode) ? FileType::symbolicLink : FileType::other;
+}
+
+// Absent when a damaged or hostile file system reports more than fits.
+std::optional<ByteCounts> sizesOf(const struct stat& status) {
+  constexpr std::uint64_t kBlockSize = 512;
+  const std::optional<std::int64_t> allocated = bytesInBlocks(static_cast<std::uint64_t>(status.st_blocks), kBlockSize);
+  if (!allocated || status.st_size < 0) return std::nullopt;
+  return ByteCounts{.allocatedBytes = *allocated, .logicalBytes = status.st_size};
 }
 
 int openInRoot(int root, const std::string& relativePath, int flags, std::uint64_t furtherRules = 0) {
@@ -102,19 +111,25 @@ std::optional<ItemFacts> Volume::facts(int descriptor) {
   struct stat status {};
   if (::fstat(descriptor, &status) != 0) return std::nullopt;
   const FileType type = typeOf(status.st_mode);
-  return ItemFacts{
-      .type = type,
-      .sizes = type == FileType::regular ? ByteCounts{status.st_blocks * 512, status.st_size} : ByteCounts{},
-      .anyExecuteBit = (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0,
-      .device = status.st_dev,
-      .inode = status.st_ino};
+  const std::optional<ByteCounts> sizes = type == FileType::regular ? sizesOf(status) : ByteCounts{};
+  if (!sizes) {
+    errno = EOVERFLOW;
+    return std::nullopt;
+  }
+  return ItemFacts{.type = type,
+                   .sizes = *sizes,
+                   .anyExecuteBit = (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0,
+                   .device = status.st_dev,
+                   .inode = status.st_ino};
 }
 
 VolumeSpace Volume::space() const {
   struct statvfs status {};
   if (::fstatvfs(root_.get(), &status) != 0) throwFileError("statfs", "/");
-  const auto bytes = [&](fsblkcnt_t blocks) { return static_cast<std::int64_t>(blocks * status.f_frsize); };
-  return {.totalBytes = bytes(status.f_blocks), .freeBytes = bytes(status.f_bavail)};
+  const std::optional<std::int64_t> total = bytesInBlocks(status.f_blocks, status.f_frsize);
+  const std::optional<std::int64_t> free = bytesInBlocks(status.f_bavail, status.f_frsize);
+  if (!total || !free) throwFileError(EOVERFLOW, "statfs", "/");
+  return {.totalBytes = *total, .freeBytes = *free};
 }
 
 std::string Volume::currentHome() {

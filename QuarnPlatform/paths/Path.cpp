@@ -86,6 +86,21 @@ std::string join(std::string_view base, std::string_view component) {
   return result;
 }
 
+std::string withoutDots(std::string_view path) {
+  std::vector<std::string_view> kept;
+  for (const std::string_view name : names(path)) {
+    if (name == ".") continue;
+    if (name != "..") {
+      kept.push_back(name);
+    } else if (!kept.empty()) {
+      kept.pop_back();
+    }
+  }
+  std::string result;
+  for (const std::string_view name : kept) (result += '/') += name;
+  return result.empty() ? "/" : result;
+}
+
 bool isPlain(std::string_view path) {
   return path == "/" || (!path.ends_with('/') && path.find("//") == std::string_view::npos &&
                          path.find("/./") == std::string_view::npos && path.find("/../") == std::string_view::npos &&

@@ -31,6 +31,10 @@ std::string_view parent(std::string_view path);
 /// One "/" at the seam: "/a" + "b", "/a" + "/b" and "/" + "b".
 std::string join(std::string_view base, std::string_view component);
 
+/// The path from the root in plain form, by its text alone: "." removed, ".." together with the name before it; nothing
+/// is above "/". "a/./b" and "/a/x/../b/" give "/a/b", "" gives "/".
+std::string withoutDots(std::string_view path);
+
 /// Whether a path is in plain form: no empty, "." or ".." component, no slash at its end but that of "/".
 bool isPlain(std::string_view path);
 

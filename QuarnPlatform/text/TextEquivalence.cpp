@@ -7,15 +7,17 @@
 
 #include "QuarnPlatform/text/Text.h"
 #include "QuarnPlatform/text/TextCharacters.h"
+#include "QuarnPlatform/text/TextComposition.h"
 #include "QuarnPlatform/text/TextScalars.h"
 
 namespace quarn {
 
 namespace {
 
+constexpr std::size_t kLongest = std::numeric_limits<std::int32_t>::max() / 4;
+
 /// The text's canonical composition (NFC), by which canonically equivalent texts are the same units.
-std::u16string composed(std::string_view text) {
-  constexpr std::size_t kLongest = std::numeric_limits<std::int32_t>::max() / 4;
+std::u16string composedUnits(std::string_view text) {
   std::u16string units = unicode::toUTF16(text.substr(0, kLongest));
   UErrorCode status = U_ZERO_ERROR;
   const UNormalizer2* composer = unorm2_getNFCInstance(&status);
@@ -73,19 +75,30 @@ bool isASCIIPrefix(std::string_view text, std::string_view prefix) {
 
 }  // namespace
 
+std::string composed(std::string_view text) {
+  std::string storage;
+  return std::string(composed(text, storage));
+}
+
+std::string_view composed(std::string_view text, std::string& storage) {
+  if (unicode::isASCII(text) || text.size() > kLongest || Text::validUTF8(text) != text) return text;
+  storage = unicode::toUTF8(composedUnits(text));
+  return storage;
+}
+
 bool Text::equal(std::string_view left, std::string_view right) {
   if (left == right) return true;
   if (unicode::isASCII(left) && unicode::isASCII(right)) return false;
   if (isFarShorter(left, right) || isFarShorter(right, left)) return false;
-  return composed(left) == composed(right);
+  return composedUnits(left) == composedUnits(right);
 }
 
 bool Text::hasPrefix(std::string_view text, std::string_view prefix) {
   if (prefix.empty()) return true;
   if (isFarShorter(text, prefix)) return false;
   if (unicode::isASCII(text) && unicode::isASCII(prefix)) return isASCIIPrefix(text, prefix);
-  const std::u16string whole = composed(text);
-  const std::u16string start = composed(prefix);
+  const std::u16string whole = composedUnits(text);
+  const std::u16string start = composedUnits(prefix);
   return whole.starts_with(start) && unicode::isCharacterBoundary(whole, start.size());
 }
 
@@ -94,7 +107,7 @@ bool Text::contains(std::string_view text, std::string_view part) {
   if (unicode::isASCII(text) && unicode::isASCII(part)) {
     return ::memmem(text.data(), text.size(), part.data(), part.size()) != nullptr;
   }
-  return containsUnmarked(composed(text), composed(part));
+  return containsUnmarked(composedUnits(text), composedUnits(part));
 }
 
 }  // namespace quarn

@@ -92,6 +92,17 @@ std::u16string toUTF16(std::string_view text) {
   return units;
 }
 
+std::string toUTF8(std::u16string_view units) {
+  std::string text;
+  text.reserve(units.size());
+  for (std::size_t at = 0; at < units.size();) {
+    UChar32 scalar = 0;
+    U16_NEXT(units, at, units.size(), scalar);
+    appendUTF8(text, static_cast<char32_t>(scalar));
+  }
+  return text;
+}
+
 bool extendsCharacter(char32_t scalar) {
   if (scalar < kFirstMark || scalar == ScalarReader::kEnd) return false;
   return u_getIntPropertyValue(icu(scalar), UCHAR_GRAPHEME_CLUSTER_BREAK) == U_GCB_EXTEND;

@@ -42,6 +42,9 @@ void appendUTF8(std::string& text, char32_t scalar);
 /// their number.
 std::u16string toUTF16(std::string_view text);
 
+/// The UTF-8 of well-formed UTF-16.
+std::string toUTF8(std::u16string_view units);
+
 /// Whether the scalar extends the character before it (Grapheme_Cluster_Break=Extend: marks, variation selectors, skin
 /// tones, tags, the zero-width non-joiner). False for `ScalarReader::kEnd`.
 bool extendsCharacter(char32_t scalar);

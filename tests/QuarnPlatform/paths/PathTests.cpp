@@ -19,6 +19,14 @@ TEST(Path, ComponentsBeginWithTheRootAndHoldNoEmptyName) {
   EXPECT_THAT(path::components(""), IsEmpty());
 }
 
+TEST(Path, DotsAreRemovedByTheText) {
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {"/a/./b/", "/a/b"}, {"a//b", "/a/b"}, {"/a/x/../b", "/a/b"}, {"/..", "/"},         {"", "/"},
+      {".", "/"},          {"/../a", "/a"},  {"/a/..", "/"},        {"/a/...", "/a/..."}, {"/", "/"},
+  };
+  for (const auto& [path, plain] : rows) EXPECT_EQ(path::withoutDots(path), plain) << path;
+}
+
 TEST(Path, NamesAreTheComponentsWithoutTheRoot) {
   EXPECT_THAT(path::names("/"), IsEmpty());
   EXPECT_THAT(path::names("///"), IsEmpty());
