@@ -2,36 +2,41 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "QuarnModels/AppEntity.h"
-#include "QuarnModels/SystemRecords.h"
-#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnSystem/ReceiptSnapshot.h"
 
 namespace quarn {
 
-/// Reads the installer's receipts. A plain value; a test or a shell may replace the functions. None can fail.
+/// Reads the installer's receipts. A plain value; a test or a shell may replace the function. Nothing can fail.
+///
+/// Whoever has several questions takes one snapshot and asks that: each of the scanner's own operations reads all
+/// receipts again.
 struct ReceiptScanner {
-  /// Every receipt, by package identifier ascending.
-  std::function<std::vector<ReceiptInfo>()> allReceipts;
-  /// The receipts whose package belongs to the app (see `matches`), by package identifier ascending.
-  std::function<std::vector<ReceiptInfo>(const AppEntity& app)> receiptsMatching;
-  /// Identifiers of the packages that list a path, standardised (folders count, the install location too), ascending
-  /// and each once.
-  std::function<std::vector<std::string>(const std::string& forFileAtPath)> packageIDs;
-  /// Whether a package belongs to the app: letter case ignored, its identifier equals the bundle identifier or begins
-  /// with it followed by "."; or its receipt lists the app's bundle or something in it.
-  std::function<bool(const AppEntity& app, const std::string& packageID)> matches;
+  /// The receipts as they are now.
+  std::function<ReceiptSnapshot()> snapshot;
 
-  /// From /private/var/db/receipts, /Library/Apple/System/Library/Receipts and /Library/Receipts, in that order:
-  /// property lists and the bills of materials of the same name, and packages ("X.pkg") of systems before 10.6. A file
-  /// without a package identifier is no receipt; one without a readable bill lists no files. Each call reads each
-  /// receipt's list and bill at most once and keeps nothing.
-  static ReceiptScanner live(FileManager files);
-  /// The same for a piece of work that asks several times, the inspection of an app or of all apps: what is first asked
-  /// for is read once and kept, so that a change meanwhile does not show. Bills beyond a few megabytes in all are read
-  /// again when they are needed again. Safe to use from several threads.
-  static ReceiptScanner snapshot(FileManager files);
+  /// See the functions of the same names in `ReceiptSnapshot`.
+  [[nodiscard]] std::vector<ReceiptInfo> allReceipts() const { return snapshot().allReceipts(); }
+  [[nodiscard]] std::vector<ReceiptInfo> receiptsMatching(const AppEntity& app) const {
+    return snapshot().receiptsMatching(app);
+  }
+  [[nodiscard]] std::vector<std::string> packageIDs(const std::string& forFileAtPath) const {
+    return snapshot().packageIDs(forFileAtPath);
+  }
+  [[nodiscard]] bool matches(const AppEntity& app, const std::string& packageID) const {
+    return snapshot().matches(app, packageID);
+  }
+
+  /// The receipts of a volume, read anew for each snapshot.
+  static ReceiptScanner live(FileManager files) {
+    return {.snapshot = [files = std::move(files)] { return ReceiptSnapshot::of(files); }};
+  }
+  /// Always the same snapshot: for work of several operations, as the inspection of all apps.
+  static ReceiptScanner answering(ReceiptSnapshot receipts) {
+    return {.snapshot = [receipts = std::move(receipts)] { return receipts; }};
+  }
 };
 
 }  // namespace quarn

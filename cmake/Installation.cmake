@@ -32,10 +32,10 @@ quarn_public_headers(
 quarn_public_headers(
   QuarnSystem
   AppDiscoveryClient.h DiagnosticsLogger.h EntitlementsReader.h FileSizeCalculator.h KernelExtensionService.h LaunchdScanner.h
-  ReceiptScanner.h VolumeClients.h)
+  ReceiptScanner.h ReceiptSnapshot.h VolumeClients.h)
 quarn_public_headers(
   QuarnCore
-  discovery/ArtifactScanner.h discovery/KernelExtensionAssociationService.h folders/TopItemsService.h
+  discovery/ArtifactScanner.h discovery/ExtensionEvidence.h discovery/KernelExtensionAssociationService.h folders/TopItemsService.h
   inspection/AppInspectionService.h inspection/AppsService.h planning/AppRemovalPlanner.h storage/StorageDashboardService.h
   storage/StorageSignature.h storage/StorageSignatureRegistry.h storage/VendorPathHintIndex.h vendors/DeepInspectorService.h
   vendors/UninstallerDiscoveryService.h vendors/VendorArtifactDeduplicator.h vendors/VendorPathResolver.h vendors/VendorProfile.h

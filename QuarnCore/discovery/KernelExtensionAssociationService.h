@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "QuarnCore/discovery/ExtensionEvidence.h"
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnModels/Artifact.h"
 #include "QuarnModels/SystemRecords.h"
@@ -16,22 +16,11 @@
 namespace quarn {
 
 /// Ties kernel extensions, whose places say nothing of their owners, to apps by evidence: a vendor profile that names
-/// the extension's path, or an installer receipt that lists it. A plain value; nothing throws.
+/// the extension's path, or an installer receipt that lists it. Each operation reads the receipts once. A plain value;
+/// nothing throws.
 class KernelExtensionAssociationService {
  public:
-  /// Why an extension belongs to an app.
-  struct Evidence {
-    enum class Kind : std::uint8_t { vendorProfile, receipt };
-
-    Kind kind = Kind::vendorProfile;
-    std::string name;  ///< the profile's display name, or the package identifier
-
-    /// "Vendor-Profil" or "Receipt".
-    [[nodiscard]] std::string summaryText() const;
-    /// The summary, ": " and the name.
-    [[nodiscard]] std::string detailText() const;
-    friend bool operator==(const Evidence&, const Evidence&) = default;
-  };
+  using Evidence = ExtensionEvidence;
 
   /// The app that an extension belongs to, and why.
   struct Association {
@@ -50,6 +39,9 @@ class KernelExtensionAssociationService {
 
   /// The app's extensions as artifacts, in the listed order, with the sizes that the listing gives.
   [[nodiscard]] std::vector<Artifact> kernelExtensionArtifacts(const AppEntity& app, bool includeMacOS) const;
+  /// The same for a caller that has read the receipts already.
+  [[nodiscard]] std::vector<Artifact> kernelExtensionArtifacts(const AppEntity& app, bool includeMacOS,
+                                                               const ReceiptSnapshot& receipts) const;
 
   /// Which of the apps an extension belongs to: vendor-profile evidence of any app, in order, before receipt evidence.
   [[nodiscard]] std::optional<Association> association(const KernelExtensionInfo& kernelExtension,

@@ -72,6 +72,9 @@ std::vector<AppInspectionService::Phase> AppInspectionService::phaseSequence(con
 AppInspection AppInspectionService::inspect(const AppEntity& app, const Options& options,
                                             const Progress& progress) const {
   AppInspection inspection{.app = app};
+  // The phases that ask for receipts share one reading.
+  const bool needsReceipts = options.includeReceipts || options.includeKernelExtensions;
+  const ReceiptSnapshot receipts = needsReceipts ? receiptScanner_.snapshot() : ReceiptSnapshot();
   EntitlementsInfo entitlements;
   std::vector<Artifact> artifacts;
   for (const Phase phase : phaseSequence(options)) {
@@ -87,13 +90,11 @@ AppInspection AppInspectionService::inspect(const AppEntity& app, const Options&
                                                                     options.documentsHeuristicMaxResults));
         break;
       case Phase::launchd: append(artifacts, artifactScanner_.launchdArtifacts(app, launchdScanner_.scan())); break;
-      case Phase::receipts:
-        append(artifacts, artifactScanner_.receiptArtifacts(receiptScanner_.receiptsMatching(app)));
-        break;
+      case Phase::receipts: append(artifacts, artifactScanner_.receiptArtifacts(receipts.receiptsMatching(app))); break;
       case Phase::deepInspector: append(artifacts, deepInspector_.inspect(app, artifacts, entitlements)); break;
       case Phase::kernelExtensions:
-        artifacts = withKernelExtensions(
-            std::move(artifacts), kernelExtensionAssociator_.kernelExtensionArtifacts(app, /*includeMacOS=*/false));
+        artifacts = withKernelExtensions(std::move(artifacts), kernelExtensionAssociator_.kernelExtensionArtifacts(
+                                                                   app, /*includeMacOS=*/false, receipts));
         break;
       case Phase::finalize:
         artifacts = merged(std::move(artifacts));

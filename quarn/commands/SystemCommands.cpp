@@ -31,10 +31,10 @@ ExitCode runJobs(CommandContext& context) {
 }
 
 ExitCode runReceipts(CommandContext& context) {
-  const ReceiptScanner& scanner = context.services().receiptScanner;
-  std::vector<ReceiptInfo> receipts = scanner.allReceipts();
+  const ReceiptSnapshot snapshot = context.services().receiptScanner.snapshot();
+  std::vector<ReceiptInfo> receipts = snapshot.allReceipts();
   if (const std::optional<std::string> of = context.arguments().text("--of")) {
-    const std::vector<std::string> ids = scanner.packageIDs(pathArgument(*of, context).path());
+    const std::vector<std::string> ids = snapshot.packageIDs(pathArgument(*of, context).path());
     std::erase_if(receipts, [&](const ReceiptInfo& receipt) {
       return std::find(ids.begin(), ids.end(), receipt.packageIdentifier) == ids.end();
     });

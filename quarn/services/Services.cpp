@@ -35,7 +35,7 @@ Services::Services(FileManager volume, ResourceBundle shippedResources)
       }) {}
 
 AppInspectionService Services::appInspection() const {
-  const ReceiptScanner receipts = ReceiptScanner::snapshot(files);
+  const ReceiptScanner receipts = ReceiptScanner::answering(ReceiptSnapshot::of(files));
   const KernelExtensionService extensions = KernelExtensionService::snapshot(files, fileSizeCalculator);
   return AppInspectionService(
       artifactScanner(), uninstallerDiscovery, entitlementsReader, LaunchdScanner::snapshot(files), receipts,

@@ -3,6 +3,7 @@
 
 #include "QuarnBuilders/BomBuilder.h"
 #include "QuarnModels/Date.h"
+#include "QuarnPlatform/base/Parallel.h"
 #include "QuarnSystem/ReceiptScanner.h"
 #include "tests/support/MacVolume.h"
 
@@ -409,7 +410,7 @@ TEST(ReceiptScanner, ASnapshotAnswersByWhatWasThereWhenItWasFirstAsked) {
   MacVolume volume;
   addReceipt(volume, "com.example.x", {"Applications/X.app/a"});
   addReceipt(volume, "org.other", {"Applications/X.app/b"});
-  const ReceiptScanner snapshot = ReceiptScanner::snapshot(volume.files());
+  const ReceiptSnapshot snapshot = ReceiptSnapshot::of(volume.files());
   const AppEntity x = app("com.example.x");
   const std::vector<ReceiptInfo> first = snapshot.allReceipts();
   EXPECT_EQ(first, scanner(volume).allReceipts());
@@ -423,18 +424,62 @@ TEST(ReceiptScanner, ASnapshotAnswersByWhatWasThereWhenItWasFirstAsked) {
   EXPECT_THAT(identifiers(scanner(volume).allReceipts()), ElementsAre("com.example.x", "com.example.x.more"));
 }
 
-TEST(ReceiptScanner, ASnapshotKeepsBillsOnlyAsLongAsTheyAreFew) {
+TEST(ReceiptScanner, ASnapshotReadsEachBillOnceForAllQuestions) {
   MacVolume volume;
-  BomBuilder big;
-  for (int i = 0; i < 200'000; ++i) big.file("usr/share/folder/file-number-" + std::to_string(i));
-  volume.plist(kReceipts + "big.plist", {{"PackageIdentifier", "big"}}).text(kReceipts + "big.bom", big.bytes());
+  addReceipt(volume, "org.vendor", {"Applications/X.app/a", "Library/Extensions/A.kext/b"});
+  const ReceiptSnapshot snapshot = ReceiptSnapshot::of(volume.files());
+  EXPECT_THAT(snapshot.packageIDs("/Library/Extensions/A.kext"), ElementsAre("org.vendor"));
+  volume.remove(kReceipts + "org.vendor.bom");
+  EXPECT_TRUE(snapshot.matches(app(std::nullopt), "org.vendor"));
+  EXPECT_THAT(snapshot.packageIDs("/Applications/X.app/a"), ElementsAre("org.vendor"));
+  EXPECT_THAT(snapshot.receiptsMatching(app(std::nullopt)), SizeIs(1));
+}
+
+TEST(ReceiptScanner, ASnapshotKeepsBillsOnlyAsLongAsTheyFit) {
+  MacVolume volume;
+  std::vector<std::string> many;
+  for (int i = 0; i < 1'000; ++i) many.push_back("usr/share/folder/file-number-" + std::to_string(i));
+  addReceipt(volume, "big", many);
   addReceipt(volume, "small", {"usr/small"});
-  const ReceiptScanner snapshot = ReceiptScanner::snapshot(volume.files());
+  const ReceiptSnapshot snapshot = ReceiptSnapshot::of(volume.files(), /*mostBillBytes=*/10'000);
   EXPECT_THAT(snapshot.packageIDs("/usr/share/folder/file-number-7"), ElementsAre("big"));
   EXPECT_THAT(snapshot.packageIDs("/usr/small"), ElementsAre("small"));
   volume.remove(kReceipts + "big.bom").remove(kReceipts + "small.bom");
   EXPECT_THAT(snapshot.packageIDs("/usr/share/folder/file-number-7"), IsEmpty());
   EXPECT_THAT(snapshot.packageIDs("/usr/small"), ElementsAre("small"));
+}
+
+TEST(ReceiptScanner, EachQuestionOfALiveScannerReadsAnew) {
+  MacVolume volume;
+  const ReceiptScanner live = scanner(volume);
+  EXPECT_THAT(live.allReceipts(), IsEmpty());
+  addReceipt(volume, "p", {"usr/x"});
+  EXPECT_THAT(identifiers(live.allReceipts()), ElementsAre("p"));
+  EXPECT_THAT(live.packageIDs("/usr/x"), ElementsAre("p"));
+}
+
+TEST(ReceiptScanner, AnAnsweringScannerReadsNothingAnew) {
+  MacVolume volume;
+  addReceipt(volume, "p", {"usr/x"});
+  const ReceiptScanner answering = ReceiptScanner::answering(ReceiptSnapshot::of(volume.files()));
+  EXPECT_THAT(identifiers(answering.allReceipts()), ElementsAre("p"));
+  volume.remove(kReceipts + "p.plist").remove(kReceipts + "p.bom");
+  EXPECT_THAT(identifiers(answering.allReceipts()), ElementsAre("p"));
+  EXPECT_THAT(answering.packageIDs("/usr/x"), ElementsAre("p"));
+}
+
+TEST(ReceiptScanner, ASnapshotAnswersSeveralThreadsAtOnce) {
+  MacVolume volume;
+  for (int i = 0; i < 20; ++i) {
+    const std::string number = std::to_string(i);
+    addReceipt(volume, "p" + number, {"usr/shared", "usr/" + number});
+  }
+  const ReceiptSnapshot snapshot = ReceiptSnapshot::of(volume.files(), /*mostBillBytes=*/200);
+  inParallel(40, [&](std::size_t i) {
+    const std::string number = std::to_string(i % 20);
+    EXPECT_THAT(snapshot.packageIDs("/usr/" + number), ElementsAre("p" + number));
+    EXPECT_THAT(snapshot.packageIDs("/usr/shared"), SizeIs(20));
+  });
 }
 
 }  // namespace

@@ -128,6 +128,37 @@ TEST(KernelExtensionAssociation, ManyAreKeyedByTheExtensionsPath) {
                           Pair(kSecond, byReceipt(world.secondApp(), "com.second.pkg"))));
 }
 
+TEST(KernelExtensionAssociation, AnOperationReadsTheReceiptsOnceHoweverManyExtensionsAndAppsItHas) {
+  KernelExtensionWorld world;
+  std::vector<KernelExtensionInfo> extensions;
+  std::vector<AppEntity> apps(5, world.app());
+  for (int i = 0; i < 5; ++i) {
+    apps.push_back(world.secondApp());
+    extensions.push_back(world.install("/Library/Extensions/" + std::to_string(i) + ".kext"));
+    world.receipt("org.other." + std::to_string(i), extensions.back().url.path());
+  }
+  const Service service = world.service();
+  (void)service.associations(extensions, apps);
+  EXPECT_EQ(world.readings(), 1);
+  (void)service.association(extensions, apps);
+  EXPECT_EQ(world.readings(), 2);
+  (void)service.associatedApp(extensions, apps);
+  EXPECT_EQ(world.readings(), 3);
+  (void)service.kernelExtensionArtifacts(world.app(), false);
+  EXPECT_EQ(world.readings(), 4);
+}
+
+TEST(KernelExtensionScope, WithTheRootAsHomeOnlyTheRootIsTheUsers) {
+  const MacVolume volume("/");
+  const Service service(VendorProfileRegistry(), {}, {}, FileURL("/"), volume.files());
+  for (const auto& [path, scope] :
+       {std::pair("/Library/Extensions/A.kext", ArtifactScope::system), std::pair("/", ArtifactScope::user)}) {
+    EXPECT_EQ(service.artifactID(FileURL(path)),
+              Artifact::makeID(ArtifactKind::kernelExtension, scope, {FileURL(path)}))
+        << path;
+  }
+}
+
 TEST(KernelExtensionScope, IsTheUsersInTheHomeFolderByComponents) {
   const std::vector<std::pair<std::string, ArtifactScope>> rows{
       {"/Users/ann", ArtifactScope::user},

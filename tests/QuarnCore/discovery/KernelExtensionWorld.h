@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,9 @@ class KernelExtensionWorld {
   [[nodiscard]] static AppEntity app() { return entity("Example", "com.example.App"); }
   [[nodiscard]] static AppEntity secondApp() { return entity("Second", "com.second.App"); }
 
+  /// How often the receipts were read.
+  [[nodiscard]] int readings() const { return *readings_; }
+
   [[nodiscard]] KernelExtensionAssociationService service() const {
     return {VendorProfileRegistry(profiles_), receiptScanner(), extensionService(), FileURL(volume_.home()),
             volume_.files()};
@@ -58,16 +62,20 @@ class KernelExtensionWorld {
   }
 
   [[nodiscard]] ReceiptScanner receiptScanner() const {
-    return {.packageIDs =
-                [receipts = receipts_](const std::string& path) {
-                  const auto found = receipts.find(path);
-                  return found == receipts.end() ? std::vector<std::string>() : found->second;
-                },
-            .matches =
-                [](const AppEntity& app, const std::string& packageID) {
-                  const std::string vendor = app.bundleIdentifier->substr(0, app.bundleIdentifier->rfind('.') + 1);
-                  return packageID.starts_with(vendor);
-                }};
+    ReceiptSnapshot snapshot{.packageIDs =
+                                 [receipts = receipts_](const std::string& path) {
+                                   const auto found = receipts.find(path);
+                                   return found == receipts.end() ? std::vector<std::string>() : found->second;
+                                 },
+                             .matches =
+                                 [](const AppEntity& app, const std::string& packageID) {
+                                   const std::size_t dot = app.bundleIdentifier->rfind('.');
+                                   return packageID.starts_with(app.bundleIdentifier->substr(0, dot + 1));
+                                 }};
+    return {.snapshot = [snapshot = std::move(snapshot), readings = readings_] {
+      ++*readings;
+      return snapshot;
+    }};
   }
 
   [[nodiscard]] KernelExtensionService extensionService() const {
@@ -79,6 +87,7 @@ class KernelExtensionWorld {
   }
 
   MacVolume volume_;
+  std::shared_ptr<int> readings_ = std::make_shared<int>(0);
   std::vector<VendorProfile> profiles_;
   std::map<std::string, std::vector<std::string>> receipts_;
   std::vector<KernelExtensionInfo> installed_;

@@ -128,6 +128,16 @@ TEST(InspectionPhases, APhaseIsReportedJustBeforeItsWork) {
                                   "kernelExtensions", "extensions", "finalize"));
 }
 
+TEST(InspectionPhases, AllPhasesShareOneReadingOfTheReceipts) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app").folder("/Library/Extensions/A.kext").folder("/Library/Extensions/B.kext");
+  Inspector inspector(volume);
+  int readings = 0;
+  inspector.receiptsAreRead = [&] { ++readings; };
+  (void)inspector.service().inspect(exampleApp(), inspectionOptions(true));
+  EXPECT_EQ(readings, 1);
+}
+
 TEST(InspectionPhases, ASwitchedOffPhaseDoesNoWork) {
   const MacVolume volume;
   Inspector inspector(volume);
@@ -139,10 +149,7 @@ TEST(InspectionPhases, ASwitchedOffPhaseDoesNoWork) {
     ADD_FAILURE() << "jobs were listed";
     return {};
   };
-  inspector.receipts.receiptsMatching = [](const AppEntity&) -> std::vector<ReceiptInfo> {
-    ADD_FAILURE() << "receipts were read";
-    return {};
-  };
+  inspector.receiptsAreRead = [] { ADD_FAILURE() << "receipts were read"; };
   inspector.extensions.installedKernelExtensions = [](bool) -> std::vector<KernelExtensionInfo> {
     ADD_FAILURE() << "extensions were listed";
     return {};

@@ -16,18 +16,22 @@ struct Inspector {
         sizes(FileSizeCalculator::live(files)),
         entitlements(EntitlementsReader::live(files)),
         launchd(LaunchdScanner::live(files)),
-        receipts(ReceiptScanner::live(files)),
+        receipts(ReceiptSnapshot::of(files)),
         extensions(KernelExtensionService::live(files, sizes)) {}
 
   [[nodiscard]] AppInspectionService service() const {
     const VendorProfileRegistry registry(profiles);
+    const ReceiptScanner scanner{.snapshot = [*this] {
+      if (receiptsAreRead) receiptsAreRead();
+      return receipts;
+    }};
     return {ArtifactScanner(sizes, files),
             UninstallerDiscoveryService(files),
             entitlements,
             launchd,
-            receipts,
+            scanner,
             DeepInspectorService(registry, files),
-            KernelExtensionAssociationService(registry, receipts, extensions, files.homeDirectory(), files),
+            KernelExtensionAssociationService(registry, scanner, extensions, files.homeDirectory(), files),
             sizes,
             files};
   }
@@ -36,7 +40,8 @@ struct Inspector {
   FileSizeCalculator sizes;
   EntitlementsReader entitlements;
   LaunchdScanner launchd;
-  ReceiptScanner receipts;
+  ReceiptSnapshot receipts;
+  std::function<void()> receiptsAreRead;  ///< called for each reading
   KernelExtensionService extensions;
   std::vector<VendorProfile> profiles;
 };

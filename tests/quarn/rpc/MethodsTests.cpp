@@ -323,10 +323,10 @@ TEST_F(Methods, ThePartitionedScanReportsItsTotalsOnlyWhenAsked) {
 
 TEST_F(Methods, AReceiptsPathMayAlsoBeAFileURL) {
   std::vector<std::string> asked;
-  services_.receiptScanner.packageIDs = [&](const std::string& path) {
+  services_.receiptScanner = ReceiptScanner::answering({.packageIDs = [&](const std::string& path) {
     asked.push_back(path);
     return std::vector<std::string>{"com.example.pkg"};
-  };
+  }});
   EXPECT_EQ(call("ReceiptScanner.packageIDs", {{"forFileAtPath", "/a b%20"}}),
             ordered_json::array({"com.example.pkg"}));
   (void)call("ReceiptScanner.packageIDs", {{"forFileAtPath", "file:///a%20%FF"}});

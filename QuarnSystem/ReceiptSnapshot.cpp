@@ -1,0 +1,194 @@
+#include "QuarnSystem/ReceiptSnapshot.h"
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "QuarnPlatform/base/Parallel.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/paths/PrivatePrefix.h"
+#include "QuarnPlatform/text/Text.h"
+#include "QuarnSystem/ReceiptFiles.h"
+
+namespace quarn {
+namespace {
+
+using SharedBill = std::shared_ptr<const PackedPaths>;
+
+/// What was read so far.
+///
+/// The receipts are read once, by the first thread that asks; the others wait in `call_once`. A slot belongs to one
+/// receipt and holds its bill as soon as it was read; its lock is held while the bill is read, so that no bill is read
+/// twice at once. `keptBytes_` has a lock of its own, which is taken last. The slots' memory is bounded by
+/// `mostBillBytes`.
+class Receipts {
+ public:
+  Receipts(FileManager files, std::size_t mostBillBytes) : files_(std::move(files)), mostBillBytes_(mostBillBytes) {}
+
+  [[nodiscard]] const FileManager& files() const { return files_; }
+
+  [[nodiscard]] const std::vector<ReceiptFile>& all() {
+    std::call_once(once_, [this] {
+      receipts_ = readReceiptFiles(files_);
+      slots_ = std::make_unique<Slot[]>(receipts_.size());
+    });
+    return receipts_;
+  }
+
+  // That of the receipt at an index of `all()`. Null when there is no readable bill.
+  [[nodiscard]] SharedBill bill(std::size_t index) {
+    Slot& slot = slots_[index];
+    const std::lock_guard lock(slot.mutex);
+    if (slot.isKept) return slot.bill;
+    std::optional<PackedPaths> paths = readBillPaths(files_, receipts_[index].bill);
+    SharedBill bill = paths ? std::make_shared<const PackedPaths>(std::move(*paths)) : nullptr;
+    slot.isKept = reserve(bill ? bill->memory() : 0);
+    if (slot.isKept) slot.bill = bill;
+    return bill;
+  }
+
+ private:
+  struct Slot {
+    std::mutex mutex;
+    SharedBill bill;
+    bool isKept = false;
+  };
+
+  [[nodiscard]] bool reserve(std::size_t bytes) {
+    const std::lock_guard lock(keptMutex_);
+    if (bytes > mostBillBytes_ - keptBytes_) return false;
+    keptBytes_ += bytes;
+    return true;
+  }
+
+  const FileManager files_;
+  const std::size_t mostBillBytes_;
+  std::once_flag once_;
+  std::vector<ReceiptFile> receipts_;
+  std::unique_ptr<Slot[]> slots_;
+  std::mutex keptMutex_;
+  std::size_t keptBytes_ = 0;
+};
+
+ReceiptInfo infoOf(const ReceiptFile& receipt, const SharedBill& bill) {
+  ReceiptInfo info{.packageIdentifier = receipt.identifier,
+                   .files = {},
+                   .version = receipt.version,
+                   .installDate = receipt.installDate};
+  for (std::size_t i = 0; bill && i < bill->size(); ++i) {
+    const PackedPaths::Entry entry = (*bill)[i];
+    if (entry.isMarked) info.files.emplace_back(path::join(receipt.installLocation, entry.path));
+  }
+  return info;
+}
+
+// One item, looked for in many bills by the paths that a package may have installed it under.
+class SoughtItem {
+ public:
+  SoughtItem(const FileManager& files, std::string_view path) {
+    // Packages install into "/private/etc" what standardising writes as "/etc".
+    const std::string standardized = files.standardizedPath(path);
+    paths_.push_back(standardized);
+    for (std::string& installed : path::withPrivatePrefixes(standardized)) {
+      if (files.standardizedPath(installed) == standardized) paths_.push_back(std::move(installed));
+    }
+  }
+
+  // Whether a bill of the receipt could list the item at all.
+  [[nodiscard]] bool mayBeListed(const ReceiptFile& receipt) const {
+    return anyPlace(receipt, [](std::string_view) { return true; });
+  }
+
+  // Whether the bill lists the item itself, as whatever it is. Every bill lists the folder it is installed into.
+  [[nodiscard]] bool isListed(const ReceiptFile& receipt, const PackedPaths& bill) const {
+    return anyPlace(receipt, [&](std::string_view place) { return place.empty() || bill.contains(place); });
+  }
+
+  // Whether the bill lists the item or anything in it.
+  [[nodiscard]] bool isOrHoldsListed(const ReceiptFile& receipt, const PackedPaths& bill) const {
+    for (const std::string& path : paths_) {
+      if (path::isInside(receipt.installLocation, path)) return true;
+    }
+    return anyPlace(receipt, [&](std::string_view place) { return bill.containsAtOrBelow(place); });
+  }
+
+ private:
+  // Whether the test holds for the item's place below the install location, "" for that folder itself.
+  template <class Test>
+  bool anyPlace(const ReceiptFile& receipt, Test test) const {
+    for (const std::string& path : paths_) {
+      if (!path::isInside(path, receipt.installLocation)) continue;
+      std::string_view place = std::string_view(path).substr(receipt.installLocation.size());
+      if (place.starts_with('/')) place.remove_prefix(1);
+      if (test(place)) return true;
+    }
+    return false;
+  }
+
+  std::vector<std::string> paths_;
+};
+
+bool belongsByIdentifier(const AppEntity& app, std::string_view packageID) {
+  if (!app.bundleIdentifier || app.bundleIdentifier->empty()) return false;
+  const std::string package = Text::lowercased(packageID);
+  const std::string bundle = Text::lowercased(*app.bundleIdentifier);
+  return package == bundle || package.starts_with(bundle + ".");
+}
+
+std::vector<ReceiptInfo> allReceipts(Receipts& receipts) {
+  const std::vector<ReceiptFile>& all = receipts.all();
+  return collectInParallel<ReceiptInfo>(all.size(),
+                                        [&](std::size_t i) { return std::optional(infoOf(all[i], receipts.bill(i))); });
+}
+
+std::vector<ReceiptInfo> receiptsMatching(Receipts& receipts, const AppEntity& app) {
+  const SoughtItem bundle(receipts.files(), app.bundleURL.path());
+  const std::vector<ReceiptFile>& all = receipts.all();
+  return collectInParallel<ReceiptInfo>(all.size(), [&](std::size_t i) -> std::optional<ReceiptInfo> {
+    const SharedBill bill = receipts.bill(i);
+    const bool belongs = belongsByIdentifier(app, all[i].identifier) || (bill && bundle.isOrHoldsListed(all[i], *bill));
+    return belongs ? std::optional(infoOf(all[i], bill)) : std::nullopt;
+  });
+}
+
+std::vector<std::string> packageIDs(Receipts& receipts, const std::string& path) {
+  const SoughtItem item(receipts.files(), path);
+  const std::vector<ReceiptFile>& all = receipts.all();
+  std::vector<std::string> identifiers;
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const bool isKnown = !identifiers.empty() && identifiers.back() == all[i].identifier;
+    if (isKnown || !item.mayBeListed(all[i])) continue;
+    const SharedBill bill = receipts.bill(i);
+    if (bill && item.isListed(all[i], *bill)) identifiers.push_back(all[i].identifier);
+  }
+  return identifiers;
+}
+
+bool matches(Receipts& receipts, const AppEntity& app, const std::string& packageID) {
+  if (belongsByIdentifier(app, packageID)) return true;
+  const SoughtItem bundle(receipts.files(), app.bundleURL.path());
+  const std::vector<ReceiptFile>& all = receipts.all();
+  const auto isBefore = [](const ReceiptFile& receipt, const std::string& id) { return receipt.identifier < id; };
+  const auto first = std::lower_bound(all.begin(), all.end(), packageID, isBefore);
+  for (auto at = first; at != all.end() && at->identifier == packageID; ++at) {
+    const SharedBill bill = receipts.bill(static_cast<std::size_t>(at - all.begin()));
+    if (bill && bundle.isOrHoldsListed(*at, *bill)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+ReceiptSnapshot ReceiptSnapshot::of(FileManager files, std::size_t mostBillBytes) {
+  const auto receipts = std::make_shared<Receipts>(std::move(files), mostBillBytes);
+  return {.allReceipts = [receipts] { return quarn::allReceipts(*receipts); },
+          .receiptsMatching = [receipts](const AppEntity& app) { return quarn::receiptsMatching(*receipts, app); },
+          .packageIDs = [receipts](const std::string& path) { return quarn::packageIDs(*receipts, path); },
+          .matches = [receipts](const AppEntity& app,
+                                const std::string& packageID) { return quarn::matches(*receipts, app, packageID); }};
+}
+
+}  // namespace quarn
