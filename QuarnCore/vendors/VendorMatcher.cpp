@@ -6,14 +6,19 @@
 #include "QuarnCore/vendors/VendorPathResolver.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/text/Text.h"
+#include "QuarnPlatform/text/TextComposition.h"
 
 namespace quarn {
 namespace {
 
-std::vector<std::string> lowercasedAll(const std::vector<std::string>& texts) {
+// The form in which texts are compared: letter case and the choice among canonically equivalent forms do not matter,
+// and "cafe" is not found in "café", however that is written.
+std::string comparable(std::string_view text) { return composed(Text::lowercased(text)); }
+
+std::vector<std::string> allComparable(const std::vector<std::string>& texts) {
   std::vector<std::string> result;
   result.reserve(texts.size());
-  for (const std::string& text : texts) result.push_back(Text::lowercased(text));
+  for (const std::string& text : texts) result.push_back(comparable(text));
   return result;
 }
 
@@ -23,7 +28,7 @@ std::vector<std::string> appBundleNames(const VendorProfile& profile) {
     if (definition.kind != ArtifactKind::appBundle) continue;
     for (const std::string& path : definition.paths) {
       const std::vector<std::string_view> pieces = path::names(trimmed(path));
-      if (!pieces.empty()) names.push_back(Text::lowercased(pieces.back()));
+      if (!pieces.empty()) names.push_back(comparable(pieces.back()));
     }
   }
   return names;
@@ -32,15 +37,15 @@ std::vector<std::string> appBundleNames(const VendorProfile& profile) {
 }  // namespace
 
 AppTexts::AppTexts(const AppEntity& app)
-    : bundleID(Text::lowercased(app.bundleIdentifier.value_or(""))),
-      name(Text::lowercased(app.name)),
-      bundleName(Text::lowercased(app.bundleURL.lastPathComponent())) {}
+    : bundleID(comparable(app.bundleIdentifier.value_or(""))),
+      name(comparable(app.name)),
+      bundleName(comparable(app.bundleURL.lastPathComponent())) {}
 
 // An empty prefix or fragment would match every app.
 VendorMatcher::VendorMatcher(const VendorProfile& profile)
-    : bundleIDs_(lowercasedAll(profile.match.bundleIDs)),
-      prefixes_(lowercasedAll(profile.match.bundleIDPrefixes)),
-      nameParts_(lowercasedAll(profile.match.nameContains)),
+    : bundleIDs_(allComparable(profile.match.bundleIDs)),
+      prefixes_(allComparable(profile.match.bundleIDPrefixes)),
+      nameParts_(allComparable(profile.match.nameContains)),
       bundleNames_(appBundleNames(profile)) {
   std::erase(prefixes_, "");
   std::erase(nameParts_, "");

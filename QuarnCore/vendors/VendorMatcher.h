@@ -7,7 +7,7 @@
 
 namespace quarn {
 
-/// The texts of an app that vendor profiles are matched against, lower-cased once.
+/// The texts of an app that vendor profiles are matched against, lower-cased and composed once.
 struct AppTexts {
   explicit AppTexts(const AppEntity& app);
 
@@ -16,8 +16,8 @@ struct AppTexts {
   std::string bundleName;  ///< the bundle's file name, "example.app"
 };
 
-/// One profile's rules of recognition, lower-cased once, so that matching many apps against many profiles only
-/// compares.
+/// One profile's rules of recognition, lower-cased and composed once, so that matching many apps against many profiles
+/// only compares.
 class VendorMatcher {
  public:
   explicit VendorMatcher(const VendorProfile& profile);

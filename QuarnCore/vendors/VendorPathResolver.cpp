@@ -8,6 +8,7 @@
 #include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/PatternText.h"
 #include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/TextComposition.h"
 
 namespace quarn {
 namespace {
@@ -28,87 +29,8 @@ std::optional<std::string_view> behind(std::string_view piece, std::string_view 
   return text.substr(found + piece.size());
 }
 
-/// The items on the way down a pattern, one level at a time.
-class Candidates {
- public:
-  explicit Candidates(ListedFolders& folders) : folders_(folders) {}
-
-  // Plain components are only gathered: an item exists exactly when everything on its way does, so one look-up at the
-  // end of a run answers for all of it.
-  void appendPlain(std::string_view component) { (pending_ += '/') += component; }
-
-  void settle() {
-    if (pending_.empty()) return;
-    std::vector<FileURL> existing;
-    for (const FileURL& candidate : urls_) {
-      if (auto url = folders_.files().existingURL(path::join(candidate.path(), pending_)))
-        existing.push_back(std::move(*url));
-    }
-    urls_ = std::move(existing);
-    pending_.clear();
-  }
-
-  void appendStarred(std::string_view component, bool isLast) {
-    settle();
-    std::vector<FileURL> matching;
-    for (const FileURL& candidate : urls_) {
-      const ListedFolders::Entries entries = folders_.visibleEntries(candidate);
-      for (const DirectoryEntry& entry : *entries) {
-        if (!isLast && entry.type != FileType::directory) continue;
-        if (!VendorPathResolver::matches(component, entry.url.lastPathComponent())) continue;
-        matching.push_back(entry.url);
-      }
-    }
-    urls_ = std::move(matching);
-  }
-
-  [[nodiscard]] bool isEmpty() const { return urls_.empty(); }
-  std::vector<FileURL> take() { return std::move(urls_); }
-
- private:
-  ListedFolders& folders_;
-  std::vector<FileURL> urls_{FileURL()};
-  std::string pending_;
-};
-
-std::vector<FileURL> resolveOne(const std::string& path, ListedFolders& folders) {
-  const std::vector<std::string_view> names = path::names(path);
-  if (names.empty()) return {};
-  Candidates candidates(folders);
-  for (std::size_t i = 0; i < names.size() && !candidates.isEmpty(); ++i) {
-    if (isStarred(names[i])) {
-      candidates.appendStarred(names[i], i + 1 == names.size());
-    } else {
-      candidates.appendPlain(names[i]);
-    }
-  }
-  candidates.settle();
-  return candidates.take();
-}
-
-}  // namespace
-
-std::vector<FileURL> VendorPathResolver::resolve(const std::vector<std::string>& patterns, const FileManager& files,
-                                                 const FileURL& home) {
-  ListedFolders folders(files);
-  return resolve(patterns, folders, home);
-}
-
-std::vector<FileURL> VendorPathResolver::resolve(const std::vector<std::string>& patterns, ListedFolders& folders,
-                                                 const FileURL& home) {
-  std::vector<FileURL> urls;
-  std::unordered_set<std::string> seen;
-  for (const std::string& pattern : patterns) {
-    const std::optional<std::string> path = expandedPattern(pattern, home);
-    if (!path) continue;
-    for (FileURL& url : resolveOne(*path, folders)) {
-      if (seen.insert(folders.files().standardizedPath(url)).second) urls.push_back(std::move(url));
-    }
-  }
-  return urls;
-}
-
-bool VendorPathResolver::matches(std::string_view pattern, std::string_view text) {
+// Both texts in their composed form.
+bool matchesComposed(std::string_view pattern, std::string_view text) {
   if (!isStarred(pattern)) return pattern == text;
   std::optional<std::string_view> rest = text;
   std::string_view lastPiece;
@@ -122,6 +44,110 @@ bool VendorPathResolver::matches(std::string_view pattern, std::string_view text
     start = end + 1;
   }
   return pattern.ends_with('*') || text.ends_with(lastPiece);
+}
+
+/// The items on the way down a pattern, one level at a time.
+class Candidates {
+ public:
+  Candidates(ListedFolders& folders, const Cancellation& cancellation)
+      : folders_(folders), cancellation_(cancellation) {}
+
+  // Plain components are only gathered: an item exists exactly when everything on its way does, so one look-up at the
+  // end of a run answers for all of it.
+  void appendPlain(std::string_view component) { (pending_ += '/') += component; }
+
+  void settle() {
+    if (pending_.empty()) return;
+    std::vector<FileURL> existing;
+    for (const FileURL& candidate : urls_) {
+      if (cancellation_.isCancelled()) break;
+      if (auto url = folders_.files().existingURL(path::join(candidate.path(), pending_)))
+        existing.push_back(std::move(*url));
+    }
+    urls_ = std::move(existing);
+    pending_.clear();
+  }
+
+  void appendStarred(std::string_view component, bool isLast) {
+    settle();
+    dropDuplicates();
+    const std::string pattern = composed(component);
+    std::string name;
+    std::vector<FileURL> matching;
+    for (const FileURL& candidate : urls_) {
+      if (cancellation_.isCancelled()) break;
+      const ListedFolders::Entries entries = folders_.visibleEntries(candidate);
+      for (const DirectoryEntry& entry : *entries) {
+        if (!isLast && entry.type != FileType::directory) continue;
+        if (!matchesComposed(pattern, composed(entry.url.lastPathComponent(), name))) continue;
+        matching.push_back(entry.url);
+      }
+    }
+    urls_ = std::move(matching);
+  }
+
+  [[nodiscard]] bool isEmpty() const { return urls_.empty(); }
+  std::vector<FileURL> take() { return std::move(urls_); }
+
+ private:
+  // With ".." in a pattern many candidates are the same folder, and each starred component would multiply them. What
+  // is in a duplicate would be left out of the result anyway, because it has the standardised path of an item before.
+  void dropDuplicates() {
+    if (urls_.size() < 2) return;
+    std::unordered_set<std::string> seen;
+    std::erase_if(urls_, [&](const FileURL& url) {
+      return cancellation_.isCancelled() || !seen.insert(folders_.files().standardizedPath(url)).second;
+    });
+  }
+
+  ListedFolders& folders_;
+  const Cancellation& cancellation_;
+  std::vector<FileURL> urls_{FileURL()};
+  std::string pending_;
+};
+
+// Nothing when cancelled.
+std::vector<FileURL> resolveOne(const std::string& path, ListedFolders& folders, const Cancellation& cancellation) {
+  const std::vector<std::string_view> names = path::names(path);
+  if (names.empty()) return {};
+  Candidates candidates(folders, cancellation);
+  for (std::size_t i = 0; i < names.size() && !candidates.isEmpty(); ++i) {
+    if (isStarred(names[i])) {
+      candidates.appendStarred(names[i], i + 1 == names.size());
+    } else {
+      candidates.appendPlain(names[i]);
+    }
+  }
+  candidates.settle();
+  return cancellation.isCancelled() ? std::vector<FileURL>() : candidates.take();
+}
+
+}  // namespace
+
+std::vector<FileURL> VendorPathResolver::resolve(const std::vector<std::string>& patterns, const FileManager& files,
+                                                 const FileURL& home, const Cancellation& cancellation) {
+  ListedFolders folders(files);
+  return resolve(patterns, folders, home, cancellation);
+}
+
+std::vector<FileURL> VendorPathResolver::resolve(const std::vector<std::string>& patterns, ListedFolders& folders,
+                                                 const FileURL& home, const Cancellation& cancellation) {
+  std::vector<FileURL> urls;
+  std::unordered_set<std::string> seen;
+  for (const std::string& pattern : patterns) {
+    const std::optional<std::string> path = expandedPattern(pattern, home);
+    if (!path) continue;
+    for (FileURL& url : resolveOne(*path, folders, cancellation)) {
+      if (seen.insert(folders.files().standardizedPath(url)).second) urls.push_back(std::move(url));
+    }
+  }
+  return urls;
+}
+
+bool VendorPathResolver::matches(std::string_view pattern, std::string_view text) {
+  std::string composedPattern;
+  std::string composedText;
+  return matchesComposed(composed(pattern, composedPattern), composed(text, composedText));
 }
 
 bool VendorPathResolver::hasFolderLevelWildcard(std::string_view pattern) {

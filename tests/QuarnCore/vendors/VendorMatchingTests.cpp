@@ -47,6 +47,33 @@ TEST(VendorMatching, AnEmptyPrefixMatchesNothing) {
   EXPECT_TRUE(another.matches(app("X", "com.example.app"))) << "the others still count";
 }
 
+TEST(VendorMatching, NamesAreComparedByCanonicalEquivalence) {
+  const std::string composedName = "\u00DCber Studio";     // Über
+  const std::string decomposedName = "U\u0308ber Studio";  // U and a combining diaeresis
+  for (const std::string& fragment : {std::string("\u00FCber"), std::string("u\u0308ber")}) {
+    const VendorProfile profile{.match = {.nameContains = {fragment}}};
+    EXPECT_TRUE(profile.matches(app(composedName, std::nullopt)));
+    EXPECT_TRUE(profile.matches(app(decomposedName, std::nullopt)));
+    EXPECT_FALSE(profile.matches(app("Uber Studio", std::nullopt)));
+  }
+  for (const std::string& fragment : {std::string("cafe"), std::string("caf\u00E9")}) {
+    const VendorProfile profile{.match = {.nameContains = {fragment}}};
+    EXPECT_EQ(profile.matches(app("My Cafe\u0301", std::nullopt)), fragment != "cafe") << fragment;
+    EXPECT_EQ(profile.matches(app("My Caf\u00E9", std::nullopt)), fragment != "cafe") << fragment;
+  }
+}
+
+TEST(VendorMatching, IdentifiersAndBundleNamesAreComparedByCanonicalEquivalence) {
+  const VendorProfile byID{.match = {.bundleIDs = {"com.\u00FCber.app"}}};
+  EXPECT_TRUE(byID.matches(app("X", "com.U\u0308ber.app")));
+  const VendorProfile byPrefix{.match = {.bundleIDPrefixes = {"com.u\u0308ber."}}};
+  EXPECT_TRUE(byPrefix.matches(app("X", "com.\u00DCber.app")));
+  const VendorProfile byBundle{.match = {.nameContains = {"x"}},
+                               .artifacts = {appBundles({"/Applications/\u00DCber*.app"})}};
+  EXPECT_TRUE(byBundle.matches(app("X", std::nullopt, "U\u0308ber Studio.app")));
+  EXPECT_FALSE(byBundle.matches(app("X", std::nullopt, "Uber Studio.app")));
+}
+
 TEST(VendorMatching, AnAppWithoutIdentifierMatchesByNameAlone) {
   const VendorProfile profile{
       .match = {.bundleIDs = {"com.example.app"}, .bundleIDPrefixes = {"com."}, .nameContains = {"example"}}};

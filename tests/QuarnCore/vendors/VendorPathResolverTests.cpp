@@ -1,3 +1,8 @@
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
 #include <gmock/gmock.h>
 
 #include "QuarnCore/vendors/VendorPathResolver.h"
@@ -189,6 +194,56 @@ TEST(VendorPathResolver, NamesMayBeAnyBytes) {
   EXPECT_THAT(resolved(volume, {"/L/\xFF*"}), ElementsAre("/L/\xFF\xFE"));
   EXPECT_THAT(resolved(volume, {"/L/a*b"}), ElementsAre("/L/a*b", "/L/a?b"));
   EXPECT_THAT(resolved(volume, {std::string("/L/a?b\0c", 8), std::string("/L\0/*", 5)}), IsEmpty());
+}
+
+TEST(VendorPathResolver, StarredNamesMatchByCanonicalEquivalence) {
+  MacVolume volume;
+  volume.folder("/L/E\u0301a").folder("/L/\u00C9b").folder("/L/Ec");
+  EXPECT_THAT(resolved(volume, {"/L/\u00C9*"}), ElementsAre("/L/E\u0301a/", "/L/\u00C9b/"));
+  EXPECT_THAT(resolved(volume, {"/L/E\u0301*"}), ElementsAre("/L/E\u0301a/", "/L/\u00C9b/"));
+  EXPECT_THAT(resolved(volume, {"/L/E*"}), ElementsAre("/L/Ec/"));
+}
+
+// Each "/*/.." leads back to where it began, once for each folder there: 7 to the power of 40 ways.
+TEST(VendorPathResolver, WaysThatMeetInOneFolderAreFollowedOnce) {
+  MacVolume volume;
+  for (const char* name : {"a", "b", "c", "d", "e", "f", "g"}) volume.folder("/L/" + std::string(name));
+  std::string pattern = "/L";
+  for (int i = 0; i < 40; ++i) pattern += "/*/..";
+  const Cancellation rescue;
+  std::mutex mutex;
+  std::condition_variable condition;
+  bool isDone = false;
+  std::thread watchdog([&] {
+    std::unique_lock lock(mutex);
+    if (!condition.wait_for(lock, std::chrono::minutes(1), [&] { return isDone; })) rescue.cancel();
+  });
+  const auto found = VendorPathResolver::resolve({pattern + "/*"}, volume.files(), volume.url("~"), rescue);
+  {
+    const std::lock_guard lock(mutex);
+    isDone = true;
+  }
+  condition.notify_all();
+  watchdog.join();
+  std::vector<std::string> names;
+  for (const FileURL& url : found) names.emplace_back(url.lastPathComponent());
+  EXPECT_THAT(names, ElementsAre("a", "b", "c", "d", "e", "f", "g"));
+  EXPECT_TRUE(found.empty() || found.front().path().starts_with("/L/a/../a/..")) << "the first way is kept";
+}
+
+TEST(VendorPathResolver, WaysThroughLinksThatLeadBackAreTheSameFolderOnlyWithDots) {
+  MacVolume volume;
+  volume.folder("/L/a/x").link("/L/b", "/L/a").folder("/L/c");
+  EXPECT_THAT(resolved(volume, {"/L/*/x"}), ElementsAre("/L/a/x/"));
+  EXPECT_THAT(resolved(volume, {"/L/*/../*/x"}), ElementsAre("/L/a/../a/x/"));
+}
+
+TEST(VendorPathResolver, CancelledItReturnsTheItemsOfThePatternsBefore) {
+  MacVolume volume;
+  volume.folder("/L/a");
+  const Cancellation cancelled;
+  cancelled.cancel();
+  EXPECT_THAT(VendorPathResolver::resolve({"/L/*", "/L/a"}, volume.files(), volume.url("~"), cancelled), IsEmpty());
 }
 
 TEST(VendorPathResolver, LongPatternsOfNoAvailEndSoon) {

@@ -24,6 +24,33 @@ TEST(Wildcard, LetterCaseMatters) {
   EXPECT_TRUE(matches("example*", "example Helper"));
 }
 
+TEST(Wildcard, CanonicallyEquivalentTextsAreEqual) {
+  const std::string composedE = "\u00C9";     // É
+  const std::string decomposedE = "E\u0301";  // E and a combining acute accent
+  for (const std::string& pattern : {composedE, decomposedE}) {
+    for (const std::string& text : {composedE, decomposedE}) {
+      EXPECT_TRUE(matches(pattern + "*", text + "a"));
+      EXPECT_TRUE(matches("*" + pattern, "a" + text));
+      EXPECT_TRUE(matches("*" + pattern + "*", "a" + text + "a"));
+      EXPECT_TRUE(matches("a" + pattern, "a" + text));
+      EXPECT_FALSE(matches(pattern, text + "a"));
+    }
+  }
+}
+
+TEST(Wildcard, ALetterIsNotFoundInItsAccentedForm) {
+  EXPECT_FALSE(matches("Cafe*", "Cafe\u0301"));
+  EXPECT_FALSE(matches("Cafe*", "Caf\u00E9"));
+  EXPECT_FALSE(matches("*e", "Cafe\u0301"));
+  EXPECT_TRUE(matches("Caf*", "Cafe\u0301"));
+}
+
+TEST(Wildcard, WhatIsNotUtf8ComparesByBytes) {
+  EXPECT_TRUE(matches("\xFF*", "\xFF\xFE"));
+  EXPECT_FALSE(matches("\xFE*", "\xFF"));
+  EXPECT_FALSE(matches("\uFFFD*", "\xFF"));
+}
+
 TEST(Wildcard, NothingButTheStarIsSpecial) {
   EXPECT_FALSE(matches("a?c", "abc"));
   EXPECT_TRUE(matches("a?c*", "a?cd"));
