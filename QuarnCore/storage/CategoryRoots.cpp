@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 
 #include "QuarnCore/storage/MarkerDiscovery.h"
 #include "QuarnCore/storage/SteamLibraries.h"
@@ -123,13 +124,22 @@ void append(std::vector<FileURL>& urls, const std::vector<FileURL>& more) {
 }  // namespace
 
 CategoryRoots::CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints,
-                             const FileManager& files)
-    : signatures_(signatures), vendorHints_(vendorHints), files_(files) {}
+                             FileURL quarantine, const FileManager& files)
+    : signatures_(signatures), vendorHints_(vendorHints), quarantine_(std::move(quarantine)), files_(files) {}
 
 std::vector<FileURL> CategoryRoots::roots(Category category, bool includeDiscovered) const {
   const auto [place, isNew] = known_.try_emplace({category, includeDiscovered});
-  if (isNew) place->second = find(category, includeDiscovered);
+  if (isNew) {
+    place->second = find(category, includeDiscovered);
+    dropQuarantined(place->second);
+  }
   return place->second;
+}
+
+void CategoryRoots::dropQuarantined(std::vector<FileURL>& roots) const {
+  if (!files_.itemExists(quarantine_)) return;
+  const std::string quarantine = files_.resolvedPath(quarantine_);
+  std::erase_if(roots, [&](const FileURL& root) { return path::isInside(files_.resolvedPath(root), quarantine); });
 }
 
 std::vector<FileURL> CategoryRoots::find(Category category, bool includeDiscovered) const {

@@ -17,7 +17,8 @@ namespace quarn {
 /// thread; refers to its collaborators, which must outlive it.
 class CategoryRoots {
  public:
-  CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints,
+  /// What is in the folder `quarantine` is not the user's data: no root is there.
+  CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints, FileURL quarantine,
                 const FileManager& files);
 
   /// The category's roots in order, whether or not they exist; `includeDiscovered` matters for games alone.
@@ -41,6 +42,8 @@ class CategoryRoots {
   [[nodiscard]] std::vector<FileURL> visibleHomeEntries() const;
   [[nodiscard]] std::vector<FileURL> otherUsersHomes() const;
 
+  void dropQuarantined(std::vector<FileURL>& roots) const;
+
   [[nodiscard]] FileURL inHome(std::string_view relativePath) const;
   template <class Paths>
   [[nodiscard]] std::vector<FileURL> folders(const Paths& paths) const;
@@ -50,6 +53,7 @@ class CategoryRoots {
 
   const StorageSignatureRegistry& signatures_;
   const VendorPathHintIndex& vendorHints_;
+  const FileURL quarantine_;
   const FileManager& files_;
   mutable std::map<std::pair<StorageCategoryID, bool>, std::vector<FileURL>> known_;
 };

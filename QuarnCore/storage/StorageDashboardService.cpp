@@ -16,6 +16,14 @@ StorageDashboardService::CategorySizes byCategory(const PartitionedScan::Totals&
   return sizes;
 }
 
+// As in the scan, what is on another volume is not this volume's.
+std::vector<FileURL> sizedRoots(StorageCategoryID category, const CategoryRoots& categories,
+                                const VolumeLocationChecker& locations, const FileManager& files) {
+  std::vector<FileURL> roots = categories.roots(category, /*includeDiscovered=*/true);
+  std::erase_if(roots, [&](const FileURL& root) { return !files.itemExists(root) || locations.isExternal(root); });
+  return roots;
+}
+
 /// Sizes the roots of one category one by one.
 class PreciseSizing {
  public:
@@ -90,15 +98,17 @@ StorageDashboardService::StorageDashboardService(VolumeInfoClient volumeInfoClie
       files_(std::move(files)) {}
 
 std::vector<FileURL> StorageDashboardService::categoryRoots(StorageCategoryID category, bool includeDiscovered) const {
-  return CategoryRoots(signatureRegistry_, vendorHints_, files_).roots(category, includeDiscovered);
+  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_)
+      .roots(category, includeDiscovered);
 }
 
 std::vector<FileURL> StorageDashboardService::categoryExclusions(StorageCategoryID category) const {
-  return CategoryRoots(signatureRegistry_, vendorHints_, files_).exclusions(category);
+  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_).exclusions(category);
 }
 
 std::vector<FileURL> StorageDashboardService::topItemRoots(StorageCategoryID category, bool includeDiscovered) const {
-  return CategoryRoots(signatureRegistry_, vendorHints_, files_).topItemRoots(category, includeDiscovered);
+  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_)
+      .topItemRoots(category, includeDiscovered);
 }
 
 std::vector<FileURL> StorageDashboardService::vendorRoots(StorageCategoryID category) const {
@@ -111,7 +121,7 @@ std::optional<VendorPathHint> StorageDashboardService::vendorHint(const FileURL&
 }
 
 bool StorageDashboardService::isCloudRoot(const FileURL& root) const {
-  return CategoryRoots(signatureRegistry_, vendorHints_, files_).isCloudRoot(root);
+  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_).isCloudRoot(root);
 }
 
 StorageOverview StorageDashboardService::initialOverview() const {
@@ -124,7 +134,7 @@ StorageOverview StorageDashboardService::initialOverview() const {
 
 StorageDashboardService::CategorySizes StorageDashboardService::calculatePartitionedCategorySizes(
     const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const {
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, files_);
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_);
   ScanPlan plan = makeScanPlan(categories, quarantineManager_.baseURL(), volumeLocationChecker_, files_);
   PartitionedScan scan(std::move(plan), signatureRegistry_.packageCategoryByExtension(), files_);
   std::function<void(const PartitionedScan::Totals&)> update;
@@ -135,19 +145,23 @@ StorageDashboardService::CategorySizes StorageDashboardService::calculatePartiti
 std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(StorageCategoryID category,
                                                                       const Cancellation& cancellation) const {
   if (category == StorageCategoryID::free) return std::nullopt;
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, files_);
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_);
   const PreciseSizing sizing(category, categories, fileSizeCalculator_, files_);
   std::optional<SizeInfo> total;
-  for (const FileURL& root : categories.roots(category, /*includeDiscovered=*/true)) {
+  for (const FileURL& root : sizedRoots(category, categories, volumeLocationChecker_, files_)) {
     if (cancellation.isCancelled()) break;
-    if (!files_.itemExists(root)) continue;
     total = total.value_or(SizeInfo{}) + sizing.sizeOf(root);
   }
   return total;
 }
 
+std::vector<FileURL> StorageDashboardService::preciseRoots(StorageCategoryID category) const {
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_);
+  return sizedRoots(category, categories, volumeLocationChecker_, files_);
+}
+
 SizeInfo StorageDashboardService::preciseSize(const FileURL& root, StorageCategoryID category) const {
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, files_);
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_);
   return PreciseSizing(category, categories, fileSizeCalculator_, files_).sizeOf(root);
 }
 

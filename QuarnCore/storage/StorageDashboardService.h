@@ -47,9 +47,12 @@ class StorageDashboardService {
   [[nodiscard]] CategorySizes calculatePartitionedCategorySizes(
       const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const;
 
-  /// The size of one category's roots, root by root; absent when there is nothing to size. Throws FileError.
+  /// The size of one category's roots that `preciseRoots` lists, root by root; absent when there are none. Throws
+  /// FileError.
   [[nodiscard]] std::optional<SizeInfo> calculatePreciseSize(StorageCategoryID category,
                                                              const Cancellation& cancellation) const;
+  /// The category's roots, discovered ones too, that exist and are not on another volume.
+  [[nodiscard]] std::vector<FileURL> preciseRoots(StorageCategoryID category) const;
   /// The size that one root has in it. Throws FileError.
   [[nodiscard]] SizeInfo preciseSize(const FileURL& root, StorageCategoryID category) const;
 

@@ -235,8 +235,13 @@ void VendorPathHintIndex::keepOutermostRoots() {
 std::optional<VendorPathHint> VendorPathHintIndex::hint(const FileURL& url, Category category) const {
   const auto places = entryAt_.find(category);
   if (places == entryAt_.end()) return std::nullopt;
-  const std::size_t* found = places->second.longestMatch(files_.standardizedPath(url));
-  return found == nullptr ? std::nullopt : std::optional<VendorPathHint>(entriesByCategory_.at(category)[*found].hint);
+  const std::string path = files_.standardizedPath(url);
+  const std::size_t* found = places->second.longestMatch(path);
+  if (found == nullptr) return std::nullopt;
+  const VendorPathHint& hint = entriesByCategory_.at(category)[*found].hint;
+  // Paths are compared as texts, and no path goes on after "/" with another "/".
+  if (hint.path == "/" && path != "/") return std::nullopt;
+  return hint;
 }
 
 std::vector<FileURL> VendorPathHintIndex::roots(Category category) const {

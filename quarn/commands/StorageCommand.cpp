@@ -109,12 +109,10 @@ void sortBySize(std::vector<SizedRoot>& rows) {
 }
 
 std::vector<SizedRoot> sizedRoots(StorageCategoryID category, CommandContext& context) {
-  const Services& services = context.services();
-  const StorageDashboardService& dashboard = services.storageDashboard();
+  const StorageDashboardService& dashboard = context.services().storageDashboard();
   std::vector<SizedRoot> rows;
-  for (const FileURL& root : dashboard.categoryRoots(category, /*includeDiscovered=*/true)) {
+  for (const FileURL& root : dashboard.preciseRoots(category)) {
     if (context.cancellation().isCancelled()) break;
-    if (!services.files.itemExists(root)) continue;
     context.progress("sizing " + root.path());
     SizedRoot row{.url = root, .hint = dashboard.vendorHint(root, category)};
     try {

@@ -226,6 +226,37 @@ TEST(GameRoots, APlainRootInsideALinkedOnesTargetIsDropped) {
   EXPECT_THAT(volume.roots(Category::games), ElementsAre("~/Games", "/Users/Shared/Steam/steamapps"));
 }
 
+const std::string kQuarantine = "~/Library/Application Support/Quarn/Quarantine";
+
+TEST(Quarantine, AMarkerInItMakesNoGamesRootOfItOrOfAnythingInIt) {
+  DashboardVolume volume;
+  volume.gameMarker("marker");
+  volume.file(kQuarantine + "/marker", 1).file(kQuarantine + "/Game/marker", 2).file("/Users/Shared/Found/marker", 4);
+  EXPECT_THAT(volume.roots(Category::games), ElementsAre("~/Games", "/Users/Shared/Found"));
+  EXPECT_EQ(volume.scanned()[Category::games], 4);
+  EXPECT_EQ(volume.scanned()[Category::systemData], 3);
+}
+
+TEST(Quarantine, NoRootOfAnyCategoryIsInItHoweverItIsReached) {
+  DashboardVolume volume;
+  volume.vendor("zoom", {kQuarantine + "/Zoom"});
+  volume.vendor("dropbox", {"~/linked"});
+  volume.folder(kQuarantine + "/Zoom").folder(kQuarantine + "/Lib/steamapps").folder(kQuarantine + "/docs");
+  volume.link("~/docs", volume.home() + kQuarantine.substr(1) + "/docs").folder("~/Notes");
+  volume.text("/Users/Shared/Steam/steamapps/libraryfolders.vdf",
+              "\"path\" \"" + volume.home() + kQuarantine.substr(1) + "/Lib\"\n");
+  EXPECT_THAT(volume.roots(Category::games), ElementsAre("~/Games", "/Users/Shared/Steam/steamapps"));
+  EXPECT_THAT(volume.roots(Category::communication), ::testing::Not(::testing::Contains(kQuarantine + "/Zoom")));
+  EXPECT_THAT(moreDocuments(volume), ElementsAre("~/Notes"));
+}
+
+TEST(Quarantine, AFolderThatOnlyBeginsWithItsNameIsNotIt) {
+  DashboardVolume volume;
+  volume.gameMarker("marker");
+  volume.folder(kQuarantine).file(kQuarantine + "d/marker");
+  EXPECT_THAT(volume.roots(Category::games), ElementsAre("~/Games", kQuarantine + "d"));
+}
+
 TEST(CategoryRoots, ListingsThatCannotBeReadAreReported) {
   DashboardVolume volume;
   volume.folder("~/Library/CloudStorage/Box").mode("~/Library/CloudStorage", 0000);

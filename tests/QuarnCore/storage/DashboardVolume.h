@@ -45,7 +45,8 @@ class DashboardVolume : public MacVolume {
     const FileManager files = this->files();
     const StorageSignatureRegistry registry({1, signatures});
     const VendorPathHintIndex hints(VendorProfileRegistry(vendors), files.homeDirectory(), files);
-    return makeScanPlan(CategoryRoots(registry, hints, files), QuarantineManager::live(files).baseURL(),
+    const FileURL quarantine = QuarantineManager::live(files).baseURL();
+    return makeScanPlan(CategoryRoots(registry, hints, quarantine, files), quarantine,
                         VolumeLocationChecker::live(files), files);
   }
   /// The logical bytes of each category in which a partitioned scan finds any.

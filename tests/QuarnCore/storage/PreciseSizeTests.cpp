@@ -110,6 +110,25 @@ TEST(PreciseSize, ARootThatIsALinkCountsNothingOfItsTarget) {
   EXPECT_EQ(bytes(volume, Category::photos), 0) << "the link exists, the dangling one does not";
 }
 
+TEST(PreciseSize, WhatIsOnAnotherVolumeIsLeftOutAsItIsOfTheScan) {
+  DashboardVolume volume;
+  volume.file("/Volumes/External/Pictures/a", 1).link("~/Pictures", "/Volumes/External/Pictures");
+  volume.file("/Volumes/External/Lib/steamapps/game", 2).file("~/Games/b", 4);
+  volume.text("/Users/Shared/Steam/steamapps/libraryfolders.vdf", "\"path\" \"/Volumes/External/Lib\"\n");
+  EXPECT_EQ(bytes(volume, Category::photos), std::nullopt);
+  const std::int64_t listed = static_cast<std::int64_t>(std::string("\"path\" \"/Volumes/External/Lib\"\n").size());
+  EXPECT_EQ(bytes(volume, Category::games), 4 + listed);
+  EXPECT_EQ(volume.scanned()[Category::games], 4 + listed);
+  EXPECT_THAT(volume.shortened(volume.dashboard().preciseRoots(Category::games)),
+              ElementsAre("~/Games", "/Users/Shared/Steam/steamapps"));
+}
+
+TEST(PreciseSize, ARootOnTheSystemVolumeByItsOwnNameCounts) {
+  DashboardVolume volume;
+  volume.link("/Volumes/Macintosh HD", "/").file("/Data/a", 1).link("~/Pictures", "/Volumes/Macintosh HD/Data");
+  EXPECT_THAT(volume.shortened(volume.dashboard().preciseRoots(Category::photos)), ElementsAre("~/Pictures"));
+}
+
 TEST(PreciseSize, FilesAreRootsToo) {
   DashboardVolume volume;
   volume.file("~/.zshrc", 1).file("~/.config/a", 2);

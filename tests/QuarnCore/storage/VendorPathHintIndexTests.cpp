@@ -232,6 +232,16 @@ TEST(VendorPathHintIndex, TheUrlsOfRootsStayAsTheyResolved) {
   EXPECT_EQ(built.roots(Category::communication)[0].string(), "file:///Users/ann/./a/");
 }
 
+TEST(VendorPathHintIndex, AHintForTheRootAnswersForTheRootAlone) {
+  MacVolume volume;
+  volume.file("/a/b");
+  const auto built =
+      index(volume, {{.id = "zoom", .artifacts = {definition("root", {"/."}), definition("a", {"/a"})}}});
+  EXPECT_EQ(hintTitle(built, "/", Category::communication), "root");
+  EXPECT_EQ(hintTitle(built, "/a/b", Category::communication), "a");
+  EXPECT_EQ(hintTitle(built, "/c", Category::communication), "");
+}
+
 // A walk through the sorted entries, as the rule has it.
 std::string slowHint(const std::vector<VendorPathHintIndex::Entry>& entries, const std::string& path) {
   for (const auto& entry : entries) {
@@ -243,6 +253,7 @@ std::string slowHint(const std::vector<VendorPathHintIndex::Entry>& entries, con
 TEST(VendorPathHintIndex, AgreesWithAWalkThroughTheSortedEntries) {
   std::mt19937 random(3);
   constexpr std::array<std::string_view, 4> kNames{"a", "b", "ab", "\u00E9"};
+  // One definition in ten is for the root.
   const auto randomPath = [&] {
     std::string path;
     for (std::size_t depth = 1 + random() % 4; depth > 0; --depth) (path += '/') += kNames[random() % kNames.size()];
@@ -252,7 +263,7 @@ TEST(VendorPathHintIndex, AgreesWithAWalkThroughTheSortedEntries) {
     MacVolume volume;
     std::vector<Definition> definitions;
     for (int i = 0; i < 15; ++i) {
-      const std::string path = randomPath();
+      const std::string path = random() % 10 == 0 ? "/." : randomPath();
       volume.folder(path);
       definitions.push_back(definition(std::to_string(i), {path}));
     }
