@@ -72,7 +72,7 @@ install(
 
 # The command, its resources, and what its own table of commands says of it.
 install(TARGETS quarn RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
-install(DIRECTORY QuarnCore/vendors/resources/vendors DESTINATION ${QUARN_RESOURCES_DIR} COMPONENT runtime)
+install(DIRECTORY ${QUARN_RESOURCES}/vendors DESTINATION ${QUARN_RESOURCES_DIR} COMPONENT runtime)
 install(FILES ${resource_files} DESTINATION ${QUARN_RESOURCES_DIR} COMPONENT runtime)
 
 find_program(QUARN_GZIP gzip REQUIRED)

@@ -9,8 +9,9 @@ add_custom_command(
   COMMAND ${CMAKE_COMMAND} -E rm -rf ${QUARN_RESOURCES}
   COMMAND ${CMAKE_COMMAND} -E make_directory ${QUARN_RESOURCES}/vendors
   COMMAND ${CMAKE_COMMAND} -E copy ${vendor_files} ${QUARN_RESOURCES}/vendors
+  COMMAND ${CMAKE_COMMAND} -DVENDORS=${QUARN_RESOURCES}/vendors -P ${PROJECT_SOURCE_DIR}/cmake/VendorIndex.cmake
   COMMAND ${CMAKE_COMMAND} -E copy ${resource_files} ${QUARN_RESOURCES}
   COMMAND ${CMAKE_COMMAND} -E touch ${QUARN_RESOURCES}/.stamp
-  DEPENDS ${vendor_files} ${resource_files}
+  DEPENDS ${vendor_files} ${resource_files} ${PROJECT_SOURCE_DIR}/cmake/VendorIndex.cmake
   COMMENT "Laying out resources")
 add_custom_target(quarn_resources ALL DEPENDS ${QUARN_RESOURCES}/.stamp)

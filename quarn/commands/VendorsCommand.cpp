@@ -2,6 +2,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
+#include <set>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -19,6 +22,7 @@
 namespace quarn {
 namespace {
 
+constexpr std::string_view kEnding = ".json";
 constexpr std::uintmax_t kLargestProfile = 16u << 20;
 
 /// What is wrong with one file of a profiles' author; empty when nothing is.
@@ -37,16 +41,34 @@ std::string readHostFile(const std::filesystem::path& path, std::string& problem
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-CheckedFile checkFile(const std::filesystem::path& path) {
+// The profiles of several products of one vendor share its id: "jetbrains.json", "jetbrains.pycharm.json".
+CheckedFile checkProfile(const std::filesystem::path& path) {
   CheckedFile checked{.name = path.filename().string()};
   const std::string text = readHostFile(path, checked.problem);
   if (!checked.problem.empty()) return checked;
-  if (checked.name == "index.json") {
-    decodeVendorIndex(text, &checked.problem);
-  } else if (const auto profile = decodeVendorProfile(text, &checked.problem)) {
-    const bool isNamedByID = profile->id + ".json" == checked.name;
-    if (!isNamedByID) checked.problem = "id \"" + profile->id + "\" is not the file's name";
+  const auto profile = decodeVendorProfile(text, &checked.problem);
+  if (profile && !checked.name.starts_with(profile->id + ".")) {
+    checked.problem = "id \"" + profile->id + "\" is not the file's name";
   }
+  return checked;
+}
+
+// The index that stands in the folder must name each profile, else it is not loaded, and nothing that is missing.
+CheckedFile checkIndex(const std::filesystem::path& path, std::vector<CheckedFile>& profiles) {
+  CheckedFile checked{.name = path.filename().string()};
+  const std::string text = readHostFile(path, checked.problem);
+  if (!checked.problem.empty()) return checked;
+  const auto index = decodeVendorIndex(text, &checked.problem);
+  if (!index) return checked;
+  std::set<std::string> named;
+  for (const VendorProfileRegistry::Index::Entry& entry : index->vendors) {
+    named.insert(entry.file.ends_with(kEnding) ? entry.file : entry.file + std::string(kEnding));
+  }
+  for (CheckedFile& profile : profiles) {
+    const bool isNamed = named.erase(profile.name) > 0;
+    if (!isNamed && profile.problem.empty()) profile.problem = "index.json does not name this file";
+  }
+  if (!named.empty()) checked.problem = "names the missing file \"" + *named.begin() + "\"";
   return checked;
 }
 
@@ -55,12 +77,18 @@ std::vector<CheckedFile> checkFolder(const std::string& folder) {
   const std::filesystem::directory_iterator entries(folder, error);
   if (error) throw CommandError(ExitCode::failure, "list " + escapedForTerminal(folder) + ": " + error.message());
   std::vector<std::filesystem::path> paths;
+  std::optional<std::filesystem::path> index;
   for (const auto& entry : entries) {
-    if (entry.path().extension() == ".json") paths.push_back(entry.path());
+    if (entry.path().filename() == "index.json") {
+      index = entry.path();
+    } else if (entry.path().extension() == kEnding) {
+      paths.push_back(entry.path());
+    }
   }
   std::sort(paths.begin(), paths.end());
   std::vector<CheckedFile> checked;
-  std::transform(paths.begin(), paths.end(), std::back_inserter(checked), checkFile);
+  std::transform(paths.begin(), paths.end(), std::back_inserter(checked), checkProfile);
+  if (index) checked.push_back(checkIndex(*index, checked));
   return checked;
 }
 

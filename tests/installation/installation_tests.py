@@ -44,8 +44,10 @@ def on_sample(*words):
 
 class Layout(TestCase):
     def test_the_command_finds_its_resources_wherever_the_prefix_lies(self):
-        shipped = {file.stem for file in (SOURCE / "QuarnCore/vendors/resources/vendors").glob("*.json")} - {"index"}
-        found = {json.loads(line)["id"] for line in run(QUARN, "vendors", "--ndjson").splitlines()}
+        profiles = [json.loads(file.read_text()) for file in (SOURCE / "QuarnCore/vendors/resources/vendors").glob("*.json")]
+        shipped = {(profile["id"], profile["displayName"]) for profile in profiles}
+        lines = [json.loads(line) for line in run(QUARN, "vendors", "--ndjson").splitlines()]
+        found = {(profile["id"], profile["displayName"]) for profile in lines}
         self.assertEqual(found, shipped)
         signatures = json.loads(on_sample("storage", "--json"))["categories"]["games"]
         self.assertGreater(signatures["allocatedBytes"], 0)

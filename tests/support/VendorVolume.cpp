@@ -2,12 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <set>
 #include <string_view>
 
 #include "QuarnPlatform/paths/Path.h"
-#include "tests/support/ProjectFolder.h"
 
 namespace quarn {
 namespace {
@@ -18,9 +16,11 @@ constexpr std::array<std::string_view, 30> kFileEndings{
     "crt", "key", "keystore", "pub", "vdf", "properties", "gradle", "jar", "pkg", "command", "conf", "toml", "db", "sqlite", "cfg", "ini"};
 // clang-format on
 
-std::string concrete(std::string_view pattern, const MacVolume& volume) {
+std::string concrete(std::string_view pattern, const MacVolume& volume, std::string_view star = "1") {
   std::string path = volume.path(pattern);
-  std::replace(path.begin(), path.end(), '*', '1');
+  for (std::size_t i = path.find('*'); i != std::string::npos; i = path.find('*', i + star.size())) {
+    path.replace(i, 1, star);
+  }
   while (path.size() > 1 && path.ends_with('/')) path.pop_back();
   return path;
 }
@@ -41,19 +41,6 @@ std::optional<std::string> identifierOf(const VendorProfile::Match& match) {
   return prefix.ends_with('.') ? prefix + "tool" : prefix;
 }
 
-std::vector<std::string> allPaths(const VendorProfile& profile, const MacVolume& volume) {
-  std::vector<std::string> paths;
-  const auto add = [&](const std::vector<std::string>& patterns) {
-    for (const std::string& pattern : patterns) {
-      const std::string path = concrete(pattern, volume);
-      if (std::find(paths.begin(), paths.end(), path) == paths.end()) paths.push_back(path);
-    }
-  };
-  for (const VendorProfile::ArtifactDefinition& definition : profile.artifacts) add(definition.paths);
-  for (const VendorProfile::CarveOut& carveOut : profile.carveOuts) add(carveOut.paths);
-  return paths;
-}
-
 bool isFile(const std::string& path, const std::vector<std::string>& paths) {
   const bool holdsAnother = std::any_of(paths.begin(), paths.end(), [&](const std::string& other) {
     return other != path && path::isInside(other, path);
@@ -72,8 +59,27 @@ void install(MacVolume& volume, const std::string& path, const std::vector<std::
 
 }  // namespace
 
-VendorProfileRegistry shippedVendorProfiles() {
-  return VendorProfileRegistry::loadDefault(ResourceBundle(projectFolder() / "QuarnCore/vendors/resources"));
+VendorProfileRegistry shippedVendorProfiles() { return VendorProfileRegistry::loadDefault(); }
+
+std::string productOf(const VendorProfile& profile) { return profile.id + " (" + profile.displayName + ")"; }
+
+std::vector<std::string> patternsOf(const VendorProfile& profile) {
+  std::vector<std::string> patterns;
+  const auto add = [&](const auto& source) {
+    patterns.insert(patterns.end(), source.paths.begin(), source.paths.end());
+  };
+  for (const VendorProfile::ArtifactDefinition& definition : profile.artifacts) add(definition);
+  for (const VendorProfile::CarveOut& carveOut : profile.carveOuts) add(carveOut);
+  return patterns;
+}
+
+std::vector<std::string> appBundleNames(const VendorProfile& profile) {
+  std::vector<std::string> names;
+  for (const VendorProfile::ArtifactDefinition& definition : profile.artifacts) {
+    if (definition.kind != ArtifactKind::appBundle) continue;
+    for (const std::string& path : definition.paths) names.emplace_back(path::lastComponent(path));
+  }
+  return names;
 }
 
 std::optional<AppEntity> vendorApp(const VendorProfile& profile, const MacVolume& volume) {
@@ -87,7 +93,7 @@ std::optional<AppEntity> vendorApp(const VendorProfile& profile, const MacVolume
 }
 
 std::vector<std::string> installVendor(MacVolume& volume, const VendorProfile& profile) {
-  const std::vector<std::string> paths = allPaths(profile, volume);
+  const std::vector<std::string> paths = concretePaths(volume, patternsOf(profile), "1");
   const std::vector<std::string> bundles = appBundles(profile, volume);
   for (const std::string& path : paths) {
     if (std::find(bundles.begin(), bundles.end(), path) == bundles.end()) install(volume, path, paths);
@@ -99,6 +105,30 @@ std::vector<std::string> installVendor(MacVolume& volume, const VendorProfile& p
   }
   if (app && bundles.empty()) {
     volume.app(app->bundleURL.path(), {.bundleIdentifier = app->bundleIdentifier.value_or(""), .name = app->name});
+  }
+  return paths;
+}
+
+std::vector<std::string> concretePaths(const MacVolume& volume, const std::vector<std::string>& patterns,
+                                       std::string_view star) {
+  std::vector<std::string> paths;
+  std::set<std::string> seen;
+  for (const std::string& pattern : patterns) {
+    const std::string path = concrete(pattern, volume, star);
+    if (seen.insert(path).second) paths.push_back(path);
+  }
+  return paths;
+}
+
+std::vector<std::string> installPatterns(MacVolume& volume, const std::vector<std::string>& patterns,
+                                         std::string_view star) {
+  const std::vector<std::string> paths = concretePaths(volume, patterns, star);
+  for (const std::string& path : paths) {
+    if (isFile(path, paths)) {
+      volume.file(path);
+    } else {
+      volume.folder(path);
+    }
   }
   return paths;
 }

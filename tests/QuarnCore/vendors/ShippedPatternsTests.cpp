@@ -33,8 +33,8 @@ const std::vector<Pattern>& patterns() {
     };
     constexpr const VendorProfile::ArtifactDefinition* kNone = nullptr;
     for (const VendorProfile& profile : registry.profiles()) {
-      for (const auto& definition : profile.artifacts) add(definition, profile.id, &definition);
-      for (const auto& carveOut : profile.carveOuts) add(carveOut, profile.id, kNone);
+      for (const auto& definition : profile.artifacts) add(definition, productOf(profile), &definition);
+      for (const auto& carveOut : profile.carveOuts) add(carveOut, productOf(profile), kNone);
     }
     return found;
   }();

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/resources/ResourceBundle.h"
 #include "quarn/commands/CommandTable.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/GoldenFile.h"
@@ -507,6 +508,41 @@ TEST(Command, VendorsCheckTellsWhatIsWrongFileByFile) {
   const CommandRun run = runQuarn({"vendors", "check", volume.root()});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_THAT(run.out, AllOf(HasSubstr("match.nameContains: missing"), HasSubstr("good.json  good")));
+}
+
+constexpr std::string_view kEmptyProfile =
+    R"({"id":"maker","displayName":"Maker","match":{"bundleIDs":[],"bundleIDPrefixes":[],"nameContains":[]},)"
+    R"("artifacts":[],"carveOuts":[]})";
+
+TEST(Command, VendorsCheckTakesSeveralProductsOfAVendorWithoutAnIndex) {
+  MacVolume volume;
+  volume.text("/maker.json", kEmptyProfile).text("/maker.tool.json", kEmptyProfile);
+  EXPECT_EQ(runQuarn({"vendors", "check", volume.root()}).exitCode, 0);
+  volume.text("/makers.json", kEmptyProfile);
+  const CommandRun run = runQuarn({"vendors", "check", volume.root()});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.out, HasSubstr("id \"maker\" is not the file's name"));
+}
+
+TEST(Command, VendorsCheckComparesAnIndexWithTheFiles) {
+  MacVolume volume;
+  volume.text("/maker.json", kEmptyProfile).text("/maker.tool.json", kEmptyProfile);
+  volume.text("/index.json", R"({"version":1,"vendors":[{"id":"maker","file":"maker.json"}]})");
+  EXPECT_THAT(runQuarn({"vendors", "check", volume.root()}).out, HasSubstr("index.json does not name this file"));
+  volume.text("/index.json", R"({"version":1,"vendors":[{"id":"maker","file":"maker"},)"
+                             R"({"id":"maker","file":"maker.tool"},{"id":"maker","file":"maker.gone"}]})");
+  const CommandRun missing = runQuarn({"vendors", "check", volume.root()});
+  EXPECT_EQ(missing.exitCode, 1);
+  EXPECT_THAT(missing.out, HasSubstr("names the missing file \"maker.gone.json\""));
+  volume.text("/index.json",
+              R"({"version":1,"vendors":[{"id":"maker","file":"maker"},{"id":"maker","file":"maker.tool"}]})");
+  EXPECT_EQ(runQuarn({"vendors", "check", volume.root()}).exitCode, 0);
+}
+
+TEST(Command, VendorsCheckFindsTheShippedProfilesGood) {
+  const std::string sources = (projectFolder() / "QuarnCore/vendors/resources/vendors").string();
+  EXPECT_EQ(runQuarn({"vendors", "check", sources}).exitCode, 0);
+  EXPECT_EQ(runQuarn({"vendors", "check", ResourceBundle::shipped().folder() + "/vendors"}).exitCode, 0);
 }
 
 TEST(Command, TheTextsFollowTheLocale) {
