@@ -19,7 +19,7 @@ constexpr std::size_t kHeaderBytes = 512;
 constexpr std::size_t kNodeBytes = 4'096;
 constexpr std::size_t kInnerNodeBytes = 128;
 
-/// The file under construction: blocks in the order of their numbers, from 1.
+/// The file under construction. Blocks are numbered from 1.
 class BomFile {
  public:
   std::uint32_t add(const std::string& block) {
@@ -27,7 +27,7 @@ class BomFile {
     content_ += block;
     return number();
   }
-  /// The number that the next block will have.
+  /// The number of the next block.
   [[nodiscard]] std::uint32_t next() const { return number() + 1; }
   void variable(std::string_view name, std::uint32_t block) {
     variables_ += bigEndian(block, 4) + bigEndian(name.size(), 1) + std::string(name);
@@ -53,7 +53,7 @@ std::string BomFile::finished(std::uint32_t tableSlots) const {
   std::string table = bigEndian(slots, 4);
   for (const auto& [offset, length] : places_) table += bigEndian(offset, 4) + bigEndian(length, 4);
   table += std::string(8 * (slots - places_.size()), '\0');
-  table += bigEndian(0, 4) + std::string(16, '\0');  // no free blocks, two empty places
+  table += bigEndian(0, 4) + std::string(16, '\0');  // no free blocks, two unused entries
   const std::size_t tableOffset = file.size();
   file += table;
   const std::string header = "BOMStore" + bigEndian(1, 4) + bigEndian(number(), 4) + bigEndian(tableOffset, 4) +
@@ -72,7 +72,7 @@ struct NodePair {
   std::uint32_t second = 0;
 };
 
-/// Writes one level of the tree and gives the pairs of the level above: each node with the key of its last entry.
+/// Writes one level of the tree. Returns the pairs of the level above: each node and the key of its last entry.
 std::vector<NodePair> writeLevel(BomFile& file, const BomLayout& layout, const std::vector<NodePair>& pairs,
                                  bool isLeaf) {
   std::vector<NodePair> above;
@@ -137,7 +137,8 @@ std::string BomBuilder::directoryRecord() const { return record(kDirectory, 0040
 
 std::string BomBuilder::fileRecord(std::uint32_t size) const { return record(kFile, 0100644, size, {}); }
 
-/// Files and links carry a checksum, links their target with its zero byte. Nobody reads the checksum: 0.
+/// Records of files and links have a checksum; records of links also have the target and a zero byte. No reader
+/// checks the checksum, so it is 0.
 std::string BomBuilder::record(unsigned type, std::uint32_t mode, std::uint32_t size, std::string_view target) const {
   const std::string start = bigEndian(type, 1) + bigEndian(1, 1);
   if (layout_.records == BomRecords::pathsOnly) return start + bigEndian(0, 2);

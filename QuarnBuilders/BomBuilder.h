@@ -10,21 +10,21 @@
 
 namespace quarn::sample {
 
-/// How much an entry's record says: what the installer writes today, what it wrote about 2014, and the bare type of
-/// bills that list paths only.
+/// The form of the records: as installers write them today, as they did around 2014, or only a type, in bills that
+/// list paths only.
 enum class BomRecords : std::uint8_t { today, older, pathsOnly };
 
-/// How the tree of paths is cut into blocks. The defaults give a file as the installer writes it.
+/// How the tree of paths is split into blocks. The defaults match the files of the installer.
 struct BomLayout {
   std::size_t pairsPerNode = 256;
-  bool linksLeaves = true;       ///< each leaf names its neighbours; otherwise 0
-  bool padsNodes = true;         ///< nodes fill 4,096 bytes whatever they hold
-  std::uint32_t tableSlots = 0;  ///< the block table has at least this many entries, most of them unused
+  bool linksLeaves = true;       ///< leaves link to their neighbours; otherwise the links are 0
+  bool padsNodes = true;         ///< nodes are padded to 4,096 bytes
+  std::uint32_t tableSlots = 0;  ///< minimum number of entries in the block table
   BomRecords records = BomRecords::today;
 };
 
-/// Writes an installer's bill of materials. Every operation but the last returns the builder, so that a bill reads as a
-/// list; parents are listed as directories as needed.
+/// Builds an installer's bill of materials. All methods except `bytes` return the builder, so calls can be chained.
+/// Missing parents are added as directories.
 ///
 ///     BomBuilder().directory("./Applications").file("./Applications/X.app/Contents/Info.plist", 300).bytes()
 class BomBuilder {
@@ -32,19 +32,19 @@ class BomBuilder {
   BomBuilder();
   explicit BomBuilder(BomLayout layout);
 
-  /// Paths begin with "./" or without it; what is listed already stays as it is.
+  /// Paths may begin with "./". A path that is already listed stays unchanged.
   BomBuilder& directory(std::string_view path);
   BomBuilder& file(std::string_view path, std::uint32_t size = 0);
   BomBuilder& link(std::string_view path, std::string_view target);
   BomBuilder& device(std::string_view path);
 
-  /// An entry as it stands, sound or not: its number, its parent's, its name and its record (empty: the null block).
-  /// The root folder has number 1, and what the calls above list takes the next ones.
+  /// Adds a raw entry, valid or not: its number, its parent's number, its name and its record (empty: the null
+  /// block). The root folder has number 1; the methods above use the following numbers.
   BomBuilder& entry(std::uint32_t id, std::uint32_t parentId, std::string name, std::string record);
 
-  /// A directory's record, for `entry`.
+  /// The record of a directory, for `entry`.
   [[nodiscard]] std::string directoryRecord() const;
-  /// A file's record, for `entry`.
+  /// The record of a file, for `entry`.
   [[nodiscard]] std::string fileRecord(std::uint32_t size = 0) const;
 
   [[nodiscard]] std::string bytes() const;
@@ -63,7 +63,7 @@ class BomBuilder {
 
   BomLayout layout_;
   std::vector<Entry> entries_;
-  std::map<std::pair<std::uint32_t, std::string>, std::uint32_t> ids_;  ///< of what was listed by path
+  std::map<std::pair<std::uint32_t, std::string>, std::uint32_t> ids_;  ///< ids of the listed paths
 };
 
 }  // namespace quarn::sample

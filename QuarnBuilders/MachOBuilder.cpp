@@ -67,7 +67,7 @@ struct DerWriter {
   }
   template <class Other>
   std::string operator()(const Other&) const {
-    throw std::invalid_argument("entitlements in DER have no such type");
+    throw std::invalid_argument("DER entitlements do not support this type");
   }
 };
 
@@ -102,7 +102,7 @@ std::string signatureOfBlobs(const std::vector<std::pair<std::uint32_t, std::str
 }
 
 std::string codeDirectory(const std::string& identifier, const std::string& team) {
-  constexpr std::size_t kFieldBytes = 52;  // up to and with the team's offset, the blob's header included
+  constexpr std::size_t kFieldBytes = 52;  // including the blob header, up to the end of the team offset
   const std::size_t teamOffset = team.empty() ? 0 : kFieldBytes + identifier.size() + 1;
   const std::string names = identifier + std::string(1, '\0') + (team.empty() ? "" : team + std::string(1, '\0'));
   return bigEndian(0x20200, 4) + bigEndian(team.empty() ? 2 : 0, 4) + bigEndian(kFieldBytes + names.size(), 4) +

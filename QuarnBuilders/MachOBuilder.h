@@ -10,7 +10,7 @@
 
 namespace quarn::sample {
 
-/// A processor as Mach-O describes it, with the byte order and word size of its programs.
+/// A processor type, with the byte order and word size of its programs.
 struct Processor {
   std::uint32_t type = 0;
   std::uint32_t subtype = 0;
@@ -25,45 +25,45 @@ inline constexpr Processor kI386{.type = 7, .subtype = 3, .is64Bit = false};
 inline constexpr Processor kPowerPC{.type = 18, .is64Bit = false, .order = std::endian::big};
 inline constexpr Processor kPowerPC64{.type = 0x01000012, .is64Bit = true, .order = std::endian::big};
 
-/// Which forms of its entitlements a signature carries.
+/// The forms of the entitlements in a signature.
 enum class EntitlementForms : std::uint8_t { xml, der, xmlAndDer, emptyXmlAndDer, none };
 
-/// What a program's signature says.
+/// The content of a signature.
 struct MachOSigning {
-  std::vector<std::string> groups{};  ///< its application groups
-  PlistDictionary entitlements{};     ///< further entitlements, before the groups
+  std::vector<std::string> groups{};  ///< application groups
+  PlistDictionary entitlements{};     ///< more entitlements, before the groups
   Processor cpu = kArm64;
   EntitlementForms forms = EntitlementForms::xml;
   std::string identifier = "com.example.program";
   std::string team{};
 };
 
-/// A program of one slice with a signature: shaped as the real one, without code and without a single valid hash.
+/// A signed program with one slice. It has the structure of a real program, but no code and no valid hashes.
 std::string signedMachO(const MachOSigning& signing = {});
 
-/// A program of one slice; `signature` goes where its load command points, and without one there is no such command.
+/// A program with one slice. Without `signature` it has no load command for one.
 std::string machO(Processor cpu, const std::string& signature = {});
 
-/// A slice of a universal file: its processor and the bytes of its program.
+/// A slice of a universal file: processor and program.
 using MachOSliceBytes = std::pair<Processor, std::string>;
 enum class UniversalForm : std::uint8_t { offsets32, offsets64 };
 
-/// A universal file of several slices.
+/// A universal file.
 std::string universalMachO(const std::vector<MachOSliceBytes>& slices, UniversalForm form = UniversalForm::offsets32);
-/// A universal file of signed slices.
+/// A universal file of signed programs.
 std::string universalMachO(const std::vector<MachOSigning>& slices, UniversalForm form = UniversalForm::offsets32);
 
-/// A signature, as `signedMachO` puts into its program.
+/// A signature, as in the program of `signedMachO`.
 std::string codeSignature(const MachOSigning& signing);
 
-/// A signature of these blobs, each with the slot it stands in; a blob begins with its magic and its length.
+/// A signature of these blobs, each with its slot. A blob begins with its magic and its length.
 std::string signatureOfBlobs(const std::vector<std::pair<std::uint32_t, std::string>>& blobs);
 /// A blob: magic, length, content.
 std::string signatureBlob(std::uint32_t magic, const std::string& content);
 /// The content of a code directory blob.
 std::string codeDirectory(const std::string& identifier, const std::string& team);
 
-/// Entitlements in DER: in the wrapper of today, or as the bare set that older signers wrote.
+/// Forms of DER entitlements: the current wrapper, or the bare set of older signing tools.
 enum class DerForm : std::uint8_t { wrapped, bareSet };
 std::string derEntitlements(const PlistDictionary& entitlements, DerForm form = DerForm::wrapped);
 

@@ -106,7 +106,7 @@ void appendBigEndian(std::string& bytes, std::uint64_t value, int width) {
 
 int bytesFor(std::uint64_t value) { return value < 0x100 ? 1 : value < 0x10000 ? 2 : value < 0x100000000 ? 4 : 8; }
 
-// Valid UTF-8 as UTF-16, big-endian.
+// Converts valid UTF-8 to big-endian UTF-16.
 std::string utf16(std::string_view text) {
   static constexpr std::array<std::uint32_t, 5> kLeadBits{0, 0x7F, 0x1F, 0x0F, 0x07};
   std::string result;
@@ -126,8 +126,8 @@ std::string utf16(std::string_view text) {
   return result;
 }
 
-// Every value is an object of its own: equal texts are not shared, which is legal. What a container refers to stands
-// before it, so the top object is the last.
+// Writes one object per value; equal texts are not shared, which is valid. Writes children before their container, so
+// the top object is the last one.
 class BinaryWriter {
  public:
   std::string document(const PlistValue& root) {
@@ -157,7 +157,7 @@ class BinaryWriter {
     return count;
   }
 
-  // The number of the object written.
+  // Returns the number of the object.
   std::uint64_t write(const PlistValue& value) {
     return std::visit([&](const auto& held) { return object(held); }, value.held);
   }

@@ -9,22 +9,22 @@
 namespace quarn::sample {
 
 struct PlistValue;
-/// In the order written; a key may stand twice, as a broken writer would have it.
+/// In output order. A key may be repeated, as in malformed files.
 using PlistDictionary = std::vector<std::pair<std::string, PlistValue>>;
 using PlistArray = std::vector<PlistValue>;
 
-/// Raw bytes, as opposed to text.
+/// Raw bytes; a std::string in a value is text.
 struct PlistData {
   std::string bytes;
 };
 
-/// A moment, in seconds since 2001-01-01 00:00:00 UTC.
+/// A date, in seconds since 2001-01-01 00:00:00 UTC.
 struct PlistDate {
   std::int64_t seconds = 0;
 };
 
-/// A value of a property list to be written, made implicitly from what it holds so that trees read as literals:
-/// `{{"Label", "com.example.agent"}, {"ProgramArguments", PlistArray{"/bin/ls", "-l"}}, {"RunAtLoad", true}}`.
+/// A value of a property list. Its constructors are implicit, so that trees can be written as literals: `{{"Label",
+/// "com.example.agent"}, {"ProgramArguments", PlistArray{"/bin/ls", "-l"}}, {"RunAtLoad", true}}`.
 struct PlistValue {
   std::variant<bool, std::int64_t, double, std::string, PlistData, PlistDate, PlistArray, PlistDictionary> held;
 
@@ -40,12 +40,12 @@ struct PlistValue {
   PlistValue(PlistDictionary value) : held(std::move(value)) {}
 };
 
-/// The two forms in use on a Mac.
+/// The two forms that macOS uses.
 enum class PlistFormat : std::uint8_t { xml, binary };
 
-/// The file's bytes, indented as the system's own tools write it.
+/// The file in XML, indented as Apple's tools do.
 std::string xmlPlist(const PlistValue& root);
-/// The file's bytes in the "bplist00" form; texts of ASCII bytes as such, others as UTF-16 (which must be valid UTF-8).
+/// The file in the "bplist00" form. ASCII texts are stored as ASCII, other texts as UTF-16; they must be valid UTF-8.
 std::string binaryPlist(const PlistValue& root);
 std::string plistBytes(const PlistValue& root, PlistFormat format);
 

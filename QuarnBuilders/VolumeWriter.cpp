@@ -28,7 +28,7 @@ void refuseParentName(std::string_view name, std::string_view path) {
   if (name == "..") throwFileError(EINVAL, "go up in", path);
 }
 
-// The folder of that name, made when it is missing; never through a link.
+// Opens a subfolder and creates it if it is missing. Does not follow links.
 FileDescriptor enter(int folder, const std::string& name, std::string_view path) {
   refuseParentName(name, path);
   FileDescriptor inner(::openat(folder, name.c_str(), kFolder | O_NOFOLLOW));
@@ -41,7 +41,7 @@ FileDescriptor enter(int folder, const std::string& name, std::string_view path)
   return inner;
 }
 
-// Removes what is no folder from the open folder and names the folders that are left in it.
+// Removes all items except folders. Returns the names of the folders.
 std::vector<std::string> removeFiles(int folder) {
   const std::unique_ptr<DIR, int (*)(DIR*)> list(::fdopendir(::openat(folder, ".", kFolder)), ::closedir);
   std::vector<std::string> names;
@@ -52,8 +52,7 @@ std::vector<std::string> removeFiles(int folder) {
   return names;
 }
 
-// Takes everything out of a folder. One folder is open at a time and the way up is "..", so neither depth nor the
-// length of paths is a limit.
+// Empties a folder. Keeps one folder open at a time and goes up through "..", so depth and path length are unlimited.
 void empty(FileDescriptor folder) {
   struct Level {
     std::string name;
@@ -81,7 +80,7 @@ void empty(FileDescriptor folder) {
 
 }  // namespace
 
-// Where an item lies or is to be made: its folder, open, and its name there.
+// The place of an item: its open parent folder and its name.
 struct VolumeWriter::Place {
   FileDescriptor folder;
   std::string name;

@@ -10,12 +10,12 @@
 
 namespace quarn::sample {
 
-/// Writes the items of a Mac volume below one host folder. Paths are the Mac's, absolute; parents are made as needed;
-/// names may be any bytes and paths of any length. Modes are set whatever the process's umask. What stands at a path
-/// already is replaced by a file and kept by a folder.
+/// Writes the items of a Mac volume below a host folder. Paths are absolute paths on the Mac. Names may hold any
+/// bytes, and paths may have any length. Missing parents are created. Modes do not depend on the umask. A file
+/// replaces an existing item; a folder keeps it.
 ///
-/// Nothing is ever written through a symbolic link, so nothing can be written outside the folder; that, a path with
-/// "..", and every failing system call throw FileError with what was tried and the path. One thread.
+/// Never writes through a symbolic link, so it cannot write outside the folder. A link or ".." in a path, or a
+/// failing system call, throws FileError with the operation and the path. Not thread-safe.
 class VolumeWriter {
  public:
   /// `hostFolder` must exist.
@@ -25,22 +25,22 @@ class VolumeWriter {
 
   void folder(const std::string& path) const;
   void file(const std::string& path, std::string_view content, mode_t bits = 0644) const;
-  /// A file of that logical length and no allocated byte.
+  /// A file of that length without allocated blocks.
   void sparse(const std::string& path, std::int64_t logicalBytes) const;
   void link(const std::string& path, const std::string& target) const;
   void hardLink(const std::string& path, const std::string& existing) const;
   void fifo(const std::string& path) const;
   void socket(const std::string& path) const;
 
-  /// Permission bits; not of a link.
+  /// Sets permission bits; the item must not be a link.
   void mode(const std::string& path, mode_t bits) const;
-  /// The time of the last change of the content, in seconds since 1970; of a link itself.
+  /// Sets the modification time, in seconds since 1970. Does not follow links.
   void modified(const std::string& path, std::int64_t seconds) const;
   void attribute(const std::string& path, const std::string& name, std::string_view bytes) const;
 
-  /// Takes an item and everything in it away, whatever modes and depths it has.
+  /// Removes an item and its content, whatever their modes and depth.
   void remove(const std::string& path) const;
-  /// Takes everything out of the host folder; what cannot be removed stays.
+  /// Empties the host folder. Skips items that it cannot remove.
   void clear() const noexcept;
 
  private:

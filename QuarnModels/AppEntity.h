@@ -7,15 +7,15 @@
 
 namespace quarn {
 
-/// One installed application. A plain value.
+/// An installed application.
 struct AppEntity {
-  std::string name;                             ///< as shown to the user
-  std::optional<std::string> bundleIdentifier;  ///< an app may have none
-  FileURL bundleURL;                            ///< the application bundle, a folder
-  std::string id;                               ///< stable identity: the bundle identifier, else the bundle's path
-  std::optional<std::string> version;           ///< marketing version, else build number
+  std::string name;                             ///< display name
+  std::optional<std::string> bundleIdentifier;  ///< absent if the app has none
+  FileURL bundleURL;                            ///< the bundle, a folder
+  std::string id;                               ///< stable: the bundle identifier, or the path if there is none
+  std::optional<std::string> version;           ///< marketing version, or build number
 
-  /// The identity that an app of this identifier and place has.
+  /// Makes the id of an app.
   static std::string makeID(const std::optional<std::string>& bundleIdentifier, const FileURL& bundleURL) {
     return bundleIdentifier ? *bundleIdentifier : bundleURL.path();
   }

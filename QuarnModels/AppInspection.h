@@ -9,7 +9,7 @@
 
 namespace quarn {
 
-/// What was found for one app. A plain value.
+/// The result of inspecting an app.
 struct AppInspection {
   AppEntity app;
   std::vector<UninstallerCandidate> uninstallers;

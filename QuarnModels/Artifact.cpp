@@ -4,8 +4,8 @@
 
 namespace quarn {
 
-// "cache:user:/Users/ann/Library/Caches/com.example": readable in logs and, because the paths are percent-encoded,
-// one-to-one.
+// "cache:user:/Users/ann/Library/Caches/com.example": readable in logs, and unique because the paths are
+// percent-encoded.
 std::string Artifact::makeID(ArtifactKind kind, ArtifactScope scope, const std::vector<FileURL>& urls) {
   constexpr std::string_view kFileScheme = "file://";
   std::string id(rawValue(kind));

@@ -11,7 +11,7 @@
 
 namespace quarn {
 
-/// What sort of item an artifact is.
+/// The kind of an artifact's items.
 enum class ArtifactKind : std::uint8_t {
   appBundle,
   uninstaller,
@@ -35,14 +35,14 @@ struct RawValues<ArtifactKind> {
       "groupContainer", "savedState",  "launchAgent", "launchDaemon", "receipt",     "kernelExtension",    "unknown"};
 };
 
-/// Whose it is: the user's or the system's.
+/// Whether the items belong to the user or to the system.
 enum class ArtifactScope : std::uint8_t { user, system };
 template <>
 struct RawValues<ArtifactScope> {
   static constexpr std::array<std::string_view, 2> kStrings{"user", "system"};
 };
 
-/// How precious the data is.
+/// The nature of the data, which decides about the modes that select it.
 enum class ArtifactDataClass : std::uint8_t {
   app,
   rebuildable,
@@ -58,38 +58,37 @@ struct RawValues<ArtifactDataClass> {
       "app", "rebuildable", "syncRestorable", "configuration", "userData", "shared", "unknown"};
 };
 
-/// Risk of removing it, rising.
+/// The risk of removing the items, in ascending order.
 enum class RiskLevel : std::uint8_t { safe, caution, danger };
 template <>
 struct RawValues<RiskLevel> {
   static constexpr std::array<std::string_view, 3> kStrings{"safe", "caution", "danger"};
 };
 
-/// One group of files or folders that belongs to an app. A plain value.
+/// A group of files or folders that belongs to an app.
 struct Artifact {
-  std::string id;  ///< made by `makeID`; `riskLevel` and the texts take no part in it
+  std::string id;  ///< from `makeID`; does not depend on `riskLevel` and the texts
   ArtifactKind kind = ArtifactKind::unknown;
   ArtifactDataClass dataClass = ArtifactDataClass::unknown;
   ArtifactScope scope = ArtifactScope::user;
-  std::vector<FileURL> urls;     ///< the items; one artifact may hold several
-  std::optional<SizeInfo> size;  ///< absent until sized
+  std::vector<FileURL> urls;     ///< one or more items
+  std::optional<SizeInfo> size;  ///< absent if not sized yet
   RiskLevel riskLevel = RiskLevel::safe;
-  double confidence = 0;                   ///< how sure the finder is that it belongs to the app, 0...1
+  double confidence = 0;                   ///< probability that it belongs to the app, 0 to 1
   std::string title;                       ///< short label
   std::optional<std::string> explanation;  ///< for the user
 
-  /// The identity of items under a kind and scope: finders that report the same make the same id. Depends on the three
-  /// alone, on the URLs in order and by their paths as they stand (whether one is known to be a folder does not
-  /// matter).
+  /// Makes the id from kind, scope and URLs. The same items reported by two phases get the same id. The order of the
+  /// URLs matters; the flag "known to be a folder" does not.
   static std::string makeID(ArtifactKind kind, ArtifactScope scope, const std::vector<FileURL>& urls);
 
-  /// Makes the id again from kind, scope and URLs.
+  /// Recomputes the id after a change of kind, scope or URLs.
   void renewID() { id = makeID(kind, scope, urls); }
 
   friend bool operator==(const Artifact&, const Artifact&) = default;
 };
 
-/// Moves the artifacts of `more` behind those of `artifacts`.
+/// Moves the artifacts of `more` to the end of `artifacts`.
 void append(std::vector<Artifact>& artifacts, std::vector<Artifact> more);
 
 }  // namespace quarn

@@ -7,18 +7,18 @@
 
 namespace quarn {
 
-/// The raw strings of an enumeration whose cases are numbered from 0, in case order; specialised beside each
+/// The raw strings of an enumeration in the order of its cases, which are numbered from 0. Specialised for each
 /// enumeration.
 template <class Enumeration>
 struct RawValues;
 
-/// The case's raw string.
+/// The raw string of a case.
 template <class Enumeration>
 constexpr std::string_view rawValue(Enumeration value) {
   return RawValues<Enumeration>::kStrings[static_cast<std::size_t>(value)];
 }
 
-/// The case of exactly this raw string; absent for any other.
+/// The case with this raw string; absent if there is none.
 template <class Enumeration>
 constexpr std::optional<Enumeration> fromRawValue(std::string_view text) {
   constexpr auto& strings = RawValues<Enumeration>::kStrings;
@@ -28,7 +28,7 @@ constexpr std::optional<Enumeration> fromRawValue(std::string_view text) {
   return std::nullopt;
 }
 
-/// Every case in order.
+/// All cases in order.
 template <class Enumeration>
 constexpr auto allCases() {
   std::array<Enumeration, RawValues<Enumeration>::kStrings.size()> cases{};

@@ -19,13 +19,13 @@
 #include "QuarnPlatform/paths/FileURL.h"
 #include "QuarnPlatform/text/Text.h"
 
-/// How records are written as JSON and read from it: in resource files and in messages alike. Each record has one
-/// table, `Fields<Record>`, with one row per member in the order in which members are written; `Codec<Record>` encodes,
-/// decodes and names it from that table. This header includes the whole JSON library: include it in sources and in
-/// other headers of this kind only.
+/// Encodes records as JSON and decodes them, for resource files and messages. Each record has one table,
+/// `Fields<Record>`, with one row per member in output order; `Codec<Record>` encodes, decodes and names the record
+/// from that table. This header includes the whole JSON library: include it only in sources and in other headers of
+/// this kind.
 namespace quarn::wire {
 
-/// Which values a request may give: any of the type, or only counts from 0 up.
+/// The accepted values of a member: all values of its type, or only counts of 0 or more.
 enum class Range : std::uint8_t { all, counts };
 
 /// A member that is a field of the record.
@@ -33,11 +33,11 @@ template <class Record, class Value>
 struct Member {
   std::string_view name;
   Value Record::*field;
-  Value (*make)(const Record&);  ///< makes what a request left out, from the other members; null: it is required
+  Value (*make)(const Record&);  ///< computes an omitted value from the other members; null: required
   Range range;
 };
 
-/// A member that is only written: a text made from the record.
+/// A member that is only encoded: a text computed from the record.
 template <class Record>
 struct Computed {
   std::string_view name;
@@ -59,13 +59,13 @@ constexpr Member<Record, std::int64_t> bytes(std::string_view name, std::int64_t
   return {name, field, nullptr, Range::counts};
 }
 
-/// A record's name and members; specialised for each record. Optional members of the specialisation:
-/// `kRefusesUnknownMembers`: decoding refuses members that the table does not have. Without it they are ignored.
-/// `kOmitsAbsentMembers`: encoding leaves absent values out. Without it they are written as null.
+/// The name and members of a record; specialised for each record. Optional members of the specialisation:
+/// `kRefusesUnknownMembers`: decoding refuses unknown members. Without it, decoding ignores them.
+/// `kOmitsAbsentMembers`: encoding omits absent values. Without it, they are written as null.
 template <class Record>
 struct Fields;
 
-/// The name of an enumeration in descriptions; specialised where an enumeration is described.
+/// The name of an enumeration in descriptions; specialised for the enumerations that are described.
 template <class Enumeration>
 constexpr std::string_view kEnumerationName;
 
@@ -73,7 +73,7 @@ using nlohmann::ordered_json;
 
 inline ordered_json text(std::string_view bytes) { return Text::validUTF8(bytes); }
 
-/// Adds a member that the object does not have yet. The JSON library's own insertion searches all members first.
+/// Appends a member that is not in the object yet. The JSON library's own insertion searches all members first.
 inline void append(ordered_json& object, std::string key, ordered_json value) {
   object.get_ref<ordered_json::object_t&>().emplace_back(std::move(key), std::move(value));
 }
@@ -185,7 +185,7 @@ template <class Value, class Less>
 struct Codec<std::map<std::string, Value, Less>> {
   static std::string name() { return "{string: " + Codec<Value>::name() + "}"; }
   static ordered_json encode(const std::map<std::string, Value, Less>& value) {
-    // Keys that differ only in bad bytes become one text: the first of them stands, for a key may not be there twice.
+    // Keys that differ only in invalid bytes become equal. Keep the first, because an object must not repeat a key.
     std::map<std::string, const Value*> readable;
     for (const auto& [key, item] : value) readable.emplace(Text::validUTF8(key), &item);
     ordered_json object = ordered_json::object();
@@ -230,7 +230,7 @@ void decodeMember(const JSONDecoder& object, Record& record, const Member<Record
 template <class Record>
 void decodeMember(const JSONDecoder& /*object*/, Record& /*record*/, const Computed<Record>& /*member*/) {}
 
-/// Makes a member that the request left out, now that the others are there.
+/// Computes a member that the request omitted. Runs after the other members are decoded.
 template <class Record, class Value>
 void makeMember(const JSONDecoder& object, Record& record, const Member<Record, Value>& member) {
   if (member.make != nullptr && object.member(member.name).isAbsent()) record.*member.field = member.make(record);
@@ -272,8 +272,8 @@ struct Codec<Record> {
   }
 };
 
-/// Decodes the text of a resource file that holds one record. Absent when the text is not strict JSON or any member is
-/// missing or wrong; then `problem`, when given, says what: "artifacts[2].kind: not one of …".
+/// Decodes a resource file that holds one record. Absent if the text is not strict JSON or a member is missing or
+/// wrong; then stores the error in `problem` if it is not null, for example "artifacts[2].kind: not one of …".
 template <class Record>
 std::optional<Record> decodeFile(std::string_view text, std::string* problem) {
   std::string found;

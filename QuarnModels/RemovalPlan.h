@@ -10,7 +10,7 @@
 
 namespace quarn {
 
-/// How much a removal is to take.
+/// How much a removal selects.
 enum class CleanupMode : std::uint8_t { cacheOnly, associatedDataOnly, removeApp, aggressive };
 template <>
 struct RawValues<CleanupMode> {
@@ -18,9 +18,9 @@ struct RawValues<CleanupMode> {
                                                             "aggressive"};
 };
 
-/// One step of a removal that a shell may carry out; nothing here does.
+/// One step of a removal. The library never executes it.
 struct RemovalOperationPreview {
-  /// What the step does. `deletePermanently` is never planned.
+  /// The action of a step. The planner never uses `deletePermanently`.
   enum class Type : std::uint8_t {
     openUninstaller,
     moveToTrash,
@@ -31,9 +31,9 @@ struct RemovalOperationPreview {
   };
 
   Type type = Type::openUninstaller;
-  std::vector<FileURL> urls;   ///< what it acts on
-  bool reversible = false;     ///< whether it can be undone
-  bool requiresAdmin = false;  ///< whether administrator rights may be needed
+  std::vector<FileURL> urls;   ///< the items of the step
+  bool reversible = false;     ///< the step can be undone
+  bool requiresAdmin = false;  ///< the step may need administrator rights
   std::optional<std::string> explanation;
   friend bool operator==(const RemovalOperationPreview&, const RemovalOperationPreview&) = default;
 };
@@ -43,9 +43,9 @@ struct RawValues<RemovalOperationPreview::Type> {
       "openUninstaller", "moveToTrash", "moveToQuarantine", "deletePermanently", "disableLaunchServices", "quitApp"};
 };
 
-/// The ordered steps of a removal, with what to tell the user before it. A plain value.
+/// The steps of a removal in order, and notes for the user.
 struct AppRemovalPlanPreview {
-  /// Where the plan stands; a planner makes previews.
+  /// The state of a plan. The planner creates previews only.
   enum class Status : std::uint8_t { draft, running, finished, preview };
 
   CleanupMode mode = CleanupMode::cacheOnly;
@@ -53,7 +53,7 @@ struct AppRemovalPlanPreview {
   std::optional<FileURL> recommendedUninstaller;
   std::vector<RemovalOperationPreview> operations;
   std::vector<std::string> notes;
-  std::int64_t estimatedBytes = 0;  ///< allocated bytes of what is selected
+  std::int64_t estimatedBytes = 0;  ///< allocated bytes of the selected artifacts
   Status status = Status::preview;
   friend bool operator==(const AppRemovalPlanPreview&, const AppRemovalPlanPreview&) = default;
 };

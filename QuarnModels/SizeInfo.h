@@ -4,8 +4,7 @@
 
 namespace quarn {
 
-/// Size of an item or a set of items: allocated bytes (space on the disk) and logical bytes (content length), in this
-/// order.
+/// The size of one or more items: allocated bytes (space on disk), then logical bytes (length of the content).
 using SizeInfo = ByteCounts;
 
 }  // namespace quarn

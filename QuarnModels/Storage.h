@@ -12,7 +12,7 @@
 
 namespace quarn {
 
-/// What the space of a disk goes to, in the order in which categories are always listed. `free` has no folders.
+/// The categories of disk space, in display order. `free` has no folders.
 enum class StorageCategoryID : std::uint8_t {
   apps,
   documents,
@@ -30,21 +30,21 @@ struct RawValues<StorageCategoryID> {
       "apps", "documents", "photos", "communication", "games", "development", "systemData", "other", "free"};
 };
 
-/// A category and what it takes.
+/// A category and its size.
 struct StorageCategory {
   StorageCategoryID id = StorageCategoryID::apps;
   SizeInfo size;
   friend bool operator==(const StorageCategory&, const StorageCategory&) = default;
 };
 
-/// What a dashboard shows before anything is scanned.
+/// The content of a dashboard before a scan.
 struct StorageOverview {
   VolumeInfo volume;
   std::vector<StorageCategory> categories;
   friend bool operator==(const StorageOverview&, const StorageOverview&) = default;
 };
 
-/// What is known of a vendor's path.
+/// What a vendor profile says about a path.
 struct VendorPathHint {
   std::string vendorID;
   std::string vendorName;
@@ -58,7 +58,7 @@ struct VendorPathHint {
   friend bool operator==(const VendorPathHint&, const VendorPathHint&) = default;
 };
 
-/// One of the largest items.
+/// An item in a list of the largest items.
 struct TopItem {
   FileURL url;
   std::string name;  ///< last path component
@@ -66,10 +66,10 @@ struct TopItem {
   friend bool operator==(const TopItem&, const TopItem&) = default;
 };
 
-/// How much of a set of folders is on this disk and how much only in the cloud, in bytes.
+/// The bytes of a set of folders that are on this disk, and those that are only in the cloud.
 struct CloudStorageSummary {
   std::int64_t localBytes = 0;
-  std::int64_t cloudOnlyBytes = 0;  ///< what logical lengths exceed allocations by
+  std::int64_t cloudOnlyBytes = 0;  ///< logical bytes beyond the allocated bytes
   std::int64_t allocatedBytes = 0;
   std::int64_t logicalBytes = 0;
   friend bool operator==(const CloudStorageSummary&, const CloudStorageSummary&) = default;

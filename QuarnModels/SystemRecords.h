@@ -11,30 +11,30 @@
 
 namespace quarn {
 
-/// What an app's code signature entitles it to, as far as files are concerned. Empty: nothing read or nothing declared.
+/// The entitlements of an app that concern files. Empty if there are none or they cannot be read.
 struct EntitlementsInfo {
-  std::vector<std::string> applicationGroups;  ///< application-group identifiers, in the signature's order
+  std::vector<std::string> applicationGroups;  ///< application group identifiers, in order
   friend bool operator==(const EntitlementsInfo&, const EntitlementsInfo&) = default;
 };
 
-/// An uninstaller found for an app.
+/// An uninstaller of an app.
 struct UninstallerCandidate {
   FileURL url;
-  std::string name;       ///< for display: the item's file name
-  double confidence = 0;  ///< 0...1
+  std::string name;       ///< file name, for display
+  double confidence = 0;  ///< 0 to 1
   friend bool operator==(const UninstallerCandidate&, const UninstallerCandidate&) = default;
 };
 
-/// One launchd job.
+/// A launchd job.
 struct LaunchdEntry {
   std::string label;
   std::optional<std::string> program;
   std::vector<std::string> programArguments;
-  FileURL url;  ///< the job's property list
+  FileURL url;  ///< the property list of the job
   friend bool operator==(const LaunchdEntry&, const LaunchdEntry&) = default;
 };
 
-/// One installer receipt.
+/// An installer receipt.
 struct ReceiptInfo {
   std::string packageIdentifier;
   std::vector<FileURL> files;  ///< the files and links that the package installed
@@ -43,11 +43,11 @@ struct ReceiptInfo {
   friend bool operator==(const ReceiptInfo&, const ReceiptInfo&) = default;
 };
 
-/// One installed kernel extension.
+/// An installed kernel extension.
 struct KernelExtensionInfo {
   std::string name;
   std::optional<std::string> bundleIdentifier;
-  FileURL url;  ///< the extension's bundle
+  FileURL url;  ///< the bundle
   std::optional<std::string> version;
   std::optional<SizeInfo> size;
   friend bool operator==(const KernelExtensionInfo&, const KernelExtensionInfo&) = default;

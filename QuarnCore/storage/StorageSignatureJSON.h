@@ -10,11 +10,11 @@
 
 namespace quarn {
 
-/// The signature file's text as a table; absent when anything in it is missing or wrong, and then `problem`, when
-/// given, says what.
+/// Parses a signature file. Absent if a member is missing or wrong; then stores the error in `problem` if it is not
+/// null.
 std::optional<StorageSignatureTable> decodeStorageSignatures(std::string_view text, std::string* problem = nullptr);
 
-/// The records as the file has them: keys in field order, an absent reason left out.
+/// Encodes the records in the form of the file: members in order, without absent reasons.
 nlohmann::ordered_json encodeStorageSignatures(const StorageSignatureTable& table);
 
 }  // namespace quarn

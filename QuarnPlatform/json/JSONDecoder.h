@@ -11,60 +11,59 @@
 
 namespace quarn {
 
-/// A request's value that is missing, unknown, of the wrong type or out of range. `what()` reads
-/// "app.bundleURL: missing".
+/// A JSON value is missing, unknown, of the wrong type or out of range. `what()` is like "app.bundleURL: missing".
 class DecodingError : public std::runtime_error {
  public:
   DecodingError(std::string path, std::string_view problem);
 
-  /// Where it stands: "app.bundleURL", "artifacts[2].kind"; "" for the outermost value.
+  /// The path of the value: "app.bundleURL", "artifacts[2].kind"; "" for the root.
   [[nodiscard]] const std::string& path() const { return path_; }
 
  private:
   std::string path_;
 };
 
-/// One value of a request and its place in it. Reading is strict: numbers, strings and booleans never stand for each
-/// other, and every failure throws a DecodingError that names the place. A view: it refers to the JSON value and to the
-/// decoder that it came from, and both must outlive it, as they do when decoding goes down a record. Not thread-safe.
+/// A JSON value and its path in the document. Decoding is strict: numbers, strings and booleans do not convert to
+/// each other. Every error throws a DecodingError with the path. This is a view: the JSON value and the parent
+/// decoder must outlive it. Not thread-safe.
 class JSONDecoder {
  public:
-  /// The outermost value.
+  /// Starts at the root value.
   explicit JSONDecoder(const nlohmann::json& value) : value_(&value) {}
   JSONDecoder(const JSONDecoder&) = delete;
   JSONDecoder& operator=(const JSONDecoder&) = delete;
 
-  /// Whether the value is missing or null, which are the same.
+  /// True if the value is missing or null; the two are equivalent.
   [[nodiscard]] bool isAbsent() const;
   [[nodiscard]] bool isArray() const;
 
-  /// The object's member; an absent value when there is none of that name.
+  /// The member of an object; absent if there is none.
   [[nodiscard]] JSONDecoder member(std::string_view name) const;
-  /// Throws when the object has a member that is not among the known ones, naming it.
+  /// Throws if the object has a member that is not in `known`.
   void refuseUnknownMembers(std::span<const std::string_view> known) const;
-  /// Number of elements of an array.
+  /// The number of elements of an array.
   [[nodiscard]] std::size_t count() const;
   [[nodiscard]] JSONDecoder element(std::size_t index) const;
 
   [[nodiscard]] const std::string& text() const;
-  /// An integral number in the range of 64 signed bits, however it is written: 1, 1.0 and 1e2 are integers.
+  /// An integral number that fits 64 signed bits. Notation does not matter: 1, 1.0 and 1e2 are integers.
   [[nodiscard]] std::int64_t integer() const;
   [[nodiscard]] double number() const;
   [[nodiscard]] bool boolean() const;
 
-  /// Throws: the value is not what it must be.
+  /// Throws a DecodingError for this value.
   [[noreturn]] void fail(std::string_view problem) const;
   [[nodiscard]] std::string path() const;
 
  private:
   JSONDecoder(const nlohmann::json* value, const JSONDecoder& parent, std::string_view name, std::size_t index)
       : value_(value), parent_(&parent), name_(name), index_(index) {}
-  /// Throws unless the value is there and `hasType`.
+  /// Throws unless the value is present and `hasType` is true.
   void require(bool hasType, std::string_view type) const;
 
-  const nlohmann::json* value_;  ///< null when missing
+  const nlohmann::json* value_;  ///< null if missing
   const JSONDecoder* parent_ = nullptr;
-  std::string_view name_;  ///< of a member; empty for an element
+  std::string_view name_;  ///< member name; empty for an element
   std::size_t index_ = 0;
 };
 

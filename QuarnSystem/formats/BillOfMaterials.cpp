@@ -20,20 +20,21 @@ constexpr std::size_t kMaxTreeLevels = 16;
 
 constexpr std::uint64_t kNodeHeaderBytes = 12;
 constexpr std::uint64_t kPairBytes = 8;
-constexpr std::uint64_t kMaxPairs = 2 * kMaxBillEntries;  ///< of leaves and branches; enough to see too many entries
+constexpr std::uint64_t kMaxPairs = 2 * kMaxBillEntries;  ///< in leaves and branches; enough to detect too many entries
 constexpr std::uint64_t kShortestRecord = 4;
 
 using BlockNumber = std::uint32_t;
 
-/// The file's blocks by number. Reads the table where it stands.
+/// Finds the blocks of the file by number. Reads the table in place.
 class BlockStore {
  public:
   static std::optional<BlockStore> open(std::string_view bytes);
 
   [[nodiscard]] std::uint32_t capacity() const { return capacity_; }
-  /// A block's bytes; absent for the null block, a number beyond the table, and a block not inside the file.
+  /// The bytes of a block. Absent for the null block, a number beyond the table, and a block that is not inside the
+  /// file.
   [[nodiscard]] std::optional<std::string_view> block(BlockNumber number) const;
-  /// The block of the variable of that name.
+  /// The block of the variable with that name.
   [[nodiscard]] std::optional<BlockNumber> variable(std::string_view name) const;
 
  private:
@@ -83,7 +84,7 @@ std::optional<BlockNumber> BlockStore::variable(std::string_view name) const {
   return std::nullopt;
 }
 
-/// A pair in a node: an entry's two blocks in a leaf, a child and its last key in a branch.
+/// A pair in a node. In a leaf: the two blocks of an entry. In a branch: a child and its last key.
 struct Pair {
   BlockNumber first = 0;
   BlockNumber second = 0;
@@ -91,7 +92,7 @@ struct Pair {
 
 struct Node {
   bool isLeaf = false;
-  BlockNumber next = 0;  ///< the leaf to the right
+  BlockNumber next = 0;  ///< the next leaf
   ByteReader pairs{{}};
 
   [[nodiscard]] std::uint64_t count() const { return pairs.size() / kPairBytes; }
@@ -100,14 +101,14 @@ struct Node {
   }
 };
 
-/// Walks the leaves of the tree of paths. No walk reads more pairs than the file has room for, however often nodes
-/// share their bytes.
+/// Walks the leaves of the tree of paths. A walk reads at most as many pairs as the file can hold, so nodes that
+/// share bytes cannot make it long.
 class PathsTree {
  public:
   static std::optional<PathsTree> open(const BlockStore& store, std::size_t fileBytes);
 
-  /// The pairs of all leaves, from left to right. The forward links of the leaves are the format's own way; writers
-  /// that leave them empty are caught by the count of entries.
+  /// The pairs of all leaves from left to right, along the forward links of the leaves. If a writer left the links
+  /// empty, the count of entries reveals it.
   [[nodiscard]] std::vector<Pair> pairs() const;
 
  private:
@@ -138,7 +139,7 @@ std::optional<PathsTree> PathsTree::open(const BlockStore& store, std::size_t fi
   return tree.node(*root) ? std::optional(tree) : std::nullopt;
 }
 
-/// A node with all its pairs; writers differ in whether they fill its block up.
+/// Reads a node and its pairs. Some writers pad nodes to a full block, some do not.
 std::optional<Node> PathsTree::node(BlockNumber number) const {
   const auto block = store_->block(number);
   if (!block) return std::nullopt;
@@ -162,7 +163,7 @@ void append(const Node& leaf, std::vector<Pair>& pairs) {
   for (std::uint64_t i = 0; i < leaf.count(); ++i) pairs.push_back(leaf.pair(i));
 }
 
-/// The null block when the branches lead nowhere.
+/// Returns the null block if the branches do not lead to a leaf.
 BlockNumber PathsTree::leftmostLeaf() const {
   BlockNumber number = root_;
   for (std::size_t level = 0; level < kMaxTreeLevels; ++level) {
@@ -210,7 +211,7 @@ std::vector<Pair> PathsTree::pairsBelowBranches() const {
 
 constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
-/// An entry of the tree on its way to a path.
+/// An entry of the tree while its path is built.
 struct Item {
   enum class State : std::uint8_t { waiting, entered, listed, dropped };
 
@@ -220,7 +221,7 @@ struct Item {
   std::optional<BillEntryType> type;
   State state = State::waiting;
   bool hasItems = false;
-  std::uint32_t parent = kNone;  ///< place in the list; none for what has no parent
+  std::uint32_t parent = kNone;  ///< index of the parent; kNone if there is none
   std::uint32_t depth = 0;       ///< components of the path
   std::uint64_t pathBytes = 0;
 
@@ -257,7 +258,7 @@ std::optional<Item> itemOf(const BlockStore& store, Pair pair) {
   return item;
 }
 
-/// The items of a bill, made into paths.
+/// Builds the paths of the items.
 class PathBuilder {
  public:
   explicit PathBuilder(std::vector<Item> items) : items_(std::move(items)) {}
@@ -271,10 +272,10 @@ class PathBuilder {
   [[nodiscard]] std::string path(const Item& item) const;
 
   std::vector<Item> items_;
-  std::vector<std::uint32_t> chain_;  ///< from an item up to its first settled ancestor
+  std::vector<std::uint32_t> chain_;  ///< from an item to its first settled ancestor
 };
 
-/// By sorting and not by hashing: the numbers are the bill's own, and a hostile one would have them collide.
+/// Sorts instead of hashing, because a hostile bill could choose numbers with colliding hashes.
 void PathBuilder::linkParents() {
   std::vector<std::uint32_t> byId(items_.size());
   for (std::uint32_t i = 0; i < byId.size(); ++i) byId[i] = i;
@@ -295,7 +296,7 @@ void PathBuilder::linkParents() {
   }
 }
 
-/// Climbs to the first ancestor that is settled, or that was met on this very climb, and settles all below it.
+/// Climbs to the first ancestor that is settled or was entered on this climb, then settles the items below it.
 void PathBuilder::resolve(std::uint32_t index) {
   chain_.clear();
   while (index != kNone && items_[index].state == Item::State::waiting) {
@@ -306,7 +307,7 @@ void PathBuilder::resolve(std::uint32_t index) {
   for (; !chain_.empty(); chain_.pop_back()) settle(items_[chain_.back()]);
 }
 
-/// An ancestor that is only entered here lies on the climb itself: a cycle.
+/// If the parent is still only entered, it is on this climb: the items form a cycle.
 void PathBuilder::settle(Item& item) {
   item.depth = item.isRoot() ? 0 : 1;
   item.pathBytes = item.isRoot() ? 0 : item.name.size();
@@ -320,7 +321,7 @@ void PathBuilder::settle(Item& item) {
   item.state = isListed && item.depth <= kMaxBillDepth ? Item::State::listed : Item::State::dropped;
 }
 
-/// From right to left, each name and each slash at its place.
+/// Fills the path from right to left.
 std::string PathBuilder::path(const Item& item) const {
   std::string result(item.pathBytes, '/');
   std::size_t end = result.size();

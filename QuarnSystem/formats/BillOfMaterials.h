@@ -11,31 +11,31 @@ namespace quarn {
 
 enum class BillEntryType : std::uint8_t { file, directory, link, device };
 
-/// One item that a package brings. A plain value.
+/// An item of a package.
 struct BillEntry {
-  std::string path{};  ///< "usr/bin/x": below the package's install location, without "./", in the bytes of the bill
+  std::string path{};  ///< relative to the install location, without "./"; raw bytes
   BillEntryType type = BillEntryType::file;
 
   friend bool operator==(const BillEntry&, const BillEntry&) = default;
 };
 
-/// The bounds of `readBillOfMaterials`. A bill beyond one of the first three is refused; what lies deeper than the last
-/// is left out. Time is linear in the bill and its paths, but for sorting the entries by number; memory, beside the
-/// bill, is below the paths' bytes and 160 bytes an entry together.
+/// Limits of `readBillOfMaterials`. It refuses a bill that exceeds one of the first three, and drops items deeper
+/// than the last. Time is linear in the size of the bill and its paths, except for sorting the entries by number.
+/// Memory besides the bill is at most the bytes of the paths plus 160 bytes per entry.
 inline constexpr std::size_t kMaxBillBytes = 256U << 20U;
 inline constexpr std::size_t kMaxBillEntries = 2'000'000;
-inline constexpr std::size_t kMaxBillPathBytes = 256U << 20U;  ///< of all paths
+inline constexpr std::size_t kMaxBillPathBytes = 256U << 20U;  ///< total length of all paths
 inline constexpr std::size_t kMaxBillDepth = 1'024;            ///< components of a path
 
-/// What the installer's bill of materials (a "BOMStore") lists, in the order of the bill, without the root folder.
+/// Reads an installer's bill of materials (a "BOMStore"). Returns its items in order, without the root folder.
 ///
-/// Absent when the bytes are no bill, or its block table, its variables or the tree of paths cannot be read. Beyond
-/// that, what is damaged contributes nothing and the rest is listed: an entry is left out, and with it all below it,
-/// when one of its blocks cannot be read, when its name cannot be a name (empty, ".", "..", with a slash), when its
-/// parent is missing, or when it is its own ancestor; of entries with one number the first counts.
+/// Absent if the bytes are not a bill, or if its block table, its variables or the tree of paths cannot be read. Any
+/// other damage affects single entries: an entry and everything below it are dropped if one of its blocks cannot be
+/// read, its name is invalid (empty, ".", "..", or with a slash), its parent is missing, or it is its own ancestor.
+/// If a number is repeated, the first entry counts.
 ///
-/// A record too short to be one of Apple's full ones, as bills of bare paths have, still begins with a type; where it
-/// has none, an entry with something below it is a directory and any other a file.
+/// Records in bills of bare paths are short but still begin with a type. An entry without a type is a directory if
+/// other entries are below it, else a file.
 std::optional<std::vector<BillEntry>> readBillOfMaterials(std::string_view bytes);
 
 }  // namespace quarn

@@ -17,9 +17,9 @@ constexpr std::string_view kMagic = "bplist00";
 constexpr std::uint64_t kTrailerBytes = 32;
 constexpr unsigned kCountFollows = 0xF;
 
-/// How the low half of a marker and the integer behind it tell what an object takes.
+/// How to compute the size of an object from the low half of its marker and the integer after it.
 enum class Extent : std::uint8_t {
-  none,        ///< nothing but the marker
+  none,        ///< only the marker
   powerOfTwo,  ///< 2^low bytes
   lowPlusOne,  ///< low + 1 bytes
   bytes,       ///< count bytes
@@ -32,7 +32,7 @@ enum class Extent : std::uint8_t {
 struct ObjectType {
   unsigned high = 0;
   Extent extent = Extent::none;
-  unsigned lowest = 0;  ///< the low halves that the format knows
+  unsigned lowest = 0;  ///< range of valid low halves
   unsigned highest = 0;
 };
 
@@ -57,7 +57,7 @@ bool isText(Extent extent) { return extent == Extent::text || extent == Extent::
 
 struct Object {
   Extent extent = Extent::none;
-  std::uint64_t content = 0;  ///< offset of what follows the marker and the count
+  std::uint64_t content = 0;  ///< offset after the marker and the count
   std::uint64_t count = 0;    ///< bytes, units, references or pairs, by `extent`
 
   [[nodiscard]] std::uint64_t referenceCount() const {
@@ -66,11 +66,11 @@ struct Object {
   }
 };
 
-/// What a value costs once everything shared in it is copied.
+/// The cost of a value after the library has copied everything shared in it.
 struct Cost {
   std::uint64_t values = 0;
   std::uint64_t textBytes = 0;
-  std::uint32_t levels = 0;  ///< arrays and dictionaries nested in one another, its own included
+  std::uint32_t levels = 0;  ///< depth of nested arrays and dictionaries, including itself
 
   void add(const Cost& part) {
     values += part.values;
@@ -113,7 +113,7 @@ class BinaryGuard {
   std::uint64_t topObject_ = 0;
   std::uint64_t offsetTable_ = 0;
   std::vector<std::optional<Cost>> known_;
-  Cost visited_;  ///< what the walk itself has looked at; never more than what the top costs
+  Cost visited_;  ///< cost of the objects visited so far; at most the cost of the top object
 };
 
 bool BinaryGuard::readTrailer() {
@@ -130,7 +130,7 @@ bool BinaryGuard::readTrailer() {
   return objectCount_ * offsetWidth_ <= trailer - offsetTable_;
 }
 
-/// The object of an index; absent unless all of it lies between the header and the offset table.
+/// The object with that index. Absent unless it is entirely between the header and the offset table.
 std::optional<Object> BinaryGuard::objectAt(std::uint64_t index) const {
   if (index >= objectCount_) return std::nullopt;
   const auto offset = file_.integer(offsetTable_ + index * offsetWidth_, offsetWidth_);
@@ -151,7 +151,7 @@ std::optional<Object> BinaryGuard::objectOf(const ObjectType& type, unsigned low
   return object;
 }
 
-/// Sets the count, and moves the content behind it where it stands as an integer of its own.
+/// Sets the count. If the count is a separate integer, moves the start of the content behind it.
 bool BinaryGuard::readCount(unsigned low, Object& object) const {
   object.count = low;
   const bool fixed =
@@ -167,7 +167,7 @@ bool BinaryGuard::readCount(unsigned low, Object& object) const {
   return true;
 }
 
-/// Counts are no larger than the file, so no product here overflows.
+/// A count is at most the size of the file, so these products cannot overflow.
 std::optional<std::uint64_t> BinaryGuard::contentBytes(const Object& object) const {
   switch (object.extent) {
     case Extent::none: return 0;
@@ -191,7 +191,7 @@ bool BinaryGuard::hasZeroCharacter(const Object& object) const {
   return false;
 }
 
-/// A cycle needs no search of its own: it runs into the bound on the depth.
+/// There is no separate search for cycles: a cycle exceeds the limit on the depth.
 std::optional<Cost> BinaryGuard::costOf(std::uint64_t index, std::uint32_t depth) {
   const auto object = objectAt(index);
   if (!object) return std::nullopt;

@@ -8,8 +8,8 @@
 
 namespace quarn {
 
-/// Reads integers and slices out of bytes that nobody vouches for: whatever does not lie inside the bytes in full is
-/// absent, and no offset, however large, overflows. Does not own the bytes; a plain value, safe from any thread.
+/// Reads integers and slices from untrusted bytes. A value that is not entirely inside the bytes is absent; no offset
+/// overflows. Does not own the bytes. Thread-safe.
 class ByteReader {
  public:
   explicit ByteReader(std::string_view bytes, std::endian order = std::endian::big) : bytes_(bytes), order_(order) {}
@@ -21,13 +21,13 @@ class ByteReader {
   [[nodiscard]] std::optional<std::uint32_t> u32(std::uint64_t offset) const;
   [[nodiscard]] std::optional<std::uint64_t> u64(std::uint64_t offset) const;
 
-  /// The unsigned integer in the `width` bytes from `offset`; absent also when `width` is 0 or more than 8.
+  /// The unsigned integer in `width` bytes at `offset`. Also absent if `width` is 0 or more than 8.
   [[nodiscard]] std::optional<std::uint64_t> integer(std::uint64_t offset, std::size_t width) const;
 
-  /// The `count` bytes from `offset`.
+  /// `count` bytes at `offset`.
   [[nodiscard]] std::optional<std::string_view> slice(std::uint64_t offset, std::uint64_t count) const;
 
-  /// The text from `offset` up to the first zero byte; absent when no zero byte follows.
+  /// The text from `offset` to the first zero byte; absent if there is no zero byte.
   [[nodiscard]] std::optional<std::string_view> terminatedText(std::uint64_t offset) const;
 
  private:

@@ -8,18 +8,18 @@
 
 namespace quarn {
 
-/// Bytes that can be read from any place, so that a reader takes the few kilobytes it needs from a file of any size.
-/// A plain value; as safe from several threads as its `read` is.
+/// Random access to the bytes of a file, so that a reader of a large file reads only what it needs. As thread-safe as
+/// its `read` function.
 struct ByteSource {
   std::uint64_t size = 0;
 
-  /// Up to `count` bytes from `offset`; fewer, or none, where the bytes end or cannot be read. Must not throw.
+  /// Returns up to `count` bytes at `offset`; fewer at the end or after an error. Must not throw.
   std::function<std::string(std::uint64_t offset, std::size_t count)> read{};
 
-  /// The `count` bytes from `offset`; empty when the source does not hold or give all of them.
+  /// Returns `count` bytes at `offset`, or an empty string if not all of them are available.
   [[nodiscard]] std::string exactly(std::uint64_t offset, std::size_t count) const;
 
-  /// A source over bytes in memory, which must outlive it.
+  /// A source for bytes in memory, which must outlive it.
   static ByteSource over(std::string_view bytes);
 };
 

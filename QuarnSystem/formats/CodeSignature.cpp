@@ -8,7 +8,7 @@ namespace quarn {
 
 namespace {
 
-// The kernel's names for these are in <kern/cs_blobs.h>; all numbers are big-endian.
+// From <kern/cs_blobs.h>. All numbers are big-endian.
 constexpr std::uint32_t kEmbeddedSignature = 0xFADE0CC0;
 constexpr std::uint32_t kCodeDirectory = 0xFADE0C02;
 constexpr std::uint32_t kEntitlementsXml = 0xFADE7171;
@@ -27,7 +27,7 @@ constexpr std::uint64_t kIdentifierField = 20;
 constexpr std::uint64_t kTeamField = 48;
 constexpr std::uint32_t kFirstVersionWithTeam = 0x20200;
 
-/// A blob at an offset: its header tells the magic and the length, header included.
+/// The blob at an offset. Its header holds the magic and the length, including the header.
 std::optional<std::string_view> blobAt(const ByteReader& bytes, std::uint64_t offset, std::uint32_t magic) {
   if (bytes.u32(offset) != magic) return std::nullopt;
   const auto length = bytes.u32(offset + 4);
@@ -35,7 +35,7 @@ std::optional<std::string_view> blobAt(const ByteReader& bytes, std::uint64_t of
   return bytes.slice(offset, *length);
 }
 
-/// The first blob in a slot; empty when that is not of the kind that belongs there.
+/// The first blob in a slot; empty if it has the wrong magic.
 std::string_view blobInSlot(const ByteReader& signature, std::uint32_t slot, std::uint32_t magic) {
   const std::uint64_t count = *signature.u32(8);
   for (std::uint64_t i = 0; i < count; ++i) {

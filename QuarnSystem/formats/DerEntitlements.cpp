@@ -23,7 +23,7 @@ struct Element {
   std::string_view content;
 };
 
-/// Takes the element at the front of `bytes` off it.
+/// Removes the first element from `bytes` and returns it.
 std::optional<Element> takeElement(std::string_view& bytes) {
   const ByteReader reader(bytes);
   const auto tag = reader.u8(0);
@@ -97,7 +97,7 @@ std::optional<PropertyList> DerReader::dictionary(std::string_view content, std:
   return PropertyList(std::move(entries));
 }
 
-/// What the wrapper holds: a version, which is 1, and the dictionary.
+/// The wrapper holds a version, which must be 1, and the dictionary.
 std::optional<Element> unwrapped(const Element& wrapper) {
   std::string_view content = wrapper.content;
   const auto version = takeElement(content);

@@ -8,12 +8,11 @@
 
 namespace quarn {
 
-/// The entitlements in a DER blob (without its blob header), as the dictionary that the XML form would give: booleans,
-/// integers, strings, arrays and dictionaries. Both the form in use, a versioned wrapper (0x70) around a dictionary
-/// (0xB0), and the older bare set (0x31). Absent when the bytes are neither, a length is indefinite or leaves what
-/// encloses it, a dictionary's entry is not a key and a value, or the bounds of `PropertyList` are exceeded. A value of
-/// a type that the format does not have, or an integer of more than 64 bits, is a null; what follows the end is
-/// ignored.
+/// Parses a DER entitlements blob (without the blob's header) into the same dictionary as the XML form: booleans,
+/// integers, strings, arrays and dictionaries. Accepts the current form, a versioned wrapper (0x70) around a
+/// dictionary (0xB0), and the older bare set (0x31). Absent if the bytes are neither, a length is indefinite or
+/// exceeds its container, an entry of a dictionary is not a key and a value, or a limit of `PropertyList` is
+/// exceeded. Values of unknown types and integers of more than 64 bits become null. Bytes after the end are ignored.
 std::optional<PropertyList> parseDerEntitlements(std::string_view bytes);
 
 }  // namespace quarn

@@ -10,7 +10,7 @@ namespace quarn {
 
 namespace {
 
-/// A thin file's first four bytes, read big-endian, tell its byte order and its width.
+/// The first four bytes of a thin file, read as big-endian, determine its byte order and word size.
 struct ThinForm {
   std::uint32_t magic = 0;
   std::endian order = std::endian::big;
@@ -27,10 +27,11 @@ constexpr std::array<ThinForm, 4> kThinForms{{
 // clang-format on
 static_assert(kThinForms.size() == 4);
 
-/// A universal file is big-endian whatever its slices are. Type and subtype come first, then offset and size.
+/// The header of a universal file is big-endian, whatever its slices are. An entry has the type and subtype, then
+/// offset and size.
 struct UniversalForm {
   std::uint32_t magic = 0;
-  std::size_t fieldBytes = 0;  ///< of offset and size
+  std::size_t fieldBytes = 0;  ///< width of offset and size
   std::size_t entryBytes = 0;
 };
 
@@ -97,7 +98,7 @@ std::vector<MachOSlice> universalSlices(const ByteSource& file, const UniversalF
   return slices;
 }
 
-/// What the first such command says: a range counted from the start of the slice.
+/// The range in the first signature command, relative to the start of the slice.
 std::optional<ByteRange> signatureCommand(const ByteReader& commands, std::uint32_t count) {
   std::uint64_t position = 0;
   for (std::uint32_t i = 0; i < count; ++i) {

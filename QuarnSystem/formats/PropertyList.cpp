@@ -19,7 +19,7 @@ struct FreeWithPlist {
   void operator()(void* tree) const { plist_free(tree); }
 };
 struct FreeWithLibc {
-  void operator()(void* block) const { std::free(block); }  // NOLINT: the library's own way to hand out memory
+  void operator()(void* block) const { std::free(block); }  // NOLINT: the library allocates with malloc
 };
 using PlistTree = std::unique_ptr<void, FreeWithPlist>;
 
@@ -31,8 +31,8 @@ std::string stringOf(plist_t node) {
   return text == nullptr ? std::string() : std::string(text, length);
 }
 
-/// The key in front of a dictionary's value. The getter ends the program when the key holds a zero byte: the guards
-/// have refused such files.
+/// The key of a value in a dictionary. The library's getter terminates the program if the key has a zero byte; the
+/// guards refuse such files.
 std::string keyOf(plist_t value) {
   char* text = nullptr;
   plist_get_key_val(plist_dict_item_get_key(value), &text);
@@ -40,7 +40,7 @@ std::string keyOf(plist_t value) {
   return text == nullptr ? std::string() : std::string(text);
 }
 
-/// The getter gives the whole seconds and the absolute microseconds beyond them.
+/// The library returns whole seconds and the absolute value of the microseconds.
 PropertyList::Date dateOf(plist_t node) {
   std::int32_t seconds = 0;
   std::int32_t microseconds = 0;
@@ -99,7 +99,7 @@ PropertyList::Dictionary dictionaryOf(plist_t node) {
   }
 }
 
-/// Goes as deep as the list is nested, which the guards have bounded.
+/// The recursion is as deep as the list, which the guards limit.
 PropertyList converted(plist_t node) {
   switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: return PropertyList(booleanOf(node));

@@ -13,12 +13,10 @@ namespace quarn {
 
 struct PropertyListEntry;
 
-/// A property list, or a value in one. A plain value that owns all below it: copy it, compare it, read it from any
-/// thread.
+/// A property list, or a value in one. Owns everything below it; const access is thread-safe.
 ///
-/// Property lists come from files that anyone may have written, so nobody can rely on a key's type. Each accessor that
-/// takes a key therefore answers "absent" alike when the value is no dictionary, when the key is missing and when the
-/// key's value is of another type.
+/// Property lists are untrusted, so the type of a value is never certain. Accessors with a key return "absent" in all
+/// of these cases: the value is not a dictionary, the key is missing, the value of the key has another type.
 class PropertyList {
  public:
   using Array = std::vector<PropertyList>;
@@ -30,34 +28,34 @@ class PropertyList {
   };
 
   struct Date {
-    double seconds = 0;  ///< since 2001-01-01 00:00 UTC, the epoch of the format
+    double seconds = 0;  ///< since 2001-01-01 00:00 UTC
     friend bool operator==(const Date&, const Date&) = default;
   };
 
-  /// What a value is. Null stands for what the format knows and nobody here reads: references of keyed archives.
+  /// The content of a value. Null represents values that nobody needs here: references of keyed archives.
   using Value = std::variant<std::monostate, bool, std::int64_t, double, std::string, Data, Date, Array, Dictionary>;
 
-  /// The bounds of `parse`. A file beyond one of them is refused before memory is spent on it. Of files made to come
-  /// close to all of them, the worst took half a second and 150 MB.
+  /// Limits of `parse`, which refuses a file that exceeds one before it spends memory on it. The worst file that we
+  /// built within all limits took half a second and 150 MB.
   static constexpr std::size_t kMaxBytes = 8U << 20U;
-  static constexpr std::size_t kMaxDepth = 128;             ///< arrays and dictionaries around a value
-  static constexpr std::size_t kMaxValues = 500'000;        ///< values and keys, each as often as it is referred to
-  static constexpr std::size_t kMaxTextBytes = 32U << 20U;  ///< of strings and data, likewise
-  static constexpr std::uint64_t kMaxKeyWork = 25'000'000;  ///< keys of an XML dictionary, squared, over all of them
-  static constexpr std::uint64_t kMaxEntityWork = 5'000'000'000;  ///< an XML string's entities × its bytes, likewise
+  static constexpr std::size_t kMaxDepth = 128;                   ///< depth of nested arrays and dictionaries
+  static constexpr std::size_t kMaxValues = 500'000;              ///< values and keys, counted once per reference
+  static constexpr std::size_t kMaxTextBytes = 32U << 20U;        ///< strings and data, counted once per reference
+  static constexpr std::uint64_t kMaxKeyWork = 25'000'000;        ///< sum of keys² over all XML dictionaries
+  static constexpr std::uint64_t kMaxEntityWork = 5'000'000'000;  ///< sum of entities × bytes over all XML strings
 
-  /// The property list in the content of a file: XML, with or without a byte order mark or header, or binary
-  /// ("bplist00"). Absent for everything else, UTF-16 and the old ASCII form included; for damaged files, also where
-  /// only part is damaged; for a file that holds a zero byte or character in a string or key; and beyond the bounds.
+  /// Parses the content of a file: XML, with or without a byte order mark or header, or binary ("bplist00"). Absent
+  /// for anything else (including UTF-16 and the old ASCII form), for files with any damage, for files with a zero
+  /// byte or character in a string or key, and beyond the limits.
   ///
-  /// An integer is its low 64 bits, signed. A malformed number is the part that is readable or 0, a malformed date
-  /// some date; bytes of strings that are not UTF-8 stay as they are. What follows the end of an XML list is ignored.
+  /// Integers are reduced to their low 64 bits, signed. A malformed number is its readable prefix or 0; a malformed
+  /// date is some date. Strings that are not UTF-8 stay unchanged. Text after the end of an XML list is ignored.
   static std::optional<PropertyList> parse(std::string_view bytes);
 
   PropertyList() = default;
   explicit PropertyList(Value content);
 
-  /// The value itself, for who must tell the types apart.
+  /// The value itself, to distinguish types.
   [[nodiscard]] const Value& content() const { return content_; }
 
   [[nodiscard]] bool isDictionary() const { return std::holds_alternative<Dictionary>(content_); }
@@ -65,8 +63,8 @@ class PropertyList {
   [[nodiscard]] const Array* asArray() const { return std::get_if<Array>(&content_); }
   [[nodiscard]] const Dictionary* asDictionary() const { return std::get_if<Dictionary>(&content_); }
 
-  /// The key's value, whatever its type; of equal keys the last one's, as the platform has it. Null when absent. This
-  /// and every pointer below lives as long as the list it came from stays unchanged.
+  /// The value of a key, whatever its type; null if absent. If a key is repeated, the last one counts, as on macOS.
+  /// All pointers returned here are valid while the list stays unchanged.
   [[nodiscard]] const PropertyList* value(std::string_view key) const;
 
   [[nodiscard]] std::optional<std::string> string(std::string_view key) const;
@@ -74,9 +72,9 @@ class PropertyList {
   [[nodiscard]] std::optional<bool> boolean(std::string_view key) const;
   [[nodiscard]] std::optional<Date> date(std::string_view key) const;
   [[nodiscard]] const Array* array(std::string_view key) const;
-  /// The key's value when it is a dictionary, to ask on.
+  /// The value of a key if it is a dictionary, for chained access.
   [[nodiscard]] const PropertyList* dictionary(std::string_view key) const;
-  /// The key's strings; absent also when one element is no string.
+  /// The strings of a key; absent if an element is not a string.
   [[nodiscard]] std::optional<std::vector<std::string>> stringArray(std::string_view key) const;
 
   friend bool operator==(const PropertyList& left, const PropertyList& right);
@@ -85,7 +83,7 @@ class PropertyList {
   Value content_;
 };
 
-/// A key of a dictionary and its value.
+/// A key and its value in a dictionary.
 struct PropertyListEntry {
   std::string key;
   PropertyList value;

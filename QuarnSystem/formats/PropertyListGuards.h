@@ -4,19 +4,20 @@
 
 namespace quarn {
 
-/// What stands between a file and the property list library: that library recurses as deep as the file says, copies
-/// what is shared, takes time quadratic in some counts, and ends the program over a zero byte in a key. The guards walk
-/// the bytes first, in time linear in the bounds of `PropertyList`, and let through only what is well-formed and within
+/// Checks that run before the property list library. The library recurses as deep as the file says, copies shared
+/// values, takes quadratic time for some counts, and terminates the program if a key has a zero byte. The guards walk
+/// the bytes first, in time linear in the limits of `PropertyList`, and accept only well-formed lists within these
+/// limits.
 /// them. Free functions without state.
 
-/// Whether a binary list ("bplist00") has a sound trailer and offset table, and everything reachable from its top lies
-/// in the file in full, is of a type and size the format knows, is not its own ancestor, and stays within the bounds
-/// when each shared value is counted as often as it is referred to.
+/// True for a binary list ("bplist00") if its trailer and offset table are valid, and if every object reachable from
+/// the top is entirely in the file, has a known type and size, is not its own ancestor, and stays within the limits.
+/// A shared value counts as often as it is referred to.
 bool isSafeBinaryPropertyList(std::string_view bytes);
 
-/// The part of the text from its start to the end of its one value that is a well-formed XML list within the bounds;
-/// empty when there is none. Well-formed in the narrow sense of the format: its elements, nested by its rules, no
-/// document type with declarations of its own, no angle bracket in an attribute, no zero byte.
+/// The part of the text up to the end of its value, if it is a well-formed XML list within the limits; else empty.
+/// Well-formed here means: only elements of the format, nested by its rules, no document type with declarations, no
+/// angle bracket in an attribute, no zero byte.
 std::string_view safeXmlPropertyList(std::string_view text);
 
 }  // namespace quarn

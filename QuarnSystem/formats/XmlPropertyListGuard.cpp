@@ -18,7 +18,7 @@ enum class ElementKind : std::uint8_t { list, dictionary, array, key, leaf };
 struct ElementType {
   std::string_view name;
   ElementKind kind = ElementKind::leaf;
-  bool mayBeEmpty = true;  ///< whether the library reads the form "<name/>"
+  bool mayBeEmpty = true;  ///< the library accepts "<name/>"
 };
 
 // clang-format off
@@ -68,7 +68,7 @@ bool isNumber(std::string_view digits, int base) {
   return number > 0 && number <= 0x10FFFF;
 }
 
-/// Whether the text between "&" and ";" names a character other than zero.
+/// True if the text between "&" and ";" is a character other than zero.
 bool isEntity(std::string_view name) {
   if (name.starts_with("#x")) return name.size() <= 8 && isNumber(name.substr(2), 16);
   if (name.starts_with("#")) return name.size() <= 8 && isNumber(name.substr(1), 10);
@@ -79,7 +79,7 @@ class XmlGuard {
  public:
   explicit XmlGuard(std::string_view text) : text_(text) {}
 
-  /// How many bytes the list takes; 0 when it is not safe.
+  /// The length of the list, or 0 if it is not safe.
   [[nodiscard]] std::size_t safeLength() { return skipProlog() && root() ? position_ : 0; }
 
  private:
@@ -118,7 +118,8 @@ bool XmlGuard::skipThrough(std::string_view end) {
   return true;
 }
 
-/// The library skips what stands in double quotes; with pairs of them, and no end in between, it finds the same end.
+/// The library skips text in double quotes. If the quotes come in pairs without an end between them, it finds the
+/// same end as this function.
 bool XmlGuard::skipQuotedThrough(std::string_view end, std::string_view forbidden) {
   const std::size_t start = position_;
   if (!skipThrough(end)) return false;
@@ -127,14 +128,14 @@ bool XmlGuard::skipQuotedThrough(std::string_view end, std::string_view forbidde
          skipped.find_first_of(forbidden) == std::string_view::npos;
 }
 
-/// Skips space, comments and processing instructions; false when one of them does not end.
+/// Skips space, comments and processing instructions; false if one of them does not end.
 bool XmlGuard::skipMiscellany() {
   for (;;) {
     position_ = std::min(text_.find_first_not_of(kSpace, position_), text_.size());
     if (skip("<!--")) {
       if (!skipThrough("-->")) return false;
     } else if (skip("<?")) {
-      if (rest().starts_with(">") || !skipQuotedThrough("?>", "")) return false;  // "<?>" is whole to the library
+      if (rest().starts_with(">") || !skipQuotedThrough("?>", "")) return false;  // the library takes "<?>" as complete
     } else {
       return true;
     }
@@ -147,7 +148,7 @@ bool XmlGuard::skipProlog() {
   return skipQuotedThrough(">", "[<") && skipMiscellany();
 }
 
-/// Reads a whole tag of one of the format's elements.
+/// Reads a complete tag of a known element.
 std::optional<Tag> XmlGuard::tag() {
   if (!skip("<")) return std::nullopt;
   Tag found{.form = skip("/") ? Tag::Form::closing : Tag::Form::opening};
@@ -178,7 +179,7 @@ bool XmlGuard::root() {
   return closing && closing->form == Tag::Form::closing && closing->type == opening->type;
 }
 
-/// The value whose first tag has been read.
+/// Reads a value after its opening tag.
 bool XmlGuard::value(const Tag& opening, std::size_t depth) {
   if (opening.form == Tag::Form::closing || !countValue()) return false;
   switch (opening.type->kind) {
@@ -193,7 +194,8 @@ bool XmlGuard::value(const Tag& opening, std::size_t depth) {
   return false;
 }
 
-/// Text, comments and quoted sections up to the closing tag. The library moves the rest of the text for each entity.
+/// Reads text, comments and CDATA sections up to the closing tag. Entities count, because the library moves the rest
+/// of the text for each one.
 bool XmlGuard::leaf(const Tag& opening) {
   const std::size_t start = position_;
   std::uint64_t entities = 0;
@@ -212,7 +214,7 @@ bool XmlGuard::leaf(const Tag& opening) {
   }
 }
 
-/// Plain text up to the next "<"; counts its entities.
+/// Reads plain text up to the next "<" and counts its entities.
 bool XmlGuard::text(std::uint64_t& entities) {
   const std::size_t end = text_.find('<', position_);
   if (end == std::string_view::npos) return false;
@@ -237,7 +239,7 @@ bool XmlGuard::arrayContent(std::size_t depth) {
   }
 }
 
-/// Keys and values by turns. The library looks through all keys so far, for each key.
+/// Reads alternating keys and values. Keys count, because the library compares each key with all earlier ones.
 bool XmlGuard::dictionaryContent(std::size_t depth) {
   for (std::uint64_t keys = 1;; ++keys) {
     if (!skipMiscellany()) return false;

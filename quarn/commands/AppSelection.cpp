@@ -19,7 +19,7 @@ Apps filtered(const Apps& apps, const std::function<bool(const AppEntity&)>& pre
   return result;
 }
 
-/// The ways in which a word may mean an app, the surest first.
+/// Ways to interpret the word as an app, most specific first.
 std::vector<std::function<bool(const AppEntity&)>> readings(const std::string& word, const FileManager& files) {
   const bool isHomePath = word.starts_with("~/");
   const std::optional<FileURL> url = FileURL::parse(isHomePath ? files.homeDirectory().path() + word.substr(1) : word);
@@ -44,7 +44,7 @@ std::string described(const AppEntity& app) {
 }
 
 [[noreturn]] void refuseAmbiguous(const std::string& word, const Apps& candidates) {
-  std::string problem = "\"" + escapedForTerminal(word) + "\" may mean several apps; name one by identifier or path:";
+  std::string problem = "\"" + escapedForTerminal(word) + "\" matches several apps; name one by identifier or path:";
   for (const AppEntity& app : candidates) problem += "\n  " + described(app);
   throw AmbiguousApp(problem, candidates);
 }

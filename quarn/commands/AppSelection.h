@@ -9,7 +9,7 @@
 
 namespace quarn {
 
-/// A word that may mean several apps. `what()` lists them.
+/// The word matches several apps; `what()` lists them.
 class AmbiguousApp : public CommandError {
  public:
   AmbiguousApp(const std::string& problem, std::vector<AppEntity> candidates)
@@ -20,9 +20,10 @@ class AmbiguousApp : public CommandError {
   std::vector<AppEntity> candidates_;
 };
 
-/// The one installed app that a word of the user means: a path to its bundle or its file URL, its bundle identifier or
-/// its name (letter case and accents ignored), else the only app whose name or identifier holds the word. Throws
-/// AmbiguousApp when there are several, and CommandError (not found) with the nearest name when there is none.
+/// Finds the installed app that the user names. Tries, in this order: a bundle path or file URL, the bundle
+/// identifier, the name, the name without case and accents, a unique substring of a name or identifier. Throws
+/// AmbiguousApp if several apps match, and CommandError (not found), which suggests the nearest name, if none
+/// matches.
 AppEntity selectApp(CommandContext& context, const std::string& word);
 
 }  // namespace quarn

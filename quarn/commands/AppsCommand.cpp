@@ -11,7 +11,7 @@ namespace {
 
 using Sizes = std::vector<std::optional<SizeInfo>>;
 
-// An app that vanished, or cannot be read, is listed without a size.
+// An app that vanished or cannot be read is listed without a size.
 Sizes sizesOf(const std::vector<AppEntity>& apps, CommandContext& context) {
   Sizes sizes;
   for (const AppEntity& app : apps) {

@@ -37,16 +37,17 @@ long wholeNumber(std::string_view option, const std::string& text) {
   long value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size()) {
-    throw UsageError(std::string(option) + ": \"" + text + "\" is no whole number");
+    throw UsageError(std::string(option) + ": expected a whole number, got \"" + text + "\"");
   }
-  if (value < 0) throw UsageError(std::string(option) + ": " + text + " is below 0");
+  if (value < 0) throw UsageError(std::string(option) + ": expected 0 or more, got " + text);
   return value;
 }
 
-void checkChoice(const std::string& whose, const std::string& value, std::string_view choices) {
+void checkChoice(const std::string& prefix, const std::string& value, std::string_view choices) {
   const std::vector<std::string> words = choiceWords(choices);
   if (words.empty() || std::find(words.begin(), words.end(), value) != words.end()) return;
-  throw UsageError(withSuggestion(whose + "\"" + value + "\" is none of " + std::string(choices), value, words));
+  throw UsageError(
+      withSuggestion(prefix + "expected " + std::string(choices) + ", got \"" + value + "\"", value, words));
 }
 
 void checkOptions(std::span<const OptionRow> rows, const Arguments& arguments) {
@@ -57,7 +58,7 @@ void checkOptions(std::span<const OptionRow> rows, const Arguments& arguments) {
       if (row.isNumber) wholeNumber(row.name, value);
     }
     const bool isOneTooMany = values.size() > 1 && !row.isRepeatable;
-    if (isOneTooMany) throw UsageError(std::string(row.name) + " is given twice");
+    if (isOneTooMany) throw UsageError(std::string(row.name) + " cannot be given twice");
   }
 }
 
@@ -67,16 +68,16 @@ void checkPositionals(const Arguments& arguments) {
     const bool isGiven = i < arguments.positionals.size();
     if (isGiven) checkChoice("", arguments.positionals[i], rows[i].choices);
     if (isGiven || !rows[i].isRequired) continue;
-    throw UsageError(std::string(arguments.command->name) + " takes " + std::string(rows[i].name) + ": " +
+    throw UsageError(std::string(arguments.command->name) + " requires " + std::string(rows[i].name) + ": " +
                      std::string(rows[i].help));
   }
   const bool takesMany = !rows.empty() && rows.back().isRepeatable;
   if (takesMany || arguments.positionals.size() <= rows.size()) return;
-  throw UsageError("\"" + arguments.positionals[rows.size()] + "\" is one word too many for " +
+  throw UsageError("unexpected argument \"" + arguments.positionals[rows.size()] + "\" for " +
                    std::string(arguments.command->name));
 }
 
-// Of an option, or of what the command works on.
+// True for an option or a positional.
 bool isGiven(std::string_view name, const Arguments& arguments) {
   if (arguments.has(name)) return true;
   if (arguments.command == nullptr) return false;
@@ -90,14 +91,14 @@ void checkExclusions(std::span<const OptionRow> rows, const Arguments& arguments
     if (!arguments.has(row.name)) continue;
     for (const std::string& other : choiceWords(row.excludes)) {
       if (!isGiven(other, arguments)) continue;
-      throw UsageError(std::string(row.name) + " does not go with " + other + ": leave one of them out");
+      throw UsageError(std::string(row.name) + " cannot be combined with " + other);
     }
   }
 }
 
 void checkLines(const Arguments& arguments) {
   if (!arguments.has("--ndjson") || arguments.command->hasList) return;
-  throw UsageError("--ndjson gives a list line by line, and " + std::string(arguments.command->name) + " has none");
+  throw UsageError(std::string(arguments.command->name) + " does not support --ndjson: it prints no list");
 }
 
 void check(const Arguments& arguments) {
@@ -117,14 +118,14 @@ const CommandRow* firstCommandWith(std::string_view option) {
   return found == table.end() ? nullptr : &*found;
 }
 
-// An option of a command that stands before it is as unknown to the parser as any other.
+// The parser reports an option that precedes its command as unknown.
 [[noreturn]] void refuseOption(const std::string& word, const CommandRow* given) {
   const std::string name = word.substr(0, word.find('='));
   const CommandRow* command = given != nullptr ? given : firstCommandWith(name);
   const OptionRow* row = optionRow(name, command);
   if (row == nullptr) throw UsageError(withSuggestion("unknown option " + word, name, optionNames(given)));
   const std::string argument = row->argument.empty() ? "" : " " + std::string(row->argument);
-  throw UsageError(name + " belongs behind the command: quarn " + std::string(command->name) + " " + name + argument);
+  throw UsageError(name + " must follow the command: quarn " + std::string(command->name) + " " + name + argument);
 }
 
 void refuseLeftovers(const std::vector<std::string>& leftovers, const Arguments& arguments) {
@@ -137,7 +138,7 @@ void refuseLeftovers(const std::vector<std::string>& leftovers, const Arguments&
   }
 }
 
-// Of an option that any command takes.
+// Searches the options of all commands.
 const OptionRow* anyOptionRow(std::string_view name) {
   for (const CommandRow& command : commandTable()) {
     if (const OptionRow* row = optionRow(name, &command)) return row;
@@ -145,7 +146,7 @@ const OptionRow* anyOptionRow(std::string_view name) {
   return nullptr;
 }
 
-// The parser would take "--json=no" for a way to say no.
+// The parser would accept "--json=no" and turn the switch off.
 void refuseValuesOfSwitches(const std::vector<std::string>& words) {
   for (const std::string& word : words) {
     const std::size_t equals = word.find('=');
@@ -155,11 +156,11 @@ void refuseValuesOfSwitches(const std::vector<std::string>& words) {
   }
 }
 
-// The parser's own words for an argument that is missing name a type and no purpose.
+// The parser's own message for a missing argument names the type, not the meaning.
 [[noreturn]] void refuseMissingArgument(const std::string& problem, const CommandRow* command) {
   const OptionRow* row = optionRow(std::string_view(problem).substr(0, problem.find(':')), command);
   if (row == nullptr) throw UsageError(problem);
-  throw UsageError(std::string(row->name) + " takes " + std::string(row->argument) + ": " + std::string(row->help));
+  throw UsageError(std::string(row->name) + " requires " + std::string(row->argument) + ": " + std::string(row->help));
 }
 
 void parseOptions(CLI::App& parser, const std::vector<std::string>& words, const Arguments& arguments) {
@@ -226,9 +227,9 @@ void parseArguments(const std::vector<std::string>& words, Arguments& arguments)
   parseOptions(parser, {words.begin(), end}, arguments);
   arguments.positionals = parser.remaining(true);
   refuseLeftovers(arguments.positionals, arguments);
-  // Behind "--" stand names, however they begin.
+  // Words after "--" are never options.
   if (end != words.end()) arguments.positionals.insert(arguments.positionals.end(), end + 1, words.end());
-  // Who asks for help does not know yet what is right.
+  // `--help` works even if the rest of the line is wrong.
   if (!arguments.has("--help")) check(arguments);
 }
 

@@ -87,12 +87,12 @@ std::unique_ptr<Services> CommandContext::openServices() {
   return std::make_unique<Services>(files, bundle);
 }
 
-// Nothing may be written on what is inspected.
+// Nothing may write to the inspected volume.
 void CommandContext::openLog(const std::string& file, const std::string& volumeFolder) {
   if (volumeFolder != "/" && liesInHostFolder(file, volumeFolder)) {
-    throw CommandError(ExitCode::usage, "--log: " + escapedForTerminal(file) + " lies on the inspected volume");
+    throw CommandError(ExitCode::usage, "--log: " + escapedForTerminal(file) + " is on the inspected volume");
   }
-  if (!DiagnosticsLogger::shared().writeTo(file)) warn("the log " + file + " cannot be written");
+  if (!DiagnosticsLogger::shared().writeTo(file)) warn("cannot write the log " + file);
 }
 
 std::string CommandContext::displayPath(const FileURL& url) { return pathText(url, services().files.homeDirectory()); }
@@ -125,7 +125,7 @@ void CommandContext::endProgress() {
 
 void CommandContext::warn(std::string_view text) {
   endProgress();
-  // Whoever reads both outputs together finds the data whole, and in front.
+  // Flush first: if both outputs go to one place, the data must precede the warning.
   if (std::fflush(stdout) != 0) throwFileError("write", "standard output");
   if (!isQuiet()) std::fprintf(stderr, "quarn: %s\n", escapedForTerminal(text).c_str());
 }
@@ -134,7 +134,7 @@ void CommandContext::tellUnread() {
   endProgress();
   const UnreadSummary summary = unread();
   for (const UnreadSummary::Cause& cause : summary.causes) {
-    if (cause.count > 0) warn(causeLine(cause) + (isVerbose() ? "" : " (--verbose names them)"));
+    if (cause.count > 0) warn(causeLine(cause) + (isVerbose() ? "" : " (use --verbose to list them)"));
   }
   if (isVerbose()) {
     for (const UnreadableItem& item : summary.items) warn(std::string(causeID(item.cause)) + ": " + item.path);

@@ -21,8 +21,8 @@
 
 namespace quarn {
 
-/// What a command works with: its words, the volume's services, and the two outputs. Data goes to standard output,
-/// progress and warnings to standard error. One command, one context, one thread.
+/// The environment of one run of a command: arguments, services and output. Data goes to standard output, progress
+/// and warnings to standard error. Not thread-safe.
 class CommandContext {
  public:
   explicit CommandContext(Arguments arguments);
@@ -31,13 +31,14 @@ class CommandContext {
   CommandContext& operator=(const CommandContext&) = delete;
 
   [[nodiscard]] const Arguments& arguments() const { return arguments_; }
-  /// The services of the volume that the options name; opened when first asked for. Throws CommandError or FileError.
+  /// The services of the selected volume; opens it on first use. Throws CommandError or FileError.
   const Services& services();
-  /// What could not be read so far.
+  /// The items that could not be read so far.
   [[nodiscard]] UnreadSummary unread() const { return unreadSummary(*report_); }
-  /// Adds what an operation threw over, where the command goes on without it.
+  /// Records an error that the command survives.
   void noteUnread(const FileError& error) { report_->add(error.path(), error.error()); }
-  /// Set by Ctrl-C from the first time it is asked for; until then Ctrl-C ends the process as usual.
+  /// The flag that Ctrl-C sets. The first call installs the handler; before it, Ctrl-C terminates the process as
+  /// usual.
   const Cancellation& cancellation();
 
   [[nodiscard]] const Terminal& out() const { return out_; }
@@ -48,25 +49,25 @@ class CommandContext {
   [[nodiscard]] bool isQuiet() const { return arguments_.has("--quiet"); }
   [[nodiscard]] SizeUnits units() const { return units_; }
   [[nodiscard]] std::string size(std::int64_t bytes) const { return sizeText(bytes, units_); }
-  /// A Mac path for people: the home folder as "~".
+  /// The path for display, with the home folder as "~".
   [[nodiscard]] std::string displayPath(const FileURL& url);
 
-  /// Writes text for people to standard output. Throws FileError when it is not taken.
+  /// Writes text to standard output. Throws FileError if the write fails.
   void print(std::string_view text) const;
-  /// Whether Ctrl-C ended what was asked for, so that only a part of it is there.
+  /// True if Ctrl-C stopped the command early, so its result is partial.
   [[nodiscard]] bool isInterrupted() const { return cancellation_ && cancellation_->isCancelled(); }
 
-  /// Writes one JSON document: the schema's version, the members given, and what could not be read.
+  /// Writes a JSON document: the schema version, the members, and the items that could not be read.
   void printDocument(nlohmann::ordered_json members) const;
-  /// Writes each element of an array on a line of its own.
+  /// Writes each element of an array on its own line.
   void printLines(const nlohmann::ordered_json& list) const;
-  /// Shows a line of progress in place of the one before; only people on a terminal see it.
+  /// Replaces the progress line. Does nothing unless standard error is a terminal.
   void progress(std::string_view line);
   void endProgress();
   void warn(std::string_view text);
-  /// Says what could not be read, a line a cause, each item with --verbose.
+  /// Prints the causes of unread items, one per line; with --verbose also each item.
   void tellUnread();
-  /// The same, and how the command ends.
+  /// Calls tellUnread() and returns the exit code: `code`, or `incomplete` or `interrupted`.
   ExitCode finish(ExitCode code = ExitCode::ok);
 
  private:
@@ -83,13 +84,13 @@ class CommandContext {
   bool isProgressShown_ = false;
 };
 
-/// The version of the JSON documents' shape.
+/// The version of the form of the JSON documents.
 inline constexpr int kSchemaVersion = 1;
 
-/// A JSON document: the version, and these members behind it.
+/// Returns a JSON document: the schema version, then the members.
 nlohmann::ordered_json versioned(const nlohmann::ordered_json& members);
 
-/// A JSON value as text, on one line without `indent`, and a line's end. Bytes that are no UTF-8 are replaced.
+/// Serialises a JSON value with a final newline; without `indent` on one line. Replaces invalid UTF-8.
 std::string documentText(const nlohmann::ordered_json& value, int indent = -1);
 
 }  // namespace quarn

@@ -7,7 +7,7 @@
 
 namespace quarn {
 
-/// Something that the user asked for could not be done. `what()` is one line for people; the code ends the command.
+/// A command failed. `what()` is the message for the user; `code()` becomes the exit code.
 class CommandError : public std::runtime_error {
  public:
   CommandError(ExitCode code, const std::string& problem) : std::runtime_error(problem), code_(code) {}

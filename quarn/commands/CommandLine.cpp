@@ -17,12 +17,12 @@ namespace {
 
 using Members = nlohmann::ordered_json;
 
-/// An error as it is told: for programs with its kind, for people as one line.
+/// An error, ready for output.
 struct Failure {
   ExitCode code;
   std::string problem;
-  Members details = Members::object();  ///< what a program is told besides
-  std::string hint = "";                ///< one more line for people; may be empty
+  Members details = Members::object();  ///< more members of the JSON document
+  std::string hint = "";                ///< second line on standard error; may be empty
 };
 
 std::string helpHint(const CommandRow* command) {
@@ -73,7 +73,7 @@ ExitCode showVersion(const Arguments& arguments) {
 ExitCode showHelp(const Arguments& arguments) {
   const bool isAskedFor = arguments.has("--help");
   const bool isForPrograms = arguments.has("--json") || arguments.has("--ndjson");
-  if (!isAskedFor && isForPrograms) throw UsageError("no command is given");
+  if (!isAskedFor && isForPrograms) throw UsageError("no command given");
   std::fputs(helpText(arguments.command).c_str(), stdout);
   return isAskedFor ? ExitCode::ok : ExitCode::usage;
 }
@@ -85,14 +85,14 @@ ExitCode run(const Arguments& arguments, UnreadSummary& unread) {
   try {
     return arguments.command->run(context);
   } catch (const std::exception&) {
-    // What was not found may lie where nothing could be read.
+    // The missing item may be in a folder that could not be read.
     unread = context.unread();
     context.tellUnread();
     throw;
   }
 }
 
-// What is buffered may meet a full disk or a reader that is gone only now.
+// Buffered output can fail as late as here: the disk is full, or the reader has closed the pipe.
 int flushed(ExitCode code) {
   if (std::fflush(stdout) == 0) return static_cast<int>(code);
   std::fprintf(stderr, "quarn: write standard output: %s\n", std::strerror(errno));

@@ -5,8 +5,8 @@
 
 namespace quarn {
 
-/// Runs the command that the words behind the program's name ask for; the process's exit status. The only place that
-/// turns errors into messages: for people on standard error, with --json as a document on standard output.
+/// Runs the command line `words`, without the program's name, and returns the process's exit status. This is the only
+/// place that prints errors: on standard error, and with --json also as a document on standard output.
 int runCommandLine(const std::vector<std::string>& words);
 
 }  // namespace quarn

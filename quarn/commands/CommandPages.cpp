@@ -5,9 +5,9 @@
 namespace quarn {
 namespace {
 
-constexpr std::string_view kGenerated = "<!-- Made from the table of commands by `make pages`; edit that. -->\n";
+constexpr std::string_view kGenerated = "<!-- Generated from the table of commands by `make pages`; do not edit. -->\n";
 
-// What would end a table's cell.
+// Escapes "|", which would end the cell of a table.
 std::string cell(std::string_view text) {
   std::string result;
   for (const char character : text) result += character == '|' ? std::string("\\|") : std::string(1, character);
@@ -49,22 +49,20 @@ std::string commandPage(const CommandRow& command) {
   text += fmt::format("\n## Usage\n\n`{}`\n", synopsis(command));
   if (!command.positionals.empty()) text += "\n" + argumentTable(command.positionals);
   if (!command.options.empty()) text += "\n" + optionTable(command.options);
-  return text +
-         "\n[Options of every command](README.md#options-of-every-command), [exit codes](README.md#exit-codes).\n";
+  return text + "\n[Global options](README.md#global-options), [exit codes](README.md#exit-codes).\n";
 }
 
 std::string commandIndexPage() {
-  std::string text = std::string(kGenerated) + "# Commands\n\n| command | what it does |\n| --- | --- |\n";
+  std::string text = std::string(kGenerated) + "# Commands\n\n| command | description |\n| --- | --- |\n";
   for (const CommandRow& command : commandTable()) {
     text += fmt::format("| [{0}]({0}.md) | {1} |\n", command.name, command.summary);
   }
   text +=
-      "\nThe examples of the pages are those of a Mac. Elsewhere the volume and the user are named first, as here "
-      "with\n"
-      "the sample volume:\n\n```sh\nquarn sample mac\nquarn --volume mac --home /Users/ann storage\n```\n";
+      "\nThe examples are written for a Mac. On other systems, pass the volume and the user first, as here for the\n"
+      "sample volume:\n\n```sh\nquarn sample mac\nquarn --volume mac --home /Users/ann storage\n```\n";
   text +=
-      "\n## Options of every command\n\nThey stand before or behind the command's name; those of one command stand "
-      "behind it.\n\n" +
+      "\n## Global options\n\nGlobal options may precede or follow the command. The options of a command must follow "
+      "it.\n\n" +
       optionTable(globalOptions());
   text += "\n## Exit codes\n\n| code | meaning |\n| --- | --- |\n";
   for (const ExitCodeRow& row : exitCodeTable()) {

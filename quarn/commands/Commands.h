@@ -6,7 +6,7 @@ namespace quarn {
 
 class CommandContext;
 
-// One function a command; the table of commands says what each takes and shows.
+// One function per command. The table of commands describes their arguments.
 ExitCode runApps(CommandContext& context);
 ExitCode runInspect(CommandContext& context);
 ExitCode runPlan(CommandContext& context);

@@ -19,19 +19,18 @@ std::string names(std::span<const OptionRow> options) {
   return spaced(words);
 }
 
-/// "-o|--output", as a shell's `case` takes it.
+/// "-o|--output", a pattern for `case`.
 std::string pattern(const OptionRow& option) {
   return (option.shortName.empty() ? "" : std::string(option.shortName) + "|") + std::string(option.name);
 }
 
-// Quoted for a shell word in single quotes.
 std::string shellQuoted(std::string_view text) {
   std::string result = "'";
   for (const char character : text) result += character == '\'' ? std::string("'\\''") : std::string(1, character);
   return result + "'";
 }
 
-// What may stand for the positionals of a command, besides any name.
+// The fixed choices for the positionals of a command.
 std::string positionalWords(const CommandRow& command) {
   if (command.name == "help") return spaced(commandNames());
   std::string text;
@@ -48,8 +47,9 @@ bool takesHostPath(const CommandRow& command) {
   return false;
 }
 
-/// The lines of a `case` over the option before the word to complete: `line` makes that of an option whose argument is
-/// one of a few words, `hostPath` that of one which names a file of this machine, `other` that of any other argument.
+/// Builds the branches of a `case` over the option before the word to complete. `line` formats the branch of an
+/// option with fixed choices, `hostPath` that of an option that takes a host path, `other` that of any other option
+/// with an argument.
 template <class Line>
 std::string argumentCases(Line line) {
   std::string text;

@@ -2,7 +2,7 @@
 
 namespace quarn {
 
-/// How the command ends; the table of exit codes says the same to people.
+/// The exit code of a command. The table of exit codes describes them for users.
 enum class ExitCode : int {
   ok = 0,
   failure = 1,     ///< something was asked for that could not be done

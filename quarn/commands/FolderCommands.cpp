@@ -19,7 +19,7 @@ constexpr long kShownItems = 20;
 constexpr long kNoLimit = std::numeric_limits<long>::max();
 constexpr std::size_t kBarWidth = 16;
 
-// A folder that the user names by a link is the one that it leads to; a walk would not follow it.
+// A named folder may be a symbolic link. Resolve it, because walks do not follow links.
 FileURL namedFolder(const std::string& text, CommandContext& context) {
   FileURL url = pathArgument(text, context);
   const FileManager& files = context.services().files;
@@ -47,7 +47,7 @@ std::vector<FileURL> foldersToRank(CommandContext& context) {
   return folders;
 }
 
-// Of a category's folders those that are there; a folder that the user named must be.
+// Folders of a category may be missing. A folder that the user names must exist.
 std::vector<FileURL> existing(std::vector<FileURL> folders, const FileManager& files) {
   std::erase_if(folders, [&](const FileURL& url) { return !files.isDirectory(url); });
   return folders;

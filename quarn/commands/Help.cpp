@@ -41,12 +41,13 @@ std::string optionLines(std::span<const OptionRow> options) {
 }
 
 std::string programHelp() {
-  std::string text = "What an application left on a Mac's disk, and where the space goes. Deletes nothing.\n\n";
-  text += "  quarn apps                     the applications\n";
-  text += "  quarn inspect \"Lumen Notes\"   everything that belongs to one\n";
-  text += "  quarn storage                  where the space goes\n\nCommands:\n";
+  std::string text =
+      "Finds what an application left on a Mac's disk and shows where the space goes. Deletes nothing.\n\n";
+  text += "  quarn apps                     list the applications\n";
+  text += "  quarn inspect \"Lumen Notes\"   find everything that belongs to an app\n";
+  text += "  quarn storage                  show where the space goes\n\nCommands:\n";
   for (const CommandRow& command : commandTable()) text += fmt::format("  {:<13}{}\n", command.name, command.summary);
-  text += "\nOptions of every command:\n" + optionLines(globalOptions());
+  text += "\nGlobal options:\n" + optionLines(globalOptions());
   return text + "\n" + exitCodes();
 }
 
@@ -62,7 +63,7 @@ std::string commandHelp(const CommandRow& command) {
   }
   if (!command.description.empty()) text += fmt::format("\n{}\n", command.description);
   if (!command.options.empty()) text += "\nOptions:\n" + optionLines(command.options);
-  return text + "\nOptions of every command:\n" + optionLines(globalOptions()) + "\n" + exitCodes();
+  return text + "\nGlobal options:\n" + optionLines(globalOptions()) + "\n" + exitCodes();
 }
 
 }  // namespace
@@ -89,7 +90,7 @@ ExitCode runHelp(CommandContext& context) {
   }
   const CommandRow* command = commandRow(words.front());
   if (command == nullptr) {
-    throw UsageError(withSuggestion("there is no command \"" + words.front() + "\"", words.front(), commandNames()));
+    throw UsageError(withSuggestion("unknown command \"" + words.front() + "\"", words.front(), commandNames()));
   }
   context.print(helpText(command));
   return ExitCode::ok;

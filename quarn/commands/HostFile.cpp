@@ -17,8 +17,8 @@
 namespace quarn {
 namespace {
 
-/// Makes a write beyond the limit of file sizes an error instead of the end of the process, which would leave the
-/// unfinished file.
+/// Ignores SIGXFSZ, so that a write beyond the file size limit fails instead of terminating the process, which would
+/// leave a partial file.
 class SizeLimitSignalIgnored {
  public:
   SizeLimitSignalIgnored() {
@@ -55,7 +55,7 @@ std::string folderOf(const std::string& file) {
   return folder.empty() ? "." : folder;
 }
 
-// What a link leads to is written, not the link, and a link may lead to where nothing is yet.
+// Resolves symbolic links, because writing goes to the target. The target need not exist.
 std::string targetOf(const std::string& file) {
   constexpr int kMostLinks = 40;
   std::error_code error;

@@ -5,16 +5,16 @@
 
 namespace quarn {
 
-/// Whether a file of the host lies (or would lie) below a folder of the host, links resolved.
+/// True if a host file is below a host folder after resolving links. The file need not exist.
 bool liesInHostFolder(const std::string& file, const std::string& folder);
 
-/// Looks whether a file of the host can be written, before the work that is to go into it: its folder is there and
-/// takes files, and its name is not a folder's. Writes nothing. Throws FileError.
+/// Checks that a host file can be written before the work that produces its content: the folder exists and is
+/// writable, and the path is not a folder. Writes nothing. Throws FileError.
 void checkHostFile(const std::string& file);
 
-/// Writes a whole file of the host or nothing: into a file beside it that takes its name at the end; a link's target is
-/// written, and the permissions of a file that was there stay. What is no regular file (a terminal, a pipe, /dev/null)
-/// is written to as it is. Throws FileError and leaves nothing behind when it cannot be written.
+/// Writes a host file completely or not at all: writes a temporary file beside it and renames it. Follows symbolic
+/// links and keeps the permissions of an existing file. If the path exists and is not a regular file (a terminal, a
+/// pipe, /dev/null), writes to it directly. On an error, throws FileError and removes the temporary file.
 void writeHostFile(const std::string& file, std::string_view content);
 
 }  // namespace quarn

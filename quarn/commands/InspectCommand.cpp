@@ -19,7 +19,7 @@ constexpr std::string_view kModeLetters = "cdra";
 constexpr std::size_t kShownItems = 5;
 constexpr std::string_view kIndent = "    ";
 
-// "c-ra": the modes that would select the artifact by themselves.
+// "c-ra": the modes that select the artifact by default.
 std::string modesOf(const Artifact& artifact) {
   std::string letters(kModeLetters.size(), '-');
   for (const CleanupMode mode : selectingModes(artifact)) {
@@ -128,7 +128,7 @@ ExitCode inspectAll(CommandContext& context) {
 ExitCode runInspect(CommandContext& context) {
   const bool isNamed = !context.arguments().positionals.empty();
   const bool isAll = context.arguments().has("--all");
-  if (!isNamed && !isAll) throw UsageError("inspect takes APP: Name, bundle identifier or path of an app, or --all");
+  if (!isNamed && !isAll) throw UsageError("inspect requires APP (name, bundle identifier or path of an app) or --all");
   if (isAll) return inspectAll(context);
   const AppInspection inspection = inspectNamedApp(context);
   if (context.wantsJSON()) {

@@ -9,19 +9,19 @@
 
 namespace quarn {
 
-/// Inspects the app that the command names, with everything on unless its options say otherwise; phases are shown as
+/// Inspects the app that the command names. All searches are on unless an option turns them off. Shows the phases as
 /// progress.
 AppInspection inspectNamedApp(CommandContext& context);
-/// Inspects every app in the same way, in the order in which apps are listed; `consume` gets each as it is ready.
+/// Inspects every app in the order of the list and passes each inspection to `consume`.
 void inspectAllApps(CommandContext& context, const std::function<void(const AppInspection&)>& consume);
 
-/// "Lumen Notes 4.2.1  com.lumenworks.notes" and the bundle's path, on two lines.
+/// "Lumen Notes 4.2.1  com.lumenworks.notes", then the bundle's path on a second line.
 std::string appHeading(const AppEntity& app, CommandContext& context);
 
-/// How a risk is shown.
+/// The colour of a risk level.
 Style styleOf(RiskLevel risk);
 
-/// The cleanup modes that take an artifact by themselves.
+/// The cleanup modes that select an artifact by default.
 std::vector<CleanupMode> selectingModes(const Artifact& artifact);
 
 }  // namespace quarn

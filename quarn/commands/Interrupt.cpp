@@ -5,7 +5,8 @@
 
 namespace quarn {
 
-// A thread waits for the signal, because a handler may touch next to nothing. It lives as long as the process.
+// A thread waits for the signal, because a signal handler may call almost nothing. The thread runs until the process
+// exits.
 Cancellation interruptedFlag() {
   Cancellation flag;
   sigset_t interrupts;

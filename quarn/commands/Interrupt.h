@@ -4,7 +4,7 @@
 
 namespace quarn {
 
-/// The flag that Ctrl-C sets: the first interrupt asks the work to end with what it has, the second ends the process.
+/// Returns the flag that Ctrl-C sets. The first interrupt sets it; the second terminates the process.
 Cancellation interruptedFlag();
 
 }  // namespace quarn

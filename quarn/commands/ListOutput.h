@@ -9,12 +9,12 @@
 
 namespace quarn {
 
-/// Shows a table. In place of one without rows it says that nothing was found, unless there is more that could not be
-/// read or was not come to; says behind it when it was interrupted.
+/// Prints a table. For an empty table, warns "nothing found", unless items could not be read or the command was
+/// interrupted. After an interruption, also prints that the list is incomplete.
 void showTable(CommandContext& context, const Table& table);
 
-/// Shows a list in the form that the options ask for: a document with the list as the member `name`, a value a line, or
-/// the table.
+/// Prints a list as the options require: a JSON document with the list as the member `name`, one JSON value per line,
+/// or the table.
 void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table);
 
 }  // namespace quarn

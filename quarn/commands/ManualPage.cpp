@@ -10,7 +10,7 @@ namespace quarn {
 namespace {
 
 constexpr std::size_t kLineWidth = 78;
-// Of the last change to what the page says.
+// The date of the last change to the page's content.
 constexpr std::string_view kDate = "2026-11-21";
 
 std::string escapedForRoff(std::string_view text) {
@@ -26,7 +26,7 @@ std::string escapedForRoff(std::string_view text) {
   return result.starts_with('.') ? "\\&" + result : result;
 }
 
-// A text on lines of their own, a new one for each sentence, as the formatter expects it.
+// Puts each sentence on its own line, as roff expects.
 std::string roffText(std::string_view text) {
   std::string result;
   std::string line;
@@ -85,10 +85,10 @@ std::string environment() {
   std::string text = ".SH ENVIRONMENT\n";
   // clang-format off
   constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kVariables{{
-      {"NO_COLOR", "Set to anything: no colours, unless \\-\\-color asks for them"},
-      {"TERM", "\"dumb\": no colours"},
-      {"COLUMNS", "Width of the output when it is no terminal"},
-      {"LC_ALL, LC_MESSAGES, LANG", "Locale, unless \\-\\-locale names one"},
+      {"NO_COLOR", "If set, turns colours off unless \\-\\-color turns them on"},
+      {"TERM", "If \"dumb\", turns colours off"},
+      {"COLUMNS", "Width of the output if it is not a terminal"},
+      {"LC_ALL, LC_MESSAGES, LANG", "Locale; \\-\\-locale takes precedence"},
   }};
   // clang-format on
   for (const auto& [name, meaning] : kVariables) text += fmt::format(".TP\n.B {}\n{}.\n", name, meaning);
@@ -99,13 +99,14 @@ std::string environment() {
 
 std::string manualPage() {
   std::string text = fmt::format(
-      ".TH QUARN 1 {} \"quarn {}\"\n.SH NAME\nquarn \\- what an application left on a Mac\\(aqs disk\n.SH SYNOPSIS\n"
+      ".TH QUARN 1 {} \"quarn {}\"\n.SH NAME\nquarn \\- find what an application left on a Mac\\(aqs disk\n.SH "
+      "SYNOPSIS\n"
       ".B quarn\n.I command\n.RI [ options ]\n.SH DESCRIPTION\n{}.SH COMMANDS\n",
       kDate, kVersion,
-      roffText("Finds what an application left on a Mac's disk, previews its removal, and tells where the disk's space "
-               "goes. Works on the running system or on a volume that is mounted elsewhere. Deletes nothing."));
+      roffText("Finds what an application left on a Mac's disk, previews its removal, and shows where the disk's space "
+               "goes. Works on the running system or on a mounted volume. Deletes nothing."));
   for (const CommandRow& command : commandTable()) text += roffCommand(command);
-  text += ".SH OPTIONS OF EVERY COMMAND\n" + roffOptions(globalOptions());
+  text += ".SH GLOBAL OPTIONS\n" + roffOptions(globalOptions());
   return text + exitStatus() + environment();
 }
 

@@ -9,7 +9,7 @@ FileURL pathArgument(const std::string& text, CommandContext& context) {
   if (text == "~") return files.homeDirectory();
   if (text.starts_with("~/")) return files.url(files.homeDirectory(), text.substr(2));
   const std::optional<FileURL> url = FileURL::parse(text);
-  if (!url) throw UsageError("\"" + escapedForTerminal(text) + "\" is no absolute path");
+  if (!url) throw UsageError("\"" + escapedForTerminal(text) + "\" is not an absolute path");
   return *url;
 }
 

@@ -6,8 +6,8 @@
 
 namespace quarn {
 
-/// A path that the user names, as the Mac names it; "~" is the inspected user's home. Throws UsageError for a relative
-/// one.
+/// Parses an absolute path on the Mac; "~" is the inspected user's home folder. Throws UsageError for a relative
+/// path.
 FileURL pathArgument(const std::string& text, CommandContext& context);
 
 }  // namespace quarn

@@ -18,7 +18,7 @@ CleanupMode modeOf(const Arguments& arguments) {
   return fromRawValue<CleanupMode>(arguments.text("--mode").value_or("removeApp")).value();
 }
 
-// The artifacts that --select names, in the inspection's order; absent without that option.
+// The artifacts that --select names, in the order of the inspection; absent without --select.
 std::optional<std::vector<Artifact>> selection(const AppInspection& inspection, const Arguments& arguments) {
   if (!arguments.has("--select")) return std::nullopt;
   std::vector<std::string> ids = arguments.texts("--select");
@@ -32,7 +32,7 @@ std::optional<std::vector<Artifact>> selection(const AppInspection& inspection, 
   throw CommandError(ExitCode::notFound, problem);
 }
 
-/// What one step touches, sized; the sizes of the inspection, which sized artifacts, say nothing of single items.
+/// The size of each item of a step. An inspection sizes whole artifacts, not their items.
 class ItemSizes {
  public:
   explicit ItemSizes(CommandContext& context) : calculator_(context.services().fileSizeCalculator) {}
@@ -68,7 +68,7 @@ std::string operationText(const RemovalOperationPreview& operation, std::size_t 
 
 std::string planText(const AppRemovalPlanPreview& plan, CommandContext& context) {
   std::string text = appHeading(plan.app, context) + "\n";
-  text += fmt::format("Plan: {}. This is a preview: nothing is carried out.\n\n", rawValue(plan.mode));
+  text += fmt::format("Plan: {}. This is a preview; quarn never executes a plan.\n\n", rawValue(plan.mode));
   std::size_t number = 0;
   for (const RemovalOperationPreview& operation : plan.operations) {
     text += operationText(operation, ++number, context);

@@ -17,10 +17,10 @@ namespace quarn {
 namespace {
 
 constexpr std::size_t kListedItems = 40;
-// The service ranks by the larger of space and length, a page by each of the two.
+// The service ranks by the larger of space and length; the report ranks by each of them.
 constexpr long kCandidates = 20'000;
 
-// A place is known to one category at most; which one, an item does not say.
+// A vendor path belongs to at most one category, but the item does not say which.
 std::optional<VendorPathHint> hintOf(const FileURL& url, const StorageDashboardService& dashboard) {
   for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
     if (auto hint = dashboard.vendorHint(url, category)) return hint;
@@ -41,7 +41,7 @@ std::vector<TopItem> candidates(CommandContext& context) {
                                                  context.cancellation());
 }
 
-// The items for which a number is highest, as many as a page lists; those without any are left out.
+// The items with the highest positive rank, as many as a report lists.
 std::vector<VolumeReport::Item> ranked(std::vector<TopItem> items, std::int64_t (*rank)(const TopItem&),
                                        const StorageDashboardService& dashboard) {
   std::erase_if(items, [&](const TopItem& item) { return rank(item) <= 0; });
@@ -54,7 +54,7 @@ std::vector<VolumeReport::Item> ranked(std::vector<TopItem> items, std::int64_t 
   return result;
 }
 
-// What was not read is known only when everything else is.
+// Call this last: only then are all unread items known.
 ReportFrame frame(CommandContext& context, Date madeAt) {
   return {.units = context.units(),
           .home = context.services().files.homeDirectory(),
@@ -95,15 +95,16 @@ std::string pageOf(CommandContext& context) {
 }
 
 ExitCode writeToStandardOutput(CommandContext& context) {
-  if (context.wantsJSON()) throw UsageError("--output: \"-\" and --json both take standard output; choose one");
+  if (context.wantsJSON())
+    throw UsageError("--output: \"-\" cannot be combined with --json: both write to standard output");
   context.print(pageOf(context));
   return context.finish();
 }
 
-// Said before the volume is read, which may take minutes.
+// Check this first: reading the volume may take minutes.
 void refuseBadPlace(const std::string& file, const std::string& volumeFolder) {
   if (volumeFolder != "/" && liesInHostFolder(file, volumeFolder)) {
-    throw CommandError(ExitCode::usage, "--output: " + escapedForTerminal(file) + " lies on the inspected volume");
+    throw CommandError(ExitCode::usage, "--output: " + escapedForTerminal(file) + " is on the inspected volume");
   }
   checkHostFile(file);
 }
@@ -112,7 +113,7 @@ void refuseBadPlace(const std::string& file, const std::string& volumeFolder) {
 
 ExitCode runReport(CommandContext& context) {
   const std::optional<std::string> file = context.arguments().text("--output");
-  if (!file || file->empty()) throw UsageError("report takes --output FILE: the page to write");
+  if (!file || file->empty()) throw UsageError("report requires --output FILE: the HTML file to write");
   if (*file == "-") return writeToStandardOutput(context);
   refuseBadPlace(*file, context.services().files.hostFolder());
   const std::string page = pageOf(context);

@@ -14,7 +14,7 @@ ExitCode runSample(CommandContext& context) {
   const std::string& folder = context.arguments().positionals.front();
   const std::optional<std::string> volume = context.arguments().text("--volume");
   if (volume && liesInHostFolder(folder, *volume)) {
-    throw CommandError(ExitCode::usage, escapedForTerminal(folder) + " lies on the inspected volume");
+    throw CommandError(ExitCode::usage, escapedForTerminal(folder) + " is on the inspected volume");
   }
   const SampleSummary summary = writeSampleVolume(folder);
   if (context.wantsJSON()) {

@@ -29,7 +29,7 @@ std::int64_t onlyInCloud(const SizeInfo& size) {
   return std::max<std::int64_t>(size.logicalBytes - size.allocatedBytes, 0);
 }
 
-// One line while the scan runs: a small bar a category.
+// The progress line of a scan: a short bar per category.
 std::string liveLine(const Sizes& sizes, CommandContext& context) {
   const std::int64_t sum = allocatedSum(sizes);
   std::string line = context.size(sum);
@@ -101,7 +101,7 @@ struct SizedRoot {
   std::optional<VendorPathHint> hint;
 };
 
-// Largest first; what could not be sized last.
+// Largest first, items without a size last.
 void sortBySize(std::vector<SizedRoot>& rows) {
   const auto onDisk = [](const SizedRoot& row) { return row.size ? row.size->allocatedBytes : -1; };
   std::stable_sort(rows.begin(), rows.end(),

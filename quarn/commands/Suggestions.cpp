@@ -9,7 +9,7 @@
 namespace quarn {
 namespace {
 
-/// Steps that turn one word into the other: a letter more, less or another one, or two neighbours exchanged.
+/// Number of edits between two words: insertion, deletion, substitution, or swap of two neighbours.
 std::size_t editDistance(std::string_view left, std::string_view right) {
   std::vector<std::size_t> beforeLast;
   std::vector<std::size_t> last(right.size() + 1);
@@ -27,7 +27,7 @@ std::size_t editDistance(std::string_view left, std::string_view right) {
   return last.back();
 }
 
-/// The shortest candidate that resembles the word, the first of several.
+/// The shortest candidate that resembles the word; the first of several.
 std::optional<std::string> shortest(std::string_view word, const std::vector<std::string>& candidates,
                                     bool (*resembles)(std::string_view candidate, std::string_view word)) {
   const std::string lowercased = Text::lowercased(word);

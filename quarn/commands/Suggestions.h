@@ -7,12 +7,13 @@
 
 namespace quarn {
 
-/// The candidate that a misspelt word is nearest to; absent when none is near.
+/// The candidate with the smallest edit distance, if it is small enough.
 std::optional<std::string> nearest(std::string_view word, const std::vector<std::string>& candidates);
-/// The candidate that was probably meant: in other letter case, the nearest, the shortest that begins with the word, or
-/// that has it between its hyphens ("--macos" means "--include-macos"). Absent when there is none.
+/// The candidate that the user probably meant: the same word in other letter case, else the nearest, else the
+/// shortest that begins with the word, else the shortest with the word between hyphens ("--macos" means
+/// "--include-macos").
 std::optional<std::string> probablyMeant(std::string_view word, const std::vector<std::string>& candidates);
 
-/// The problem, and the candidate that was probably meant.
+/// Appends the suggestion, if any, to the message.
 std::string withSuggestion(std::string problem, std::string_view word, const std::vector<std::string>& candidates);
 }  // namespace quarn

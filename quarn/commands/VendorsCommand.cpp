@@ -25,7 +25,7 @@ namespace {
 constexpr std::string_view kEnding = ".json";
 constexpr std::uintmax_t kLargestProfile = 16u << 20;
 
-/// What is wrong with one file of a profiles' author; empty when nothing is.
+/// The result for one profile; `problem` is empty if the file is valid.
 struct CheckedFile {
   std::string name;
   std::string problem;
@@ -33,10 +33,10 @@ struct CheckedFile {
 
 std::string readHostFile(const std::filesystem::path& path, std::string& problem) {
   std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) problem = "no regular file";
+  if (!std::filesystem::is_regular_file(path, error)) problem = "not a regular file";
   if (problem.empty() && std::filesystem::file_size(path, error) > kLargestProfile) problem = "larger than 16 MiB";
   std::ifstream file(path, std::ios::binary);
-  if (problem.empty() && !file) problem = "cannot be opened";
+  if (problem.empty() && !file) problem = "cannot open the file";
   if (!problem.empty()) return {};
   return {std::istreambuf_iterator<char>(file), {}};
 }
@@ -48,7 +48,7 @@ CheckedFile checkProfile(const std::filesystem::path& path) {
   if (!checked.problem.empty()) return checked;
   const auto profile = decodeVendorProfile(text, &checked.problem);
   if (profile && !checked.name.starts_with(profile->id + ".")) {
-    checked.problem = "id \"" + profile->id + "\" is not the file's name";
+    checked.problem = "id \"" + profile->id + "\" differs from the file name";
   }
   return checked;
 }
@@ -98,7 +98,7 @@ nlohmann::ordered_json problemJSON(const CheckedFile& file) {
 
 ExitCode runCheck(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
-  if (words.size() < 2) throw UsageError("vendors check takes DIR: a folder of profiles");
+  if (words.size() < 2) throw UsageError("vendors check requires DIR: a folder of profiles");
   const std::vector<CheckedFile> files = checkFolder(words[1]);
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
   Table table({{.title = "FILE"}, {.title = "PROBLEM"}});

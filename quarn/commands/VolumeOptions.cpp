@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::array<std::string_view, 3> kNobodysHomes{"Shared", "Guest", ".localized"};
 
-// Throws FileError when they cannot be listed; a volume without the folder has none.
+// Empty if the volume has no /Users. Throws FileError if the folder cannot be listed.
 std::vector<FileURL> usersHomes(const FileManager& files) {
   const FileURL users("/Users");
   std::vector<FileURL> homes;
@@ -31,26 +31,26 @@ FileURL onlyHome(const FileManager& files) {
   const std::vector<FileURL> homes = usersHomes(files);
   if (homes.size() == 1) return homes.front();
   if (homes.empty()) {
-    throw CommandError(ExitCode::usage, "no user's home in /Users of " + escapedForTerminal(files.hostFolder()) +
+    throw CommandError(ExitCode::usage, "no home folder in /Users of " + escapedForTerminal(files.hostFolder()) +
                                             "; name one with --home PATH");
   }
-  std::string problem = "more than one user's home; choose with --home:";
+  std::string problem = "several home folders; choose one with --home:";
   for (const FileURL& home : homes) problem += "\n  " + escapedForTerminal(home.path());
   throw CommandError(ExitCode::usage, problem);
 }
 
 FileURL homeOption(const std::string& text) {
   const std::optional<FileURL> home = FileURL::parse(text);
-  if (!home) throw UsageError("--home: \"" + escapedForTerminal(text) + "\" is no absolute path");
+  if (!home) throw UsageError("--home: \"" + escapedForTerminal(text) + "\" is not an absolute path");
   return *home;
 }
 
-// What is wrong with the home folder; empty for nothing.
+// Empty if the home folder is valid.
 std::string homeProblem(const FileManager& files) {
   const std::string home = "home folder " + escapedForTerminal(files.homeDirectory().path());
   try {
     const ItemFacts facts = files.requireFacts(files.homeDirectory(), Links::follow);
-    return facts.type == FileType::directory ? "" : home + " is no folder";
+    return facts.type == FileType::directory ? "" : home + " is not a folder";
   } catch (const FileError& error) {
     const bool isMissing = error.error() == ENOENT || error.error() == ENOTDIR;
     return home + (isMissing ? " is not on the volume" : std::string(": ") + std::strerror(error.error()));
@@ -68,7 +68,8 @@ FileManager openVolume(const Arguments& arguments) {
   files = files.withHome(homeOption(*homeText));
   const std::string problem = homeProblem(files);
   if (problem.empty()) return files;
-  // A shell that serves many volumes gets what there is; a person has more likely mistyped.
+  // `quarn rpc` may serve many volumes and works without a home folder. For a command, a missing home folder is more
+  // likely a typing error.
   if (arguments.command == nullptr || arguments.command->name != "rpc") throw CommandError(ExitCode::notFound, problem);
   std::fprintf(stderr, "quarn: warning: %s\n", problem.c_str());
   return files;

@@ -5,9 +5,9 @@
 
 namespace quarn {
 
-/// The volume and home that the options name. With --volume and without --home: the only user's home in /Users. Throws
-/// CommandError when there is no such choice, which it lists, or when the home that was named is not there; FileError
-/// when the volume cannot be opened.
+/// Opens the volume that the options name. With --volume but without --home, uses the only home folder in /Users.
+/// Throws CommandError if there are none or several (it lists them) or if the named home folder does not exist, and
+/// FileError if the volume cannot be opened.
 FileManager openVolume(const Arguments& arguments);
 
 }  // namespace quarn

@@ -16,32 +16,32 @@ using namespace reportParts;
 
 constexpr std::size_t kShownPaths = 12;
 
-/// How a closed set's case is told to people.
+/// The text for one case of an enumeration.
 struct Words {
   std::string_view title;
-  std::string_view meaning = "";  ///< for a mode, its one word at the head of a column
+  std::string_view meaning = "";  ///< for a mode: the title of its column
 };
 
 // clang-format off
 constexpr std::array<Words, 7> kDataClasses{
-    Words{.title = "The app itself", .meaning = "What was installed: it comes back with a new installation."},
-    Words{.title = "Rebuildable data", .meaning = "Caches and the like: the app makes them again when it needs them."},
-    Words{.title = "Data that a sync restores", .meaning = "It comes back from a server, as long as the account is there."},
-    Words{.title = "Configuration", .meaning = "How the app was set up: without it the app starts as if new."},
-    Words{.title = "User data", .meaning = "It may hold what somebody made: look before anything is removed."},
+    Words{.title = "The app itself", .meaning = "The installed app. A new installation restores it."},
+    Words{.title = "Rebuildable data", .meaning = "Caches and similar data. The app recreates them."},
+    Words{.title = "Data that a sync restores", .meaning = "A server restores it while the account exists."},
+    Words{.title = "Configuration", .meaning = "Settings. Without them the app starts with its defaults."},
+    Words{.title = "User data", .meaning = "May contain documents. Check before you remove anything."},
     Words{.title = "Shared data", .meaning = "Other apps may use it too."},
-    Words{.title = "Data of unknown use", .meaning = "Nothing more is known of it."},
+    Words{.title = "Unknown data", .meaning = "The purpose is unknown."},
 };
 constexpr std::array<Words, 3> kRisks{
     Words{.title = "Safe", .meaning = "usually harmless to remove"},
-    Words{.title = "Caution", .meaning = "look first"},
-    Words{.title = "Danger", .meaning = "may lose something for good"},
+    Words{.title = "Caution", .meaning = "check first"},
+    Words{.title = "Danger", .meaning = "may destroy data permanently"},
 };
 constexpr std::array<Words, 4> kModes{
     Words{.title = "Only caches", .meaning = "Caches"},
     Words{.title = "Data without the app", .meaning = "Data"},
     Words{.title = "The app and its caches", .meaning = "App"},
-    Words{.title = "As much as possible", .meaning = "All"},
+    Words{.title = "Everything", .meaning = "All"},
 };
 constexpr std::array<Words, 6> kSteps{
     Words{.title = "Open the uninstaller"},
@@ -88,7 +88,8 @@ std::int64_t sumOf(const AppReport& report, Predicate predicate) {
 std::vector<Fact> facts(const AppReport& report) {
   const SizeUnits units = report.frame.units;
   const std::int64_t total = sumOf(report, [](const Artifact&) { return true; });
-  std::vector<Fact> result{{"On disk", sizeText(total, units), countText(report.inspection.artifacts.size(), "find")}};
+  std::vector<Fact> result{
+      {"On disk", sizeText(total, units), countText(report.inspection.artifacts.size(), "artifact")}};
   for (const RiskLevel risk : allCases<RiskLevel>()) {
     const std::int64_t part = sumOf(report, [&](const Artifact& artifact) { return artifact.riskLevel == risk; });
     result.push_back({wordsOf(kRisks, risk).title, sizeText(part, units), std::string(wordsOf(kRisks, risk).meaning),
@@ -116,9 +117,9 @@ std::vector<Tile> riskTiles(const AppReport& report) {
   return result;
 }
 
-// ---- the finds
+// ---- the artifacts
 
-// A receipt may name tens of thousands of files: the first are shown, the others folded away.
+// A receipt may list tens of thousands of files: show the first ones, fold the rest.
 std::string pathList(const std::vector<FileURL>& urls, const FileURL& home) {
   std::string lines;
   for (std::size_t i = 0; i < urls.size(); ++i) {
@@ -157,7 +158,7 @@ std::string artifactRow(const AppReport& report, std::size_t index) {
       modeCells(report.selectedBy[index]), artifact.confidence * 100);
 }
 
-// The riskiest first, then the largest.
+// Highest risk first, then largest.
 std::vector<std::size_t> groupOf(const AppReport& report, ArtifactDataClass dataClass) {
   const std::vector<Artifact>& artifacts = report.inspection.artifacts;
   std::vector<std::size_t> group;
@@ -182,8 +183,8 @@ std::string artifactGroup(const AppReport& report, ArtifactDataClass dataClass) 
   const Words& words = wordsOf(kDataClasses, dataClass);
   return fmt::format(
       "<h3 id=\"class-{}\">{} <span class=\"dim\">· {}</span></h3>\n<table>\n<caption>{}</caption>\n<thead><tr>"
-      "<th scope=\"col\" class=\"n\">On disk</th><th scope=\"col\" class=\"w\">Risk</th><th scope=\"col\">What it is "
-      "and where</th>{}<th scope=\"col\" class=\"n wide\">Certain"
+      "<th scope=\"col\" class=\"n\">On disk</th><th scope=\"col\" class=\"w\">Risk</th><th scope=\"col\">Artifact "
+      "and location</th>{}<th scope=\"col\" class=\"n wide\">Certain"
       "</th></tr></thead>\n<tbody>\n{}</tbody>\n</table>\n",
       rawValue(dataClass), words.title, sizeText(total, report.frame.units), words.meaning, modeHeads(), rows);
 }
@@ -194,7 +195,7 @@ std::string uninstallers(const AppReport& report) {
     rows += fmt::format("<li><strong>{}</strong> <span class=\"dim path\">{}</span></li>\n", htmlName(candidate.name),
                         htmlName(pathText(candidate.url, report.frame.home)));
   }
-  return rows.empty() ? "" : "<h3>The app brings an uninstaller</h3>\n<ul class=\"plain\">\n" + rows + "</ul>\n";
+  return rows.empty() ? "" : "<h3>The app has an uninstaller</h3>\n<ul class=\"plain\">\n" + rows + "</ul>\n";
 }
 
 // ---- the plans
@@ -220,7 +221,7 @@ std::string planTable(const AppReport& report) {
         wordsOf(kModes, plan.mode).title, rawValue(plan.mode), sizeText(plan.estimatedBytes, report.frame.units),
         countIn(plan), plan.operations.size(), needsAdmin ? "may be needed" : "not needed");
   }
-  return "<table>\n<caption>What each mode would take. Nothing is carried out.</caption>\n<thead><tr><th "
+  return "<table>\n<caption>Preview of each cleanup mode; quarn never executes a plan.</caption>\n<thead><tr><th "
          "scope=\"col\">Mode</th><th scope=\"col\" class=\"n\">Would free</th><th scope=\"col\" class=\"n\">Items moved"
          "</th><th scope=\"col\" class=\"n\">Steps</th><th scope=\"col\" class=\"wide\">Administrator rights</th></tr>"
          "</thead>\n<tbody>\n" +
@@ -256,20 +257,19 @@ std::string subtitle(const AppReport& report) {
 
 std::string reportPage(const AppReport& report) {
   const std::string& name = report.inspection.app.name;
-  std::vector<Section> sections{{"finds", "What belongs to it"}, {"plans", "What a removal would take"}};
-  if (report.frame.unread.count() > 0) sections.push_back({"unread", "What was not read"});
+  std::vector<Section> sections{{"finds", "What belongs to it"}, {"plans", "Removal plans"}};
+  if (report.frame.unread.count() > 0) sections.push_back({"unread", "Unread items"});
   std::string body = heading(name, subtitle(report), facts(report), sections);
   body += "<main>\n" + unreadNote(report.frame.unread);
-  body +=
-      "<section aria-labelledby=\"finds\">\n<h2 id=\"finds\">What belongs to it</h2>\n" + bar(riskTiles(report)) +
-      "<a class=\"skip\" href=\"#plans\">Skip the map</a>\n" +
-      map(tiles(report), "Map of the finds", report.frame.units) +
-      "<p class=\"dim wide\">A ✓ marks the cleanup modes that take a find by themselves. Everything else is taken only "
-      "when somebody chooses it.</p>\n" +
-      uninstallers(report);
+  body += "<section aria-labelledby=\"finds\">\n<h2 id=\"finds\">What belongs to it</h2>\n" + bar(riskTiles(report)) +
+          "<a class=\"skip\" href=\"#plans\">Skip the map</a>\n" +
+          map(tiles(report), "Map of the artifacts", report.frame.units) +
+          "<p class=\"dim wide\">A ✓ marks the cleanup modes that select an artifact by default. Other artifacts are "
+          "removed "
+          "only if a user selects them.</p>\n" +
+          uninstallers(report);
   for (const ArtifactDataClass dataClass : allCases<ArtifactDataClass>()) body += artifactGroup(report, dataClass);
-  body += "</section>\n<section aria-labelledby=\"plans\">\n<h2 id=\"plans\">What a removal would take</h2>\n" +
-          planTable(report);
+  body += "</section>\n<section aria-labelledby=\"plans\">\n<h2 id=\"plans\">Removal plans</h2>\n" + planTable(report);
   for (const AppRemovalPlanPreview& plan : report.plans) body += planDetails(plan, report.frame);
   body += "</section>\n" + unreadSection(report.frame) + "</main>\n" + footer(report.frame);
   return page("What belongs to " + name, body);

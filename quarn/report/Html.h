@@ -5,14 +5,14 @@
 
 namespace quarn {
 
-/// Text from the disk as HTML text or attribute value: markup in it is shown and never acts, control characters,
-/// direction overrides and bytes that are no UTF-8 are written out.
+/// Escapes untrusted text for HTML text or an attribute value. Markup becomes text; control characters, direction
+/// overrides and invalid UTF-8 become visible escapes.
 std::string html(std::string_view text);
 
-/// The same for a name or path, set apart so that its writing direction does not turn what stands beside it.
+/// The same for a name or path, isolated so that its writing direction does not affect the text around it.
 std::string htmlName(std::string_view text);
 
-/// The same for a text of several lines: a paragraph a line, empty lines left out.
+/// The same for a text of several lines: one paragraph per line, without empty lines.
 std::string htmlParagraphs(std::string_view text);
 
 }  // namespace quarn

@@ -11,17 +11,17 @@
 
 namespace quarn {
 
-/// What every report says of itself and how it speaks.
+/// The settings and facts that every report has.
 struct ReportFrame {
   SizeUnits units = SizeUnits::decimal;
   FileURL home;          ///< shown as "~"
-  Date madeAt;           ///< when the volume was read
-  UnreadSummary unread;  ///< what could not be read
+  Date madeAt;           ///< time of reading the volume
+  UnreadSummary unread;  ///< items that could not be read
 };
 
-/// What a report on a volume shows.
+/// The content of a report on a volume.
 struct VolumeReport {
-  /// One of the largest items, with what is known of its place.
+  /// One of the largest items, with the vendor's description of its folder.
   struct Item {
     TopItem item;
     std::optional<VendorPathHint> hint;
@@ -30,21 +30,22 @@ struct VolumeReport {
   ReportFrame frame;
   VolumeInfo volume;
   std::vector<StorageCategory> categories;
-  std::vector<Item> largest;    ///< by the space that they take here, largest first
-  std::vector<Item> elsewhere;  ///< by what their length exceeds that by, most first
+  std::vector<Item> largest;    ///< by space on this disk, largest first
+  std::vector<Item> elsewhere;  ///< by length minus space on this disk, largest first
   bool isComplete = true;       ///< false: the scan was interrupted
 };
 
-/// What a report on one app shows.
+/// The content of a report on an app.
 struct AppReport {
   ReportFrame frame;
   AppInspection inspection;
-  std::vector<std::vector<CleanupMode>> selectedBy;  ///< of each artifact: the modes that take it by themselves
-  std::vector<AppRemovalPlanPreview> plans;          ///< one a cleanup mode
+  std::vector<std::vector<CleanupMode>> selectedBy;  ///< per artifact: the modes that select it by default
+  std::vector<AppRemovalPlanPreview> plans;          ///< one per cleanup mode
 };
 
-/// One self-contained HTML page: no script, no network, no other file; light and dark; tables that a screen reader can
-/// walk and maps whose tiles are links to their rows. Whatever stands in file names is shown as text. Pure functions.
+/// One self-contained HTML page without scripts, network access or other files. It has a light and a dark theme,
+/// tables for screen readers, and maps with tiles that link to table rows. All file names are escaped. Pure
+/// functions.
 std::string reportPage(const VolumeReport& report);
 std::string reportPage(const AppReport& report);
 

@@ -13,11 +13,11 @@
 namespace quarn::reportParts {
 namespace {
 
-// The area of a map as the style sheet draws it on a wide screen.
+// The aspect ratio of a map in the style sheet on a wide screen.
 constexpr double kMapWidth = 12;
 constexpr double kMapHeight = 5;
 
-// A page is to be read: beyond this the command's --verbose has the list.
+// More would be too long to read; the command's --verbose prints the complete list.
 constexpr std::size_t kListedUnread = 200;
 
 std::int64_t sum(const std::vector<Tile>& tiles) {
@@ -76,8 +76,8 @@ std::string heading(const std::string& title, const std::string& subtitle, const
 
 std::string footer(const ReportFrame& frame) {
   return fmt::format(
-      "<footer>\n<p>Made by quarn {} on <time>{}</time>, by reading alone: nothing was changed.</p>\n</footer>\n",
-      kVersion, toISO8601(frame.madeAt));
+      "<footer>\n<p>Created by quarn {} on <time>{}</time>. quarn only reads the volume.</p>\n</footer>\n", kVersion,
+      toISO8601(frame.madeAt));
 }
 
 std::string bar(const std::vector<Tile>& tiles) {
@@ -110,8 +110,8 @@ std::string meter(double share, std::string_view colorClass) {
 std::string unreadNote(const UnreadSummary& unread) {
   if (!unread.isIncomplete()) return "";
   return fmt::format(
-      "<p class=\"note\"><strong>Incomplete.</strong> {} could not be read; what is in there is missing here. "
-      "<a href=\"#unread\">Which, and why</a></p>\n",
+      "<p class=\"note\"><strong>Incomplete.</strong> {} could not be read. "
+      "<a href=\"#unread\">List of unread items</a></p>\n",
       countText(unread.count(), "item"));
 }
 
@@ -132,7 +132,7 @@ std::string unreadSection(const ReportFrame& frame) {
   const std::string rest =
       unread.count() > listed ? fmt::format("<p class=\"dim\">and {} more</p>\n", unread.count() - listed) : "";
   return fmt::format(
-      "<section aria-labelledby=\"unread\">\n<h2 id=\"unread\">What was not read</h2>\n<ul class=\"plain\">\n{}</ul>\n"
+      "<section aria-labelledby=\"unread\">\n<h2 id=\"unread\">Unread items</h2>\n<ul class=\"plain\">\n{}</ul>\n"
       "<table><thead><tr><th scope=\"col\">Cause</th><th scope=\"col\">Item</th></tr></thead>\n<tbody>\n{}</tbody>"
       "</table>\n{}</section>\n",
       causes, rows, rest);

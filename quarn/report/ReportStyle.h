@@ -4,8 +4,8 @@
 
 namespace quarn {
 
-/// The look of the reports: one style sheet, light and dark, on screens of any width and on paper. Colours that stand
-/// under white text are the classes "c0" to "c8" (storage categories) and "risk-safe", "risk-caution", "risk-danger".
+/// The style sheet of the reports, for light and dark themes, all screen widths, and print. The classes with white
+/// text are "c0" to "c8" (storage categories) and "risk-safe", "risk-caution", "risk-danger".
 std::string_view reportStyle();
 
 }  // namespace quarn

@@ -4,7 +4,7 @@
 
 namespace quarn {
 
-/// The part of a whole as a number from 0 to 1; of nothing it is 0.
+/// part / whole as a number from 0 to 1; 0 if the whole is 0.
 inline double shareOf(std::int64_t part, std::int64_t whole) {
   return whole > 0 ? static_cast<double>(part) / static_cast<double>(whole) : 0;
 }

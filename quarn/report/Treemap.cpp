@@ -11,19 +11,19 @@ struct Area {
   double size;
 };
 
-/// The free part of the area, filled row by row along its shorter side.
+/// The free part of the area. Rows fill it along its shorter side.
 class Layout {
  public:
   Layout(double width, double height) : width_(width), height_(height) {}
 
-  // How far from square the worst tile of a row would be, 1 at best.
+  // The aspect ratio of the worst tile in a row; 1 is a square.
   [[nodiscard]] double worstRatio(double sum, double smallest, double largest) const {
     const double thickness = sum / std::min(width_, height_);
     return std::max(thickness * thickness / smallest, largest / (thickness * thickness));
   }
 
-  /// Takes a strip off the free part for a row. The last row takes what is left, and so does the last tile of each, so
-  /// that rounding leaves neither a gap nor an overlap.
+  /// Cuts a strip off the free part for a row. The last row takes the remaining area and the last tile of each row
+  /// the remaining length, so rounding leaves no gaps and no overlaps.
   void place(const std::vector<Area>& row, double sum, bool isLastRow, std::vector<TreemapTile>& tiles) {
     const bool isColumn = width_ >= height_;
     double& free = isColumn ? width_ : height_;
@@ -48,8 +48,8 @@ class Layout {
   double height_;
 };
 
-// Each weight's share of the whole, largest first. Shares are of the largest weight first, because the sum of weights
-// may be beyond what a double holds; what vanishes beside it could not be seen.
+// The area of each weight, largest first. Divides by the largest weight before summing, because the sum of the
+// weights may overflow a double. Weights that underflow would be invisible anyway.
 std::vector<Area> areas(const std::vector<double>& weights, double whole) {
   std::vector<Area> result;
   double largest = 0;

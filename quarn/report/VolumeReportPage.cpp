@@ -57,8 +57,8 @@ std::string categoryTable(const VolumeReport& report) {
         sizeText(category.size.allocatedBytes, units), part * 100, meter(part, colorOf(category.id)),
         sizeText(elsewhere(category.size), units));
   }
-  return "<table>\n<caption>Every byte counts to at most one category. Bytes not on this disk are the lengths of files "
-         "that take no space here: kept in the cloud, or never written.</caption>\n<thead><tr><th scope=\"col\">"
+  return "<table>\n<caption>Every byte counts for at most one category. Bytes not on this disk are in the cloud or in "
+         "the holes of sparse files.</caption>\n<thead><tr><th scope=\"col\">"
          "Category</th><th scope=\"col\" class=\"n\">On disk</th><th scope=\"col\" class=\"n\">Share</th>"
          "<td class=\"wide\" aria-hidden=\"true\"></td><th scope=\"col\" class=\"n\">Not on this disk</th></tr></thead>"
          "\n<tbody>\n" +
@@ -71,9 +71,9 @@ std::string hintText(const std::optional<VendorPathHint>& hint) {
                      hint->explanation ? ". " + html(*hint->explanation) : "");
 }
 
-/// A table of items: what it is called, and which rows it has.
+/// A table of items: its id, caption and rows.
 struct ItemTable {
-  std::string_view id;  ///< "item": of the table "item-table", and its rows "item-1"…
+  std::string_view id;  ///< "item" for the table "item-table" with the rows "item-1"…
   std::string_view caption;
   const std::vector<VolumeReport::Item>& items;
 };
@@ -113,15 +113,15 @@ std::vector<Fact> facts(const VolumeReport& report) {
   return {{"In use", sizeText(used, units), "of " + sizeText(volume.totalBytes, units)},
           {"Free", sizeText(volume.freeBytes, units), ""},
           {"In categories", sizeText(counted.allocatedBytes, units), "on disk"},
-          {"In no category", sizeText(rest, units), "of what is in use"},
-          {"Not on this disk", sizeText(elsewhere(counted), units), "in the cloud, or never written"}};
+          {"In no category", sizeText(rest, units), "of the used space"},
+          {"Not on this disk", sizeText(elsewhere(counted), units), "in the cloud or in sparse files"}};
 }
 
 std::string largestSection(const VolumeReport& report) {
   const ItemTable table{.id = "item",
                         .caption =
-                            "Files, and packages such as apps and libraries as a whole, in the home folder and "
-                            "the Applications folder, by the space that they take on this disk",
+                            "Files and packages (such as apps and libraries) in the home folder and the "
+                            "Applications folder, by space on this disk",
                         .items = report.largest};
   return "<section aria-labelledby=\"largest\">\n<h2 id=\"largest\">The largest items</h2>\n"
          "<a class=\"skip\" href=\"#item-table\">Skip the map</a>\n" +
@@ -133,10 +133,11 @@ std::string elsewhereSection(const VolumeReport& report) {
   if (report.elsewhere.empty()) return "";
   const ItemTable table{.id = "elsewhere-item",
                         .caption =
-                            "Files whose length is not on this disk: kept in the cloud, or never written. "
-                            "Removing them frees only what they take here.",
+                            "Files with content in the cloud, and sparse files. Removing them frees only "
+                            "their space on this disk.",
                         .items = report.elsewhere};
-  return "<section aria-labelledby=\"elsewhere\">\n<h2 id=\"elsewhere\">Long, but hardly here</h2>\n" +
+  return "<section aria-labelledby=\"elsewhere\">\n<h2 id=\"elsewhere\">Large files with little space on this "
+         "disk</h2>\n" +
          itemTable(table, report.frame) + "</section>\n";
 }
 
@@ -144,13 +145,12 @@ std::string elsewhereSection(const VolumeReport& report) {
 
 std::string reportPage(const VolumeReport& report) {
   std::vector<Section> sections{{"space", "Where the space goes"}, {"largest", "The largest items"}};
-  if (!report.elsewhere.empty()) sections.push_back({"elsewhere", "Long, but hardly here"});
-  if (report.frame.unread.count() > 0) sections.push_back({"unread", "What was not read"});
+  if (!report.elsewhere.empty()) sections.push_back({"elsewhere", "Large files with little space on this disk"});
+  if (report.frame.unread.count() > 0) sections.push_back({"unread", "Unread items"});
   std::string body = heading(report.volume.name, "Where the space of this volume goes", facts(report), sections);
   body += "<main>\n";
   if (!report.isComplete) {
-    body +=
-        "<p class=\"note\"><strong>Incomplete.</strong> The scan was interrupted; these are the totals so far.</p>\n";
+    body += "<p class=\"note\"><strong>Incomplete.</strong> The scan was interrupted; the totals are partial.</p>\n";
   }
   const std::vector<Tile> categories = categoryTiles(report);
   body += unreadNote(report.frame.unread);

@@ -15,7 +15,7 @@ using nlohmann::ordered_json;
 const json& objectOf(const json* params) {
   static const json kNoParams = json::object();
   if (params == nullptr) return kNoParams;
-  if (!params->is_object()) throw DecodingError("params", "not an object: params are given by name");
+  if (!params->is_object()) throw DecodingError("params", "not an object: params must be named");
   return *params;
 }
 

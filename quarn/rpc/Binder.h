@@ -9,13 +9,14 @@
 
 namespace quarn {
 
-/// Finds a request's method in a table, checks its params and carries it out. A view of the table and the services.
+/// Looks up a request's method in a table, checks the params and calls the handler. A view: the table and the
+/// services must outlive it.
 class Binder {
  public:
   Binder(std::span<const MethodRow> methods, const Services& services) : methods_(methods), services_(services) {}
 
-  /// The result. Throws RPCError: no such method; a param that is missing, unknown or of the wrong type or range; the
-  /// operation's own FileError.
+  /// Returns the result. Throws RPCError for an unknown method, for a param that is missing, unknown or of the wrong
+  /// type or range, and for a FileError of the operation.
   [[nodiscard]] nlohmann::ordered_json call(const std::string& method, const nlohmann::json* params,
                                             const RequestContext& context) const;
 

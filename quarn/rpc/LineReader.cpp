@@ -10,7 +10,7 @@ namespace quarn {
 namespace {
 
 constexpr std::size_t kChunk = 64u << 10;
-/// A buffer that one long line made larger than this is given back.
+/// Free the buffer if a long line made it larger than this.
 constexpr std::size_t kKeptCapacity = 1u << 20;
 
 }  // namespace

@@ -24,7 +24,7 @@ bool LineWriter::writeAll(std::string_view bytes) {
     if (count >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(count));
     } else if (errno == EAGAIN) {
-      // A shell may hand over a descriptor that does not wait.
+      // The client may have passed a non-blocking descriptor.
       pollfd ready{descriptor_, POLLOUT, 0};
       ::poll(&ready, 1, -1);
     } else if (errno != EINTR) {

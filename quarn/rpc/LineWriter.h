@@ -6,15 +6,15 @@
 
 namespace quarn {
 
-/// Writes whole lines to a descriptor, which stays the caller's. Safe from any thread: lines never mix. Once a write
-/// has failed nothing more is written.
+/// Writes whole lines to a descriptor. The caller owns the descriptor. Thread-safe: lines never interleave. After a
+/// failed write it writes nothing more.
 class LineWriter {
  public:
   explicit LineWriter(int descriptor) : descriptor_(descriptor) {}
 
-  /// Writes the text and "\n", waiting as long as the reader takes. False when the line cannot be written.
+  /// Writes the text and "\n"; blocks until the reader has taken it. Returns false if the write fails.
   bool write(std::string text);
-  /// The errno of the write that failed; 0 as long as all went well.
+  /// The errno of the failed write, or 0.
   [[nodiscard]] int error() const;
 
  private:

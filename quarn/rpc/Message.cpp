@@ -17,17 +17,17 @@ bool isID(const json& value) { return value.is_string() || value.is_number() || 
 
 bool isText(const json* value) { return value != nullptr && value->is_string(); }
 
-/// What is wrong with the form of a call; empty when it is a request or a notification.
+/// The defect in the form of a call; empty for a valid request or notification.
 std::string problemWith(const json& call) {
-  if (!call.is_object()) return "a request is an object";
+  if (!call.is_object()) return "a request must be an object";
   const json* version = JSON::member(call, "jsonrpc");
-  if (!isText(version) || *version != kVersion) return "\"jsonrpc\" is not \"2.0\"";
-  if (!isText(JSON::member(call, "method"))) return "\"method\" is not a string";
+  if (!isText(version) || *version != kVersion) return "\"jsonrpc\" must be \"2.0\"";
+  if (!isText(JSON::member(call, "method"))) return "\"method\" must be a string";
   const json* id = JSON::member(call, "id");
-  if (id != nullptr && !isID(*id)) return "\"id\" is not a string, a number or null";
+  if (id != nullptr && !isID(*id)) return "\"id\" must be a string, a number or null";
   const json* params = JSON::member(call, "params");
   if (params != nullptr && !params->is_structured() && !params->is_null())
-    return "\"params\" is neither an object nor an array";
+    return "\"params\" must be an object or an array";
   return {};
 }
 
@@ -90,7 +90,7 @@ void OpenRequests::cancelAll() {
   for (const auto& [id, flag] : flags_) flag.cancel();
 }
 
-// A value stands at the beginning, behind a comma, or behind what opens an array or object.
+// Every value except the first follows a comma or an opening bracket.
 std::size_t mostValuesIn(std::string_view line) {
   std::size_t count = 1;
   bool isInString = false;

@@ -12,17 +12,17 @@
 
 namespace quarn {
 
-/// The requests that have been read and not yet answered, by id, so that a cancellation finds them in no time however
-/// many there are. Safe from any thread.
+/// The requests that have not been answered yet, by id. A cancellation finds its request in logarithmic time.
+/// Thread-safe.
 class OpenRequests {
  public:
-  /// Where a request stands among them.
+  /// Identifies one request.
   using Ticket = std::multimap<std::string, Cancellation>::iterator;
 
-  /// `id` as JSON text: 1 and "1" are two.
+  /// `id` is JSON text, so 1 and "1" differ.
   Ticket add(const std::string& id);
   void remove(Ticket ticket);
-  /// Sets the flag of every open request of that id.
+  /// Sets the flag of every open request with that id.
   void cancel(const std::string& id);
   void cancelAll();
 
@@ -31,41 +31,42 @@ class OpenRequests {
   std::multimap<std::string, Cancellation> flags_;
 };
 
-/// One request of a line, or why that part of the line is none. Its params are text until it is run: many requests may
-/// wait, and text takes a tenth of the memory.
+/// One request of a line, or the error for an invalid one. The params stay JSON text until the request runs: many
+/// requests may wait, and text takes a tenth of the memory.
 struct Request {
-  std::string id = "null";  ///< as JSON text, as it goes back
+  std::string id = "null";  ///< JSON text, as in the response
   std::string method;
   std::string params;  ///< JSON text of an object or an array; empty without params
   Cancellation cancellation = Cancellation::never();
-  std::optional<OpenRequests::Ticket> ticket;  ///< absent for what is refused
-  std::optional<RPCError> refusal;             ///< set: nothing is to be run
+  std::optional<OpenRequests::Ticket> ticket;  ///< absent if refused
+  std::optional<RPCError> refusal;             ///< if set, the request does not run
 };
 
-/// What one line asks for, in order. Notifications are not among it: the only one that means something, the
-/// cancellation, is obeyed when the line is read, and the others have nobody who waits for them.
+/// The requests of one line, in order. It holds no notifications: a cancellation takes effect when the line is read,
+/// and the process ignores all others.
 struct Message {
   std::vector<Request> requests;
-  bool isBatch = false;       ///< answered as one array
-  std::size_t lineBytes = 0;  ///< of the line that it was read from
+  bool isBatch = false;       ///< the response is an array
+  std::size_t lineBytes = 0;  ///< length of its line
 };
 
-/// Largest number of calls in a batch: what they are refused with must not take a thousand times their own space.
+/// Maximum number of calls in a batch. It bounds the error responses, which could be a thousand times as long as the
+/// batch.
 inline constexpr std::size_t kMostCallsInABatch = 10'000;
 
-/// Largest number of values in a line, counted before it is read: a value takes some hundred bytes of memory, and a
-/// line may hold one in three bytes. Requests have a value in some thirty bytes.
+/// Maximum number of values in a line, counted before parsing. A value takes about a hundred bytes of memory, and a
+/// line may hold one value in three bytes. Typical requests have one value per thirty bytes.
 inline constexpr std::size_t kMostValuesInALine = 4'000'000;
 
-/// How many values a JSON text holds at most; exact for a text without empty arrays and objects. Of what is not JSON,
-/// some number.
+/// An upper bound for the number of values in a JSON text; exact if the text has no empty arrays or objects. For text
+/// that is not JSON the result has no meaning.
 [[nodiscard]] std::size_t mostValuesIn(std::string_view line);
 
-/// Reads one line. Requests are entered into `open`, cancellations are carried out on it, both in the line's order.
-/// Whatever the line holds, the result is a message; one without requests is not answered.
+/// Parses one line. Adds its requests to `open` and applies its cancellations to `open`, in the order of the line.
+/// Never fails: an invalid line becomes a message with a refusal. A message without requests gets no response.
 [[nodiscard]] Message readMessage(std::string_view line, OpenRequests& open);
 
-/// The message for a line that is not read at all.
+/// The message for a line that is refused unparsed.
 [[nodiscard]] Message refusedMessage(RPCError refusal);
 
 }  // namespace quarn

@@ -10,27 +10,27 @@
 
 namespace quarn {
 
-/// How much the transport takes in before it answers.
+/// Limits for the input that waits for a response.
 struct TransportLimits {
-  std::size_t lineBytes = std::size_t{64} << 20;     ///< longest line, "\n" not counted
-  std::size_t waitingBytes = std::size_t{64} << 20;  ///< text of the lines that wait: at or above it none is read
-  std::size_t waitingLines = 1024;                   ///< likewise their number
+  std::size_t lineBytes = std::size_t{64} << 20;     ///< maximum line length without "\n"
+  std::size_t waitingBytes = std::size_t{64} << 20;  ///< reading stops when the waiting lines reach this
+  std::size_t waitingLines = 1024;                   ///< reading stops at this number of waiting lines
 };
 
-/// The messages that wait for their turn, first come first served. Safe from any thread.
+/// The queue of waiting messages, first in, first out. Thread-safe.
 class MessageQueue {
  public:
   explicit MessageQueue(const TransportLimits& limits) : limits_(limits) {}
 
-  /// Whether one more line may be read.
+  /// True if another line may be read.
   [[nodiscard]] bool hasRoom() const;
-  /// Adds a message; never waits.
+  /// Adds a message; never blocks.
   void push(Message message);
-  /// Waits for the next message; absent once the queue is closed and empty.
+  /// Blocks until a message arrives; absent once the queue is closed and empty.
   std::optional<Message> pop();
-  /// Nothing more will be added.
+  /// No message will follow.
   void close();
-  /// Closes and forgets what waits.
+  /// Closes the queue and drops its messages.
   void abandon();
   [[nodiscard]] bool isClosed() const;
 

@@ -19,7 +19,7 @@ namespace quarn {
 
 struct Services;
 
-/// What a handler has besides its params.
+/// The context of a handler's call.
 struct MethodContext {
   const Services& services;
   const RequestContext& request;
@@ -28,11 +28,11 @@ struct MethodContext {
 /// A named param of a method.
 struct ParamRow {
   std::string_view name;
-  std::string (*type)() = nullptr;  ///< how its type is called; "?" at the end: optional
+  std::string (*type)() = nullptr;  ///< name of its type; ends in "?" if optional
 };
 
-/// A method of the interface: its name, its params in order, and the handler behind it with the conversions that follow
-/// from the handler's own types, so that what is described, what is checked and what is called cannot differ.
+/// A method of the interface: its name, its params in order, and its handler. The conversions are derived from the
+/// handler's signature, so description, validation and call always agree.
 struct MethodRow {
   static constexpr std::size_t kMostParams = 8;
 
@@ -40,15 +40,16 @@ struct MethodRow {
   std::array<ParamRow, kMostParams> paramRows;
   std::size_t paramCount = 0;
   std::string (*resultType)() = nullptr;
-  std::string (*progressType)() = nullptr;  ///< of the values of its progress notifications; null: it sends none
-  /// Decodes the params, calls the handler, encodes its result. Throws DecodingError and what the handler throws.
+  std::string (*progressType)() = nullptr;  ///< type of its progress values; null for none
+  /// Decodes the params, calls the handler and encodes its result. Throws DecodingError and whatever the handler
+  /// throws.
   void (*invoke)(const MethodRow& row, const MethodContext& context, const JSONDecoder& params,
                  nlohmann::ordered_json& result) = nullptr;
 
   [[nodiscard]] constexpr std::span<const ParamRow> params() const { return {paramRows.data(), paramCount}; }
 };
 
-/// A handler is a function (const MethodContext&, params...) -> result; how it is called from JSON.
+/// How to call a handler from JSON. A handler is a function (const MethodContext&, params...) -> result.
 template <class Function>
 struct HandlerTraits;
 
@@ -68,14 +69,14 @@ struct HandlerTraits<Result (*)(const MethodContext&, Params...)> {
   template <Result (*handler)(const MethodContext&, Params...), std::size_t... index>
   static void invoke(const MethodRow& row, const MethodContext& context, [[maybe_unused]] const JSONDecoder& params,
                      nlohmann::ordered_json& result, std::index_sequence<index...> /*indices*/) {
-    // In braces, so that of several faulty params the first one is named.
+    // Braces fix the order of evaluation, so the error names the first faulty param.
     const std::tuple<std::remove_cvref_t<Params>...> values{
         fromJSON<std::remove_cvref_t<Params>>(params.member(row.paramRows[index].name))...};
     result = toJSON<Result>(handler(context, std::get<index>(values)...));
   }
 };
 
-/// The row of a handler, its params named in order.
+/// Makes the row for a handler; the names are those of its params, in order.
 template <auto handler, class... Names>
 constexpr MethodRow method(std::string_view name, Names... paramNames) {
   using Traits = HandlerTraits<decltype(handler)>;
@@ -88,7 +89,7 @@ constexpr MethodRow method(std::string_view name, Names... paramNames) {
   return row;
 }
 
-/// The same for a handler that reports values of type `Progress` while it runs.
+/// The same for a handler that reports progress values of type `Progress`.
 template <auto handler, class Progress, class... Names>
 constexpr MethodRow methodWithProgress(std::string_view name, Names... paramNames) {
   MethodRow row = method<handler>(name, paramNames...);

@@ -15,9 +15,9 @@
 
 namespace quarn {
 
-// A file of methods defines its handlers and, below them, one row for each: a function (const Context&, params in
-// order) -> result. A handler throws FileError where the operation does, and DecodingError for params that no type can
-// refuse.
+// A file of methods defines its handlers and, below them, one row per handler. A handler is a function (const
+// Context&, params in order) -> result. It throws FileError if the operation does, and DecodingError for params that
+// the types cannot refuse.
 using Context = MethodContext;
 using FolderOrFolders = std::variant<FileURL, std::vector<FileURL>>;
 
@@ -29,7 +29,7 @@ std::span<const MethodRow> storageMethods();
 std::span<const MethodRow> folderMethods();
 std::span<const MethodRow> systemMethods();
 
-/// Every method of the interface, in the order of docs/rpc.md. Lives as long as the program.
+/// All methods, in the order of docs/rpc.md. The span is valid for the lifetime of the process.
 [[nodiscard]] std::span<const MethodRow> methodTable();
 
 }  // namespace quarn

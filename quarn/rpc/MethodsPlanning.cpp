@@ -3,13 +3,13 @@
 namespace quarn {
 namespace {
 
-/// A sum of sizes beyond 64 bits ends the program, because on a disk it cannot be; in a request it can, and there it is
-/// the request that is wrong.
+/// A byte sum that overflows 64 bits terminates the program, because no disk is that large. The sizes in a request
+/// are untrusted, so check their sum first.
 void requireSumFits(const std::vector<Artifact>& artifacts, const std::string& param) {
   std::int64_t sum = 0;
   for (const Artifact& artifact : artifacts) {
     if (artifact.size && __builtin_add_overflow(sum, artifact.size->allocatedBytes, &sum)) {
-      throw DecodingError(param, "the sizes add up to more than 64 bits hold");
+      throw DecodingError(param, "the sum of the sizes overflows 64 bits");
     }
   }
 }

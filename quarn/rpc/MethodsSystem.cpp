@@ -28,7 +28,7 @@ std::vector<ReceiptInfo> receiptsMatching(const Context& context, const AppEntit
 }
 
 std::vector<std::string> packageIDs(const Context& context, const std::string& forFileAtPath) {
-  // A path is a text, so a name that is not UTF-8 can only come as a URL.
+  // A path is text, so only a URL can hold a name that is not UTF-8.
   const std::optional<FileURL> url = forFileAtPath.starts_with("file:") ? FileURL::parse(forFileAtPath) : std::nullopt;
   return context.services.receiptScanner.packageIDs(url ? url->path() : forFileAtPath);
 }

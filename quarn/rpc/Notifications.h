@@ -5,7 +5,7 @@
 
 namespace quarn {
 
-/// A message that is not answered.
+/// A kind of message without a response.
 struct NotificationRow {
   struct Param {
     std::string_view name;
@@ -14,7 +14,7 @@ struct NotificationRow {
 
   std::string_view name;
   std::string_view sender;      ///< "process" or "client"
-  std::array<Param, 2> params;  ///< those without a name do not count
+  std::array<Param, 2> params;  ///< unused entries have no name
   std::string_view meaning;
 };
 
@@ -23,8 +23,8 @@ inline constexpr std::string_view kCancelNotification = "$/cancelRequest";
 
 // clang-format off
 inline constexpr std::array<NotificationRow, 2> kNotifications{{
-    {.name = kProgressNotification, .sender = "process", .params = {{{"id", "string or number or null"}, {"value", "PhaseProgress or TotalsProgress"}}}, .meaning = "how far the request of that id has come, when its params hold \"progress\": true"},
-    {.name = kCancelNotification,   .sender = "client",  .params = {{{"id", "string or number or null"}}}, .meaning = "the request of that id is no longer wanted"},
+    {.name = kProgressNotification, .sender = "process", .params = {{{"id", "string or number or null"}, {"value", "PhaseProgress or TotalsProgress"}}}, .meaning = "progress of the request with that id; only if its params hold \"progress\": true"},
+    {.name = kCancelNotification,   .sender = "client",  .params = {{{"id", "string or number or null"}}}, .meaning = "cancels the request with that id"},
 }};
 // clang-format on
 

@@ -5,8 +5,7 @@
 namespace quarn {
 namespace {
 
-/// Longest description of what is wrong with a line, in bytes: parsers quote the text that they stumble over, and that
-/// may be all of it.
+/// Maximum length of an error description in bytes. Parsers quote the text at the error, which may be the whole line.
 constexpr std::size_t kLongestProblem = 200;
 
 }  // namespace

@@ -13,7 +13,7 @@
 
 namespace quarn {
 
-/// What a request is refused with; the numbers are part of the interface.
+/// Error codes; their numbers are part of the interface.
 enum class RPCErrorCode : int {
   notJSON = -32700,
   notARequest = -32600,
@@ -24,13 +24,13 @@ enum class RPCErrorCode : int {
   cancelled = -32800,
 };
 
-/// Why a request has no result. A plain value; layers above the transport throw it.
+/// Why a request has no result. The layers above the transport throw it.
 struct RPCError {
   using Data = std::vector<std::pair<std::string, std::variant<std::int64_t, std::string>>>;
 
   RPCErrorCode code = RPCErrorCode::internal;
   std::string message;  ///< one sentence for people
-  Data data;            ///< members of "data", in this order; none: no "data"
+  Data data;            ///< members of "data", in order; if empty, "data" is omitted
 
   static RPCError notJSON(const std::string& problem);
   static RPCError notARequest(std::string problem);
@@ -41,11 +41,11 @@ struct RPCError {
   static RPCError internal(const std::string& problem);
 };
 
-/// One row of the description of the errors.
+/// One row in the description of the errors.
 struct RPCErrorDescription {
   RPCErrorCode code;
   std::string_view when;
-  std::array<std::string_view, 3> data;  ///< names of the members of "data"; empty ones do not count
+  std::array<std::string_view, 3> data;  ///< names of the members of "data"; unused entries are empty
 };
 
 // clang-format off
@@ -56,7 +56,7 @@ inline constexpr std::array<RPCErrorDescription, 7> kRPCErrors{{
     {.code = RPCErrorCode::badParam,        .when = "a param is missing, unknown or of the wrong type or range", .data = {"param"}},
     {.code = RPCErrorCode::operationFailed, .when = "the operation threw (sizes, listings, the system volume)", .data = {"path", "errno", "name"}},
     {.code = RPCErrorCode::cancelled,       .when = "cancelled before it started", .data = {}},
-    {.code = RPCErrorCode::internal,        .when = "the process failed, for instance for want of memory", .data = {}},
+    {.code = RPCErrorCode::internal,        .when = "an unexpected failure, for example out of memory", .data = {}},
 }};
 // clang-format on
 

@@ -23,7 +23,7 @@ namespace {
 using nlohmann::json;
 using nlohmann::ordered_json;
 
-/// Makes a write to a pipe that nobody reads an error instead of the end of the process.
+/// Ignores SIGPIPE, so that a write to a closed pipe fails instead of terminating the process.
 class BrokenPipeIgnored {
  public:
   BrokenPipeIgnored() {
@@ -114,7 +114,7 @@ class Session {
     if (!message.requests.empty()) queue_.push(std::move(message));
   }
 
-  /// Waits until input is there, which is then read, or the worker gives a sign. False when the client is gone.
+  /// Blocks until input arrives or the worker signals. Returns false if the client is gone.
   bool waitFor(Input input) {
     std::array<pollfd, 3> waited{
         {{wake_.descriptor(), POLLIN, 0}, {output_, 0, 0}, {input == Input::wanted ? input_ : -1, POLLIN, 0}}};
@@ -125,7 +125,7 @@ class Session {
     return true;
   }
 
-  /// Nobody reads the answers any more.
+  /// The client closed the output.
   bool giveUp() {
     queue_.abandon();
     open_.cancelAll();
@@ -136,7 +136,7 @@ class Session {
 
   void work() {
     while (std::optional<Message> message = queue_.pop()) {
-      wake_.signal();  // there is room again
+      wake_.signal();  // the queue has room
       if (!writer_.write(answerTo(*message))) giveUp();
     }
     isFinished_ = true;

@@ -10,27 +10,27 @@
 
 namespace quarn {
 
-/// What a running request has besides its params.
+/// The context of a running request.
 struct RequestContext {
-  Cancellation cancellation;  ///< set when the client no longer wants the request
-  /// Sends a progress notification for the request. Safe from any thread while the request runs.
+  Cancellation cancellation;  ///< set when the client cancels the request
+  /// Sends a progress notification for the request. Any thread may call it while the request runs.
   std::function<void(const nlohmann::ordered_json& value)> report;
 };
 
-/// Carries out one request: the result, or an RPCError that is thrown. `params` is an object, an array or null pointer.
+/// Runs one request. Returns the result or throws an RPCError. `params` is an object, an array or null.
 using Dispatcher = std::function<nlohmann::ordered_json(const std::string& method, const nlohmann::json* params,
                                                         const RequestContext& context)>;
 
-/// Serves JSON-RPC 2.0 on two descriptors, one JSON value a line, until the input ends and what was read is answered,
-/// or until the client no longer listens. The descriptors stay the caller's.
+/// Serves JSON-RPC 2.0 on two descriptors, one JSON value per line. Returns when the input has ended and all requests
+/// are answered, or when the client closes the output. The caller owns the descriptors.
 ///
-/// Requests run one after another in the order in which they arrive, on a thread of their own; this thread goes on
-/// reading, so that "$/cancelRequest" works at once, as long as the lines that wait keep within the limits: then
-/// reading stops until there is room. Memory is bounded by the values of the running line and of those that wait. A
-/// client that goes away cancels everything.
+/// Requests run one at a time, in order of arrival, on another thread. The calling thread keeps reading, so
+/// "$/cancelRequest" takes effect at once, until the waiting lines reach the limits; then it stops reading until
+/// there is room. Memory is bounded by the values of the running line and of the waiting lines. When the client goes
+/// away, all requests are cancelled.
 ///
-/// Returns 0, or the errno with which an answer could not be written for another reason than that nobody reads it.
-/// Throws std::system_error when the process can open no more descriptors or start no thread.
+/// Returns 0, or the errno of a response that could not be written; a closed output is not an error. Throws
+/// std::system_error if the process cannot open a descriptor or start a thread.
 int serve(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits = {});
 
 }  // namespace quarn

@@ -21,7 +21,7 @@ WakePipe::WakePipe() {
 }
 
 void WakePipe::signal() const {
-  // A full pipe is a signal already.
+  // If the pipe is full, the signal is already pending.
   [[maybe_unused]] const ssize_t count = ::write(writing_.get(), "", 1);
 }
 

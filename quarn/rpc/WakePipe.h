@@ -4,17 +4,17 @@
 
 namespace quarn {
 
-/// Wakes a thread that waits for descriptors: it waits for this one too. Never blocks; signals may merge into one.
-/// Safe from any thread.
+/// Wakes a thread that polls descriptors: it polls this one too. Never blocks; several signals may become one.
+/// Thread-safe.
 class WakePipe {
  public:
-  /// Throws std::system_error when the process has no descriptors left.
+  /// Throws std::system_error if the process cannot open a descriptor.
   WakePipe();
 
   void signal() const;
-  /// Takes all signals that have come.
+  /// Consumes all pending signals.
   void drain() const;
-  /// Becomes readable with a signal.
+  /// Readable while a signal is pending.
   [[nodiscard]] int descriptor() const { return reading_.get(); }
 
  private:

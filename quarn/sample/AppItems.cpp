@@ -7,7 +7,7 @@ namespace {
 
 // clang-format off
 constexpr auto kItems = std::to_array<Item>({
-    // Lumen Notes has something in every usual place of the user and of the system.
+    // Lumen Notes has items in every usual location of the user and of the system.
     {.path = "~/Library/Caches/com.lumenworks.notes/Cache.db", .bytes = 246 * kKB},
     {.path = "~/Library/Caches/com.lumenworks.notes/fsCachedData/1F2E", .bytes = 120 * kKB},
     {.path = "~/Library/Caches/com.lumenworks.notes/.hidden-index", .bytes = 15 * kKB},
@@ -34,10 +34,10 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "/Library/Preferences/com.lumenworks.notes.license.plist", .form = Form::settings, .bytes = 1 * kKB},
     {.path = "/Library/Application Support/Lumen Notes/Templates/Diary.lumen", .bytes = 33 * kKB},
     {.path = "/Library/Application Support/com.lumenworks.notes/license.key", .bytes = 1 * kKB},
-    // Only its signature says that this folder is its own too.
+    // Only the entitlements of the app name this folder.
     {.path = "~/Library/Group Containers/9KXQ2T7WBA.shared-store/Store.sqlite", .bytes = 324 * kKB},
     {.path = "~/Library/Group Containers/group.org.unrelated/Other.sqlite", .bytes = 60 * kKB},
-    // What only resembles it: by bundle identifier, by equal name, by a name inside a longer one.
+    // Similar names only: similar bundle identifier, equal name, name inside a longer name.
     {.path = "~/Library/Application Support/com.lumenworks.notes.thumbnailer/queue", .bytes = 17 * kKB},
     {.path = "~/Library/Application Support/Lumenworks/Lumen Notes Helper/helper.db", .bytes = 44 * kKB},
     {.path = "~/Library/Caches/LumenNotes/old.cache", .bytes = 66 * kKB},
@@ -47,13 +47,13 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "/Library/Application Support/Lumenworks/com.lumenworks.notes.plugins/a.plugin/Contents/MacOS/a", .bytes = 80 * kKB},
     {.path = "/Library/Caches/com.lumenworks.notes.updater/update.zip", .bytes = 90 * kKB},
     {.path = "/Library/Logs/Lumenworks/com.lumenworks.notes.daemon.log", .bytes = 5 * kKB},
-    // Near misses: too short, hidden, inside a package, too deep, another letter of the identifier.
+    // Near misses: too short, hidden, inside a package, too deep, another letter in the identifier.
     {.path = "~/Library/Application Support/Lumen/readme.txt", .form = Form::text, .text = "not of the notes\n"},
     {.path = "~/Library/Application Support/.com.lumenworks.notes/secret", .bytes = 1 * kKB},
     {.path = "~/Library/Application Support/Toolbox.bundle/com.lumenworks.notes/inner", .bytes = 1 * kKB},
     {.path = "~/Library/Application Support/a/b/c/d/e/f/com.lumenworks.notes/deep", .bytes = 1 * kKB},
     {.path = "~/Library/Caches/com.lumenworks.note/near", .bytes = 1 * kKB},
-    // Two products whose identifiers begin alike, and one that differs in letter case.
+    // Two products with a common identifier prefix, and one that differs only in letter case.
     {.path = "~/Library/Preferences/com.example.App.plist", .form = Form::settings, .bytes = 2 * kKB},
     {.path = "~/Library/Preferences/com.example.App.extra.plist", .form = Form::settings, .bytes = 1 * kKB},
     {.path = "~/Library/Preferences/com.example.App.PLIST", .form = Form::settings, .bytes = 1 * kKB},
@@ -70,7 +70,7 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "~/Library/Application Support/Kestrel Pro/maps.db", .bytes = 366 * kKB},
     {.path = "~/Library/Preferences/com.kestrelsoft.kestrel.plist", .form = Form::settings, .bytes = 2 * kKB},
     {.path = "~/Library/Preferences/com.kestrelsoft.kestrelpro.plist", .form = Form::settings, .bytes = 2 * kKB},
-    // An app without identifier has only its name, and a short name finds nothing.
+    // An app without an identifier is matched by name only, and a short name matches nothing.
     {.path = "~/Library/Application Support/My_App-Data/a", .bytes = 3 * kKB},
     {.path = "~/Library/Application Support/Memo Data/a", .bytes = 3 * kKB},
     // Tessera Studio: a large app with a driver, an audio plug-in and a shared folder.
@@ -82,11 +82,11 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "~/Library/Caches/com.tessera.studio/tiles.cache", .bytes = 720 * kKB},
     {.path = "~/Library/Caches/com.tessera.studio/scratch.bin", .form = Form::sparse, .bytes = 12 * kGB},
     {.path = "~/Library/Preferences/com.tessera.studio.plist", .form = Form::settings, .bytes = 7 * kKB},
-    // Harbor Suite puts nothing under its own name; its receipt alone tells what is its own.
+    // Harbor Suite uses its own name nowhere; only its receipt lists its files.
     {.path = "/Library/Audio/Plug-Ins/Components/Harbor Reverb.component/Contents/MacOS/Harbor Reverb", .bytes = 252 * kKB},
     {.path = "/Library/Audio/Plug-Ins/VST3/Harbor Reverb.vst3/Contents/MacOS/Harbor Reverb", .bytes = 228 * kKB},
     {.path = "/Library/Audio/Presets/HA/Reverb/Quay.aupreset", .bytes = 5 * kKB},
-    // Fathom Backup: jobs, a privileged tool, a daemon's data, uninstallers in and beside the app.
+    // Fathom Backup: launchd jobs, a privileged tool, a daemon's data, uninstallers in and beside the app.
     {.path = "/Library/PrivilegedHelperTools/com.fathom.backup.helper", .form = Form::tool},
     {.path = "/Library/Application Support/Fathom Backup/catalog.db", .bytes = 174 * kKB},
     {.path = "~/Library/Application Support/Fathom Backup/plans.json", .bytes = 6 * kKB},
@@ -98,7 +98,7 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "/Applications/Fathom/Fathom Backup Deinstaller.command", .form = Form::tool},
     {.path = "/Applications/Fathom/Disk Cleaner.command", .form = Form::tool},
     {.path = "/Applications/Fathom/Clean Up notes.txt", .form = Form::text, .text = "only a text\n"},
-    // Other scripts and composed letters: the bundle is composed, its folder decomposed.
+    // Other scripts and normalisation forms: the bundle name is composed, the folder name decomposed.
     {.path = "~/Library/Application Support/Cafe\u0301 Planner/tables.db", .bytes = 34 * kKB},
     {.path = "~/Library/Caches/CAF\u00C9-PLANNER/cache", .bytes = 12 * kKB},
     {.path = "~/Library/Application Support/\u65E5\u8A18\u5E33\u30A2\u30D7\u30EA/\u4E00\u6708.db", .bytes = 25 * kKB},

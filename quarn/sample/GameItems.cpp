@@ -5,8 +5,8 @@
 namespace quarn::sample {
 namespace {
 
-// Every form that the file takes: the numbered libraries of today with their apps, escapes, tabs, a library that is
-// gone, one that is the Steam folder again under another name.
+// All forms of the file: the numbered libraries of current versions with their apps, escapes, tabs, a missing
+// library, and one that is the Steam folder under another name.
 constexpr std::string_view kLibrariesOfToday =
     "\"libraryfolders\"\n"
     "{\n"
@@ -38,7 +38,7 @@ constexpr std::string_view kLibrariesOfToday =
     "\t}\n"
     "}\n";
 
-// Until 2021 the libraries stood under their numbers alone, so no line has the key "path".
+// Before 2021 the number was the key of the path, so no line has the key "path".
 constexpr std::string_view kLibrariesOfOld =
     "\"LibraryFolders\"\n"
     "{\n"
@@ -73,7 +73,7 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "/Users/Shared/Old Games/Pixel Pirates/pirates.dat", .bytes = 156 * kKB},
     {.path = "/Users/Shared/Epic Games/Harbour Tycoon/Manifest_NonUFSFiles_Mac.txt", .form = Form::text, .text = "a\n"},
     {.path = "/Users/Shared/Epic Games/Harbour Tycoon/tycoon.pak", .bytes = 288 * kKB},
-    // Too deep for the search, and a folder of a marker file's name.
+    // Too deep for the search, and a folder with the name of a marker file.
     {.path = "~/Library/Application Support/x1/x2/x3/x4/x5/x6/steam_appid.txt", .form = Form::text, .text = "1\n"},
     {.path = "~/Library/Application Support/Not a game/data.win/readme.txt", .form = Form::text, .text = "a folder\n"},
 });

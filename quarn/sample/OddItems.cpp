@@ -7,7 +7,8 @@ namespace {
 
 // clang-format off
 constexpr auto kItems = std::to_array<Item>({
-    // Links: good, relative and absolute; to nothing; to each other; to themselves; to the folder above; out of the volume.
+    // Links: valid, relative and absolute; dangling; to each other; to themselves; to the parent folder; out of the
+    // volume.
     {.path = "~/Documents/Links/to a file", .form = Form::link, .text = "../Letters/Landlord.pages"},
     {.path = "~/Documents/Links/to a folder", .form = Form::link, .text = "../Thesis"},
     {.path = "~/Documents/Links/absolute", .form = Form::link, .text = "/Users/Shared/Family"},
@@ -24,11 +25,11 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "/Applications/Kestrel alias.app", .form = Form::link, .text = "Kestrel.app"},
     {.path = "/Applications/Gone.app", .form = Form::link, .text = "/Volumes/Unplugged/Gone.app"},
     {.path = "/Applications/Safari.app", .form = Form::link, .text = "/System/Cryptexes/App/System/Applications/Safari.app"},
-    // The same bytes under two names, within a folder and across the disk.
+    // Hard links in one folder and across folders.
     {.path = "~/Documents/Hard links/original.bin", .bytes = 210 * kKB},
     {.path = "~/Documents/Hard links/second name.bin", .form = Form::hardLink, .text = "~/Documents/Hard links/original.bin"},
     {.path = "/Users/Shared/third name.bin", .form = Form::hardLink, .text = "~/Documents/Hard links/original.bin"},
-    // Names in many scripts, composed and decomposed, long, and such as must never reach a terminal as they are.
+    // Names in many scripts, composed and decomposed, long, and names that must be escaped on a terminal.
     {.path = "~/Documents/Names/Caf\u00E9 composed.txt", .form = Form::text, .text = "U+00E9\n"},
     {.path = "~/Documents/Names/Cafe\u0301 decomposed.txt", .form = Form::text, .text = "e U+0301\n"},
     {.path = "~/Documents/Names/\u65E5\u672C\u8A9E\u306E\u66F8\u985E.txt", .form = Form::text, .text = "Japanese\n"},
@@ -48,7 +49,7 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "~/Documents/Names/Icon\r"},
     {.path = "~/Documents/Empty folder", .form = Form::folder},
     {.path = "~/Documents/.hidden folder/inside.txt", .form = Form::text, .text = "hidden by its folder\n"},
-    // Records that nobody can read, and such as lack what counts.
+    // Malformed records, and records without the required keys.
     {.path = "~/Library/LaunchAgents/broken.plist", .form = Form::text, .text = "<?xml version=\"1.0\"?><plist><dict><key>Label</key>"},
     {.path = "~/Library/LaunchAgents/no label.plist", .form = Form::text, .text = "<plist version=\"1.0\"><dict><key>Program</key><string>/bin/ls</string></dict></plist>"},
     {.path = "~/Library/LaunchAgents/label is a number.plist", .form = Form::text, .text = "<plist version=\"1.0\"><dict><key>Label</key><integer>7</integer></dict></plist>"},
@@ -58,7 +59,7 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "/Library/Receipts/InstallHistory.plist", .form = Form::text, .text = "<plist version=\"1.0\"><array/></plist>"},
     {.path = "/Library/Extensions/Notes about drivers.txt", .form = Form::text, .text = "no extension\n"},
     {.path = "/Library/Extensions/Flat.kext/Info.plist", .form = Form::text, .text = "<plist version=\"1.0\"><dict><key>CFBundleName</key><string>Flat</string></dict></plist>"},
-    // Preferences and caches that are of no use to anybody.
+    // Malformed preferences and caches.
     {.path = "~/Library/Preferences/broken.plist", .form = Form::text, .text = "<?xml version=\"1.0\"?><plist><dict><key>a</key>"},
     {.path = "~/Library/Preferences/garbage.plist", .bytes = 2 * kKB},
     {.path = "~/Library/Caches/\xC3\x28 bad name/cache", .bytes = 4 * kKB},

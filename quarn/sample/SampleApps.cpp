@@ -56,7 +56,7 @@ constexpr auto kApps = std::to_array<App>({
     {.path = "/Applications/zoom.us.app", .identifier = "us.zoom.xos", .name = "zoom.us", .displayName = "Zoom Workplace", .version = "6.4", .bytes = 162 * kKB},
     {.path = "/Applications/VirtualBox.app", .identifier = "org.virtualbox.app.VirtualBox", .name = "VirtualBox", .version = "7.1", .bytes = 186 * kKB},
     {.path = "/Applications/Dropbox.app", .identifier = "com.getdropbox.dropbox", .name = "Dropbox", .version = "220.4", .bytes = 150 * kKB},
-    // The system's own
+    // Part of macOS
     {.path = "/System/Applications/Mail.app", .identifier = "com.apple.mail", .name = "Mail", .version = "16.0", .layout = Layout::binary, .signing = Signing::xml, .groups = "group.com.apple.mail"},
     {.path = "/System/Applications/Notes.app", .identifier = "com.apple.Notes", .name = "Notes", .version = "4.12", .layout = Layout::binary},
     {.path = "/System/Applications/Photos.app", .identifier = "com.apple.Photos", .name = "Photos", .version = "11.0", .layout = Layout::binary},
@@ -64,7 +64,7 @@ constexpr auto kApps = std::to_array<App>({
     {.path = "/System/Applications/Utilities/Terminal.app", .identifier = "com.apple.Terminal", .name = "Terminal", .version = "2.15"},
     {.path = "/System/Library/CoreServices/Applications/Archive Utility.app", .identifier = "com.apple.archiveutility", .name = "Archive Utility"},
     {.path = "/System/Cryptexes/App/System/Applications/Safari.app", .identifier = "com.apple.Safari", .name = "Safari", .version = "26.2", .layout = Layout::binary},
-    // Out of sight: a folder too deep, and another user's
+    // Not discovered: a folder too deep, and another user's app
     {.path = "/Applications/One/Two/Three/Four/Deep Four.app", .identifier = "com.example.deepfour", .name = "Deep Four"},
     {.path = "/Users/bob/Applications/Bob Tool.app", .identifier = "com.example.bobtool", .name = "Bob Tool"},
 });

@@ -8,35 +8,35 @@
 
 namespace quarn::sample {
 
-/// How an app's bundle is laid out and its information written.
+/// The layout of a bundle and its Info.plist.
 enum class Layout : std::uint8_t {
   xml,            ///< Contents/Info.plist as XML
   binary,         ///< Contents/Info.plist in binary form
-  withoutInfo,    ///< a copy that lost its Info.plist
-  brokenInfo,     ///< an Info.plist that breaks off
+  withoutInfo,    ///< no Info.plist
+  brokenInfo,     ///< a truncated Info.plist
   resourcesInfo,  ///< Resources/Info.plist, an old layout
   supportInfo,    ///< Support Files/Info.plist, a very old one
-  wrapped,        ///< an app of a phone: WrappedBundle and Wrapper, all flat
+  wrapped,        ///< an iPhone app: WrappedBundle and a flat bundle in Wrapper
 };
 
-/// How its program is signed.
+/// The form of the entitlements in the signature.
 enum class Signing : std::uint8_t { none, xml, der, universal };
 
-/// An app to be written. An empty text leaves its key out.
+/// An app to write. Empty texts omit their keys.
 struct App {
   std::string_view path;
   std::string_view identifier{};
   std::string_view name{};
   std::string_view displayName{};
   std::string_view version = "1.0";
-  std::string_view executable{};  ///< empty: the bundle's stem, without a key
+  std::string_view executable{};  ///< empty: no key; the file has the name of the bundle
   Layout layout = Layout::xml;
   Signing signing = Signing::none;
-  std::string_view groups{};      ///< application groups, a blank between them
-  std::int64_t bytes = 90 * kKB;  ///< of its resources
+  std::string_view groups{};      ///< application groups, separated by spaces
+  std::int64_t bytes = 90 * kKB;  ///< size of its resources
 };
 
-/// The apps of all folders, the invented ones first.
+/// All apps, invented ones first.
 std::span<const App> apps();
 
 }  // namespace quarn::sample

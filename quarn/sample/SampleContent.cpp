@@ -9,7 +9,7 @@ namespace {
 constexpr std::int64_t kBeginningOf2023 = 1'672'531'200;
 constexpr std::uint64_t kThreeYears = 3ULL * 365 * 24 * 60 * 60;
 
-// FNV-1a: every byte of the seed changes all of the number.
+// FNV-1a: every byte of the seed affects the whole number.
 std::uint64_t numberOf(std::string_view seed) {
   std::uint64_t number = 0xCBF29CE484222325;
   for (const char character : seed) number = (number ^ static_cast<unsigned char>(character)) * 0x100000001B3;

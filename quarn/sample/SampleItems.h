@@ -10,11 +10,11 @@ inline constexpr std::int64_t kKB = 1000;
 inline constexpr std::int64_t kMB = 1000 * kKB;
 inline constexpr std::int64_t kGB = 1000 * kMB;
 
-/// How an item is written.
+/// The kind of an item.
 enum class Form : std::uint8_t {
-  file,      ///< `bytes` bytes of content made from the path
-  settings,  ///< a property list that holds `bytes` bytes
-  sparse,    ///< `bytes` bytes of length, none on the disk
+  file,      ///< `bytes` bytes of content, derived from the path
+  settings,  ///< a property list with `bytes` bytes of data
+  sparse,    ///< length `bytes`, no space on disk
   text,      ///< the content is `text`
   tool,      ///< an executable script
   folder,    ///< an empty folder
@@ -22,7 +22,7 @@ enum class Form : std::uint8_t {
   hardLink,  ///< another name of the file at `text`
 };
 
-/// One item of the volume; "~" is the home. What is not said is zero.
+/// One item of the volume; "~" is the home folder. Omitted fields are zero.
 struct Item {
   std::string_view path;
   Form form = Form::file;
@@ -30,19 +30,19 @@ struct Item {
   std::string_view text{};
 };
 
-/// What the user made: documents, pictures, music, downloads, other folders of the home.
+/// The user's own data: documents, pictures, music, downloads, other folders in the home folder.
 std::span<const Item> userItems();
-/// What the invented apps left in the libraries of the user and of the system, with what only resembles it.
+/// Data of the invented apps in the libraries of the user and the system, and items with similar names.
 std::span<const Item> appItems();
-/// What well-known vendors' apps leave: office, mail, chat, creative, cloud.
+/// Data of apps by well-known vendors: office, mail, chat, creative, cloud.
 std::span<const Item> vendorItems();
 /// Tools, caches and projects of developers.
 std::span<const Item> developerItems();
 /// Games and their libraries.
 std::span<const Item> gameItems();
-/// The system's own folders and the other users.
+/// Folders of the system and of other users.
 std::span<const Item> systemItems();
-/// Links of every kind, names in many scripts, hidden items and names that are no text.
+/// All kinds of links, names in many scripts, hidden items and names that are not UTF-8.
 std::span<const Item> oddItems();
 
 }  // namespace quarn::sample

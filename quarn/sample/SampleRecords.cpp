@@ -9,7 +9,7 @@ constexpr std::string_view kReceipts = "/private/var/db/receipts";
 
 // clang-format off
 constexpr auto kJobs = std::to_array<Job>({
-    // Tied to their apps by the label, by the program, by an argument in other letter case.
+    // Linked to their apps by the label, the program, or an argument in other letter case.
     {.path = "~/Library/LaunchAgents/com.lumenworks.notes.agent.plist", .label = "com.lumenworks.notes.agent", .program = "/Applications/Lumen Notes.app/Contents/MacOS/Lumen Notes"},
     {.path = "~/Library/LaunchAgents/daily.plist", .label = "org.updates.daily", .program = "/Users/ann/Library/Application Support/com.example.app/updater", .arguments = {"updater", "--quiet"}},
     {.path = "~/Library/LaunchAgents/ink.plist", .label = "org.ink.sync", .arguments = {"/bin/sh", "-c", "exec /opt/COM.QUILLINK.QUILL/sync"}, .format = PlistFormat::binary},
@@ -20,7 +20,7 @@ constexpr auto kJobs = std::to_array<Job>({
     {.path = "/Library/LaunchDaemons/org.virtualbox.startup.plist", .label = "org.virtualbox.startup", .arguments = {"/Library/Application Support/VirtualBox/LaunchDaemons/VirtualBoxStartup.sh", "restart"}},
     {.path = "/System/Library/LaunchAgents/com.apple.mail.agent.plist", .label = "com.apple.mail.agent", .program = "/System/Applications/Mail.app/Contents/MacOS/Mail", .format = PlistFormat::binary},
     {.path = "/System/Library/LaunchDaemons/com.apple.syslogd.plist", .label = "com.apple.syslogd", .program = "/usr/sbin/syslogd"},
-    // Of nobody on this disk.
+    // Belongs to no app on this volume.
     {.path = "/Library/LaunchDaemons/org.unrelated.plist", .label = "org.unrelated", .program = "/usr/local/bin/skiff"},
 });
 

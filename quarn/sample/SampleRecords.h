@@ -9,32 +9,32 @@
 
 namespace quarn::sample {
 
-/// A launchd job's property list.
+/// The property list of a launchd job.
 struct Job {
   std::string_view path;
   std::string_view label;
   std::string_view program{};
-  std::array<std::string_view, 3> arguments{};  ///< up to the first empty one
+  std::array<std::string_view, 3> arguments{};  ///< ends at the first empty one
   PlistFormat format = PlistFormat::xml;
 };
 
-/// What an installer records: the property list and the bill of materials beside it.
+/// An installer receipt: the property list and the bill of materials.
 struct Receipt {
   std::string_view folder;
   std::string_view packageIdentifier;
   std::string_view version = "1.0";
-  std::string_view prefix{};  ///< the files are below it
-  std::string_view files{};   ///< a line break between them
+  std::string_view prefix{};  ///< folder of the files
+  std::string_view files{};   ///< separated by line breaks
   PlistFormat format = PlistFormat::xml;
   bool hasBill = true;
 };
 
-/// A kernel extension's bundle.
+/// The bundle of a kernel extension.
 struct KernelExtension {
   std::string_view path;
   std::string_view identifier{};
   std::string_view name{};
-  std::int64_t bytes = 0;  ///< of its program
+  std::int64_t bytes = 0;  ///< size of its executable
 };
 
 std::span<const Job> jobs();

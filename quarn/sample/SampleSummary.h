@@ -5,15 +5,15 @@
 
 namespace quarn {
 
-/// What was written; for the command's last line and the tests.
+/// Counts of the written volume, for the command's output and the tests.
 struct SampleSummary {
-  std::string folder;             ///< on the host, as it was given
-  std::string home;               ///< the inspected user's home, as the Mac names it
-  std::int64_t apps = 0;          ///< folders called ".app" that count as installed
-  std::int64_t files = 0;         ///< regular files; a hard link counts by itself
+  std::string folder;             ///< host path, as passed in
+  std::string home;               ///< home folder of the inspected user, a path on the Mac
+  std::int64_t apps = 0;          ///< installed apps
+  std::int64_t files = 0;         ///< regular files; each hard link counts
   std::int64_t folders = 0;       ///< below `folder`
   std::int64_t links = 0;         ///< symbolic links
-  std::int64_t logicalBytes = 0;  ///< of the regular files, a hard link's content once
+  std::int64_t logicalBytes = 0;  ///< length of the regular files; hard links count once
 
   friend bool operator==(const SampleSummary&, const SampleSummary&) = default;
 };

@@ -27,7 +27,7 @@ bool isEmptyFolder(const std::string& hostFolder) {
   return true;
 }
 
-// Whether the folder is new; throws when it is there and not empty.
+// Returns true if it created the folder. Throws if the folder exists and is not empty.
 bool prepare(const std::string& hostFolder) {
   if (::mkdir(hostFolder.c_str(), 0755) == 0) return true;
   if (errno != EEXIST) throwFileError(kOperation, hostFolder);

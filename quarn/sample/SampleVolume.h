@@ -6,12 +6,13 @@
 
 namespace quarn {
 
-/// Writes a small Mac volume to try things on: two users, some forty apps with what they leave behind, jobs, receipts,
-/// kernel extensions, libraries, and the odd names and links that real disks have. Two writes are alike to the byte,
-/// times included. It takes less than 60 MB of disk; large files are sparse.
+/// Writes a small sample Mac volume: two users, some forty apps with their data, launchd jobs, receipts, kernel
+/// extensions, libraries, and the unusual names and links of real disks. The result is deterministic to the byte,
+/// including times. It takes less than 60 MB of disk, because large files are sparse.
 ///
-/// `hostFolder` must be new or empty: nothing that exists is ever touched. Throws FileError (operation "write a sample
-/// volume to": ENOTEMPTY, ENOTDIR, EACCES, …; or the operation that failed) and leaves nothing of its own behind then.
+/// `hostFolder` must be new or empty; existing files are never touched. Throws FileError and then removes everything
+/// that it wrote. The operation is "write a sample volume to" (ENOTEMPTY, ENOTDIR, EACCES, …) or the operation that
+/// failed.
 SampleSummary writeSampleVolume(const std::string& hostFolder);
 
 }  // namespace quarn

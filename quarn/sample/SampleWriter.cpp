@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view kHome = "/Users/ann";
 constexpr std::string_view kToolScript = "#!/bin/sh\nexit 0\n";
 constexpr std::string_view kMarkedFolder = "/Users/ann/Movies/Slideshow project";
-// The container of the phone's app is called by a number; its own record says whose it is.
+// The container of an iPhone app has a number as its name; the metadata in it names the app.
 constexpr std::string_view kPhoneContainer = "/Users/ann/Library/Containers/7C1D2E3F-1111-4222-8333-944455566677";
 constexpr std::string_view kPhoneIdentifier = "com.voyageapp.phone";
 constexpr std::int64_t kFrom1970To2001 = 978'307'200;
@@ -197,8 +197,8 @@ void SampleWriter::write(const KernelExtension& extension) {
   addFile(contents + "/MacOS/" + program, contentFor(extension.path, extension.bytes), 0755);
 }
 
-// A folder of an ordinary name that the Finder shows as one item. A file system without attributes shows it as a
-// folder.
+// A folder with an ordinary name that the Finder shows as a package, by its FinderInfo attribute. On a file system
+// without extended attributes it stays a folder.
 void SampleWriter::markAsBundle(const std::string& path) {
   std::string finderInfo(32, '\0');
   finderInfo[8] = '\x20';
@@ -217,7 +217,7 @@ void SampleWriter::addFile(const std::string& path, std::string_view content, mo
   note(path);
 }
 
-// Folders are kept with a "/" behind them, so that in descending order what a folder holds comes before the folder.
+// Folders end in "/", so that in descending order the content of a folder precedes the folder.
 void SampleWriter::note(const std::string& path) {
   items_.insert(path);
   std::string folder = std::string(path::parent(path)) + "/";

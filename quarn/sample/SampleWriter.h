@@ -12,12 +12,12 @@
 
 namespace quarn::sample {
 
-/// Turns the tables into files. Borrows the writer; used once.
+/// Writes the items of the tables. Borrows the writer; single use.
 class SampleWriter {
  public:
   explicit SampleWriter(const VolumeWriter& writer) : writer_(writer) {}
 
-  /// Writes everything and dates it. Throws FileError.
+  /// Writes everything and sets the times. Throws FileError.
   SampleSummary write();
 
  private:
@@ -30,14 +30,14 @@ class SampleWriter {
   void writeWrapped(const App& app);
   void markAsBundle(const std::string& path);
 
-  // Everything goes through these, so that it is counted and dated.
+  // All writes go through these functions, which count and date the items.
   void addFile(const std::string& path, std::string_view content, mode_t bits = 0644);
   void note(const std::string& path);
   void dateEverything();
 
   const VolumeWriter& writer_;
   SampleSummary summary_;
-  std::set<std::string> items_;  ///< every path written, parents too
+  std::set<std::string> items_;  ///< all written paths and their parents
 };
 
 }  // namespace quarn::sample

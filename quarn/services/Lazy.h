@@ -7,7 +7,7 @@
 
 namespace quarn {
 
-/// A value that is made when it is first asked for, once, whichever thread asks. Neither copied nor moved.
+/// A value that is created once, on first use. Thread-safe; not copyable and not movable.
 template <class Value>
 class Lazy {
  public:

@@ -25,16 +25,16 @@
 
 namespace quarn {
 
-/// Every service of the library for one volume, wired by hand once and kept for the life of the process. What reads
-/// resources or looks through the volume is made when it is first asked for, so that `quarn apps` does not pay for
-/// vendor knowledge. Safe to use from several threads; neither copied nor moved. A client may be replaced before the
-/// first use of what is made from it; inspections make their own.
+/// All services of the library for one volume, for the lifetime of the process. Services that read resources or the
+/// volume are created on first use, so that `quarn apps` does not load the vendor profiles. Thread-safe; not copyable
+/// and not movable. Replace a client before the first use of a service that takes it; inspections create their own
+/// clients.
 struct Services {
   Services(FileManager volume, ResourceBundle shippedResources);
   Services(const Services&) = delete;
   Services& operator=(const Services&) = delete;
 
-  /// For the inspection of one app, or of several in one go: what phases and apps ask of the system is read once.
+  /// An inspection service for one app or several. It caches the data that phases and apps share.
   [[nodiscard]] AppInspectionService appInspection() const;
 
   FileManager files;

@@ -6,7 +6,7 @@
 
 namespace quarn {
 
-/// "1 artifact", "2 artifacts"; `thing` is in the singular and takes an "s".
+/// "1 artifact", "2 artifacts". `thing` is the singular of a noun with a regular plural.
 std::string countText(std::uint64_t count, std::string_view thing);
 
 }  // namespace quarn

@@ -6,7 +6,7 @@
 
 namespace quarn {
 
-/// A Mac path for people: what lies in the home folder begins with "~". Not escaped.
+/// A path for display, with "~" for the home folder. Not escaped.
 std::string pathText(const FileURL& url, const FileURL& home);
 
 }  // namespace quarn

@@ -19,7 +19,7 @@ constexpr std::array<Unit, 5> kIEC{{{"KiB", 1}, {"MiB", 1}, {"GiB", 2}, {"TiB", 
 std::string scaled(std::int64_t bytes, double base, const std::array<Unit, 5>& units) {
   double value = static_cast<double>(bytes) / base;
   std::size_t unit = 0;
-  // A value that would be shown as a whole next unit is shown in that unit: 999.96 MB is 1.00 GB.
+  // Use the next unit if rounding would reach it: 999.96 MB is 1.00 GB.
   const auto rounded = [&] {
     const double places = std::pow(10, units[unit].decimals);
     return std::round(value * places) / places;

@@ -5,11 +5,11 @@
 
 namespace quarn {
 
-/// How people are shown byte counts.
+/// Units of byte counts in the output.
 enum class SizeUnits : std::uint8_t {
-  decimal,  ///< powers of 1000, as the Finder shows them: "999 bytes", "12 KB", "3.4 MB", "1.25 GB"
+  decimal,  ///< powers of 1000, as in the Finder: "999 bytes", "12 KB", "3.4 MB", "1.25 GB"
   iec,      ///< powers of 1024: "12.0 KiB", "3.4 MiB"
-  bytes,    ///< the plain number
+  bytes,    ///< the number of bytes
 };
 
 std::string sizeText(std::int64_t bytes, SizeUnits units);

@@ -51,12 +51,12 @@ std::size_t Table::naturalWidth(std::size_t column) const {
   return width;
 }
 
-// A cell's text, uncut; a full bar has that width.
+// The text of a cell before it is cut; `width` is that of a full bar.
 std::string Table::content(const Cell& cell, std::size_t column, std::size_t width) const {
   return columns_[column].barWidth > 0 ? barText(cell.share, width) : cell.text;
 }
 
-// The widest column that still gives something, of the flexible ones or of the bars; null for none.
+// The widest flexible column (or bar column) that can still shrink; null if there is none.
 std::size_t* Table::widestToNarrow(std::vector<std::size_t>& columnWidths, bool bars) const {
   std::size_t* widest = nullptr;
   for (std::size_t i = 0; i < columns_.size(); ++i) {
@@ -67,7 +67,7 @@ std::size_t* Table::widestToNarrow(std::vector<std::size_t>& columnWidths, bool 
   return widest;
 }
 
-// Takes a column of the terminal at a time.
+// Shrinks the widest column by one, `excess` times.
 void Table::narrow(std::vector<std::size_t>& columnWidths, std::size_t excess) const {
   for (; excess > 0; --excess) {
     std::size_t* widest = widestToNarrow(columnWidths, /*bars=*/false);
@@ -77,7 +77,7 @@ void Table::narrow(std::vector<std::size_t>& columnWidths, std::size_t excess) c
   }
 }
 
-// How wide a full bar is where its column has become narrower; 0 in a column of texts.
+// The width of a full bar in each shrunk column; 0 for columns of text.
 std::vector<std::size_t> Table::fullBarsIn(const std::vector<std::size_t>& columnWidths) const {
   std::vector<std::size_t> result(columns_.size(), 0);
   for (std::size_t i = 0; i < columns_.size(); ++i) {

@@ -8,9 +8,8 @@
 
 namespace quarn {
 
-/// Rows of cells in aligned columns, by the columns that characters really take. Cells are escaped for the terminal;
-/// when the rows are wider than the terminal, flexible columns are cut, the widest first, and then bars are drawn
-/// shorter; the others never are. Made for one output.
+/// Rows of cells in aligned columns, measured in terminal columns. Escapes all cells. If the table is wider than the
+/// terminal, cuts flexible columns, the widest first, then shortens bars. Other columns keep their width.
 class Table {
  public:
   enum class Align : std::uint8_t { left, right };
@@ -18,7 +17,7 @@ class Table {
     std::string_view title;
     Align align = Align::left;
     bool isFlexible = false;
-    std::size_t barWidth = 0;  ///< of a column of bars: that of a full one; 0 for a column of texts
+    std::size_t barWidth = 0;  ///< width of a full bar; 0 for a column of text
   };
   struct Cell {
     Cell(std::string cellText, Style cellStyle = Style::plain)
@@ -26,14 +25,14 @@ class Table {
     Cell(double barShare, Style cellStyle = Style::plain) : style(cellStyle), share(barShare) {}  // NOLINT
     std::string text;
     Style style;
-    double share = 0;  ///< of a bar
+    double share = 0;  ///< for a bar: 0 to 1
   };
 
   explicit Table(std::vector<Column> columns) : columns_(std::move(columns)) {}
 
   void addRow(std::vector<Cell> cells);
   [[nodiscard]] bool isEmpty() const { return rows_.empty(); }
-  /// The table's lines, each with a line break; a heading line first. Pipes get every cell uncut.
+  /// The table as text, with a heading line. Output that is not a terminal gets uncut cells.
   [[nodiscard]] std::string text(const Terminal& terminal) const;
 
  private:
@@ -48,7 +47,8 @@ class Table {
   std::vector<std::vector<Cell>> rows_;
 };
 
-/// A bar of `width` columns of which `share` (0...1) is filled, in eighths of a column.
+/// A bar of which `share` (0 to 1) is filled, in steps of an eighth of a column. `width` is the full width in
+/// columns.
 std::string barText(double share, std::size_t width);
 
 }  // namespace quarn

@@ -6,23 +6,23 @@
 
 namespace quarn {
 
-/// What a text on a terminal stands out for.
+/// The emphasis of a text on a terminal.
 enum class Style : std::uint8_t { plain, heading, dim, good, warning, danger };
 
-/// When colours are used.
+/// When to use colours.
 enum class ColorChoice : std::uint8_t { automatic, always, never };
 
-/// What is known of an output: whether people look at it, how wide it is, and whether it takes colours. A plain value.
+/// The properties of an output.
 struct Terminal {
   bool isInteractive = false;
   bool hasColors = false;
-  bool rewritesLines = false;  ///< whether a line can be shown in place of the one before
-  std::size_t width = 100;     ///< columns; of a file or pipe, a readable default
+  bool rewritesLines = false;  ///< a progress line can be overwritten
+  std::size_t width = 100;     ///< in columns; for a file or pipe, a default
 
-  /// Looks at a file descriptor and the environment (NO_COLOR, TERM, COLUMNS).
+  /// Detects the properties from a file descriptor and the environment (NO_COLOR, TERM, COLUMNS).
   static Terminal of(int descriptor, ColorChoice choice);
 
-  /// The text in a style; unchanged without colours.
+  /// Applies a style to the text; returns it unchanged if the output has no colours.
   [[nodiscard]] std::string styled(std::string_view text, Style style) const;
 };
 

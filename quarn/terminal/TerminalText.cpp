@@ -11,13 +11,14 @@ namespace {
 
 bool isControl(char32_t scalar) { return scalar < 0x20 || (scalar >= 0x7F && scalar < 0xA0); }
 
-// Marks and overrides of writing direction, line and paragraph separators, and the invisible byte order mark.
+// Direction marks and overrides, line and paragraph separators, and the invisible byte order mark.
 bool isDisguise(char32_t scalar) {
   return scalar == 0x061C || scalar == 0x200E || scalar == 0x200F || (scalar >= 0x2028 && scalar <= 0x202E) ||
          (scalar >= 0x2066 && scalar <= 0x2069) || scalar == 0xFEFF;
 }
 
-// Length of the well-formed sequence at the front, 0 when there is none; its scalar in `scalar`.
+// Decodes the first well-formed sequence into `scalar` and returns its length, or 0 if the text begins with invalid
+// bytes.
 std::size_t takeScalar(std::string_view text, char32_t& scalar) {
   const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(text[index]); };
   const std::size_t length = byte(0) < 0x80 ? 1 : byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
@@ -48,8 +49,8 @@ std::string escapedForTerminal(std::string_view bytes) {
   return result;
 }
 
-// In a document such a character stands in a string only, and one escape can name each. They begin with one of five
-// bytes, so that most text is passed by unread.
+// In a JSON document these characters occur only in strings, where an escape can replace them. They begin with one of
+// five bytes, so most text is copied without decoding.
 std::string escapedJSON(std::string_view document) {
   std::string result;
   while (!document.empty()) {

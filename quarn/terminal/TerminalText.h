@@ -5,18 +5,17 @@
 
 namespace quarn {
 
-/// The text as it may be sent to a terminal: control characters, direction overrides and bytes that are no UTF-8 are
-/// written out ("\x1B", "\u{202E}", "\xFF"), so that no name can move the cursor, change colours or reverse what stands
-/// beside it.
+/// Makes untrusted text safe for a terminal. Control characters, direction overrides and invalid UTF-8 become "\x1B",
+/// "\u{202E}", "\xFF", so a name cannot move the cursor, change colours or reorder the text around it.
 std::string escapedForTerminal(std::string_view bytes);
 
-/// A JSON document as it may be sent to a terminal: the same characters as "\u001b" escapes, which change no value.
+/// The same for a JSON document: the characters become "\u001b" escapes, which do not change any value.
 std::string escapedJSON(std::string_view document);
 
-/// Columns that a text takes on a terminal: East Asian wide characters take two, combining marks none.
+/// The width of a text in terminal columns: East Asian wide characters take two, combining marks none.
 std::size_t displayWidth(std::string_view text);
 
-/// The text cut to at most `width` columns, the cut marked with "…" in its middle, where paths matter least.
+/// Cuts the text to `width` columns and puts "…" in its middle, because both ends of a path matter most.
 std::string fittedToWidth(std::string_view text, std::size_t width);
 
 }  // namespace quarn

@@ -17,7 +17,7 @@ struct CauseRow {
   UnreadableCause cause;
   std::string_view id;
   std::string_view meaning;
-  bool isLoss;  ///< whether something on the volume is missing in the result
+  bool isLoss;  ///< the result lacks data that is on the volume
 };
 
 // clang-format off
@@ -25,7 +25,7 @@ constexpr std::array kCauses{
     CauseRow{.cause = UnreadableCause::permission, .id = "permission", .meaning = "permission denied", .isLoss = true},
     CauseRow{.cause = UnreadableCause::vanished, .id = "vanished", .meaning = "vanished while being read", .isLoss = false},
     CauseRow{.cause = UnreadableCause::otherDevice, .id = "otherDevice", .meaning = "on another device, not entered", .isLoss = false},
-    CauseRow{.cause = UnreadableCause::loop, .id = "loop", .meaning = "links that loop", .isLoss = true},
+    CauseRow{.cause = UnreadableCause::loop, .id = "loop", .meaning = "symbolic link loop", .isLoss = true},
     CauseRow{.cause = UnreadableCause::other, .id = "other", .meaning = "could not be read", .isLoss = true},
 };
 // clang-format on
@@ -36,7 +36,7 @@ constexpr bool rowsFollowTheCauses() {
   }
   return kCauses.size() == 5;
 }
-static_assert(rowsFollowTheCauses(), "a cause is its row's number");
+static_assert(rowsFollowTheCauses(), "kCauses must have the order of UnreadableCause");
 
 }  // namespace
 

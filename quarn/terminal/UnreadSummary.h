@@ -11,21 +11,21 @@
 
 namespace quarn {
 
-/// What a command could not read, as it stood when it ended: a plain value that tables, JSON and reports are made from.
+/// A snapshot of the items that a command could not read. Tables, JSON and reports are made from it.
 struct UnreadSummary {
-  /// One cause, in the order in which causes are always told.
+  /// One cause of failure; causes have a fixed order.
   struct Cause {
     std::string_view id;       ///< "permission"
     std::string_view meaning;  ///< "permission denied"
     std::uint64_t count = 0;
   };
 
-  std::vector<Cause> causes;          ///< every cause, those without items too
-  std::vector<UnreadableItem> items;  ///< as many as the read report keeps, by path
+  std::vector<Cause> causes;          ///< all causes, including those without items
+  std::vector<UnreadableItem> items;  ///< as many as the read report keeps, sorted by path
 
   [[nodiscard]] std::uint64_t count() const;
-  /// Whether the result lacks something that is on the volume: what vanished is not there any more, and a mount point
-  /// is another volume's.
+  /// True if the result lacks data that is on the volume. Vanished items are gone, and mount points belong to other
+  /// volumes; neither makes a result incomplete.
   [[nodiscard]] bool isIncomplete() const;
 };
 
@@ -37,7 +37,7 @@ std::string_view causeID(UnreadableCause cause);
 /// "3 items: permission denied".
 std::string causeLine(const UnreadSummary::Cause& cause);
 
-/// The member "unreadable" of every document: how many, how many a cause, and which.
+/// The member "unreadable" of every document: the total, the count of each cause, and the items.
 nlohmann::ordered_json toJSON(const UnreadSummary& summary);
 
 }  // namespace quarn

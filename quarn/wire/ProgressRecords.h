@@ -5,13 +5,13 @@
 
 namespace quarn {
 
-/// What an inspection reports when a phase begins.
+/// The progress value of an inspection: a phase begins.
 struct PhaseProgress {
   AppInspectionService::Phase phase = AppInspectionService::Phase::uninstallers;
   friend bool operator==(const PhaseProgress&, const PhaseProgress&) = default;
 };
 
-/// What the partitioned scan reports while it runs.
+/// The progress value of the partitioned scan.
 struct TotalsProgress {
   StorageDashboardService::CategorySizes totals;  ///< so far
   friend bool operator==(const TotalsProgress&, const TotalsProgress&) = default;

@@ -11,7 +11,7 @@
 #include "QuarnModels/Storage.h"
 #include "quarn/wire/ProgressRecords.h"
 
-/// The members of the records that messages carry and resource files do not. The description of the interface reads
+/// Field tables of the records that occur only in messages, not in resource files. The interface description reads
 /// these tables too.
 namespace quarn::wire {
 

@@ -68,7 +68,7 @@ struct Codec<Evidence> {
     for (const auto& [kind, member] : kEvidenceMembers) {
       if (!value.member(member).isAbsent()) return {kind, value.member(member).text()};
     }
-    value.fail("holds neither vendorProfile nor receipt");
+    value.fail("has neither vendorProfile nor receipt");
   }
 };
 
@@ -82,7 +82,7 @@ using wire::Codec;
 using wire::Fields;
 using wire::FolderOrFolders;
 
-/// The records that describe the interface, in the order in which a reader meets them.
+/// The records of the interface description, in order.
 using Records =
     std::tuple<AppEntity, SizeInfo, Artifact, EntitlementsInfo, UninstallerCandidate, LaunchdEntry, ReceiptInfo,
                KernelExtensionInfo, AppInspection, RemovalOperationPreview, AppRemovalPlanPreview, VolumeInfo,

@@ -9,34 +9,34 @@
 #include "QuarnPlatform/json/JSONDecoder.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 
-/// Every record of the library as JSON, in the form of docs/rpc.md: members in the records' order, file URLs as
-/// "file://…", dates as "2026-11-20T21:23:05Z", enumerations by their raw strings, byte counts as integers, absent
-/// values as null. Texts are well-formed UTF-8, with U+FFFD for each bad byte.
+/// The records of the library as JSON, in the form of docs/rpc.md: members in order, file URLs as "file://…", dates
+/// as "2026-11-20T21:23:05Z", enumerations as raw strings, byte counts as integers, absent values as null. Texts are
+/// valid UTF-8; U+FFFD replaces each invalid byte.
 ///
-/// The operations are defined for the records, the enumerations, FileURL, Date, std::string, bool, std::int64_t and
-/// double, for vectors and optionals of what is sent in those forms, and for the maps that results hold; any other type
-/// does not link. A source file that uses them includes <nlohmann/json.hpp>. Pure functions, safe from any thread.
+/// The functions are instantiated for the records, the enumerations, FileURL, Date, std::string, bool, std::int64_t
+/// and double, for the vectors and optionals of these that the interface uses, and for the maps in results. Other
+/// types fail to link. Include QuarnPlatform/json/JSONLibrary.h to use them. Pure functions; thread-safe.
 namespace quarn {
 
 template <class Value>
 [[nodiscard]] nlohmann::ordered_json toJSON(const Value& value);
 
-/// The value of a request. Throws DecodingError, which names the place. Members that a record does not have are passed
-/// over, so that a shell may keep its own notes in what it got and sends back; in `Options` they are refused, so that a
-/// misspelt choice does not go unseen. Not defined for what is only ever a result.
+/// Decodes a value of a request. Throws DecodingError with the path of the faulty value. Ignores unknown members of
+/// records, so that a client can send back a record with its own additions; refuses them in `Options`, so that a
+/// misspelling does not go unnoticed. Not available for types that occur only in results.
 template <class Value>
 [[nodiscard]] Value fromJSON(const JSONDecoder& value);
 
-/// How the type is called in the description of the interface: "AppEntity", "[URL]", "SizeInfo?".
+/// The name of a type in the interface description: "AppEntity", "[URL]", "SizeInfo?".
 template <class Value>
 [[nodiscard]] std::string typeName();
 
-/// A record for the description of the interface.
+/// The description of one record.
 struct RecordDescription {
   struct Member {
     std::string name;
-    std::string type;  ///< "?" at the end: may be null
-    bool isRequired;   ///< a request must give it
+    std::string type;  ///< ends in "?" if it may be null
+    bool isRequired;   ///< requests must not omit it
   };
   std::string_view name;
   std::vector<Member> members;

@@ -62,8 +62,7 @@ TEST(Arguments, WhatAnOptionExcludesIsRefusedBesideIt) {
           std::vector<std::string> words = leastWords(command);
           append(words, row != nullptr ? wordsOf(*row) : std::vector<std::string>{other});
           append(words, wordsOf(option));
-          EXPECT_EQ(refusal(words), std::string(option.name) + " does not go with " + other + ": leave one of them out")
-              << command.name;
+          EXPECT_EQ(refusal(words), std::string(option.name) + " cannot be combined with " + other) << command.name;
           ++exclusions;
         }
       }
@@ -108,12 +107,13 @@ TEST(Arguments, AnOptionWithAnArgumentIsGivenOnceUnlessItMayBeRepeated) {
         append(words, wordsOf(option));
         append(words, wordsOf(option));
         const bool mayBeTwice = option.isRepeatable || option.argument.empty();
-        EXPECT_EQ(refusal(words), mayBeTwice ? "" : std::string(option.name) + " is given twice") << command.name;
+        EXPECT_EQ(refusal(words), mayBeTwice ? "" : std::string(option.name) + " cannot be given twice")
+            << command.name;
       }
     }
   }
-  EXPECT_EQ(refusal({"report", "-o", "a", "--output", "b"}), "--output is given twice");
-  EXPECT_EQ(refusal({"--locale", "en", "apps", "--locale", "de"}), "--locale is given twice");
+  EXPECT_EQ(refusal({"report", "-o", "a", "--output", "b"}), "--output cannot be given twice");
+  EXPECT_EQ(refusal({"--locale", "en", "apps", "--locale", "de"}), "--locale cannot be given twice");
 }
 
 TEST(Arguments, ANumberIsCheckedWhereverItIsGiven) {
@@ -123,7 +123,7 @@ TEST(Arguments, ANumberIsCheckedWhereverItIsGiven) {
       if (!option.isNumber) continue;
       std::vector<std::string> words = leastWords(command);
       append(words, {std::string(option.name), "x"});
-      EXPECT_EQ(refusal(words), std::string(option.name) + ": \"x\" is no whole number") << command.name;
+      EXPECT_EQ(refusal(words), std::string(option.name) + ": expected a whole number, got \"x\"") << command.name;
     }
   }
 }
@@ -145,7 +145,7 @@ TEST(Arguments, LinesAreRefusedForWhatHasNoList) {
     EXPECT_EQ(problem.empty(), command.hasList);
     if (problem.empty()) continue;
     refused.emplace_back(command.name);
-    EXPECT_EQ(problem, "--ndjson gives a list line by line, and " + refused.back() + " has none");
+    EXPECT_EQ(problem, refused.back() + " does not support --ndjson: it prints no list");
   }
   EXPECT_EQ(refused, (std::vector<std::string>{"report", "rpc", "sample", "completions", "manual", "help"}));
 }
@@ -175,20 +175,20 @@ TEST(Arguments, HoldTheCommandWhenSomethingElseIsNotUnderstood) {
 }
 
 TEST(Arguments, AnOptionBeforeItsCommandIsToldItsPlace) {
-  EXPECT_EQ(refusal({"--limit", "3", "top"}), "--limit belongs behind the command: quarn top --limit N");
-  EXPECT_EQ(refusal({"--limit=3", "top"}), "--limit belongs behind the command: quarn top --limit N");
-  EXPECT_EQ(refusal({"--sizes", "apps"}), "--sizes belongs behind the command: quarn apps --sizes");
-  EXPECT_EQ(refusal({"-o", "page", "report"}), "-o belongs behind the command: quarn report -o FILE");
-  EXPECT_EQ(refusal({"--depth", "3", "top"}), "--depth belongs behind the command: quarn top --depth N");
-  EXPECT_EQ(refusal({"--visits", "3"}), "--visits belongs behind the command: quarn top --visits N");
+  EXPECT_EQ(refusal({"--limit", "3", "top"}), "--limit must follow the command: quarn top --limit N");
+  EXPECT_EQ(refusal({"--limit=3", "top"}), "--limit must follow the command: quarn top --limit N");
+  EXPECT_EQ(refusal({"--sizes", "apps"}), "--sizes must follow the command: quarn apps --sizes");
+  EXPECT_EQ(refusal({"-o", "page", "report"}), "-o must follow the command: quarn report -o FILE");
+  EXPECT_EQ(refusal({"--depth", "3", "top"}), "--depth must follow the command: quarn top --depth N");
+  EXPECT_EQ(refusal({"--visits", "3"}), "--visits must follow the command: quarn top --visits N");
   EXPECT_EQ(refusal({"apps", "--visits", "3"}), "unknown option --visits");
 }
 
 TEST(Arguments, AWordOfAClosedSetComesBeforeTheNumberOfWords) {
-  EXPECT_EQ(refusal({"vendors", "x", "y", "z"}), "\"x\" is none of check");
-  EXPECT_EQ(refusal({"vendors", "chek", "y", "z"}), "\"chek\" is none of check; did you mean check?");
-  EXPECT_EQ(refusal({"vendors", "check", "y", "z"}), "\"z\" is one word too many for vendors");
-  EXPECT_EQ(refusal({"vendors", "x", "--match", "App"}), "\"x\" is none of check");
+  EXPECT_EQ(refusal({"vendors", "x", "y", "z"}), "expected check, got \"x\"");
+  EXPECT_EQ(refusal({"vendors", "chek", "y", "z"}), "expected check, got \"chek\"; did you mean check?");
+  EXPECT_EQ(refusal({"vendors", "check", "y", "z"}), "unexpected argument \"z\" for vendors");
+  EXPECT_EQ(refusal({"vendors", "x", "--match", "App"}), "expected check, got \"x\"");
 }
 
 TEST(Arguments, EveryOptionOfEveryCommandIsTakenBeforeAndBehindItsWords) {

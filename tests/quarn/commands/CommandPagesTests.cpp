@@ -63,7 +63,7 @@ TEST(CommandPages, APageHoldsUsageArgumentsOptionsAndExamples) {
 }
 
 TEST(CommandPages, TheListOfCommandsHoldsTheExitCodes) {
-  EXPECT_THAT(commandIndexPage(), HasSubstr("| 0 | ok |\n| 1 | failure |\n| 2 | usage |\n"
+  EXPECT_THAT(commandIndexPage(), HasSubstr("| 0 | success |\n| 1 | failure |\n| 2 | usage error |\n"
                                             "| 3 | not found or ambiguous |\n"
                                             "| 4 | incomplete (something could not be read) |\n"
                                             "| 130 | interrupted |\n"));

@@ -78,7 +78,7 @@ TEST_F(ReportCommand, AHyphenIsStandardOutput) {
 TEST_F(ReportCommand, WithoutAFileIsAUsageError) {
   const CommandRun run = runOnSample({"report"});
   EXPECT_EQ(run.exitCode, 2);
-  EXPECT_THAT(run.err, HasSubstr("report takes --output FILE"));
+  EXPECT_THAT(run.err, HasSubstr("report requires --output FILE"));
 }
 
 TEST_F(ReportCommand, IsNeverWrittenOnTheInspectedVolume) {
@@ -86,7 +86,7 @@ TEST_F(ReportCommand, IsNeverWrittenOnTheInspectedVolume) {
   for (const std::string& place : {sampleFolder() + "/page.html", folder_.root() + "/way/page.html"}) {
     const CommandRun run = runOnSample({"report", "-o", place});
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_THAT(run.err, HasSubstr("--output: " + place + " lies on the inspected volume"));
+    EXPECT_THAT(run.err, HasSubstr("--output: " + place + " is on the inspected volume"));
     EXPECT_FALSE(std::filesystem::exists(place));
   }
 }

@@ -103,7 +103,7 @@ TEST_F(Unread, EveryCommandThatWalksCountsWhatIsDeniedAndEndsIncomplete) {
   for (const Case& any : cases()) {
     const CommandRun result = runClosed(any.closed, any.words);
     EXPECT_EQ(result.exitCode, 4) << joined(any);
-    EXPECT_EQ(result.err, "quarn: 1 item: permission denied (--verbose names them)\n") << joined(any);
+    EXPECT_EQ(result.err, "quarn: 1 item: permission denied (use --verbose to list them)\n") << joined(any);
   }
 }
 
@@ -141,7 +141,7 @@ TEST_F(Unread, QuietSaysNothingAndStillEndsIncomplete) {
 TEST_F(Unread, ACommandThatFailsSaysItToo) {
   const CommandRun result = runClosed("/Applications", {"inspect", "Lumen Notes", "--json"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_THAT(result.err, testing::StartsWith("quarn: 1 item: permission denied (--verbose names them)\n"));
+  EXPECT_THAT(result.err, testing::StartsWith("quarn: 1 item: permission denied (use --verbose to list them)\n"));
   const auto document = nlohmann::json::parse(result.out);
   EXPECT_EQ(document["unreadable"]["items"][0]["path"], "/Applications");
   EXPECT_THAT(document["error"]["message"].get<std::string>(), HasSubstr("no app \"Lumen Notes\""));
@@ -178,7 +178,7 @@ TEST_F(Unread, AFolderThatLoopsIsToldAsThat) {
       .link("/sample/Users/ann/Library/LaunchAgents", "LaunchAgents");
   const CommandRun result = run({"jobs"});
   EXPECT_EQ(result.exitCode, 4);
-  EXPECT_EQ(result.err, "quarn: 1 item: links that loop (--verbose names them)\n");
+  EXPECT_EQ(result.err, "quarn: 1 item: symbolic link loop (use --verbose to list them)\n");
   EXPECT_EQ(nlohmann::json::parse(run({"jobs", "--json"}).out)["unreadable"]["causes"]["loop"], 1);
 }
 

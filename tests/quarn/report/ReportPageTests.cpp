@@ -188,18 +188,18 @@ TEST(ReportPage, OfAnAppHasItsFactsByRisk) {
   const std::string page = reportPage(appReport());
   EXPECT_THAT(page, HasSubstr("<title>What belongs to Example</title>"));
   EXPECT_THAT(page, HasSubstr("<bdi>1.2</bdi> · <bdi>com.example</bdi> · <bdi>/Applications/Example.app</bdi>"));
-  EXPECT_THAT(page, HasSubstr("On disk</dt><dd>8 KB<small>4 finds</small>"));
+  EXPECT_THAT(page, HasSubstr("On disk</dt><dd>8 KB<small>4 artifacts</small>"));
   EXPECT_THAT(page, HasSubstr("Safe</dt><dd>3 KB"));
   EXPECT_THAT(page, HasSubstr("Caution</dt><dd>4 KB"));
   EXPECT_THAT(page, HasSubstr("Danger</dt><dd>500 bytes"));
   EXPECT_THAT(page, HasSubstr("<strong><bdi>Remove</bdi></strong>"));
 }
 
-TEST(ReportPage, OneFindIsCountedInTheSingular) {
+TEST(ReportPage, OneArtifactIsCountedInTheSingular) {
   AppReport report = appReport();
   report.inspection.artifacts.resize(1);
   report.selectedBy.resize(1);
-  EXPECT_THAT(reportPage(report), HasSubstr("<small>1 find</small>"));
+  EXPECT_THAT(reportPage(report), HasSubstr("<small>1 artifact</small>"));
 }
 
 TEST(ReportPage, OfAnAppGroupsByDataClassTheRiskiestAndLargestFirst) {

@@ -20,7 +20,7 @@ TEST(UnreadSummary, CountsByCauseInTheOrderInWhichCausesAreTold) {
   std::vector<std::string> lines;
   for (const UnreadSummary::Cause& cause : summary.causes) lines.push_back(causeLine(cause));
   EXPECT_EQ(lines, (std::vector<std::string>{"2 items: permission denied", "1 item: vanished while being read",
-                                             "1 item: on another device, not entered", "1 item: links that loop",
+                                             "1 item: on another device, not entered", "1 item: symbolic link loop",
                                              "1 item: could not be read"}));
   EXPECT_EQ(summary.count(), 6U);
 }
