@@ -1,4 +1,4 @@
-# The commands that a newcomer needs; CMakePresets.json holds the builds themselves.
+# The common commands. CMakePresets.json holds the build configurations.
 
 SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
@@ -7,14 +7,14 @@ QUARN = build/dev/bin/quarn
 .PHONY: help packages test-packages build demo test check tidy format bench fuzz pages deb asan tsan clean
 
 help:
-	@echo "make demo   build, make a sample Mac volume, inspect an app on it"
+	@echo "make demo   build, write a sample Mac volume, inspect an app on it"
 	@echo "make test   build and run every test"
-	@echo "make check  formatting, clang-tidy, include edges"
-	@echo "make tidy   clang-tidy alone; only files that changed since the last time"
-	@echo "make bench  measure against the floor of system calls and other tools"
-	@echo "make fuzz   fuzz every parser, FUZZ_SECONDS each (60)"
-	@echo "make pages  write anew what the documentation shows of the program"
-	@echo "make deb    Debian packages in build/package"
+	@echo "make check  check formatting and include edges, run clang-tidy"
+	@echo "make tidy   run clang-tidy on the files that changed since the last run"
+	@echo "make bench  compare with the bare system calls and other tools"
+	@echo "make fuzz   fuzz every parser for FUZZ_SECONDS (default 60)"
+	@echo "make pages  regenerate the program output in the documentation"
+	@echo "make deb    build the Debian packages in build/package"
 
 packages:
 	@cmake/install-packages.sh
@@ -61,7 +61,7 @@ fuzz: packages
 	cmake --build --preset fuzz
 	tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
 
-# What the documentation shows of the program: the pages made from its tables, and the outputs of commands.
+# Regenerates the pages that are made from tables, and the output of the commands in all pages.
 pages: packages
 	cmake --preset dev
 	cmake --build --preset dev --target quarn_tests_program quarn_manual

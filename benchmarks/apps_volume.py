@@ -1,10 +1,10 @@
-"""Writes a Mac volume with many apps and a big Library, for measuring inspections.
+"""Writes a Mac volume with many apps and a big Library, to measure inspections.
 
 Usage: apps_volume.py FOLDER [--apps N] [--entries N]
 
 Each app has a bundle with an Info.plist, a receipt, a container, caches, support files and settings in the home folder;
-every fourth has a launch agent. The entries below ~/Library are N in all, give or take one an app. The same numbers give
-the same volume.
+every fourth has a launch agent. There are about N entries below ~/Library, within one per app. The result is
+deterministic.
 """
 
 import argparse
@@ -25,7 +25,7 @@ def identifier(index):
 
 
 class Folder:
-    """Makes items and counts them."""
+    """Creates and counts items."""
 
     def __init__(self, path):
         self.path = path
@@ -68,7 +68,7 @@ def write_bundle(volume, index):
 
 
 def write_data(library, index, entries):
-    """About `entries` items of one app below ~/Library, spread as apps spread them."""
+    """Writes about `entries` items of one app below ~/Library, distributed as real apps do."""
     name, bundle = app_name(index), identifier(index)
     end = library.entries + entries
     library.file(f"Preferences/{bundle}.plist")

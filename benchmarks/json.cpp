@@ -8,7 +8,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/wire/RecordJSON.h"
 
-// What it takes to send a result: the record as JSON, and the JSON as a line.
+// Encoding a result: the record as JSON, and the JSON as a line.
 
 namespace quarn {
 namespace {

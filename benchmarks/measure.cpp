@@ -1,7 +1,7 @@
 // measure REPORT PROGRAM [ARGUMENT…]: runs a program and writes "SECONDS PEAK_KIB STATUS" to the file REPORT.
 //
-// The system's figure for a child's peak memory begins with what the process took that started it. This one is small
-// and linked statically, so that the peak is the program's own.
+// The kernel's figure for the peak memory of a child starts with the memory of its parent. This program is small and
+// static, so that the figure is that of the measured program.
 
 #include <cerrno>
 #include <cstdio>

@@ -1,4 +1,4 @@
-"""Runs programs alternately and tells what each took; see side_by_side.py."""
+"""Runs programs alternately and measures their time and memory; see side_by_side.py."""
 
 import dataclasses
 import os
@@ -11,7 +11,7 @@ from collections.abc import Callable
 
 @dataclasses.dataclass(frozen=True)
 class Run:
-    """A program, its arguments and what it reads from standard input."""
+    """A program, its arguments and its standard input."""
 
     arguments: list[str]
     text: str = ""
@@ -19,8 +19,8 @@ class Run:
 
 @dataclasses.dataclass(frozen=True)
 class Count:
-    """How a program is asked for the bytes that it finds: the run, what tells them from its output, and whether folders'
-    own blocks are among them (then bytes on the disk are meant, else lengths)."""
+    """How to get the bytes that a program finds: the run, the parser of its output, and whether the blocks of folders
+    are included (then the count is bytes on disk, else lengths)."""
 
     run: Run
     bytes_of: Callable[[str], int]
@@ -36,14 +36,14 @@ class Program:
 
 @dataclasses.dataclass(frozen=True)
 class Taken:
-    """Medians of several runs, and the most memory that any of them took."""
+    """Median time and maximum memory of several runs."""
 
     seconds: float
     mebibytes: float
 
 
 class Measurer:
-    """Starts programs through a small one, so that a peak is the program's own and not that of what started it."""
+    """Starts programs through a small launcher, because the peak memory of a child includes that of its parent."""
 
     def __init__(self, launcher):
         self.launcher = str(launcher)
@@ -53,7 +53,7 @@ class Measurer:
         return pathlib.Path(self.folder.name) / name
 
     def once(self, run, output=subprocess.DEVNULL):
-        """Seconds and peak MiB of one run. A program that fails ends the measurement: its figure would say nothing."""
+        """Seconds and peak MiB of one run. Stops the measurement if the program fails."""
         self._file("input").write_text(run.text)
         with self._file("input").open() as given, self._file("errors").open("w+") as errors:
             subprocess.run([self.launcher, str(self._file("report")), *run.arguments], stdin=given, stdout=output, stderr=errors)
@@ -69,7 +69,7 @@ class Measurer:
         return self._file("output").read_text(errors="replace")
 
     def alternately(self, programs, rounds, cold=False):
-        """Name -> Taken. Warm, one round more fills the caches and does not count."""
+        """Maps names to Taken. For warm runs, an additional first round fills the caches and does not count."""
         took = {program.name: [] for program in programs}
         for turn in range(rounds + (not cold)):
             for program in programs:

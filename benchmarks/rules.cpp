@@ -7,12 +7,12 @@
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
 #include "QuarnPlatform/paths/PathTrie.h"
 
-// What a partitioned scan does for each item: one step among the rules and one look at the extension.
+// The work of a partitioned scan per item: one step in the rules and one lookup of the extension.
 
 namespace quarn {
 namespace {
 
-// The argument is the number of rules below one folder: a step must not cost more when there are more.
+// The argument is the number of rules below one folder. The cost of a step must not depend on it.
 void stepInTheTrie(benchmark::State& state) {
   PathTrie<int> trie;
   for (int i = 0; i < static_cast<int>(state.range(0)); ++i) {
@@ -23,7 +23,7 @@ void stepInTheTrie(benchmark::State& state) {
 }
 BENCHMARK(stepInTheTrie)->ArgName("rules")->Arg(200)->Arg(20'000);
 
-// Most of a disk lies where no rule reaches.
+// Most items of a disk are outside all rules.
 void stepOutsideTheTrie(benchmark::State& state) {
   PathTrie<int> trie;
   trie.insert("/Users/ann/Library/Caches", 0);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds the trees, runs our programs, the floor and other tools alternately, prints medians, ratios and peaks. The argument
-# is our command; the other programs lie beside it. Installs the tools that are missing when run as root; leaves out what
-# cannot be had. Further arguments go to side_by_side.py.
+# Builds the trees, runs our programs, the floor and other tools alternately, and prints medians, ratios and peak memory.
+# The first argument is our command; the other programs are in the same folder. As root, installs missing tools; skips
+# tools that it cannot install. Passes other arguments to side_by_side.py.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bin=$(dirname "$1")

@@ -1,11 +1,11 @@
-"""Measures our commands, the floor of system calls and other tools side by side, and prints tables in Markdown.
+"""Compares our commands with the bare system calls and with other tools. Prints Markdown tables.
 
 Usage: side_by_side.py --bin DIR [--trees DIR] [--groups G…] [--only TREE] [--rounds N] [--shrink N]
 
-Groups: inner (the benchmarks of the inner pieces), walk (the trees, warm), cold (the 200k tree with dropped caches; root
-only), growth (time a file and peak at 10k, 100k, 1M files), empty (what a process costs that finds nothing), apps (a
-volume with many apps). The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are noisy:
-only ratios of one run say something.
+Groups: inner (microbenchmarks), walk (the trees with warm caches), cold (the 200k tree with cold caches; root only),
+growth (time per file and peak memory at 10k, 100k, 1M files), empty (a process that finds nothing), apps (a volume with
+many apps). The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are noisy; compare only
+ratios within one run.
 """
 
 import argparse
@@ -40,13 +40,13 @@ INSPECTION = {
     "includeGroupContainers": True, "includeLaunchd": True, "includeReceipts": True, "includeKernelExtensions": True,
     "computeArtifactSizes": False,
 }
-# What such an inspection searches by name, to that depth.
+# The folders that this inspection searches by name.
 SEARCHED = [f"{HOME}/Library/Application Support", f"{HOME}/Library/Caches", f"{HOME}/Library/Logs",
             f"{HOME}/Library/HTTPStorages", f"{HOME}/Documents", "/Library/Application Support", "/Library/Caches", "/Library/Logs"]
 
 
 class Volume:
-    """A tree that is the home folder of a volume; made when it is not there yet."""
+    """A tree in the home folder of a volume. Creates the tree if it is missing."""
 
     def __init__(self, options, name, kind, count):
         self.root = options.trees.resolve() / name.replace(" ", "-")
@@ -63,12 +63,12 @@ class Volume:
         if kind == "apps":
             apps_volume.write_volume(self.root, 1_000 // options.shrink, self.files)
         elif kind != "empty":
-            # What lies directly in the home folder is a scan root each; one big folder is meant, not many roots.
+            # Every item directly in the home folder is a scan root. Use a subfolder, so that there is only one.
             folder = self.home / "Downloads" if kind == "flat" else self.home
             subprocess.run([options.bin / "gentree", kind, folder, str(self.files)], check=True, stdout=subprocess.DEVNULL)
 
     def rpc(self, *calls):
-        """A process that answers these calls, (method, params) each."""
+        """A run of `quarn rpc` with these calls, each a pair (method, params)."""
         lines = [json.dumps({"jsonrpc": "2.0", "id": number, "method": method, "params": params}) + "\n"
                  for number, (method, params) in enumerate(calls)]
         return Run([*self.quarn, "rpc"], "".join(lines))
@@ -86,7 +86,7 @@ def printed_bytes(output):
 
 
 def exported_bytes(output):
-    """The lengths of regular files in what ncdu and gdu export; a folder's own entry begins with "["."""
+    """The total length of the regular files in an export of ncdu or gdu. The entry of a folder begins with "["."""
     entries = re.findall(r'(\[?)\{"name":"(?:[^"\\]|\\.)*"([^}]*)\}', output)
     return sum(int(re.search(r'"asize":(\d+)', facts).group(1)) for folder, facts in entries
                if not folder and "asize" in facts and "notreg" not in facts)
@@ -138,7 +138,7 @@ def others(volume):
 
 
 def found(measurer, programs, expected):
-    """Name -> how much of the tree's bytes a program finds."""
+    """Maps a program's name to the share of the tree's bytes that it reports."""
     texts = {}
     for program in programs:
         if program.count:
@@ -161,7 +161,7 @@ def walk_tree(options, measurer, tree):
     took = measurer.alternately(programs, options.rounds)
     whole = measurer.output(Run([*base.run.arguments, "dirs=1"]))
     expected = {False: printed_bytes(measurer.output(base.count.run)), True: int(re.search(r"alloc=(\d+)", whole).group(1))}
-    # Tools that count a hard link once are right to differ; only the chain shows who loses files.
+    # Tools that count hard links once correctly report other totals, so compare them on the chain only.
     counted = found(measurer, programs if kind == "chain" else our_programs, expected)
     print_ratios(f"{tree}, warm", took, counted)
 
@@ -176,7 +176,7 @@ def print_ratios(title, took, counted=None):
 
 def cold(options, measurer):
     if os.geteuid() != 0:
-        print("\nCold runs need root: left out.")
+        print("\nCold runs need root; skipped.")
         return
     volume = Volume(options, "home 200k", *TREES["home 200k"])
     programs = [floor(options, volume), *ours(options, volume, "home"), *others(volume)]
@@ -201,7 +201,7 @@ def empty(options, measurer):
     programs = [floor(options, volume), *ours(options, volume, "empty"),
                 Program("quarn rpc, no request", volume.rpc()), *others(volume)]
     took = measurer.alternately(programs, 4 * options.rounds)
-    print_table("An empty home: the fixed part of each", ["program", "median ms", "peak MiB"],
+    print_table("An empty home folder: fixed costs", ["program", "median ms", "peak MiB"],
                 [[name, f"{taken.seconds * 1e3:.2f}", f"{taken.mebibytes:.1f}"] for name, taken in took.items()])
 
 
@@ -221,7 +221,7 @@ def apps(options, measurer):
     ], options.rounds)
     print_ratios(f"{len(found_apps)} apps, {volume.files} entries in ~/Library; floor and find: names to depth 3", took)
     again = (took["quarn: inspect it 11 times (rpc)"].seconds - took["quarn: inspect one app (rpc)"].seconds) / 10
-    print(f"One inspection in a process that runs already: {again * 1e3:.1f} ms, {again / took['floor'].seconds:.2f} times the floor, "
+    print(f"One inspection in a running process: {again * 1e3:.1f} ms, {again / took['floor'].seconds:.2f} times the floor, "
           f"{again / took['find -maxdepth 3'].seconds:.2f} times find.")
     chosen = found_apps[:options.inspect] if options.inspect else found_apps
     seconds, peak = measurer.once(volume.rpc(*(("AppInspectionService.inspect", {"app": app, "options": INSPECTION}) for app in chosen)))
@@ -234,11 +234,11 @@ def inner(options, measurer):
         report = json.loads(measurer.output(Run([str(program), "--benchmark_format=json", "--benchmark_min_time=0.1"])))
         for one in report["benchmarks"]:
             rows.append([program.name.removesuffix("_benchmark"), one["name"], f"{float(format(one['real_time'], '.3g')):,g} {one['time_unit']}"])
-    print_table("The inner pieces", ["subject", "piece", "a call"], rows)
+    print_table("Microbenchmarks", ["subject", "function", "per call"], rows)
 
 
 def print_header():
-    """Date, machine and the command that repeats the run; where programs and trees lie does not matter to it."""
+    """Date, machine and the command that repeats the run, without the folders of programs and trees."""
     words = re.sub(r"--(bin|trees)[ =]\S+ ?", "", shlex.join(sys.argv[1:])).strip()
     command = f'make bench BENCH="{words}"' if words else "make bench"
     print(f"Measured {datetime.date.today()} with `{command}`: {os.cpu_count()} cores, {platform.system()} {platform.release()}.")
@@ -246,13 +246,13 @@ def print_header():
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--bin", type=pathlib.Path, required=True, help="folder of the built programs")
-    parser.add_argument("--trees", type=pathlib.Path, default=pathlib.Path("build/trees"), help="where trees are kept")
+    parser.add_argument("--bin", type=pathlib.Path, required=True, help="folder of the programs")
+    parser.add_argument("--trees", type=pathlib.Path, default=pathlib.Path("build/trees"), help="folder of the trees")
     parser.add_argument("--groups", nargs="+", choices=GROUPS, default=GROUPS)
-    parser.add_argument("--only", choices=list(TREES), help="of the group walk this tree only")
+    parser.add_argument("--only", choices=list(TREES), help="run the group walk on this tree only")
     parser.add_argument("--rounds", type=int, default=3)
-    parser.add_argument("--inspect", type=int, help="how many apps to inspect (all)")
-    parser.add_argument("--shrink", type=int, default=1, help="trees that many times smaller, for trying things; use other --trees")
+    parser.add_argument("--inspect", type=int, help="number of apps to inspect (default all)")
+    parser.add_argument("--shrink", type=int, default=1, help="divide the size of the trees by this; use another --trees folder")
     options = parser.parse_args()
     measurer = Measurer(options.bin / "measure")
     print_header()

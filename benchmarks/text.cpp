@@ -6,8 +6,8 @@
 
 #include <benchmark/benchmark.h>
 
-// What one name costs in the text functions that every listing, search and sort calls. Each operation runs over a
-// handful of names as they stand in a Library folder, so a figure is the time for one name on average.
+// The cost per name of the text functions that listings, searches and sorts call. Each operation runs over several
+// typical names of a Library folder; the figure is the average per name.
 
 namespace quarn {
 namespace {
@@ -28,7 +28,7 @@ constexpr std::array<std::array<const char*, kCount>, 4> kNames = {{
      "\u0627\u0644\u0635\u0648\u0631", "\U0001F468\u200D\U0001F469\u200D\U0001F467 \u2764\uFE0F"},
 }};
 
-/// Calls the operation with the names in turn; the argument chooses the names.
+/// Calls the operation with each name in turn. The benchmark argument selects the set of names.
 template <typename Operation>
 void eachName(benchmark::State& state, Operation operation) {
   const auto& names = kNames[static_cast<std::size_t>(state.range(0))];

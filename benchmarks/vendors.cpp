@@ -12,12 +12,12 @@
 #include "QuarnCore/vendors/VendorPathResolver.h"
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 
-// What the vendor knowledge costs: loaded once for a process, asked for every app and every path.
+// The vendor profiles: loaded once per process, queried for every app and every path.
 
 namespace quarn {
 namespace {
 
-// A folder that stands for a volume, removed at the end.
+// A temporary folder that serves as a volume.
 class TemporaryVolume {
  public:
   TemporaryVolume() : root_((std::filesystem::temp_directory_path() / "benchmark-XXXXXX").string()) {
@@ -70,7 +70,7 @@ void matchFiveHundredApps(benchmark::State& state) {
 }
 BENCHMARK(matchFiveHundredApps)->Unit(benchmark::kMillisecond);
 
-// An app that every fiftieth profile claims is as good as an app that one claims: what is found has to be copied.
+// Includes the cost of copying the matching profiles.
 void matchAnAppOfAVendor(benchmark::State& state) {
   const VendorProfileRegistry registry = VendorProfileRegistry::loadDefault();
   const AppEntity app{.name = "Slack",
@@ -108,7 +108,7 @@ void matchTenThousandStars(benchmark::State& state) {
 }
 BENCHMARK(matchTenThousandStars)->Arg(10'000)->Arg(1'000'000)->Unit(benchmark::kMicrosecond);
 
-// One folder of hard links to one file: listing it is what a starred component costs.
+// A folder of hard links to one file. A component with a star lists the folder.
 void resolveAStarInABigFolder(benchmark::State& state) {
   const TemporaryVolume volume;
   volume.folder("/Library/Caches");

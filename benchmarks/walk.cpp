@@ -1,6 +1,5 @@
-// walk size|ordered DIR [THREADS]: walks DIR as the library does and prints what it counted, to be run side by side
-// with other tools. THREADS is the number of threads of `size` and of helpers that read ahead of `ordered`; without it
-// the library's own choice.
+// walk size|ordered DIR [THREADS]: walks DIR with the library and prints the counts, for comparison with other tools.
+// THREADS is the number of threads of `size`, or of the read-ahead threads of `ordered`; the default is the library's.
 
 #include <cstdint>
 #include <cstdio>

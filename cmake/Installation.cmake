@@ -1,21 +1,20 @@
-# What an installation holds. Nothing in it names the prefix: the program finds its resources from its own place, the CMake
-# package and the pkg-config file find theirs from where they lie, so that a prefix may be moved as a whole.
-# Components: "runtime" for who uses the command, "development" for who builds on the library.
+# The installed files. They do not contain the prefix: the program, the CMake package and the pkg-config file locate the
+# resources relative to themselves, so a prefix can be moved as a whole.
+# Components: "runtime" for users of the command, "development" for users of the library.
 include(CMakePackageConfigHelpers)
 
 file(RELATIVE_PATH data_from_program ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_DATADIR})
 if(NOT data_from_program STREQUAL "../share")
-  message(FATAL_ERROR "The program looks for its resources in ../share/quarn beside its folder; CMAKE_INSTALL_BINDIR and "
-                      "CMAKE_INSTALL_DATADIR put them at ${data_from_program}/quarn.")
+  message(FATAL_ERROR "The program looks for its resources in ../share/quarn, relative to its folder. CMAKE_INSTALL_BINDIR and "
+                      "CMAKE_INSTALL_DATADIR put them in ${data_from_program}/quarn.")
 endif()
 set(QUARN_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/quarncore)
 set(QUARN_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/QuarnCore)
 set(QUARN_RESOURCES_DIR ${CMAKE_INSTALL_DATADIR}/quarn)
 set(QUARN_DOCUMENTATION_DIR ${CMAKE_INSTALL_DATADIR}/doc/quarn)
-set(QUARN_ZSH_COMPLETIONS_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Where zsh looks for completions")
+set(QUARN_ZSH_COMPLETIONS_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Folder of zsh completions")
 
-# The headers that a program on top of the library needs, room by room; what they include is among them. The others are the
-# rooms' own affair.
+# The public headers of each room. Headers that they include are public too; all others are private.
 function(quarn_public_headers ROOM)
   list(TRANSFORM ARGN PREPEND "${PROJECT_SOURCE_DIR}/${ROOM}/")
   target_sources(${ROOM} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARGN})
@@ -70,7 +69,7 @@ install(
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
   COMPONENT development)
 
-# The command, its resources, and what its own table of commands says of it.
+# The command, its resources, and the files that are generated from its table of commands.
 install(TARGETS quarn RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(DIRECTORY ${QUARN_RESOURCES}/vendors DESTINATION ${QUARN_RESOURCES_DIR} COMPONENT runtime)
 install(FILES ${resource_files} DESTINATION ${QUARN_RESOURCES_DIR} COMPONENT runtime)
@@ -95,7 +94,7 @@ install(FILES ${completions}/quarn DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-com
 install(FILES ${completions}/_quarn DESTINATION ${QUARN_ZSH_COMPLETIONS_DIR} COMPONENT runtime)
 install(FILES ${completions}/quarn.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT runtime)
 
-# The users' pages and the examples lie to each other as they do here, so that links between them hold.
+# The pages for users and the examples keep their relative paths, so that the links between them work.
 install(FILES docs/tutorial.md docs/embedding.md docs/rpc.md DESTINATION ${QUARN_DOCUMENTATION_DIR}/docs COMPONENT runtime)
 install(DIRECTORY docs/commands DESTINATION ${QUARN_DOCUMENTATION_DIR}/docs COMPONENT runtime)
 install(DIRECTORY examples DESTINATION ${QUARN_DOCUMENTATION_DIR} COMPONENT runtime PATTERN "__pycache__" EXCLUDE)

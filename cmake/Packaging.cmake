@@ -1,5 +1,5 @@
-# Debian packages by CPack: `quarn`, the command, and `libquarncore-dev`, what building on the library takes. `make package`
-# builds them with the preset that sets the distribution's prefix and flags.
+# Debian packages with CPack: `quarn`, the command, and `libquarncore-dev`, the library. `make deb` builds them with the
+# preset that has the distribution's prefix and flags.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME quarn)
 set(CPACK_PACKAGE_VENDOR "QuarnCore")
@@ -11,7 +11,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL runtime development)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-# Modes as the policy wants them, whatever the umask of whoever builds.
+# Modes that the Debian policy requires; they must not depend on the umask of the build.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
@@ -33,7 +33,7 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
 Headers, static libraries, a CMake package and a pkg-config file for
 programs that inspect Mac volumes.")
 
-# What the policy wants beside the files: who holds the rights, and a changelog.
+# The Debian policy requires a copyright file and a changelog.
 string(TIMESTAMP QUARN_PACKAGE_DATE "%a, %d %b %Y 00:00:00 +0000" UTC)
 set(debian_folder ${PROJECT_BINARY_DIR}/package/debian)
 configure_file(cmake/debian/changelog.in ${debian_folder}/changelog @ONLY)

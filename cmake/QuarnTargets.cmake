@@ -1,19 +1,19 @@
-# One folder is one library, one include prefix. `quarn_room(NAME FOLDER DEPENDS...)` makes the library of the room in FOLDER
-# from every source below it; a file that ends in _linux or _darwin belongs to that system only, so a port adds files and
-# changes none.
+# A room is one folder, one library and one include prefix. `quarn_room(NAME FOLDER DEPENDS...)` adds the library of the room
+# in FOLDER from all sources below it. Files that end in _linux or _darwin are for that system only, so a port adds files
+# and changes none.
 
 add_library(quarn_settings INTERFACE)
 target_compile_features(quarn_settings INTERFACE cxx_std_20)
 target_include_directories(quarn_settings INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
 
 add_library(quarn_warnings INTERFACE)
-# Fields that a designated initialiser leaves out have their defaults in the record: that is the style here, not an oversight.
+# Designated initialisers may omit fields that have default values; this is intended.
 target_compile_options(quarn_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
                                                 -Wno-missing-field-initializers)
-# GCC 12 takes the joining of a literal and a std::string for an overlapping copy when it optimises (its bug 105651).
+# GCC 12 reports false overlapping copies for "literal" + std::string in optimised builds (GCC bug 105651).
 target_compile_options(quarn_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
-# With a sanitizer it takes the states of its own std::regex for uninitialised (its bug 105616), and the same joining for one
-# beyond the ends of both.
+# With a sanitizer it also reports false uninitialised values in std::regex (GCC bug 105616), and false out-of-bounds
+# accesses for "literal" + std::string.
 if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
   set(false_alarms -Wno-maybe-uninitialized -Wno-array-bounds -Wno-stringop-overread -Wno-stringop-overflow)
   target_compile_options(quarn_warnings INTERFACE "$<$<CXX_COMPILER_ID:GNU>:${false_alarms}>")
@@ -31,8 +31,8 @@ function(quarn_sources RESULT FOLDER)
   set(${RESULT} ${sources} PARENT_SCOPE)
 endfunction()
 
-# Read once a library: nearly every file includes them, and they take longer to read than the files.
-# Only where nothing is optimised: GCC 12 forgets that what it inlines from a precompiled header is the system's, and warns of it.
+# Nearly every file includes these headers, and parsing them takes longer than the file itself. Unoptimised builds only:
+# GCC 12 warns about system code that it inlines from a precompiled header.
 if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
   set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
 endif()
@@ -47,8 +47,8 @@ function(quarn_room NAME FOLDER)
   target_precompile_headers(${NAME} PRIVATE ${QUARN_STANDARD_HEADERS})
 endfunction()
 
-# `quarn_tests(NAME FOLDER DEPENDS...)`: one test program from tests/FOLDER, every test known to ctest by its own name. Suites
-# called "…InBrowser" look at pages in chromium and carry the label "browser".
+# `quarn_tests(NAME FOLDER DEPENDS...)` adds a test program from tests/FOLDER; each test is a separate ctest test. Suites named
+# "…InBrowser" run chromium and have the label "browser".
 function(quarn_tests NAME FOLDER)
   quarn_sources(sources tests/${FOLDER})
   if(NOT sources)

@@ -1,4 +1,4 @@
-# The shipped resources lie beside the programs as they do after installation: bin/quarn and share/quarn.
+# Puts the resources where they are after installation, relative to the programs: bin/quarn and share/quarn.
 set(QUARN_RESOURCES ${PROJECT_BINARY_DIR}/share/quarn)
 file(GLOB vendor_files CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/QuarnCore/vendors/resources/vendors/*.json")
 set(resource_files
@@ -13,5 +13,5 @@ add_custom_command(
   COMMAND ${CMAKE_COMMAND} -E copy ${resource_files} ${QUARN_RESOURCES}
   COMMAND ${CMAKE_COMMAND} -E touch ${QUARN_RESOURCES}/.stamp
   DEPENDS ${vendor_files} ${resource_files} ${PROJECT_SOURCE_DIR}/cmake/VendorIndex.cmake
-  COMMENT "Laying out resources")
+  COMMENT "Copying resources")
 add_custom_target(quarn_resources ALL DEPENDS ${QUARN_RESOURCES}/.stamp)

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# A room includes only rooms below it. Reads the #include lines and names every edge that leads up or sideways.
+# Checks that every #include goes to a lower floor, and prints the ones that do not.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 exec python3 cmake/include_edges.py .

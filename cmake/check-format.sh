@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Fails when a source file is not formatted; with --fix formats them.
+# Fails if a source file is not formatted. With --fix, formats the files.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 mode=(--dry-run --Werror)

@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
-# clang-tidy with .clang-tidy over every source of libraries, command and benchmarks; BUILD is a folder of its own for it.
-# Ninja runs it as it would run a compiler: a file is looked at again when it, a header of this tree that it reads, its
-# flags or .clang-tidy changed.
+# Usage: check-tidy.sh BUILD. Runs clang-tidy on all sources of the libraries, the command and the benchmarks. BUILD is a
+# separate build folder. Ninja runs clang-tidy like a compiler: it checks a file again if the file, one of our headers that
+# it includes, its flags or .clang-tidy changed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=$1
-# clang does not read gcc's precompiled headers, so it gets a configuration of its own; nothing is compiled there.
+# clang cannot read GCC's precompiled headers, so it needs its own configuration. Nothing is compiled there.
 cmake -S . -B "$build" -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON \
   -DQUARN_TESTS=OFF -DQUARN_BENCHMARKS=ON > /dev/null
-# Which headers were read is told in the one form that clang-tidy lets through, that of Microsoft's compiler. What
-# benchmarks/floor holds is the yardstick and stays as it came.
+# clang-tidy reports the included headers only in the format of Microsoft's compiler. benchmarks/floor is excluded: it is
+# the reference for measurements and stays unchanged.
 jq --raw-output --arg root "$PWD" '
   def escaped: gsub("(?<special>[$ :])"; "$\(.special)");
   "builddir = tidy",
@@ -21,5 +21,5 @@ jq --raw-output --arg root "$PWD" '
     "build \("tidy" + $name | escaped): tidy \(.file | escaped) | \($root + "/.clang-tidy" | escaped)",
     "  flags = \(.command | sub("^\\S+ "; "") | gsub("[$]"; "$$"))")
 ' "$build/compile_commands.json" > "$build/tidy.ninja"
-# How many findings lie in other people's headers is no news.
+# Hide the number of findings in system headers.
 ninja -C "$build" -f tidy.ninja -j "$(nproc)" -k 0 --quiet 2>&1 | sed '/ warnings\{0,1\} generated\.$/d'

@@ -8,8 +8,8 @@ import pathlib
 import re
 import sys
 
-# From the lowest floor to the highest. The wings of one floor do not include each other. The longest folder that holds a
-# file is its wing; a room without wings is one wing.
+# From the lowest floor to the highest. Wings on the same floor must not include each other. The wing of a file is the
+# longest matching folder; a room without wings is one wing.
 FLOORS = [
     ["QuarnPlatform/base"],
     ["QuarnPlatform/paths"],
@@ -31,9 +31,9 @@ FLOORS = [
     ["quarn"],
 ]
 FLOOR_OF = {wing: floor for floor, wings in enumerate(FLOORS) for wing in wings}
-# Wings that only the named wings may include; everywhere else they would be test data in a product.
+# Wings that only the listed wings may include, because they contain test data.
 RESERVED = {"QuarnBuilders": {"quarn/sample"}}
-# Libraries behind one door each: header prefix -> files that may include it.
+# Header prefixes of libraries, and the only files that may include them.
 DOORS = {
     "unicode/": r"QuarnPlatform/text/Text\w*\.(cpp|h)",
     "plist/": r"QuarnSystem/formats/\w+\.cpp",
@@ -41,14 +41,14 @@ DOORS = {
     "CLI/": r"quarn/commands/Arguments\.cpp",
     "nlohmann/json.hpp": r"QuarnPlatform/json/JSONLibrary\.h",
 }
-# Written by CMake into the build folder.
+# CMake writes these into the build folder.
 GENERATED = {"quarn/services/Version.h"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*["<]([^">]+)[">]')
 
 
 def wing_of(path):
-    """The wing that holds a path, or None for a path outside the rooms."""
+    """The wing of a path, or None for a path outside the rooms."""
     wings = [wing for wing in FLOOR_OF if path == wing or path.startswith(wing + "/")]
     return max(wings, key=len) if wings else None
 
@@ -94,7 +94,7 @@ def forbidden_edges(root):
 
 
 def header_cycles(root):
-    """Two headers, or a header and its sources, that need each other: A.h with A*.cpp is one unit."""
+    """Cycles of includes. A header and its sources (A.h, A.cpp, A_linux.cpp) are one unit."""
     def unit(path):
         return re.sub(r"(_linux|_darwin)?\.(h|cpp)$", "", path)
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what cmake/packages.txt names and this machine lacks: the packages before the first "[GROUP]" line, and those of the
-# groups that are given ("test"). Needs root only when something is missing.
+# Installs the missing packages of cmake/packages.txt: those before the first "[GROUP]" line, and those of the groups in the
+# arguments ("test"). Needs root only if a package is missing.
 set -euo pipefail
 cd "$(dirname "$0")"
 

@@ -1,4 +1,4 @@
-// Inspects one app of a mounted Mac volume, then says where the volume's space goes.
+// Inspects an app on a mounted Mac volume, then prints the storage categories of the volume.
 //
 //   inspect_app VOLUME HOME APP      inspect_app /mnt/mac /Users/ann "Lumen Notes"
 
@@ -18,7 +18,7 @@ namespace {
 
 using namespace quarn;
 
-/// The services of one volume, wired once: each takes what it works with, and the file manager last.
+/// The services of a volume. Each takes its dependencies, then the file manager.
 struct Services {
   Services(FileManager volume, const ResourceBundle& resources)
       : files(std::move(volume)),
@@ -42,7 +42,7 @@ struct Services {
   StorageDashboardService storage;
 };
 
-/// Everything that can be looked for.
+/// All searches are on.
 constexpr AppInspectionService::Options kEverything{.includeHeuristicSearch = true,
                                                     .heuristicMaxDepth = 3,
                                                     .heuristicMaxResults = 50,
@@ -64,7 +64,7 @@ std::optional<AppEntity> appNamed(const std::string& name, const AppsService& se
   return found == apps.end() ? std::nullopt : std::optional(*found);
 }
 
-/// A name may hold anything, escape sequences too: control characters never reach the terminal.
+/// Names may contain escape sequences, so replace control characters.
 std::string printable(std::string text) {
   std::replace_if(
       text.begin(), text.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');

@@ -1,9 +1,9 @@
 #!/usr/bin/env node
-// A client of `quarn rpc` for Node.js, and a small program that shows it.
+// A client of `quarn rpc` for Node.js, and a small example program.
 //
 //     node quarn-client.mjs --volume /mnt/mac --home /Users/ann --app "Lumen Notes"
 //
-// Import the class into your own program: it needs nothing but Node's own modules. docs/rpc.md describes the interface,
+// Import the class into your program; it has no dependencies. docs/rpc.md describes the interface, and
 // `quarn rpc --describe` prints it as JSON.
 
 import { spawn } from "node:child_process";
@@ -12,7 +12,7 @@ import { createInterface } from "node:readline";
 import { fileURLToPath } from "node:url";
 import { parseArgs } from "node:util";
 
-/** A request was refused: `code` says why, `data` where. */
+/** An error response: `code` is the reason, `data` the details. */
 export class QuarnError extends Error {
   constructor({ code, message, data }) {
     super(message);
@@ -22,7 +22,7 @@ export class QuarnError extends Error {
   }
 }
 
-/** One `quarn rpc` process. Requests run in the order in which they are made. */
+/** One `quarn rpc` process. Requests run one at a time, in order. */
 export class QuarnClient {
   #process;
   #ended;
@@ -37,18 +37,18 @@ export class QuarnClient {
     this.#process = spawn(quarn, [...words, "rpc"], { stdio: ["pipe", "pipe", "inherit"] });
     this.#ended = once(this.#process, "close");
     this.#ended.then(() => this.#fail(new Error("quarn has ended")), (error) => this.#fail(error));
-    this.#process.stdin.on("error", () => {}); // the end of the process tells
+    this.#process.stdin.on("error", () => {}); // handled when the process exits
     createInterface({ input: this.#process.stdout, crlfDelay: Infinity }).on("line", (line) => this.#take(line));
   }
 
   /**
-   * Makes a request. `onProgress` gets each value that the operation reports. When `signal` is aborted the operation
-   * stops, and its result is what it has.
+   * Sends a request. `onProgress` receives the progress values. If `signal` is aborted, the operation stops and returns
+   * its partial result.
    */
   call(method, params = {}, { onProgress, signal } = {}) {
     const id = this.#nextID++;
     return new Promise((resolve, reject) => {
-      if (this.#failure) return reject(this.#failure); // nobody would answer
+      if (this.#failure) return reject(this.#failure); // nobody would respond
       const cancel = () => this.#send({ method: "$/cancelRequest", params: { id } });
       const done = (settle) => (value) => {
         signal?.removeEventListener("abort", cancel);
@@ -61,7 +61,7 @@ export class QuarnClient {
     });
   }
 
-  /** Lets the process answer what it has read, and waits for its end. */
+  /** Closes the input, lets the process answer all requests, and waits for it to exit. */
   async close() {
     this.#process.stdin.end();
     return this.#ended.then(([status]) => status, () => 1);

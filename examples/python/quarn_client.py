@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""A client of `quarn rpc` in plain Python, and a small program that shows it.
+"""A client of `quarn rpc` in plain Python, and a small example program.
 
     python3 quarn_client.py --volume /mnt/mac --home /Users/ann --app "Lumen Notes"
 
-Copy the class into your own program: it needs nothing but the standard library. docs/rpc.md describes the interface,
+Copy the class into your program; it needs only the standard library. docs/rpc.md describes the interface, and
 `quarn rpc --describe` prints it as JSON.
 """
 
@@ -17,7 +17,7 @@ from concurrent.futures import Future
 
 
 class QuarnError(Exception):
-    """A request was refused: `code` says why, `data` where."""
+    """An error response: `code` is the reason, `data` the details."""
 
     def __init__(self, error):
         super().__init__(error["message"])
@@ -26,7 +26,7 @@ class QuarnError(Exception):
 
 
 class Call:
-    """A request on its way."""
+    """A request that was sent."""
 
     def __init__(self, client, request_id, progress):
         self.id = request_id
@@ -35,18 +35,18 @@ class Call:
         self._client = client
 
     def result(self, timeout=None):
-        """Waits for the result; raises QuarnError."""
+        """Waits for the result. Raises QuarnError."""
         return self.future.result(timeout)
 
     def cancel(self):
-        """Asks for what there is: the operation stops, and its result is what it has."""
+        """Cancels the operation, which then returns its partial result."""
         self._client.send({"method": "$/cancelRequest", "params": {"id": self.id}})
 
 
 class QuarnClient:
-    """One `quarn rpc` process. Requests run in the order in which they are started.
+    """One `quarn rpc` process. Requests run one at a time, in order.
 
-    Safe to use from several threads. `progress` callbacks run on the client's own thread and must not wait for results.
+    Thread-safe. `progress` callbacks run on the reader thread and must not wait for results.
     """
 
     def __init__(self, quarn="quarn", volume=None, home=None):
@@ -63,13 +63,13 @@ class QuarnClient:
         self._reader.start()
 
     def start(self, method, params=None, progress=None):
-        """Sends a request and returns at once. `progress` is called with each value that the operation reports."""
+        """Sends a request and returns at once. Calls `progress` with each progress value."""
         params = dict(params or {})
         if progress:
             params["progress"] = True
         call = Call(self, next(self._ids), progress)
         with self._lock:
-            if self._ended:  # nobody would answer
+            if self._ended:  # nobody would respond
                 raise ConnectionError("quarn has ended")
             self._open[call.id] = call
         self.send({"id": call.id, "method": method, "params": params})
@@ -80,11 +80,11 @@ class QuarnClient:
         return self.start(method, params, progress).result()
 
     def close(self):
-        """Lets the process answer what it has read, and waits for its end."""
+        """Closes the input, lets the process answer all requests, and waits for it to exit."""
         try:
             self._process.stdin.close()
         except BrokenPipeError:
-            pass  # it has ended by itself
+            pass  # it has already exited
         status = self._process.wait()
         self._reader.join()
         self._process.stdout.close()
@@ -97,7 +97,7 @@ class QuarnClient:
         self.close()
 
     def send(self, message):
-        """Sends a message as it is."""
+        """Sends a raw message."""
         line = json.dumps({"jsonrpc": "2.0", **message})
         with self._lock:
             self._process.stdin.write(line + "\n")
@@ -145,9 +145,9 @@ EVERYTHING = {
 def main():
     parser = argparse.ArgumentParser(description="Lists the apps of a volume, inspects one, and stops a scan.")
     parser.add_argument("--quarn", default="quarn", help="the command to start")
-    parser.add_argument("--volume", help="folder where the Mac's volume is mounted")
-    parser.add_argument("--home", help="the home folder, as the Mac names it")
-    parser.add_argument("--app", help="name of the app to inspect; the first one without it")
+    parser.add_argument("--volume", help="folder where the Mac volume is mounted")
+    parser.add_argument("--home", help="the home folder, a path on the Mac")
+    parser.add_argument("--app", help="name of the app to inspect (default: the first one)")
     arguments = parser.parse_args()
     try:
         show(arguments)

@@ -1,21 +1,20 @@
-"""Does what a page of the documentation shows, as its reader would, and compares what it says comes out.
+"""Runs the examples of a documentation page and compares their output with the page.
 
 Usage: run_page.py --prefix PREFIX [--update] [--on-the-mac SAMPLE] PAGE
 
-PREFIX holds an installation; its command is the `quarn` of the page. Everything runs in a new folder. What a block holds is
-told by its language:
+PREFIX is an installation; its command is the `quarn` of the page. Everything runs in a new folder. The language of a block
+determines what to do with it:
 
-  sh         commands; each has to end with status 0, what they print is not compared
-  console    "$ command" ("> " continues it), then what it prints, standard error too, compared to the letter. A line "…"
-             stands for any lines. A command that fails is followed by "$ echo $?".
-  jsonrpc    a conversation with `quarn rpc` about the sample volume: "> " goes to the process, "< " has to come back
-  LANG FILE  a file of that name, for the commands behind it; blocks that name the same file are joined
+  sh         commands; each must exit with status 0, the output is not compared
+  console    "$ command" ("> " continues it), then its exact output, including standard error. A line "…" matches any
+             lines. A command that fails must be followed by "$ echo $?".
+  jsonrpc    a conversation with `quarn rpc` on the sample volume: "> " is sent, "< " is the expected response
+  LANG FILE  the content of that file, for the following commands; blocks with the same file are concatenated
 
-"<!-- run: COMMAND -->" prepares what the page takes for granted. Any other block is an error, and so is a page without a
-block that is not listed as having none, and a link that leads nowhere. --update writes the outputs of console blocks anew where they hold no "…".
+"<!-- run: COMMAND -->" runs a command that the page does not show. Errors: any other block, a dead link, and a page without
+blocks that is not listed in PAGES_WITHOUT_BLOCKS. --update replaces the output of console blocks without "…".
 
---on-the-mac: the page is written as on a Mac; the sample volume at SAMPLE is taken for its disk, and for a volume at
-/mnt/mac.
+--on-the-mac: the page is written for a Mac. The sample volume at SAMPLE replaces its disk and the volume at /mnt/mac.
 """
 
 import argparse
@@ -28,19 +27,19 @@ import subprocess
 import sys
 import tempfile
 
-# Pages for reading only.
+# Pages without examples.
 PAGES_WITHOUT_BLOCKS = {"CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md", "architecture.md", "decisions.md",
                         "dependencies.md", "performance.md"}
 
 FENCE = re.compile(r"^```(\S*) ?(.*)$")
 PREPARATION = re.compile(r"^<!-- run: (.*) -->$")
 DATE = re.compile(r'"inspectedAt":"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ"')
-# A command whose output `head` stopped reading ends by SIGPIPE, as it should.
+# 141: SIGPIPE, because `head` closed the pipe.
 ENDED_WELL = (0, 141)
 MARK = "\x1fend of command"
 
 ON_THE_MAC = """#!/bin/bash
-# Stands for quarn on a Mac whose disk the sample volume is.
+# Replaces quarn: inspects the sample volume as if it were the disk of a Mac.
 words=() named=
 for word in "$@"; do
   case $word in
@@ -57,7 +56,7 @@ exec "$QUARN" "${words[@]}"
 
 
 class PageError(Exception):
-    """The page is not what it should be; the message names the line."""
+    """The page is invalid; the message names the line."""
 
 
 class Block:
@@ -66,7 +65,7 @@ class Block:
 
 
 def blocks_of(text):
-    """The page's blocks and preparations, in order."""
+    """The blocks and hidden commands of a page, in order."""
     blocks, open_block, previous = [], None, ""
     for number, line in enumerate(text.splitlines(), 1):
         fence = FENCE.match(line)
@@ -82,10 +81,10 @@ def blocks_of(text):
             blocks.append(Block(number, "run", ""))
             blocks[-1].lines.append(PREPARATION.match(line).group(1))
         elif line.lstrip().startswith(("```", "~~~")) or (line.startswith("    ") and previous == ""):
-            raise PageError(f"line {number}: a block that is not fenced at the line's beginning is not run")
+            raise PageError(f"line {number}: an indented block does not run; fence it at the beginning of the line")
         previous = line
     if open_block is not None:
-        raise PageError(f"line {open_block.line}: the block has no end")
+        raise PageError(f"line {open_block.line}: the block is not closed")
     return blocks
 
 
@@ -93,11 +92,11 @@ def check_links(page, text):
     prose = re.sub(r"^```.*?^```$", "", text, flags=re.MULTILINE | re.DOTALL)
     for target in re.findall(r"\]\(([^)#:]+)(?:#[^)]*)?\)", prose):
         if not (page.parent / target).exists():
-            raise PageError(f"the link to {target} leads nowhere")
+            raise PageError(f"dead link to {target}")
 
 
 class Shell:
-    """One bash for the whole page, so that folders and variables carry over."""
+    """One bash for the whole page, so that folders and variables persist."""
 
     def __init__(self, folder, environment):
         self.process = subprocess.Popen(["bash", "--norc"], cwd=folder, env=environment, stdin=subprocess.PIPE,
@@ -109,7 +108,7 @@ class Shell:
         self.process.stdin.flush()
 
     def run(self, command):
-        """The command's output as text, and its status."""
+        """Runs a command and returns its output and its status."""
         coded = base64.b64encode(command.encode()).decode()
         self._send(f"quarn_command=$(base64 -d <<< {coded}); (exit $quarn_status); eval \"$quarn_command\" < /dev/null; "
                    f"quarn_status=$?; printf '\\n{MARK} %d\\n' $quarn_status")
@@ -117,7 +116,7 @@ class Shell:
         while not (end := re.search(b"\n" + MARK.encode() + rb" (\d+)\n$", output)):
             piece = self.process.stdout.readline()
             if not piece:
-                raise PageError(f"the shell ended at: {command}")
+                raise PageError(f"the shell exited at: {command}")
             output += piece
         return output[: end.start()].decode(errors="replace"), int(end.group(1))
 
@@ -128,7 +127,7 @@ class Shell:
 
 
 class Conversation:
-    """A `quarn rpc` of the whole page; started when first spoken to."""
+    """One `quarn rpc` for the whole page, started on first use."""
 
     def __init__(self, command, folder, environment):
         words = [command, "--volume", "mac", "--home", "/Users/ann", "rpc"]
@@ -147,13 +146,13 @@ class Conversation:
 
 
 def commands_of(block):
-    """(command, expected lines) of a console block."""
+    """The pairs (command, expected lines) of a console block."""
     commands = []
     for line in block.lines:
         if line.startswith("$ "):
             commands.append(([line[2:]], []))
         elif not commands:
-            raise PageError(f"line {block.line}: the block does not begin with a command")
+            raise PageError(f"line {block.line}: the block must begin with a command")
         elif line.startswith("> ") and not commands[-1][1]:
             commands[-1][0].append(line[2:])
         else:
@@ -198,7 +197,7 @@ class PageRun:
         self.environment.update(SAMPLE=str(sample), QUARN=self.program, PATH=f"{stand_in.parent}:{self.environment['PATH']}")
 
     def do(self, block):
-        """Does a block; the lines that it should hold."""
+        """Runs a block and returns the lines that it should contain."""
         self.counts[block.language] = self.counts.get(block.language, 0) + 1
         if block.name:
             self.write(block)
@@ -209,12 +208,12 @@ class PageRun:
         elif block.language == "jsonrpc":
             self.converse(block)
         else:
-            raise PageError(f'line {block.line}: "{block.language}" is no language of blocks, and no file is named')
+            raise PageError(f'line {block.line}: "{block.language}" is an unknown language, and the block names no file')
         return block.lines
 
     def write(self, block):
         if "/" in block.name:
-            raise PageError(f"line {block.line}: {block.name} is no plain file name")
+            raise PageError(f"line {block.line}: {block.name} must be a file name without a folder")
         with open(self.folder / block.name, "a" if block.name in self.files else "w", encoding="utf-8") as file:
             file.write("\n".join(block.lines) + "\n")
         self.files.add(block.name)
@@ -224,7 +223,7 @@ class PageRun:
         for command in filter(None, commands):
             output, status = self.shell.run(command)
             if status not in ENDED_WELL:
-                self.fail(block, f"{command}\nended with {status}:\n{output}")
+                self.fail(block, f"{command}\nexited with {status}:\n{output}")
 
     def compare(self, block):
         lines, commands = [], commands_of(block)
@@ -232,7 +231,7 @@ class PageRun:
             output, status = self.shell.run(command)
             is_told = index + 1 < len(commands) and commands[index + 1][0] == "echo $?"
             if status not in ENDED_WELL and not is_told:
-                self.fail(block, f"{command}\nended with {status}, which the page does not tell:\n{output}")
+                self.fail(block, f"{command}\nexited with {status}, but the page does not show it:\n{output}")
             lines.append("$ " + command.replace("\n", "\n> "))
             lines += expected if "…" in expected else output.splitlines()
             if not matches(expected, output):
@@ -247,9 +246,9 @@ class PageRun:
             if line.startswith("> "):
                 self.conversation.send(line[2:])
             elif not line.startswith("< "):
-                raise PageError(f"line {block.line}: neither sent nor received: {line}")
+                raise PageError(f"line {block.line}: expected "> " or "< ", got: {line}")
             elif (received := DATE.sub("a date", self.conversation.receive())) != DATE.sub("a date", line[2:]):
-                self.fail(block, f"should come back:\n{line[2:]}\nbut there came:\n{received}")
+                self.fail(block, f"expected:\n{line[2:]}\nreceived:\n{received}")
 
     def fail(self, block, problem):
         self.problems.append(f"{self.page}:{block.line}: {problem}")
@@ -259,11 +258,11 @@ class PageRun:
         if self.conversation is not None:
             rest, status = self.conversation.close()
             if rest or status != 0:
-                self.problems.append(f"{self.page}: the conversation ended with {status} and: {rest}")
+                self.problems.append(f"{self.page}: the conversation exited with {status} and: {rest}")
 
 
 def updated(text, blocks, results):
-    """The page with the blocks' new lines."""
+    """The page with new console output."""
     lines = text.splitlines()
     for block, result in reversed(list(zip(blocks, results))):
         if block.language == "console":
@@ -272,12 +271,12 @@ def updated(text, blocks, results):
 
 
 def run_page(page, prefix, update=False, sample=None):
-    """What is wrong with the page, and how many blocks of each language were done. Raises PageError."""
+    """Returns the problems of the page and the number of blocks per language. Raises PageError."""
     text = page.read_text(encoding="utf-8")
     check_links(page, text)
     blocks = blocks_of(text)
     if any(block.language != "run" for block in blocks) == (page.name in PAGES_WITHOUT_BLOCKS):
-        raise PageError("a page has blocks, or it is listed in PAGES_WITHOUT_BLOCKS")
+        raise PageError("a page must have blocks or be listed in PAGES_WITHOUT_BLOCKS")
     with tempfile.TemporaryDirectory(prefix="quarn-page-") as folder:
         run = PageRun(page, prefix.resolve(), sample, folder)
         try:

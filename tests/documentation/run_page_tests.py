@@ -1,4 +1,4 @@
-"""Tests of run_page.py: what it takes for right, and that it fails on everything else. PREFIX is in the environment."""
+"""Tests of run_page.py. The environment variable PREFIX names the installation."""
 
 import os
 import pathlib
@@ -12,7 +12,7 @@ import run_page  # pylint: disable=wrong-import-position
 
 
 def run(text, update=False, name="page.md"):
-    """What is wrong with a page of this text, and the page as the runner left it."""
+    """Runs a page and returns its problems and its text afterwards."""
     with tempfile.TemporaryDirectory(prefix="quarn-pages-") as folder:
         page = pathlib.Path(folder) / name
         page.write_text(text, encoding="utf-8")
@@ -34,57 +34,57 @@ class Runner(unittest.TestCase):
     def refuses(self, reason, *blocks):
         self.assertIn(reason, run("# Page\n\n" + "\n".join(blocks))[0])
 
-    def test_output_is_compared_to_the_letter(self):
+    def test_output_must_match_exactly(self):
         self.takes(block("console", "$ echo one; echo two >&2", "one", "two"))
         self.refuses("but prints:", block("console", "$ echo one", "on"))
         self.refuses("but prints:", block("console", "$ echo one; echo two", "one"))
         self.refuses("but prints:", block("console", "$ echo one", "one", "two"))
         self.refuses("but prints:", block("console", "$ true", "one"))
 
-    def test_an_ellipsis_stands_for_any_lines(self):
+    def test_an_ellipsis_matches_any_lines(self):
         self.takes(block("console", "$ seq 9", "1", "…", "8", "9"), block("console", "$ seq 2", "…", "1", "2", "…"))
         self.refuses("but prints:", block("console", "$ seq 9", "1", "…", "8"))
 
-    def test_a_command_that_fails_has_to_be_told(self):
-        self.refuses("ended with 1", block("sh", "true", "false"))
-        self.refuses("ended with 1, which the page does not tell", block("console", "$ false"))
-        self.refuses("ended with 3", block("sh", "(exit 3) | cat"))
+    def test_a_failing_command_must_show_its_status(self):
+        self.refuses("exited with 1", block("sh", "true", "false"))
+        self.refuses("exited with 1, but the page does not show it", block("console", "$ false"))
+        self.refuses("exited with 3", block("sh", "(exit 3) | cat"))
         self.takes(block("console", "$ (exit 7)", "$ echo $?", "7"))
 
-    def test_folder_and_variables_carry_over(self):
+    def test_folder_and_variables_persist(self):
         self.takes(block("sh", "mkdir inner", "cd inner", "word=carried"),
                    block("console", "$ echo $word; basename $PWD", "carried", "inner"))
 
-    def test_a_command_may_go_on(self):
+    def test_a_command_can_continue_on_the_next_line(self):
         self.takes(block("console", "$ cat <<END", "> one", "> END", "one"))
 
-    def test_blocks_of_a_file_are_joined_and_there_for_the_commands(self):
+    def test_blocks_with_the_same_file_are_concatenated(self):
         self.takes(block("text notes.txt", "one"), block("text notes.txt", "two"),
                    block("console", "$ cat notes.txt", "one", "two"))
-        self.refuses("no plain file name", block("text ../notes.txt", "one"))
+        self.refuses("must be a file name without a folder", block("text ../notes.txt", "one"))
 
     def test_a_conversation_is_compared_line_by_line(self):
         volume = "<!-- run: mkdir -p mac/Users/ann -->\n"
         ask = '> {"jsonrpc":"2.0","id":1,"method":"VolumeLocationChecker.isExternal","params":{"url":"/"}}'
         self.takes(volume, block("jsonrpc", ask, '< {"jsonrpc":"2.0","id":1,"result":false}'))
-        self.refuses("but there came:", volume, block("jsonrpc", ask, '< {"jsonrpc":"2.0","id":1,"result":true}'))
-        self.refuses("the conversation ended with 0 and:", volume, block("jsonrpc", ask))
+        self.refuses("received:", volume, block("jsonrpc", ask, '< {"jsonrpc":"2.0","id":1,"result":true}'))
+        self.refuses("the conversation exited with 0 and:", volume, block("jsonrpc", ask))
 
-    def test_nothing_is_passed_over(self):
-        self.refuses("is no language of blocks", block("bash", "true"))
-        self.refuses("is no language of blocks", block("", "true"))
-        self.refuses("the block has no end", "```sh\ntrue\n")
-        self.refuses("is not run", block("sh", "true"), "Text:\n\n    quarn apps\n")
-        self.refuses("is not run", block("sh", "true"), "- a list\n\n  ```sh\n  false\n  ```\n")
-        self.refuses("does not begin with a command", block("console", "one"))
-        self.refuses("a page has blocks", "Only words.\n")
-        self.refuses("leads nowhere", "[a link](nowhere.md)\n", block("sh", "true"))
+    def test_no_block_is_ignored(self):
+        self.refuses("is an unknown language", block("bash", "true"))
+        self.refuses("is an unknown language", block("", "true"))
+        self.refuses("the block is not closed", "```sh\ntrue\n")
+        self.refuses("does not run", block("sh", "true"), "Text:\n\n    quarn apps\n")
+        self.refuses("does not run", block("sh", "true"), "- a list\n\n  ```sh\n  false\n  ```\n")
+        self.refuses("must begin with a command", block("console", "one"))
+        self.refuses("a page must have blocks", "Only words.\n")
+        self.refuses("dead link", "[a link](nowhere.md)\n", block("sh", "true"))
 
     def test_pages_without_blocks_are_listed(self):
         self.assertEqual(run("Only words.\n", name="decisions.md")[0], "")
-        self.assertIn("a page has blocks", run(block("sh", "true"), name="decisions.md")[0])
+        self.assertIn("a page must have blocks", run(block("sh", "true"), name="decisions.md")[0])
 
-    def test_updating_writes_what_is_printed_and_leaves_ellipses(self):
+    def test_update_replaces_output_and_keeps_ellipses(self):
         page = "# Page\n\n" + block("console", "$ echo one", "old", "$ seq 3", "1", "…") + "\nEnd.\n"
         self.assertEqual(run(page, update=True)[1], page.replace("old", "one"))
 

@@ -16,8 +16,7 @@ bool isLetThrough(std::string_view bytes) {
 
 }  // namespace
 
-/// Where the guards and the library see the same bytes differently, the guards guard nothing: what the one lets
-/// through, the other must read.
+/// The guards and the library must agree about the bytes: the library must be able to read whatever the guards accept.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view bytes(reinterpret_cast<const char*>(data), size);
   if (quarn::PropertyList::parse(bytes).has_value() != isLetThrough(bytes)) std::abort();

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # usage: run.sh BUILD_FOLDER SECONDS
-# Runs every fuzz target of a build for so many seconds, one after the other, from the seeds in corpus/ and with the words
-# of its .dict. What a target learns, and an input that breaks it, stay in the build folder. Fails when one of them fails.
+# Runs the fuzz targets of a build one after the other, each for SECONDS, with the seeds in corpus/ and the words of its
+# .dict. New inputs and crashing inputs stay in the build folder. Fails if a target fails.
 set -euo pipefail
 here="$(cd "$(dirname "$0")" && pwd)"
 build="$(cd "$1" && pwd)"

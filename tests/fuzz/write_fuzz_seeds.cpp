@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace quarn::sample;  // NOLINT(google-build-using-namespace): all of it is wanted
+using namespace quarn::sample;  // NOLINT(google-build-using-namespace): uses most of it
 
 PlistDictionary job() {
   return {{"Label", "com.example.agent"},
@@ -93,7 +93,7 @@ void addBills(const Seeds& seeds) {
 
 }  // namespace
 
-/// Writes a few small files of each format below the folder it is given: where the fuzz targets begin.
+/// Writes small files of each format below a folder, as seeds for the fuzz targets.
 int main(int count, char** arguments) {
   if (count != 2) {
     std::cerr << "usage: write_fuzz_seeds FOLDER\n";

@@ -1,5 +1,4 @@
-"""Installs a build tree somewhere, moves the whole prefix, and writes a sample volume with the moved command: what the tests
-behind this one work with.
+"""Installs a build, moves the prefix, and writes a sample volume with the moved command, for the tests that follow.
 
 Usage: install.py BUILD PREFIX SAMPLE
 """

@@ -1,4 +1,4 @@
-"""Tests of an installed and moved prefix, of what builds on it, and of the packages.
+"""Tests of an installed and moved prefix, of programs that use it, and of the packages.
 
 Usage: installation_tests.py TEST_CLASS; the environment names PREFIX (moved), SAMPLE (volume), BUILD (the prefix's build tree),
 SOURCE, CXX and CXXFLAGS.
@@ -23,7 +23,7 @@ QUARN = PREFIX / "bin" / "quarn"
 
 
 def run(*words, status=0, **options):
-    """What the command prints; an unexpected status ends the test with all that it said."""
+    """The output of a command. Fails the test with that output if the exit status is unexpected."""
     done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False, **options)
     if done.returncode != status:
         raise AssertionError(f"{words} ended with {done.returncode}:\n{done.stdout}{done.stderr}")
@@ -43,7 +43,7 @@ def on_sample(*words):
 
 
 class Layout(TestCase):
-    def test_the_command_finds_its_resources_wherever_the_prefix_lies(self):
+    def test_the_command_finds_its_resources_in_a_moved_prefix(self):
         profiles = [json.loads(file.read_text()) for file in (SOURCE / "QuarnCore/vendors/resources/vendors").glob("*.json")]
         shipped = {(profile["id"], profile["displayName"]) for profile in profiles}
         lines = [json.loads(line) for line in run(QUARN, "vendors", "--ndjson").splitlines()]
@@ -52,7 +52,7 @@ class Layout(TestCase):
         signatures = json.loads(on_sample("storage", "--json"))["categories"]["games"]
         self.assertGreater(signatures["allocatedBytes"], 0)
 
-    def test_it_finds_them_through_a_link_to_the_command_too(self):
+    def test_the_command_finds_its_resources_through_a_symbolic_link(self):
         link = self.folder / "linked"
         link.symlink_to(QUARN)
         self.assertEqual(run(link, "vendors", "--ndjson"), run(QUARN, "vendors", "--ndjson"))
@@ -61,13 +61,13 @@ class Layout(TestCase):
         words = ["plan", "Lumen Notes", "--locale"]
         self.assertNotEqual(on_sample(*words, "de_DE"), on_sample(*words, "en_US"))
 
-    def test_without_its_resources_the_command_knows_no_vendor(self):
+    def test_the_command_lists_no_vendors_without_resources(self):
         alone = self.folder / "alone" / "bin" / "quarn"
         alone.parent.mkdir(parents=True)
         shutil.copy(QUARN, alone)
         self.assertEqual(run(alone, "vendors", "--ndjson"), "")
 
-    def test_manual_and_completions_are_those_of_the_command(self):
+    def test_manual_and_completions_match_the_command(self):
         share = PREFIX / "share"
         with gzip.open(share / "man/man1/quarn.1.gz", "rt", encoding="utf-8") as page:
             self.assertEqual(page.read(), run(QUARN, "manual"))
@@ -76,14 +76,14 @@ class Layout(TestCase):
         for shell, place in places.items():
             self.assertEqual((share / place).read_text(encoding="utf-8"), run(QUARN, "completions", shell), shell)
 
-    def test_links_between_the_installed_pages_and_examples_hold(self):
+    def test_links_between_installed_pages_and_examples_work(self):
         pages = list((PREFIX / "share/doc/quarn").rglob("*.md"))
         self.assertGreater(len(pages), 10)
         for page in pages:
             for target in re.findall(r"\]\(([^)#: ]+)(?:#[^)]*)?\)", page.read_text(encoding="utf-8")):
                 self.assertTrue((page.parent / target).exists(), f"{page.name}: {target}")
 
-    def test_nothing_names_where_it_was_built_or_installed_first(self):
+    def test_no_file_contains_the_build_folder_or_the_first_prefix(self):
         files = [file for file in PREFIX.rglob("*") if file.suffix in (".cmake", ".pc", ".h")]
         self.assertGreater(len(files), 40)
         for file in files:
@@ -91,7 +91,7 @@ class Layout(TestCase):
             for place in (str(BUILD), str(SOURCE), "first place"):
                 self.assertNotIn(place, text, file.name)
 
-    def test_destdir_is_put_before_the_prefix(self):
+    def test_destdir_precedes_the_prefix(self):
         place = self.folder / "staged"
         environment = {**os.environ, "DESTDIR": str(place)}
         run("cmake", "--install", BUILD, "--prefix", "/opt/quarn", "--component", "runtime", env=environment)
@@ -101,7 +101,7 @@ class Layout(TestCase):
 
 
 class Headers(TestCase):
-    def test_all_compile_without_any_other_library(self):
+    def test_public_headers_compile_without_other_libraries(self):
         headers = sorted(file.relative_to(PREFIX / "include/quarncore") for file in PREFIX.rglob("*.h"))
         self.assertEqual({header.parts[0] for header in headers},
                          {"QuarnPlatform", "QuarnModels", "QuarnSystem", "QuarnCore"})
@@ -114,7 +114,7 @@ class Headers(TestCase):
 
 
 class Consumers(TestCase):
-    """The example project, built on the moved prefix and run on the sample volume."""
+    """Builds the example project with the moved prefix and runs it on the sample volume."""
 
     def expected(self):
         found = json.loads(on_sample("inspect", "Lumen Notes", "--json"))["artifacts"]
@@ -149,7 +149,7 @@ class Consumers(TestCase):
         run("make", "-C", folder, f"PKG_CONFIG_PATH={file.parent}", f"CXXFLAGS=-O0 {os.environ['CXXFLAGS']}")
         self.check(folder / "inspect_app")
 
-    def test_a_version_that_is_not_there_is_refused(self):
+    def test_an_unavailable_version_is_refused(self):
         folder = self.folder / "later"
         folder.mkdir()
         (folder / "CMakeLists.txt").write_text(
@@ -166,10 +166,10 @@ class Packages(TestCase):
         run("cpack", "--config", config, "-B", cls.folder, "-D", "CPACK_DEBIAN_COMPRESSION_TYPE=none")
         cls.packages = {file.name.split("_")[0]: file for file in cls.folder.glob("*.deb")}
 
-    def test_there_is_one_for_users_and_one_for_developers(self):
+    def test_there_is_a_package_for_users_and_one_for_developers(self):
         self.assertEqual(set(self.packages), {"quarn", "libquarncore-dev"})
 
-    def test_what_they_need_is_named(self):
+    def test_the_packages_declare_their_dependencies(self):
         needs = run("dpkg", "-f", self.packages["quarn"], "Depends")
         for library in ("libc6", "libicu", "libplist", "libspdlog", "libstdc++6"):
             self.assertIn(library, needs)
@@ -178,7 +178,7 @@ class Packages(TestCase):
         for package in (f"quarn (= {version})", "libicu-dev", "libplist-dev", "libspdlog-dev", "libfmt-dev"):
             self.assertIn(package, needs)
 
-    def test_everything_lies_below_usr_and_is_roots(self):
+    def test_all_files_are_below_usr_and_belong_to_root(self):
         for package in self.packages.values():
             for line in run("dpkg", "-c", package).splitlines():
                 mode, owner, *_ = line.split()
@@ -186,7 +186,7 @@ class Packages(TestCase):
                 self.assertNotIn("w", mode[4:], line)
                 self.assertIn(" ./usr/", line)
 
-    def test_what_is_unpacked_works(self):
+    def test_the_unpacked_command_works(self):
         place = self.folder / "unpacked"
         for package in self.packages.values():
             run("dpkg", "-x", package, place)

@@ -1,5 +1,5 @@
-// The search for leaks traces its own process, which the system refuses when the process was started with another
-// user's rights than its own, as tests of denied access start it.
+// The leak checker traces its own process. The kernel refuses this if the process changed its user when it started, as
+// the tests of denied access do.
 
 #include <sys/auxv.h>
 
