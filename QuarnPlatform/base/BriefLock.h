@@ -4,8 +4,8 @@
 
 namespace quarn {
 
-/// Locks a mutex that nobody holds for long: tries for a while before the thread falls asleep, because falling asleep
-/// and being woken take longer than waiting does.
+/// Locks a mutex that is only held briefly. Spins before it blocks, because blocking and waking up take longer than
+/// the wait.
 inline void lockBriefly(std::unique_lock<std::mutex>& lock) {
   constexpr int kAttempts = 200;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {

@@ -4,12 +4,12 @@
 
 namespace quarn {
 
-/// Adds two byte counts or counters; ends the program when the sum does not fit, because a wrapped count is a lie.
+/// Adds two byte counts. Terminates the program on overflow, because a wrapped count would be wrong.
 std::int64_t checkedAdd(std::int64_t left, std::int64_t right);
 
-/// What an item or a set of items takes, in bytes. A plain value; sums are component by component and checked.
+/// The size of one or more items in bytes. Sums are per component and checked for overflow.
 struct ByteCounts {
-  std::int64_t allocatedBytes = 0;  ///< space on the disk: 512 × the item's blocks
+  std::int64_t allocatedBytes = 0;  ///< space on disk: 512 × the number of blocks
   std::int64_t logicalBytes = 0;    ///< length of the content
 
   ByteCounts& operator+=(const ByteCounts& other);

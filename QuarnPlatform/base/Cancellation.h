@@ -5,8 +5,7 @@
 
 namespace quarn {
 
-/// A flag that one side sets and long operations poll. Copies share the flag; safe to use from any thread.
-/// A default-made value can be cancelled too; `Cancellation::never()` cannot and costs nothing to poll.
+/// A flag that one side sets and long operations poll. Copies share the flag. Thread-safe.
 class Cancellation {
  public:
   Cancellation() : flag_(std::make_shared<std::atomic<bool>>(false)) {}

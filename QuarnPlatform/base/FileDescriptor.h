@@ -4,7 +4,7 @@
 
 namespace quarn {
 
-/// Owns an open file descriptor and closes it; movable, not copyable.
+/// Owns an open file descriptor. Movable, not copyable.
 class FileDescriptor {
  public:
   FileDescriptor() = default;
@@ -15,7 +15,7 @@ class FileDescriptor {
 
   [[nodiscard]] int get() const { return descriptor_; }
   [[nodiscard]] bool isOpen() const { return descriptor_ >= 0; }
-  /// A second descriptor of the same opening; closed when the system has none left.
+  /// A duplicate that refers to the same open file description; closed if the process has no descriptors left.
   [[nodiscard]] FileDescriptor duplicate() const;
   int release() { return std::exchange(descriptor_, -1); }
   void reset();

@@ -6,8 +6,8 @@
 
 namespace quarn {
 
-/// The one exception that leaves the libraries: a system call on the inspected volume failed. Holds the errno
-/// (`code()`), the path as the Mac names it, and the operation ("open", "list"). `what()` reads "open /Users/ann:
+/// A failed system call on the inspected volume. The only exception that the library throws. Holds the errno
+/// (`error()`), the path on the Mac, and the operation ("open", "list"). `what()` is like "open /Users/ann:
 /// Permission denied".
 class FileError : public std::system_error {
  public:
@@ -22,11 +22,11 @@ class FileError : public std::system_error {
   std::string path_;
 };
 
-/// Throws the error that `errno` holds now. The only place where errno becomes an exception.
+/// Throws a FileError with the current errno. Only these functions turn an errno into an exception.
 [[noreturn]] void throwFileError(std::string_view operation, std::string_view path);
 [[noreturn]] void throwFileError(int error, std::string_view operation, std::string_view path);
 
-/// The symbolic name of an errno, "EACCES"; "E" and the number for one that has no name here.
+/// The symbolic name of an errno: "EACCES". "E" and the number if it has no name here.
 std::string errnoName(int error);
 
 }  // namespace quarn

@@ -25,7 +25,7 @@ void inParallel(std::size_t count, const std::function<void(std::size_t index)>&
   try {
     if (count >= kFew) helper = std::async(std::launch::async, takeTurns);
   } catch (const std::system_error&) {
-    // No thread to be had.
+    // Could not start a thread; the calling thread does all the work.
   }
   takeTurns();
   if (helper.valid()) helper.get();

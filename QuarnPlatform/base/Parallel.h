@@ -8,14 +8,14 @@
 
 namespace quarn {
 
-/// Calls `work(index)` once for each index below `count`, on the calling thread and on a further one, and returns when
-/// all are done. Which thread takes which index, and in which order, is open: `work` must be safe to call from two
-/// threads at once. Its first exception is thrown on, after the calls that had begun. Without a further thread to be
-/// had, the calling one does everything.
+/// Calls `work(index)` once for each index below `count`, on the calling thread and one more thread, and returns when
+/// all calls are done. The order and the assignment to threads are unspecified, so `work` must be thread-safe. If a
+/// call throws, rethrows the first exception after the running calls have ended. Without a second thread, the calling
+/// thread does all the work.
 void inParallel(std::size_t count, const std::function<void(std::size_t index)>& work);
 
-/// What `make(index)` gives for the indices below `count`, in their order, those left out for which it gives nothing.
-/// Called as `inParallel` calls.
+/// Collects the results of `make(index)` for all indices below `count`, in order, without absent results. Calls
+/// `make` like `inParallel`.
 template <class Value>
 std::vector<Value> collectInParallel(std::size_t count,
                                      const std::function<std::optional<Value>(std::size_t index)>& make) {

@@ -10,8 +10,8 @@
 
 namespace quarn {
 
-/// One folder's entries, straight from the system: names and types in the order of the disk, no path built, no call per
-/// entry. One reader is reused for many folders; it owns one buffer. Not safe for use from two threads at once.
+/// Lists one folder: names and types in disk order, without building paths and without a system call per entry. Reuse
+/// one reader for many folders; it owns one buffer. Not thread-safe.
 ///
 ///   reader.start(folder);
 ///   while (reader.readMore()) {
@@ -21,13 +21,13 @@ namespace quarn {
 class DirectoryReader {
  public:
   struct Entry {
-    std::string_view
-        name;  ///< valid until the next call of `readMore`, `start` or `resume`; a NUL stands behind its end
+    /// NUL-terminated. Valid until the next call of `readMore`, `start` or `resume`.
+    std::string_view name;
     FileType type = FileType::other;
     bool hidden = false;  ///< see `HiddenItems`
   };
 
-  /// Entries taken from one reader for another one; opaque.
+  /// Entries to pass from one reader to another; opaque.
   using Stretch = std::string;
 
   DirectoryReader();
@@ -35,24 +35,24 @@ class DirectoryReader {
   DirectoryReader(const DirectoryReader&) = delete;
   DirectoryReader& operator=(const DirectoryReader&) = delete;
 
-  /// Starts listing an open folder where its descriptor stands; the descriptor stays the caller's.
+  /// Starts listing an open folder at the descriptor's current position. The caller keeps the descriptor.
   void start(int folder);
-  /// Reads the next stretch of entries. False at the end or on an error, which `error()` then holds.
+  /// Reads the next batch of entries. Returns false at the end or on an error; see `error()`.
   bool readMore();
-  /// The next entry of the stretch read, "." and ".." left out; null at its end. The type of an entry that the file
-  /// system does not tell is looked up; an entry that vanished before that is left out.
+  /// The next entry of the batch, without "." and ".."; null at its end. Looks up the type if the file system does
+  /// not report it. Skips an entry that vanished before that lookup.
   const Entry* next();
-  /// The errno that ended the listing; 0 when it was read to its end.
+  /// The errno that ended the listing; 0 if it reached the end.
   [[nodiscard]] int error() const;
 
-  /// Takes the second half of the entries that `next()` has not given out yet, for the `resume` of another thread's
-  /// reader; empty when so few are left that sharing them does not pay.
+  /// Takes the second half of the entries that `next()` has not returned yet, for `resume` of another thread's
+  /// reader. Empty if there are too few to be worth sharing.
   [[nodiscard]] Stretch takeHalf();
-  /// Gives out, by `next()`, the entries that another reader's `takeHalf` took from the same folder.
+  /// Makes `next()` return the entries that `takeHalf` of another reader took from the same folder.
   void resume(int folder, Stretch stretch);
 
-  /// Sizes of the regular file `name` (NUL-terminated) of the open folder `parent`; false and errno when they cannot be
-  /// read: ENOENT when the item is no regular file any more, EOVERFLOW when a size does not fit.
+  /// Reads the sizes of the regular file `name` (NUL-terminated) in the open folder `parent`. On failure returns
+  /// false and sets errno: ENOENT if the item is no longer a regular file, EOVERFLOW if a size does not fit.
   static bool readSizes(int parent, const char* name, ByteCounts& sizes);
 
  private:

@@ -17,7 +17,7 @@ namespace quarn {
 namespace {
 
 constexpr std::size_t kBufferSize = 256u << 10;
-// About four hundred entries: below that handing over costs more than it gives.
+// About four hundred entries. Sharing fewer costs more than it saves.
 constexpr std::size_t kSmallestShare = 16u << 10;
 constexpr int kLookUpFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
 constexpr std::uint64_t kBlockSize = 512;
@@ -38,7 +38,7 @@ bool isSelfOrParent(std::string_view name) { return name == "." || name == "..";
 
 }  // namespace
 
-// The kernel's records lie one behind the other between `at` and `end`; each says how long it is.
+// The unread kernel records are between `at` and `end`; each holds its own length.
 struct DirectoryReader::State {
   std::unique_ptr<char[]> buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
   Stretch resumed;

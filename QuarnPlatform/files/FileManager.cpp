@@ -18,7 +18,8 @@ bool hasParentComponent(std::string_view path) {
   return std::find(names.begin(), names.end(), "..") != names.end();
 }
 
-/// Why an item cannot be opened as a regular file; 0 when it can. Asked right after it was looked up.
+/// The errno for an item that cannot be opened as a regular file, or 0. Call it right after the lookup, while errno
+/// is set.
 int refusal(const std::optional<ItemFacts>& found) {
   if (!found) return errno;
   if (found->type == FileType::directory) return EISDIR;
@@ -67,8 +68,8 @@ FileDescriptor FileManager::open(const std::string& path, OpenFor use, Links lin
   return item;
 }
 
-// The item that refused is the deepest on the way which can still be looked up: below a folder that cannot be searched,
-// however much is looked for, the folder is told.
+// Reports the deepest path component that can still be looked up. So one folder without search permission counts
+// once, however many items below it are looked up.
 void FileManager::noteDenial(std::string_view path, int error) const {
   if (error != EACCES && error != EPERM) return;
   while (path != "/" && !volume_->open(std::string(path), OpenFor::facts, Links::follow).isOpen()) {
@@ -157,7 +158,7 @@ FileDescriptor FileManager::openDirectory(const FileURL& url, Links links) const
   FileDescriptor folder = open(url.path(), OpenFor::folder, links);
   if (folder.isOpen()) return folder;
   const int error = errno;
-  // The system calls a link that is not followed no folder; it is worth telling apart.
+  // The kernel reports ENOTDIR for a link that is not followed. Report ELOOP instead, to distinguish it.
   const std::optional<ItemFacts> found = error == ENOTDIR ? facts(url, links) : std::nullopt;
   throwFileError(found && found->type == FileType::symbolicLink ? ELOOP : error, "list", url.path());
 }
@@ -169,8 +170,7 @@ OpenFile FileManager::openFile(const FileURL& url) const {
   return std::move(*file);
 }
 
-// Looked at before it is opened, for opening a device can already set it to work, and again afterwards, for the item
-// may have been exchanged.
+// Check the type before opening (opening a device can have effects) and after it (the item may have been replaced).
 std::optional<OpenFile> FileManager::openRegularFile(const FileURL& url, int& error) const {
   error = refusal(facts(url, Links::follow));
   if (error != 0) return std::nullopt;
@@ -204,7 +204,7 @@ std::optional<std::string> FileManager::readFileIfPossible(const FileURL& url, s
 
 std::string FileManager::standardizedPath(std::string_view path) const {
   if (path::isPlain(path)) return withoutPrivatePrefix(std::string(path));
-  while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);  // which would ask for a folder
+  while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);  // a trailing "/" requires a folder
   std::string result(path);
   if (hasParentComponent(path)) {
     if (std::optional<std::string> resolved = volume_->resolve(path)) result = std::move(*resolved);

@@ -19,21 +19,21 @@ class ReadReport;
 enum class OpenFor : std::uint8_t;
 class Volume;
 
-/// An entry of a listed folder: its URL (a folder's is known to be one) and its own type.
+/// An entry of a folder: its URL, marked as a folder if it is one, and its own type.
 struct DirectoryEntry {
   FileURL url;
   FileType type = FileType::other;
 };
 
-/// An open regular file, read by position. Movable; one owner.
+/// An open regular file for positional reads. Movable, not copyable.
 class OpenFile {
  public:
   OpenFile(FileDescriptor descriptor, std::uint64_t size, std::string path)
       : descriptor_(std::move(descriptor)), size_(size), path_(std::move(path)) {}
 
-  /// Length in bytes when the file was opened.
+  /// The length in bytes at the time of opening.
   [[nodiscard]] std::uint64_t size() const { return size_; }
-  /// Up to `count` bytes from `offset`; fewer at the end of the file. Throws FileError.
+  /// Reads up to `count` bytes at `offset`; fewer at the end of the file. Throws FileError.
   [[nodiscard]] std::string read(std::uint64_t offset, std::size_t count) const;
 
  private:
@@ -42,92 +42,92 @@ class OpenFile {
   std::string path_;
 };
 
-/// A copyable handle to one Mac volume, and the only door to its files: read-only by construction, for no operation
-/// here creates, changes or deletes. Every path is the Mac's ("/Users/ann/Library"); the handle alone knows where it
-/// lies on the host. On a mounted volume every look-up stays inside the volume's folder, symbolic links (absolute ones
-/// too) and ".." included. Paths may be longer than the system's PATH_MAX. Safe to use from several threads.
+/// A copyable handle to one Mac volume, and the only access to its files. It has no operation that creates, changes
+/// or deletes a file. All paths are paths on the Mac ("/Users/ann/Library"); only the handle knows the host's paths.
+/// On a mounted volume, lookups never leave the volume's folder, not through symbolic links (including absolute ones)
+/// and not through "..". Paths may be longer than PATH_MAX. Thread-safe.
 ///
-/// Operations that "cannot fail" answer false, empty or absent; the others throw FileError.
+/// Operations that cannot fail return false, empty or absent on errors. The others throw FileError.
 class FileManager {
  public:
-  /// The running system: root "/", home of the current user.
+  /// The running system, with the home folder of the current user.
   static FileManager host();
-  /// A Mac volume mounted (or copied) at `hostFolder`; `home` is the inspected user's home as the Mac names it and need
-  /// not exist. Throws FileError (operation "open volume") when `hostFolder` is no readable folder.
+  /// A Mac volume that is mounted or copied at `hostFolder`. `home` is the home folder of the inspected user, a path
+  /// on the Mac; it need not exist. Throws FileError (operation "open volume") if `hostFolder` is not a readable
+  /// folder.
   static FileManager mounted(const std::string& hostFolder, const FileURL& home);
 
   [[nodiscard]] const FileURL& homeDirectory() const;
-  /// The same volume with another home.
+  /// The same volume with another home folder.
   [[nodiscard]] FileManager withHome(const FileURL& home) const;
-  /// The same volume; what its walks and listings leave out is added to `report`, and what a look-up or an opening is
-  /// denied: the folder that does not let itself be searched or listed, the file that does not let itself be read.
+  /// The same volume with a report. Walks and listings add the items that they skip to `report`. Denied lookups add
+  /// the folder that denied access; denied reads add the file.
   [[nodiscard]] FileManager reportingTo(std::shared_ptr<ReadReport> report) const;
-  /// Where unreadable items go; may be null.
+  /// The report for unreadable items, or null.
   [[nodiscard]] ReadReport* readReport() const;
 
-  /// Whether an item of any type exists, links followed: false for a dangling link, a loop, an unreadable parent.
+  /// True if an item of any type exists. Follows links: false for a dangling link, a loop, or an unreadable parent.
   [[nodiscard]] bool itemExists(const FileURL& url) const;
-  /// The item's facts; absent when it cannot be looked up.
+  /// The facts of an item; absent if the lookup fails.
   [[nodiscard]] std::optional<ItemFacts> facts(const FileURL& url, Links links) const;
-  /// As `facts`; throws FileError (operation "stat") instead of answering absent.
+  /// The same, but throws FileError (operation "stat") if the lookup fails.
   [[nodiscard]] ItemFacts requireFacts(const FileURL& url, Links links) const;
-  /// Whether the item's own type is a folder (a link to a folder is not).
+  /// True if the item itself is a folder. A link to a folder is not.
   [[nodiscard]] bool isDirectory(const FileURL& url) const;
-  /// Whether a regular file, links followed, has any execute bit.
+  /// True if the item, after following links, is a regular file with an execute bit.
   [[nodiscard]] bool isExecutableFile(const FileURL& url) const;
-  /// Whether the item is a folder that the Finder shows as one item: by `isPackageName` or its FinderInfo's bundle bit.
+  /// True if the item is a package: a folder that the Finder shows as one item, by `isPackageName` or the bundle bit
+  /// of its FinderInfo.
   [[nodiscard]] bool isPackage(const FileURL& url) const;
 
-  /// `path` as a URL that is known to be a folder exactly when the item's own type is one.
+  /// Makes a URL from `path`, marked as a folder if the item itself is a folder.
   [[nodiscard]] FileURL url(std::string_view path) const;
-  /// `base` with `component` appended, likewise.
+  /// Appends `component` to `base`, and marks the result in the same way.
   [[nodiscard]] FileURL url(const FileURL& base, std::string_view component) const;
 
-  /// The URL of an item that exists, links followed; absent when none does.
+  /// The URL of an existing item, following links; absent if there is none.
   [[nodiscard]] std::optional<FileURL> existingURL(std::string_view path) const;
 
-  /// The folder's entries in ascending byte order of their names. A link to a folder lists that folder (the entries'
-  /// URLs keep the link's path). Throws FileError (operation "list"): ENOENT, EACCES, ENOTDIR.
+  /// The entries of a folder in ascending byte order of their names. A link to a folder lists that folder, but the
+  /// URLs of the entries keep the path of the link. Throws FileError (operation "list"): ENOENT, EACCES, ENOTDIR.
   [[nodiscard]] std::vector<DirectoryEntry> contentsOfDirectory(const FileURL& url, HiddenItems hidden) const;
-  /// The same; empty when the folder cannot be listed, which goes to the read report unless it is missing.
+  /// The same, but returns an empty list if the folder cannot be listed, and reports it unless it is missing.
   [[nodiscard]] std::vector<DirectoryEntry> contentsOrNone(const FileURL& url, HiddenItems hidden) const;
 
-  /// Opens a regular file, links followed. Never blocks on pipes. Throws FileError (operation "open"); EISDIR for a
+  /// Opens a regular file and follows links. Never blocks on pipes. Throws FileError (operation "open"): EISDIR for a
   /// folder, EINVAL for other special files.
   [[nodiscard]] OpenFile openFile(const FileURL& url) const;
-  /// A whole regular file of at most `maximumBytes`; EFBIG beyond that. Throws FileError.
+  /// Reads a whole regular file of at most `maximumBytes`. Throws FileError; EFBIG if it is larger.
   [[nodiscard]] std::string readFile(const FileURL& url, std::size_t maximumBytes) const;
-  /// The same; absent when the file cannot be read.
+  /// The same; absent if the file cannot be read.
   [[nodiscard]] std::optional<std::string> readFileIfPossible(const FileURL& url, std::size_t maximumBytes) const;
 
-  /// The standardised path: slash runs squeezed; only with a ".." component links are resolved when the item exists;
-  /// "." and
-  /// ".." removed; "/private" dropped where what is left exists and is no well-known root folder. A path in plain form
-  /// costs no disk access.
+  /// The standardised path, as Foundation defines it. Collapses repeated slashes and removes "." and "..". Resolves
+  /// links only if the path has a ".." component and the item exists. Removes "/private" if the rest exists and is
+  /// not a well-known root folder. A path that is already in plain form needs no disk access.
   [[nodiscard]] std::string standardizedPath(std::string_view path) const;
   [[nodiscard]] std::string standardizedPath(const FileURL& url) const { return standardizedPath(url.path()); }
   [[nodiscard]] FileURL standardized(const FileURL& url) const;
-  /// The link-free path of an item that exists, as it lies on the volume; absent when anything on the way is missing or
-  /// loops.
+  /// The path of an existing item without links; absent if a component is missing or links loop.
   [[nodiscard]] std::optional<std::string> realPath(const FileURL& url) const;
-  /// Every link resolved, then standardised; when anything on the way is missing or loops, only standardised.
+  /// Resolves all links and standardises the result. If a component is missing or links loop, only standardises.
   [[nodiscard]] std::string resolvedPath(const FileURL& url) const;
   [[nodiscard]] FileURL resolvingSymlinks(const FileURL& url) const;
 
-  /// A descriptor of the folder for the walking engine. Throws FileError (operation "list"): ENOTDIR for anything that
-  /// is no folder, ELOOP for a link that is not to be followed.
+  /// Opens a folder for the walking engine. Throws FileError (operation "list"): ENOTDIR if the item is not a folder,
+  /// ELOOP for a link that must not be followed.
   [[nodiscard]] FileDescriptor openDirectory(const FileURL& url, Links links) const;
 
-  /// Throws FileError (operation "statfs").
+  /// The space of the volume. Throws FileError (operation "statfs").
   [[nodiscard]] VolumeSpace space() const;
-  /// Where the volume lies on the host, "/" for the running system; for messages only.
+  /// The folder of the volume on the host, "/" for the running system. For messages only.
   [[nodiscard]] const std::string& hostFolder() const;
 
  private:
   FileManager(std::shared_ptr<const Volume> volume, FileURL home);
   [[nodiscard]] std::string withoutPrivatePrefix(std::string path) const;
   [[nodiscard]] FileDescriptor open(const std::string& path, OpenFor use, Links links) const;
-  /// Absent, and why in `error`, for what `openFile` throws on.
+  /// Absent where `openFile` throws, with the errno in `error`.
   [[nodiscard]] std::optional<OpenFile> openRegularFile(const FileURL& url, int& error) const;
   void noteDenial(std::string_view path, int error) const;
 

@@ -16,7 +16,7 @@ constexpr std::size_t kFlagsOffset = 8;
 constexpr unsigned char kBundleBitInFirstByte = 0x20;  // 0x2000 of the big-endian flags
 constexpr std::size_t kUsualListSize = 1024;
 
-// How the drivers of Mac file systems, and tools that copy their attributes to other ones, spell the name.
+// The attribute's names in drivers for Mac file systems, and in tools that copy attributes to other file systems.
 constexpr std::array<const char*, 3> kAttributeNames{"osx.com.apple.FinderInfo", "com.apple.FinderInfo",
                                                      "user.com.apple.FinderInfo"};
 
@@ -37,8 +37,8 @@ bool hasBundleBit(int folder, const char* attribute) {
 
 }  // namespace
 
-// Most folders have no attributes at all, so that the list, one call, decides. A list that is longer than usual, or
-// that the file system does not give, is not worth reading: asking for the three names is cheaper.
+// Most folders have no attributes, so listing them decides with one call. If the list is long or unavailable, query
+// the three names directly; this is cheaper than reading the list.
 bool hasBundleBit(int folderDescriptor) {
   std::array<char, kUsualListSize> buffer{};
   const ssize_t size = ::flistxattr(folderDescriptor, buffer.data(), buffer.size());

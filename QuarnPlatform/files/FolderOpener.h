@@ -6,26 +6,25 @@
 
 namespace quarn {
 
-/// What opening a folder gave.
+/// The result of opening a folder.
 struct OpenedFolder {
-  FileDescriptor descriptor;  ///< closed when the folder could not be opened
-  int error = 0;  ///< errno when closed: EXDEV for a mount point, ELOOP or ENOTDIR for what is no folder (any more)
+  FileDescriptor descriptor;  ///< closed on failure
+  int error = 0;  ///< errno if closed: EXDEV for a mount point; ELOOP or ENOTDIR if the item is not a folder
 };
 
-/// Opens the folders of one walk by their parents' descriptors, never through a link and never onto another device than
-/// the walk's root. A plain value, safe from any thread; it does not own the root.
+/// Opens the folders of a walk relative to their parents' descriptors. Never follows a link and never enters another
+/// device than that of the walk's root. Does not own the root. Thread-safe.
 class FolderOpener {
  public:
-  /// How another device is recognised: by the system while it opens, so that nothing of the other device is touched, or
-  /// by comparing device numbers afterwards.
+  /// How to detect another device: the kernel checks while opening and does not touch the other device, or we compare
+  /// device numbers afterwards.
   enum class DeviceCheck : std::uint8_t { bySystem, byNumber };
 
-  /// Chooses the check that works here: device numbers where the system cannot check, or where one mount holds several
-  /// devices.
+  /// Selects the check: device numbers if the kernel cannot check, or if one mount holds several devices.
   explicit FolderOpener(int root);
   FolderOpener(int root, DeviceCheck check);
 
-  /// Opens the folder `name` (NUL-terminated, no "/" in it) of the open folder `parent`.
+  /// Opens the folder `name` (NUL-terminated, without "/") in the open folder `parent`.
   [[nodiscard]] OpenedFolder open(int parent, const char* name) const;
 
  private:

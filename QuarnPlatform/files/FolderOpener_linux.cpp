@@ -27,13 +27,13 @@ std::uint64_t deviceOf(int descriptor) {
   return ::fstat(descriptor, &status) == 0 ? status.st_dev : 0;
 }
 
-// A subvolume of btrfs is a device of its own inside one mount, which the kernel's mount check does not see.
+// A btrfs subvolume is a separate device inside one mount, so the kernel's mount check does not detect it.
 bool holdsSeveralDevices(int root) {
   struct statfs status {};
   return ::fstatfs(root, &status) == 0 && status.f_type == BTRFS_SUPER_MAGIC;
 }
 
-// Older kernels and some containers' filters have no openat2.
+// openat2 is missing in older kernels and blocked by some container filters.
 bool systemCanCheck(int root) { return FileDescriptor(openOnSameMount(root, ".")).isOpen(); }
 
 OpenedFolder opened(int descriptor) {

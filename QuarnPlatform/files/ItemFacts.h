@@ -7,24 +7,25 @@
 
 namespace quarn {
 
-/// An item's own type; exactly one holds, and a link to a folder is a link. Sockets, pipes and devices are `other`.
+/// The type of the item itself; a link to a folder is a link. Sockets, pipes and devices are `other`.
 enum class FileType : std::uint8_t { regular, directory, symbolicLink, other };
 
-/// Whether a look-up goes through a symbolic link at the end of the path. Links on the way are always followed.
+/// Whether a lookup follows a symbolic link at the end of the path. Links in the middle are always followed.
 enum class Links : std::uint8_t { follow, doNotFollow };
 
-/// Whether hidden items take part. Hidden: the name begins with "." (on macOS also UF_HIDDEN or the Finder's bit).
+/// Whether to include hidden items. An item is hidden if its name begins with "." (on macOS also by UF_HIDDEN or the
+/// Finder's flag).
 enum class HiddenItems : std::uint8_t { include, skip };
 
-/// Whether a walk goes into packages, the folders that the Finder shows as one item (see `isPackageName`).
+/// Whether a walk enters packages, the folders that the Finder shows as one item (see `isPackageName`).
 enum class PackageContents : std::uint8_t { enter, skip };
 
-/// What the file system says of one item.
+/// What the file system reports about an item.
 struct ItemFacts {
   FileType type = FileType::other;
-  ByteCounts sizes;            ///< of a regular file; zero for everything else, folders too
-  bool anyExecuteBit = false;  ///< some execute bit is set
-  std::uint64_t device = 0;    ///< with `inode` the item's identity
+  ByteCounts sizes;            ///< zero unless it is a regular file
+  bool anyExecuteBit = false;  ///< at least one execute bit is set
+  std::uint64_t device = 0;    ///< identifies the item together with `inode`
   std::uint64_t inode = 0;
 };
 

@@ -4,12 +4,12 @@
 
 namespace quarn {
 
-/// Whether a folder of this name is a package by its extension, letter case ignored. Frameworks and .lproj folders are
-/// not: the Finder browses them.
+/// True if a folder with this name is a package by its extension, ignoring case. Frameworks and .lproj folders are
+/// not packages: the Finder opens them as folders.
 bool isPackageName(std::string_view name);
 
-/// Whether the open folder's FinderInfo has the bundle bit (0x2000, big-endian flags at byte 8 of a 32-byte attribute).
-/// False when there is no such attribute or the file system keeps none.
+/// True if the FinderInfo of the open folder has the bundle bit (0x2000 in the big-endian flags at byte 8 of the
+/// 32-byte attribute). False if there is no such attribute.
 bool hasBundleBit(int folderDescriptor);
 
 }  // namespace quarn

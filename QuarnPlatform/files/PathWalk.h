@@ -10,17 +10,17 @@
 
 namespace quarn {
 
-/// Where a walk along a path ended: the open folder that holds the item, and the link-free names from the root down to
-/// the item. No names: the item is the root, and the folder is the root itself.
+/// The result of walking a path: the open folder that holds the item, and the link-free names from the root to the
+/// item. Without names, the item is the root, and so is the folder.
 struct WalkedPlace {
   FileDescriptor folder;
   std::vector<std::string> names;
 };
 
-/// Follows `path` below the open folder `root`, one component at a time and never through a link that the system
-/// follows by itself: nothing leads out of the root, and no path is too long. Links at the end are followed as told,
-/// those on the way always; at most 33 in all. Work grows with the path's length alone. Absent, and errno, when
-/// anything is missing, is no folder on the way, or is one link too many.
+/// Walks `path` below the open folder `root`, one component at a time. The kernel never follows a link, so the walk
+/// cannot leave the root, and the path can have any length. `links` decides about a link at the end; links in the
+/// middle are always followed, at most 33 in total. Time is linear in the length of the path. Absent, with errno set,
+/// if a component is missing or is not a folder, or if there are too many links.
 std::optional<WalkedPlace> walkBelow(int root, std::string_view path, Links links);
 
 }  // namespace quarn

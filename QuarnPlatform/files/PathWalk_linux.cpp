@@ -12,7 +12,7 @@
 namespace quarn {
 namespace {
 
-// As many expansions as macOS makes before it calls a chain of links a loop.
+// macOS reports a loop after as many expansions.
 constexpr int kMaximumLinkExpansions = 33;
 constexpr int kLookOnly = O_PATH | O_NOFOLLOW | O_CLOEXEC;
 
@@ -55,7 +55,7 @@ class PathWalk {
   void putFirst(std::string_view path) {
     const std::vector<std::string_view> names = path::names(path);
     for (auto name = names.rbegin(); name != names.rend(); ++name) pending_.emplace_front(*name);
-    // "a/" and "a/." ask for a folder.
+    // "a/" and "a/." require a folder.
     if (!names.empty() && path.ends_with('/')) pending_.insert(pending_.begin() + std::ssize(names), ".");
   }
 
@@ -81,7 +81,7 @@ class PathWalk {
     return true;
   }
 
-  // The root is its own parent; the system is never asked for what lies above it.
+  // The root is its own parent; the walk never goes above it.
   bool toParent() {
     if (names_.empty()) return true;
     names_.pop_back();
@@ -99,8 +99,8 @@ class PathWalk {
     return true;
   }
 
-  // A folder renamed during the walk could have taken ".." out of the root, so a walk that went up proves its way
-  // again.
+  // If a folder was renamed during the walk, ".." could have left the root. So a walk that went up checks its path
+  // again from the root.
   std::optional<WalkedPlace> end() {
     if (wentUp_ || !folder_.isOpen()) folder_ = wayDown();
     if (!folder_.isOpen()) return std::nullopt;
@@ -122,9 +122,9 @@ class PathWalk {
   int root_;
   Links links_;
   std::deque<std::string> pending_;
-  std::vector<std::string> names_;  // of `item_`
+  std::vector<std::string> names_;  // the path of `item_`
   FileDescriptor item_;
-  FileDescriptor folder_;  // that holds `item_`, when it is known
+  FileDescriptor folder_;  // the parent of `item_`, if known
   int expansions_ = 0;
   bool wentUp_ = false;
 };

@@ -9,28 +9,27 @@
 
 namespace quarn {
 
-/// Why an item could not be read.
+/// The reason why an item could not be read.
 enum class UnreadableCause : std::uint8_t { permission, vanished, otherDevice, loop, other };
 
-/// One folder or item that a walk or a look-up left out.
+/// A folder or item that a walk or a lookup skipped.
 struct UnreadableItem {
-  std::string path;  ///< as the Mac names it
+  std::string path;  ///< path on the Mac
   UnreadableCause cause = UnreadableCause::other;
   int error = 0;  ///< errno; 0 for a mount point that was not entered
 
   friend bool operator==(const UnreadableItem&, const UnreadableItem&) = default;
 };
 
-/// Collects what could not be read while operations go on past it. An item counts once for each cause, however often it
-/// is come by. Safe from any thread; memory is bounded: the first items are kept, `kKeptItems` at most and with paths
-/// of `kKeptBytes` at most, the rest only counted, and each time. A walk on several threads adds in no particular
-/// order.
+/// Collects the items that operations could not read. An item counts once per cause, however often it is met.
+/// Thread-safe. Memory is bounded: the report keeps at most `kKeptItems` items with at most `kKeptBytes` of paths,
+/// and only counts the others, without detecting repetitions. The order of items from a parallel walk is unspecified.
 class ReadReport {
  public:
   static constexpr std::size_t kKeptItems = 10'000;
   static constexpr std::size_t kKeptBytes = 4'000'000;
 
-  /// `error` is an errno; EXDEV stands for a mount point that was not entered.
+  /// `error` is an errno; EXDEV means a mount point that was not entered.
   void add(std::string path, int error);
   void addOtherDevice(std::string path);
 
@@ -43,12 +42,12 @@ class ReadReport {
 
   mutable std::mutex mutex_;
   std::vector<UnreadableItem> items_;
-  std::set<std::pair<UnreadableCause, std::string>> known_;  ///< cause and path of the items kept
+  std::set<std::pair<UnreadableCause, std::string>> known_;  ///< causes and paths of the kept items
   std::size_t keptBytes_ = 0;
   std::uint64_t counts_[5] = {};
 };
 
-/// The cause that an errno stands for.
+/// Maps an errno to a cause.
 UnreadableCause unreadableCause(int error);
 
 }  // namespace quarn

@@ -10,26 +10,26 @@
 
 namespace quarn {
 
-/// What an open descriptor is wanted for. Every opening is read-only, close-on-exec and never blocks.
+/// The purpose of opening an item. All opens are read-only, close-on-exec and non-blocking.
 enum class OpenFor : std::uint8_t { facts, folder, file };
 
-/// The system's side of a file manager: one open root folder, below which every look-up stays. Immutable; used from any
-/// thread. The bodies are the operating system's own, one file each.
+/// The system-specific part of a file manager: an open root folder that lookups never leave. Immutable and
+/// thread-safe. Each operating system has its own implementation file.
 class Volume {
  public:
   /// Throws FileError (operation "open volume").
   explicit Volume(const std::string& hostFolder);
 
-  /// Opens an item by the Mac's path; a closed descriptor and errno when that fails.
+  /// Opens an item by its path on the Mac. On failure, returns a closed descriptor and sets errno.
   [[nodiscard]] FileDescriptor open(std::string_view path, OpenFor purpose, Links links) const;
-  /// The path with every link on the way resolved; absent when anything is missing or there are too many links.
+  /// The path with all links resolved; absent if a component is missing or there are too many links.
   [[nodiscard]] std::optional<std::string> resolve(std::string_view path) const;
-  /// The facts of what a descriptor holds; absent and errno when they cannot be read.
+  /// The facts of an open item. Absent, with errno set, on failure.
   [[nodiscard]] static std::optional<ItemFacts> facts(int descriptor);
   [[nodiscard]] VolumeSpace space() const;
   [[nodiscard]] const std::string& hostFolder() const { return hostFolder_; }
 
-  /// The current user's home folder on the running system.
+  /// The home folder of the current user on the running system.
   static std::string currentHome();
 
  private:

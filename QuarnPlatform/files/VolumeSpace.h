@@ -4,7 +4,7 @@
 
 namespace quarn {
 
-/// Space of the file system that holds a volume's root, in bytes. Free is what a user may still fill.
+/// The space of the volume's file system in bytes. Free space is what is available to unprivileged users.
 struct VolumeSpace {
   std::int64_t totalBytes = 0;
   std::int64_t freeBytes = 0;

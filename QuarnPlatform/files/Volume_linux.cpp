@@ -56,12 +56,12 @@ int openInRoot(int root, const std::string& relativePath, int flags, std::uint64
   return static_cast<int>(result);
 }
 
-// The system cannot answer, as opposed to: the system answers no.
+// True if the kernel could not perform the lookup, as opposed to a negative result.
 bool needsWalking(int error) {
   return error == ENOSYS || error == EPERM || error == EAGAIN || error == E2BIG || error == EINVAL;
 }
 
-// The system's calls end a path at a NUL and would find another item.
+// A NUL would end the path in the kernel and select another item.
 bool holdsNul(std::string_view path) { return path.find('\0') != std::string_view::npos; }
 
 }  // namespace
@@ -91,7 +91,7 @@ FileDescriptor Volume::openByWalking(std::string_view path, int flags, Links lin
   return FileDescriptor(::openat(place->folder.get(), name, flags | O_NOFOLLOW));
 }
 
-// One call tells that nothing is there, or that no link is on the way, which is what nearly all look-ups find.
+// One call finds out that the item is missing or that the path has no links; nearly all lookups end here.
 std::optional<std::string> Volume::resolve(std::string_view path) const {
   if (holdsNul(path)) return std::nullopt;
   if (path.size() < kLongestSystemPath) {

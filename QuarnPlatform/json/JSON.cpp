@@ -11,8 +11,8 @@ namespace {
 
 using nlohmann::json;
 
-/// Builds the value from the reader's events. It stands in for the library's own builder for three rules which that
-/// does not have: bounded nesting, the first of equal keys wins, and no number loses its value by underflow.
+/// Builds the value from the parser's events. Replaces the library's builder, which lacks three rules: limited
+/// nesting, the first of repeated keys wins, no number underflows to zero.
 class TreeBuilder final : public nlohmann::json_sax<json> {
  public:
   bool null() override { return add(json()); }
@@ -45,7 +45,7 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
  private:
   struct Container {
     json value;
-    std::string key;  ///< of the member that comes next, in an object
+    std::string key;  ///< the key of the next member of an object
   };
 
   bool open(json container) {
@@ -68,7 +68,7 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
       open_.back().value.push_back(std::move(value));
     } else {
       open_.back().value.emplace(std::move(open_.back().key),
-                                 std::move(value));  // does nothing for a key that is there
+                                 std::move(value));  // keeps the value of a repeated key
     }
     return true;
   }
@@ -83,7 +83,7 @@ class TreeBuilder final : public nlohmann::json_sax<json> {
   std::string problem_;
 };
 
-/// The library's messages begin with "[json.exception.parse_error.101] ", which says nothing to a reader.
+/// Removes the prefix "[json.exception.parse_error.101] " of the library's messages, which users do not need.
 std::string withoutCode(const std::string& message) {
   const std::size_t end = message.starts_with('[') ? message.find("] ") : std::string::npos;
   return end == std::string::npos ? message : message.substr(end + 2);
@@ -96,7 +96,7 @@ void report(std::string* problem, const std::string& text) {
 }  // namespace
 
 std::optional<json> parseJSON(std::string_view text, std::string* problem) {
-  // The library takes a NUL for the end of the text and would pass over what follows it.
+  // The library takes a NUL as the end of the text and would ignore the rest.
   if (text.find('\0') != std::string_view::npos) {
     report(problem, "holds a NUL byte");
     return std::nullopt;
@@ -110,7 +110,7 @@ std::optional<json> parseJSON(std::string_view text, std::string* problem) {
 }
 
 std::optional<std::int64_t> JSON::integer(const json& value) {
-  // 2^63, the first double that does not fit. Its negative would, but a longer literal is rounded to it too.
+  // 2^63, the first double that does not fit. -2^63 would fit, but longer literals are rounded to it too.
   constexpr double kLimit = 9223372036854775808.0;
   if (value.is_number_unsigned()) {
     const auto count = value.get<std::uint64_t>();

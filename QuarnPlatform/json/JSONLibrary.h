@@ -1,7 +1,7 @@
 #pragma once
 
-/// The one door to the JSON library's whole header. Its two kinds of value are instantiated once, in JSONLibrary.cpp,
-/// and not anew in every file that handles them. Headers that only name a value include <nlohmann/json_fwd.hpp>.
+/// The only file that includes the whole JSON library. Its two kinds of values are instantiated once, in
+/// JSONLibrary.cpp, to save compile time. Headers that only name a value include <nlohmann/json_fwd.hpp>.
 
 #include <nlohmann/json.hpp>
 

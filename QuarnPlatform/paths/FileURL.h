@@ -10,23 +10,22 @@
 
 namespace quarn {
 
-/// What the maker of a URL knows of the item: a URL "known to be a folder" is written with a trailing "/".
+/// Whether a URL is known to be a folder. The URL of a known folder ends in "/".
 enum class URLKind : std::uint8_t { item, directory };
 
-/// A place on a Mac volume: an absolute path as the Mac names it and whether it is known to be a folder. A plain value;
-/// it never touches the disk and never normalises: doubled slashes, "." and ".." stay (see
-/// `FileManager::standardized`). Paths are bytes, so any file name survives. Two URLs are equal when their paths are,
-/// whatever is known of the kind.
+/// An absolute path on a Mac volume, and whether it is known to be a folder. Never accesses the disk and never
+/// normalises: repeated slashes, "." and ".." stay (see `FileManager::standardized`). Paths are bytes, so any file
+/// name survives. URLs are equal if their paths are; the kind does not matter.
 class FileURL {
  public:
   /// The root, "/".
   FileURL() = default;
 
-  /// `path` must be absolute; trailing slashes are dropped and mean a folder. "/" is always a folder.
+  /// `path` must be absolute. Trailing slashes are removed and mark a folder. "/" is always a folder.
   explicit FileURL(std::string_view path, URLKind kind = URLKind::item);
 
-  /// Reads "file:///a%20b/" or a plain absolute path; absent for anything else (another scheme or host, a relative
-  /// path, a bad escape, an embedded NUL).
+  /// Parses "file:///a%20b/" or a plain absolute path. Absent for anything else: another scheme or host, a relative
+  /// path, an invalid escape, an embedded NUL.
   static std::optional<FileURL> parse(std::string_view text);
 
   /// The path without a trailing slash; "/" for the root.
@@ -34,18 +33,18 @@ class FileURL {
   [[nodiscard]] bool hasDirectoryPath() const { return kind_ == URLKind::directory; }
   [[nodiscard]] URLKind kind() const { return kind_; }
 
-  /// "file://" and the path with every byte outside RFC 3986's unreserved set and "/" percent-encoded in upper-case
-  /// hex; a folder ends in "/".
+  /// "file://" and the path. Bytes outside the unreserved set of RFC 3986 and "/" are percent-encoded in upper-case
+  /// hex. The URL of a known folder ends in "/".
   [[nodiscard]] std::string string() const;
 
-  /// See the functions of the same names in `Path.h`.
+  /// See the functions in `Path.h`.
   [[nodiscard]] std::string_view lastPathComponent() const;
   [[nodiscard]] std::vector<std::string_view> pathComponents() const;
   [[nodiscard]] std::string_view pathExtension() const;
 
-  /// One "/" at the seam; a "/" inside `component` adds levels; nothing is resolved.
+  /// Appends a component after one "/". A "/" in `component` adds levels. Does not resolve anything.
   [[nodiscard]] FileURL appending(std::string_view component, URLKind kind = URLKind::item) const;
-  /// The textual parent, a folder; the root is its own parent.
+  /// The textual parent, which is a folder. The root is its own parent.
   [[nodiscard]] FileURL deletingLastPathComponent() const;
 
   friend bool operator==(const FileURL& left, const FileURL& right) { return left.path_ == right.path_; }

@@ -5,7 +5,7 @@
 namespace quarn::path {
 namespace {
 
-// A file name extension with one of these in it is none: a space, or a mark that could reverse the text on screen.
+// A file name extension must not contain a space or a direction mark, which could reverse the displayed text.
 bool holdsInvalidExtensionCharacter(std::string_view text) {
   if (text.find(' ') != std::string_view::npos) return true;
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -25,7 +25,7 @@ std::string_view withoutTrailingSlashes(std::string_view path) {
   return path;
 }
 
-// Where the extension's dot stands in a last component; npos when there is no extension.
+// The position of the dot before the extension in a file name; npos if there is no extension.
 std::size_t extensionDot(std::string_view name) {
   const std::size_t dot = name.rfind('.');
   if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size()) return std::string_view::npos;

@@ -6,8 +6,8 @@
 
 namespace quarn {
 
-/// Standardised paths that each cover themselves and every path that goes on with "/" behind them. By that rule, which
-/// compares texts, "/" covers itself alone. A look-up costs one step a component, however many paths there are.
+/// A set of standardised paths. Each covers itself and all paths that continue it with "/". The rule compares text,
+/// so "/" covers only itself. A lookup costs one step per component, independent of the number of paths.
 class PathSet {
  public:
   [[nodiscard]] bool covers(std::string_view path) const {
@@ -20,7 +20,7 @@ class PathSet {
       trie_.insert(path, {});
     }
   }
-  /// Inserts the path unless it is covered; whether it was inserted.
+  /// Inserts the path unless it is covered. Returns true if it was inserted.
   bool insertUnlessCovered(std::string_view path) {
     if (covers(path)) return false;
     insert(path);

@@ -12,29 +12,29 @@
 
 namespace quarn {
 
-/// Values by path, walked component by component along with a tree, so that judging an item costs one step however many
-/// rules there are. Built once, then read from any thread.
+/// Maps paths to values. A walk steps through it component by component, so an item costs one step, independent of
+/// the number of rules. Build it first; then const access is thread-safe.
 template <class T>
 class PathTrie {
  public:
-  /// A place in the trie. `kNone` is outside: no rule lies there or below.
+  /// A node of the trie. `kNone` means that there are no rules at or below this path.
   using Node = std::uint32_t;
   static constexpr Node kNone = 0;
   static constexpr Node kRoot = 1;
 
-  /// Sets the value at a standardised absolute path, unless one is there: the first rule for a path holds.
+  /// Sets the value at a standardised absolute path. Keeps an existing value: the first rule for a path wins.
   void insert(std::string_view path, T value) {
     std::optional<T>& place = makePlace(path);
     if (!place) place = std::move(value);
   }
 
-  /// The value at a path, made by default when there is none: for values that gather several rules.
+  /// The value at a path; default-constructed if there is none. For values that combine several rules.
   T& valueAt(std::string_view path) {
     std::optional<T>& place = makePlace(path);
     return place ? *place : place.emplace();
   }
 
-  /// The place of `name` below `node`; `kNone` when no rule lies there or below.
+  /// The child `name` of `node`; `kNone` if there are no rules at or below it.
   [[nodiscard]] Node step(Node node, std::string_view name) const {
     const auto& children = nodes_[node].children;
     if (children.empty()) return kNone;
@@ -42,7 +42,7 @@ class PathTrie {
     return found == children.end() ? kNone : found->second;
   }
 
-  /// The place of a standardised absolute path.
+  /// The node of a standardised absolute path.
   [[nodiscard]] Node find(std::string_view path) const {
     Node node = kRoot;
     for (std::string_view name : path::names(path)) {
@@ -52,13 +52,13 @@ class PathTrie {
     return node;
   }
 
-  /// The value set exactly at `node`, or null.
+  /// The value at `node`, or null.
   [[nodiscard]] const T* value(Node node) const {
     const auto& value = nodes_[node].value;
     return value ? &*value : nullptr;
   }
 
-  /// The value of the longest rule that equals `path` or holds it, or null.
+  /// The value of the longest rule that equals `path` or contains it, or null.
   [[nodiscard]] const T* longestMatch(std::string_view path) const {
     Node node = kRoot;
     const T* best = value(node);

@@ -20,13 +20,13 @@ namespace {
 using nlohmann::json;
 using Sentences = std::map<std::string, std::string, std::less<>>;
 
-/// The sentences of the process's locale by their English originals.
+/// The translations of the current locale, by English sentence.
 Sentences& currentSentences() {
   static Sentences sentences;
   return sentences;
 }
 
-/// Under which names the catalogue may hold the locale's texts, best first: Xcode writes "pt-BR", the system "pt_BR".
+/// The possible names of the locale in the catalogue, best first. Xcode writes "pt-BR", the system "pt_BR".
 std::vector<std::string> catalogueNames(const Locale& locale) {
   std::string hyphenated = locale.identifier();
   std::replace(hyphenated.begin(), hyphenated.end(), '_', '-');
@@ -35,7 +35,7 @@ std::vector<std::string> catalogueNames(const Locale& locale) {
   return {hyphenated, underlined, locale.language()};
 }
 
-/// The member found by going down the keys; null pointer when one is missing.
+/// The member at the end of a chain of keys; null if one is missing.
 const json* descend(const json* value, std::initializer_list<std::string_view> keys) {
   for (const std::string_view key : keys) {
     if (value == nullptr) return nullptr;
@@ -44,7 +44,7 @@ const json* descend(const json* value, std::initializer_list<std::string_view> k
   return value;
 }
 
-/// The entry's text under the first of the names that has one; an empty text is one that nobody has translated yet.
+/// The first translation under one of the names. An empty text is an untranslated entry.
 std::optional<std::string> translation(const json& entry, const std::vector<std::string>& names) {
   for (const std::string& name : names) {
     const json* value = descend(&entry, {"localizations", name, "stringUnit", "value"});
@@ -67,19 +67,19 @@ Sentences readSentences(const Locale& locale, const ResourceBundle& bundle) {
   return sentences;
 }
 
-/// A format's arguments and how they are written: "%@" takes the next one, "%2$@" the second; "@" is the conversion.
+/// The arguments of a format and their placeholder: "%@" takes the next argument, "%2$@" the second; "@" is the
+/// conversion.
 struct Arguments {
   std::string_view conversion;
   std::span<const std::string_view> values;
 };
 
 struct Placeholder {
-  std::string_view text;   ///< what stands for it
-  std::size_t length = 0;  ///< of the placeholder; 0 when there is none
+  std::string_view text;   ///< its replacement
+  std::size_t length = 0;  ///< length of the placeholder; 0 if there is none
 };
 
-/// What stands at the "%" with which `rest` begins; `next` counts the arguments that placeholders without a position
-/// took.
+/// The placeholder at the "%" at the start of `rest`. `next` counts the arguments of placeholders without a position.
 Placeholder placeholder(std::string_view rest, const Arguments& arguments, std::size_t& next) {
   const std::string_view behind = rest.substr(1);
   if (behind.starts_with('%')) return {.text = "%", .length = 2};
@@ -92,7 +92,7 @@ Placeholder placeholder(std::string_view rest, const Arguments& arguments, std::
   return names ? Placeholder{arguments.values[position], 3 + arguments.conversion.size()} : Placeholder{};
 }
 
-/// The format with its placeholders replaced in one pass, so that a "%" inside an argument means nothing.
+/// Replaces all placeholders in one pass, so that a "%" inside an argument has no effect.
 std::string filled(std::string_view format, const Arguments& arguments) {
   std::string text;
   std::size_t next = 0;

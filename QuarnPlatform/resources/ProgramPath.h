@@ -4,8 +4,8 @@
 
 namespace quarn {
 
-/// The absolute path of the running program's file on the host, links resolved; empty when the system does not tell.
-/// One file per operating system.
+/// The absolute host path of the running program with links resolved; empty if the system does not provide it. One
+/// file per operating system.
 std::string programPath();
 
 }  // namespace quarn

@@ -28,7 +28,7 @@ bool staysInside(std::string_view relative) {
          std::find(names.begin(), names.end(), "..") == names.end();
 }
 
-/// The regular file's descriptor; not blocking, so that a pipe under a resource's name cannot hold the program.
+/// Opens a regular file. Non-blocking, so that a pipe in its place cannot block the program.
 FileDescriptor openRegularFile(const std::string& path) {
   FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat facts {};
@@ -36,7 +36,7 @@ FileDescriptor openRegularFile(const std::string& path) {
   return isRegular ? std::move(file) : FileDescriptor();
 }
 
-/// All bytes of the file; absent on an error or when there are more than the maximum, whatever its size claims to be.
+/// Reads the whole file. Absent on an error or above the maximum, even if the reported size is smaller.
 std::optional<std::string> readAll(const FileDescriptor& file) {
   constexpr std::size_t kChunk = 32u << 10;
   const auto chunk = std::make_unique_for_overwrite<char[]>(kChunk);

@@ -6,25 +6,25 @@
 
 namespace quarn {
 
-/// A folder of read-only resources on the host: what the library ships, or a folder in its place. A plain value.
+/// A host folder of read-only resources: the built-in ones or a replacement.
 class ResourceBundle {
  public:
-  /// Largest resource that is read, in bytes.
+  /// Maximum size of a resource in bytes.
   static constexpr std::size_t kMaximumBytes = 16u << 20;
 
-  /// The shipped resources: "share/quarn" beside the folder of the running program ("bin/quarn"), so that an
-  /// installation may be moved as a whole. Need not exist; then nothing is found.
+  /// The installed resources: "../share/quarn" relative to the folder of the running program, so an installation can
+  /// be moved. The folder need not exist; then the bundle is empty.
   static ResourceBundle shipped();
   explicit ResourceBundle(std::string folder) : folder_(std::move(folder)) {}
 
   [[nodiscard]] const std::string& folder() const { return folder_; }
 
-  /// Whether anything lies at "<folder>/<subdirectory>/<name>.<extension>", readable or not.
+  /// True if an item exists at "<folder>/<subdirectory>/<name>.<extension>", readable or not.
   [[nodiscard]] bool contains(std::string_view name, std::string_view extension,
                               std::string_view subdirectory = "") const;
 
-  /// The bytes of "<folder>/<subdirectory>/<name>.<extension>", exact names; absent when there is no such readable
-  /// file. A name that would leave the folder (a ".." component) finds nothing.
+  /// Reads the file "<folder>/<subdirectory>/<name>.<extension>". Names are case-sensitive. Absent if the file cannot
+  /// be read or a name has a ".." component.
   [[nodiscard]] std::optional<std::string> read(std::string_view name, std::string_view extension,
                                                 std::string_view subdirectory = "") const;
 

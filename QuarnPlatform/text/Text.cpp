@@ -9,7 +9,7 @@ namespace quarn {
 
 namespace {
 
-/// A function's own variable, so that a locale set before `main` (by a static initialiser of a test) finds it alive.
+/// Function-local, because a static initialiser of a test may set the locale before `main`.
 Locale& currentLocale() {
   static Locale locale;
   return locale;

@@ -6,18 +6,17 @@
 
 namespace quarn {
 
-/// A locale by its identifier, "de_DE"; "" is the root locale. A plain value.
+/// A locale identifier: "de_DE". "" is the root locale.
 class Locale {
  public:
   Locale() = default;
   explicit Locale(std::string identifier) : identifier_(std::move(identifier)) {}
 
   [[nodiscard]] const std::string& identifier() const { return identifier_; }
-  /// Lower-case language code, "de".
+  /// The lower-case language code: "de".
   [[nodiscard]] std::string language() const;
 
-  /// The process's current locale: the root locale until `setCurrent` is called, which `main` does once before any
-  /// work.
+  /// The locale of the process. It is the root locale unless `main` calls `setCurrent`, once, before any other work.
   static const Locale& current();
   static void setCurrent(Locale locale);
 
@@ -27,39 +26,42 @@ class Locale {
   std::string identifier_;
 };
 
-/// Text as Foundation treats it: characters are extended grapheme clusters, equality is canonical equivalence. Input is
-/// UTF-8; a byte that is not part of a valid sequence counts as U+FFFD. Pure functions, safe from any thread.
+/// Text operations that match Foundation: characters are extended grapheme clusters, and equality is canonical
+/// equivalence. Input is UTF-8; an invalid byte counts as U+FFFD. Pure functions; thread-safe.
 struct Text {
   Text() = delete;
 
-  /// Case- and diacritic-insensitive folding: bare Latin, Greek and Cyrillic letters, full case folding, other scripts'
-  /// marks kept. Only Turkish and Azerbaijani locales change it.
+  /// Folds case and diacritics: full case folding; Latin, Greek and Cyrillic letters lose their marks, other scripts
+  /// keep them. Depends on the locale only for Turkish and Azerbaijani.
   static std::string folded(std::string_view text, const Locale& locale = Locale::current());
-  /// Locale-independent lower case, full mappings, no final-sigma rule.
+  /// Lower case, independent of the locale: full mappings, without the final sigma rule.
   static std::string lowercased(std::string_view text);
-  /// A name folded, lower-cased and stripped of " ", "-" and "_": what resembling names share.
+  /// A folded and lower-cased name without " ", "-" and "_", to find similar names.
   static std::string normalizedKey(std::string_view name);
 
-  /// Number of characters (extended grapheme clusters; "\r\n" is one).
+  /// The number of characters (extended grapheme clusters). "\r\n" is one character.
   static std::size_t characterCount(std::string_view text);
 
-  /// Negative, zero or positive: localised comparison that ignores case (collation strength secondary, punctuation
-  /// counts, digits are no numbers). Equal for case-only and normalisation-only differences, so sort stably.
-  /// Each thread keeps the collator of the locale it used last; a locale that ICU does not take compares folded texts.
+  /// Localised comparison that ignores case: negative, zero or positive. Collation strength is secondary, punctuation
+  /// counts, digits are not numbers. Strings that differ only in case or normalisation are equal, so sort stably.
+  /// Each thread caches the collator of its last locale. If ICU does not support the locale, compares the folded
+  /// texts.
   static int localizedCaseInsensitiveCompare(std::string_view left, std::string_view right,
                                              const Locale& locale = Locale::current());
 
   /// Canonical equivalence: "é" equals "e" + U+0301.
   static bool equal(std::string_view left, std::string_view right);
-  /// A prefix that is canonically equivalent and ends where a character ends; "" is a prefix of everything.
+  /// True if a prefix of `text` is canonically equivalent to `prefix` and ends at a character boundary. "" is a
+  /// prefix of everything.
   static bool hasPrefix(std::string_view text, std::string_view prefix);
-  /// An occurrence that is canonically equivalent and not followed by a combining mark; "" occurs in nothing.
+  /// True if `text` contains a canonically equivalent text that is not followed by a combining mark. Nothing contains
+  /// "".
   static bool contains(std::string_view text, std::string_view part);
 
-  /// Columns that the text takes in a fixed-width font: East Asian wide characters take two, combining marks none.
+  /// Width in columns of a fixed-width font: East Asian wide characters take two, combining marks none.
   static std::size_t displayWidth(std::string_view text);
 
-  /// The text with each bad byte replaced by U+FFFD.
+  /// Replaces each invalid byte by U+FFFD.
   static std::string validUTF8(std::string_view bytes);
 };
 

@@ -21,7 +21,7 @@ BreakIterator openBreakIterator() {
   return BreakIterator(ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &status));
 }
 
-/// This thread's iterator, set to the text; null when ICU cannot serve, which takes an ICU without its data.
+/// The iterator of this thread, set to the text. Null if ICU fails, which happens only without its data.
 UBreakIterator* characters(std::u16string_view text) {
   thread_local const BreakIterator iterator = openBreakIterator();
   constexpr std::size_t kLongest = std::numeric_limits<std::int32_t>::max();

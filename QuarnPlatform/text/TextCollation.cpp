@@ -26,7 +26,7 @@ struct CollatorSetting {
   UColAttributeValue value;
 };
 
-// What the platform's case-insensitive comparison asks for; set for every locale, because some set them otherwise.
+// The settings of macOS's case-insensitive comparison. Set explicitly, because some locales have other defaults.
 // clang-format off
 constexpr std::array kCollatorSettings = {
     CollatorSetting{.attribute = UCOL_STRENGTH,           .value = UCOL_SECONDARY},      // accents count, case does not
@@ -47,8 +47,8 @@ Collator openCollator(const Locale& locale) {
   return U_SUCCESS(status) ? std::move(collator) : nullptr;
 }
 
-/// The locale's collator, null when ICU has none. Opening one costs some fifty comparisons, so each thread keeps the
-/// one of the locale that it used last; a process works in one locale.
+/// The collator of the locale; null if ICU has none. Opening one costs as much as some fifty comparisons, so each
+/// thread caches the collator of its last locale. A process uses one locale.
 const UCollator* threadCollator(const Locale& locale) {
   struct Kept {
     std::optional<Locale> locale;
@@ -69,7 +69,7 @@ bool equalIgnoringASCIICase(std::string_view left, std::string_view right) {
   });
 }
 
-/// Zero when nothing but case and normalisation tells the texts apart, else the order of the folded texts.
+/// Zero if the texts differ only in case and normalisation, else the order of the folded texts.
 int foldingOrder(const std::u16string& left, const std::u16string& right, bool turkic) {
   const std::uint32_t options = U_COMPARE_IGNORE_CASE | (turkic ? U_FOLD_CASE_EXCLUDE_SPECIAL_I : U_FOLD_CASE_DEFAULT);
   UErrorCode status = U_ZERO_ERROR;
@@ -78,7 +78,7 @@ int foldingOrder(const std::u16string& left, const std::u16string& right, bool t
   return U_SUCCESS(status) ? order : left.compare(right);
 }
 
-/// Without a collator the bare letters decide; then what `tie` says of accents.
+/// Without a collator, compares the folded letters, then uses `tie` for accents.
 int orderWithoutCollator(std::string_view left, std::string_view right, const Locale& locale, int tie) {
   const int order = Text::folded(left, locale).compare(Text::folded(right, locale));
   return order != 0 ? order : tie;

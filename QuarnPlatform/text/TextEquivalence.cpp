@@ -16,14 +16,14 @@ namespace {
 
 constexpr std::size_t kLongest = std::numeric_limits<std::int32_t>::max() / 4;
 
-/// The text's canonical composition (NFC), by which canonically equivalent texts are the same units.
+/// The canonical composition (NFC). Canonically equivalent texts have the same composition.
 std::u16string composedUnits(std::string_view text) {
   std::u16string units = unicode::toUTF16(text.substr(0, kLongest));
   UErrorCode status = U_ZERO_ERROR;
   const UNormalizer2* composer = unorm2_getNFCInstance(&status);
   const auto length = static_cast<std::int32_t>(units.size());
   if (U_FAILURE(status) || unorm2_spanQuickCheckYes(composer, units.data(), length, &status) == length) return units;
-  // Composition never lengthens a text more than threefold in UTF-16 (Unicode Standard Annex #15, "Expansion Factors").
+  // Composition makes a UTF-16 text at most three times as long (Unicode Standard Annex #15, "Expansion Factors").
   std::u16string normal(units.size() * 3, u'\0');
   const std::int32_t used = unorm2_normalize(composer, units.data(), length, normal.data(),
                                              static_cast<std::int32_t>(normal.size()), &status);
@@ -39,7 +39,8 @@ bool startsWithMark(std::u16string_view text) {
   return unicode::extendsCharacter(scalar);
 }
 
-/// For every prefix of `part` the length of its longest proper prefix that is its suffix too (Knuth, Morris and Pratt).
+/// The failure function of Knuth, Morris and Pratt: for every prefix of `part`, the length of the longest proper
+/// prefix that is also its suffix.
 std::vector<std::size_t> borders(std::u16string_view part) {
   std::vector<std::size_t> lengths(part.size(), 0);
   for (std::size_t at = 1, matched = 0; at < part.size(); ++at) {
@@ -50,7 +51,7 @@ std::vector<std::size_t> borders(std::u16string_view part) {
   return lengths;
 }
 
-/// Looks at every occurrence in linear time: both texts may be megabytes made to defeat a plain search.
+/// Linear time, because both texts may be megabytes of hostile input.
 bool containsUnmarked(std::u16string_view text, std::u16string_view part) {
   const std::vector<std::size_t> lengths = borders(part);
   for (std::size_t at = 0, matched = 0; at < text.size(); ++at) {
@@ -63,8 +64,8 @@ bool containsUnmarked(std::u16string_view text, std::u16string_view part) {
   return false;
 }
 
-/// Whether a text is too short to be equivalent to another, or to hold it, whatever forms both are in: a character's
-/// equivalents differ in UTF-8 far less than sixteenfold. Comparing a long text with many short ones stays cheap.
+/// True if a text is too short to be equivalent to another one, or to contain it. The UTF-8 lengths of equivalent
+/// characters differ by much less than a factor of 16. This makes comparing a long text with many short ones cheap.
 bool isFarShorter(std::string_view text, std::string_view other) { return text.size() < other.size() / 16; }
 
 bool isASCIIPrefix(std::string_view text, std::string_view prefix) {

@@ -11,8 +11,8 @@
 #include "QuarnPlatform/text/TextLocale.h"
 #include "QuarnPlatform/text/TextScalars.h"
 
-// Folding follows the open implementation of Foundation's string folding, with its quirks: it differs from Unicode's
-// caseless matching, and users see its results in which names are taken to resemble each other.
+// This follows the open-source implementation of Foundation's string folding, including its differences from
+// Unicode's caseless matching. Users see them in which names count as similar.
 
 namespace quarn {
 
@@ -20,8 +20,7 @@ namespace {
 
 using unicode::ScalarReader;
 
-/// Marks are taken off bases below this scalar, which are the Latin, Greek and Cyrillic letters; other scripts keep
-/// theirs.
+/// Bases below this scalar are Latin, Greek and Cyrillic letters, and lose their marks. Other scripts keep them.
 constexpr char32_t kFirstBaseThatKeepsMarks = 0x0510;
 constexpr char32_t kDotlessI = 0x0131;
 constexpr char32_t kCapitalIWithDot = 0x0130;
@@ -29,7 +28,7 @@ constexpr char32_t kDotAbove = 0x0307;
 
 enum class CaseRule : std::uint8_t { lowercase, unchanged };
 
-/// Scalars that the platform's tables fold otherwise than Unicode's case folding.
+/// Scalars that Foundation's tables fold differently from Unicode's case folding.
 struct CaseException {
   char32_t first;
   char32_t last;
@@ -54,15 +53,14 @@ std::string asciiLowercased(std::string_view text) {
   return lower;
 }
 
-/// ASCII text folds without tables, except for the Turkic I.
+/// ASCII text folds without tables, except the Turkic I.
 bool foldsAsASCII(std::string_view text, bool turkic) {
   return unicode::isASCII(text) && !(turkic && text.find('I') != std::string_view::npos);
 }
 
 bool isSeparator(char byte) { return byte == ' ' || byte == '-' || byte == '_'; }
 
-/// The first scalar of the canonical decomposition when that is a Latin, Greek or Cyrillic base, else the scalar
-/// itself.
+/// The first scalar of the canonical decomposition if it is a Latin, Greek or Cyrillic base; else the scalar itself.
 char32_t bareBase(char32_t scalar) {
   constexpr char32_t kFirstWithDecomposition = 0x00C0;
   if (scalar < kFirstWithDecomposition) return scalar;
@@ -72,11 +70,12 @@ char32_t bareBase(char32_t scalar) {
   if (U_FAILURE(status)) return scalar;
   const std::int32_t length = unorm2_getDecomposition(decomposer, icu(scalar), units.data(), units.size(), &status);
   if (U_FAILURE(status) || length <= 0) return scalar;
-  const char32_t head = units[0];  // a surrogate is above the limit too
+  const char32_t head = units[0];  // a surrogate is also above the limit
   return head < kFirstBaseThatKeepsMarks ? head : scalar;
 }
 
-/// Appends the scalar's full case folding; returns the last scalar appended. No folding of a bare base holds a mark.
+/// Appends the full case folding of a scalar and returns the last scalar. The folding of a bare base contains no
+/// marks.
 char32_t appendFullFolding(char32_t scalar, std::string& out) {
   std::array<UChar, 2> source{};
   std::int32_t sourceLength = 0;
@@ -93,7 +92,7 @@ char32_t appendFullFolding(char32_t scalar, std::string& out) {
   return static_cast<char32_t>(last);
 }
 
-/// Appends the base in folded case; returns the last scalar appended.
+/// Appends the folded base and returns the last scalar.
 char32_t appendFoldedCase(char32_t base, std::string& out) {
   if (base < 0x80) {
     out.push_back(unicode::asciiLowercased(static_cast<char>(base)));
@@ -108,8 +107,8 @@ char32_t appendFoldedCase(char32_t base, std::string& out) {
   return base;
 }
 
-/// A capital I of the Turkic alphabets is the dotless letter, unless the dot itself follows. A composed İ has lost its
-/// dot before it comes here and is dotless too, as on the platform.
+/// In the Turkic alphabets a capital I folds to the dotless letter, unless a combining dot follows. A composed İ has
+/// already lost its dot here and becomes dotless too, as in Foundation.
 char32_t appendTurkicI(const ScalarReader& scalars, std::string& out) {
   const char32_t folded = scalars.peek() == kDotAbove ? U'i' : kDotlessI;
   unicode::appendUTF8(out, folded);
@@ -118,7 +117,7 @@ char32_t appendTurkicI(const ScalarReader& scalars, std::string& out) {
 
 int combiningClass(char32_t scalar) { return u_getCombiningClass(icu(scalar)); }
 
-/// Sorts each run of marks by combining class; a mark of class zero ends a run and stays where it is.
+/// Sorts each run of marks by combining class. A mark of class zero ends the run and keeps its place.
 void orderCanonically(std::u32string& marks) {
   for (auto run = marks.begin(); run != marks.end();) {
     const auto end = std::find_if(run, marks.end(), [](char32_t mark) { return combiningClass(mark) == 0; });
@@ -128,8 +127,8 @@ void orderCanonically(std::u32string& marks) {
   }
 }
 
-/// What follows the folded base within its character: dropped for a base that keeps no marks; else kept, but for one
-/// leading mark of the scripts that keep none.
+/// Handles the marks after a folded base: drops them if the base loses its marks. Otherwise keeps them, except a
+/// leading mark from a script that loses its marks.
 void appendMarks(ScalarReader& scalars, char32_t base, std::string& out) {
   if (!unicode::extendsCharacter(scalars.peek())) return;
   const bool keepsMarks = base >= kFirstBaseThatKeepsMarks;
@@ -164,7 +163,7 @@ std::string Text::lowercased(std::string_view text) {
   out.reserve(text.size());
   for (ScalarReader scalars(text); !scalars.atEnd();) {
     const char32_t scalar = scalars.next();
-    // The only unconditional mapping to more than one scalar, by Unicode's SpecialCasing.txt.
+    // The only unconditional mapping to more than one scalar in Unicode's SpecialCasing.txt.
     if (scalar == kCapitalIWithDot) {
       out.append("i\u0307");
     } else {
@@ -175,7 +174,7 @@ std::string Text::lowercased(std::string_view text) {
 }
 
 std::string Text::normalizedKey(std::string_view name) {
-  std::string key = folded(name);  // which leaves no letter to lower
+  std::string key = folded(name);  // folding also lower-cases
   key.erase(std::remove_if(key.begin(), key.end(), isSeparator), key.end());
   return key;
 }

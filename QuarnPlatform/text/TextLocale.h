@@ -5,7 +5,7 @@
 
 namespace quarn::unicode {
 
-/// Whether the locale's I has no dot: the platform looks at the first two letters of its language alone ("tr", "az").
+/// True for locales with a dotless I. Foundation checks only the first two letters of the language ("tr", "az").
 inline bool isTurkic(const Locale& locale) {
   const std::string& identifier = locale.identifier();
   if (identifier.size() < 2) return false;

@@ -18,7 +18,7 @@ constexpr int kLongestMarkRun = 30;
 
 UChar32 icu(char32_t scalar) { return static_cast<UChar32>(scalar); }
 
-/// The scalar at `offset`, which moves behind it.
+/// Decodes the scalar at `offset` and advances `offset`.
 char32_t decode(std::string_view text, std::size_t& offset) {
   const std::size_t start = offset;
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
