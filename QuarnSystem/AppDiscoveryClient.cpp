@@ -21,9 +21,8 @@ constexpr int kFolderLevelsBelowRoot = 3;
 
 bool isAppName(std::string_view name) { return Text::lowercased(name).ends_with(".app"); }
 
-// Finds app bundles level by level below all roots at once. A folder that links reach on several ways is thus first met
-// on the shortest, where the most of what it holds is within reach, and needs no second visit: links that loop end by
-// themselves.
+// Searches all roots level by level. If several links lead to a folder, the search meets it first on the shortest
+// way, where the most levels below it are within reach. It needs no second visit, so looping links terminate.
 class AppSearch {
  public:
   explicit AppSearch(const FileManager& files) : files_(files) {}
@@ -45,19 +44,19 @@ class AppSearch {
   void visitLevel(int level) {
     for (const FileURL& folder : std::exchange(pending_, {})) {
       if (level > 0 && files_.isPackage(folder)) continue;
-      // Hidden items count: what an installer hides behind a dot is installed like any other.
+      // Includes hidden items: an app in a hidden folder is installed too.
       for (const DirectoryEntry& entry : files_.contentsOrNone(folder, HiddenItems::include)) consider(entry);
     }
   }
 
-  // A link stands for the folder it leads to, so that an app has one URL however it is reached. What is no link in a
-  // resolved folder is resolved already and costs no look-up.
+  // A link represents its target, so that an app has one URL whatever the way to it. In a resolved folder, only links
+  // need a lookup.
   void consider(const DirectoryEntry& entry) {
     if (entry.type == FileType::directory) {
       judge(entry.url);
     } else if (entry.type == FileType::symbolicLink) {
       const FileURL target(files_.resolvedPath(entry.url), URLKind::directory);
-      // The name that standardising gives it may be a link in turn, as "/tmp" is one to "/private/tmp".
+      // The standardised path of the target may again contain a link: "/tmp" is a link to "/private/tmp".
       const std::optional<ItemFacts> facts = files_.facts(target, Links::follow);
       if (facts && facts->type == FileType::directory) judge(target);
     }

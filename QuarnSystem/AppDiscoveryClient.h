@@ -8,18 +8,18 @@
 
 namespace quarn {
 
-/// Lists the installed applications. A plain value; a test or a shell may replace the function.
+/// Lists the installed applications. Replaceable, for example in tests.
 struct AppDiscoveryClient {
-  /// Every installed application, complete, ordered by localised case-insensitive name and then by path. Cannot fail.
+  /// All installed applications, sorted by localised case-insensitive name, then by path. Cannot fail.
   std::function<std::vector<AppEntity>()> discoverApplications;
 
-  /// Looks in /Applications, /System/Applications, /System/Library/CoreServices/Applications and ~/Applications and up
-  /// to three folders below each, hidden ones too, never inside a package. An app is a folder whose name ends in ".app"
-  /// in any letter case. A link, to an app or to a folder of apps, stands for what it leads to; each app is listed
-  /// once, by its resolved URL, and a link that dangles, loops or would leave the volume contributes nothing.
+  /// Searches /Applications, /System/Applications, /System/Library/CoreServices/Applications and ~/Applications, and
+  /// up to three folder levels below each. Includes hidden folders, but does not enter packages. An app is a folder
+  /// with a name that ends in ".app", in any case. A link to an app or to a folder of apps represents its target.
+  /// Each app is listed once, by its resolved URL. Links that dangle, loop or would leave the volume are ignored.
   ///
-  /// Name: CFBundleDisplayName, else CFBundleName, else the bundle's stem. An app whose Info.plist is missing or broken
-  /// (see `readBundleInfo`) has no identifier and no version.
+  /// The name is CFBundleDisplayName, else CFBundleName, else the name of the bundle without extension. Without a
+  /// valid Info.plist (see `readBundleInfo`), an app has no identifier and no version.
   static AppDiscoveryClient live(FileManager files);
 };
 

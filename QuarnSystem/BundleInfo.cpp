@@ -15,13 +15,12 @@ namespace {
 
 constexpr std::array<std::string_view, 2> kInfoNames{"Info-macos.plist", "Info.plist"};
 
-// The content of a bundle's Info.plist; an empty value when the file is there and nothing can be made of it.
+// The content of an Info.plist; empty if the file is malformed.
 using Info = PropertyList;
 
 std::string withoutCase(std::string_view name) { return Text::lowercased(name); }
 
-// Absent only when no such file exists: a bundle whose Info.plist is broken still has the layout that the file stands
-// for.
+// Absent only if there is no such file. A malformed Info.plist still determines the layout of the bundle.
 std::optional<Info> readExisting(const FileManager& files, const FileURL& file) {
   try {
     return PropertyList::parse(files.readFile(file, PropertyList::kMaxBytes)).value_or(Info());
@@ -31,8 +30,8 @@ std::optional<Info> readExisting(const FileManager& files, const FileURL& file) 
   }
 }
 
-// The first name in the folder that is `wanted` but for letter case. Nothing is kept of the other entries, so a folder
-// of a million costs no memory.
+// The first name in the folder that equals `wanted` except for case. Keeps only the best match, so memory does not
+// grow with the folder.
 std::optional<std::string> nameInOtherCase(const FileManager& files, const FileURL& folder, std::string_view wanted) {
   const std::string key = withoutCase(wanted);
   std::optional<std::string> best;
@@ -74,7 +73,7 @@ std::optional<FoundInfo> found(FileURL bundle, std::optional<Info> info) {
   return FoundInfo{std::move(bundle), std::move(*info)};
 }
 
-// What a layout's place holds, for the bundle at a URL.
+// Reads the Info.plist at the place of one layout.
 using Place = std::optional<FoundInfo> (*)(const FileManager& files, const FileURL& bundle);
 
 std::optional<FoundInfo> inContents(const FileManager& files, const FileURL& bundle) {
@@ -84,7 +83,7 @@ std::optional<FoundInfo> inContents(const FileManager& files, const FileURL& bun
 std::optional<FoundInfo> throughWrappedLink(const FileManager& files, const FileURL& bundle) {
   const FileURL link = bundle.appending("WrappedBundle");
   std::optional<Info> info = readIn(files, link);
-  // The wrapped app has a stem of its own, which the link's name does not tell.
+  // Resolve the link, because the name of the wrapped app differs from the name of the link.
   return info ? found(files.resolvingSymlinks(link), std::move(info)) : std::nullopt;
 }
 

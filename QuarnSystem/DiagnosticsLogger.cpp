@@ -24,7 +24,7 @@ constexpr const char* kLinePattern = "%Y-%m-%dT%H:%M:%S.%eZ %l %v";
 constexpr std::array<spdlog::level::level_enum, 5> kLevels{
     spdlog::level::trace, spdlog::level::debug, spdlog::level::info, spdlog::level::warn, spdlog::level::err};
 
-// Whether the file can be appended to, found out without waiting: a pipe that nobody reads would hold the caller up.
+// True if the file can be opened for appending. Does not block, even on a pipe without a reader.
 bool canAppendTo(const std::string& hostFile) {
   constexpr mode_t kMode = 0666;
   return FileDescriptor(
@@ -37,8 +37,8 @@ void appendHex(std::string& text, unsigned char byte) {
   (text += "\\x") += {kDigits[byte >> 4], kDigits[byte & 15]};
 }
 
-// Bytes at the start of `rest` that make up a character no line may hold as it is: one that a terminal obeys, or that
-// some reader takes for the end of a line.
+// The length of the control character at the start of `rest`, or 0. These are characters that control a terminal, or
+// that some programs take as the end of a line.
 std::size_t lengthOfControl(std::string_view rest) {
   const auto first = static_cast<unsigned char>(rest[0]);
   if (first < 0x20 || first == 0x7F) return 1;
@@ -47,8 +47,8 @@ std::size_t lengthOfControl(std::string_view rest) {
   return rest.starts_with("\u2028") || rest.starts_with("\u2029") ? 3 : 0;
 }
 
-// Text that stays within its line: control characters as "\x0a", bad bytes as U+FFFD, and the backslash doubled, so
-// that what is escaped can be told from what only looks like it.
+// Keeps text on one line: control characters become "\x0a", invalid bytes U+FFFD. Backslashes are doubled, so that
+// escapes are unambiguous.
 std::string escaped(std::string_view bytes) {
   const std::string text = Text::validUTF8(bytes);
   std::string result;
@@ -63,7 +63,7 @@ std::string escaped(std::string_view bytes) {
   return result;
 }
 
-// A value that could be mistaken for more than one is quoted.
+// Quotes a value that would be ambiguous without quotes.
 std::string asValue(std::string_view text) {
   std::string plain = escaped(text);
   if (!plain.empty() && plain.find_first_of(" \"=") == std::string::npos) return plain;
@@ -84,11 +84,11 @@ std::string lineOf(std::string_view category, std::string_view message, const Di
 
 }  // namespace
 
-// The pool's one thread is the serial executor; its queue never makes a caller wait and gives up the oldest lines in a
-// flood, which `stop` then tells.
+// The thread of the pool writes the lines. Its queue never blocks a caller; when it is full, it drops the oldest
+// lines, and `stop` reports their number.
 struct DiagnosticsLogger::State {
   std::atomic<bool> isEnabled = false;
-  std::shared_mutex mutex;  // shared while a line is handed over, exclusive while the file changes
+  std::shared_mutex mutex;  // shared to queue a line, exclusive to change the file
   std::shared_ptr<spdlog::details::thread_pool> pool;
   std::shared_ptr<spdlog::async_logger> logger;
 
@@ -108,7 +108,7 @@ struct DiagnosticsLogger::State {
     isEnabled = false;
     if (!logger) return;
     const std::size_t lost = pool->overrun_counter();
-    pool.reset();  // joins, when the queue is empty
+    pool.reset();  // writes the queued lines and joins the thread
     if (lost > 0) tellLost(lost);
     logger.reset();
   }
@@ -117,7 +117,7 @@ struct DiagnosticsLogger::State {
     const std::string text = lineOf("Diagnostics", "Lines lost", {{"count", std::to_string(lines)}});
     try {
       logger->sinks().front()->log({logger->name(), spdlog::level::warn, text});
-    } catch (const std::exception&) {  // the file cannot be written, as the lines before it could not
+    } catch (const std::exception&) {  // the file cannot be written
     }
   }
 };

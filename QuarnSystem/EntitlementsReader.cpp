@@ -11,10 +11,10 @@
 namespace quarn {
 namespace {
 
-// Where a bundle keeps its main executable, in the order in which the platform looks; flat bundles in themselves.
+// The folders of the main executable, in the search order of macOS. The last one is for flat bundles.
 constexpr std::array<std::string_view, 3> kExecutableFolders{"Contents/MacOS", "Contents", ""};
 
-// A path in place of a name would lend the app the entitlements of another one's program.
+// A path instead of a name could select another app's program and borrow its entitlements.
 bool isPath(std::string_view text) { return text.find('/') != std::string_view::npos; }
 
 std::optional<OpenFile> openedIfPossible(const FileManager& files, const FileURL& url) {

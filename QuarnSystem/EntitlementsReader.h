@@ -7,15 +7,14 @@
 
 namespace quarn {
 
-/// Reads what an app's code signature entitles it to. A plain value; a test or a shell may replace the function.
+/// Reads the entitlements in an app's code signature. Replaceable, for example in tests.
 struct EntitlementsReader {
-  /// The entitlements of the app whose bundle lies at the URL; empty without a signature or without groups. Cannot
-  /// fail.
+  /// The entitlements of the app with that bundle. Empty if it has no signature or no groups. Cannot fail.
   std::function<EntitlementsInfo(const FileURL& forAppAt)> readEntitlements;
 
-  /// From the main executable (CFBundleExecutable, else the bundle's stem) in Contents/MacOS, Contents or the bundle
-  /// itself: the first slice with entitlements in the order arm64, x86_64, others. An executable that is named by a
-  /// path is none. Reads the program's headers and signatures, whatever its size.
+  /// Reads the main executable (CFBundleExecutable, else the name of the bundle without extension) in Contents/MacOS,
+  /// Contents or the bundle itself: the first slice with entitlements in the order arm64, x86_64, others. Ignores an
+  /// executable name with "/". Reads only headers and signatures, whatever the size of the program.
   static EntitlementsReader live(FileManager files);
 };
 

@@ -15,14 +15,14 @@ namespace {
 struct Excluded {};
 using Exclusions = PathTrie<Excluded>;
 
-// A walk that comes from above a prefix that standardising leaves out meets an excluded item under its longer path, so
-// that is excluded too.
+// A walk from a folder above a prefix that standardising removes meets an excluded item under its longer path, so that
+// path is excluded too.
 Exclusions compiled(const FileManager& files, std::string_view root, const std::vector<FileURL>& excluding) {
   Exclusions exclusions;
   const bool mayMeetPrefix = path::mayHoldPrivatePrefix(root);
   for (const FileURL& url : excluding) {
     const std::string path = files.standardizedPath(url);
-    if (path == "/" && root != "/") continue;  // paths are compared as texts, and none goes on with "/" behind it
+    if (path == "/" && root != "/") continue;  // compared as text, no path continues "/" with another "/"
     exclusions.insert(path, {});
     if (!mayMeetPrefix) continue;
     for (const std::string& longer : path::withPrivatePrefixes(path)) {
@@ -32,7 +32,7 @@ Exclusions compiled(const FileManager& files, std::string_view root, const std::
   return exclusions;
 }
 
-// Leaves out what has a place of its own among the exclusions, with all below it; one step per item.
+// Skips the excluded items and everything below them, with one step in the trie per item.
 class WithoutExcluded final : public Attribution {
  public:
   explicit WithoutExcluded(const Exclusions& exclusions) : exclusions_(exclusions) {}

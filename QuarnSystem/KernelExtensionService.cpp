@@ -34,7 +34,7 @@ std::optional<SizeInfo> sizeIfPossible(const FileSizeCalculator& sizes, const Fi
   }
 }
 
-// One listing of installed extensions. The size is what costs, so it is asked for only when the extension is listed.
+// A list of installed extensions. Sizing is expensive, so only listed extensions are sized.
 class Listing {
  public:
   Listing(const FileManager& files, const FileSizeCalculator& sizes, bool includeMacOS)
@@ -47,7 +47,7 @@ class Listing {
   }
 
  private:
-  // The system looks for plug-ins one level deep only, and so does this.
+  // macOS searches plug-ins only one level deep.
   void addFolder(const FileURL& folder) {
     for (const FileURL& extension : extensionsIn(files_, folder)) {
       add(extension);

@@ -9,17 +9,18 @@
 
 namespace quarn {
 
-/// Lists installed kernel extensions. A plain value; a test or a shell may replace the function.
+/// Lists installed kernel extensions. Replaceable, for example in tests.
 struct KernelExtensionService {
-  /// Extensions in /Library/Extensions and, with `includeMacOS`, in /System/Library/Extensions, names ascending, each
-  /// followed by those in its Contents/PlugIns, one level deep. Without `includeMacOS` the system's own (in /System, or
-  /// an identifier that begins with "com.apple.") are left out, each judged by itself. An extension is a folder, no
-  /// link to one, whose extension is "kext". Name: CFBundleName, else the bundle's stem. Size: without hidden items, as
-  /// every artifact is sized; absent when it cannot be had. Cannot fail.
+  /// The extensions in /Library/Extensions and, with `includeMacOS`, in /System/Library/Extensions, in ascending
+  /// order of their names, each followed by those in its Contents/PlugIns, one level deep. Without `includeMacOS`,
+  /// skips each extension that is in /System or has an identifier that begins with "com.apple.". An extension is a
+  /// folder (not a link) with the extension "kext". The name is CFBundleName, else the name of the bundle without
+  /// extension. The size excludes hidden items, like those of all artifacts; absent if it cannot be computed. Cannot
+  /// fail.
   std::function<std::vector<KernelExtensionInfo>(bool includeMacOS)> installedKernelExtensions;
 
   static KernelExtensionService live(FileManager files, FileSizeCalculator sizes);
-  /// The same, each of the two lists read and sized once, when it is first asked for. Safe to use from several threads.
+  /// The same, but reads and sizes each of the two lists only once, on first use. Thread-safe.
   static KernelExtensionService snapshot(FileManager files, FileSizeCalculator sizes);
 };
 

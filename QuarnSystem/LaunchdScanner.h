@@ -8,17 +8,17 @@
 
 namespace quarn {
 
-/// Lists launchd jobs. A plain value; a test or a shell may replace the function.
+/// Lists launchd jobs. Replaceable, for example in tests.
 struct LaunchdScanner {
-  /// All jobs of the user and of the system: folder by folder (~/Library/LaunchAgents, /Library/LaunchAgents,
-  /// /Library/LaunchDaemons, /System/Library/LaunchAgents, /System/Library/LaunchDaemons), names ascending. Cannot
-  /// fail.
+  /// All jobs of the user and the system, folder by folder (~/Library/LaunchAgents, /Library/LaunchAgents,
+  /// /Library/LaunchDaemons, /System/Library/LaunchAgents, /System/Library/LaunchDaemons), in ascending order of the
+  /// file names. Cannot fail.
   std::function<std::vector<LaunchdEntry>()> scan;
 
-  /// From the property lists in those folders (see `propertyListFiles`); a file without a Label string is no job, and
-  /// ProgramArguments count only when all of them are strings.
+  /// Reads the property lists in those folders (see `propertyListFiles`). Skips files without a Label string. Ignores
+  /// ProgramArguments unless all of them are strings.
   static LaunchdScanner live(FileManager files);
-  /// The same, read once, when it is first asked for. Safe to use from several threads.
+  /// The same, but reads the folders only once, on first use. Thread-safe.
   static LaunchdScanner snapshot(FileManager files);
 };
 

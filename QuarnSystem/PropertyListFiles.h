@@ -8,14 +8,14 @@
 
 namespace quarn {
 
-/// Property lists as files. Free functions without state, safe from any thread; none can fail.
+/// Functions for property list files. Thread-safe; they cannot fail.
 
-/// The property list in a file, links followed; absent when the file cannot be read, is larger than
-/// `PropertyList::kMaxBytes`, is no regular file, or holds none.
+/// Reads a property list and follows links. Absent if the file cannot be read, is larger than
+/// `PropertyList::kMaxBytes`, is not a regular file, or is not a property list.
 std::optional<PropertyList> readPropertyList(const FileManager& files, const FileURL& url);
 
-/// The files and links in a folder whose extension is "plist" in any letter case, hidden ones too, names ascending;
-/// what they hold has not been looked at. Empty when the folder cannot be listed.
+/// The files and links in a folder with the extension "plist", in any case, including hidden ones, in ascending order
+/// of their names. Does not read them. Empty if the folder cannot be listed.
 std::vector<FileURL> propertyListFiles(const FileManager& files, const FileURL& folder);
 
 }  // namespace quarn

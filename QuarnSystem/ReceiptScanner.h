@@ -9,15 +9,14 @@
 
 namespace quarn {
 
-/// Reads the installer's receipts. A plain value; a test or a shell may replace the function. Nothing can fail.
+/// Reads installer receipts. Replaceable, for example in tests. No function can fail.
 ///
-/// Whoever has several questions takes one snapshot and asks that: each of the scanner's own operations reads all
-/// receipts again.
+/// Each operation reads all receipts again. For several queries, take one snapshot and query it.
 struct ReceiptScanner {
-  /// The receipts as they are now.
+  /// Reads the receipts.
   std::function<ReceiptSnapshot()> snapshot;
 
-  /// See the functions of the same names in `ReceiptSnapshot`.
+  /// See the functions of `ReceiptSnapshot`.
   [[nodiscard]] std::vector<ReceiptInfo> allReceipts() const { return snapshot().allReceipts(); }
   [[nodiscard]] std::vector<ReceiptInfo> receiptsMatching(const AppEntity& app) const {
     return snapshot().receiptsMatching(app);
@@ -29,11 +28,11 @@ struct ReceiptScanner {
     return snapshot().matches(app, packageID);
   }
 
-  /// The receipts of a volume, read anew for each snapshot.
+  /// Reads the receipts of a volume for each snapshot.
   static ReceiptScanner live(FileManager files) {
     return {.snapshot = [files = std::move(files)] { return ReceiptSnapshot::of(files); }};
   }
-  /// Always the same snapshot: for work of several operations, as the inspection of all apps.
+  /// Always returns the same snapshot. For several operations, such as inspecting all apps.
   static ReceiptScanner answering(ReceiptSnapshot receipts) {
     return {.snapshot = [receipts = std::move(receipts)] { return receipts; }};
   }

@@ -13,7 +13,7 @@ constexpr std::string_view kVolumes = "/Volumes";
 constexpr std::string_view kNameOfNewMac = "Macintosh HD";
 constexpr std::string_view kQuarantine = "Library/Application Support/Quarn/Quarantine";
 
-// The system volume's entry in /Volumes is a link to "/" that bears the volume's name.
+// The system volume's entry in /Volumes is a link to "/" with the name of the volume.
 std::optional<std::string> nameInVolumes(const FileManager& files) {
   for (const DirectoryEntry& entry : files.contentsOrNone(FileURL(kVolumes), HiddenItems::skip)) {
     const bool isSystemVolume = entry.type == FileType::symbolicLink && files.resolvedPath(entry.url) == "/";
@@ -22,7 +22,7 @@ std::optional<std::string> nameInVolumes(const FileManager& files) {
   return std::nullopt;
 }
 
-// A volume without that link (a lone Data volume, a copy) is named after the folder where the user put it.
+// If there is no such link (a separate Data volume, a copy), use the name of the host folder.
 std::string nameOfHostFolder(const FileManager& files) {
   constexpr std::array<std::string_view, 4> kNoNames{"", "/", ".", ".."};
   const std::string_view name = path::lastComponent(files.hostFolder());
@@ -41,8 +41,8 @@ VolumeInfo systemVolume(const FileManager& files) {
           .freeBytes = space.freeBytes};
 }
 
-// A path of which something is missing resolves to itself, so what stands in /Volumes under the system volume's own
-// name is recognised by that name.
+// A path with a missing component resolves to itself. So also compare the first component below /Volumes with the
+// name of the system volume.
 bool isExternal(const FileManager& files, const FileURL& url) {
   const std::string resolved = files.resolvedPath(url);
   const std::vector<std::string_view> names = path::names(resolved);

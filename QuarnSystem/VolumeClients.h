@@ -7,27 +7,27 @@
 
 namespace quarn {
 
-/// Facts of the system volume. A plain value; a test or a shell may replace the function.
+/// Facts about the system volume. Replaceable, for example in tests.
 struct VolumeInfoClient {
-  /// The inspected system volume: URL "/", the space of the file system that holds it, and its name, which is that of
-  /// the link to "/" in /Volumes, else of the host's folder, else "Macintosh HD". Throws FileError when it cannot be
+  /// The inspected system volume: the URL "/", the space of its file system, and its name. The name is that of the
+  /// link to "/" in /Volumes, else that of the host folder, else "Macintosh HD". Throws FileError if it cannot be
   /// read.
   std::function<VolumeInfo()> systemVolume;
 
   static VolumeInfoClient live(FileManager files);
 };
 
-/// Tells other volumes from the system's. A plain value; a test or a shell may replace the function.
+/// Distinguishes other volumes from the system volume. Replaceable, for example in tests.
 struct VolumeLocationChecker {
-  /// Whether a URL, links resolved, lies in /Volumes (which itself does not) and not on the system volume itself, whose
-  /// entry there is a link to "/". Cannot fail.
+  /// True if a URL, after resolving links, is below /Volumes but not on the system volume. (The system volume's entry
+  /// in /Volumes is a link to "/".) Cannot fail.
   std::function<bool(const FileURL& url)> isExternal;
   static VolumeLocationChecker live(FileManager files);
 };
 
-/// Where a shell moves what it quarantines. A plain value; a test or a shell may replace the function.
+/// The folder for quarantined items. Replaceable, for example in tests.
 struct QuarantineManager {
-  /// ~/Library/Application Support/Quarn/Quarantine; need not exist.
+  /// ~/Library/Application Support/Quarn/Quarantine; it need not exist.
   std::function<FileURL()> baseURL;
   static QuarantineManager live(FileManager files);
 };

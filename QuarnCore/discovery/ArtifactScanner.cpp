@@ -23,7 +23,7 @@ void sortLargestFirst(std::vector<Artifact>& artifacts) {
   });
 }
 
-// By what the job calls itself or runs; `bundleID` comes in lower case.
+// True if the job's label or command contains the bundle identifier. `bundleID` is lower-cased.
 bool belongsTo(const LaunchdEntry& entry, const std::string& bundleID) {
   const auto holds = [&](const std::string& text) { return Text::contains(Text::lowercased(text), bundleID); };
   return holds(entry.label) || (entry.program && holds(*entry.program)) ||
@@ -87,7 +87,7 @@ std::vector<Artifact> ArtifactScanner::scan(const AppEntity& app, const Entitlem
   if (options.includeSystemHeuristicSearch) {
     append(artifacts, systemHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults));
   }
-  // Artifacts of one id hold the same items, so that the first of them covers the others.
+  // Artifacts with the same id have the same items, so the first one covers the others.
   artifacts = VendorArtifactDeduplicator::deduplicate(artifacts, files_);
   if (options.computeSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files_);
   sortLargestFirst(artifacts);

@@ -8,9 +8,9 @@
 
 namespace quarn {
 
-/// Sizes every artifact that has no size yet: the sum over its URLs whose items exist, hidden items left out.
-/// Afterwards each has one, zero when nothing is there or nothing could be sized. Never throws; a sum that overflows
-/// ends the program.
+/// Sizes the artifacts that have no size yet: the sum of their existing items, without hidden items. Afterwards every
+/// artifact has a size, which is 0 if nothing exists or can be sized. Never throws. A sum that overflows terminates
+/// the program.
 void sizeArtifacts(std::vector<Artifact>& artifacts, const FileSizeCalculator& calculator, const FileManager& files);
 
 }  // namespace quarn

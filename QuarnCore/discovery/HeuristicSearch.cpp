@@ -15,7 +15,7 @@
 namespace quarn {
 namespace {
 
-// A shorter name key is too generic to look for inside other names.
+// Shorter names are too generic to search for inside other names.
 constexpr std::size_t kMinimumContainedKeyLength = 6;
 
 struct SearchRoot {
@@ -42,7 +42,7 @@ constexpr std::array kSystemRoots{
 static_assert(kSystemRoots.size() == 3);
 // clang-format on
 
-/// A normalised name to look for. The length is counted once, not per item.
+/// A normalised name to search for, with its length computed once.
 struct Key {
   explicit Key(std::string normalized)
       : text(std::move(normalized)), isLong(Text::characterCount(text) >= kMinimumContainedKeyLength) {}
@@ -57,19 +57,19 @@ std::optional<Key> bundleKey(const AppEntity& app) {
   return key.empty() ? std::nullopt : std::optional<Key>(std::move(key));
 }
 
-/// The walk that the searches share: visible items outside packages to a depth, until enough is found.
+/// The walk of all searches: visible items outside packages, up to a depth and a number of results.
 class BoundedSearch {
  public:
   BoundedSearch(const FileManager& files, long maxDepth, long maxResults)
       : files_(files), maxDepth_(maxDepth), maxResults_(maxResults) {}
 
-  /// Calls `consider(item)` for each item below `root` until the limit of results is reached; what it returns is a
-  /// find, unless its path was found before.
+  /// Calls `consider(item)` for each item below `root` until the limit is reached. Its return value is a result,
+  /// unless its path was already found.
   template <class Consider>
   void walk(const FileURL& root, const Consider& consider) {
     if (maxDepth_ < 0 || isFull()) return;
-    // A direct child has depth 1, and a limit of 0 means the direct children too. Folders at the limit are considered
-    // and not entered.
+    // Direct children have depth 1 and are included for a limit of 0 too. Folders at the limit are considered but not
+    // entered.
     const long deepest = std::max(maxDepth_, 1L);
     const ItemDepth depth(files_, root);
     DirectoryEnumerator items(files_, root,
@@ -113,7 +113,7 @@ Artifact makeFind(const SearchRoot& root, ArtifactScope scope, double confidence
   return artifact;
 }
 
-// How sure a find is by which key its name holds; absent when it holds none.
+// The confidence depends on the key that the name contains; absent if it contains none.
 std::optional<double> userConfidence(const std::string& itemKey, const std::optional<Key>& bundle, const Key& name) {
   if (bundle && Text::contains(itemKey, bundle->text)) return 0.55;
   if (!name.isLong) return std::nullopt;

@@ -15,50 +15,50 @@
 
 namespace quarn {
 
-/// Ties kernel extensions, whose places say nothing of their owners, to apps by evidence: a vendor profile that names
-/// the extension's path, or an installer receipt that lists it. Each operation reads the receipts once. A plain value;
-/// nothing throws.
+/// Associates kernel extensions with apps. The location of an extension does not reveal its app, so this uses
+/// evidence: a vendor profile that names the extension's path, or an installer receipt that lists it. Each operation
+/// reads the receipts once. Never throws.
 class KernelExtensionAssociationService {
  public:
   using Evidence = ExtensionEvidence;
 
-  /// The app that an extension belongs to, and why.
+  /// The app of an extension, and the evidence.
   struct Association {
-    std::string appID;  ///< the app's `id`
+    std::string appID;  ///< `id` of the app
     std::string appName;
     Evidence evidence;
 
-    /// The evidence's `detailText`.
+    /// The `detailText` of the evidence.
     [[nodiscard]] std::string evidenceText() const { return evidence.detailText(); }
     friend bool operator==(const Association&, const Association&) = default;
   };
 
-  /// `home` is what "~" in a profile's path stands for and where an extension has user scope.
+  /// `home` replaces "~" in the paths of profiles; extensions below it have user scope.
   KernelExtensionAssociationService(VendorProfileRegistry vendorProfiles, ReceiptScanner receiptScanner,
                                     KernelExtensionService kernelExtensionService, FileURL home, FileManager files);
 
-  /// The app's extensions as artifacts, in the listed order, with the sizes that the listing gives.
+  /// The app's extensions as artifacts, in listing order, with the sizes of the listing.
   [[nodiscard]] std::vector<Artifact> kernelExtensionArtifacts(const AppEntity& app, bool includeMacOS) const;
   /// The same for a caller that has read the receipts already.
   [[nodiscard]] std::vector<Artifact> kernelExtensionArtifacts(const AppEntity& app, bool includeMacOS,
                                                                const ReceiptSnapshot& receipts) const;
 
-  /// Which of the apps an extension belongs to: vendor-profile evidence of any app, in order, before receipt evidence.
+  /// The app that an extension belongs to. Profile evidence for any app, in order, precedes receipt evidence.
   [[nodiscard]] std::optional<Association> association(const KernelExtensionInfo& kernelExtension,
                                                        const std::vector<AppEntity>& apps) const;
-  /// That of the first extension, in list order, that has one.
+  /// The association of the first extension that has one.
   [[nodiscard]] std::optional<Association> association(const std::vector<KernelExtensionInfo>& kernelExtensions,
                                                        const std::vector<AppEntity>& apps) const;
-  /// The app of that association.
+  /// The app of the association.
   [[nodiscard]] std::optional<AppEntity> associatedApp(const KernelExtensionInfo& kernelExtension,
                                                        const std::vector<AppEntity>& apps) const;
   [[nodiscard]] std::optional<AppEntity> associatedApp(const std::vector<KernelExtensionInfo>& kernelExtensions,
                                                        const std::vector<AppEntity>& apps) const;
-  /// The associations of the extensions that have one, by the extension's path.
+  /// The associations of all extensions that have one, by the path of the extension.
   [[nodiscard]] std::map<std::string, Association> associations(
       const std::vector<KernelExtensionInfo>& kernelExtensions, const std::vector<AppEntity>& apps) const;
 
-  /// The id that the artifact for an extension at `url` has.
+  /// The id of the artifact for an extension at `url`.
   [[nodiscard]] std::string artifactID(const FileURL& url) const;
 
  private:

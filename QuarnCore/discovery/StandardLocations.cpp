@@ -17,14 +17,14 @@ using Kind = ArtifactKind;
 using Class = ArtifactDataClass;
 using Risk = RiskLevel;
 
-/// What is looked for in a location's folder.
+/// The item to look for in a location.
 enum class LookFor : std::uint8_t {
   bundleID,        ///< the item named by the bundle identifier
-  bundleIDFolder,  ///< the same, its URL made as a folder's
-  savedState,      ///< the item named by the bundle identifier and ".savedState"
-  propertyLists,   ///< every property list whose name begins with the bundle identifier, in one artifact
-  titledAppName,   ///< the item named by the app's name, which completes the title
-  titledBundleID,  ///< the item named by the bundle identifier, which completes the title
+  bundleIDFolder,  ///< the same, with a URL marked as a folder
+  savedState,      ///< the item with the bundle identifier and ".savedState" as name
+  propertyLists,   ///< all property lists with the bundle identifier as prefix, in one artifact
+  titledAppName,   ///< the item with the app's name, which completes the title
+  titledBundleID,  ///< the item with the bundle identifier, which completes the title
 };
 
 struct Location {
@@ -90,8 +90,8 @@ Artifact makeArtifact(const Location& location, ArtifactScope scope, std::vector
   return artifact;
 }
 
-// An identifier or name comes from a file that anybody may have written. One that is empty or climbs would make a
-// folder shared by all apps, or one outside the location, look like the app's own.
+// Identifiers and names are untrusted. If one is empty or climbs, a folder that all apps share, or one outside the
+// location, would look like the app's own.
 bool namesItemInside(std::string_view name) {
   const std::vector<std::string_view> names = path::names(name);
   return !names.empty() && std::none_of(names.begin(), names.end(), [](std::string_view component) {

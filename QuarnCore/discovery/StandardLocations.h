@@ -10,18 +10,18 @@
 
 namespace quarn {
 
-/// The app bundle itself; always one artifact, whether or not anything exists there.
+/// The app's bundle as one artifact, even if it does not exist.
 Artifact appBundleArtifact(const AppEntity& app, const FileManager& files);
 
-/// What exists of the app in the user's (the system's) Library folders, in the order of the table of locations. An app
-/// without a bundle identifier has nothing there, not even by its name.
+/// The app's existing items in the Library folders of the user (or the system), in the order of the table. Without a
+/// bundle identifier, the result is empty; the name alone is not sufficient.
 std::vector<Artifact> userLocationArtifacts(const AppEntity& app, const FileManager& files);
 std::vector<Artifact> systemLocationArtifacts(const AppEntity& app, const FileManager& files);
 
-/// The group containers that exist, in the order of the entitlements.
+/// The existing group containers, in the order of the entitlements.
 std::vector<Artifact> groupContainerArtifacts(const EntitlementsInfo& entitlements, const FileManager& files);
 
-/// The folders that Adobe's and Microsoft's apps share, for an app of theirs by normalised name or identifier.
+/// The folders that all apps of Adobe or Microsoft share, if the app is one of them by normalised name or identifier.
 std::vector<Artifact> sharedVendorArtifacts(const AppEntity& app, const FileManager& files);
 
 }  // namespace quarn

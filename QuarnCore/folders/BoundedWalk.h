@@ -12,18 +12,17 @@
 
 namespace quarn {
 
-/// The files and packages below several roots, one after another, within a depth and within a budget of visited items
-/// that all roots share. Links and plain folders are passed over; packages are yielded and not entered. One consumer,
-/// one thread.
+/// Walks the files and packages below several roots, one after another, up to a depth and a number of visited items
+/// that all roots share. Skips links and plain folders; yields packages without entering them. Not thread-safe.
 class BoundedWalk {
  public:
   struct Options {
-    long maxDepth = 0;    ///< a root's direct entries have depth 1
-    long maxVisited = 0;  ///< every enumerated item counts, links, folders and too deep ones as well
+    long maxDepth = 0;    ///< direct entries of a root have depth 1
+    long maxVisited = 0;  ///< all items count, including links, folders and items that are too deep
     HiddenItems hidden = HiddenItems::skip;
   };
 
-  /// A file or package with its own sizes; a package has none, and both are zero.
+  /// A file or package. A package has sizes of 0.
   struct Item {
     const DirectoryEnumerator::Item& place;
     bool isPackage;
@@ -33,7 +32,7 @@ class BoundedWalk {
   BoundedWalk(const FileManager& files, Options options, Cancellation cancellation)
       : files_(files), options_(options), cancellation_(std::move(cancellation)) {}
 
-  /// Calls `consume(Item)` for each item. A missing root is skipped; cancelling ends the walk.
+  /// Calls `consume(Item)` for each item. Skips missing roots. Stops when cancelled.
   template <class Consume>
   void run(const std::vector<FileURL>& roots, const Consume& consume) {
     for (const FileURL& root : roots) {

@@ -7,15 +7,15 @@
 
 namespace quarn {
 
-/// Keeps the `limit` values of the largest keys out of a stream. When it is full, a value of a strictly greater key
-/// takes the place of the held one of the smallest key, the first found among equals. A value that is not kept costs
-/// one comparison, whatever the limit; memory grows with what is held, never with the limit.
+/// Keeps the `limit` values with the largest keys of a stream. When it is full, a value with a strictly larger key
+/// replaces the value with the smallest key (of equal ones, the first found). Rejecting a value costs one comparison.
+/// Memory grows with the number of kept values, not with the limit.
 template <class Value>
 class LargestItems {
  public:
   explicit LargestItems(long limit) : limit_(limit) {}
 
-  /// Whether a value of this key would be kept: lets a caller make only the values that are.
+  /// True if a value with this key would be kept, so that a caller can avoid building other values.
   [[nodiscard]] bool wouldKeep(std::int64_t key) const {
     return limit_ > 0 && (static_cast<long>(held_.size()) < limit_ || key > held_.front().key);
   }
@@ -30,7 +30,7 @@ class LargestItems {
     std::push_heap(held_.begin(), held_.end(), isKeptLonger);
   }
 
-  /// What is held, largest first, equal keys in the order in which they were found. Empties the holder.
+  /// Returns and removes all values, largest first, equal keys in the order of insertion.
   std::vector<Value> take() {
     std::sort(held_.begin(), held_.end(), [](const Held& left, const Held& right) {
       return left.key != right.key ? left.key > right.key : left.order < right.order;
@@ -48,7 +48,7 @@ class LargestItems {
     std::uint64_t order;
     Value value;
   };
-  // The heap's front is the next to go: the smallest key, among equals the one found first.
+  // The front of the heap is replaced next: the smallest key, of equal ones the first found.
   static bool isKeptLonger(const Held& left, const Held& right) {
     return left.key != right.key ? left.key > right.key : left.order > right.order;
   }

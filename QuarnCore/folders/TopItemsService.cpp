@@ -27,7 +27,7 @@ void append(std::vector<TopItem>& items, std::vector<TopItem> more) {
   items.insert(items.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
-/// What an item that no sizing yields a size for is worth: nothing.
+/// Absent if the item cannot be sized.
 std::optional<SizeInfo> sizeIfPossible(const FileSizeCalculator& calculator, const FileURL& url, bool allowSlow,
                                        bool includeHidden) {
   if (!allowSlow) return calculator.resourceSize(url);
@@ -38,8 +38,8 @@ std::optional<SizeInfo> sizeIfPossible(const FileSizeCalculator& calculator, con
   }
 }
 
-// Space that the file system does not tell, although there is content, is taken to be the content's. A placeholder of
-// the cloud, whose content is not here, keeps its zero; no such placeholder can be told on a mounted volume.
+// Some file systems report no allocated blocks for small files; assume that the content takes its length. A cloud
+// placeholder should keep its 0, but on a mounted volume it cannot be detected.
 SizeInfo withKnownAllocation(SizeInfo size) {
   if (size.allocatedBytes == 0) size.allocatedBytes = size.logicalBytes;
   return size;

@@ -15,7 +15,7 @@ bool isBetter(const Artifact& newcomer, const Artifact& kept) {
   return !kept.explanation && newcomer.explanation;
 }
 
-// One artifact per id, at the place where the id was first seen.
+// Keeps one artifact per id, at the position of the first one.
 std::vector<Artifact> merged(std::vector<Artifact> artifacts) {
   std::vector<Artifact> result;
   std::unordered_map<std::string, std::size_t> places;
@@ -107,8 +107,7 @@ AppInspection AppInspectionService::inspect(const AppEntity& app, const Options&
   return inspection;
 }
 
-// An extension that an earlier phase found as an ordinary file is represented once, by the artifact that says what it
-// is.
+// If an earlier phase found an extension as an ordinary file, keep only the artifact of the extension.
 std::vector<Artifact> AppInspectionService::withKernelExtensions(std::vector<Artifact> artifacts,
                                                                  std::vector<Artifact> kernelExtensions) const {
   std::unordered_set<std::string> paths;

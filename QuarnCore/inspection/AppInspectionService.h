@@ -18,11 +18,11 @@
 
 namespace quarn {
 
-/// Inspects one installed app in a fixed sequence of phases and returns everything that belongs to it. A plain value,
-/// safe to copy to another thread; synchronous; does not fail.
+/// Inspects an app in a fixed sequence of phases and returns everything that belongs to it. Copyable and thread-safe.
+/// Synchronous. Never fails.
 class AppInspectionService {
  public:
-  /// The phases in the order in which they run.
+  /// The phases in order.
   enum class Phase : std::uint8_t {
     uninstallers,
     entitlements,
@@ -35,22 +35,22 @@ class AppInspectionService {
     finalize,
   };
 
-  /// What an inspection does. No field has a default: the caller chooses every value.
+  /// The options of an inspection. There are no defaults: set every field.
   struct Options {
     bool includeHeuristicSearch;           ///< see `ArtifactScanner::Options`
     long heuristicMaxDepth;                ///< see `ArtifactScanner::userHeuristicSearch`
-    long heuristicMaxResults;              ///< likewise
-    bool includeDocumentsHeuristicSearch;  ///< whether the documents phase runs
+    long heuristicMaxResults;              ///< see above
+    bool includeDocumentsHeuristicSearch;  ///< run the documents phase
     long documentsHeuristicMaxDepth;       ///< see `ArtifactScanner::documentsHeuristicSearch`
-    long documentsHeuristicMaxResults;     ///< likewise
+    long documentsHeuristicMaxResults;     ///< see above
     bool includeVendorHeuristics;          ///< see `ArtifactScanner::Options`
-    bool includeSystemArtifacts;           ///< likewise
-    bool includeSystemHeuristicSearch;     ///< likewise
-    bool includeGroupContainers;           ///< whether entitlements are read; the phase runs either way
-    bool includeLaunchd;                   ///< whether the launchd phase runs
-    bool includeReceipts;                  ///< whether the receipts phase runs
-    bool includeKernelExtensions;          ///< whether that phase runs; the system's own extensions never take part
-    bool computeArtifactSizes;             ///< whether every artifact leaves with a size
+    bool includeSystemArtifacts;           ///< see above
+    bool includeSystemHeuristicSearch;     ///< see above
+    bool includeGroupContainers;           ///< read the entitlements; the phase runs in any case
+    bool includeLaunchd;                   ///< run the launchd phase
+    bool includeReceipts;                  ///< run the receipts phase
+    bool includeKernelExtensions;          ///< run the phase; never includes the extensions of macOS
+    bool computeArtifactSizes;             ///< size every artifact
   };
 
   using Progress = std::function<void(Phase)>;
@@ -64,9 +64,10 @@ class AppInspectionService {
   /// The phases that `inspect` reports for these options, in order.
   static std::vector<Phase> phaseSequence(const Options& options);
 
-  /// Everything found for the app, in the order of the phases, each id once: of artifacts with one id the most
-  /// confident is kept, at the place of the first; among equals one with an explanation, else the first. `progress`,
-  /// when given, is called on this thread with each phase as it begins. Sizes that overflow end the program.
+  /// Inspects an app. The artifacts are in the order of the phases, without duplicate ids: of several artifacts with
+  /// one id, the most confident is kept (of equal ones, one with an explanation, else the first), at the position of
+  /// the first. Calls `progress`, if not null, on this thread when a phase begins. A byte sum that overflows
+  /// terminates the program.
   [[nodiscard]] AppInspection inspect(const AppEntity& app, const Options& options,
                                       const Progress& progress = nullptr) const;
 

@@ -9,14 +9,14 @@
 
 namespace quarn {
 
-/// The list of installed apps and the size of one. A plain value that adds nothing to its two clients.
+/// Lists the installed apps and sizes one of them, through its two clients.
 class AppsService {
  public:
   AppsService(AppDiscoveryClient appDiscovery, FileSizeCalculator fileSizeCalculator);
 
-  /// The client's list, unchanged.
+  /// The list of the client, unchanged.
   [[nodiscard]] std::vector<AppEntity> discoverApps() const;
-  /// Size of the app's bundle without hidden files. Throws the calculator's FileError unchanged.
+  /// The size of the app's bundle without hidden files. Throws the FileError of the calculator.
   [[nodiscard]] SizeInfo calculateAppSize(const AppEntity& app) const;
 
  private:

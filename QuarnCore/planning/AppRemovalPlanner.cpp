@@ -51,7 +51,7 @@ long countArtifacts(const AppInspection& inspection, Predicate predicate) {
   return std::count_if(inspection.artifacts.begin(), inspection.artifacts.end(), predicate);
 }
 
-// What the whole inspection holds, whatever is selected of it.
+// Notes about the whole inspection, independent of the selection.
 std::vector<std::string> notes(const AppInspection& inspection, CleanupMode mode) {
   std::vector<std::string> texts{localized(kModeDescriptions[static_cast<std::size_t>(mode)])};
   const long shared = countArtifacts(
@@ -109,13 +109,13 @@ void addOperation(std::vector<Operation>& operations, Operation::Type type, std:
                         .explanation = localized(explanation)});
 }
 
-/// The items of a selection, each once and by path: the user's own go to quarantine, all others to the Trash.
+/// The selected items by path, without duplicates: the user's own items go to quarantine, all others to the Trash.
 struct Targets {
   std::vector<FileURL> trash;
   std::vector<FileURL> quarantine;
 };
 
-// The home is a plain text prefix here, on purpose: "/Users/ann2" counts as the user's own.
+// The home folder is compared as a text prefix, on purpose: "/Users/ann2" counts as the user's own.
 Targets targets(const std::vector<Artifact>& artifacts, const FileManager& files) {
   const std::string home = files.standardizedPath(files.homeDirectory());
   std::set<FileURL> urls;

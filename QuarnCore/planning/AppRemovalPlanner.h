@@ -10,17 +10,17 @@
 
 namespace quarn {
 
-/// Turns an inspection and a cleanup mode into the plan of a removal. Performs nothing. A plain value; never fails.
+/// Builds a removal plan from an inspection and a cleanup mode. Does not execute it. Never fails.
 class AppRemovalPlanner {
  public:
   explicit AppRemovalPlanner(FileManager files);
 
-  /// The inspection's artifacts that the mode selects by itself, in the inspection's order.
+  /// The artifacts that the mode selects by default, in the order of the inspection.
   [[nodiscard]] static std::vector<Artifact> defaultSelectedArtifacts(const AppInspection& inspection,
                                                                       CleanupMode mode);
 
-  /// The plan for `selectedArtifacts`, or for the mode's own selection when they are absent (an empty list is a
-  /// selection).
+  /// The plan for `selectedArtifacts`, or for the default selection of the mode if absent. An empty list is a
+  /// selection.
   [[nodiscard]] AppRemovalPlanPreview buildPreview(
       const AppInspection& inspection, CleanupMode mode,
       const std::optional<std::vector<Artifact>>& selectedArtifacts = std::nullopt) const;

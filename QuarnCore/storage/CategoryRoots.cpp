@@ -17,7 +17,7 @@ namespace {
 
 using Category = StorageCategoryID;
 
-// Paths without a leading "/" lie in the home folder.
+// Paths without a leading "/" are relative to the home folder.
 // clang-format off
 constexpr std::array<std::string_view, 4> kApps{
     "/Applications", "/System/Applications", "/System/Library/CoreServices/Applications", "Applications",

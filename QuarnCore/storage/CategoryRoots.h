@@ -12,22 +12,21 @@
 
 namespace quarn {
 
-/// The folders of the storage categories as they are on the volume at the moment of asking. Made for one operation:
-/// each list is found once and kept, so that the lists which build on each other do not search again. Used from one
-/// thread; refers to its collaborators, which must outlive it.
+/// The folders of the storage categories on the volume. Create one per operation: it caches each list, because the
+/// lists depend on each other. Not thread-safe. The arguments of the constructor must outlive it.
 class CategoryRoots {
  public:
   /// What is in the folder `quarantine` is not the user's data: no root is there.
   CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints, FileURL quarantine,
                 const FileManager& files);
 
-  /// The category's roots in order, whether or not they exist; `includeDiscovered` matters for games alone.
+  /// The roots of the category in order, existing or not. `includeDiscovered` only affects games.
   [[nodiscard]] std::vector<FileURL> roots(StorageCategoryID category, bool includeDiscovered) const;
-  /// The same for the list of the largest items: without the Trash.
+  /// The same for the search for the largest items: without the Trash.
   [[nodiscard]] std::vector<FileURL> topItemRoots(StorageCategoryID category, bool includeDiscovered) const;
-  /// What lies below the roots of `systemData` and counts elsewhere; none for other categories.
+  /// Folders below the roots of `systemData` that count for other categories; empty for other categories.
   [[nodiscard]] std::vector<FileURL> exclusions(StorageCategoryID category) const;
-  /// Whether a root of `documents` holds files of a cloud: iCloud Drive or a provider's folder.
+  /// True if a root of `documents` holds cloud files: iCloud Drive or the folder of a provider.
   [[nodiscard]] bool isCloudRoot(const FileURL& root) const;
 
  private:

@@ -73,8 +73,8 @@ class MarkerSearch {
     });
   }
 
-  // What most names fail is asked before they are put in lower case. What a letter beyond ASCII becomes is not known
-  // yet.
+  // Most names fail this test, so it runs before lower-casing. The lower case of a letter beyond ASCII is not known
+  // here, so such names pass.
   [[nodiscard]] bool mayBeginMarker(char first) const {
     const auto byte = static_cast<unsigned char>(first);
     return byte >= 0x80 || firstBytes_.test(first >= 'A' && first <= 'Z' ? byte + ('a' - 'A') : byte);
@@ -85,7 +85,7 @@ class MarkerSearch {
   }
 
   std::vector<Marker> markers_;
-  std::bitset<256> firstBytes_;  // with which a marker's name may begin
+  std::bitset<256> firstBytes_;  // possible first bytes of a marker's name
   const FileManager& files_;
   std::unordered_set<std::string> seen_;
   std::vector<FileURL> folders_;

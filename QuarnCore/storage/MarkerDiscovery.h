@@ -7,9 +7,9 @@
 
 namespace quarn {
 
-/// The folders below the user's application data and /Users/Shared that hold an item which one of the markers names, in
-/// the order of the walk, each once by its resolved path. Patterns with "/" take no part. At most five levels and
-/// 60,000 items of each search root are looked at, hidden items and the insides of packages left out.
+/// The folders below the user's application data and /Users/Shared that contain an item with the name of a marker, in
+/// walk order, each once by its resolved path. Ignores patterns with "/". Searches at most five levels and 60,000
+/// items of each search root, without hidden items and the content of packages.
 std::vector<FileURL> markedFolders(const std::vector<StorageSignatureRegistry::Signature>& markers,
                                    const FileManager& files);
 

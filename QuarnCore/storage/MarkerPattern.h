@@ -6,15 +6,15 @@
 
 namespace quarn {
 
-/// The name pattern of a marker rule, prepared once: letter case is ignored, the first "*" alone is a wildcard (a
-/// second one is text), and what stands before and behind it may overlap in a name. Immutable.
+/// The name pattern of a marker, compiled once. Ignores case. Only the first "*" is a wildcard; another one is
+/// literal. The texts before and after it may overlap in a name. Immutable.
 class MarkerPattern {
  public:
   explicit MarkerPattern(std::string_view pattern);
 
-  /// Whether a name, lower-cased by the caller, matches.
+  /// True if a lower-cased name matches.
   [[nodiscard]] bool matches(std::string_view lowercasedName) const;
-  /// The byte with which every name that matches begins; absent when it may be any.
+  /// The first byte of all matching names; absent if it is not fixed.
   [[nodiscard]] std::optional<char> firstByte() const {
     return prefix_.empty() ? std::nullopt : std::optional<char>(prefix_.front());
   }

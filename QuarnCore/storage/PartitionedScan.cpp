@@ -52,7 +52,7 @@ Totals PartitionedScan::sizeRoot(const ScanRoot& root, const TreeSizer::Options&
   return totals;
 }
 
-// A root that is a package, or has an extension of the dictionary, is one item whatever its mode.
+// A root that is a package or has an extension of the dictionary counts as one item in any mode.
 Totals PartitionedScan::sizeFolder(const ScanRoot& root, bool isInDictionary, std::uint8_t bucket,
                                    const TreeSizer::Options& options) const {
   const FileURL folder(root.location, URLKind::directory);

@@ -11,18 +11,18 @@
 
 namespace quarn {
 
-/// Walks a scan plan root by root and adds every regular file's bytes to at most one category. One scan, one use;
-/// refers to the file manager, which must outlive it.
+/// Walks a scan plan root by root and adds the bytes of each regular file to at most one category. Single use. The
+/// file manager must outlive it.
 class PartitionedScan {
  public:
-  using Totals = TreeSizer::Totals;  ///< by the category's index
+  using Totals = TreeSizer::Totals;  ///< by index of the category
 
   PartitionedScan(ScanPlan plan, ScanRules::Dictionary categoryByExtension, const FileManager& files);
   PartitionedScan(const PartitionedScan&) = delete;
   PartitionedScan& operator=(const PartitionedScan&) = delete;
 
-  /// Runs to the end or until cancelled. `onUpdate`, when given, gets the totals so far: after every root, and at most
-  /// every 100 ms within one. A root that cannot be listed adds nothing and goes to the read report.
+  /// Runs to the end or until cancelled. Calls `onUpdate`, if not null, with the totals so far after every root, and
+  /// at most every 100 ms within a root. A root that cannot be listed adds nothing and goes to the read report.
   Totals run(const std::function<void(const Totals&)>& onUpdate, const Cancellation& cancellation);
 
  private:

@@ -3,7 +3,7 @@
 namespace quarn {
 namespace {
 
-// State of a folder that counts whole, and of all below it.
+// The state of a folder that counts as a whole, and of everything below it.
 constexpr std::uint32_t kWhole = 1;
 
 }  // namespace

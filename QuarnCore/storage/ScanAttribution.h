@@ -5,10 +5,10 @@
 
 namespace quarn {
 
-/// The total of a category in a walk's totals.
+/// The index of a category in the totals of a walk.
 constexpr std::uint8_t bucketOf(StorageCategoryID category) { return static_cast<std::uint8_t>(category); }
 
-/// Attributes everything to the root's total, without what the mode excludes.
+/// Attributes all items to the total of the root, except those that the mode excludes.
 class WholeAttribution : public Attribution {
  public:
   WholeAttribution(const ScanRules& rules, ScanMode mode) : rules_(rules), mode_(mode) {}
@@ -21,8 +21,8 @@ class WholeAttribution : public Attribution {
   ScanMode mode_;
 };
 
-/// Attributes item by item: by the dictionary of extensions, else by the longest rule, else as the folder around it. A
-/// package or a folder with an extension of the dictionary counts whole.
+/// Attributes each item by the dictionary of extensions, else by the longest rule, else like its folder. A package or
+/// a folder with an extension of the dictionary counts as a whole.
 class ItemAttribution : public Attribution {
  public:
   explicit ItemAttribution(const ScanRules& rules) : rules_(rules), whole_(rules, ScanMode::enumerate) {}

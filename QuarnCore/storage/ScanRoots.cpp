@@ -14,7 +14,7 @@ using Category = StorageCategoryID;
 
 constexpr std::array kEnumerated{Category::photos,    Category::communication, Category::development, Category::games,
                                  Category::documents, Category::apps,          Category::other};
-// Equal prefixes go to the earlier of these.
+// Of equal prefixes, the earlier category wins.
 constexpr std::array kRuled{Category::photos, Category::communication, Category::development,
                             Category::games,  Category::documents,     Category::apps};
 
@@ -41,7 +41,7 @@ std::vector<Listed> listRoots(const CategoryRoots& categories, const FileURL& qu
   for (const Category category : kEnumerated) add(categories.roots(category, true), category, ScanMode::enumerate);
   add(categories.roots(Category::systemData, true), Category::systemData, ScanMode::fast);
   add({quarantine}, Category::systemData, ScanMode::fast);
-  // A root reached through a link must not take what a root that lies there takes.
+  // A root reached directly wins over one reached through a link.
   std::stable_partition(listed.begin(), listed.end(), [](const Listed& root) { return !root.isLinked; });
   return listed;
 }
@@ -70,8 +70,8 @@ std::vector<ScanRoot> rootsThatCount(const std::vector<Listed>& listed, const Vo
   return roots;
 }
 
-// The walk of an enumerated root attributes the enumerated roots inside by their rules. Where a fast root lies between
-// the two that walk does not come by, and the inner one has to be walked by itself.
+// The walk of an enumerated root also attributes the enumerated roots inside it, by their rules. If a fast root is
+// between the two, that walk does not reach the inner root, which must be walked separately.
 void dropRootsInEnumeratedOnes(std::vector<ScanRoot>& roots) {
   PathTrie<ScanMode> modes;
   for (const ScanRoot& root : roots) modes.insert(root.location, root.mode);
@@ -82,7 +82,7 @@ void dropRootsInEnumeratedOnes(std::vector<ScanRoot>& roots) {
   });
 }
 
-// No walk comes by a path that leads through a link, so one that does keeps standing for nothing.
+// Walks never follow links, so an exclusion that goes through a link matches nothing.
 std::string exclusionLocation(const FileURL& url, const FileManager& files) {
   const std::string path = files.standardizedPath(url);
   const std::optional<std::string> realPath = files.realPath(url);

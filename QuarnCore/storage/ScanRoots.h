@@ -11,35 +11,34 @@
 
 namespace quarn {
 
-/// How a root's items are attributed: one by one, or all to the root's category.
+/// How to attribute the items of a root: one by one, or all to the root's category.
 enum class ScanMode : std::uint8_t { enumerate, fast };
 
-/// One folder (or file) that the partitioned scan walks by itself.
+/// A folder or file that the partitioned scan walks separately.
 struct ScanRoot {
-  std::string path;      ///< resolved and standardised: its name
-  std::string location;  ///< where it is walked, as a walk meets it: no links, "/private" not left out
+  std::string path;      ///< resolved and standardised; the name of the root
+  std::string location;  ///< the path as a walk meets it: no links, with "/private"
   StorageCategoryID defaultCategory = StorageCategoryID::other;
   ScanMode mode = ScanMode::enumerate;
 };
 
-/// Items at and below a location count to a category, unless a longer rule says otherwise.
+/// Items at or below a location count for a category, unless a longer rule applies.
 struct PrefixRule {
   std::string prefix;
   StorageCategoryID category = StorageCategoryID::other;
 };
 
-/// What a partitioned scan walks and by which rules. All places are locations, as `ScanRoot` has them. Made once for a
-/// scan.
+/// The roots and rules of a partitioned scan. All paths are locations, as in `ScanRoot`. Created once per scan.
 struct ScanPlan {
-  /// In the order in which they are walked. No root equals another, and a root inside another is left to itself.
+  /// In walk order, without duplicates. The walk of a root skips the roots inside it.
   std::vector<ScanRoot> roots;
-  /// Among equal prefixes the first one holds.
+  /// Of equal prefixes, the first one applies.
   std::vector<PrefixRule> prefixRules;
-  /// What roots of mode `fast` leave out besides the roots inside them.
+  /// Items that roots of mode `fast` skip, in addition to the roots inside them.
   std::vector<std::string> fastExclusions;
 };
 
-/// The plan for the volume as it is now.
+/// Makes the plan for the current state of the volume.
 ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine,
                       const VolumeLocationChecker& locations, const FileManager& files);
 

@@ -8,7 +8,7 @@
 namespace quarn {
 namespace {
 
-// Lower-casing shortens no text to less than a third of its bytes: the Kelvin sign's three become the one of "k".
+// Lower-casing shortens a text at most to a third of its bytes: the Kelvin sign takes three bytes, "k" one.
 constexpr std::size_t kMostShrinking = 3;
 
 constexpr unsigned kLetterBits = 5;
@@ -37,8 +37,8 @@ ScanRules::ScanRules(const ScanPlan& plan, Dictionary categoryByExtension)
   }
 }
 
-// Nearly every extension is told from the listed ones by its two ends. The five bits of a letter that say which it is
-// are the same in both cases; other scripts have letters whose lower case is another one.
+// Most extensions can be rejected by their first and last letter. The lower five bits of an ASCII letter do not
+// depend on its case. Non-ASCII letters always pass.
 bool ScanRules::mayBeListed(std::string_view extension) const {
   const auto isForeign = [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; };
   return listedEnds_.test(endsOf(extension)) || std::any_of(extension.begin(), extension.end(), isForeign);
@@ -60,8 +60,7 @@ std::optional<StorageCategoryID> ScanRules::longestRule(std::string_view locatio
 }
 
 std::optional<StorageCategoryID> ScanRules::dictionaryCategory(std::string_view name) const {
-  // The extension is what stands behind the last dot, or there is none; telling which takes longer than most names
-  // need.
+  // First test the text after the last dot: it is cheaper than finding the extension and rejects most names.
   const std::string_view behindDot = name.substr(name.rfind('.') + 1);
   if (!listedEnds_.test(endsOf("")) && !mayBeListed(behindDot)) return std::nullopt;
   const std::string_view extension = path::extension(name);

@@ -11,38 +11,38 @@
 
 namespace quarn {
 
-/// Everything that decides about an item of a partitioned scan, compiled once: by its place among the rules' paths and
-/// by its extension. Immutable; used from any thread.
+/// All rules of a partitioned scan, compiled once: the trie of paths and the dictionary of extensions. Immutable and
+/// thread-safe.
 class ScanRules {
  public:
-  /// Category by lower-cased extension.
+  /// Categories by lower-cased extension.
   using Dictionary = std::map<std::string, StorageCategoryID, std::less<>>;
 
-  /// What the rules say of one location.
+  /// The rules for one location.
   struct Rule {
-    std::optional<StorageCategoryID> category;  ///< of items at and below it, unless a longer rule says otherwise
-    bool isRoot = false;                        ///< walked by itself, hence left out of the roots around it
-    bool isFastExclusion = false;               ///< left out of roots of mode `fast`
+    std::optional<StorageCategoryID> category;  ///< of items at and below it, unless a longer rule applies
+    bool isRoot = false;                        ///< walked separately, so the roots around it skip it
+    bool isFastExclusion = false;               ///< roots of mode `fast` skip it
   };
   using Trie = PathTrie<Rule>;
 
   ScanRules(const ScanPlan& plan, Dictionary categoryByExtension);
 
-  /// The place of a location; `kNone` where no rule lies there or below.
+  /// The node of a location; `kNone` if there are no rules at or below it.
   [[nodiscard]] Trie::Node find(std::string_view location) const { return trie_.find(location); }
-  /// The place of an item in a folder.
+  /// The node of an item in a folder.
   [[nodiscard]] Trie::Node step(Trie::Node folder, std::string_view name) const { return trie_.step(folder, name); }
-  /// The category of the rule exactly there.
+  /// The category of the rule at this node.
   [[nodiscard]] std::optional<StorageCategoryID> category(Trie::Node node) const {
     const Rule* rule = trie_.value(node);
     return rule == nullptr ? std::nullopt : rule->category;
   }
-  /// Whether a walk of the mode leaves out what lies there.
+  /// True if a walk of that mode skips this node.
   [[nodiscard]] bool isExcluded(Trie::Node node, ScanMode mode) const;
 
-  /// The category of the longest rule that equals or holds the location.
+  /// The category of the longest rule that equals or contains the location.
   [[nodiscard]] std::optional<StorageCategoryID> longestRule(std::string_view location) const;
-  /// The dictionary's category for a name's extension.
+  /// The dictionary's category for the extension of a name.
   [[nodiscard]] std::optional<StorageCategoryID> dictionaryCategory(std::string_view name) const;
 
  private:
@@ -51,7 +51,7 @@ class ScanRules {
   Trie trie_;
   Dictionary categoryByExtension_;
   std::size_t longestExtension_ = 0;
-  std::bitset<1024> listedEnds_;  // by the first and the last letter
+  std::bitset<1024> listedEnds_;  // indexed by first and last letter
 };
 
 }  // namespace quarn

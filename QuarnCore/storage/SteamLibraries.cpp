@@ -16,7 +16,7 @@ constexpr std::array<std::string_view, 2> kBases{"Library/Application Support/St
 
 void skipBlanks(std::string_view& line) { line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size())); }
 
-// Takes a quoted token off the front of the line.
+// Removes a quoted token from the front of the line.
 std::optional<std::string> takeToken(std::string_view& line) {
   skipBlanks(line);
   if (!line.starts_with('"')) return std::nullopt;

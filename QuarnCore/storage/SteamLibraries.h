@@ -8,13 +8,13 @@
 
 namespace quarn {
 
-/// The library folders that the text of a "libraryfolders.vdf" names, in order: of every line of two quoted tokens
-/// whose first is "path" in any letter case, the second with \\ and \" unescaped. Blanks are spaces, tabs and carriage
-/// returns; tokens may touch. Relative paths and other lines give nothing, nor does text that is not UTF-8.
+/// The library folders in a "libraryfolders.vdf", in order. These are the lines with two quoted tokens, the first of
+/// them "path" in any case; \\ and \" in the second are unescaped. Blanks are spaces, tabs and carriage returns;
+/// tokens may touch. Relative paths and other lines are ignored, and so is text that is not UTF-8.
 std::vector<std::string> steamLibraryPaths(std::string_view text);
 
-/// The "steamapps" folders that exist: of each Steam folder of the user and of all users, its own and those of the
-/// libraries that its "libraryfolders.vdf" names.
+/// The existing "steamapps" folders of the user's Steam folder and the shared one: their own, and those of the
+/// libraries in their "libraryfolders.vdf".
 std::vector<FileURL> steamAppFolders(const FileManager& files);
 
 }  // namespace quarn

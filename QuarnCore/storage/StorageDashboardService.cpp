@@ -16,7 +16,7 @@ StorageDashboardService::CategorySizes byCategory(const PartitionedScan::Totals&
   return sizes;
 }
 
-// As in the scan, what is on another volume is not this volume's.
+// Roots on other volumes do not count, as in the partitioned scan.
 std::vector<FileURL> sizedRoots(StorageCategoryID category, const CategoryRoots& categories,
                                 const VolumeLocationChecker& locations, const FileManager& files) {
   std::vector<FileURL> roots = categories.roots(category, /*includeDiscovered=*/true);
@@ -24,7 +24,7 @@ std::vector<FileURL> sizedRoots(StorageCategoryID category, const CategoryRoots&
   return roots;
 }
 
-/// Sizes the roots of one category one by one.
+/// Sizes the roots of one category one after another.
 class PreciseSizing {
  public:
   PreciseSizing(StorageCategoryID category, const CategoryRoots& categories, const FileSizeCalculator& calculator,
@@ -43,12 +43,12 @@ class PreciseSizing {
   }
 
  private:
-  // What is only in the cloud counts by what it takes here; a root that cannot be walked by its cheaper estimates.
+  // Cloud files count the space that they take on this disk. If the root cannot be walked, falls back to estimates.
   [[nodiscard]] SizeInfo cloudSize(const FileURL& root) const {
     try {
       if (files_.isDirectory(root)) return calculator_.enumeratingDirectorySize(root, /*includeHidden=*/true);
     } catch (const FileError&) {
-      // The estimates below follow.
+      // Fall back to the estimates below.
     }
     if (const std::optional<SizeInfo> size = calculator_.resourceSize(root)) return *size;
     try {

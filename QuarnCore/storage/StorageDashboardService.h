@@ -15,8 +15,7 @@
 
 namespace quarn {
 
-/// Where the disk's space goes: the folders of each storage category, and what they take. A plain value; synchronous;
-/// read-only. Roots are found anew on every call.
+/// The storage categories: their folders and their sizes. Synchronous and read-only. Finds the roots on every call.
 class StorageDashboardService {
  public:
   using CategorySizes = std::map<StorageCategoryID, SizeInfo>;
@@ -25,35 +24,34 @@ class StorageDashboardService {
                           StorageSignatureRegistry signatureRegistry, VolumeLocationChecker volumeLocationChecker,
                           VendorPathHintIndex vendorHints, QuarantineManager quarantineManager, FileManager files);
 
-  /// The folders whose contents count to a category, whether or not they exist. `includeDiscovered` matters for games
-  /// alone: it adds the folders that marker files and folders give away.
+  /// The folders that count for a category, existing or not. `includeDiscovered` only affects games: it adds the
+  /// folders that contain markers.
   [[nodiscard]] std::vector<FileURL> categoryRoots(StorageCategoryID category, bool includeDiscovered) const;
-  /// Folders below a category's roots that count elsewhere; only `systemData` has any.
+  /// Folders below a category's roots that count for other categories; only `systemData` has any.
   [[nodiscard]] std::vector<FileURL> categoryExclusions(StorageCategoryID category) const;
-  /// The folders in which the largest items of a category are looked for.
+  /// The folders to search for the largest items of a category.
   [[nodiscard]] std::vector<FileURL> topItemRoots(StorageCategoryID category, bool includeDiscovered) const;
   [[nodiscard]] std::vector<FileURL> vendorRoots(StorageCategoryID category) const;
   [[nodiscard]] std::optional<VendorPathHint> vendorHint(const FileURL& url, StorageCategoryID category) const;
 
-  /// Whether a root of `documents` holds files of a cloud: iCloud Drive or a provider's folder in CloudStorage.
+  /// True if a root of `documents` holds cloud files: iCloud Drive or the folder of a provider in CloudStorage.
   [[nodiscard]] bool isCloudRoot(const FileURL& root) const;
 
-  /// The volume and a row per category with nothing in it. Throws the volume client's FileError unchanged.
+  /// The volume, and all categories with a size of 0. Throws the FileError of the volume client.
   [[nodiscard]] StorageOverview initialOverview() const;
 
-  /// Sizes every category in one pass: each byte in at most one. `onUpdate`, when given, gets the totals so far, after
-  /// every root and at most every 100 ms within one; the last call carries the final totals. Cancelled: the totals so
-  /// far.
+  /// Sizes all categories in one pass; each byte counts for at most one. Calls `onUpdate`, if not null, with the
+  /// totals so far after every root, and at most every 100 ms within a root; the last call has the final totals. If
+  /// cancelled, returns the totals so far.
   [[nodiscard]] CategorySizes calculatePartitionedCategorySizes(
       const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const;
 
-  /// The size of one category's roots that `preciseRoots` lists, root by root; absent when there are none. Throws
-  /// FileError.
+  /// The size of the roots in `preciseRoots`, root by root; absent if there are none. Throws FileError.
   [[nodiscard]] std::optional<SizeInfo> calculatePreciseSize(StorageCategoryID category,
                                                              const Cancellation& cancellation) const;
-  /// The category's roots, discovered ones too, that exist and are not on another volume.
+  /// The category's roots, including discovered ones, that exist and are not on another volume.
   [[nodiscard]] std::vector<FileURL> preciseRoots(StorageCategoryID category) const;
-  /// The size that one root has in it. Throws FileError.
+  /// The size of one root within that category. Throws FileError.
   [[nodiscard]] SizeInfo preciseSize(const FileURL& root, StorageCategoryID category) const;
 
  private:

@@ -11,8 +11,8 @@
 
 namespace quarn {
 
-/// A name or an extension that marks a storage category wherever it lies. Keys of the JSON resource are the field
-/// names.
+/// A name or extension that marks a storage category anywhere on the volume. The keys of the JSON resource are the
+/// field names.
 struct StorageSignature {
   enum class Kind : std::uint8_t { packageExtension, markerFile, markerDirectory };
 
@@ -24,7 +24,7 @@ struct StorageSignature {
   friend bool operator==(const StorageSignature&, const StorageSignature&) = default;
 };
 
-/// What the signature resource holds. The default is the fallback: version 1, no signatures.
+/// The content of the signature resource. The default is the fallback: version 1, no signatures.
 struct StorageSignatureTable {
   std::int64_t version = 1;
   std::vector<StorageSignature> signatures;

@@ -3,7 +3,7 @@
 #include "QuarnCore/storage/StorageSignature.h"
 #include "QuarnModels/RecordCodec.h"
 
-/// The members of storage signatures, in the resource file and in messages.
+/// Field tables of storage signatures, for the resource file and messages.
 namespace quarn::wire {
 
 // clang-format off

@@ -12,8 +12,8 @@
 
 namespace quarn {
 
-/// Which names mark a storage category wherever they lie, and which extensions count wholesale to one. Decoded from one
-/// JSON resource; keys are the field names. A plain value, immutable once loaded.
+/// The names that mark a storage category anywhere on the volume, and the extensions that count for one. Decoded from
+/// a JSON resource; the keys are the field names. Immutable.
 class StorageSignatureRegistry {
  public:
   using Signature = StorageSignature;
@@ -22,15 +22,15 @@ class StorageSignatureRegistry {
   StorageSignatureRegistry() = default;
   explicit StorageSignatureRegistry(StorageSignatureTable table) : table_(std::move(table)) {}
 
-  /// Reads "storage-signatures.json" of the bundle; the fallback when it is missing or malformed. Never fails.
+  /// Reads "storage-signatures.json"; the fallback if it is missing or malformed. Never fails.
   static StorageSignatureRegistry loadDefault(const ResourceBundle& bundle = ResourceBundle::shipped());
 
   [[nodiscard]] const StorageSignatureTable& table() const { return table_; }
   [[nodiscard]] std::int64_t version() const { return table_.version; }
   [[nodiscard]] const std::vector<Signature>& signatures() const { return table_.signatures; }
-  /// The category's marker rules in file order.
+  /// The markers of the category, in file order.
   [[nodiscard]] std::vector<Signature> markerSignatures(StorageCategoryID category) const;
-  /// Category by lower-cased extension; the last rule for an extension holds.
+  /// Categories by lower-cased extension; the last rule for an extension wins.
   [[nodiscard]] std::map<std::string, StorageCategoryID, std::less<>> packageCategoryByExtension() const;
 
  private:

@@ -142,7 +142,7 @@ VendorPathHint makeHint(const VendorProfile& profile, Category category, const V
           .riskLevel = RiskLevel::danger};
 }
 
-/// Where the profile's items lie that exist; absent for a profile of no category.
+/// The existing items of a profile; absent if the profile has no category.
 std::optional<VendorPathHintIndex::Finds> findsOf(const VendorProfile& profile, ListedFolders& folders,
                                                   const FileURL& home) {
   const std::optional<Category> category = VendorPathHintIndex::category(profile.id);
@@ -161,7 +161,7 @@ std::optional<VendorPathHintIndex::Finds> findsOf(const VendorProfile& profile, 
 
 template <class Value>
 struct Measured {
-  std::size_t length;  // of the path, in characters
+  std::size_t length;  // number of characters of the path
   Value value;
 };
 
@@ -206,7 +206,7 @@ void VendorPathHintIndex::add(const Find& find) {
   }
 }
 
-// Deeper paths before what they lie in; of several entries for one path the first stays the first.
+// Deeper paths precede the paths that contain them. Equal paths keep their order.
 void VendorPathHintIndex::sortEntries() {
   const auto deepestFirst = [](const Measured<Entry>& left, const Measured<Entry>& right) {
     return left.length != right.length ? left.length > right.length : left.value.path < right.value.path;
@@ -231,7 +231,7 @@ void VendorPathHintIndex::keepOutermostRoots() {
   }
 }
 
-// Of the paths that hold a URL the deepest is the longest: one way down the trie finds what a search in order would.
+// The deepest path that contains a URL is also the longest, so one descent in the trie equals a search in order.
 std::optional<VendorPathHint> VendorPathHintIndex::hint(const FileURL& url, Category category) const {
   const auto places = entryAt_.find(category);
   if (places == entryAt_.end()) return std::nullopt;

@@ -13,19 +13,19 @@
 
 namespace quarn {
 
-/// Which vendor's path a file lies in, and which vendor folders are further roots of a storage category. Built once
-/// from the profiles' patterns as they resolve on the volume; a plain value.
+/// Finds the vendor path that contains a file, and the vendor folders that are additional roots of a category. Built
+/// once from the patterns of the profiles, as they resolve on the volume.
 class VendorPathHintIndex {
  public:
-  /// A vendor's item that exists.
+  /// An existing item of a vendor.
   struct Entry {
     std::string path;  ///< standardised
-    FileURL url;       ///< as the pattern resolved
+    FileURL url;       ///< as resolved from the pattern
     VendorPathHint hint;
-    bool isDirectory = false;  ///< by its own type
+    bool isDirectory = false;  ///< the item itself is a folder
     friend bool operator==(const Entry&, const Entry&) = default;
   };
-  /// What exists of one thing that a profile knows of.
+  /// The existing items of one definition in a profile.
   struct Find {
     VendorPathHint hint;
     std::vector<FileURL> urls;
@@ -37,16 +37,16 @@ class VendorPathHintIndex {
 
   VendorPathHintIndex(const VendorProfileRegistry& registry, const FileURL& home, FileManager files);
 
-  /// The hint of the deepest vendor path that equals or holds the URL, for one category.
+  /// The hint of the deepest vendor path that equals or contains the URL, for one category.
   [[nodiscard]] std::optional<VendorPathHint> hint(const FileURL& url, StorageCategoryID category) const;
-  /// The category's vendor folders, outermost only, shortest first.
+  /// The vendor folders of a category, outermost only, shortest first.
   [[nodiscard]] std::vector<FileURL> roots(StorageCategoryID category) const;
 
-  /// Every category's items, longest path first, paths of one length ascending.
+  /// The items of every category, longest path first, then in ascending order.
   [[nodiscard]] const Entries& entriesByCategory() const { return entriesByCategory_; }
   [[nodiscard]] const Roots& rootsByCategory() const { return rootsByCategory_; }
 
-  /// The storage category of a profile by its id; absent for an id that the table does not hold.
+  /// The storage category of a profile by its id; absent for an unknown id.
   static std::optional<StorageCategoryID> category(std::string_view profileID);
 
  private:
@@ -57,7 +57,7 @@ class VendorPathHintIndex {
   FileManager files_;
   Entries entriesByCategory_;
   Roots rootsByCategory_;
-  std::map<StorageCategoryID, PathTrie<std::size_t>> entryAt_;  // where in the category's entries
+  std::map<StorageCategoryID, PathTrie<std::size_t>> entryAt_;  // index in the entries of the category
 };
 
 }  // namespace quarn

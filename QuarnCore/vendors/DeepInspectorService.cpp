@@ -16,11 +16,11 @@ using Class = ArtifactDataClass;
 using Scope = ArtifactScope;
 using Risk = RiskLevel;
 
-/// Where a built-in artifact's items are.
+/// The location of a built-in artifact.
 enum class Place : std::uint8_t {
-  path,                     ///< at the row's path
-  oneDriveFolders,          ///< folders in the row's path whose names hold "onedrive"; one artifact each
-  oneDriveCacheContainers,  ///< folders in the row's path whose names begin with ".ODContainer"; one artifact each
+  path,                     ///< the path of the row
+  oneDriveFolders,          ///< folders in the path with "onedrive" in their names; one artifact each
+  oneDriveCacheContainers,  ///< folders in the path with the prefix ".ODContainer"; one artifact each
 };
 
 struct BuiltIn {
@@ -67,7 +67,7 @@ constexpr std::array kMail{
 };
 static_assert(kMail.size() == 3);
 
-/// An ecosystem and how its apps are told, by lower-cased bundle identifier and name.
+/// An ecosystem, and how to recognise its apps by lower-cased bundle identifier and name.
 struct Ecosystem {
   std::string_view bundleIDPrefix;
   std::array<std::string_view, 4> nameParts;

@@ -8,13 +8,13 @@
 
 namespace quarn {
 
-/// The third layer of discovery: what only vendor knowledge finds. Built-in rules for Microsoft, Adobe and mail
-/// clients, then the vendor profiles; each find's explanation names the layer. A plain value; never fails.
+/// Finds artifacts that need vendor knowledge: built-in rules for Microsoft, Adobe and mail clients, then the vendor
+/// profiles. The explanation of an artifact names its source. Never fails.
 class DeepInspectorService {
  public:
   DeepInspectorService(VendorProfileRegistry vendorProfiles, FileManager files);
 
-  /// `existingArtifacts` and `entitlements` do not change the result: duplicates are folded by the inspection's merge.
+  /// `existingArtifacts` and `entitlements` do not affect the result; the inspection merges duplicates.
   [[nodiscard]] std::vector<Artifact> inspect(const AppEntity& app, const std::vector<Artifact>& existingArtifacts,
                                               const EntitlementsInfo& entitlements) const;
 

@@ -9,7 +9,7 @@ constexpr std::size_t kMostKeptEntries = 4096;
 
 }  // namespace
 
-// Under the lock, so that nobody lists what somebody is listing.
+// Lists under the lock, so that two threads do not list the same folder.
 ListedFolders::Entries ListedFolders::visibleEntries(const FileURL& folder) {
   const std::lock_guard lock(mutex_);
   const auto known = listed_.find(folder.path());

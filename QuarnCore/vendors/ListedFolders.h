@@ -11,8 +11,8 @@
 
 namespace quarn {
 
-/// The folders that many patterns look into, each listed once: dozens of vendors keep something in the same few. Made
-/// for one pass over the patterns, during which the volume is taken to stay as it is. Safe from any thread.
+/// Caches the folders that many patterns list, because dozens of vendors use the same few folders. Create one for
+/// each pass over the patterns; changes on the volume during the pass are not visible. Thread-safe.
 class ListedFolders {
  public:
   using Entries = std::shared_ptr<const std::vector<DirectoryEntry>>;
@@ -20,13 +20,13 @@ class ListedFolders {
   explicit ListedFolders(FileManager files) : files_(std::move(files)) {}
 
   [[nodiscard]] const FileManager& files() const { return files_; }
-  /// The folder's visible entries; none when it cannot be listed. Never null.
+  /// The visible entries of a folder; empty if it cannot be listed. Never null.
   [[nodiscard]] Entries visibleEntries(const FileURL& folder);
 
  private:
   FileManager files_;
   std::mutex mutex_;
-  std::unordered_map<std::string, Entries> listed_;  // but for those that are not worth their memory
+  std::unordered_map<std::string, Entries> listed_;  // without folders that are too large to cache
 };
 
 }  // namespace quarn

@@ -8,14 +8,14 @@
 
 namespace quarn {
 
-/// Finds the uninstallers that vendors ship inside an app's bundle or beside it. A plain value; never fails.
+/// Finds uninstallers in an app's bundle or beside it. Never fails.
 class UninstallerDiscoveryService {
  public:
   explicit UninstallerDiscoveryService(FileManager files);
 
-  /// Items named like an uninstaller that can be opened or run: anywhere in the bundle (hidden items and nested
-  /// packages not entered, 20,000 entries visited at most), with confidence 1, and directly beside it, with 0.8 when
-  /// they name the app and 0.7 otherwise. Higher confidence first, equal ones by name; each path once.
+  /// Finds items that have the name of an uninstaller and can be opened or run. In the bundle (without hidden items
+  /// and nested packages, at most 20,000 entries) the confidence is 1. Directly beside the bundle it is 0.8 if the
+  /// name contains the app's name, else 0.7. Sorted by descending confidence, then by name; each path occurs once.
   [[nodiscard]] std::vector<UninstallerCandidate> findUninstallers(const AppEntity& app) const;
 
  private:

@@ -14,7 +14,7 @@ struct Ranked {
   Artifact artifact;
 };
 
-// Short paths come first, so that a folder claims what lies in it before its contents are looked at.
+// Shortest path first, so that a folder claims its content before the content is checked.
 std::vector<Ranked> shortestFirst(const std::vector<Artifact>& artifacts) {
   std::vector<Ranked> ranked;
   ranked.reserve(artifacts.size());

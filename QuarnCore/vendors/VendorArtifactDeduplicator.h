@@ -7,12 +7,13 @@
 
 namespace quarn {
 
-/// Makes sure that one item on the disk is reported by at most one artifact. Stateless.
+/// Ensures that each item is part of at most one artifact. Applies to all artifacts, not only those of vendor
+/// profiles. Stateless.
 struct VendorArtifactDeduplicator {
   VendorArtifactDeduplicator() = delete;
 
-  /// The artifacts, shortest first path first, without the items that an artifact before them covers; an artifact left
-  /// without items is dropped, one that keeps some gets a new id.
+  /// Returns the artifacts, shortest first path first, without the items that an earlier artifact covers. Drops
+  /// artifacts without items; artifacts that lost items get a new id.
   static std::vector<Artifact> deduplicate(const std::vector<Artifact>& artifacts, const FileManager& files);
 };
 

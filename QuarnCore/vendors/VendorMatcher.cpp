@@ -41,7 +41,7 @@ AppTexts::AppTexts(const AppEntity& app)
       name(comparable(app.name)),
       bundleName(comparable(app.bundleURL.lastPathComponent())) {}
 
-// An empty prefix or fragment would match every app.
+// Empty prefixes and fragments would match every app, so they are removed.
 VendorMatcher::VendorMatcher(const VendorProfile& profile)
     : bundleIDs_(allComparable(profile.match.bundleIDs)),
       prefixes_(allComparable(profile.match.bundleIDPrefixes)),
@@ -65,7 +65,7 @@ bool VendorMatcher::matchesByName(const AppTexts& app) const {
          });
 }
 
-// Defined here and not beside the record, so that the record does not depend on its matcher.
+// Defined here, so that the record does not depend on its matcher.
 bool VendorProfile::matches(const AppEntity& app) const { return VendorMatcher(*this).matches(AppTexts(app)); }
 
 }  // namespace quarn

@@ -7,17 +7,16 @@
 
 namespace quarn {
 
-/// The texts of an app that vendor profiles are matched against, lower-cased and composed once.
+/// The texts of an app that vendor profiles match, lower-cased and composed once.
 struct AppTexts {
   explicit AppTexts(const AppEntity& app);
 
-  std::string bundleID;  ///< "" for an app without one
+  std::string bundleID;  ///< "" if the app has none
   std::string name;
-  std::string bundleName;  ///< the bundle's file name, "example.app"
+  std::string bundleName;  ///< file name of the bundle: "example.app"
 };
 
-/// One profile's rules of recognition, lower-cased and composed once, so that matching many apps against many profiles
-/// only compares.
+/// The match rules of a profile, lower-cased and composed once. Matching many apps with many profiles only compares.
 class VendorMatcher {
  public:
   explicit VendorMatcher(const VendorProfile& profile);
@@ -30,7 +29,7 @@ class VendorMatcher {
   std::vector<std::string> bundleIDs_;
   std::vector<std::string> prefixes_;
   std::vector<std::string> nameParts_;
-  std::vector<std::string> bundleNames_;  ///< what a name hit needs as its confirmation; none when empty
+  std::vector<std::string> bundleNames_;  ///< file names that confirm a name match; if empty, none is needed
 };
 
 }  // namespace quarn

@@ -15,21 +15,22 @@ namespace {
 
 bool isStarred(std::string_view component) { return component.find('*') != std::string_view::npos; }
 
-// memmem is linear where string_view::find is not: patterns and names may be written to hurt.
+// memmem takes linear time, unlike string_view::find. Patterns and names are untrusted.
 std::size_t find(std::string_view text, std::string_view part) {
   const void* found = ::memmem(text.data(), text.size(), part.data(), part.size());
   if (found == nullptr) return std::string_view::npos;
   return static_cast<std::size_t>(static_cast<const char*>(found) - text.data());
 }
 
-// The text behind the first occurrence of a piece; for the piece at a pattern's start only the text's start will do.
+// The text after the first occurrence of a piece. At the start of a pattern, the piece must be at the start of the
+// text.
 std::optional<std::string_view> behind(std::string_view piece, std::string_view text, bool isAtStart) {
   const std::size_t found = isAtStart ? (text.starts_with(piece) ? 0 : std::string_view::npos) : find(text, piece);
   if (found == std::string_view::npos) return std::nullopt;
   return text.substr(found + piece.size());
 }
 
-// Both texts in their composed form.
+// Both texts must be composed.
 bool matchesComposed(std::string_view pattern, std::string_view text) {
   if (!isStarred(pattern)) return pattern == text;
   std::optional<std::string_view> rest = text;

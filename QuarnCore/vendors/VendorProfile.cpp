@@ -13,7 +13,7 @@ namespace {
 
 constexpr double kCarveOutConfidence = 0.45;
 
-// What these classes hold stays what it is however many folders a pattern gathers.
+// Artifacts of these classes keep their class, however many folders a pattern matches.
 constexpr std::array kSettledClasses{ArtifactDataClass::app, ArtifactDataClass::rebuildable,
                                      ArtifactDataClass::syncRestorable, ArtifactDataClass::shared};
 
@@ -45,7 +45,7 @@ Artifact makeArtifact(const VendorProfile::ArtifactDefinition& definition, std::
   return artifact;
 }
 
-// A plain text prefix, on purpose: "/Users/ann2/x" counts as inside "/Users/ann".
+// Compared as a text prefix, on purpose: "/Users/ann2/x" counts as inside "/Users/ann".
 ArtifactScope scopeOf(const std::vector<FileURL>& urls, const FileManager& files, const FileURL& home) {
   const std::string homePath = files.standardizedPath(home);
   const bool areUsers = std::all_of(

@@ -11,13 +11,13 @@
 
 namespace quarn {
 
-/// What is known of one vendor: how to recognise its apps and where their files lie. Decoded from one JSON resource;
-/// keys are the field names. A plain value.
+/// The profile of a vendor: how to recognise its apps, and the locations of their files. Decoded from a JSON
+/// resource; the keys are the field names.
 struct VendorProfile {
   struct Match {
     std::vector<std::string> bundleIDs;  ///< exact identifiers
     std::vector<std::string> bundleIDPrefixes;
-    std::vector<std::string> nameContains;  ///< fragments of the app's name
+    std::vector<std::string> nameContains;  ///< fragments of the app name
     friend bool operator==(const Match&, const Match&) = default;
   };
   struct ArtifactDefinition {
@@ -31,7 +31,7 @@ struct VendorProfile {
     std::vector<std::string> paths;  ///< patterns, see `VendorPathResolver`
     friend bool operator==(const ArtifactDefinition&, const ArtifactDefinition&) = default;
   };
-  /// A location reported apart, as shared data.
+  /// A location that is reported separately, as shared data.
   struct CarveOut {
     std::string title;
     std::vector<std::string> paths;
@@ -45,10 +45,10 @@ struct VendorProfile {
   std::vector<ArtifactDefinition> artifacts;
   std::vector<CarveOut> carveOuts;
 
-  /// Whether the app is this vendor's: by exact identifier, by identifier prefix, or by a name fragment, which the
-  /// bundle's file name must confirm when the profile names app bundles.
+  /// True if the app is this vendor's: by exact identifier, by identifier prefix, or by a name fragment. If the
+  /// profile lists app bundles, a name fragment only counts if the bundle's file name is among them.
   [[nodiscard]] bool matches(const AppEntity& app) const;
-  /// The vendor's items that exist on the volume, each item in one artifact; `home` is what "~" stands for.
+  /// The vendor's items that exist on the volume; each item is in one artifact. "~" in patterns is `home`.
   [[nodiscard]] std::vector<Artifact> makeArtifacts(const FileManager& files, const FileURL& home) const;
 
   friend bool operator==(const VendorProfile&, const VendorProfile&) = default;

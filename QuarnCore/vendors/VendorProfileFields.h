@@ -4,7 +4,7 @@
 #include "QuarnCore/vendors/VendorProfileIndex.h"
 #include "QuarnModels/RecordCodec.h"
 
-/// The members of vendor profiles, in resource files and in messages.
+/// Field tables of vendor profiles, for resource files and messages.
 namespace quarn::wire {
 
 // clang-format off

@@ -6,7 +6,7 @@
 
 namespace quarn {
 
-/// The resource that lists the vendor files.
+/// The index of the profile files.
 struct VendorProfileIndex {
   struct Entry {
     std::string id;

@@ -11,14 +11,14 @@
 
 namespace quarn {
 
-/// A vendor file's text as its record; absent when anything in it is missing or wrong, and then `problem`, when given,
-/// says what: "artifacts[2].kind: not a kind of artifact". Keys are the field names, unknown keys are ignored.
+/// Parses a profile. Absent if a member is missing or wrong; then stores the error in `problem` if it is not null,
+/// for example "artifacts[2].kind: not a kind of artifact". The keys are the field names; unknown keys are ignored.
 std::optional<VendorProfile> decodeVendorProfile(std::string_view text, std::string* problem = nullptr);
 
-/// The index file's text as its record, likewise.
+/// Parses an index in the same way.
 std::optional<VendorProfileIndex> decodeVendorIndex(std::string_view text, std::string* problem = nullptr);
 
-/// The records as their resource files have them: keys in field order, an absent explanation left out.
+/// Encode the records in the form of their files: members in order, without absent explanations.
 nlohmann::ordered_json encodeVendorProfile(const VendorProfile& profile);
 nlohmann::ordered_json encodeVendorIndex(const VendorProfileIndex& index);
 

@@ -10,7 +10,7 @@ namespace {
 constexpr std::string_view kExtension = "json";
 constexpr std::string_view kSubdirectory = "vendors";
 
-// A file in the subdirectory hides one of the same name beside it, even when it cannot be read.
+// A file in the subdirectory hides a file of the same name in the bundle's folder, even if it cannot be read.
 std::optional<std::string> readResource(const ResourceBundle& bundle, std::string_view name) {
   return bundle.contains(name, kExtension, kSubdirectory) ? bundle.read(name, kExtension, kSubdirectory)
                                                           : bundle.read(name, kExtension);

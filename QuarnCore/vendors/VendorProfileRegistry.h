@@ -14,28 +14,27 @@ namespace quarn {
 
 class VendorMatcher;
 
-/// The vendor profiles in the order of their index. A plain value, loaded once and passed on;
-/// copies share what was loaded.
+/// The vendor profiles in the order of their index. Loaded once; copies share the data.
 class VendorProfileRegistry {
  public:
   using Index = VendorProfileIndex;
 
   explicit VendorProfileRegistry(std::vector<VendorProfile> profiles = {});
 
-  /// Loads "vendors/index.json" (else "index.json") and the files that it names. Never fails: what cannot be read or
-  /// decoded is left out as a whole, silently.
+  /// Loads "vendors/index.json" (else "index.json") and the files that it names. Never fails: silently skips files
+  /// that cannot be read or decoded.
   static VendorProfileRegistry loadDefault(const ResourceBundle& bundle = ResourceBundle::shipped());
 
   [[nodiscard]] const std::vector<VendorProfile>& profiles() const { return *profiles_; }
-  /// The profiles that match the app, in registry order.
+  /// The profiles that match the app, in the order of the index.
   [[nodiscard]] std::vector<VendorProfile> matchingProfiles(const AppEntity& app) const;
-  /// The artifacts of every matching profile, profile by profile.
+  /// The artifacts of all matching profiles, in the order of the profiles.
   [[nodiscard]] std::vector<Artifact> artifacts(const AppEntity& app, const FileManager& files,
                                                 const FileURL& home) const;
 
  private:
   std::shared_ptr<const std::vector<VendorProfile>> profiles_;
-  std::shared_ptr<const std::vector<VendorMatcher>> matchers_;  ///< of the profiles, in their order
+  std::shared_ptr<const std::vector<VendorMatcher>> matchers_;  ///< in the order of the profiles
 };
 
 }  // namespace quarn
