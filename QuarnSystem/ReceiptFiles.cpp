@@ -20,7 +20,7 @@ namespace {
 constexpr std::array<std::string_view, 3> kFolders{"/private/var/db/receipts", "/Library/Apple/System/Library/Receipts",
                                                    "/Library/Receipts"};
 
-// The keys of one kind of receipt. Of two keys the first that has a string counts; "" stands for no key.
+// The keys of one kind of receipt. Of two keys, the first one with a string counts. "" means no key.
 struct Keys {
   std::string_view identifier;
   std::array<std::string_view, 2> version;
@@ -30,7 +30,7 @@ struct Keys {
 // clang-format off
 constexpr Keys kRecordKeys{
     .identifier = "PackageIdentifier", .version = {"PackageVersion"}, .installLocation = {"InstallPrefixPath"}};
-// Before Mac OS X 10.6 a receipt was the package itself without its payload.
+// Before Mac OS X 10.6 a receipt was the package itself, without its payload.
 constexpr Keys kPackageKeys{
     .identifier = "CFBundleIdentifier", .version = {"CFBundleShortVersionString", "CFBundleVersion"},
     .installLocation = {"IFPkgRelocatedPath", "IFPkgFlagDefaultLocation"}};
@@ -44,7 +44,7 @@ std::optional<std::string> firstString(const PropertyList& list, const std::arra
   return std::nullopt;
 }
 
-// Absent also for a moment that no calendar with four-digit years shows: damaged lists hold such.
+// Also absent for dates beyond four-digit years, which occur in damaged lists.
 std::optional<Date> installDateOf(const PropertyList& list) {
   using std::chrono::sys_days;
   using std::chrono::year;
@@ -67,7 +67,7 @@ std::optional<ReceiptFile> receiptOf(const FileManager& files, const FileURL& fi
       .identifier = std::move(*identifier),
       .version = firstString(*list, keys.version),
       .installDate = installDateOf(*list),
-      // Written with and without a slash before it, as "." and as nothing; always below the volume's root.
+      // Install locations may have a leading slash or not, or be "." or empty. All are relative to the volume's root.
       .installLocation = path::withoutDots(firstString(*list, keys.installLocation).value_or("/")),
       .bill = std::move(bill)};
 }

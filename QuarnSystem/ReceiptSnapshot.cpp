@@ -18,12 +18,11 @@ namespace {
 
 using SharedBill = std::shared_ptr<const PackedPaths>;
 
-/// What was read so far.
+/// The receipts and bills read so far.
 ///
-/// The receipts are read once, by the first thread that asks; the others wait in `call_once`. A slot belongs to one
-/// receipt and holds its bill as soon as it was read; its lock is held while the bill is read, so that no bill is read
-/// twice at once. `keptBytes_` has a lock of its own, which is taken last. The slots' memory is bounded by
-/// `mostBillBytes`.
+/// The first thread reads the receipts; other threads wait in `call_once`. A slot belongs to one receipt and caches
+/// its bill. Its lock is held while the bill is read, so a bill is never read twice at the same time. `keptBytes_`
+/// has a separate lock, which is acquired last. `mostBillBytes` bounds the memory of the slots.
 class Receipts {
  public:
   Receipts(FileManager files, std::size_t mostBillBytes) : files_(std::move(files)), mostBillBytes_(mostBillBytes) {}
@@ -38,7 +37,7 @@ class Receipts {
     return receipts_;
   }
 
-  // That of the receipt at an index of `all()`. Null when there is no readable bill.
+  // The bill of the receipt at an index of `all()`; null if there is no readable bill.
   [[nodiscard]] SharedBill bill(std::size_t index) {
     Slot& slot = slots_[index];
     const std::lock_guard lock(slot.mutex);
@@ -85,11 +84,11 @@ ReceiptInfo infoOf(const ReceiptFile& receipt, const SharedBill& bill) {
   return info;
 }
 
-// One item, looked for in many bills by the paths that a package may have installed it under.
+// An item to find in many bills, under all paths where a package may have installed it.
 class SoughtItem {
  public:
   SoughtItem(const FileManager& files, std::string_view path) {
-    // Packages install into "/private/etc" what standardising writes as "/etc".
+    // Packages install into "/private/etc", while the standardised path is "/etc".
     const std::string standardized = files.standardizedPath(path);
     paths_.push_back(standardized);
     for (std::string& installed : path::withPrivatePrefixes(standardized)) {
@@ -97,17 +96,17 @@ class SoughtItem {
     }
   }
 
-  // Whether a bill of the receipt could list the item at all.
+  // True if a bill of the receipt could list the item.
   [[nodiscard]] bool mayBeListed(const ReceiptFile& receipt) const {
     return anyPlace(receipt, [](std::string_view) { return true; });
   }
 
-  // Whether the bill lists the item itself, as whatever it is. Every bill lists the folder it is installed into.
+  // True if the bill lists the item itself, of any type. Every bill lists its install location.
   [[nodiscard]] bool isListed(const ReceiptFile& receipt, const PackedPaths& bill) const {
     return anyPlace(receipt, [&](std::string_view place) { return place.empty() || bill.contains(place); });
   }
 
-  // Whether the bill lists the item or anything in it.
+  // True if the bill lists the item or anything in it.
   [[nodiscard]] bool isOrHoldsListed(const ReceiptFile& receipt, const PackedPaths& bill) const {
     for (const std::string& path : paths_) {
       if (path::isInside(receipt.installLocation, path)) return true;
@@ -116,7 +115,7 @@ class SoughtItem {
   }
 
  private:
-  // Whether the test holds for the item's place below the install location, "" for that folder itself.
+  // True if the test is true for the item's path relative to the install location ("" for that folder itself).
   template <class Test>
   bool anyPlace(const ReceiptFile& receipt, Test test) const {
     for (const std::string& path : paths_) {

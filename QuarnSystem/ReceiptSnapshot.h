@@ -11,27 +11,26 @@
 
 namespace quarn {
 
-/// What the installer's receipts say, as they were when they were first asked for: an operation takes one snapshot and
-/// asks it as often as it likes. A plain value; copies share what was read. A test or a shell may replace the
-/// functions. None can fail.
+/// The installer receipts at the time of the first query. Take one snapshot per operation. Copies share the data. The
+/// functions are replaceable, for example in tests; none can fail.
 struct ReceiptSnapshot {
-  /// Every receipt, by package identifier ascending.
+  /// All receipts, sorted by package identifier.
   std::function<std::vector<ReceiptInfo>()> allReceipts;
-  /// The receipts whose package belongs to the app (see `matches`), by package identifier ascending.
+  /// The receipts of the packages that belong to the app (see `matches`), sorted by package identifier.
   std::function<std::vector<ReceiptInfo>(const AppEntity& app)> receiptsMatching;
-  /// Identifiers of the packages that list a path, standardised (folders count, the install location too), ascending
-  /// and each once.
+  /// The identifiers of the packages that list a path (standardised; folders and the install location count), sorted,
+  /// without duplicates.
   std::function<std::vector<std::string>(const std::string& forFileAtPath)> packageIDs;
-  /// Whether a package belongs to the app: letter case ignored, its identifier equals the bundle identifier or begins
-  /// with it followed by "."; or its receipt lists the app's bundle or something in it.
+  /// True if a package belongs to the app: its identifier equals the bundle identifier or continues it with "."
+  /// (ignoring case), or its receipt lists the app's bundle or something in it.
   std::function<bool(const AppEntity& app, const std::string& packageID)> matches;
 
-  /// How much of the bills is kept in memory: a bill takes the bytes of its paths and five more for each. A bill that
-  /// no longer fits is read again for each question that needs it.
+  /// Limit for cached bills. A bill takes the bytes of its paths plus five per path. Beyond the limit, bills are read
+  /// again for each query.
   static constexpr std::size_t kMostBillBytes = std::size_t{64} << 20;
 
-  /// The receipts of a volume (see `readReceiptFiles`). Reads nothing before the first question; then each property
-  /// list and each bill once. A receipt without a readable bill lists no files. Safe to use from several threads.
+  /// A snapshot of a volume (see `readReceiptFiles`). Reads nothing before the first query, then each property list
+  /// and each bill once. A receipt without a readable bill lists no files. Thread-safe.
   static ReceiptSnapshot of(FileManager files, std::size_t mostBillBytes = kMostBillBytes);
 };
 

@@ -11,16 +11,16 @@
 
 namespace {
 
-// A walk starts threads, and glibc would give many of them a heap of their own, most of it empty. Two are enough: what
-// the threads of a walk allocate they keep and use again.
+// Walks start threads, and glibc would give many of them a separate, mostly empty heap. Two heaps are enough, because
+// the threads of a walk reuse their memory.
 void keepHeapsFew() {
 #ifdef __GLIBC__
   ::mallopt(M_ARENA_MAX, 2);
 #endif
 }
 
-// A standard input or output that is closed would be the next file that is opened, and take or give its content. What
-// stands in for it fails as it did.
+// If a standard descriptor is closed, the next opened file would get its number and its content. /dev/null takes its
+// place; reading or writing it fails, as before.
 void occupyStandardDescriptors() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(descriptor, F_GETFD) >= 0 || errno != EBADF) continue;

@@ -11,7 +11,7 @@
 namespace quarn {
 namespace {
 
-// Component by component from the root; a pattern that names a folder claims the extensions in it too.
+// Compares components from the root. A pattern for a folder also claims the extensions in it.
 bool claims(const std::string& pattern, const std::vector<std::string_view>& extensionNames) {
   const std::vector<std::string_view> names = path::names(pattern);
   if (names.size() > extensionNames.size()) return false;
@@ -27,7 +27,7 @@ std::string ExtensionEvidence::summaryText() const { return kind == Kind::vendor
 
 std::string ExtensionEvidence::detailText() const { return summaryText() + ": " + name; }
 
-// The kernel-extension paths of the profiles that match one app, lower-cased and expanded once.
+// The kernel extension paths of the profiles that match one app, expanded and lower-cased once.
 class ExtensionEvidenceSearch::ProfileClaims {
  public:
   ProfileClaims(const VendorProfileRegistry& registry, const AppEntity& app, const FileURL& home) {

@@ -12,12 +12,12 @@
 
 namespace quarn {
 
-/// Why a kernel extension belongs to an app.
+/// The reason why a kernel extension belongs to an app.
 struct ExtensionEvidence {
   enum class Kind : std::uint8_t { vendorProfile, receipt };
 
   Kind kind = Kind::vendorProfile;
-  std::string name;  ///< the profile's display name, or the package identifier
+  std::string name;  ///< display name of the profile, or package identifier
 
   /// "Vendor-Profil" or "Receipt".
   [[nodiscard]] std::string summaryText() const;
@@ -26,9 +26,9 @@ struct ExtensionEvidence {
   friend bool operator==(const ExtensionEvidence&, const ExtensionEvidence&) = default;
 };
 
-/// Looks for what ties kernel extensions to some apps: vendor profiles that name an extension's path, and receipts that
-/// list it. Made once for an operation: the apps' profiles are matched and the receipts are read once, however many
-/// extensions are asked about. Keeps a reference to the apps.
+/// Finds the apps of kernel extensions: through vendor profiles that name the path of an extension, and receipts that
+/// list it. Create one per operation: it matches the profiles and reads the receipts once, for any number of
+/// extensions. Keeps a reference to the apps.
 class ExtensionEvidenceSearch {
  public:
   struct Find {
@@ -36,15 +36,15 @@ class ExtensionEvidenceSearch {
     ExtensionEvidence evidence;
   };
 
-  /// `home` is what "~" in a profile's path stands for.
+  /// `home` replaces "~" in the paths of profiles.
   ExtensionEvidenceSearch(const std::vector<AppEntity>& apps, const VendorProfileRegistry& profiles,
                           ReceiptSnapshot receipts, const FileURL& home, FileManager files);
   ~ExtensionEvidenceSearch();
   ExtensionEvidenceSearch(const ExtensionEvidenceSearch&) = delete;
   ExtensionEvidenceSearch& operator=(const ExtensionEvidenceSearch&) = delete;
 
-  /// Evidence for the extension at a URL. A profile of any app, in the order of the apps, comes before a receipt: what
-  /// a vendor knows of its own extensions outweighs an installer's list.
+  /// The evidence for an extension. Profile evidence for any app, in order, precedes receipt evidence, because a
+  /// vendor profile outweighs a receipt.
   [[nodiscard]] std::optional<Find> find(const FileURL& extension) const;
 
  private:

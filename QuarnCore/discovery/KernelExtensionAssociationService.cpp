@@ -11,7 +11,7 @@ constexpr double kProfileConfidence = 0.75;
 constexpr double kReceiptConfidence = 0.65;
 
 ArtifactScope scopeOf(const FileURL& url, const FileURL& home, const FileManager& files) {
-  // By the text: with the root as home, nothing but the root is the user's.
+  // Compared as text: if the home folder is the root, only the root itself has user scope.
   const std::string path = files.standardizedPath(url);
   const std::string homePath = files.standardizedPath(home);
   return path == homePath || path.starts_with(homePath + '/') ? ArtifactScope::user : ArtifactScope::system;

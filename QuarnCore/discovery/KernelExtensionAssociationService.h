@@ -39,7 +39,7 @@ class KernelExtensionAssociationService {
 
   /// The app's extensions as artifacts, in listing order, with the sizes of the listing.
   [[nodiscard]] std::vector<Artifact> kernelExtensionArtifacts(const AppEntity& app, bool includeMacOS) const;
-  /// The same for a caller that has read the receipts already.
+  /// The same, for a caller that already has a snapshot of the receipts.
   [[nodiscard]] std::vector<Artifact> kernelExtensionArtifacts(const AppEntity& app, bool includeMacOS,
                                                                const ReceiptSnapshot& receipts) const;
 

@@ -72,7 +72,7 @@ std::vector<AppInspectionService::Phase> AppInspectionService::phaseSequence(con
 AppInspection AppInspectionService::inspect(const AppEntity& app, const Options& options,
                                             const Progress& progress) const {
   AppInspection inspection{.app = app};
-  // The phases that ask for receipts share one reading.
+  // All phases share one snapshot of the receipts.
   const bool needsReceipts = options.includeReceipts || options.includeKernelExtensions;
   const ReceiptSnapshot receipts = needsReceipts ? receiptScanner_.snapshot() : ReceiptSnapshot();
   EntitlementsInfo entitlements;

@@ -16,7 +16,7 @@ namespace quarn {
 /// lists depend on each other. Not thread-safe. The arguments of the constructor must outlive it.
 class CategoryRoots {
  public:
-  /// What is in the folder `quarantine` is not the user's data: no root is there.
+  /// The folder `quarantine` contains no roots, because its content is not the user's data.
   CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints, FileURL quarantine,
                 const FileManager& files);
 

@@ -239,7 +239,7 @@ std::optional<VendorPathHint> VendorPathHintIndex::hint(const FileURL& url, Cate
   const std::size_t* found = places->second.longestMatch(path);
   if (found == nullptr) return std::nullopt;
   const VendorPathHint& hint = entriesByCategory_.at(category)[*found].hint;
-  // Paths are compared as texts, and no path goes on after "/" with another "/".
+  // Compared as text, no path continues "/" with another "/".
   if (hint.path == "/" && path != "/") return std::nullopt;
   return hint;
 }

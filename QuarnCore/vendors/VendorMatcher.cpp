@@ -11,8 +11,7 @@
 namespace quarn {
 namespace {
 
-// The form in which texts are compared: letter case and the choice among canonically equivalent forms do not matter,
-// and "cafe" is not found in "café", however that is written.
+// The form for comparisons: ignores case and normalisation. "cafe" does not match "café", whatever its normalisation.
 std::string comparable(std::string_view text) { return composed(Text::lowercased(text)); }
 
 std::vector<std::string> allComparable(const std::vector<std::string>& texts) {

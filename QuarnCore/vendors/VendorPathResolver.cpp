@@ -91,8 +91,8 @@ class Candidates {
   std::vector<FileURL> take() { return std::move(urls_); }
 
  private:
-  // With ".." in a pattern many candidates are the same folder, and each starred component would multiply them. What
-  // is in a duplicate would be left out of the result anyway, because it has the standardised path of an item before.
+  // A pattern with ".." makes many candidates equal, and each component with "*" would multiply them. Dropping
+  // duplicates does not change the result, because their items have the standardised paths of earlier items.
   void dropDuplicates() {
     if (urls_.size() < 2) return;
     std::unordered_set<std::string> seen;
@@ -107,7 +107,7 @@ class Candidates {
   std::string pending_;
 };
 
-// Nothing when cancelled.
+// Empty if cancelled.
 std::vector<FileURL> resolveOne(const std::string& path, ListedFolders& folders, const Cancellation& cancellation) {
   const std::vector<std::string_view> names = path::names(path);
   if (names.empty()) return {};

@@ -5,10 +5,10 @@
 
 namespace quarn {
 
-/// Whether the file system marks an item as hidden (UF_HIDDEN on macOS). File systems without such a flag never do.
+/// The file system's flag for hidden items (UF_HIDDEN on macOS). On other systems it is never set.
 enum class HiddenFlag : std::uint8_t { clear, set };
 
-/// Whether an item is hidden, the only place that decides it: its name begins with ".", or its flag is set.
+/// True if an item is hidden: its name begins with ".", or its flag is set. The only definition of this rule.
 constexpr bool isHidden(std::string_view name, HiddenFlag flag = HiddenFlag::clear) {
   return name.starts_with('.') || flag == HiddenFlag::set;
 }

@@ -36,7 +36,7 @@ FileType typeOf(mode_t mode) {
   return S_ISLNK(mode) ? FileType::symbolicLink : FileType::other;
 }
 
-// Absent when a damaged or hostile file system reports more than fits.
+// Absent if the numbers overflow, which a damaged or hostile file system can cause.
 std::optional<ByteCounts> sizesOf(const struct stat& status) {
   constexpr std::uint64_t kBlockSize = 512;
   const std::optional<std::int64_t> allocated = bytesInBlocks(static_cast<std::uint64_t>(status.st_blocks), kBlockSize);

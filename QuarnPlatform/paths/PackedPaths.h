@@ -8,10 +8,10 @@
 
 namespace quarn {
 
-/// Many relative paths ("usr/bin/x") in little memory: their bytes in one buffer, sorted, and four bytes each. A
-/// look-up is a binary search. A plain value; safe to read from several threads.
+/// A compact, sorted list of relative paths ("usr/bin/x"): all bytes in one buffer, plus four bytes per path. A
+/// lookup is a binary search. Const access is thread-safe.
 ///
-/// A path may be marked; the one who fills the list says what the mark means.
+/// A path can have a mark; its meaning is up to the caller.
 class PackedPaths {
  public:
   struct Entry {
@@ -20,29 +20,29 @@ class PackedPaths {
   };
 
   PackedPaths() = default;
-  /// Copies the paths. A path given twice is kept once, marked when one of the two is. Their bytes, and one more for
-  /// each, must stay below 2 GiB in all; what goes beyond that is left out.
+  /// Copies the paths. A repeated path is kept once, with a mark if any copy has one. The paths, with one more byte
+  /// each, must be shorter than 2 GiB in total; the rest is dropped.
   explicit PackedPaths(std::vector<Entry> entries);
 
   [[nodiscard]] std::size_t size() const { return starts_.size(); }
-  /// In ascending byte order; the text is valid as long as this value.
+  /// Paths in ascending byte order. The text is valid as long as this object.
   [[nodiscard]] Entry operator[](std::size_t index) const;
 
-  /// Whether the path is listed.
+  /// True if the path is in the list.
   [[nodiscard]] bool contains(std::string_view path) const;
-  /// Whether the path or anything below it is listed. Everything is below "".
+  /// True if the path or anything below it is in the list. Everything is below "".
   [[nodiscard]] bool containsAtOrBelow(std::string_view path) const;
 
-  /// What the value takes in memory, in bytes.
+  /// The memory of this object in bytes.
   [[nodiscard]] std::size_t memory() const;
 
  private:
   [[nodiscard]] std::string_view pathAt(std::size_t index) const;
-  /// The index of the first path that is not below `path` in byte order.
+  /// The index of the first path that does not precede `path` in byte order.
   [[nodiscard]] std::size_t lowerBound(std::string_view path) const;
 
   std::string bytes_;                  // the paths, each followed by a zero byte
-  std::vector<std::uint32_t> starts_;  // where each begins; the highest bit is the mark
+  std::vector<std::uint32_t> starts_;  // start of each path; the highest bit is the mark
 };
 
 }  // namespace quarn

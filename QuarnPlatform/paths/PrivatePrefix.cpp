@@ -8,7 +8,7 @@
 namespace quarn::path {
 namespace {
 
-// A longer prefix before one that begins it: the first that fits is taken off.
+// The first matching prefix is removed, so longer prefixes precede shorter ones.
 constexpr std::array<std::string_view, 3> kPrefixes{"/private/var/automount", "/var/automount", "/private"};
 // clang-format off
 constexpr std::array<std::string_view, 12> kRootFolders{

@@ -5,11 +5,11 @@
 
 namespace quarn {
 
-/// The text's canonical composition (NFC), by whose bytes canonically equivalent texts compare equal: "e" with a
-/// combining accent becomes "é". A text that is not UTF-8 stays as it is. Safe from any thread.
+/// The canonical composition (NFC): "e" with a combining accent becomes "é". The compositions of canonically
+/// equivalent texts have equal bytes. A text that is not UTF-8 stays unchanged. Thread-safe.
 std::string composed(std::string_view text);
 
-/// The same without a copy where the text is composed as it is, which nearly every file name is: `text` itself, or its
+/// The same, but does not copy a text that is already composed, as nearly all file names are: returns `text` or its
 /// composition in `storage`.
 std::string_view composed(std::string_view text, std::string& storage);
 
