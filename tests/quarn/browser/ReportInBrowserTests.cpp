@@ -91,7 +91,7 @@ MacVolume& withHostileNames(MacVolume& volume) {
   return volume;
 }
 
-TEST(ReportInBrowser, HostileNamesAreTextEvenWithoutThePolicy) {
+TEST(ReportInBrowser, HostileNamesStayTextEvenWithoutThePolicy) {
   MacVolume volume;
   withHostileNames(volume);
   for (const std::vector<std::string>& app : {std::vector<std::string>{}, {"com.evil.app"}}) {
@@ -105,7 +105,7 @@ TEST(ReportInBrowser, HostileNamesAreTextEvenWithoutThePolicy) {
   }
 }
 
-TEST(ReportInBrowser, HostileNamesAreShownAsTheyAreNamed) {
+TEST(ReportInBrowser, HostileNamesAreDisplayedUnchanged) {
   MacVolume volume;
   withHostileNames(volume);
   const std::string text = lookedAt(reportOf(volume.root(), {}), {}, /*keepPolicy=*/true)["text"];
@@ -116,7 +116,7 @@ TEST(ReportInBrowser, HostileNamesAreShownAsTheyAreNamed) {
   }
 }
 
-TEST(ReportInBrowser, AScriptOnThePageWouldHaveBeenSeen) {
+TEST(ReportInBrowser, TheProbeDetectsAScript) {
   const std::string page = reportOf(sampleFolder(), {"Lumen Notes"});
   std::string broken = page;
   broken.insert(broken.find("</main>"), "<script>parent.pwned=1</script><img src=x onerror=0><a href=\"//x\">x</a>");

@@ -14,7 +14,7 @@ TEST(Arguments, NumbersAreWholeAndNotNegative) {
   }
 }
 
-TEST(Arguments, ARepeatedOptionKeepsAllAndCountsByItsLast) {
+TEST(Arguments, ARepeatedOptionKeepsAllValuesAndTheLastOneCounts) {
   const Arguments arguments = parseArguments({"plan", "--select", "a", "App", "--select=b"});
   EXPECT_EQ(arguments.texts("--select"), (std::vector<std::string>{"a", "b"}));
   EXPECT_EQ(arguments.text("--select"), "b");
@@ -52,7 +52,7 @@ void append(std::vector<std::string>& words, const std::vector<std::string>& mor
   words.insert(words.end(), more.begin(), more.end());
 }
 
-TEST(Arguments, WhatAnOptionExcludesIsRefusedBesideIt) {
+TEST(Arguments, AnOptionCannotBeCombinedWithTheOnesThatItExcludes) {
   int exclusions = 0;
   for (const CommandRow& command : commandTable()) {
     for (const auto& options : {globalOptions(), command.options}) {
@@ -71,7 +71,7 @@ TEST(Arguments, WhatAnOptionExcludesIsRefusedBesideIt) {
   EXPECT_EQ(exclusions, 3 * 16 + 4 + 8);
 }
 
-TEST(Arguments, ContradictingOnesAreRefused) {
+TEST(Arguments, ContradictingOptionsAreRefused) {
   const std::vector<std::vector<std::string>> rows{{"apps", "--json", "--ndjson"},
                                                    {"apps", "--iec", "--bytes"},
                                                    {"apps", "--quiet", "--verbose"},
@@ -90,7 +90,7 @@ TEST(Arguments, ContradictingOnesAreRefused) {
   for (const auto& words : rows) EXPECT_NE(refusal(words), "") << words.front() << " " << words.back();
 }
 
-TEST(Arguments, ThoseThatGoTogetherAreTaken) {
+TEST(Arguments, CompatibleOptionsAreAccepted) {
   const std::vector<std::vector<std::string>> rows{{"top", "--category", "photos", "--files", "--hidden"},
                                                    {"top", "--category", "photos", "--children", "--limit", "3"},
                                                    {"top", "/Users", "--depth", "1", "--visits", "2", "--allocated"},
@@ -98,7 +98,7 @@ TEST(Arguments, ThoseThatGoTogetherAreTaken) {
   for (const auto& words : rows) EXPECT_EQ(refusal(words), "") << words.back();
 }
 
-TEST(Arguments, AnOptionWithAnArgumentIsGivenOnceUnlessItMayBeRepeated) {
+TEST(Arguments, AnOptionWithAnArgumentCannotBeGivenTwiceUnlessItIsRepeatable) {
   for (const CommandRow& command : commandTable()) {
     for (const auto& options : {globalOptions(), command.options}) {
       for (const OptionRow& option : options) {
@@ -116,7 +116,7 @@ TEST(Arguments, AnOptionWithAnArgumentIsGivenOnceUnlessItMayBeRepeated) {
   EXPECT_EQ(refusal({"--locale", "en", "apps", "--locale", "de"}), "--locale cannot be given twice");
 }
 
-TEST(Arguments, ANumberIsCheckedWhereverItIsGiven) {
+TEST(Arguments, ANumberIsCheckedInAnyPosition) {
   for (const CommandRow& command : commandTable()) {
     for (const OptionRow& option : command.options) {
       EXPECT_EQ(option.isNumber, option.argument == "N") << option.name;
@@ -128,7 +128,7 @@ TEST(Arguments, ANumberIsCheckedWhereverItIsGiven) {
   }
 }
 
-TEST(Arguments, WhoAsksForHelpGetsItWhateverElseIsWrong) {
+TEST(Arguments, HelpWorksOnAnInvalidCommandLine) {
   const std::vector<std::vector<std::string>> rows{{"top", "--limit", "x", "--help"},
                                                    {"inspect", "-h"},
                                                    {"top", "--files", "--children", "-h"},
@@ -136,7 +136,7 @@ TEST(Arguments, WhoAsksForHelpGetsItWhateverElseIsWrong) {
   for (const auto& words : rows) EXPECT_EQ(refusal(words), "") << words.front();
 }
 
-TEST(Arguments, LinesAreRefusedForWhatHasNoList) {
+TEST(Arguments, NdjsonIsRefusedByCommandsWithoutAList) {
   std::vector<std::string> refused;
   for (const CommandRow& command : commandTable()) {
     std::vector<std::string> words = leastWords(command);
@@ -150,7 +150,7 @@ TEST(Arguments, LinesAreRefusedForWhatHasNoList) {
   EXPECT_EQ(refused, (std::vector<std::string>{"report", "rpc", "sample", "completions", "manual", "help"}));
 }
 
-TEST(Arguments, ShortNamesMeanTheLongOnes) {
+TEST(Arguments, ShortNamesEqualLongNames) {
   const std::vector<std::pair<std::string, std::string>> rows{
       {"-q", "--quiet"}, {"-v", "--verbose"}, {"-h", "--help"}, {"-V", "--version"}};
   for (const auto& [shortName, name] : rows) {
@@ -162,7 +162,7 @@ TEST(Arguments, ShortNamesMeanTheLongOnes) {
   EXPECT_EQ(refusal({"apps", "-v=1"}), "--verbose takes no value");
 }
 
-TEST(Arguments, HoldTheCommandWhenSomethingElseIsNotUnderstood) {
+TEST(Arguments, KeepTheCommandWhenAnotherWordIsInvalid) {
   const std::vector<std::vector<std::string>> rows{
       {"--volume", "sample", "top", "--limit", "x"}, {"--volume", "sample", "top", "--limit"},
       {"--log", "plan", "top", "--nothing"},         {"--log", "plan", "top", "--json=no"},
@@ -174,7 +174,7 @@ TEST(Arguments, HoldTheCommandWhenSomethingElseIsNotUnderstood) {
   }
 }
 
-TEST(Arguments, AnOptionBeforeItsCommandIsToldItsPlace) {
+TEST(Arguments, TheErrorForAnOptionBeforeItsCommandShowsTheCorrectOrder) {
   EXPECT_EQ(refusal({"--limit", "3", "top"}), "--limit must follow the command: quarn top --limit N");
   EXPECT_EQ(refusal({"--limit=3", "top"}), "--limit must follow the command: quarn top --limit N");
   EXPECT_EQ(refusal({"--sizes", "apps"}), "--sizes must follow the command: quarn apps --sizes");
@@ -184,14 +184,14 @@ TEST(Arguments, AnOptionBeforeItsCommandIsToldItsPlace) {
   EXPECT_EQ(refusal({"apps", "--visits", "3"}), "unknown option --visits");
 }
 
-TEST(Arguments, AWordOfAClosedSetComesBeforeTheNumberOfWords) {
+TEST(Arguments, AnInvalidChoiceIsReportedBeforeTooManyArguments) {
   EXPECT_EQ(refusal({"vendors", "x", "y", "z"}), "expected check, got \"x\"");
   EXPECT_EQ(refusal({"vendors", "chek", "y", "z"}), "expected check, got \"chek\"; did you mean check?");
   EXPECT_EQ(refusal({"vendors", "check", "y", "z"}), "unexpected argument \"z\" for vendors");
   EXPECT_EQ(refusal({"vendors", "x", "--match", "App"}), "expected check, got \"x\"");
 }
 
-TEST(Arguments, EveryOptionOfEveryCommandIsTakenBeforeAndBehindItsWords) {
+TEST(Arguments, EveryOptionIsAcceptedBeforeAndAfterThePositionals) {
   for (const CommandRow& command : commandTable()) {
     for (const auto& options : {globalOptions(), command.options}) {
       for (const OptionRow& option : options) {
@@ -208,7 +208,7 @@ TEST(Arguments, EveryOptionOfEveryCommandIsTakenBeforeAndBehindItsWords) {
   }
 }
 
-TEST(CommandTable, OptionsHaveOneMeaningEach) {
+TEST(CommandTable, EveryOptionHasOneMeaning) {
   for (const CommandRow& command : commandTable()) {
     for (const auto& options : {globalOptions(), command.options}) {
       for (const OptionRow& option : options) {

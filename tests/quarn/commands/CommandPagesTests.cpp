@@ -21,12 +21,12 @@ const std::filesystem::path kPages = projectFolder() / "docs/commands";
 
 void compare(const std::string& name, const std::string& page) { EXPECT_TRUE(isGolden(kPages / name, page)); }
 
-TEST(CommandPages, AreWhatTheTableOfCommandsSays) {
+TEST(CommandPages, MatchTheTableOfCommands) {
   for (const CommandRow& command : commandTable()) compare(std::string(command.name) + ".md", commandPage(command));
   compare("README.md", commandIndexPage());
 }
 
-TEST(CommandPages, ThereIsNoneOfACommandThatIsNot) {
+TEST(CommandPages, ExistOnlyForExistingCommands) {
   std::set<std::string> expected{"README.md"};
   for (const CommandRow& command : commandTable()) expected.insert(std::string(command.name) + ".md");
   std::set<std::string> found;

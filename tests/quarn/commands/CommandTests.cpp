@@ -42,13 +42,13 @@ TEST(Command, HelpOfTheProgramNamesEveryCommandAndTheExitCodes) {
   }
 }
 
-TEST(Command, WithoutAnythingItShowsTheHelpAndEndsAsAUsageError) {
+TEST(Command, WithoutArgumentsItPrintsTheHelpAndExitsWithAUsageError) {
   const CommandRun run = runQuarn({});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.out, HasSubstr("Commands:"));
 }
 
-TEST(Command, WithoutACommandAProgramIsToldSoInItsOwnForm) {
+TEST(Command, WithoutACommandJsonOutputIsAnErrorDocument) {
   const CommandRun run = runQuarn({"--json"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_EQ(document(run),
@@ -59,7 +59,7 @@ TEST(Command, WithoutACommandAProgramIsToldSoInItsOwnForm) {
   EXPECT_EQ(lines.out, "");
 }
 
-TEST(Command, TheVersionIsADocumentForPrograms) {
+TEST(Command, TheVersionCanBeAJsonDocument) {
   const std::string version = nlohmann::json::parse(runQuarn({"--version", "--json"}).out)["version"];
   EXPECT_EQ(runQuarn({"--version"}).out, "quarn " + version + "\n");
   EXPECT_EQ(runQuarn({"-V"}).out, "quarn " + version + "\n");
@@ -68,38 +68,38 @@ TEST(Command, TheVersionIsADocumentForPrograms) {
   EXPECT_EQ(runQuarn({"--version", "--ndjson"}).out, R"({"schemaVersion":1,"version":")" + version + "\"}\n");
 }
 
-TEST(Command, AMisspeltCommandNamesTheNearestOne) {
+TEST(Command, AMisspeltCommandGetsASuggestion) {
   const CommandRun run = runQuarn({"inspekt", "Mail"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("unknown command \"inspekt\"; did you mean inspect?"));
 }
 
-TEST(Command, AMisspeltOptionNamesTheNearestOne) {
+TEST(Command, AMisspeltOptionGetsASuggestion) {
   EXPECT_THAT(runQuarn({"top", "--limmit", "3"}).err, HasSubstr("unknown option --limmit; did you mean --limit?"));
   EXPECT_THAT(runQuarn({"apps", "--jsn"}).err, HasSubstr("did you mean --json?"));
   EXPECT_EQ(runQuarn({"apps", "--jsn"}).exitCode, 2);
 }
 
-TEST(Command, AWrongChoiceNamesTheOptionAndTheNearestChoice) {
+TEST(Command, AnInvalidChoiceNamesTheOptionAndGetsASuggestion) {
   const CommandRun run = runOnSample({"plan", "Lumen Notes", "--mode", "removeapp"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, AllOf(HasSubstr("--mode: expected cacheOnly|"), HasSubstr("got \"removeapp\""),
                              HasSubstr("did you mean removeApp?")));
 }
 
-TEST(Command, ANumberThatIsNoneNamesTheOption) {
+TEST(Command, AnInvalidNumberNamesTheOption) {
   const CommandRun run = runOnSample({"top", "--limit", "many"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("--limit: expected a whole number, got \"many\""));
 }
 
-TEST(Command, ANumberBelowZeroNamesTheOption) {
+TEST(Command, ANegativeNumberNamesTheOption) {
   const CommandRun run = runOnSample({"top", "--limit", "-1"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("--limit: expected 0 or more, got -1"));
 }
 
-TEST(Command, AMissingArgumentNamesTheOptionAndItsPurpose) {
+TEST(Command, AMissingArgumentNamesTheOptionAndItsHelp) {
   EXPECT_THAT(runOnSample({"top", "--limit"}).err,
               HasSubstr("quarn: --limit requires N: List at most N items (default 20)\n"));
   EXPECT_THAT(runOnSample({"report", "-o"}).err, HasSubstr("quarn: --output requires FILE: Write to FILE"));
@@ -114,19 +114,19 @@ TEST(Command, ASwitchTakesNoValue) {
   EXPECT_THAT(run.err, HasSubstr("--json takes no value"));
 }
 
-TEST(Command, AnArgumentMayStandBehindAnEqualsSign) {
+TEST(Command, AnArgumentMayFollowAnEqualsSign) {
   EXPECT_THAT(runOnSample({"plan", "Lumen Notes", "--mode=cacheOnly"}).out, HasSubstr("Plan: cacheOnly."));
   EXPECT_THAT(runOnSample({"top", "--limt=3"}).err, HasSubstr("did you mean --limit?"));
 }
 
-TEST(Command, BehindTwoHyphensStandNames) {
+TEST(Command, WordsAfterTwoHyphensAreNames) {
   EXPECT_THAT(runOnSample({"inspect", "--", "--json"}).err, HasSubstr("no app \"--json\""));
   EXPECT_EQ(runOnSample({"inspect", "--", "--json"}).out, "");
   EXPECT_EQ(runOnSample({"inspect", "--no-sizes", "--", "Lumen Notes"}).exitCode, 0);
   EXPECT_EQ(runOnSample({"inspect", "-weird"}).exitCode, 2);
 }
 
-TEST(Command, AWordOfAClosedSetNamesTheNearest) {
+TEST(Command, AnInvalidPositionalGetsASuggestion) {
   const std::vector<std::pair<std::vector<std::string>, std::string>> rows{
       {{"storage", "gams"}, "quarn: expected apps|"},
       {{"storage", "gams"}, "did you mean games?"},
@@ -161,13 +161,13 @@ TEST(Command, AMissingAppIsAUsageError) {
   EXPECT_THAT(run.err, HasSubstr("inspect requires APP"));
 }
 
-TEST(Command, InspectTakesAnAppOrAll) {
+TEST(Command, InspectRequiresAnAppOrAll) {
   const CommandRun run = runQuarn({"inspect", "Lumen Notes", "--all"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("--all cannot be combined with APP"));
 }
 
-TEST(Command, AllAppsAreInspectedLikeEachByItself) {
+TEST(Command, InspectingAllAppsEqualsInspectingEach) {
   const nlohmann::json apps = document(runOnSample({"apps", "--json"}))["apps"];
   nlohmann::json inspections = document(runOnSample({"inspect", "--all", "--no-sizes", "--json"}))["inspections"];
   ASSERT_EQ(inspections.size(), apps.size());
@@ -185,43 +185,43 @@ TEST(Command, AllAppsAreInspectedLikeEachByItself) {
   EXPECT_EQ(static_cast<std::size_t>(std::count(lines.begin(), lines.end(), '\n')), apps.size());
 }
 
-TEST(Command, OneWordTooManyIsAUsageError) {
+TEST(Command, AnExtraArgumentIsAUsageError) {
   EXPECT_THAT(runQuarn({"apps", "extra"}).err, HasSubstr("unexpected argument \"extra\" for apps"));
 }
 
-TEST(Command, GlobalOptionsMayStandBeforeAndBehindTheCommand) {
+TEST(Command, GlobalOptionsMayPrecedeOrFollowTheCommand) {
   const CommandRun before = runQuarn({"--volume", sampleFolder(), "--home", "/Users/ann", "--json", "apps"});
   const CommandRun behind = runQuarn({"apps", "--volume", sampleFolder(), "--home", "/Users/ann", "--json"});
   EXPECT_EQ(before.exitCode, 0);
   EXPECT_EQ(before.out, behind.out);
 }
 
-TEST(Command, AnOptionTakesOneWordAndLeavesTheNextToTheCommand) {
+TEST(Command, AnOptionTakesExactlyOneArgument) {
   EXPECT_THAT(runOnSample({"plan", "--mode", "cacheOnly", "Lumen Notes"}).out, HasSubstr("Plan: cacheOnly."));
   EXPECT_THAT(runOnSample({"--locale", "en", "top", "--limit", "1", "~/Movies"}).out, HasSubstr("~/Movies/"));
   EXPECT_THAT(runOnSample({"report", "-o", "-", "Lumen Notes"}).out,
               HasSubstr("<title>What belongs to Lumen Notes</title>"));
 }
 
-TEST(Command, ACommandsNameMayBeAnAppsName) {
+TEST(Command, AnAppMayHaveTheNameOfACommand) {
   const CommandRun run = runOnSample({"inspect", "apps"});
   EXPECT_EQ(run.exitCode, 3);
   EXPECT_THAT(run.err, HasSubstr("no app \"apps\""));
 }
 
-TEST(Command, AVolumeThatDoesNotExistIsNamedWithTheReason) {
+TEST(Command, AMissingVolumeIsReportedWithTheReason) {
   const CommandRun run = runQuarn({"--volume", "/nowhere/at/all", "--home", "/Users/ann", "apps"});
   EXPECT_EQ(run.exitCode, 3);
   EXPECT_THAT(run.err, HasSubstr("open volume /nowhere/at/all: No such file or directory"));
 }
 
-TEST(Command, AHomeThatIsNotThereIsNamed) {
+TEST(Command, AMissingHomeFolderIsReported) {
   const CommandRun run = runQuarn({"--volume", sampleFolder(), "--home", "/Users/zoe", "apps"});
   EXPECT_EQ(run.exitCode, 3);
   EXPECT_THAT(run.err, HasSubstr("home folder /Users/zoe is not on the volume"));
 }
 
-TEST(Command, SeveralHomesAreListedAndOneIsTaken) {
+TEST(Command, SeveralHomeFoldersAreListedAndASingleOneIsUsed) {
   const CommandRun several = runQuarn({"--volume", sampleFolder(), "apps"});
   EXPECT_EQ(several.exitCode, 2);
   EXPECT_THAT(several.err, AllOf(HasSubstr("/Users/ann"), HasSubstr("/Users/bob"), Not(HasSubstr("/Users/Shared"))));
@@ -237,7 +237,7 @@ TEST(Command, AnAmbiguousNameListsTheCandidates) {
                              HasSubstr("/Applications/Kestrel Pro.app")));
 }
 
-TEST(Command, AnAmbiguousNamesDocumentHoldsTheCandidates) {
+TEST(Command, TheErrorDocumentForAnAmbiguousNameListsTheCandidates) {
   const nlohmann::json error = document(runOnSample({"inspect", "kestr", "--json"}))["error"];
   EXPECT_THAT(error["message"].get<std::string>(), StartsWith("\"kestr\" matches several apps"));
   EXPECT_EQ(error["exitCode"], 3);
@@ -247,7 +247,7 @@ TEST(Command, AnAmbiguousNamesDocumentHoldsTheCandidates) {
      "path": "/Applications/Kestrel Pro.app"}])"));
 }
 
-TEST(Command, ACandidateWithoutAnIdentifierHasNone) {
+TEST(Command, ACandidateWithoutAnIdentifierHasNull) {
   MacVolume volume;
   volume.app("/Applications/One.app", {}).app("/Applications/Two/One.app", {});
   const CommandRun run = runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "plan", "One", "--json"});
@@ -265,11 +265,11 @@ TEST(Command, AnAppIsFoundByNameIdentifierPathAndURL) {
   }
 }
 
-TEST(Command, AnUnknownAppNamesTheNearest) {
+TEST(Command, AnUnknownAppGetsASuggestion) {
   EXPECT_THAT(runOnSample({"inspect", "Lumen Note5"}).err, HasSubstr("did you mean \"Lumen Notes\"?"));
 }
 
-TEST(Command, JSONIsOneDocumentWithTheSchemasVersionAndWhatWasNotRead) {
+TEST(Command, JSONIsOneDocumentWithSchemaVersionAndUnreadItems) {
   const std::vector<std::vector<std::string>> commands{{"apps"},
                                                        {"inspect", "Lumen Notes"},
                                                        {"plan", "Lumen Notes"},
@@ -290,21 +290,21 @@ TEST(Command, JSONIsOneDocumentWithTheSchemasVersionAndWhatWasNotRead) {
   }
 }
 
-TEST(Command, NDJSONIsAValueALine) {
+TEST(Command, NDJSONIsOneValuePerLine) {
   const CommandRun run = runOnSample({"apps", "--ndjson"});
   const auto lines = std::count(run.out.begin(), run.out.end(), '\n');
   EXPECT_EQ(static_cast<std::size_t>(lines), document(runOnSample({"apps", "--json"}))["apps"].size());
   EXPECT_TRUE(nlohmann::json::accept(run.out.substr(0, run.out.find('\n'))));
 }
 
-TEST(Command, AnErrorIsJSONToo) {
+TEST(Command, AnErrorCanBeJSON) {
   const CommandRun run = runQuarn({"--volume", "/nowhere", "--home", "/Users/ann", "apps", "--json"});
   EXPECT_EQ(document(run)["error"]["name"], "ENOENT");
   EXPECT_EQ(document(run)["error"]["path"], "/nowhere");
   EXPECT_EQ(document(run)["error"]["exitCode"], 3);
 }
 
-TEST(Command, AUsageErrorIsADocumentWithItsOneSentence) {
+TEST(Command, AUsageErrorDocumentHoldsOneSentence) {
   const CommandRun run = runOnSample({"plan", "Lumen Notes", "--mode", "x", "--json"});
   EXPECT_EQ(document(run)["error"]["message"],
             "--mode: expected cacheOnly|associatedDataOnly|removeApp|aggressive, got \"x\"");
@@ -312,14 +312,14 @@ TEST(Command, AUsageErrorIsADocumentWithItsOneSentence) {
   EXPECT_EQ(document(runOnSample({"inspect", "Nobody", "--json"}))["error"]["exitCode"], 3);
 }
 
-TEST(Command, AFullDiskBehindStandardOutputIsSaid) {
+TEST(Command, AFullDiskForStandardOutputIsReported) {
   const CommandRun run = runProgram(
       "/bin/sh", {"-c", "\"$0\" --volume \"$1\" --home /Users/ann apps > /dev/full", QUARN_PROGRAM, sampleFolder()});
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_EQ(run.err, "quarn: write standard output: No space left on device\n");
 }
 
-TEST(Command, AnswersThatADiskDoesNotTakeAreAFailureWithItsCause) {
+TEST(Command, ResponsesThatCannotBeWrittenAreAFailureWithTheCause) {
   const CommandRun run = runProgram(
       "/bin/sh", {"-c", "\"$0\" --volume \"$1\" --home /Users/ann rpc > /dev/full", QUARN_PROGRAM, sampleFolder()},
       R"({"jsonrpc":"2.0","id":1,"method":"LaunchdScanner.scan"})"
@@ -328,7 +328,7 @@ TEST(Command, AnswersThatADiskDoesNotTakeAreAFailureWithItsCause) {
   EXPECT_EQ(run.err, "quarn: write standard output: No space left on device\n");
 }
 
-TEST(Command, AReaderThatGoesAwayEndsItQuietly) {
+TEST(Command, AClosedOutputEndsTheCommandWithoutAMessage) {
   const CommandRun run =
       runProgram("/bin/bash",
                  {"-c", "for i in 1 2 3; do \"$0\" --volume \"$1\" --home /Users/ann receipts --json; done | head -c 1",
@@ -343,7 +343,7 @@ TEST(Command, NamesNeverReachTheTerminalRaw) {
   EXPECT_THAT(run.out, HasSubstr("\\x1B[31m"));
 }
 
-TEST(Command, NorDoTheyReachItRawInADocument) {
+TEST(Command, NamesInDocumentsNeverReachTheTerminalRaw) {
   MacVolume volume;
   volume.file("~/Documents/a\xC2\x9Bz");
   const CommandRun run = runQuarn({"--volume", volume.root(), "top", "--json"});
@@ -351,21 +351,21 @@ TEST(Command, NorDoTheyReachItRawInADocument) {
   EXPECT_EQ(document(run)["items"][0]["name"], "a\xC2\x9Bz");
 }
 
-TEST(Command, ColoursAreForTerminalsUnlessAskedFor) {
+TEST(Command, ColoursAreOnlyUsedOnTerminalsUnlessForced) {
   EXPECT_THAT(runOnSample({"inspect", "Lumen Notes"}).out, Not(HasSubstr("\x1B[")));
   EXPECT_THAT(runOnSample({"inspect", "Lumen Notes", "--color", "always"}).out, HasSubstr("\x1B[31m"));
   EXPECT_THAT(runOnSample({"inspect", "Lumen Notes", "--color", "always", "--json"}).out, Not(HasSubstr("\x1B[")));
 }
 
-TEST(Command, ProgressIsForTerminals) { EXPECT_EQ(runOnSample({"inspect", "Lumen Notes"}).err, ""); }
+TEST(Command, ProgressIsOnlyShownOnTerminals) { EXPECT_EQ(runOnSample({"inspect", "Lumen Notes"}).err, ""); }
 
-TEST(Command, SizesComeInTheUnitsAskedFor) {
+TEST(Command, SizesHaveTheSelectedUnits) {
   EXPECT_THAT(runOnSample({"top", "--limit", "1"}).out, HasSubstr("64.00 GB"));
   EXPECT_THAT(runOnSample({"top", "--limit", "1", "--iec"}).out, HasSubstr("GiB"));
   EXPECT_THAT(runOnSample({"top", "--limit", "1", "--bytes"}).out, HasSubstr("64000000000"));
 }
 
-TEST(Command, AnUnreadableFolderIsSaidAndEndsIncomplete) {
+TEST(Command, AnUnreadableFolderIsReportedAndExitsIncomplete) {
   MacVolume volume;
   volume.file("~/Documents/closed/a", 4_KiB).mode("~/Documents/closed", 0000);
   const UnprivilegedUser user;
@@ -374,13 +374,13 @@ TEST(Command, AnUnreadableFolderIsSaidAndEndsIncomplete) {
   EXPECT_THAT(run.err, HasSubstr("1 item: permission denied"));
 }
 
-TEST(Command, AMissingFolderOfTheUserIsAnError) {
+TEST(Command, AMissingNamedFolderIsAnError) {
   const CommandRun run = runOnSample({"top", "/Users/ann/Nowhere"});
   EXPECT_EQ(run.exitCode, 3);
   EXPECT_THAT(run.err, HasSubstr("list /Users/ann/Nowhere: No such file or directory"));
 }
 
-TEST(Command, AFolderThatIsNamedByALinkIsTheOneThatItLeadsTo) {
+TEST(Command, ALinkToAFolderIsResolved) {
   MacVolume volume;
   volume.file("~/Documents/a", 5000).link("/docs", "Users/ann/Documents").link("/tmp", "private/tmp");
   volume.file("/private/tmp/b", 6000);
@@ -393,7 +393,7 @@ TEST(Command, AFolderThatIsNamedByALinkIsTheOneThatItLeadsTo) {
   EXPECT_EQ(run("cloud", "/docs")["folders"][0]["localBytes"], 8192);
 }
 
-TEST(Command, WhatIsNoFolderIsRefusedWithItsCause) {
+TEST(Command, APathThatIsNotAFolderIsRefusedWithTheCause) {
   MacVolume volume;
   volume.file("~/file").link("/loop", "loop").link("/dangling", "nowhere").file("~/closed/in/a").mode("~/closed", 0000);
   const UnprivilegedUser user;
@@ -411,7 +411,7 @@ TEST(Command, WhatIsNoFolderIsRefusedWithItsCause) {
   }
 }
 
-TEST(Command, ResourcesThatAreNotThereAreRefused) {
+TEST(Command, AMissingResourcesFolderIsRefused) {
   MacVolume volume;
   volume.file("/file");
   for (const auto& [folder, problem] :
@@ -422,7 +422,7 @@ TEST(Command, ResourcesThatAreNotThereAreRefused) {
   }
 }
 
-TEST(Command, AHomeThatIsNoFolderOrClosedIsRefusedWithItsCause) {
+TEST(Command, AHomeThatIsNotAReadableFolderIsRefusedWithTheCause) {
   MacVolume volume;
   volume.file("/Users/ann/file").file("/Users/closed/home/a").mode("/Users/closed", 0000);
   const UnprivilegedUser user;
@@ -434,20 +434,20 @@ TEST(Command, AHomeThatIsNoFolderOrClosedIsRefusedWithItsCause) {
   EXPECT_EQ(problem("/Users/zoe"), "quarn: home folder /Users/zoe is not on the volume\n");
 }
 
-TEST(Command, WhereTheUsersCannotBeListedThatIsTheProblem) {
+TEST(Command, AnUnreadableUsersFolderIsReported) {
   MacVolume volume;
   volume.file("/Users/ann/a").mode("/Users", 0000);
   const UnprivilegedUser user;
   EXPECT_THAT(runQuarn({"--volume", volume.root(), "apps"}).err, HasSubstr("list /Users: Permission denied"));
 }
 
-TEST(Command, AnUnknownCategoryNamesTheNearest) {
+TEST(Command, AnUnknownCategoryGetsASuggestion) {
   const CommandRun run = runOnSample({"storage", "game"});
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_THAT(run.err, HasSubstr("did you mean games?"));
 }
 
-TEST(Command, AnEmptyListIsSaidInPlaceOfABareHeading) {
+TEST(Command, AnEmptyListPrintsNothingFound) {
   const MacVolume volume;
   const std::vector<std::vector<std::string>> commands{{"apps"},  {"inspect", "--all"},
                                                        {"jobs"},  {"receipts"},
@@ -467,7 +467,7 @@ TEST(Command, AnEmptyListIsSaidInPlaceOfABareHeading) {
   }
 }
 
-TEST(Command, ACategoryWithoutFoldersHasItsTotalAlone) {
+TEST(Command, ACategoryWithoutFoldersPrintsItsTotalOnly) {
   const MacVolume volume;
   const CommandRun run = runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "storage", "games"});
   EXPECT_EQ(run.out, "games  0 bytes on disk, 0 bytes long\n\n");
@@ -482,12 +482,12 @@ TEST(Command, OneArtifactIsCountedInTheSingular) {
   EXPECT_THAT(runOnSample({"inspect", "Lumen Notes"}).out, HasSubstr(" artifacts, "));
 }
 
-TEST(Command, APlanSaysThatNothingIsCarriedOut) {
+TEST(Command, APlanSaysThatItIsAPreview) {
   EXPECT_THAT(runOnSample({"plan", "Lumen Notes"}).out, HasSubstr("quarn never executes a plan"));
   EXPECT_EQ(document(runOnSample({"plan", "Lumen Notes", "--json"}))["isCarriedOut"], false);
 }
 
-TEST(Command, APlanForChosenArtifactsTakesThoseAlone) {
+TEST(Command, APlanForSelectedArtifactsContainsOnlyThose) {
   const nlohmann::json whole = document(runOnSample({"plan", "Lumen Notes", "--json"}));
   const std::string id = whole["selectedArtifacts"][1]["id"];
   const nlohmann::json plan = document(runOnSample({"plan", "Lumen Notes", "--select", id, "--json"}));
@@ -502,7 +502,7 @@ TEST(Command, AnUnknownSelectionListsTheChoices) {
   EXPECT_THAT(run.err, AllOf(HasSubstr("no artifact \"cache:user:/nowhere\""), HasSubstr("appBundle:system:")));
 }
 
-TEST(Command, VendorsCheckTellsWhatIsWrongFileByFile) {
+TEST(Command, VendorsCheckReportsTheErrorsOfEachFile) {
   MacVolume volume;
   volume.text("/good.json", R"({"id":"good","displayName":"Good","match":{"bundleIDs":[],"bundleIDPrefixes":[],)"
                             R"("nameContains":[]},"artifacts":[],"carveOuts":[]})");
@@ -560,7 +560,7 @@ TEST(Command, ALogOnTheInspectedVolumeIsRefused) {
   EXPECT_THAT(run.err, HasSubstr("is on the inspected volume"));
 }
 
-TEST(Command, ALogThatALinkWouldPutOnTheInspectedVolumeIsRefused) {
+TEST(Command, ALogThatALinkPutsOnTheInspectedVolumeIsRefused) {
   MacVolume volume;
   volume.file("/mac/Users/ann/a").link("/log", "mac/Users/ann/log");
   const CommandRun run = runQuarn({"--volume", volume.root() + "/mac", "apps", "--log", volume.root() + "/log"});
@@ -568,7 +568,7 @@ TEST(Command, ALogThatALinkWouldPutOnTheInspectedVolumeIsRefused) {
   EXPECT_FALSE(volume.files().itemExists(volume.url("/mac/Users/ann/log")));
 }
 
-TEST(Command, AClosedOutputIsNotTakenByTheNextFile) {
+TEST(Command, AClosedDescriptorIsNotReusedByTheNextFile) {
   MacVolume volume;
   const std::string log = volume.root() + "/log";
   const CommandRun run =
@@ -593,7 +593,7 @@ TEST(Command, SampleRefusesAFolderThatIsNotEmpty) {
   EXPECT_THAT(run.err, HasSubstr("Directory not empty"));
 }
 
-TEST(Command, TheOutputsOnTheSampleVolumeAreTheGoldenOnes) {
+TEST(Command, TheOutputsOnTheSampleVolumeMatchTheGoldenFiles) {
   const std::vector<std::pair<std::string, std::vector<std::string>>> cases{
       {"apps.txt", {"apps"}},
       {"inspect.txt", {"inspect", "Lumen Notes", "--bytes"}},

@@ -79,7 +79,7 @@ class Completion : public testing::TestWithParam<Shell> {
   MacVolume folder_;
 };
 
-TEST_P(Completion, OfTheFirstWordAreTheCommands) {
+TEST_P(Completion, OffersCommandsAsTheFirstWord) {
   Words names;
   for (const CommandRow& command : commandTable()) names.emplace_back(command.name);
   EXPECT_THAT(complete({"quarn", ""}), IsSupersetOf(names));
@@ -87,7 +87,7 @@ TEST_P(Completion, OfTheFirstWordAreTheCommands) {
   EXPECT_THAT(complete({"quarn", "--json", "sto"}), UnorderedElementsAre("storage"));
 }
 
-TEST_P(Completion, BehindACommandAreItsOptionsAndThoseOfAll) {
+TEST_P(Completion, OffersTheOptionsOfACommandAndTheGlobalOnes) {
   for (const CommandRow& command : commandTable()) {
     Words expected;
     for (const OptionRow& option : command.options) expected.emplace_back(option.name);
@@ -98,20 +98,20 @@ TEST_P(Completion, BehindACommandAreItsOptionsAndThoseOfAll) {
   EXPECT_THAT(complete({"quarn", "report", "-"}), IsSupersetOf(Words{"-o", "-q", "-v", "-h", "-V"}));
 }
 
-TEST_P(Completion, OfAnOptionsArgumentAreItsWords) {
+TEST_P(Completion, OffersTheChoicesOfAnOption) {
   EXPECT_THAT(complete({"quarn", "plan", "--mode", ""}),
               UnorderedElementsAre("cacheOnly", "associatedDataOnly", "removeApp", "aggressive"));
   EXPECT_THAT(complete({"quarn", "--color", "a"}), UnorderedElementsAre("auto", "always"));
   EXPECT_THAT(complete({"quarn", "top", "--category", "ga"}), UnorderedElementsAre("games"));
 }
 
-TEST_P(Completion, OfACommandsWordAreItsChoices) {
+TEST_P(Completion, OffersTheChoicesOfAPositional) {
   EXPECT_THAT(complete({"quarn", "storage", "dev"}), UnorderedElementsAre("development"));
   EXPECT_THAT(complete({"quarn", "completions", ""}), IsSupersetOf(Words{"bash", "zsh", "fish"}));
   EXPECT_THAT(complete({"quarn", "help", "ins"}), UnorderedElementsAre("inspect"));
 }
 
-TEST_P(Completion, OfAHostsFileAreFiles) {
+TEST_P(Completion, OffersFilesForHostPaths) {
   folder_.text("/page.html", "");
   const std::string begin = folder_.root() + "/pag";
   EXPECT_THAT(complete({"quarn", "report", "-o", begin}), UnorderedElementsAre(folder_.root() + "/page.html"));
@@ -135,7 +135,7 @@ TEST(ManualPage, HoldsEveryCommandOptionAndExitCode) {
   EXPECT_THAT(page, HasSubstr("\\fB\\-o, \\-\\-output\\fR \\fIFILE\\fR"));
 }
 
-TEST(ManualPage, HasNothingThatAFormatterWouldComplainOf) {
+TEST(ManualPage, PassesTheLinter) {
   const CommandRun lint = runProgram("/usr/bin/mandoc", {"-Tlint"}, runQuarn({"manual"}).out);
   EXPECT_EQ(lint.out, "");
   EXPECT_EQ(lint.err, "");

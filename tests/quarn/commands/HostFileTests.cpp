@@ -59,20 +59,20 @@ class HostFile : public testing::Test {
   MacVolume& made_ = folder_.folder("/out");
 };
 
-TEST_F(HostFile, WritesTheWholeContentAndNothingBesideIt) {
+TEST_F(HostFile, WritesTheWholeContentAndNoOtherFile) {
   writeHostFile(at("page.html"), "content");
   EXPECT_EQ(read(at("page.html")), "content");
   EXPECT_THAT(names(), ElementsAre("page.html"));
 }
 
-TEST_F(HostFile, AFileThatWasThereIsReplacedAndKeepsItsPermissions) {
+TEST_F(HostFile, AnExistingFileIsReplacedAndKeepsItsPermissions) {
   folder_.text("/out/page.html", "a longer old content").mode("/out/page.html", 0600);
   writeHostFile(at("page.html"), "new");
   EXPECT_EQ(read(at("page.html")), "new");
   EXPECT_EQ(modeOf(at("page.html")), 0600U);
 }
 
-TEST_F(HostFile, ANewFileHasThePermissionsThatTheProcessGives) {
+TEST_F(HostFile, ANewFileHasThePermissionsOfTheUmask) {
   const mode_t before = ::umask(027);
   writeHostFile(at("page.html"), "new");
   EXPECT_EQ(::umask(before), 027U);
@@ -87,7 +87,7 @@ TEST_F(HostFile, ALinksTargetIsWrittenAndTheLinkStays) {
   EXPECT_THAT(names(), ElementsAre("page.html", "real.html"));
 }
 
-TEST_F(HostFile, ALinksTargetIsWrittenAlsoWhenNothingIsThereYet) {
+TEST_F(HostFile, AMissingTargetOfALinkIsCreated) {
   folder_.link("/out/page.html", "further.html").link("/out/further.html", "../out/real.html");
   writeHostFile(at("page.html"), "new");
   EXPECT_EQ(read(at("real.html")), "new");
@@ -95,7 +95,7 @@ TEST_F(HostFile, ALinksTargetIsWrittenAlsoWhenNothingIsThereYet) {
   EXPECT_THAT(names(), ElementsAre("further.html", "page.html", "real.html"));
 }
 
-TEST_F(HostFile, AFolderIsRefusedBeforehandAndStays) {
+TEST_F(HostFile, AFolderIsRefusedByTheCheckAndStays) {
   folder_.folder("/out/page.html");
   for (const std::string& file : {at("page.html"), at("page.html/"), at("other/")}) {
     EXPECT_EQ(errorOfChecking(file), EISDIR) << file;
@@ -104,7 +104,7 @@ TEST_F(HostFile, AFolderIsRefusedBeforehandAndStays) {
   EXPECT_THAT(names(), ElementsAre("page.html"));
 }
 
-TEST_F(HostFile, AMissingFolderIsRefusedBeforehandAndNotMade) {
+TEST_F(HostFile, AMissingFolderIsRefusedByTheCheckAndNotCreated) {
   EXPECT_EQ(errorOfChecking(at("no/page.html")), ENOENT);
   EXPECT_EQ(errorOfWriting(at("no/page.html")), ENOENT);
   EXPECT_THAT(names(), IsEmpty());
@@ -116,7 +116,7 @@ TEST_F(HostFile, AFolderThatIsAFileIsRefused) {
   EXPECT_EQ(read(at("file")), "x");
 }
 
-TEST_F(HostFile, AFolderThatTakesNoFilesIsRefusedBeforehand) {
+TEST_F(HostFile, AnUnwritableFolderIsRefusedByTheCheck) {
   folder_.mode("/out", 0555);
   const UnprivilegedUser user;
   EXPECT_EQ(errorOfChecking(at("page.html")), EACCES);
@@ -154,7 +154,7 @@ class FileSizeLimit {
   rlimit before_{};
 };
 
-TEST_F(HostFile, AContentThatDoesNotFitLeavesTheOldFileAndNothingElse) {
+TEST_F(HostFile, AFailedWriteLeavesTheOldFileAndNothingElse) {
   folder_.text("/out/page.html", "old");
   {
     const FileSizeLimit limit(1000);
@@ -165,7 +165,7 @@ TEST_F(HostFile, AContentThatDoesNotFitLeavesTheOldFileAndNothingElse) {
   EXPECT_THAT(names(), ElementsAre("page.html"));
 }
 
-TEST_F(HostFile, KnowsWhatLiesInAFolderLinksResolved) {
+TEST_F(HostFile, ResolvesLinksWhenItChecksForAFolder) {
   folder_.folder("/mac/Users").link("/out/way", "../mac/Users");
   const std::string volume = folder_.root() + "/mac";
   EXPECT_TRUE(liesInHostFolder(volume + "/page.html", volume));

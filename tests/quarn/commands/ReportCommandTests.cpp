@@ -33,7 +33,7 @@ class ReportCommand : public testing::Test {
   MacVolume folder_;
 };
 
-TEST_F(ReportCommand, WritesAPageOfTheVolumeAndNamesIt) {
+TEST_F(ReportCommand, WritesAReportOfTheVolumeAndPrintsItsName) {
   const CommandRun run = runOnSample({"report", "-o", file()});
   EXPECT_EQ(run.exitCode, 0);
   EXPECT_EQ(run.out, "Wrote " + file() + "\n");
@@ -42,7 +42,7 @@ TEST_F(ReportCommand, WritesAPageOfTheVolumeAndNamesIt) {
   EXPECT_THAT(page(), HasSubstr("Photos Library.photoslibrary"));
 }
 
-TEST_F(ReportCommand, RanksByTheSpaceTakenAndByTheLengthThatIsNotHere) {
+TEST_F(ReportCommand, RanksBySpaceOnDiskAndByBytesElsewhere) {
   MacVolume volume;
   volume.file("~/here", 400_KiB).sparse("~/elsewhere", 5'000'000'000);
   runQuarn({"--volume", volume.root(), "report", "-o", file()});
@@ -53,7 +53,7 @@ TEST_F(ReportCommand, RanksByTheSpaceTakenAndByTheLengthThatIsNotHere) {
               HasSubstr("<tr id=\"elsewhere-item-1\"><td class=\"n\">0 bytes</td><td class=\"n\">5.00 GB</td>"));
 }
 
-TEST_F(ReportCommand, WritesAPageOfAnAppWithEveryModesPlan) {
+TEST_F(ReportCommand, WritesAReportOfAnAppWithThePlanOfEveryMode) {
   EXPECT_EQ(runOnSample({"report", "Lumen Notes", "--output", file()}).exitCode, 0);
   for (const char* mode : {"cacheOnly", "associatedDataOnly", "removeApp", "aggressive"}) {
     EXPECT_THAT(page(), HasSubstr("<code>" + std::string(mode) + "</code>"));
@@ -61,7 +61,7 @@ TEST_F(ReportCommand, WritesAPageOfAnAppWithEveryModesPlan) {
   EXPECT_THAT(page(), HasSubstr("Shared app container: may contain data for multiple apps; review carefully."));
 }
 
-TEST_F(ReportCommand, AsADocumentNamesTheFile) {
+TEST_F(ReportCommand, JSONOutputNamesTheFile) {
   const CommandRun run = runOnSample({"report", "-o", file(), "--json"});
   const auto document = nlohmann::json::parse(run.out);
   EXPECT_EQ(document["file"], file());
@@ -81,7 +81,7 @@ TEST_F(ReportCommand, WithoutAFileIsAUsageError) {
   EXPECT_THAT(run.err, HasSubstr("report requires --output FILE"));
 }
 
-TEST_F(ReportCommand, IsNeverWrittenOnTheInspectedVolume) {
+TEST_F(ReportCommand, IsNeverWrittenToTheInspectedVolume) {
   folder_.link("/way", sampleFolder() + "/Users/ann");
   for (const std::string& place : {sampleFolder() + "/page.html", folder_.root() + "/way/page.html"}) {
     const CommandRun run = runOnSample({"report", "-o", place});
@@ -91,7 +91,7 @@ TEST_F(ReportCommand, IsNeverWrittenOnTheInspectedVolume) {
   }
 }
 
-TEST_F(ReportCommand, APlaceThatCannotBeWrittenIsNamedWithTheReasonAndLeftAlone) {
+TEST_F(ReportCommand, AnUnwritablePathIsReportedWithTheReasonAndUnchanged) {
   const CommandRun missing = runOnSample({"report", "-o", folder_.root() + "/no/page.html"});
   EXPECT_EQ(missing.exitCode, 3);
   EXPECT_THAT(missing.err, HasSubstr("write " + folder_.root() + "/no/page.html: No such file or directory"));
@@ -109,7 +109,7 @@ TEST_F(ReportCommand, AnUnknownAppLeavesNoFile) {
   EXPECT_EQ(filesBeside(), 0U);
 }
 
-TEST_F(ReportCommand, SaysOnThePageWhatCouldNotBeRead) {
+TEST_F(ReportCommand, ListsUnreadItems) {
   folder_.mode("/", 0777);
   MacVolume volume;
   volume.file("~/Documents/closed/a", 4_KiB).mode("~/Documents/closed", 0000);

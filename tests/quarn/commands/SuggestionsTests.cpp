@@ -5,7 +5,7 @@
 namespace quarn {
 namespace {
 
-TEST(Nearest, IsTheCandidateWithTheFewestSlips) {
+TEST(Nearest, IsTheCandidateWithTheFewestEdits) {
   const std::vector<std::string> candidates{"bash", "zsh", "fish", "inspect", "storage"};
   const std::vector<std::pair<std::string, std::string>> rows{{"bsah", "bash"},       {"bas", "bash"},
                                                               {"bassh", "bash"},      {"zhs", "zsh"},
@@ -13,13 +13,13 @@ TEST(Nearest, IsTheCandidateWithTheFewestSlips) {
   for (const auto& [word, meant] : rows) EXPECT_EQ(nearest(word, candidates), meant) << word;
 }
 
-TEST(Nearest, IsAbsentWhenNoneIsNear) {
+TEST(Nearest, IsAbsentIfNoneIsNear) {
   EXPECT_EQ(nearest("tcsh", {"bash", "fish"}), std::nullopt);
   EXPECT_EQ(nearest("", {"bash"}), std::nullopt);
   EXPECT_EQ(nearest("bash", {}), std::nullopt);
 }
 
-TEST(ProbablyMeant, IsTheCandidateInOtherLetterCaseOrThatBeginsWithTheWordOrHoldsIt) {
+TEST(ProbablyMeant, MatchesOtherLetterCasePrefixesAndParts) {
   const std::vector<std::string> candidates{"--output",  "--include-macos", "--no-sizes", "--no-system",
                                             "cacheOnly", "aggressive",      "apps"};
   const std::vector<std::pair<std::string, std::string>> rows{{"APPS", "apps"},
@@ -37,14 +37,14 @@ TEST(ProbablyMeant, IsTheCandidateInOtherLetterCaseOrThatBeginsWithTheWordOrHold
   for (const auto& [word, meant] : rows) EXPECT_EQ(probablyMeant(word, candidates), meant) << word;
 }
 
-TEST(ProbablyMeant, IsFirstInOtherLetterCaseThenTheNearestThenTheShortest) {
+TEST(ProbablyMeant, PrefersOtherLetterCaseThenTheNearestThenTheShortest) {
   EXPECT_EQ(probablyMeant("MODE", {"mOd", "mode"}), "mode");
   EXPECT_EQ(probablyMeant("limi", {"limi-of", "lima"}), "lima");
   EXPECT_EQ(probablyMeant("sto", {"storage-of", "storage", "stories"}), "storage");
   EXPECT_EQ(probablyMeant("macos", {"in-macos", "macos-only"}), "macos-only");
 }
 
-TEST(ProbablyMeant, IsAbsentForAWordThatSaysNothing) {
+TEST(ProbablyMeant, IsAbsentForAnUnrelatedWord) {
   for (const char* word : {"", "-", "--", "os", "--mac-os", "put"}) {
     EXPECT_EQ(probablyMeant(word, {"--include-macos", "--output-to"}), std::nullopt) << word;
   }

@@ -40,7 +40,7 @@ std::vector<std::string> plainLines(const std::string& text) {
   return lines;
 }
 
-TEST(OnATerminal, ColoursAreUsedUnlessTheUserDoesNotWantThem) {
+TEST(OnATerminal, ColoursAreUsedUnlessTurnedOff) {
   EXPECT_THAT(onTerminal({"inspect", "Lumen Notes", "--no-sizes"}).out, HasSubstr("\x1B[31m"));
   EXPECT_THAT(onTerminal({"inspect", "Lumen Notes", "--no-sizes"}, 100, {"NO_COLOR=1"}).out,
               Not(HasSubstr("\x1B[31m")));
@@ -51,7 +51,7 @@ TEST(OnATerminal, ColoursAreUsedUnlessTheUserDoesNotWantThem) {
               HasSubstr("\x1B[31m"));
 }
 
-TEST(OnATerminal, BarsAreDrawnShorterWhereItIsNarrow) {
+TEST(OnATerminal, BarsAreShorterOnANarrowTerminal) {
   for (const std::string& line : plainLines(onTerminal({"storage", "--quiet"}, 60).out)) {
     EXPECT_LE(displayWidth(line), 60U) << line;
   }
@@ -70,7 +70,7 @@ TEST(OnATerminal, TablesFitItsWidth) {
   }
 }
 
-TEST(OnATerminal, ProgressIsShownAndTakenAway) {
+TEST(OnATerminal, ProgressIsShownAndRemoved) {
   const CommandRun run = onTerminal({"inspect", "Lumen Notes"});
   EXPECT_THAT(run.out, HasSubstr("inspecting Lumen Notes: artifacts ("));
   const std::size_t last = run.out.rfind("inspecting Lumen Notes");
@@ -78,7 +78,7 @@ TEST(OnATerminal, ProgressIsShownAndTakenAway) {
   EXPECT_GT(run.out.find("Lumen Notes 3.2.1"), last);
 }
 
-TEST(OnATerminal, ADumbOneIsSentNoCodes) {
+TEST(OnATerminal, ADumbTerminalGetsNoControlCodes) {
   EXPECT_THAT(onTerminal({"inspect", "Lumen Notes"}, 100, {"TERM=dumb"}).out, Not(HasSubstr("\x1B")));
 }
 
@@ -110,7 +110,7 @@ void interrupt(CommandContext& context) {
   std::_Exit(static_cast<int>(code));
 }
 
-TEST(Interrupt, TheFirstOneAsksTheWorkToEndAndTheCommandEndsWith130) {
+TEST(Interrupt, TheFirstOneCancelsTheWorkAndTheCommandExitsWith130) {
   EXPECT_EXIT(
       {
         CommandContext context(parseArguments({"top"}));
@@ -120,14 +120,14 @@ TEST(Interrupt, TheFirstOneAsksTheWorkToEndAndTheCommandEndsWith130) {
       testing::ExitedWithCode(130), "");
 }
 
-TEST(Interrupt, AListIsNotSaidToBeAllThatThereIs) {
+TEST(Interrupt, AnInterruptedListSaysThatItIsIncomplete) {
   EXPECT_EXIT(showInterruptedList({"top"}), testing::ExitedWithCode(130), testing::Eq("\nIncomplete: interrupted.\n"));
   EXPECT_EXIT(showInterruptedList({"top", "--json"}), testing::ExitedWithCode(130),
               HasSubstr("\"items\": [],\n  \"isComplete\": false,\n"));
   EXPECT_EXIT(showInterruptedList({"top", "--ndjson"}), testing::ExitedWithCode(130), testing::Eq(""));
 }
 
-TEST(Interrupt, TheSecondOneEndsTheProcess) {
+TEST(Interrupt, TheSecondOneTerminatesTheProcess) {
   EXPECT_EXIT(
       {
         CommandContext context(parseArguments({"top"}));

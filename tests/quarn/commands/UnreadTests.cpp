@@ -91,7 +91,7 @@ std::string joined(const Case& any) {
   return text;
 }
 
-TEST_F(Unread, OnAVolumeThatCanBeReadNothingIsSaid) {
+TEST_F(Unread, AReadableVolumeCausesNoWarnings) {
   for (const Case& any : cases()) {
     const CommandRun result = run(any.words);
     EXPECT_EQ(result.exitCode, 0) << joined(any);
@@ -99,7 +99,7 @@ TEST_F(Unread, OnAVolumeThatCanBeReadNothingIsSaid) {
   }
 }
 
-TEST_F(Unread, EveryCommandThatWalksCountsWhatIsDeniedAndEndsIncomplete) {
+TEST_F(Unread, EveryCommandThatWalksCountsDeniedItemsAndExitsIncomplete) {
   for (const Case& any : cases()) {
     const CommandRun result = runClosed(any.closed, any.words);
     EXPECT_EQ(result.exitCode, 4) << joined(any);
@@ -107,7 +107,7 @@ TEST_F(Unread, EveryCommandThatWalksCountsWhatIsDeniedAndEndsIncomplete) {
   }
 }
 
-TEST_F(Unread, WithVerboseEachItemIsNamed) {
+TEST_F(Unread, VerboseListsEachItem) {
   for (const Case& any : cases()) {
     std::vector<std::string> words = any.words;
     words.emplace_back("--verbose");
@@ -132,13 +132,13 @@ TEST_F(Unread, ADocumentHasTheCountsAndTheItems) {
   }
 }
 
-TEST_F(Unread, QuietSaysNothingAndStillEndsIncomplete) {
+TEST_F(Unread, QuietPrintsNothingAndStillExitsIncomplete) {
   const CommandRun result = runClosed("/Users/ann/Documents", {"top", "--quiet"});
   EXPECT_EQ(result.exitCode, 4);
   EXPECT_EQ(result.err, "");
 }
 
-TEST_F(Unread, ACommandThatFailsSaysItToo) {
+TEST_F(Unread, AFailingCommandReportsUnreadItemsToo) {
   const CommandRun result = runClosed("/Applications", {"inspect", "Lumen Notes", "--json"});
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_THAT(result.err, testing::StartsWith("quarn: 1 item: permission denied (use --verbose to list them)\n"));
@@ -148,7 +148,7 @@ TEST_F(Unread, ACommandThatFailsSaysItToo) {
   EXPECT_FALSE(nlohmann::json::parse(run({"inspect", "Nobody's", "--json"}).out).contains("unreadable"));
 }
 
-TEST_F(Unread, OnOneOutputTheDataStandsWholeBeforeTheWarnings) {
+TEST_F(Unread, OnASharedOutputTheDataPrecedesTheWarnings) {
   volume_.mode("/sample/Users/ann/Documents", 0000);
   CommandRun result;
   {
@@ -162,7 +162,7 @@ TEST_F(Unread, OnOneOutputTheDataStandsWholeBeforeTheWarnings) {
   EXPECT_EQ(nlohmann::json::parse(result.out.substr(0, end))["unreadable"]["count"], 1);
 }
 
-TEST_F(Unread, AFolderBelowWhichNothingCanBeLookedUpIsToldOnce) {
+TEST_F(Unread, AFolderWithoutSearchPermissionCountsOnce) {
   const CommandRun result = runClosed("/Users/ann/Library", {"inspect", "Lumen Notes", "--json"});
   EXPECT_EQ(result.exitCode, 4);
   const auto items = nlohmann::json::parse(result.out)["unreadable"]["items"];
@@ -173,7 +173,7 @@ TEST_F(Unread, AFolderBelowWhichNothingCanBeLookedUpIsToldOnce) {
       1);
 }
 
-TEST_F(Unread, AFolderThatLoopsIsToldAsThat) {
+TEST_F(Unread, AFolderLinkThatLoopsIsReportedAsALoop) {
   volume_.remove("/sample/Users/ann/Library/LaunchAgents")
       .link("/sample/Users/ann/Library/LaunchAgents", "LaunchAgents");
   const CommandRun result = run({"jobs"});
@@ -182,7 +182,7 @@ TEST_F(Unread, AFolderThatLoopsIsToldAsThat) {
   EXPECT_EQ(nlohmann::json::parse(run({"jobs", "--json"}).out)["unreadable"]["causes"]["loop"], 1);
 }
 
-TEST(UnreadOfTheHost, AnotherDeviceIsNotEnteredAndToldAsThat) {
+TEST(UnreadOfTheHost, AnotherDeviceIsNotEnteredAndIsReported) {
   const CommandRun result = runQuarn({"--volume", "/", "--home", "/", "top", "/dev", "--json"});
   EXPECT_EQ(result.exitCode, 0) << "what lies on another device is not asked for";
   const auto unreadable = nlohmann::json::parse(result.out)["unreadable"];
@@ -190,7 +190,7 @@ TEST(UnreadOfTheHost, AnotherDeviceIsNotEnteredAndToldAsThat) {
   EXPECT_THAT(unreadable["items"].dump(), HasSubstr(R"("path":"/dev/pts")"));
 }
 
-TEST_F(Unread, NamesAreWrittenOut) {
+TEST_F(Unread, NamesAreEscaped) {
   volume_.folder("/sample/Users/ann/Documents/\x1B[31m\xFF");
   const CommandRun result = runClosed("/Users/ann/Documents/\x1B[31m\xFF", {"top", "--verbose"});
   EXPECT_THAT(result.err, AllOf(HasSubstr("\\x1B[31m\\xFF"), Not(HasSubstr("\x1B"))));

@@ -79,7 +79,7 @@ AppReport appReport() {
   return report;
 }
 
-TEST(ReportPage, IsOneFileThatAsksForNothing) {
+TEST(ReportPage, IsOneFileWithoutExternalResources) {
   for (const std::string& page : {reportPage(volumeReport()), reportPage(appReport())}) {
     EXPECT_TRUE(page.starts_with("<!doctype html>"));
     EXPECT_THAT(page, HasSubstr("default-src 'none'"));
@@ -90,7 +90,7 @@ TEST(ReportPage, IsOneFileThatAsksForNothing) {
   }
 }
 
-TEST(ReportPage, OfAVolumeHasItsFactsAndCategoriesWithShares) {
+TEST(ReportPage, OfAVolumeHasFactsAndCategoriesWithShares) {
   const std::string page = reportPage(volumeReport());
   EXPECT_THAT(page, HasSubstr("<title>Storage of Mac</title>"));
   EXPECT_THAT(page, HasSubstr("<dt>In use</dt><dd>600 KB<small>of 1.0 MB</small>"));
@@ -104,7 +104,7 @@ TEST(ReportPage, OfAVolumeHasItsFactsAndCategoriesWithShares) {
   EXPECT_THAT(page, HasSubstr("2026-11-20T21:23:05Z"));
 }
 
-TEST(ReportPage, OfAVolumeListsTheLargestItemsWithWhatIsKnownOfThem) {
+TEST(ReportPage, OfAVolumeListsTheLargestItemsWithVendorHints) {
   const std::string page = reportPage(volumeReport());
   EXPECT_THAT(page, HasSubstr("<tr id=\"item-1\"><td class=\"n\">70 KB</td><td class=\"n\">70 KB</td>"
                               "<td class=\"path\"><bdi>~/film.mov</bdi></td></tr>"));
@@ -113,7 +113,7 @@ TEST(ReportPage, OfAVolumeListsTheLargestItemsWithWhatIsKnownOfThem) {
   EXPECT_THAT(page, Not(HasSubstr("id=\"elsewhere\"")));
 }
 
-TEST(ReportPage, OfAVolumeListsWhatIsLongButNotHere) {
+TEST(ReportPage, OfAVolumeListsFilesWithContentElsewhere) {
   VolumeReport report = volumeReport();
   report.elsewhere = {{item("/Users/ann/cloud.mov", 0, 9'000'000), std::nullopt}};
   const std::string page = reportPage(report);
@@ -121,7 +121,7 @@ TEST(ReportPage, OfAVolumeListsWhatIsLongButNotHere) {
   EXPECT_THAT(page, HasSubstr("<a href=\"#elsewhere\">"));
 }
 
-TEST(ReportPage, TilesAreLinksToTheirRowsAndThoseOfNothingAreLeftOut) {
+TEST(ReportPage, TilesLinkToTheirRowsAndEmptyOnesAreOmitted) {
   const std::string page = reportPage(volumeReport());
   EXPECT_THAT(page, HasSubstr("href=\"#category-apps\" aria-label=\"Apps, 300 KB\""));
   EXPECT_THAT(page, HasSubstr("href=\"#item-2\" aria-label=\"Big.app, 60 KB\""));
@@ -134,7 +134,7 @@ TEST(ReportPage, TilesAreLinksToTheirRowsAndThoseOfNothingAreLeftOut) {
   }
 }
 
-TEST(ReportPage, OfAnEmptyVolumeHasTablesAndNoMaps) {
+TEST(ReportPage, OfAnEmptyVolumeHasTablesButNoMaps) {
   const std::string page = reportPage(VolumeReport{});
   EXPECT_THAT(page, Not(HasSubstr("<ul class=\"map\"")));
   EXPECT_THAT(page, Not(HasSubstr("<div class=\"bar\"")));
@@ -149,7 +149,7 @@ TEST(ReportPage, SaysThatAScanWasInterrupted) {
   EXPECT_THAT(reportPage(report), HasSubstr("The scan was interrupted"));
 }
 
-TEST(ReportPage, SaysWhatWasNotReadAndWhy) {
+TEST(ReportPage, ListsUnreadItemsWithTheirCauses) {
   ReadReport read;
   read.add("/Users/ann/closed", EACCES);
   read.addOtherDevice("/Volumes/<b>");
@@ -165,7 +165,7 @@ TEST(ReportPage, SaysWhatWasNotReadAndWhy) {
   }
 }
 
-TEST(ReportPage, AMountPointAloneIsListedWithoutAWarning) {
+TEST(ReportPage, AMountPointIsListedWithoutAWarning) {
   ReadReport read;
   read.addOtherDevice("/Volumes/Backup");
   VolumeReport report = volumeReport();
@@ -174,7 +174,7 @@ TEST(ReportPage, AMountPointAloneIsListedWithoutAWarning) {
   EXPECT_THAT(reportPage(report), HasSubstr("<bdi>/Volumes/Backup</bdi>"));
 }
 
-TEST(ReportPage, ALongListOfWhatWasNotReadIsCutAndCounted) {
+TEST(ReportPage, ALongListOfUnreadItemsIsCutAndCounted) {
   ReadReport read;
   for (int i = 0; i < 250; ++i) read.add("/closed/" + std::to_string(i), EACCES);
   VolumeReport report = volumeReport();
@@ -184,7 +184,7 @@ TEST(ReportPage, ALongListOfWhatWasNotReadIsCutAndCounted) {
   EXPECT_THAT(page, HasSubstr("and 50 more"));
 }
 
-TEST(ReportPage, OfAnAppHasItsFactsByRisk) {
+TEST(ReportPage, OfAnAppHasFactsByRisk) {
   const std::string page = reportPage(appReport());
   EXPECT_THAT(page, HasSubstr("<title>What belongs to Example</title>"));
   EXPECT_THAT(page, HasSubstr("<bdi>1.2</bdi> · <bdi>com.example</bdi> · <bdi>/Applications/Example.app</bdi>"));
@@ -202,7 +202,7 @@ TEST(ReportPage, OneArtifactIsCountedInTheSingular) {
   EXPECT_THAT(reportPage(report), HasSubstr("<small>1 artifact</small>"));
 }
 
-TEST(ReportPage, OfAnAppGroupsByDataClassTheRiskiestAndLargestFirst) {
+TEST(ReportPage, OfAnAppGroupsByDataClassHighestRiskAndLargestFirst) {
   const std::string page = reportPage(appReport());
   const std::vector<std::size_t> order{page.find("id=\"class-rebuildable\""), page.find("id=\"artifact-3\""),
                                        page.find("id=\"artifact-2\""),        page.find("id=\"artifact-1\""),
@@ -215,7 +215,7 @@ TEST(ReportPage, OfAnAppGroupsByDataClassTheRiskiestAndLargestFirst) {
   EXPECT_THAT(page, HasSubstr("<td class=\"n wide\">95 %</td>"));
 }
 
-TEST(ReportPage, OfAnAppMarksTheModesThatTakeAFind) {
+TEST(ReportPage, OfAnAppMarksTheModesThatSelectAnArtifact) {
   const std::string page = reportPage(appReport());
   const std::string row = page.substr(page.find("id=\"artifact-1\""));
   const std::string cells = row.substr(0, row.find("</tr>"));
@@ -223,7 +223,7 @@ TEST(ReportPage, OfAnAppMarksTheModesThatTakeAFind) {
   EXPECT_LT(cells.find("✓"), cells.find("–"));
 }
 
-TEST(ReportPage, OfAnAppComparesThePlansAndTellsTheirSteps) {
+TEST(ReportPage, OfAnAppComparesThePlansAndListsTheirSteps) {
   const std::string page = reportPage(appReport());
   EXPECT_THAT(page, HasSubstr("<code>cacheOnly</code></div></th><td class=\"n\">3 KB</td><td class=\"n\">2</td>"
                               "<td class=\"n\">2</td><td class=\"wide\">may be needed</td>"));
@@ -232,7 +232,7 @@ TEST(ReportPage, OfAnAppComparesThePlansAndTellsTheirSteps) {
                               "administrator rights</span><p>Why.</p>"));
 }
 
-TEST(ReportPage, AFindOfManyPathsFoldsMostOfThemAway) {
+TEST(ReportPage, AnArtifactWithManyPathsFoldsMostOfThem) {
   AppReport report = appReport();
   for (int i = 0; i < 30; ++i) report.inspection.artifacts[0].urls.emplace_back("/file" + std::to_string(i));
   const std::string page = reportPage(report);
@@ -240,7 +240,7 @@ TEST(ReportPage, AFindOfManyPathsFoldsMostOfThemAway) {
   EXPECT_THAT(page, HasSubstr("<bdi>/file29</bdi>"));
 }
 
-TEST(ReportPage, NamesAreTextWhereverTheyStand) {
+TEST(ReportPage, NamesAreTextEverywhere) {
   const std::string evil = "<script>alert(1)</script>\"'\x1B\xFF\xE2\x80\xAE";
   const std::string inert = "&lt;script&gt;alert(1)&lt;/script&gt;&quot;&#39;\\x1B\\xFF\\u{202E}";
   VolumeReport volume = volumeReport();
@@ -284,7 +284,7 @@ double luminance(const std::string& color) {
   return 0.2126 * channel(rgb >> 16) + 0.7152 * channel((rgb >> 8) & 0xFF) + 0.0722 * channel(rgb & 0xFF);
 }
 
-TEST(ReportStyle, EveryColourUnderWhiteTextHasTheContrastForReading) {
+TEST(ReportStyle, EveryColourBelowWhiteTextHasEnoughContrast) {
   const std::string style(reportStyle());
   const std::regex rule(R"(\.(c\d|risk-\w+)\{background:#([0-9a-f]{6})\})");
   int colors = 0;

@@ -48,7 +48,7 @@ void expectLayout(const std::vector<double>& weights) {
   EXPECT_NEAR(covered, positive > 0 ? kWidth * kHeight : 0, kRounding);
 }
 
-TEST(Treemap, NothingGivesNoTile) {
+TEST(Treemap, NoWeightsGiveNoTiles) {
   EXPECT_TRUE(treemapTiles({}, kWidth, kHeight).empty());
   EXPECT_TRUE(treemapTiles({0, -1, 0}, kWidth, kHeight).empty());
 }
@@ -63,13 +63,13 @@ TEST(Treemap, OneWeightTakesTheWholeArea) {
   EXPECT_EQ(tiles[0].height, kHeight);
 }
 
-TEST(Treemap, TilesComeLargestFirstAndEqualOnesInTheirOrder) {
+TEST(Treemap, TilesAreSortedLargestFirstAndEqualOnesKeepTheirOrder) {
   std::vector<std::size_t> order;
   for (const TreemapTile& tile : treemapTiles({1, 5, 3, 5, 1}, kWidth, kHeight)) order.push_back(tile.index);
   EXPECT_EQ(order, (std::vector<std::size_t>{1, 3, 2, 0, 4}));
 }
 
-TEST(Treemap, AreasAreTheSharesWithoutGapOrOverlap) {
+TEST(Treemap, AreasEqualTheSharesWithoutGapsOrOverlaps) {
   expectLayout({6, 6, 4, 3, 2, 2, 1});
   expectLayout({1, 1, 1, 1});
   expectLayout({100, 1, 0, -3, 1, 1e-3});
@@ -86,7 +86,7 @@ TEST(Treemap, AnyWeightsAreLaidOut) {
   }
 }
 
-TEST(Treemap, SquarishTilesAreChosen) {
+TEST(Treemap, TilesAreNearlySquare) {
   for (const TreemapTile& tile : treemapTiles(std::vector<double>(12, 1), kWidth, kHeight)) {
     EXPECT_LT(std::max(tile.width / tile.height, tile.height / tile.width), 2.0);
   }

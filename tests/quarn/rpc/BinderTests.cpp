@@ -76,16 +76,16 @@ class BinderTest : public testing::Test {
   RequestContext context_{};
 };
 
-TEST_F(BinderTest, ParamsAreGivenByNameInAnyOrder) {
+TEST_F(BinderTest, ParamsAreNamedAndHaveAnyOrder) {
   EXPECT_EQ(call("Test.greet", R"({"loudly":true,"name":"ann"})"), "hello ann!");
 }
 
-TEST_F(BinderTest, AnOptionalParamMayBeLeftOutOrNull) {
+TEST_F(BinderTest, AnOptionalParamMayBeOmittedOrNull) {
   EXPECT_EQ(call("Test.greet", R"({"name":"ann"})"), "hello ann");
   EXPECT_EQ(call("Test.greet", R"({"name":"ann","loudly":null})"), "hello ann");
 }
 
-TEST_F(BinderTest, AMethodWithoutParamsTakesNoneOrAnEmptyObject) {
+TEST_F(BinderTest, AMethodWithoutParamsAcceptsNoneOrAnEmptyObject) {
   EXPECT_EQ(call("Test.home", "{}"), 10);
   EXPECT_EQ(binder_.call("Test.home", nullptr, context_), 10);
 }
@@ -120,7 +120,7 @@ TEST_F(BinderTest, AParamOfTheWrongTypeIsNamedAndTheFirstOfSeveral) {
   EXPECT_EQ(paramOf("Test.greet", R"({"name":1,"loudly":"yes"})"), "name");
 }
 
-TEST_F(BinderTest, AFaultInARecordIsNamedByItsPath) {
+TEST_F(BinderTest, AnErrorInARecordNamesItsPath) {
   EXPECT_EQ(paramOf("Test.urls", R"({"artifacts":[],"app":{"name":"A"}})"), "app.bundleURL");
   EXPECT_EQ(paramOf("Test.urls", R"({"artifacts":[{}, 1],"app":{"name":"A","bundleURL":"/A.app"}})"),
             "artifacts[0].kind");
@@ -131,7 +131,7 @@ TEST_F(BinderTest, ParamsInAnArrayAreRefused) {
   EXPECT_EQ(paramOf("Test.home", "[]"), "params");
 }
 
-TEST_F(BinderTest, AnUnknownMethodComesBeforeFaultyParams) {
+TEST_F(BinderTest, AnUnknownMethodIsReportedBeforeFaultyParams) {
   EXPECT_EQ(errorOf("Test.nothing", "[1]").code, RPCErrorCode::noSuchMethod);
 }
 
@@ -143,7 +143,7 @@ TEST_F(BinderTest, AFileErrorCarriesPathNumberAndNameInWellFormedText) {
   EXPECT_THAT(error.message, HasSubstr("list /Users/ann/\uFFFD"));
 }
 
-TEST_F(BinderTest, AHandlerMayRefuseAParamToo) { EXPECT_EQ(paramOf("Test.refuseParam", R"({"name":"x"})"), "name"); }
+TEST_F(BinderTest, AHandlerCanRefuseAParam) { EXPECT_EQ(paramOf("Test.refuseParam", R"({"name":"x"})"), "name"); }
 
 TEST_F(BinderTest, ARowKnowsTheTypesOfItsParamsAndResult) {
   const MethodRow& row = kMethods[2];

@@ -9,7 +9,7 @@ namespace {
 
 // A change of methods, params, results, records or errors changes what clients may send and get. Whoever makes one sees
 // it here first and rewrites the file knowingly: with QUARN_UPDATE_GOLDEN=1.
-TEST(Contract, TheInterfaceIsTheOneThatTheFileHolds) {
+TEST(Contract, TheInterfaceMatchesTheGoldenFile) {
   EXPECT_TRUE(isGolden(projectFolder() / "tests/quarn/rpc/contract.json", describeInterface() + "\n"));
 }
 

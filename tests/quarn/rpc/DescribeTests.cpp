@@ -18,13 +18,13 @@ const ordered_json& interface() {
   return parsed;
 }
 
-TEST(Describe, TheCommandPrintsTheDescriptionAndReadsNothing) {
+TEST(Describe, TheCommandPrintsTheDescriptionWithoutReadingInput) {
   const CommandRun run = runQuarn({"rpc", "--describe"}, "garbage\n");
   EXPECT_EQ(run.exitCode, 0);
   EXPECT_EQ(run.out, describeInterface() + "\n");
 }
 
-TEST(Describe, EveryMethodIsThereInTheTablesOrder) {
+TEST(Describe, EveryMethodIsListedInTableOrder) {
   std::vector<std::string> described;
   std::vector<std::string> known;
   for (const ordered_json& method : interface()["methods"]) described.push_back(method["name"]);
@@ -32,7 +32,7 @@ TEST(Describe, EveryMethodIsThereInTheTablesOrder) {
   EXPECT_EQ(described, known);
 }
 
-TEST(Describe, AMethodHasItsParamsWithTypesAndWhetherTheyMayBeLeftOut) {
+TEST(Describe, AMethodListsItsParamsWithTypesAndOptionality) {
   const auto method = [](std::string_view name) {
     for (const ordered_json& row : interface()["methods"]) {
       if (row["name"] == name) return row.dump();
@@ -50,7 +50,7 @@ TEST(Describe, AMethodHasItsParamsWithTypesAndWhetherTheyMayBeLeftOut) {
       R"("required":false}],"result":"{StorageCategoryID: SizeInfo}","progress":"TotalsProgress"})");
 }
 
-TEST(Describe, TheNotificationsAreThoseOfTheTransport) {
+TEST(Describe, TheNotificationsMatchTheTransport) {
   EXPECT_EQ(
       interface()["notifications"].dump(),
       R"([{"name":"$/progress","sender":"process","params":[{"name":"id","type":"string or number or null","required":true},)"
@@ -60,7 +60,7 @@ TEST(Describe, TheNotificationsAreThoseOfTheTransport) {
       R"("meaning":"the request of that id is no longer wanted"}])");
 }
 
-TEST(Describe, TheErrorsHaveTheirCodesAndData) {
+TEST(Describe, TheErrorsListCodesAndData) {
   std::set<int> codes;
   for (const ordered_json& error : interface()["errors"]) codes.insert(error["code"].get<int>());
   EXPECT_EQ(codes, (std::set<int>{-32800, -32700, -32603, -32602, -32601, -32600, -32000}));
@@ -81,7 +81,7 @@ std::set<std::string> namesIn(const std::string& type) {
   return names;
 }
 
-TEST(Describe, EveryTypeThatIsNamedIsDescribedAndEveryOneDescribedIsUsed) {
+TEST(Describe, EveryUsedTypeIsDescribedAndEveryDescribedTypeIsUsed) {
   const std::set<std::string> plain{"string", "integer", "number", "boolean", "URL", "date", "null"};
   std::set<std::string> known;
   std::set<std::string> used;

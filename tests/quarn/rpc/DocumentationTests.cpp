@@ -140,7 +140,7 @@ std::string withoutDates(const std::string& line) {
   return std::regex_replace(line, kDate, R"("inspectedAt":"a date")");
 }
 
-TEST(RPCPage, ShowsWhatComesBack) {
+TEST(RPCPage, ShowsTheRealResponses) {
   const Services services(FileManager::mounted(sampleFolder(), FileURL("/Users/ann")), ResourceBundle::shipped());
   RPCSession session([&](int input, int output) { return runRPC(services, input, output); });
   const std::vector<std::string> lines = conversation();

@@ -53,7 +53,7 @@ Output run(const Example& example, const std::vector<std::string>& words) {
 
 class Examples : public testing::TestWithParam<Example> {};
 
-TEST_P(Examples, ListsInspectsStopsAScanAndMeetsAnError) {
+TEST_P(Examples, ListsAppsInspectsOneStopsAScanAndHandlesAnError) {
   const Output output = run(GetParam(), {"--quarn", QUARN_PROGRAM, "--volume", sampleFolder(), "--home", "/Users/ann",
                                          "--app", "Lumen Notes"});
   EXPECT_EQ(output.status, 0);
@@ -77,20 +77,20 @@ TEST_P(Examples, ListsInspectsStopsAScanAndMeetsAnError) {
             HasSubstr("\nrefused: at: not a file URL or an absolute path (code -32602, param at)\n")));
 }
 
-TEST_P(Examples, SaysWhenTheCommandCannotBeStarted) {
+TEST_P(Examples, ReportsACommandThatCannotBeStarted) {
   const Output output = run(GetParam(), {"--quarn", "/nonexistent/quarn"});
   EXPECT_EQ(output.status, 1);
   EXPECT_TRUE(output.text.starts_with("quarn: ")) << output.text;
   EXPECT_THAT(output.text, HasSubstr("/nonexistent/quarn"));
 }
 
-TEST_P(Examples, SaysWhenTheCommandEndsEarly) {
+TEST_P(Examples, ReportsACommandThatExitsEarly) {
   const Output output = run(GetParam(), {"--quarn", "/bin/true"});
   EXPECT_EQ(output.status, 1);
   EXPECT_TRUE(output.text.starts_with("quarn: ")) << output.text;
 }
 
-TEST_P(Examples, SaysWhenTheCommandStopsAnsweringBeforeItEnds) {
+TEST_P(Examples, ReportsACommandThatClosesItsOutputBeforeItExits) {
   const std::filesystem::path command = std::filesystem::temp_directory_path() / ("silent-quarn-" + GetParam().name);
   std::ofstream(command) << "#!/bin/sh\nexec >&-\nexec sleep 1\n";
   std::filesystem::permissions(command, std::filesystem::perms::owner_all);

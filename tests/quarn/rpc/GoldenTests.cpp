@@ -89,7 +89,7 @@ class Golden : public testing::TestWithParam<std::string> {
 
 std::unique_ptr<Services> Golden::services_;
 
-TEST_P(Golden, AnswersAsTheFileSays) {
+TEST_P(Golden, RespondsAsInTheFile) {
   const std::filesystem::path path = kHere / "golden" / (GetParam() + ".json");
   const std::string text = contentOf(path);
   ASSERT_FALSE(text.empty()) << "there is no " << path;
@@ -113,7 +113,7 @@ std::string testName(const testing::TestParamInfo<std::string>& info) {
 
 INSTANTIATE_TEST_SUITE_P(RPC, Golden, testing::ValuesIn(methodNames()), testName);
 
-TEST(GoldenFiles, AreThoseOfTheMethods) {
+TEST(GoldenFiles, ExistForEveryMethod) {
   std::set<std::string> files;
   for (const auto& entry : std::filesystem::directory_iterator(kHere / "golden")) {
     files.insert(entry.path().stem().string());

@@ -61,27 +61,27 @@ class LineReaderTest : public testing::Test {
   FileDescriptor writing_;
 };
 
-TEST_F(LineReaderTest, LinesAreCutAtEveryLineEnd) {
+TEST_F(LineReaderTest, LinesEndAtEveryNewline) {
   EXPECT_THAT(read({"a\nbc\n\nd\n"}), ElementsAre("a", "bc", "", "d", "<end>"));
 }
 
-TEST_F(LineReaderTest, ALineMayComeInPieces) {
+TEST_F(LineReaderTest, ALineMayArriveInPieces) {
   EXPECT_THAT(read({"a", "b", "c\nd", "\n"}), ElementsAre("abc", "d", "<end>"));
 }
 
 TEST_F(LineReaderTest, TheLastLineNeedsNoLineEnd) { EXPECT_THAT(read({"a\nb"}), ElementsAre("a", "b", "<end>")); }
 
-TEST_F(LineReaderTest, NoInputIsNoLine) { EXPECT_THAT(read({}), ElementsAre("<end>")); }
+TEST_F(LineReaderTest, EmptyInputHasNoLines) { EXPECT_THAT(read({}), ElementsAre("<end>")); }
 
-TEST_F(LineReaderTest, ALineOfExactlyTheLimitIsALine) {
+TEST_F(LineReaderTest, ALineOfExactlyTheLimitIsAccepted) {
   EXPECT_THAT(read({"0123456789\n", "0123456789"}), ElementsAre("0123456789", "0123456789", "<end>"));
 }
 
-TEST_F(LineReaderTest, ALongerLineIsReportedOnceAndDroppedToItsEnd) {
+TEST_F(LineReaderTest, ALongerLineIsReportedOnceAndSkipped) {
   EXPECT_THAT(read({"0123456789a\nb\n"}), ElementsAre("<too long>", "b", "<end>"));
 }
 
-TEST_F(LineReaderTest, ALongerLineInPiecesIsReportedBeforeItsEndHasCome) {
+TEST_F(LineReaderTest, ALongerLineInPiecesIsReportedBeforeItsEndArrives) {
   EXPECT_THAT(read({"01234567", "89a", "and more", "and more again", "\nb\n"}),
               ElementsAre("<too long>", "b", "<end>"));
 }
@@ -90,11 +90,11 @@ TEST_F(LineReaderTest, TwoLongLinesAreReportedTwice) {
   EXPECT_THAT(read({"0123456789a\n", "0123456789", "a", "\nb"}), ElementsAre("<too long>", "<too long>", "b", "<end>"));
 }
 
-TEST_F(LineReaderTest, TheInputMayEndWithinALongLine) {
+TEST_F(LineReaderTest, TheInputMayEndInALongLine) {
   EXPECT_THAT(read({"0123456789abcdef"}), ElementsAre("<too long>", "<end>"));
 }
 
-TEST_F(LineReaderTest, ReadingBeforeTheLinesAreTakenLosesNone) {
+TEST_F(LineReaderTest, ReadingAheadLosesNoLines) {
   LineReader reader(reading(), kLongest);
   for (const std::string_view piece : {"a\nb\n", "c\n"}) {
     write(piece);
@@ -106,7 +106,7 @@ TEST_F(LineReaderTest, ReadingBeforeTheLinesAreTakenLosesNone) {
   EXPECT_THAT(lines, ElementsAre("a", "b", "c"));
 }
 
-TEST(LineReader, AnUnreadableDescriptorIsTheEndOfTheInput) {
+TEST(LineReader, AnUnreadableDescriptorEndsTheInput) {
   LineReader reader(-1, kLongest);
   reader.readMore();
   std::string line;

@@ -5,7 +5,7 @@
 namespace quarn {
 namespace {
 
-TEST(Message, ValuesAreCountedOutsideOfTexts) {
+TEST(Message, ValuesAreCountedOutsideStrings) {
   const std::vector<std::pair<std::string_view, std::size_t>> rows{
       {"1", 1},          {R"("a,b[c{d")", 1},
       {R"("a\",b")", 1}, {R"("\\",1)", 2},
@@ -15,7 +15,7 @@ TEST(Message, ValuesAreCountedOutsideOfTexts) {
   for (const auto& [line, count] : rows) EXPECT_EQ(mostValuesIn(line), count) << line;
 }
 
-TEST(Message, EmptyArraysAndObjectsCountForMoreThanTheyHold) {
+TEST(Message, EmptyArraysAndObjectsAreOvercounted) {
   EXPECT_EQ(mostValuesIn("[]"), 2U);
   EXPECT_EQ(mostValuesIn("[{},{}]"), 5U);
 }

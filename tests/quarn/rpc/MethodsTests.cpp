@@ -119,14 +119,14 @@ class Methods : public testing::Test {
 
 // ---- params of every method
 
-TEST_F(Methods, EveryMethodTakesParamsOfItsTypes) {
+TEST_F(Methods, EveryMethodAcceptsParamsOfItsTypes) {
   for (const MethodRow& row : methodTable()) {
     const std::string refused = refusedAt(row.name, paramsOf(row));
     EXPECT_EQ(refused, "") << row.name;
   }
 }
 
-TEST_F(Methods, EveryMethodNamesAMissingAWrongAndAnUnknownParam) {
+TEST_F(Methods, EveryMethodNamesMissingWrongAndUnknownParams) {
   const json wrong = json::array({json::array({json::array()})});  // of no param's type
   for (const MethodRow& row : methodTable()) {
     const json whole = paramsOf(row);
@@ -147,7 +147,7 @@ TEST_F(Methods, EveryMethodNamesAMissingAWrongAndAnUnknownParam) {
   }
 }
 
-TEST_F(Methods, ExtremeIntegersAreParamsLikeAnyOther) {
+TEST_F(Methods, ExtremeIntegersAreValidParams) {
   for (const MethodRow& row : methodTable()) {
     for (const ParamRow& param : row.params()) {
       if (param.type() != "integer") continue;
@@ -161,7 +161,7 @@ TEST_F(Methods, ExtremeIntegersAreParamsLikeAnyOther) {
   }
 }
 
-TEST_F(Methods, OptionsAreNamedByTheirPath) {
+TEST_F(Methods, ErrorsInOptionsNameTheirPath) {
   json options = inspectionOptions(true);
   options["heuristicMaxDepth"] = "3";
   EXPECT_EQ(refusedAt("AppInspectionService.phaseSequence", {{"options", options}}), "options.heuristicMaxDepth");
@@ -174,7 +174,7 @@ TEST_F(Methods, OptionsAreNamedByTheirPath) {
 
 // ---- inspection
 
-TEST_F(Methods, AnInspectionReportsItsPhasesOnlyWhenAsked) {
+TEST_F(Methods, AnInspectionReportsPhasesOnlyOnRequest) {
   json params = {{"app", kApp}, {"options", inspectionOptions(true)}};
   ordered_json quiet = call("AppInspectionService.inspect", params);
   EXPECT_THAT(reported_, IsEmpty());
@@ -192,7 +192,7 @@ TEST_F(Methods, AnInspectionReportsItsPhasesOnlyWhenAsked) {
   EXPECT_EQ(quiet, reporting);
 }
 
-TEST_F(Methods, AnInspectionIsDatedNow) {
+TEST_F(Methods, AnInspectionHasTheCurrentDate) {
   const auto before = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
   const ordered_json inspection =
       call("AppInspectionService.inspect", {{"app", kApp}, {"options", inspectionOptions(false)}});
@@ -202,7 +202,7 @@ TEST_F(Methods, AnInspectionIsDatedNow) {
   EXPECT_LE(*date, std::chrono::system_clock::now());
 }
 
-TEST_F(Methods, AnInspectionCanBePlannedFromAsItCame) {
+TEST_F(Methods, AnInspectionCanBeSentBackForAPlan) {
   const ordered_json inspection =
       call("AppInspectionService.inspect", {{"app", kApp}, {"options", inspectionOptions(true)}});
   ASSERT_FALSE(inspection["artifacts"].empty());
@@ -218,7 +218,7 @@ TEST_F(Methods, AnInspectionCanBePlannedFromAsItCame) {
 
 // ---- planning
 
-TEST_F(Methods, NoSelectionIsTheModesOwnAndAnEmptyOneIsEmpty) {
+TEST_F(Methods, WithoutASelectionTheModeSelectsAndAnEmptySelectionIsEmpty) {
   json params = {{"inspection", kInspection}, {"mode", "cacheOnly"}};
   EXPECT_EQ(call("AppRemovalPlanner.buildPreview", params)["operations"].size(), 1U);
   params["selectedArtifacts"] = nullptr;
@@ -227,7 +227,7 @@ TEST_F(Methods, NoSelectionIsTheModesOwnAndAnEmptyOneIsEmpty) {
   EXPECT_EQ(call("AppRemovalPlanner.buildPreview", params)["operations"].size(), 0U);
 }
 
-TEST_F(Methods, SizesThatAddUpToTooMuchAreRefusedAndEndNothing) {
+TEST_F(Methods, AnOverflowingSumOfSizesIsRefusedAndTheProcessContinues) {
   json huge = kArtifact;
   huge["size"] = {{"allocatedBytes", INT64_MAX}, {"logicalBytes", INT64_MAX}};
   json one = kArtifact;
@@ -241,7 +241,7 @@ TEST_F(Methods, SizesThatAddUpToTooMuchAreRefusedAndEndNothing) {
   EXPECT_EQ(refusedAt("AppRemovalPlanner.buildPreview", params), "inspection.artifacts");
 }
 
-TEST_F(Methods, SizesThatAPlanDoesNotAddUpMayBeAnything) {
+TEST_F(Methods, SizesThatAPlanDoesNotAddMayHaveAnyValue) {
   json huge = kArtifact;
   huge["size"] = {{"allocatedBytes", INT64_MAX}, {"logicalBytes", INT64_MAX}};
   json kept = huge;
@@ -267,14 +267,14 @@ TEST_F(Methods, FoldersAreOneURLOrSeveral) {
   EXPECT_THAT(names(call("TopItemsService.topFiles", several)), ElementsAre("big", "other"));
 }
 
-TEST_F(Methods, ACancelledOperationReturnsWhatItHas) {
+TEST_F(Methods, ACancelledOperationReturnsItsPartialResult) {
   context_.cancellation.cancel();
   const json params = {{"in", "/Users/ann/Documents"}, {"allowSlow", true}, {"includeHidden", false}};
   EXPECT_THAT(call("TopItemsService.children", params), IsEmpty());
   EXPECT_EQ(call("StorageDashboardService.calculatePartitionedCategorySizes", json::object()).size(), 8U);
 }
 
-TEST_F(Methods, AnOperationThatThrowsNamesPathAndError) {
+TEST_F(Methods, AFailedOperationNamesPathAndError) {
   const auto errorOf = [&](std::string_view method, const json& params) {
     try {
       (void)call(method, params);
@@ -296,7 +296,7 @@ TEST_F(Methods, AnOperationThatThrowsNamesPathAndError) {
             (RPCError::Data{{"path", "/Users/ann"}, {"errno", std::int64_t{ENOTSUP}}, {"name", "ENOTSUP"}}));
 }
 
-TEST_F(Methods, WhatIsExcludedFromASizeIsOptional) {
+TEST_F(Methods, ExclusionsFromASizeAreOptional) {
   json params = {{"at", "/Users/ann/Documents"}, {"allowSlow", true}, {"includeHidden", true}};
   EXPECT_EQ(call("FileSizeCalculator.itemSize", params)["logicalBytes"], 21 * 1024);
   params["excluding"] = json::array({"/Users/ann/Documents/big"});
@@ -305,7 +305,7 @@ TEST_F(Methods, WhatIsExcludedFromASizeIsOptional) {
 
 // ---- storage
 
-TEST_F(Methods, ThePartitionedScanReportsItsTotalsOnlyWhenAsked) {
+TEST_F(Methods, ThePartitionedScanReportsTotalsOnlyOnRequest) {
   const std::string_view method = "StorageDashboardService.calculatePartitionedCategorySizes";
   const ordered_json quiet = call(method, json::object());
   EXPECT_THAT(reported_, IsEmpty());
@@ -321,7 +321,7 @@ TEST_F(Methods, ThePartitionedScanReportsItsTotalsOnlyWhenAsked) {
 
 // ---- receipts
 
-TEST_F(Methods, AReceiptsPathMayAlsoBeAFileURL) {
+TEST_F(Methods, AReceiptPathMayBeAFileURL) {
   std::vector<std::string> asked;
   services_.receiptScanner = ReceiptScanner::answering({.packageIDs = [&](const std::string& path) {
     asked.push_back(path);
@@ -336,7 +336,7 @@ TEST_F(Methods, AReceiptsPathMayAlsoBeAFileURL) {
 
 // ---- the whole
 
-TEST_F(Methods, AServerAnswersOverPipes) {
+TEST_F(Methods, AServerRespondsThroughPipes) {
   RPCSession session([this](int input, int output) { return runRPC(services_, input, output); });
   EXPECT_EQ(session.ask(R"({"jsonrpc":"2.0","id":1,"method":"QuarantineManager.baseURL"})"),
             R"({"jsonrpc":"2.0","id":1,"result":)"
@@ -380,7 +380,7 @@ std::vector<std::string> namesIn(const std::string& type) {
   return found;
 }
 
-TEST(DescribeInterface, ExplainsEveryTypeThatItNames) {
+TEST(DescribeInterface, DescribesEveryTypeThatItNames) {
   const ordered_json interface = ordered_json::parse(describeInterface());
   std::set<std::string> known{"boolean", "integer", "number", "string", "URL", "date", "or"};
   for (const ordered_json& record : interface["records"]) known.insert(record["name"]);

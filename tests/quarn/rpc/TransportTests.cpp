@@ -105,12 +105,12 @@ class TransportOfShortLines : public Transport {
 
 // ---- requests and answers
 
-TEST_F(Transport, ARequestIsAnsweredUnderItsID) {
+TEST_F(Transport, AResponseCarriesTheIDOfItsRequest) {
   EXPECT_EQ(ask(R"({"jsonrpc":"2.0","id":1,"method":"params","params":{"a":[1,"b",null]}})"),
             R"({"jsonrpc":"2.0","id":1,"result":{"a":[1,"b",null]}})");
 }
 
-TEST_F(Transport, IDsAreStringsNumbersOrNullAndComeBackAsTheyAre) {
+TEST_F(Transport, IDsAreStringsNumbersOrNullAndAreReturnedUnchanged) {
   for (const std::string id : {"0", "-7", "9007199254740993", "1.5", "\"\"", "\"a\\\"b\"", "\"ä\"", "null"}) {
     EXPECT_EQ(ask(request(id, "params")), R"({"jsonrpc":"2.0","id":)" + id + R"(,"result":"none"})");
   }
@@ -123,23 +123,23 @@ TEST_F(Transport, IDsOfOtherTypesAreRefused) {
   expectNextRequestWorks();
 }
 
-TEST_F(Transport, AbsentAndNullParamsAreNone) {
+TEST_F(Transport, AbsentAndNullParamsAreEquivalent) {
   EXPECT_THAT(ask(request("1", "params")), HasSubstr(R"("result":"none")"));
   EXPECT_THAT(ask(R"({"jsonrpc":"2.0","id":1,"method":"params","params":null})"), HasSubstr(R"("result":"none")"));
 }
 
-TEST_F(Transport, RequestsRunInTheOrderInWhichTheyArrive) {
+TEST_F(Transport, RequestsRunInOrderOfArrival) {
   session_.send(request("\"a\"", "count")).send(request("\"b\"", "count")).send(request("\"c\"", "count"));
   EXPECT_THAT(session_.finish(),
               ElementsAre(R"({"jsonrpc":"2.0","id":"a","result":1})", R"({"jsonrpc":"2.0","id":"b","result":2})",
                           R"({"jsonrpc":"2.0","id":"c","result":3})"));
 }
 
-TEST_F(Transport, SpaceAroundAValueAndAWindowsLineEndAreNoMistake) {
+TEST_F(Transport, SpaceAroundAValueAndCRLFAreAccepted) {
   EXPECT_THAT(ask("  " + request("1", "params") + " \t\r"), HasSubstr(R"("result":"none")"));
 }
 
-TEST_F(Transport, AnAnswerIsOneLineOfWellFormedUTF8) {
+TEST_F(Transport, AResponseIsOneLineOfValidUTF8) {
   EXPECT_EQ(ask(R"({"jsonrpc":"2.0","id":1,"method":"params","params":{"a":"x\ny\u2028z"}})"),
             "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":{\"a\":\"x\\ny\u2028z\"}}");
   EXPECT_EQ(ask(request("1", "badText")), "{\"jsonrpc\":\"2.0\",\"id\":1,\"result\":\"a\uFFFDb\"}");
@@ -152,7 +152,7 @@ TEST_F(Transport, AnErrorOfTheOperationHasCodeMessageAndData) {
             R"({"jsonrpc":"2.0","id":1,"error":{"code":-32000,"message":"refused","data":{"path":"/a","errno":13}}})");
 }
 
-TEST_F(Transport, AnUnexpectedFailureIsAnInternalErrorAndEndsNothing) {
+TEST_F(Transport, AnUnexpectedFailureIsAnInternalErrorAndTheProcessContinues) {
   EXPECT_THAT(ask(request("1", "break")), StartsWith(R"({"jsonrpc":"2.0","id":1,"error":{"code":-32603,)"));
   expectNextRequestWorks();
 }
@@ -171,7 +171,7 @@ TEST_F(Transport, AnErrorDoesNotRepeatALongLine) {
   EXPECT_LT(ask("\"" + std::string(100'000, 'x') + "\xFF\"").size(), 500U);
 }
 
-TEST_F(Transport, JSONThatIsNoRequestObjectIsRefused) {
+TEST_F(Transport, JSONThatIsNotARequestObjectIsRefused) {
   for (const std::string_view line :
        {"1", "\"text\"", "null", "true", "{}", R"({"jsonrpc":"2.0"})", R"({"jsonrpc":"2.0","method":1})",
         R"({"jsonrpc":"1.0","method":"count"})", R"({"method":"count"})", R"({"jsonrpc":2.0,"method":"count"})",
@@ -181,11 +181,11 @@ TEST_F(Transport, JSONThatIsNoRequestObjectIsRefused) {
   expectNextRequestWorks();
 }
 
-TEST_F(Transport, ARefusedRequestKeepsAnIDThatCanBeRead) {
+TEST_F(Transport, ARefusedRequestKeepsAValidID) {
   EXPECT_THAT(ask(R"({"jsonrpc":"2.0","id":7})"), StartsWith(R"({"jsonrpc":"2.0","id":7,"error":{"code":-32600,)"));
 }
 
-TEST_F(Transport, NestingUpTo512LevelsIsReadAndDeeperIsRefused) {
+TEST_F(Transport, NestingUpTo512LevelsIsAcceptedAndDeeperIsRefused) {
   const auto nested = [](std::size_t levels) {
     return R"({"jsonrpc":"2.0","id":1,"method":"count","params":{"a":)" + std::string(levels - 2, '[') +
            std::string(levels - 2, ']') + "}}";
@@ -203,7 +203,7 @@ TEST_F(TransportOfShortLines, ALineOverTheLimitIsRefusedAndSkippedToItsEnd) {
   expectNextRequestWorks();
 }
 
-TEST_F(Transport, ALineOf64MiBIsReadAndOneMoreByteIsTooMuch) {
+TEST_F(Transport, ALineOf64MiBIsAcceptedAndALongerOneIsRefused) {
   constexpr std::size_t kLimit = std::size_t{64} << 20;
   const std::string line(kLimit, 'x');
   EXPECT_THAT(ask(line), StartsWith(kNoJSON));
@@ -211,7 +211,7 @@ TEST_F(Transport, ALineOf64MiBIsReadAndOneMoreByteIsTooMuch) {
   expectNextRequestWorks();
 }
 
-TEST_F(Transport, ALineOfFourMillionValuesIsReadAndOneMoreIsTooMany) {
+TEST_F(Transport, ALineOfFourMillionValuesIsAcceptedAndOneMoreIsRefused) {
   // The request's own: the object, three of its members, the params' object and array.
   const auto withValues = [](std::size_t count) {
     std::string line = R"({"jsonrpc":"2.0","id":1,"method":"count","params":{"a":[0)";
@@ -227,7 +227,7 @@ TEST_F(Transport, ALineOfFourMillionValuesIsReadAndOneMoreIsTooMany) {
   expectNextRequestWorks();
 }
 
-TEST_F(Transport, ALineThatNeverEndsIsRefusedWhileItComes) {
+TEST_F(Transport, AnEndlessLineIsRefusedWhileItArrives) {
   const std::string megabyte(1 << 20, 'x');
   for (int count = 0; count < 65; ++count) session_.sendBytes(megabyte);
   EXPECT_THAT(session_.receive(), StartsWith(kNoRequest));
@@ -237,7 +237,7 @@ TEST_F(Transport, ALineThatNeverEndsIsRefusedWhileItComes) {
 
 // ---- notifications
 
-TEST_F(Transport, NotificationsAreNotAnsweredAndDoNotRun) {
+TEST_F(Transport, NotificationsGetNoResponseAndDoNotRun) {
   session_.send(R"({"jsonrpc":"2.0","method":"count"})");
   session_.send(R"({"jsonrpc":"2.0","method":"noSuchMethod"})");
   session_.send(R"({"jsonrpc":"2.0","method":"initialized","params":{}})");
@@ -245,7 +245,7 @@ TEST_F(Transport, NotificationsAreNotAnsweredAndDoNotRun) {
   EXPECT_THAT(session_.finish(), IsEmpty());
 }
 
-TEST_F(Transport, ProgressIsSentUnderTheRequestsIDBeforeItsAnswer) {
+TEST_F(Transport, ProgressCarriesTheRequestIDAndPrecedesTheResponse) {
   session_.send(request("\"x\"", "report"));
   EXPECT_THAT(session_.finish(),
               ElementsAre(R"({"jsonrpc":"2.0","method":"$/progress","params":{"id":"x","value":{"step":1}}})",
@@ -266,9 +266,9 @@ TEST_F(Transport, ABatchOfOneIsAnsweredAsAnArray) {
   EXPECT_EQ(ask("[" + request("1", "count") + "]"), R"([{"jsonrpc":"2.0","id":1,"result":1}])");
 }
 
-TEST_F(Transport, AnEmptyBatchIsNoRequest) { EXPECT_THAT(ask("[]"), StartsWith(kNoRequest)); }
+TEST_F(Transport, AnEmptyBatchIsRefused) { EXPECT_THAT(ask("[]"), StartsWith(kNoRequest)); }
 
-TEST_F(Transport, WhatIsNoRequestInABatchIsRefusedByItself) {
+TEST_F(Transport, AnInvalidCallInABatchIsRefusedSeparately) {
   const json answer = json::parse(ask("[1," + request("1", "count") + ",[]]"));
   ASSERT_EQ(answer.size(), 3U);
   EXPECT_EQ(answer[0]["error"]["code"], -32600);
@@ -277,13 +277,13 @@ TEST_F(Transport, WhatIsNoRequestInABatchIsRefusedByItself) {
   EXPECT_EQ(answer[2]["error"]["code"], -32600);
 }
 
-TEST_F(Transport, NotificationsInABatchGiveNothing) {
+TEST_F(Transport, NotificationsInABatchGetNoResponse) {
   const std::string notification = R"({"jsonrpc":"2.0","method":"count"})";
   EXPECT_EQ(ask("[" + notification + "," + request("1", "count") + "," + notification + "]"),
             R"([{"jsonrpc":"2.0","id":1,"result":1}])");
 }
 
-TEST_F(Transport, ABatchOfNotificationsIsNotAnswered) {
+TEST_F(Transport, ABatchOfNotificationsGetsNoResponse) {
   session_.send(R"([{"jsonrpc":"2.0","method":"a"},{"jsonrpc":"2.0","method":"b"}])");
   EXPECT_EQ(ask(request("1", "count")), R"({"jsonrpc":"2.0","id":1,"result":1})");
 }
@@ -297,7 +297,7 @@ TEST_F(Transport, ABatchOfTenThousandCallsIsAnsweredAndALargerOneIsRefused) {
 
 // ---- cancellation
 
-TEST_F(Transport, ARunningRequestIsToldAndAnswersWithWhatItHas) {
+TEST_F(Transport, ACancelledRunningRequestReturnsItsPartialResult) {
   session_.send(request("1", "untilCancelled"));
   operations_.waitForStart();
   session_.send(cancel("1"));
@@ -316,7 +316,7 @@ TEST_F(Transport, AWaitingRequestIsRefusedWhenItsTurnComes) {
                                              R"({"jsonrpc":"2.0","id":"b","result":1})"));
 }
 
-TEST_F(Transport, ACancellationIsOfTheIDAsItIsWritten) {
+TEST_F(Transport, ACancellationDistinguishesTheTypesOfIDs) {
   session_.send(request("1", "untilCancelled"));
   operations_.waitForStart();
   session_.send(request("2", "count")).send(cancel("\"2\"")).send(cancel("3")).send(cancel("[2]"));
@@ -326,20 +326,20 @@ TEST_F(Transport, ACancellationIsOfTheIDAsItIsWritten) {
   EXPECT_THAT(session_.finish(), ElementsAre(testing::_, R"({"jsonrpc":"2.0","id":2,"result":1})"));
 }
 
-TEST_F(Transport, TheNameOfTheCancellationMayBeWrittenWithEscapes) {
+TEST_F(Transport, TheNameOfTheCancellationMayContainEscapes) {
   session_.send(request("1", "untilCancelled"));
   operations_.waitForStart();
   EXPECT_THAT(ask(R"({"jsonrpc":"2.0","method":"$\/cancel\u0052equest","params":{"id":1}})"),
               HasSubstr("what there was"));
 }
 
-TEST_F(Transport, ACancellationDoesNotReachARequestThatComesAfterIt) {
+TEST_F(Transport, ACancellationDoesNotAffectLaterRequests) {
   EXPECT_THAT(ask(request("1", "count")), HasSubstr("\"result\":1"));
   session_.send(cancel("1"));
   EXPECT_THAT(ask(request("1", "count")), HasSubstr("\"result\":2"));
 }
 
-TEST_F(Transport, ACancellationInABatchReachesTheCallsBeforeIt) {
+TEST_F(Transport, ACancellationInABatchAffectsEarlierCalls) {
   const json answer =
       json::parse(ask("[" + request("1", "count") + "," + cancel("1") + "," + request("1", "count") + "]"));
   ASSERT_EQ(answer.size(), 2U);
@@ -356,13 +356,13 @@ TEST_F(Transport, ACallInARunningBatchCanBeCancelled) {
   EXPECT_EQ(answer[1]["error"]["code"], -32800);
 }
 
-TEST_F(Transport, CancellingIsNoMethod) {
+TEST_F(Transport, CancellingIsNotAMethod) {
   EXPECT_THAT(ask(R"({"jsonrpc":"2.0","id":1,"method":"$/cancelRequest","params":{"id":1}})"), HasSubstr("-32601"));
 }
 
 // ---- limits, end of input, a client that goes away
 
-TEST_F(TransportOfShortLines, WhatWaitsIsBoundedAndNothingIsLost) {
+TEST_F(TransportOfShortLines, TheQueueIsBoundedAndLosesNothing) {
   session_.send(request("1", "hold"));
   operations_.waitForStart();
   std::string lines;
@@ -378,7 +378,7 @@ TEST_F(TransportOfShortLines, WhatWaitsIsBoundedAndNothingIsLost) {
   EXPECT_EQ(answers.back(), R"({"jsonrpc":"2.0","id":2,"result":4000})");
 }
 
-TEST_F(Transport, TheEndOfTheInputAnswersWhatWasReadAndEndsWithZero) {
+TEST_F(Transport, AtTheEndOfTheInputAllRequestsAreAnsweredAndTheStatusIsZero) {
   session_.send(request("1", "hold"));
   operations_.waitForStart();
   session_.send(request("2", "count")).sendBytes(request("3", "count"));
@@ -387,18 +387,18 @@ TEST_F(Transport, TheEndOfTheInputAnswersWhatWasReadAndEndsWithZero) {
   EXPECT_EQ(session_.status(), 0);
 }
 
-TEST_F(Transport, AnInputThatEndsWithinARequestIsNotJSON) {
+TEST_F(Transport, AnInputThatEndsInsideARequestIsNotJSON) {
   session_.send(request("1", "count")).sendBytes(R"({"jsonrpc":"2.0","id":2,"meth)");
   EXPECT_THAT(session_.finish(), ElementsAre(HasSubstr("\"result\":1"), StartsWith(kNoJSON)));
   EXPECT_EQ(session_.status(), 0);
 }
 
-TEST_F(Transport, NoInputIsNoMistake) {
+TEST_F(Transport, EmptyInputIsValid) {
   EXPECT_THAT(session_.finish(), IsEmpty());
   EXPECT_EQ(session_.status(), 0);
 }
 
-TEST_F(Transport, AClientThatGoesAwayStopsWhatRunsAndWaits) {
+TEST_F(Transport, AClosedOutputCancelsAllRequests) {
   session_.send(request("1", "untilCancelled"));
   operations_.waitForStart();
   session_.send(request("2", "count"));
@@ -406,7 +406,7 @@ TEST_F(Transport, AClientThatGoesAwayStopsWhatRunsAndWaits) {
   EXPECT_EQ(session_.status(), 0);
 }
 
-TEST_F(Transport, AClientThatGoesAwayBeforeItAsksEndsTheServer) {
+TEST_F(Transport, AClosedOutputEndsAnIdleServer) {
   session_.stopListening();
   EXPECT_EQ(session_.status(), 0);
 }

@@ -95,7 +95,7 @@ std::map<std::string, std::string> inventory(const std::string& root) {
   return items;
 }
 
-TEST_F(SampleVolume, AFolderThatHoldsAnythingIsRefusedAndLeftAsItIs) {
+TEST_F(SampleVolume, ANonEmptyFolderIsRefusedAndUnchanged) {
   folder_.text("/full/.hidden", "mine");
   EXPECT_EQ(errorOfWriting(place("full")), ENOTEMPTY);
   EXPECT_EQ(inventory(place("full")).size(), 1U);
@@ -111,7 +111,7 @@ TEST_F(SampleVolume, TheRefusalNamesTheFolder) {
   }
 }
 
-TEST_F(SampleVolume, WhatIsNoFolderIsRefused) {
+TEST_F(SampleVolume, APathThatIsNotAFolderIsRefused) {
   folder_.text("/file", "mine").link("/dangling", "missing").folder("/there");
   EXPECT_EQ(errorOfWriting(place("file")), ENOTDIR);
   EXPECT_EQ(errorOfWriting(place("missing/inner")), ENOENT);
@@ -120,13 +120,13 @@ TEST_F(SampleVolume, WhatIsNoFolderIsRefused) {
   EXPECT_FALSE(fs::exists(place("missing")));
 }
 
-TEST_F(SampleVolume, APlaceWithoutPermissionIsRefused) {
+TEST_F(SampleVolume, AnUnwritableFolderIsRefused) {
   folder_.folder("/closed").mode("/closed", 0555);
   const UnprivilegedUser user;
   EXPECT_EQ(errorOfWriting(place("closed/sample")), EACCES);
 }
 
-TEST_F(SampleVolume, AnEmptyFolderWithoutPermissionStaysEmpty) {
+TEST_F(SampleVolume, AnUnwritableEmptyFolderStaysEmpty) {
   folder_.folder("/closed").mode("/closed", 0555);
   {
     const UnprivilegedUser user;
@@ -156,7 +156,7 @@ class FileSizeLimit {
   rlimit limit_{};
 };
 
-TEST_F(SampleVolume, WritingThatFailsLeavesNothingBehind) {
+TEST_F(SampleVolume, AFailedWriteRemovesEverything) {
   folder_.folder("/empty");
   {
     const FileSizeLimit limit;
@@ -167,7 +167,7 @@ TEST_F(SampleVolume, WritingThatFailsLeavesNothingBehind) {
   EXPECT_TRUE(fs::is_empty(place("empty")));
 }
 
-TEST_F(SampleVolume, TwoWritesAreAlikeToTheByte) {
+TEST_F(SampleVolume, TwoWritesAreIdentical) {
   const SampleSummary first = writeSampleVolume(place("first"));
   const mode_t before = ::umask(0077);
   SampleSummary second = writeSampleVolume(place("second"));
@@ -190,7 +190,7 @@ TEST_F(WrittenSampleVolume, AnEmptyFolderIsFilledAndKeepsItsMode) {
   EXPECT_EQ(statusOf("").st_mode & 07777, 0750U);
 }
 
-TEST_F(WrittenSampleVolume, TheSummaryCountsWhatIsThere) {
+TEST_F(WrittenSampleVolume, TheSummaryCountsTheItems) {
   std::int64_t files = 0;
   std::int64_t folders = 0;
   std::int64_t links = 0;
@@ -212,7 +212,7 @@ TEST_F(WrittenSampleVolume, TheSummaryCountsWhatIsThere) {
   EXPECT_EQ(summary_.home, "/Users/ann");
 }
 
-TEST_F(WrittenSampleVolume, TakesLessThanSixtyMegabytesAndLooksLikeHundredsOfGigabytes) {
+TEST_F(WrittenSampleVolume, TakesLessThanSixtyMegabytesAndHasHundredsOfGigabytesOfLength) {
   std::map<ino_t, std::int64_t> allocated;
   std::int64_t items = 0;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(summary_.folder)) {
@@ -228,7 +228,7 @@ TEST_F(WrittenSampleVolume, TakesLessThanSixtyMegabytesAndLooksLikeHundredsOfGig
   EXPECT_GT(summary_.logicalBytes, 300'000'000'000);
 }
 
-TEST_F(WrittenSampleVolume, AtLeastTwentyFiveAppsStandWhereAppsAreLookedFor) {
+TEST_F(WrittenSampleVolume, AtLeastTwentyFiveAppsAreInAppFolders) {
   std::int64_t bundles = 0;
   for (const char* folder :
        {"/Applications", "/System/Applications", "/System/Library/CoreServices/Applications", "~/Applications"}) {
@@ -244,7 +244,7 @@ TEST_F(WrittenSampleVolume, AtLeastTwentyFiveAppsStandWhereAppsAreLookedFor) {
 }
 
 // Every location that the searches know is there for some app.
-TEST_F(WrittenSampleVolume, EveryStandardLocationIsHitBySomeApp) {
+TEST_F(WrittenSampleVolume, SomeAppHasItemsInEveryStandardLocation) {
   // clang-format off
   constexpr std::array<const char*, 26> kPaths{
       // of the user
@@ -282,7 +282,7 @@ TEST_F(WrittenSampleVolume, EveryStandardLocationIsHitBySomeApp) {
   for (const char* path : kPaths) EXPECT_TRUE(isThere(path)) << path;
 }
 
-TEST_F(WrittenSampleVolume, EveryBuiltInLocationOfTheEcosystemsIsThere) {
+TEST_F(WrittenSampleVolume, EveryBuiltInLocationOfTheEcosystemsExists) {
   // clang-format off
   constexpr std::array<const char*, 20> kPaths{
       "~/Library/Application Support/Microsoft",
@@ -310,7 +310,7 @@ TEST_F(WrittenSampleVolume, EveryBuiltInLocationOfTheEcosystemsIsThere) {
   for (const char* path : kPaths) EXPECT_TRUE(S_ISDIR(statusOf(path).st_mode)) << path;
 }
 
-TEST_F(WrittenSampleVolume, EveryFixedStorageRootIsThere) {
+TEST_F(WrittenSampleVolume, EveryFixedStorageRootExists) {
   // clang-format off
   const std::vector<std::string> paths{
       "/Applications", "/System/Applications", "/System/Library/CoreServices/Applications", "~/Applications",
@@ -344,7 +344,7 @@ TEST_F(WrittenSampleVolume, EveryFixedStorageRootIsThere) {
   }
 }
 
-TEST_F(WrittenSampleVolume, NearMissesAndDecoysStandBesideTheHits) {
+TEST_F(WrittenSampleVolume, NearMissesExistBesideTheMatches) {
   // clang-format off
   constexpr std::array<const char*, 13> kPaths{
       "~/Library/Preferences/Com.example.App.plist", "~/Library/Preferences/com.example.App.PLIST",
@@ -357,7 +357,7 @@ TEST_F(WrittenSampleVolume, NearMissesAndDecoysStandBesideTheHits) {
   for (const char* path : kPaths) EXPECT_TRUE(isThere(path)) << path;
 }
 
-TEST_F(WrittenSampleVolume, LinksAreOfEveryKind) {
+TEST_F(WrittenSampleVolume, ThereAreLinksOfEveryKind) {
   struct Row {
     const char* path;
     const char* target;
@@ -383,7 +383,7 @@ TEST_F(WrittenSampleVolume, LinksAreOfEveryKind) {
   EXPECT_EQ(fs::read_symlink(host("~/Documents/Links/absolute")), "/Users/Shared/Family");
 }
 
-TEST_F(WrittenSampleVolume, HardLinksShareOneFileAndSparseFilesTakeNoRoom) {
+TEST_F(WrittenSampleVolume, HardLinksShareOneFileAndSparseFilesTakeNoSpace) {
   const struct stat original = statusOf("~/Documents/Hard links/original.bin");
   EXPECT_EQ(original.st_nlink, 3U);
   EXPECT_EQ(original.st_ino, statusOf("/Users/Shared/third name.bin").st_ino);
@@ -392,7 +392,7 @@ TEST_F(WrittenSampleVolume, HardLinksShareOneFileAndSparseFilesTakeNoRoom) {
   EXPECT_EQ(disk.st_blocks, 0);
 }
 
-TEST_F(WrittenSampleVolume, NamesHoldWhateverNamesCanHold) {
+TEST_F(WrittenSampleVolume, ThereAreNamesOfEveryKind) {
   // clang-format off
   const std::vector<std::string> names{
       "Caf\u00E9 composed.txt", "Cafe\u0301 decomposed.txt", "\u65E5\u672C\u8A9E\u306E\u66F8\u985E.txt", "two\nlines.txt",
@@ -401,7 +401,7 @@ TEST_F(WrittenSampleVolume, NamesHoldWhateverNamesCanHold) {
   for (const std::string& name : names) EXPECT_TRUE(isThere("~/Documents/Names/" + name)) << name;
 }
 
-TEST_F(WrittenSampleVolume, AppsComeInEveryLayout) {
+TEST_F(WrittenSampleVolume, ThereAreAppsOfEveryLayout) {
   EXPECT_THAT(bytesOf(host("/Applications/Example.app/Contents/Info.plist")), StartsWith("<?xml"));
   EXPECT_THAT(bytesOf(host("/Applications/Example.app/Contents/Info.plist")), HasSubstr("</plist>"));
   EXPECT_THAT(bytesOf(host("/Applications/Quill & Ink.app/Contents/Info.plist")), StartsWith("bplist00"));
@@ -416,13 +416,13 @@ TEST_F(WrittenSampleVolume, AppsComeInEveryLayout) {
   EXPECT_EQ(statusOf("/Applications/Example.app/Contents/MacOS/Example").st_mode & 07777, 0755U);
 }
 
-TEST_F(WrittenSampleVolume, ASignatureNamesAGroupThatNothingElseTies) {
+TEST_F(WrittenSampleVolume, ASignatureNamesAGroupWithoutOtherEvidence) {
   const std::string program = bytesOf(host("/Applications/Lumen Notes.app/Contents/MacOS/Lumen Notes"));
   EXPECT_THAT(program, HasSubstr("9KXQ2T7WBA.shared-store"));
   EXPECT_THAT(program, StartsWith("\xCA\xFE\xBA\xBE"));
 }
 
-TEST_F(WrittenSampleVolume, ReceiptsHaveTheirBills) {
+TEST_F(WrittenSampleVolume, ReceiptsHaveBills) {
   const std::string folder = "/private/var/db/receipts/";
   EXPECT_THAT(bytesOf(host(folder + "com.harboraudio.suite.pkg.bom")), StartsWith("BOMStore"));
   EXPECT_THAT(bytesOf(host(folder + "com.harboraudio.suite.pkg.bom")), HasSubstr("Harbor Reverb.component"));
@@ -433,7 +433,7 @@ TEST_F(WrittenSampleVolume, ReceiptsHaveTheirBills) {
   EXPECT_THAT(bytesOf(host(folder + "com.tessera.everything.bom")), HasSubstr("TesseraAudio.kext"));
 }
 
-TEST_F(WrittenSampleVolume, NothingIsClosedToItsReader) {
+TEST_F(WrittenSampleVolume, EverythingIsReadable) {
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(summary_.folder)) {
     if (entry.is_symlink()) continue;
     EXPECT_NE(entry.symlink_status().permissions() & fs::perms::others_read, fs::perms::none) << entry.path();

@@ -5,7 +5,7 @@
 namespace quarn {
 namespace {
 
-TEST(CountText, OneAloneIsInTheSingular) {
+TEST(CountText, OneIsSingular) {
   EXPECT_EQ(countText(0, "artifact"), "0 artifacts");
   EXPECT_EQ(countText(1, "artifact"), "1 artifact");
   EXPECT_EQ(countText(2, "artifact"), "2 artifacts");

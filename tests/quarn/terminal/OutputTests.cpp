@@ -7,7 +7,7 @@
 namespace quarn {
 namespace {
 
-TEST(SizeText, DecimalSizesReadAsTheFinderShowsThem) {
+TEST(SizeText, DecimalSizesMatchTheFinder) {
   const std::vector<std::pair<std::int64_t, std::string>> rows{{0, "0 bytes"},
                                                                {1, "1 byte"},
                                                                {999, "999 bytes"},
@@ -29,9 +29,9 @@ TEST(SizeText, IECSizesArePowersOf1024) {
   EXPECT_EQ(sizeText(std::int64_t{3} << 30, SizeUnits::iec), "3.00 GiB");
 }
 
-TEST(SizeText, BytesAreThePlainNumber) { EXPECT_EQ(sizeText(1'234'567, SizeUnits::bytes), "1234567"); }
+TEST(SizeText, BytesAreThePlainCount) { EXPECT_EQ(sizeText(1'234'567, SizeUnits::bytes), "1234567"); }
 
-TEST(TerminalText, ControlCharactersAndDisguisesAreWrittenOut) {
+TEST(TerminalText, ControlAndDirectionCharactersAreEscaped) {
   EXPECT_EQ(escapedForTerminal("a\x1B[31mb\n\x7F"), "a\\x1B[31mb\\x0A\\x7F");
   EXPECT_EQ(escapedForTerminal("\xC2\x9B"
                                "2J"),
@@ -41,7 +41,7 @@ TEST(TerminalText, ControlCharactersAndDisguisesAreWrittenOut) {
   EXPECT_EQ(escapedForTerminal("Café 日記帳 👍"), "Café 日記帳 👍");
 }
 
-TEST(TerminalText, InAJSONDocumentTheyBecomeEscapesThatChangeNoValue) {
+TEST(TerminalText, InAJSONDocumentTheEscapesChangeNoValue) {
   EXPECT_EQ(escapedJSON("{\"a\": \"x\xC2\x9By\x7F\xE2\x80\xAE\xEF\xBB\xBF\xD8\x9C\"}"),
             R"({"a": "x\u009by\u007f\u202e\ufeff\u061c"})");
   const std::string harmless = "{\"a\": [\"Caf\xC3\xA9 \xC2\xA9 \xE2\x82\xAC \xEF\xBC\xA1 \xD8\xB9 \\u001b\"]}\n";
@@ -49,13 +49,13 @@ TEST(TerminalText, InAJSONDocumentTheyBecomeEscapesThatChangeNoValue) {
   EXPECT_EQ(escapedJSON("\xC2"), "\xC2") << "no character at all";
 }
 
-TEST(TerminalText, WidthCountsTheColumnsThatCharactersTake) {
+TEST(TerminalText, WidthCountsTerminalColumns) {
   EXPECT_EQ(displayWidth("abc"), 3U);
   EXPECT_EQ(displayWidth("日記"), 4U);
   EXPECT_EQ(displayWidth("e\xCC\x81"), 1U);
 }
 
-TEST(TerminalText, ALongTextIsCutInItsMiddle) {
+TEST(TerminalText, ALongTextIsCutInTheMiddle) {
   EXPECT_EQ(fittedToWidth("abcdefghij", 10), "abcdefghij");
   EXPECT_EQ(fittedToWidth("abcdefghij", 7), "abc…hij");
   EXPECT_LE(displayWidth(fittedToWidth("日記帳アプリ日記帳アプリ", 9)), 9U);
@@ -69,7 +69,7 @@ TEST(Table, ColumnsAlignByDisplayWidth) {
   EXPECT_EQ(table.text(Terminal{}), "NAME  SIZE\n日記     1\nabcd  1000\n");
 }
 
-TEST(Table, TheFlexibleColumnIsCutToTheTerminalAndNeverInAPipe) {
+TEST(Table, TheFlexibleColumnIsCutOnATerminalButNotInAPipe) {
   Table table({{.title = "A"}, {.title = "PATH", .isFlexible = true}});
   table.addRow({std::string("1"), std::string(80, 'x')});
   const Terminal narrow{.isInteractive = true, .width = 40};
@@ -90,7 +90,7 @@ TEST(Table, OfSeveralFlexibleColumnsTheWidestIsCutFirst) {
   EXPECT_THAT(narrowest, testing::HasSubstr("  " + std::string(10, 'b') + "  "));
 }
 
-TEST(Table, BarsAreDrawnShorterWhereTheTerminalIsNarrow) {
+TEST(Table, BarsAreShorterOnANarrowTerminal) {
   Table table({{.title = "A"}, {.title = "", .barWidth = 20}, {.title = "B"}});
   table.addRow({std::string("1"), 0.5, std::string("x")});
   table.addRow({std::string("2"), 0.25, std::string("x")});

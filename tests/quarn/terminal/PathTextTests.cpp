@@ -12,7 +12,7 @@ TEST(PathText, TheHomeFolderIsATilde) {
   EXPECT_EQ(pathText(FileURL("/Library"), home), "/Library");
 }
 
-TEST(PathText, AHomeThatIsTheWholeVolumeShortensNothing) {
+TEST(PathText, AHomeAtTheRootShortensNothing) {
   EXPECT_EQ(pathText(FileURL("/Library/x"), FileURL("/")), "/Library/x");
 }
 

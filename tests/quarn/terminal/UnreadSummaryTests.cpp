@@ -8,7 +8,7 @@
 namespace quarn {
 namespace {
 
-TEST(UnreadSummary, CountsByCauseInTheOrderInWhichCausesAreTold) {
+TEST(UnreadSummary, CountsByCauseInAFixedOrder) {
   ReadReport report;
   report.add("/a", EACCES);
   report.add("/b", EPERM);
@@ -25,7 +25,7 @@ TEST(UnreadSummary, CountsByCauseInTheOrderInWhichCausesAreTold) {
   EXPECT_EQ(summary.count(), 6U);
 }
 
-TEST(UnreadSummary, OnlyWhatIsOnTheVolumeAndMissingMakesAResultIncomplete) {
+TEST(UnreadSummary, OnlyMissingDataMakesAResultIncomplete) {
   const std::vector<std::pair<int, bool>> rows{
       {EACCES, true}, {ENOENT, false}, {EXDEV, false}, {ELOOP, true}, {EIO, true}};
   for (const auto& [error, isIncomplete] : rows) {
@@ -36,7 +36,7 @@ TEST(UnreadSummary, OnlyWhatIsOnTheVolumeAndMissingMakesAResultIncomplete) {
   EXPECT_FALSE(unreadSummary(ReadReport()).isIncomplete());
 }
 
-TEST(UnreadSummary, ItemsComeByPathWhateverTheOrderOfTheWalk) {
+TEST(UnreadSummary, ItemsAreSortedByPath) {
   ReadReport report;
   for (const char* path : {"/b", "/c", "/a"}) report.add(path, EACCES);
   std::string paths;

@@ -216,7 +216,7 @@ TEST(RecordJSON, AssociationWithItsTexts) {
              R"("summaryText":"Receipt","detailText":"Receipt: com.acme.pkg"})");
 }
 
-TEST(RecordJSON, EvidenceOfNoKindIsRefused) {
+TEST(RecordJSON, EvidenceWithoutAKindIsRefused) {
   EXPECT_EQ(refusedTextAt<Association>(R"({"appID":"a","appName":"A","evidence":{}})"), "evidence");
   EXPECT_EQ(refusedTextAt<Association>(R"({"appID":"a","appName":"A","evidence":{"receipt":1}})"), "evidence.receipt");
 }
@@ -255,7 +255,7 @@ TEST(RecordJSON, OptionsOfAScan) {
   EXPECT_EQ(toJSON(read<ArtifactScanner::Options>(text)).dump(), text);
 }
 
-TEST(RecordJSON, EveryOptionIsRequiredAndUnknownOnesAreRefused) {
+TEST(RecordJSON, EveryOptionIsRequiredAndUnknownOptionsAreRefused) {
   AppInspectionService::Options options{};
   const json whole = json::parse(toJSON(options).dump());
   ASSERT_EQ(whole.size(), 14U);
@@ -275,7 +275,7 @@ TEST(RecordJSON, EveryOptionIsRequiredAndUnknownOnesAreRefused) {
   EXPECT_EQ(refusedAt<ArtifactScanner::Options>(scan), "includeLaunchd");
 }
 
-TEST(RecordJSON, VendorProfilesStandAsInTheirFiles) {
+TEST(RecordJSON, VendorProfilesHaveTheFormOfTheirFiles) {
   const std::string text =
       R"({"id":"acme","displayName":"Acme","match":{"bundleIDs":["com.acme.A"],"bundleIDPrefixes":["com.acme."],)"
       R"("nameContains":["acme"]},"artifacts":[{"kind":"cache","dataClass":"rebuildable","scope":"user",)"
@@ -299,7 +299,7 @@ TEST(RecordJSON, VendorProfilesStandAsInTheirFiles) {
   expectMembers("VendorProfile.CarveOut", written["carveOuts"][0]);
 }
 
-TEST(RecordJSON, SignaturesStandAsInTheirFile) {
+TEST(RecordJSON, SignaturesHaveTheFormOfTheirFile) {
   using Signature = StorageSignatureRegistry::Signature;
   const StorageSignatureTable table{
       3,
@@ -311,7 +311,7 @@ TEST(RecordJSON, SignaturesStandAsInTheirFile) {
   EXPECT_EQ(decodeStorageSignatures(toJSON(table).dump())->signatures, table.signatures);
 }
 
-TEST(RecordJSON, WhatIsReportedOnTheWay) {
+TEST(RecordJSON, ProgressRecords) {
   EXPECT_EQ(toJSON(PhaseProgress{AppInspectionService::Phase::deepInspector}).dump(), R"({"phase":"deepInspector"})");
   EXPECT_EQ(toJSON(TotalsProgress{{{StorageCategoryID::other, kSize}, {StorageCategoryID::apps, {}}}}).dump(),
             R"({"totals":{"apps":{"allocatedBytes":0,"logicalBytes":0},"other":)" + kSizeText + "}}");
@@ -319,7 +319,7 @@ TEST(RecordJSON, WhatIsReportedOnTheWay) {
 
 // ---- absent values
 
-TEST(RecordJSON, AbsentValuesAreNullInResultsAndMayBeLeftOutOfRequests) {
+TEST(RecordJSON, AbsentValuesAreNullInResultsAndMayBeOmittedInRequests) {
   AppEntity app{.name = "A", .bundleURL = FileURL("/A.app/"), .id = "/A.app"};
   EXPECT_EQ(toJSON(app).dump(),
             R"({"name":"A","bundleIdentifier":null,"bundleURL":"file:///A.app/","id":"/A.app","version":null})");
@@ -338,14 +338,14 @@ TEST(RecordJSON, AbsentValuesAreNullInResultsAndMayBeLeftOutOfRequests) {
   EXPECT_EQ(toJSON(receipt).dump(), R"({"packageIdentifier":"a","files":[],"version":null,"installDate":null})");
 }
 
-TEST(RecordJSON, AnAppsIDIsMadeWhenARequestLeavesItOut) {
+TEST(RecordJSON, AnOmittedAppIDIsComputed) {
   EXPECT_EQ(read<AppEntity>(R"({"name":"A","bundleURL":"/A.app","bundleIdentifier":"com.a"})").id, "com.a");
   EXPECT_EQ(read<AppEntity>(R"({"name":"A","bundleURL":"file:///A%20B.app/"})").id, "/A B.app");
   EXPECT_EQ(read<AppEntity>(R"({"name":"A","bundleURL":"/A.app","id":null})").id, "/A.app");
   EXPECT_EQ(read<AppEntity>(R"({"name":"A","bundleURL":"/A.app","id":"mine"})").id, "mine");
 }
 
-TEST(RecordJSON, AnArtifactsIDIsMadeWhenARequestLeavesItOut) {
+TEST(RecordJSON, AnOmittedArtifactIDIsComputed) {
   json value = json::parse(kArtifactText);
   value.erase("id");
   EXPECT_EQ(fromJSON<Artifact>(JSONDecoder(value)), cache());
@@ -355,7 +355,7 @@ TEST(RecordJSON, AnArtifactsIDIsMadeWhenARequestLeavesItOut) {
 
 // ---- values
 
-TEST(RecordJSON, NotesOfTheShellsOwnInARecordArePassedOver) {
+TEST(RecordJSON, UnknownMembersOfARecordAreIgnored) {
   json value = json::parse(kArtifactText);
   value["isSelected"] = true;
   EXPECT_EQ(fromJSON<Artifact>(JSONDecoder(value)), cache());
@@ -373,7 +373,7 @@ TEST(RecordJSON, AnyFileNameSurvivesInAURL) {
   EXPECT_EQ(toJSON(FileURL("/a b/ä", URLKind::directory)).dump(), R"("file:///a%20b/%C3%A4/")");
 }
 
-TEST(RecordJSON, ARequestMayGiveAPlainPathForAURL) {
+TEST(RecordJSON, ARequestMayUseAPlainPathInsteadOfAURL) {
   EXPECT_EQ(read<FileURL>(R"("/a b%20/ä/")"), FileURL("/a b%20/ä"));
   for (const std::string_view text : {R"("a")", R"("")", R"("http://a/b")", R"("file://host/a")", R"("file:///a%2")",
                                       R"("file:///a%00b")", R"("/a\u0000b")", "1", "[]"}) {
@@ -381,7 +381,7 @@ TEST(RecordJSON, ARequestMayGiveAPlainPathForAURL) {
   }
 }
 
-TEST(RecordJSON, BadBytesInTextsBecomeReplacementCharactersEach) {
+TEST(RecordJSON, EveryInvalidByteBecomesAReplacementCharacter) {
   const TopItem item{FileURL("/a/\xFF\xFE"), "x\xFF\xFEy\xC3", {}};
   EXPECT_EQ(toJSON(item)["name"], "x\uFFFD\uFFFDy\uFFFD");
   EXPECT_EQ(toJSON(item)["url"], "file:///a/%FF%FE");
@@ -391,7 +391,7 @@ TEST(RecordJSON, BadBytesInTextsBecomeReplacementCharactersEach) {
   EXPECT_EQ(toJSON(association)["evidence"]["receipt"], "\uFFFD");
 }
 
-TEST(RecordJSON, PathsThatDifferOnlyInBadBytesAreOneMember) {
+TEST(RecordJSON, PathsThatDifferOnlyInInvalidBytesAreOneMember) {
   const std::map<std::string, Association> associations{
       {"/\xFE", {"first", "", {}}}, {"/\xFF", {"second", "", {}}}, {"/b", {"b", "", {}}}};
   const std::string text = toJSON(associations).dump();
@@ -409,7 +409,7 @@ TEST(RecordJSON, ByteCountsAreIntegersAndNeverNegativeInARequest) {
   EXPECT_EQ(refusedTextAt<SizeInfo>(R"({"allocatedBytes":0,"logicalBytes":9223372036854775808})"), "logicalBytes");
 }
 
-TEST(RecordJSON, EveryRawStringIsReadAndNoOther) {
+TEST(RecordJSON, OnlyRawStringsAreAccepted) {
   const std::vector<EnumerationDescription> enumerations = describeEnumerations();
   ASSERT_EQ(enumerations.size(), 10U);
   EXPECT_EQ(read<ArtifactKind>(R"("groupContainer")"), ArtifactKind::groupContainer);
@@ -431,7 +431,7 @@ TEST(RecordJSON, DatesHaveOneForm) {
   }
 }
 
-TEST(RecordJSON, AFaultDeepInAListIsNamed) {
+TEST(RecordJSON, AnErrorDeepInAListNamesItsPath) {
   json artifacts = json::array({json::parse(kArtifactText), json::parse(kArtifactText)});
   artifacts[1]["urls"].push_back("relative");
   EXPECT_EQ(refusedAt<std::vector<Artifact>>(artifacts), "[1].urls[2]");
