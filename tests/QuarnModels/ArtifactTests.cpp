@@ -26,7 +26,7 @@ TEST(ArtifactID, TheSameKindScopeAndURLsMakeTheSameID) {
   EXPECT_EQ(cacheID({}), cacheID({}));
 }
 
-TEST(ArtifactID, EveryKindAndScopeMakesAnotherID) {
+TEST(ArtifactID, EveryKindAndScopeMakesADifferentID) {
   std::set<std::string> ids;
   for (const ArtifactKind kind : allCases<ArtifactKind>()) {
     for (const ArtifactScope scope : allCases<ArtifactScope>()) ids.insert(Artifact::makeID(kind, scope, urls({"/a"})));
@@ -60,13 +60,13 @@ TEST(ArtifactID, DependsOnTheURLsAndTheirOrder) {
   EXPECT_EQ(ids.size(), 22U) << "two different lists made one id";
 }
 
-TEST(ArtifactID, WhetherAnItemIsKnownToBeAFolderDoesNotMatter) {
+TEST(ArtifactID, DoesNotDependOnTheFolderFlag) {
   const std::vector<FileURL> folders{FileURL("/a/b", URLKind::directory), FileURL("/c///")};
   EXPECT_EQ(Artifact::makeID(ArtifactKind::logs, ArtifactScope::system, folders),
             Artifact::makeID(ArtifactKind::logs, ArtifactScope::system, urls({"/a/b", "/c"})));
 }
 
-TEST(ArtifactID, TitleExplanationConfidenceSizeClassAndRiskTakeNoPart) {
+TEST(ArtifactID, DoesNotDependOnTitleExplanationConfidenceSizeClassAndRisk) {
   Artifact plain{.kind = ArtifactKind::logs, .scope = ArtifactScope::system, .urls = urls({"/a"})};
   Artifact described = plain;
   described.title = "Logs";
@@ -81,7 +81,7 @@ TEST(ArtifactID, TitleExplanationConfidenceSizeClassAndRiskTakeNoPart) {
   EXPECT_EQ(plain.id, Artifact::makeID(ArtifactKind::logs, ArtifactScope::system, urls({"/a"})));
 }
 
-TEST(ArtifactID, IsPrintableASCIIWhateverTheNames) {
+TEST(ArtifactID, IsPrintableASCIIForAllNames) {
   for (const char character : cacheID({"/a\x1B[31m\n\t\x7F\xFF\xC3\xA9 :"})) {
     EXPECT_TRUE(character > ' ' && character < 0x7F) << static_cast<int>(character);
   }
@@ -117,7 +117,7 @@ TEST(Artifact, IsEqualOnlyInAllItsFields) {
   }
 }
 
-TEST(Artifact, IsMadeInTheOrderOfItsFields) {
+TEST(Artifact, HasItsFieldsInOrder) {
   const Artifact artifact{"id",         ArtifactKind::cache, ArtifactDataClass::app, ArtifactScope::system,
                           urls({"/a"}), SizeInfo{1, 2},      RiskLevel::danger,      0.5,
                           "title",      "explanation"};
@@ -128,7 +128,7 @@ TEST(Artifact, IsMadeInTheOrderOfItsFields) {
   EXPECT_EQ(artifact.explanation, "explanation");
 }
 
-TEST(Artifact, HasNoSizeAndNoExplanationUntilItIsGivenOne) {
+TEST(Artifact, HasNoSizeAndNoExplanationByDefault) {
   EXPECT_EQ(Artifact().size, std::nullopt);
   EXPECT_EQ(Artifact().explanation, std::nullopt);
 }

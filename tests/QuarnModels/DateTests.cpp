@@ -19,7 +19,7 @@ TEST(Date, IsWrittenAndReadInOneForm) {
   }
 }
 
-TEST(Date, AnyOtherFormIsNoDate) {
+TEST(Date, AnyOtherFormIsRefused) {
   for (const char* text :
        {"", "2026-11-20", "2026-11-20T21:23:05", "2026-11-20T21:23:05z", "2026-11-20 21:23:05Z",
         "2026-11-20T21:23:05ZZ", " 2026-11-20T21:23:05Z", "2026-11-20T21:23:05.0Z", "2026-11-20T21:23:05+00:00",
@@ -28,7 +28,7 @@ TEST(Date, AnyOtherFormIsNoDate) {
   }
 }
 
-TEST(Date, ADayOrTimeThatDoesNotExistIsNoDate) {
+TEST(Date, ADayOrTimeThatDoesNotExistIsRefused) {
   for (const char* text :
        {"2026-00-01T00:00:00Z", "2026-13-01T00:00:00Z", "2026-01-00T00:00:00Z", "2026-01-32T00:00:00Z",
         "2026-02-29T00:00:00Z", "1900-02-29T00:00:00Z", "2026-04-31T00:00:00Z", "2026-01-01T24:00:00Z",

@@ -111,7 +111,7 @@ TEST(RawValue, AnEnumerationOfAnArtifactTakesOneByte) {
   EXPECT_EQ(sizeof(AppRemovalPlanPreview::status), 1U);
 }
 
-TEST(RawValue, NamesAreKnownWhenTheProgramIsBuilt) {
+TEST(RawValue, NamesAreCompileTimeConstants) {
   static_assert(rawValue(ArtifactKind::cache) == "cache");
   static_assert(fromRawValue<RiskLevel>("danger") == RiskLevel::danger);
   static_assert(!fromRawValue<RiskLevel>("Danger"));

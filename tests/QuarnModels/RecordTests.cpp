@@ -52,11 +52,11 @@ TEST(SizeInfo, AddsEachComponentToItself) {
   EXPECT_EQ((SizeInfo{1, 2} + SizeInfo{3, 4}), (SizeInfo{4, 6}));
 }
 
-TEST(SizeInfo, ReachesTheLargestCount) {
+TEST(SizeInfo, CanHoldTheLargestCount) {
   EXPECT_EQ((SizeInfo{kMost - 1, 0} + SizeInfo{1, kMost}), (SizeInfo{kMost, kMost}));
 }
 
-TEST(SizeInfoDeathTest, ASumThatDoesNotFitEndsTheProgram) {
+TEST(SizeInfoDeathTest, AnOverflowingSumTerminatesTheProgram) {
   EXPECT_DEATH((SizeInfo{kMost, 0} + SizeInfo{1, 0}), "overflowed");
   EXPECT_DEATH((SizeInfo{0, kMost} + SizeInfo{0, 1}), "overflowed");
 }
@@ -72,7 +72,7 @@ TEST(AppInspection, HoldsAppUninstallersArtifactsAndMomentInThisOrder) {
   EXPECT_NE(inspection, AppInspection());
 }
 
-TEST(EntitlementsInfo, IsWithoutGroupsUntilTheyAreRead) { EXPECT_TRUE(EntitlementsInfo().applicationGroups.empty()); }
+TEST(EntitlementsInfo, HasNoGroupsByDefault) { EXPECT_TRUE(EntitlementsInfo().applicationGroups.empty()); }
 
 TEST(RemovalPlan, AnOperationHoldsItsFieldsInOrder) {
   const RemovalOperationPreview operation{RemovalOperationPreview::Type::quitApp, {FileURL("/a")}, true, false, "Why"};
@@ -81,7 +81,7 @@ TEST(RemovalPlan, AnOperationHoldsItsFieldsInOrder) {
   EXPECT_EQ(operation.explanation, "Why");
 }
 
-TEST(RemovalPlan, IsAPreviewByItself) {
+TEST(RemovalPlan, IsAPreviewByDefault) {
   EXPECT_EQ(AppRemovalPlanPreview().status, AppRemovalPlanPreview::Status::preview);
   EXPECT_EQ(static_cast<int>(AppRemovalPlanPreview().status), 3);
 }

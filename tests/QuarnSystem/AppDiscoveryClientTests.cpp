@@ -62,7 +62,7 @@ TEST(AppDiscoveryClient, AnAppIsACompleteRecord) {
   EXPECT_TRUE(onlyApp(volume).bundleURL.hasDirectoryPath());
 }
 
-TEST(AppDiscoveryClient, ABinaryPropertyListReadsLikeAnXmlOne) {
+TEST(AppDiscoveryClient, ABinaryPropertyListIsReadLikeAnXmlOne) {
   MacVolume volume;
   volume.app("/Applications/Example.app",
              {.bundleIdentifier = "com.example.App", .displayName = "Bücher", .format = PlistFormat::binary});
@@ -75,7 +75,7 @@ TEST(AppDiscoveryClient, WithoutAnyRootFolderThereAreNoApps) {
   EXPECT_THAT(discovered(volume), IsEmpty());
 }
 
-TEST(AppDiscoveryClient, AHomeThatIsNotThereContributesNothing) {
+TEST(AppDiscoveryClient, AMissingHomeFolderContributesNothing) {
   MacVolume volume;
   volume.app("/Applications/A.app");
   const FileManager files = volume.files().withHome(FileURL("/Users/nobody"));
@@ -90,7 +90,7 @@ TEST(AppDiscoveryClient, ARootThatIsAFileContributesNothing) {
 
 // How deep
 
-TEST(AppDiscoveryClient, AnAppMayLieUpToThreeFoldersBelowARoot) {
+TEST(AppDiscoveryClient, AnAppMayBeUpToThreeFoldersBelowARoot) {
   MacVolume volume;
   volume.app("/Applications/A.app")
       .app("/Applications/1/B.app")
@@ -136,13 +136,13 @@ TEST(AppDiscoveryClient, TheExtensionMayHaveAnyLetterCase) {
   EXPECT_THAT(names(volume), ElementsAre("A", "B"));
 }
 
-TEST(AppDiscoveryClient, ANameThatOnlyResemblesTheExtensionIsNone) {
+TEST(AppDiscoveryClient, ASimilarExtensionDoesNotMakeAnApp) {
   MacVolume volume;
   volume.folder("/Applications/A.app2").folder("/Applications/Bapp").folder("/Applications/C.app.bak");
   EXPECT_THAT(paths(volume), IsEmpty());
 }
 
-TEST(AppDiscoveryClient, AFileWithTheExtensionIsNoApp) {
+TEST(AppDiscoveryClient, AFileWithTheExtensionIsNotAnApp) {
   MacVolume volume;
   volume.file("/Applications/A.app", 10).fifo("/Applications/B.app").socket("/Applications/C.app");
   EXPECT_THAT(paths(volume), IsEmpty());
@@ -177,13 +177,13 @@ TEST(AppDiscoveryClient, AnAppAndLinksToItAreListedOnce) {
   EXPECT_THAT(paths(volume), ElementsAre("/Applications/Tool.app"));
 }
 
-TEST(AppDiscoveryClient, ALinkToAFolderStandsForThatFolder) {
+TEST(AppDiscoveryClient, ALinkToAFolderRepresentsThatFolder) {
   MacVolume volume;
   volume.app("/opt/vendor/1/2/A.app").app("/opt/vendor/1/2/3/B.app").link("/Applications/Vendor", "/opt/vendor");
   EXPECT_THAT(paths(volume), ElementsAre("/opt/vendor/1/2/A.app"));
 }
 
-TEST(AppDiscoveryClient, ALinkMayLeadToAFolderThatIsKnownByALink) {
+TEST(AppDiscoveryClient, ALinkMayLeadToAFolderThroughAnotherLink) {
   MacVolume volume;
   volume.app("/private/tmp/A.app").link("/tmp", "/private/tmp").link("/Applications/Temporary", "/tmp");
   EXPECT_THAT(paths(volume), ElementsAre("/tmp/A.app"));
@@ -195,7 +195,7 @@ TEST(AppDiscoveryClient, ARootThatIsALinkToAnotherRootListsEachAppOnce) {
   EXPECT_THAT(paths(volume), ElementsAre("/Applications/A.app"));
 }
 
-TEST(AppDiscoveryClient, ALinkIsJudgedByWhatItLeadsTo) {
+TEST(AppDiscoveryClient, ALinkIsJudgedByItsTarget) {
   MacVolume volume;
   volume.app("/opt/Real.app")
       .app("/opt/folder/In.app")
@@ -219,7 +219,7 @@ TEST(AppDiscoveryClient, ALinkToAPackageFolderIsNotEntered) {
   EXPECT_THAT(paths(volume), IsEmpty());
 }
 
-TEST(AppDiscoveryClient, AFolderIsSearchedFromTheShortestWayToIt) {
+TEST(AppDiscoveryClient, AFolderIsSearchedFromTheShortestPathToIt) {
   MacVolume volume;
   volume.app("/Applications/a/b/c/1/2/Far.app").link("/Applications/z", "/Applications/a/b/c");
   EXPECT_THAT(names(volume), ElementsAre("Far"));
@@ -282,7 +282,7 @@ TEST(AppDiscoveryClient, TheNameIsTheDisplayNameElseTheBundleNameElseTheStem) {
   }
 }
 
-TEST(AppDiscoveryClient, AnIdentifierThatIsEmptyOrNoStringIsAbsent) {
+TEST(AppDiscoveryClient, AnIdentifierThatIsEmptyOrNotAStringIsAbsent) {
   for (const PlistValue& identifier : {PlistValue(""), PlistValue(42), PlistValue(true), PlistValue(PlistData{"com"}),
                                        PlistValue(PlistArray{"com.example.App"})}) {
     MacVolume volume;
@@ -321,7 +321,7 @@ TEST(AppDiscoveryClient, TwoAppsOfOneIdentifierAreTwoApps) {
 
 // Order
 
-TEST(AppDiscoveryClient, AppsAreOrderedByNameAsPeopleSortNames) {
+TEST(AppDiscoveryClient, AppsAreSortedByLocalisedName) {
   MacVolume volume;
   volume.app("/Applications/1.app", {.name = "Zebra"})
       .app("/Applications/2.app", {.name = "apple"})
@@ -332,7 +332,7 @@ TEST(AppDiscoveryClient, AppsAreOrderedByNameAsPeopleSortNames) {
   EXPECT_THAT(names(volume), ElementsAre("Äpfel", "apple", "Banana", "file10", "File2", "Zebra"));
 }
 
-TEST(AppDiscoveryClient, NamesThatDifferInLetterCaseOnlyAreOrderedByPath) {
+TEST(AppDiscoveryClient, NamesThatDifferOnlyInCaseAreSortedByPath) {
   MacVolume volume;
   volume.app("/Applications/b.app", {.name = "EXAMPLE"})
       .app("/Applications/a.app", {.name = "example"})
@@ -344,7 +344,7 @@ TEST(AppDiscoveryClient, NamesThatDifferInLetterCaseOnlyAreOrderedByPath) {
 
 // Bad input
 
-TEST(AppDiscoveryClient, ABrokenInfoMakesAnAppWithoutIdentifier) {
+TEST(AppDiscoveryClient, AMalformedInfoMakesAnAppWithoutIdentifier) {
   const std::string info = "/Applications/A.app/Contents/Info.plist";
   const std::vector<std::function<void(MacVolume&)>> breakages{
       [&](MacVolume& volume) { volume.text(info, "garbage"); },
@@ -375,7 +375,7 @@ TEST(AppDiscoveryClient, ABrokenInfoMakesAnAppWithoutIdentifier) {
   }
 }
 
-TEST(AppDiscoveryClient, WhatMayNotBeReadIsLeftOutAndAFolderIsReported) {
+TEST(AppDiscoveryClient, UnreadableItemsAreSkippedAndFoldersReported) {
   MacVolume volume;
   volume.app("/Applications/Closed/A.app", {.bundleIdentifier = "com.example.a"})
       .app("/Applications/B.app", {.bundleIdentifier = "com.example.b"})

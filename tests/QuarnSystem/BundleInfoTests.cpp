@@ -51,7 +51,7 @@ TEST(BundleInfo, EachLayoutHasItsPlaceAndTheEarlierOneWins) {
   EXPECT_EQ(read(volume).bundle, kBundle);
 }
 
-TEST(BundleInfo, AnAppForThePhoneIsReadThroughItsWrapper) {
+TEST(BundleInfo, AnIPhoneAppIsReadThroughItsWrapper) {
   MacVolume volume;
   volume.plist("/Applications/Phone.app/Wrapper/Runner.app/Info.plist", identified("com.example.phone"))
       .link("/Applications/Phone.app/WrappedBundle", "Wrapper/Runner.app");
@@ -69,14 +69,14 @@ TEST(BundleInfo, WithoutTheLinkTheFirstWrappedAppThatHasAnInfoCounts) {
   EXPECT_EQ(read(volume).identifier, "c");
 }
 
-TEST(BundleInfo, ABrokenInfoIsNotReplacedByThatOfALaterPlace) {
+TEST(BundleInfo, AMalformedInfoIsNotReplacedByALaterPlace) {
   MacVolume volume;
   volume.text("/Applications/Phone.app/Contents/Info.plist", "garbage")
       .plist("/Applications/Phone.app/Info.plist", identified("flat"));
   EXPECT_EQ(read(volume).identifier, std::nullopt);
 }
 
-TEST(BundleInfo, AFileInTheWayOfALayoutsFolderMeansAnotherLayout) {
+TEST(BundleInfo, AFileInPlaceOfALayoutsFolderSelectsAnotherLayout) {
   MacVolume volume;
   volume.file("/Applications/Phone.app/Contents", 3)
       .file("/Applications/Phone.app/Wrapper")
@@ -92,14 +92,14 @@ TEST(BundleInfo, ADanglingInfoIsMissing) {
   EXPECT_EQ(read(volume).identifier, "flat");
 }
 
-TEST(BundleInfo, ThePlatformsOwnFileComesFirst) {
+TEST(BundleInfo, TheMacOSFileComesFirst) {
   MacVolume volume;
   volume.plist("/Applications/Phone.app/Contents/Info.plist", identified("any"))
       .plist("/Applications/Phone.app/Contents/Info-macos.plist", identified("mac"));
   EXPECT_EQ(read(volume).identifier, "mac");
 }
 
-TEST(BundleInfo, TheFilesNameMayHaveAnyLetterCaseAndOfSeveralTheFirstByItsBytesCounts) {
+TEST(BundleInfo, TheFileNameIgnoresCaseAndTheFirstByBytesWins) {
   const std::string contents = "/Applications/Phone.app/Contents/";
   const std::vector<std::string> ascending{"INFO.plist", "INfo.plist", "InFo.plist",
                                            "iNFO.plist", "infO.plist", "info.PLIST"};

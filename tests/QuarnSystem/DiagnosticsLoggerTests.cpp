@@ -52,7 +52,7 @@ class DiagnosticsLoggerTest : public ::testing::Test {
   MacVolume volume_;
 };
 
-TEST_F(DiagnosticsLoggerTest, IsSilentUntilItIsGivenAFile) {
+TEST_F(DiagnosticsLoggerTest, IsOffUntilItHasAFile) {
   EXPECT_FALSE(logger().isEnabled());
   logger().log(DiagnosticsLevel::error, "Test", "nobody hears this", {});
   EXPECT_TRUE(logger().writeTo(path("a.log")));
@@ -62,7 +62,7 @@ TEST_F(DiagnosticsLoggerTest, IsSilentUntilItIsGivenAFile) {
   EXPECT_THAT(lines("a.log"), IsEmpty());
 }
 
-TEST_F(DiagnosticsLoggerTest, ALineHoldsMomentLevelCategoryMessageAndMetadataInTheGivenOrder) {
+TEST_F(DiagnosticsLoggerTest, ALineHoldsTimeLevelCategoryMessageAndMetadataInOrder) {
   ASSERT_TRUE(logger().writeTo(path("a.log")));
   logger().log(DiagnosticsLevel::trace, "StorageScan", "Enumerating root",
                {{"root", "/Users/ann"}, {"category", "photos"}, {"allowSlow", "true"}});
@@ -74,7 +74,7 @@ TEST_F(DiagnosticsLoggerTest, ALineHoldsMomentLevelCategoryMessageAndMetadataInT
                                  "\\[StorageScan\\] Enumerating root root=/Users/ann category=photos allowSlow=true"));
 }
 
-TEST_F(DiagnosticsLoggerTest, TheMomentIsInUniversalTimeWhereverTheMacIs) {
+TEST_F(DiagnosticsLoggerTest, TheTimeIsInUTC) {
   const char* before = std::getenv("TZ");
   const std::string zone = before == nullptr ? "" : before;
   ::setenv("TZ", "QRN-12", 1);
@@ -105,12 +105,12 @@ TEST_F(DiagnosticsLoggerTest, EachLevelHasItsWord) {
   EXPECT_THAT(lines("a.log"), ElementsAre("trace [C] m", "debug [C] m", "info [C] m", "warning [C] m", "error [C] m"));
 }
 
-TEST_F(DiagnosticsLoggerTest, AValueThatCouldBeMistakenForSeveralIsQuoted) {
+TEST_F(DiagnosticsLoggerTest, AnAmbiguousValueIsQuoted) {
   EXPECT_THAT(linesOf("m", {{"a", "x y"}, {"b", ""}, {"c", "k=v"}, {"d", "say \"hi\""}, {"e", "back\\slash"}}),
               ElementsAre(R"(trace [C] m a="x y" b="" c="k=v" d="say \"hi\"" e=back\\slash)"));
 }
 
-TEST_F(DiagnosticsLoggerTest, WhatEndsALineOrDrivesATerminalIsEscaped) {
+TEST_F(DiagnosticsLoggerTest, LineEndsAndControlCharactersAreEscaped) {
   EXPECT_THAT(linesOf("one\n2026-01-01T00:00:00.000Z error [C] forged",
                       {{"a", "\r\n"}, {"b", "\x1B[31m"}, {"c", std::string(1, '\0')}, {"d", "\x7F"}, {"k\ney", "\t"}}),
               ElementsAre(R"(trace [C] one\x0a2026-01-01T00:00:00.000Z error [C] forged a=\x0d\x0a b=\x1b[31m c=\x00 )"
@@ -126,7 +126,7 @@ TEST_F(DiagnosticsLoggerTest, BytesThatAreNotUtf8BecomeReplacementCharacters) {
   EXPECT_THAT(linesOf("m", {{"a", "\xFFx\xC2"}}), ElementsAre("trace [C] m a=\uFFFDx\uFFFD"));
 }
 
-TEST_F(DiagnosticsLoggerTest, TextIsNoFormat) {
+TEST_F(DiagnosticsLoggerTest, TextIsNotAFormatString) {
   EXPECT_THAT(linesOf("{} {0} %s %v", {{"a", "{}"}}), ElementsAre("trace [C] {} {0} %s %v a={}"));
 }
 
@@ -138,7 +138,7 @@ TEST_F(DiagnosticsLoggerTest, AFileIsAppendedTo) {
   EXPECT_THAT(lines("a.log"), ElementsAre("before", "info [C] after"));
 }
 
-TEST_F(DiagnosticsLoggerTest, AnotherFileTakesOverAndTheFirstKeepsItsLines) {
+TEST_F(DiagnosticsLoggerTest, ANewFileReplacesTheOldOneWhichKeepsItsLines) {
   ASSERT_TRUE(logger().writeTo(path("a.log")));
   logger().log(DiagnosticsLevel::info, "C", "first", {});
   ASSERT_TRUE(logger().writeTo(path("b.log")));
@@ -158,7 +158,7 @@ TEST_F(DiagnosticsLoggerTest, ClosingWaitsForEveryLineAndMayBeDoneTwice) {
   for (int i = 0; i < 5'000; ++i) ASSERT_EQ(written[static_cast<std::size_t>(i)], "trace [C] " + std::to_string(i));
 }
 
-TEST_F(DiagnosticsLoggerTest, EachThreadsLinesAreWholeAndInItsOrder) {
+TEST_F(DiagnosticsLoggerTest, LinesOfAThreadAreWholeAndInOrder) {
   ASSERT_TRUE(logger().writeTo(path("a.log")));
   std::vector<std::thread> threads;
   for (int thread = 0; thread < 4; ++thread) {
@@ -182,7 +182,7 @@ TEST_F(DiagnosticsLoggerTest, EachThreadsLinesAreWholeAndInItsOrder) {
   EXPECT_THAT(next, ElementsAre(1'000, 1'000, 1'000, 1'000));
 }
 
-TEST_F(DiagnosticsLoggerTest, AFileThatDoesNotTakeLinesHoldsNobodyUpAndTheLastLineTellsHowManyWereLost) {
+TEST_F(DiagnosticsLoggerTest, ABlockedFileDelaysNobodyAndTheLastLineReportsTheLostLines) {
   constexpr std::size_t kLines = 20'000;
   volume_.fifo("/logs/slow");
   std::FILE* reader = ::fdopen(::open(path("slow").c_str(), O_RDWR), "r");
@@ -204,7 +204,7 @@ TEST_F(DiagnosticsLoggerTest, AFileThatDoesNotTakeLinesHoldsNobodyUpAndTheLastLi
   EXPECT_EQ(read - 1 + lost, kLines);
 }
 
-TEST_F(DiagnosticsLoggerTest, AFileThatCannotBeOpenedLeavesTheLogSilent) {
+TEST_F(DiagnosticsLoggerTest, AFileThatCannotBeOpenedLeavesTheLogOff) {
   volume_.folder("/logs/folder").fifo("/logs/pipe").file("/logs/file");
   for (const char* name : {"folder", "pipe", "missing/a.log", "file/a.log"}) {
     EXPECT_FALSE(logger().writeTo(path(name))) << name;
@@ -216,7 +216,7 @@ TEST_F(DiagnosticsLoggerTest, AFileThatCannotBeOpenedLeavesTheLogSilent) {
   EXPECT_NE(::stat(path("missing").c_str(), &status), 0) << "no folder is made for the log";
 }
 
-TEST_F(DiagnosticsLoggerTest, AFileThatCannotBeOpenedEndsTheOneBefore) {
+TEST_F(DiagnosticsLoggerTest, AFileThatCannotBeOpenedClosesThePreviousOne) {
   ASSERT_TRUE(logger().writeTo(path("a.log")));
   logger().log(DiagnosticsLevel::info, "C", "kept", {});
   EXPECT_FALSE(logger().writeTo(path("missing/b.log")));
@@ -224,7 +224,7 @@ TEST_F(DiagnosticsLoggerTest, AFileThatCannotBeOpenedEndsTheOneBefore) {
   EXPECT_THAT(lines("a.log"), ElementsAre("info [C] kept"));
 }
 
-TEST_F(DiagnosticsLoggerTest, AFullDiskDisturbsNobody) {
+TEST_F(DiagnosticsLoggerTest, AFullDiskHasNoEffectOnTheCaller) {
   ASSERT_TRUE(logger().writeTo("/dev/full"));
   ::testing::internal::CaptureStderr();
   for (int i = 0; i < 100; ++i) logger().log(DiagnosticsLevel::info, "C", "lost", {});

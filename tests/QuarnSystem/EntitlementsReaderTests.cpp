@@ -39,7 +39,7 @@ TEST(EntitlementsReader, ASingleStringIsOneGroup) {
   EXPECT_THAT(groups(volume), ElementsAre("TEAM.only"));
 }
 
-TEST(EntitlementsReader, WithoutCFBundleExecutableTheProgramHasTheBundlesStem) {
+TEST(EntitlementsReader, WithoutCFBundleExecutableTheProgramHasTheNameOfTheBundle) {
   MacVolume volume;
   volume.app(kApp, {.executableBytes = entitledTo("T.stem")});
   EXPECT_THAT(groups(volume), ElementsAre("T.stem"));
@@ -51,14 +51,14 @@ TEST(EntitlementsReader, WithoutCFBundleExecutableTheProgramHasTheBundlesStem) {
   EXPECT_THAT(groups(volume), ElementsAre("T.stem"));
 }
 
-TEST(EntitlementsReader, TheProgramOfInfoPlistCountsAndNotTheOneOfTheStem) {
+TEST(EntitlementsReader, CFBundleExecutablePrecedesTheNameOfTheBundle) {
   MacVolume volume;
   volume.app(kApp, {.executable = "Main", .executableBytes = entitledTo("T.main")})
       .text(kApp + "/Contents/MacOS/Example", entitledTo("T.stem"));
   EXPECT_THAT(groups(volume), ElementsAre("T.main"));
 }
 
-TEST(EntitlementsReader, TheProgramIsLookedForInThreePlacesInOrder) {
+TEST(EntitlementsReader, TheProgramIsSearchedInThreeFoldersInOrder) {
   MacVolume volume;
   volume.text(kApp + "/Contents/MacOS/Example", entitledTo("T.macos"))
       .text(kApp + "/Contents/Example", entitledTo("T.contents"))
@@ -72,7 +72,7 @@ TEST(EntitlementsReader, TheProgramIsLookedForInThreePlacesInOrder) {
   EXPECT_THAT(groups(volume), IsEmpty());
 }
 
-TEST(EntitlementsReader, AnAppForThePhoneIsReadInItsWrapper) {
+TEST(EntitlementsReader, AnIPhoneAppIsReadInItsWrapper) {
   MacVolume volume;
   const std::string wrapped = kApp + "/Wrapper/Runner.app";
   volume.plist(wrapped + "/Info.plist", {{"CFBundleIdentifier", "com.example.phone"}})
@@ -107,19 +107,19 @@ TEST(EntitlementsReader, AnAppWithoutSignatureOrGroupsHasNone) {
   }
 }
 
-TEST(EntitlementsReader, AnAppThatIsNotThereHasNone) {
+TEST(EntitlementsReader, AMissingAppHasNone) {
   const MacVolume volume;
   EXPECT_THAT(groups(volume), IsEmpty());
   EXPECT_THAT(groups(volume, "/"), IsEmpty());
 }
 
-TEST(EntitlementsReader, AGroupThatCouldNotNameAFolderIsLeftOut) {
+TEST(EntitlementsReader, AGroupThatCannotNameAFolderIsDropped) {
   MacVolume volume;
   volume.app(kApp, {.executableBytes = signedMachO({.groups = {"", "..", "../../Documents", "/", ".", "T.good"}})});
   EXPECT_THAT(groups(volume), ElementsAre("T.good"));
 }
 
-TEST(EntitlementsReader, AProgramNamedByAPathLendsNoEntitlements) {
+TEST(EntitlementsReader, AnExecutableNameWithASlashIsIgnored) {
   MacVolume volume;
   volume.app("/Applications/Other.app", {.executableBytes = entitledTo("T.other")});
   for (const char* name :
@@ -129,7 +129,7 @@ TEST(EntitlementsReader, AProgramNamedByAPathLendsNoEntitlements) {
   }
 }
 
-TEST(EntitlementsReader, AProgramThatIsNoReadableFileContributesNothing) {
+TEST(EntitlementsReader, AProgramThatIsNotAReadableFileContributesNothing) {
   MacVolume other;
   other.text("/program", entitledTo("T.outside"));
   const std::string program = kApp + "/Contents/MacOS/Example";

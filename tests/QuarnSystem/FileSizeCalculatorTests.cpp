@@ -58,7 +58,7 @@ TEST(FileSizeCalculator, AFileHasItsLengthAndItsBlocks) {
   EXPECT_EQ(sizes.of("/empty"), SizeInfo());
 }
 
-TEST(FileSizeCalculator, AFolderAddsItsRegularFilesAndNothingElse) {
+TEST(FileSizeCalculator, AFolderCountsItsRegularFilesOnly) {
   MacVolume volume;
   volume.file("/d/a", 1_KiB)
       .file("/d/e/f/b", 2_KiB)
@@ -98,14 +98,14 @@ TEST(FileSizeCalculator, ALinkOrASpecialFileHasNoSize) {
   }
 }
 
-TEST(FileSizeCalculator, LinksOnTheWayAreFollowed) {
+TEST(FileSizeCalculator, LinksInTheMiddleOfAPathAreFollowed) {
   MacVolume volume;
   volume.file("/d/e/a", 1_KiB).link("/link", "/d");
   EXPECT_EQ(Sizes(volume).logical("/link/e"), 1_KiB);
   EXPECT_EQ(Sizes(volume).logical("/link/e/a"), 1_KiB);
 }
 
-TEST(FileSizeCalculator, HiddenItemsAndAllBelowThemAreLeftOutOnRequest) {
+TEST(FileSizeCalculator, HiddenItemsAndAllBelowThemAreSkippedOnRequest) {
   MacVolume volume;
   volume.file("/d/a", 1_KiB).file("/d/.b", 2_KiB).file("/d/.c/d", 4_KiB).file("/d/e/.f/g/h", 8_KiB);
   const Sizes sizes(volume);
@@ -115,7 +115,7 @@ TEST(FileSizeCalculator, HiddenItemsAndAllBelowThemAreLeftOutOnRequest) {
   EXPECT_EQ(sizes.calculator().enumeratingDirectorySize(FileURL("/d"), false).logicalBytes, 1_KiB);
 }
 
-TEST(FileSizeCalculator, TheItemAskedForCountsEvenWhenItIsHidden) {
+TEST(FileSizeCalculator, TheItemItselfCountsEvenIfHidden) {
   MacVolume volume;
   volume.file("/.d/a", 1_KiB).file("/.d/.b", 2_KiB);
   const Sizes sizes(volume);
@@ -125,7 +125,7 @@ TEST(FileSizeCalculator, TheItemAskedForCountsEvenWhenItIsHidden) {
 
 // Exclusions
 
-TEST(FileSizeCalculator, WhatEqualsOrLiesInAnExcludedPathIsLeftOut) {
+TEST(FileSizeCalculator, ItemsAtOrBelowAnExcludedPathAreSkipped) {
   MacVolume volume;
   volume.file("/d/a", 1).file("/d/b", 10).file("/d/e/c", 100).file("/d/e/f/g", 1'000).file("/d/e2/h", 10'000);
   const Sizes sizes(volume);
@@ -139,7 +139,7 @@ TEST(FileSizeCalculator, WhatEqualsOrLiesInAnExcludedPathIsLeftOut) {
   EXPECT_EQ(sizes.logical("/d", {"/d/missing", "/elsewhere", "/d/a/below"}), 11'111);
 }
 
-TEST(FileSizeCalculator, AnExcludedPathIsTakenInItsStandardForm) {
+TEST(FileSizeCalculator, AnExcludedPathIsStandardised) {
   MacVolume volume;
   volume.file("/d/a", 1).file("/d/e/c", 100).file("/x/y", 7).link("/d/to", "/x");
   const Sizes sizes(volume);
@@ -149,13 +149,13 @@ TEST(FileSizeCalculator, AnExcludedPathIsTakenInItsStandardForm) {
   EXPECT_EQ(sizes.logical("/x", {"/d/to/y"}), 7) << "links are not resolved without \"..\"";
 }
 
-TEST(FileSizeCalculator, TheItemAskedForIsTakenInItsStandardFormToo) {
+TEST(FileSizeCalculator, TheItemItselfIsStandardised) {
   MacVolume volume;
   volume.file("/d/a", 1).file("/d/e/c", 100);
   EXPECT_EQ(Sizes(volume).logical("/d/e/../../d//.", {"/d/e"}), 1);
 }
 
-TEST(FileSizeCalculator, AnItemThatIsExcludedItselfHasNoSize) {
+TEST(FileSizeCalculator, AnExcludedItemHasNoSize) {
   MacVolume volume;
   volume.file("/d/e/c", 100);
   const Sizes sizes(volume);
@@ -167,7 +167,7 @@ TEST(FileSizeCalculator, AnItemThatIsExcludedItselfHasNoSize) {
   EXPECT_EQ(errorOf([&] { sizes.of("/d/missing", {"/d"}); }), std::pair(ENOENT, std::string("/d/missing")));
 }
 
-TEST(FileSizeCalculator, AnExcludedRootFolderExcludesNothingButItself) {
+TEST(FileSizeCalculator, AnExcludedRootFolderExcludesOnlyItself) {
   MacVolume volume;
   volume.file("/d/e/c", 100);
   const Sizes sizes(volume);
@@ -183,7 +183,7 @@ TEST(FileSizeCalculator, ExclusionsAndHiddenItemsAreIndependent) {
   EXPECT_EQ(Sizes(volume).logical("/d", {"/d/e"}, HiddenItems::skip), 1);
 }
 
-TEST(FileSizeCalculator, AnExclusionBelowPrivateHoldsFromEveryRootAbove) {
+TEST(FileSizeCalculator, AnExclusionBelowPrivateAppliesFromEveryRootAbove) {
   MacVolume volume;
   volume.file("/private/var/db/a", 1).file("/private/var/log/b", 10).link("/var", "private/var");
   const Sizes sizes(volume);
@@ -194,7 +194,7 @@ TEST(FileSizeCalculator, AnExclusionBelowPrivateHoldsFromEveryRootAbove) {
   }
 }
 
-TEST(FileSizeCalculator, AnExclusionBelowPrivateHoldsOnAVolumeWithoutTheShortNames) {
+TEST(FileSizeCalculator, AnExclusionBelowPrivateAppliesOnAVolumeWithoutTheShortNames) {
   MacVolume volume;
   volume.file("/private/var/db/a", 1).file("/private/var/log/b", 10);
   EXPECT_EQ(Sizes(volume).logical("/private/var", {"/private/var/log"}), 1);
@@ -204,7 +204,7 @@ TEST(FileSizeCalculator, AnExclusionBelowPrivateHoldsOnAVolumeWithoutTheShortNam
 
 // Cheap sizes
 
-TEST(FileSizeCalculator, WithoutSlowWorkOnlyARegularFileHasASize) {
+TEST(FileSizeCalculator, WithoutAllowSlowOnlyARegularFileHasASize) {
   MacVolume volume;
   volume.file("/d/a", 5);
   const Sizes sizes(volume);
@@ -215,7 +215,7 @@ TEST(FileSizeCalculator, WithoutSlowWorkOnlyARegularFileHasASize) {
             std::pair(ENOENT, std::string("/x")));
 }
 
-TEST(FileSizeCalculator, AResourceSizeIsARegularFilesOwnAndAbsentForAllElse) {
+TEST(FileSizeCalculator, OnlyARegularFileHasAResourceSize) {
   MacVolume volume;
   volume.file("/d/a", 5)
       .sparse("/sparse", 1_MiB)
@@ -233,7 +233,7 @@ TEST(FileSizeCalculator, AResourceSizeIsARegularFilesOwnAndAbsentForAllElse) {
   }
 }
 
-TEST(FileSizeCalculator, EnumeratingAFileGivesItsSize) {
+TEST(FileSizeCalculator, EnumeratingAFileReturnsItsSize) {
   MacVolume volume;
   volume.file("/a", 5);
   EXPECT_EQ(Sizes(volume).calculator().enumeratingDirectorySize(FileURL("/a"), false), Sizes(volume).of("/a"));
@@ -249,7 +249,7 @@ TEST(FileSizeCalculator, ItemSizeExcludesNothing) {
 
 // Failures
 
-TEST(FileSizeCalculator, WhatDoesNotExistThrowsWithItsPath) {
+TEST(FileSizeCalculator, AMissingItemThrowsWithItsPath) {
   MacVolume volume;
   volume.file("/file").link("/dangling", "nowhere");
   const Sizes sizes(volume);
@@ -260,7 +260,7 @@ TEST(FileSizeCalculator, WhatDoesNotExistThrowsWithItsPath) {
             std::pair(ENOENT, std::string("/missing")));
 }
 
-TEST(FileSizeCalculator, AFolderThatMayNotBeListedThrowsAndASubfolderIsLeftOutAndReported) {
+TEST(FileSizeCalculator, AnUnreadableFolderThrowsAndASubfolderIsSkippedAndReported) {
   MacVolume volume;
   volume.file("/d/a", 1).file("/d/closed/b", 10).mode("/d/closed", 0000);
   const auto report = std::make_shared<ReadReport>();

@@ -48,7 +48,7 @@ TEST(KernelExtensionService, AnExtensionIsACompleteRecord) {
   EXPECT_TRUE(service(volume).installedKernelExtensions(false)[0].url.hasDirectoryPath());
 }
 
-TEST(KernelExtensionService, TheSystemsFolderIsListedOnlyOnRequestAndLast) {
+TEST(KernelExtensionService, TheSystemFolderIsListedLastAndOnlyOnRequest) {
   MacVolume volume;
   addExtension(volume, "/System/Library/Extensions/A.kext", {{"CFBundleIdentifier", "com.other.a"}});
   addExtension(volume, "/Library/Extensions/B.kext", {{"CFBundleIdentifier", "com.example.b"}});
@@ -58,7 +58,7 @@ TEST(KernelExtensionService, TheSystemsFolderIsListedOnlyOnRequestAndLast) {
                                                "/System/Library/Extensions/A.kext"));
 }
 
-TEST(KernelExtensionService, OnlyTheWholeIdentifierPrefixMakesAnExtensionTheSystemsOwn) {
+TEST(KernelExtensionService, OnlyTheWholeIdentifierPrefixMarksASystemExtension) {
   MacVolume volume;
   addExtension(volume, "/Library/Extensions/A.kext", {{"CFBundleIdentifier", "com.applesauce.a"}});
   addExtension(volume, "/Library/Extensions/B.kext", {{"CFBundleIdentifier", "com.apple"}});
@@ -101,7 +101,7 @@ TEST(KernelExtensionService, TheNameIsTheBundleNameElseTheStem) {
   EXPECT_THAT(names, ElementsAre("Named", "B", "C", "D"));
 }
 
-TEST(KernelExtensionService, AFlatOldExtensionIsRead) {
+TEST(KernelExtensionService, AnOldFlatExtensionIsRead) {
   MacVolume volume;
   volume.plist("/Library/Extensions/Old.kext/Info.plist", {{"CFBundleIdentifier", "com.example.old"}});
   ASSERT_THAT(service(volume).installedKernelExtensions(false), SizeIs(1));
@@ -124,7 +124,7 @@ TEST(KernelExtensionService, WithoutFoldersNothingIsInstalled) {
   EXPECT_THAT(paths(volume, true), IsEmpty());
 }
 
-TEST(KernelExtensionService, ABrokenInfoAndASizeThatCannotBeHadLeaveTheRest) {
+TEST(KernelExtensionService, AMalformedInfoOrAMissingSizeKeepsTheExtension) {
   MacVolume volume;
   volume.text("/Library/Extensions/A.kext/Contents/Info.plist", "garbage")
       .fifo("/Library/Extensions/B.kext/Contents/Info.plist")
@@ -141,7 +141,7 @@ TEST(KernelExtensionService, ABrokenInfoAndASizeThatCannotBeHadLeaveTheRest) {
   }
 }
 
-TEST(KernelExtensionService, ExtensionsThatAreLeftOutAreNotSized) {
+TEST(KernelExtensionService, SkippedExtensionsAreNotSized) {
   MacVolume volume;
   addExtension(volume, "/Library/Extensions/A.kext", {{"CFBundleIdentifier", "com.apple.a"}});
   std::vector<std::string> sized;
@@ -157,7 +157,7 @@ TEST(KernelExtensionService, ExtensionsThatAreLeftOutAreNotSized) {
   EXPECT_THAT(sized, ElementsAre("/Library/Extensions/A.kext"));
 }
 
-TEST(KernelExtensionService, ASnapshotReadsEachListWhenItIsFirstAskedForAndKeepsIt) {
+TEST(KernelExtensionService, ASnapshotReadsEachListOnceOnFirstUse) {
   MacVolume volume;
   const KernelExtensionService snapshot =
       KernelExtensionService::snapshot(volume.files(), FileSizeCalculator::live(volume.files()));

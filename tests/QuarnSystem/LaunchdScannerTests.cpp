@@ -66,7 +66,7 @@ TEST(LaunchdScanner, AFileWithoutALabelStringIsSkipped) {
   EXPECT_THAT(labels(volume), ElementsAre("f"));
 }
 
-TEST(LaunchdScanner, AProgramThatIsNoStringIsAbsent) {
+TEST(LaunchdScanner, AProgramThatIsNotAStringIsAbsent) {
   MacVolume volume;
   volume.plist("/Library/LaunchAgents/a.plist", {{"Label", "a"}, {"Program", 1}})
       .plist("/Library/LaunchAgents/b.plist", {{"Label", "b"}});
@@ -75,7 +75,7 @@ TEST(LaunchdScanner, AProgramThatIsNoStringIsAbsent) {
   EXPECT_EQ(jobs(volume)[1].program, std::nullopt);
 }
 
-TEST(LaunchdScanner, ArgumentsCountOnlyWhenAllOfThemAreStrings) {
+TEST(LaunchdScanner, ArgumentsCountOnlyIfAllOfThemAreStrings) {
   const std::vector<std::pair<PlistValue, std::vector<std::string>>> rows{
       {PlistArray{"a", "b"}, {"a", "b"}}, {PlistArray{"a", 1}, {}}, {PlistArray{}, {}}, {"a", {}}, {true, {}}};
   for (const auto& [arguments, expected] : rows) {
@@ -103,14 +103,14 @@ TEST(LaunchdScanner, BinaryPropertyListsAreRead) {
   EXPECT_THAT(jobs(volume)[0].programArguments, ElementsAre("x"));
 }
 
-TEST(LaunchdScanner, ALinkToAPropertyListIsAJobInItsOwnPlace) {
+TEST(LaunchdScanner, ALinkToAPropertyListIsAJobAtTheLinksPath) {
   MacVolume volume;
   volume.plist("/opt/job.plist", {{"Label", "linked"}}).link("/Library/LaunchAgents/job.plist", "/opt/job.plist");
   ASSERT_THAT(jobs(volume), SizeIs(1));
   EXPECT_EQ(jobs(volume)[0].url.path(), "/Library/LaunchAgents/job.plist");
 }
 
-TEST(LaunchdScanner, WhatCannotBeReadContributesNothingAndTheRestIsListed) {
+TEST(LaunchdScanner, UnreadableFilesContributeNothingAndTheRestIsListed) {
   MacVolume other;
   other.plist("/job.plist", {{"Label", "outside"}});
   MacVolume volume;
@@ -130,7 +130,7 @@ TEST(LaunchdScanner, WhatCannotBeReadContributesNothingAndTheRestIsListed) {
   EXPECT_THAT(labels(volume), ElementsAre("good"));
 }
 
-TEST(LaunchdScanner, WhatMayNotBeReadContributesNothing) {
+TEST(LaunchdScanner, FilesWithoutPermissionContributeNothing) {
   MacVolume volume;
   volume.plist("/Library/LaunchAgents/a.plist", {{"Label", "a"}})
       .plist("/Library/LaunchDaemons/b.plist", {{"Label", "b"}})
@@ -141,7 +141,7 @@ TEST(LaunchdScanner, WhatMayNotBeReadContributesNothing) {
   EXPECT_THAT(labels(volume), ElementsAre("c"));
 }
 
-TEST(LaunchdScanner, ASnapshotReadsTheJobsWhenItIsFirstAskedAndKeepsThem) {
+TEST(LaunchdScanner, ASnapshotReadsTheJobsOnceOnFirstUse) {
   MacVolume volume;
   const LaunchdScanner scanner = LaunchdScanner::snapshot(volume.files());
   volume.plist("/Library/LaunchAgents/a.plist", {{"Label", "a"}});

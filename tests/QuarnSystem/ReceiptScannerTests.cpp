@@ -76,7 +76,7 @@ TEST(ReceiptScanner, ReceiptsOfTheThreeFoldersAreListedByPackageIdentifier) {
   EXPECT_THAT(identifiers(scanner(volume).allReceipts()), ElementsAre("B.2", "a.1", "b.2", "c.3"));
 }
 
-TEST(ReceiptScanner, ReceiptsOfOnePackageStandInTheOrderOfTheFolders) {
+TEST(ReceiptScanner, ReceiptsOfOnePackageAreInTheOrderOfTheFolders) {
   MacVolume volume;
   addReceipt(volume, "p", {"three"}, "/", kOldReceipts);
   addReceipt(volume, "p", {"two"}, "/", kSystemReceipts);
@@ -86,7 +86,7 @@ TEST(ReceiptScanner, ReceiptsOfOnePackageStandInTheOrderOfTheFolders) {
   EXPECT_THAT(files, ElementsAre("/one", "/two", "/three"));
 }
 
-TEST(ReceiptScanner, WithoutReceiptsEveryAnswerIsEmpty) {
+TEST(ReceiptScanner, WithoutReceiptsEveryResultIsEmpty) {
   const MacVolume volume;
   EXPECT_THAT(scanner(volume).allReceipts(), IsEmpty());
   EXPECT_THAT(scanner(volume).receiptsMatching(app("com.example.X")), IsEmpty());
@@ -120,7 +120,7 @@ TEST(ReceiptScanner, APathThatABillListsTwiceIsListedOnce) {
   EXPECT_THAT(paths(scanner(volume).allReceipts()[0].files), ElementsAre("/a"));
 }
 
-TEST(ReceiptScanner, TheInstallPrefixIsJoinedHoweverItIsWritten) {
+TEST(ReceiptScanner, AnyNotationOfTheInstallPrefixIsJoined) {
   const std::vector<std::pair<PlistValue, std::string>> rows{
       {"/", "/d/f"},
       {"", "/d/f"},
@@ -144,14 +144,14 @@ TEST(ReceiptScanner, TheInstallPrefixIsJoinedHoweverItIsWritten) {
   }
 }
 
-TEST(ReceiptScanner, WithoutAnInstallPrefixPathsStartAtTheVolume) {
+TEST(ReceiptScanner, WithoutAnInstallPrefixPathsStartAtTheRoot) {
   MacVolume volume;
   volume.plist(kReceipts + "p.plist", {{"PackageIdentifier", "p"}})
       .text(kReceipts + "p.bom", BomBuilder().file("./d/f").bytes());
   EXPECT_THAT(paths(scanner(volume).allReceipts().at(0).files), ElementsAre("/d/f"));
 }
 
-TEST(ReceiptScanner, TheBillBearsTheNameOfThePropertyListAndNotThatOfThePackage) {
+TEST(ReceiptScanner, TheBillHasTheNameOfThePropertyListNotOfThePackage) {
   MacVolume volume;
   volume.plist(kReceipts + "file.v1.plist", {{"PackageIdentifier", "package"}})
       .text(kReceipts + "file.v1.bom", BomBuilder().file("./right").bytes())
@@ -183,7 +183,7 @@ TEST(ReceiptScanner, AReceiptWithoutAReadableBillListsNoFiles) {
   }
 }
 
-TEST(ReceiptScanner, WhatIsNoReceiptContributesNothing) {
+TEST(ReceiptScanner, FilesThatAreNotReceiptsContributeNothing) {
   MacVolume volume;
   addReceipt(volume, "good", {"a"});
   volume.text(kReceipts + "garbage.plist", "garbage")
@@ -209,7 +209,7 @@ TEST(ReceiptScanner, VersionAndDateOfAWrongTypeAreAbsent) {
   EXPECT_EQ(scanner(volume).allReceipts()[0].installDate, std::nullopt);
 }
 
-TEST(ReceiptScanner, AnOldPackageIsAReceiptToo) {
+TEST(ReceiptScanner, AnOldPackageIsAReceipt) {
   MacVolume volume;
   const std::string contents = kOldReceipts + "Old Driver.pkg/Contents/";
   volume
@@ -225,7 +225,7 @@ TEST(ReceiptScanner, AnOldPackageIsAReceiptToo) {
                                       .version = "1.0"}));
 }
 
-TEST(ReceiptScanner, AnOldPackageThatWasNotRelocatedLiesAtItsDefaultLocation) {
+TEST(ReceiptScanner, AnOldPackageThatWasNotRelocatedHasItsDefaultLocation) {
   MacVolume volume;
   const std::string contents = kOldReceipts + "Old.pkg/Contents/";
   volume
@@ -309,14 +309,14 @@ TEST(ReceiptScanner, OnlyTheReceiptOfThatPackageCounts) {
   EXPECT_FALSE(scanner(volume).matches(app(std::nullopt), "YES"));
 }
 
-TEST(ReceiptScanner, AnyReceiptOfThePackageMayListTheBundle) {
+TEST(ReceiptScanner, AllReceiptsOfAPackageCount) {
   MacVolume volume;
   addReceipt(volume, "p", {"Applications/Y.app/a"}, "/", kReceipts);
   addReceipt(volume, "p", {"Applications/X.app/a"}, "/", kOldReceipts);
   EXPECT_TRUE(scanner(volume).matches(app(std::nullopt), "p"));
 }
 
-TEST(ReceiptScanner, TheReceiptsThatMatchComeByPackageIdentifierWithTheirFiles) {
+TEST(ReceiptScanner, MatchingReceiptsAreSortedByPackageIdentifierAndHaveFiles) {
   MacVolume volume;
   addReceipt(volume, "z.byContent", {"Applications/X.app/a"});
   addReceipt(volume, "com.example.x.helper", {"usr/bin/b"});
@@ -337,7 +337,7 @@ TEST(ReceiptScanner, TheBundlesPathIsStandardised) {
 
 // Look-up by path
 
-TEST(ReceiptScanner, ThePackagesThatListAPathComeInOrderAndOnce) {
+TEST(ReceiptScanner, ThePackagesThatListAPathAreSortedWithoutDuplicates) {
   MacVolume volume;
   addReceipt(volume, "c", {"usr/bin/x"});
   addReceipt(volume, "a", {"bin/x"}, "usr");
@@ -356,7 +356,7 @@ TEST(ReceiptScanner, OnlyTheWholePathMatches) {
   }
 }
 
-TEST(ReceiptScanner, ListedFoldersCountInALookUp) {
+TEST(ReceiptScanner, ListedFoldersCountInALookup) {
   MacVolume volume;
   addReceipt(volume, "p", {"Extensions/D.kext/Contents/Info.plist"}, "Library");
   EXPECT_THAT(scanner(volume).packageIDs("/Library/Extensions/D.kext"), ElementsAre("p"));
@@ -371,7 +371,7 @@ TEST(ReceiptScanner, APackageInstalledIntoABundleListsTheBundle) {
   EXPECT_THAT(scanner(volume).packageIDs("/Library/Extensions/D.kext"), ElementsAre("p"));
 }
 
-TEST(ReceiptScanner, APathIsLookedUpInItsStandardForm) {
+TEST(ReceiptScanner, APathIsStandardisedForTheLookup) {
   MacVolume volume;
   addReceipt(volume, "p", {"usr/bin/x"});
   volume.folder("/usr/lib").link("/usr/link", "/usr/bin");
@@ -380,7 +380,7 @@ TEST(ReceiptScanner, APathIsLookedUpInItsStandardForm) {
   EXPECT_THAT(scanner(volume).packageIDs("/usr/link/x"), IsEmpty());
 }
 
-TEST(ReceiptScanner, WhatIsInstalledBelowPrivateIsFoundUnderBothNames) {
+TEST(ReceiptScanner, ItemsInstalledBelowPrivateAreFoundUnderBothNames) {
   MacVolume volume;
   addReceipt(volume, "p", {"private/etc/x.conf"});
   volume.file("/private/etc/x.conf");
@@ -397,7 +397,7 @@ TEST(ReceiptScanner, NamesThatAreNotUtf8AreFound) {
   EXPECT_THAT(paths(scanner(volume).allReceipts().at(0).files), ElementsAre("/opt/\xFF\x1B"));
 }
 
-TEST(ReceiptScanner, ReceiptsReachedThroughTheShortNameOfPrivateAreNotLookedFor) {
+TEST(ReceiptScanner, ReceiptsAreNotReadThroughTheShortNameOfPrivate) {
   MacVolume volume;
   addReceipt(volume, "real", {});
   addReceipt(volume, "stray", {}, "/", "/var/db/receipts/");
@@ -406,7 +406,7 @@ TEST(ReceiptScanner, ReceiptsReachedThroughTheShortNameOfPrivateAreNotLookedFor)
 
 // Snapshots
 
-TEST(ReceiptScanner, ASnapshotAnswersByWhatWasThereWhenItWasFirstAsked) {
+TEST(ReceiptScanner, ASnapshotKeepsTheStateOfTheFirstQuery) {
   MacVolume volume;
   addReceipt(volume, "com.example.x", {"Applications/X.app/a"});
   addReceipt(volume, "org.other", {"Applications/X.app/b"});
@@ -424,7 +424,7 @@ TEST(ReceiptScanner, ASnapshotAnswersByWhatWasThereWhenItWasFirstAsked) {
   EXPECT_THAT(identifiers(scanner(volume).allReceipts()), ElementsAre("com.example.x", "com.example.x.more"));
 }
 
-TEST(ReceiptScanner, ASnapshotReadsEachBillOnceForAllQuestions) {
+TEST(ReceiptScanner, ASnapshotReadsEachBillOnceForAllQueries) {
   MacVolume volume;
   addReceipt(volume, "org.vendor", {"Applications/X.app/a", "Library/Extensions/A.kext/b"});
   const ReceiptSnapshot snapshot = ReceiptSnapshot::of(volume.files());
@@ -435,7 +435,7 @@ TEST(ReceiptScanner, ASnapshotReadsEachBillOnceForAllQuestions) {
   EXPECT_THAT(snapshot.receiptsMatching(app(std::nullopt)), SizeIs(1));
 }
 
-TEST(ReceiptScanner, ASnapshotKeepsBillsOnlyAsLongAsTheyFit) {
+TEST(ReceiptScanner, ASnapshotCachesBillsOnlyUpToTheLimit) {
   MacVolume volume;
   std::vector<std::string> many;
   for (int i = 0; i < 1'000; ++i) many.push_back("usr/share/folder/file-number-" + std::to_string(i));
@@ -449,7 +449,7 @@ TEST(ReceiptScanner, ASnapshotKeepsBillsOnlyAsLongAsTheyFit) {
   EXPECT_THAT(snapshot.packageIDs("/usr/small"), ElementsAre("small"));
 }
 
-TEST(ReceiptScanner, EachQuestionOfALiveScannerReadsAnew) {
+TEST(ReceiptScanner, EachQueryOfALiveScannerReadsAgain) {
   MacVolume volume;
   const ReceiptScanner live = scanner(volume);
   EXPECT_THAT(live.allReceipts(), IsEmpty());
@@ -458,7 +458,7 @@ TEST(ReceiptScanner, EachQuestionOfALiveScannerReadsAnew) {
   EXPECT_THAT(live.packageIDs("/usr/x"), ElementsAre("p"));
 }
 
-TEST(ReceiptScanner, AnAnsweringScannerReadsNothingAnew) {
+TEST(ReceiptScanner, AnAnsweringScannerReadsNothingAgain) {
   MacVolume volume;
   addReceipt(volume, "p", {"usr/x"});
   const ReceiptScanner answering = ReceiptScanner::answering(ReceiptSnapshot::of(volume.files()));
@@ -468,7 +468,7 @@ TEST(ReceiptScanner, AnAnsweringScannerReadsNothingAnew) {
   EXPECT_THAT(answering.packageIDs("/usr/x"), ElementsAre("p"));
 }
 
-TEST(ReceiptScanner, ASnapshotAnswersSeveralThreadsAtOnce) {
+TEST(ReceiptScanner, ASnapshotIsThreadSafe) {
   MacVolume volume;
   for (int i = 0; i < 20; ++i) {
     const std::string number = std::to_string(i);

@@ -38,7 +38,7 @@ TEST(VolumeInfoClient, WithoutThatLinkAMountedVolumeIsNamedByItsHostFolder) {
   EXPECT_EQ(VolumeInfoClient::live(files).systemVolume().name, "copy of my mac");
 }
 
-TEST(VolumeInfoClient, AHostFolderThatIsGivenWithoutANameHasThatOfANewMac) {
+TEST(VolumeInfoClient, AHostFolderWithoutANameGetsTheDefaultName) {
   MacVolume volume;
   volume.folder("/Users/ann");
   for (const char* unnamed : {"/.", "/Users/.."}) {
@@ -47,7 +47,7 @@ TEST(VolumeInfoClient, AHostFolderThatIsGivenWithoutANameHasThatOfANewMac) {
   }
 }
 
-TEST(VolumeInfoClient, TheSpaceIsThatOfTheFileSystemBelow) {
+TEST(VolumeInfoClient, TheSpaceIsThatOfTheFileSystem) {
   MacVolume volume;
   struct statvfs status {};
   ASSERT_EQ(::statvfs(volume.root().c_str(), &status), 0);
@@ -57,7 +57,7 @@ TEST(VolumeInfoClient, TheSpaceIsThatOfTheFileSystemBelow) {
   EXPECT_LE(info.freeBytes, info.totalBytes);
 }
 
-TEST(VolumeLocationChecker, WhatLiesInVolumesIsExternal) {
+TEST(VolumeLocationChecker, ItemsBelowVolumesAreExternal) {
   MacVolume volume;
   volume.file("/Volumes/Backup/a/b").file("/Users/ann/a");
   EXPECT_TRUE(isExternal(volume, "/Volumes/Backup"));
@@ -69,7 +69,7 @@ TEST(VolumeLocationChecker, WhatLiesInVolumesIsExternal) {
   EXPECT_FALSE(isExternal(volume, "/"));
 }
 
-TEST(VolumeLocationChecker, TheFolderOfVolumesAndItsLikesAreNot) {
+TEST(VolumeLocationChecker, TheVolumesFolderAndSimilarNamesAreNotExternal) {
   MacVolume volume;
   volume.folder("/Volumes").folder("/Volumes2/x").folder("/Users/Volumes/x");
   EXPECT_FALSE(isExternal(volume, "/Volumes"));
@@ -78,7 +78,7 @@ TEST(VolumeLocationChecker, TheFolderOfVolumesAndItsLikesAreNot) {
   EXPECT_FALSE(isExternal(volume, "/Users/Volumes/x"));
 }
 
-TEST(VolumeLocationChecker, TheSystemVolumesEntryInVolumesIsNot) {
+TEST(VolumeLocationChecker, TheEntryOfTheSystemVolumeIsNotExternal) {
   MacVolume volume;
   volume.file("/Users/ann/a").folder("/Volumes").link("/Volumes/Macintosh HD", "/");
   EXPECT_FALSE(isExternal(volume, "/Volumes/Macintosh HD"));
@@ -86,7 +86,7 @@ TEST(VolumeLocationChecker, TheSystemVolumesEntryInVolumesIsNot) {
   EXPECT_FALSE(isExternal(volume, "/Volumes/Macintosh HD/missing"));
 }
 
-TEST(VolumeLocationChecker, ALinkLiesWhereItLeads) {
+TEST(VolumeLocationChecker, ALinkIsResolved) {
   MacVolume volume;
   volume.folder("/Volumes/Games/Library")
       .folder("/Users/ann/Home")
@@ -106,7 +106,7 @@ TEST(VolumeLocationChecker, ALinkThatLoopsInVolumesIsExternal) {
   EXPECT_TRUE(isExternal(volume, "/Volumes/Loop/x"));
 }
 
-TEST(QuarantineManager, TheFolderLiesInTheHomeAndNeedNotExist) {
+TEST(QuarantineManager, TheFolderIsInTheHomeFolderAndNeedNotExist) {
   MacVolume volume("/Users/bob");
   const FileURL folder = QuarantineManager::live(volume.files()).baseURL();
   EXPECT_EQ(folder.string(), "file:///Users/bob/Library/Application%20Support/Quarn/Quarantine/");

@@ -99,9 +99,9 @@ TEST(BillOfMaterials, ListsItsItemsInItsOwnOrder) {
   EXPECT_THAT(pathsOf(BomBuilder().file("b/2").file("b/1").file("a").bytes()), ElementsAre("a", "b", "b/1", "b/2"));
 }
 
-TEST(BillOfMaterials, OfTheRootFolderAloneIsEmpty) { EXPECT_THAT(read(BomBuilder().bytes()), IsEmpty()); }
+TEST(BillOfMaterials, WithOnlyTheRootFolderIsEmpty) { EXPECT_THAT(read(BomBuilder().bytes()), IsEmpty()); }
 
-TEST(BillOfMaterials, RandomTreesComeBackFromEveryLayout) {
+TEST(BillOfMaterials, RandomTreesSurviveEveryLayout) {
   std::mt19937 random(2001);  // NOLINT(cert-msc51-cpp): the same trees each time
   for (int round = 0; round < 30; ++round) {
     BomLayout layout{
@@ -132,7 +132,7 @@ TEST(BillOfMaterials, NamesAreTheBytesOfTheBill) {
               ElementsAre("caf\x65\xCC\x81", "caf\x65\xCC\x81/\xFF\n\x1B[31m"));
 }
 
-TEST(BillOfMaterials, RecordsOfEveryKnownLengthTellTheType) {
+TEST(BillOfMaterials, RecordsOfEveryKnownLengthHaveAType) {
   const std::string start = bigEndian(1, 1) + bigEndian(1, 1) + bigEndian(0xF, 2) + bigEndian(0100644, 2) +
                             bigEndian(0, 16) + bigEndian(1, 1);
   ASSERT_EQ(start.size(), 23U);
@@ -154,7 +154,7 @@ TEST(BillOfMaterials, TheTypeDecidesAndNotTheMode) {
   EXPECT_THAT(read(BomBuilder().entry(2, 1, "a", record).bytes()), ElementsAre(file("a")));
 }
 
-TEST(BillOfMaterials, ARecordWithoutATypeIsADirectoryWhenSomethingLiesBelow) {
+TEST(BillOfMaterials, ARecordWithoutATypeIsADirectoryIfItHasChildren) {
   for (const char type : {'\0', '\5', '\xFF'}) {
     const std::string record(4, type);
     EXPECT_THAT(read(BomBuilder().entry(2, 1, "a", record).entry(3, 2, "b", record).bytes()),
@@ -162,13 +162,13 @@ TEST(BillOfMaterials, ARecordWithoutATypeIsADirectoryWhenSomethingLiesBelow) {
   }
 }
 
-TEST(BillOfMaterials, AnEntryWithoutAWholeRecordIsLeftOut) {
+TEST(BillOfMaterials, AnEntryWithATruncatedRecordIsDropped) {
   BomBuilder bill;
   bill.entry(2, 1, "short", "\1\1").entry(3, 1, "none", "").entry(4, 1, "sound", BomBuilder().fileRecord());
   EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("sound"));
 }
 
-TEST(BillOfMaterials, NamesThatAreNoneAreLeftOutWithAllBelowThem) {
+TEST(BillOfMaterials, InvalidNamesAreDroppedWithAllBelowThem) {
   const std::string record = BomBuilder().fileRecord();
   for (const auto* name : {"", ".", "..", "a/b", "/", "/etc", "../../etc"}) {
     BomBuilder bill;
@@ -185,24 +185,24 @@ TEST(BillOfMaterials, ANameEndsAtItsZeroByte) {
   EXPECT_THAT(pathsOf(BomBuilder().entry(2, 1, name, BomBuilder().fileRecord()).bytes()), ElementsAre("a"));
 }
 
-TEST(BillOfMaterials, WhatHasNoParentAndIsNotTheRootLiesAtTheTop) {
+TEST(BillOfMaterials, EntriesWithoutAParentAreAtTheTop) {
   EXPECT_THAT(pathsOf(BomBuilder().entry(2, 0, "a", BomBuilder().fileRecord()).bytes()), ElementsAre("a"));
 }
 
-TEST(BillOfMaterials, AParentMayComeLater) {
+TEST(BillOfMaterials, AParentMayFollowItsChildren) {
   const std::string record = BomBuilder().directoryRecord();
   EXPECT_THAT(
       pathsOf(BomBuilder().entry(2, 9, "b", record).entry(9, 70, "a", record).entry(70, 1, "top", record).bytes()),
       ElementsAre("top", "top/a/b", "top/a"));
 }
 
-TEST(BillOfMaterials, EntriesOfAMissingParentAreLeftOutWithAllBelowThem) {
+TEST(BillOfMaterials, EntriesWithAMissingParentAreDroppedWithAllBelowThem) {
   const std::string record = BomBuilder().directoryRecord();
   EXPECT_THAT(pathsOf(BomBuilder().entry(2, 99, "a", record).entry(3, 2, "b", record).entry(4, 1, "c", record).bytes()),
               ElementsAre("c"));
 }
 
-TEST(BillOfMaterials, EntriesThatAreTheirOwnAncestorsAreLeftOut) {
+TEST(BillOfMaterials, EntriesThatAreTheirOwnAncestorsAreDropped) {
   const std::string record = BomBuilder().directoryRecord();
   BomBuilder bill;
   bill.entry(2, 2, "self", record).entry(3, 2, "below self", record);
@@ -223,7 +223,7 @@ TEST(BillOfMaterials, OfAThousandEntriesWithOneNumberTheFirstCounts) {
   EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("1000"));
 }
 
-TEST(BillOfMaterials, WhatLiesDeeperThanTheBoundIsLeftOut) {
+TEST(BillOfMaterials, ItemsDeeperThanTheLimitAreDropped) {
   BomBuilder bill;
   for (std::uint32_t id = 2; id < 10'002; ++id) bill.entry(id, id - 1, "x", bill.directoryRecord());
   const auto paths = pathsOf(bill.bytes());
@@ -231,7 +231,7 @@ TEST(BillOfMaterials, WhatLiesDeeperThanTheBoundIsLeftOut) {
   EXPECT_EQ(paths.back().size(), 2 * kMaxBillDepth - 1);
 }
 
-TEST(BillOfMaterials, PathsLongerInAllThanTheBoundRefuseTheBill) {
+TEST(BillOfMaterials, ABillWithTooManyPathBytesIsRefused) {
   const auto bill = [](std::size_t nameBytes) {
     BomBuilder builder;
     builder.entry(2, 1, std::string(nameBytes, 'n'), builder.directoryRecord());
@@ -313,7 +313,7 @@ TEST(BillOfMaterialsDamage, ATableLargerThanTheFileIsRefused) {
   }
 }
 
-TEST(BillOfMaterialsDamage, HeaderFieldsThatPointOutsideTheFileRefuseIt) {
+TEST(BillOfMaterialsDamage, HeaderFieldsThatPointOutsideTheFileAreRefused) {
   const std::string sound = soundRawBill().bytes();
   for (const std::size_t field : {16U, 24U, 28U}) {
     for (const std::uint32_t value : {static_cast<std::uint32_t>(sound.size()), 0x7FFFFFFFU, 0xFFFFFFFFU}) {
@@ -344,7 +344,7 @@ TEST(BillOfMaterialsDamage, WithoutAReadablePathsVariableABillIsRefused) {
   }
 }
 
-TEST(BillOfMaterialsDamage, OnlySixtyFourVariablesAreLookedAt) {
+TEST(BillOfMaterialsDamage, OnlySixtyFourVariablesAreRead) {
   const auto bill = [](std::uint32_t others) {
     auto raw = soundRawBill();
     raw.variables = bigEndian(others + 1, 4);
@@ -356,7 +356,7 @@ TEST(BillOfMaterialsDamage, OnlySixtyFourVariablesAreLookedAt) {
   EXPECT_FALSE(bill(64));
 }
 
-TEST(BillOfMaterialsDamage, ATreeThatIsNoneIsRefused) {
+TEST(BillOfMaterialsDamage, AnInvalidTreeIsRefused) {
   const auto bill = [](const std::string& block) {
     auto raw = soundRawBill();
     raw.blocks[0] = block;
@@ -379,7 +379,7 @@ TEST(BillOfMaterialsDamage, ATopNodeThatClaimsMorePairsThanItHoldsIsRefused) {
   EXPECT_EQ(readBillOfMaterials(bill.bytes()), std::nullopt);
 }
 
-TEST(BillOfMaterialsDamage, WhateverTheTreeClaimsToHoldItsLeafIsRead) {
+TEST(BillOfMaterialsDamage, TheCountsOfTheTreeAreNotTrusted) {
   for (const std::uint32_t entries : {0U, 1U, 2U, 0xFFFFFFFFU}) {
     auto bill = soundRawBill();
     bill.blocks[0] = tree(2, entries);
@@ -387,7 +387,7 @@ TEST(BillOfMaterialsDamage, WhateverTheTreeClaimsToHoldItsLeafIsRead) {
   }
 }
 
-TEST(BillOfMaterialsDamage, EntriesWhoseBlocksCannotBeReadAreLeftOut) {
+TEST(BillOfMaterialsDamage, EntriesWithUnreadableBlocksAreDropped) {
   const auto paths = [](std::uint32_t infoBlock, std::uint32_t keyBlock) {
     auto bill = soundRawBill();
     bill.blocks[1] = node(true, 0, {{infoBlock, keyBlock}});
@@ -427,7 +427,7 @@ RawBill twoLeaves(std::uint32_t root, std::uint32_t firstNext, std::uint32_t sec
   return bill;
 }
 
-TEST(BillOfMaterialsDamage, LeavesThatFollowThemselvesEnd) {
+TEST(BillOfMaterialsDamage, ACycleOfLeavesTerminates) {
   EXPECT_THAT(pathsOf(twoLeaves(2, 2, 0).bytes()), ElementsAre("a"));
   EXPECT_THAT(pathsOf(twoLeaves(2, 7, 2).bytes()), ElementsAre("a", "b"));
   EXPECT_THAT(pathsOf(twoLeaves(2, 7, 7).bytes()), ElementsAre("a", "b"));
@@ -443,7 +443,7 @@ TEST(BillOfMaterialsDamage, ALeafThatCannotBeReadEndsTheChain) {
   EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("a")) << "a branch among the leaves";
 }
 
-TEST(BillOfMaterialsDamage, BranchesThatHoldThemselvesOrNothingEnd) {
+TEST(BillOfMaterialsDamage, CyclicAndEmptyBranchesTerminate) {
   const auto paths = [](const std::vector<std::pair<std::uint32_t, std::uint32_t>>& children) {
     auto bill = twoLeaves(9, 0, 0);
     bill.blocks.push_back(node(false, 0, children));
@@ -463,7 +463,7 @@ TEST(BillOfMaterialsDamage, ABranchThatLacksALeafOfTheChainHidesNothing) {
   EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("a", "b"));
 }
 
-TEST(BillOfMaterialsDamage, NumbersBeyondTheTableAreNoBlocksWhateverLiesThere) {
+TEST(BillOfMaterialsDamage, NumbersBeyondTheTableAreNotBlocks) {
   auto bill = twoLeaves(2, 7, 0);
   ASSERT_THAT(pathsOf(bill.bytes()), ElementsAre("a", "b"));
   bill.slots = 8;
@@ -472,7 +472,7 @@ TEST(BillOfMaterialsDamage, NumbersBeyondTheTableAreNoBlocksWhateverLiesThere) {
   EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("a")) << "block 7 too";
 }
 
-TEST(BillOfMaterialsDamage, TheNullBlockIsNoneWhateverItsPlaceSays) {
+TEST(BillOfMaterialsDamage, TheNullBlockIsNeverRead) {
   auto bill = soundRawBill();
   bill.blocks[1] = node(true, 0, {{4, 5}, {0, 6}});
   std::string bytes = bill.bytes();
@@ -482,7 +482,7 @@ TEST(BillOfMaterialsDamage, TheNullBlockIsNoneWhateverItsPlaceSays) {
   EXPECT_THAT(pathsOf(bytes), ElementsAre("a"));
 }
 
-TEST(BillOfMaterialsDamage, LeavesThatOverlapAreNotReadWithoutEnd) {
+TEST(BillOfMaterialsDamage, OverlappingLeavesTerminate) {
   constexpr std::uint32_t kLeaves = 100;
   auto bill = soundRawBill();
   std::string region;
@@ -511,7 +511,7 @@ TEST(BillOfMaterialsDamage, ManyBlocksOverOneLeafDoNotMultiplyIt) {
   EXPECT_THAT(pathsOf(bill.bytes()), ElementsAre("a"));
 }
 
-TEST(BillOfMaterialsDamage, MoreEntriesThanTheBoundRefuseTheBill) {
+TEST(BillOfMaterialsDamage, ABillWithTooManyEntriesIsRefused) {
   const auto bill = [](std::uint32_t leaves) {
     auto raw = soundRawBill();
     raw.blocks[1] = node(true, 0, std::vector<std::pair<std::uint32_t, std::uint32_t>>(0xFFFF, {4, 5}));
@@ -529,7 +529,7 @@ TEST(BillOfMaterialsDamage, MoreEntriesThanTheBoundRefuseTheBill) {
   EXPECT_FALSE(bill(31)) << "31 × 65,535 entries";
 }
 
-TEST(BillOfMaterialsDamage, ABillLargerThanItsBoundIsNotLookedAt) {
+TEST(BillOfMaterialsDamage, ATooLargeBillIsNotRead) {
   std::string bytes = soundRawBill().bytes();
   bytes.resize(kMaxBillBytes);
   EXPECT_TRUE(readBillOfMaterials(bytes));
@@ -537,7 +537,7 @@ TEST(BillOfMaterialsDamage, ABillLargerThanItsBoundIsNotLookedAt) {
   EXPECT_FALSE(readBillOfMaterials(bytes));
 }
 
-TEST(BillOfMaterialsDamage, AnyByteMayBeWrong) {
+TEST(BillOfMaterialsDamage, AnyByteMayBeCorrupt) {
   const std::string whole = smallBill({.pairsPerNode = 3, .padsNodes = false}).bytes();
   std::size_t readable = 0;
   for (std::size_t i = 0; i < whole.size(); ++i) {

@@ -27,7 +27,7 @@ TEST(ByteReader, ReadsIntegersOfEveryWidthInBothByteOrders) {
   EXPECT_EQ(little.integer(1, 3), 0x040302U);
 }
 
-TEST(ByteReader, WhatReachesBeyondTheEndIsAbsent) {
+TEST(ByteReader, ValuesBeyondTheEndAreAbsent) {
   const std::string bytes = "1234";
   const ByteReader reader(bytes);
   EXPECT_EQ(reader.u32(0), 0x31323334U);
@@ -64,7 +64,7 @@ TEST(ByteReader, TextEndsAtAZeroByteAndIsAbsentWithoutOne) {
   EXPECT_EQ(reader.terminatedText(5), std::nullopt);
 }
 
-TEST(ByteSource, GivesExactlyWhatIsAskedForOrNothing) {
+TEST(ByteSource, ReturnsAllRequestedBytesOrNothing) {
   const auto source = ByteSource::over("12345");
   EXPECT_EQ(source.size, 5U);
   EXPECT_EQ(source.exactly(1, 3), "234");

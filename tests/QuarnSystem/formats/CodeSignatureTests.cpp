@@ -26,7 +26,7 @@ std::string signatureWithDirectory(std::uint32_t version, std::uint32_t identifi
   return signatureOfBlobs({{0, signatureBlob(kDirectoryMagic, content)}});
 }
 
-TEST(CodeSignature, TellsIdentifierTeamAndBothFormsOfEntitlements) {
+TEST(CodeSignature, ReadsIdentifierTeamAndBothFormsOfEntitlements) {
   const auto signature = CodeSignature::parse(
       signatureOfBlobs({{0, signatureBlob(kDirectoryMagic, codeDirectory("com.example.app", "TEAM123456"))},
                         {2, signatureBlob(0xFADE0C01, bigEndian(0, 4))},
@@ -40,14 +40,14 @@ TEST(CodeSignature, TellsIdentifierTeamAndBothFormsOfEntitlements) {
   EXPECT_EQ(signature, expected);
 }
 
-TEST(CodeSignature, WhatItDoesNotHaveIsEmpty) {
+TEST(CodeSignature, MissingFieldsAreEmpty) {
   EXPECT_EQ(CodeSignature::parse(signatureOfBlobs({})), CodeSignature{});
   const auto adHoc =
       CodeSignature::parse(signatureOfBlobs({{0, signatureBlob(kDirectoryMagic, codeDirectory("tool", ""))}}));
   EXPECT_EQ(adHoc, CodeSignature{.identifier = "tool"});
 }
 
-TEST(CodeSignature, PaddingBehindItDoesNotMatter) {
+TEST(CodeSignature, PaddingDoesNotMatter) {
   const auto signature =
       CodeSignature::parse(signatureOfBlobs({{5, signatureBlob(kXmlMagic, "x")}}) + std::string(16, '\0'));
   ASSERT_TRUE(signature);
@@ -60,7 +60,7 @@ TEST(CodeSignature, ABlobOfItsHeaderOnlyIsEmpty) {
   EXPECT_EQ(signature, CodeSignature{});
 }
 
-TEST(CodeSignature, ABlobThatDoesNotBelongInItsSlotIsMissing) {
+TEST(CodeSignature, ABlobWithTheWrongMagicIsIgnored) {
   const auto signature =
       CodeSignature::parse(signatureOfBlobs({{0, signatureBlob(kXmlMagic, codeDirectory("id", "team"))},
                                              {5, signatureBlob(kDerMagic, "der")},
@@ -91,14 +91,14 @@ TEST(CodeSignature, NamesThatDoNotEndInTheDirectoryAreMissing) {
   EXPECT_EQ(CodeSignature::parse(signatureOfBlobs({{0, signatureBlob(kDirectoryMagic, "short")}})), CodeSignature{});
 }
 
-TEST(CodeSignature, OtherBytesAreNone) {
+TEST(CodeSignature, OtherBytesAreRefused) {
   EXPECT_EQ(CodeSignature::parse(""), std::nullopt);
   EXPECT_EQ(CodeSignature::parse("garbage garbage garbage"), std::nullopt);
   EXPECT_EQ(CodeSignature::parse(signatureBlob(0xFADE0CC1, bigEndian(0, 4))), std::nullopt);
   EXPECT_EQ(CodeSignature::parse(signatureBlob(0xFADE0CC0, "")), std::nullopt);
 }
 
-TEST(CodeSignature, ALengthBeyondTheBytesIsNone) {
+TEST(CodeSignature, ALengthBeyondTheBytesIsRefused) {
   const std::string start = bigEndian(0xFADE0CC0, 4);
   EXPECT_EQ(CodeSignature::parse(start + bigEndian(0xFFFFFFFF, 4) + bigEndian(0, 4)), std::nullopt);
   EXPECT_EQ(CodeSignature::parse(start + bigEndian(13, 4) + bigEndian(0, 4)), std::nullopt);
@@ -106,7 +106,7 @@ TEST(CodeSignature, ALengthBeyondTheBytesIsNone) {
   EXPECT_EQ(CodeSignature::parse(start + bigEndian(12, 4) + bigEndian(0, 4)), CodeSignature{});
 }
 
-TEST(CodeSignature, ACountOfBlobsBeyondTheBytesFindsWhatIsThere) {
+TEST(CodeSignature, ATooLargeCountOfBlobsFindsTheExistingOnes) {
   const std::string blob = signatureBlob(kXmlMagic, "x");
   const auto signature = [&](std::uint32_t slot, std::uint32_t offset) {
     return CodeSignature::parse(
@@ -130,7 +130,7 @@ TEST(CodeSignature, BlobsOutsideTheSignatureAreMissing) {
   }
 }
 
-TEST(CodeSignature, TruncatedAnywhereItIsNone) {
+TEST(CodeSignature, ATruncatedSignatureIsRefused) {
   const std::string whole = sample::codeSignature({.groups = {"group.a"}, .team = "TEAM123456"});
   for (std::size_t length = 0; length < whole.size(); ++length) {
     EXPECT_EQ(CodeSignature::parse(whole.substr(0, length)), std::nullopt) << length;

@@ -92,11 +92,11 @@ TEST_P(DerEntitlementForms, TruncatedAnywhereTheyAreAbsent) {
   }
 }
 
-TEST(DerEntitlements, WhatFollowsIsIgnored) {
+TEST(DerEntitlements, BytesAfterTheEndAreIgnored) {
   EXPECT_TRUE(parseDerEntitlements(derEntitlements({{"a", 1}}) + std::string(9, '\0')));
 }
 
-TEST(DerEntitlements, ValuesTheFormatDoesNotHaveAreNull) {
+TEST(DerEntitlements, UnknownTypesAreNull) {
   EXPECT_EQ(valueOf(element(0x04, "octets")), PropertyList());
   EXPECT_EQ(valueOf(element(0x05, "")), PropertyList());
   EXPECT_EQ(valueOf(element(0x01, "")), PropertyList()) << "a boolean of no bytes";
@@ -132,7 +132,7 @@ TEST(DerEntitlements, AnEntryThatIsNotAKeyAndAValueRefusesAll) {
   EXPECT_FALSE(dictionary(key + flag));
 }
 
-TEST(DerEntitlements, OtherBytesAreNone) {
+TEST(DerEntitlements, OtherBytesAreRefused) {
   const std::string dictionary = element(0xB0, "");
   EXPECT_FALSE(parseDerEntitlements(""));
   EXPECT_FALSE(parseDerEntitlements("<plist/>"));
@@ -166,7 +166,7 @@ TEST(DerEntitlements, TheNumberOfValuesIsBounded) {
   EXPECT_FALSE(list(PropertyList::kMaxValues));
 }
 
-TEST(DerEntitlements, AnyByteMayBeWrong) {
+TEST(DerEntitlements, AnyByteMayBeCorrupt) {
   const std::string whole =
       derEntitlements({{"flag", true}, {"texts", PlistArray{"a", -1}}, {"long", std::string(130, 'x')}});
   std::size_t readable = 0;

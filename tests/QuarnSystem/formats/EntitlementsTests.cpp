@@ -40,12 +40,12 @@ TEST(ApplicationGroups, AreTheStringsOfTheArrayInOrder) {
 
 TEST(ApplicationGroups, MayBeASingleString) { EXPECT_EQ(groupsOf(PropertyList("group.a")), Groups{"group.a"}); }
 
-TEST(ApplicationGroups, ElementsThatAreNoStringsAreLeftOut) {
+TEST(ApplicationGroups, ElementsThatAreNotStringsAreDropped) {
   EXPECT_EQ(groupsOf(PropertyList(PropertyList::Array{PropertyList(true), PropertyList("group.a"), PropertyList()})),
             Groups{"group.a"});
 }
 
-TEST(ApplicationGroups, NamesThatCannotNameAFolderAreLeftOut) {
+TEST(ApplicationGroups, NamesThatCannotNameAFolderAreDropped) {
   PropertyList::Array names{PropertyList(""),    PropertyList("."),         PropertyList(".."),
                             PropertyList("a/b"), PropertyList("/"),         PropertyList("../../Documents"),
                             PropertyList("..."), PropertyList("group a.b"), PropertyList(std::string("a\0b", 3))};
@@ -75,7 +75,7 @@ TEST(Entitlements, ComeFromTheDerWhenThereIsNoXml) {
             Groups{"group.a"});
 }
 
-TEST(Entitlements, ThatAreNoReadableDictionaryAreAbsent) {
+TEST(Entitlements, ThatAreNotAReadableDictionaryAreAbsent) {
   EXPECT_EQ(entitlementsOf({}), std::nullopt);
   EXPECT_EQ(entitlementsOf({.entitlementsXml = "garbage"}), std::nullopt);
   EXPECT_EQ(entitlementsOf({.entitlementsXml = "<array/>"}), std::nullopt);
@@ -90,7 +90,7 @@ TEST(Entitlements, AreReadFromThinProgramsOfEveryKind) {
   }
 }
 
-TEST(Entitlements, ArmComesBeforeIntelAndIntelBeforeOthersWhereverTheyLie) {
+TEST(Entitlements, ArmPrecedesIntelAndIntelPrecedesOthersInAnyFileOrder) {
   for (const auto form : {UniversalForm::offsets32, UniversalForm::offsets64}) {
     const MachOSigning arm{.groups = {"arm"}, .cpu = kArm64e};
     const MachOSigning intel{.groups = {"intel"}, .cpu = kX86_64};
@@ -103,7 +103,7 @@ TEST(Entitlements, ArmComesBeforeIntelAndIntelBeforeOthersWhereverTheyLie) {
   }
 }
 
-TEST(Entitlements, TwoArmSlicesAreAskedInFileOrder) {
+TEST(Entitlements, TwoArmSlicesAreReadInFileOrder) {
   const MachOSigning arm64e{.groups = {"arm64e"}, .cpu = kArm64e};
   const MachOSigning arm64{.groups = {"arm64"}, .cpu = kArm64};
   EXPECT_EQ(groupsOf(universalMachO({arm64e, arm64})), Groups{"arm64e"});
@@ -120,13 +120,13 @@ TEST(Entitlements, TheFirstSliceThatHasSomeDecides) {
       << "an unsigned slice has none";
 }
 
-TEST(Entitlements, ASignatureThatIsDamagedLeavesTheDecisionToTheNextSlice) {
+TEST(Entitlements, ADamagedSignatureFallsThroughToTheNextSlice) {
   const MachOSigning intel{.groups = {"intel"}, .cpu = kX86_64};
   EXPECT_EQ(groupsOf(universalMachO({{kArm64, sample::machO(kArm64, "garbage")}, {kX86_64, signedMachO(intel)}})),
             Groups{"intel"});
 }
 
-TEST(Entitlements, FilesThatAreNoProgramsHaveNone) {
+TEST(Entitlements, FilesThatAreNotProgramsHaveNone) {
   EXPECT_EQ(readEntitlements(ByteSource::over("#!/bin/sh\n")), std::nullopt);
   EXPECT_EQ(readEntitlements(ByteSource::over("")), std::nullopt);
   EXPECT_EQ(readEntitlements(ByteSource{}), std::nullopt);
@@ -159,7 +159,7 @@ TEST(Entitlements, TruncatedAnywhereAProgramHasNone) {
   }
 }
 
-TEST(Entitlements, AnyByteMayBeWrong) {
+TEST(Entitlements, AnyByteMayBeCorrupt) {
   const std::string whole = universalMachO({{.groups = {"group.a"}, .forms = EntitlementForms::xmlAndDer},
                                             {.groups = {"group.b"}, .cpu = kX86_64, .forms = EntitlementForms::der}});
   std::size_t readable = 0;

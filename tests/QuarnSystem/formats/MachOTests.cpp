@@ -89,7 +89,7 @@ TEST_P(UniversalMachO, ListsItsSlicesInFileOrderWithTheirSignatures) {
   EXPECT_EQ(signatureOf(bytes, slices[2]), "ppc signature...");
 }
 
-TEST_P(UniversalMachO, LeavesOutASliceThatDoesNotBeginAsAProgram) {
+TEST_P(UniversalMachO, DropsASliceWithoutAProgramHeader) {
   const std::string arm = machO(sample::kArm64);
   const auto slices =
       slicesOf(universalMachO({{sample::kX86_64, "!<arch>\nlibrary"}, {sample::kArm64, arm}}, GetParam()));
@@ -155,7 +155,7 @@ TEST(MachO, OtherFilesHaveNoSlices) {
   }
 }
 
-TEST(MachO, LoadCommandsThatDoNotAddUpGiveNoSignature) {
+TEST(MachO, InconsistentLoadCommandsGiveNoSignature) {
   const auto program = [](std::uint32_t commandCount, std::uint32_t commandBytes, const std::string& commands) {
     std::string bytes = littleEndian(0xFEEDFACF, 4) + littleEndian(kMachOArm64, 4) + littleEndian(0, 4) +
                         littleEndian(2, 4) + littleEndian(commandCount, 4) + littleEndian(commandBytes, 4) +
@@ -217,7 +217,7 @@ TEST(MachO, AProgramOfEightGigabytesIsNotReadWhole) {
   EXPECT_LT(program.bytesRead, 1'024U);
 }
 
-TEST(MachO, LoadCommandsThatClaimMoreThanTheirBoundAreNotRead) {
+TEST(MachO, TooLargeLoadCommandsAreNotRead) {
   HugeProgram program;
   program.start.replace(20, 4, littleEndian(kMaxLoadCommandBytes + 4, 4));
   const auto source = program.source();

@@ -172,7 +172,7 @@ TEST(PropertyListGuards, AZeroByteInATextOrKeyRefusesTheList) {
   EXPECT_FALSE(isRead(std::string("<true/\0>", 8)));
 }
 
-TEST(PropertyListGuards, NoEntityStandsForZeroOrNoCharacter) {
+TEST(PropertyListGuards, EntitiesForZeroOrInvalidCharactersAreRefused) {
   for (const auto* entity : {"&#0;", "&#x0;", "&#00;", "&#x0000;", "&#x110000;", "&#99999999999999;", "&#;", "&#x;",
                              "&;", "&a;", "&ampx;", "&amp", "&", "&#-1;", "&#x-1;", "&#1a;", "&lt &gt;"}) {
     EXPECT_FALSE(isRead("<string>" + std::string(entity) + "</string>")) << entity;
@@ -203,7 +203,7 @@ TEST(PropertyListGuards, EveryReferenceAndOffsetWidthIsRead) {
   }
 }
 
-TEST(PropertyListGuards, WidthsOfNothingOrMoreThanEightBytesAreRefused) {
+TEST(PropertyListGuards, WidthsOfZeroOrMoreThanEightBytesAreRefused) {
   EXPECT_FALSE(isReadRaw({.objects = {kTrue}, .offsetWidth = 0}));
   EXPECT_FALSE(isReadRaw({.objects = {kTrue}, .offsetWidth = 9}));
   EXPECT_FALSE(isReadRaw({.objects = {kTrue}, .referenceWidth = 0}));
@@ -266,7 +266,7 @@ TEST(PropertyListGuards, UnknownObjectsAreRefused) {
   EXPECT_FALSE(isReadRaw({.objects = {std::string(1, '\0')}})) << "a null";
 }
 
-TEST(PropertyListGuards, AKeyThatIsNoTextIsRefused) {
+TEST(PropertyListGuards, AKeyThatIsNotTextIsRefused) {
   EXPECT_FALSE(isReadRaw({.objects = {"\xD1" + references({1, 1}), kTrue}}));
   EXPECT_TRUE(isReadRaw({.objects = {"\xD1" + references({1, 1}), "\121k"}}));
 }
@@ -280,7 +280,7 @@ TEST(PropertyListGuards, AReferenceOfAKeyedArchiveIsANull) {
   EXPECT_EQ(list, PropertyList(PropertyList::Array{PropertyList()}));
 }
 
-TEST(PropertyListGuards, WhatTheLibraryDoesNotReadIsNotLetThrough) {
+TEST(PropertyListGuards, ListsThatTheLibraryCannotReadAreRefused) {
   EXPECT_FALSE(isRead("<data/>"));
   EXPECT_FALSE(isRead("<date />"));
   EXPECT_FALSE(isRead("<dict><key/><true/></dict>"));
@@ -349,7 +349,7 @@ TEST(PropertyListGuards, AQuoteCannotHideNestingFromTheGuard) {
   EXPECT_TRUE(isRead("<?a \"\"?><array a=\"\"><string><![CDATA[\">" + deep + "]]></string></array>"));
 }
 
-TEST(PropertyListGuards, MisshapenXmlIsRefused) {
+TEST(PropertyListGuards, MalformedXmlIsRefused) {
   for (const auto* text : {
            "<",
            "<>",
@@ -410,7 +410,7 @@ TEST(PropertyListGuards, ATruncatedListIsRefusedWhereverItEnds) {
   }
 }
 
-TEST(PropertyListGuards, AnyByteMayBeWrong) {
+TEST(PropertyListGuards, AnyByteMayBeCorrupt) {
   const PlistDictionary list{{"Label", "com.example.job"}, {"Arguments", PlistArray{"a", 1, true}}, {"\xC3\xA9", -2.5}};
   std::size_t readable = 0;
   for (const std::string& whole : {sample::xmlPlist(list), sample::binaryPlist(list)}) {

@@ -146,7 +146,7 @@ std::string takeLine(std::string_view& text) {
   return line;
 }
 
-TEST(PropertyListRoundTrip, WhatPythonWritesIsReadAsItWasMeant) {
+TEST(PropertyListRoundTrip, ListsWrittenByPythonAreReadCorrectly) {
   const std::string written = PythonScript(kWriter).output("");
   std::size_t count = 0;
   for (std::string_view rest = written; !rest.empty(); ++count) {
@@ -160,7 +160,7 @@ TEST(PropertyListRoundTrip, WhatPythonWritesIsReadAsItWasMeant) {
   EXPECT_EQ(count, 300U);
 }
 
-TEST(PropertyListRoundTrip, WhatTheTestsWritePythonReadsAlike) {
+TEST(PropertyListRoundTrip, PythonReadsTheListsOfTheTestWriter) {
   using namespace sample;  // NOLINT(google-build-using-namespace): the writer's words
   const PlistDictionary list{{"text", "a & <b> \xC3\xA9 \xF0\x9F\x98\x80"},
                              {"flags", PlistArray{true, false}},
