@@ -12,8 +12,7 @@ struct VendorsOfCategory {
   std::vector<std::string> ids;
 };
 
-/// The vendors that have a storage category, written out again for the tests, in the order in which the profiles are
-/// shipped.
+/// The vendors with a storage category, in the order of the profiles. Written independently of the code under test.
 inline const std::vector<VendorsOfCategory>& vendorCategoryTable() {
   using Category = StorageCategoryID;
   static const std::vector<VendorsOfCategory> table{

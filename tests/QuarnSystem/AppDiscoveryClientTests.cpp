@@ -29,7 +29,7 @@ std::vector<std::string> names(const MacVolume& volume) {
   return result;
 }
 
-// The one app of a volume.
+// The only app of a volume.
 AppEntity onlyApp(const MacVolume& volume) {
   const std::vector<AppEntity> apps = discovered(volume);
   EXPECT_THAT(apps, SizeIs(1));
@@ -88,7 +88,7 @@ TEST(AppDiscoveryClient, ARootThatIsAFileContributesNothing) {
   EXPECT_THAT(paths(volume), ElementsAre("/Users/ann/Applications/A.app"));
 }
 
-// How deep
+// Depth
 
 TEST(AppDiscoveryClient, AnAppMayBeUpToThreeFoldersBelowARoot) {
   MacVolume volume;
@@ -128,7 +128,7 @@ TEST(AppDiscoveryClient, HiddenAppsAndAppsInHiddenFoldersAreListed) {
   EXPECT_THAT(paths(volume), ElementsAre("/Applications/.Manager.app", "/Applications/.Vendor/Agent.app"));
 }
 
-// What is an app
+// What counts as an app
 
 TEST(AppDiscoveryClient, TheExtensionMayHaveAnyLetterCase) {
   MacVolume volume;
@@ -342,7 +342,7 @@ TEST(AppDiscoveryClient, NamesThatDifferOnlyInCaseAreSortedByPath) {
                                          "/Applications/b.app"));
 }
 
-// Bad input
+// Malformed input
 
 TEST(AppDiscoveryClient, AMalformedInfoMakesAnAppWithoutIdentifier) {
   const std::string info = "/Applications/A.app/Contents/Info.plist";

@@ -30,7 +30,7 @@ TEST(BundleInfo, ReadsEachEntry) {
 }
 
 TEST(BundleInfo, EachLayoutHasItsPlaceAndTheEarlierOneWins) {
-  // In the order in which they win, each with the bundle that it tells of.
+  // In order of precedence, each with its bundle.
   const std::vector<std::pair<std::string, std::string>> places{
       {"Contents/Info.plist", "/Applications/Phone.app"},
       {"Linked/Real.app/Info.plist", "/Applications/Phone.app/Linked/Real.app"},

@@ -23,7 +23,7 @@ using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 using ::testing::SizeIs;
 
-// The shared log, writing into a folder of the test's own and silent again at its end.
+// The shared log with a file in a temporary folder; turned off at the end.
 class DiagnosticsLoggerTest : public ::testing::Test {
  protected:
   void SetUp() override { volume_.folder("/logs"); }
@@ -32,7 +32,7 @@ class DiagnosticsLoggerTest : public ::testing::Test {
   static DiagnosticsLogger& logger() { return DiagnosticsLogger::shared(); }
   [[nodiscard]] std::string path(const std::string& name) const { return volume_.host("/logs/" + name); }
 
-  // The lines of a log file, without the moment and the blank before the level.
+  // The lines of a log file, without their time.
   [[nodiscard]] std::vector<std::string> lines(const std::string& name) const {
     std::vector<std::string> result;
     std::ifstream file(path(name));
@@ -40,7 +40,7 @@ class DiagnosticsLoggerTest : public ::testing::Test {
     return result;
   }
 
-  // What stands in the one line that a call of `log` with this message and metadata makes.
+  // The content of the line that `log` writes for this message and metadata.
   [[nodiscard]] std::vector<std::string> linesOf(const std::string& message,
                                                  const DiagnosticsLogger::Metadata& metadata) const {
     EXPECT_TRUE(logger().writeTo(path("one")));

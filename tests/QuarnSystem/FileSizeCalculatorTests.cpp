@@ -14,7 +14,7 @@ namespace {
 
 enum class Slow : std::uint8_t { allowed, notAllowed };
 
-// One volume's sizes, asked in short.
+// Shorthands for the sizes of one volume.
 class Sizes {
  public:
   explicit Sizes(const MacVolume& volume) : calculator_(FileSizeCalculator::live(volume.files())) {}
@@ -37,7 +37,7 @@ class Sizes {
   FileSizeCalculator calculator_;
 };
 
-// The errno and the path of the FileError that `work` throws; (0, "") when it throws none.
+// The errno and the path of the FileError that `work` throws; (0, "") if it throws none.
 std::pair<int, std::string> errorOf(const std::function<void()>& work) {
   try {
     work();
@@ -202,7 +202,7 @@ TEST(FileSizeCalculator, AnExclusionBelowPrivateAppliesOnAVolumeWithoutTheShortN
   EXPECT_EQ(Sizes(volume).logical("/", {"/var/log"}), 11);
 }
 
-// Cheap sizes
+// Sizes without walking
 
 TEST(FileSizeCalculator, WithoutAllowSlowOnlyARegularFileHasASize) {
   MacVolume volume;

@@ -21,7 +21,7 @@ const std::string kOldReceipts = "/Library/Receipts/";
 
 ReceiptScanner scanner(const MacVolume& volume) { return ReceiptScanner::live(volume.files()); }
 
-// A receipt as the installer leaves it: a property list, and a bill of these files.
+// A receipt with a property list and a bill of these files.
 void addReceipt(MacVolume& volume, const std::string& packageID, const std::vector<std::string>& files,
                 const std::string& prefix = "/", const std::string& folder = kReceipts) {
   BomBuilder bill;
@@ -335,7 +335,7 @@ TEST(ReceiptScanner, TheBundlesPathIsStandardised) {
   EXPECT_TRUE(scanner(volume).matches(app(std::nullopt, "/Users/..//Applications/./X.app/"), "p"));
 }
 
-// Look-up by path
+// Lookup by path
 
 TEST(ReceiptScanner, ThePackagesThatListAPathAreSortedWithoutDuplicates) {
   MacVolume volume;

@@ -6,10 +6,10 @@
 
 namespace quarn {
 
-/// Descriptors that the process has open now.
+/// The number of open descriptors of the process.
 std::size_t openDescriptors();
 
-/// For as long as it lives, the process may open at most `more` descriptors besides those that are open.
+/// During its lifetime, the process may open at most `more` additional descriptors.
 class DescriptorLimit {
  public:
   explicit DescriptorLimit(std::size_t more);

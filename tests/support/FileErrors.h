@@ -4,7 +4,7 @@
 
 namespace quarn {
 
-/// The errno of the FileError that `work` throws; 0 when it throws none.
+/// The errno of the FileError that `work` throws; 0 if it throws none.
 int errorOf(const std::function<void()>& work);
 
 }  // namespace quarn

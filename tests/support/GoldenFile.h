@@ -8,11 +8,11 @@
 
 namespace quarn {
 
-/// The whole file; empty when there is none.
+/// The content of a file; empty if it does not exist.
 std::string contentOf(const std::filesystem::path& file);
 
-/// Whether `text` is what a committed file holds. With QUARN_UPDATE_GOLDEN=1 in the environment it writes the file
-/// instead, so that the change shows in the commit. The failure names the file and shows the text.
+/// Compares `text` with a committed file. With QUARN_UPDATE_GOLDEN=1 in the environment, writes the file instead, so
+/// that the change is visible in the commit. A failure shows the file's name and the text.
 testing::AssertionResult isGolden(const std::filesystem::path& file, std::string_view text);
 
 }  // namespace quarn

@@ -26,30 +26,29 @@ constexpr std::int64_t operator""_MiB(unsigned long long count) {
   return static_cast<std::int64_t>(count) * 1024 * 1024;
 }
 
-/// What stands in an app's Info.plist; an empty text leaves its key out.
+/// The content of an app's Info.plist. Empty texts omit their keys.
 struct AppBundle {
   std::string bundleIdentifier{};  ///< CFBundleIdentifier
   std::string name{};              ///< CFBundleName
   std::string displayName{};       ///< CFBundleDisplayName
   std::string version{};           ///< CFBundleShortVersionString
-  std::string executable{};        ///< CFBundleExecutable; the file is always made, under the bundle's stem without it
+  std::string executable{};        ///< CFBundleExecutable; the file exists even without it, with the name of the bundle
   std::string executableBytes = "#!/bin/sh\n";
   PlistFormat format = PlistFormat::xml;
-  PlistDictionary more{};  ///< further keys, after the above
+  PlistDictionary more{};  ///< more keys, after those above
 };
 
-/// A small Mac volume in a temporary folder of its own, written by the test that owns it and removed at the end,
-/// whatever modes, depths and names it holds. Paths are the Mac's: absolute, or beginning with "~" for the home; names
-/// may be any bytes; parents are made as needed (mode 0755). Every maker returns the volume, so that a test reads as a
-/// list:
+/// A small Mac volume in a temporary folder, removed at the end of the test. Paths are paths on the Mac: absolute, or
+/// beginning with "~" for the home folder. Names may be any bytes. Missing parents are created (mode 0755). All
+/// makers return the volume, so calls can be chained:
 ///
 ///     MacVolume volume;
 ///     volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
 ///         .file("~/Library/Caches/com.example.App/a", 3_KiB)
 ///         .link("~/Library/Logs/latest", "/Library/Logs/today");
 ///
-/// Nothing is ever written through a symbolic link, so nothing can be written outside the volume; that, a path with
-/// "..", and every failing system call throw FileError. Not copyable; one thread.
+/// Never writes through a symbolic link, so it cannot write outside the volume. A link or ".." in a path, or a
+/// failing system call, throws FileError. Not copyable; not thread-safe.
 class MacVolume {
  public:
   explicit MacVolume(std::string_view home = "/Users/ann");
@@ -57,53 +56,53 @@ class MacVolume {
   MacVolume(const MacVolume&) = delete;
   MacVolume& operator=(const MacVolume&) = delete;
 
-  /// An app as macOS lays it out: Contents/Info.plist, Contents/PkgInfo and an executable in Contents/MacOS.
+  /// An app with Contents/Info.plist, Contents/PkgInfo and an executable in Contents/MacOS.
   MacVolume& app(std::string_view path, const AppBundle& bundle = {});
   /// As `app`, without an Info.plist.
   MacVolume& appWithoutInfo(std::string_view path);
 
   MacVolume& folder(std::string_view path);
-  /// A regular file of that many bytes, all of them allocated.
+  /// A regular file of that many bytes, all allocated.
   MacVolume& file(std::string_view path, std::int64_t bytes = 0);
-  /// A regular file with this content; also for bytes.
+  /// A regular file with this content, which may be any bytes.
   MacVolume& text(std::string_view path, std::string_view content);
   MacVolume& executable(std::string_view path, std::string_view content = "#!/bin/sh\n");
-  /// A property list whose root is a dictionary, written as `{{"Label", "com.example.job"}, {"RunAtLoad", true}}`.
+  /// A property list with a dictionary as root, for example `{{"Label", "com.example.job"}, {"RunAtLoad", true}}`.
   MacVolume& plist(std::string_view path, const PlistDictionary& root);
   MacVolume& binaryPlist(std::string_view path, const PlistDictionary& root);
-  /// A file of that logical length and no allocated byte.
+  /// A file of that length without allocated blocks.
   MacVolume& sparse(std::string_view path, std::int64_t logicalBytes);
 
-  /// A symbolic link; `target` is stored as it stands ("~" too).
+  /// A symbolic link. `target` is stored unchanged, including "~".
   MacVolume& link(std::string_view path, std::string_view target);
   MacVolume& hardLink(std::string_view path, std::string_view existing);
   MacVolume& fifo(std::string_view path);
   MacVolume& socket(std::string_view path);
-  /// `depth` folders called `name`, one in the other, below `path`; the path may grow far over PATH_MAX.
+  /// `depth` nested folders with the name `name` below `path`. The path may be much longer than PATH_MAX.
   MacVolume& chain(std::string_view path, int depth, std::string_view name = "d");
 
-  /// Permission bits, for instance 0000. Not of a link.
+  /// Sets permission bits, for example 0000. The item must not be a link.
   MacVolume& mode(std::string_view path, mode_t bits);
-  /// The time of the last change of the content, in seconds since 1970; of a link itself.
+  /// Sets the modification time, in seconds since 1970. Does not follow links.
   MacVolume& modified(std::string_view path, std::int64_t seconds);
-  /// An extended attribute under exactly this name ("user.…" on Linux).
+  /// Sets an extended attribute with exactly this name ("user.…" on Linux).
   MacVolume& xattr(std::string_view path, const std::string& name, std::string_view bytes);
-  /// Marks a folder as a bundle in its Finder information, as a copy of a Mac volume carries it.
+  /// Sets the bundle bit in the FinderInfo of a folder, under the name that a copy of a Mac volume has.
   MacVolume& bundleBit(std::string_view path);
-  /// Takes an item and everything in it away.
+  /// Removes an item and its content.
   MacVolume& remove(std::string_view path);
 
-  /// The volume as the library sees it, with the home of the constructor.
+  /// The volume as a FileManager with this home folder.
   [[nodiscard]] FileManager files() const;
-  /// The inspected user's home as the Mac names it.
+  /// The home folder, a path on the Mac.
   [[nodiscard]] const std::string& home() const { return home_; }
   /// The volume's folder on the host.
   [[nodiscard]] const std::string& root() const { return writer_.hostFolder(); }
-  /// The Mac's path: "~" written out.
+  /// Expands "~".
   [[nodiscard]] std::string path(std::string_view macPath) const;
-  /// Where a Mac path lies on the host.
+  /// The host path of a path on the Mac.
   [[nodiscard]] std::string host(std::string_view macPath) const;
-  /// The path as a URL; known to be a folder when `macPath` ends in "/".
+  /// The path as a URL, marked as a folder if `macPath` ends in "/".
   [[nodiscard]] FileURL url(std::string_view macPath) const;
 
  private:

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kVariable = "TMPDIR";
 constexpr const char* kMemory = "/dev/shm";
 
-// Where temporary files are made, for as long as it lives.
+// Changes the folder for temporary files during its lifetime.
 class TemporaryPlace {
  public:
   explicit TemporaryPlace(const char* folder) {

@@ -4,8 +4,8 @@
 
 namespace quarn {
 
-/// A volume on the file system in memory where the system has one, else like any other: for trees of thousands of
-/// folders, which some disks take seconds to remove, and for files longer than a disk's file system allows.
+/// A volume in a memory file system if there is one. For trees of thousands of folders, which take seconds to remove
+/// from some disks, and for files that are too long for some file systems.
 MacVolume volumeInMemory(std::string_view home = "/Users/ann");
 
 }  // namespace quarn

@@ -4,7 +4,7 @@
 
 namespace quarn {
 
-/// The folder of the sources that the tests were built from; an absolute path.
+/// The absolute path of the sources of this build.
 std::filesystem::path projectFolder();
 
 }  // namespace quarn

@@ -7,7 +7,7 @@
 
 namespace quarn {
 
-/// A folder of resources that a test writes in place of the shipped ones; removed at the end.
+/// A temporary folder of resources that replaces the installed ones.
 class ResourceFolder {
  public:
   ResourceFolder();
@@ -15,9 +15,9 @@ class ResourceFolder {
   ResourceFolder(const ResourceFolder&) = delete;
   ResourceFolder& operator=(const ResourceFolder&) = delete;
 
-  /// A file by its name below the folder, "vendors/index.json"; folders on the way are made.
+  /// Writes a file, for example "vendors/index.json", and creates its folders.
   ResourceFolder& file(std::string_view name, std::string_view bytes);
-  /// A folder where a file is looked for.
+  /// Creates a folder in place of a file.
   ResourceFolder& folder(std::string_view name);
 
   [[nodiscard]] ResourceBundle bundle() const { return ResourceBundle(path_); }

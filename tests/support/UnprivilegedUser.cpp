@@ -20,7 +20,7 @@ UnprivilegedUser::UnprivilegedUser() : before_(::geteuid()) {
 }
 
 UnprivilegedUser::~UnprivilegedUser() {
-  // Going on as somebody else would make every later test lie.
+  // With the wrong user, the results of all later tests would be meaningless.
   if (::seteuid(before_) != 0) std::terminate();
 }
 

@@ -4,9 +4,9 @@
 
 namespace quarn {
 
-/// For as long as it lives, the process is a user whom permission bits hold back: when it runs as root it becomes user
-/// 65534, else nothing changes. For the whole process, threads included; one at a time. Make the test's files before
-/// it, and let it end before they are removed.
+/// During its lifetime, the process is a user that permission bits apply to: user 65534 if it runs as root, else
+/// unchanged. Applies to all threads; create one at a time. Create the files of the test first, and destroy this
+/// before the files are removed.
 class UnprivilegedUser {
  public:
   UnprivilegedUser();

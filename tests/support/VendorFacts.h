@@ -5,15 +5,15 @@
 
 namespace quarn {
 
-/// What public package metadata says about a vendor's products, independent of the profiles: the source of truth that
-/// the profiles are compared with.
+/// Public package metadata of a vendor's products, independent of the profiles. The tests compare the profiles with
+/// it.
 struct VendorFacts {
   std::string id;
-  std::vector<std::string> bundleIDs;  ///< of apps, helpers and extensions alike
-  std::vector<std::string> paths;      ///< patterns of files that a removal deletes
+  std::vector<std::string> bundleIDs;  ///< of apps, helpers and extensions
+  std::vector<std::string> paths;      ///< patterns of the files that a removal deletes
 };
 
-/// All facts of tests/QuarnCore/vendors/vendor-facts.json, by vendor id. Throws when the file is missing or broken.
+/// All facts in tests/QuarnCore/vendors/vendor-facts.json, by vendor id. Throws if the file is missing or malformed.
 std::vector<VendorFacts> vendorFacts();
 
 }  // namespace quarn

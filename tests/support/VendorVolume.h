@@ -11,34 +11,33 @@
 
 namespace quarn {
 
-/// The profiles as the build lays them out, with the index that it writes.
+/// The profiles of the build, with their generated index.
 VendorProfileRegistry shippedVendorProfiles();
 
-/// Names one profile in a message: several products of a vendor have profiles with the vendor's id.
+/// A label for a profile in messages. Several products of a vendor have profiles with the vendor's id.
 std::string productOf(const VendorProfile& profile);
 
-/// Every path pattern of the profile, those of carve-outs last.
+/// All path patterns of the profile, those of carve-outs last.
 std::vector<std::string> patternsOf(const VendorProfile& profile);
 
-/// The names of the bundles that the profile calls its apps, patterns among them.
+/// The names (or patterns) of the profile's app bundles.
 std::vector<std::string> appBundleNames(const VendorProfile& profile);
 
-/// An app that the profile recognises as its vendor's: by the first identifier, else by the first prefix, else by the
-/// first name, in the first bundle that the profile names. Absent for a profile that recognises no app. Nothing is
-/// written.
+/// An app that the profile matches: by its first identifier, else its first prefix, else its first name, in its first
+/// bundle. Absent if the profile matches no app. Writes nothing.
 std::optional<AppEntity> vendorApp(const VendorProfile& profile, const MacVolume& volume);
 
-/// An item for every path pattern of the profile, "1" in the place of each "*", and the profile's app. A pattern that
-/// others lie below, or whose name has no ending of a file, becomes a folder with something in it; patterns of app
-/// bundles become apps. Returns the items' paths, each once, in the profile's order.
+/// Creates an item for every path pattern of the profile, with "1" for each "*", and the profile's app. A pattern
+/// becomes a non-empty folder if other patterns are below it or if its name has no file extension; patterns of app
+/// bundles become apps. Returns the paths in order, without duplicates.
 std::vector<std::string> installVendor(MacVolume& volume, const VendorProfile& profile);
 
-/// The paths of these patterns on the volume, `star` in the place of each "*", each once. Nothing is written.
+/// The paths of these patterns on the volume, with `star` for each "*", without duplicates. Writes nothing.
 std::vector<std::string> concretePaths(const MacVolume& volume, const std::vector<std::string>& patterns,
                                        std::string_view star);
 
-/// An empty file or folder for each of these patterns, `star` in the place of each "*". Returns the items' paths, each
-/// once, in the order of the patterns.
+/// Creates an empty file or folder for each of these patterns, with `star` for each "*". Returns the paths in order,
+/// without duplicates.
 std::vector<std::string> installPatterns(MacVolume& volume, const std::vector<std::string>& patterns,
                                          std::string_view star);
 

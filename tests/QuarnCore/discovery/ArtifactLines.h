@@ -7,7 +7,7 @@
 
 namespace quarn {
 
-/// Every field of an artifact in one line, so that a failed comparison shows which one differs.
+/// All fields of an artifact in one line, so that a failed comparison shows the difference.
 inline std::string line(const Artifact& artifact) {
   std::string text = std::string(rawValue(artifact.kind)) + " " + std::string(rawValue(artifact.dataClass)) + " " +
                      std::string(rawValue(artifact.scope)) + " " + std::string(rawValue(artifact.riskLevel)) + " " +
@@ -41,7 +41,7 @@ inline std::vector<std::string> paths(const std::vector<Artifact>& artifacts) {
   return result;
 }
 
-/// The artifact with its id made.
+/// The artifact with its id.
 inline Artifact identified(Artifact artifact) {
   artifact.renewID();
   return artifact;

@@ -12,8 +12,8 @@
 
 namespace quarn {
 
-/// Extensions, receipts and vendor profiles as a test lists them, around one app of "com.example.App". A receipt whose
-/// package begins with "com.example." belongs to that app, one of "com.second." to `secondApp`.
+/// Extensions, receipts and vendor profiles for one app, "com.example.App". A receipt of a package "com.example.…"
+/// belongs to that app, one of "com.second.…" to `secondApp`.
 class KernelExtensionWorld {
  public:
   VendorProfile& profile(const std::string& name, const std::vector<std::string>& paths,
@@ -45,7 +45,7 @@ class KernelExtensionWorld {
   [[nodiscard]] static AppEntity app() { return entity("Example", "com.example.App"); }
   [[nodiscard]] static AppEntity secondApp() { return entity("Second", "com.second.App"); }
 
-  /// How often the receipts were read.
+  /// The number of times that the receipts were read.
   [[nodiscard]] int readings() const { return *readings_; }
 
   [[nodiscard]] KernelExtensionAssociationService service() const {

@@ -115,7 +115,7 @@ TEST(ScanOverlap, EqualTitlesKeepTheOrderOfThePrunedList) {
 
 TEST(ScanOverlap, EqualLengthsKeepTheOrderInWhichTheyWereFound) {
   MacVolume volume;
-  // Equal titles and equal lengths: the group containers come in the order of the entitlements.
+  // Titles and lengths are equal, so the group containers are in the order of the entitlements.
   volume.folder("~/Library/Group Containers/group.a").folder("~/Library/Group Containers/GROUP.A");
   const std::string folder = "/Users/ann/Library/Group Containers/";
   EXPECT_THAT(paths(scan(volume, kExample, {{"group.a", "GROUP.A"}})),

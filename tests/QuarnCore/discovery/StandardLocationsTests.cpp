@@ -21,7 +21,7 @@ const AppEntity kExample{.name = "Example",
                          .bundleURL = FileURL("/Applications/Example.app"),
                          .id = "com.example.App"};
 
-/// One location: what lies there, and what is made of it.
+/// A location: its item and the resulting artifact.
 struct Row {
   std::string path;
   Kind kind;

@@ -198,7 +198,7 @@ TEST(UserHeuristicSearch, DepthZeroAndOneConsiderTheDirectChildrenAlone) {
 }
 
 TEST(UserHeuristicSearch, DepthIsCountedInStandardisedPaths) {
-  // What is there loses its "/private", as the root does; a link that leads nowhere keeps it and lies a level deeper.
+  // Existing items lose "/private", like the root. A dangling link keeps it and is one level deeper.
   MacVolume volume;
   volume.link("/var", "private/var")
       .folder("/private/var/root/Library/Caches/com.example.App")

@@ -63,8 +63,8 @@ TEST(LargestItems, IsEmptyAfterwards) {
   EXPECT_THAT(items.take(), IsEmpty());
 }
 
-// The rule as it is told: look through all that is held for the first smallest one, take it out, append the new one;
-// sort stably at the end.
+// The rule, implemented literally: search all kept values for the first smallest one, remove it, append the new one,
+// and sort stably at the end.
 std::vector<int> slowlyKept(long limit, const std::vector<std::int64_t>& keys) {
   std::vector<std::pair<std::int64_t, int>> held;
   const auto byKey = [](const auto& left, const auto& right) { return left.first < right.first; };

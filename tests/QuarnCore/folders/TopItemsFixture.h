@@ -7,7 +7,7 @@
 
 namespace quarn {
 
-/// A small volume with the service that looks at it.
+/// A small volume and its service.
 class TopItemsVolume : public MacVolume {
  public:
   [[nodiscard]] TopItemsService service() const { return {FileSizeCalculator::live(files()), files()}; }

@@ -106,7 +106,7 @@ TEST(Children, OfSeveralFoldersThrowWhenOneCannotBeListed) {
   EXPECT_EQ(errorOf([&] { (void)service.topFiles(folders, 9, kVisible, kNever); }), EACCES);
 }
 
-// A cancellation that is set while the item of this name is sized.
+// Cancels while the item with this name is sized.
 FileSizeCalculator cancellingAt(const FileManager& files, std::string name, const Cancellation& cancellation) {
   FileSizeCalculator sizes = FileSizeCalculator::live(files);
   sizes.itemSizeExcluding = [=, real = sizes.itemSizeExcluding](const FileURL& at, const auto& excluding,

@@ -14,7 +14,7 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Options = AppInspectionService::Options;
 
-// Something of the app for every phase; groups, files of a receipt and extensions come from the clients.
+// The app has an item for every phase; groups, receipt files and extensions come from the clients.
 void furnish(MacVolume& volume) {
   volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
       .folder("/Applications/Example.app/Contents/Resources/Uninstall Example.pkg")

@@ -63,7 +63,7 @@ const std::vector<std::string> kLocations{"/Users/ann/Library/Caches",
                                           "/Library/Preferences",
                                           "/Library/Application Support"};
 
-// Whether something in one of the locations is meant, and not a location itself, which all apps share.
+// True if a path is inside one of the locations, and not a location itself, which all apps share.
 bool isInsideALocation(const std::string& path) {
   return std::any_of(kLocations.begin(), kLocations.end(),
                      [&](const std::string& location) { return path != location && path::isInside(path, location); });
@@ -171,7 +171,7 @@ TEST_F(HostileApp, ABundleAnywhereIsReportedAsItStands) {
   }
 }
 
-// A name of 300,000 bytes is not gone through once for every item.
+// A name of 300,000 bytes is not scanned again for every item.
 TEST_F(HostileApp, AVeryLongNameIsComparedWithManyItemsAtOnce) {
   for (int i = 0; i < 2'000; ++i) volume_.folder("~/Library/Caches/é" + std::to_string(i));
   AppEntity app = exampleApp();

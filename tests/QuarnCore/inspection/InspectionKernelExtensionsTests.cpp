@@ -9,7 +9,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-// One extension that a receipt lists, which the receipts' phase reports as an ordinary file.
+// An extension in a receipt, which the receipts phase reports as an ordinary file.
 class InspectionKernelExtensions : public testing::Test {
  protected:
   InspectionKernelExtensions() : inspector_(volume_) {

@@ -15,8 +15,8 @@ using Definition = VendorProfile::ArtifactDefinition;
 constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
 const std::string kSource = "\n\nSource: Layer C (Vendor Inspector)";
 
-// The vendor phase reports what a profile says of the app's cache folder, which the standard places report too: as
-// "Cache", explained, with confidence 0.95. Of its bundle they say "App", unexplained, with confidence 1.
+// The vendor phase reports the app's cache folder and its bundle, like the standard locations, which report "Cache"
+// with an explanation and a confidence of 0.95, and "App" without an explanation and a confidence of 1.
 class InspectionMerge : public testing::Test {
  protected:
   InspectionMerge() : inspector_(volume_) {

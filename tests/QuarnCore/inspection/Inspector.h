@@ -9,7 +9,7 @@
 
 namespace quarn {
 
-/// The parts of an inspection of a volume: live ones until a test puts its own in their place.
+/// The parts of an inspection: live clients, unless a test replaces them.
 struct Inspector {
   explicit Inspector(const MacVolume& volume)
       : files(volume.files()),

@@ -26,7 +26,7 @@ std::vector<Artifact> selected(const std::vector<Artifact>& artifacts, Mode mode
 
 bool isSelected(const Artifact& artifact, Mode mode) { return selected({artifact}, mode).size() == 1; }
 
-/// What a mode selects of artifacts that have a URL and are neither shared nor dangerous.
+/// The selection of a mode among artifacts that have a URL and are neither shared nor dangerous.
 struct Row {
   Mode mode;
   bool takesSharedAndDangerous;

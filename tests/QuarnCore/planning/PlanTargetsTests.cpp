@@ -13,7 +13,7 @@ using Kind = ArtifactKind;
 using Operation = RemovalOperationPreview;
 using Type = Operation::Type;
 
-/// The plan for a selection of items, all of one kind unless a test says otherwise.
+/// The plan for a selection of items, all of the same kind by default.
 class PlanTargets : public testing::Test {
  protected:
   void select(Kind kind, const std::vector<std::string>& paths) {

@@ -11,7 +11,7 @@ using ::testing::IsEmpty;
 using Category = StorageCategoryID;
 using Paths = std::vector<std::string>;
 
-// The fixed roots, whether or not anything is there. Written out again, for nothing else would notice a slip in them.
+// The fixed roots, existing or not. Written independently of the code, because no other test would detect an error.
 
 const Paths kApps{"/Applications", "/System/Applications", "/System/Library/CoreServices/Applications",
                   "~/Applications"};

@@ -12,7 +12,7 @@ using ::testing::IsEmpty;
 using Category = StorageCategoryID;
 using Paths = std::vector<std::string>;
 
-// What comes behind the first `count` roots, which are fixed.
+// The roots after the first `count`, which are fixed.
 Paths behind(const Paths& roots, std::size_t count) {
   EXPECT_GE(roots.size(), count);
   return {roots.begin() + static_cast<std::ptrdiff_t>(std::min(count, roots.size())), roots.end()};

@@ -7,7 +7,7 @@
 
 namespace quarn {
 
-/// A small volume with the dashboard that looks at it: no signatures and no vendors unless a test gives some.
+/// A small volume and its dashboard; without signatures and vendors by default.
 class DashboardVolume : public MacVolume {
  public:
   using MacVolume::MacVolume;
@@ -15,7 +15,7 @@ class DashboardVolume : public MacVolume {
   std::vector<StorageSignatureRegistry::Signature> signatures;
   std::vector<VendorProfile> vendors;
 
-  /// A profile of this id whose one artifact is made of these folders.
+  /// A profile with this id and one artifact with these folders.
   void vendor(std::string id, std::vector<std::string> paths) {
     vendors.push_back(
         {.id = std::move(id), .artifacts = {{.kind = ArtifactKind::applicationSupport, .paths = std::move(paths)}}});
@@ -40,7 +40,7 @@ class DashboardVolume : public MacVolume {
   }
   [[nodiscard]] StorageDashboardService dashboard() const { return dashboard(files()); }
 
-  /// What a partitioned scan would walk.
+  /// The scan plan.
   [[nodiscard]] ScanPlan plan() const {
     const FileManager files = this->files();
     const StorageSignatureRegistry registry({1, signatures});
@@ -49,7 +49,7 @@ class DashboardVolume : public MacVolume {
     return makeScanPlan(CategoryRoots(registry, hints, quarantine, files), quarantine,
                         VolumeLocationChecker::live(files), files);
   }
-  /// The logical bytes of each category in which a partitioned scan finds any.
+  /// The non-zero logical bytes of each category in a partitioned scan.
   [[nodiscard]] std::map<StorageCategoryID, std::int64_t> scanned() const {
     std::map<StorageCategoryID, std::int64_t> bytes;
     for (const auto& [category, size] : dashboard().calculatePartitionedCategorySizes({}, Cancellation::never())) {
@@ -58,7 +58,7 @@ class DashboardVolume : public MacVolume {
     return bytes;
   }
 
-  /// The paths of a category's roots, "~" for the home folder.
+  /// The paths of a category's roots, with "~" for the home folder.
   [[nodiscard]] std::vector<std::string> roots(StorageCategoryID category, bool includeDiscovered = true) const {
     return shortened(dashboard().categoryRoots(category, includeDiscovered));
   }

@@ -128,13 +128,13 @@ TEST(MarkerDiscovery, UnreadableFoldersAreWalkedPast) {
   EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared/a", "/Users/Shared/c"));
 }
 
-// Each search root has a budget of its own; the sixty-thousandth item is looked at and the next one is not.
+// Each search root has a separate budget: the search visits the 60,000th item but not the next one.
 TEST(MarkerDiscovery, SixtyThousandItemsOfEachSearchRootAreLookedAt) {
   MacVolume volume;
   volume.file("~/Library/Application Support/a/b/c/d/e/deep");
   volume.file("/Users/Shared/A/marker");
   const std::string bulk = volume.host("~/Library/Application Support/a/b/c/d/e/");
-  // One file with many names: every name is an item.
+  // One file with many hard links; each is an item.
   const std::string first = bulk + "0";
   volume.file("~/Library/Application Support/a/b/c/d/e/0");
   const int before = 6;  // a, b, c, d, e, and "0"; "deep" sorts behind the rest

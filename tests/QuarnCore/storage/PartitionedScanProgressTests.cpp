@@ -95,7 +95,7 @@ TEST(PartitionedScanCancellation, TheTotalsSoFarAreReturned) {
   EXPECT_EQ(result.at(Category::systemData).logicalBytes, 0);
 }
 
-// The lines that an operation writes, without their moment.
+// The log lines of an operation, without their time.
 template <class Operation>
 std::vector<std::string> logged(const MacVolume& volume, const Operation& operation) {
   const std::string path = volume.host("/scan.log");

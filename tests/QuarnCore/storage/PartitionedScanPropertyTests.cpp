@@ -59,7 +59,7 @@ class RandomVolume : public DashboardVolume {
     return path;
   }
 
-  // What stands in the way of a random item stays.
+  // Existing items stay.
   template <class Make>
   static void tryTo(const Make& make) {
     try {
@@ -128,7 +128,7 @@ std::string textOf(const Sizes& sizes) {
   return text;
 }
 
-// What a volume holds, to be looked at when a round fails.
+// The content of a volume, for failure messages.
 std::string listing(const MacVolume& volume, const std::vector<PlainlyScanned>& files) {
   std::string text;
   for (const PlainlyScanned& file : files) {

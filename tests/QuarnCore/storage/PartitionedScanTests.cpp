@@ -13,7 +13,7 @@ using ::testing::Pair;
 using ::testing::UnorderedElementsAre;
 using Category = StorageCategoryID;
 
-// Sizes are powers of two, so that a total tells which files it is made of.
+// Sizes are powers of two, so that a total identifies its files.
 
 TEST(PartitionedScan, EveryCategoryButFreeHasAnEntry) {
   const DashboardVolume volume;
@@ -62,7 +62,7 @@ TEST(PartitionedScan, AnEmptyExtensionInTheDictionaryStandsForNamesWithoutOne) {
   volume.file("~/Documents/none", 1).file("~/Documents/none.", 2).file("~/Documents/a.b", 4);
   volume.file("~/Docs.d/x.y/a.b", 8).file("~/Docs.d/whole/a.b", 16).file("~/Docs.d/none", 32);
   volume.extension("", Category::games);
-  // The roots' own names have no extension either, "Docs.d" aside.
+  // Except "Docs.d", the names of the roots have no extension either.
   EXPECT_THAT(volume.scanned(), ElementsAre(Pair(Category::documents, 8), Pair(Category::games, 1 + 2 + 4 + 16 + 32)));
 }
 

@@ -91,11 +91,11 @@ class PlainScan {
     return innermost;
   }
 
-  // `free` for a file that counts nowhere.
+  // `free` for a file without a category.
   Category categoryOf(const std::string& file) const {
     const Root* root = innermostAround(file, nullptr);
     if (root == nullptr) return Category::free;
-    // The root itself first, then each folder on the way, then the file; a fast root is looked at no further.
+    // First the root itself, then each folder on the path, then the file. Stops at a fast root.
     std::string item = root->real;
     if (isOneItem(item) || item == file) {
       return isExcluded(*root, file) ? Category::free : categoryOfItem(item, *root);

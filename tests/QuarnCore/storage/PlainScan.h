@@ -6,15 +6,15 @@
 
 namespace quarn {
 
-/// A regular file of a volume and the category that it counts to, `free` for none.
+/// A regular file and its category, `free` for none.
 struct PlainlyScanned {
   std::string path;
   SizeInfo size;
   StorageCategoryID category;
 };
 
-/// What a partitioned scan has to find, by a plain reading of its rules: each regular file of the volume is looked at
-/// by itself, and every rule is tried on its whole path. Slow; shares nothing with the scan but the categories' roots.
+/// The expected result of a partitioned scan, by a literal implementation of its rules: tries every rule on the whole
+/// path of every file. Slow. Shares only the roots of the categories with the scan.
 std::vector<PlainlyScanned> plainScan(const DashboardVolume& volume);
 
 }  // namespace quarn

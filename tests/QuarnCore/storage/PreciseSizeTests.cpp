@@ -32,7 +32,7 @@ TEST(InitialOverview, ListsEightEmptyCategoriesInOrderBesideTheVolume) {
                                       Category::games, Category::development, Category::systemData, Category::other));
 }
 
-// A dashboard over the volume with these clients in place of the real ones.
+// A dashboard with these clients instead of the live ones.
 StorageDashboardService dashboard(const DashboardVolume& volume, VolumeInfoClient info, FileSizeCalculator sizes) {
   const FileManager files = volume.files();
   return {std::move(info),
@@ -163,7 +163,7 @@ TEST(PreciseSize, CancelledTheSizeSoFarIsReturned) {
   EXPECT_EQ(size->logicalBytes, 3);
 }
 
-// Writes down how each root is sized, and sizes cloud roots as told.
+// Records how each root is sized; sizes cloud roots with given values.
 struct RecordedSizing {
   std::vector<std::string> calls;
   bool walkFails = false;

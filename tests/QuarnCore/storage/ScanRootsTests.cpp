@@ -116,8 +116,8 @@ TEST(ScanRoots, NestedSystemFoldersStay) {
               ElementsAre("development /usr/local", "systemData! /usr", "documents /Data", "systemData! /Data/sys"));
 }
 
-// Were the mail folder left to the walk of "/Users", nobody would count it: the Library is left out there, and mail is
-// left out of the Library.
+// If the walk of "/Users" had to count the mail folder, nobody would: that walk skips the Library, and the Library
+// skips the mail folder.
 TEST(ScanRoots, AnEnumeratedOneBehindAFastOneStays) {
   DashboardVolume volume;
   volume.folder("~/Library/Mail").folder("~/Pictures").link("~/everybody", "/Users");

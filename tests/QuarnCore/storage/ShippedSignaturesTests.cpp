@@ -65,7 +65,7 @@ TEST(ShippedSignatures, ExtensionsAreExtensions) {
   }
 }
 
-// These would send what lies in every category to one.
+// These would assign items of every category to one.
 TEST(ShippedSignatures, EverydayExtensionsAreLeftToTheirPlaces) {
   const StorageSignatureRegistry registry = shipped();
   const auto categories = registry.packageCategoryByExtension();

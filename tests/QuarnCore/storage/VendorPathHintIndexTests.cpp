@@ -242,7 +242,7 @@ TEST(VendorPathHintIndex, AHintForTheRootAnswersForTheRootAlone) {
   EXPECT_EQ(hintTitle(built, "/c", Category::communication), "");
 }
 
-// A walk through the sorted entries, as the rule has it.
+// A search in the sorted entries, as the rule says.
 std::string slowHint(const std::vector<VendorPathHintIndex::Entry>& entries, const std::string& path) {
   for (const auto& entry : entries) {
     if (path == entry.path || path.starts_with(entry.path + "/")) return entry.hint.artifactTitle;

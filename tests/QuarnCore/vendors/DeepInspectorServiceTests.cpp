@@ -32,7 +32,7 @@ std::vector<Artifact> inspect(const MacVolume& volume, const AppEntity& of,
   return DeepInspectorService(VendorProfileRegistry(profiles), volume.files()).inspect(of, {}, {});
 }
 
-/// One built-in artifact: the item that is there, and what is made of it.
+/// A built-in artifact: its item and the expected result.
 struct Row {
   std::string title;
   std::string path;

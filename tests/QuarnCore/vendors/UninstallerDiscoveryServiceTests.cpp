@@ -146,7 +146,7 @@ TEST(UninstallerDiscovery, TheBundleItselfPassesOnlyWhenItsOwnNameHoldsAToken) {
   MacVolume volume;
   volume.app("/Applications/Example.app").app("/Applications/My Cleaner.app");
   EXPECT_THAT(names(find(volume, appAt("/Applications/Example.app"))), ElementsAre("My Cleaner.app"));
-  // With such a name its executable, inside the bundle, passes too.
+  // With such a name, the executable in the bundle matches too.
   EXPECT_THAT(names(find(volume, appAt("/Applications/My Cleaner.app", "My Cleaner"))),
               ElementsAre("My Cleaner", "My Cleaner.app"));
 }

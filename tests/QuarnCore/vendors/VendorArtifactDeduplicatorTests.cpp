@@ -117,7 +117,7 @@ TEST(VendorArtifactDeduplicator, PathsAreComparedStandardised) {
       << "the folder comes too late when its path is written longer";
 }
 
-// The rule word for word, without anything clever.
+// The rule, implemented literally.
 std::vector<Artifact> slowlyDeduplicated(std::vector<Artifact> artifacts) {
   const auto length = [](const Artifact& artifact) {
     return artifact.urls.empty() ? 0 : Text::characterCount(artifact.urls[0].path());

@@ -16,7 +16,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-// As they would be written down: a folder's URL is known to be one.
+// Expected URLs: a trailing "/" marks a known folder.
 std::vector<std::string> resolved(const MacVolume& volume, const std::vector<std::string>& patterns) {
   std::vector<std::string> found;
   for (const FileURL& url : VendorPathResolver::resolve(patterns, volume.files(), volume.url("~"))) {
@@ -204,7 +204,7 @@ TEST(VendorPathResolver, StarredNamesMatchByCanonicalEquivalence) {
   EXPECT_THAT(resolved(volume, {"/L/E*"}), ElementsAre("/L/Ec/"));
 }
 
-// Each "/*/.." leads back to where it began, once for each folder there: 7 to the power of 40 ways.
+// Each "/*/.." leads back to its start, once for each folder there: 7 to the power of 40 ways.
 TEST(VendorPathResolver, WaysThatMeetInOneFolderAreFollowedOnce) {
   MacVolume volume;
   for (const char* name : {"a", "b", "c", "d", "e", "f", "g"}) volume.folder("/L/" + std::string(name));

@@ -95,7 +95,7 @@ TEST(Wildcard, TheLastPieceNeedOnlyEndTheText) {
   EXPECT_FALSE(matches("a*b", "abc"));
 }
 
-// The usual meaning of a pattern, by trying everything.
+// The meaning of a pattern, by trying all possibilities.
 bool slowlyMatches(std::string_view pattern, std::string_view text) {
   if (pattern.empty()) return text.empty();
   if (pattern.front() != '*') {
@@ -139,7 +139,7 @@ TEST(Wildcard, TenThousandStarsCostNoMoreThanTheirLength) {
   EXPECT_FALSE(matches(alternating, text.substr(0, 9'999)));
 }
 
-// A search that starts again behind every near hit would take hours here.
+// A search that restarts after every partial match would take hours here.
 TEST(Wildcard, LongPatternsThatNearlyMatchEverywhereStayLinear) {
   const std::string text(4'000'000, 'a');
   const std::string nearly(1'000'000, 'a');

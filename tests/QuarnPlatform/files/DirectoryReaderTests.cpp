@@ -37,7 +37,7 @@ std::vector<std::pair<std::string, FileType>> list(DirectoryReader& reader, int 
   return entries;
 }
 
-// Enough entries for several stretches.
+// Enough entries for several batches.
 MacVolume& manyFiles(MacVolume& volume, std::string_view folder, int count) {
   for (int i = 0; i < count; ++i) {
     volume.file(std::string(folder) + "/a file with a rather long name, number " + std::to_string(i));

@@ -17,7 +17,7 @@ namespace {
 using ::testing::Pair;
 using ::testing::UnorderedElementsAre;
 
-// One record as the kernel writes it for a file system that does not know its entries' types.
+// A kernel record of a file system that does not report types.
 std::string recordWithoutType(std::string_view name) {
   const std::size_t length = (offsetof(dirent64, d_name) + name.size() + 1 + 7) / 8 * 8;
   std::string record(length, '\0');

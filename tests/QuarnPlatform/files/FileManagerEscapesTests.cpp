@@ -17,7 +17,7 @@ class FileManagerEscapes : public ::testing::Test {
  protected:
   FileManagerEscapes() {
     outside_.text("/secret/file", "of the host");
-    // As many ".." as lead from anywhere in the volume to the host's root.
+    // More ".." than any path in the volume needs to reach the host's root.
     std::string up;
     for (int i = 0; i < 40; ++i) up += "../";
     secret_ = outside_.root() + "/secret";
@@ -78,7 +78,7 @@ TEST_F(FileManagerEscapes, WhatALinkNamesIsLookedUpInTheVolume) {
   EXPECT_EQ(files.resolvedPath(volume_.url("~/relative")), secret_);
 }
 
-// Paths that are too long for the system.
+// Paths longer than PATH_MAX.
 
 class FileManagerLongPaths : public ::testing::Test {
  protected:

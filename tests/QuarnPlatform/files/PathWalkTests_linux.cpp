@@ -33,7 +33,7 @@ class PathWalk : public ::testing::Test {
     return walkBelow(root_.get(), path, links);
   }
 
-  // Device and inode of what the walk ended at; the errno when it did not end.
+  // The device and inode of the item where the walk ended, or the errno.
   [[nodiscard]] std::string itemAt(const std::string& path, Links links) const {
     const std::optional<WalkedPlace> place = walk(path, links);
     if (!place) return "error " + std::to_string(errno);
@@ -43,7 +43,7 @@ class PathWalk : public ::testing::Test {
     return std::to_string(status.st_dev) + " " + std::to_string(status.st_ino);
   }
 
-  // The same as the system itself answers when it is told to stay inside the root.
+  // The result of the kernel's own lookup inside the root.
   [[nodiscard]] std::string itemBySystem(const std::string& path, Links links) const {
     try {
       const ItemFacts facts = volume_.files().requireFacts(FileURL(path), links);
@@ -91,7 +91,7 @@ TEST_F(PathWalk, AFolderThatMayNotBeSearchedEndsIt) {
   EXPECT_EQ(errno, EACCES);
 }
 
-// Random paths over a tree full of links: whatever the system says of a path, kept inside the root, the walk says too.
+// Random paths in a tree full of links: the walk and the kernel's lookup inside the root have the same results.
 TEST_F(PathWalk, AgreesWithTheSystemOnEveryPath) {
   const std::vector<std::string> names{"a",  "b",    "file", "up",    "here", "root", "out", "absolute",
                                        "..", "loop", ".",    "slash", "none", "long", "a",   "b"};

@@ -10,7 +10,7 @@ namespace {
 
 using nlohmann::json;
 
-/// The path and the problem of a reading that must fail.
+/// The path and the problem of a decoding error.
 template <class Read>
 std::string failureOf(std::string_view text, Read read) {
   const json value = json::parse(text);

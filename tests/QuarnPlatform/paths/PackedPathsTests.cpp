@@ -59,7 +59,8 @@ TEST(PackedPaths, WhatIsBelowIsFoundByComponents) {
   EXPECT_FALSE(paths.contains("b")) << "not listed itself";
 }
 
-// Names of few letters, some of which sort before and some after "/", so that many paths share their beginnings.
+// Names of few letters, some of them before and some after "/" in byte order, so that many paths have common
+// prefixes.
 TEST(PackedPaths, AnswerAsASetOfTextsDoes) {
   std::mt19937 random(7);
   const auto path = [&] {

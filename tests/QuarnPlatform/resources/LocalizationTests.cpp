@@ -17,7 +17,7 @@
 namespace quarn {
 namespace {
 
-// Every sentence that the library shows to users, to the letter, typographic quotes and apostrophes too.
+// All texts that the library shows to users, with typographic quotes and apostrophes.
 // clang-format off
 constexpr std::array kSentences = {
     "Cache data: rebuilt by the app and usually safe to remove.",
@@ -101,7 +101,7 @@ constexpr const char* kCatalogue = R"({
   "version" : "1.0"
 })";
 
-/// The process-wide sentences are put back to English after each test.
+/// Resets the process-wide texts to English after each test.
 class Localization : public testing::Test {
  protected:
   ~Localization() override { useLocalization("", ResourceBundle("")); }
@@ -256,10 +256,10 @@ TEST_F(Localization, CountsHaveNoGroups) {
   EXPECT_EQ(localizedCount("%ld", -5), "-5");
 }
 
-/// Where the shipped catalogue lies in the sources.
+/// The path of the catalogue in the sources.
 std::string shippedFolder() { return projectFolder() / "QuarnCore/resources"; }
 
-/// The conversions of a format in their order: "%@", "%ld".
+/// The conversions of a format, in order: "%@", "%ld".
 std::vector<std::string> conversions(const std::string& format) {
   std::vector<std::string> found;
   for (std::size_t at = format.find('%'); at != std::string::npos; at = format.find('%', at + 1)) {

@@ -19,7 +19,7 @@ struct Row {
   const char* folded;
 };
 
-/// Invisible characters, marks and look-alikes are spelled out, so that the table reads the same in every editor.
+/// Invisible characters, marks and look-alikes are escaped, so that the table looks the same in every editor.
 void expectFolded(const std::vector<Row>& rows, const Locale& locale = kRoot) {
   for (const Row& row : rows) EXPECT_EQ(Text::folded(row.input, locale), row.folded) << row.input;
 }
@@ -28,7 +28,7 @@ void expectUnchanged(const std::vector<const char*>& texts) {
   for (const char* text : texts) EXPECT_EQ(Text::folded(text, kRoot), text) << text;
 }
 
-/// UTF-8 by the definition, not by the code under test.
+/// Encodes UTF-8 independently of the code under test.
 std::string utf8(char32_t scalar) {
   const auto byte = [scalar](int shift, unsigned mark) {
     const auto bits = static_cast<std::uint32_t>(scalar) >> shift;
@@ -167,12 +167,12 @@ TEST(TextFolding, TheLimitLiesBetweenTheTwoHalvesOfCyrillicSupplement) {
 }
 
 TEST(TextFolding, KeptMarksComeInCanonicalOrder) {
-  // Dagesh (class 21) stands before qamats (class 18) on the keyboard, behind it in canonical order.
+  // Dagesh (class 21) precedes qamats (class 18) on the keyboard and follows it in canonical order.
   expectFolded({{"\u05DE\u05BC\u05B8", "\u05DE\u05B8\u05BC"},
                 {"\u05DE\u05B8\u05BC", "\u05DE\u05B8\u05BC"},
-                // Equal classes keep their order: U+0301 goes, U+0302 and U+0300 stay as they stand.
+                // Marks of equal classes keep their order: U+0301 is removed, U+0302 and U+0300 stay in place.
                 {"\u4E2D\u0301\u0302\u0300", "\u4E2D\u0302\u0300"},
-                // A mark of class zero (a variation selector) is no mark to sort over.
+                // Marks are not sorted across a mark of class zero (a variation selector).
                 {"\u05DE\u05BC\uFE0F\u05B8", "\u05DE\u05BC\uFE0F\u05B8"}});
 }
 

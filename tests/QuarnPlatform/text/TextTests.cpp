@@ -18,7 +18,7 @@ int compared(std::string_view left, std::string_view right, const char* locale =
   return sign(Text::localizedCaseInsensitiveCompare(left, right, Locale(locale)));
 }
 
-/// Every earlier text stands before every later one, in both directions of the question.
+/// Checks that every earlier text precedes every later one, in both directions.
 void expectAscending(const std::vector<std::string>& texts, const char* locale = "") {
   for (std::size_t i = 0; i < texts.size(); ++i) {
     for (std::size_t j = i + 1; j < texts.size(); ++j) {

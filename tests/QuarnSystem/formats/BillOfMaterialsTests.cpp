@@ -242,7 +242,7 @@ TEST(BillOfMaterials, ABillWithTooManyPathBytesIsRefused) {
   EXPECT_EQ(readBillOfMaterials(bill(std::size_t{1} << 20U)), std::nullopt);
 }
 
-/// A bill of raw blocks, numbered from 1: sound but for what a test puts in.
+/// A bill of raw blocks, numbered from 1; valid except for the fields that a test sets.
 struct RawBill {
   std::vector<std::string> blocks;
   std::string variables = bigEndian(1, 4) + bigEndian(1, 4) + "\x05Paths";
@@ -283,7 +283,7 @@ std::string node(bool isLeaf, std::uint32_t next, const std::vector<std::pair<st
 std::string info(std::uint32_t id, std::uint32_t record) { return bigEndian(id, 4) + bigEndian(record, 4); }
 std::string key(std::uint32_t parent, const std::string& name) { return bigEndian(parent, 4) + name + bigEndian(0, 1); }
 
-/// Blocks 1 to 6: tree, its only leaf, a record, two entries' blocks: "a" at the top, and a key without an entry.
+/// Blocks 1 to 6: the tree, its only leaf, a record, the two blocks of the entry "a", and a key without an entry.
 RawBill soundRawBill() {
   return {
       .blocks = {tree(2, 1), node(true, 0, {{4, 5}}), BomBuilder().fileRecord(), info(7, 3), key(0, "a"), key(0, "b")}};
@@ -417,7 +417,7 @@ TEST(BillOfMaterialsDamage, BlocksOutsideTheFileAreNotRead) {
   EXPECT_THAT(paths(0, 0), ElementsAre("a"));
 }
 
-/// The sound bill's entry and a second, "b", each in a leaf of its own: blocks 2 and 7, with blocks 8 and 6 for "b".
+/// The entry of the valid bill and another one, "b", in separate leaves: blocks 2 and 7, with blocks 8 and 6 for "b".
 RawBill twoLeaves(std::uint32_t root, std::uint32_t firstNext, std::uint32_t secondNext) {
   auto bill = soundRawBill();
   bill.blocks[0] = tree(root, 2);

@@ -18,7 +18,7 @@ constexpr std::uint32_t kDirectoryMagic = 0xFADE0C02;
 constexpr std::uint32_t kXmlMagic = 0xFADE7171;
 constexpr std::uint32_t kDerMagic = 0xFADE7172;
 
-/// A signature with a directory whose fields a test spells out: identifier at `identifierOffset`, team at `teamOffset`.
+/// A signature with a raw directory: the identifier is at `identifierOffset`, the team at `teamOffset`.
 std::string signatureWithDirectory(std::uint32_t version, std::uint32_t identifierOffset, std::uint32_t teamOffset,
                                    const std::string& rest) {
   const std::string content = bigEndian(version, 4) + bigEndian(0, 8) + bigEndian(identifierOffset, 4) +

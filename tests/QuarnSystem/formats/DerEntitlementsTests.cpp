@@ -17,12 +17,12 @@ using sample::DerForm;
 using sample::PlistArray;
 using sample::PlistDictionary;
 
-/// An element with a length of the long form, four bytes of it.
+/// An element with a long-form length of four bytes.
 std::string element(unsigned tag, const std::string& content) {
   return bigEndian(tag, 1) + "\x84" + bigEndian(content.size(), 4) + content;
 }
 
-/// A list of one key, "k", with the element as its value, in today's wrapper.
+/// A list with the key "k" and the element as its value, in the current wrapper.
 std::string listOf(const std::string& value) {
   const std::string dictionary = element(0xB0, element(0x30, element(0x0C, "k") + value));
   return element(0x70, std::string("\x02\x01\x01", 3) + dictionary);

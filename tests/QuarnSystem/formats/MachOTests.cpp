@@ -22,7 +22,7 @@ using sample::universalMachO;
 
 std::vector<MachOSlice> slicesOf(const std::string& bytes) { return machOSlices(ByteSource::over(bytes)); }
 
-/// The bytes that a slice's load command points to.
+/// The bytes that the load command of a slice points to.
 std::string signatureOf(const std::string& bytes, const MachOSlice& slice) {
   const auto source = ByteSource::over(bytes);
   const auto range = codeSignatureRange(source, slice);
@@ -192,7 +192,7 @@ TEST(MachO, InconsistentLoadCommandsGiveNoSignature) {
   EXPECT_EQ(thinSignature(program(2, 0xFFFFFFFF, other + command(0x1D, 16, place(190, 10)))), "none");
 }
 
-/// A program that is far larger than what it shows of itself.
+/// A program that is much larger than the part that the source returns.
 struct HugeProgram {
   std::string start = machO(sample::kArm64, "signature");
   std::size_t bytesRead = 0;

@@ -27,7 +27,7 @@ std::string repeated(const std::string& text, std::size_t count) {
   return result;
 }
 
-/// A binary list of raw objects, sound but for what a test changes.
+/// A binary list of raw objects; valid except for the fields that a test sets.
 struct RawList {
   std::vector<std::string> objects;
   std::size_t offsetWidth = 4;
@@ -51,7 +51,7 @@ struct RawList {
   }
 };
 
-/// Whether the list is read. Whatever it is, the guards must have let through exactly what the library reads.
+/// True if the list is accepted. Also checks that the guards and the library agree.
 bool isRead(const std::string& bytes) {
   const bool isBinary = bytes.starts_with("bplist");
   const bool isSafe = isBinary ? isSafeBinaryPropertyList(bytes) : !safeXmlPropertyList(bytes).empty();
@@ -67,7 +67,7 @@ std::string references(std::initializer_list<std::uint64_t> indexes, std::size_t
   return result;
 }
 
-/// A marker with its count as an integer of four bytes behind it.
+/// A marker followed by its count as a four-byte integer.
 std::string counted(unsigned type, std::uint64_t count) {
   return bigEndian(type << 4U | 0xFU, 1) + "\x12" + bigEndian(count, 4);
 }

@@ -18,7 +18,7 @@
 namespace quarn {
 namespace {
 
-/// Python, whose standard library reads and writes property lists, with a way to spell any list as one line of text.
+/// A Python script that can print any property list as one line of text.
 constexpr std::string_view kPrologue = R"(
 import plistlib, random, struct, sys
 from datetime import datetime, timedelta
@@ -37,7 +37,7 @@ def spelled(value):
     return '{' + ','.join(key.encode().hex() + ':' + spelled(v) for key, v in value.items()) + '}'
 )";
 
-/// Writes random lists, each in both forms: its spelling, the number of bytes, the bytes.
+/// Writes random lists in both forms: the line of text, the number of bytes, the bytes.
 constexpr std::string_view kWriter = R"(
 random.seed(20010101)
 LETTERS = ' abcXYZ019.-_/&<>"\'' + '\u00e9\u00df\u0301\u65e5\u672c\U0001f600'
@@ -67,7 +67,7 @@ constexpr std::string_view kReader = R"(
 print(spelled(plistlib.load(sys.stdin.buffer)), end='')
 )";
 
-/// A folder of its own for a script and its input, gone at the end.
+/// A temporary folder for a script and its input.
 class PythonScript {
  public:
   explicit PythonScript(std::string_view body) {
@@ -79,7 +79,7 @@ class PythonScript {
   PythonScript(const PythonScript&) = delete;
   PythonScript& operator=(const PythonScript&) = delete;
 
-  /// What the script writes when it reads `input`; fails the test when the script fails.
+  /// The output of the script for `input`. Fails the test if the script fails.
   [[nodiscard]] std::string output(const std::string& input) const {
     std::ofstream(folder_ / "input", std::ios::binary) << input;
     const std::string command =

@@ -9,8 +9,8 @@
 namespace quarn {
 namespace {
 
-// The page stands in a frame of the screen's width; the page around it looks at it from outside, so nothing in it
-// changes.
+// The page is in a frame of the screen's width. The outer page inspects it from outside, so that the page itself
+// stays unchanged.
 constexpr std::string_view kProbe = R"JS(
 window.pwned = 0;
 function luminance(c) {
@@ -103,7 +103,7 @@ std::string decoded(std::string_view base64) {
 nlohmann::json lookedAt(const std::string& page, const Screen& screen, bool keepPolicy) {
   MacVolume folder;
   folder.text("/page.html", framed(keepPolicy ? page : withoutPolicy(page), screen)).folder("/profile");
-  // Headless chromium as root asks for the sandbox to be off; nothing that it is shown comes from elsewhere.
+  // As root, headless chromium requires --no-sandbox. It only loads our own pages.
   const CommandRun run =
       runProgram("/usr/bin/chromium",
                  {"--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",

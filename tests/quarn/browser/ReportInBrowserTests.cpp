@@ -17,7 +17,7 @@ std::string reportOf(const std::string& folder, std::vector<std::string> app) {
   return runQuarn(words).out;
 }
 
-/// What must hold of every report, whatever is on the volume.
+/// The requirements for every report.
 void expectGoodPage(const json& seen) {
   EXPECT_EQ(seen["pwned"], 0);
   EXPECT_EQ(seen["handlers"], json::array());
@@ -55,7 +55,7 @@ TEST(ReportInBrowser, IsReadableWideAndNarrowLightAndDark) {
   }
 }
 
-// Each name tries to get out of the text that it stands in, in its own way.
+// Each name tries another way to break out of its text.
 const std::vector<std::string>& hostileNames() {
   static const std::vector<std::string> names{
       "<script>parent.pwned=1</script>",

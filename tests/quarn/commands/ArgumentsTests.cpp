@@ -21,7 +21,7 @@ TEST(Arguments, ARepeatedOptionKeepsAllValuesAndTheLastOneCounts) {
   EXPECT_EQ(arguments.positionals, (std::vector<std::string>{"App"}));
 }
 
-/// The words of an option on the command line.
+/// An option with its argument as words of a command line.
 std::vector<std::string> wordsOf(const OptionRow& option) {
   std::vector<std::string> words{std::string(option.name)};
   if (option.argument.empty()) return words;
@@ -29,7 +29,7 @@ std::vector<std::string> wordsOf(const OptionRow& option) {
   return words;
 }
 
-/// What the sentence of a refusal is; empty for words that are taken.
+/// The message of the usage error; empty if the words are accepted.
 std::string refusal(const std::vector<std::string>& words) {
   try {
     parseArguments(words);
@@ -39,7 +39,7 @@ std::string refusal(const std::vector<std::string>& words) {
   return "";
 }
 
-/// A command's name with one word for each thing it has to have.
+/// The name of a command and its required positionals.
 std::vector<std::string> leastWords(const CommandRow& command) {
   std::vector<std::string> words{std::string(command.name)};
   for (const PositionalRow& row : command.positionals) {

@@ -10,7 +10,7 @@
 #include "tests/support/GoldenFile.h"
 #include "tests/support/ProjectFolder.h"
 
-// docs/commands is made from the table of commands: QUARN_UPDATE_GOLDEN=1 in the environment writes it.
+// docs/commands is generated from the table of commands. QUARN_UPDATE_GOLDEN=1 in the environment writes it.
 
 namespace quarn {
 namespace {

@@ -42,7 +42,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
   return result;
 }
 
-// Of two variables with one name programs take the first.
+// If a variable is set twice, programs use the first one.
 std::vector<std::string> environmentWith(const std::vector<std::string>& added) {
   std::vector<std::string> variables = added;
   for (const char* usual : {"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root"})
@@ -50,7 +50,7 @@ std::vector<std::string> environmentWith(const std::vector<std::string>& added) 
   return variables;
 }
 
-// Writes the input and reads both outputs as they come, so that no side waits for the other.
+// Writes the input and reads both outputs at the same time, so that no side blocks.
 void exchange(Pipe& in, Pipe& out, Pipe& err, std::string_view input, CommandRun& run) {
   std::array<char, 65536> buffer{};
   while (out.ends[0] >= 0 || err.ends[0] >= 0) {
@@ -121,7 +121,7 @@ CommandRun runOnTerminal(const std::string& program, const std::vector<std::stri
   if (child < 0) throw std::runtime_error("no terminal for " + program);
   CommandRun run;
   std::array<char, 65536> buffer{};
-  // A terminal whose last program has ended answers with an error.
+  // After the last program has closed the terminal, reading fails.
   for (ssize_t got = 1; got > 0;) {
     got = ::read(terminal, buffer.data(), buffer.size());
     if (got > 0) run.out.append(buffer.data(), static_cast<std::size_t>(got));

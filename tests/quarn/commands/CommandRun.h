@@ -6,15 +6,15 @@
 
 namespace quarn {
 
-/// What one run of the built command gave.
+/// The result of a run.
 struct CommandRun {
   int exitCode = -1;  ///< 128 and the signal's number when a signal ended it
   std::string out;
   std::string err;
 };
 
-/// Runs the built command with these words, in an environment of its own ("LC_ALL=C", no colours asked for) to which
-/// `environment` ("NO_COLOR=1") is added; outputs are pipes, `input` is its standard input.
+/// Runs the built command in a clean environment ("LC_ALL=C", no colours) plus `environment` ("NO_COLOR=1"). The
+/// outputs are pipes; `input` is standard input.
 CommandRun runQuarn(const std::vector<std::string>& words, std::string_view input = "",
                     const std::vector<std::string>& environment = {});
 
@@ -22,14 +22,14 @@ CommandRun runQuarn(const std::vector<std::string>& words, std::string_view inpu
 CommandRun runProgram(const std::string& program, const std::vector<std::string>& words, std::string_view input = "",
                       const std::vector<std::string>& environment = {});
 
-/// The same as `runQuarn` on the sample volume, which is written once for the process, with ann's home.
+/// `runQuarn` on the sample volume with the home folder of ann. The volume is written once per process.
 CommandRun runOnSample(std::vector<std::string> words, std::string_view input = "");
 
-/// Runs a program with both outputs on a terminal of that many columns; `out` holds what appears on it.
+/// Runs a program with both outputs on a terminal of that many columns; `out` holds the terminal's output.
 CommandRun runOnTerminal(const std::string& program, const std::vector<std::string>& words, unsigned short columns,
                          const std::vector<std::string>& environment = {});
 
-/// The sample volume's folder on the host.
+/// The host folder of the sample volume.
 const std::string& sampleFolder();
 
 }  // namespace quarn

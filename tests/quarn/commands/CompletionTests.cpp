@@ -16,8 +16,7 @@ using testing::UnorderedElementsAre;
 
 using Words = std::vector<std::string>;
 
-/// A shell that is asked for what it would complete, with the script that the command prints for it. The words are
-/// those of the line, the last one unfinished.
+/// A shell with the command's completion script. The words are those of a command line, the last one incomplete.
 struct Shell {
   std::string_view name;
   Words (*complete)(const std::string& script, const Words& line);
@@ -52,7 +51,7 @@ Words completeInBash(const std::string& script, const Words& line) {
 }
 
 Words completeInZsh(const std::string& script, const Words& line) {
-  // The shell's own functions for showing choices need a terminal; these print and filter what they are given.
+  // The shell's functions that display choices need a terminal. These replacements filter and print their arguments.
   Words words{"-f", "-c",
               "compadd() { shift; for w; do [[ $w == $PREFIX* ]] && print -r -- $w; done; return 0 }\n"
               "_describe() { local -a all; all=(${(P)2}); compadd -- ${all%%:*} }\n"

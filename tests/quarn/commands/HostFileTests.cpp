@@ -138,7 +138,7 @@ TEST_F(HostFile, ADeviceIsWrittenToAndStaysADevice) {
   EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
 }
 
-/// A limit below which the process cannot let a file grow, as a full disk is one.
+/// Limits the file size of the process, to simulate a full disk.
 class FileSizeLimit {
  public:
   explicit FileSizeLimit(rlim_t bytes) {

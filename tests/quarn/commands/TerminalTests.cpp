@@ -13,7 +13,7 @@
 #include "quarn/terminal/TerminalText.h"
 #include "tests/quarn/commands/CommandRun.h"
 
-// The command as people see it, on a terminal.
+// The command on a terminal.
 
 namespace quarn {
 namespace {
@@ -92,14 +92,14 @@ TEST(OnATerminal, ADocumentHasNoColoursAndIsNeverCut) {
   EXPECT_THAT(run.out, HasSubstr("Adobe%20Photoshop%202026/Adobe%20Photoshop%202026.app"));
 }
 
-// Ctrl-C, as far as the work hears of it.
+// Simulates Ctrl-C.
 void interrupt(CommandContext& context) {
   const Cancellation cancellation = context.cancellation();
   ::kill(::getpid(), SIGINT);
   while (!cancellation.isCancelled()) std::this_thread::yield();
 }
 
-// Shows an empty list under these words, with both outputs on standard error, interrupts it before and ends.
+// Prints an empty list with these arguments and both outputs on standard error, after an interrupt, and exits.
 [[noreturn]] void showInterruptedList(const std::vector<std::string>& words) {
   ::dup2(STDERR_FILENO, STDOUT_FILENO);
   CommandContext context(parseArguments(words));

@@ -15,7 +15,7 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
-/// A folder or file that does not let itself be read, and the commands that come by there.
+/// An unreadable folder or file, and the commands that meet it.
 struct Case {
   std::string closed;
   std::vector<std::string> words;

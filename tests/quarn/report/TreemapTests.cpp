@@ -21,8 +21,8 @@ double overlapOf(const TreemapTile& left, const TreemapTile& right) {
   return width > 0 && height > 0 ? width * height : 0;
 }
 
-/// What holds of every layout: each tile's area is its weight's share, none leaves the area, none lies on another, and
-/// together they fill it.
+/// The invariants of every layout: areas are in proportion to the weights, tiles are inside the area, do not overlap
+/// and fill it.
 void expectLayout(const std::vector<double>& weights) {
   double sum = 0;
   std::size_t positive = 0;

@@ -52,7 +52,7 @@ class BinderTest : public testing::Test {
     return binder_.call(name, &value, context_);
   }
 
-  /// The error of a call that must have one.
+  /// The error of a call that must fail.
   RPCError errorOf(const std::string& name, std::string_view params) {
     try {
       ADD_FAILURE() << "no error, but " << call(name, params).dump();
@@ -62,7 +62,7 @@ class BinderTest : public testing::Test {
     return {};
   }
 
-  /// The path that a refused param is named by.
+  /// The path in the error for a refused param.
   std::string paramOf(const std::string& name, std::string_view params) {
     const RPCError error = errorOf(name, params);
     EXPECT_EQ(error.code, RPCErrorCode::badParam) << error.message;

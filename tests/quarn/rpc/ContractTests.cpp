@@ -7,8 +7,8 @@
 namespace quarn {
 namespace {
 
-// A change of methods, params, results, records or errors changes what clients may send and get. Whoever makes one sees
-// it here first and rewrites the file knowingly: with QUARN_UPDATE_GOLDEN=1.
+// A change of methods, params, results, records or errors changes the contract with clients. It fails here first;
+// update the file deliberately with QUARN_UPDATE_GOLDEN=1.
 TEST(Contract, TheInterfaceMatchesTheGoldenFile) {
   EXPECT_TRUE(isGolden(projectFolder() / "tests/quarn/rpc/contract.json", describeInterface() + "\n"));
 }

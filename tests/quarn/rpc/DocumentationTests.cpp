@@ -15,8 +15,8 @@
 #include "tests/support/GoldenFile.h"
 #include "tests/support/ProjectFolder.h"
 
-// docs/rpc.md is the contract that shells are written from: its tables are those of the code, and what its
-// conversations show is what comes back. QUARN_UPDATE_GOLDEN=1 in the environment writes the tables.
+// docs/rpc.md is the contract for clients. Its tables match the code, and its conversations show real responses.
+// QUARN_UPDATE_GOLDEN=1 in the environment writes the tables.
 
 namespace quarn {
 namespace {
@@ -102,7 +102,7 @@ constexpr std::array kTables{Table{"methods", &methodsTable}, Table{"notificatio
                              Table{"records", &recordsTable}, Table{"enumerations", &enumerationsTable},
                              Table{"errors", &errorsTable}};
 
-/// The page with each table put between its two marks.
+/// The page with all tables inserted between their marks.
 std::string withTables(std::string page) {
   const ordered_json interface = ordered_json::parse(describeInterface());
   for (const Table& table : kTables) {
@@ -120,7 +120,7 @@ TEST(RPCPage, HoldsTheTablesOfTheInterface) { EXPECT_TRUE(isGolden(kPage, withTa
 
 // ---- the conversations
 
-/// Lines sent and lines that come back, "> " and "< " before each.
+/// The lines sent ("> ") and received ("< ").
 std::vector<std::string> conversation() {
   std::vector<std::string> lines;
   std::istringstream page(contentOf(kPage));

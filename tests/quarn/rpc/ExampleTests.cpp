@@ -24,7 +24,7 @@ struct Example {
   std::string file;  ///< in examples/
 };
 
-/// What a failing test and the list of tests call it.
+/// The name in the output of tests.
 void PrintTo(const Example& example, std::ostream* out) { *out << example.name; }
 
 struct Output {
@@ -34,7 +34,7 @@ struct Output {
 
 std::string quoted(const std::string& word) { return "'" + word + "'"; }
 
-/// Runs the example with these words; what it prints, errors too.
+/// Runs the example and returns its output, including errors.
 Output run(const Example& example, const std::vector<std::string>& words) {
   std::string command = example.interpreter + " " + quoted((projectFolder() / "examples" / example.file).string());
   for (const std::string& word : words) command += " " + quoted(word);

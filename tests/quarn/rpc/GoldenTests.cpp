@@ -19,8 +19,8 @@
 #include "tests/support/GoldenFile.h"
 #include "tests/support/ProjectFolder.h"
 
-// One file a method: the request and all that is answered to it on the sample volume, with small resources of the
-// tests' own. A request is written by hand; QUARN_UPDATE_GOLDEN=1 in the environment writes the answers.
+// One file per method: a request, and all output for it on the sample volume with small test resources. Write
+// requests by hand; QUARN_UPDATE_GOLDEN=1 in the environment writes the responses.
 
 namespace quarn {
 namespace {

@@ -13,7 +13,7 @@ using testing::ElementsAre;
 
 constexpr std::size_t kLongest = 10;
 
-/// A pipe whose writing end is the test's, piece by piece.
+/// A pipe that the test writes piece by piece.
 class LineReaderTest : public testing::Test {
  protected:
   LineReaderTest() {
@@ -29,7 +29,7 @@ class LineReaderTest : public testing::Test {
 
   [[nodiscard]] int reading() const { return reading_.get(); }
 
-  /// Everything that the reader says about the bytes, one read a piece.
+  /// All results of the reader, with one read per piece.
   std::vector<std::string> read(std::initializer_list<std::string_view> pieces) {
     LineReader reader(reading_.get(), kLongest);
     std::vector<std::string> seen;

@@ -44,7 +44,7 @@ const json kInspection = {{"app", kApp},
                           {"artifacts", json::array({kArtifact})},
                           {"inspectedAt", "2026-11-20T21:23:05Z"}};
 
-/// A value of the type that a param's name in the table stands for.
+/// A value of the type of a param in the table.
 json valueOf(std::string_view type) {
   static const std::map<std::string_view, json> kValues{
       {"AppEntity", kApp},
@@ -93,7 +93,7 @@ class Methods : public testing::Test {
     return binder_.call(std::string(method), &params, context_);
   }
 
-  /// The place at which the params are refused; "" when they are not.
+  /// The path of the refused param; "" if the params are accepted.
   std::string refusedAt(std::string_view method, const json& params) {
     try {
       (void)call(method, params);

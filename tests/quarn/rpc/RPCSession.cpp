@@ -13,7 +13,7 @@
 namespace quarn {
 namespace {
 
-/// Far beyond what anything here takes: only a server that hangs gets there.
+/// Much longer than any test takes; only reached if the server hangs.
 constexpr std::chrono::seconds kPatience{100};
 
 struct Pipe {

@@ -14,11 +14,11 @@
 
 namespace quarn {
 
-/// A server on a thread of its own, spoken to over pipes as a shell does: lines in, lines out. What it answers is
-/// collected at once, so that neither side waits for the other. Fails the test instead of waiting for ever.
+/// A server on another thread, connected through pipes like a client: lines in, lines out. Reads the responses at
+/// once, so that neither side blocks. Fails the test instead of waiting forever.
 class RPCSession {
  public:
-  /// What is served: input and output descriptor to exit status.
+  /// The server: takes the input and output descriptors and returns the exit status.
   using Server = std::function<int(int, int)>;
 
   explicit RPCSession(Server server);
@@ -27,23 +27,23 @@ class RPCSession {
   RPCSession(const RPCSession&) = delete;
   RPCSession& operator=(const RPCSession&) = delete;
 
-  /// Sends a line; the "\n" is added.
+  /// Sends a line; adds "\n".
   RPCSession& send(std::string_view line);
-  /// Sends bytes as they are.
+  /// Sends raw bytes.
   RPCSession& sendBytes(std::string_view bytes);
-  /// Sends as much as the server takes without waiting; how much that was.
+  /// Sends as much as possible without blocking; returns the number of bytes.
   std::size_t sendWithoutWaiting(std::string_view bytes);
 
-  /// The next line that the server writes, without its "\n".
+  /// The next line from the server, without "\n".
   std::string receive();
   /// Sends a line and receives one.
   std::string ask(std::string_view line) { return send(line).receive(); }
 
-  /// Ends the input; what the server still writes, line by line.
+  /// Ends the input and returns the remaining lines.
   std::vector<std::string> finish();
-  /// Stops reading what the server writes, as a shell that ends does.
+  /// Closes the output of the server, as a client that exits does.
   void stopListening();
-  /// The server's exit status, once it has ended.
+  /// The exit status of the server, after it has ended.
   int status();
 
  private:

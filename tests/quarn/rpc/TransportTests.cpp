@@ -24,7 +24,7 @@ using testing::StartsWith;
 constexpr std::string_view kNoRequest = R"({"jsonrpc":"2.0","id":null,"error":{"code":-32600,)";
 constexpr std::string_view kNoJSON = R"({"jsonrpc":"2.0","id":null,"error":{"code":-32700,)";
 
-/// Operations that show what the transport does with any.
+/// Operations that show the behaviour of the transport.
 class Operations {
  public:
   ordered_json run(const std::string& method, const json* params, const RequestContext& context) {
@@ -89,7 +89,7 @@ class Transport : public testing::Test {
   static std::string cancel(std::string_view id) {
     return R"({"jsonrpc":"2.0","method":"$/cancelRequest","params":{"id":)" + std::string(id) + "}}";
   }
-  /// The answer to "count", which counts the requests that ran: after anything bad the next request works.
+  /// Checks that the next request works, with "count", which counts the requests that ran.
   void expectNextRequestWorks() {
     EXPECT_THAT(ask(request("\"next\"", "count")), StartsWith(R"({"jsonrpc":"2.0","id":"next","result":)"));
   }
@@ -212,7 +212,7 @@ TEST_F(Transport, ALineOf64MiBIsAcceptedAndALongerOneIsRefused) {
 }
 
 TEST_F(Transport, ALineOfFourMillionValuesIsAcceptedAndOneMoreIsRefused) {
-  // The request's own: the object, three of its members, the params' object and array.
+  // The values of the request itself: the object, three members, the object of params and the array.
   const auto withValues = [](std::size_t count) {
     std::string line = R"({"jsonrpc":"2.0","id":1,"method":"count","params":{"a":[0)";
     line.reserve(line.size() + count * 2);
@@ -304,7 +304,7 @@ TEST_F(Transport, ACancelledRunningRequestReturnsItsPartialResult) {
   EXPECT_EQ(session_.receive(), R"({"jsonrpc":"2.0","id":1,"result":"what there was"})");
 }
 
-// The running request is cancelled last: it ends when everything before that has been read.
+// The running request is cancelled last, so it ends when everything before has been read.
 
 TEST_F(Transport, AWaitingRequestIsRefusedWhenItsTurnComes) {
   session_.send(request("1", "untilCancelled"));
@@ -369,7 +369,7 @@ TEST_F(TransportOfShortLines, TheQueueIsBoundedAndLosesNothing) {
   constexpr int kRequests = 4'000;
   for (int count = 0; count < kRequests; ++count) lines += request("2", "count") + "\n";
   const std::size_t sent = session_.sendWithoutWaiting(lines);
-  // A pipe holds 64 KiB, the reader one chunk of as much, the queue four lines.
+  // A pipe holds 64 KiB, the reader one chunk of the same size, the queue four lines.
   EXPECT_LT(sent, std::size_t{140'000});
   operations_.release();
   session_.sendBytes(std::string_view(lines).substr(sent));

@@ -31,12 +31,12 @@ std::string bytesOf(const std::string& hostPath) {
   return bytes;
 }
 
-// A host folder that is taken away with everything in it.
+// A temporary host folder.
 class SampleVolume : public ::testing::Test {
  protected:
   [[nodiscard]] std::string place(const std::string& name) const { return folder_.root() + "/" + name; }
 
-  // The error of writing there; 0 when it works.
+  // The errno of writing a sample volume there; 0 on success.
   static int errorOfWriting(const std::string& folder) {
     try {
       (void)writeSampleVolume(folder);
@@ -50,7 +50,7 @@ class SampleVolume : public ::testing::Test {
   MacVolume folder_;
 };
 
-// One volume for the tests that only look at it, written into an empty folder.
+// One volume for all tests that only read it, written into an empty folder.
 class WrittenSampleVolume : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -80,7 +80,7 @@ class WrittenSampleVolume : public ::testing::Test {
   static inline SampleSummary summary_;
 };
 
-// What can be told of every item: type, mode, length, time, link target.
+// The properties of every item: type, mode, length, time, link target.
 std::map<std::string, std::string> inventory(const std::string& root) {
   std::map<std::string, std::string> items;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
@@ -135,7 +135,7 @@ TEST_F(SampleVolume, AnUnwritableEmptyFolderStaysEmpty) {
   EXPECT_TRUE(fs::is_empty(place("closed")));
 }
 
-// No file may grow beyond a limit that the volume's largest ones pass: writing fails half-way.
+// Limits the file size below that of the largest files, so that writing fails half-way.
 class FileSizeLimit {
  public:
   FileSizeLimit() : before_(std::signal(SIGXFSZ, SIG_IGN)) {
@@ -243,7 +243,7 @@ TEST_F(WrittenSampleVolume, AtLeastTwentyFiveAppsAreInAppFolders) {
   EXPECT_GE(summary_.apps, bundles - 1);  // the vendor's uninstaller beside its app is no app of the table
 }
 
-// Every location that the searches know is there for some app.
+// Some app has items in every location of the searches.
 TEST_F(WrittenSampleVolume, SomeAppHasItemsInEveryStandardLocation) {
   // clang-format off
   constexpr std::array<const char*, 26> kPaths{
@@ -269,7 +269,7 @@ TEST_F(WrittenSampleVolume, SomeAppHasItemsInEveryStandardLocation) {
       "~/Library/Application Support/Adobe",
       "~/Library/Application Support/Microsoft",
       "~/Library/Group Containers/9KXQ2T7WBA.shared-store",
-      // found by resemblance
+      // found by similar names
       "~/Library/Application Support/com.lumenworks.notes.thumbnailer",
       "~/Library/Caches/LumenNotes",
       "~/Library/Logs/Lum\u00E9n Notes",

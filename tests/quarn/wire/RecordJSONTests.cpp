@@ -28,7 +28,7 @@ Value read(std::string_view text) {
   return fromJSON<Value>(JSONDecoder(value));
 }
 
-/// The place that a value is refused at; "" when it is not refused.
+/// The path at which a value is refused; "" if it is accepted.
 template <class Value>
 std::string refusedAt(const json& value) {
   try {
@@ -49,8 +49,8 @@ const RecordDescription& descriptionOf(std::string_view name) {
   return *std::find_if(kAll.begin(), kAll.end(), [&](const auto& record) { return record.name == name; });
 }
 
-/// The record stands as this text, to the byte, and the text is read as the record. The description lists the text's
-/// members; each of them is refused by its name when its type is wrong, and when it is left out but required.
+/// Checks that the record encodes to exactly this text and decodes from it. Also checks that the description lists
+/// the members, and that decoding names a member that has a wrong type or is required and missing.
 template <class Record>
 void expectForm(const Record& record, const std::string& text) {
   EXPECT_EQ(toJSON(record).dump(), text);
