@@ -32,7 +32,7 @@ TEST(AppBundleArtifact, IsTheSameForEveryApp) {
                              .title = "App"})));
 }
 
-TEST(AppBundleArtifact, IsMadeWhetherOrNotAnythingIsThere) {
+TEST(AppBundleArtifact, IsReportedEvenIfItDoesNotExist) {
   const MacVolume volume;
   EXPECT_EQ(appBundleArtifact(appAt("/Applications/Gone.app"), volume.files()).urls.front().path(),
             "/Applications/Gone.app");
@@ -96,7 +96,7 @@ TEST(GroupContainers, WithoutGroupsThereAreNone) {
   EXPECT_THAT(groupContainerArtifacts({}, volume.files()), IsEmpty());
 }
 
-TEST(GroupContainers, AGroupThatNamesNothingInsideTheFolderIsNone) {
+TEST(GroupContainers, AGroupThatNamesNothingInsideTheFolderIsIgnored) {
   MacVolume volume;
   volume.folder("~/Library/Group Containers/g").folder("~/Library/Caches").file("~/secret");
   EXPECT_THAT(groupContainerArtifacts({{"", ".", "..", "../Caches", "g/..", "g/../../Caches", "/", "//", "g/.",

@@ -61,7 +61,7 @@ TEST(ArtifactScanner, WithSizesAbsentTheResultIsInTitleOrder) {
                           "Application Support (Example)", "Cache", "Logs", "Preferences"));
 }
 
-TEST(ArtifactScanner, TheLargestAllocationComesFirstAndTitlesDecideAmongEquals) {
+TEST(ArtifactScanner, ArtifactsAreSortedByAllocatedSizeThenByTitle) {
   MacVolume volume;
   volume.app("/Applications/Example.app")
       .file("~/Library/Caches/com.example.App/a", 64_KiB)
@@ -102,7 +102,7 @@ TEST(ArtifactScannerDeathTest, SizesThatOverflowEndTheProgram) {
   EXPECT_DEATH((void)scanner.scan(kExample, {}, sized), "overflowed");
 }
 
-TEST(ArtifactScanner, EachOptionAddsItsOwnFindsAndNoOthers) {
+TEST(ArtifactScanner, EachOptionAddsOnlyItsOwnArtifacts) {
   MacVolume volume;
   volume.folder("~/Library/Caches/com.example.App")
       .folder("/Library/Caches/com.example.App")

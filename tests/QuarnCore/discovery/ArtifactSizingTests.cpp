@@ -48,7 +48,7 @@ TEST(ArtifactSizing, ASizeThatIsThereAlreadyIsKept) {
   EXPECT_EQ(sized(made, volume), (SizeInfo{0, 7}));
 }
 
-TEST(ArtifactSizing, MissingItemsAddNothingAndAreNotAskedFor) {
+TEST(ArtifactSizing, MissingItemsAddNothingAndAreNotSized) {
   MacVolume volume;
   volume.file("~/a").link("~/dangling", "nowhere");
   std::vector<std::string> asked;
@@ -67,7 +67,7 @@ TEST(ArtifactSizing, AnArtifactOfMissingItemsOrOfNoneHasTheSizeZero) {
   EXPECT_EQ(sized(artifact(volume, {}), volume), (SizeInfo{0, 0}));
 }
 
-TEST(ArtifactSizing, HiddenItemsAreLeftOutButNotAHiddenItemAskedFor) {
+TEST(ArtifactSizing, HiddenItemsAreSkippedExceptTheItemItself) {
   MacVolume volume;
   volume.file("~/folder/seen", 4_KiB).file("~/folder/.hidden", 4_KiB).file("~/.asked", 8_KiB);
   EXPECT_EQ(sized(artifact(volume, {"~/folder"}), volume), (SizeInfo{4_KiB, 4_KiB}));

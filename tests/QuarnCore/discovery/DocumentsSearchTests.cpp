@@ -42,7 +42,7 @@ Artifact find(const std::string& path, const std::string& title, double confiden
        .explanation = "Possible game saves/config in Documents. Not selected automatically; review carefully."});
 }
 
-TEST(DocumentsSearch, AFindIsACompleteRecord) {
+TEST(DocumentsSearch, AResultIsACompleteRecord) {
   MacVolume volume;
   volume.folder("~/Documents/Games/Example App").folder("~/Documents/My Example App Saves");
   const std::string documents = "/Users/ann/Documents/";
@@ -113,13 +113,13 @@ TEST(DocumentsSearch, APackageIsAFolderTooAndNotEntered) {
   EXPECT_THAT(found(volume, kExample), ElementsAre("Documents: Example App.bundle"));
 }
 
-TEST(DocumentsSearch, HiddenFoldersAreLeftOut) {
+TEST(DocumentsSearch, HiddenFoldersAreSkipped) {
   MacVolume volume;
   volume.folder("~/Documents/.Example App/Example App");
   EXPECT_THAT(found(volume, kExample), IsEmpty());
 }
 
-TEST(DocumentsSearch, DepthZeroAndOneConsiderTheDirectChildrenAlone) {
+TEST(DocumentsSearch, DepthZeroAndOneConsiderOnlyDirectChildren) {
   MacVolume volume;
   volume.folder("~/Documents/a/b/Example App").folder("~/Documents/a/Example App").folder("~/Documents/Example App");
   const std::vector<std::pair<long, std::size_t>> rows{
@@ -128,7 +128,7 @@ TEST(DocumentsSearch, DepthZeroAndOneConsiderTheDirectChildrenAlone) {
   for (const auto& [depth, count] : rows) EXPECT_EQ(found(volume, kExample, depth).size(), count) << depth;
 }
 
-TEST(DocumentsSearch, FindsComeInTheOrderOfTheWalkUntilTheLimit) {
+TEST(DocumentsSearch, ResultsAreInWalkOrderUpToTheLimit) {
   MacVolume volume;
   for (const char* name : {"c Example App", "a Example App/Example App", "B Example App"}) {
     volume.folder(std::string("~/Documents/") + name);
@@ -145,7 +145,7 @@ TEST(DocumentsSearch, FindsComeInTheOrderOfTheWalkUntilTheLimit) {
   }
 }
 
-TEST(DocumentsSearch, AFindIsTheResolvedFolderUnderItsOwnNameWhenItLiesOutsideTheDocumentsFolder) {
+TEST(DocumentsSearch, AResultOutsideTheDocumentsFolderIsTheResolvedFolder) {
   MacVolume volume;
   volume.folder("/Volumes/Data/ann/Documents/Games/Example App").link("/Users/eve", "/Volumes/Data/ann");
   const std::vector<Artifact> finds = search(volume.files().withHome(FileURL("/Users/eve")), kExample);
@@ -160,7 +160,7 @@ TEST(DocumentsSearch, ADocumentsFolderThatIsALinkOrMissingContributesNothing) {
   EXPECT_THAT(found(volume, kExample), IsEmpty());
 }
 
-TEST(DocumentsSearch, AnUnreadableFolderIsFoundAndTheWalkGoesOn) {
+TEST(DocumentsSearch, AnUnreadableFolderIsFoundAndTheWalkContinues) {
   MacVolume volume;
   volume.folder("~/Documents/a Example App/Example App")
       .mode("~/Documents/a Example App", 0000)

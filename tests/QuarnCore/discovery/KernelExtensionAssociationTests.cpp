@@ -128,7 +128,7 @@ TEST(KernelExtensionAssociation, ManyAreKeyedByTheExtensionsPath) {
                           Pair(kSecond, byReceipt(world.secondApp(), "com.second.pkg"))));
 }
 
-TEST(KernelExtensionAssociation, AnOperationReadsTheReceiptsOnceHoweverManyExtensionsAndAppsItHas) {
+TEST(KernelExtensionAssociation, AnOperationReadsTheReceiptsOnce) {
   KernelExtensionWorld world;
   std::vector<KernelExtensionInfo> extensions;
   std::vector<AppEntity> apps(5, world.app());

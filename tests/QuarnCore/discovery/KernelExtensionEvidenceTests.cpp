@@ -98,14 +98,14 @@ TEST(KernelExtensionArtifacts, WithoutEvidenceAnExtensionIsSkippedAndTheOrderIsT
               ElementsAre("/Library/Extensions/Z.kext", "/Library/Extensions/A.kext"));
 }
 
-TEST(KernelExtensionArtifacts, AProfileOfAnotherAppsVendorIsNoEvidence) {
+TEST(KernelExtensionArtifacts, AProfileOfAnotherVendorIsNotEvidence) {
   KernelExtensionWorld world;
   world.profile("Other Corp", {kDriver}, "com.other.App");
   world.install(kDriver);
   EXPECT_THAT(world.service().kernelExtensionArtifacts(world.app(), false), IsEmpty());
 }
 
-TEST(KernelExtensionArtifacts, TheSystemsOwnAreConsideredOnlyWhenAskedFor) {
+TEST(KernelExtensionArtifacts, SystemExtensionsAreConsideredOnlyOnRequest) {
   KernelExtensionWorld world;
   world.profile("Example Corp", {"/System/Library/Extensions/*.kext"});
   world.installSystems("/System/Library/Extensions/Apple.kext");

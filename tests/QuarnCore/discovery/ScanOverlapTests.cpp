@@ -51,7 +51,7 @@ TEST(ScanOverlap, NameAndIdentifierThatAreTheSameFolderAreListedOnceByTheName) {
   EXPECT_EQ(found[1].confidence, 0.7);
 }
 
-TEST(ScanOverlap, AFindInsideTheAppsSupportFolderIsDropped) {
+TEST(ScanOverlap, AResultInsideTheAppsSupportFolderIsDropped) {
   MacVolume volume;
   volume.folder("~/Library/Application Support/Example/com.example.App.data")
       .folder("~/Library/Application Support/Other/com.example.App.data");
@@ -86,7 +86,7 @@ TEST(ScanOverlap, AnArtifactThatIsCoveredWhollyIsDropped) {
   EXPECT_THAT(titles(scan(volume, app("Example", "com.example.App", "/Users/ann/Library"))), ElementsAre("App"));
 }
 
-TEST(ScanOverlap, ShorterPathsComeFirstWhateverWasFoundFirst) {
+TEST(ScanOverlap, ShorterPathsTakePrecedence) {
   MacVolume volume;
   volume.folder("~/Library/Application Support/Adobe/com.adobe.x");
   EXPECT_THAT(titles(scan(volume, app("Adobe/com.adobe.x", "com.adobe.x"))), ElementsAre("Adobe (Shared)", "App"));

@@ -27,7 +27,7 @@ class SharedVendorFolders : public testing::Test {
   MacVolume volume_;
 };
 
-TEST_F(SharedVendorFolders, EachIsFoundAsItsRowSaysAndAdobeComesFirst) {
+TEST_F(SharedVendorFolders, EachIsFoundAsInTheTableAndAdobeIsFirst) {
   volume_.folder("~/Library/Application Support/Adobe").folder("~/Library/Application Support/Microsoft");
   const auto folder = [](const std::string& vendor) {
     return line(identified({.kind = ArtifactKind::applicationSupport,
@@ -53,7 +53,7 @@ TEST_F(SharedVendorFolders, AnAppNamedAfterAdobeHasItOnlyWhenItExists) {
   EXPECT_THAT(found("Adobe Reader", std::nullopt), ElementsAre(kAdobe));
 }
 
-TEST_F(SharedVendorFolders, AnAppIsTheVendorsByItsNormalisedNameOrIdentifier) {
+TEST_F(SharedVendorFolders, AnAppBelongsToAVendorByNormalisedNameOrIdentifier) {
   volume_.folder("~/Library/Application Support/Adobe").folder("~/Library/Application Support/Microsoft");
   struct Row {
     std::string name;

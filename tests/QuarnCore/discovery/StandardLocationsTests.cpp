@@ -67,7 +67,7 @@ const std::vector<Row> kSystemRows{
 };
 // clang-format on
 
-TEST(StandardLocations, EachUserLocationIsFoundAsItsRowSays) {
+TEST(StandardLocations, EachUserLocationIsFoundAsInTheTable) {
   ASSERT_EQ(kUserRows.size(), 11U);
   for (std::size_t i = 0; i < kUserRows.size(); ++i) {
     MacVolume volume;
@@ -79,7 +79,7 @@ TEST(StandardLocations, EachUserLocationIsFoundAsItsRowSays) {
   }
 }
 
-TEST(StandardLocations, EachSystemLocationIsFoundAsItsRowSays) {
+TEST(StandardLocations, EachSystemLocationIsFoundAsInTheTable) {
   ASSERT_EQ(kSystemRows.size(), 5U);
   for (std::size_t i = 0; i < kSystemRows.size(); ++i) {
     MacVolume volume;
@@ -107,7 +107,7 @@ TEST(StandardLocations, AllOfThemAreFoundInTheOrderOfTheTables) {
   EXPECT_EQ(titles(systemLocationArtifacts(kExample, volume.files())), systemTitles);
 }
 
-TEST(StandardLocations, AFolderIsKnownToBeOneAndALinkToOneIsNot) {
+TEST(StandardLocations, AFolderIsMarkedAsAFolderAndALinkIsNot) {
   MacVolume volume;
   volume.folder("~/Library/Logs/com.example.App")
       .folder("~/elsewhere")
@@ -119,7 +119,7 @@ TEST(StandardLocations, AFolderIsKnownToBeOneAndALinkToOneIsNot) {
   EXPECT_EQ(found[1].urls[0].path(), "/Users/ann/Library/Containers/com.example.App");
 }
 
-TEST(StandardLocations, ADanglingLinkIsNothing) {
+TEST(StandardLocations, ADanglingLinkIsIgnored) {
   MacVolume volume;
   volume.link("~/Library/Caches/com.example.App", "nowhere")
       .link("~/Library/Logs/com.example.App", "com.example.App")
@@ -128,7 +128,7 @@ TEST(StandardLocations, ADanglingLinkIsNothing) {
   EXPECT_THAT(systemLocationArtifacts(kExample, volume.files()), IsEmpty());
 }
 
-TEST(StandardLocations, AnAppWithoutBundleIdentifierHasNothingThereNotEvenByItsName) {
+TEST(StandardLocations, AnAppWithoutBundleIdentifierHasNoStandardLocations) {
   MacVolume volume;
   for (const Row& row : kUserRows) volume.file(row.path);
   for (const Row& row : kSystemRows) volume.file(row.path);
@@ -162,7 +162,7 @@ TEST(StandardLocations, PropertyListsOfOneFolderAreOneArtifactInListingOrder) {
   EXPECT_EQ(found[0].id, Artifact::makeID(Kind::preferences, Scope::user, found[0].urls));
 }
 
-TEST(StandardLocations, AFolderOrLinkNamedLikeAPropertyListIsTakenToo) {
+TEST(StandardLocations, AFolderOrLinkWithTheNameOfAPropertyListIsIncluded) {
   MacVolume volume;
   volume.folder("/Library/Preferences/com.example.App.plist")
       .link("/Library/Preferences/com.example.App.x.plist", "nowhere");
@@ -171,7 +171,7 @@ TEST(StandardLocations, AFolderOrLinkNamedLikeAPropertyListIsTakenToo) {
       ElementsAre("/Library/Preferences/com.example.App.plist", "/Library/Preferences/com.example.App.x.plist"));
 }
 
-TEST(StandardLocations, AHiddenPropertyListIsTakenToo) {
+TEST(StandardLocations, AHiddenPropertyListIsIncluded) {
   MacVolume volume;
   volume.file("~/Library/Preferences/.example.plist");
   AppEntity app = kExample;

@@ -27,7 +27,7 @@ std::vector<Artifact> search(const MacVolume& volume, const AppEntity& of, long 
   return scanner.systemHeuristicSearch(of, maxDepth, maxResults);
 }
 
-TEST(SystemHeuristicSearch, EachRootGivesItsFindsTheirKindClassAndRisk) {
+TEST(SystemHeuristicSearch, EachRootDeterminesKindClassAndRisk) {
   struct Row {
     std::string root;
     Kind kind;
@@ -73,7 +73,7 @@ TEST(SystemHeuristicSearch, TheNameIsNotUsed) {
   EXPECT_THAT(search(volume, kExample), IsEmpty());
 }
 
-TEST(SystemHeuristicSearch, EveryFindHasTheSameConfidence) {
+TEST(SystemHeuristicSearch, EveryResultHasTheSameConfidence) {
   MacVolume volume;
   for (const char* name : {"com.example.App", "x com.example.App y", "COM.EXÄMPLE.APP"}) {
     volume.folder(std::string("/Library/Caches/") + name);
@@ -99,7 +99,7 @@ TEST(SystemHeuristicSearch, LimitsAreThoseOfTheUsersSearch) {
                           "Heuristic (System): com.example.App.1"));
 }
 
-TEST(SystemHeuristicSearch, HiddenItemsPackageContentsAndLinkedRootsAreLeftOut) {
+TEST(SystemHeuristicSearch, HiddenItemsPackageContentsAndLinkedRootsAreSkipped) {
   MacVolume volume;
   volume.folder("/Library/Application Support/.com.example.App")
       .folder("/Library/Application Support/Other.app/com.example.App")

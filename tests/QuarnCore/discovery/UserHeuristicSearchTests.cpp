@@ -33,7 +33,7 @@ std::vector<Artifact> search(const MacVolume& volume, const AppEntity& of, long 
   return scanner.userHeuristicSearch(of, maxDepth, maxResults);
 }
 
-TEST(UserHeuristicSearch, EachRootGivesItsFindsTheirKindClassAndRisk) {
+TEST(UserHeuristicSearch, EachRootDeterminesKindClassAndRisk) {
   struct Row {
     std::string root;
     Kind kind;
@@ -66,7 +66,7 @@ TEST(UserHeuristicSearch, EachRootGivesItsFindsTheirKindClassAndRisk) {
   EXPECT_EQ(lines(search(volume, kExample)), expected);
 }
 
-TEST(UserHeuristicSearch, ConfidenceIsThatOfTheFirstRuleThatHolds) {
+TEST(UserHeuristicSearch, TheFirstMatchingRuleDeterminesTheConfidence) {
   const std::vector<std::pair<std::string, double>> rows{
       {"com.example.App", 0.55},
       {"COM.EXAMPLE.APP", 0.55},
@@ -139,7 +139,7 @@ TEST(UserHeuristicSearch, TheBundleKeyIsNormalisedLikeTheItems) {
   EXPECT_THAT(search(volume, app("Tiny", "com.My Company.my-app")).size(), 2U);
 }
 
-TEST(UserHeuristicSearch, ABundleIdentifierWithoutAKeyIsNone) {
+TEST(UserHeuristicSearch, ABundleIdentifierWithoutAKeyIsIgnored) {
   MacVolume volume;
   volume.folder("~/Library/Caches/Example App").folder("~/Library/Caches/Other");
   EXPECT_THAT(search(volume, app("Tiny", "- _")), IsEmpty());
@@ -165,7 +165,7 @@ TEST(UserHeuristicSearch, FilesAndLinksAreFoundAndLinksAreNotFollowed) {
                           "Heuristic: com.example.App.log"));
 }
 
-TEST(UserHeuristicSearch, FindsComeInTheOrderOfTheWalk) {
+TEST(UserHeuristicSearch, ResultsAreInWalkOrder) {
   MacVolume volume;
   for (const char* name : {"com.example.App b", "a/com.example.App", "com.example.App b/com.example.App.x",
                            "0 com.example.App", "a/z/com.example.App", "c"}) {
@@ -177,7 +177,7 @@ TEST(UserHeuristicSearch, FindsComeInTheOrderOfTheWalk) {
                           root + "com.example.App b", root + "com.example.App b/com.example.App.x"));
 }
 
-TEST(UserHeuristicSearch, DepthZeroAndOneConsiderTheDirectChildrenAlone) {
+TEST(UserHeuristicSearch, DepthZeroAndOneConsiderOnlyDirectChildren) {
   MacVolume volume;
   volume.folder("~/Library/Caches/com.example.App 1/com.example.App 2/com.example.App 3")
       .folder("~/Library/Logs/other/com.example.App 2");
@@ -237,7 +237,7 @@ TEST(UserHeuristicSearch, TheLimitCountsAcrossRoots) {
   }
 }
 
-TEST(UserHeuristicSearch, HiddenItemsAndWhatTheyHoldAreLeftOut) {
+TEST(UserHeuristicSearch, HiddenItemsAndTheirContentAreSkipped) {
   MacVolume volume;
   volume.folder("~/Library/Caches/.com.example.App/com.example.App").file("~/Library/Logs/.com.example.App.log");
   EXPECT_THAT(search(volume, kExample), IsEmpty());
@@ -269,7 +269,7 @@ TEST(UserHeuristicSearch, ARootThatIsMissingAFileOrALinkContributesNothing) {
   EXPECT_THAT(paths(search(volume, kExample)), ElementsAre("/Users/ann/Library/HTTPStorages/com.example.App"));
 }
 
-TEST(UserHeuristicSearch, AnUnreadableFolderIsFoundAndTheWalkGoesOn) {
+TEST(UserHeuristicSearch, AnUnreadableFolderIsFoundAndTheWalkContinues) {
   MacVolume volume;
   volume.folder("~/Library/Caches/com.example.App a/com.example.App.inside")
       .mode("~/Library/Caches/com.example.App a", 0000)
@@ -283,7 +283,7 @@ TEST(UserHeuristicSearch, AnUnreadableFolderIsFoundAndTheWalkGoesOn) {
       ElementsAre("Heuristic: com.example.App a", "Heuristic: com.example.App b", "Heuristic: com.example.App"));
 }
 
-TEST(UserHeuristicSearch, NamesThatAreNotUTF8AreFoundByWhatCanBeRead) {
+TEST(UserHeuristicSearch, NamesThatAreNotUTF8AreFoundByTheirValidPart) {
   MacVolume volume;
   volume.folder("~/Library/Caches/\xFF\x1B[31m com.example.App");
   EXPECT_THAT(titles(search(volume, kExample)), ElementsAre("Heuristic: \xFF\x1B[31m com.example.App"));

@@ -39,7 +39,7 @@ TEST(CloudSummary, APlaceholderIsOnlyInTheCloud) {
   EXPECT_EQ(summary(volume, {"/c"}), expected(0, 1'000'000, 1'000'000));
 }
 
-TEST(CloudSummary, TheShareIsTakenFileByFile) {
+TEST(CloudSummary, TheCloudShareIsComputedPerFile) {
   TopItemsVolume volume;
   volume.file("/c/small", 1).sparse("/c/placeholder", 4'095);
   EXPECT_EQ(summary(volume, {"/c"}), expected(4'096, 4'096, 4'095))
@@ -99,7 +99,7 @@ TEST(CloudSummary, PackagesCountWholeOnDemandWithoutTheirHiddenParts) {
   EXPECT_EQ(summary(volume, {"/c/P.app"}).logicalBytes, 1) << "a package that is a root is walked";
 }
 
-TEST(CloudSummary, WhatCannotBeReadIsLeftOut) {
+TEST(CloudSummary, UnreadableItemsAreSkipped) {
   TopItemsVolume volume;
   volume.sparse("/c/closed/a", 1).mode("/c/closed", 0000).folder("/c/P.app").mode("/c/P.app", 0000).sparse("/c/b", 2);
   const UnprivilegedUser user;

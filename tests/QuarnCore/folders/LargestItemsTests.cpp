@@ -18,15 +18,15 @@ std::vector<int> kept(long limit, const std::vector<std::int64_t>& keys) {
   return items.take();
 }
 
-TEST(LargestItems, ComeLargestFirst) { EXPECT_THAT(kept(3, {1, 5, 3, 4, 2}), ElementsAre(1, 3, 2)); }
+TEST(LargestItems, AreSortedLargestFirst) { EXPECT_THAT(kept(3, {1, 5, 3, 4, 2}), ElementsAre(1, 3, 2)); }
 
 TEST(LargestItems, EqualKeysKeepTheOrderInWhichTheyWereFound) {
   EXPECT_THAT(kept(5, {7, 7, 9, 7, 9}), ElementsAre(2, 4, 0, 1, 3));
 }
 
-TEST(LargestItems, OnlyAStrictlyGreaterKeyTakesAPlace) { EXPECT_THAT(kept(2, {5, 5, 5, 5}), ElementsAre(0, 1)); }
+TEST(LargestItems, OnlyAStrictlyLargerKeyReplacesAValue) { EXPECT_THAT(kept(2, {5, 5, 5, 5}), ElementsAre(0, 1)); }
 
-TEST(LargestItems, OfEqualSmallestTheFirstFoundGoes) {
+TEST(LargestItems, OfEqualSmallestKeysTheFirstIsReplaced) {
   EXPECT_THAT(kept(3, {5, 5, 5, 6}), ElementsAre(3, 1, 2));
   EXPECT_THAT(kept(3, {5, 5, 5, 6, 6}), ElementsAre(3, 4, 2));
   EXPECT_THAT(kept(2, {5, 5, 6, 6, 7}), ElementsAre(4, 3)) << "what takes a place counts as found when it was";
@@ -46,7 +46,7 @@ TEST(LargestItems, AHugeLimitCostsNothing) {
 
 TEST(LargestItems, KeysMayBeZeroOrNegative) { EXPECT_THAT(kept(2, {0, -5, 0, -1}), ElementsAre(0, 2)); }
 
-TEST(LargestItems, TellsWhatItWouldKeep) {
+TEST(LargestItems, ReportsWhetherAKeyWouldBeKept) {
   LargestItems<int> items(2);
   EXPECT_TRUE(items.wouldKeep(-1));
   items.add(5, 0);

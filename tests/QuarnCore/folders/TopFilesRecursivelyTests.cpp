@@ -42,7 +42,7 @@ TEST(TopFilesRecursively, WithoutAPositiveLimitTheDiskIsNotTouched) {
   EXPECT_EQ(report->count(), 0u) << "the unreadable root was not even looked at";
 }
 
-TEST(TopFilesRecursively, AHugeLimitIsNoSizeOfAnything) {
+TEST(TopFilesRecursively, AHugeLimitTakesNoMemory) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 1);
   EXPECT_THAT(names(found(volume, {"/f"}, {.limit = 1'000'000'000, .maxDepth = kMost, .maxVisited = kMost})),
@@ -50,7 +50,7 @@ TEST(TopFilesRecursively, AHugeLimitIsNoSizeOfAnything) {
   EXPECT_THAT(names(found(volume, {"/f"}, {.limit = kMost, .maxDepth = kMost, .maxVisited = kMost})), ElementsAre("a"));
 }
 
-TEST(TopFilesRecursively, DepthOneIsWhatLiesDirectlyInARootAndDepthZeroIsNothing) {
+TEST(TopFilesRecursively, DepthOneIsTheDirectEntriesAndDepthZeroIsNothing) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 1).sparse("/f/b/c", 2).sparse("/f/b/d/e", 4).sparse("/f/P.app/x", 8);
   const auto upTo = [&](long depth) {
@@ -117,7 +117,7 @@ TEST(TopFilesRecursively, ItemsThatAreTooDeepAreVisitsToo) {
   EXPECT_THAT(within(4), ElementsAre("z")) << "what lies below the folder that is too deep is not visited";
 }
 
-TEST(TopFilesRecursively, HiddenItemsAreFoundOnDemandAndAreNoVisitsOtherwise) {
+TEST(TopFilesRecursively, HiddenItemsAreFoundOnRequestAndOtherwiseNotVisited) {
   TopItemsVolume volume;
   volume.sparse("/f/.a", 1).sparse("/f/.b/c", 2).sparse("/f/d", 4);
   EXPECT_THAT(names(found(volume, {"/f"}, {.limit = 9, .maxDepth = 9, .maxVisited = 1})), ElementsAre("d"));
@@ -208,7 +208,7 @@ TEST(TopFilesRecursively, SparseFilesRankByTheirLengthUnlessAllocationIsPreferre
   EXPECT_EQ(found(volume, {"/f"})[0].size, (SizeInfo{.allocatedBytes = 0, .logicalBytes = 1'000'000}));
 }
 
-TEST(TopFilesRecursively, WithPreferredAllocationTheAllocatedCountAloneRanks) {
+TEST(TopFilesRecursively, WithPreferredAllocationOnlyTheAllocatedSizeRanks) {
   TopItemsVolume volume;
   volume.file("/f/half", 8'192).file("/f/full", 12'288);
   ASSERT_EQ(::truncate(volume.host("/f/half").c_str(), 1'000'000), 0);
@@ -248,7 +248,7 @@ TEST(TopFilesRecursively, CancelledBeforeARootNothingMoreIsSearched) {
   EXPECT_THAT(volume.service().topFilesRecursively(volume.urls({"/f"}), kAll, cancellation), IsEmpty());
 }
 
-TEST(TopFilesRecursively, CancelledOnTheWayWhatIsHeldIsReturned) {
+TEST(TopFilesRecursively, CancellationReturnsThePartialResult) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 1).folder("/f/b.app").sparse("/f/c", 4).sparse("/g/d", 8);
   const Cancellation cancellation;
@@ -264,7 +264,7 @@ TEST(TopFilesRecursively, CancelledOnTheWayWhatIsHeldIsReturned) {
       ElementsAre("b.app", "a"));
 }
 
-TEST(TopFilesRecursively, NamesAndUrlsSurviveWhateverTheyHold) {
+TEST(TopFilesRecursively, NamesAndUrlsSurviveAnyBytes) {
   TopItemsVolume volume;
   volume.sparse("/f/\xFF\n", 1).chain("/deep", 1'200, "folder");
   std::string deep = "/deep";

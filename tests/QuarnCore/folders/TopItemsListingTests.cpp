@@ -65,7 +65,7 @@ TEST(Children, OfALinkToAFolderAreTheFoldersUnderTheLinksName) {
               ElementsAre("/link/a 0 4"));
 }
 
-TEST(Children, OfWhatCannotBeListedThrow) {
+TEST(Children, OfAnUnreadableFolderThrow) {
   TopItemsVolume volume;
   volume.file("/f/a").folder("/closed").mode("/closed", 0000);
   const TopItemsService service = volume.service();
@@ -78,7 +78,7 @@ TEST(Children, OfWhatCannotBeListedThrow) {
   EXPECT_EQ(errorOf([&] { (void)service.topFiles(volume.url("/f/a"), 1, kVisible, kNever); }), ENOTDIR);
 }
 
-TEST(Children, OneThatCannotBeSizedIsLeftOut) {
+TEST(Children, AnItemThatCannotBeSizedIsSkipped) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 4).sparse("/f/closed/b", 8).mode("/f/closed", 0000).sparse("/f/half/c", 16);
   volume.sparse("/f/half/closed/d", 32).mode("/f/half/closed", 0000);
@@ -87,7 +87,7 @@ TEST(Children, OneThatCannotBeSizedIsLeftOut) {
               ElementsAre("/f/a 0 4", "/f/half 0 16"));
 }
 
-TEST(Children, OfSeveralFoldersComeFolderByFolder) {
+TEST(Children, OfSeveralFoldersAreListedFolderByFolder) {
   TopItemsVolume volume;
   volume.sparse("/f/b", 1).sparse("/g/a", 2);
   EXPECT_THAT(names(volume.service().children(volume.urls({"/f", "/missing", "/g", "/f"}), kSlow, kVisible, kNever)),
@@ -117,7 +117,7 @@ FileSizeCalculator cancellingAt(const FileManager& files, std::string name, cons
   return sizes;
 }
 
-TEST(Children, CancelledWhatWasGatheredIsReturned) {
+TEST(Children, CancellationReturnsThePartialResult) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 1).sparse("/f/b", 2).sparse("/f/c", 4);
   for (const bool files : {false, true}) {
@@ -193,7 +193,7 @@ TEST(TopFiles, OfAMissingFolderAreNone) {
   EXPECT_THAT(volume.service().topFiles(volume.url("/missing"), 9, kVisible, kNever), IsEmpty());
 }
 
-TEST(TopFiles, APackageThatCannotBeSizedIsLeftOut) {
+TEST(TopFiles, APackageThatCannotBeSizedIsSkipped) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 1).folder("/f/P.app").mode("/f/P.app", 0000);
   const UnprivilegedUser user;
@@ -219,7 +219,7 @@ TEST(SizedItems, AreTheGivenItemsThemselves) {
               ElementsAre("P.app", "f"));
 }
 
-TEST(SizedItems, MissingOnesAndDanglingLinksAreSkippedAndOtherLinksHoldNothing) {
+TEST(SizedItems, MissingItemsAndDanglingLinksAreSkippedAndOtherLinksAreEmpty) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 1).link("/dangling", "nowhere").link("/link", "/f");
   const auto urls = volume.urls({"/missing", "/dangling", "/link", "/f/a"});
@@ -235,7 +235,7 @@ TEST(SizedItems, WithoutSlowSizingFoldersAreSkipped) {
               ElementsAre("a"));
 }
 
-TEST(SizedItems, AHiddenItemThatIsAskedForCountsButNotTheHiddenOnesInIt) {
+TEST(SizedItems, AHiddenItemCountsButNotTheHiddenItemsInIt) {
   TopItemsVolume volume;
   volume.sparse("/.f/a", 1).sparse("/.f/.b", 2);
   EXPECT_THAT(lines(volume.service().sizedItems(volume.urls({"/.f"}), 9, kSlow, kVisible, kNever)),
@@ -252,7 +252,7 @@ TEST(SizedItems, UnreadableOnesAreSkipped) {
               ElementsAre("f"));
 }
 
-TEST(SizedItems, EqualOnesKeepTheGivenOrderAndRepeatedOnesStay) {
+TEST(SizedItems, EqualItemsKeepTheirOrderAndRepetitionsStay) {
   TopItemsVolume volume;
   volume.sparse("/a", 1).sparse("/b", 1);
   EXPECT_THAT(names(volume.service().sizedItems(volume.urls({"/b", "/a", "/b"}), 9, kSlow, kVisible, kNever)),

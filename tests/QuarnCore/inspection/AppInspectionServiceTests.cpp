@@ -48,7 +48,7 @@ Inspector furnished(const MacVolume& volume) {
   return inspector;
 }
 
-TEST(AppInspectionService, FindsThingsInTheOrderOfThePhases) {
+TEST(AppInspectionService, FindsArtifactsInTheOrderOfThePhases) {
   MacVolume volume;
   furnish(volume);
   Options options = inspectionOptions(true);
@@ -74,7 +74,7 @@ TEST(AppInspectionService, ThePhasesOrderIsKeptWhenThingsAreSized) {
   EXPECT_EQ(inspection.artifacts[8].size, (SizeInfo{1, 2})) << "a size that came with a find is kept";
 }
 
-TEST(AppInspectionService, HoldsTheAppItsUninstallersAndTheMoment) {
+TEST(AppInspectionService, HoldsTheAppItsUninstallersAndTheDate) {
   MacVolume volume;
   furnish(volume);
   AppEntity app = exampleApp();
@@ -101,7 +101,7 @@ TEST(AppInspectionService, WithoutProgressTheResultIsTheSame) {
   EXPECT_EQ(silent.artifacts.size(), 9U);
 }
 
-TEST(AppInspectionService, WithEveryFlagOffOnlyTheStandardPlacesAndTheVendorsCount) {
+TEST(AppInspectionService, WithAllOptionsOffOnlyStandardLocationsAndVendorProfilesCount) {
   MacVolume volume;
   furnish(volume);
   EXPECT_THAT(titles(furnished(volume).service().inspect(exampleApp(), inspectionOptions(false)).artifacts),
@@ -117,7 +117,7 @@ TEST(AppInspectionService, GroupContainersAreFoundOnlyWhenEntitlementsAreRead) {
               ElementsAre("App", "Cache", "Group Container (group.example)", "Kext", "Vendor Data"));
 }
 
-TEST(AppInspectionService, EachLimitGoesToItsOwnSearch) {
+TEST(AppInspectionService, EachLimitAppliesToItsOwnSearch) {
   MacVolume volume;
   for (const char* name : {"1", "2", "3"}) {
     volume.folder(std::string("~/Library/Logs/com.example.App x") + name + "/com.example.App y")
@@ -155,7 +155,7 @@ TEST(AppInspectionService, SystemAndVendorFlagsGoToTheScan) {
               ElementsAre("Adobe (Shared)", "App"));
 }
 
-TEST(AppInspectionService, WithoutSizingFindsStayWithoutSizes) {
+TEST(AppInspectionService, WithoutSizingArtifactsHaveNoSizes) {
   MacVolume volume;
   furnish(volume);
   Options options = inspectionOptions(true);
@@ -166,7 +166,7 @@ TEST(AppInspectionService, WithoutSizingFindsStayWithoutSizes) {
   }
 }
 
-TEST(AppInspectionService, AnArtifactWhoseItemsAreMissingHasTheSizeZero) {
+TEST(AppInspectionService, AnArtifactWithMissingItemsHasTheSizeZero) {
   const MacVolume volume;
   Inspector inspector(volume);
   inspector.receipts.receiptsMatching = [](const AppEntity&) {
@@ -190,7 +190,7 @@ TEST(AppInspectionService, CanBeRepeated) {
   EXPECT_EQ(first.uninstallers, second.uninstallers);
 }
 
-TEST(AppInspectionService, AnEmptyVolumeYieldsTheBundleAlone) {
+TEST(AppInspectionService, AnEmptyVolumeYieldsOnlyTheBundle) {
   const MacVolume volume;
   const AppInspection inspection = Inspector(volume).service().inspect(exampleApp(), inspectionOptions(true));
   EXPECT_THAT(titles(inspection.artifacts), ElementsAre("App"));

@@ -137,7 +137,7 @@ TEST_F(HostileApp, AnIdentifierThatNamesNoItemHasNoStandardLocations) {
   }
 }
 
-TEST_F(HostileApp, ANameThatClimbsLosesItsOwnRowsAlone) {
+TEST_F(HostileApp, ANameThatClimbsLosesOnlyItsOwnRows) {
   volume_.folder("~/Library/Caches/com.example.App");
   for (const char* name : {"", ".", "..", "/", "../Caches", "a/..", "./a"}) {
     AppEntity app = exampleApp();
@@ -157,7 +157,7 @@ TEST_F(HostileApp, ANameWithASlashIsAPathInsideTheLocation) {
   EXPECT_EQ(found[1].urls[0].path(), "/Users/ann/Library/Application Support/TCP/IP");
 }
 
-TEST_F(HostileApp, ABundleAnywhereIsReportedAsItStands) {
+TEST_F(HostileApp, ABundleAnywhereIsReportedUnchanged) {
   for (const std::string& path :
        {std::string("/"), std::string("/.."), std::string("/../.."), std::string("/Users/ann/../../etc/passwd"),
         std::string("//"), std::string("/Applications/\x1B[31m\n.app"), "/" + repeated("a/", 100'000),

@@ -8,7 +8,7 @@
 namespace quarn {
 namespace {
 
-TEST(InspectionConcurrency, TwoInspectionsAtOnceFindWhatEachFindsAlone) {
+TEST(InspectionConcurrency, TwoConcurrentInspectionsFindTheSameAsSeparateOnes) {
   MacVolume volume;
   for (const char* name : {"Example", "Second"}) {
     const std::string identifier = std::string("com.example.") + name;

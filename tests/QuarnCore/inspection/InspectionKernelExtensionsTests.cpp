@@ -50,7 +50,7 @@ TEST_F(InspectionKernelExtensions, OneFoundAsAnOrdinaryFileTooIsListedOnceAtTheE
               ElementsAre("App", "Cache", "Receipt: 1", "Kernel Extension: at " + kDriver));
 }
 
-TEST_F(InspectionKernelExtensions, AnArtifactThatHoldsItAmongOthersGoesAsAWhole) {
+TEST_F(InspectionKernelExtensions, AnArtifactThatContainsItAmongOthersIsRemovedCompletely) {
   EXPECT_THAT(found({kDriver}, {{"/opt/tool", kDriver, "/opt/other"}}),
               ElementsAre("App", "Cache", "Kernel Extension: at " + kDriver));
 }

@@ -87,7 +87,7 @@ TEST(InspectionPhases, WithoutFlagsFiveAreReported) {
               ElementsAre(uninstallers, entitlements, artifacts, deepInspector, finalize));
 }
 
-TEST(InspectionPhases, WhatIsReportedIsTheSequenceForEveryChoice) {
+TEST(InspectionPhases, TheReportedPhasesEqualTheSequenceForAllOptions) {
   const MacVolume volume;
   const AppInspectionService service = Inspector(volume).service();
   for (unsigned bits = 0; bits < 32; ++bits) {

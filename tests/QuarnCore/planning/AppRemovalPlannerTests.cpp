@@ -134,7 +134,7 @@ TEST(AppRemovalPlanner, TheMostConfidentUninstallerIsRecommendedAndTheFirstAmong
   EXPECT_THAT(pathsOf(plan(of, Mode::removeApp), Type::openUninstaller), ElementsAre("/first"));
 }
 
-TEST(AppRemovalPlanner, AGivenSelectionCountsEvenWhenItIsEmpty) {
+TEST(AppRemovalPlanner, AnEmptySelectionIsASelection) {
   const AppInspection of = inspection({artifact(Kind::cache, {"/a"}, SizeInfo{5, 0})});
   EXPECT_THAT(pathsOf(plan(of, Mode::cacheOnly), Type::moveToTrash), ElementsAre("/a"));
   EXPECT_THAT(types(plan(of, Mode::cacheOnly, std::vector<Artifact>())), IsEmpty());
@@ -153,7 +153,7 @@ TEST(AppRemovalPlanner, WithNothingSelectedOnlyUninstallerAndQuittingAreLeft) {
   EXPECT_EQ(found.notes.size(), 2U) << "warnings still count the whole inspection";
 }
 
-TEST(AppRemovalPlanner, EstimatedBytesAreTheAllocatedBytesOfWhatIsSelected) {
+TEST(AppRemovalPlanner, EstimatedBytesAreTheAllocatedBytesOfTheSelection) {
   const std::vector<Artifact> selection{artifact(Kind::cache, {"/a"}, SizeInfo{100, 1}), artifact(Kind::cache, {"/b"}),
                                         artifact(Kind::cache, {"/a"}, SizeInfo{20, 1}),
                                         artifact(Kind::cache, {}, SizeInfo{3, 1})};

@@ -45,7 +45,7 @@ const std::vector<Row> kRows{
      {}},
 };
 
-TEST(DefaultSelection, HoldsOverTheWholeProductOfModesClassesRisksKindsAndEmptiness) {
+TEST(DefaultSelection, IsCorrectForAllModesClassesRisksAndKinds) {
   ASSERT_EQ(kRows.size(), allCases<Mode>().size());
   int checked = 0;
   const auto holds = [](const auto& values, auto value) {

@@ -59,7 +59,7 @@ TEST(PlanNotes, BeginWithTheModesDescription) {
   }
 }
 
-TEST(PlanNotes, CountSharedArtifactsInTheModesOwnWords) {
+TEST(PlanNotes, CountSharedArtifactsInTheTextOfTheMode) {
   const std::vector<Artifact> two{artifact(Class::shared), artifact(Class::syncRestorable), artifact(Class::shared)};
   EXPECT_THAT(notes(two, Mode::cacheOnly), ElementsAre(kCacheOnly, sharedKept(2)));
   EXPECT_THAT(notes(two, Mode::associatedDataOnly), ElementsAre(kAssociated, sharedKept(2)));
@@ -77,7 +77,7 @@ TEST(PlanNotes, CountDangerousArtifactsInEveryMode) {
   EXPECT_THAT(notes(artifacts, Mode::aggressive), ElementsAre(kAggressive, dangerous(3)));
 }
 
-TEST(PlanNotes, SayWhenThereAreNoSyncRulesOnlyInTheModeForRelatedItems) {
+TEST(PlanNotes, MentionMissingSyncRulesOnlyInTheModeForRelatedItems) {
   const std::vector<Artifact> cache{artifact(Class::rebuildable)};
   EXPECT_THAT(notes(cache, Mode::associatedDataOnly), ElementsAre(kAssociated, kNoSyncRules));
   EXPECT_THAT(notes({}, Mode::associatedDataOnly), ElementsAre(kAssociated, kNoSyncRules));
@@ -86,14 +86,14 @@ TEST(PlanNotes, SayWhenThereAreNoSyncRulesOnlyInTheModeForRelatedItems) {
   EXPECT_THAT(notes(cache, Mode::aggressive), ElementsAre(kAggressive));
 }
 
-TEST(PlanNotes, ComeInOneOrder) {
+TEST(PlanNotes, HaveAFixedOrder) {
   EXPECT_THAT(notes({artifact(Class::shared, RiskLevel::danger)}, Mode::associatedDataOnly),
               ElementsAre(kAssociated, sharedKept(1), dangerous(1), kNoSyncRules));
   EXPECT_THAT(notes({artifact(Class::shared, RiskLevel::danger)}, Mode::aggressive),
               ElementsAre(kAggressive, sharedTaken(1), dangerous(1)));
 }
 
-TEST(PlanNotes, CountTheWholeInspectionWhateverIsSelected) {
+TEST(PlanNotes, CountTheWholeInspectionForAnySelection) {
   const std::vector<Artifact> artifacts{artifact(Class::shared, RiskLevel::danger)};
   const Notes expected{kRemoveApp, sharedKept(1), dangerous(1)};
   EXPECT_EQ(notes(artifacts, Mode::removeApp, std::vector<Artifact>()), expected);

@@ -141,7 +141,7 @@ TEST_F(PlanTargets, DisablingNeedsAnAdministratorInTheSystemsJobFolders) {
   }
 }
 
-TEST_F(PlanTargets, TheUsersOwnAgentsNeedNoAdministratorAndGoToQuarantine) {
+TEST_F(PlanTargets, UserAgentsNeedNoAdministratorAndGoToQuarantine) {
   select(Kind::launchAgent, {"/Users/ann/Library/LaunchAgents/a.plist"});
   EXPECT_FALSE(operation(Type::disableLaunchServices)->requiresAdmin);
   EXPECT_THAT(paths(Type::moveToQuarantine), ElementsAre("/Users/ann/Library/LaunchAgents/a.plist"));

@@ -114,7 +114,7 @@ TEST(CategoryRootLists, FixedRootsAreKnownToBeFolders) {
   }
 }
 
-TEST(CategoryRootLists, RootsLieInTheGivenHome) {
+TEST(CategoryRootLists, RootsAreInTheHomeFolder) {
   DashboardVolume volume("/Users/bob");
   volume.folder("/Users/ann/stuff");
   const auto urls = volume.dashboard().categoryRoots(Category::photos, false);
@@ -147,7 +147,7 @@ TEST(CategoryRootLists, NoOtherCategoryHasExclusions) {
   }
 }
 
-TEST(TopItemRoots, OfSystemDataLeaveTheTrashOut) {
+TEST(TopItemRoots, OfSystemDataExcludeTheTrash) {
   DashboardVolume volume;
   volume.folder("~/.Trash").folder("/Users/bob");
   EXPECT_THAT(volume.shortened(volume.dashboard().topItemRoots(Category::systemData, false)),

@@ -38,7 +38,7 @@ TEST(DocumentRoots, VisibleHomeEntriesFollowFilesAndLinksToo) {
               ElementsAre("~/Library/CloudStorage/Box", "~/Example.app", "~/Projects", "~/dangling", "~/notes.txt"));
 }
 
-TEST(DocumentRoots, KnownHomeEntriesAreLeftOut) {
+TEST(DocumentRoots, KnownHomeEntriesAreSkipped) {
   DashboardVolume volume;
   for (const char* name : {"Applications", "Desktop", "Documents", "Downloads", "Games", "Library", "Movies", "Music",
                            "Pictures", "Public", ".localized", ".DS_Store"}) {
@@ -78,7 +78,7 @@ TEST(DocumentRoots, AHomeThatIsMissingOrUnreadableContributesNothing) {
   EXPECT_THAT(moreDocuments(volume), IsEmpty());
 }
 
-TEST(OtherRoots, AreTheHiddenHomeEntriesThatAreNobodyElses) {
+TEST(OtherRoots, AreTheHiddenHomeEntriesOfNoOtherCategory) {
   DashboardVolume volume;
   volume.folder("~/.config").file("~/.zshrc").folder("~/seen").folder("~/.DS_Store").file("~/.localized");
   volume.folder("~/.Trash").folder("~/.TRASH").folder("~/.trash").folder("~/.Trash2").link("~/.link", "nowhere");
@@ -109,7 +109,7 @@ TEST(SystemDataRoots, OtherUsersHomesFollow) {
   EXPECT_THAT(behind(volume.roots(Category::systemData), 7), ElementsAre("/Users/Bob", "/Users/guest", "/Users/zoe"));
 }
 
-TEST(SystemDataRoots, TheOwnHomeIsLeftOutHoweverItIsWritten) {
+TEST(SystemDataRoots, TheInspectedHomeIsSkippedInAnyNotation) {
   DashboardVolume volume;
   volume.folder("/Users/bob");
   const auto urls = volume.dashboard(volume.files().withHome(FileURL("/Users/bob/../ann")))
@@ -118,7 +118,7 @@ TEST(SystemDataRoots, TheOwnHomeIsLeftOutHoweverItIsWritten) {
   EXPECT_EQ(urls.back(), FileURL("/Users/bob"));
 }
 
-TEST(VendorRoots, ComeFromTheIndex) {
+TEST(VendorRoots, AreThoseOfTheIndex) {
   DashboardVolume volume;
   volume.folder("~/Vendor/Chat").file("~/Vendor/Chat/file");
   volume.vendor("slack", {"~/Vendor/Chat"});
@@ -132,7 +132,7 @@ TEST(VendorRoots, ComeFromTheIndex) {
   EXPECT_EQ(dashboard.vendorHint(FileURL("/Users/ann/Vendor/Chat/file"), Category::games), std::nullopt);
 }
 
-TEST(MergingVendorRoots, OneThatEqualsLiesInOrHoldsARootIsNotAdded) {
+TEST(MergingVendorRoots, FoldersThatOverlapARootAreNotAdded) {
   DashboardVolume volume;
   volume.folder("~/Library/Developer/Xcode")
       .folder("~/.cargo")
@@ -143,7 +143,7 @@ TEST(MergingVendorRoots, OneThatEqualsLiesInOrHoldsARootIsNotAdded) {
   EXPECT_THAT(behind(volume.roots(Category::development), 29), ElementsAre("~/.vendor", "~/Library/Developer2"));
 }
 
-TEST(MergingVendorRoots, EachCategoryThatHasVendorRootsTakesThem) {
+TEST(MergingVendorRoots, EachCategoryIncludesItsVendorRoots) {
   DashboardVolume volume;
   volume.folder("/V/chat").folder("/V/game").folder("/V/dev").folder("/V/photo").folder("/V/doc").folder("/V/sys");
   volume.vendor("slack", {"/V/chat"});
@@ -237,7 +237,7 @@ TEST(Quarantine, AMarkerInItMakesNoGamesRootOfItOrOfAnythingInIt) {
   EXPECT_EQ(volume.scanned()[Category::systemData], 3);
 }
 
-TEST(Quarantine, NoRootOfAnyCategoryIsInItHoweverItIsReached) {
+TEST(Quarantine, NoRootOfAnyCategoryIsInsideItThroughAnyPath) {
   DashboardVolume volume;
   volume.vendor("zoom", {kQuarantine + "/Zoom"});
   volume.vendor("dropbox", {"~/linked"});

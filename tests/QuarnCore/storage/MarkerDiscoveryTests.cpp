@@ -52,14 +52,14 @@ TEST(MarkerDiscovery, WithoutMarkersOrSearchRootsNothingIsFound) {
   EXPECT_THAT(found(volume, {}), IsEmpty());
 }
 
-TEST(MarkerDiscovery, PatternsWithASlashTakeNoPart) {
+TEST(MarkerDiscovery, PatternsWithASlashAreIgnored) {
   MacVolume volume;
   volume.file("/Users/Shared/D/marker");
   EXPECT_THAT(found(volume, {markerFile("D/marker"), markerFile("*/marker"), markerFolder("/")}), IsEmpty());
   EXPECT_THAT(found(volume, {markerFile("D/marker"), markerFile("marker")}), ElementsAre("/Users/Shared/D"));
 }
 
-TEST(MarkerDiscovery, KindsAreTold) {
+TEST(MarkerDiscovery, KindsAreDistinguished) {
   MacVolume volume;
   volume.folder("/Users/Shared/A/marker").file("/Users/Shared/B/marker").fifo("/Users/Shared/C/marker");
   EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared/B"));
@@ -68,14 +68,14 @@ TEST(MarkerDiscovery, KindsAreTold) {
               ElementsAre("/Users/Shared/A", "/Users/Shared/B"));
 }
 
-TEST(MarkerDiscovery, LinksAreNoMarkers) {
+TEST(MarkerDiscovery, LinksAreNotMarkers) {
   MacVolume volume;
   volume.file("/Library/marker").link("/Users/Shared/A/marker", "/Library/marker").folder("/Library/folder");
   volume.link("/Users/Shared/B/marker", "/Library/folder");
   EXPECT_THAT(found(volume, {markerFile("marker"), markerFolder("marker")}), IsEmpty());
 }
 
-TEST(MarkerDiscovery, AMarkerDirectlyInASearchRootMakesThatRootAFind) {
+TEST(MarkerDiscovery, AMarkerDirectlyInASearchRootSelectsThatRoot) {
   MacVolume volume;
   volume.file("/Users/Shared/marker");
   EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared"));
@@ -99,7 +99,7 @@ TEST(MarkerDiscovery, FoldersAreComparedByTheirResolvedPath) {
   EXPECT_THAT(found(linked, {markerFile("marker")}), ElementsAre("/Users/ann/Library/Containers/A"));
 }
 
-TEST(MarkerDiscovery, HiddenItemsAndTheInsidesOfPackagesAreLeftOut) {
+TEST(MarkerDiscovery, HiddenItemsAndContentOfPackagesAreSkipped) {
   MacVolume volume;
   volume.file("/Users/Shared/A/.marker")
       .file("/Users/Shared/.hidden/marker")
@@ -129,7 +129,7 @@ TEST(MarkerDiscovery, UnreadableFoldersAreWalkedPast) {
 }
 
 // Each search root has a separate budget: the search visits the 60,000th item but not the next one.
-TEST(MarkerDiscovery, SixtyThousandItemsOfEachSearchRootAreLookedAt) {
+TEST(MarkerDiscovery, SixtyThousandItemsOfEachSearchRootAreVisited) {
   MacVolume volume;
   volume.file("~/Library/Application Support/a/b/c/d/e/deep");
   volume.file("/Users/Shared/A/marker");

@@ -17,19 +17,19 @@ TEST(MarkerPattern, WithoutAStarNamesAreEqualInAnyLetterCase) {
   EXPECT_TRUE(matches("\u00DCber", "\u00FCBER"));
 }
 
-TEST(MarkerPattern, AStarBeforeAnExtensionTakesEveryNameThatEndsSo) {
+TEST(MarkerPattern, AStarBeforeAnExtensionMatchesEveryNameWithThatEnding) {
   EXPECT_TRUE(matches("*.acf", "manifest.ACF"));
   EXPECT_TRUE(matches("*.acf", ".acf"));
   EXPECT_FALSE(matches("*.acf", "acf"));
 }
 
-TEST(MarkerPattern, AStarBehindAWordTakesEveryNameThatBeginsSo) {
+TEST(MarkerPattern, AStarAfterAWordMatchesEveryNameWithThatPrefix) {
   EXPECT_TRUE(matches("Saves*", "SAVES of ann"));
   EXPECT_TRUE(matches("saves*", "saves"));
   EXPECT_FALSE(matches("saves*", "my saves"));
 }
 
-TEST(MarkerPattern, ALoneStarTakesEveryName) {
+TEST(MarkerPattern, AStarAloneMatchesEveryName) {
   EXPECT_TRUE(matches("*", "anything"));
   EXPECT_TRUE(matches("*", ""));
 }
@@ -42,13 +42,13 @@ TEST(MarkerPattern, ASecondStarIsText) {
   EXPECT_FALSE(matches("**", "x"));
 }
 
-TEST(MarkerPattern, WhatStandsBeforeAndBehindTheStarMayOverlap) {
+TEST(MarkerPattern, TheTextsBeforeAndAfterTheStarMayOverlap) {
   EXPECT_TRUE(matches("ab*b", "ab"));
   EXPECT_TRUE(matches("aba*aba", "aba"));
   EXPECT_FALSE(matches("ab*ba", "ab"));
 }
 
-TEST(MarkerPattern, AnEmptyPatternTakesOnlyAnEmptyName) {
+TEST(MarkerPattern, AnEmptyPatternMatchesOnlyAnEmptyName) {
   EXPECT_FALSE(matches("", "a"));
   EXPECT_TRUE(matches("", ""));
 }

@@ -57,7 +57,7 @@ TEST(PartitionedScanProgress, WithinARootThereIsAnUpdateAtMostEveryHundredMillis
   EXPECT_LE(updates, static_cast<int>(volume.plan().roots.size()) + taken / std::chrono::milliseconds(100));
 }
 
-TEST(PartitionedScanProgress, WithoutRootsThereIsNoUpdate) {
+TEST(PartitionedScanProgress, WithoutRootsThereAreNoUpdates) {
   const DashboardVolume volume;
   int updates = 0;
   (void)volume.dashboard().calculatePartitionedCategorySizes([&](const Sizes&) { ++updates; }, Cancellation::never());
@@ -129,7 +129,7 @@ TEST(PartitionedScanDiagnostics, EachRootHasItsLine) {
                                  fast("\"/Users/ann/Library/Application Support/Quarn/Quarantine\"", "0", excluded)));
 }
 
-TEST(PartitionedScanDiagnostics, NothingIsWrittenWhenNothingIsThere) {
+TEST(PartitionedScanDiagnostics, MissingRootsAreNotLogged) {
   const DashboardVolume volume;
   EXPECT_THAT(
       logged(volume, [&] { (void)volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never()); }),
@@ -148,7 +148,7 @@ TEST(PreciseSizeDiagnostics, EachRootThatExistsHasItsLine) {
                           line("/Users/ann/Library/CloudStorage/Box", "0", "true")));
 }
 
-TEST(PreciseSizeDiagnostics, SystemDataTellsItsExclusions) {
+TEST(PreciseSizeDiagnostics, SystemDataLogsItsExclusions) {
   DashboardVolume volume;
   volume.sparse("/usr/a", 7).sparse("/usr/local/b", 9);
   const std::size_t excluded = volume.dashboard().categoryExclusions(Category::systemData).size();

@@ -31,7 +31,7 @@ TEST(PartitionedScan, AddsAllocatedAndLogicalBytes) {
   EXPECT_EQ(sizes.at(Category::photos), (SizeInfo{.allocatedBytes = 12'288, .logicalBytes = 1'012'288}));
 }
 
-TEST(PartitionedScan, EachRootCountsToItsCategory) {
+TEST(PartitionedScan, EachRootCountsForItsCategory) {
   DashboardVolume volume;
   volume.file("~/Pictures/a", 1).file("~/Library/Mail/a", 2).file("~/.cargo/a", 4).file("~/Games/a", 8);
   volume.file("~/Documents/a", 16).file("/Applications/a", 32).file("~/.config/a", 64).file("/usr/a", 128);
@@ -57,7 +57,7 @@ TEST(PartitionedScan, LinksAndSpecialFilesCountNothing) {
   EXPECT_THAT(volume.scanned(), IsEmpty());
 }
 
-TEST(PartitionedScan, AnEmptyExtensionInTheDictionaryStandsForNamesWithoutOne) {
+TEST(PartitionedScan, AnEmptyExtensionInTheDictionaryMatchesNamesWithoutOne) {
   DashboardVolume volume;
   volume.file("~/Documents/none", 1).file("~/Documents/none.", 2).file("~/Documents/a.b", 4);
   volume.file("~/Docs.d/x.y/a.b", 8).file("~/Docs.d/whole/a.b", 16).file("~/Docs.d/none", 32);
@@ -85,7 +85,7 @@ TEST(PartitionedScan, TheLongestRuleDecides) {
               ElementsAre(Pair(Category::photos, 9), Pair(Category::communication, 6), Pair(Category::games, 16)));
 }
 
-TEST(PartitionedScan, ARuleForAFileHoldsForThatFile) {
+TEST(PartitionedScan, ARuleForAFileAppliesToThatFile) {
   DashboardVolume volume;
   volume.file("~/Pictures/a", 1)
       .file("/Data/notes", 2)
@@ -106,7 +106,7 @@ TEST(PartitionedScan, EqualPrefixesGoToTheEarlierCategoryAndPlainOnesBeforeLinke
   EXPECT_THAT(plain.scanned(), ElementsAre(Pair(Category::development, 1)));
 }
 
-TEST(PartitionedScan, AFileWithAnExtensionOfTheDictionaryGoesToItsCategoryRuleOrNot) {
+TEST(PartitionedScan, TheDictionaryTakesPrecedenceOverRules) {
   DashboardVolume volume;
   volume.extension("abc", Category::games);
   volume.file("~/Pictures/a.abc", 1).file("~/Pictures/b.ABC", 2).file("~/Pictures/abc", 4).file("~/Pictures/.abc", 8);
@@ -150,7 +150,7 @@ TEST(PartitionedScan, APackageCountsWholeToItsPlacesCategoryUnlessTheDictionaryK
               ElementsAre(Pair(Category::apps, 2), Pair(Category::photos, 9), Pair(Category::other, 4)));
 }
 
-TEST(PartitionedScan, RulesInsideAPackageDoNotHold) {
+TEST(PartitionedScan, RulesInsideAPackageDoNotApply) {
   DashboardVolume volume;
   volume.file("~/Pictures/A.app/Slack/x", 1).file("~/Pictures/B.abc/Slack/x", 2);
   volume.vendor("slack", {"~/Pictures/A.app/Slack", "~/Pictures/B.abc/Slack"});
@@ -158,14 +158,14 @@ TEST(PartitionedScan, RulesInsideAPackageDoNotHold) {
   EXPECT_THAT(volume.scanned(), ElementsAre(Pair(Category::photos, 1), Pair(Category::games, 2)));
 }
 
-TEST(PartitionedScan, ARuleForAPackageHoldsForIt) {
+TEST(PartitionedScan, ARuleForAPackageApplies) {
   DashboardVolume volume;
   volume.file("~/Pictures/A.app/x", 1);
   volume.vendor("slack", {"~/Pictures/A.app"});
   EXPECT_THAT(volume.scanned(), ElementsAre(Pair(Category::communication, 1)));
 }
 
-TEST(PartitionedScan, WhatTheDictionaryGivesToFreeSpaceCountsNowhere) {
+TEST(PartitionedScan, ExtensionsAssignedToFreeCountNowhere) {
   DashboardVolume volume;
   volume.extension("none", Category::free);
   volume.file("~/Pictures/a.none", 1).file("~/Pictures/Lib.none/b", 2).file("~/c.none", 4).file("~/D.none/x", 8);
@@ -174,7 +174,7 @@ TEST(PartitionedScan, WhatTheDictionaryGivesToFreeSpaceCountsNowhere) {
       << "inside a package and in a fast root nothing is judged by itself";
 }
 
-TEST(PartitionedScan, ARootThatIsAFileIsJudgedLikeOne) {
+TEST(PartitionedScan, ARootThatIsAFileIsAttributedLikeAFile) {
   DashboardVolume volume;
   volume.extension("abc", Category::games);
   volume.file("~/notes", 1).file("~/notes.abc", 2).file("~/.rc", 4).file("~/.rc.abc", 8).file("/usr", 16);
@@ -191,14 +191,14 @@ TEST(PartitionedScan, ARootThatIsAPackageOrInTheDictionaryIsOneItem) {
               ElementsAre(Pair(Category::documents, 1), Pair(Category::games, 6), Pair(Category::other, 8)));
 }
 
-TEST(PartitionedScan, AFastRootThatIsOneItemIsJudgedLikeOne) {
+TEST(PartitionedScan, AFastRootThatIsOneItemIsAttributedLikeOne) {
   DashboardVolume volume;
   volume.extension("abc", Category::games);
   volume.file("/Users/bob.abc/x", 1).file("/Users/eve.app/Library/x.abc", 2).file("/Users/joe/x.abc", 4);
   EXPECT_THAT(volume.scanned(), ElementsAre(Pair(Category::games, 1), Pair(Category::systemData, 6)));
 }
 
-TEST(PartitionedScan, FastRootsLeaveOutWhatBelongsToOtherCategories) {
+TEST(PartitionedScan, FastRootsSkipItemsOfOtherCategories) {
   DashboardVolume volume;
   volume.file("~/Library/a", 1)
       .file("~/Library/Mail/a", 2)
@@ -215,7 +215,7 @@ TEST(PartitionedScan, FastRootsLeaveOutWhatBelongsToOtherCategories) {
       << "what lies loose in CloudStorage is excluded and nobody's";
 }
 
-TEST(PartitionedScan, TheQuarantineIsWalkedByItself) {
+TEST(PartitionedScan, TheQuarantineIsWalkedSeparately) {
   DashboardVolume volume;
   const std::string quarantine = "~/Library/Application Support/Quarn/Quarantine";
   volume.file(quarantine + "/a.abc", 1).file(quarantine + "/Lib.app/b", 2);
@@ -227,7 +227,7 @@ TEST(PartitionedScan, TheQuarantineIsWalkedByItself) {
       << "inside an enumerated root it is still nobody's data";
 }
 
-TEST(PartitionedScan, ARootInsideAPackageIsLeftOutOfIt) {
+TEST(PartitionedScan, ARootInsideAPackageDoesNotCountForThePackage) {
   DashboardVolume volume;
   volume.file("/Data/Lib.app/inner/a", 1)
       .file("/Data/Lib.app/b", 2)
@@ -263,7 +263,7 @@ TEST(PartitionedScan, AHomeOfTheAutomounterIsCountedOnce) {
               ElementsAre(Pair(Category::photos, 1), Pair(Category::communication, 4), Pair(Category::systemData, 10)));
 }
 
-TEST(PartitionedScan, UnreadableFoldersAreLeftOutAndReported) {
+TEST(PartitionedScan, UnreadableFoldersAreSkippedAndReported) {
   DashboardVolume volume;
   volume.file("~/Pictures/open/a", 1).file("~/Pictures/closed/a", 2).mode("~/Pictures/closed", 0000);
   volume.file("~/Movies/a", 4).mode("~/Movies", 0000).file("/usr/a", 8).mode("/usr", 0000).file("~/Music/a", 16);

@@ -90,14 +90,14 @@ TEST(PreciseSize, NestedRootsAreAddedEach) {
   EXPECT_EQ(bytes(volume, Category::documents), 2);
 }
 
-TEST(PreciseSize, OfGamesIncludesWhatMarkersGiveAway) {
+TEST(PreciseSize, OfGamesIncludesFoldersWithMarkers) {
   DashboardVolume volume;
   volume.gameMarker("marker");
   volume.file("/Users/Shared/Found/marker", 1).file("/Users/Shared/Found/a", 2);
   EXPECT_EQ(bytes(volume, Category::games), 3);
 }
 
-TEST(PreciseSize, OfSystemDataLeavesItsExclusionsOut) {
+TEST(PreciseSize, OfSystemDataSkipsItsExclusions) {
   DashboardVolume volume;
   volume.file("~/Library/a", 1).file("~/Library/Mail/b", 2).file("~/.Trash/c", 4).file("/usr/local/d", 8);
   volume.file("/usr/e", 16).file("/Users/bob/f", 32).file("~/Library/CloudStorage/Box/g", 64);
@@ -110,7 +110,7 @@ TEST(PreciseSize, ARootThatIsALinkCountsNothingOfItsTarget) {
   EXPECT_EQ(bytes(volume, Category::photos), 0) << "the link exists, the dangling one does not";
 }
 
-TEST(PreciseSize, WhatIsOnAnotherVolumeIsLeftOutAsItIsOfTheScan) {
+TEST(PreciseSize, OtherVolumesAreSkippedAsInTheScan) {
   DashboardVolume volume;
   volume.file("/Volumes/External/Pictures/a", 1).link("~/Pictures", "/Volumes/External/Pictures");
   volume.file("/Volumes/External/Lib/steamapps/game", 2).file("~/Games/b", 4);
@@ -123,7 +123,7 @@ TEST(PreciseSize, WhatIsOnAnotherVolumeIsLeftOutAsItIsOfTheScan) {
               ElementsAre("~/Games", "/Users/Shared/Steam/steamapps"));
 }
 
-TEST(PreciseSize, ARootOnTheSystemVolumeByItsOwnNameCounts) {
+TEST(PreciseSize, ARootUnderTheNameOfTheSystemVolumeCounts) {
   DashboardVolume volume;
   volume.link("/Volumes/Macintosh HD", "/").file("/Data/a", 1).link("~/Pictures", "/Volumes/Macintosh HD/Data");
   EXPECT_THAT(volume.shortened(volume.dashboard().preciseRoots(Category::photos)), ElementsAre("~/Pictures"));
@@ -222,7 +222,7 @@ TEST(CloudRoots, OnlyDocumentsHaveThem) {
   EXPECT_THAT(sizing.calls, ElementsAre("item Mail slow hidden", "item Box slow hidden"));
 }
 
-TEST(CloudRoots, OneThatCannotBeWalkedFallsBackToItsOwnSize) {
+TEST(CloudRoots, ARootThatCannotBeWalkedFallsBackToItsOwnSize) {
   DashboardVolume volume;
   volume.folder("~/Library/CloudStorage/Box");
   RecordedSizing sizing{.walkFails = true, .resourceSize = SizeInfo{0, 1'000}};

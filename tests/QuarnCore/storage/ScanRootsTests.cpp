@@ -60,7 +60,7 @@ TEST(ScanRoots, OnesOnOtherVolumesAreDropped) {
   EXPECT_THAT(roots(volume), ElementsAre("documents /Elsewhere")) << "the system volume's own entry is no other volume";
 }
 
-TEST(ScanRoots, LinkedOnesStandForWhatTheyResolveToAndComeLast) {
+TEST(ScanRoots, LinkedRootsAreResolvedAndAreLast) {
   DashboardVolume volume;
   volume.folder("/Data/pics").link("~/Pictures", "/Data/pics").folder("~/Movies").folder("/usr").folder("/Data/lib");
   volume.link("/Library", "Data/lib").folder("/Data/docs").link("~/docs", "/Data/docs");
@@ -68,7 +68,7 @@ TEST(ScanRoots, LinkedOnesStandForWhatTheyResolveToAndComeLast) {
                                          "documents /Data/docs", "systemData! /Data/lib"));
 }
 
-TEST(ScanRoots, ALinkOnTheWayMakesALinkedRootToo) {
+TEST(ScanRoots, ALinkInTheMiddleOfThePathMakesALinkedRoot) {
   DashboardVolume volume;
   volume.folder("/Data/ann/Music").folder("/Data/ann/Library").folder("/usr").remove("~").link("~", "/Data/ann");
   EXPECT_THAT(roots(volume),
@@ -118,13 +118,13 @@ TEST(ScanRoots, NestedSystemFoldersStay) {
 
 // If the walk of "/Users" had to count the mail folder, nobody would: that walk skips the Library, and the Library
 // skips the mail folder.
-TEST(ScanRoots, AnEnumeratedOneBehindAFastOneStays) {
+TEST(ScanRoots, AnEnumeratedRootBelowAFastOneStays) {
   DashboardVolume volume;
   volume.folder("~/Library/Mail").folder("~/Pictures").link("~/everybody", "/Users");
   EXPECT_THAT(roots(volume), ElementsAre("communication ~/Library/Mail", "systemData! ~/Library", "documents /Users"));
 }
 
-TEST(ScanRoots, ThePrivatePrefixIsKeptInLocationsAlone) {
+TEST(ScanRoots, ThePrivatePrefixIsKeptOnlyInLocations) {
   DashboardVolume volume;
   volume.folder("/private/var/db").link("/var", "private/var");
   const ScanPlan plan = volume.plan();
@@ -142,7 +142,7 @@ std::vector<std::string> rules(const DashboardVolume& volume) {
   return lines;
 }
 
-TEST(PrefixRules, ComeFromTheRootsOfSixCategoriesInOrderThoseOfLinkedRootsLast) {
+TEST(PrefixRules, AreTheRootsOfSixCategoriesInOrderWithLinkedRootsLast) {
   DashboardVolume volume;
   volume.folder("~/stuff")
       .folder("~/.config")

@@ -29,7 +29,7 @@ TEST(ShippedSignatures, Decode) {
   EXPECT_GT(registry.signatures().size(), 40u);
 }
 
-TEST(ShippedSignatures, EachGivesItsReasonInOneSentence) {
+TEST(ShippedSignatures, EachHasAReasonOfOneSentence) {
   const StorageSignatureRegistry registry = shipped();
   for (const Signature& signature : registry.signatures()) {
     ASSERT_TRUE(signature.reason) << signature.pattern;
@@ -76,7 +76,7 @@ TEST(ShippedSignatures, EverydayExtensionsAreLeftToTheirPlaces) {
   }
 }
 
-TEST(ShippedSignatures, MarkersAreOfGamesAndTellingEnough) {
+TEST(ShippedSignatures, MarkersAreForGamesAndSpecific) {
   const StorageSignatureRegistry registry = shipped();
   EXPECT_FALSE(registry.markerSignatures(Category::games).empty());
   for (const Signature& signature : registry.signatures()) {

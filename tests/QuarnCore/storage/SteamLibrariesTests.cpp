@@ -25,7 +25,7 @@ constexpr std::string_view kFile =
     "\t\t\"PATH\" \"/Volumes/Games\"\n"
     "}\n";
 
-TEST(SteamLibraryFile, LinesWhoseKeyIsPathGiveTheirValueInOrder) {
+TEST(SteamLibraryFile, LinesWithTheKeyPathAreReadInOrder) {
   EXPECT_THAT(steamLibraryPaths(kFile), ElementsAre("/Users/ann/Library/Application Support/Steam", "/Volumes/Games"));
 }
 
@@ -83,7 +83,7 @@ TEST(SteamLibraryFile, TokensDoNotReachOverLines) {
   EXPECT_THAT(steamLibraryPaths("\"path\"\n\"/a\"\n\"path\" \"/b\n\"\n\"path\" \"/c\""), ElementsAre("/c"));
 }
 
-TEST(SteamLibraryFile, TextThatIsNotUTF8GivesNothing) {
+TEST(SteamLibraryFile, TextThatIsNotUTF8IsIgnored) {
   EXPECT_THAT(steamLibraryPaths("\"path\" \"/a\"\n\"x\" \"\xFF\"\n"), IsEmpty());
 }
 
@@ -99,7 +99,7 @@ TEST(SteamAppFolders, WithoutSteamThereAreNone) {
   EXPECT_THAT(folders(volume), IsEmpty());
 }
 
-TEST(SteamAppFolders, TheUsersComeBeforeThoseOfAllUsersAndEachBeforeItsLibraries) {
+TEST(SteamAppFolders, TheUsersFolderPrecedesTheSharedOneAndEachPrecedesItsLibraries) {
   MacVolume volume;
   volume.folder("/A/steamapps").folder("/B/steamapps").folder("/C");
   volume.text("~/Library/Application Support/Steam/steamapps/libraryfolders.vdf",
@@ -109,14 +109,14 @@ TEST(SteamAppFolders, TheUsersComeBeforeThoseOfAllUsersAndEachBeforeItsLibraries
                                            "/Users/Shared/Steam/steamapps", "/A/steamapps", "/B/steamapps"));
 }
 
-TEST(SteamAppFolders, ABaseWithoutSteamappsGivesNothing) {
+TEST(SteamAppFolders, ABaseWithoutSteamappsIsIgnored) {
   MacVolume volume;
   volume.folder("~/Library/Application Support/Steam").folder("/B/steamapps");
   volume.text("/Users/Shared/steamapps/libraryfolders.vdf", "\"path\" \"/B\"");
   EXPECT_THAT(folders(volume), IsEmpty());
 }
 
-TEST(SteamAppFolders, ExistenceIsAllThatIsAsked) {
+TEST(SteamAppFolders, FoldersOnlyNeedToExist) {
   MacVolume volume;
   volume.folder("/Real/steamapps").link("/Users/Shared/Steam", "/Real").file("/Lib/steamapps");
   volume.text("/Real/steamapps/libraryfolders.vdf", "\"path\" \"/Lib\"");

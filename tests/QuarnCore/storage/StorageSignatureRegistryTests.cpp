@@ -105,7 +105,7 @@ TEST(StorageSignatureJSON, AnythingMissingOrWrongSpoilsTheWholeFileAndIsNamed) {
   }
 }
 
-TEST(StorageSignatureJSON, EncodesWhatItDecodesAndLeavesAnAbsentReasonOut) {
+TEST(StorageSignatureJSON, EncodingOmitsAbsentReasonsAndRestoresTheFile) {
   const auto table = decodeStorageSignatures(kText);
   ASSERT_TRUE(table);
   const std::string text = encodeStorageSignatures(*table).dump();
@@ -124,7 +124,7 @@ TEST(StorageSignatureRegistry, LoadsTheResourceOfTheBundle) {
   EXPECT_EQ(registry.signatures().size(), 3u);
 }
 
-TEST(StorageSignatureRegistry, AMissingUnreadableOrMalformedFileGivesTheEmptyFallback) {
+TEST(StorageSignatureRegistry, AMissingUnreadableOrMalformedFileYieldsTheEmptyFallback) {
   const std::vector<std::string> malformed{"",
                                            "garbage",
                                            "[]",
@@ -153,7 +153,7 @@ TEST(StorageSignatureRegistry, AnEmptyRegistryAnswersNothing) {
   EXPECT_THAT(registry.packageCategoryByExtension(), IsEmpty());
 }
 
-TEST(StorageSignatureRegistry, MarkersOfACategoryComeInFileOrderWithDuplicatesAndWithoutExtensions) {
+TEST(StorageSignatureRegistry, MarkersOfACategoryAreInFileOrderWithDuplicatesAndWithoutExtensions) {
   const Signature otherMarker{Category::photos, Kind::markerFile, "x", std::nullopt};
   const Signature extension{Category::games, Kind::packageExtension, "x", std::nullopt};
   const StorageSignatureRegistry registry({1, {kSavesFolder, otherMarker, extension, kGameFile, kSavesFolder}});
@@ -162,7 +162,7 @@ TEST(StorageSignatureRegistry, MarkersOfACategoryComeInFileOrderWithDuplicatesAn
   EXPECT_THAT(registry.markerSignatures(Category::free), IsEmpty());
 }
 
-TEST(StorageSignatureRegistry, OfRulesForOneExtensionTheLastWinsWhateverTheirLetterCase) {
+TEST(StorageSignatureRegistry, TheLastRuleForAnExtensionWinsIgnoringCase) {
   const StorageSignatureRegistry registry({1,
                                            {{Category::apps, Kind::packageExtension, "ABC", std::nullopt},
                                             {Category::games, Kind::packageExtension, "abc", std::nullopt},

@@ -123,7 +123,7 @@ TEST(VendorPathHintIndex, PatternsThatDenoteNothingMakeNoEntries) {
   EXPECT_THAT(built.rootsByCategory(), IsEmpty());
 }
 
-TEST(VendorPathHintIndex, ACategoryAnswersForItselfAlone) {
+TEST(VendorPathHintIndex, ACategoryReturnsOnlyItsOwnHints) {
   MacVolume volume;
   volume.folder("~/a");
   const auto built = index(volume, {{.id = "slack", .artifacts = {definition("T", {"~/a"})}}});
@@ -150,7 +150,7 @@ TEST(VendorPathHintIndex, AUrlEqualToAVendorPathMatchesAndANameThatOnlyBeginsAli
   EXPECT_EQ(hintTitle(built, "/Users/ann", Category::communication), "");
 }
 
-TEST(VendorPathHintIndex, LookUpsAreByStandardisedPathWhetherOrNotTheItemExists) {
+TEST(VendorPathHintIndex, LookupsUseStandardisedPathsEvenOfMissingItems) {
   MacVolume volume;
   volume.folder("~/Slack").folder("/private/var/v/x").link("/var", "private/var");
   const auto built = index(volume, {{.id = "slack", .artifacts = {definition("T", {"~/./Slack", "/private/var/v"})}}});
@@ -162,7 +162,7 @@ TEST(VendorPathHintIndex, LookUpsAreByStandardisedPathWhetherOrNotTheItemExists)
       << "what does not exist keeps its prefix";
 }
 
-TEST(VendorPathHintIndex, OfHintsForOnePathTheFirstHolds) {
+TEST(VendorPathHintIndex, TheFirstHintForAPathWins) {
   MacVolume volume;
   volume.folder("~/a");
   const auto built = index(volume, {{.id = "zoom", .artifacts = {definition("1", {"~/a"}), definition("2", {"~/a"})}},
@@ -232,7 +232,7 @@ TEST(VendorPathHintIndex, TheUrlsOfRootsStayAsTheyResolved) {
   EXPECT_EQ(built.roots(Category::communication)[0].string(), "file:///Users/ann/./a/");
 }
 
-TEST(VendorPathHintIndex, AHintForTheRootAnswersForTheRootAlone) {
+TEST(VendorPathHintIndex, AHintForTheRootAppliesOnlyToTheRoot) {
   MacVolume volume;
   volume.file("/a/b");
   const auto built =

@@ -96,22 +96,22 @@ void expectEachRow(const std::vector<Row>& rows, const AppEntity& of) {
   EXPECT_EQ(lines(inspect(volume, of)), all);
 }
 
-TEST(DeepInspector, EachMicrosoftArtifactIsFoundAsItsRowSaysAndInOrder) {
+TEST(DeepInspector, EachMicrosoftArtifactIsFoundAsInTheTableAndInOrder) {
   ASSERT_EQ(kMicrosoftRows.size(), 13U);
   expectEachRow(kMicrosoftRows, kWord);
 }
 
-TEST(DeepInspector, EachAdobeArtifactIsFoundAsItsRowSaysAndInOrder) {
+TEST(DeepInspector, EachAdobeArtifactIsFoundAsInTheTableAndInOrder) {
   ASSERT_EQ(kAdobeRows.size(), 3U);
   expectEachRow(kAdobeRows, kPhotoshop);
 }
 
-TEST(DeepInspector, EachMailArtifactIsFoundAsItsRowSaysAndInOrder) {
+TEST(DeepInspector, EachMailArtifactIsFoundAsInTheTableAndInOrder) {
   ASSERT_EQ(kMailRows.size(), 3U);
   expectEachRow(kMailRows, kMail);
 }
 
-TEST(DeepInspector, AnEcosystemsAppIsToldByItsIdentifierOrName) {
+TEST(DeepInspector, AnEcosystemsAppIsRecognisedByIdentifierOrName) {
   MacVolume volume;
   volume.folder("~/Library/Application Support/Microsoft").folder("~/Library/Caches/Adobe").folder("~/Library/Mail");
   struct Case {
@@ -195,7 +195,7 @@ TEST(DeepInspector, SyncFoldersAreTheFoldersNamedAfterOneDriveHiddenOnesToo) {
   for (const Artifact& artifact : found) EXPECT_EQ(artifact.title, "OneDrive CloudStorage");
 }
 
-TEST(DeepInspector, CacheContainersAreTheFoldersWhoseNamesBeginSo) {
+TEST(DeepInspector, CacheContainersAreFoldersWithThePrefix) {
   MacVolume volume;
   volume.folder("/Volumes/.ODContainer")
       .folder("/Volumes/.ODContainer-Work")
@@ -215,7 +215,7 @@ VendorProfile profile(const std::string& name, std::optional<std::string> explan
       .artifacts = {{.confidence = 0.5, .title = name, .explanation = std::move(explanation), .paths = {"~/" + name}}}};
 }
 
-TEST(DeepInspector, ProfilesComeAfterTheBuiltInRulesInRegistryOrder) {
+TEST(DeepInspector, ProfilesFollowTheBuiltInRulesInRegistryOrder) {
   MacVolume volume;
   volume.folder("~/Library/Mail").folder("~/Z").folder("~/A").folder("~/Other");
   VendorProfile other = profile("Other", std::nullopt);
@@ -224,7 +224,7 @@ TEST(DeepInspector, ProfilesComeAfterTheBuiltInRulesInRegistryOrder) {
   EXPECT_THAT(titles(inspect(volume, kMail, profiles)), ElementsAre("Local Mail Data", "Z", "A"));
 }
 
-TEST(DeepInspector, TheSourceIsNotedOnceInEachExplanationThatIsThere) {
+TEST(DeepInspector, TheSourceIsNotedOnceInEachExplanation) {
   MacVolume volume;
   volume.folder("~/a").folder("~/b").folder("~/c").folder("~/d");
   const std::vector<Artifact> found = inspect(volume, app("x", "com.example.x"),
@@ -250,7 +250,7 @@ TEST(DeepInspector, TheSourceIsNotedInTheUsersLanguage) {
   EXPECT_EQ(found[0].explanation, "Local mail data (On My Mac): may include unsynced content.\n\nQuelle C");
 }
 
-TEST(DeepInspector, WhatIsKnownAlreadyDoesNotChangeTheResult) {
+TEST(DeepInspector, ExistingArtifactsDoNotChangeTheResult) {
   MacVolume volume;
   volume.folder("~/Library/Mail").folder("~/Library/Application Support/Microsoft");
   const DeepInspectorService service(VendorProfileRegistry({profile("a", "A.")}), volume.files());

@@ -38,7 +38,7 @@ TEST(UninstallerDiscovery, ACandidateIsACompleteRecord) {
                           UninstallerCandidate{FileURL("/Applications/Example/remove-it"), "remove-it", 0.7}));
 }
 
-TEST(UninstallerDiscovery, ANamePassesWhenItsKeyHoldsAToken) {
+TEST(UninstallerDiscovery, ANameMatchesIfItsKeyContainsAToken) {
   const std::vector<std::pair<std::string, bool>> rows{
       {"Uninstall Example.app", true},
       {"Example-Deinstaller.app", true},
@@ -97,7 +97,7 @@ TEST(UninstallerDiscovery, AScriptInsideTheBundleIsFoundOnlyIfItIsExecutable) {
   EXPECT_THAT(names(find(volume)), ElementsAre("uninstall.sh"));
 }
 
-TEST(UninstallerDiscovery, HiddenItemsAndTheInsidesOfPackagesAreLeftOut) {
+TEST(UninstallerDiscovery, HiddenItemsAndContentOfPackagesAreSkipped) {
   MacVolume volume;
   volume.folder(kResources + ".Uninstall.app")
       .folder(kResources + ".hidden/Uninstall.app")
@@ -142,7 +142,7 @@ TEST(UninstallerDiscovery, BothNamesAreComparedAsKeysTheEntrysWithItsExtension) 
   }
 }
 
-TEST(UninstallerDiscovery, TheBundleItselfPassesOnlyWhenItsOwnNameHoldsAToken) {
+TEST(UninstallerDiscovery, TheBundleItselfMatchesOnlyIfItsNameContainsAToken) {
   MacVolume volume;
   volume.app("/Applications/Example.app").app("/Applications/My Cleaner.app");
   EXPECT_THAT(names(find(volume, appAt("/Applications/Example.app"))), ElementsAre("My Cleaner.app"));
@@ -179,7 +179,7 @@ TEST(UninstallerDiscovery, AnItemReachedByBothSourcesAppearsOnceWithTheHigherCon
               ElementsAre(UninstallerCandidate{FileURL("/Uninstall Example.app"), "Uninstall Example.app", 1.0}));
 }
 
-TEST(UninstallerDiscovery, AnAppWhoseBundleDoesNotExistHasOnlyWhatLiesBesideIt) {
+TEST(UninstallerDiscovery, AnAppWithoutItsBundleHasOnlyUninstallersBesideIt) {
   MacVolume volume;
   EXPECT_THAT(find(volume), IsEmpty());
   volume.folder("/Applications/Example/Uninstall.app");
@@ -192,14 +192,14 @@ TEST(UninstallerDiscovery, ABundleThatIsALinkIsNotWalked) {
   EXPECT_THAT(find(volume, appAt("/Applications/X.app")), IsEmpty());
 }
 
-TEST(UninstallerDiscovery, AFolderThatHoldsTheAppByALinkIsListed) {
+TEST(UninstallerDiscovery, AFolderThatContainsTheAppThroughALinkIsListed) {
   MacVolume volume;
   volume.folder("/elsewhere/Uninstall.app").link("/Applications/Linked", "/elsewhere");
   EXPECT_THAT(find(volume, appAt("/Applications/Linked/X.app")),
               ElementsAre(UninstallerCandidate{FileURL("/Applications/Linked/Uninstall.app"), "Uninstall.app", 0.7}));
 }
 
-TEST(UninstallerDiscovery, WhatCannotBeReadIsPassedOver) {
+TEST(UninstallerDiscovery, UnreadableItemsAreSkipped) {
   MacVolume volume;
   volume.folder(kResources + "a/Uninstall.app")
       .folder(kResources + "b/Uninstall.pkg")

@@ -35,7 +35,7 @@ TEST(VendorArtifactDeduplicator, NothingStaysNothing) {
   EXPECT_THAT(deduplicated(volume, {}), IsEmpty());
 }
 
-TEST(VendorArtifactDeduplicator, AFolderTakesWhatLiesInIt) {
+TEST(VendorArtifactDeduplicator, AFolderClaimsItsContent) {
   const MacVolume volume;
   EXPECT_THAT(deduplicated(volume, {artifact("A", {"/x/a/b"}), artifact("B", {"/x/a"})}), ElementsAre("B: /x/a"));
 }
@@ -46,7 +46,7 @@ TEST(VendorArtifactDeduplicator, ANameThatOnlyBeginsAlikeIsNotInside) {
               ElementsAre("B: /x/a", "A: /x/ab"));
 }
 
-TEST(VendorArtifactDeduplicator, TheRootFolderTakesItselfAlone) {
+TEST(VendorArtifactDeduplicator, TheRootFolderClaimsOnlyItself) {
   const MacVolume volume;
   EXPECT_THAT(deduplicated(volume, {artifact("A", {"/x"}), artifact("B", {"/"}), artifact("C", {"/", "/y"})}),
               ElementsAre("B: /", "C: /y", "A: /x"));
@@ -64,7 +64,7 @@ TEST(VendorArtifactDeduplicator, ResultsAreInOrderOfTheirFirstPathsLengthAndStab
               ElementsAre("D: /z /a/much/longer/path", "B: /bb", "C: /aa", "A: /dddd"));
 }
 
-TEST(VendorArtifactDeduplicator, LengthIsCountedInCharactersOfTheFirstUrlAlone) {
+TEST(VendorArtifactDeduplicator, LengthIsTheNumberOfCharactersOfTheFirstUrl) {
   const MacVolume volume;
   EXPECT_THAT(deduplicated(volume, {artifact("A", {"/abc"}), artifact("B", {"/e\u0301\u00E9"})}),
               ElementsAre("B: /e\u0301\u00E9", "A: /abc"))
@@ -101,7 +101,7 @@ TEST(VendorArtifactDeduplicator, WhoKeepsAllItemsKeepsItsId) {
   EXPECT_THAT(VendorArtifactDeduplicator::deduplicate({alone}, volume.files()), ElementsAre(alone));
 }
 
-TEST(VendorArtifactDeduplicator, ItemsOfOneArtifactDoNotTakeEachOther) {
+TEST(VendorArtifactDeduplicator, ItemsOfOneArtifactDoNotClaimEachOther) {
   const MacVolume volume;
   EXPECT_THAT(deduplicated(volume, {artifact("A", {"/x/a", "/x/a/b", "/x/a"})}), ElementsAre("A: /x/a /x/a/b /x/a"));
 }

@@ -74,7 +74,7 @@ TEST(VendorMatching, IdentifiersAndBundleNamesAreComparedByCanonicalEquivalence)
   EXPECT_FALSE(byBundle.matches(app("X", std::nullopt, "Uber Studio.app")));
 }
 
-TEST(VendorMatching, AnAppWithoutIdentifierMatchesByNameAlone) {
+TEST(VendorMatching, AnAppWithoutIdentifierMatchesByName) {
   const VendorProfile profile{
       .match = {.bundleIDs = {"com.example.app"}, .bundleIDPrefixes = {"com."}, .nameContains = {"example"}}};
   EXPECT_FALSE(profile.matches(app("Other", std::nullopt)));
@@ -87,7 +87,7 @@ TEST(VendorMatching, AnAppWithoutIdentifierEqualsAnEmptyOne) {
   EXPECT_FALSE(profile.matches(app("X", "com.example.app")));
 }
 
-TEST(VendorMatching, AFragmentMayStandAnywhereInTheNameInAnyLetterCase) {
+TEST(VendorMatching, AFragmentMayBeAnywhereInTheNameInAnyLetterCase) {
   const VendorProfile profile{.match = {.nameContains = {"zzz", "Exam"}}};
   EXPECT_TRUE(profile.matches(app("My EXAMPLE", "net.other")));
   EXPECT_TRUE(profile.matches(app("exam", "net.other")));
@@ -131,7 +131,7 @@ TEST(VendorMatching, EveryAppBundleOfEveryDefinitionConfirms) {
   EXPECT_FALSE(profile.matches(app("Example", "x", "Cache.app"))) << "only app bundles confirm";
 }
 
-TEST(VendorMatching, PathsOfAppBundlesAreTrimmedAndEmptyOnesPassedOver) {
+TEST(VendorMatching, PathsOfAppBundlesAreTrimmedAndEmptyOnesIgnored) {
   const VendorProfile profile{
       .match = {.nameContains = {"example"}},
       .artifacts = {appBundles({"", " \n\t", "/", " //\u00A0", "\n/Applications//Example.app// \u2003"})}};
@@ -154,7 +154,7 @@ TEST(VendorMatching, AnIdentifierHitNeedsNoConfirmation) {
   EXPECT_TRUE(profile.matches(app("Renamed", "org.example.tool", "Renamed.app")));
 }
 
-TEST(VendorMatching, AFragmentIsTriedWhenTheIdentifierRulesFindNothing) {
+TEST(VendorMatching, AFragmentIsTriedIfTheIdentifierRulesDoNotMatch) {
   const VendorProfile profile{
       .match = {.bundleIDs = {"com.example.app"}, .bundleIDPrefixes = {"org.example."}, .nameContains = {"example"}}};
   EXPECT_TRUE(profile.matches(app("Example", "net.other")));

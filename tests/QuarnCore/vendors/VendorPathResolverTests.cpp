@@ -25,7 +25,7 @@ std::vector<std::string> resolved(const MacVolume& volume, const std::vector<std
   return found;
 }
 
-TEST(VendorPathResolver, AloneATildeIsTheHomeFolder) {
+TEST(VendorPathResolver, ATildeAloneIsTheHomeFolder) {
   const MacVolume volume;
   EXPECT_THAT(resolved(volume, {"~"}), ElementsAre("/Users/ann/"));
   EXPECT_THAT(resolved(volume, {"~/"}), ElementsAre("/Users/ann/"));
@@ -36,14 +36,14 @@ TEST(VendorPathResolver, AHomeFolderThatIsNotThereYieldsNothing) {
   EXPECT_THAT(VendorPathResolver::resolve({"~", "~/x"}, volume.files(), FileURL("/Users/nobody")), IsEmpty());
 }
 
-TEST(VendorPathResolver, TheGivenHomeCountsAndNotTheVolumes) {
+TEST(VendorPathResolver, TheHomeArgumentTakesPrecedenceOverTheVolumesHome) {
   MacVolume volume;
   volume.file("/Users/bob/x");
   const auto urls = VendorPathResolver::resolve({"~/x"}, volume.files(), FileURL("/Users/bob"));
   EXPECT_THAT(urls, ElementsAre(FileURL("/Users/bob/x")));
 }
 
-TEST(VendorPathResolver, PlainPatternsDenoteWhatExistsInPatternOrder) {
+TEST(VendorPathResolver, PlainPatternsResolveToExistingItemsInPatternOrder) {
   MacVolume volume;
   volume.file("~/b").folder("/Library/a");
   EXPECT_THAT(resolved(volume, {"~/b", "/Library/missing", "/Library/a", "/Library/missing/x", "~/b/x"}),
@@ -68,7 +68,7 @@ TEST(VendorPathResolver, RelativePatternsYieldNothing) {
   EXPECT_THAT(resolved(volume, {"Library/a", "a", "*", "./a", "~ann/a", " ~/a", " /Library/a", "~a"}), IsEmpty());
 }
 
-TEST(VendorPathResolver, AStarAtTheEndTakesFilesAndFoldersAlike) {
+TEST(VendorPathResolver, AStarAtTheEndMatchesFilesAndFolders) {
   MacVolume volume;
   volume.file("~/Library/Caches/com.example.file")
       .folder("~/Library/Caches/com.example.folder")
@@ -182,7 +182,7 @@ TEST(VendorPathResolver, UnreadableFoldersContributeNothingAndAreReported) {
   EXPECT_EQ(report->count(UnreadableCause::permission), 1u);
 }
 
-TEST(VendorPathResolver, AFileInTheWayContributesNothing) {
+TEST(VendorPathResolver, AFileInPlaceOfAFolderContributesNothing) {
   MacVolume volume;
   volume.file("/L/file");
   EXPECT_THAT(resolved(volume, {"/L/file/*", "/L/file/x", "/L/file/."}), IsEmpty());
@@ -205,7 +205,7 @@ TEST(VendorPathResolver, StarredNamesMatchByCanonicalEquivalence) {
 }
 
 // Each "/*/.." leads back to its start, once for each folder there: 7 to the power of 40 ways.
-TEST(VendorPathResolver, WaysThatMeetInOneFolderAreFollowedOnce) {
+TEST(VendorPathResolver, PathsThatMeetInAFolderAreFollowedOnce) {
   MacVolume volume;
   for (const char* name : {"a", "b", "c", "d", "e", "f", "g"}) volume.folder("/L/" + std::string(name));
   std::string pattern = "/L";
@@ -231,7 +231,7 @@ TEST(VendorPathResolver, WaysThatMeetInOneFolderAreFollowedOnce) {
   EXPECT_TRUE(found.empty() || found.front().path().starts_with("/L/a/../a/..")) << "the first way is kept";
 }
 
-TEST(VendorPathResolver, WaysThroughLinksThatLeadBackAreTheSameFolderOnlyWithDots) {
+TEST(VendorPathResolver, LinksThatLeadBackAreTheSameFolderOnlyWithDots) {
   MacVolume volume;
   volume.folder("/L/a/x").link("/L/b", "/L/a").folder("/L/c");
   EXPECT_THAT(resolved(volume, {"/L/*/x"}), ElementsAre("/L/a/x/"));

@@ -48,7 +48,7 @@ TEST(VendorProfileArtifacts, AnExplanationThatIsAbsentStaysAbsent) {
   EXPECT_EQ(found[0].size, std::nullopt);
 }
 
-TEST(VendorProfileArtifacts, WhatResolvesToNothingYieldsNothing) {
+TEST(VendorProfileArtifacts, PatternsWithoutItemsYieldNoArtifact) {
   const MacVolume volume;
   EXPECT_THAT(artifacts(volume, {.artifacts = {{.paths = {}}, {.paths = {"/missing", "~/missing*"}}},
                                  .carveOuts = {{.title = "Shared", .paths = {"/missing"}, .reason = "Why."}}}),
@@ -106,7 +106,7 @@ Artifact adjusted(const MacVolume& volume, std::vector<std::string> patterns,
   return found.empty() ? Artifact{} : found[0];
 }
 
-TEST(SharedDataAdjustment, TheNoteStandsAloneWithoutAnExplanation) {
+TEST(SharedDataAdjustment, TheNoteIsTheExplanationIfThereIsNone) {
   MacVolume volume;
   volume.folder("/L/Example 1").folder("/L/Example 2");
   EXPECT_EQ(adjusted(volume, {"/L/Example*"}).explanation, kNote);
@@ -128,13 +128,13 @@ TEST(SharedDataAdjustment, SeveralItemsWithoutAWildcardKeepTheirClass) {
   EXPECT_EQ(adjusted(volume, {"/L/a", "/L/b"}).dataClass, ArtifactDataClass::userData);
 }
 
-TEST(SharedDataAdjustment, AStarThatNamesFilesByExtensionIsNoFolderLevelWildcard) {
+TEST(SharedDataAdjustment, AStarWithAnExtensionIsNotAFolderLevelWildcard) {
   MacVolume volume;
   volume.folder("~/Library/Group Containers/A.example").folder("~/Library/Group Containers/B.example");
   EXPECT_EQ(adjusted(volume, {"~/Library/Group Containers/*.example"}).dataClass, ArtifactDataClass::userData);
 }
 
-TEST(SharedDataAdjustment, OneWildcardAmongThePatternsIsEnoughEvenIfItFindsNothing) {
+TEST(SharedDataAdjustment, OneWildcardAmongThePatternsIsEnoughEvenWithoutMatches) {
   MacVolume volume;
   volume.folder("/L/a").folder("/L/b");
   EXPECT_EQ(adjusted(volume, {"/L/a", "/L/b", "/missing/*/x"}).dataClass, ArtifactDataClass::shared);
@@ -164,7 +164,7 @@ TEST(CarveOut, IsSharedDangerousUnknownAndOfLittleConfidence) {
   EXPECT_THAT(artifacts(volume, profile), ElementsAre(expected));
 }
 
-TEST(CarveOut, SeveralItemsByAWildcardKeepTheReasonAlone) {
+TEST(CarveOut, SeveralItemsOfAWildcardKeepTheReasonOnly) {
   MacVolume volume;
   volume.folder("/L/a").folder("/L/b");
   const auto found = artifacts(volume, {.carveOuts = {{.title = "T", .paths = {"/L/*"}, .reason = ""}}});
@@ -205,7 +205,7 @@ TEST(CarveOut, ScopeComparesStandardisedPaths) {
   EXPECT_EQ(found[0].scope, ArtifactScope::user);
 }
 
-TEST(VendorProfileArtifacts, CarveOutsFollowDefinitionsBeforeDuplicatesAreTakenOut) {
+TEST(VendorProfileArtifacts, CarveOutsFollowDefinitionsBeforeDeduplication) {
   MacVolume volume;
   volume.folder("/L/same").folder("/L/aa").folder("/L/bb/inner");
   const VendorProfile profile{.artifacts = {{.kind = ArtifactKind::cache, .title = "inner", .paths = {"/L/bb/inner"}},

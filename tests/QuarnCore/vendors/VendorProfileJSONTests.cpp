@@ -214,7 +214,7 @@ TEST(VendorProfileJSON, RecordsOfAnotherShapeSpoilTheFile) {
   }
 }
 
-TEST(VendorProfileJSON, WhatIsNotStrictJSONSpoilsTheFile) {
+TEST(VendorProfileJSON, AFileThatIsNotStrictJSONIsRefused) {
   EXPECT_EQ(decodeVendorProfile(changed("\"Example\"]", "\"Example\",]")), std::nullopt);
   EXPECT_EQ(decodeVendorProfile(changed("{", "// a vendor\n{")), std::nullopt);
   EXPECT_EQ(decodeVendorProfile(changed("Example Inc.", "Example\tInc.")), std::nullopt);
@@ -225,7 +225,7 @@ TEST(VendorProfileJSON, WhatIsNotStrictJSONSpoilsTheFile) {
   EXPECT_EQ(decodeVendorProfile(kText.substr(0, kText.size() - 1)), std::nullopt);
 }
 
-TEST(VendorProfileJSON, EncodesTheKeysInFieldOrderAndLeavesAnAbsentExplanationOut) {
+TEST(VendorProfileJSON, EncodesTheKeysInFieldOrderAndOmitsAnAbsentExplanation) {
   const std::string text = encodeVendorProfile(exampleProfile()).dump();
   EXPECT_EQ(
       text,
@@ -249,7 +249,7 @@ TEST(VendorIndexJSON, DecodesEveryField) {
             R"({"version":3,"vendors":[{"id":"a","file":"a.json"},{"id":"b","file":"bee"}]})");
 }
 
-TEST(VendorIndexJSON, AVersionIsAnIntegralNumberHoweverItIsWritten) {
+TEST(VendorIndexJSON, AVersionIsAnIntegralNumberInAnyNotation) {
   const std::vector<std::pair<std::string, std::int64_t>> versions{
       {"1", 1}, {"1.0", 1}, {"1e2", 100}, {"10e-1", 1}, {"-7", -7}, {"0", 0}, {"9223372036854775807", INT64_MAX}};
   for (const auto& [text, version] : versions) {

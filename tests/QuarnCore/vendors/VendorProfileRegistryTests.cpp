@@ -32,7 +32,7 @@ std::vector<std::string> loadedIDs(const ResourceFolder& folder) {
   return ids;
 }
 
-TEST(VendorProfileRegistryLoading, ProfilesComeInTheOrderOfTheIndex) {
+TEST(VendorProfileRegistryLoading, ProfilesAreInTheOrderOfTheIndex) {
   ResourceFolder folder;
   folder.file("vendors/index.json", indexText({"zeta", "alpha", "mid"}));
   for (const char* id : {"alpha", "mid", "zeta", "unlisted"}) {
@@ -41,7 +41,7 @@ TEST(VendorProfileRegistryLoading, ProfilesComeInTheOrderOfTheIndex) {
   EXPECT_THAT(loadedIDs(folder), ElementsAre("zeta", "alpha", "mid"));
 }
 
-TEST(VendorProfileRegistryLoading, TheProfilesOwnIdCountsAndNotTheIndexEntrys) {
+TEST(VendorProfileRegistryLoading, TheIdOfTheProfileTakesPrecedenceOverThatOfTheIndex) {
   ResourceFolder folder;
   folder.file("vendors/index.json", indexText({"file"})).file("vendors/file.json", profileText("own"));
   EXPECT_THAT(loadedIDs(folder), ElementsAre("own"));
@@ -54,14 +54,14 @@ TEST(VendorProfileRegistryLoading, AFileIsNamedWithOrWithoutItsEnding) {
   EXPECT_THAT(loadedIDs(folder), ElementsAre("example", "example"));
 }
 
-TEST(VendorProfileRegistryLoading, EveryOccurrenceOfTheEndingIsTakenOutOfAName) {
+TEST(VendorProfileRegistryLoading, EveryOccurrenceOfTheExtensionIsRemovedFromAName) {
   ResourceFolder folder;
   folder.file("vendors/index.json", indexText({"ex.jsonample.json.json", "a.js.jsonon"}));
   folder.file("vendors/example.json", profileText("example")).file("vendors/a.json.json", profileText("again"));
   EXPECT_THAT(loadedIDs(folder), ElementsAre("example", "again")) << "what is left is not searched again";
 }
 
-TEST(VendorProfileRegistryLoading, TheSubdirectoryComesBeforeTheTopLevel) {
+TEST(VendorProfileRegistryLoading, TheSubdirectoryTakesPrecedenceOverTheTopLevel) {
   ResourceFolder folder;
   folder.file("index.json", indexText({"wrong"})).file("wrong.json", profileText("wrong"));
   folder.file("vendors/index.json", indexText({"both", "top"}));
@@ -93,7 +93,7 @@ TEST(VendorProfileRegistryLoading, AVendorFileThatCannotBeReadIsNotReplacedByThe
   EXPECT_THAT(loadedIDs(folder), ElementsAre("a"));
 }
 
-TEST(VendorProfileRegistryLoading, EachKindOfMalformedFileLosesThatFileAlone) {
+TEST(VendorProfileRegistryLoading, EachKindOfMalformedFileAffectsOnlyThatFile) {
   const std::string good = profileText("bad");
   const auto changed = [&](std::string_view from, std::string_view to) {
     std::string text = good;
@@ -123,7 +123,7 @@ TEST(VendorProfileRegistryLoading, EachKindOfMalformedFileLosesThatFileAlone) {
   }
 }
 
-TEST(VendorProfileRegistryLoading, WithoutAnIndexThereAreNoProfilesAndEveryAnswerIsEmpty) {
+TEST(VendorProfileRegistryLoading, WithoutAnIndexThereAreNoProfilesAndAllResultsAreEmpty) {
   ResourceFolder folder;
   folder.file("vendors/a.json", profileText("a"));
   const VendorProfileRegistry registry = VendorProfileRegistry::loadDefault(folder.bundle());
@@ -154,7 +154,7 @@ TEST(VendorProfileRegistryLoading, EachCallReadsAgainAndDuplicateIdsStay) {
   EXPECT_THAT(loadedIDs(folder), ElementsAre("same", "other"));
 }
 
-TEST(VendorProfileRegistry, ArtifactsComeProfileByProfileInRegistryOrder) {
+TEST(VendorProfileRegistry, ArtifactsAreInRegistryOrder) {
   MacVolume volume;
   volume.folder("~/Library/Caches/long-name").folder("~/Library/Caches/b").folder("~/Library/Caches/other");
   const auto profile = [](const std::string& id, const std::string& bundleID, const std::string& folder) {

@@ -45,7 +45,7 @@ TEST(Wildcard, ALetterIsNotFoundInItsAccentedForm) {
   EXPECT_TRUE(matches("Caf*", "Cafe\u0301"));
 }
 
-TEST(Wildcard, WhatIsNotUtf8ComparesByBytes) {
+TEST(Wildcard, TextThatIsNotUtf8ComparesByBytes) {
   EXPECT_TRUE(matches("\xFF*", "\xFF\xFE"));
   EXPECT_FALSE(matches("\xFE*", "\xFF"));
   EXPECT_FALSE(matches("\uFFFD*", "\xFF"));
@@ -62,7 +62,7 @@ TEST(Wildcard, NothingButTheStarIsSpecial) {
   EXPECT_FALSE(matches("a.*c", "abc"));
 }
 
-TEST(Wildcard, AStarStandsForAnyRunAlsoNone) {
+TEST(Wildcard, AStarMatchesAnyTextIncludingNone) {
   EXPECT_TRUE(matches("a*b", "ab"));
   EXPECT_TRUE(matches("a*b", "a/ b"));
   EXPECT_TRUE(matches("a**b", "ab"));

@@ -46,13 +46,13 @@ TEST(InParallel, AnExceptionOfAnyThreadIsThrownOnAndEndsTheWork) {
   EXPECT_LE(calls, 2);
 }
 
-TEST(InParallel, FewCallsAreMadeByTheCallingThreadAlone) {
+TEST(InParallel, FewCallsRunOnlyOnTheCallingThread) {
   std::set<std::thread::id> threads;
   inParallel(7, [&](std::size_t /*index*/) { threads.insert(std::this_thread::get_id()); });
   EXPECT_THAT(threads, testing::ElementsAre(std::this_thread::get_id()));
 }
 
-TEST(CollectInParallel, WhatIsMadeKeepsItsOrderAndNothingIsLeftOut) {
+TEST(CollectInParallel, ResultsKeepTheirOrderAndAreComplete) {
   std::vector<std::size_t> even;
   for (std::size_t i = 0; i < 1000; i += 2) even.push_back(i);
   const auto made = collectInParallel<std::size_t>(

@@ -45,7 +45,7 @@ MacVolume& manyFiles(MacVolume& volume, std::string_view folder, int count) {
   return volume;
 }
 
-TEST(DirectoryReader, EveryEntryComesWithItsOwnType) {
+TEST(DirectoryReader, EveryEntryHasItsOwnType) {
   MacVolume volume;
   volume.file("/t/file").folder("/t/folder").link("/t/link", "folder").link("/t/dangling", "nowhere");
   volume.fifo("/t/pipe").socket("/t/socket");
@@ -58,7 +58,7 @@ TEST(DirectoryReader, EveryEntryComesWithItsOwnType) {
   EXPECT_EQ(reader.error(), 0);
 }
 
-TEST(DirectoryReader, TheFolderItselfAndItsParentAreLeftOut) {
+TEST(DirectoryReader, TheFolderItselfAndItsParentAreSkipped) {
   MacVolume volume;
   volume.folder("/t").file("/t/...").file("/t/..a");
   const FileDescriptor folder = openFolder(volume, "/t");
@@ -91,7 +91,7 @@ TEST(DirectoryReader, NamesAreTheBytesOnTheDisk) {
   EXPECT_THAT(list(reader, folder.get()), ElementsAre(Pair(odd, FileType::regular)));
 }
 
-TEST(DirectoryReader, AFolderOfMoreEntriesThanOneStretchHoldsIsReadToItsEnd) {
+TEST(DirectoryReader, AFolderOfSeveralBatchesIsReadToItsEnd) {
   MacVolume volume = volumeInMemory();
   constexpr int kFiles = 8000;
   manyFiles(volume, "/t", kFiles);
@@ -118,7 +118,7 @@ TEST(DirectoryReader, AReaderIsGoodForOneFolderAfterAnother) {
   EXPECT_THAT(list(reader, second.get()), ElementsAre(Pair("b", FileType::regular)));
 }
 
-TEST(DirectoryReader, WhatIsNoFolderGivesItsErrorAndTheNextFolderIsReadAllTheSame) {
+TEST(DirectoryReader, AnItemThatIsNotAFolderIsAnErrorAndTheNextFolderIsRead) {
   MacVolume volume;
   volume.file("/t/a");
   const FileDescriptor file(::open(volume.host("/t/a").c_str(), O_RDONLY | O_CLOEXEC));
@@ -130,7 +130,7 @@ TEST(DirectoryReader, WhatIsNoFolderGivesItsErrorAndTheNextFolderIsReadAllTheSam
   EXPECT_EQ(reader.error(), 0);
 }
 
-TEST(DirectoryReader, AFolderThatWasRemovedWhileItIsOpenIsSaidToBeGone) {
+TEST(DirectoryReader, AFolderThatIsRemovedWhileOpenIsReportedAsMissing) {
   MacVolume volume;
   volume.folder("/t");
   const FileDescriptor folder = openFolder(volume, "/t");
@@ -190,7 +190,7 @@ TEST(DirectoryReader, SizesAreTheLengthAndTheBlocksOfTheFileItself) {
   EXPECT_EQ(sizes, (ByteCounts{.allocatedBytes = 0, .logicalBytes = 1'000'000}));
 }
 
-TEST(DirectoryReader, WhatIsNoRegularFileAnyMoreHasNoSizes) {
+TEST(DirectoryReader, AnItemThatIsNoLongerARegularFileHasNoSizes) {
   MacVolume volume;
   volume.folder("/t/folder").file("/t/file", 5).link("/t/link", "file");
   const FileDescriptor folder = openFolder(volume, "/t");

@@ -28,7 +28,7 @@ std::string recordWithoutType(std::string_view name) {
   return record;
 }
 
-TEST(DirectoryReader, ATypeThatTheFileSystemDoesNotTellIsLookedUpAndWhatVanishedIsLeftOut) {
+TEST(DirectoryReader, AnUnreportedTypeIsLookedUpAndVanishedEntriesAreSkipped) {
   MacVolume volume;
   volume.file("/t/file").folder("/t/folder").link("/t/link", "folder").fifo("/t/pipe");
   const FileDescriptor folder(::open(volume.host("/t").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

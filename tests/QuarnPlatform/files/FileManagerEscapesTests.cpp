@@ -68,7 +68,7 @@ TEST_F(FileManagerEscapes, TheParentOfTheVolumesRootIsTheRoot) {
   EXPECT_EQ(files.contentsOfDirectory(FileURL("/../.."), HiddenItems::include).size(), 2U);
 }
 
-TEST_F(FileManagerEscapes, WhatALinkNamesIsLookedUpInTheVolume) {
+TEST_F(FileManagerEscapes, TargetsOfLinksAreLookedUpInTheVolume) {
   volume_.text("/etc/hosts", "of the volume").text(secret_ + "/file", "of the volume");
   const FileManager files = volume_.files();
   for (const char* path : {"~/hosts", "~/absolute/file", "~/relative/file", "~/chained"}) {
@@ -95,7 +95,7 @@ class FileManagerLongPaths : public ::testing::Test {
   std::string deep_ = "/Users/ann";
 };
 
-TEST_F(FileManagerLongPaths, AreLongerThanTheSystemTakes) { EXPECT_GT(deep_.size(), 8'000U); }
+TEST_F(FileManagerLongPaths, AreSupportedBeyondPathMax) { EXPECT_GT(deep_.size(), 8'000U); }
 
 TEST_F(FileManagerLongPaths, ItemsAreFoundReadAndListed) {
   const FileManager files = volume_.files();
@@ -110,7 +110,7 @@ TEST_F(FileManagerLongPaths, ItemsAreFoundReadAndListed) {
   EXPECT_EQ(errorOf([&] { (void)files.openFile(FileURL(deep_ + "/missing")); }), ENOENT);
 }
 
-TEST_F(FileManagerLongPaths, LinksAtTheEndAreFollowedOnlyWhenAskedTo) {
+TEST_F(FileManagerLongPaths, LinksAtTheEndAreFollowedOnlyOnRequest) {
   const FileManager files = volume_.files();
   EXPECT_EQ(files.readFile(FileURL(deep_ + "/link"), 100), "deep");
   EXPECT_EQ(files.requireFacts(FileURL(deep_ + "/link"), Links::doNotFollow).type, FileType::symbolicLink);
@@ -138,7 +138,7 @@ TEST_F(FileManagerLongPaths, AWalkUpAndDownOverAndOverAgainEndsSoon) {
   EXPECT_EQ(volume_.files().contentsOfDirectory(FileURL(path), HiddenItems::include).size(), 7U);
 }
 
-TEST_F(FileManagerLongPaths, AFileIsNoFolderOnTheWay) {
+TEST_F(FileManagerLongPaths, AFileInTheMiddleOfAPathIsAnError) {
   volume_.link(deep_ + "/slash", "leaf/").link(deep_ + "/dot", "leaf/.");
   for (const char* end : {"/leaf/.", "/leaf/..", "/leaf/x", "/link/.", "/slash", "/dot"}) {
     EXPECT_FALSE(volume_.files().itemExists(FileURL(deep_ + end))) << end;

@@ -13,7 +13,7 @@ struct PathRow {
   const char* output;
 };
 
-TEST(FileManager, StandardisingIsTextualUnlessAParentComponentStandsInThePath) {
+TEST(FileManager, StandardisingIsTextualUnlessThePathHasAParentComponent) {
   // clang-format off
   constexpr std::array<PathRow, 15> kRows{{
       {"/",                       "/"},
@@ -55,7 +55,7 @@ TEST(FileManager, AFileHasNoParentComponent) {
   EXPECT_EQ(volume.files().standardizedPath("/link/../link/file//"), "/real/file") << "slashes at the end go first";
 }
 
-TEST(FileManager, PrivateIsDroppedWhereWhatIsLeftExists) {
+TEST(FileManager, PrivateIsRemovedIfTheRestExists) {
   // clang-format off
   constexpr std::array<PathRow, 11> kRows{{
       {"/private/tmp/x",           "/tmp/x"},
@@ -111,7 +111,7 @@ TEST(FileManager, OfThePrefixesOnlyTheFirstThatFitsIsTried) {
   for (const PathRow& row : kRows) EXPECT_EQ(volume.files().standardizedPath(row.input), row.output) << row.input;
 }
 
-TEST(FileManager, AStandardisedURLKeepsWhatIsKnownOfItsKind) {
+TEST(FileManager, AStandardisedURLKeepsItsKind) {
   const MacVolume volume;
   EXPECT_EQ(volume.files().standardized(FileURL("/a//b", URLKind::directory)).string(), "file:///a/b/");
   EXPECT_EQ(volume.files().standardized(FileURL("/a//b")).string(), "file:///a/b");
@@ -174,7 +174,7 @@ TEST(FileManager, ThirtyThreeLinksAreFollowedAndNotOneMore) {
   EXPECT_EQ(volume.files().resolvedPath(volume.url("~/link34")), "/Users/ann/link34");
 }
 
-TEST(FileManager, AResolvedURLKeepsWhatIsKnownOfItsKind) {
+TEST(FileManager, AResolvedURLKeepsItsKind) {
   MacVolume volume;
   volume.folder("/Library/Real").link("~/link", "/Library/Real");
   EXPECT_EQ(volume.files().resolvingSymlinks(volume.url("~/link")).string(), "file:///Library/Real");

@@ -45,7 +45,7 @@ TEST(FileManager, WithAnotherHomeItIsTheSameVolume) {
   EXPECT_EQ(files.hostFolder(), volume.root());
 }
 
-TEST(FileManager, AVolumeThatIsNoFolderIsRefusedWithItsHostPath) {
+TEST(FileManager, AVolumeThatIsNotAFolderIsRefusedWithItsHostPath) {
   MacVolume volume;
   volume.file("/file");
   try {
@@ -91,7 +91,7 @@ TEST(FileManager, AnItemOfAnyTypeExistsAndLinksAreFollowed) {
   }
 }
 
-TEST(FileManager, WhatLeadsNowhereDoesNotExist) {
+TEST(FileManager, DanglingLinksDoNotExist) {
   MacVolume volume;
   volume.link("~/dangling", "missing").link("~/a", "b").link("~/b", "a").link("~/self", "self").file("~/file");
   for (const char* path :
@@ -163,7 +163,7 @@ TEST(FileManager, HardLinksShareOneIdentity) {
   EXPECT_NE(identity("~/a"), identity("~/c"));
 }
 
-TEST(FileManager, FactsOfWhatIsMissingAreAbsentOrThrown) {
+TEST(FileManager, FactsOfAMissingItemAreAbsentOrThrow) {
   MacVolume volume;
   volume.link("~/dangling", "missing");
   const FileManager files = volume.files();
@@ -220,7 +220,7 @@ TEST(FileManager, AURLIsMadeAFolderExactlyWhenTheItemItselfIsOne) {
   EXPECT_EQ(files.url(volume.url("~"), "file").string(), "file:///Users/ann/file");
 }
 
-TEST(FileManager, ANameWithANulIsNoName) {
+TEST(FileManager, ANameWithANulIsRefused) {
   MacVolume volume;
   volume.file("~/a").folder("~/f");
   const FileManager files = volume.files();
@@ -250,7 +250,7 @@ TEST(FileManager, AListingIsInTheOrderOfTheNamesBytes) {
                           "file:///Users/ann/%FF"));
 }
 
-TEST(FileManager, AListingSaysOfEachItemWhatItIs) {
+TEST(FileManager, AListingHasTheTypeOfEachItem) {
   MacVolume volume;
   volume.folder("~/a").file("~/b").link("~/c", "a").fifo("~/d");
   const std::vector<DirectoryEntry> entries = volume.files().contentsOfDirectory(volume.url("~"), HiddenItems::include);
@@ -263,7 +263,7 @@ TEST(FileManager, AListingSaysOfEachItemWhatItIs) {
   EXPECT_EQ(entries[3].type, FileType::other);
 }
 
-TEST(FileManager, AListingCanLeaveHiddenItemsOut) {
+TEST(FileManager, AListingCanSkipHiddenItems) {
   MacVolume volume;
   volume.file("~/.hidden").folder("~/.folder").file("~/shown").file("~/..odd");
   EXPECT_THAT(texts(volume.files().contentsOfDirectory(volume.url("~"), HiddenItems::skip)),
@@ -293,7 +293,7 @@ TEST(FileManager, ALinkToAFolderListsThatFolderUnderTheLinksPath) {
               ElementsAre("file:///Users/ann/absolute/a"));
 }
 
-TEST(FileManager, AListingOfWhatIsNoFolderThrows) {
+TEST(FileManager, AListingOfAnItemThatIsNotAFolderThrows) {
   struct Row {
     const char* path;
     int error;
@@ -319,7 +319,7 @@ TEST(FileManager, AListingOfWhatIsNoFolderThrows) {
   }
 }
 
-TEST(FileManager, AFolderForTheWalkIsOpenedThroughALinkOnlyWhenAskedTo) {
+TEST(FileManager, AFolderForAWalkIsOpenedThroughALinkOnlyOnRequest) {
   MacVolume volume;
   volume.folder("~/folder").link("~/link", "folder").file("~/file");
   const FileManager files = volume.files();
@@ -432,7 +432,7 @@ TEST(FileManager, AnOpenFileIsReadByPosition) {
   EXPECT_EQ(file.read(3, 0), "");
 }
 
-TEST(FileManager, AFileThatShrinksGivesWhatIsLeft) {
+TEST(FileManager, AFileThatShrinksReturnsTheRest) {
   MacVolume volume;
   volume.text("~/a", "0123456789");
   const OpenFile file = volume.files().openFile(volume.url("~/a"));

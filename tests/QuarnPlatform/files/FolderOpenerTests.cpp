@@ -38,7 +38,7 @@ TEST_P(FolderOpening, ALinkToAFolderIsNotGoneThrough) {
   EXPECT_TRUE(opened.error == ENOTDIR || opened.error == ELOOP) << opened.error;
 }
 
-TEST_P(FolderOpening, WhatIsNoFolderIsRefusedAndAPipeBlocksNobody) {
+TEST_P(FolderOpening, AnItemThatIsNotAFolderIsRefusedAndAPipeDoesNotBlock) {
   MacVolume volume;
   volume.file("/t/file").fifo("/t/pipe");
   const FileDescriptor root = openFolder(volume.host("/t"));
@@ -70,7 +70,7 @@ TEST_P(FolderOpening, AMountPointIsRefusedAsAnotherDevice) {
   EXPECT_EQ(opened.error, EXDEV);
 }
 
-TEST_P(FolderOpening, AMountPointThatIsTheRootItselfIsNoObstacle) {
+TEST_P(FolderOpening, AMountPointCanBeTheRoot) {
   const FileDescriptor root = openFolder("/dev/pts");
   EXPECT_TRUE(FolderOpener(root.get(), GetParam()).open(root.get(), ".").descriptor.isOpen());
 }

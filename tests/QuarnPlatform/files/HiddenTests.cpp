@@ -10,7 +10,7 @@ namespace {
 
 using ::testing::UnorderedElementsAreArray;
 
-TEST(Hidden, IsWhatBeginsWithADotOrHasTheFlag) {
+TEST(Hidden, IsANameWithALeadingDotOrTheFlag) {
   EXPECT_TRUE(isHidden(".a"));
   EXPECT_TRUE(isHidden("."));
   EXPECT_FALSE(isHidden("a"));
@@ -20,7 +20,7 @@ TEST(Hidden, IsWhatBeginsWithADotOrHasTheFlag) {
   EXPECT_TRUE(isHidden(".a", HiddenFlag::set));
 }
 
-TEST(Hidden, ListingsAndWalksLeaveOutWhatTheRuleSays) {
+TEST(Hidden, ListingsAndWalksFollowTheRule) {
   MacVolume volume;
   std::vector<std::string> visible;
   for (const std::string name : {".DS_Store", ".hidden", "..a", "a", "a.b", "_a", " .a", "~"}) {

@@ -29,7 +29,7 @@ std::string contentOf(const std::string& hostPath) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-TEST(MacVolume, BeginsWithTheHomeFolderAlone) {
+TEST(MacVolume, ContainsOnlyTheHomeFolderAtFirst) {
   const MacVolume volume;
   EXPECT_EQ(volume.home(), "/Users/ann");
   EXPECT_TRUE(std::filesystem::is_directory(volume.root() + "/Users/ann"));
@@ -37,14 +37,14 @@ TEST(MacVolume, BeginsWithTheHomeFolderAlone) {
   EXPECT_EQ(statusOf(volume.root()).st_mode & 07777, 0755U);
 }
 
-TEST(MacVolume, AnotherHomeCanBeAskedFor) {
+TEST(MacVolume, AnotherHomeCanBeSelected) {
   MacVolume volume("/Users/bob");
   volume.file("~/a");
   EXPECT_TRUE(std::filesystem::exists(volume.root() + "/Users/bob/a"));
   EXPECT_EQ(volume.files().homeDirectory().path(), "/Users/bob");
 }
 
-TEST(MacVolume, ATildeStandsForTheHomeOnlyAsAWholeFirstName) {
+TEST(MacVolume, ATildeIsTheHomeOnlyAsTheFirstName) {
   const MacVolume volume;
   EXPECT_EQ(volume.path("~"), "/Users/ann");
   EXPECT_EQ(volume.path("~/Library"), "/Users/ann/Library");
@@ -55,7 +55,7 @@ TEST(MacVolume, ATildeStandsForTheHomeOnlyAsAWholeFirstName) {
   EXPECT_EQ(volume.url("~/Library").string(), "file:///Users/ann/Library");
 }
 
-TEST(MacVolume, LeavesNothingBehindWhateverItHeld) {
+TEST(MacVolume, RemovesEverythingAtTheEnd) {
   std::string root;
   {
     MacVolume volume;
@@ -144,7 +144,7 @@ TEST(MacVolume, HardLinksAreTheSameFile) {
   EXPECT_EQ(statusOf(volume.host("~/a")).st_ino, statusOf(volume.host("~/b/c")).st_ino);
 }
 
-TEST(MacVolume, PipesAndSocketsAreWhatTheyAreCalled) {
+TEST(MacVolume, PipesAndSocketsHaveTheirTypes) {
   MacVolume volume;
   volume.fifo("~/pipe").socket("~/socket");
   EXPECT_TRUE(S_ISFIFO(statusOf(volume.host("~/pipe")).st_mode));
@@ -161,14 +161,14 @@ TEST(MacVolume, ModesTimesAndAttributesAreSet) {
   EXPECT_EQ(info[8], '\x20');
 }
 
-TEST(MacVolume, AChainIsAsDeepAsAskedFor) {
+TEST(MacVolume, AChainHasTheGivenDepth) {
   MacVolume volume;
   volume.chain("~/deep", 3, "x");
   EXPECT_TRUE(std::filesystem::is_directory(volume.host("~/deep/x/x/x")));
   EXPECT_FALSE(std::filesystem::exists(volume.host("~/deep/x/x/x/x")));
 }
 
-TEST(MacVolume, RemovingTakesATreeAway) {
+TEST(MacVolume, RemovingDeletesATree) {
   MacVolume volume;
   volume.file("~/a/b/c", 1_KiB).mode("~/a/b", 0000).file("~/d").link("~/l", "a");
   volume.remove("~/l").remove("~/d").remove("~/a");

@@ -62,7 +62,7 @@ TEST(Packages, TheBundleBitIsReadFromFinderInfo) {
   EXPECT_FALSE(hasBundleBit(openFolder(volume, "/t/plain").get()));
 }
 
-TEST(Packages, OnlyThatBitCountsWhateverTheOthersAre) {
+TEST(Packages, OnlyThatBitCounts) {
   constexpr unsigned char kBundle = 0x20;
   MacVolume volume;
   for (int flags = 0; flags < 256; ++flags) {
@@ -81,7 +81,7 @@ TEST(Packages, TheBitIsInTheFirstByteOfTheFlagsAndNotInTheSecond) {
   EXPECT_FALSE(hasBundleBit(openFolder(volume, "/t").get()));
 }
 
-TEST(Packages, FinderInfoOfAnotherLengthIsNone) {
+TEST(Packages, FinderInfoOfAnotherLengthIsIgnored) {
   for (const std::size_t size : {9U, 16U, 31U, 33U, 64U}) {
     MacVolume volume;
     volume.folder("/t").xattr("/t", "user.com.apple.FinderInfo", finderInfo(0x20, size));
@@ -104,7 +104,7 @@ TEST(Packages, AttributesTooManyToListDoNotHideFinderInfo) {
   EXPECT_TRUE(hasBundleBit(openFolder(volume, "/t").get()));
 }
 
-TEST(Packages, WhatCannotBeReadIsNoPackage) { EXPECT_FALSE(hasBundleBit(-1)); }
+TEST(Packages, AnUnreadableFolderIsNotAPackage) { EXPECT_FALSE(hasBundleBit(-1)); }
 
 }  // namespace
 }  // namespace quarn

@@ -67,7 +67,7 @@ TEST_F(PathWalk, TheNamesAreThoseWithoutLinks) {
   EXPECT_THAT(walk("/../../a")->names, ElementsAre("a"));
 }
 
-TEST_F(PathWalk, WhatEndsItIsInErrno) {
+TEST_F(PathWalk, TheCauseOfAFailureIsInErrno) {
   struct Row {
     const char* path;
     int error;

@@ -53,7 +53,7 @@ TEST(ReadReport, ItemsAreKeptInTheOrderInWhichTheyWereAdded) {
       ElementsAre(closed, gone, UnreadableItem{.path = "/c", .cause = UnreadableCause::permission, .error = EACCES}));
 }
 
-TEST(ReadReport, AMountPointIsNoError) {
+TEST(ReadReport, AMountPointIsNotAnError) {
   ReadReport report;
   report.addOtherDevice("/Volumes/Disk");
   report.add("/Volumes/Stick", EXDEV);
@@ -62,7 +62,7 @@ TEST(ReadReport, AMountPointIsNoError) {
                           UnreadableItem{.path = "/Volumes/Stick", .cause = UnreadableCause::otherDevice, .error = 0}));
 }
 
-TEST(ReadReport, EachCauseIsCountedByItself) {
+TEST(ReadReport, EachCauseIsCountedSeparately) {
   ReadReport report;
   report.add("/a", EACCES);
   report.add("/b", EACCES);

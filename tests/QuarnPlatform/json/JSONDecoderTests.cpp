@@ -28,7 +28,7 @@ std::int64_t integerOf(std::string_view text) {
   return JSONDecoder(value).integer();
 }
 
-TEST(JSONDecoder, IntegersAreIntegralNumbersHoweverTheyAreWritten) {
+TEST(JSONDecoder, IntegersAreIntegralNumbersInAnyNotation) {
   EXPECT_EQ(integerOf("0"), 0);
   EXPECT_EQ(integerOf("-1"), -1);
   EXPECT_EQ(integerOf("1.0"), 1);
@@ -37,7 +37,7 @@ TEST(JSONDecoder, IntegersAreIntegralNumbersHoweverTheyAreWritten) {
   EXPECT_EQ(integerOf("-9223372036854775808"), INT64_MIN);
 }
 
-TEST(JSONDecoder, OtherNumbersAndValuesAreNoIntegers) {
+TEST(JSONDecoder, OtherNumbersAndValuesAreNotIntegers) {
   const auto integer = [](const JSONDecoder& value) { return value.integer(); };
   for (const std::string_view text : {"1.5", "9223372036854775808", "-9223372036854775809", "1e300", "9.3e18"}) {
     EXPECT_EQ(failureOf(text, integer), "not an integer of 64 bits") << text;
@@ -48,7 +48,7 @@ TEST(JSONDecoder, OtherNumbersAndValuesAreNoIntegers) {
   EXPECT_EQ(failureOf("null", integer), "missing");
 }
 
-TEST(JSONDecoder, NoTypeStandsForAnother) {
+TEST(JSONDecoder, NoTypeConvertsToAnother) {
   EXPECT_EQ(failureOf("1", [](const JSONDecoder& value) { return value.text(); }), "not a string");
   EXPECT_EQ(failureOf("1", [](const JSONDecoder& value) { return value.boolean(); }), "not a boolean");
   EXPECT_EQ(failureOf("\"true\"", [](const JSONDecoder& value) { return value.boolean(); }), "not a boolean");
@@ -78,7 +78,7 @@ TEST(JSONDecoder, MissingAndNullAreTheSame) {
   EXPECT_FALSE(object.member("b").isAbsent());
 }
 
-TEST(JSONDecoder, MembersThatNobodyKnowsCanBeRefused) {
+TEST(JSONDecoder, UnknownMembersCanBeRefused) {
   constexpr std::array<std::string_view, 2> kKnown{"a", "b"};
   const auto refuse = [&](const JSONDecoder& value) { value.refuseUnknownMembers(kKnown); };
   EXPECT_EQ(failureOf(R"({"b":1})", refuse), "no failure");

@@ -23,7 +23,7 @@ struct FormRow {
   const char* path;
 };
 
-TEST(FileURL, KeepsThePathAndSaysInATrailingSlashWhetherItIsAFolder) {
+TEST(FileURL, KeepsThePathAndTakesATrailingSlashAsAFolder) {
   // clang-format off
   constexpr std::array<FormRow, 7> kRows{{
       {"/a/b",        URLKind::item,      "file:///a/b",        "/a/b"},
@@ -77,7 +77,7 @@ TEST(FileURL, EveryByteButTheUnreservedOnesAndTheSlashIsPercentEncoded) {
   EXPECT_EQ(FileURL("/a%20b").string(), "file:///a%2520b");
 }
 
-TEST(FileURL, EveryNameComesBackFromItsText) {
+TEST(FileURL, EveryNameSurvivesEncodingAndParsing) {
   for (int byte = 1; byte < 256; ++byte) {
     const FileURL url(std::string("/x") + static_cast<char>(byte) + "y");
     const std::optional<FileURL> back = FileURL::parse(url.string());
@@ -114,7 +114,7 @@ TEST(FileURL, ParsingReadsURLsAndPlainPaths) {
   }
 }
 
-TEST(FileURL, ParsingRefusesWhatIsNoAbsoluteFileURL) {
+TEST(FileURL, ParsingRefusesAnythingButAbsoluteFileURLs) {
   // clang-format off
   const std::vector<std::string> refused{
       "", "a/b", "~", "~/a", "file:", "file://", "file:a", "file://server/a", "file://localhost", "http:///a", "FILE", "file:///a%",
@@ -164,7 +164,7 @@ TEST(FileURL, TheLastComponentTheComponentsAndTheExtensionAreThoseOfThePath) {
   EXPECT_THAT(FileURL().pathComponents(), ElementsAre("/"));
 }
 
-TEST(FileURL, DeletingTheLastComponentGivesAFolder) {
+TEST(FileURL, DeletingTheLastComponentReturnsAFolder) {
   struct Row {
     const char* path;
     const char* parent;
@@ -178,7 +178,7 @@ TEST(FileURL, DeletingTheLastComponentGivesAFolder) {
     EXPECT_EQ(FileURL(row.path).deletingLastPathComponent().string(), row.parent) << row.path;
 }
 
-TEST(FileURL, EqualityIsThatOfThePathsWhateverIsKnownOfTheKind) {
+TEST(FileURL, EqualityComparesPathsAndIgnoresTheKind) {
   EXPECT_EQ(FileURL("/a"), FileURL("/a/"));
   EXPECT_NE(FileURL("/a"), FileURL("/A"));
   EXPECT_NE(FileURL("/a//b"), FileURL("/a/b"));

@@ -46,7 +46,7 @@ TEST(PackedPaths, AnEmptyListHoldsNothing) {
   EXPECT_FALSE(none.containsAtOrBelow("a"));
 }
 
-TEST(PackedPaths, WhatIsBelowIsFoundByComponents) {
+TEST(PackedPaths, PathsBelowAreFoundByComponents) {
   const PackedPaths paths = packed({"a", "b/c/d", "e.f/g", "e/h", "e-/i"});
   EXPECT_TRUE(paths.containsAtOrBelow("a"));
   EXPECT_TRUE(paths.containsAtOrBelow("b"));
@@ -86,7 +86,7 @@ TEST(PackedPaths, AnswerAsASetOfTextsDoes) {
   }
 }
 
-TEST(PackedPaths, TakeTheirBytesAndFiveMoreEach) {
+TEST(PackedPaths, TakeTheirBytesPlusFivePerPath) {
   std::vector<std::string> paths;
   std::size_t bytes = 0;
   for (int i = 0; i < 1'000; ++i) {

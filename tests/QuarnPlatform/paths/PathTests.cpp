@@ -9,7 +9,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST(Path, ComponentsBeginWithTheRootAndHoldNoEmptyName) {
+TEST(Path, ComponentsBeginWithTheRootAndAreNotEmpty) {
   EXPECT_THAT(path::components("/"), ElementsAre("/"));
   EXPECT_THAT(path::components("/a"), ElementsAre("/", "a"));
   EXPECT_THAT(path::components("/a/b/"), ElementsAre("/", "a", "b"));
@@ -53,7 +53,7 @@ struct ExtensionRow {
   std::string extension;
 };
 
-TEST(Path, TheExtensionIsWhatFollowsTheLastDotOfTheLastComponent) {
+TEST(Path, TheExtensionFollowsTheLastDotOfTheLastComponent) {
   // clang-format off
   const std::vector<ExtensionRow> rows{
       {".hidden", ""}, {".hidden.txt", "txt"}, {"a.", ""}, {"a..", ""}, {"a..b", "b"}, {"a.tar.gz", "gz"},
@@ -123,7 +123,7 @@ TEST(Path, JoiningPutsOneSlashAtTheSeam) {
   EXPECT_EQ(path::join("/a", ".."), "/a/..");
 }
 
-TEST(Path, AFolderHoldsItselfAndWhatLiesBelowIt) {
+TEST(Path, AFolderContainsItselfAndEverythingBelow) {
   EXPECT_TRUE(path::isInside("/a", "/a"));
   EXPECT_TRUE(path::isInside("/a/b", "/a"));
   EXPECT_TRUE(path::isInside("/a", "/"));

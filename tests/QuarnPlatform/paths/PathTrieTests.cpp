@@ -15,7 +15,7 @@ TEST(PathTrie, AnEmptyTrieHasNothingAnywhere) {
   EXPECT_EQ(trie.value(Trie::kRoot), nullptr);
 }
 
-TEST(PathTrie, AStepGoesFromAFolderToWhatLiesInIt) {
+TEST(PathTrie, AStepGoesFromAFolderToAnItemInIt) {
   Trie trie;
   trie.insert("/Users/ann/Library", 7);
   const Trie::Node users = trie.step(Trie::kRoot, "Users");
@@ -46,14 +46,14 @@ TEST(PathTrie, NamesAreComparedWholeAndByTheirBytes) {
   EXPECT_NE(trie.find("/ab"), Trie::kNone);
 }
 
-TEST(PathTrie, TheFirstRuleForAPathHolds) {
+TEST(PathTrie, TheFirstRuleForAPathWins) {
   Trie trie;
   trie.insert("/a", 1);
   trie.insert("/a", 2);
   EXPECT_EQ(*trie.value(trie.find("/a")), 1);
 }
 
-TEST(PathTrie, TheLongestRuleThatHoldsAPathWinsWhateverTheOrderOfInsertion) {
+TEST(PathTrie, TheLongestMatchingRuleWinsInAnyOrderOfInsertion) {
   Trie trie;
   trie.insert("/a/b/c", 3);
   trie.insert("/a", 1);
@@ -65,7 +65,7 @@ TEST(PathTrie, TheLongestRuleThatHoldsAPathWinsWhateverTheOrderOfInsertion) {
   EXPECT_EQ(trie.longestMatch("/b"), nullptr);
 }
 
-TEST(PathTrie, ARuleForTheRootHoldsEverything) {
+TEST(PathTrie, ARuleForTheRootMatchesEverything) {
   Trie trie;
   trie.insert("/", 9);
   EXPECT_EQ(*trie.longestMatch("/"), 9);

@@ -9,7 +9,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST(PrivatePrefix, IsTakenOffOnceTheLongestFirst) {
+TEST(PrivatePrefix, IsRemovedOnceTheLongestFirst) {
   const std::vector<std::pair<std::string, std::optional<std::string>>> rows{
       {"/private/etc/hosts", "/etc/hosts"},
       {"/private/etc", "/etc"},
@@ -29,7 +29,7 @@ TEST(PrivatePrefix, IsTakenOffOnceTheLongestFirst) {
   for (const auto& [path, shortened] : rows) EXPECT_EQ(path::withoutPrivatePrefix(path), shortened) << path;
 }
 
-TEST(PrivatePrefix, ThePathsThatItIsTakenFromAreItsInverse) {
+TEST(PrivatePrefix, AddingPrefixesIsTheInverseOfRemovingThem) {
   EXPECT_THAT(path::withPrivatePrefixes("/etc/hosts"),
               ElementsAre("/private/var/automount/etc/hosts", "/var/automount/etc/hosts", "/private/etc/hosts"));
   for (const std::string& longer : path::withPrivatePrefixes("/etc/hosts")) {
@@ -39,7 +39,7 @@ TEST(PrivatePrefix, ThePathsThatItIsTakenFromAreItsInverse) {
   EXPECT_THAT(path::withPrivatePrefixes("/Library"), IsEmpty());
 }
 
-TEST(PrivatePrefix, FoldersOnTheWayToOneAndInOneMayHoldIt) {
+TEST(PrivatePrefix, FoldersAboveAndInsideAPrefixMayContainIt) {
   for (const char* folder : {"/", "/private", "/private/etc", "/var", "/var/automount", "/var/automount/x"}) {
     EXPECT_TRUE(path::mayHoldPrivatePrefix(folder)) << folder;
   }

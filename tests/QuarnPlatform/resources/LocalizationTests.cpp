@@ -139,7 +139,7 @@ TEST_F(Localization, ARegionFallsBackToItsLanguage) {
   }
 }
 
-TEST_F(Localization, TheFullIdentifierComesBeforeTheLanguageInEitherSpelling) {
+TEST_F(Localization, TheFullIdentifierTakesPrecedenceOverTheLanguage) {
   for (const char* locale : {"pt-BR", "pt_BR"}) {
     use(locale);
     EXPECT_EQ(localized("Hello"), "Oi") << locale;
@@ -152,7 +152,7 @@ TEST_F(Localization, TheFullIdentifierComesBeforeTheLanguageInEitherSpelling) {
   EXPECT_EQ(localized("Hello"), "Hello");
 }
 
-TEST_F(Localization, AnEmptyTextIsNoTranslation) {
+TEST_F(Localization, AnEmptyTextIsNotATranslation) {
   use("pt_BR");
   EXPECT_EQ(localized("Bye"), "Tchau");
 }
@@ -197,7 +197,7 @@ TEST_F(Localization, AMalformedCatalogueLeavesEnglish) {
   }
 }
 
-TEST_F(Localization, AnEntryOfAnotherShapeLeavesItsSentenceAlone) {
+TEST_F(Localization, AMalformedEntryKeepsItsEnglishSentence) {
   const std::vector<std::string> entries = {"null",
                                             "1",
                                             "[]",
@@ -216,7 +216,7 @@ TEST_F(Localization, AnEntryOfAnotherShapeLeavesItsSentenceAlone) {
   }
 }
 
-TEST_F(Localization, TheFirstPlaceholderTakesTheArgument) {
+TEST_F(Localization, TheArgumentReplacesTheFirstPlaceholder) {
   EXPECT_EQ(localizedCount("%ld and %ld", 1), "1 and %ld");
   EXPECT_EQ(localizedText("%@ and %@", "a"), "a and %@");
   EXPECT_EQ(localizedTexts("%@, %@, %@", "a", "b"), "a, b, %@");
@@ -241,7 +241,7 @@ TEST_F(Localization, ADoubledPercentSignIsOneInAFormat) {
   EXPECT_EQ(localized("100 %%"), "100 %%");
 }
 
-TEST_F(Localization, OtherPercentSignsStandForThemselves) {
+TEST_F(Localization, OtherPercentSignsAreLiteral) {
   EXPECT_EQ(localizedCount("%d %s %@ %", 1), "%d %s %@ %");
   EXPECT_EQ(localizedText("%ld %1 %1$ % @ %", "a"), "%ld %1 %1$ % @ %");
 }
@@ -270,7 +270,7 @@ std::vector<std::string> conversions(const std::string& format) {
   return found;
 }
 
-TEST_F(Localization, TheShippedCatalogueHoldsEverySentenceAndNoOther) {
+TEST_F(Localization, TheCatalogueContainsExactlyTheUsedSentences) {
   const std::optional<std::string> bytes = ResourceBundle(shippedFolder()).read("Localizable", "xcstrings");
   ASSERT_TRUE(bytes.has_value());
   const std::optional<nlohmann::json> catalogue = parseJSON(*bytes);

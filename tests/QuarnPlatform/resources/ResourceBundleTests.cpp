@@ -73,7 +73,7 @@ TEST(ResourceBundle, ANameWithANulFindsNothing) {
   EXPECT_EQ(bundle.read("a", ""), "x");
 }
 
-TEST(ResourceBundle, BytesComeAsTheyAre) {
+TEST(ResourceBundle, BytesAreUnchanged) {
   ResourceFolder folder;
   const std::string bytes("\0\xFF\r\n\0", 5);
   folder.file("bytes.bin", bytes);
@@ -108,7 +108,7 @@ TEST(ResourceBundle, OnlyRegularFilesAreRead) {
   EXPECT_EQ(bundle.read("missing", "json"), std::nullopt);
 }
 
-TEST(ResourceBundle, AFolderThatIsNotThereHoldsNothing) {
+TEST(ResourceBundle, AMissingFolderIsEmpty) {
   EXPECT_EQ(ResourceBundle("/nonexistent").read("index", "json"), std::nullopt);
   EXPECT_EQ(ResourceBundle("").read("etc/hostname", ""), std::nullopt);
   EXPECT_EQ(ResourceBundle("").read("hostname", "", "/etc"), std::nullopt);

@@ -14,7 +14,7 @@ TEST(TextComposition, EquivalentTextsGetTheSameBytes) {
   EXPECT_EQ(composed("x\u0302\U0001F600"), "x\u0302\U0001F600") << "nothing to compose, nothing lost";
 }
 
-TEST(TextComposition, WhatIsComposedOrNotUtf8IsReturnedWithoutACopy) {
+TEST(TextComposition, ComposedOrInvalidTextIsReturnedWithoutACopy) {
   for (const std::string_view text : {std::string_view(""), std::string_view("plain"), std::string_view("e\xCC"),
                                       std::string_view("\xFF\xFE"), std::string_view("a\0b", 3)}) {
     std::string storage;

@@ -39,7 +39,7 @@ std::string utf8(char32_t scalar) {
   return {byte(18, 0xF0), byte(12, 0x80), byte(6, 0x80), byte(0, 0x80)};
 }
 
-TEST(TextFolding, MarksAreTakenOffLatinLetters) {
+TEST(TextFolding, MarksAreRemovedFromLatinLetters) {
   expectFolded({{"Caf\u00E9", "cafe"},
                 {"CAF\u00C9", "cafe"},
                 {"cafe\u0301", "cafe"},
@@ -59,7 +59,7 @@ TEST(TextFolding, LigaturesFoldToTheirLetters) {
   expectFolded({{"\uFB01", "fi"}, {"\uFB00", "ff"}, {"\uFB03", "ffi"}, {"\uFB05", "st"}});
 }
 
-TEST(TextFolding, LettersWithAStrokeAreLettersOfTheirOwn) {
+TEST(TextFolding, LettersWithAStrokeAreSeparateLetters) {
   expectFolded({{"\u00F8", "\u00F8"},
                 {"\u00D8", "\u00F8"},
                 {"\u0111", "\u0111"},
@@ -93,7 +93,7 @@ TEST(TextFolding, DotlessIStaysInEveryLocale) {
   for (const Locale& locale : {kRoot, kEnglish, kTurkish}) expectFolded({{"\u0131", "\u0131"}}, locale);
 }
 
-TEST(TextFolding, MarksAreTakenOffGreekLetters) {
+TEST(TextFolding, MarksAreRemovedFromGreekLetters) {
   expectFolded({{"\u0386", "\u03B1"},
                 {"\u03CE", "\u03C9"},
                 {"\u0390", "\u03B9"},
@@ -104,7 +104,7 @@ TEST(TextFolding, MarksAreTakenOffGreekLetters) {
 
 TEST(TextFolding, AnIotaSubscriptAloneIsAnIota) { expectFolded({{"\u0345", "\u03B9"}}); }
 
-TEST(TextFolding, MarksAreTakenOffCyrillicLetters) {
+TEST(TextFolding, MarksAreRemovedFromCyrillicLetters) {
   expectFolded(
       {{"\u0419", "\u0438"}, {"\u0401", "\u0435"}, {"\u0407", "\u0456"}, {"\u040E", "\u0443"}, {"\u0490", "\u0491"}});
 }
@@ -141,7 +141,7 @@ TEST(TextFolding, EmojiAreUntouched) {
                    "\U0001F1FA\U0001F1F8"});
 }
 
-TEST(TextFolding, WhateverExtendsALatinCharacterIsDropped) {
+TEST(TextFolding, ScalarsThatExtendALatinCharacterAreDropped) {
   expectFolded({{"1\uFE0F\u20E3", "1"},
                 {"a\uFE0F", "a"},
                 {"x\u20DD", "x"},
@@ -162,11 +162,11 @@ TEST(TextFolding, AMarkWithoutALetterStays) {
 
 TEST(TextFolding, SpacingAccentsStay) { expectUnchanged({"\u00AF", "\u00A8", "\u00B4", "`", "\u02C7"}); }
 
-TEST(TextFolding, TheLimitLiesBetweenTheTwoHalvesOfCyrillicSupplement) {
+TEST(TextFolding, TheLimitIsBetweenTheTwoHalvesOfCyrillicSupplement) {
   expectFolded({{"\u050E\u0301\u0302", "\u050F"}, {"\u0510\u0301\u0302", "\u0511\u0302"}});
 }
 
-TEST(TextFolding, KeptMarksComeInCanonicalOrder) {
+TEST(TextFolding, KeptMarksAreInCanonicalOrder) {
   // Dagesh (class 21) precedes qamats (class 18) on the keyboard and follows it in canonical order.
   expectFolded({{"\u05DE\u05BC\u05B8", "\u05DE\u05B8\u05BC"},
                 {"\u05DE\u05B8\u05BC", "\u05DE\u05B8\u05BC"},
@@ -210,7 +210,7 @@ TEST(TextFolding, TurkicCapitalIHasNoDot) {
   }
 }
 
-TEST(TextFolding, FoldingUsesTheCurrentLocaleUnlessToldOtherwise) {
+TEST(TextFolding, FoldingUsesTheCurrentLocaleByDefault) {
   Locale::setCurrent(kTurkish);
   const std::string current = Text::folded("I");
   const std::string key = Text::normalizedKey("I-I");
@@ -242,7 +242,7 @@ TEST(TextFolding, BadBytesFoldToOneReplacementCharacterEach) {
                 {"\xC0\x80", "\uFFFD\uFFFD"}});
 }
 
-TEST(TextFolding, AMillionMarksOnOneLetterAreNoTrouble) {
+TEST(TextFolding, AMillionMarksOnOneLetterTakeLinearTime) {
   std::string text = "\u05DE";
   for (int i = 0; i < 500'000; ++i) text += i % 2 == 0 ? "\u05BC" : "\u05B8";
   EXPECT_EQ(Text::folded(text, kRoot).size(), text.size());
@@ -283,7 +283,7 @@ TEST(TextLowercase, BadBytesBecomeReplacementCharacters) {
             "a\uFFFDb\uFFFD\uFFFD");
 }
 
-TEST(TextNormalizedKey, SpacesHyphensAndUnderscoresFallAway) {
+TEST(TextNormalizedKey, SpacesHyphensAndUnderscoresAreRemoved) {
   EXPECT_EQ(Text::normalizedKey("My_App-Data"), "myappdata");
   EXPECT_EQ(Text::normalizedKey("My App D"), "myappd");
   EXPECT_EQ(Text::normalizedKey("Micro-Soft Word"), "microsoftword");
@@ -291,7 +291,7 @@ TEST(TextNormalizedKey, SpacesHyphensAndUnderscoresFallAway) {
   EXPECT_EQ(Text::normalizedKey(" -_"), "");
 }
 
-TEST(TextNormalizedKey, FoldedTextHasNoLettersLeftToLower) {
+TEST(TextNormalizedKey, FoldedTextIsLowerCase) {
   for (const Locale& locale : {kRoot, kTurkish}) {
     for (char32_t scalar = 0x80; scalar < 0x20000; ++scalar) {
       if (scalar >= 0xD800 && scalar < 0xE000) continue;
