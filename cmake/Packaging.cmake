@@ -29,7 +29,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
     "quarn (= ${PROJECT_VERSION}), libicu-dev, libplist-dev, libspdlog-dev, libfmt-dev, pkg-config")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-    "library behind quarn (development files)
+    "quarn library (development files)
 Headers, static libraries, a CMake package and a pkg-config file for
 programs that inspect Mac volumes.")
 

@@ -1,5 +1,5 @@
-# Writes index.json for a folder of vendor profiles: cmake -DVENDORS=folder -P VendorIndex.cmake. Nobody edits the index by
-# hand. The order is that of the file names, so that it does not depend on the machine.
+# Writes index.json for a folder of vendor profiles: cmake -DVENDORS=folder -P VendorIndex.cmake. The entries are sorted by
+# file name, so that the index does not depend on the machine.
 file(GLOB profiles RELATIVE ${VENDORS} ${VENDORS}/*.json)
 list(REMOVE_ITEM profiles index.json)
 list(SORT profiles)

@@ -53,7 +53,7 @@ CheckedFile checkProfile(const std::filesystem::path& path) {
   return checked;
 }
 
-// The index that stands in the folder must name each profile, else it is not loaded, and nothing that is missing.
+// An existing index must name every profile, because others are not loaded, and no missing file.
 CheckedFile checkIndex(const std::filesystem::path& path, std::vector<CheckedFile>& profiles) {
   CheckedFile checked{.name = path.filename().string()};
   const std::string text = readHostFile(path, checked.problem);
