@@ -22,14 +22,18 @@ CommandRun runQuarn(const std::vector<std::string>& words, std::string_view inpu
 CommandRun runProgram(const std::string& program, const std::vector<std::string>& words, std::string_view input = "",
                       const std::vector<std::string>& environment = {});
 
-/// The same as `runQuarn` on the sample volume, which is written once for the process, with ann's home.
+/// The path of the built command.
+const std::string& quarnProgram();
+
+/// The same as `runQuarn` on the sample volume, with ann's home.
 CommandRun runOnSample(std::vector<std::string> words, std::string_view input = "");
 
 /// Runs a program with both outputs on a terminal of that many columns; `out` holds what appears on it.
 CommandRun runOnTerminal(const std::string& program, const std::vector<std::string>& words, unsigned short columns,
                          const std::vector<std::string>& environment = {});
 
-/// The sample volume's folder on the host.
+/// The sample volume's folder on the host, for reading only. All tests of a ctest run share one, which is named by
+/// QUARN_TEST_SAMPLE in the environment; without that, the process writes its own.
 const std::string& sampleFolder();
 
 }  // namespace quarn
