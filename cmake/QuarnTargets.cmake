@@ -47,8 +47,9 @@ function(quarn_room NAME FOLDER)
   target_precompile_headers(${NAME} PRIVATE ${QUARN_STANDARD_HEADERS})
 endfunction()
 
-# `quarn_tests(NAME FOLDER DEPENDS...)` adds a test program from tests/FOLDER; each test is a separate ctest test. Suites named
-# "…InBrowser" run chromium and have the label "browser".
+# `quarn_tests(NAME FOLDER DEPENDS...)` adds a test program from tests/FOLDER. Each suite is a ctest test with the suite's name and
+# runs in one process. Suites named "…InBrowser" run chromium and have the label "browser". The program lists its suites, so ctest
+# asks it when it runs.
 function(quarn_tests NAME FOLDER)
   quarn_sources(sources tests/${FOLDER})
   if(NOT sources)
@@ -56,13 +57,17 @@ function(quarn_tests NAME FOLDER)
   endif()
   add_executable(${NAME} ${sources})
   target_link_libraries(${NAME} PRIVATE quarn_test_support quarn_warnings GTest::gmock_main ${ARGN})
+  set(properties TIMEOUT 1200)
   if(ARGN MATCHES "quarn_command")
     target_precompile_headers(${NAME} PRIVATE <gmock/gmock.h> <gtest/gtest.h> "${PROJECT_SOURCE_DIR}/QuarnPlatform/json/JSONLibrary.h")
+    list(APPEND properties FIXTURES_REQUIRED sample_volume ENVIRONMENT "QUARN_TEST_SAMPLE=${PROJECT_BINARY_DIR}/test-sample")
   else()
     target_precompile_headers(${NAME} REUSE_FROM quarn_test_support)
   endif()
-  gtest_discover_tests(${NAME} TEST_FILTER "-*InBrowser.*" DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
-  if(IS_DIRECTORY "${PROJECT_SOURCE_DIR}/tests/${FOLDER}/browser")
-    gtest_discover_tests(${NAME} TEST_FILTER "*InBrowser.*" DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 LABELS browser)
-  endif()
+  file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/${NAME}.cmake CONTENT
+"set(program [==[$<TARGET_FILE:${NAME}>]==])
+set(properties [==[${properties}]==])
+include([==[${PROJECT_SOURCE_DIR}/cmake/TestSuites.cmake]==])
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${CMAKE_CURRENT_BINARY_DIR}/${NAME}.cmake)
 endfunction()

@@ -8,13 +8,13 @@
 #include <unistd.h>
 
 #include "QuarnPlatform/paths/Path.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace quarn {
 namespace {
 
-std::string temporaryFolder() {
-  const char* base = std::getenv("TMPDIR");
-  std::string pattern = std::string(base != nullptr && base[0] == '/' ? base : "/tmp") + "/mac-volume-XXXXXX";
+std::string newFolder() {
+  std::string pattern = temporaryFolder() + "/mac-volume-XXXXXX";
   if (::mkdtemp(pattern.data()) == nullptr || ::chmod(pattern.c_str(), 0755) != 0) {
     throwFileError("make a temporary folder", pattern);
   }
@@ -39,7 +39,7 @@ PlistDictionary infoOf(const AppBundle& bundle) {
 
 }  // namespace
 
-MacVolume::MacVolume(std::string_view home) : home_(home), writer_(temporaryFolder()) { folder(home_); }
+MacVolume::MacVolume(std::string_view home) : home_(home), writer_(newFolder()) { folder(home_); }
 
 MacVolume::~MacVolume() {
   ::chmod(root().c_str(), 0700);

@@ -6,9 +6,11 @@
 #include <fstream>
 #include <system_error>
 
+#include "tests/support/TemporaryFolder.h"
+
 namespace quarn {
 
-ResourceFolder::ResourceFolder() : path_((std::filesystem::temp_directory_path() / "resources-XXXXXX").string()) {
+ResourceFolder::ResourceFolder() : path_(temporaryFolder() + "/resources-XXXXXX") {
   if (::mkdtemp(path_.data()) == nullptr) throw std::system_error(errno, std::generic_category(), path_);
 }
 

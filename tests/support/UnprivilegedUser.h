@@ -1,12 +1,11 @@
 #pragma once
 
-#include <sys/types.h>
-
 namespace quarn {
 
-/// During its lifetime, the process is a user that permission bits apply to: user 65534 if it runs as root, else
-/// unchanged. Applies to all threads; create one at a time. Create the files of the test first, and destroy this
-/// before the files are removed.
+/// During its lifetime, permission bits apply to the calling thread, to the threads that it starts and to the programs that
+/// it runs, even if the tests run as root. The user stays the same, so a build in a home folder of mode 0700 stays
+/// reachable. macOS has no capabilities: there, root becomes another user for the whole process. Nothing changes for other
+/// users. Create one at a time. Create the files of the test first, and destroy this before the files are removed.
 class UnprivilegedUser {
  public:
   UnprivilegedUser();
@@ -15,7 +14,8 @@ class UnprivilegedUser {
   UnprivilegedUser& operator=(const UnprivilegedUser&) = delete;
 
  private:
-  uid_t before_;
+  unsigned taken_ = 0;  ///< the capabilities that it took away, one bit each
+  int before_ = 0;      ///< what the destructor restores beside them
 };
 
 }  // namespace quarn

@@ -9,6 +9,7 @@ namespace quarn {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::UnorderedElementsAre;
 
 AppEntity app(const std::string& name, const std::string& bundleID, const std::string& bundle = "/Applications/X.app") {
   return {.name = name, .bundleIdentifier = bundleID, .bundleURL = FileURL(bundle), .id = bundleID};
@@ -16,8 +17,10 @@ AppEntity app(const std::string& name, const std::string& bundleID, const std::s
 
 const AppEntity kExample = app("Example", "com.example.App");
 
-std::vector<Artifact> scan(const MacVolume& volume, const AppEntity& of, const EntitlementsInfo& entitlements = {}) {
-  const ArtifactScanner scanner(FileSizeCalculator::live(volume.files()), volume.files());
+// With sizes when there is a calculator.
+std::vector<Artifact> scan(const MacVolume& volume, const AppEntity& of, const EntitlementsInfo& entitlements = {},
+                           const std::optional<FileSizeCalculator>& sizes = std::nullopt) {
+  const ArtifactScanner scanner(sizes.value_or(FileSizeCalculator::live(volume.files())), volume.files());
   return scanner.scan(of, entitlements,
                       {.includeHeuristicSearch = true,
                        .heuristicMaxDepth = 5,
@@ -25,7 +28,7 @@ std::vector<Artifact> scan(const MacVolume& volume, const AppEntity& of, const E
                        .includeVendorHeuristics = true,
                        .includeSystemArtifacts = true,
                        .includeSystemHeuristicSearch = true,
-                       .computeSizes = false});
+                       .computeSizes = sizes.has_value()});
 }
 
 TEST(ScanOverlap, ACacheFoundByPlaceAndByResemblanceIsListedOnceAsTheFirst) {
@@ -128,6 +131,54 @@ TEST(ScanOverlap, AGroupNamedTwiceIsListedOnce) {
   MacVolume volume;
   volume.folder("~/Library/Group Containers/g");
   EXPECT_THAT(titles(scan(volume, kExample, {{"g", "g"}})), ElementsAre("App", "Group Container (g)"));
+}
+
+// More than sixteen: shorter lists are sorted by insertion, which keeps the order of equals whatever sort is asked for.
+TEST(ScanOverlap, FortyEqualTitlesKeepTheOrderInWhichTheyWereFound) {
+  MacVolume volume;
+  EntitlementsInfo entitlements;
+  std::vector<std::string> expected{"/Applications/X.app"};
+  // Forty spellings of one name in different letter case, so that their titles compare as equal.
+  for (unsigned bits = 64; bits > 24; --bits) {
+    std::string group = "groups";
+    for (std::size_t i = 0; i < group.size(); ++i) {
+      if (((bits - 1) >> i & 1) != 0) group[i] = static_cast<char>(group[i] - 'a' + 'A');
+    }
+    volume.folder("~/Library/Group Containers/" + group);
+    entitlements.applicationGroups.push_back(group);
+    expected.push_back("/Users/ann/Library/Group Containers/" + group);
+  }
+  EXPECT_EQ(paths(scan(volume, kExample, entitlements)), expected);
+}
+
+TEST(ScanOverlap, TheAppsBundleComesBeforeAnotherArtifactOfTheSameFolder) {
+  MacVolume volume;
+  volume.folder("~/Library/Application Support/Example");
+  const AppEntity inSupport = app("Example", "com.example.App", "/Users/ann/Library/Application Support/Example");
+  EXPECT_THAT(titles(scan(volume, inSupport)), ElementsAre("App"));
+}
+
+// Pruning first: what another artifact holds is not asked for, and does not count.
+TEST(ScanOverlap, AnArtifactThatLosesAnItemIsSizedWithoutIt) {
+  MacVolume volume;
+  const std::string folder = "/Users/ann/Library/Preferences/";
+  volume.file(folder + "com.example.App.plist", 1_MiB)
+      .file(folder + "com.example.App.extra.plist", 8_KiB)
+      .file(folder + "com.example.App.longer.plist", 4_KiB);
+  std::vector<std::string> asked;
+  const FileSizeCalculator live = FileSizeCalculator::live(volume.files());
+  FileSizeCalculator recording = live;
+  recording.itemSizeExcluding = [&](const FileURL& at, const std::vector<FileURL>& without, bool slow, bool hidden) {
+    asked.push_back(at.path());
+    return live.itemSizeExcluding(at, without, slow, hidden);
+  };
+  const std::vector<Artifact> found =
+      scan(volume, app("Example", "com.example.App", folder + "com.example.App.plist"), {}, recording);
+  ASSERT_THAT(titles(found), ElementsAre("App", "Preferences"));
+  EXPECT_EQ(found[1].size, (SizeInfo{12_KiB, 12_KiB}));
+  EXPECT_THAT(asked, UnorderedElementsAre(folder + "com.example.App.plist", folder + "com.example.App.extra.plist",
+                                          folder + "com.example.App.longer.plist"))
+      << "each item once";
 }
 
 }  // namespace

@@ -157,5 +157,16 @@ TEST(InspectionSizingDeathTest, SizesThatOverflowEndTheProgram) {
   }
 }
 
+// The scan orders what it finds by size, which it knows only when it is told to size.
+TEST_F(InspectionMerge, TheScanSizesAndOrdersWhenSizesAreWanted) {
+  volume_.file("~/Library/Caches/com.example.App/a", 4_KiB).file("~/Library/Logs/com.example.App", 64_KiB);
+  AppInspectionService::Options options = inspectionOptions(false);
+  EXPECT_THAT(titles(inspector_.service().inspect(exampleApp(), options).artifacts),
+              ElementsAre("App", "Cache", "Logs"));
+  options.computeArtifactSizes = true;
+  EXPECT_THAT(titles(inspector_.service().inspect(exampleApp(), options).artifacts),
+              ElementsAre("Logs", "App", "Cache"));
+}
+
 }  // namespace
 }  // namespace quarn

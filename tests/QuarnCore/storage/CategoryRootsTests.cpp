@@ -26,7 +26,8 @@ TEST(DocumentRoots, ProvidersOfCloudStorageAreItsVisibleFolders) {
       .folder("~/Library/CloudStorage/Box-Box")
       .folder("~/Library/CloudStorage/.hidden")
       .file("~/Library/CloudStorage/file")
-      .link("~/Library/CloudStorage/link", "Dropbox");
+      .link("~/Library/CloudStorage/link", "/Elsewhere")
+      .folder("/Elsewhere");
   EXPECT_THAT(moreDocuments(volume), ElementsAre("~/Library/CloudStorage/Box-Box", "~/Library/CloudStorage/Dropbox"));
 }
 
@@ -199,6 +200,18 @@ TEST(GameRoots, AreSortedByTheLengthOfTheirResolvedPathThenByThatPath) {
   EXPECT_THAT(volume.roots(Category::games),
               ElementsAre("/L/steamapps", "/Aa/steamapps", "/Bb/steamapps", "/\u00E9\u00E9/steamapps", "~/Games",
                           "/Users/Shared/Steam/steamapps"));
+}
+
+TEST(GameRoots, EquallyLongPathsAreOrderedByTheirBytes) {
+  DashboardVolume volume;
+  volume.folder("/b/steamapps").folder("/A/steamapps").folder("/a/steamapps").folder("/B/steamapps");
+  volume.folder("/\u00E9/steamapps").folder("/z/steamapps");
+  volume.text(
+      "/Users/Shared/Steam/steamapps/libraryfolders.vdf",
+      "\"path\" \"/b\"\n\"path\" \"/\u00E9\"\n\"path\" \"/A\"\n\"path\" \"/z\"\n\"path\" \"/a\"\n\"path\" \"/B\"\n");
+  EXPECT_THAT(volume.roots(Category::games),
+              ElementsAre("/A/steamapps", "/B/steamapps", "/a/steamapps", "/b/steamapps", "/z/steamapps",
+                          "/\u00E9/steamapps", "~/Games", "/Users/Shared/Steam/steamapps"));
 }
 
 TEST(GameRoots, OnlyOutermostOnesAreKept) {

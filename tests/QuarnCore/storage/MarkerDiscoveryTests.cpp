@@ -137,7 +137,9 @@ TEST(MarkerDiscovery, SixtyThousandItemsOfEachSearchRootAreVisited) {
   // One file with many hard links; each is an item.
   const std::string first = bulk + "0";
   volume.file("~/Library/Application Support/a/b/c/d/e/0");
-  const int before = 6;  // a, b, c, d, e, and "0"; "deep" sorts behind the rest
+  volume.file("~/Library/Application Support/a/b/c/d/e/folder/1")
+      .file("~/Library/Application Support/a/b/c/d/e/folder/2");
+  const int before = 7;  // a, b, c, d, e, "0", and "folder" without what it holds; "deep" sorts among the rest
   for (int i = 1; i < 59'999 - before; ++i) {
     ASSERT_EQ(::link(first.c_str(), (bulk + std::to_string(i)).c_str()), 0) << i;
   }
@@ -146,6 +148,12 @@ TEST(MarkerDiscovery, SixtyThousandItemsOfEachSearchRootAreVisited) {
       << "a to e, 59,994 items too deep to be looked at, and the marker as the last: 60,000";
   volume.file("~/Library/Application Support/a/b/c/d/e/zzz");
   EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared/A"));
+}
+
+TEST(MarkerDiscovery, AFolderThatTwoSearchRootsReachIsFoundOnce) {
+  MacVolume volume;
+  volume.file("/Users/Shared/Real/Application Support/A/marker").link("~/Library", "/Users/Shared/Real");
+  EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/ann/Library/Application Support/A"));
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
 #include <chrono>
 #include <fstream>
+#include <limits>
 
 #include <gmock/gmock.h>
 
+#include "QuarnCore/storage/PartitionedScan.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
 #include "tests/QuarnCore/storage/DashboardVolume.h"
+#include "tests/support/MemoryVolume.h"
 
 namespace quarn {
 namespace {
@@ -156,6 +159,23 @@ TEST(PreciseSizeDiagnostics, SystemDataLogsItsExclusions) {
               ElementsAre("trace [StorageScan] Precise root size category=systemData root=/usr allocatedBytes=0 "
                           "logicalBytes=7 cloudRoot=false exclusions=" +
                           std::to_string(excluded)));
+}
+
+// Each root fits, the two together do not. No disk has such files, a file system in memory does.
+TEST(PartitionedScanDeathTest, TotalsOfSeveralRootsThatDoNotFitEndTheProgram) {
+  MacVolume volume = volumeInMemory();
+  constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+  volume.sparse("~/Pictures/a", kMost).folder("~/Movies");
+  const auto scanned = [&] {
+    ScanPlan plan;
+    for (const char* path : {"/Users/ann/Pictures", "/Users/ann/Movies"}) {
+      plan.roots.push_back({.path = path, .location = path, .defaultCategory = Category::photos});
+    }
+    return PartitionedScan(std::move(plan), {}, volume.files()).run({}, Cancellation::never());
+  };
+  EXPECT_EQ(scanned()[bucketOf(Category::photos)].logicalBytes, kMost);
+  volume.sparse("~/Movies/a", 1);
+  EXPECT_DEATH((void)scanned(), "overflowed");
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include <gmock/gmock.h>
 
 #include "QuarnCore/storage/SteamLibraries.h"
@@ -135,9 +137,14 @@ TEST(SteamAppFolders, AListThatCannotBeReadAddsNothing) {
 
 TEST(SteamAppFolders, AHundredMegabytesOfGarbageAreNotRead) {
   MacVolume volume;
-  volume.folder("/Users/Shared/Steam/steamapps");
-  volume.sparse("/Users/Shared/Steam/steamapps/libraryfolders.vdf", 100_MiB);
-  EXPECT_THAT(folders(volume), ElementsAre("/Users/Shared/Steam/steamapps"));
+  const std::string list = "/Users/Shared/Steam/steamapps/libraryfolders.vdf";
+  volume.folder("/A/steamapps").text(list, "\"path\" \"/A\"\n");
+  std::filesystem::resize_file(volume.host(list), static_cast<std::uintmax_t>(4_MiB));
+  EXPECT_THAT(folders(volume), ElementsAre("/Users/Shared/Steam/steamapps", "/A/steamapps")) << "the longest list";
+  for (const std::int64_t length : {4_MiB + 1, 100_MiB}) {
+    std::filesystem::resize_file(volume.host(list), static_cast<std::uintmax_t>(length));
+    EXPECT_THAT(folders(volume), ElementsAre("/Users/Shared/Steam/steamapps")) << length;
+  }
 }
 
 }  // namespace

@@ -276,5 +276,21 @@ TEST(VendorPathHintIndex, AgreesWithAWalkThroughTheSortedEntries) {
   }
 }
 
+TEST(VendorPathHintIndex, AHintsPathIsTheStandardisedOne) {
+  MacVolume volume;
+  volume.folder("/private/var/v").link("/var", "private/var").folder("/private/etc/w");
+  const auto built =
+      index(volume, {{.id = "slack", .artifacts = {definition("T", {"/private/var/v", "/private/etc/w"})}}});
+  const auto pathAt = [&](const char* path) {
+    const auto hint = built.hint(FileURL(path), Category::communication);
+    return hint ? hint->path : "no hint";
+  };
+  EXPECT_EQ(pathAt("/private/var/v"), "/var/v");
+  EXPECT_EQ(pathAt("/private/etc/w"), "/private/etc/w") << "without a link at /etc the prefix stays";
+  for (const VendorPathHintIndex::Entry& entry : built.entriesByCategory().at(Category::communication)) {
+    EXPECT_EQ(entry.path, entry.hint.path);
+  }
+}
+
 }  // namespace
 }  // namespace quarn

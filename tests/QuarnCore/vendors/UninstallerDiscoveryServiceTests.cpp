@@ -222,5 +222,18 @@ TEST(UninstallerDiscovery, OfABigBundleOnlyTheFirst20000EntriesCount) {
   EXPECT_THAT(names(find(volume, appAt("/Applications/X.app"))), ElementsAre("b remove.app"));
 }
 
+// More than sixteen: shorter lists are sorted by insertion, which keeps the order of equals whatever sort is asked for.
+TEST(UninstallerDiscovery, FortyEqualNamesKeepTheOrderInWhichTheyWereFound) {
+  MacVolume volume;
+  std::vector<std::string> expected;
+  for (int i = 10; i < 50; ++i) {
+    expected.push_back(kResources + std::to_string(i) + "/Uninstall.command");
+    volume.file(expected.back());
+  }
+  std::vector<std::string> found;
+  for (const UninstallerCandidate& candidate : find(volume)) found.push_back(candidate.url.path());
+  EXPECT_EQ(found, expected);
+}
+
 }  // namespace
 }  // namespace quarn

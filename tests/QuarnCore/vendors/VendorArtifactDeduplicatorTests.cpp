@@ -181,5 +181,17 @@ TEST(VendorArtifactDeduplicator, SingleItemsNeverOverlapAndNothingIsLost) {
   }
 }
 
+// More than sixteen: shorter lists are sorted by insertion, which keeps the order of equals whatever sort is asked for.
+TEST(VendorArtifactDeduplicator, FortyEquallyLongPathsKeepTheirOrder) {
+  const MacVolume volume;
+  std::vector<Artifact> artifacts;
+  std::vector<std::string> expected;
+  for (int i = 49; i >= 10; --i) {
+    artifacts.push_back(artifact("A", {"/x/" + std::to_string(i)}));
+    expected.push_back("A: /x/" + std::to_string(i));
+  }
+  EXPECT_EQ(deduplicated(volume, artifacts), expected);
+}
+
 }  // namespace
 }  // namespace quarn

@@ -133,18 +133,24 @@ CommandRun runOnTerminal(const std::string& program, const std::vector<std::stri
   return run;
 }
 
+const std::string& quarnProgram() {
+  static const std::string path = QUARN_PROGRAM;
+  return path;
+}
+
 CommandRun runQuarn(const std::vector<std::string>& words, std::string_view input,
                     const std::vector<std::string>& environment) {
-  return runProgram(QUARN_PROGRAM, words, input, environment);
+  return runProgram(quarnProgram(), words, input, environment);
 }
 
 const std::string& sampleFolder() {
-  static const std::unique_ptr<MacVolume> holder = [] {
-    auto volume = std::make_unique<MacVolume>();
-    writeSampleVolume(volume->root() + "/sample");
-    return volume;
+  static std::unique_ptr<MacVolume> own;
+  static const std::string folder = []() -> std::string {
+    if (const char* shared = std::getenv("QUARN_TEST_SAMPLE"); shared != nullptr) return shared;
+    own = std::make_unique<MacVolume>();
+    writeSampleVolume(own->root() + "/sample");
+    return own->root() + "/sample";
   }();
-  static const std::string folder = holder->root() + "/sample";
   return folder;
 }
 

@@ -22,14 +22,18 @@ CommandRun runQuarn(const std::vector<std::string>& words, std::string_view inpu
 CommandRun runProgram(const std::string& program, const std::vector<std::string>& words, std::string_view input = "",
                       const std::vector<std::string>& environment = {});
 
-/// `runQuarn` on the sample volume with the home folder of ann. The volume is written once per process.
+/// The path of the built command.
+const std::string& quarnProgram();
+
+/// `runQuarn` on the sample volume with the home folder of ann.
 CommandRun runOnSample(std::vector<std::string> words, std::string_view input = "");
 
 /// Runs a program with both outputs on a terminal of that many columns; `out` holds the terminal's output.
 CommandRun runOnTerminal(const std::string& program, const std::vector<std::string>& words, unsigned short columns,
                          const std::vector<std::string>& environment = {});
 
-/// The host folder of the sample volume.
+/// The host folder of the sample volume, for reading only. All tests of a ctest run share the one that QUARN_TEST_SAMPLE in
+/// the environment names; without that variable the process writes its own.
 const std::string& sampleFolder();
 
 }  // namespace quarn

@@ -24,7 +24,7 @@ using testing::Not;
 CommandRun onTerminal(std::vector<std::string> words, unsigned short columns = 100,
                       const std::vector<std::string>& environment = {}) {
   words.insert(words.begin(), {"--volume", sampleFolder(), "--home", "/Users/ann"});
-  return runOnTerminal(QUARN_PROGRAM, words, columns, environment);
+  return runOnTerminal(quarnProgram(), words, columns, environment);
 }
 
 // Lines without colours and carriage returns.

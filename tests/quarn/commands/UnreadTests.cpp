@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <memory>
 
 #include <gmock/gmock.h>
 
@@ -59,9 +60,14 @@ const std::vector<Case>& cases() {
   return all;
 }
 
+/// All tests share one sample volume and leave it as it was.
 class Unread : public testing::Test {
  protected:
-  Unread() { writeSampleVolume(sample_); }
+  static void SetUpTestSuite() {
+    holder_ = std::make_unique<MacVolume>();
+    writeSampleVolume(holder_->root() + "/sample");
+  }
+  static void TearDownTestSuite() { holder_.reset(); }
 
   CommandRun run(std::vector<std::string> words) const {
     words.insert(words.begin(), {"--volume", sample_, "--home", "/Users/ann"});
@@ -81,9 +87,12 @@ class Unread : public testing::Test {
     return result;
   }
 
-  MacVolume volume_;
+  static std::unique_ptr<MacVolume> holder_;
+  MacVolume& volume_ = *holder_;
   std::string sample_ = volume_.root() + "/sample";
 };
+
+std::unique_ptr<MacVolume> Unread::holder_;
 
 std::string joined(const Case& any) {
   std::string text = any.closed + ":";
@@ -154,7 +163,7 @@ TEST_F(Unread, OnASharedOutputTheDataPrecedesTheWarnings) {
   {
     const UnprivilegedUser user;  // which a shell without -p would not leave us
     result = runProgram(
-        "/bin/sh", {"-pc", "exec \"$0\" --volume \"$1\" --home /Users/ann top --json 2>&1", QUARN_PROGRAM, sample_});
+        "/bin/sh", {"-pc", "exec \"$0\" --volume \"$1\" --home /Users/ann top --json 2>&1", quarnProgram(), sample_});
   }
   volume_.mode("/sample/Users/ann/Documents", 0755);
   const std::size_t end = result.out.rfind("quarn: 1 item: permission denied");
@@ -173,13 +182,15 @@ TEST_F(Unread, AFolderWithoutSearchPermissionCountsOnce) {
       1);
 }
 
-TEST_F(Unread, AFolderLinkThatLoopsIsReportedAsALoop) {
-  volume_.remove("/sample/Users/ann/Library/LaunchAgents")
-      .link("/sample/Users/ann/Library/LaunchAgents", "LaunchAgents");
-  const CommandRun result = run({"jobs"});
+TEST(UnreadFolders, ALinkThatLoopsIsReportedAsALoop) {
+  MacVolume volume;
+  volume.link("~/Library/LaunchAgents", "LaunchAgents");
+  const std::vector<std::string> words{"--volume", volume.root(), "--home", "/Users/ann", "jobs"};
+  const CommandRun result = runQuarn(words);
   EXPECT_EQ(result.exitCode, 4);
   EXPECT_EQ(result.err, "quarn: 1 item: symbolic link loop (use --verbose to list them)\n");
-  EXPECT_EQ(nlohmann::json::parse(run({"jobs", "--json"}).out)["unreadable"]["causes"]["loop"], 1);
+  EXPECT_EQ(nlohmann::json::parse(runQuarn({words[0], words[1], "jobs", "--json"}).out)["unreadable"]["causes"]["loop"],
+            1);
 }
 
 TEST(UnreadOfTheHost, AnotherDeviceIsNotEnteredAndIsReported) {
@@ -191,8 +202,10 @@ TEST(UnreadOfTheHost, AnotherDeviceIsNotEnteredAndIsReported) {
 }
 
 TEST_F(Unread, NamesAreEscaped) {
-  volume_.folder("/sample/Users/ann/Documents/\x1B[31m\xFF");
-  const CommandRun result = runClosed("/Users/ann/Documents/\x1B[31m\xFF", {"top", "--verbose"});
+  const std::string name = "/Users/ann/Documents/\x1B[31m\xFF";
+  volume_.folder("/sample" + name);
+  const CommandRun result = runClosed(name, {"top", "--verbose"});
+  volume_.remove("/sample" + name);
   EXPECT_THAT(result.err, AllOf(HasSubstr("\\x1B[31m\\xFF"), Not(HasSubstr("\x1B"))));
 }
 

@@ -54,7 +54,7 @@ Output run(const Example& example, const std::vector<std::string>& words) {
 class Examples : public testing::TestWithParam<Example> {};
 
 TEST_P(Examples, ListsAppsInspectsOneStopsAScanAndHandlesAnError) {
-  const Output output = run(GetParam(), {"--quarn", QUARN_PROGRAM, "--volume", sampleFolder(), "--home", "/Users/ann",
+  const Output output = run(GetParam(), {"--quarn", quarnProgram(), "--volume", sampleFolder(), "--home", "/Users/ann",
                                          "--app", "Lumen Notes"});
   EXPECT_EQ(output.status, 0);
   const FileManager files = FileManager::mounted(sampleFolder(), FileURL("/Users/ann"));

@@ -44,13 +44,13 @@ struct Placeholder {
 
 // clang-format off
 constexpr std::array kPlaceholders{
-    Placeholder{"inspectedAt",    &isDate,      "<the date of the inspection>"},
-    Placeholder{"totalBytes",     &isByteCount, "<bytes of the disk>"},
-    Placeholder{"freeBytes",      &isByteCount, "<bytes of the disk>"},
-    Placeholder{"allocatedBytes", &isByteCount, "<bytes in blocks of the disk>"},
-    Placeholder{"localBytes",     &isByteCount, "<bytes in blocks of the disk>"},
-    Placeholder{"cloudOnlyBytes", &isByteCount, "<bytes in blocks of the disk>"},
+    Placeholder{"inspectedAt", &isDate,      "<the date of the inspection>"},
+    Placeholder{"totalBytes",  &isByteCount, "<bytes of the disk>"},
+    Placeholder{"freeBytes",   &isByteCount, "<bytes of the disk>"},
 };
+// Counts that come from the blocks of the disk: a file in many pieces takes further blocks to list them.
+constexpr std::array<std::string_view, 3> kBlockCounts{"allocatedBytes", "localBytes", "cloudOnlyBytes"};
+constexpr std::int64_t kBlockTolerance = 16;  // one part in that many
 // clang-format on
 
 void putPlaceholders(ordered_json& value) {
@@ -62,6 +62,23 @@ void putPlaceholders(ordered_json& value) {
   }
   if (value.is_structured()) {
     for (ordered_json& part : value) putPlaceholders(part);
+  }
+}
+
+// Counts of blocks that are nearly what the file says become what it says.
+void forgiveBlocks(ordered_json& value, const ordered_json& golden) {
+  if (value.is_array() && golden.is_array() && value.size() == golden.size()) {
+    for (std::size_t i = 0; i < value.size(); ++i) forgiveBlocks(value[i], golden[i]);
+  }
+  if (!value.is_object() || !golden.is_object()) return;
+  for (auto& [member, part] : value.items()) {
+    const auto other = golden.find(member);
+    if (other == golden.end()) continue;
+    forgiveBlocks(part, *other);
+    const bool isBlockCount = std::find(kBlockCounts.begin(), kBlockCounts.end(), member) != kBlockCounts.end();
+    if (!isBlockCount || !isByteCount(part) || !isByteCount(*other)) continue;
+    const auto difference = part.get<std::int64_t>() - other->get<std::int64_t>();
+    if (std::abs(difference) <= other->get<std::int64_t>() / kBlockTolerance) part = *other;
   }
 }
 
@@ -95,7 +112,9 @@ TEST_P(Golden, RespondsAsInTheFile) {
   ASSERT_FALSE(text.empty()) << "there is no " << path;
   ordered_json golden = ordered_json::parse(text);
   ASSERT_EQ(golden["request"]["method"], GetParam());
-  golden["answers"] = answersTo(golden["request"]);
+  ordered_json answers = answersTo(golden["request"]);
+  forgiveBlocks(answers, golden["answers"]);
+  golden["answers"] = std::move(answers);
   EXPECT_TRUE(isGolden(path, golden.dump(2) + "\n"));
 }
 

@@ -1,10 +1,10 @@
-#include "tests/support/UnprivilegedUser.h"
-
 #include <cerrno>
 #include <exception>
 #include <system_error>
 
 #include <unistd.h>
+
+#include "tests/support/UnprivilegedUser.h"
 
 namespace quarn {
 namespace {
@@ -13,15 +13,15 @@ constexpr uid_t kNobody = 65534;
 
 }  // namespace
 
-UnprivilegedUser::UnprivilegedUser() : before_(::geteuid()) {
+UnprivilegedUser::UnprivilegedUser() : before_(static_cast<int>(::geteuid())) {
   if (before_ == 0 && ::seteuid(kNobody) != 0) {
     throw std::system_error(errno, std::generic_category(), "become an unprivileged user");
   }
 }
 
+// Later tests would run with the wrong permissions.
 UnprivilegedUser::~UnprivilegedUser() {
-  // With the wrong user, the results of all later tests would be meaningless.
-  if (::seteuid(before_) != 0) std::terminate();
+  if (::seteuid(static_cast<uid_t>(before_)) != 0) std::terminate();
 }
 
 }  // namespace quarn

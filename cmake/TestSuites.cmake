@@ -1,0 +1,23 @@
+# ctest includes this for each test program (see quarn_tests in QuarnTargets.cmake): one test for each suite of `program`, with
+# `properties`. In a process for each test, starting processes would take longer than the tests.
+if(NOT EXISTS ${program})
+  add_test(${program}_NOT_BUILT ${program})
+  return()
+endif()
+execute_process(COMMAND ${program} --gtest_list_tests OUTPUT_VARIABLE listing RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "${program} does not list its tests: ${status}")
+endif()
+# A suite's line begins at the margin and ends in a dot; what stands behind "#" is the type that it is made with.
+string(REGEX MATCHALL "(^|\n)[A-Za-z_][^ \n]*\\.[ \n]" lines "${listing}")
+if(NOT lines)
+  message(FATAL_ERROR "${program} lists no tests")
+endif()
+foreach(line ${lines})
+  string(REGEX REPLACE "^\n|\\.[ \n]$" "" suite "${line}")
+  add_test(${suite} ${program} --gtest_filter=${suite}.* --gtest_brief=1)
+  set_tests_properties(${suite} PROPERTIES ${properties} FAIL_REGULAR_EXPRESSION "\\] 0 tests from")
+  if(suite MATCHES "InBrowser$")
+    set_tests_properties(${suite} PROPERTIES LABELS browser)
+  endif()
+endforeach()
