@@ -6,6 +6,7 @@
 #include "QuarnCore/discovery/ArtifactSizing.h"
 #include "QuarnCore/discovery/StandardLocations.h"
 #include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
+#include "QuarnModels/ArtifactIdentity.h"
 #include "QuarnPlatform/resources/Localization.h"
 #include "QuarnPlatform/text/Text.h"
 
@@ -33,16 +34,15 @@ bool belongsTo(const LaunchdEntry& entry, const std::string& bundleID) {
 Artifact makeLaunchdArtifact(const LaunchdEntry& entry) {
   const std::string& path = entry.url.path();
   const bool isDaemon = path.find("/LaunchDaemons/") != std::string::npos;
-  Artifact artifact{.kind = isDaemon ? ArtifactKind::launchDaemon : ArtifactKind::launchAgent,
-                    .dataClass = ArtifactDataClass::configuration,
-                    .scope = path.starts_with("/Library") ? ArtifactScope::system : ArtifactScope::user,
-                    .urls = {entry.url},
-                    .riskLevel = RiskLevel::caution,
-                    .confidence = 0.65,
-                    .title = "launchd: " + entry.label,
-                    .explanation = localized("launchd job belongs to the app (label/program matches the bundle ID).")};
-  artifact.renewID();
-  return artifact;
+  return identified(
+      {.kind = isDaemon ? ArtifactKind::launchDaemon : ArtifactKind::launchAgent,
+       .dataClass = ArtifactDataClass::configuration,
+       .scope = path.starts_with("/Library") ? ArtifactScope::system : ArtifactScope::user,
+       .urls = {entry.url},
+       .riskLevel = RiskLevel::caution,
+       .confidence = 0.65,
+       .title = "launchd: " + entry.label,
+       .explanation = localized("launchd job belongs to the app (label/program matches the bundle ID).")});
 }
 
 std::string receiptExamples(const std::vector<FileURL>& files) {
@@ -55,18 +55,16 @@ std::string receiptExamples(const std::vector<FileURL>& files) {
 }
 
 Artifact makeReceiptArtifact(const ReceiptInfo& receipt) {
-  Artifact artifact{
-      .kind = ArtifactKind::receipt,
-      .dataClass = ArtifactDataClass::configuration,
-      .scope = ArtifactScope::system,
-      .urls = receipt.files,
-      .riskLevel = RiskLevel::caution,
-      .confidence = 0.5,
-      .title = "Receipt: " + receipt.packageIdentifier,
-      .explanation = localizedTexts("Installer receipt with %@ files. Examples: %@",
-                                    std::to_string(receipt.files.size()), receiptExamples(receipt.files))};
-  artifact.renewID();
-  return artifact;
+  return identified(
+      {.kind = ArtifactKind::receipt,
+       .dataClass = ArtifactDataClass::configuration,
+       .scope = ArtifactScope::system,
+       .urls = receipt.files,
+       .riskLevel = RiskLevel::caution,
+       .confidence = 0.5,
+       .title = "Receipt: " + receipt.packageIdentifier,
+       .explanation = localizedTexts("Installer receipt with %@ files. Examples: %@",
+                                     std::to_string(receipt.files.size()), receiptExamples(receipt.files))});
 }
 
 }  // namespace

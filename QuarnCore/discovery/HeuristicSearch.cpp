@@ -6,6 +6,8 @@
 #include <utility>
 
 #include "QuarnCore/discovery/ArtifactScanner.h"
+#include "QuarnCore/discovery/LibraryFolders.h"
+#include "QuarnModels/ArtifactIdentity.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/resources/Localization.h"
 #include "QuarnPlatform/text/Text.h"
@@ -18,29 +20,11 @@ namespace {
 // Shorter names are too generic to search for inside other names.
 constexpr std::size_t kMinimumContainedKeyLength = 6;
 
-struct SearchRoot {
-  std::string_view folder;
-  ArtifactKind kind;
-  ArtifactDataClass dataClass;
-  RiskLevel risk;
-};
-
-// clang-format off
-constexpr std::array kUserRoots{
-    SearchRoot{.folder = "Library/Application Support", .kind = ArtifactKind::applicationSupport, .dataClass = ArtifactDataClass::userData, .risk = RiskLevel::caution},
-    SearchRoot{.folder = "Library/Caches", .kind = ArtifactKind::cache, .dataClass = ArtifactDataClass::rebuildable, .risk = RiskLevel::safe},
-    SearchRoot{.folder = "Library/Logs", .kind = ArtifactKind::logs, .dataClass = ArtifactDataClass::rebuildable, .risk = RiskLevel::safe},
-    SearchRoot{.folder = "Library/HTTPStorages", .kind = ArtifactKind::cache, .dataClass = ArtifactDataClass::rebuildable, .risk = RiskLevel::safe},
-};
+constexpr std::array kUserRoots{library::kApplicationSupport, library::kCaches, library::kLogs, library::kHTTPStorages};
 static_assert(kUserRoots.size() == 4);
 
-constexpr std::array kSystemRoots{
-    SearchRoot{.folder = "/Library/Application Support", .kind = ArtifactKind::applicationSupport, .dataClass = ArtifactDataClass::shared, .risk = RiskLevel::danger},
-    SearchRoot{.folder = "/Library/Caches", .kind = ArtifactKind::cache, .dataClass = ArtifactDataClass::rebuildable, .risk = RiskLevel::safe},
-    SearchRoot{.folder = "/Library/Logs", .kind = ArtifactKind::logs, .dataClass = ArtifactDataClass::rebuildable, .risk = RiskLevel::safe},
-};
+constexpr std::array kSystemRoots{library::kSystemApplicationSupport, library::kSystemCaches, library::kSystemLogs};
 static_assert(kSystemRoots.size() == 3);
-// clang-format on
 
 /// A normalised name to search for, with its length computed once.
 struct Key {
@@ -99,18 +83,16 @@ class BoundedSearch {
   std::unordered_set<std::string> paths_;
 };
 
-Artifact makeFind(const SearchRoot& root, ArtifactScope scope, double confidence, std::string_view titlePrefix,
+Artifact makeFind(const LibraryFolder& root, ArtifactScope scope, double confidence, std::string_view titlePrefix,
                   std::string_view explanation, const FileURL& url) {
-  Artifact artifact{.kind = root.kind,
-                    .dataClass = root.dataClass,
-                    .scope = scope,
-                    .urls = {url},
-                    .riskLevel = root.risk,
-                    .confidence = confidence,
-                    .title = std::string(titlePrefix) + std::string(url.lastPathComponent()),
-                    .explanation = localized(explanation)};
-  artifact.renewID();
-  return artifact;
+  return identified({.kind = root.kind,
+                     .dataClass = root.dataClass,
+                     .scope = scope,
+                     .urls = {url},
+                     .riskLevel = root.risk,
+                     .confidence = confidence,
+                     .title = std::string(titlePrefix) + std::string(url.lastPathComponent()),
+                     .explanation = localized(explanation)});
 }
 
 // The confidence depends on the key that the name contains; absent if it contains none.
@@ -139,17 +121,15 @@ std::string relativePath(const std::string& folder, const std::string& documents
 }
 
 Artifact makeDocumentsFind(const FileURL& folder, bool isExact, const std::string& documents) {
-  Artifact artifact{.kind = ArtifactKind::unknown,
-                    .dataClass = ArtifactDataClass::userData,
-                    .scope = ArtifactScope::user,
-                    .urls = {folder},
-                    .riskLevel = RiskLevel::danger,
-                    .confidence = isExact ? 0.55 : 0.4,
-                    .title = localizedText("Documents: %@", relativePath(folder.path(), documents)),
-                    .explanation = localized(
-                        "Possible game saves/config in Documents. Not selected automatically; review carefully.")};
-  artifact.renewID();
-  return artifact;
+  return identified({.kind = ArtifactKind::unknown,
+                     .dataClass = ArtifactDataClass::userData,
+                     .scope = ArtifactScope::user,
+                     .urls = {folder},
+                     .riskLevel = RiskLevel::danger,
+                     .confidence = isExact ? 0.55 : 0.4,
+                     .title = localizedText("Documents: %@", relativePath(folder.path(), documents)),
+                     .explanation = localized(
+                         "Possible game saves/config in Documents. Not selected automatically; review carefully.")});
 }
 
 }  // namespace
@@ -159,9 +139,9 @@ std::vector<Artifact> ArtifactScanner::userHeuristicSearch(const AppEntity& app,
   const Key name(Text::normalizedKey(app.name));
   if (!bundle && !name.isLong) return {};
   BoundedSearch search(files_, maxDepth, maxResults);
-  for (const SearchRoot& root : kUserRoots) {
+  for (const LibraryFolder& root : kUserRoots) {
     search.walk(
-        files_.homeDirectory().appending(root.folder),
+        files_.homeDirectory().appending(root.path),
         [&](const DirectoryEnumerator::Item& item) -> std::optional<Artifact> {
           const std::optional<double> confidence = userConfidence(Text::normalizedKey(item.name()), bundle, name);
           if (!confidence) return std::nullopt;
@@ -179,8 +159,8 @@ std::vector<Artifact> ArtifactScanner::systemHeuristicSearch(const AppEntity& ap
   const std::optional<Key> bundle = bundleKey(app);
   if (!bundle) return {};
   BoundedSearch search(files_, maxDepth, maxResults);
-  for (const SearchRoot& root : kSystemRoots) {
-    search.walk(FileURL(root.folder), [&](const DirectoryEnumerator::Item& item) -> std::optional<Artifact> {
+  for (const LibraryFolder& root : kSystemRoots) {
+    search.walk(FileURL(root.path), [&](const DirectoryEnumerator::Item& item) -> std::optional<Artifact> {
       if (!Text::contains(Text::normalizedKey(item.name()), bundle->text)) return std::nullopt;
       return makeFind(root, ArtifactScope::system, kConfidence, "Heuristic (System): ",
                       "Heuristic match (System): name/path matches the bundle ID. Review before deleting.", item.url());

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "QuarnModels/ArtifactIdentity.h"
+
 namespace quarn {
 namespace {
 
@@ -23,17 +25,15 @@ KernelExtensionAssociationService::Association makeAssociation(const AppEntity& 
 
 Artifact makeArtifact(const KernelExtensionInfo& extension, const Evidence& evidence, ArtifactScope scope) {
   const bool isProfiled = evidence.kind == Evidence::Kind::vendorProfile;
-  Artifact artifact{.kind = ArtifactKind::kernelExtension,
-                    .dataClass = ArtifactDataClass::configuration,
-                    .scope = scope,
-                    .urls = {extension.url},
-                    .size = extension.size,
-                    .riskLevel = RiskLevel::danger,
-                    .confidence = isProfiled ? kProfileConfidence : kReceiptConfidence,
-                    .title = "Kernel Extension: " + extension.name,
-                    .explanation = evidence.detailText()};
-  artifact.renewID();
-  return artifact;
+  return identified({.kind = ArtifactKind::kernelExtension,
+                     .dataClass = ArtifactDataClass::configuration,
+                     .scope = scope,
+                     .urls = {extension.url},
+                     .size = extension.size,
+                     .riskLevel = RiskLevel::danger,
+                     .confidence = isProfiled ? kProfileConfidence : kReceiptConfidence,
+                     .title = "Kernel Extension: " + extension.name,
+                     .explanation = evidence.detailText()});
 }
 
 }  // namespace

@@ -6,16 +6,14 @@
 #include <span>
 #include <string_view>
 
+#include "QuarnCore/discovery/LibraryFolders.h"
+#include "QuarnModels/ArtifactIdentity.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/resources/Localization.h"
 #include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
 namespace {
-
-using Kind = ArtifactKind;
-using Class = ArtifactDataClass;
-using Risk = RiskLevel;
 
 /// The item to look for in a location.
 enum class LookFor : std::uint8_t {
@@ -28,11 +26,8 @@ enum class LookFor : std::uint8_t {
 };
 
 struct Location {
-  std::string_view folder;
+  LibraryFolder folder;
   LookFor lookFor;
-  Kind kind;
-  Class dataClass;
-  Risk risk;
   double confidence;
   std::string_view title;
   std::string_view explanation;
@@ -40,26 +35,58 @@ struct Location {
 
 // clang-format off
 constexpr std::array kUserLocations{
-    Location{.folder = "Library/Caches", .lookFor = LookFor::bundleIDFolder, .kind = Kind::cache, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.95, .title = "Cache", .explanation = "Cache data: rebuilt by the app and usually safe to remove."},
-    Location{.folder = "Library/Logs", .lookFor = LookFor::bundleID, .kind = Kind::logs, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.9, .title = "Logs", .explanation = "Logs: helpful for debugging, usually safe to remove."},
-    Location{.folder = "Library/Preferences", .lookFor = LookFor::propertyLists, .kind = Kind::preferences, .dataClass = Class::configuration, .risk = Risk::caution, .confidence = 0.95, .title = "Preferences", .explanation = "App settings: deleting resets behavior."},
-    Location{.folder = "Library/Preferences/ByHost", .lookFor = LookFor::propertyLists, .kind = Kind::preferences, .dataClass = Class::configuration, .risk = Risk::caution, .confidence = 0.7, .title = "Preferences (ByHost)", .explanation = "Device/host-specific app settings."},
-    Location{.folder = "Library/Saved Application State", .lookFor = LookFor::savedState, .kind = Kind::savedState, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.9, .title = "Saved State", .explanation = "Window state/restore info: recreated on next launch."},
-    Location{.folder = "Library/Containers", .lookFor = LookFor::bundleID, .kind = Kind::container, .dataClass = Class::userData, .risk = Risk::caution, .confidence = 0.9, .title = "Container", .explanation = "Sandbox container: may contain user and app data."},
-    Location{.folder = "Library/Application Scripts", .lookFor = LookFor::bundleID, .kind = Kind::container, .dataClass = Class::configuration, .risk = Risk::caution, .confidence = 0.75, .title = "Application Scripts", .explanation = "Automation scripts: rarely critical, but app-specific."},
-    Location{.folder = "Library/HTTPStorages", .lookFor = LookFor::bundleID, .kind = Kind::cache, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.7, .title = "HTTPStorages", .explanation = "Web/session cache: rebuilt as needed."},
-    Location{.folder = "Library/Application Support", .lookFor = LookFor::titledAppName, .kind = Kind::applicationSupport, .dataClass = Class::userData, .risk = Risk::caution, .confidence = 0.7, .title = "Application Support (", .explanation = "App data/projects: may contain important content."},
-    Location{.folder = "Library/Application Support", .lookFor = LookFor::titledBundleID, .kind = Kind::applicationSupport, .dataClass = Class::userData, .risk = Risk::caution, .confidence = 0.8, .title = "Application Support (", .explanation = "App data for the bundle ID: may contain important content."},
-    Location{.folder = "Library/LaunchAgents", .lookFor = LookFor::propertyLists, .kind = Kind::launchAgent, .dataClass = Class::configuration, .risk = Risk::caution, .confidence = 0.6, .title = "LaunchAgents", .explanation = "Auto-launch job: starts background processes."},
+    Location{.folder = library::kCaches, .lookFor = LookFor::bundleIDFolder,
+             .confidence = 0.95, .title = "Cache",
+             .explanation = "Cache data: rebuilt by the app and usually safe to remove."},
+    Location{.folder = library::kLogs, .lookFor = LookFor::bundleID,
+             .confidence = 0.9, .title = "Logs",
+             .explanation = "Logs: helpful for debugging, usually safe to remove."},
+    Location{.folder = library::kPreferences, .lookFor = LookFor::propertyLists,
+             .confidence = 0.95, .title = "Preferences",
+             .explanation = "App settings: deleting resets behavior."},
+    Location{.folder = library::kPreferencesByHost, .lookFor = LookFor::propertyLists,
+             .confidence = 0.7, .title = "Preferences (ByHost)",
+             .explanation = "Device/host-specific app settings."},
+    Location{.folder = library::kSavedStates, .lookFor = LookFor::savedState,
+             .confidence = 0.9, .title = "Saved State",
+             .explanation = "Window state/restore info: recreated on next launch."},
+    Location{.folder = library::kContainers, .lookFor = LookFor::bundleID,
+             .confidence = 0.9, .title = "Container",
+             .explanation = "Sandbox container: may contain user and app data."},
+    Location{.folder = library::kScripts, .lookFor = LookFor::bundleID,
+             .confidence = 0.75, .title = "Application Scripts",
+             .explanation = "Automation scripts: rarely critical, but app-specific."},
+    Location{.folder = library::kHTTPStorages, .lookFor = LookFor::bundleID,
+             .confidence = 0.7, .title = "HTTPStorages",
+             .explanation = "Web/session cache: rebuilt as needed."},
+    Location{.folder = library::kApplicationSupport, .lookFor = LookFor::titledAppName,
+             .confidence = 0.7, .title = "Application Support (",
+             .explanation = "App data/projects: may contain important content."},
+    Location{.folder = library::kApplicationSupport, .lookFor = LookFor::titledBundleID,
+             .confidence = 0.8, .title = "Application Support (",
+             .explanation = "App data for the bundle ID: may contain important content."},
+    Location{.folder = library::kLaunchAgents, .lookFor = LookFor::propertyLists,
+             .confidence = 0.6, .title = "LaunchAgents",
+             .explanation = "Auto-launch job: starts background processes."},
 };
 static_assert(kUserLocations.size() == 11);
 
 constexpr std::array kSystemLocations{
-    Location{.folder = "/Library/Caches", .lookFor = LookFor::bundleIDFolder, .kind = Kind::cache, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.55, .title = "System Cache", .explanation = "System-wide cache data: usually safe to remove, but can affect multiple users."},
-    Location{.folder = "/Library/Logs", .lookFor = LookFor::bundleID, .kind = Kind::logs, .dataClass = Class::rebuildable, .risk = Risk::safe, .confidence = 0.55, .title = "System Logs", .explanation = "System-wide logs: usually safe to remove."},
-    Location{.folder = "/Library/Preferences", .lookFor = LookFor::propertyLists, .kind = Kind::preferences, .dataClass = Class::configuration, .risk = Risk::caution, .confidence = 0.55, .title = "System Preferences", .explanation = "System-wide app settings: deleting resets behavior and can affect multiple users."},
-    Location{.folder = "/Library/Application Support", .lookFor = LookFor::titledAppName, .kind = Kind::applicationSupport, .dataClass = Class::shared, .risk = Risk::danger, .confidence = 0.3, .title = "System Application Support (", .explanation = "System-wide app data: can be shared by multiple users/apps."},
-    Location{.folder = "/Library/Application Support", .lookFor = LookFor::titledBundleID, .kind = Kind::applicationSupport, .dataClass = Class::shared, .risk = Risk::danger, .confidence = 0.35, .title = "System Application Support (", .explanation = "System-wide app data: can be shared by multiple users/apps."},
+    Location{.folder = library::kSystemCaches, .lookFor = LookFor::bundleIDFolder,
+             .confidence = 0.55, .title = "System Cache",
+             .explanation = "System-wide cache data: usually safe to remove, but can affect multiple users."},
+    Location{.folder = library::kSystemLogs, .lookFor = LookFor::bundleID,
+             .confidence = 0.55, .title = "System Logs",
+             .explanation = "System-wide logs: usually safe to remove."},
+    Location{.folder = library::kSystemPreferences, .lookFor = LookFor::propertyLists,
+             .confidence = 0.55, .title = "System Preferences",
+             .explanation = "System-wide app settings: deleting resets behavior and can affect multiple users."},
+    Location{.folder = library::kSystemApplicationSupport, .lookFor = LookFor::titledAppName,
+             .confidence = 0.3, .title = "System Application Support (",
+             .explanation = "System-wide app data: can be shared by multiple users/apps."},
+    Location{.folder = library::kSystemApplicationSupport, .lookFor = LookFor::titledBundleID,
+             .confidence = 0.35, .title = "System Application Support (",
+             .explanation = "System-wide app data: can be shared by multiple users/apps."},
 };
 static_assert(kSystemLocations.size() == 5);
 
@@ -71,23 +98,27 @@ struct SharedVendorFolder {
   std::string_view explanation;
 };
 constexpr std::array kSharedVendorFolders{
-    SharedVendorFolder{.namePart = "adobe", .bundleIDPrefix = "com.adobe.", .folder = "Library/Application Support/Adobe", .title = "Adobe (Shared)", .explanation = "Shared Adobe folder: contains data for multiple apps; don’t delete automatically."},
-    SharedVendorFolder{.namePart = "microsoft", .bundleIDPrefix = "com.microsoft.", .folder = "Library/Application Support/Microsoft", .title = "Microsoft (Shared)", .explanation = "Shared Microsoft folder: contains data for multiple apps; don’t delete automatically."},
+    SharedVendorFolder{.namePart = "adobe", .bundleIDPrefix = "com.adobe.",
+                       .folder = "Library/Application Support/Adobe",
+                       .title = "Adobe (Shared)",
+                       .explanation = "Shared Adobe folder: contains data for multiple apps; don’t delete automatically."},
+    SharedVendorFolder{.namePart = "microsoft", .bundleIDPrefix = "com.microsoft.",
+                       .folder = "Library/Application Support/Microsoft",
+                       .title = "Microsoft (Shared)",
+                       .explanation = "Shared Microsoft folder: contains data for multiple apps; don’t delete automatically."},
 };
 static_assert(kSharedVendorFolders.size() == 2);
 // clang-format on
 
 Artifact makeArtifact(const Location& location, ArtifactScope scope, std::vector<FileURL> urls, std::string title) {
-  Artifact artifact{.kind = location.kind,
-                    .dataClass = location.dataClass,
-                    .scope = scope,
-                    .urls = std::move(urls),
-                    .riskLevel = location.risk,
-                    .confidence = location.confidence,
-                    .title = std::move(title),
-                    .explanation = localized(location.explanation)};
-  artifact.renewID();
-  return artifact;
+  return identified({.kind = location.folder.kind,
+                     .dataClass = location.folder.dataClass,
+                     .scope = scope,
+                     .urls = std::move(urls),
+                     .riskLevel = location.folder.risk,
+                     .confidence = location.confidence,
+                     .title = std::move(title),
+                     .explanation = localized(location.explanation)});
 }
 
 // Identifiers and names are untrusted. If one is empty or climbs, a folder that all apps share, or one outside the
@@ -129,8 +160,8 @@ class LocationScan {
 
  private:
   std::vector<FileURL> itemsAt(const Location& location) const {
-    const FileURL folder =
-        location.folder.starts_with('/') ? FileURL(location.folder) : files_.homeDirectory().appending(location.folder);
+    const std::string_view path = location.folder.path;
+    const FileURL folder = path.starts_with('/') ? FileURL(path) : files_.homeDirectory().appending(path);
     if (location.lookFor == LookFor::propertyLists) return propertyLists(folder, *app_.bundleIdentifier, files_);
     const std::optional<FileURL> item = existingItem(folder, itemName(location), files_);
     if (!item) return {};
@@ -159,15 +190,13 @@ class LocationScan {
 
 Artifact appBundleArtifact(const AppEntity& app, const FileManager& files) {
   const bool isUsers = files.standardizedPath(app.bundleURL).starts_with(files.standardizedPath(files.homeDirectory()));
-  Artifact artifact{.kind = ArtifactKind::appBundle,
-                    .dataClass = ArtifactDataClass::app,
-                    .scope = isUsers ? ArtifactScope::user : ArtifactScope::system,
-                    .urls = {app.bundleURL},
-                    .riskLevel = RiskLevel::safe,
-                    .confidence = 1.0,
-                    .title = "App"};
-  artifact.renewID();
-  return artifact;
+  return identified({.kind = ArtifactKind::appBundle,
+                     .dataClass = ArtifactDataClass::app,
+                     .scope = isUsers ? ArtifactScope::user : ArtifactScope::system,
+                     .urls = {app.bundleURL},
+                     .riskLevel = RiskLevel::safe,
+                     .confidence = 1.0,
+                     .title = "App"});
 }
 
 std::vector<Artifact> userLocationArtifacts(const AppEntity& app, const FileManager& files) {
@@ -184,7 +213,7 @@ std::vector<Artifact> groupContainerArtifacts(const EntitlementsInfo& entitlemen
   for (const std::string& group : entitlements.applicationGroups) {
     const std::optional<FileURL> container = existingItem(folder, group, files);
     if (!container) continue;
-    artifacts.push_back(
+    artifacts.push_back(identified(
         {.kind = ArtifactKind::groupContainer,
          .dataClass = ArtifactDataClass::shared,
          .scope = ArtifactScope::user,
@@ -192,8 +221,7 @@ std::vector<Artifact> groupContainerArtifacts(const EntitlementsInfo& entitlemen
          .riskLevel = RiskLevel::danger,
          .confidence = 0.95,
          .title = "Group Container (" + group + ")",
-         .explanation = localized("Shared app container: may contain data for multiple apps; review carefully.")});
-    artifacts.back().renewID();
+         .explanation = localized("Shared app container: may contain data for multiple apps; review carefully.")}));
   }
   return artifacts;
 }
@@ -206,15 +234,14 @@ std::vector<Artifact> sharedVendorArtifacts(const AppEntity& app, const FileMana
     if (!Text::contains(name, vendor.namePart) && !Text::hasPrefix(bundleID, vendor.bundleIDPrefix)) continue;
     const std::optional<FileURL> folder = existingItem(files.homeDirectory(), vendor.folder, files);
     if (!folder) continue;
-    artifacts.push_back({.kind = ArtifactKind::applicationSupport,
-                         .dataClass = ArtifactDataClass::shared,
-                         .scope = ArtifactScope::user,
-                         .urls = {*folder},
-                         .riskLevel = RiskLevel::danger,
-                         .confidence = 0.35,
-                         .title = std::string(vendor.title),
-                         .explanation = localized(vendor.explanation)});
-    artifacts.back().renewID();
+    artifacts.push_back(identified({.kind = ArtifactKind::applicationSupport,
+                                    .dataClass = ArtifactDataClass::shared,
+                                    .scope = ArtifactScope::user,
+                                    .urls = {*folder},
+                                    .riskLevel = RiskLevel::danger,
+                                    .confidence = 0.35,
+                                    .title = std::string(vendor.title),
+                                    .explanation = localized(vendor.explanation)}));
   }
   return artifacts;
 }

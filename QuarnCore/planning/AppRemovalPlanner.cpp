@@ -99,13 +99,18 @@ std::vector<FileURL> launchdJobs(const std::vector<Artifact>& artifacts) {
   return urls;
 }
 
-void addOperation(std::vector<Operation>& operations, Operation::Type type, std::vector<FileURL> urls, bool reversible,
-                  bool requiresAdmin, std::string_view explanation) {
+enum class Undo : std::uint8_t { possible, impossible };
+enum class Admin : std::uint8_t { required, notRequired };
+
+Admin adminFor(bool isRequired) { return isRequired ? Admin::required : Admin::notRequired; }
+
+void addOperation(std::vector<Operation>& operations, Operation::Type type, std::vector<FileURL> urls, Undo undo,
+                  Admin admin, std::string_view explanation) {
   if (urls.empty()) return;
   operations.push_back({.type = type,
                         .urls = std::move(urls),
-                        .reversible = reversible,
-                        .requiresAdmin = requiresAdmin,
+                        .reversible = undo == Undo::possible,
+                        .requiresAdmin = admin == Admin::required,
                         .explanation = localized(explanation)});
 }
 
@@ -152,21 +157,22 @@ AppRemovalPlanPreview AppRemovalPlanner::buildPreview(
                              .status = AppRemovalPlanPreview::Status::preview};
   std::vector<Operation>& operations = plan.operations;
   if (plan.recommendedUninstaller) {
-    addOperation(operations, Operation::Type::openUninstaller, {*plan.recommendedUninstaller}, false, false,
-                 "Open vendor uninstaller (recommended), then optional cleanup.");
+    addOperation(operations, Operation::Type::openUninstaller, {*plan.recommendedUninstaller}, Undo::impossible,
+                 Admin::notRequired, "Open vendor uninstaller (recommended), then optional cleanup.");
   }
   const std::vector<FileURL> jobs = launchdJobs(selected);
-  addOperation(operations, Operation::Type::disableLaunchServices, jobs, false,
-               anyPathBegins(jobs, "/Library/LaunchDaemons", "/Library/LaunchAgents"),
+  addOperation(operations, Operation::Type::disableLaunchServices, jobs, Undo::impossible,
+               adminFor(anyPathBegins(jobs, "/Library/LaunchDaemons", "/Library/LaunchAgents")),
                "Disable launch services before removing files.");
   if (removesApp(mode)) {
-    addOperation(operations, Operation::Type::quitApp, {inspection.app.bundleURL}, false, false,
+    addOperation(operations, Operation::Type::quitApp, {inspection.app.bundleURL}, Undo::impossible, Admin::notRequired,
                  "Quit the app so files aren’t locked during removal.");
   }
   const auto [trash, quarantine] = targets(selected, files_);
-  addOperation(operations, Operation::Type::moveToTrash, trash, true, anyPathBegins(trash, "/Library", "/System"),
+  addOperation(operations, Operation::Type::moveToTrash, trash, Undo::possible,
+               adminFor(anyPathBegins(trash, "/Library", "/System")),
                "Move to Trash (may require admin for system paths).");
-  addOperation(operations, Operation::Type::moveToQuarantine, quarantine, true, false,
+  addOperation(operations, Operation::Type::moveToQuarantine, quarantine, Undo::possible, Admin::notRequired,
                "Move to Quarantine (undoable).");
   return plan;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "QuarnModels/ArtifactIdentity.h"
 #include "QuarnPlatform/paths/PathSet.h"
 #include "QuarnPlatform/text/Text.h"
 
@@ -45,8 +46,7 @@ std::vector<Artifact> VendorArtifactDeduplicator::deduplicate(const std::vector<
     if (remaining.empty()) continue;
     for (const std::string& path : claims) claimed.insert(path);
     artifact.urls = std::move(remaining);
-    artifact.renewID();
-    result.push_back(std::move(artifact));
+    result.push_back(identified(std::move(artifact)));
   }
   return result;
 }

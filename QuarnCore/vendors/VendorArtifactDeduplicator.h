@@ -8,7 +8,7 @@
 namespace quarn {
 
 /// Ensures that each item is part of at most one artifact. Applies to all artifacts, not only those of vendor
-/// profiles. Stateless.
+/// profiles: `ArtifactScanner::scan` uses it for the standard locations and the searches. Stateless.
 struct VendorArtifactDeduplicator {
   VendorArtifactDeduplicator() = delete;
 

@@ -6,6 +6,7 @@
 #include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/VendorArtifactDeduplicator.h"
 #include "QuarnCore/vendors/VendorPathResolver.h"
+#include "QuarnModels/ArtifactIdentity.h"
 #include "QuarnPlatform/resources/Localization.h"
 
 namespace quarn {
@@ -41,8 +42,7 @@ Artifact makeArtifact(const VendorProfile::ArtifactDefinition& definition, std::
                     .title = definition.title,
                     .explanation = definition.explanation};
   if (isLikelyShared(definition, artifact.urls)) markShared(artifact);
-  artifact.renewID();
-  return artifact;
+  return identified(std::move(artifact));
 }
 
 // Compared as a text prefix, on purpose: "/Users/ann2/x" counts as inside "/Users/ann".
@@ -54,16 +54,14 @@ ArtifactScope scopeOf(const std::vector<FileURL>& urls, const FileManager& files
 }
 
 Artifact makeArtifact(const VendorProfile::CarveOut& carveOut, std::vector<FileURL> urls, ArtifactScope scope) {
-  Artifact artifact{.kind = ArtifactKind::unknown,
-                    .dataClass = ArtifactDataClass::shared,
-                    .scope = scope,
-                    .urls = std::move(urls),
-                    .riskLevel = RiskLevel::danger,
-                    .confidence = kCarveOutConfidence,
-                    .title = carveOut.title,
-                    .explanation = carveOut.reason};
-  artifact.renewID();
-  return artifact;
+  return identified({.kind = ArtifactKind::unknown,
+                     .dataClass = ArtifactDataClass::shared,
+                     .scope = scope,
+                     .urls = std::move(urls),
+                     .riskLevel = RiskLevel::danger,
+                     .confidence = kCarveOutConfidence,
+                     .title = carveOut.title,
+                     .explanation = carveOut.reason});
 }
 
 }  // namespace

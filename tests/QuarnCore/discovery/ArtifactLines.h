@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "QuarnModels/Artifact.h"
+#include "QuarnModels/ArtifactIdentity.h"
 
 namespace quarn {
 
@@ -39,12 +39,6 @@ inline std::vector<std::string> paths(const std::vector<Artifact>& artifacts) {
     for (const FileURL& url : artifact.urls) result.push_back(url.path());
   }
   return result;
-}
-
-/// The artifact with its id.
-inline Artifact identified(Artifact artifact) {
-  artifact.renewID();
-  return artifact;
 }
 
 }  // namespace quarn
