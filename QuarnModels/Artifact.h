@@ -67,16 +67,16 @@ struct RawValues<RiskLevel> {
 
 /// A group of files or folders that belongs to an app.
 struct Artifact {
-  std::string id;  ///< from `makeID`; does not depend on `riskLevel` and the texts
+  std::string id{};  ///< from `makeID`; does not depend on `riskLevel` and the texts
   ArtifactKind kind = ArtifactKind::unknown;
   ArtifactDataClass dataClass = ArtifactDataClass::unknown;
   ArtifactScope scope = ArtifactScope::user;
-  std::vector<FileURL> urls;     ///< one or more items
-  std::optional<SizeInfo> size;  ///< absent if not sized yet
+  std::vector<FileURL> urls{};     ///< one or more items
+  std::optional<SizeInfo> size{};  ///< absent if not sized yet
   RiskLevel riskLevel = RiskLevel::safe;
-  double confidence = 0;                   ///< probability that it belongs to the app, 0 to 1
-  std::string title;                       ///< short label
-  std::optional<std::string> explanation;  ///< for the user
+  double confidence = 0;                     ///< probability that it belongs to the app, 0 to 1
+  std::string title{};                       ///< short label
+  std::optional<std::string> explanation{};  ///< for the user
 
   /// Makes the id from kind, scope and URLs. The same items reported by two phases get the same id. The order of the
   /// URLs matters; the flag "known to be a folder" does not.

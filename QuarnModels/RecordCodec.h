@@ -13,6 +13,7 @@
 
 #include "QuarnModels/Date.h"
 #include "QuarnModels/RawValue.h"
+#include "QuarnPlatform/base/Required.h"
 #include "QuarnPlatform/json/JSON.h"
 #include "QuarnPlatform/json/JSONDecoder.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
@@ -171,6 +172,13 @@ struct Codec<std::vector<Element>> {
 };
 
 template <class Value>
+struct Codec<Required<Value>> {
+  static std::string name() { return Codec<Value>::name(); }
+  static ordered_json encode(const Value& value) { return Codec<Value>::encode(value); }
+  static Value decode(const JSONDecoder& value) { return Codec<Value>::decode(value); }
+};
+
+template <class Value>
 struct Codec<std::optional<Value>> {
   static std::string name() { return Codec<Value>::name() + "?"; }
   static ordered_json encode(const std::optional<Value>& value) {
@@ -230,6 +238,11 @@ void decodeMember(const JSONDecoder& object, Record& record, const Member<Record
 template <class Record>
 void decodeMember(const JSONDecoder& /*object*/, Record& /*record*/, const Computed<Record>& /*member*/) {}
 
+template <class Record, class Value>
+Value decodedField(const JSONDecoder& object, const Member<Record, Value>& member) {
+  return Codec<Value>::decode(object.member(member.name));
+}
+
 /// Computes a member that the request omitted. Runs after the other members are decoded.
 template <class Record, class Value>
 void makeMember(const JSONDecoder& object, Record& record, const Member<Record, Value>& member) {
@@ -260,11 +273,16 @@ struct Codec<Record> {
   }
 
   static Record decode(const JSONDecoder& value) {
-    Record record{};
     if constexpr (RefusesUnknownMembers<Record>) value.refuseUnknownMembers(names());
-    std::apply([&](const auto&... members) { (decodeMember(value, record, members), ...); }, Fields<Record>::kMembers);
-    std::apply([&](const auto&... members) { (makeMember(value, record, members), ...); }, Fields<Record>::kMembers);
-    return record;
+    const auto& members = Fields<Record>::kMembers;
+    if constexpr (std::is_default_constructible_v<Record>) {
+      Record record{};
+      std::apply([&](const auto&... member) { (decodeMember(value, record, member), ...); }, members);
+      std::apply([&](const auto&... member) { (makeMember(value, record, member), ...); }, members);
+      return record;
+    } else {  // every field is required; the table lists them in the order of the record
+      return std::apply([&](const auto&... member) { return Record{decodedField(value, member)...}; }, members);
+    }
   }
 
   static std::vector<std::string_view> names() {

@@ -31,10 +31,10 @@ struct RemovalOperationPreview {
   };
 
   Type type = Type::openUninstaller;
-  std::vector<FileURL> urls;   ///< the items of the step
-  bool reversible = false;     ///< the step can be undone
-  bool requiresAdmin = false;  ///< the step may need administrator rights
-  std::optional<std::string> explanation;
+  std::vector<FileURL> urls{};  ///< the items of the step
+  bool reversible = false;      ///< the step can be undone
+  bool requiresAdmin = false;   ///< the step may need administrator rights
+  std::optional<std::string> explanation{};
   friend bool operator==(const RemovalOperationPreview&, const RemovalOperationPreview&) = default;
 };
 template <>
@@ -49,10 +49,10 @@ struct AppRemovalPlanPreview {
   enum class Status : std::uint8_t { draft, running, finished, preview };
 
   CleanupMode mode = CleanupMode::cacheOnly;
-  AppEntity app;
-  std::optional<FileURL> recommendedUninstaller;
-  std::vector<RemovalOperationPreview> operations;
-  std::vector<std::string> notes;
+  AppEntity app{};
+  std::optional<FileURL> recommendedUninstaller{};
+  std::vector<RemovalOperationPreview> operations{};
+  std::vector<std::string> notes{};
   std::int64_t estimatedBytes = 0;  ///< allocated bytes of the selected artifacts
   Status status = Status::preview;
   friend bool operator==(const AppRemovalPlanPreview&, const AppRemovalPlanPreview&) = default;

@@ -9,6 +9,7 @@
 #include "QuarnModels/RawValue.h"
 #include "QuarnModels/SizeInfo.h"
 #include "QuarnModels/SystemRecords.h"
+#include "QuarnPlatform/base/RecordHash.h"
 
 namespace quarn {
 
@@ -33,36 +34,36 @@ struct RawValues<StorageCategoryID> {
 /// A category and its size.
 struct StorageCategory {
   StorageCategoryID id = StorageCategoryID::apps;
-  SizeInfo size;
+  SizeInfo size{};
   friend bool operator==(const StorageCategory&, const StorageCategory&) = default;
 };
 
 /// The content of a dashboard before a scan.
 struct StorageOverview {
-  VolumeInfo volume;
-  std::vector<StorageCategory> categories;
+  VolumeInfo volume{};
+  std::vector<StorageCategory> categories{};
   friend bool operator==(const StorageOverview&, const StorageOverview&) = default;
 };
 
 /// What a vendor profile says about a path.
 struct VendorPathHint {
-  std::string vendorID;
-  std::string vendorName;
+  std::string vendorID{};
+  std::string vendorName{};
   StorageCategoryID category = StorageCategoryID::other;
   ArtifactKind artifactKind = ArtifactKind::unknown;
   ArtifactDataClass artifactDataClass = ArtifactDataClass::unknown;
-  std::string artifactTitle;
-  std::optional<std::string> explanation;
+  std::string artifactTitle{};
+  std::optional<std::string> explanation{};
   RiskLevel riskLevel = RiskLevel::safe;
-  std::string path;  ///< standardised
+  std::string path{};  ///< standardised
   friend bool operator==(const VendorPathHint&, const VendorPathHint&) = default;
 };
 
 /// An item in a list of the largest items.
 struct TopItem {
-  FileURL url;
-  std::string name;  ///< last path component
-  SizeInfo size;
+  FileURL url{};
+  std::string name{};  ///< last path component
+  SizeInfo size{};
   friend bool operator==(const TopItem&, const TopItem&) = default;
 };
 
@@ -76,3 +77,14 @@ struct CloudStorageSummary {
 };
 
 }  // namespace quarn
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::VendorPathHint> {
+  std::size_t operator()(const quarn::VendorPathHint& record) const {
+    const auto& [vendorID, vendorName, category, artifactKind, artifactDataClass, artifactTitle, explanation, riskLevel,
+                 path] = record;
+    return quarn::hashOfFields(vendorID, vendorName, category, artifactKind, artifactDataClass, artifactTitle,
+                               explanation, riskLevel, path);
+  }
+};

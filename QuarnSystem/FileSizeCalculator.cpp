@@ -51,15 +51,16 @@ class WithoutExcluded final : public Attribution {
 };
 
 SizeInfo treeSize(const FileManager& files, const FileURL& root, const Exclusions& exclusions,
-                  Exclusions::Node rootNode, bool includeHidden) {
-  const TreeSizer::Options options{.hidden = includeHidden ? HiddenItems::include : HiddenItems::skip};
+                  Exclusions::Node rootNode, bool includeHidden, const Cancellation& cancellation) {
+  const TreeSizer::Options options{.hidden = includeHidden ? HiddenItems::include : HiddenItems::skip,
+                                   .cancellation = cancellation};
   const bool nothingBelowIsExcluded = rootNode == Exclusions::kNone;
   if (nothingBelowIsExcluded) return TreeSizer::total(files, root, options);
   return TreeSizer::totals(files, root, WithoutExcluded(exclusions), {.node = rootNode}, options)[0];
 }
 
 SizeInfo itemSize(const FileManager& files, const FileURL& at, const std::vector<FileURL>& excluding, bool allowSlow,
-                  bool includeHidden) {
+                  bool includeHidden, const Cancellation& cancellation) {
   const ItemFacts facts = files.requireFacts(at, Links::doNotFollow);
   if (facts.type != FileType::regular && facts.type != FileType::directory) return {};
   const std::string root = files.standardizedPath(at);
@@ -67,7 +68,7 @@ SizeInfo itemSize(const FileManager& files, const FileURL& at, const std::vector
   if (exclusions.longestMatch(root) != nullptr) return {};
   if (facts.type == FileType::regular) return facts.sizes;
   if (!allowSlow) throwFileError(ENOTSUP, "size", at.path());
-  return treeSize(files, at, exclusions, exclusions.find(root), includeHidden);
+  return treeSize(files, at, exclusions, exclusions.find(root), includeHidden, cancellation);
 }
 
 std::optional<SizeInfo> resourceSize(const FileManager& files, const FileURL& at) {
@@ -80,12 +81,13 @@ std::optional<SizeInfo> resourceSize(const FileManager& files, const FileURL& at
 
 FileSizeCalculator FileSizeCalculator::live(FileManager files) {
   return {.itemSizeExcluding =
-              [files](const FileURL& at, const std::vector<FileURL>& excluding, bool allowSlow, bool includeHidden) {
-                return quarn::itemSize(files, at, excluding, allowSlow, includeHidden);
+              [files](const FileURL& at, const std::vector<FileURL>& excluding, bool allowSlow, bool includeHidden,
+                      const Cancellation& cancellation) {
+                return quarn::itemSize(files, at, excluding, allowSlow, includeHidden, cancellation);
               },
           .enumeratingDirectorySize =
-              [files](const FileURL& at, bool includeHidden) {
-                return quarn::itemSize(files, at, {}, /*allowSlow=*/true, includeHidden);
+              [files](const FileURL& at, bool includeHidden, const Cancellation& cancellation) {
+                return quarn::itemSize(files, at, {}, /*allowSlow=*/true, includeHidden, cancellation);
               },
           .resourceSize = [files](const FileURL& at) { return quarn::resourceSize(files, at); }};
 }

@@ -26,9 +26,10 @@ std::vector<FileURL> extensionsIn(const FileManager& files, const FileURL& folde
   return found;
 }
 
-std::optional<SizeInfo> sizeIfPossible(const FileSizeCalculator& sizes, const FileURL& bundle) {
+std::optional<SizeInfo> sizeIfPossible(const FileSizeCalculator& sizes, const FileURL& bundle,
+                                       const Cancellation& cancellation) {
   try {
-    return sizes.itemSize(bundle, /*allowSlow=*/true, /*includeHidden=*/false);
+    return sizes.itemSize(bundle, /*allowSlow=*/true, /*includeHidden=*/false, cancellation);
   } catch (const FileError&) {
     return std::nullopt;
   }
@@ -56,6 +57,7 @@ class Listing {
   }
 
   void add(const FileURL& bundle) {
+    if (files_.cancellation().isCancelled()) return;
     BundleInfo info = readBundleInfo(files_, bundle);
     const bool isSystemOwn = info.identifier && info.identifier->starts_with(kSystemIdentifierPrefix);
     if (isSystemOwn && !includeMacOS_) return;
@@ -63,7 +65,7 @@ class Listing {
                       .bundleIdentifier = std::move(info.identifier),
                       .url = bundle,
                       .version = std::move(info.version),
-                      .size = sizeIfPossible(sizes_, bundle)});
+                      .size = sizeIfPossible(sizes_, bundle, files_.cancellation())});
   }
 
   const FileManager& files_;

@@ -7,9 +7,7 @@ target_compile_features(quarn_settings INTERFACE cxx_std_20)
 target_include_directories(quarn_settings INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
 
 add_library(quarn_warnings INTERFACE)
-# Designated initialisers may omit fields that have default values; this is intended.
-target_compile_options(quarn_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
-                                                -Wno-missing-field-initializers)
+target_compile_options(quarn_warnings INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 # GCC 12 reports false overlapping copies for "literal" + std::string in optimised builds (GCC bug 105651).
 target_compile_options(quarn_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 # With a sanitizer it also reports false uninitialised values in std::regex (GCC bug 105616), and false out-of-bounds

@@ -73,21 +73,22 @@ ArtifactScanner::ArtifactScanner(FileSizeCalculator fileSizeCalculator, FileMana
     : fileSizeCalculator_(std::move(fileSizeCalculator)), files_(std::move(files)) {}
 
 std::vector<Artifact> ArtifactScanner::scan(const AppEntity& app, const EntitlementsInfo& entitlements,
-                                            const Options& options) const {
-  std::vector<Artifact> artifacts{appBundleArtifact(app, files_)};
-  append(artifacts, userLocationArtifacts(app, files_));
-  if (options.includeSystemArtifacts) append(artifacts, systemLocationArtifacts(app, files_));
-  append(artifacts, groupContainerArtifacts(entitlements, files_));
-  if (options.includeVendorHeuristics) append(artifacts, sharedVendorArtifacts(app, files_));
+                                            const Options& options, const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
+  std::vector<Artifact> artifacts{appBundleArtifact(app, files)};
+  append(artifacts, userLocationArtifacts(app, files));
+  if (options.includeSystemArtifacts) append(artifacts, systemLocationArtifacts(app, files));
+  append(artifacts, groupContainerArtifacts(entitlements, files));
+  if (options.includeVendorHeuristics) append(artifacts, sharedVendorArtifacts(app, files));
   if (options.includeHeuristicSearch) {
-    append(artifacts, userHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults));
+    append(artifacts, userHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults, cancellation));
   }
   if (options.includeSystemHeuristicSearch) {
-    append(artifacts, systemHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults));
+    append(artifacts, systemHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults, cancellation));
   }
   // Artifacts with the same id have the same items, so the first one covers the others.
-  artifacts = VendorArtifactDeduplicator::deduplicate(artifacts, files_);
-  if (options.computeSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files_);
+  artifacts = VendorArtifactDeduplicator::deduplicate(artifacts, files);
+  if (options.computeSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files, cancellation);
   sortLargestFirst(artifacts);
   return artifacts;
 }

@@ -7,6 +7,7 @@
 
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnModels/AppEntity.h"
+#include "QuarnPlatform/base/RecordHash.h"
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/ReceiptSnapshot.h"
 
@@ -17,7 +18,7 @@ struct ExtensionEvidence {
   enum class Kind : std::uint8_t { vendorProfile, receipt };
 
   Kind kind = Kind::vendorProfile;
-  std::string name;  ///< display name of the profile, or package identifier
+  std::string name{};  ///< display name of the profile, or package identifier
 
   /// "Vendor-Profil" or "Receipt".
   [[nodiscard]] std::string summaryText() const;
@@ -60,3 +61,12 @@ class ExtensionEvidenceSearch {
 };
 
 }  // namespace quarn
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::ExtensionEvidence> {
+  std::size_t operator()(const quarn::ExtensionEvidence& record) const {
+    const auto& [kind, name] = record;
+    return quarn::hashOfFields(kind, name);
+  }
+};

@@ -44,8 +44,8 @@ std::optional<Key> bundleKey(const AppEntity& app) {
 /// The walk of all searches: visible items outside packages, up to a depth and a number of results.
 class BoundedSearch {
  public:
-  BoundedSearch(const FileManager& files, long maxDepth, long maxResults)
-      : files_(files), maxDepth_(maxDepth), maxResults_(maxResults) {}
+  BoundedSearch(const FileManager& files, long maxDepth, long maxResults, const Cancellation& cancellation)
+      : files_(files.cancelledBy(cancellation)), maxDepth_(maxDepth), maxResults_(maxResults) {}
 
   /// Calls `consider(item)` for each item below `root` until the limit is reached. Its return value is a result,
   /// unless its path was already found.
@@ -76,7 +76,7 @@ class BoundedSearch {
   std::vector<Artifact> takeFinds() { return std::move(finds_); }
 
  private:
-  const FileManager& files_;
+  const FileManager files_;
   long maxDepth_;
   long maxResults_;
   std::vector<Artifact> finds_;
@@ -134,11 +134,12 @@ Artifact makeDocumentsFind(const FileURL& folder, bool isExact, const std::strin
 
 }  // namespace
 
-std::vector<Artifact> ArtifactScanner::userHeuristicSearch(const AppEntity& app, long maxDepth, long maxResults) const {
+std::vector<Artifact> ArtifactScanner::userHeuristicSearch(const AppEntity& app, long maxDepth, long maxResults,
+                                                           const Cancellation& cancellation) const {
   const std::optional<Key> bundle = bundleKey(app);
   const Key name(Text::normalizedKey(app.name));
   if (!bundle && !name.isLong) return {};
-  BoundedSearch search(files_, maxDepth, maxResults);
+  BoundedSearch search(files_, maxDepth, maxResults, cancellation);
   for (const LibraryFolder& root : kUserRoots) {
     search.walk(
         files_.homeDirectory().appending(root.path),
@@ -153,12 +154,12 @@ std::vector<Artifact> ArtifactScanner::userHeuristicSearch(const AppEntity& app,
   return search.takeFinds();
 }
 
-std::vector<Artifact> ArtifactScanner::systemHeuristicSearch(const AppEntity& app, long maxDepth,
-                                                             long maxResults) const {
+std::vector<Artifact> ArtifactScanner::systemHeuristicSearch(const AppEntity& app, long maxDepth, long maxResults,
+                                                             const Cancellation& cancellation) const {
   constexpr double kConfidence = 0.35;
   const std::optional<Key> bundle = bundleKey(app);
   if (!bundle) return {};
-  BoundedSearch search(files_, maxDepth, maxResults);
+  BoundedSearch search(files_, maxDepth, maxResults, cancellation);
   for (const LibraryFolder& root : kSystemRoots) {
     search.walk(FileURL(root.path), [&](const DirectoryEnumerator::Item& item) -> std::optional<Artifact> {
       if (!Text::contains(Text::normalizedKey(item.name()), bundle->text)) return std::nullopt;
@@ -169,13 +170,13 @@ std::vector<Artifact> ArtifactScanner::systemHeuristicSearch(const AppEntity& ap
   return search.takeFinds();
 }
 
-std::vector<Artifact> ArtifactScanner::documentsHeuristicSearch(const AppEntity& app, long maxDepth,
-                                                                long maxResults) const {
+std::vector<Artifact> ArtifactScanner::documentsHeuristicSearch(const AppEntity& app, long maxDepth, long maxResults,
+                                                                const Cancellation& cancellation) const {
   const FileURL documents = files_.homeDirectory().appending("Documents");
   const std::string documentsPath = files_.standardizedPath(documents);
   if (Text::normalizedKey(app.name).empty()) return {};
   const std::vector<Key> keys = documentsKeys(app);
-  BoundedSearch search(files_, maxDepth, maxResults);
+  BoundedSearch search(files_, maxDepth, maxResults, cancellation);
   search.walk(documents, [&](const DirectoryEnumerator::Item& item) -> std::optional<Artifact> {
     if (!item.isDirectory()) return std::nullopt;
     const std::string itemKey = Text::normalizedKey(item.name());

@@ -48,17 +48,18 @@ KernelExtensionAssociationService::KernelExtensionAssociationService(VendorProfi
       home_(std::move(home)),
       files_(std::move(files)) {}
 
-std::vector<Artifact> KernelExtensionAssociationService::kernelExtensionArtifacts(const AppEntity& app,
-                                                                                  bool includeMacOS) const {
-  return kernelExtensionArtifacts(app, includeMacOS, receiptScanner_.snapshot());
+std::vector<Artifact> KernelExtensionAssociationService::kernelExtensionArtifacts(
+    const AppEntity& app, bool includeMacOS, const Cancellation& cancellation) const {
+  return kernelExtensionArtifacts(app, includeMacOS, receiptScanner_.snapshot(), cancellation);
 }
 
 std::vector<Artifact> KernelExtensionAssociationService::kernelExtensionArtifacts(
-    const AppEntity& app, bool includeMacOS, const ReceiptSnapshot& receipts) const {
+    const AppEntity& app, bool includeMacOS, const ReceiptSnapshot& receipts, const Cancellation& cancellation) const {
   const std::vector<AppEntity> apps{app};
   const ExtensionEvidenceSearch search(apps, vendorProfiles_, receipts, home_, files_);
   std::vector<Artifact> artifacts;
   for (const KernelExtensionInfo& extension : kernelExtensionService_.installedKernelExtensions(includeMacOS)) {
+    if (cancellation.isCancelled()) break;
     const auto found = search.find(extension.url);
     if (found) artifacts.push_back(makeArtifact(extension, found->evidence, scopeOf(extension.url, home_, files_)));
   }

@@ -9,6 +9,7 @@
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnModels/Artifact.h"
 #include "QuarnModels/SystemRecords.h"
+#include "QuarnPlatform/base/RecordHash.h"
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/KernelExtensionService.h"
 #include "QuarnSystem/ReceiptScanner.h"
@@ -24,9 +25,9 @@ class KernelExtensionAssociationService {
 
   /// The app of an extension, and the evidence.
   struct Association {
-    std::string appID;  ///< `id` of the app
-    std::string appName;
-    Evidence evidence;
+    std::string appID{};  ///< `id` of the app
+    std::string appName{};
+    Evidence evidence{};
 
     /// The `detailText` of the evidence.
     [[nodiscard]] std::string evidenceText() const { return evidence.detailText(); }
@@ -37,11 +38,14 @@ class KernelExtensionAssociationService {
   KernelExtensionAssociationService(VendorProfileRegistry vendorProfiles, ReceiptScanner receiptScanner,
                                     KernelExtensionService kernelExtensionService, FileURL home, FileManager files);
 
-  /// The app's extensions as artifacts, in listing order, with the sizes of the listing.
-  [[nodiscard]] std::vector<Artifact> kernelExtensionArtifacts(const AppEntity& app, bool includeMacOS) const;
+  /// The app's extensions as artifacts, in listing order, with the sizes of the listing. If cancelled, those found
+  /// so far.
+  [[nodiscard]] std::vector<Artifact> kernelExtensionArtifacts(
+      const AppEntity& app, bool includeMacOS, const Cancellation& cancellation = Cancellation::never()) const;
   /// The same, for a caller that already has a snapshot of the receipts.
-  [[nodiscard]] std::vector<Artifact> kernelExtensionArtifacts(const AppEntity& app, bool includeMacOS,
-                                                               const ReceiptSnapshot& receipts) const;
+  [[nodiscard]] std::vector<Artifact> kernelExtensionArtifacts(
+      const AppEntity& app, bool includeMacOS, const ReceiptSnapshot& receipts,
+      const Cancellation& cancellation = Cancellation::never()) const;
 
   /// The app that an extension belongs to. Profile evidence for any app, in order, precedes receipt evidence.
   [[nodiscard]] std::optional<Association> association(const KernelExtensionInfo& kernelExtension,
@@ -70,3 +74,12 @@ class KernelExtensionAssociationService {
 };
 
 }  // namespace quarn
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::KernelExtensionAssociationService::Association> {
+  std::size_t operator()(const quarn::KernelExtensionAssociationService::Association& record) const {
+    const auto& [appID, appName, evidence] = record;
+    return quarn::hashOfFields(appID, appName, evidence);
+  }
+};

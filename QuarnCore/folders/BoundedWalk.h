@@ -30,13 +30,13 @@ class BoundedWalk {
   };
 
   BoundedWalk(const FileManager& files, Options options, Cancellation cancellation)
-      : files_(files), options_(options), cancellation_(std::move(cancellation)) {}
+      : files_(files.cancelledBy(std::move(cancellation))), options_(options) {}
 
   /// Calls `consume(Item)` for each item. Skips missing roots. Stops when cancelled.
   template <class Consume>
   void run(const std::vector<FileURL>& roots, const Consume& consume) {
     for (const FileURL& root : roots) {
-      if (cancellation_.isCancelled()) return;
+      if (files_.cancellation().isCancelled()) return;
       if (files_.itemExists(root)) walkRoot(root, consume);
     }
   }
@@ -47,7 +47,6 @@ class BoundedWalk {
     const ItemDepth depth(files_, root);
     DirectoryEnumerator items(files_, root, enumeration(depth));
     while (const DirectoryEnumerator::Item* item = items.next()) {
-      if (cancellation_.isCancelled()) return;
       visited_ = checkedAdd(visited_, 1);
       if (visited_ > options_.maxVisited) return;
       if (depth.exceeds(options_.maxDepth, *item)) {
@@ -62,9 +61,8 @@ class BoundedWalk {
 
   [[nodiscard]] DirectoryEnumerator::Options enumeration(const ItemDepth& depth) const;
 
-  const FileManager& files_;
+  const FileManager files_;
   Options options_;
-  Cancellation cancellation_;
   std::int64_t visited_ = 0;
 };
 

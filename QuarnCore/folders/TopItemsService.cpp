@@ -27,16 +27,36 @@ void append(std::vector<TopItem>& items, std::vector<TopItem> more) {
   items.insert(items.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
-/// Absent if the item cannot be sized.
-std::optional<SizeInfo> sizeIfPossible(const FileSizeCalculator& calculator, const FileURL& url, bool allowSlow,
-                                       bool includeHidden) {
-  if (!allowSlow) return calculator.resourceSize(url);
-  try {
-    return calculator.itemSize(url, /*allowSlow=*/true, includeHidden);
-  } catch (const FileError&) {
-    return std::nullopt;
+/// Sizes single items for one operation.
+class ItemSizer {
+ public:
+  ItemSizer(const FileSizeCalculator& calculator, const FileManager& files, const Cancellation& cancellation)
+      : calculator_(calculator), files_(files), cancellation_(cancellation) {}
+
+  /// Absent when the item cannot be sized, and for a folder whose walk was cut short: half a size is a wrong one.
+  [[nodiscard]] std::optional<SizeInfo> size(const FileURL& url, bool allowSlow, bool includeHidden) const {
+    if (!allowSlow) return calculator_.resourceSize(url);
+    try {
+      const SizeInfo size = calculator_.itemSize(url, /*allowSlow=*/true, includeHidden, cancellation_);
+      return cancellation_.isCancelled() && files_.isDirectory(url) ? std::nullopt : std::optional(size);
+    } catch (const FileError&) {
+      return std::nullopt;
+    }
   }
-}
+  /// For a sum, which counts what it has: of a walk that was cut short, the files before that.
+  [[nodiscard]] SizeInfo sumSoFar(const FileURL& package) const {
+    try {
+      return calculator_.itemSize(package, /*allowSlow=*/true, /*includeHidden=*/false, cancellation_);
+    } catch (const FileError&) {
+      return {};
+    }
+  }
+
+ private:
+  const FileSizeCalculator& calculator_;
+  const FileManager& files_;
+  const Cancellation& cancellation_;
+};
 
 // Some file systems report no allocated blocks for small files; assume that the content takes its length. A cloud
 // placeholder should keep its 0, but on a mounted volume it cannot be detected.
@@ -45,14 +65,10 @@ SizeInfo withKnownAllocation(SizeInfo size) {
   return size;
 }
 
-SizeInfo packageSize(const FileURL& package, const FileSizeCalculator& calculator) {
-  return sizeIfPossible(calculator, package, /*allowSlow=*/true, /*includeHidden=*/false).value_or(SizeInfo{});
-}
-
-SizeInfo sizeOf(const BoundedWalk::Item& item, const TopItemsService::SearchOptions& options,
-                const FileSizeCalculator& calculator) {
-  if (!item.isPackage) return options.preferAllocatedSize ? withKnownAllocation(item.sizes) : item.sizes;
-  return options.allowSlowForPackages ? packageSize(item.place.url(), calculator) : item.sizes;
+std::optional<SizeInfo> packageSize(const FileURL& package, const ItemSizer& sizer, const Cancellation& cancellation) {
+  const std::optional<SizeInfo> size = sizer.size(package, /*allowSlow=*/true, /*includeHidden=*/false);
+  if (!size && cancellation.isCancelled()) return std::nullopt;
+  return size.value_or(SizeInfo{});
 }
 
 }  // namespace
@@ -64,10 +80,11 @@ std::vector<TopItem> TopItemsService::children(const FileURL& in, bool allowSlow
                                                const Cancellation& cancellation) const {
   std::vector<TopItem> items;
   if (!files_.itemExists(in)) return items;
+  const ItemSizer sizer(fileSizeCalculator_, files_, cancellation);
   const HiddenItems hidden = includeHidden ? HiddenItems::include : HiddenItems::skip;
-  for (const DirectoryEntry& entry : files_.contentsOfDirectory(in, hidden)) {
+  for (const DirectoryEntry& entry : files_.cancelledBy(cancellation).contentsOfDirectory(in, hidden)) {
     if (cancellation.isCancelled()) break;
-    const auto size = sizeIfPossible(fileSizeCalculator_, entry.url, allowSlow, includeHidden);
+    const auto size = sizer.size(entry.url, allowSlow, includeHidden);
     if (size) items.push_back(makeItem(entry.url, *size));
   }
   return items;
@@ -76,7 +93,10 @@ std::vector<TopItem> TopItemsService::children(const FileURL& in, bool allowSlow
 std::vector<TopItem> TopItemsService::children(const std::vector<FileURL>& in, bool allowSlow, bool includeHidden,
                                                const Cancellation& cancellation) const {
   std::vector<TopItem> items;
-  for (const FileURL& folder : in) append(items, children(folder, allowSlow, includeHidden, cancellation));
+  for (const FileURL& folder : in) {
+    if (cancellation.isCancelled()) break;
+    append(items, children(folder, allowSlow, includeHidden, cancellation));
+  }
   return items;
 }
 
@@ -93,12 +113,13 @@ std::vector<TopItem> TopItemsService::topChildren(const std::vector<FileURL>& in
 std::vector<TopItem> TopItemsService::topFiles(const FileURL& in, long limit, bool includeHidden,
                                                const Cancellation& cancellation) const {
   if (!files_.itemExists(in)) return {};
+  const ItemSizer sizer(fileSizeCalculator_, files_, cancellation);
   const HiddenItems hidden = includeHidden ? HiddenItems::include : HiddenItems::skip;
   std::vector<TopItem> items;
-  for (const DirectoryEntry& entry : files_.contentsOfDirectory(in, hidden)) {
+  for (const DirectoryEntry& entry : files_.cancelledBy(cancellation).contentsOfDirectory(in, hidden)) {
     if (cancellation.isCancelled()) break;
     if (entry.type == FileType::directory ? !files_.isPackage(entry.url) : entry.type != FileType::regular) continue;
-    const auto size = sizeIfPossible(fileSizeCalculator_, entry.url, /*allowSlow=*/true, includeHidden);
+    const auto size = sizer.size(entry.url, /*allowSlow=*/true, includeHidden);
     if (size) items.push_back(makeItem(entry.url, *size));
   }
   return largest(std::move(items), limit);
@@ -107,17 +128,21 @@ std::vector<TopItem> TopItemsService::topFiles(const FileURL& in, long limit, bo
 std::vector<TopItem> TopItemsService::topFiles(const std::vector<FileURL>& in, long limit, bool includeHidden,
                                                const Cancellation& cancellation) const {
   std::vector<TopItem> items;
-  for (const FileURL& folder : in) append(items, topFiles(folder, limit, includeHidden, cancellation));
+  for (const FileURL& folder : in) {
+    if (cancellation.isCancelled()) break;
+    append(items, topFiles(folder, limit, includeHidden, cancellation));
+  }
   return largest(std::move(items), limit);
 }
 
 std::vector<TopItem> TopItemsService::sizedItems(const std::vector<FileURL>& urls, long limit, bool allowSlow,
                                                  bool includeHidden, const Cancellation& cancellation) const {
+  const ItemSizer sizer(fileSizeCalculator_, files_, cancellation);
   std::vector<TopItem> items;
   for (const FileURL& url : urls) {
     if (cancellation.isCancelled()) break;
     if (!files_.itemExists(url)) continue;
-    const auto size = sizeIfPossible(fileSizeCalculator_, url, allowSlow, includeHidden);
+    const auto size = sizer.size(url, allowSlow, includeHidden);
     if (size) items.push_back(makeItem(url, *size));
   }
   return largest(std::move(items), limit);
@@ -132,8 +157,16 @@ std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<File
                     .maxVisited = options.maxVisited,
                     .hidden = options.includeHidden ? HiddenItems::include : HiddenItems::skip},
                    cancellation);
+  const ItemSizer sizer(fileSizeCalculator_, files_, cancellation);
   walk.run(in, [&](const BoundedWalk::Item& item) {
-    const SizeInfo size = sizeOf(item, options, fileSizeCalculator_);
+    SizeInfo size = item.sizes;
+    if (item.isPackage && options.allowSlowForPackages) {
+      const std::optional<SizeInfo> walked = packageSize(item.place.url(), sizer, cancellation);
+      if (!walked) return;
+      size = *walked;
+    } else if (!item.isPackage && options.preferAllocatedSize) {
+      size = withKnownAllocation(size);
+    }
     const std::int64_t key = options.preferAllocatedSize ? size.allocatedBytes : largerCount(size);
     if (kept.wouldKeep(key)) kept.add(key, makeItem(item.place.url(), size));
   });
@@ -143,10 +176,11 @@ std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<File
 CloudStorageSummary TopItemsService::cloudSummary(const std::vector<FileURL>& in, long maxDepth, long maxVisited,
                                                   bool allowSlowForPackages, const Cancellation& cancellation) const {
   CloudStorageSummary summary;
+  const ItemSizer sizer(fileSizeCalculator_, files_, cancellation);
   BoundedWalk walk(files_, {.maxDepth = maxDepth, .maxVisited = maxVisited, .hidden = HiddenItems::skip}, cancellation);
   walk.run(in, [&](const BoundedWalk::Item& item) {
-    const SizeInfo size =
-        item.isPackage && allowSlowForPackages ? packageSize(item.place.url(), fileSizeCalculator_) : item.sizes;
+    SizeInfo size = item.sizes;
+    if (item.isPackage && allowSlowForPackages) size = sizer.sumSoFar(item.place.url());
     summary.allocatedBytes = checkedAdd(summary.allocatedBytes, size.allocatedBytes);
     summary.logicalBytes = checkedAdd(summary.logicalBytes, size.logicalBytes);
     const std::int64_t onlyInCloud = std::max<std::int64_t>(size.logicalBytes - size.allocatedBytes, 0);

@@ -9,8 +9,9 @@
 
 namespace quarn {
 
-/// Finds the largest items in folders. Synchronous. Operations poll `cancellation` before each item and return the
-/// partial result when it is set. Items are ranked by the larger of their two byte counts, unless an operation says
+/// Finds the largest items in folders. Synchronous. Operations poll `cancellation`, also inside one item and while they
+/// list a folder. When it is set, they return the partial result, without the folder that they were sizing, and do not
+/// throw. Items are ranked by the larger of their two byte counts, unless an operation says
 /// otherwise.
 class TopItemsService {
  public:

@@ -69,8 +69,8 @@ std::vector<AppInspectionService::Phase> AppInspectionService::phaseSequence(con
   return phases;
 }
 
-AppInspection AppInspectionService::inspect(const AppEntity& app, const Options& options,
-                                            const Progress& progress) const {
+AppInspection AppInspectionService::inspect(const AppEntity& app, const Options& options, const Progress& progress,
+                                            const Cancellation& cancellation) const {
   AppInspection inspection{.app = app};
   // All phases share one snapshot of the receipts.
   const bool needsReceipts = options.includeReceipts || options.includeKernelExtensions;
@@ -78,30 +78,38 @@ AppInspection AppInspectionService::inspect(const AppEntity& app, const Options&
   EntitlementsInfo entitlements;
   std::vector<Artifact> artifacts;
   for (const Phase phase : phaseSequence(options)) {
+    if (cancellation.isCancelled()) break;
     if (progress) progress(phase);
     switch (phase) {
-      case Phase::uninstallers: inspection.uninstallers = uninstallerDiscovery_.findUninstallers(app); break;
+      case Phase::uninstallers:
+        inspection.uninstallers = uninstallerDiscovery_.findUninstallers(app, cancellation);
+        break;
       case Phase::entitlements:
         if (options.includeGroupContainers) entitlements = entitlementsReader_.readEntitlements(app.bundleURL);
         break;
-      case Phase::artifacts: append(artifacts, artifactScanner_.scan(app, entitlements, scanOptions(options))); break;
+      case Phase::artifacts:
+        append(artifacts, artifactScanner_.scan(app, entitlements, scanOptions(options), cancellation));
+        break;
       case Phase::documents:
-        append(artifacts, artifactScanner_.documentsHeuristicSearch(app, options.documentsHeuristicMaxDepth,
-                                                                    options.documentsHeuristicMaxResults));
+        append(artifacts,
+               artifactScanner_.documentsHeuristicSearch(app, options.documentsHeuristicMaxDepth,
+                                                         options.documentsHeuristicMaxResults, cancellation));
         break;
       case Phase::launchd: append(artifacts, artifactScanner_.launchdArtifacts(app, launchdScanner_.scan())); break;
       case Phase::receipts: append(artifacts, artifactScanner_.receiptArtifacts(receipts.receiptsMatching(app))); break;
-      case Phase::deepInspector: append(artifacts, deepInspector_.inspect(app, artifacts, entitlements)); break;
+      case Phase::deepInspector:
+        append(artifacts, deepInspector_.inspect(app, artifacts, entitlements, cancellation));
+        break;
       case Phase::kernelExtensions:
-        artifacts = withKernelExtensions(std::move(artifacts), kernelExtensionAssociator_.kernelExtensionArtifacts(
-                                                                   app, /*includeMacOS=*/false, receipts));
+        artifacts = withKernelExtensions(
+            std::move(artifacts),
+            kernelExtensionAssociator_.kernelExtensionArtifacts(app, /*includeMacOS=*/false, receipts, cancellation));
         break;
-      case Phase::finalize:
-        artifacts = merged(std::move(artifacts));
-        if (options.computeArtifactSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files_);
-        break;
+      case Phase::finalize: break;  // follows below, for what a cancelled inspection has found too
     }
   }
+  artifacts = merged(std::move(artifacts));
+  if (options.computeArtifactSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files_, cancellation);
   inspection.artifacts = std::move(artifacts);
   inspection.inspectedAt = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
   return inspection;

@@ -12,6 +12,7 @@
 #include "QuarnCore/vendors/UninstallerDiscoveryService.h"
 #include "QuarnModels/AppInspection.h"
 #include "QuarnModels/RawValue.h"
+#include "QuarnPlatform/base/Required.h"
 #include "QuarnSystem/EntitlementsReader.h"
 #include "QuarnSystem/LaunchdScanner.h"
 #include "QuarnSystem/ReceiptScanner.h"
@@ -35,22 +36,22 @@ class AppInspectionService {
     finalize,
   };
 
-  /// The options of an inspection. There are no defaults: set every field.
+  /// The options of an inspection. There are no defaults: a field that is left out does not compile.
   struct Options {
-    bool includeHeuristicSearch;           ///< see `ArtifactScanner::Options`
-    long heuristicMaxDepth;                ///< see `ArtifactScanner::userHeuristicSearch`
-    long heuristicMaxResults;              ///< see above
-    bool includeDocumentsHeuristicSearch;  ///< run the documents phase
-    long documentsHeuristicMaxDepth;       ///< see `ArtifactScanner::documentsHeuristicSearch`
-    long documentsHeuristicMaxResults;     ///< see above
-    bool includeVendorHeuristics;          ///< see `ArtifactScanner::Options`
-    bool includeSystemArtifacts;           ///< see above
-    bool includeSystemHeuristicSearch;     ///< see above
-    bool includeGroupContainers;           ///< read the entitlements; the phase runs in any case
-    bool includeLaunchd;                   ///< run the launchd phase
-    bool includeReceipts;                  ///< run the receipts phase
-    bool includeKernelExtensions;          ///< run the phase; never includes the extensions of macOS
-    bool computeArtifactSizes;             ///< size every artifact
+    Required<bool> includeHeuristicSearch;           ///< see `ArtifactScanner::Options`
+    Required<long> heuristicMaxDepth;                ///< see `ArtifactScanner::userHeuristicSearch`
+    Required<long> heuristicMaxResults;              ///< see above
+    Required<bool> includeDocumentsHeuristicSearch;  ///< run the documents phase
+    Required<long> documentsHeuristicMaxDepth;       ///< see `ArtifactScanner::documentsHeuristicSearch`
+    Required<long> documentsHeuristicMaxResults;     ///< see above
+    Required<bool> includeVendorHeuristics;          ///< see `ArtifactScanner::Options`
+    Required<bool> includeSystemArtifacts;           ///< see above
+    Required<bool> includeSystemHeuristicSearch;     ///< see above
+    Required<bool> includeGroupContainers;           ///< read the entitlements; the phase runs in any case
+    Required<bool> includeLaunchd;                   ///< run the launchd phase
+    Required<bool> includeReceipts;                  ///< run the receipts phase
+    Required<bool> includeKernelExtensions;          ///< run the phase; never includes the extensions of macOS
+    Required<bool> computeArtifactSizes;             ///< size every artifact
   };
 
   using Progress = std::function<void(Phase)>;
@@ -67,9 +68,10 @@ class AppInspectionService {
   /// Inspects an app. The artifacts are in the order of the phases, without duplicate ids: of several artifacts with
   /// one id, the most confident is kept (of equal ones, one with an explanation, else the first), at the position of
   /// the first. Calls `progress`, if not null, on this thread when a phase begins. A byte sum that overflows
-  /// terminates the program.
-  [[nodiscard]] AppInspection inspect(const AppEntity& app, const Options& options,
-                                      const Progress& progress = nullptr) const;
+  /// terminates the program. If cancelled, returns what the phases have found, merged; does not report further
+  /// phases, and leaves artifacts without a size that were not sized yet.
+  [[nodiscard]] AppInspection inspect(const AppEntity& app, const Options& options, const Progress& progress = nullptr,
+                                      const Cancellation& cancellation = Cancellation::never()) const;
 
  private:
   [[nodiscard]] std::vector<Artifact> withKernelExtensions(std::vector<Artifact> artifacts,

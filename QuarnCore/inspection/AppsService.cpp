@@ -7,8 +7,8 @@ AppsService::AppsService(AppDiscoveryClient appDiscovery, FileSizeCalculator fil
 
 std::vector<AppEntity> AppsService::discoverApps() const { return appDiscovery_.discoverApplications(); }
 
-SizeInfo AppsService::calculateAppSize(const AppEntity& app) const {
-  return fileSizeCalculator_.itemSize(app.bundleURL, /*allowSlow=*/true, /*includeHidden=*/false);
+SizeInfo AppsService::calculateAppSize(const AppEntity& app, const Cancellation& cancellation) const {
+  return fileSizeCalculator_.itemSize(app.bundleURL, /*allowSlow=*/true, /*includeHidden=*/false, cancellation);
 }
 
 }  // namespace quarn

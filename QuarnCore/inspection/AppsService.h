@@ -16,8 +16,10 @@ class AppsService {
 
   /// The list of the client, unchanged.
   [[nodiscard]] std::vector<AppEntity> discoverApps() const;
-  /// The size of the app's bundle without hidden files. Throws the FileError of the calculator.
-  [[nodiscard]] SizeInfo calculateAppSize(const AppEntity& app) const;
+  /// The size of the app's bundle without hidden files. Throws the FileError of the calculator. If cancelled,
+  /// the sum so far.
+  [[nodiscard]] SizeInfo calculateAppSize(const AppEntity& app,
+                                          const Cancellation& cancellation = Cancellation::never()) const;
 
  private:
   AppDiscoveryClient appDiscovery_;

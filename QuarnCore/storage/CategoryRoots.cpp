@@ -212,6 +212,7 @@ std::vector<FileURL> CategoryRoots::other() const {
   const std::vector<FileURL> developers = roots(Category::development, /*includeDiscovered=*/true);
   std::vector<FileURL> result;
   for (DirectoryEntry& entry : files_.contentsOrNone(files_.homeDirectory(), HiddenItems::include)) {
+    if (files_.cancellation().isCancelled()) break;
     const std::string_view name = entry.url.lastPathComponent();
     if (!name.starts_with('.') || holds(kNoHiddenData, name) || Text::lowercased(name) == ".trash") continue;
     const bool isDevelopers = std::any_of(developers.begin(), developers.end(),
@@ -266,6 +267,7 @@ std::vector<FileURL> CategoryRoots::withVendorRoots(std::vector<FileURL> base, C
   paths.reserve(base.size());
   for (const FileURL& root : base) paths.push_back(files_.standardizedPath(root));
   for (const FileURL& vendorRoot : vendorHints_.roots(category)) {
+    if (files_.cancellation().isCancelled()) break;
     std::string path = files_.standardizedPath(vendorRoot);
     const bool isKnown = std::any_of(paths.begin(), paths.end(), [&](const std::string& known) {
       return path::isInside(path, known) || path::isInside(known, path);
@@ -279,7 +281,9 @@ std::vector<FileURL> CategoryRoots::withVendorRoots(std::vector<FileURL> base, C
 
 std::vector<FileURL> CategoryRoots::eachOnce(std::vector<FileURL> urls) const {
   std::unordered_set<std::string> seen;
-  std::erase_if(urls, [&](const FileURL& url) { return !seen.insert(files_.resolvedPath(url)).second; });
+  std::erase_if(urls, [&](const FileURL& url) {
+    return files_.cancellation().isCancelled() || !seen.insert(files_.resolvedPath(url)).second;
+  });
   return urls;
 }
 
@@ -291,6 +295,7 @@ std::vector<FileURL> CategoryRoots::outermost(const std::vector<FileURL>& urls) 
   };
   std::vector<Root> sorted;
   for (const FileURL& url : urls) {
+    if (files_.cancellation().isCancelled()) break;
     std::string path = files_.resolvedPath(url);
     sorted.push_back({Text::characterCount(path), std::move(path), url});
   }

@@ -13,7 +13,8 @@
 namespace quarn {
 
 /// The folders of the storage categories on the volume. Create one per operation: it caches each list, because the
-/// lists depend on each other. Not thread-safe. The arguments of the constructor must outlive it.
+/// lists depend on each other. Not thread-safe. The arguments of the constructor must outlive it. Lists are
+/// incomplete after the file manager's cancellation is set.
 class CategoryRoots {
  public:
   /// The folder `quarantine` contains no roots, because its content is not the user's data.

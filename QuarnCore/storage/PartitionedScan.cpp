@@ -1,6 +1,7 @@
 #include "QuarnCore/storage/PartitionedScan.h"
 
-#include <algorithm>
+#include <chrono>
+#include <string>
 
 #include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnPlatform/paths/Path.h"
@@ -13,30 +14,62 @@ using Totals = PartitionedScan::Totals;
 
 constexpr std::string_view kLogCategory = "StorageScan";
 
+std::string flagText(bool flag) { return flag ? "true" : "false"; }
+
 Totals sum(Totals left, const Totals& right) {
   for (std::size_t i = 0; i < left.size(); ++i) left[i] += right[i];
   return left;
 }
+
+// Passes totals on at most once an interval, however often they are offered: a shell that shows them must not be busy
+// with nothing else when a volume has thousands of roots.
+class ThrottledUpdates {
+ public:
+  ThrottledUpdates(const std::function<void(const Totals&)>& onUpdate, std::chrono::milliseconds interval)
+      : onUpdate_(onUpdate), interval_(interval) {}
+
+  [[nodiscard]] bool areWanted() const { return static_cast<bool>(onUpdate_); }
+  void offer(const Totals& totals) {
+    if (!areWanted()) return;
+    const Clock::time_point now = Clock::now();
+    if (now < last_ + interval_) return;
+    last_ = now;
+    onUpdate_(totals);
+  }
+  void finish(const Totals& totals) const {
+    if (areWanted()) onUpdate_(totals);
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  const std::function<void(const Totals&)>& onUpdate_;
+  const std::chrono::milliseconds interval_;
+  Clock::time_point last_ = Clock::now();
+};
 
 }  // namespace
 
 PartitionedScan::PartitionedScan(ScanPlan plan, ScanRules::Dictionary categoryByExtension, const FileManager& files)
     : plan_(std::move(plan)), rules_(plan_, std::move(categoryByExtension)), itemByItem_(rules_), files_(files) {}
 
-Totals PartitionedScan::run(const std::function<void(const Totals&)>& onUpdate, const Cancellation& cancellation) {
+Totals PartitionedScan::run(const std::function<void(const Totals&)>& onUpdate, const Cancellation& cancellation,
+                            std::chrono::milliseconds interval) {
   Totals totals{};
-  TreeSizer::Options options{.hidden = HiddenItems::include,
-                             .cancellation = cancellation,
-                             .helperCount = TreeSizer::makeHelperCount(/*threads=*/0)};
-  if (onUpdate) options.onProgress = [&](const Totals& ofRoot) { onUpdate(sum(totals, ofRoot)); };
+  ThrottledUpdates updates(onUpdate, interval);
+  TreeSizer::Options options{
+      .cancellation = cancellation, .interval = interval, .helperCount = TreeSizer::makeHelperCount(/*threads=*/0)};
+  if (updates.areWanted()) options.onProgress = [&](const Totals& ofRoot) { updates.offer(sum(totals, ofRoot)); };
   for (const ScanRoot& root : plan_.roots) {
     if (cancellation.isCancelled()) break;
-    if (root.mode == ScanMode::enumerate) logStart(root);
+    if (!root.mode.isFast()) logStart(root);
+    options.hidden = root.mode.includeHidden ? HiddenItems::include : HiddenItems::skip;
     const Totals ofRoot = sizeRoot(root, options);
     totals = sum(totals, ofRoot);
-    if (root.mode == ScanMode::fast) logSize(root, ofRoot);
-    if (onUpdate) onUpdate(totals);
+    if (root.mode.isFast()) logSize(root, ofRoot);
+    updates.offer(totals);
   }
+  updates.finish(totals);
   return totals;
 }
 
@@ -57,10 +90,11 @@ Totals PartitionedScan::sizeFolder(const ScanRoot& root, bool isInDictionary, st
                                    const TreeSizer::Options& options) const {
   const FileURL folder(root.location, URLKind::directory);
   const bool isOneItem = isInDictionary || files_.isPackage(folder);
-  const bool countsWhole = isOneItem || root.mode == ScanMode::fast;
+  const bool countsWhole = isOneItem || root.mode.isFast();
+  if (root.mode.isFast() && !root.mode.allowSlow) return {};
   const Attribution::Step start{.node = rules_.find(root.location),
                                 .bucket = countsWhole && !isOneItem ? bucketOf(root.defaultCategory) : bucket};
-  const WholeAttribution whole(rules_, root.mode);
+  const WholeAttribution whole(rules_, root.mode.kind);
   const Attribution& attribution = countsWhole ? static_cast<const Attribution&>(whole) : itemByItem_;
   try {
     return TreeSizer::totals(files_, folder, attribution, start, options);
@@ -70,22 +104,15 @@ Totals PartitionedScan::sizeFolder(const ScanRoot& root, bool isInDictionary, st
   }
 }
 
-std::size_t PartitionedScan::exclusionCount(const ScanRoot& root) const {
-  const auto inside = std::count_if(plan_.roots.begin(), plan_.roots.end(), [&](const ScanRoot& other) {
-    return other.location != root.location && path::isInside(other.location, root.location);
-  });
-  return static_cast<std::size_t>(inside) + (root.mode == ScanMode::fast ? plan_.fastExclusions.size() : 0);
-}
-
 void PartitionedScan::logStart(const ScanRoot& root) const {
   DiagnosticsLogger& logger = DiagnosticsLogger::shared();
   if (!logger.isEnabled()) return;
   logger.log(DiagnosticsLevel::trace, kLogCategory, "Enumerating root",
              {{"category", std::string(rawValue(root.defaultCategory))},
               {"root", root.path},
-              {"includeHidden", "true"},
-              {"allowSlow", "true"},
-              {"exclusions", std::to_string(exclusionCount(root))}});
+              {"includeHidden", flagText(root.mode.includeHidden)},
+              {"allowSlow", flagText(root.mode.allowSlow)},
+              {"exclusions", std::to_string(root.exclusions.size())}});
 }
 
 void PartitionedScan::logSize(const ScanRoot& root, const Totals& totals) const {
@@ -98,8 +125,8 @@ void PartitionedScan::logSize(const ScanRoot& root, const Totals& totals) const 
               {"root", root.path},
               {"allocatedBytes", std::to_string(size.allocatedBytes)},
               {"logicalBytes", std::to_string(size.logicalBytes)},
-              {"allowSlow", "true"},
-              {"exclusions", std::to_string(exclusionCount(root))}});
+              {"allowSlow", flagText(root.mode.allowSlow)},
+              {"exclusions", std::to_string(root.exclusions.size())}});
 }
 
 }  // namespace quarn

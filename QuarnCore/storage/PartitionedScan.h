@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 #include "QuarnCore/storage/ScanAttribution.h"
@@ -21,15 +22,16 @@ class PartitionedScan {
   PartitionedScan(const PartitionedScan&) = delete;
   PartitionedScan& operator=(const PartitionedScan&) = delete;
 
-  /// Runs to the end or until cancelled. Calls `onUpdate`, if not null, with the totals so far after every root, and
-  /// at most every 100 ms within a root. A root that cannot be listed adds nothing and goes to the read report.
-  Totals run(const std::function<void(const Totals&)>& onUpdate, const Cancellation& cancellation);
+  /// Runs to the end or until cancelled. Calls `onUpdate`, if not null, with the totals so far at most once per
+  /// `interval`, regardless of the number of roots, and at the end with the final totals. A root that cannot be listed
+  /// adds nothing and goes to the read report.
+  Totals run(const std::function<void(const Totals&)>& onUpdate, const Cancellation& cancellation,
+             std::chrono::milliseconds interval = TreeSizer::kProgressInterval);
 
  private:
   [[nodiscard]] Totals sizeRoot(const ScanRoot& root, const TreeSizer::Options& options) const;
   [[nodiscard]] Totals sizeFolder(const ScanRoot& root, bool isInDictionary, std::uint8_t bucket,
                                   const TreeSizer::Options& options) const;
-  [[nodiscard]] std::size_t exclusionCount(const ScanRoot& root) const;
   void logStart(const ScanRoot& root) const;
   void logSize(const ScanRoot& root, const Totals& totals) const;
 

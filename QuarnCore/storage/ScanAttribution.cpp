@@ -34,7 +34,7 @@ std::optional<Attribution::Step> ItemAttribution::folder(const Step& parent, std
 
 std::optional<std::uint8_t> ItemAttribution::file(const Step& parent, std::string_view name) const {
   const ScanRules::Trie::Node node = rules_.step(parent.node, name);
-  if (rules_.isExcluded(node, ScanMode::enumerate)) return std::nullopt;
+  if (rules_.isExcluded(node, ScanMode::Kind::enumerate)) return std::nullopt;
   if (parent.state == kWhole) return parent.bucket;
   const std::optional<StorageCategoryID> dictionary = rules_.dictionaryCategory(name);
   if (dictionary == StorageCategoryID::free) return std::nullopt;

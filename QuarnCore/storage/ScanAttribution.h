@@ -11,21 +11,21 @@ constexpr std::uint8_t bucketOf(StorageCategoryID category) { return static_cast
 /// Attributes all items to the total of the root, except those that the mode excludes.
 class WholeAttribution : public Attribution {
  public:
-  WholeAttribution(const ScanRules& rules, ScanMode mode) : rules_(rules), mode_(mode) {}
+  WholeAttribution(const ScanRules& rules, ScanMode::Kind mode) : rules_(rules), mode_(mode) {}
 
   [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const override;
   [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override;
 
  private:
   const ScanRules& rules_;
-  ScanMode mode_;
+  ScanMode::Kind mode_;
 };
 
 /// Attributes each item by the dictionary of extensions, else by the longest rule, else like its folder. A package or
 /// a folder with an extension of the dictionary counts as a whole.
 class ItemAttribution : public Attribution {
  public:
-  explicit ItemAttribution(const ScanRules& rules) : rules_(rules), whole_(rules, ScanMode::enumerate) {}
+  explicit ItemAttribution(const ScanRules& rules) : rules_(rules), whole_(rules, ScanMode::Kind::enumerate) {}
 
   [[nodiscard]] bool needsPackages() const override { return true; }
   [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const override;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "QuarnPlatform/paths/Path.h"
@@ -11,6 +13,9 @@ namespace quarn {
 namespace {
 
 using Category = StorageCategoryID;
+
+constexpr ScanMode kItemByItem = ScanMode::enumerate(/*includeHidden=*/true, /*allowSlow=*/true);
+constexpr ScanMode kAsOneSum = ScanMode::fast(/*allowSlow=*/true);
 
 constexpr std::array kEnumerated{Category::photos,    Category::communication, Category::development, Category::games,
                                  Category::documents, Category::apps,          Category::other};
@@ -36,11 +41,14 @@ Listed makeListed(const FileURL& url, Category category, ScanMode mode, const Fi
 std::vector<Listed> listRoots(const CategoryRoots& categories, const FileURL& quarantine, const FileManager& files) {
   std::vector<Listed> listed;
   const auto add = [&](const std::vector<FileURL>& urls, Category category, ScanMode mode) {
-    for (const FileURL& url : urls) listed.push_back(makeListed(url, category, mode, files));
+    for (const FileURL& url : urls) {
+      if (files.cancellation().isCancelled()) return;
+      listed.push_back(makeListed(url, category, mode, files));
+    }
   };
-  for (const Category category : kEnumerated) add(categories.roots(category, true), category, ScanMode::enumerate);
-  add(categories.roots(Category::systemData, true), Category::systemData, ScanMode::fast);
-  add({quarantine}, Category::systemData, ScanMode::fast);
+  for (const Category category : kEnumerated) add(categories.roots(category, true), category, kItemByItem);
+  add(categories.roots(Category::systemData, true), Category::systemData, kAsOneSum);
+  add({quarantine}, Category::systemData, kAsOneSum);
   // A root reached directly wins over one reached through a link.
   std::stable_partition(listed.begin(), listed.end(), [](const Listed& root) { return !root.isLinked; });
   return listed;
@@ -64,6 +72,7 @@ std::vector<ScanRoot> rootsThatCount(const std::vector<Listed>& listed, const Vo
   std::vector<ScanRoot> roots;
   std::unordered_set<std::string> seen;
   for (const Listed& candidate : listed) {
+    if (files.cancellation().isCancelled()) break;
     if (!files.itemExists(candidate.url) || locations.isExternal(candidate.url)) continue;
     if (seen.insert(candidate.root.path).second) roots.push_back(candidate.root);
   }
@@ -76,9 +85,9 @@ void dropRootsInEnumeratedOnes(std::vector<ScanRoot>& roots) {
   PathTrie<ScanMode> modes;
   for (const ScanRoot& root : roots) modes.insert(root.location, root.mode);
   std::erase_if(roots, [&](const ScanRoot& root) {
-    if (root.mode != ScanMode::enumerate || root.location == "/") return false;
+    if (root.mode.isFast() || root.location == "/") return false;
     const ScanMode* around = modes.longestMatch(path::parent(root.location));
-    return around != nullptr && *around == ScanMode::enumerate;
+    return around != nullptr && !around->isFast();
   });
 }
 
@@ -89,6 +98,29 @@ std::string exclusionLocation(const FileURL& url, const FileManager& files) {
   return realPath && files.standardizedPath(*realPath) == path ? *realPath : path;
 }
 
+// From each root up to those around it, which are few, and not from each root to all others.
+void excludeInnerRoots(std::vector<ScanRoot>& roots) {
+  std::unordered_map<std::string_view, ScanRoot*> byLocation;
+  for (ScanRoot& root : roots) byLocation.emplace(root.location, &root);
+  for (const ScanRoot& inner : roots) {
+    std::string_view around = inner.location;
+    while (around != "/") {
+      around = path::parent(around);
+      const auto found = byLocation.find(around);
+      if (found != byLocation.end()) found->second->exclusions.push_back(inner.location);
+    }
+  }
+}
+
+std::vector<std::string> fastExclusions(const CategoryRoots& categories, const FileManager& files) {
+  std::vector<std::string> locations;
+  for (const FileURL& url : categories.exclusions(Category::systemData)) {
+    if (files.cancellation().isCancelled()) break;
+    locations.push_back(exclusionLocation(url, files));
+  }
+  return locations;
+}
+
 }  // namespace
 
 ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine,
@@ -96,8 +128,10 @@ ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine
   const std::vector<Listed> listed = listRoots(categories, quarantine, files);
   ScanPlan plan{.roots = rootsThatCount(listed, locations, files), .prefixRules = makePrefixRules(listed)};
   dropRootsInEnumeratedOnes(plan.roots);
-  for (const FileURL& url : categories.exclusions(Category::systemData)) {
-    plan.fastExclusions.push_back(exclusionLocation(url, files));
+  excludeInnerRoots(plan.roots);
+  const std::vector<std::string> others = fastExclusions(categories, files);
+  for (ScanRoot& root : plan.roots) {
+    if (root.mode.isFast()) root.exclusions.insert(root.exclusions.end(), others.begin(), others.end());
   }
   return plan;
 }

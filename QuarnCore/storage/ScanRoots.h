@@ -11,15 +11,36 @@
 
 namespace quarn {
 
-/// How to attribute the items of a root: one by one, or all to the root's category.
-enum class ScanMode : std::uint8_t { enumerate, fast };
+/// How a root is sized. A plain value: one of two cases, with the case's flags.
+struct ScanMode {
+  enum class Kind : std::uint8_t { enumerate, fast };
+
+  /// Items are attributed one by one. `includeHidden`: hidden items are walked too.
+  static constexpr ScanMode enumerate(bool includeHidden, bool allowSlow) {
+    return {.kind = Kind::enumerate, .includeHidden = includeHidden, .allowSlow = allowSlow};
+  }
+  /// All items count to the root's category. Without `allowSlow` a folder is not walked and adds nothing.
+  static constexpr ScanMode fast(bool allowSlow) {
+    return {.kind = Kind::fast, .includeHidden = true, .allowSlow = allowSlow};
+  }
+
+  [[nodiscard]] constexpr bool isFast() const { return kind == Kind::fast; }
+
+  Kind kind = Kind::enumerate;
+  bool includeHidden = true;
+  bool allowSlow = true;
+  friend bool operator==(const ScanMode&, const ScanMode&) = default;
+};
 
 /// A folder or file that the partitioned scan walks separately.
 struct ScanRoot {
-  std::string path;      ///< resolved and standardised; the name of the root
-  std::string location;  ///< the path as a walk meets it: no links, with "/private"
+  std::string path{};      ///< resolved and standardised; the name of the root
+  std::string location{};  ///< the path as a walk meets it: no links, with "/private"
   StorageCategoryID defaultCategory = StorageCategoryID::other;
-  ScanMode mode = ScanMode::enumerate;
+  ScanMode mode = ScanMode::enumerate(/*includeHidden=*/true, /*allowSlow=*/true);
+  /// Locations whose items, and all below them, this root leaves out: the roots inside it, and with mode `fast` what
+  /// counts to other categories.
+  std::vector<std::string> exclusions{};
 };
 
 /// Items at or below a location count for a category, unless a longer rule applies.
@@ -31,14 +52,12 @@ struct PrefixRule {
 /// The roots and rules of a partitioned scan. All paths are locations, as in `ScanRoot`. Created once per scan.
 struct ScanPlan {
   /// In walk order, without duplicates. The walk of a root skips the roots inside it.
-  std::vector<ScanRoot> roots;
+  std::vector<ScanRoot> roots{};
   /// Of equal prefixes, the first one applies.
-  std::vector<PrefixRule> prefixRules;
-  /// Items that roots of mode `fast` skip, in addition to the roots inside them.
-  std::vector<std::string> fastExclusions;
+  std::vector<PrefixRule> prefixRules{};
 };
 
-/// Makes the plan for the current state of the volume.
+/// Makes the plan for the current state of the volume. Incomplete after the file manager's cancellation is set.
 ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine,
                       const VolumeLocationChecker& locations, const FileManager& files);
 

@@ -29,8 +29,12 @@ ScanRules::ScanRules(const ScanPlan& plan, Dictionary categoryByExtension)
     Rule& place = trie_.valueAt(rule.prefix);
     if (!place.category) place.category = rule.category;
   }
-  for (const ScanRoot& root : plan.roots) trie_.valueAt(root.location).isRoot = true;
-  for (const std::string& location : plan.fastExclusions) trie_.valueAt(location).isFastExclusion = true;
+  for (const ScanRoot& root : plan.roots) {
+    for (const std::string& location : root.exclusions) {
+      Rule& place = trie_.valueAt(location);
+      (root.mode.isFast() ? place.isFastExclusion : place.isEnumerateExclusion) = true;
+    }
+  }
   for (const auto& [extension, category] : categoryByExtension_) {
     longestExtension_ = std::max(longestExtension_, extension.size());
     listedEnds_.set(endsOf(extension));
@@ -44,9 +48,10 @@ bool ScanRules::mayBeListed(std::string_view extension) const {
   return listedEnds_.test(endsOf(extension)) || std::any_of(extension.begin(), extension.end(), isForeign);
 }
 
-bool ScanRules::isExcluded(Trie::Node node, ScanMode mode) const {
+bool ScanRules::isExcluded(Trie::Node node, ScanMode::Kind mode) const {
   const Rule* rule = trie_.value(node);
-  return rule != nullptr && (rule->isRoot || (mode == ScanMode::fast && rule->isFastExclusion));
+  if (rule == nullptr) return false;
+  return mode == ScanMode::Kind::fast ? rule->isFastExclusion : rule->isEnumerateExclusion;
 }
 
 std::optional<StorageCategoryID> ScanRules::longestRule(std::string_view location) const {

@@ -21,7 +21,7 @@ class ScanRules {
   /// The rules for one location.
   struct Rule {
     std::optional<StorageCategoryID> category;  ///< of items at and below it, unless a longer rule applies
-    bool isRoot = false;                        ///< walked separately, so the roots around it skip it
+    bool isEnumerateExclusion = false;          ///< roots of mode `enumerate` skip it
     bool isFastExclusion = false;               ///< roots of mode `fast` skip it
   };
   using Trie = PathTrie<Rule>;
@@ -38,7 +38,7 @@ class ScanRules {
     return rule == nullptr ? std::nullopt : rule->category;
   }
   /// True if a walk of that mode skips this node.
-  [[nodiscard]] bool isExcluded(Trie::Node node, ScanMode mode) const;
+  [[nodiscard]] bool isExcluded(Trie::Node node, ScanMode::Kind mode) const;
 
   /// The category of the longest rule that equals or contains the location.
   [[nodiscard]] std::optional<StorageCategoryID> longestRule(std::string_view location) const;

@@ -67,7 +67,10 @@ std::vector<FileURL> steamAppFolders(const FileManager& files) {
     addIfExists(base);
     const auto text = files.readFileIfPossible(base.appending("steamapps/libraryfolders.vdf"), kMaximumFileBytes);
     if (!text) continue;
-    for (const std::string& path : steamLibraryPaths(*text)) addIfExists(FileURL(path));
+    for (const std::string& path : steamLibraryPaths(*text)) {
+      if (files.cancellation().isCancelled()) break;
+      addIfExists(FileURL(path));
+    }
   }
   return folders;
 }

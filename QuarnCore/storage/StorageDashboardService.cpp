@@ -46,7 +46,8 @@ class PreciseSizing {
   // Cloud files count the space that they take on this disk. If the root cannot be walked, falls back to estimates.
   [[nodiscard]] SizeInfo cloudSize(const FileURL& root) const {
     try {
-      if (files_.isDirectory(root)) return calculator_.enumeratingDirectorySize(root, /*includeHidden=*/true);
+      if (files_.isDirectory(root))
+        return calculator_.enumeratingDirectorySize(root, /*includeHidden=*/true, files_.cancellation());
     } catch (const FileError&) {
       // Fall back to the estimates below.
     }
@@ -59,7 +60,8 @@ class PreciseSizing {
   }
 
   [[nodiscard]] SizeInfo plainSize(const FileURL& root) const {
-    return calculator_.itemSizeExcluding(root, exclusions_, /*allowSlow=*/true, /*includeHidden=*/true);
+    return calculator_.itemSizeExcluding(root, exclusions_, /*allowSlow=*/true, /*includeHidden=*/true,
+                                         files_.cancellation());
   }
 
   void log(const FileURL& root, const SizeInfo& size, bool isCloud) const {
@@ -97,17 +99,23 @@ StorageDashboardService::StorageDashboardService(VolumeInfoClient volumeInfoClie
       quarantineManager_(std::move(quarantineManager)),
       files_(std::move(files)) {}
 
-std::vector<FileURL> StorageDashboardService::categoryRoots(StorageCategoryID category, bool includeDiscovered) const {
-  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_)
+std::vector<FileURL> StorageDashboardService::categoryRoots(StorageCategoryID category, bool includeDiscovered,
+                                                            const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
+  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files)
       .roots(category, includeDiscovered);
 }
 
-std::vector<FileURL> StorageDashboardService::categoryExclusions(StorageCategoryID category) const {
-  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_).exclusions(category);
+std::vector<FileURL> StorageDashboardService::categoryExclusions(StorageCategoryID category,
+                                                                 const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
+  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files).exclusions(category);
 }
 
-std::vector<FileURL> StorageDashboardService::topItemRoots(StorageCategoryID category, bool includeDiscovered) const {
-  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_)
+std::vector<FileURL> StorageDashboardService::topItemRoots(StorageCategoryID category, bool includeDiscovered,
+                                                           const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
+  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files)
       .topItemRoots(category, includeDiscovered);
 }
 
@@ -134,9 +142,10 @@ StorageOverview StorageDashboardService::initialOverview() const {
 
 StorageDashboardService::CategorySizes StorageDashboardService::calculatePartitionedCategorySizes(
     const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const {
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_);
-  ScanPlan plan = makeScanPlan(categories, quarantineManager_.baseURL(), volumeLocationChecker_, files_);
-  PartitionedScan scan(std::move(plan), signatureRegistry_.packageCategoryByExtension(), files_);
+  const FileManager files = files_.cancelledBy(cancellation);
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
+  ScanPlan plan = makeScanPlan(categories, quarantineManager_.baseURL(), volumeLocationChecker_, files);
+  PartitionedScan scan(std::move(plan), signatureRegistry_.packageCategoryByExtension(), files);
   std::function<void(const PartitionedScan::Totals&)> update;
   if (onUpdate) update = [&](const PartitionedScan::Totals& totals) { onUpdate(byCategory(totals)); };
   return byCategory(scan.run(update, cancellation));
@@ -145,24 +154,29 @@ StorageDashboardService::CategorySizes StorageDashboardService::calculatePartiti
 std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(StorageCategoryID category,
                                                                       const Cancellation& cancellation) const {
   if (category == StorageCategoryID::free) return std::nullopt;
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_);
-  const PreciseSizing sizing(category, categories, fileSizeCalculator_, files_);
+  const FileManager files = files_.cancelledBy(cancellation);
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
+  const PreciseSizing sizing(category, categories, fileSizeCalculator_, files);
   std::optional<SizeInfo> total;
-  for (const FileURL& root : sizedRoots(category, categories, volumeLocationChecker_, files_)) {
+  for (const FileURL& root : sizedRoots(category, categories, volumeLocationChecker_, files)) {
     if (cancellation.isCancelled()) break;
     total = total.value_or(SizeInfo{}) + sizing.sizeOf(root);
   }
   return total;
 }
 
-std::vector<FileURL> StorageDashboardService::preciseRoots(StorageCategoryID category) const {
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_);
-  return sizedRoots(category, categories, volumeLocationChecker_, files_);
+std::vector<FileURL> StorageDashboardService::preciseRoots(StorageCategoryID category,
+                                                           const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
+  return sizedRoots(category, categories, volumeLocationChecker_, files);
 }
 
-SizeInfo StorageDashboardService::preciseSize(const FileURL& root, StorageCategoryID category) const {
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_);
-  return PreciseSizing(category, categories, fileSizeCalculator_, files_).sizeOf(root);
+SizeInfo StorageDashboardService::preciseSize(const FileURL& root, StorageCategoryID category,
+                                              const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
+  return PreciseSizing(category, categories, fileSizeCalculator_, files).sizeOf(root);
 }
 
 }  // namespace quarn

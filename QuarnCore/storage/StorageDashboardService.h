@@ -16,6 +16,8 @@
 namespace quarn {
 
 /// The storage categories: their folders and their sizes. Synchronous and read-only. Finds the roots on every call.
+/// Operations poll `cancellation`, also while they look for roots and inside one folder. When it is set, they return
+/// their partial result.
 class StorageDashboardService {
  public:
   using CategorySizes = std::map<StorageCategoryID, SizeInfo>;
@@ -26,11 +28,14 @@ class StorageDashboardService {
 
   /// The folders that count for a category, existing or not. `includeDiscovered` only affects games: it adds the
   /// folders that contain markers.
-  [[nodiscard]] std::vector<FileURL> categoryRoots(StorageCategoryID category, bool includeDiscovered) const;
+  [[nodiscard]] std::vector<FileURL> categoryRoots(StorageCategoryID category, bool includeDiscovered,
+                                                   const Cancellation& cancellation = Cancellation::never()) const;
   /// Folders below a category's roots that count for other categories; only `systemData` has any.
-  [[nodiscard]] std::vector<FileURL> categoryExclusions(StorageCategoryID category) const;
+  [[nodiscard]] std::vector<FileURL> categoryExclusions(StorageCategoryID category,
+                                                        const Cancellation& cancellation = Cancellation::never()) const;
   /// The folders to search for the largest items of a category.
-  [[nodiscard]] std::vector<FileURL> topItemRoots(StorageCategoryID category, bool includeDiscovered) const;
+  [[nodiscard]] std::vector<FileURL> topItemRoots(StorageCategoryID category, bool includeDiscovered,
+                                                  const Cancellation& cancellation = Cancellation::never()) const;
   [[nodiscard]] std::vector<FileURL> vendorRoots(StorageCategoryID category) const;
   [[nodiscard]] std::optional<VendorPathHint> vendorHint(const FileURL& url, StorageCategoryID category) const;
 
@@ -41,8 +46,8 @@ class StorageDashboardService {
   [[nodiscard]] StorageOverview initialOverview() const;
 
   /// Sizes all categories in one pass; each byte counts for at most one. Calls `onUpdate`, if not null, with the
-  /// totals so far after every root, and at most every 100 ms within a root; the last call has the final totals. If
-  /// cancelled, returns the totals so far.
+  /// totals so far at most once per 100 ms, and at the end with the final totals. If cancelled, returns the totals so
+  /// far.
   [[nodiscard]] CategorySizes calculatePartitionedCategorySizes(
       const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const;
 
@@ -50,9 +55,11 @@ class StorageDashboardService {
   [[nodiscard]] std::optional<SizeInfo> calculatePreciseSize(StorageCategoryID category,
                                                              const Cancellation& cancellation) const;
   /// The category's roots, including discovered ones, that exist and are not on another volume.
-  [[nodiscard]] std::vector<FileURL> preciseRoots(StorageCategoryID category) const;
+  [[nodiscard]] std::vector<FileURL> preciseRoots(StorageCategoryID category,
+                                                  const Cancellation& cancellation = Cancellation::never()) const;
   /// The size of one root within that category. Throws FileError.
-  [[nodiscard]] SizeInfo preciseSize(const FileURL& root, StorageCategoryID category) const;
+  [[nodiscard]] SizeInfo preciseSize(const FileURL& root, StorageCategoryID category,
+                                     const Cancellation& cancellation = Cancellation::never()) const;
 
  private:
   VolumeInfoClient volumeInfoClient_;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "QuarnModels/Storage.h"
+#include "QuarnPlatform/base/RecordHash.h"
 
 namespace quarn {
 
@@ -18,8 +19,8 @@ struct StorageSignature {
 
   StorageCategoryID category = StorageCategoryID::other;
   Kind kind = Kind::packageExtension;
-  std::string pattern;
-  std::optional<std::string> reason;
+  std::string pattern{};
+  std::optional<std::string> reason{};
 
   friend bool operator==(const StorageSignature&, const StorageSignature&) = default;
 };
@@ -27,7 +28,7 @@ struct StorageSignature {
 /// The content of the signature resource. The default is the fallback: version 1, no signatures.
 struct StorageSignatureTable {
   std::int64_t version = 1;
-  std::vector<StorageSignature> signatures;
+  std::vector<StorageSignature> signatures{};
 
   friend bool operator==(const StorageSignatureTable&, const StorageSignatureTable&) = default;
 };
@@ -38,3 +39,12 @@ struct RawValues<StorageSignature::Kind> {
 };
 
 }  // namespace quarn
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::StorageSignature> {
+  std::size_t operator()(const quarn::StorageSignature& record) const {
+    const auto& [category, kind, pattern, reason] = record;
+    return quarn::hashOfFields(category, kind, pattern, reason);
+  }
+};

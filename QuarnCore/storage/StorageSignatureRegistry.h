@@ -17,13 +17,16 @@ namespace quarn {
 class StorageSignatureRegistry {
  public:
   using Signature = StorageSignature;
+  /// Names the bundle that the library's own resources are read from.
+  struct BundleAnchor {};
 
   /// The fallback: version 1, no signatures.
   StorageSignatureRegistry() = default;
   explicit StorageSignatureRegistry(StorageSignatureTable table) : table_(std::move(table)) {}
 
   /// Reads "storage-signatures.json"; the fallback if it is missing or malformed. Never fails.
-  static StorageSignatureRegistry loadDefault(const ResourceBundle& bundle = ResourceBundle::shipped());
+  static StorageSignatureRegistry loadDefault(
+      const ResourceBundle& bundle = ResourceBundle::containing<BundleAnchor>());
 
   [[nodiscard]] const StorageSignatureTable& table() const { return table_; }
   [[nodiscard]] std::int64_t version() const { return table_.version; }

@@ -8,6 +8,7 @@
 
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnModels/Storage.h"
+#include "QuarnPlatform/base/RecordHash.h"
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnPlatform/paths/PathTrie.h"
 
@@ -19,16 +20,16 @@ class VendorPathHintIndex {
  public:
   /// An existing item of a vendor.
   struct Entry {
-    std::string path;  ///< standardised
-    FileURL url;       ///< as resolved from the pattern
-    VendorPathHint hint;
+    std::string path{};  ///< standardised
+    FileURL url{};       ///< as resolved from the pattern
+    VendorPathHint hint{};
     bool isDirectory = false;  ///< the item itself is a folder
     friend bool operator==(const Entry&, const Entry&) = default;
   };
   /// The existing items of one definition in a profile.
   struct Find {
-    VendorPathHint hint;
-    std::vector<FileURL> urls;
+    VendorPathHint hint{};
+    std::vector<FileURL> urls{};
     bool areRoots = false;
   };
   using Finds = std::vector<Find>;
@@ -61,3 +62,12 @@ class VendorPathHintIndex {
 };
 
 }  // namespace quarn
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::VendorPathHintIndex::Entry> {
+  std::size_t operator()(const quarn::VendorPathHintIndex::Entry& record) const {
+    const auto& [path, url, hint, isDirectory] = record;
+    return quarn::hashOfFields(path, url, hint, isDirectory);
+  }
+};

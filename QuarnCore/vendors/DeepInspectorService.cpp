@@ -185,17 +185,19 @@ DeepInspectorService::DeepInspectorService(VendorProfileRegistry vendorProfiles,
 
 std::vector<Artifact> DeepInspectorService::inspect(const AppEntity& app,
                                                     const std::vector<Artifact>& /*existingArtifacts*/,
-                                                    const EntitlementsInfo& /*entitlements*/) const {
+                                                    const EntitlementsInfo& /*entitlements*/,
+                                                    const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
   const std::string bundleID = Text::lowercased(app.bundleIdentifier.value_or(""));
   const std::string name = Text::lowercased(app.name);
   std::vector<Artifact> artifacts;
   for (const Ecosystem& ecosystem : kEcosystems) {
     if (!belongsTo(ecosystem, bundleID, name)) continue;
     for (const BuiltIn& row : ecosystem.artifacts) {
-      for (const FileURL& url : itemsOf(row, files_)) artifacts.push_back(makeArtifact(row, url));
+      for (const FileURL& url : itemsOf(row, files)) artifacts.push_back(makeArtifact(row, url));
     }
   }
-  append(artifacts, vendorProfiles_.artifacts(app, files_, files_.homeDirectory()));
+  append(artifacts, vendorProfiles_.artifacts(app, files, files.homeDirectory()));
   markSource(artifacts);
   return artifacts;
 }

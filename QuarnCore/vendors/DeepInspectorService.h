@@ -14,9 +14,11 @@ class DeepInspectorService {
  public:
   DeepInspectorService(VendorProfileRegistry vendorProfiles, FileManager files);
 
-  /// `existingArtifacts` and `entitlements` do not affect the result; the inspection merges duplicates.
+  /// `existingArtifacts` and `entitlements` do not affect the result; the inspection merges duplicates. If
+  /// cancelled, returns what was found so far.
   [[nodiscard]] std::vector<Artifact> inspect(const AppEntity& app, const std::vector<Artifact>& existingArtifacts,
-                                              const EntitlementsInfo& entitlements) const;
+                                              const EntitlementsInfo& entitlements,
+                                              const Cancellation& cancellation = Cancellation::never()) const;
 
  private:
   VendorProfileRegistry vendorProfiles_;

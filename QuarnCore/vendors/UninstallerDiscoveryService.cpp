@@ -53,6 +53,7 @@ void addBeside(const AppEntity& app, const FileManager& files, std::vector<Unins
   const bool isNameTelling = Text::characterCount(appKey) >= kMinimumAppKeyLength;
   for (const DirectoryEntry& entry :
        files.contentsOrNone(app.bundleURL.deletingLastPathComponent(), HiddenItems::skip)) {
+    if (files.cancellation().isCancelled()) return;
     const std::string key = Text::normalizedKey(entry.url.lastPathComponent());
     if (!hasUninstallerName(key) || !isLaunchable(entry.url, files)) continue;
     const bool namesApp = isNameTelling && Text::contains(key, appKey);
@@ -71,10 +72,12 @@ std::vector<UninstallerCandidate> firstOfEachPath(std::vector<UninstallerCandida
 
 UninstallerDiscoveryService::UninstallerDiscoveryService(FileManager files) : files_(std::move(files)) {}
 
-std::vector<UninstallerCandidate> UninstallerDiscoveryService::findUninstallers(const AppEntity& app) const {
+std::vector<UninstallerCandidate> UninstallerDiscoveryService::findUninstallers(
+    const AppEntity& app, const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
   std::vector<UninstallerCandidate> candidates;
-  if (files_.itemExists(app.bundleURL)) addInside(app.bundleURL, files_, candidates);
-  addBeside(app, files_, candidates);
+  if (files.itemExists(app.bundleURL)) addInside(app.bundleURL, files, candidates);
+  addBeside(app, files, candidates);
   candidates = firstOfEachPath(std::move(candidates));
   std::stable_sort(candidates.begin(), candidates.end(),
                    [](const UninstallerCandidate& left, const UninstallerCandidate& right) {

@@ -16,7 +16,9 @@ class UninstallerDiscoveryService {
   /// Finds items that have the name of an uninstaller and can be opened or run. In the bundle (without hidden items
   /// and nested packages, at most 20,000 entries) the confidence is 1. Directly beside the bundle it is 0.8 if the
   /// name contains the app's name, else 0.7. Sorted by descending confidence, then by name; each path occurs once.
-  [[nodiscard]] std::vector<UninstallerCandidate> findUninstallers(const AppEntity& app) const;
+  /// If cancelled, those found so far.
+  [[nodiscard]] std::vector<UninstallerCandidate> findUninstallers(
+      const AppEntity& app, const Cancellation& cancellation = Cancellation::never()) const;
 
  private:
   FileManager files_;

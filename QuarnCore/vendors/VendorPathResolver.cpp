@@ -61,7 +61,7 @@ class Candidates {
     if (pending_.empty()) return;
     std::vector<FileURL> existing;
     for (const FileURL& candidate : urls_) {
-      if (cancellation_.isCancelled()) break;
+      if (isCancelled()) break;
       if (auto url = folders_.files().existingURL(path::join(candidate.path(), pending_)))
         existing.push_back(std::move(*url));
     }
@@ -76,7 +76,7 @@ class Candidates {
     std::string name;
     std::vector<FileURL> matching;
     for (const FileURL& candidate : urls_) {
-      if (cancellation_.isCancelled()) break;
+      if (isCancelled()) break;
       const ListedFolders::Entries entries = folders_.visibleEntries(candidate);
       for (const DirectoryEntry& entry : *entries) {
         if (!isLast && entry.type != FileType::directory) continue;
@@ -87,6 +87,10 @@ class Candidates {
     urls_ = std::move(matching);
   }
 
+  // By the caller's flag, or by that of the file manager's handle.
+  [[nodiscard]] bool isCancelled() const {
+    return cancellation_.isCancelled() || folders_.files().cancellation().isCancelled();
+  }
   [[nodiscard]] bool isEmpty() const { return urls_.empty(); }
   std::vector<FileURL> take() { return std::move(urls_); }
 
@@ -97,7 +101,7 @@ class Candidates {
     if (urls_.size() < 2) return;
     std::unordered_set<std::string> seen;
     std::erase_if(urls_, [&](const FileURL& url) {
-      return cancellation_.isCancelled() || !seen.insert(folders_.files().standardizedPath(url)).second;
+      return isCancelled() || !seen.insert(folders_.files().standardizedPath(url)).second;
     });
   }
 
@@ -120,7 +124,7 @@ std::vector<FileURL> resolveOne(const std::string& path, ListedFolders& folders,
     }
   }
   candidates.settle();
-  return cancellation.isCancelled() ? std::vector<FileURL>() : candidates.take();
+  return candidates.isCancelled() ? std::vector<FileURL>() : candidates.take();
 }
 
 }  // namespace

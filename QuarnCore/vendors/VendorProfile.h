@@ -7,6 +7,7 @@
 
 #include "QuarnModels/AppEntity.h"
 #include "QuarnModels/Artifact.h"
+#include "QuarnPlatform/base/RecordHash.h"
 #include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
@@ -15,9 +16,9 @@ namespace quarn {
 /// resource; the keys are the field names.
 struct VendorProfile {
   struct Match {
-    std::vector<std::string> bundleIDs;  ///< exact identifiers
-    std::vector<std::string> bundleIDPrefixes;
-    std::vector<std::string> nameContains;  ///< fragments of the app name
+    std::vector<std::string> bundleIDs{};  ///< exact identifiers
+    std::vector<std::string> bundleIDPrefixes{};
+    std::vector<std::string> nameContains{};  ///< fragments of the app name
     friend bool operator==(const Match&, const Match&) = default;
   };
   struct ArtifactDefinition {
@@ -26,24 +27,24 @@ struct VendorProfile {
     ArtifactScope scope = ArtifactScope::user;
     RiskLevel riskLevel = RiskLevel::safe;
     double confidence = 0;
-    std::string title;
-    std::optional<std::string> explanation;
-    std::vector<std::string> paths;  ///< patterns, see `VendorPathResolver`
+    std::string title{};
+    std::optional<std::string> explanation{};
+    std::vector<std::string> paths{};  ///< patterns, see `VendorPathResolver`
     friend bool operator==(const ArtifactDefinition&, const ArtifactDefinition&) = default;
   };
   /// A location that is reported separately, as shared data.
   struct CarveOut {
-    std::string title;
-    std::vector<std::string> paths;
-    std::string reason;
+    std::string title{};
+    std::vector<std::string> paths{};
+    std::string reason{};
     friend bool operator==(const CarveOut&, const CarveOut&) = default;
   };
 
-  std::string id;
-  std::string displayName;
-  Match match;
-  std::vector<ArtifactDefinition> artifacts;
-  std::vector<CarveOut> carveOuts;
+  std::string id{};
+  std::string displayName{};
+  Match match{};
+  std::vector<ArtifactDefinition> artifacts{};
+  std::vector<CarveOut> carveOuts{};
 
   /// True if the app is this vendor's: by exact identifier, by identifier prefix, or by a name fragment. If the
   /// profile lists app bundles, a name fragment only counts if the bundle's file name is among them.
@@ -55,3 +56,39 @@ struct VendorProfile {
 };
 
 }  // namespace quarn
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::VendorProfile::Match> {
+  std::size_t operator()(const quarn::VendorProfile::Match& record) const {
+    const auto& [bundleIDs, bundleIDPrefixes, nameContains] = record;
+    return quarn::hashOfFields(bundleIDs, bundleIDPrefixes, nameContains);
+  }
+};
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::VendorProfile::ArtifactDefinition> {
+  std::size_t operator()(const quarn::VendorProfile::ArtifactDefinition& record) const {
+    const auto& [kind, dataClass, scope, riskLevel, confidence, title, explanation, paths] = record;
+    return quarn::hashOfFields(kind, dataClass, scope, riskLevel, confidence, title, explanation, paths);
+  }
+};
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::VendorProfile::CarveOut> {
+  std::size_t operator()(const quarn::VendorProfile::CarveOut& record) const {
+    const auto& [title, paths, reason] = record;
+    return quarn::hashOfFields(title, paths, reason);
+  }
+};
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::VendorProfile> {
+  std::size_t operator()(const quarn::VendorProfile& record) const {
+    const auto& [id, displayName, match, artifacts, carveOuts] = record;
+    return quarn::hashOfFields(id, displayName, match, artifacts, carveOuts);
+  }
+};

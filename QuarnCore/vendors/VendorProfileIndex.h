@@ -4,18 +4,38 @@
 #include <string>
 #include <vector>
 
+#include "QuarnPlatform/base/RecordHash.h"
+
 namespace quarn {
 
 /// The index of the profile files.
 struct VendorProfileIndex {
   struct Entry {
-    std::string id;
-    std::string file;
+    std::string id{};
+    std::string file{};
     friend bool operator==(const Entry&, const Entry&) = default;
   };
   std::int64_t version = 0;
-  std::vector<Entry> vendors;
+  std::vector<Entry> vendors{};
   friend bool operator==(const VendorProfileIndex&, const VendorProfileIndex&) = default;
 };
 
 }  // namespace quarn
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::VendorProfileIndex::Entry> {
+  std::size_t operator()(const quarn::VendorProfileIndex::Entry& record) const {
+    const auto& [id, file] = record;
+    return quarn::hashOfFields(id, file);
+  }
+};
+
+/// Over every field, as `==`.
+template <>
+struct std::hash<quarn::VendorProfileIndex> {
+  std::size_t operator()(const quarn::VendorProfileIndex& record) const {
+    const auto& [version, vendors] = record;
+    return quarn::hashOfFields(version, vendors);
+  }
+};

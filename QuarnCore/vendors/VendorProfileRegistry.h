@@ -18,12 +18,14 @@ class VendorMatcher;
 class VendorProfileRegistry {
  public:
   using Index = VendorProfileIndex;
+  /// Names the bundle that the library's own resources are read from.
+  struct BundleAnchor {};
 
   explicit VendorProfileRegistry(std::vector<VendorProfile> profiles = {});
 
   /// Loads "vendors/index.json" (else "index.json") and the files that it names. Never fails: silently skips files
   /// that cannot be read or decoded.
-  static VendorProfileRegistry loadDefault(const ResourceBundle& bundle = ResourceBundle::shipped());
+  static VendorProfileRegistry loadDefault(const ResourceBundle& bundle = ResourceBundle::containing<BundleAnchor>());
 
   [[nodiscard]] const std::vector<VendorProfile>& profiles() const { return *profiles_; }
   /// The profiles that match the app, in the order of the index.

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 
+#include "QuarnPlatform/base/CancellableSort.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
 #include "QuarnPlatform/files/Packages.h"
 #include "QuarnPlatform/files/ReadReport.h"
@@ -56,6 +58,12 @@ FileManager FileManager::reportingTo(std::shared_ptr<ReadReport> report) const {
 }
 
 ReadReport* FileManager::readReport() const { return report_.get(); }
+
+FileManager FileManager::cancelledBy(Cancellation cancellation) const {
+  FileManager copy = *this;
+  copy.cancellation_ = std::move(cancellation);
+  return copy;
+}
 
 const std::string& FileManager::hostFolder() const { return volume_->hostFolder(); }
 
@@ -127,21 +135,25 @@ std::optional<FileURL> FileManager::existingURL(std::string_view path) const {
 }
 
 std::vector<DirectoryEntry> FileManager::contentsOfDirectory(const FileURL& url, HiddenItems hidden) const {
+  if (cancellation_.isCancelled()) return {};
   const FileDescriptor folder = openDirectory(url, Links::follow);
   std::vector<std::pair<std::string, FileType>> found;
   DirectoryReader reader;
   reader.start(folder.get());
-  while (reader.readMore()) {
+  while (!cancellation_.isCancelled() && reader.readMore()) {
     while (const DirectoryReader::Entry* entry = reader.next()) {
       if (hidden == HiddenItems::skip && entry->hidden) continue;
       found.emplace_back(entry->name, entry->type);
     }
   }
   if (reader.error() != 0) throwFileError(reader.error(), "list", url.path());
-  std::sort(found.begin(), found.end());
+  if (!sortUnlessCancelled(found.begin(), found.end(), std::less<>(), cancellation_)) return {};
   std::vector<DirectoryEntry> entries;
   entries.reserve(found.size());
-  for (const auto& [name, type] : found) entries.push_back({url.appending(name, kindOf(type)), type});
+  for (const auto& [name, type] : found) {
+    if (cancellation_.isCancelled()) return {};
+    entries.push_back({url.appending(name, kindOf(type)), type});
+  }
   return entries;
 }
 
@@ -172,7 +184,7 @@ OpenFile FileManager::openFile(const FileURL& url) const {
 
 // Check the type before opening (opening a device can have effects) and after it (the item may have been replaced).
 std::optional<OpenFile> FileManager::openRegularFile(const FileURL& url, int& error) const {
-  error = refusal(facts(url, Links::follow));
+  error = cancellation_.isCancelled() ? ECANCELED : refusal(facts(url, Links::follow));
   if (error != 0) return std::nullopt;
   FileDescriptor file = open(url.path(), OpenFor::file, Links::follow);
   if (!file.isOpen()) {

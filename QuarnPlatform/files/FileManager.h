@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "QuarnPlatform/base/Cancellation.h"
 #include "QuarnPlatform/base/FileDescriptor.h"
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/files/ItemFacts.h"
@@ -65,6 +66,11 @@ class FileManager {
   [[nodiscard]] FileManager reportingTo(std::shared_ptr<ReadReport> report) const;
   /// The report for unreadable items, or null.
   [[nodiscard]] ReadReport* readReport() const;
+  /// The same volume for one operation: once `cancellation` is set, walks yield nothing more, listings are empty and
+  /// files do not open, so that whatever the operation calls with this handle ends soon. Look-ups of single items go
+  /// on. An operation passes its cancellation down in this way.
+  [[nodiscard]] FileManager cancelledBy(Cancellation cancellation) const;
+  [[nodiscard]] const Cancellation& cancellation() const { return cancellation_; }
 
   /// True if an item of any type exists. Follows links: false for a dangling link, a loop, or an unreadable parent.
   [[nodiscard]] bool itemExists(const FileURL& url) const;
@@ -90,12 +96,13 @@ class FileManager {
 
   /// The entries of a folder in ascending byte order of their names. A link to a folder lists that folder, but the
   /// URLs of the entries keep the path of the link. Throws FileError (operation "list"): ENOENT, EACCES, ENOTDIR.
+  /// Empty if cancelled.
   [[nodiscard]] std::vector<DirectoryEntry> contentsOfDirectory(const FileURL& url, HiddenItems hidden) const;
   /// The same, but returns an empty list if the folder cannot be listed, and reports it unless it is missing.
   [[nodiscard]] std::vector<DirectoryEntry> contentsOrNone(const FileURL& url, HiddenItems hidden) const;
 
   /// Opens a regular file and follows links. Never blocks on pipes. Throws FileError (operation "open"): EISDIR for a
-  /// folder, EINVAL for other special files.
+  /// folder, EINVAL for other special files, ECANCELED if cancelled.
   [[nodiscard]] OpenFile openFile(const FileURL& url) const;
   /// Reads a whole regular file of at most `maximumBytes`. Throws FileError; EFBIG if it is larger.
   [[nodiscard]] std::string readFile(const FileURL& url, std::size_t maximumBytes) const;
@@ -134,6 +141,7 @@ class FileManager {
   std::shared_ptr<const Volume> volume_;
   FileURL home_;
   std::shared_ptr<ReadReport> report_;
+  Cancellation cancellation_ = Cancellation::never();
 };
 
 }  // namespace quarn

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace quarn {
 
@@ -15,6 +16,13 @@ class ResourceBundle {
   /// The installed resources: "../share/quarn" relative to the folder of the running program, so an installation can
   /// be moved. The folder need not exist; then the bundle is empty.
   static ResourceBundle shipped();
+  /// The bundle that contains a class of the library. All of them are in one, the shipped resources: a class is named
+  /// to say for whom they are read.
+  template <class Anchor>
+  static ResourceBundle containing() {
+    static_assert(std::is_empty_v<Anchor>);
+    return shipped();
+  }
   explicit ResourceBundle(std::string folder) : folder_(std::move(folder)) {}
 
   [[nodiscard]] const std::string& folder() const { return folder_; }

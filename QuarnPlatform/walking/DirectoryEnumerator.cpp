@@ -16,6 +16,11 @@ namespace {
 // What a root may be, or lack, without anything having been unreadable.
 bool isNoFolder(int error) { return error == ENOENT || error == ENOTDIR || error == ELOOP; }
 
+WalkOptions cancelledBy(const Cancellation& cancellation, WalkOptions options) {
+  options.cancellation = cancellation;
+  return options;
+}
+
 }  // namespace
 
 // The consumer's side: where it is in which folders, by what the read-ahead has listed.
@@ -58,7 +63,9 @@ class DirectoryEnumerator::Walk {
 };
 
 DirectoryEnumerator::Walk::Walk(const FileManager& files, const FileURL& root, const Options& options)
-    : files_(files), options_(options), path_(root.path() == "/" ? std::string() : root.path()) {
+    : files_(files),
+      options_(cancelledBy(files.cancellation(), options)),
+      path_(root.path() == "/" ? std::string() : root.path()) {
   try {
     open(root);
   } catch (const FileError& error) {
@@ -73,12 +80,14 @@ DirectoryEnumerator::Walk::~Walk() {
 }
 
 void DirectoryEnumerator::Walk::open(const FileURL& root) {
+  if (options_.cancellation.isCancelled()) return;
   ahead_ = std::make_unique<ReadAhead>(files_.openDirectory(root, Links::doNotFollow), options_);
   frames_.push_back({.folder = ahead_->takeRoot()});
   rootError_ = frames_.back().folder->listing.error;
 }
 
 const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::next() {
+  if (options_.cancellation.isCancelled()) return nullptr;
   if (mayEnter_) enter();
   while (!frames_.empty()) {
     Frame& frame = frames_.back();

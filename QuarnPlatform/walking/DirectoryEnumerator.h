@@ -16,7 +16,7 @@ namespace quarn {
 /// links listed and never followed, other devices listed and not entered, the root itself not listed. Yields nothing
 /// for a root that is a link, no folder or unreadable. Unreadable folders are listed, not entered, and added to the
 /// file manager's read report. Movable, not copyable; used from one thread (it may read ahead on threads of its own,
-/// which end with it).
+/// which end with it). Ends early once the file manager's cancellation is set.
 ///
 ///   DirectoryEnumerator items(files, root, {.hidden = HiddenItems::skip, .packages = PackageContents::skip});
 ///   while (const auto* item = items.next()) { ... items.skipDescendants(); ... }

@@ -5,19 +5,6 @@
 #include "QuarnPlatform/files/DirectoryReader.h"
 
 namespace quarn {
-namespace {
-
-void readSizes(int folder, FoundItems::Block& block) {
-  block.sizes.assign(block.items.size(), FoundItems::kNoSizes);
-  for (std::size_t i = 0; i < block.items.size(); ++i) {
-    const ListedItem& item = block.items[i];
-    ByteCounts sizes;
-    if (item.type() != FileType::regular) continue;
-    if (DirectoryReader::readSizes(folder, block.name(item), sizes)) block.sizes[i] = sizes;
-  }
-}
-
-}  // namespace
 
 EarlySizes::EarlySizes(int folder) : folder_(folder) {
   try {
@@ -45,6 +32,16 @@ void EarlySizes::finish() {
   thread_.join();
 }
 
+void EarlySizes::readSizes(FoundItems::Block& block) const {
+  block.sizes.assign(block.items.size(), FoundItems::kNoSizes);
+  for (std::size_t i = 0; i < block.items.size() && !isEnding_; ++i) {
+    const ListedItem& item = block.items[i];
+    ByteCounts sizes;
+    if (item.type() != FileType::regular) continue;
+    if (DirectoryReader::readSizes(folder_, block.name(item), sizes)) block.sizes[i] = sizes;
+  }
+}
+
 void EarlySizes::work() {
   std::unique_lock lock(mutex_);
   for (std::size_t next = 0;; ++next) {
@@ -52,7 +49,7 @@ void EarlySizes::work() {
     if (isEnding_) return;
     FoundItems::Block& block = *blocks_[next];
     lock.unlock();
-    readSizes(folder_, block);
+    readSizes(block);
     lock.lock();
   }
 }

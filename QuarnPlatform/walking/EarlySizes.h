@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <mutex>
@@ -23,17 +24,18 @@ class EarlySizes {
 
   /// Hands over what is full of the items since the last call, whose sizes are then this object's until `finish`.
   void add(FoundItems& items);
-  /// Stops reading and waits until that is so.
+  /// Stops reading, also in the middle of a block, and waits until the thread has ended.
   void finish();
 
  private:
   void work();
+  void readSizes(FoundItems::Block& block) const;
 
   const int folder_;
   std::mutex mutex_;
   std::condition_variable forWork_;
   std::vector<FoundItems::Block*> blocks_;
-  bool isEnding_ = false;
+  std::atomic<bool> isEnding_ = false;
   std::thread thread_;
 };
 

@@ -8,6 +8,7 @@
 #include <numeric>
 #include <optional>
 
+#include "QuarnPlatform/base/CancellableSort.h"
 #include "QuarnPlatform/files/Packages.h"
 #include "QuarnPlatform/walking/EarlySizes.h"
 
@@ -42,7 +43,7 @@ void FolderLister::list(int folder, int level, const std::atomic<bool>& isAbando
   const bool mayReadEarly = reads(level) && options_.facts == EnumeratedFacts::sizes && options_.readAheadThreads > 0;
   std::optional<EarlySizes> early;
   reader_.start(folder);
-  while (!isAbandoned.load(std::memory_order_relaxed) && reader_.readMore()) {
+  while (!isAbandoned.load(std::memory_order_relaxed) && !isCancelled() && reader_.readMore()) {
     while (const DirectoryReader::Entry* entry = reader_.next()) keep(*entry);
     if (!mayReadEarly || items_.size() < kReadEarly) continue;
     if (!early) early.emplace(folder);
@@ -89,13 +90,14 @@ void FolderLister::sort() {
 
 // Items with the same key stand side by side and are told apart by their whole names.
 void FolderLister::sortRuns() {
-  for (auto run = found_.begin(); run != found_.end();) {
+  for (auto run = found_.begin(); run != found_.end() && !isCancelled();) {
     const auto isOther = [&](const Found& found) { return found.sortKey != run->sortKey; };
     const auto end = std::find_if(run + 1, found_.end(), isOther);
     if (end - run > 1) {
-      std::sort(run, end, [this](const Found& left, const Found& right) {
+      const auto isBefore = [this](const Found& left, const Found& right) {
         return items_.name(left.index) < items_.name(right.index);
-      });
+      };
+      sortUnlessCancelled(run, end, isBefore, options_.cancellation);
     }
     run = end;
   }
@@ -104,7 +106,7 @@ void FolderLister::sortRuns() {
 // A radix sort from the last byte on, over the bytes in which the keys differ: names of one huge folder are much alike.
 void FolderLister::sortByKeys() {
   std::vector<Found> sorted = found_;
-  for (int shift = 0; shift < 64; shift += 8) {
+  for (int shift = 0; shift < 64 && !isCancelled(); shift += 8) {
     const auto byte = [shift](const Found& found) { return found.sortKey >> shift & 0xFF; };
     std::array<std::size_t, 256> places{};
     for (const Found& found : found_) ++places[byte(found)];
@@ -121,6 +123,7 @@ void FolderLister::pack(int level, FolderListing& listing) const {
   listing.entries.reserve(found_.size());
   listing.names.reserve(items_.namesSize());
   for (const Found& found : found_) {
+    if (isCancelled()) break;
     const ListedItem& item = items_.item(found.index);
     const bool enters = reads(level) && item.type() == FileType::directory && !item.isPackage();
     if (enters) listing.folders.push_back(static_cast<std::uint32_t>(listing.entries.size()));
@@ -132,7 +135,7 @@ void FolderLister::pack(int level, FolderListing& listing) const {
 }
 
 void FolderLister::takeSizes(FolderListing& listing) const {
-  for (std::size_t i = 0; i < found_.size(); ++i) listing.entries[i].setSizes(items_.sizes(found_[i].index));
+  for (std::size_t i = 0; i < listing.entries.size(); ++i) listing.entries[i].setSizes(items_.sizes(found_[i].index));
 }
 
 void FolderLister::dropScratch() {
@@ -141,8 +144,8 @@ void FolderLister::dropScratch() {
   if (found_.capacity() > kScratchEntries) found_ = std::vector<Found>();
 }
 
-void FolderLister::readSizes(int folder, FolderListing& listing, std::size_t from, std::size_t to) {
-  for (std::size_t i = from; i < to; ++i) {
+void FolderLister::readSizes(int folder, FolderListing& listing, std::size_t from, std::size_t to) const {
+  for (std::size_t i = from; i < to && !isCancelled(); ++i) {
     FolderListing::Entry& entry = listing.entries[i];
     if (entry.item.type() != FileType::regular || entry.hasSizes()) continue;
     ByteCounts sizes;

@@ -48,10 +48,12 @@ class FolderLister {
  public:
   explicit FolderLister(const WalkOptions& options) : options_(options) {}
 
-  /// Lists the open folder, whose entries have the given level. Ends early, incomplete, when `isAbandoned` is set.
+  /// Lists the open folder, whose entries have the given level. Ends early, incomplete and in no order, when
+  /// `isAbandoned` is set or the walk is cancelled.
   void list(int folder, int level, const std::atomic<bool>& isAbandoned, FolderListing& listing);
-  /// Reads the sizes of the regular files among the entries [from, to), as far as they are not there.
-  static void readSizes(int folder, FolderListing& listing, std::size_t from, std::size_t to);
+  /// Reads the sizes of the regular files among the entries [from, to), as far as they are not there. Ends early when
+  /// the walk is cancelled.
+  void readSizes(int folder, FolderListing& listing, std::size_t from, std::size_t to) const;
 
  private:
   struct Found {
@@ -59,6 +61,7 @@ class FolderLister {
     std::uint32_t index;
   };
 
+  [[nodiscard]] bool isCancelled() const { return options_.cancellation.isCancelled(); }
   [[nodiscard]] bool reads(int level) const { return level <= options_.maximumLevel; }
   void keep(const DirectoryReader::Entry& entry);
   void sort();

@@ -52,9 +52,9 @@ void clear(ReadAhead::Folder& folder) {
   folder.firstClaimed = 0;
 }
 
-void readSegment(int descriptor, FolderListing& listing, std::size_t segment) {
+void readSegment(const FolderLister& lister, int descriptor, FolderListing& listing, std::size_t segment) {
   const std::size_t end = std::min((segment + 1) * kSegment, listing.entries.size());
-  FolderLister::readSizes(descriptor, listing, segment * kSegment, end);
+  lister.readSizes(descriptor, listing, segment * kSegment, end);
 }
 
 }  // namespace
@@ -243,7 +243,7 @@ void ReadAhead::perform(Lock& lock, const Task& task, Hands& hands) {
 void ReadAhead::read(const Task& task, Hands& hands) {
   if (task.parent != nullptr) return listFolder(task, hands);
   const PinnedFolder folder(*task.folder->use);
-  if (folder.descriptor() >= 0) readSegment(folder.descriptor(), task.folder->listing, task.segment);
+  if (folder.descriptor() >= 0) readSegment(hands.lister, folder.descriptor(), task.folder->listing, task.segment);
 }
 
 void ReadAhead::listFolder(const Task& task, Hands& hands) {
@@ -265,7 +265,7 @@ void ReadAhead::readFolder(Folder& folder, int descriptor, Hands& hands) {
   hands.lister.list(descriptor, folder.level, folder.isAbandoned, folder.listing);
   const std::size_t segments = segmentCount(folder.listing);
   if (segments == 0) return;
-  readSegment(descriptor, folder.listing, 0);
+  readSegment(hands.lister, descriptor, folder.listing, 0);
   folder.nextSegment = 1;
   folder.isLaterSegmentRead.resize(segments - 1);
 }

@@ -106,6 +106,7 @@ class Sizing {
   [[nodiscard]] const Attribution& attribution() const { return attribution_; }
   [[nodiscard]] bool skipsHidden() const { return options_.hidden == HiddenItems::skip; }
   [[nodiscard]] bool needsPackages() const { return needsPackages_; }
+  [[nodiscard]] bool isCancelled() const { return options_.cancellation.isCancelled(); }
   [[nodiscard]] HelperCount& helperCount() { return *helperCount_; }
   [[nodiscard]] bool hasIdleThread() const { return waiting_.load(std::memory_order_relaxed) != 0; }
 
@@ -250,6 +251,7 @@ int SizingThread::read(Place& place) {
 bool SizingThread::countAll(Place& place) {
   unsigned untilCheck = kEntriesBetweenChecks;
   while (const DirectoryReader::Entry* entry = reader_.next()) {
+    if (sizing_.isCancelled()) return false;
     count(place, *entry);
     if (--untilCheck != 0) continue;
     untilCheck = kEntriesBetweenChecks;

@@ -48,6 +48,7 @@ class TreeSizer {
  public:
   static constexpr std::size_t kBuckets = 16;
   using Totals = std::array<ByteCounts, kBuckets>;
+  static constexpr std::chrono::milliseconds kProgressInterval{100};
 
   struct Options {
     HiddenItems hidden = HiddenItems::include;  ///< `skip` leaves hidden items and all below them out, never the root
@@ -55,7 +56,7 @@ class TreeSizer {
     Cancellation cancellation = Cancellation::never();
     /// Called on the calling thread with the totals so far, at most once per `interval`; may be empty.
     std::function<void(const Totals&)> onProgress = {};
-    std::chrono::milliseconds interval{100};
+    std::chrono::milliseconds interval = kProgressInterval;
     /// Shared by the walks of one operation, so that each begins with what those before it learnt of the disk; without
     /// it each learns for itself.
     std::shared_ptr<HelperCount> helperCount = nullptr;

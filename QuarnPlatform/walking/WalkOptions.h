@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "QuarnPlatform/base/Cancellation.h"
 #include "QuarnPlatform/files/ItemFacts.h"
 
 namespace quarn {
@@ -23,6 +24,9 @@ struct WalkOptions {
   int maximumLevel = 1 << 30;
   /// Threads that read ahead of the consumer; 0 reads on the consumer's thread alone.
   unsigned readAheadThreads = 0;
+  /// Ends the walk, within one system call, also inside a huge folder. A `DirectoryEnumerator` takes its file
+  /// manager's.
+  Cancellation cancellation = Cancellation::never();
 };
 
 }  // namespace quarn

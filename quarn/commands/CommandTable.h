@@ -13,10 +13,10 @@ class CommandContext;
 
 /// One option. The parser, the help, the completions and the manual page read these rows.
 struct OptionRow {
-  std::string_view name;      ///< "--limit"
-  std::string_view argument;  ///< "N"; empty for a switch
-  std::string_view help;      ///< one sentence without a period
-  std::string_view choices;   ///< "a|b|c": the only accepted values; empty for any
+  std::string_view name{};      ///< "--limit"
+  std::string_view argument{};  ///< "N"; empty for a switch
+  std::string_view help{};      ///< one sentence without a period
+  std::string_view choices{};   ///< "a|b|c": the only accepted values; empty for any
   bool isRepeatable = false;
   std::string_view shortName = "";  ///< "-o", or empty
   bool isHostPath = false;          ///< the argument is a file or folder on this machine
@@ -26,8 +26,8 @@ struct OptionRow {
 
 /// A positional argument of a command.
 struct PositionalRow {
-  std::string_view name;  ///< "APP"
-  std::string_view help;
+  std::string_view name{};  ///< "APP"
+  std::string_view help{};
   bool isRequired = false;
   bool isRepeatable = false;
   std::string_view choices = "";  ///< "a|b|c": the only accepted values; empty for any
@@ -35,23 +35,23 @@ struct PositionalRow {
 };
 
 struct ExampleRow {
-  std::string_view line;
-  std::string_view meaning;
+  std::string_view line{};
+  std::string_view meaning{};
 };
 
 /// An exit code and its description.
 struct ExitCodeRow {
-  ExitCode code;
-  std::string_view meaning;
+  ExitCode code{};
+  std::string_view meaning{};
 };
 
 struct CommandRow {
-  std::string_view name;
-  std::string_view summary;      ///< one sentence without a period
-  std::string_view description;  ///< paragraphs; may be empty
-  std::span<const PositionalRow> positionals;
-  std::span<const OptionRow> options;
-  std::span<const ExampleRow> examples;
+  std::string_view name{};
+  std::string_view summary{};      ///< one sentence without a period
+  std::string_view description{};  ///< paragraphs; may be empty
+  std::span<const PositionalRow> positionals{};
+  std::span<const OptionRow> options{};
+  std::span<const ExampleRow> examples{};
   ExitCode (*run)(CommandContext& context);
   bool hasList = false;  ///< the command supports --ndjson
 };

@@ -40,7 +40,8 @@ std::vector<FileURL> namedFolders(CommandContext& context) {
 std::vector<FileURL> foldersToRank(CommandContext& context) {
   if (const std::optional<std::string> name = context.arguments().text("--category")) {
     const StorageCategoryID category = fromRawValue<StorageCategoryID>(*name).value();
-    return context.services().storageDashboard().topItemRoots(category, /*includeDiscovered=*/true);
+    return context.services().storageDashboard().topItemRoots(category, /*includeDiscovered=*/true,
+                                                              context.cancellation());
   }
   std::vector<FileURL> folders = namedFolders(context);
   if (folders.empty()) folders.push_back(context.services().files.homeDirectory());
@@ -77,7 +78,8 @@ std::vector<FileURL> cloudFolders(CommandContext& context) {
   std::vector<FileURL> folders = namedFolders(context);
   if (!folders.empty()) return folders;
   const StorageDashboardService& dashboard = context.services().storageDashboard();
-  for (const FileURL& root : dashboard.categoryRoots(StorageCategoryID::documents, /*includeDiscovered=*/false)) {
+  for (const FileURL& root :
+       dashboard.categoryRoots(StorageCategoryID::documents, /*includeDiscovered=*/false, context.cancellation())) {
     if (dashboard.isCloudRoot(root) && context.services().files.isDirectory(root)) folders.push_back(root);
   }
   return folders;
@@ -113,6 +115,8 @@ ExitCode runCloud(CommandContext& context) {
   for (const FileURL& folder : cloudFolders(context)) {
     const CloudStorageSummary summary =
         service.cloudSummary({folder}, kNoLimit, kNoLimit, /*allowSlowForPackages=*/true, context.cancellation());
+    // What was not visited to its end has no true figures, and what was not visited at all only zeros.
+    if (context.isInterrupted()) break;
     nlohmann::ordered_json row{{"url", toJSON(folder)}};
     row.update(toJSON(summary));
     list.push_back(std::move(row));

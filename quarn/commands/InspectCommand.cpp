@@ -116,7 +116,9 @@ ExitCode inspectAll(CommandContext& context) {
     }
   });
   if (context.wantsJSON()) {
-    context.printDocument({{"inspections", std::move(inspections)}});
+    nlohmann::ordered_json json{{"inspections", std::move(inspections)}};
+    if (context.isInterrupted()) json["isComplete"] = false;
+    context.printDocument(std::move(json));
   } else if (!context.wantsLines()) {
     showTable(context, table);
   }
@@ -132,7 +134,9 @@ ExitCode runInspect(CommandContext& context) {
   if (isAll) return inspectAll(context);
   const AppInspection inspection = inspectNamedApp(context);
   if (context.wantsJSON()) {
-    context.printDocument(document(inspection));
+    nlohmann::ordered_json json = document(inspection);
+    if (context.isInterrupted()) json["isComplete"] = false;
+    context.printDocument(std::move(json));
   } else if (context.wantsLines()) {
     context.printLines(toJSON(inspection.artifacts));
   } else {
@@ -140,6 +144,7 @@ ExitCode runInspect(CommandContext& context) {
     text += context.out().styled(
         fmt::format("{:>11}  {}  {:<8}  {:<14}  {}  {}\n", "SIZE", "MODE", "RISK", "DATA", "SURE", "WHAT"), Style::dim);
     for (const Artifact& artifact : inspection.artifacts) text += artifactText(artifact, context);
+    if (context.isInterrupted()) text += "\nIncomplete: interrupted.\n";
     context.print(text + "\n" + totalText(inspection, context));
   }
   return context.finish();

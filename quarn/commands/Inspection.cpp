@@ -39,11 +39,13 @@ AppInspection inspectNamedApp(CommandContext& context) {
   const AppEntity app = selectApp(context, context.arguments().positionals.front());
   const auto phases = AppInspectionService::phaseSequence(options);
   std::size_t begun = 0;
+  const auto showPhase = [&](AppInspectionService::Phase phase) {
+    context.progress("inspecting " + app.name + ": " + std::string(rawValue(phase)) + " (" + std::to_string(++begun) +
+                     "/" + std::to_string(phases.size()) + ")");
+  };
+  const Cancellation& cancellation = context.cancellation();
   AppInspection inspection =
-      context.services().appInspection().inspect(app, options, [&](AppInspectionService::Phase phase) {
-        context.progress("inspecting " + app.name + ": " + std::string(rawValue(phase)) + " (" +
-                         std::to_string(++begun) + "/" + std::to_string(phases.size()) + ")");
-      });
+      context.services().appInspection(cancellation).inspect(app, options, showPhase, cancellation);
   context.endProgress();
   return inspection;
 }
@@ -51,13 +53,16 @@ AppInspection inspectNamedApp(CommandContext& context) {
 void inspectAllApps(CommandContext& context, const std::function<void(const AppInspection&)>& consume) {
   const AppInspectionService::Options options = optionsOf(context.arguments());
   const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
-  const AppInspectionService service = context.services().appInspection();
+  const Cancellation& cancellation = context.cancellation();
+  const AppInspectionService service = context.services().appInspection(cancellation);
   std::size_t begun = 0;
   for (const AppEntity& app : apps) {
-    if (context.cancellation().isCancelled()) break;
+    if (cancellation.isCancelled()) break;
     context.progress("inspecting " + app.name + " (" + std::to_string(++begun) + "/" + std::to_string(apps.size()) +
                      ")");
-    consume(service.inspect(app, options));
+    const AppInspection inspection = service.inspect(app, options, nullptr, cancellation);
+    if (cancellation.isCancelled()) break;  // what there is of it is not what belongs to the app
+    consume(inspection);
   }
   context.endProgress();
 }

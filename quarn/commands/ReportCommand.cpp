@@ -85,6 +85,7 @@ AppReport appReport(CommandContext& context) {
   for (const CleanupMode mode : allCases<CleanupMode>()) {
     report.plans.push_back(context.services().appRemovalPlanner.buildPreview(report.inspection, mode));
   }
+  report.isComplete = !context.isInterrupted();
   report.frame = frame(context, report.inspection.inspectedAt);
   return report;
 }
@@ -94,11 +95,16 @@ std::string pageOf(CommandContext& context) {
   return isOfApp ? reportPage(appReport(context)) : reportPage(volumeReport(context));
 }
 
+ExitCode finishPage(CommandContext& context) {
+  if (context.isInterrupted()) context.warn("interrupted: the report is incomplete, and says so");
+  return context.finish();
+}
+
 ExitCode writeToStandardOutput(CommandContext& context) {
   if (context.wantsJSON())
     throw UsageError("--output: \"-\" cannot be combined with --json: both write to standard output");
   context.print(pageOf(context));
-  return context.finish();
+  return finishPage(context);
 }
 
 // Check this first: reading the volume may take minutes.
@@ -123,7 +129,7 @@ ExitCode runReport(CommandContext& context) {
   } else {
     context.print("Wrote " + escapedForTerminal(*file) + "\n");
   }
-  return context.finish();
+  return finishPage(context);
 }
 
 }  // namespace quarn

@@ -96,9 +96,9 @@ ExitCode showOverview(CommandContext& context) {
 }
 
 struct SizedRoot {
-  FileURL url;
-  std::optional<SizeInfo> size;
-  std::optional<VendorPathHint> hint;
+  FileURL url{};
+  std::optional<SizeInfo> size{};
+  std::optional<VendorPathHint> hint{};
 };
 
 // Largest first, items without a size last.
@@ -111,15 +111,16 @@ void sortBySize(std::vector<SizedRoot>& rows) {
 std::vector<SizedRoot> sizedRoots(StorageCategoryID category, CommandContext& context) {
   const StorageDashboardService& dashboard = context.services().storageDashboard();
   std::vector<SizedRoot> rows;
-  for (const FileURL& root : dashboard.preciseRoots(category)) {
+  for (const FileURL& root : dashboard.preciseRoots(category, context.cancellation())) {
     if (context.cancellation().isCancelled()) break;
     context.progress("sizing " + root.path());
     SizedRoot row{.url = root, .hint = dashboard.vendorHint(root, category)};
     try {
-      row.size = dashboard.preciseSize(root, category);
+      row.size = dashboard.preciseSize(root, category, context.cancellation());
     } catch (const FileError& error) {
       context.noteUnread(error);
     }
+    if (context.isInterrupted()) break;
     rows.push_back(std::move(row));
   }
   context.endProgress();

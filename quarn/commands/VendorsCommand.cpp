@@ -27,8 +27,8 @@ constexpr std::uintmax_t kLargestProfile = 16u << 20;
 
 /// The result for one profile; `problem` is empty if the file is valid.
 struct CheckedFile {
-  std::string name;
-  std::string problem;
+  std::string name{};
+  std::string problem{};
 };
 
 std::string readHostFile(const std::filesystem::path& path, std::string& problem) {

@@ -260,7 +260,14 @@ std::string reportPage(const AppReport& report) {
   std::vector<Section> sections{{"finds", "What belongs to it"}, {"plans", "Removal plans"}};
   if (report.frame.unread.count() > 0) sections.push_back({"unread", "Unread items"});
   std::string body = heading(name, subtitle(report), facts(report), sections);
-  body += "<main>\n" + unreadNote(report.frame.unread);
+  body += "<main>\n";
+  if (!report.isComplete) {
+    body +=
+        "<p class=\"note\"><strong>Incomplete.</strong> The inspection was interrupted. The app may have more "
+        "artifacts "
+        "than this page lists, and some have no size.</p>\n";
+  }
+  body += unreadNote(report.frame.unread);
   body += "<section aria-labelledby=\"finds\">\n<h2 id=\"finds\">What belongs to it</h2>\n" + bar(riskTiles(report)) +
           "<a class=\"skip\" href=\"#plans\">Skip the map</a>\n" +
           map(tiles(report), "Map of the artifacts", report.frame.units) +

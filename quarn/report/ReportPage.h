@@ -14,33 +14,34 @@ namespace quarn {
 /// The settings and facts that every report has.
 struct ReportFrame {
   SizeUnits units = SizeUnits::decimal;
-  FileURL home;          ///< shown as "~"
-  Date madeAt;           ///< time of reading the volume
-  UnreadSummary unread;  ///< items that could not be read
+  FileURL home{};          ///< shown as "~"
+  Date madeAt{};           ///< time of reading the volume
+  UnreadSummary unread{};  ///< items that could not be read
 };
 
 /// The content of a report on a volume.
 struct VolumeReport {
   /// One of the largest items, with the vendor's description of its folder.
   struct Item {
-    TopItem item;
-    std::optional<VendorPathHint> hint;
+    TopItem item{};
+    std::optional<VendorPathHint> hint{};
   };
 
-  ReportFrame frame;
-  VolumeInfo volume;
-  std::vector<StorageCategory> categories;
-  std::vector<Item> largest;    ///< by space on this disk, largest first
-  std::vector<Item> elsewhere;  ///< by length minus space on this disk, largest first
-  bool isComplete = true;       ///< false: the scan was interrupted
+  ReportFrame frame{};
+  VolumeInfo volume{};
+  std::vector<StorageCategory> categories{};
+  std::vector<Item> largest{};    ///< by space on this disk, largest first
+  std::vector<Item> elsewhere{};  ///< by length minus space on this disk, largest first
+  bool isComplete = true;         ///< false: the scan was interrupted
 };
 
 /// The content of a report on an app.
 struct AppReport {
-  ReportFrame frame;
-  AppInspection inspection;
-  std::vector<std::vector<CleanupMode>> selectedBy;  ///< per artifact: the modes that select it by default
-  std::vector<AppRemovalPlanPreview> plans;          ///< one per cleanup mode
+  ReportFrame frame{};
+  AppInspection inspection{};
+  std::vector<std::vector<CleanupMode>> selectedBy{};  ///< per artifact: the modes that select it by default
+  std::vector<AppRemovalPlanPreview> plans{};          ///< one per cleanup mode
+  bool isComplete = true;                              ///< false: the inspection was interrupted
 };
 
 /// One self-contained HTML page without scripts, network access or other files. It has a light and a dark theme,

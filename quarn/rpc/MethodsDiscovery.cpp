@@ -7,22 +7,25 @@ using Association = KernelExtensionAssociationService::Association;
 
 std::vector<Artifact> scanArtifacts(const Context& context, const AppEntity& app, const EntitlementsInfo& entitlements,
                                     const ArtifactScanner::Options& options) {
-  return context.services.artifactScanner().scan(app, entitlements, options);
+  return context.services.artifactScanner().scan(app, entitlements, options, context.request.cancellation);
 }
 
 std::vector<Artifact> userHeuristicSearch(const Context& context, const AppEntity& app, std::int64_t maxDepth,
                                           std::int64_t maxResults) {
-  return context.services.artifactScanner().userHeuristicSearch(app, maxDepth, maxResults);
+  return context.services.artifactScanner().userHeuristicSearch(app, maxDepth, maxResults,
+                                                                context.request.cancellation);
 }
 
 std::vector<Artifact> systemHeuristicSearch(const Context& context, const AppEntity& app, std::int64_t maxDepth,
                                             std::int64_t maxResults) {
-  return context.services.artifactScanner().systemHeuristicSearch(app, maxDepth, maxResults);
+  return context.services.artifactScanner().systemHeuristicSearch(app, maxDepth, maxResults,
+                                                                  context.request.cancellation);
 }
 
 std::vector<Artifact> documentsHeuristicSearch(const Context& context, const AppEntity& app, std::int64_t maxDepth,
                                                std::int64_t maxResults) {
-  return context.services.artifactScanner().documentsHeuristicSearch(app, maxDepth, maxResults);
+  return context.services.artifactScanner().documentsHeuristicSearch(app, maxDepth, maxResults,
+                                                                     context.request.cancellation);
 }
 
 std::vector<Artifact> launchdArtifacts(const Context& context, const AppEntity& app,
@@ -35,7 +38,8 @@ std::vector<Artifact> receiptArtifacts(const Context& context, const std::vector
 }
 
 std::vector<Artifact> kernelExtensionArtifacts(const Context& context, const AppEntity& app, bool includeMacOS) {
-  return context.services.kernelExtensionAssociation().kernelExtensionArtifacts(app, includeMacOS);
+  return context.services.kernelExtensionAssociation().kernelExtensionArtifacts(app, includeMacOS,
+                                                                                context.request.cancellation);
 }
 
 std::optional<Association> association(const Context& context, const std::vector<KernelExtensionInfo>& kernelExtensions,

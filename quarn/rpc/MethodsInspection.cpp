@@ -7,7 +7,7 @@ namespace {
 std::vector<AppEntity> discoverApps(const Context& context) { return context.services.appsService().discoverApps(); }
 
 SizeInfo calculateAppSize(const Context& context, const AppEntity& app) {
-  return context.services.appsService().calculateAppSize(app);
+  return context.services.appsService().calculateAppSize(app, context.request.cancellation);
 }
 
 std::vector<AppInspectionService::Phase> phaseSequence(const Context& /*context*/,
@@ -21,7 +21,8 @@ AppInspection inspectApp(const Context& context, const AppEntity& app, const App
   if (progress.value_or(false)) {
     report = [&](AppInspectionService::Phase phase) { context.request.report(toJSON(PhaseProgress{phase})); };
   }
-  return context.services.appInspection().inspect(app, options, report);
+  return context.services.appInspection(context.request.cancellation)
+      .inspect(app, options, report, context.request.cancellation);
 }
 
 // clang-format off

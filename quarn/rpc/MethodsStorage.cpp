@@ -15,15 +15,15 @@ std::map<std::string, StorageCategoryID, std::less<>> packageCategoryByExtension
 }
 
 std::vector<FileURL> categoryRoots(const Context& context, StorageCategoryID category, bool includeDiscovered) {
-  return context.services.storageDashboard().categoryRoots(category, includeDiscovered);
+  return context.services.storageDashboard().categoryRoots(category, includeDiscovered, context.request.cancellation);
 }
 
 std::vector<FileURL> topItemRoots(const Context& context, StorageCategoryID category, bool includeDiscovered) {
-  return context.services.storageDashboard().topItemRoots(category, includeDiscovered);
+  return context.services.storageDashboard().topItemRoots(category, includeDiscovered, context.request.cancellation);
 }
 
 std::vector<FileURL> categoryExclusions(const Context& context, StorageCategoryID category) {
-  return context.services.storageDashboard().categoryExclusions(category);
+  return context.services.storageDashboard().categoryExclusions(category, context.request.cancellation);
 }
 
 std::vector<FileURL> vendorRoots(const Context& context, StorageCategoryID category) {

@@ -6,11 +6,12 @@ namespace {
 SizeInfo itemSize(const Context& context, const FileURL& at, const std::optional<std::vector<FileURL>>& excluding,
                   bool allowSlow, bool includeHidden) {
   const std::vector<FileURL> excluded = excluding.value_or(std::vector<FileURL>());
-  return context.services.fileSizeCalculator.itemSizeExcluding(at, excluded, allowSlow, includeHidden);
+  return context.services.fileSizeCalculator.itemSizeExcluding(at, excluded, allowSlow, includeHidden,
+                                                               context.request.cancellation);
 }
 
 SizeInfo enumeratingDirectorySize(const Context& context, const FileURL& at, bool includeHidden) {
-  return context.services.fileSizeCalculator.enumeratingDirectorySize(at, includeHidden);
+  return context.services.fileSizeCalculator.enumeratingDirectorySize(at, includeHidden, context.request.cancellation);
 }
 
 std::optional<SizeInfo> resourceSize(const Context& context, const FileURL& at) {
@@ -22,6 +23,8 @@ EntitlementsInfo readEntitlements(const Context& context, const FileURL& forAppA
 }
 
 std::vector<LaunchdEntry> scanLaunchd(const Context& context) { return context.services.launchdScanner.scan(); }
+
+std::vector<ReceiptInfo> allReceipts(const Context& context) { return context.services.receiptScanner.allReceipts(); }
 
 std::vector<ReceiptInfo> receiptsMatching(const Context& context, const AppEntity& app) {
   return context.services.receiptScanner.receiptsMatching(app);
@@ -56,6 +59,7 @@ constexpr std::array kMethods{
     method<&resourceSize>("FileSizeCalculator.resourceSize", "at"),
     method<&readEntitlements>("EntitlementsReader.readEntitlements", "forAppAt"),
     method<&scanLaunchd>("LaunchdScanner.scan"),
+    method<&allReceipts>("ReceiptScanner.allReceipts"),
     method<&receiptsMatching>("ReceiptScanner.receiptsMatching", "app"),
     method<&packageIDs>("ReceiptScanner.packageIDs", "forFileAtPath"),
     method<&matchesPackage>("ReceiptScanner.matches", "app", "packageID"),

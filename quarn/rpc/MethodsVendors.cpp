@@ -14,12 +14,12 @@ std::vector<VendorProfile> matchingVendorProfiles(const Context& context, const 
 }
 
 std::vector<Artifact> vendorArtifacts(const Context& context, const AppEntity& app) {
-  const FileManager& files = context.services.files;
+  const FileManager files = context.services.files.cancelledBy(context.request.cancellation);
   return context.services.vendorProfiles().artifacts(app, files, files.homeDirectory());
 }
 
 std::vector<FileURL> resolvePatterns(const Context& context, const std::vector<std::string>& patterns) {
-  const FileManager& files = context.services.files;
+  const FileManager files = context.services.files.cancelledBy(context.request.cancellation);
   return VendorPathResolver::resolve(patterns, files, files.homeDirectory());
 }
 
@@ -34,11 +34,11 @@ std::vector<Artifact> deduplicate(const Context& context, const std::vector<Arti
 std::vector<Artifact> inspectDeeply(const Context& context, const AppEntity& app,
                                     const std::vector<Artifact>& existingArtifacts,
                                     const EntitlementsInfo& entitlements) {
-  return context.services.deepInspector().inspect(app, existingArtifacts, entitlements);
+  return context.services.deepInspector().inspect(app, existingArtifacts, entitlements, context.request.cancellation);
 }
 
 std::vector<UninstallerCandidate> findUninstallers(const Context& context, const AppEntity& app) {
-  return context.services.uninstallerDiscovery.findUninstallers(app);
+  return context.services.uninstallerDiscovery.findUninstallers(app, context.request.cancellation);
 }
 
 // clang-format off

@@ -34,11 +34,12 @@ Services::Services(FileManager volume, ResourceBundle shippedResources)
                                        vendorHints(), quarantineManager, files);
       }) {}
 
-AppInspectionService Services::appInspection() const {
-  const ReceiptScanner receipts = ReceiptScanner::answering(ReceiptSnapshot::of(files));
-  const KernelExtensionService extensions = KernelExtensionService::snapshot(files, fileSizeCalculator);
+AppInspectionService Services::appInspection(const Cancellation& cancellation) const {
+  const FileManager polled = files.cancelledBy(cancellation);
+  const ReceiptScanner receipts = ReceiptScanner::answering(ReceiptSnapshot::of(polled));
+  const KernelExtensionService extensions = KernelExtensionService::snapshot(polled, fileSizeCalculator);
   return AppInspectionService(
-      artifactScanner(), uninstallerDiscovery, entitlementsReader, LaunchdScanner::snapshot(files), receipts,
+      artifactScanner(), uninstallerDiscovery, entitlementsReader, LaunchdScanner::snapshot(polled), receipts,
       deepInspector(),
       KernelExtensionAssociationService(vendorProfiles(), receipts, extensions, files.homeDirectory(), files),
       fileSizeCalculator, files);

@@ -34,8 +34,9 @@ struct Services {
   Services(const Services&) = delete;
   Services& operator=(const Services&) = delete;
 
-  /// An inspection service for one app or several. It caches the data that phases and apps share.
-  [[nodiscard]] AppInspectionService appInspection() const;
+  /// An inspection service for one app or several. It caches the data that phases and apps share. Its system
+  /// clients stop soon after `cancellation` is set; pass the same one to `inspect`.
+  [[nodiscard]] AppInspectionService appInspection(const Cancellation& cancellation = Cancellation::never()) const;
 
   FileManager files;
   ResourceBundle resources;

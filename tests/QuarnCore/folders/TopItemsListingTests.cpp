@@ -12,6 +12,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
 
 constexpr bool kSlow = true;
 constexpr bool kQuick = false;
@@ -115,6 +116,34 @@ FileSizeCalculator cancellingAt(const FileManager& files, std::string name, cons
     return real(at, excluding, allowSlow, includeHidden);
   };
   return sizes;
+}
+
+// Set while the first folder is listed, whose items are then the answer: the second one, which cannot be listed, is not
+// asked for.
+TEST(Children, OfSeveralFoldersStopAtTheFolderInWhichTheyAreCancelled) {
+  TopItemsVolume volume;
+  volume.sparse("/f/a", 1).sparse("/f/b", 2).folder("/closed").mode("/closed", 0000);
+  const auto folders = volume.urls({"/f", "/closed"});
+  const UnprivilegedUser user;
+  for (const int operation : {0, 1, 2}) {
+    const Cancellation cancellation;
+    const TopItemsService service(cancellingAt(volume.files(), "b", cancellation), volume.files());
+    const auto ask = [&] {
+      if (operation == 0) return service.children(folders, kSlow, kVisible, cancellation);
+      if (operation == 1) return service.topChildren(folders, 9, kSlow, kVisible, cancellation);
+      return service.topFiles(folders, 9, kVisible, cancellation);
+    };
+    EXPECT_THAT(names(ask()), UnorderedElementsAre("a", "b")) << operation;
+    EXPECT_THAT(ask(), IsEmpty()) << operation << ": cancelled before it began";
+  }
+}
+
+TEST(Children, AFolderWhoseSizingWasCutShortIsLeftOut) {
+  TopItemsVolume volume;
+  volume.sparse("/f/a", 1).sparse("/f/b/x", 2).sparse("/f/c", 4);
+  const Cancellation cancellation;
+  const TopItemsService service(cancellingAt(volume.files(), "b", cancellation), volume.files());
+  EXPECT_THAT(names(service.children(volume.url("/f"), kSlow, kVisible, cancellation)), ElementsAre("a"));
 }
 
 TEST(Children, CancellationReturnsThePartialResult) {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 
 #include <gmock/gmock.h>
@@ -10,8 +11,12 @@
 namespace quarn {
 namespace {
 
+using ::testing::Contains;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
+using ::testing::Not;
 using Options = AppInspectionService::Options;
 
 // The app has an item for every phase; groups, receipt files and extensions come from the clients.
@@ -195,6 +200,61 @@ TEST(AppInspectionService, AnEmptyVolumeYieldsOnlyTheBundle) {
   const AppInspection inspection = Inspector(volume).service().inspect(exampleApp(), inspectionOptions(true));
   EXPECT_THAT(titles(inspection.artifacts), ElementsAre("App"));
   EXPECT_THAT(inspection.uninstallers, IsEmpty());
+}
+
+TEST(ACancelledInspection, HoldsWhatThePhasesBeforeFoundAndReportsNoFurtherPhase) {
+  MacVolume volume;
+  furnish(volume);
+  const Cancellation cancellation;
+  std::vector<AppInspectionService::Phase> reported;
+  const auto cancelAtLaunchd = [&](AppInspectionService::Phase phase) {
+    reported.push_back(phase);
+    if (phase == AppInspectionService::Phase::launchd) cancellation.cancel();
+  };
+  const AppInspectionService service = furnished(volume).service();
+  const AppInspection inspection =
+      service.inspect(exampleApp(), inspectionOptions(true), cancelAtLaunchd, cancellation);
+  EXPECT_EQ(reported.back(), AppInspectionService::Phase::launchd);
+  EXPECT_EQ(inspection.uninstallers.size(), 1U);
+  EXPECT_THAT(titles(inspection.artifacts), IsSupersetOf({"App", "Documents: Example Projects"}));
+  EXPECT_THAT(titles(inspection.artifacts), Not(Contains("Vendor Data")));
+}
+
+TEST(ACancelledInspection, LeavesWithoutASizeWhatItDidNotSize) {
+  MacVolume volume;
+  furnish(volume);
+  const Cancellation cancellation;
+  Inspector inspector = furnished(volume);
+  int sized = 0;
+  inspector.sizes.itemSizeExcluding = [&](const FileURL&, const std::vector<FileURL>&, bool, bool) {
+    if (++sized == 2) cancellation.cancel();
+    return SizeInfo{1, 1};
+  };
+  const AppInspection inspection =
+      inspector.service().inspect(exampleApp(), inspectionOptions(true), nullptr, cancellation);
+  EXPECT_EQ(sized, 2);
+  const auto isSized = [](const Artifact& artifact) { return artifact.size.has_value(); };
+  EXPECT_EQ(std::count_if(inspection.artifacts.begin(), inspection.artifacts.end(), isSized), 1)
+      << "a sum that was cut short is none";
+}
+
+TEST(ACancelledSearch, FindsNothingMore) {
+  MacVolume volume;
+  furnish(volume);
+  volume.folder("~/Library/Logs/Example Logs").folder("/Library/Logs/com.example.App.logs");
+  const FileManager files = volume.files();
+  const ArtifactScanner scanner(FileSizeCalculator::live(files), files);
+  const AppEntity app = exampleApp();
+  const auto finds = [&](const Cancellation& cancellation) {
+    return std::vector{scanner.userHeuristicSearch(app, 3, 9, cancellation).empty(),
+                       scanner.systemHeuristicSearch(app, 3, 9, cancellation).empty(),
+                       scanner.documentsHeuristicSearch(app, 3, 9, cancellation).empty(),
+                       UninstallerDiscoveryService(files).findUninstallers(app, cancellation).empty()};
+  };
+  const Cancellation cancellation;
+  EXPECT_THAT(finds(cancellation), Each(false));
+  cancellation.cancel();
+  EXPECT_THAT(finds(cancellation), Each(true));
 }
 
 }  // namespace

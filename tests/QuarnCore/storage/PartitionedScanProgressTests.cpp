@@ -12,8 +12,10 @@
 namespace quarn {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using Category = StorageCategoryID;
 using Sizes = StorageDashboardService::CategorySizes;
 
@@ -22,15 +24,47 @@ void fill(MacVolume& volume) {
   volume.file("/Library/a", 16).folder("~/Movies");
 }
 
-TEST(PartitionedScanProgress, AnUpdateFollowsEveryRootAndTheLastIsTheResult) {
+constexpr auto kNoInterval = std::chrono::milliseconds(0);
+
+// A scan of the volume whose updates come as often as the interval allows.
+PartitionedScan::Totals scan(const DashboardVolume& volume,
+                             const std::function<void(const PartitionedScan::Totals&)>& onUpdate,
+                             const Cancellation& cancellation, std::chrono::milliseconds interval) {
+  const FileManager files = volume.files();
+  return PartitionedScan(volume.plan(), {}, files).run(onUpdate, cancellation, interval);
+}
+
+TEST(PartitionedScanProgress, WithoutAnIntervalAnUpdateFollowsEveryRootAndTheLastIsTheResult) {
   DashboardVolume volume;
   fill(volume);
-  std::vector<Sizes> updates;
-  const Sizes result = volume.dashboard().calculatePartitionedCategorySizes(
-      [&](const Sizes& totals) { updates.push_back(totals); }, Cancellation::never());
-  ASSERT_GE(updates.size(), volume.plan().roots.size());
+  std::vector<PartitionedScan::Totals> updates;
+  const PartitionedScan::Totals result = scan(
+      volume, [&](const auto& totals) { updates.push_back(totals); }, Cancellation::never(), kNoInterval);
+  ASSERT_GE(updates.size(), volume.plan().roots.size() + 1);
   EXPECT_EQ(updates.back(), result);
-  EXPECT_EQ(result.at(Category::systemData).logicalBytes, 24);
+  EXPECT_EQ(result[bucketOf(Category::systemData)].logicalBytes, 24);
+}
+
+TEST(PartitionedScanProgress, HoweverManyRootsThereAreAnIntervalHasOneUpdate) {
+  DashboardVolume volume;
+  for (int i = 0; i < 300; ++i) volume.file("~/" + std::to_string(i), 1);
+  ASSERT_GE(volume.plan().roots.size(), 300U);
+  std::vector<PartitionedScan::Totals> updates;
+  const auto add = [&](const PartitionedScan::Totals& totals) { updates.push_back(totals); };
+  const PartitionedScan::Totals result = scan(volume, add, Cancellation::never(), std::chrono::hours(1));
+  EXPECT_THAT(updates, ElementsAre(result)) << "the final totals, and nothing before them";
+  EXPECT_EQ(result[bucketOf(Category::documents)].logicalBytes, 300);
+}
+
+TEST(PartitionedScanProgress, TheFirstUpdateOfTheServiceComesAfterAHundredMilliseconds) {
+  DashboardVolume volume;
+  for (int i = 0; i < 300; ++i) volume.file("~/" + std::to_string(i), 1);
+  int updates = 0;
+  const auto started = std::chrono::steady_clock::now();
+  (void)volume.dashboard().calculatePartitionedCategorySizes([&](const Sizes&) { ++updates; }, Cancellation::never());
+  const auto taken = std::chrono::steady_clock::now() - started;
+  EXPECT_GE(updates, 1);
+  EXPECT_LE(updates, 1 + taken / std::chrono::milliseconds(100)) << "the last one, and one an interval";
 }
 
 TEST(PartitionedScanProgress, TotalsNeverShrinkAndAlwaysNameEightCategories) {
@@ -50,21 +84,12 @@ TEST(PartitionedScanProgress, TotalsNeverShrinkAndAlwaysNameEightCategories) {
   EXPECT_FALSE(before.empty());
 }
 
-TEST(PartitionedScanProgress, WithinARootThereIsAnUpdateAtMostEveryHundredMilliseconds) {
-  DashboardVolume volume;
-  for (int i = 0; i < 1'000; ++i) volume.file("~/Pictures/" + std::to_string(i % 40) + "/" + std::to_string(i));
-  int updates = 0;
-  const auto started = std::chrono::steady_clock::now();
-  (void)volume.dashboard().calculatePartitionedCategorySizes([&](const Sizes&) { ++updates; }, Cancellation::never());
-  const auto taken = std::chrono::steady_clock::now() - started;
-  EXPECT_LE(updates, static_cast<int>(volume.plan().roots.size()) + taken / std::chrono::milliseconds(100));
-}
-
-TEST(PartitionedScanProgress, WithoutRootsThereAreNoUpdates) {
+TEST(PartitionedScanProgress, WithoutRootsTheLastUpdateStillComes) {
   const DashboardVolume volume;
-  int updates = 0;
-  (void)volume.dashboard().calculatePartitionedCategorySizes([&](const Sizes&) { ++updates; }, Cancellation::never());
-  EXPECT_EQ(updates, 0);
+  std::vector<Sizes> updates;
+  const Sizes result = volume.dashboard().calculatePartitionedCategorySizes(
+      [&](const Sizes& totals) { updates.push_back(totals); }, Cancellation::never());
+  EXPECT_THAT(updates, ElementsAre(result));
 }
 
 TEST(PartitionedScanCancellation, BeforeTheFirstRootNothingIsCounted) {
@@ -75,7 +100,7 @@ TEST(PartitionedScanCancellation, BeforeTheFirstRootNothingIsCounted) {
   int updates = 0;
   const Sizes result =
       volume.dashboard().calculatePartitionedCategorySizes([&](const Sizes&) { ++updates; }, cancellation);
-  EXPECT_EQ(updates, 0);
+  EXPECT_EQ(updates, 1) << "the final totals";
   EXPECT_EQ(result.size(), 8u);
   for (const auto& [category, size] : result) EXPECT_EQ(size, SizeInfo{}) << rawValue(category);
 }
@@ -84,18 +109,58 @@ TEST(PartitionedScanCancellation, TheTotalsSoFarAreReturned) {
   DashboardVolume volume;
   fill(volume);
   const Cancellation cancellation;
-  Sizes last;
-  const Sizes result = volume.dashboard().calculatePartitionedCategorySizes(
-      [&](const Sizes& totals) {
-        last = totals;
-        if (totals.at(Category::communication).logicalBytes == 2) cancellation.cancel();
-      },
-      cancellation);
+  PartitionedScan::Totals last{};
+  const auto cancelAfterMail = [&](const PartitionedScan::Totals& totals) {
+    last = totals;
+    if (totals[bucketOf(Category::communication)].logicalBytes == 2) cancellation.cancel();
+  };
+  const PartitionedScan::Totals result = scan(volume, cancelAfterMail, cancellation, kNoInterval);
   EXPECT_EQ(result, last);
-  EXPECT_EQ(result.at(Category::photos).logicalBytes, 1);
-  EXPECT_EQ(result.at(Category::communication).logicalBytes, 2);
-  EXPECT_EQ(result.at(Category::documents).logicalBytes, 0);
-  EXPECT_EQ(result.at(Category::systemData).logicalBytes, 0);
+  EXPECT_EQ(result[bucketOf(Category::photos)].logicalBytes, 1);
+  EXPECT_EQ(result[bucketOf(Category::communication)].logicalBytes, 2);
+  EXPECT_EQ(result[bucketOf(Category::documents)].logicalBytes, 0);
+  EXPECT_EQ(result[bucketOf(Category::systemData)].logicalBytes, 0);
+}
+
+TEST(PartitionedScanCancellation, ThePreparationStopsAtTheRootAtWhichItIsCancelled) {
+  DashboardVolume volume;
+  fill(volume);
+  const Cancellation cancellation;
+  const FileManager files = volume.files().cancelledBy(cancellation);
+  int asked = 0;
+  const VolumeLocationChecker checker{.isExternal = [&](const FileURL&) {
+    ++asked;
+    cancellation.cancel();
+    return false;
+  }};
+  const StorageSignatureRegistry registry;
+  const VendorPathHintIndex hints(VendorProfileRegistry(), files.homeDirectory(), files);
+  (void)makeScanPlan(CategoryRoots(registry, hints, FileURL("/q"), files), FileURL("/q"), checker, files);
+  EXPECT_EQ(asked, 1);
+}
+
+TEST(CategoryRootsCancellation, TheSearchForGamesFindsNothingMore) {
+  DashboardVolume volume;
+  volume.gameMarker("game.marker");
+  volume.file("~/Library/Application Support/Game/game.marker").folder("~/Library/CloudStorage/Drive");
+  const Cancellation cancellation;
+  const StorageDashboardService dashboard = volume.dashboard();
+  EXPECT_EQ(dashboard.categoryRoots(Category::games, true, cancellation).size(), 2U);
+  EXPECT_THAT(volume.shortened(dashboard.topItemRoots(Category::documents, true, cancellation)),
+              Contains("~/Library/CloudStorage/Drive"));
+  cancellation.cancel();
+  EXPECT_LT(dashboard.categoryRoots(Category::games, true, cancellation).size(), 2U);
+  EXPECT_THAT(volume.shortened(dashboard.topItemRoots(Category::documents, true, cancellation)),
+              Not(Contains("~/Library/CloudStorage/Drive")));
+}
+
+TEST(PreciseSizeCancellation, ReachesTheSizingOfARoot) {
+  DashboardVolume volume;
+  volume.file("~/Pictures/a", 1);
+  const Cancellation cancellation;
+  cancellation.cancel();
+  EXPECT_EQ(volume.dashboard().preciseSize(volume.url("~/Pictures/"), Category::photos, cancellation), SizeInfo{});
+  EXPECT_EQ(volume.dashboard().preciseSize(volume.url("~/Pictures/"), Category::photos).logicalBytes, 1);
 }
 
 // The log lines of an operation, without their time.

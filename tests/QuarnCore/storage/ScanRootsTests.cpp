@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "QuarnCore/storage/PartitionedScan.h"
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 
 namespace quarn {
@@ -15,7 +16,7 @@ std::vector<std::string> roots(const DashboardVolume& volume) {
   std::vector<std::string> lines;
   for (const ScanRoot& root : volume.plan().roots) {
     const std::string path = volume.shortened({FileURL(root.path)})[0];
-    lines.push_back(std::string(rawValue(root.defaultCategory)) + (root.mode == ScanMode::fast ? "! " : " ") + path);
+    lines.push_back(std::string(rawValue(root.defaultCategory)) + (root.mode.isFast() ? "! " : " ") + path);
   }
   return lines;
 }
@@ -168,14 +169,56 @@ TEST(PrefixRules, AreTheRootsOfSixCategoriesInOrderWithLinkedRootsLast) {
   EXPECT_THAT(found, Not(Contains("systemData /usr")));
 }
 
-TEST(FastExclusions, AreTheExclusionsOfSystemData) {
+const ScanRoot& rootAt(const ScanPlan& plan, std::string_view location) {
+  const auto found = std::find_if(plan.roots.begin(), plan.roots.end(),
+                                  [&](const ScanRoot& root) { return root.location == location; });
+  EXPECT_NE(found, plan.roots.end()) << location;
+  return *found;
+}
+
+TEST(ScanRootExclusions, OfAFastOneAreTheRootsInsideAndTheExclusionsOfSystemData) {
   DashboardVolume volume;
   volume.folder("/Data").link("~/Pictures", "/Data").folder("/Library/Developer");
   const ScanPlan plan = volume.plan();
-  EXPECT_EQ(plan.fastExclusions.size(), volume.dashboard().categoryExclusions(StorageCategoryID::systemData).size());
-  EXPECT_THAT(plan.fastExclusions, Contains("/Library/Developer"));
-  EXPECT_THAT(plan.fastExclusions, Contains("/Users/ann/Pictures")) << "an exclusion is not followed through links";
-  EXPECT_THAT(plan.fastExclusions, Not(Contains("/Data")));
+  const std::vector<std::string>& exclusions = rootAt(plan, "/Library").exclusions;
+  EXPECT_EQ(exclusions.size(), 1 + volume.dashboard().categoryExclusions(StorageCategoryID::systemData).size());
+  EXPECT_EQ(exclusions.front(), "/Library/Developer");
+  EXPECT_THAT(exclusions, Contains("/Users/ann/Pictures")) << "an exclusion is not followed through links";
+  EXPECT_THAT(exclusions, Not(Contains("/Data")));
+}
+
+TEST(ScanRootExclusions, OfAnEnumeratedOneAreTheRootsInsideItHoweverDeep) {
+  DashboardVolume volume;
+  volume.folder("~/Library/Mail").link("~/everybody", "/Users");
+  const ScanPlan plan = volume.plan();
+  EXPECT_THAT(rootAt(plan, "/Users").exclusions, ElementsAre("/Users/ann/Library/Mail", "/Users/ann/Library"));
+  EXPECT_THAT(rootAt(plan, "/Users/ann/Library/Mail").exclusions, IsEmpty());
+}
+
+TEST(ScanModes, CarryTheirFlags) {
+  DashboardVolume volume;
+  volume.folder("~/Pictures").folder("/Library");
+  const ScanPlan plan = volume.plan();
+  EXPECT_EQ(rootAt(plan, "/Users/ann/Pictures").mode, ScanMode::enumerate(/*includeHidden=*/true, /*allowSlow=*/true));
+  EXPECT_EQ(rootAt(plan, "/Library").mode, ScanMode::fast(/*allowSlow=*/true));
+  EXPECT_NE(ScanMode::fast(true), ScanMode::fast(false));
+  EXPECT_NE(ScanMode::enumerate(true, true), ScanMode::enumerate(false, true));
+}
+
+std::int64_t scannedBytes(const MacVolume& volume, ScanMode mode) {
+  const FileManager files = volume.files();
+  ScanPlan plan{.roots = {{.path = "/f", .location = "/f", .mode = mode}}};
+  const PartitionedScan::Totals totals = PartitionedScan(std::move(plan), {}, files).run({}, Cancellation::never());
+  return totals[bucketOf(StorageCategoryID::other)].logicalBytes;
+}
+
+TEST(ScanModes, TheFlagsDecideWhatIsWalked) {
+  MacVolume volume;
+  volume.file("/f/a", 1).file("/f/.hidden", 2);
+  EXPECT_EQ(scannedBytes(volume, ScanMode::enumerate(true, true)), 3);
+  EXPECT_EQ(scannedBytes(volume, ScanMode::enumerate(false, true)), 1);
+  EXPECT_EQ(scannedBytes(volume, ScanMode::fast(true)), 3);
+  EXPECT_EQ(scannedBytes(volume, ScanMode::fast(false)), 0);
 }
 
 }  // namespace

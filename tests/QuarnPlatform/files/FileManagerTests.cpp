@@ -478,5 +478,22 @@ TEST(FileManager, APipeNeverBlocks) {
   EXPECT_FALSE(files.isPackage(volume.url("~/pipe")));
 }
 
+TEST(ACancelledFileManager, ListsAndOpensNothingMoreAndReportsNothing) {
+  MacVolume volume;
+  volume.file("/f/a", 1).folder("/closed").mode("/closed", 0000);
+  const Cancellation cancellation;
+  const auto report = std::make_shared<ReadReport>();
+  const FileManager files = volume.files().reportingTo(report).cancelledBy(cancellation);
+  EXPECT_EQ(files.contentsOfDirectory(FileURL("/f"), HiddenItems::include).size(), 1U);
+  EXPECT_TRUE(files.readFileIfPossible(FileURL("/f/a"), 9).has_value());
+  cancellation.cancel();
+  EXPECT_THAT(files.contentsOfDirectory(FileURL("/f"), HiddenItems::include), IsEmpty());
+  EXPECT_THAT(files.contentsOfDirectory(FileURL("/closed"), HiddenItems::include), IsEmpty());
+  EXPECT_EQ(files.readFileIfPossible(FileURL("/f/a"), 9), std::nullopt);
+  EXPECT_EQ(errorOf([&] { (void)files.openFile(FileURL("/f/a")); }), ECANCELED);
+  EXPECT_TRUE(files.itemExists(FileURL("/f/a"))) << "looking up one item takes no time";
+  EXPECT_EQ(report->count(), 0U);
+}
+
 }  // namespace
 }  // namespace quarn

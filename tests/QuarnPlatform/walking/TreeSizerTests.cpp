@@ -463,6 +463,25 @@ TEST_P(SizingBigTrees, ACancelledWalkEndsSoonWithTheTotalsSoFar) {
   EXPECT_LT(sums[0].logicalBytes, kFiles);
 }
 
+// One folder, so that a walk which looks only between folders, or now and then in one, would go on.
+TEST_P(Sizing, ACancelledWalkCountsAtMostOneMoreFileAThread) {
+  for (int i = 0; i < 200; ++i) volume.sparse("/t/" + std::to_string(i), 1);
+  struct Cancelling : Plain {
+    [[nodiscard]] std::optional<std::uint8_t> file(const Step&, std::string_view) const override {
+      if (++calls == 10) cancellation.cancel();
+      return std::uint8_t{0};
+    }
+    Cancellation cancellation;
+    mutable std::atomic<int> calls = 0;
+  };
+  const Cancelling cancelling;
+  TreeSizer::Options asked = options();
+  asked.cancellation = cancelling.cancellation;
+  const Totals sums = TreeSizer::totals(files(), FileURL("/t"), cancelling, {}, asked);
+  EXPECT_EQ(sums[0].logicalBytes, cancelling.calls);
+  EXPECT_LE(cancelling.calls, 10 + static_cast<int>(asked.threads));
+}
+
 TEST_P(SizingBigTrees, ProgressComesOnTheCallingThreadAndOnlyGrows) {
   for (int i = 0; i < 3000; ++i) volume.sparse("/t/" + std::to_string(i % 20) + "/" + std::to_string(i), 1);
   const std::thread::id caller = std::this_thread::get_id();

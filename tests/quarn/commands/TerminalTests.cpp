@@ -9,15 +9,18 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/Arguments.h"
 #include "quarn/commands/CommandContext.h"
+#include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/terminal/TerminalText.h"
 #include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/MacVolume.h"
 
 // The command on a terminal.
 
 namespace quarn {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -125,6 +128,31 @@ TEST(Interrupt, AnInterruptedListSaysThatItIsIncomplete) {
   EXPECT_EXIT(showInterruptedList({"top", "--json"}), testing::ExitedWithCode(130),
               HasSubstr("\"items\": [],\n  \"isComplete\": false,\n"));
   EXPECT_EXIT(showInterruptedList({"top", "--ndjson"}), testing::ExitedWithCode(130), testing::Eq(""));
+}
+
+// Runs a command on the sample volume, interrupted before it begins, with both outputs on standard error.
+[[noreturn]] void runInterrupted(ExitCode (*run)(CommandContext&), std::vector<std::string> words) {
+  ::dup2(STDERR_FILENO, STDOUT_FILENO);
+  const MacVolume volume;
+  words.insert(words.end(), {"--volume", volume.root(), "--home", "/Users/ann"});
+  CommandContext context(parseArguments(words));
+  interrupt(context);
+  const ExitCode code = run(context);
+  std::fflush(stdout);
+  std::_Exit(static_cast<int>(code));
+}
+
+TEST(Interrupt, ACloudFolderThatWasNotVisitedIsNotListed) {
+  EXPECT_EXIT(runInterrupted(&runCloud, {"cloud", "/"}), testing::ExitedWithCode(130),
+              testing::Eq("\nIncomplete: interrupted.\n"));
+  EXPECT_EXIT(runInterrupted(&runCloud, {"cloud", "/", "--json"}), testing::ExitedWithCode(130),
+              HasSubstr("\"folders\": [],\n  \"isComplete\": false,\n"));
+}
+
+TEST(Interrupt, AReportSaysOnThePageAndOnStandardErrorThatItIsIncomplete) {
+  EXPECT_EXIT(runInterrupted(&runReport, {"report", "--output", "-"}), testing::ExitedWithCode(130),
+              AllOf(HasSubstr("<strong>Incomplete.</strong>"),
+                    HasSubstr("quarn: interrupted: the report is incomplete, and says so\n")));
 }
 
 TEST(Interrupt, TheSecondOneTerminatesTheProcess) {

@@ -12,6 +12,7 @@
 #include "quarn/rpc/Methods.h"
 #include "quarn/rpc/RPCError.h"
 #include "quarn/rpc/Server.h"
+#include "tests/QuarnCore/inspection/LeastOptions.h"
 #include "tests/quarn/rpc/RPCSession.h"
 #include "tests/support/MacVolume.h"
 
@@ -28,7 +29,7 @@ const json kApp = {
     {"name", "Example"}, {"bundleIdentifier", "com.example.App"}, {"bundleURL", "file:///Applications/Example.app/"}};
 
 json inspectionOptions(bool all) {
-  AppInspectionService::Options options{};
+  AppInspectionService::Options options = leastInspectionOptions();
   json value = json::parse(toJSON(options).dump());
   for (auto& [name, option] : value.items()) option = option.is_boolean() ? json(all) : json(3);
   return value;
@@ -50,7 +51,7 @@ json valueOf(std::string_view type) {
       {"AppEntity", kApp},
       {"[AppEntity]", json::array({kApp})},
       {"AppInspectionService.Options", inspectionOptions(true)},
-      {"ArtifactScanner.Options", json::parse(toJSON(ArtifactScanner::Options{}).dump())},
+      {"ArtifactScanner.Options", json::parse(toJSON(leastScanOptions()).dump())},
       {"EntitlementsInfo", {{"applicationGroups", json::array({"group.example"})}}},
       {"AppInspection", kInspection},
       {"[Artifact]", json::array({kArtifact})},
@@ -319,7 +320,68 @@ TEST_F(Methods, ThePartitionedScanReportsTotalsOnlyOnRequest) {
                                       "systemData", "other"));
 }
 
+// ---- cancellation
+
+// The flag of the running request, as the function of a client sees it.
+TEST_F(Methods, ACancelledRequestReachesTheSizingOfAnItem) {
+  const json at = {{"at", "/Users/ann/Documents"}, {"allowSlow", true}, {"includeHidden", true}};
+  const json ofFolder = {{"at", "/Users/ann/Documents"}, {"includeHidden", true}};
+  EXPECT_EQ(call("FileSizeCalculator.itemSize", at)["logicalBytes"], 21 * 1024);
+  EXPECT_EQ(call("AppsService.calculateAppSize", {{"app", kApp}})["logicalBytes"].get<int>() > 0, true);
+  context_.cancellation.cancel();
+  EXPECT_EQ(call("FileSizeCalculator.itemSize", at)["logicalBytes"], 0);
+  EXPECT_EQ(call("FileSizeCalculator.enumeratingDirectorySize", ofFolder)["logicalBytes"], 0);
+  EXPECT_EQ(call("AppsService.calculateAppSize", {{"app", kApp}})["logicalBytes"], 0);
+}
+
+TEST_F(Methods, ACancelledInspectionAnswersWithWhatItHas) {
+  const std::string_view method = "AppInspectionService.inspect";
+  const json params = {{"app", kApp}, {"options", inspectionOptions(true)}, {"progress", true}};
+  const ordered_json whole = call(method, params);
+  EXPECT_FALSE(whole["artifacts"].empty());
+  const std::size_t phases = reported_.size();
+  context_.report = [this](const ordered_json& value) {
+    reported_.push_back(value.dump());
+    if (value["phase"] == "documents") context_.cancellation.cancel();
+  };
+  reported_.clear();
+  const ordered_json part = call(method, params);
+  EXPECT_EQ(reported_.back(), R"({"phase":"documents"})");
+  EXPECT_LT(reported_.size(), phases);
+  EXPECT_FALSE(part["artifacts"].empty());
+}
+
+TEST_F(Methods, CancelledSearchesAnswerWithWhatTheyHave) {
+  volume_.folder("~/Library/Application Support/Example Data").folder("/Library/Logs/com.example.App.logs");
+  volume_.folder("~/Documents/Example");
+  const json params = {{"app", kApp}, {"maxDepth", 3}, {"maxResults", 9}};
+  const json roots = {{"category", "documents"}, {"includeDiscovered", true}};
+  const auto search = [&](const char* name) { return call(std::string("ArtifactScanner.") + name, params).size(); };
+  for (const char* name : {"userHeuristicSearch", "systemHeuristicSearch", "documentsHeuristicSearch"}) {
+    EXPECT_GE(search(name), 1U) << name;
+  }
+  volume_.folder("~/Library/CloudStorage/Drive");
+  const std::size_t whole = call("StorageDashboardService.categoryRoots", roots).size();
+  const json patterns = {{"patterns", json::array({"/Applications/*"})}};
+  EXPECT_EQ(call("VendorPathResolver.resolve", patterns).size(), 1U);
+  context_.cancellation.cancel();
+  for (const char* name : {"userHeuristicSearch", "systemHeuristicSearch", "documentsHeuristicSearch"}) {
+    EXPECT_EQ(search(name), 0U) << name;
+  }
+  EXPECT_LT(call("StorageDashboardService.categoryRoots", roots).size(), whole);
+  EXPECT_EQ(call("VendorPathResolver.resolve", patterns).size(), 0U);
+}
+
 // ---- receipts
+
+TEST_F(Methods, AllReceiptsAreListedWithTheirFiles) {
+  volume_.plist("/private/var/db/receipts/com.example.pkg.plist",
+                {{"PackageIdentifier", "com.example.pkg"}, {"PackageVersion", "7"}});
+  const ordered_json receipts = call("ReceiptScanner.allReceipts", json::object());
+  ASSERT_EQ(receipts.size(), 1U);
+  EXPECT_EQ(receipts[0]["packageIdentifier"], "com.example.pkg");
+  EXPECT_EQ(receipts[0]["version"], "7");
+}
 
 TEST_F(Methods, AReceiptPathMayBeAFileURL) {
   std::vector<std::string> asked;

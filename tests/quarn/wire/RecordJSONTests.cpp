@@ -12,6 +12,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/wire/RecordFields.h"
 #include "quarn/wire/RecordJSON.h"
+#include "tests/QuarnCore/inspection/LeastOptions.h"
 
 namespace quarn {
 namespace {
@@ -222,7 +223,7 @@ TEST(RecordJSON, EvidenceWithoutAKindIsRefused) {
 }
 
 TEST(RecordJSON, OptionsOfAnInspection) {
-  AppInspectionService::Options options{};
+  AppInspectionService::Options options = leastInspectionOptions();
   options.includeHeuristicSearch = true;
   options.heuristicMaxDepth = 1;
   options.heuristicMaxResults = 2;
@@ -255,8 +256,26 @@ TEST(RecordJSON, OptionsOfAScan) {
   EXPECT_EQ(toJSON(read<ArtifactScanner::Options>(text)).dump(), text);
 }
 
+template <class Value>
+constexpr bool kIsRequired = false;
+template <class Value>
+constexpr bool kIsRequired<Required<Value>> = true;
+
+// Whether the compiler demands every field that the record's table names.
+template <class Record>
+constexpr bool demandsEveryField() {
+  const auto isRequired = []<class Value>(const wire::Member<Record, Value>&) { return kIsRequired<Value>; };
+  return std::apply([&](const auto&... members) { return (isRequired(members) && ...); },
+                    wire::Fields<Record>::kMembers);
+}
+
+TEST(RecordJSON, NoOptionCanBeLeftOutInCode) {
+  EXPECT_TRUE(demandsEveryField<AppInspectionService::Options>());
+  EXPECT_TRUE(demandsEveryField<ArtifactScanner::Options>());
+}
+
 TEST(RecordJSON, EveryOptionIsRequiredAndUnknownOptionsAreRefused) {
-  AppInspectionService::Options options{};
+  AppInspectionService::Options options = leastInspectionOptions();
   const json whole = json::parse(toJSON(options).dump());
   ASSERT_EQ(whole.size(), 14U);
   for (const auto& [name, value] : whole.items()) {
@@ -270,7 +289,7 @@ TEST(RecordJSON, EveryOptionIsRequiredAndUnknownOptionsAreRefused) {
   json more = whole;
   more["heuristicMaxDept"] = 1;
   EXPECT_EQ(refusedAt<AppInspectionService::Options>(more), "heuristicMaxDept");
-  json scan = json::parse(toJSON(ArtifactScanner::Options{}).dump());
+  json scan = json::parse(toJSON(leastScanOptions()).dump());
   scan["includeLaunchd"] = true;
   EXPECT_EQ(refusedAt<ArtifactScanner::Options>(scan), "includeLaunchd");
 }

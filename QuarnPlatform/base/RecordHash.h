@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <vector>
+
+namespace quarn {
+
+namespace hashing {
+
+constexpr std::size_t mixed(std::size_t seed, std::size_t hash) {
+  constexpr std::size_t kGoldenRatio = 0x9E3779B97F4A7C15;
+  return seed ^ (hash + kGoldenRatio + (seed << 6) + (seed >> 2));
+}
+
+template <class Value>
+std::size_t of(const Value& value) {
+  return std::hash<Value>()(value);
+}
+
+template <class Value>
+std::size_t of(const std::optional<Value>& value) {
+  return value ? mixed(1, of(*value)) : 0;
+}
+
+template <class Value>
+std::size_t of(const std::vector<Value>& values) {
+  std::size_t hash = values.size();
+  for (const Value& value : values) hash = mixed(hash, of(value));
+  return hash;
+}
+
+}  // namespace hashing
+
+/// The hash of a record from all its fields, in order. A specialisation of std::hash passes what a structured binding
+/// of the record gives, so that a field added later does not compile until it takes part.
+template <class... Fields>
+std::size_t hashOfFields(const Fields&... fields) {
+  std::size_t hash = sizeof...(Fields);
+  ((hash = hashing::mixed(hash, hashing::of(fields))), ...);
+  return hash;
+}
+
+}  // namespace quarn
