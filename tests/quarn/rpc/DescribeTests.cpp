@@ -55,9 +55,9 @@ TEST(Describe, TheNotificationsMatchTheTransport) {
       interface()["notifications"].dump(),
       R"([{"name":"$/progress","sender":"process","params":[{"name":"id","type":"string or number or null","required":true},)"
       R"({"name":"value","type":"PhaseProgress or TotalsProgress","required":true}],"meaning":)"
-      R"("how far the request of that id has come, when its params hold \"progress\": true"},)"
+      R"("progress of the request with that id; only if its params hold \"progress\": true"},)"
       R"({"name":"$/cancelRequest","sender":"client","params":[{"name":"id","type":"string or number or null","required":true}],)"
-      R"("meaning":"the request of that id is no longer wanted"}])");
+      R"("meaning":"cancels the request with that id"}])");
 }
 
 TEST(Describe, TheErrorsListCodesAndData) {
