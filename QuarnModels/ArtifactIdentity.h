@@ -6,8 +6,8 @@
 
 namespace quarn {
 
-/// The artifact with the id that `Artifact::makeID` makes of it. Every artifact is made through this function, so that
-/// none leaves its finder without an id.
+/// Sets the id with `Artifact::makeID` and returns the artifact. Create every artifact through this function, so that
+/// none lacks an id.
 inline Artifact identified(Artifact artifact) {
   artifact.id = Artifact::makeID(artifact.kind, artifact.scope, artifact.urls);
   return artifact;

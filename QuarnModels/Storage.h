@@ -78,7 +78,7 @@ struct CloudStorageSummary {
 
 }  // namespace quarn
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::VendorPathHint> {
   std::size_t operator()(const quarn::VendorPathHint& record) const {

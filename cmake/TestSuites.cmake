@@ -1,5 +1,5 @@
-# ctest includes this for each test program (see quarn_tests in QuarnTargets.cmake): one test for each suite of `program`, with
-# `properties`. In a process for each test, starting processes would take longer than the tests.
+# ctest includes this for each test program (see quarn_tests in QuarnTargets.cmake). Adds one ctest test per suite of `program`,
+# with `properties`. With one process per test, starting the processes would take longer than the tests.
 if(NOT EXISTS ${program})
   add_test(${program}_NOT_BUILT ${program})
   return()
@@ -8,7 +8,7 @@ execute_process(COMMAND ${program} --gtest_list_tests OUTPUT_VARIABLE listing RE
 if(NOT status EQUAL 0)
   message(FATAL_ERROR "${program} does not list its tests: ${status}")
 endif()
-# A suite's line begins at the margin and ends in a dot; what stands behind "#" is the type that it is made with.
+# The line of a suite is not indented and ends in a dot. "#" may follow, with the type parameter of the suite.
 string(REGEX MATCHALL "(^|\n)[A-Za-z_][^ \n]*\\.[ \n]" lines "${listing}")
 if(NOT lines)
   message(FATAL_ERROR "${program} lists no tests")

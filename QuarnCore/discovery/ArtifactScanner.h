@@ -17,7 +17,7 @@ namespace quarn {
 /// Scans and searches stop soon after `cancellation` is set and return what they have found.
 class ArtifactScanner {
  public:
-  /// The options of a scan. There are no defaults: a field that is left out does not compile.
+  /// The options of a scan. There are no defaults: omitting a field does not compile.
   struct Options {
     Required<bool> includeHeuristicSearch;   ///< search the user's folders for similar names and bundle identifiers
     Required<long> heuristicMaxDepth;        ///< for both heuristic searches, see `userHeuristicSearch`

@@ -9,8 +9,8 @@
 namespace quarn {
 
 /// Sizes the artifacts that have no size yet: the sum of their existing items, without hidden items. Afterwards every
-/// artifact has a size, which is 0 if nothing exists or can be sized. If cancelled, the artifact at which it
-/// stopped and those after it have no size. Never throws. A sum that overflows terminates
+/// artifact has a size, which is 0 if nothing exists or can be sized. If cancelled, the remaining artifacts have
+/// no size. Never throws. A sum that overflows terminates
 /// the program.
 void sizeArtifacts(std::vector<Artifact>& artifacts, const FileSizeCalculator& calculator, const FileManager& files,
                    const Cancellation& cancellation = Cancellation::never());

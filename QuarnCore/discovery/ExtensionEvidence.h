@@ -62,7 +62,7 @@ class ExtensionEvidenceSearch {
 
 }  // namespace quarn
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::ExtensionEvidence> {
   std::size_t operator()(const quarn::ExtensionEvidence& record) const {

@@ -75,7 +75,7 @@ class KernelExtensionAssociationService {
 
 }  // namespace quarn
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::KernelExtensionAssociationService::Association> {
   std::size_t operator()(const quarn::KernelExtensionAssociationService::Association& record) const {

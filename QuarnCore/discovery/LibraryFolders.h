@@ -6,7 +6,7 @@
 
 namespace quarn {
 
-/// A folder in which apps keep data of one kind, and what that data is. A path without a leading "/" is in the home
+/// A folder with data of one kind from many apps. A path without a leading "/" is in the home
 /// folder. The standard locations and the searches by name share these rows.
 struct LibraryFolder {
   std::string_view path;

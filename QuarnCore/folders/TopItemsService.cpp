@@ -33,7 +33,7 @@ class ItemSizer {
   ItemSizer(const FileSizeCalculator& calculator, const FileManager& files, const Cancellation& cancellation)
       : calculator_(calculator), files_(files), cancellation_(cancellation) {}
 
-  /// Absent when the item cannot be sized, and for a folder whose walk was cut short: half a size is a wrong one.
+  /// Absent if the item cannot be sized, or if the walk of a folder was cancelled, because a partial size is wrong.
   [[nodiscard]] std::optional<SizeInfo> size(const FileURL& url, bool allowSlow, bool includeHidden) const {
     if (!allowSlow) return calculator_.resourceSize(url);
     try {
@@ -43,7 +43,7 @@ class ItemSizer {
       return std::nullopt;
     }
   }
-  /// For a sum, which counts what it has: of a walk that was cut short, the files before that.
+  /// For sums, where a partial size is useful: includes the files that a cancelled walk has visited.
   [[nodiscard]] SizeInfo sumSoFar(const FileURL& package) const {
     try {
       return calculator_.itemSize(package, /*allowSlow=*/true, /*includeHidden=*/false, cancellation_);

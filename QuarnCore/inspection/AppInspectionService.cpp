@@ -105,7 +105,7 @@ AppInspection AppInspectionService::inspect(const AppEntity& app, const Options&
             std::move(artifacts),
             kernelExtensionAssociator_.kernelExtensionArtifacts(app, /*includeMacOS=*/false, receipts, cancellation));
         break;
-      case Phase::finalize: break;  // follows below, for what a cancelled inspection has found too
+      case Phase::finalize: break;  // runs below, also for a cancelled inspection
     }
   }
   artifacts = merged(std::move(artifacts));

@@ -36,7 +36,7 @@ class AppInspectionService {
     finalize,
   };
 
-  /// The options of an inspection. There are no defaults: a field that is left out does not compile.
+  /// The options of an inspection. There are no defaults: omitting a field does not compile.
   struct Options {
     Required<bool> includeHeuristicSearch;           ///< see `ArtifactScanner::Options`
     Required<long> heuristicMaxDepth;                ///< see `ArtifactScanner::userHeuristicSearch`

@@ -21,8 +21,8 @@ Totals sum(Totals left, const Totals& right) {
   return left;
 }
 
-// Passes totals on at most once an interval, however often they are offered: a shell that shows them must not be busy
-// with nothing else when a volume has thousands of roots.
+// Forwards totals at most once per interval, because a volume may have thousands of roots and a client may redraw on
+// every update.
 class ThrottledUpdates {
  public:
   ThrottledUpdates(const std::function<void(const Totals&)>& onUpdate, std::chrono::milliseconds interval)

@@ -98,7 +98,7 @@ std::string exclusionLocation(const FileURL& url, const FileManager& files) {
   return realPath && files.standardizedPath(*realPath) == path ? *realPath : path;
 }
 
-// From each root up to those around it, which are few, and not from each root to all others.
+// Climbs from each root to the few roots around it, instead of comparing each root with all others.
 void excludeInnerRoots(std::vector<ScanRoot>& roots) {
   std::unordered_map<std::string_view, ScanRoot*> byLocation;
   for (ScanRoot& root : roots) byLocation.emplace(root.location, &root);

@@ -11,15 +11,15 @@
 
 namespace quarn {
 
-/// How a root is sized. A plain value: one of two cases, with the case's flags.
+/// How to size a root: one of two kinds, with its flags.
 struct ScanMode {
   enum class Kind : std::uint8_t { enumerate, fast };
 
-  /// Items are attributed one by one. `includeHidden`: hidden items are walked too.
+  /// Attributes items one by one. With `includeHidden`, also walks hidden items.
   static constexpr ScanMode enumerate(bool includeHidden, bool allowSlow) {
     return {.kind = Kind::enumerate, .includeHidden = includeHidden, .allowSlow = allowSlow};
   }
-  /// All items count to the root's category. Without `allowSlow` a folder is not walked and adds nothing.
+  /// All items count for the root's category. Without `allowSlow`, a folder is not walked and adds nothing.
   static constexpr ScanMode fast(bool allowSlow) {
     return {.kind = Kind::fast, .includeHidden = true, .allowSlow = allowSlow};
   }
@@ -38,8 +38,8 @@ struct ScanRoot {
   std::string location{};  ///< the path as a walk meets it: no links, with "/private"
   StorageCategoryID defaultCategory = StorageCategoryID::other;
   ScanMode mode = ScanMode::enumerate(/*includeHidden=*/true, /*allowSlow=*/true);
-  /// Locations whose items, and all below them, this root leaves out: the roots inside it, and with mode `fast` what
-  /// counts to other categories.
+  /// Locations that this root skips with everything below them: the roots inside it and, with mode `fast`, locations of
+  /// other categories.
   std::vector<std::string> exclusions{};
 };
 

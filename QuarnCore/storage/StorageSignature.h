@@ -40,7 +40,7 @@ struct RawValues<StorageSignature::Kind> {
 
 }  // namespace quarn
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::StorageSignature> {
   std::size_t operator()(const quarn::StorageSignature& record) const {

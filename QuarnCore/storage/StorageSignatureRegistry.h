@@ -17,7 +17,7 @@ namespace quarn {
 class StorageSignatureRegistry {
  public:
   using Signature = StorageSignature;
-  /// Names the bundle that the library's own resources are read from.
+  /// Identifies the bundle with the library's own resources.
   struct BundleAnchor {};
 
   /// The fallback: version 1, no signatures.

@@ -63,7 +63,7 @@ class VendorPathHintIndex {
 
 }  // namespace quarn
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::VendorPathHintIndex::Entry> {
   std::size_t operator()(const quarn::VendorPathHintIndex::Entry& record) const {

@@ -87,7 +87,7 @@ class Candidates {
     urls_ = std::move(matching);
   }
 
-  // By the caller's flag, or by that of the file manager's handle.
+  // By the caller's cancellation or that of the file manager.
   [[nodiscard]] bool isCancelled() const {
     return cancellation_.isCancelled() || folders_.files().cancellation().isCancelled();
   }

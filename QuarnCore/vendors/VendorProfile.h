@@ -57,7 +57,7 @@ struct VendorProfile {
 
 }  // namespace quarn
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::VendorProfile::Match> {
   std::size_t operator()(const quarn::VendorProfile::Match& record) const {
@@ -66,7 +66,7 @@ struct std::hash<quarn::VendorProfile::Match> {
   }
 };
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::VendorProfile::ArtifactDefinition> {
   std::size_t operator()(const quarn::VendorProfile::ArtifactDefinition& record) const {
@@ -75,7 +75,7 @@ struct std::hash<quarn::VendorProfile::ArtifactDefinition> {
   }
 };
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::VendorProfile::CarveOut> {
   std::size_t operator()(const quarn::VendorProfile::CarveOut& record) const {
@@ -84,7 +84,7 @@ struct std::hash<quarn::VendorProfile::CarveOut> {
   }
 };
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::VendorProfile> {
   std::size_t operator()(const quarn::VendorProfile& record) const {

@@ -22,7 +22,7 @@ struct VendorProfileIndex {
 
 }  // namespace quarn
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::VendorProfileIndex::Entry> {
   std::size_t operator()(const quarn::VendorProfileIndex::Entry& record) const {
@@ -31,7 +31,7 @@ struct std::hash<quarn::VendorProfileIndex::Entry> {
   }
 };
 
-/// Over every field, as `==`.
+/// Hashes all fields, consistent with `==`.
 template <>
 struct std::hash<quarn::VendorProfileIndex> {
   std::size_t operator()(const quarn::VendorProfileIndex& record) const {

@@ -18,7 +18,7 @@ class VendorMatcher;
 class VendorProfileRegistry {
  public:
   using Index = VendorProfileIndex;
-  /// Names the bundle that the library's own resources are read from.
+  /// Identifies the bundle with the library's own resources.
   struct BundleAnchor {};
 
   explicit VendorProfileRegistry(std::vector<VendorProfile> profiles = {});

@@ -11,9 +11,8 @@ namespace quarn {
 template <class Signature>
 class Cancellable;
 
-/// A function of a client that takes a cancellation after its own parameters. A caller that never cancels leaves it
-/// out, and so may a function that finishes at once: it is then called without it. Copyable; as safe to call from
-/// several threads as the function that it holds.
+/// A function of a client with a cancellation as its last parameter. Callers that never cancel may omit the argument;
+/// functions that finish at once may omit the parameter. Copyable; as thread-safe as the function that it holds.
 template <class Result, class... Params>
 class Cancellable<Result(Params...)> {
  public:

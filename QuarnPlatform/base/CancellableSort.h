@@ -6,8 +6,8 @@
 
 namespace quarn {
 
-/// Sorts as std::sort does, and gives up when cancelled: false then, and the elements are in no particular order. The
-/// names of a folder with a million entries take longer to sort than a user who cancels wants to wait.
+/// std::sort with cancellation. If cancelled, returns false and leaves the elements in unspecified order. Sorting the
+/// names of a folder with a million entries takes long enough to need this.
 template <class Iterator, class Less>
 bool sortUnlessCancelled(Iterator begin, Iterator end, Less less, const Cancellation& cancellation) {
   struct Cancelled {};

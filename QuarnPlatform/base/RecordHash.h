@@ -33,8 +33,8 @@ std::size_t of(const std::vector<Value>& values) {
 
 }  // namespace hashing
 
-/// The hash of a record from all its fields, in order. A specialisation of std::hash passes what a structured binding
-/// of the record gives, so that a field added later does not compile until it takes part.
+/// Combines the hashes of all fields of a record, in order. Specialisations of std::hash pass the fields of a
+/// structured binding, so that adding a field to the record fails to compile until the hash includes it.
 template <class... Fields>
 std::size_t hashOfFields(const Fields&... fields) {
   std::size_t hash = sizeof...(Fields);

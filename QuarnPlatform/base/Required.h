@@ -4,8 +4,8 @@
 
 namespace quarn {
 
-/// A field without a default in a record of choices: a record that leaves it out does not compile, with any compiler
-/// and any flags. Otherwise it behaves as its value.
+/// A field without a default in a record of options: code that omits it does not compile, with any compiler and any
+/// flags. Otherwise it behaves like its value.
 template <class Value>
 class Required {
  public:

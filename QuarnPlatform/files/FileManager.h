@@ -66,9 +66,9 @@ class FileManager {
   [[nodiscard]] FileManager reportingTo(std::shared_ptr<ReadReport> report) const;
   /// The report for unreadable items, or null.
   [[nodiscard]] ReadReport* readReport() const;
-  /// The same volume for one operation: once `cancellation` is set, walks yield nothing more, listings are empty and
-  /// files do not open, so that whatever the operation calls with this handle ends soon. Look-ups of single items go
-  /// on. An operation passes its cancellation down in this way.
+  /// The same volume for one cancellable operation. Once `cancellation` is set, walks stop, listings are empty and
+  /// files do not open, so that everything that uses this handle ends soon. Lookups of single items still work. This
+  /// is how an operation passes its cancellation down.
   [[nodiscard]] FileManager cancelledBy(Cancellation cancellation) const;
   [[nodiscard]] const Cancellation& cancellation() const { return cancellation_; }
 

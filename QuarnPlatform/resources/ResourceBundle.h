@@ -16,8 +16,8 @@ class ResourceBundle {
   /// The installed resources: "../share/quarn" relative to the folder of the running program, so an installation can
   /// be moved. The folder need not exist; then the bundle is empty.
   static ResourceBundle shipped();
-  /// The bundle that contains a class of the library. All of them are in one, the shipped resources: a class is named
-  /// to say for whom they are read.
+  /// The bundle that contains a class of the library. All classes are in the installed resources; the argument
+  /// documents the reader.
   template <class Anchor>
   static ResourceBundle containing() {
     static_assert(std::is_empty_v<Anchor>);

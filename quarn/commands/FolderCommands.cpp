@@ -115,7 +115,7 @@ ExitCode runCloud(CommandContext& context) {
   for (const FileURL& folder : cloudFolders(context)) {
     const CloudStorageSummary summary =
         service.cloudSummary({folder}, kNoLimit, kNoLimit, /*allowSlowForPackages=*/true, context.cancellation());
-    // What was not visited to its end has no true figures, and what was not visited at all only zeros.
+    // The figures of an interrupted folder would be too small, so drop it.
     if (context.isInterrupted()) break;
     nlohmann::ordered_json row{{"url", toJSON(folder)}};
     row.update(toJSON(summary));

@@ -61,7 +61,7 @@ void inspectAllApps(CommandContext& context, const std::function<void(const AppI
     context.progress("inspecting " + app.name + " (" + std::to_string(++begun) + "/" + std::to_string(apps.size()) +
                      ")");
     const AppInspection inspection = service.inspect(app, options, nullptr, cancellation);
-    if (cancellation.isCancelled()) break;  // what there is of it is not what belongs to the app
+    if (cancellation.isCancelled()) break;  // a partial inspection is misleading
     consume(inspection);
   }
   context.endProgress();

@@ -87,7 +87,7 @@ std::string planText(const AppRemovalPlanPreview& plan, CommandContext& context)
 ExitCode runPlan(CommandContext& context) {
   const CleanupMode mode = modeOf(context.arguments());
   const AppInspection inspection = inspectNamedApp(context);
-  // A plan from a part of the inspection would look like one that takes everything.
+  // A plan for a partial inspection would look complete.
   if (context.isInterrupted()) throw CommandError(ExitCode::interrupted, "interrupted before the plan was made");
   const auto selected = selection(inspection, context.arguments());
   const AppRemovalPlanPreview plan = context.services().appRemovalPlanner.buildPreview(inspection, mode, selected);
