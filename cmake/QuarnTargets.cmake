@@ -46,8 +46,8 @@ function(quarn_room NAME FOLDER)
 endfunction()
 
 # `quarn_tests(NAME FOLDER DEPENDS...)` adds a test program from tests/FOLDER. Each suite is a ctest test with the suite's name and
-# runs in one process. Suites named "…InBrowser" run chromium and have the label "browser". The program lists its suites, so ctest
-# asks it when it runs.
+# runs in one process. Suites named "…InBrowser" run chromium and have the label "browser". ctest gets the list of suites from the
+# program when it runs.
 function(quarn_tests NAME FOLDER)
   quarn_sources(sources tests/${FOLDER})
   if(NOT sources)

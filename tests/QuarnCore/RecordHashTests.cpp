@@ -13,7 +13,7 @@ namespace {
 using Evidence = KernelExtensionAssociationService::Evidence;
 using Association = KernelExtensionAssociationService::Association;
 
-/// Equal records hash alike, and a record of which one field was changed hashes otherwise.
+/// Checks that equal records have equal hashes, and that changing any field changes the hash.
 template <class Record>
 void expectEachFieldToCount(const Record& record, const std::vector<std::function<void(Record&)>>& changes) {
   const std::hash<Record> hash;

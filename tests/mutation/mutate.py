@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""Changes QuarnCore in one place at a time and runs its tests: a change that no test notices is a rule without a test.
+"""Mutation testing: changes QuarnCore in one place at a time and runs its tests. A change that no test detects is a rule without a test.
 
 Usage: tests/mutation/mutate.py [--count N] [--seed N] [--only PART_OF_PATH] [--build FOLDER] [--list]
 
-By hand, not in CI. It works in the tree that it lies in and restores each file; build the tests there first. Each mutant costs
-one object, one link, and the tests: those of the changed file's wing first, the others when they pass. A mutant that does not
-compile is no result and is replaced by the next. Survivors are printed as they are found; a survivor
-either lacks a test or changes nothing that anybody can observe, and a person says which.
+Run it by hand, not in CI. It changes the source tree that contains it and restores each file; build the tests there first. Each
+mutant costs one object file, one link and the tests: those of the changed file's wing first, then the others. A mutant that does
+not compile is replaced by the next one. Survivors are printed at once. A survivor either lacks a test or has no observable effect;
+a person must decide which.
 """
 
 import argparse
@@ -19,9 +19,9 @@ import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 SUITES = re.compile(r"^\s*(?:TEST|TEST_F|TEST_P|INSTANTIATE_TEST_SUITE_P)\((\w+)", re.M)
-SECONDS = 300  # a mutant may loop for ever
+SECONDS = 300  # a mutant may loop forever
 
-# What a piece of code becomes. Template brackets, arrows and streams are no comparisons: operators need blanks around them.
+# Replacements of code. Operators must have spaces around them, so that template brackets, arrows and streams do not match.
 RULES = [
     ("comparison", r" == ", [" != "]), ("comparison", r" != ", [" == "]),
     ("comparison", r" < ", [" <= ", " > "]), ("comparison", r" > ", [" >= ", " < "]),
@@ -38,7 +38,7 @@ STATEMENT = re.compile(r"^ +(?!return\b|const\b|using\b|static\b|case\b|default\
 
 
 def code_lines(text):
-    """The numbers and texts of lines that are code: no comments, includes, assertions or rows of tables."""
+    """Numbers and texts of the lines of code, without comments, includes, assertions and rows of tables."""
     for number, line in enumerate(text.split("\n")):
         stripped = line.strip()
         if not stripped or stripped.startswith(("//", "#", "static_assert", "namespace", "using", "/*")):
@@ -84,7 +84,7 @@ class Mutation:
             return False
 
     def outcome(self, mutant):
-        """"killed" or "survived"; "void" for what does not compile."""
+        """"killed" or "survived"; "void" if the mutant does not compile."""
         path, number, _, line = mutant
         original = path.read_text(encoding="utf-8")
         lines = original.split("\n")

@@ -13,7 +13,7 @@
 namespace quarn {
 namespace {
 
-// The capabilities that let a process pass over permission bits. Both lie in the first of the two words.
+// The capabilities that override permission bits. Both are in the first of the two words.
 constexpr unsigned kOverrides = (1U << CAP_DAC_OVERRIDE) | (1U << CAP_DAC_READ_SEARCH);
 
 /// The capabilities of the calling thread; glibc has no function for them.
@@ -45,12 +45,12 @@ UnprivilegedUser::UnprivilegedUser() {
   taken_ = capabilities.effective() & kOverrides;
   if (taken_ == 0) return;
   before_ = securityBits();
-  // Without this bit a program that root runs gets every capability back.
+  // Without this bit, a program that root starts gets all capabilities back.
   setSecurityBits(before_ | SECBIT_NOROOT);
   capabilities.setEffective(capabilities.effective() & ~kOverrides);
 }
 
-// A failure throws out of the destructor, which ends the process: later tests would run with the wrong permissions.
+// A failure in the destructor terminates the process, because later tests would run with the wrong permissions.
 UnprivilegedUser::~UnprivilegedUser() {
   if (taken_ == 0) return;
   Capabilities capabilities;

@@ -17,7 +17,7 @@ AppEntity app(const std::string& name, const std::string& bundleID, const std::s
 
 const AppEntity kExample = app("Example", "com.example.App");
 
-// With sizes when there is a calculator.
+// With sizes if there is a calculator.
 std::vector<Artifact> scan(const MacVolume& volume, const AppEntity& of, const EntitlementsInfo& entitlements = {},
                            const std::optional<FileSizeCalculator>& sizes = std::nullopt) {
   const ArtifactScanner scanner(sizes.value_or(FileSizeCalculator::live(volume.files())), volume.files());
@@ -133,12 +133,12 @@ TEST(ScanOverlap, AGroupNamedTwiceIsListedOnce) {
   EXPECT_THAT(titles(scan(volume, kExample, {{"g", "g"}})), ElementsAre("App", "Group Container (g)"));
 }
 
-// More than sixteen: shorter lists are sorted by insertion, which keeps the order of equals whatever sort is asked for.
-TEST(ScanOverlap, FortyEqualTitlesKeepTheOrderInWhichTheyWereFound) {
+// More than sixteen, because std::sort uses insertion sort for shorter lists, which is stable.
+TEST(ScanOverlap, FortyEqualTitlesKeepTheirOrder) {
   MacVolume volume;
   EntitlementsInfo entitlements;
   std::vector<std::string> expected{"/Applications/X.app"};
-  // Forty spellings of one name in different letter case, so that their titles compare as equal.
+  // Forty spellings of one name that differ only in case, so that their titles compare equal.
   for (unsigned bits = 64; bits > 24; --bits) {
     std::string group = "groups";
     for (std::size_t i = 0; i < group.size(); ++i) {
@@ -151,14 +151,14 @@ TEST(ScanOverlap, FortyEqualTitlesKeepTheOrderInWhichTheyWereFound) {
   EXPECT_EQ(paths(scan(volume, kExample, entitlements)), expected);
 }
 
-TEST(ScanOverlap, TheAppsBundleComesBeforeAnotherArtifactOfTheSameFolder) {
+TEST(ScanOverlap, TheAppsBundlePrecedesAnotherArtifactOfTheSameFolder) {
   MacVolume volume;
   volume.folder("~/Library/Application Support/Example");
   const AppEntity inSupport = app("Example", "com.example.App", "/Users/ann/Library/Application Support/Example");
   EXPECT_THAT(titles(scan(volume, inSupport)), ElementsAre("App"));
 }
 
-// Pruning first: what another artifact holds is not asked for, and does not count.
+// Pruning runs first: items of another artifact are neither sized nor counted.
 TEST(ScanOverlap, AnArtifactThatLosesAnItemIsSizedWithoutIt) {
   MacVolume volume;
   const std::string folder = "/Users/ann/Library/Preferences/";

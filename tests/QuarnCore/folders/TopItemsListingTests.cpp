@@ -118,9 +118,9 @@ FileSizeCalculator cancellingAt(const FileManager& files, std::string name, cons
   return sizes;
 }
 
-// Set while the first folder is listed, whose items are then the answer: the second one, which cannot be listed, is not
-// asked for.
-TEST(Children, OfSeveralFoldersStopAtTheFolderInWhichTheyAreCancelled) {
+// Cancels while the first folder is listed. The result is its items; the second folder, which is unreadable, is not
+// listed.
+TEST(Children, OfSeveralFoldersStopAtTheCancelledFolder) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 1).sparse("/f/b", 2).folder("/closed").mode("/closed", 0000);
   const auto folders = volume.urls({"/f", "/closed"});
@@ -138,7 +138,7 @@ TEST(Children, OfSeveralFoldersStopAtTheFolderInWhichTheyAreCancelled) {
   }
 }
 
-TEST(Children, AFolderWhoseSizingWasCutShortIsLeftOut) {
+TEST(Children, AFolderThatWasNotSizedCompletelyIsOmitted) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 1).sparse("/f/b/x", 2).sparse("/f/c", 4);
   const Cancellation cancellation;

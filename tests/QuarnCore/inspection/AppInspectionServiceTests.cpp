@@ -202,7 +202,7 @@ TEST(AppInspectionService, AnEmptyVolumeYieldsOnlyTheBundle) {
   EXPECT_THAT(inspection.uninstallers, IsEmpty());
 }
 
-TEST(ACancelledInspection, HoldsWhatThePhasesBeforeFoundAndReportsNoFurtherPhase) {
+TEST(ACancelledInspection, ReturnsTheArtifactsOfEarlierPhasesAndReportsNoFurtherPhase) {
   MacVolume volume;
   furnish(volume);
   const Cancellation cancellation;
@@ -220,7 +220,7 @@ TEST(ACancelledInspection, HoldsWhatThePhasesBeforeFoundAndReportsNoFurtherPhase
   EXPECT_THAT(titles(inspection.artifacts), Not(Contains("Vendor Data")));
 }
 
-TEST(ACancelledInspection, LeavesWithoutASizeWhatItDidNotSize) {
+TEST(ACancelledInspection, LeavesUnsizedArtifactsWithoutASize) {
   MacVolume volume;
   furnish(volume);
   const Cancellation cancellation;

@@ -157,8 +157,8 @@ TEST(InspectionSizingDeathTest, SizesThatOverflowEndTheProgram) {
   }
 }
 
-// The scan orders what it finds by size, which it knows only when it is told to size.
-TEST_F(InspectionMerge, TheScanSizesAndOrdersWhenSizesAreWanted) {
+// The scan sorts by size, which it knows only if sizes are computed.
+TEST_F(InspectionMerge, TheScanSizesAndSortsOnRequest) {
   volume_.file("~/Library/Caches/com.example.App/a", 4_KiB).file("~/Library/Logs/com.example.App", 64_KiB);
   AppInspectionService::Options options = inspectionOptions(false);
   EXPECT_THAT(titles(inspector_.service().inspect(exampleApp(), options).artifacts),

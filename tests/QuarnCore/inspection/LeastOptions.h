@@ -4,7 +4,7 @@
 
 namespace quarn {
 
-/// Options of which every choice is "no" and every limit 0.
+/// Options with every flag off and every limit 0.
 inline AppInspectionService::Options leastInspectionOptions() {
   return {.includeHeuristicSearch = false,
           .heuristicMaxDepth = 0,

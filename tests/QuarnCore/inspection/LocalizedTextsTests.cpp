@@ -15,7 +15,7 @@
 namespace quarn {
 namespace {
 
-/// Every sentence of the shipped catalogue, with "«" before it as its translation, is the current language.
+/// Uses a language that translates every sentence of the catalogue to itself with "«" before it.
 class MarkedLanguage {
  public:
   MarkedLanguage() {
@@ -40,7 +40,7 @@ class MarkedLanguage {
   std::set<std::string> sentences_;
 };
 
-// Of an app that belongs to every ecosystem: an item in each place that any part of an inspection looks at.
+// An app of every ecosystem, with an item in every location that an inspection checks.
 AppEntity everyEcosystemsApp() {
   return {.name = "Microsoft Adobe Mail",
           .bundleIdentifier = "com.example.App",
@@ -135,8 +135,8 @@ Texts planTexts(const MacVolume& volume) {
   return texts;
 }
 
-// A sentence that is made without its translation appears without its mark.
-TEST(LocalizedTexts, EverySentenceOfTheCatalogueComesTranslatedFromDiscoveryOrAPlan) {
+// An untranslated sentence appears without the mark.
+TEST(LocalizedTexts, EverySentenceOfTheCatalogueIsUsedByDiscoveryOrAPlan) {
   MacVolume volume;
   fill(volume);
   const MarkedLanguage language;

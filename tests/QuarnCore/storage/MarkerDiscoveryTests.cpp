@@ -150,7 +150,7 @@ TEST(MarkerDiscovery, SixtyThousandItemsOfEachSearchRootAreVisited) {
   EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared/A"));
 }
 
-TEST(MarkerDiscovery, AFolderThatTwoSearchRootsReachIsFoundOnce) {
+TEST(MarkerDiscovery, AFolderInTwoSearchRootsIsFoundOnce) {
   MacVolume volume;
   volume.file("/Users/Shared/Real/Application Support/A/marker").link("~/Library", "/Users/Shared/Real");
   EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/ann/Library/Application Support/A"));

@@ -26,7 +26,7 @@ void fill(MacVolume& volume) {
 
 constexpr auto kNoInterval = std::chrono::milliseconds(0);
 
-// A scan of the volume whose updates come as often as the interval allows.
+// A scan with as many updates as the interval allows.
 PartitionedScan::Totals scan(const DashboardVolume& volume,
                              const std::function<void(const PartitionedScan::Totals&)>& onUpdate,
                              const Cancellation& cancellation, std::chrono::milliseconds interval) {
@@ -45,7 +45,7 @@ TEST(PartitionedScanProgress, WithoutAnIntervalAnUpdateFollowsEveryRootAndTheLas
   EXPECT_EQ(result[bucketOf(Category::systemData)].logicalBytes, 24);
 }
 
-TEST(PartitionedScanProgress, HoweverManyRootsThereAreAnIntervalHasOneUpdate) {
+TEST(PartitionedScanProgress, AnIntervalHasOneUpdateForAnyNumberOfRoots) {
   DashboardVolume volume;
   for (int i = 0; i < 300; ++i) volume.file("~/" + std::to_string(i), 1);
   ASSERT_GE(volume.plan().roots.size(), 300U);
@@ -56,7 +56,7 @@ TEST(PartitionedScanProgress, HoweverManyRootsThereAreAnIntervalHasOneUpdate) {
   EXPECT_EQ(result[bucketOf(Category::documents)].logicalBytes, 300);
 }
 
-TEST(PartitionedScanProgress, TheFirstUpdateOfTheServiceComesAfterAHundredMilliseconds) {
+TEST(PartitionedScanProgress, TheFirstUpdateOfTheServiceFollowsAfterAHundredMilliseconds) {
   DashboardVolume volume;
   for (int i = 0; i < 300; ++i) volume.file("~/" + std::to_string(i), 1);
   int updates = 0;
@@ -84,7 +84,7 @@ TEST(PartitionedScanProgress, TotalsNeverShrinkAndAlwaysNameEightCategories) {
   EXPECT_FALSE(before.empty());
 }
 
-TEST(PartitionedScanProgress, WithoutRootsTheLastUpdateStillComes) {
+TEST(PartitionedScanProgress, WithoutRootsThereIsStillALastUpdate) {
   const DashboardVolume volume;
   std::vector<Sizes> updates;
   const Sizes result = volume.dashboard().calculatePartitionedCategorySizes(
@@ -122,7 +122,7 @@ TEST(PartitionedScanCancellation, TheTotalsSoFarAreReturned) {
   EXPECT_EQ(result[bucketOf(Category::systemData)].logicalBytes, 0);
 }
 
-TEST(PartitionedScanCancellation, ThePreparationStopsAtTheRootAtWhichItIsCancelled) {
+TEST(PartitionedScanCancellation, ThePreparationStopsAtTheCancelledRoot) {
   DashboardVolume volume;
   fill(volume);
   const Cancellation cancellation;
@@ -227,7 +227,7 @@ TEST(PreciseSizeDiagnostics, SystemDataLogsItsExclusions) {
 }
 
 // Each root fits, the two together do not. No disk has such files, a file system in memory does.
-TEST(PartitionedScanDeathTest, TotalsOfSeveralRootsThatDoNotFitEndTheProgram) {
+TEST(PartitionedScanDeathTest, OverflowingTotalsOfSeveralRootsTerminateTheProgram) {
   MacVolume volume = volumeInMemory();
   constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
   volume.sparse("~/Pictures/a", kMost).folder("~/Movies");

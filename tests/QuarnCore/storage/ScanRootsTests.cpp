@@ -187,7 +187,7 @@ TEST(ScanRootExclusions, OfAFastOneAreTheRootsInsideAndTheExclusionsOfSystemData
   EXPECT_THAT(exclusions, Not(Contains("/Data")));
 }
 
-TEST(ScanRootExclusions, OfAnEnumeratedOneAreTheRootsInsideItHoweverDeep) {
+TEST(ScanRootExclusions, OfAnEnumeratedOneAreAllRootsInsideIt) {
   DashboardVolume volume;
   volume.folder("~/Library/Mail").link("~/everybody", "/Users");
   const ScanPlan plan = volume.plan();
@@ -212,7 +212,7 @@ std::int64_t scannedBytes(const MacVolume& volume, ScanMode mode) {
   return totals[bucketOf(StorageCategoryID::other)].logicalBytes;
 }
 
-TEST(ScanModes, TheFlagsDecideWhatIsWalked) {
+TEST(ScanModes, TheFlagsSelectTheWalkedItems) {
   MacVolume volume;
   volume.file("/f/a", 1).file("/f/.hidden", 2);
   EXPECT_EQ(scannedBytes(volume, ScanMode::enumerate(true, true)), 3);

@@ -276,7 +276,7 @@ TEST(VendorPathHintIndex, AgreesWithAWalkThroughTheSortedEntries) {
   }
 }
 
-TEST(VendorPathHintIndex, AHintsPathIsTheStandardisedOne) {
+TEST(VendorPathHintIndex, ThePathOfAHintIsStandardised) {
   MacVolume volume;
   volume.folder("/private/var/v").link("/var", "private/var").folder("/private/etc/w");
   const auto built =

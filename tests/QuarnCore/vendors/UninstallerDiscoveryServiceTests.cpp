@@ -222,8 +222,8 @@ TEST(UninstallerDiscovery, OfABigBundleOnlyTheFirst20000EntriesCount) {
   EXPECT_THAT(names(find(volume, appAt("/Applications/X.app"))), ElementsAre("b remove.app"));
 }
 
-// More than sixteen: shorter lists are sorted by insertion, which keeps the order of equals whatever sort is asked for.
-TEST(UninstallerDiscovery, FortyEqualNamesKeepTheOrderInWhichTheyWereFound) {
+// More than sixteen, because std::sort uses insertion sort for shorter lists, which is stable.
+TEST(UninstallerDiscovery, FortyEqualNamesKeepTheirOrder) {
   MacVolume volume;
   std::vector<std::string> expected;
   for (int i = 10; i < 50; ++i) {

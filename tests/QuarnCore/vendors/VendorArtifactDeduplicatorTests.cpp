@@ -181,7 +181,7 @@ TEST(VendorArtifactDeduplicator, SingleItemsNeverOverlapAndNothingIsLost) {
   }
 }
 
-// More than sixteen: shorter lists are sorted by insertion, which keeps the order of equals whatever sort is asked for.
+// More than sixteen, because std::sort uses insertion sort for shorter lists, which is stable.
 TEST(VendorArtifactDeduplicator, FortyEquallyLongPathsKeepTheirOrder) {
   const MacVolume volume;
   std::vector<Artifact> artifacts;

@@ -21,7 +21,7 @@ TEST(Cancellable, PassesTheCancellationToAFunctionThatTakesOne) {
   EXPECT_FALSE(function(1)) << "left out, it is never set";
 }
 
-TEST(Cancellable, CallsAFunctionThatTakesNoneWithoutIt) {
+TEST(Cancellable, CallsAFunctionWithoutTheParameterWithoutIt) {
   const Cancellable<std::string(const std::string&, int)> function = [](const auto& text, int times) {
     return text + std::to_string(times);
   };
@@ -29,7 +29,7 @@ TEST(Cancellable, CallsAFunctionThatTakesNoneWithoutIt) {
   EXPECT_EQ(function("a", 3, Cancellation()), "a3");
 }
 
-TEST(Cancellable, KnowsWhetherItHoldsAFunction) {
+TEST(Cancellable, ReportsWhetherItHoldsAFunction) {
   Cancellable<int()> function;
   EXPECT_FALSE(function);
   function = [] { return 7; };
@@ -43,13 +43,13 @@ std::vector<int> descending(int count) {
   return values;
 }
 
-TEST(SortUnlessCancelled, SortsWhatNobodyCancels) {
+TEST(SortUnlessCancelled, SortsUnlessCancelled) {
   std::vector<int> values = descending(1000);
   EXPECT_TRUE(sortUnlessCancelled(values.begin(), values.end(), std::less<>(), Cancellation::never()));
   EXPECT_TRUE(std::is_sorted(values.begin(), values.end()));
 }
 
-TEST(SortUnlessCancelled, ComparesNothingMoreOnceItIsCancelled) {
+TEST(SortUnlessCancelled, StopsComparingWhenCancelled) {
   std::vector<int> values = descending(1000);
   const Cancellation cancellation;
   int compared = 0;

@@ -14,7 +14,7 @@ struct Choices {
   Required<bool> isLast;
 };
 
-// Templates, so that what does not compile is an answer.
+// Templates, so that a substitution failure is a result.
 template <class Record>
 concept Whole = requires {
   Record{.isFirst = true, .limit = 3, .isLast = false};
@@ -32,7 +32,7 @@ concept WithoutLast = requires {
   Record{.isFirst = true, .limit = 3};
 };
 
-TEST(Required, ARecordThatLeavesOutAFieldDoesNotCompile) {
+TEST(Required, OmittingAFieldDoesNotCompile) {
   EXPECT_TRUE(Whole<Choices>);
   EXPECT_FALSE(WithoutFirst<Choices>);
   EXPECT_FALSE(WithoutLimit<Choices>);
@@ -40,7 +40,7 @@ TEST(Required, ARecordThatLeavesOutAFieldDoesNotCompile) {
   EXPECT_FALSE(std::is_default_constructible_v<Choices>);
 }
 
-TEST(Required, IsReadAndChangedAsItsValue) {
+TEST(Required, IsReadAndChangedLikeItsValue) {
   Choices choices{.isFirst = true, .limit = 3, .isLast = false};
   choices.limit = choices.limit + 1;
   choices.isLast = choices.isFirst && choices.limit == 4;

@@ -463,7 +463,7 @@ TEST_P(SizingBigTrees, ACancelledWalkEndsSoonWithTheTotalsSoFar) {
   EXPECT_LT(sums[0].logicalBytes, kFiles);
 }
 
-// One folder, so that a walk which looks only between folders, or now and then in one, would go on.
+// One folder, so that a walk that polls only between folders, or rarely within one, would continue.
 TEST_P(Sizing, ACancelledWalkCountsAtMostOneMoreFileAThread) {
   for (int i = 0; i < 200; ++i) volume.sparse("/t/" + std::to_string(i), 1);
   struct Cancelling : Plain {

@@ -130,7 +130,7 @@ TEST(Interrupt, AnInterruptedListSaysThatItIsIncomplete) {
   EXPECT_EXIT(showInterruptedList({"top", "--ndjson"}), testing::ExitedWithCode(130), testing::Eq(""));
 }
 
-// Runs a command on the sample volume, interrupted before it begins, with both outputs on standard error.
+// Runs a command on the sample volume with both outputs on standard error, after an interrupt.
 [[noreturn]] void runInterrupted(ExitCode (*run)(CommandContext&), std::vector<std::string> words) {
   ::dup2(STDERR_FILENO, STDOUT_FILENO);
   const MacVolume volume;
@@ -149,7 +149,7 @@ TEST(Interrupt, ACloudFolderThatWasNotVisitedIsNotListed) {
               HasSubstr("\"folders\": [],\n  \"isComplete\": false,\n"));
 }
 
-TEST(Interrupt, AReportSaysOnThePageAndOnStandardErrorThatItIsIncomplete) {
+TEST(Interrupt, AnIncompleteReportSaysSoOnThePageAndOnStandardError) {
   EXPECT_EXIT(runInterrupted(&runReport, {"report", "--output", "-"}), testing::ExitedWithCode(130),
               AllOf(HasSubstr("<strong>Incomplete.</strong>"),
                     HasSubstr("quarn: interrupted: the report is incomplete, and says so\n")));

@@ -60,7 +60,7 @@ const std::vector<Case>& cases() {
   return all;
 }
 
-/// All tests share one sample volume and leave it as it was.
+/// All tests share one sample volume and do not change it.
 class Unread : public testing::Test {
  protected:
   static void SetUpTestSuite() {

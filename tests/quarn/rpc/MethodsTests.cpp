@@ -322,7 +322,7 @@ TEST_F(Methods, ThePartitionedScanReportsTotalsOnlyOnRequest) {
 
 // ---- cancellation
 
-// The flag of the running request, as the function of a client sees it.
+// The cancellation of the running request, as a client's function receives it.
 TEST_F(Methods, ACancelledRequestReachesTheSizingOfAnItem) {
   const json at = {{"at", "/Users/ann/Documents"}, {"allowSlow", true}, {"includeHidden", true}};
   const json ofFolder = {{"at", "/Users/ann/Documents"}, {"includeHidden", true}};
@@ -334,7 +334,7 @@ TEST_F(Methods, ACancelledRequestReachesTheSizingOfAnItem) {
   EXPECT_EQ(call("AppsService.calculateAppSize", {{"app", kApp}})["logicalBytes"], 0);
 }
 
-TEST_F(Methods, ACancelledInspectionAnswersWithWhatItHas) {
+TEST_F(Methods, ACancelledInspectionReturnsItsPartialResult) {
   const std::string_view method = "AppInspectionService.inspect";
   const json params = {{"app", kApp}, {"options", inspectionOptions(true)}, {"progress", true}};
   const ordered_json whole = call(method, params);
@@ -351,7 +351,7 @@ TEST_F(Methods, ACancelledInspectionAnswersWithWhatItHas) {
   EXPECT_FALSE(part["artifacts"].empty());
 }
 
-TEST_F(Methods, CancelledSearchesAnswerWithWhatTheyHave) {
+TEST_F(Methods, CancelledSearchesReturnTheirPartialResults) {
   volume_.folder("~/Library/Application Support/Example Data").folder("/Library/Logs/com.example.App.logs");
   volume_.folder("~/Documents/Example");
   const json params = {{"app", kApp}, {"maxDepth", 3}, {"maxResults", 9}};

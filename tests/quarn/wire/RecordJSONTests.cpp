@@ -261,7 +261,7 @@ constexpr bool kIsRequired = false;
 template <class Value>
 constexpr bool kIsRequired<Required<Value>> = true;
 
-// Whether the compiler demands every field that the record's table names.
+// True if the compiler requires every field of the record's table.
 template <class Record>
 constexpr bool demandsEveryField() {
   const auto isRequired = []<class Value>(const wire::Member<Record, Value>&) { return kIsRequired<Value>; };
@@ -269,7 +269,7 @@ constexpr bool demandsEveryField() {
                     wire::Fields<Record>::kMembers);
 }
 
-TEST(RecordJSON, NoOptionCanBeLeftOutInCode) {
+TEST(RecordJSON, OmittingAnOptionDoesNotCompile) {
   EXPECT_TRUE(demandsEveryField<AppInspectionService::Options>());
   EXPECT_TRUE(demandsEveryField<ArtifactScanner::Options>());
 }
