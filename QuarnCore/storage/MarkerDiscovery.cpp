@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bitset>
 #include <string>
 #include <unordered_set>
 
@@ -33,15 +32,7 @@ Marker makeMarker(const StorageSignatureRegistry::Signature& signature) {
 
 class MarkerSearch {
  public:
-  MarkerSearch(std::vector<Marker> markers, const FileManager& files) : markers_(std::move(markers)), files_(files) {
-    for (const Marker& marker : markers_) {
-      if (const std::optional<char> first = marker.pattern.firstByte()) {
-        firstBytes_.set(static_cast<unsigned char>(*first));
-      } else {
-        firstBytes_.set();
-      }
-    }
-  }
+  MarkerSearch(std::vector<Marker> markers, const FileManager& files) : markers_(std::move(markers)), files_(files) {}
 
   void search(const FileURL& root) {
     const ItemDepth depth(files_, root);
@@ -66,18 +57,10 @@ class MarkerSearch {
  private:
   [[nodiscard]] bool isMarker(const DirectoryEnumerator::Item& item) const {
     if (item.type() != FileType::regular && item.type() != FileType::directory) return false;
-    if (!mayBeginMarker(item.name().front())) return false;
     const std::string name = Text::lowercased(item.name());
     return std::any_of(markers_.begin(), markers_.end(), [&](const Marker& marker) {
       return marker.type == item.type() && marker.pattern.matches(name);
     });
-  }
-
-  // Most names fail this test, so it runs before lower-casing. The lower case of a letter beyond ASCII is not known
-  // here, so such names pass.
-  [[nodiscard]] bool mayBeginMarker(char first) const {
-    const auto byte = static_cast<unsigned char>(first);
-    return byte >= 0x80 || firstBytes_.test(first >= 'A' && first <= 'Z' ? byte + ('a' - 'A') : byte);
   }
 
   void addFolder(FileURL folder) {
@@ -85,7 +68,6 @@ class MarkerSearch {
   }
 
   std::vector<Marker> markers_;
-  std::bitset<256> firstBytes_;  // possible first bytes of a marker's name
   const FileManager& files_;
   std::unordered_set<std::string> seen_;
   std::vector<FileURL> folders_;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -14,10 +13,6 @@ class MarkerPattern {
 
   /// True if a lower-cased name matches.
   [[nodiscard]] bool matches(std::string_view lowercasedName) const;
-  /// The first byte of all matching names; absent if it is not fixed.
-  [[nodiscard]] std::optional<char> firstByte() const {
-    return prefix_.empty() ? std::nullopt : std::optional<char>(prefix_.front());
-  }
 
  private:
   bool isExact_;

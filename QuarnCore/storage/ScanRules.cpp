@@ -11,16 +11,6 @@ namespace {
 // Lower-casing shortens a text at most to a third of its bytes: the Kelvin sign takes three bytes, "k" one.
 constexpr std::size_t kMostShrinking = 3;
 
-constexpr unsigned kLetterBits = 5;
-
-std::size_t endsOf(std::string_view text) {
-  constexpr std::size_t kLetter = (1U << kLetterBits) - 1;
-  if (text.empty()) return 0;
-  const auto first = static_cast<unsigned char>(text.front());
-  const auto last = static_cast<unsigned char>(text.back());
-  return (first & kLetter) << kLetterBits | (last & kLetter);
-}
-
 }  // namespace
 
 ScanRules::ScanRules(const ScanPlan& plan, Dictionary categoryByExtension)
@@ -37,15 +27,7 @@ ScanRules::ScanRules(const ScanPlan& plan, Dictionary categoryByExtension)
   }
   for (const auto& [extension, category] : categoryByExtension_) {
     longestExtension_ = std::max(longestExtension_, extension.size());
-    listedEnds_.set(endsOf(extension));
   }
-}
-
-// Most extensions can be rejected by their first and last letter. The lower five bits of an ASCII letter do not
-// depend on its case. Non-ASCII letters always pass.
-bool ScanRules::mayBeListed(std::string_view extension) const {
-  const auto isForeign = [](char byte) { return static_cast<unsigned char>(byte) >= 0x80; };
-  return listedEnds_.test(endsOf(extension)) || std::any_of(extension.begin(), extension.end(), isForeign);
 }
 
 bool ScanRules::isExcluded(Trie::Node node, ScanMode::Kind mode) const {
@@ -65,9 +47,6 @@ std::optional<StorageCategoryID> ScanRules::longestRule(std::string_view locatio
 }
 
 std::optional<StorageCategoryID> ScanRules::dictionaryCategory(std::string_view name) const {
-  // First test the text after the last dot: it is cheaper than finding the extension and rejects most names.
-  const std::string_view behindDot = name.substr(name.rfind('.') + 1);
-  if (!listedEnds_.test(endsOf("")) && !mayBeListed(behindDot)) return std::nullopt;
   const std::string_view extension = path::extension(name);
   if (extension.size() > longestExtension_ * kMostShrinking) return std::nullopt;
   const auto found = categoryByExtension_.find(Text::lowercased(extension));

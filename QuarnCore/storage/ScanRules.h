@@ -1,6 +1,5 @@
 #pragma once
 
-#include <bitset>
 #include <map>
 #include <optional>
 #include <string>
@@ -46,12 +45,9 @@ class ScanRules {
   [[nodiscard]] std::optional<StorageCategoryID> dictionaryCategory(std::string_view name) const;
 
  private:
-  [[nodiscard]] bool mayBeListed(std::string_view extension) const;
-
   Trie trie_;
   Dictionary categoryByExtension_;
   std::size_t longestExtension_ = 0;
-  std::bitset<1024> listedEnds_;  // indexed by first and last letter
 };
 
 }  // namespace quarn

@@ -119,12 +119,8 @@ const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::yield(Frame& frame) 
 }
 
 std::optional<ByteCounts> DirectoryEnumerator::Walk::sizesOf(const FolderListing::Entry& entry) const {
-  if (entry.hasSizes()) {
-    return ByteCounts{.allocatedBytes = entry.allocatedBytes, .logicalBytes = entry.logicalBytes};
-  }
-  if (entry.logicalBytes != 0) {
-    reportUnreadable(path_ + '/' + std::string(item_.name_), static_cast<int>(entry.logicalBytes));
-  }
+  if (entry.hasSizes()) return entry.sizes;
+  if (entry.sizesError != 0) reportUnreadable(path_ + '/' + std::string(item_.name_), entry.sizesError);
   return std::nullopt;
 }
 

@@ -11,9 +11,14 @@
 
 namespace quarn {
 
-/// Reads the sizes of a huge folder's files on a thread of its own, in the order in which they are found, while another
-/// thread still lists the folder and sorts it: without that one core idles for as long as that takes. How far it
-/// comes is open, and nothing depends on it: whatever it has no sizes of is left for others to read.
+/// Reads the sizes of a huge folder's files on its own thread, in the order in which they are found, while another
+/// thread (the lister) still lists and sorts the folder. Without it one core idles meanwhile. It may read any number of
+/// sizes; whatever it has not read is left for others.
+///
+/// The lister owns the items and this object. A full block of items is constant but for its `sizes`, which belong to
+/// the thread here from `add` until `finish` has returned. `mutex_` guards `blocks_`; no other lock is taken under it.
+/// `add` and `finish` wake the thread. `isEnding_` is atomic, so that the thread sees it in the middle of a block.
+/// Memory: one pointer a block, and 16 bytes for each item of the blocks that were read.
 class EarlySizes {
  public:
   /// The open folder must stay open. Without a thread to be had no sizes are read.

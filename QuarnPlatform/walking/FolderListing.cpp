@@ -26,7 +26,7 @@ std::size_t commonPrefix(std::string_view left, std::string_view right) {
   return static_cast<std::size_t>(differing.first - left.begin());
 }
 
-// The first bytes as a number that compares as they do; a name that ends earlier sorts first, for no name holds a NUL.
+// The first bytes as a number that compares as they do. A shorter name sorts first, because no name holds a NUL.
 std::uint64_t sortKey(std::string_view text) {
   std::uint64_t key = 0;
   if (text.size() >= kKeyBytes) {
@@ -66,7 +66,7 @@ void FolderLister::keep(const DirectoryReader::Entry& entry) {
   items_.add(entry.name, entry.type, isPackage);
 }
 
-// Eight bytes nearly always decide. In big folders the names often begin alike, and it is those behind that do.
+// Skip the common prefix, then compare eight bytes at a time: they nearly always decide.
 void FolderLister::sort() {
   const std::size_t count = items_.size();
   std::size_t shared = 0;
@@ -88,7 +88,7 @@ void FolderLister::sort() {
   sortRuns();
 }
 
-// Items with the same key stand side by side and are told apart by their whole names.
+// Neighbours with equal keys are compared by their whole names.
 void FolderLister::sortRuns() {
   for (auto run = found_.begin(); run != found_.end() && !isCancelled();) {
     const auto isOther = [&](const Found& found) { return found.sortKey != run->sortKey; };
@@ -103,7 +103,7 @@ void FolderLister::sortRuns() {
   }
 }
 
-// A radix sort from the last byte on, over the bytes in which the keys differ: names of one huge folder are much alike.
+// A radix sort from the last byte on, over the bytes in which the keys differ. Names of one huge folder are much alike.
 void FolderLister::sortByKeys() {
   std::vector<Found> sorted = found_;
   for (int shift = 0; shift < 64 && !isCancelled(); shift += 8) {
@@ -117,7 +117,7 @@ void FolderLister::sortByKeys() {
   }
 }
 
-// Names are packed in their order too: whoever goes through a big folder then reads memory forwards.
+// Names are packed in sorted order, so a reader of a big folder reads memory forwards.
 void FolderLister::pack(int level, FolderListing& listing) const {
   bool holdsFiles = false;
   listing.entries.reserve(found_.size());
@@ -128,14 +128,15 @@ void FolderLister::pack(int level, FolderListing& listing) const {
     const bool enters = reads(level) && item.type() == FileType::directory && !item.isPackage();
     if (enters) listing.folders.push_back(static_cast<std::uint32_t>(listing.entries.size()));
     holdsFiles = holdsFiles || item.type() == FileType::regular;
-    listing.entries.push_back({ListedItem(listing.names.size(), item.nameLength(), item.type(), item.isPackage())});
+    listing.entries.push_back(
+        {.item = ListedItem(listing.names.size(), item.nameLength(), item.type(), item.isPackage())});
     listing.names.append(items_.name(found.index).data(), item.nameLength() + 1);
   }
   listing.wantsSizes = reads(level) && holdsFiles && options_.facts == EnumeratedFacts::sizes;
 }
 
 void FolderLister::takeSizes(FolderListing& listing) const {
-  for (std::size_t i = 0; i < listing.entries.size(); ++i) listing.entries[i].setSizes(items_.sizes(found_[i].index));
+  for (std::size_t i = 0; i < listing.entries.size(); ++i) listing.entries[i].sizes = items_.sizes(found_[i].index);
 }
 
 void FolderLister::dropScratch() {
@@ -150,9 +151,9 @@ void FolderLister::readSizes(int folder, FolderListing& listing, std::size_t fro
     if (entry.item.type() != FileType::regular || entry.hasSizes()) continue;
     ByteCounts sizes;
     if (DirectoryReader::readSizes(folder, listing.name(entry).data(), sizes)) {
-      entry.setSizes(sizes);
+      entry.sizes = sizes;
     } else {
-      entry.logicalBytes = errno;
+      entry.sizesError = errno;
     }
   }
 }

@@ -16,19 +16,17 @@
 namespace quarn {
 
 /// One folder's entries in ascending byte order of their names, packed. A plain value.
+///
+/// One thread fills it. Afterwards it is constant, but for the sizes: threads may read the sizes of different stretches
+/// of entries at the same time, each entry by one thread. Whoever shares a listing between threads sees to that
+/// (`ReadAhead` by its lock). Memory: 32 bytes and the name for each entry.
 struct FolderListing {
   struct Entry {
-    static constexpr std::int64_t kNoSizes = FoundItems::kNoSizes.allocatedBytes;
+    ListedItem item;                          ///< its name is in `names`
+    ByteCounts sizes = FoundItems::kNoSizes;  ///< of a regular file whose sizes were read
+    int sizesError = 0;  ///< the errno with which they could not be read; 0: they were, or nobody tried
 
-    ListedItem item;                         ///< its name is in `names`
-    std::int64_t allocatedBytes = kNoSizes;  ///< of a regular file whose sizes were read
-    std::int64_t logicalBytes = 0;  ///< likewise; without sizes the errno with which they could not be read, or 0
-
-    [[nodiscard]] bool hasSizes() const { return allocatedBytes != kNoSizes; }
-    void setSizes(const ByteCounts& sizes) {
-      allocatedBytes = sizes.allocatedBytes;
-      logicalBytes = sizes.logicalBytes;
-    }
+    [[nodiscard]] bool hasSizes() const { return sizes.allocatedBytes != FoundItems::kNoSizes.allocatedBytes; }
   };
 
   std::vector<Entry> entries;
@@ -43,7 +41,8 @@ struct FolderListing {
   [[nodiscard]] std::string_view name(const Entry& entry) const { return entry.item.nameIn(names); }
 };
 
-/// Fills listings by the rules of one walk. Owns buffers; for one thread.
+/// Fills listings by the rules of one walk. Owns the reader and the buffers for the items as they are found; belongs to
+/// one thread and is reused for many folders. In a huge folder `EarlySizes` reads sizes on another thread meanwhile.
 class FolderLister {
  public:
   explicit FolderLister(const WalkOptions& options) : options_(options) {}

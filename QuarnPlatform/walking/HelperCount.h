@@ -8,7 +8,10 @@ namespace quarn {
 
 /// How many threads should help the calling one with a walk: one for each further core, and more while system calls
 /// take so long that they must be waiting for a disk. When everything comes from memory, more threads than cores only
-/// stand in each other's way; when it does not, they keep the disk busy. Safe from any thread.
+/// get in each other's way; when it does not, they keep the disk busy.
+///
+/// Lock-free and safe from any thread. `wanted()` only grows, up to `most_`, until `limit` lowers both. A stale value
+/// costs a thread too many or too few and nothing else. Observations belong to one thread each.
 class HelperCount {
  public:
   using Clock = std::chrono::steady_clock;

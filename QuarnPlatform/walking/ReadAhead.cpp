@@ -17,9 +17,9 @@ constexpr std::size_t kFolderWeight = 16;   // what a listed folder takes beside
 constexpr std::size_t kSegment = 512;
 constexpr std::size_t kCallsPerFolder = 4;
 constexpr std::size_t kSegmentsAhead = 64;
-// How many folders with open work are looked at for something that may be claimed; what comes later is not urgent.
+// How many folders of the plan are searched for something to claim. What comes later is not urgent.
 constexpr std::size_t kPlanDepth = 64;
-// Folders that the consumer is through with are used again, usual ones only, so that none holds much memory for little.
+// Folders that the consumer has left are reused unless they have grown beyond these limits.
 constexpr std::size_t kSpares = 256;
 constexpr std::size_t kUsualEntries = 32;
 constexpr std::size_t kUsualNames = 1024;
@@ -39,7 +39,7 @@ bool isUsual(const ReadAhead::Folder& folder) {
          folder.claimed.capacity() <= kUsualEntries;
 }
 
-// As new, but for the memory that it has.
+// As new, but keeps its memory.
 void clear(ReadAhead::Folder& folder) {
   folder.listing.clear();
   folder.isListed = false;
@@ -66,20 +66,19 @@ struct ReadAhead::Task {
   std::size_t segment = 0;
 };
 
-// What a thread works with, and what it keeps out of the lock: making folders, and letting go of them, which closes
-// descriptors.
-struct ReadAhead::Hands {
-  explicit Hands(const WalkOptions& options) : lister(options) {}
+// What one thread owns. It allocates the next folder and closes the descriptors of finished ones without the lock.
+struct ReadAhead::Worker {
+  explicit Worker(const WalkOptions& options) : lister(options) {}
 
   void prepare() {
-    done.reset();
+    finished.reset();
     if (!next) next = std::make_unique<Folder>();
   }
 
   FolderLister lister;
   FolderPointer next;  // for the next claim
   HelperCount::Observations observations;
-  std::optional<WalkedFolders::Use> done;
+  std::optional<WalkedFolders::Use> finished;  // of a folder in which nothing is left to do
 };
 
 ReadAhead::ReadAhead(FileDescriptor root, const WalkOptions& options)
@@ -87,15 +86,15 @@ ReadAhead::ReadAhead(FileDescriptor root, const WalkOptions& options)
       folders_(std::move(root)),
       helperCount_(options.readAheadThreads, HelperCount::furtherCores()),
       root_(std::make_unique<Folder>()),
-      hands_(std::make_unique<Hands>(options_)) {
+      worker_(std::make_unique<Worker>(options_)) {
   plan_.earlier = plan_.later = &plan_;
-  hands_->prepare();
+  worker_->prepare();
   root_->use = folders_.root();
-  readFolder(*root_, PinnedFolder(*root_->use).descriptor(), *hands_);
+  readFolder(*root_, PinnedFolder(*root_->use).descriptor(), *worker_);
   root_->isEntered = true;
   planBefore(*root_, plan_);
   publish(*root_);
-  letGoIfDone(*root_, *hands_);
+  letGoIfDone(*root_, *worker_);
 }
 
 ReadAhead::~ReadAhead() {
@@ -110,16 +109,16 @@ ReadAhead::~ReadAhead() {
 ReadAhead::FolderPointer ReadAhead::takeRoot() { return std::move(root_); }
 
 ReadAhead::FolderPointer ReadAhead::child(Folder& parent, std::size_t index) {
-  hands_->prepare();
+  worker_->prepare();
   discarded_.clear();
   Lock lock = lockBriefly(mutex_);
   recycleLeft();
   startHelper();
   FolderPointer folder = takeClaimed(parent, index);
   if (!folder) {
-    const Task task = claimFolder(parent, *hands_);
+    const Task task = claimFolder(parent, *worker_);
     folder = takeClaimed(parent, index);
-    perform(lock, task, *hands_);
+    perform(lock, task, *worker_);
   }
   while (!folder->isListed) helpOrWait(lock);
   folder->isEntered = true;
@@ -134,7 +133,7 @@ void ReadAhead::skip(Folder& parent, std::size_t index) {
   ++parent.nextFolder;
   --unclaimed_;
   unplanIfClaimed(parent);
-  letGoIfDone(parent, *hands_);
+  letGoIfDone(parent, *worker_);
 }
 
 std::size_t ReadAhead::sizesUpTo(Folder& folder, std::size_t index) {
@@ -147,7 +146,7 @@ std::size_t ReadAhead::sizesUpTo(Folder& folder, std::size_t index) {
   wakeHelper();
   while (segment != 0 && !folder.isLaterSegmentRead[segment - 1]) {
     if (folder.nextSegment == segment) {
-      perform(lock, claimSegment(folder), *hands_);
+      perform(lock, claimSegment(folder), *worker_);
     } else {
       helpOrWait(lock);
     }
@@ -173,8 +172,8 @@ ReadAhead::FolderPointer ReadAhead::takeClaimed(Folder& parent, std::size_t inde
   return folder;
 }
 
-ReadAhead::Task ReadAhead::claimFolder(Folder& parent, Hands& hands) {
-  FolderPointer& source = spares_.empty() ? hands.next : spares_.back();
+ReadAhead::Task ReadAhead::claimFolder(Folder& parent, Worker& worker) {
+  FolderPointer& source = spares_.empty() ? worker.next : spares_.back();
   Folder& folder = *parent.claimed.emplace_back(std::move(source));
   if (!spares_.empty()) spares_.pop_back();
   folder.level = parent.level + 1;
@@ -194,8 +193,8 @@ ReadAhead::Task ReadAhead::claimSegment(Folder& folder) {
   return {.folder = &folder, .parent = nullptr, .segment = segment};
 }
 
-// What the consumer comes to first: the next folder, or the sizes of the next stretch of entries.
-std::optional<ReadAhead::Task> ReadAhead::claimIn(Folder& folder, Hands& hands) {
+// Claims what the consumer meets first: the next folder, or the sizes of the next segment.
+std::optional<ReadAhead::Task> ReadAhead::claimIn(Folder& folder, Worker& worker) {
   const FolderListing& listing = folder.listing;
   const bool mayList = folder.nextFolder < listing.folders.size() && ahead_ < kWindow;
   const bool maySize =
@@ -203,30 +202,30 @@ std::optional<ReadAhead::Task> ReadAhead::claimIn(Folder& folder, Hands& hands) 
   if (maySize && (!mayList || folder.nextSegment * kSegment <= listing.folders[folder.nextFolder])) {
     return claimSegment(folder);
   }
-  return mayList ? std::optional(claimFolder(folder, hands)) : std::nullopt;
+  return mayList ? std::optional(claimFolder(folder, worker)) : std::nullopt;
 }
 
-std::optional<ReadAhead::Task> ReadAhead::claimNext(Hands& hands) {
+std::optional<ReadAhead::Task> ReadAhead::claimNext(Worker& worker) {
   if (unclaimed_ == 0) return std::nullopt;
   std::size_t looked = 0;
   for (Folder* folder = plan_.later; folder != &plan_ && looked < kPlanDepth; folder = folder->later, ++looked) {
     if (!folder->isListed) continue;
-    if (std::optional<Task> task = claimIn(*folder, hands)) return task;
+    if (std::optional<Task> task = claimIn(*folder, worker)) return task;
   }
   return std::nullopt;
 }
 
-// Reads outside the lock. The hands are ready for the next claim afterwards.
-void ReadAhead::perform(Lock& lock, const Task& task, Hands& hands) {
+// Releases the lock, reads, and takes the lock again. Afterwards the worker has a folder for the next claim.
+void ReadAhead::perform(Lock& lock, const Task& task, Worker& worker) {
   lock.unlock();
-  hands.prepare();
+  worker.prepare();
   if (helperCount_.mayGrow()) {
     const auto start = HelperCount::Clock::now();
-    read(task, hands);
+    read(task, worker);
     const std::size_t entries = std::min(task.folder->listing.entries.size(), kSegment);
-    helperCount_.note(hands.observations, kCallsPerFolder + entries, HelperCount::Clock::now() - start);
+    helperCount_.note(worker.observations, kCallsPerFolder + entries, HelperCount::Clock::now() - start);
   } else {
-    read(task, hands);
+    read(task, worker);
   }
   lockBriefly(lock);
   if (task.parent != nullptr) {
@@ -236,17 +235,17 @@ void ReadAhead::perform(Lock& lock, const Task& task, Hands& hands) {
   }
   Folder& needed = task.parent != nullptr ? *task.parent : *task.folder;
   --needed.atWork;
-  letGoIfDone(needed, hands);
+  letGoIfDone(needed, worker);
   if (consumerWaits_) forConsumer_.notify_one();
 }
 
-void ReadAhead::read(const Task& task, Hands& hands) {
-  if (task.parent != nullptr) return listFolder(task, hands);
+void ReadAhead::read(const Task& task, Worker& worker) {
+  if (task.parent != nullptr) return listFolder(task, worker);
   const PinnedFolder folder(*task.folder->use);
-  if (folder.descriptor() >= 0) readSegment(hands.lister, folder.descriptor(), task.folder->listing, task.segment);
+  if (folder.descriptor() >= 0) readSegment(worker.lister, folder.descriptor(), task.folder->listing, task.segment);
 }
 
-void ReadAhead::listFolder(const Task& task, Hands& hands) {
+void ReadAhead::listFolder(const Task& task, Worker& worker) {
   Folder& folder = *task.folder;
   const FolderListing& siblings = task.parent->listing;
   const std::string_view name = siblings.name(siblings.entries[folder.entryInParent]);
@@ -257,15 +256,15 @@ void ReadAhead::listFolder(const Task& task, Hands& hands) {
     folder.listing.isPackage = true;
     return;
   }
-  readFolder(folder, opened.descriptor.get(), hands);
+  readFolder(folder, opened.descriptor.get(), worker);
   if (unclaimedIn(folder) != 0) folder.use = task.parent->use->add(name, std::move(opened.descriptor));
 }
 
-void ReadAhead::readFolder(Folder& folder, int descriptor, Hands& hands) {
-  hands.lister.list(descriptor, folder.level, folder.isAbandoned, folder.listing);
+void ReadAhead::readFolder(Folder& folder, int descriptor, Worker& worker) {
+  worker.lister.list(descriptor, folder.level, folder.isAbandoned, folder.listing);
   const std::size_t segments = segmentCount(folder.listing);
   if (segments == 0) return;
-  readSegment(hands.lister, descriptor, folder.listing, 0);
+  readSegment(worker.lister, descriptor, folder.listing, 0);
   folder.nextSegment = 1;
   folder.isLaterSegmentRead.resize(segments - 1);
 }
@@ -296,12 +295,12 @@ void ReadAhead::unplanIfClaimed(Folder& folder) {
   if (unclaimedIn(folder) == 0) unplan(folder);
 }
 
-void ReadAhead::letGoIfDone(Folder& folder, Hands& hands) {
-  if (folder.atWork == 0 && unclaimedIn(folder) == 0) hands.done = std::exchange(folder.use, std::nullopt);
+void ReadAhead::letGoIfDone(Folder& folder, Worker& worker) {
+  if (folder.atWork == 0 && unclaimedIn(folder) == 0) worker.finished = std::exchange(folder.use, std::nullopt);
 }
 
-// In a loop and not by calling itself: what was read ahead may be deeper than a stack reaches. What a thread works with
-// is kept until a later call finds that it does not any more.
+// Iterative: what was read ahead may be deeper than the stack allows. A folder that some thread still reads is kept
+// until a later call finds that thread finished.
 void ReadAhead::leaveOut(FolderPointer folder) {
   std::erase_if(abandoned_, [](const FolderPointer& left) { return left->isListed && left->atWork == 0; });
   std::vector<FolderPointer> pending;
@@ -323,7 +322,8 @@ void ReadAhead::leaveOut(FolderPointer folder) {
   }
 }
 
-// Put off until the lock is held anyway. Leaving out something below a folder may have left a thread at work with it.
+// Called when the lock is held anyway. A thread may still read in a folder that the consumer has left, if the consumer
+// skipped something in it.
 void ReadAhead::recycleLeft() {
   for (FolderPointer& folder : left_) {
     if (folder->atWork != 0) {
@@ -339,20 +339,20 @@ void ReadAhead::recycleLeft() {
 }
 
 void ReadAhead::helpOrWait(Lock& lock) {
-  if (const std::optional<Task> task = claimNext(*hands_)) return perform(lock, *task, *hands_);
+  if (const std::optional<Task> task = claimNext(*worker_)) return perform(lock, *task, *worker_);
   consumerWaits_ = true;
   forConsumer_.wait(lock);
   consumerWaits_ = false;
 }
 
-// The last thing to claim is left to the consumer, which is about to ask for it. A window that was full is let run down
-// to its half first: a helper that is woken for every folder costs more than it gives.
+// The consumer is about to ask for the last unclaimed thing, so no helper is woken for it. Once the window was full,
+// the helpers sleep until it is half empty: waking one for every folder costs more than it gains.
 void ReadAhead::wakeHelper() {
   if (waitingHelpers_ > 0 && unclaimed_ > 1 && ahead_ < kWindow / 2) forHelpers_.notify_one();
 }
 
-// One at a time, so that a small walk starts none or few. Without helpers a walk only takes longer: a system that gives
-// no thread is no error.
+// Starts at most one a call, so a small walk starts few. A system that gives no more threads is not an error: the walk
+// takes longer.
 void ReadAhead::startHelper() {
   if (helpers_.size() >= helperCount_.wanted() || unclaimed_ < 2) return;
   try {
@@ -363,13 +363,13 @@ void ReadAhead::startHelper() {
 }
 
 void ReadAhead::help() {
-  Hands hands(options_);
-  hands.prepare();
+  Worker worker(options_);
+  worker.prepare();
   Lock lock(mutex_);
   while (!isEnding_) {
-    if (const std::optional<Task> task = claimNext(hands)) {
+    if (const std::optional<Task> task = claimNext(worker)) {
       wakeHelper();
-      perform(lock, *task, hands);
+      perform(lock, *task, worker);
       continue;
     }
     ++waitingHelpers_;

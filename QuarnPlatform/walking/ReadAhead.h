@@ -18,10 +18,38 @@
 
 namespace quarn {
 
-/// The reading side of an ordered walk: lists folders and reads sizes in the order in which the consumer will ask for
-/// them, on helper threads as far ahead as a window allows, and on the consumer's own thread whenever what it needs is
-/// not there yet: a consumer that only waited would leave a third of the speed unused. Every operation is for the
-/// consumer's thread. Memory is bounded by the window and the folders that the consumer is in.
+/// Reads ahead of the consumer of an ordered walk: lists folders and reads sizes in the order in which the consumer
+/// will ask for them, on helper threads as far ahead as a window allows. When what the consumer needs is not there yet,
+/// the consumer's own thread reads it, or reads something else while a helper finishes it. Every public operation is
+/// for the consumer's thread.
+///
+/// Who owns what. A `Folder` has one owner at a time: its parent's `claimed` list from the moment somebody starts to
+/// list it, then the consumer (from `child` to `leave` or `abandon`), then `left_`, `spares_` or `abandoned_` here. A
+/// thread that reads a folder or a segment only borrows it: `isListed` is false or `atWork` counts the thread, and a
+/// folder in either state is never destroyed or reused. `WalkedFolders` owns the descriptors; a folder holds a `use`
+/// while something in it is unclaimed or at work.
+///
+/// States of a folder: unclaimed (an index in its parent's `listing.folders`, at or after `nextFolder`) -> claimed
+/// (somebody lists it; in the plan) -> listed -> entered (the consumer has it) -> left. A folder that the consumer
+/// skips becomes abandoned instead, at any of these points, with all that was claimed below it. A segment is a stretch
+/// of entries whose sizes are read in one go: unclaimed -> claimed (before `nextSegment`) -> read.
+///
+/// The plan is a doubly linked list of the folders that have something to claim, in the order in which the consumer
+/// meets them. A folder goes in before its parent when it is claimed, and out when nothing in it is unclaimed.
+///
+/// Locks. `mutex_` guards the plan, the counters below it and every field of a `Folder` from `isAbandoned` on. Until
+/// `isListed` is set under the lock, the thread that lists a folder owns its listing, its segments and its use without
+/// the lock. Afterwards the entries are constant but for the sizes of a segment, which the thread that claimed it owns
+/// until it marks the segment read under the lock. `isAbandoned` is atomic, so that a thread which lists a huge folder
+/// sees it. System calls run without the lock. `WalkedFolders` has a lock of its own: it may be taken under this one
+/// and never takes this one.
+///
+/// Who wakes whom. A thread that publishes something to claim wakes one helper, unless the window is full or the
+/// consumer is about to take it. A helper that starts a task wakes the next one. Whoever finishes a task wakes the
+/// consumer if it waits. The destructor wakes all helpers.
+///
+/// Memory is bounded by the window (entries that are listed and not entered), the folders that the consumer is in, and
+/// `spares_`.
 class ReadAhead {
  public:
   struct Folder;
@@ -33,18 +61,18 @@ class ReadAhead {
     FolderListing listing;
     int level = 1;  ///< of its entries
 
-    std::atomic<bool> isAbandoned = false;
+    std::atomic<bool> isAbandoned = false;  // set under the lock, read without it; never reset
     bool isListed = false;
     bool isEntered = false;
-    std::size_t nextFolder = 0;            // of listing.folders; those before it are claimed or left out
-    std::size_t nextSegment = 0;           // stretch of entries whose sizes are read at one go; likewise
+    std::size_t nextFolder = 0;            // of listing.folders; those before it are claimed or skipped
+    std::size_t nextSegment = 0;           // likewise
     std::size_t position = 0;              // the segment that the consumer is in
     std::vector<bool> isLaterSegmentRead;  // of all but the first, which is read with the listing
     std::vector<FolderPointer> claimed;    // children that the consumer has not taken yet, from `firstClaimed` on
-    std::size_t firstClaimed = 0;
+    std::size_t firstClaimed = 0;          // less than claimed.size(), or both are 0
     std::uint32_t entryInParent = 0;
     std::optional<WalkedFolders::Use> use;  // while something in it is unclaimed or at work
-    unsigned atWork = 0;                    // tasks that need it to stay as it is
+    unsigned atWork = 0;                    // tasks that read in it; 0 once everything is claimed and read
     Folder* earlier = nullptr;              // its neighbours in the plan; null when it is not in the plan
     Folder* later = nullptr;
   };
@@ -73,23 +101,23 @@ class ReadAhead {
 
  private:
   struct Task;
-  struct Hands;
+  struct Worker;
   using Lock = std::unique_lock<std::mutex>;
 
   static FolderPointer takeClaimed(Folder& parent, std::size_t index);
-  Task claimFolder(Folder& parent, Hands& hands);
+  Task claimFolder(Folder& parent, Worker& worker);
   Task claimSegment(Folder& folder);
-  std::optional<Task> claimIn(Folder& folder, Hands& hands);
-  std::optional<Task> claimNext(Hands& hands);
-  void perform(Lock& lock, const Task& task, Hands& hands);
-  void read(const Task& task, Hands& hands);
-  void listFolder(const Task& task, Hands& hands);
-  static void readFolder(Folder& folder, int descriptor, Hands& hands);
+  std::optional<Task> claimIn(Folder& folder, Worker& worker);
+  std::optional<Task> claimNext(Worker& worker);
+  void perform(Lock& lock, const Task& task, Worker& worker);
+  void read(const Task& task, Worker& worker);
+  void listFolder(const Task& task, Worker& worker);
+  static void readFolder(Folder& folder, int descriptor, Worker& worker);
   void publish(Folder& folder);
   void planBefore(Folder& folder, Folder& later);
   static void unplan(Folder& folder);
   static void unplanIfClaimed(Folder& folder);
-  static void letGoIfDone(Folder& folder, Hands& hands);
+  static void letGoIfDone(Folder& folder, Worker& worker);
   void leaveOut(FolderPointer folder);
   void recycleLeft();
   void helpOrWait(Lock& lock);
@@ -105,20 +133,20 @@ class ReadAhead {
   std::mutex mutex_;
   std::condition_variable forHelpers_;
   std::condition_variable forConsumer_;
-  Folder plan_;  // before and behind the folders with something to claim, or being listed, in the order of delivery
-  std::vector<FolderPointer> spares_;     // used ones, to be used again
-  std::vector<FolderPointer> abandoned_;  // some thread still works with them
-  std::size_t unclaimed_ = 0;             // folders and segments to claim in all of the plan
-  std::size_t ahead_ = 0;                 // weight of the folders that are listed and not entered
+  Folder plan_;                           // both ends of the plan; never claimed itself
+  std::vector<FolderPointer> spares_;     // at most kSpares, empty, to be used again
+  std::vector<FolderPointer> abandoned_;  // until the threads that read in them are finished
+  std::size_t unclaimed_ = 0;             // the sum over the plan of what is unclaimed in each folder
+  std::size_t ahead_ = 0;                 // the weight of the folders that are listed, not entered and not abandoned
   unsigned waitingHelpers_ = 0;
   bool consumerWaits_ = false;
   bool isEnding_ = false;
 
-  // The consumer's.
+  // The consumer's; no lock.
   FolderPointer root_;
-  std::unique_ptr<Hands> hands_;
-  std::vector<FolderPointer> left_;
-  std::vector<FolderPointer> discarded_;
+  std::unique_ptr<Worker> worker_;
+  std::vector<FolderPointer> left_;       // to be recycled when the lock is held anyway
+  std::vector<FolderPointer> discarded_;  // to be destroyed when it is not held
   std::vector<std::thread> helpers_;
 };
 

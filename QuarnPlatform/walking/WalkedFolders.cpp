@@ -20,7 +20,7 @@ WalkedFolders::Use::~Use() {
   }();
 }
 
-WalkedFolders::Use WalkedFolders::Use::another() const {
+WalkedFolders::Use WalkedFolders::Use::duplicate() const {
   const std::lock_guard lock(folders_->mutex_);
   ++folder_->uses;
   return {*folders_, *folder_};

@@ -15,10 +15,26 @@
 
 namespace quarn {
 
-/// The folders that a walk still has something to open or to read in: how they lie in each other, their names, and a
-/// bounded number of open descriptors. A folder whose descriptor had to be closed is opened again when it is needed, by
-/// name from its nearest open ancestor; ".." is never used, because a folder that was moved meanwhile would lead the
-/// walk out of its root. Safe from any thread; must outlive its uses.
+/// The folders in which a walk still has something to open or to read: how they contain each other, their names, and a
+/// bounded number of open descriptors. A folder whose descriptor was closed is reopened when it is needed, by name from
+/// its nearest open ancestor; ".." is never used, because a folder that was moved meanwhile would lead the walk out of
+/// its root. Safe from any thread; must outlive its uses.
+///
+/// Who owns what. This owns all folders (`folders_`, whose addresses never change) and their descriptors. A `Use` is
+/// one count of `Folder::uses`. A folder is known while it has a use or a known folder in it; then it goes to `free_`
+/// and is used again.
+///
+/// States of a known folder: open (in `open_`, `kClosed` not set) and closed. It is pinned while threads read through
+/// its descriptor: each adds itself to `pins`. Only an open folder without pins may be closed. A thread that pins a
+/// closed folder reopens it under the lock.
+///
+/// Locks. `mutex_` guards everything but `pins` and the descriptor of a pinned folder. Pinning an open folder takes no
+/// lock: adding to `pins` keeps it open, because closing exchanges `pins` from exactly 0. No other lock is taken under
+/// `mutex_`. Reopening, and making room for a descriptor, make system calls under it, which is rare; descriptors that
+/// are given up elsewhere are closed after it. A thread waits for nothing but the lock.
+///
+/// Memory: a folder costs about 100 bytes and its name while it is known; at most `kMaximumOpen` descriptors are open
+/// besides those that are pinned.
 class WalkedFolders {
  private:
   struct Folder;
@@ -35,8 +51,8 @@ class WalkedFolders {
     Use& operator=(Use&& other) noexcept;
     ~Use();
 
-    /// A further use of the same folder.
-    [[nodiscard]] Use another() const;
+    /// Another use of the same folder.
+    [[nodiscard]] Use duplicate() const;
     /// Opens the folder `name` in it. A folder that cannot be reached again gives the errno of the folder that failed.
     [[nodiscard]] OpenedFolder open(const char* name) const;
     /// Takes over the open folder `name` in it; never fails.
@@ -73,7 +89,7 @@ class WalkedFolders {
     std::uint32_t children = 0;  // known folders in it
   };
 
-  // What these take away is given back to be closed behind the lock: closing is a call that may take its time.
+  // These return the descriptor that they give up, so that the caller closes it after releasing the lock.
   [[nodiscard]] FileDescriptor keepOpen(Folder& folder, FileDescriptor descriptor);
   [[nodiscard]] FileDescriptor closeOne();
   [[nodiscard]] FileDescriptor close(Folder& folder);
@@ -90,8 +106,8 @@ class WalkedFolders {
   std::deque<Folder> folders_;
   Folder& root_;
   std::vector<Folder*> free_;
-  std::vector<Folder*>
-      open_;  // in the order of opening, so that ancestors come first; the root, never closed, is not in it
+  // Without the root, which is never closed. In the order of opening, so that ancestors come first.
+  std::vector<Folder*> open_;
   const FolderOpener opener_;
 };
 

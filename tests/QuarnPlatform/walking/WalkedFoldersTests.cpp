@@ -89,7 +89,7 @@ TEST(WalkedFolders, AFolderThatNobodyUsesAnyMoreIsClosed) {
   {
     std::optional<WalkedFolders::Use> a = enter(folders.root(), "a");
     const WalkedFolders::Use b = enter(*a, "b");
-    const WalkedFolders::Use again = b.another();
+    const WalkedFolders::Use again = b.duplicate();
     EXPECT_EQ(openDescriptors(), before + 2);
     a.reset();
     EXPECT_EQ(openDescriptors(), before + 1);
@@ -102,7 +102,7 @@ TEST(WalkedFolders, OneOfSeveralUsesKeepsTheFolder) {
   volume.folder("/t/a/b");
   WalkedFolders folders(openFolder(volume, "/t"));
   std::optional<WalkedFolders::Use> first = enter(folders.root(), "a");
-  const WalkedFolders::Use second = first->another();
+  const WalkedFolders::Use second = first->duplicate();
   first.reset();
   EXPECT_TRUE(canOpen(second, "b"));
   EXPECT_EQ(second.path(), "/a");
@@ -181,7 +181,7 @@ TEST(WalkedFolders, APinnedFolderStaysOpenWhateverElseIsOpened) {
   const WalkedFolders::Use first = enter(folders.root(), "d");
   const PinnedFolder pinned(first);
   std::vector<WalkedFolders::Use> chain;
-  chain.push_back(first.another());
+  chain.push_back(first.duplicate());
   for (int level = 1; level < kDepth; ++level) chain.push_back(enter(chain.back(), "d"));
   struct stat status {};
   EXPECT_EQ(::fstatat(pinned.descriptor(), "here", &status, 0), 0);
@@ -197,7 +197,7 @@ TEST(WalkedFolders, ManyThreadsMayOpenAndLetGo) {
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
       std::vector<WalkedFolders::Use> chain;
-      chain.push_back(root.another());
+      chain.push_back(root.duplicate());
       for (int level = 0; level < kDepth; ++level) {
         OpenedFolder opened = chain.back().open("d");
         if (opened.descriptor.isOpen()) chain.push_back(chain.back().add("d", std::move(opened.descriptor)));

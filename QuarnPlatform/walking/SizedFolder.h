@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "QuarnPlatform/base/FileDescriptor.h"
+#include "QuarnPlatform/walking/SizingTask.h"
+#include "QuarnPlatform/walking/TreeSizer.h"
+#include "QuarnPlatform/walking/WalkedFolders.h"
+
+namespace quarn {
+
+/// A folder that a thread is reading, and how its items are judged. Whether the folder is a package costs a system
+/// call, so it is looked up only for the first item that would count differently in a package. `WalkedFolders` learns
+/// of the folder, by a use, only when something in it is left for later: most folders hold no other folders. Belongs to
+/// one thread.
+class SizedFolder {
+ public:
+  /// A folder that `WalkedFolders` knows; `descriptor` must stay open.
+  SizedFolder(std::shared_ptr<const WalkedFolders::Use> use, int descriptor, const Attribution::Step& step);
+  /// The folder `name` in `parent`, just opened. The name and the parent must live as long as this.
+  SizedFolder(const WalkedFolders::Use& parent, std::string_view name, FileDescriptor descriptor,
+              const Attribution::Step& step, const Attribution::Step& asPackage);
+
+  [[nodiscard]] int descriptor() const { return descriptor_; }
+  /// The final judgement, after looking up whether the folder is a package if that matters.
+  const Attribution::Step& judge();
+  /// The total that a file counts to; absent leaves it out.
+  [[nodiscard]] std::optional<std::uint8_t> bucketOf(const Attribution& attribution, std::string_view name);
+  /// How a subfolder is to be entered; absent leaves it out.
+  [[nodiscard]] std::optional<SubFolders::Item> subFolder(const Attribution& attribution, bool needsPackages,
+                                                          std::string_view name);
+
+  /// A use that several threads can share, so that they can read parts of the folder; null without a descriptor to
+  /// spare. It gets a descriptor of its own, because its descriptor may be closed and reopened while this thread reads.
+  std::shared_ptr<const WalkedFolders::Use> share();
+  /// A use for what is left in the folder. The folder itself is read no more.
+  WalkedFolders::Use handOver();
+  /// The path of the item `name` below the walk's root.
+  [[nodiscard]] std::string pathOf(std::string_view name) const;
+
+ private:
+  const WalkedFolders::Use* parent_ = nullptr;  // null when `use_` was given
+  std::string_view name_;
+  FileDescriptor own_;
+  std::shared_ptr<const WalkedFolders::Use> use_;
+  int descriptor_;
+  Attribution::Step step_;
+  Attribution::Step asPackage_;  // differs from `step_` until it is known whether the folder is a package
+};
+
+}  // namespace quarn

@@ -1,0 +1,123 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/walking/HelperCount.h"
+#include "QuarnPlatform/walking/SizedFolder.h"
+#include "QuarnPlatform/walking/SizingTask.h"
+#include "QuarnPlatform/walking/TreeSizer.h"
+#include "QuarnPlatform/walking/WalkedFolders.h"
+
+namespace quarn {
+
+/// What the threads of one sizing walk share: the queue, the totals, and who is busy.
+///
+/// Who owns what. The scheduler owns the queue, the sum of the shared totals and the helper threads. Each thread owns a
+/// worker (`SizingWorker`): its reader, its totals since it last shared them, and the folder that it reads. A task
+/// belongs to the thread that took it. `WalkedFolders` owns the open descriptors.
+///
+/// States of a thread: busy (reading; counted in `busy_`), idle (in `wait`; counted in `waiting_`), ended. A thread
+/// that takes a task becomes busy, one that finds the queue empty becomes idle. The walk ends when `stopped_` is set:
+/// by the thread that finds the queue empty and nobody busy, by cancellation, or by the destructor. Then every thread
+/// ends at its next entry, at its next check, or as soon as it wakes.
+///
+/// Locks. `mutex_` guards what stands below it. It is held for a few instructions and never while a system call runs or
+/// a callback is called. No other lock is taken under it, and `WalkedFolders` takes no lock of ours.
+///
+/// Who wakes whom. A thread that queues work wakes one idle thread; a thread that takes work while more is left wakes
+/// the next. Who sets `stopped_` wakes all. The calling thread also wakes by itself to report progress.
+///
+/// The calling thread works like the others. It alone starts helpers, when nobody is idle and the work has lasted long
+/// enough to pay for them, and it alone calls `onProgress`.
+///
+/// Memory. The queue is last in, first out, so the walk goes deep: it holds the subfolders of the folders on the way
+/// down and those of each thread's folder, never all files.
+class SizingScheduler {
+ public:
+  static constexpr unsigned kEntriesBetweenChecks = 256;
+
+  SizingScheduler(const FileManager& files, const FileURL& root, const Attribution& attribution,
+                  const TreeSizer::Options& options);
+  ~SizingScheduler() { stopAndJoin(); }
+  SizingScheduler(const SizingScheduler&) = delete;
+  SizingScheduler& operator=(const SizingScheduler&) = delete;
+
+  // For the thread that made the scheduler.
+
+  /// What each helper thread does; without it none is started. To be set before work begins.
+  void setHelper(std::function<void()> helper) { helper_ = std::move(helper); }
+  /// Waits for the helpers and returns the totals.
+  TreeSizer::Totals finish();
+
+  // For the workers, on any thread.
+
+  [[nodiscard]] WalkedFolders::Use rootFolder() { return folders_.root(); }
+  [[nodiscard]] const FileURL& root() const { return root_; }
+  [[nodiscard]] const Attribution& attribution() const { return attribution_; }
+  [[nodiscard]] bool skipsHidden() const { return options_.hidden == HiddenItems::skip; }
+  [[nodiscard]] bool needsPackages() const { return needsPackages_; }
+  [[nodiscard]] HelperCount& helperCount() { return *helperCount_; }
+  [[nodiscard]] bool isCancelled() const { return options_.cancellation.isCancelled(); }
+  [[nodiscard]] bool hasIdleThread() const { return waiting_.load(std::memory_order_relaxed) != 0; }
+  void push(std::shared_ptr<SubFolders> folders);
+  void push(SizingTask part);
+  /// The thread's next task; false when the walk is over. Waits while others may still queue something.
+  bool take(UnsharedTotals& unshared, SizingTask& task);
+  /// Adds the thread's totals to the walk's and clears them. False when the walk is to end. To be called now and then
+  /// during a long task.
+  bool shareTotals(UnsharedTotals& unshared);
+  void reportUnreadable(const SizedFolder& folder, std::string_view name, int error) const;
+  void reportUnreadable(const WalkedFolders::Use& parent, std::string_view name, int error) const;
+  void reportUnreadable(const WalkedFolders::Use& folder, int error) const;
+
+ private:
+  [[nodiscard]] bool isCaller() const { return std::this_thread::get_id() == caller_; }
+  void report(const std::string& pathBelowRoot, int error) const;
+  bool pop(SizingTask& task);
+  void addTotals(UnsharedTotals& unshared);
+  void wait(std::unique_lock<std::mutex>& lock);
+  void doCallersWork();
+  void startHelper();
+  void addBusy(int threads);
+  void stopAndJoin();
+
+  const FileManager& files_;
+  const FileURL& root_;
+  const Attribution& attribution_;
+  const TreeSizer::Options& options_;
+  const bool needsPackages_;
+  const std::thread::id caller_ = std::this_thread::get_id();
+  const HelperCount::Clock::time_point started_ = HelperCount::Clock::now();
+  WalkedFolders folders_;  // outlives the uses in the queue
+  const std::shared_ptr<HelperCount> helperCount_;
+
+  // Constants, what is read for every entry, and what changes under the lock are on cache lines of their own: a thread
+  // that writes to a line slows down all threads that read it.
+  static constexpr std::size_t kCacheLine = 64;
+  alignas(kCacheLine) std::atomic<unsigned> waiting_ = 0;  // written under the lock, read without it as a hint
+  alignas(kCacheLine) std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<std::shared_ptr<SubFolders>> subFolders_;  // none is empty; the last is taken from first
+  std::vector<SizingTask> parts_;                        // taken before subfolders
+  TreeSizer::Totals totals_{};
+  int busy_ = 1;          // threads that may still queue something; the caller from the start. 0 only at the end
+  bool stopped_ = false;  // never reset
+
+  // The calling thread's; no lock.
+  std::function<void()> helper_;
+  HelperCount::Clock::time_point lastProgress_ = started_;
+  std::vector<std::thread> helpers_;
+};
+
+}  // namespace quarn

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QuarnPlatform/files/DirectoryReader.h"
+#include "QuarnPlatform/walking/TreeSizer.h"
+#include "QuarnPlatform/walking/WalkedFolders.h"
+
+namespace quarn {
+
+/// The subfolders that one listing found and that nobody has entered yet. One allocation for all of them.
+struct SubFolders {
+  struct Item {
+    std::optional<Attribution::Step> step;
+    std::optional<Attribution::Step> asPackage;  ///< differs from `step` where it matters whether this is a package
+  };
+
+  WalkedFolders::Use folder;  ///< the folder that holds them
+  std::vector<Item> items;
+  std::string names;  ///< in the order of `items`, each with a NUL after it
+  std::size_t nextItem = 0;
+  std::size_t nextName = 0;
+};
+
+/// What a thread takes at one time: a folder to enter, or a part of a big folder's listing.
+struct SizingTask {
+  std::shared_ptr<const SubFolders> siblings;  ///< keeps the name and the parent folder; null for a part
+  SubFolders::Item item;
+  const char* name = nullptr;
+
+  std::shared_ptr<const WalkedFolders::Use> bigFolder;  ///< of the part; null for a folder to enter
+  DirectoryReader::Stretch part;
+};
+
+/// What a thread has counted since it last shared its totals. Belongs to that thread.
+struct UnsharedTotals {
+  TreeSizer::Totals totals{};
+  unsigned files = 0;
+};
+
+}  // namespace quarn

@@ -1,0 +1,140 @@
+#include "QuarnPlatform/walking/SizingWorker.h"
+
+#include <cerrno>
+#include <memory>
+#include <utility>
+
+#include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/files/Packages.h"
+#include "QuarnPlatform/walking/SizingScheduler.h"
+
+namespace quarn {
+namespace {
+
+constexpr unsigned kCallsPerFolder = 4;
+constexpr std::size_t kScratchItems = 4096;
+
+}  // namespace
+
+void SizingWorker::readRoot(const Attribution::Step& rootStep) {
+  const auto use = std::make_shared<const WalkedFolders::Use>(scheduler_.rootFolder());
+  const PinnedFolder pinned(*use);
+  SizedFolder root(use, pinned.descriptor(), rootStep);
+  if (const int error = read(root); error != 0) throwFileError(error, "list", scheduler_.root().path());
+}
+
+void SizingWorker::work() {
+  for (SizingTask task; scheduler_.take(unshared_, task); task = {}) run(task);
+}
+
+void SizingWorker::run(SizingTask& task) {
+  if (scheduler_.helperCount().mayGrow()) since_ = HelperCount::Clock::now();
+  calls_ = kCallsPerFolder;
+  if (task.bigFolder) {
+    readPart(task);
+  } else {
+    enter(task);
+  }
+  noteTime();
+}
+
+void SizingWorker::noteTime() {
+  if (!scheduler_.helperCount().mayGrow()) return;
+  const HelperCount::Clock::time_point now = HelperCount::Clock::now();
+  scheduler_.helperCount().note(observations_, calls_, now - since_);
+  since_ = now;
+  calls_ = 0;
+}
+
+void SizingWorker::enter(SizingTask& task) {
+  const WalkedFolders::Use& parent = task.siblings->folder;
+  OpenedFolder opened = parent.open(task.name);
+  if (!opened.descriptor.isOpen()) return scheduler_.reportUnreadable(parent, task.name, opened.error);
+  SubFolders::Item& item = task.item;
+  if (item.step.has_value() != item.asPackage.has_value()) {
+    item.step = item.asPackage = hasBundleBit(opened.descriptor.get()) ? item.asPackage : item.step;
+  }
+  if (!item.step) return;
+  SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage);
+  if (const int error = read(folder); error != 0) scheduler_.reportUnreadable(parent, task.name, error);
+}
+
+void SizingWorker::readPart(SizingTask& task) {
+  const PinnedFolder pinned(*task.bigFolder);
+  if (pinned.descriptor() < 0) return scheduler_.reportUnreadable(*task.bigFolder, pinned.error());
+  SizedFolder folder(task.bigFolder, pinned.descriptor(), *task.item.step);
+  reader_.resume(pinned.descriptor(), std::move(task.part));
+  countAll(folder);
+  queueSubFolders(folder);
+}
+
+int SizingWorker::read(SizedFolder& folder) {
+  reader_.start(folder.descriptor());
+  while (reader_.readMore() && countAll(folder)) {
+  }
+  queueSubFolders(folder);
+  return reader_.error();
+}
+
+bool SizingWorker::countAll(SizedFolder& folder) {
+  unsigned untilCheck = SizingScheduler::kEntriesBetweenChecks;
+  while (const DirectoryReader::Entry* entry = reader_.next()) {
+    if (scheduler_.isCancelled()) return false;
+    count(folder, *entry);
+    if (--untilCheck != 0) continue;
+    untilCheck = SizingScheduler::kEntriesBetweenChecks;
+    noteTime();
+    if (!scheduler_.shareTotals(unshared_)) return false;
+    if (scheduler_.hasIdleThread()) shareRest(folder);
+  }
+  return true;
+}
+
+void SizingWorker::count(SizedFolder& folder, const DirectoryReader::Entry& entry) {
+  if (entry.hidden && scheduler_.skipsHidden()) return;
+  if (entry.type == FileType::directory) keepSubFolder(folder, entry.name);
+  if (entry.type == FileType::regular) countFile(folder, entry.name);
+}
+
+void SizingWorker::countFile(SizedFolder& folder, std::string_view name) {
+  const std::optional<std::uint8_t> bucket = folder.bucketOf(scheduler_.attribution(), name);
+  if (!bucket) return;
+  ByteCounts sizes;
+  if (DirectoryReader::readSizes(folder.descriptor(), name.data(), sizes)) {
+    unshared_.totals[*bucket] += sizes;
+    ++unshared_.files;
+    ++calls_;
+  } else {
+    scheduler_.reportUnreadable(folder, name, errno);
+  }
+}
+
+void SizingWorker::keepSubFolder(SizedFolder& folder, std::string_view name) {
+  const auto item = folder.subFolder(scheduler_.attribution(), scheduler_.needsPackages(), name);
+  if (!item) return;
+  subFolders_.push_back(*item);
+  subFolderNames_.append(name) += '\0';
+}
+
+void SizingWorker::shareRest(SizedFolder& folder) {
+  const Attribution::Step step = folder.judge();
+  std::shared_ptr<const WalkedFolders::Use> shared = folder.share();
+  if (!shared) return;
+  SizingTask part{.siblings = {},
+                  .item = {.step = step, .asPackage = step},
+                  .bigFolder = std::move(shared),
+                  .part = reader_.takeHalf()};
+  if (!part.part.empty()) scheduler_.push(std::move(part));
+}
+
+void SizingWorker::queueSubFolders(SizedFolder& folder) {
+  if (subFolders_.empty()) return;
+  scheduler_.push(std::make_shared<SubFolders>(
+      SubFolders{.folder = folder.handOver(), .items = subFolders_, .names = subFolderNames_}));
+  subFolders_.clear();
+  subFolderNames_.clear();
+  if (subFolders_.capacity() > kScratchItems) subFolders_.shrink_to_fit();
+  if (subFolderNames_.capacity() > kScratchItems * sizeof(SubFolders::Item)) subFolderNames_.shrink_to_fit();
+}
+
+}  // namespace quarn

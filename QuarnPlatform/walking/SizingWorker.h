@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "QuarnPlatform/files/DirectoryReader.h"
+#include "QuarnPlatform/walking/HelperCount.h"
+#include "QuarnPlatform/walking/SizedFolder.h"
+#include "QuarnPlatform/walking/SizingTask.h"
+#include "QuarnPlatform/walking/TreeSizer.h"
+
+namespace quarn {
+
+class SizingScheduler;
+
+/// What one thread of a sizing walk owns: a reader, the totals that it has not shared yet, and the subfolders of the
+/// folder that it is reading. Carries out the scheduler's tasks. Belongs to one thread.
+class SizingWorker {
+ public:
+  explicit SizingWorker(SizingScheduler& scheduler) : scheduler_(scheduler) {}
+
+  /// Counts the files directly in the walk's root and queues its subfolders. Throws FileError (operation "list").
+  void readRoot(const Attribution::Step& rootStep);
+  /// Carries out tasks until the walk is over.
+  void work();
+
+ private:
+  void run(SizingTask& task);
+  // The errno that ended the listing, or 0.
+  int read(SizedFolder& folder);
+  void enter(SizingTask& task);
+  void readPart(SizingTask& task);
+  // False when the walk is to end.
+  bool countAll(SizedFolder& folder);
+  void count(SizedFolder& folder, const DirectoryReader::Entry& entry);
+  void countFile(SizedFolder& folder, std::string_view name);
+  void keepSubFolder(SizedFolder& folder, std::string_view name);
+  void shareRest(SizedFolder& folder);
+  void queueSubFolders(SizedFolder& folder);
+  void noteTime();
+
+  SizingScheduler& scheduler_;
+  UnsharedTotals unshared_;
+  DirectoryReader reader_;
+  std::vector<SubFolders::Item> subFolders_;  // of the folder that is being read
+  std::string subFolderNames_;
+  HelperCount::Observations observations_;
+  HelperCount::Clock::time_point since_ = HelperCount::Clock::now();  // of the calls that were not noted yet
+  std::size_t calls_ = 0;
+};
+
+}  // namespace quarn
