@@ -4,7 +4,7 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages test-packages build demo test check tidy format bench fuzz pages deb asan tsan clean
+.PHONY: help packages test-packages build demo test check tidy format bench fuzz hostile pages deb asan tsan clean
 
 help:
 	@echo "make demo   build, write a sample Mac volume, inspect an app on it"
@@ -13,6 +13,7 @@ help:
 	@echo "make tidy   run clang-tidy on the files that changed since the last run"
 	@echo "make bench  compare with the bare system calls and other tools"
 	@echo "make fuzz   fuzz every parser for FUZZ_SECONDS (default 60)"
+	@echo "make hostile  attack the command with the hostile volume and print a table"
 	@echo "make pages  regenerate the program output in the documentation"
 	@echo "make deb    build the Debian packages in build/package"
 
@@ -60,6 +61,13 @@ fuzz: packages
 	cmake --preset fuzz
 	cmake --build --preset fuzz
 	tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
+
+RACE_SECONDS ?= 30
+hostile: test-packages
+	cmake --preset dev
+	cmake --build --preset dev --target quarn quarn_resources quarn_faults
+	python3 tests/hostile/run.py --quarn $(QUARN) --shim build/dev/tests/libquarn_faults.so --folder build/hostile \
+	  --seconds $(RACE_SECONDS)
 
 # Regenerates the pages that are made from tables, and the output of the commands in all pages.
 pages: packages

@@ -39,8 +39,8 @@ class DiagnosticsLogger {
   void log(DiagnosticsLevel level, std::string_view category, std::string_view message, const Metadata& metadata);
   /// True if lines are written. Check this before you build expensive metadata.
   [[nodiscard]] bool isEnabled() const;
-  /// Writes all queued lines and turns the log off.
-  void close();
+  /// Writes all queued lines and turns the log off. Returns false if the file did not take all of them.
+  bool close();
 
  private:
   DiagnosticsLogger();

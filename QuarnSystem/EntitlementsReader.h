@@ -16,6 +16,9 @@ struct EntitlementsReader {
   /// Contents or the bundle itself: the first slice with entitlements in the order arm64, x86_64, others. Ignores an
   /// executable name with "/". Reads only headers and signatures, whatever the size of the program.
   static EntitlementsReader live(FileManager files);
+  /// The same for the inspection of several apps: a program that many apps share by hard links is read once. Safe to
+  /// use from several threads.
+  static EntitlementsReader snapshot(FileManager files);
 };
 
 }  // namespace quarn

@@ -30,8 +30,9 @@ struct ReceiptSnapshot {
   static constexpr std::size_t kMostBillBytes = std::size_t{64} << 20;
 
   /// A snapshot of a volume (see `readReceiptFiles`). Reads nothing before the first query, then each property list
-  /// and each bill once. A receipt without a readable bill lists no files. Thread-safe.
-  static ReceiptSnapshot of(FileManager files, std::size_t mostBillBytes = kMostBillBytes);
+  /// and each bill once. A receipt without a readable bill lists no files. Thread-safe. Reads within
+  /// the limits of one operation (Limits.h).
+  static ReceiptSnapshot of(const FileManager& files, std::size_t mostBillBytes = kMostBillBytes);
 };
 
 }  // namespace quarn

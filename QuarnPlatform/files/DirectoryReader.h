@@ -40,7 +40,8 @@ class DirectoryReader {
   /// Reads the next batch of entries. Returns false at the end or on an error; see `error()`.
   bool readMore();
   /// The next entry of the batch, without "." and ".."; null at its end. Looks up the type if the file system does
-  /// not report it. Skips an entry that vanished before that lookup.
+  /// not report it. Skips an entry that vanished before that lookup; an entry that cannot be looked up is reported as a
+  /// regular file.
   const Entry* next();
   /// The errno that ended the listing; 0 if it reached the end.
   [[nodiscard]] int error() const;

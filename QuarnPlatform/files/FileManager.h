@@ -10,12 +10,14 @@
 #include "QuarnPlatform/base/Cancellation.h"
 #include "QuarnPlatform/base/FileDescriptor.h"
 #include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/files/AccessTimes.h"
 #include "QuarnPlatform/files/ItemFacts.h"
 #include "QuarnPlatform/files/VolumeSpace.h"
 #include "QuarnPlatform/paths/FileURL.h"
 
 namespace quarn {
 
+class Budget;
 class ReadReport;
 enum class OpenFor : std::uint8_t;
 class Volume;
@@ -29,8 +31,10 @@ struct DirectoryEntry {
 /// An open regular file for positional reads. Movable, not copyable.
 class OpenFile {
  public:
-  OpenFile(FileDescriptor descriptor, std::uint64_t size, std::string path)
-      : descriptor_(std::move(descriptor)), size_(size), path_(std::move(path)) {}
+  /// What cannot be read is added to `report`, which may be null.
+  OpenFile(FileDescriptor descriptor, std::uint64_t size, std::string path,
+           std::shared_ptr<ReadReport> report = nullptr)
+      : descriptor_(std::move(descriptor)), size_(size), path_(std::move(path)), report_(std::move(report)) {}
 
   /// The length in bytes at the time of opening.
   [[nodiscard]] std::uint64_t size() const { return size_; }
@@ -41,6 +45,7 @@ class OpenFile {
   FileDescriptor descriptor_;
   std::uint64_t size_;
   std::string path_;
+  std::shared_ptr<ReadReport> report_;
 };
 
 /// A copyable handle to one Mac volume, and the only access to its files. It has no operation that creates, changes
@@ -52,18 +57,26 @@ class OpenFile {
 class FileManager {
  public:
   /// The running system, with the home folder of the current user.
-  static FileManager host();
+  static FileManager host(AccessTimes accessTimes = AccessTimes::keepIfPermitted);
   /// A Mac volume that is mounted or copied at `hostFolder`. `home` is the home folder of the inspected user, a path
   /// on the Mac; it need not exist. Throws FileError (operation "open volume") if `hostFolder` is not a readable
   /// folder.
-  static FileManager mounted(const std::string& hostFolder, const FileURL& home);
+  static FileManager mounted(const std::string& hostFolder, const FileURL& home,
+                             AccessTimes accessTimes = AccessTimes::keepIfPermitted);
 
   [[nodiscard]] const FileURL& homeDirectory() const;
   /// The same volume with another home folder.
   [[nodiscard]] FileManager withHome(const FileURL& home) const;
-  /// The same volume with a report. Walks and listings add the items that they skip to `report`. Denied lookups add
-  /// the folder that denied access; denied reads add the file.
+  /// The same volume; what its walks, listings, look-ups and readings leave out is added to `report`, whether or not
+  /// the operation throws. For want of permission that is the folder that cannot be searched or the item that cannot be
+  /// read, for any other error the item that was asked for. What is missing (see `meansMissing`) is not added.
   [[nodiscard]] FileManager reportingTo(std::shared_ptr<ReadReport> report) const;
+  /// The same volume for one operation, which may read `limits::kFileBytes` of whole files. What is beyond goes to the
+  /// read report and counts as too large.
+  [[nodiscard]] FileManager forOneOperation() const;
+  /// Adds an item that could not be read, or not be used, to the read report, if there is one. EFBIG stands for a
+  /// limit.
+  void note(const FileURL& url, int error) const;
   /// The report for unreadable items, or null.
   [[nodiscard]] ReadReport* readReport() const;
   /// The same volume for one cancellable operation. Once `cancellation` is set, walks stop, listings are empty and
@@ -104,7 +117,8 @@ class FileManager {
   /// Opens a regular file and follows links. Never blocks on pipes. Throws FileError (operation "open"): EISDIR for a
   /// folder, EINVAL for other special files, ECANCELED if cancelled.
   [[nodiscard]] OpenFile openFile(const FileURL& url) const;
-  /// Reads a whole regular file of at most `maximumBytes`. Throws FileError; EFBIG if it is larger.
+  /// A whole regular file of at most `maximumBytes`; EFBIG beyond that or beyond what the operation may read, also in
+  /// the read report. Throws FileError.
   [[nodiscard]] std::string readFile(const FileURL& url, std::size_t maximumBytes) const;
   /// The same; absent if the file cannot be read.
   [[nodiscard]] std::optional<std::string> readFileIfPossible(const FileURL& url, std::size_t maximumBytes) const;
@@ -127,6 +141,9 @@ class FileManager {
 
   /// The space of the volume. Throws FileError (operation "statfs").
   [[nodiscard]] VolumeSpace space() const;
+  /// Throws FileError (operation "statfs").
+  [[nodiscard]] VolumeMount mount() const;
+  [[nodiscard]] AccessTimes accessTimes() const;
   /// The folder of the volume on the host, "/" for the running system. For messages only.
   [[nodiscard]] const std::string& hostFolder() const;
 
@@ -134,14 +151,20 @@ class FileManager {
   FileManager(std::shared_ptr<const Volume> volume, FileURL home);
   [[nodiscard]] std::string withoutPrivatePrefix(std::string path) const;
   [[nodiscard]] FileDescriptor open(const std::string& path, OpenFor use, Links links) const;
-  /// Absent where `openFile` throws, with the errno in `error`.
-  [[nodiscard]] std::optional<OpenFile> openRegularFile(const FileURL& url, int& error) const;
-  void noteDenial(std::string_view path, int error) const;
+  /// Absent, and errno, for what `openFile` throws on.
+  [[nodiscard]] std::optional<OpenFile> openRegularFile(const FileURL& url) const;
+  // Adds a failed operation to the report unless the item is missing; errno is `error` afterwards.
+  void noteFailure(const std::string& path, int error) const;
+  [[nodiscard]] std::string_view deniedPart(std::string_view path) const;
+  [[nodiscard]] std::optional<std::string> resolve(std::string_view path) const;
 
   std::shared_ptr<const Volume> volume_;
   FileURL home_;
+  [[nodiscard]] bool mayRead(const OpenFile& file, std::size_t maximumBytes) const;
+
   std::shared_ptr<ReadReport> report_;
   Cancellation cancellation_ = Cancellation::never();
+  std::shared_ptr<Budget> budget_;
 };
 
 }  // namespace quarn

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "QuarnPlatform/base/FileDescriptor.h"
+#include "QuarnPlatform/files/AccessTimes.h"
 
 namespace quarn {
 
@@ -21,14 +22,15 @@ class FolderOpener {
   enum class DeviceCheck : std::uint8_t { bySystem, byNumber };
 
   /// Selects the check: device numbers if the kernel cannot check, or if one mount holds several devices.
-  explicit FolderOpener(int root);
-  FolderOpener(int root, DeviceCheck check);
+  explicit FolderOpener(int root, AccessTimes accessTimes = AccessTimes::keepIfPermitted);
+  FolderOpener(int root, DeviceCheck check, AccessTimes accessTimes = AccessTimes::keepIfPermitted);
 
   /// Opens the folder `name` (NUL-terminated, without "/") in the open folder `parent`.
   [[nodiscard]] OpenedFolder open(int parent, const char* name) const;
 
  private:
   DeviceCheck check_;
+  AccessTimes accessTimes_;
   std::uint64_t device_;
 };
 

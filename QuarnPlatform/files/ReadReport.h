@@ -10,7 +10,7 @@
 namespace quarn {
 
 /// The reason why an item could not be read.
-enum class UnreadableCause : std::uint8_t { permission, vanished, otherDevice, loop, other };
+enum class UnreadableCause : std::uint8_t { permission, vanished, otherDevice, loop, limit, other };
 
 /// A folder or item that a walk or a lookup skipped.
 struct UnreadableItem {
@@ -44,10 +44,10 @@ class ReadReport {
   std::vector<UnreadableItem> items_;
   std::set<std::pair<UnreadableCause, std::string>> known_;  ///< causes and paths of the kept items
   std::size_t keptBytes_ = 0;
-  std::uint64_t counts_[5] = {};
+  std::uint64_t counts_[6] = {};
 };
 
-/// Maps an errno to a cause.
+/// Maps an errno to a cause. EFBIG stands for what is beyond a limit of this library.
 UnreadableCause unreadableCause(int error);
 
 }  // namespace quarn

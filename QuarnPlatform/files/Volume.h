@@ -5,37 +5,55 @@
 #include <string_view>
 
 #include "QuarnPlatform/base/FileDescriptor.h"
+#include "QuarnPlatform/files/AccessTimes.h"
 #include "QuarnPlatform/files/ItemFacts.h"
 #include "QuarnPlatform/files/VolumeSpace.h"
 
 namespace quarn {
 
 /// The purpose of opening an item. All opens are read-only, close-on-exec and non-blocking.
-enum class OpenFor : std::uint8_t { facts, folder, file };
+enum class OpenFor : std::uint8_t { facts, folder };
+
+/// What opening a regular file gave.
+struct OpenedFile {
+  FileDescriptor descriptor;  ///< closed when the file could not be opened
+  std::uint64_t size = 0;     ///< length in bytes
+  int error = 0;              ///< errno when closed: EISDIR for a folder, EINVAL for another special file
+};
 
 /// The system-specific part of a file manager: an open root folder that lookups never leave. Immutable and
 /// thread-safe. Each operating system has its own implementation file.
 class Volume {
  public:
   /// Throws FileError (operation "open volume").
-  explicit Volume(const std::string& hostFolder);
+  explicit Volume(const std::string& hostFolder, AccessTimes accessTimes = AccessTimes::keepIfPermitted);
 
   /// Opens an item by its path on the Mac. On failure, returns a closed descriptor and sets errno.
   [[nodiscard]] FileDescriptor open(std::string_view path, OpenFor purpose, Links links) const;
-  /// The path with all links resolved; absent if a component is missing or there are too many links.
+  /// Opens a regular file by the Mac's path, links followed. Checks the type before opening (opening a device can have
+  /// effects) and opens what it checked, even if the item is replaced meanwhile.
+  [[nodiscard]] OpenedFile openFile(std::string_view path) const;
+  /// The path with every link on the way resolved; absent and errno when anything is missing or there are too many
+  /// links.
   [[nodiscard]] std::optional<std::string> resolve(std::string_view path) const;
   /// The facts of an open item. Absent, with errno set, on failure.
   [[nodiscard]] static std::optional<ItemFacts> facts(int descriptor);
   [[nodiscard]] VolumeSpace space() const;
+  /// Throws FileError (operation "statfs").
+  [[nodiscard]] VolumeMount mount() const;
+  [[nodiscard]] AccessTimes accessTimes() const { return accessTimes_; }
   [[nodiscard]] const std::string& hostFolder() const { return hostFolder_; }
 
   /// The home folder of the current user on the running system.
   static std::string currentHome();
 
  private:
+  [[nodiscard]] FileDescriptor openWith(int purposeFlags, std::string_view path, Links links) const;
+  [[nodiscard]] FileDescriptor openAgain(std::string_view path, const ItemFacts& expected) const;
   [[nodiscard]] FileDescriptor openByWalking(std::string_view path, int flags, Links links) const;
 
   std::string hostFolder_;
+  AccessTimes accessTimes_;
   FileDescriptor root_;
 };
 

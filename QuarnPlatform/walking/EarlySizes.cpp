@@ -1,5 +1,6 @@
 #include "QuarnPlatform/walking/EarlySizes.h"
 
+#include <new>
 #include <system_error>
 
 #include "QuarnPlatform/files/DirectoryReader.h"
@@ -49,7 +50,11 @@ void EarlySizes::work() {
     if (isEnding_) return;
     FoundItems::Block& block = *blocks_[next];
     lock.unlock();
-    readSizes(block);
+    try {
+      readSizes(block);
+    } catch (const std::bad_alloc&) {
+      return;  // the others read the sizes
+    }
     lock.lock();
   }
 }

@@ -52,9 +52,20 @@ void clear(ReadAhead::Folder& folder) {
   folder.firstClaimed = 0;
 }
 
+std::size_t endOf(const FolderListing& listing, std::size_t segment) {
+  return std::min((segment + 1) * kSegment, listing.entries.size());
+}
+
+// The folder could not be opened again, so none of the files can be read.
+void loseSegment(FolderListing& listing, std::size_t segment, int error) {
+  for (std::size_t i = segment * kSegment; i < endOf(listing, segment); ++i) {
+    FolderListing::Entry& entry = listing.entries[i];
+    if (entry.item.type() == FileType::regular && !entry.hasSizes()) entry.sizesError = error;
+  }
+}
+
 void readSegment(const FolderLister& lister, int descriptor, FolderListing& listing, std::size_t segment) {
-  const std::size_t end = std::min((segment + 1) * kSegment, listing.entries.size());
-  lister.readSizes(descriptor, listing, segment * kSegment, end);
+  lister.readSizes(descriptor, listing, segment * kSegment, endOf(listing, segment));
 }
 
 }  // namespace
@@ -81,9 +92,9 @@ struct ReadAhead::Worker {
   std::optional<WalkedFolders::Use> finished;  // of a folder in which nothing is left to do
 };
 
-ReadAhead::ReadAhead(FileDescriptor root, const WalkOptions& options)
+ReadAhead::ReadAhead(FileDescriptor root, const WalkOptions& options, AccessTimes accessTimes)
     : options_(options),
-      folders_(std::move(root)),
+      folders_(std::move(root), accessTimes),
       helperCount_(options.readAheadThreads, HelperCount::furtherCores()),
       root_(std::make_unique<Folder>()),
       worker_(std::make_unique<Worker>(options_)) {
@@ -242,7 +253,10 @@ void ReadAhead::perform(Lock& lock, const Task& task, Worker& worker) {
 void ReadAhead::read(const Task& task, Worker& worker) {
   if (task.parent != nullptr) return listFolder(task, worker);
   const PinnedFolder folder(*task.folder->use);
-  if (folder.descriptor() >= 0) readSegment(worker.lister, folder.descriptor(), task.folder->listing, task.segment);
+  if (folder.descriptor() >= 0) {
+    return readSegment(worker.lister, folder.descriptor(), task.folder->listing, task.segment);
+  }
+  loseSegment(task.folder->listing, task.segment, folder.error());
 }
 
 void ReadAhead::listFolder(const Task& task, Worker& worker) {
@@ -339,6 +353,7 @@ void ReadAhead::recycleLeft() {
 }
 
 void ReadAhead::helpOrWait(Lock& lock) {
+  if (failure_) std::rethrow_exception(failure_);
   if (const std::optional<Task> task = claimNext(*worker_)) return perform(lock, *task, *worker_);
   consumerWaits_ = true;
   forConsumer_.wait(lock);
@@ -362,7 +377,18 @@ void ReadAhead::startHelper() {
   }
 }
 
+// What ends a helper is thrown on the consumer's thread.
 void ReadAhead::help() {
+  try {
+    helpUntilEnd();
+  } catch (...) {
+    const std::lock_guard lock(mutex_);
+    if (!failure_) failure_ = std::current_exception();
+    forConsumer_.notify_one();
+  }
+}
+
+void ReadAhead::helpUntilEnd() {
   Worker worker(options_);
   worker.prepare();
   Lock lock(mutex_);

@@ -22,11 +22,12 @@ SizingScheduler::SizingScheduler(const FileManager& files, const FileURL& root, 
       attribution_(attribution),
       options_(options),
       needsPackages_(attribution.needsPackages()),
-      folders_(files.openDirectory(root, Links::doNotFollow)),
+      folders_(files.openDirectory(root, Links::doNotFollow), files.accessTimes()),
       helperCount_(options.helperCount ? options.helperCount : TreeSizer::makeHelperCount(options.threads)) {}
 
 TreeSizer::Totals SizingScheduler::finish() {
   stopAndJoin();
+  if (failure_) std::rethrow_exception(failure_);
   return totals_;
 }
 
@@ -129,10 +130,22 @@ void SizingScheduler::doCallersWork() {
 void SizingScheduler::startHelper() {
   addBusy(1);
   try {
-    helpers_.emplace_back(helper_);
+    helpers_.emplace_back([this] { help(); });
   } catch (const std::system_error&) {
     addBusy(-1);
     helperCount_->limit(static_cast<unsigned>(helpers_.size()));
+  }
+}
+
+// What ends a helper ends the walk, and is thrown on the calling thread.
+void SizingScheduler::help() {
+  try {
+    helper_();
+  } catch (...) {
+    const std::lock_guard lock(mutex_);
+    if (!failure_) failure_ = std::current_exception();
+    stopped_ = true;
+    changed_.notify_all();
   }
 }
 
@@ -165,7 +178,8 @@ void SizingScheduler::reportUnreadable(const WalkedFolders::Use& folder, int err
 }
 
 void SizingScheduler::report(const std::string& pathBelowRoot, int error) const {
-  files_.readReport()->add(root_.path() == "/" ? pathBelowRoot : root_.path() + pathBelowRoot, error);
+  const std::string path = root_.path() == "/" ? pathBelowRoot : root_.path() + pathBelowRoot;
+  files_.readReport()->add(path.empty() ? "/" : path, error);
 }
 
 }  // namespace quarn

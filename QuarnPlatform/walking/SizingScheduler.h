@@ -3,6 +3,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -89,6 +90,7 @@ class SizingScheduler {
   void wait(std::unique_lock<std::mutex>& lock);
   void doCallersWork();
   void startHelper();
+  void help();
   void addBusy(int threads);
   void stopAndJoin();
 
@@ -111,8 +113,9 @@ class SizingScheduler {
   std::vector<std::shared_ptr<SubFolders>> subFolders_;  // none is empty; the last is taken from first
   std::vector<SizingTask> parts_;                        // taken before subfolders
   TreeSizer::Totals totals_{};
-  int busy_ = 1;          // threads that may still queue something; the caller from the start. 0 only at the end
-  bool stopped_ = false;  // never reset
+  int busy_ = 1;                // threads that may still queue something; the caller from the start. 0 only at the end
+  bool stopped_ = false;        // never reset
+  std::exception_ptr failure_;  // the first of a helper
 
   // The calling thread's; no lock.
   std::function<void()> helper_;

@@ -33,13 +33,17 @@ std::shared_ptr<HelperCount> TreeSizer::makeHelperCount(unsigned threads) {
 
 TreeSizer::Totals TreeSizer::totals(const FileManager& files, const FileURL& root, const Attribution& attribution,
                                     const Attribution::Step& rootStep, const Options& options) {
-  SizingScheduler scheduler(files, root, attribution, options);
-  if (options.cancellation.isCancelled()) return {};
-  scheduler.setHelper([&scheduler] { SizingWorker(scheduler).work(); });
-  SizingWorker caller(scheduler);
-  caller.readRoot(rootStep);
-  caller.work();
-  return scheduler.finish();
+  try {
+    SizingScheduler scheduler(files, root, attribution, options);
+    if (options.cancellation.isCancelled()) return {};
+    scheduler.setHelper([&scheduler] { SizingWorker(scheduler).work(); });
+    SizingWorker caller(scheduler);
+    caller.readRoot(rootStep);
+    caller.work();
+    return scheduler.finish();
+  } catch (const SizeOverflow&) {
+    throw SizeOverflow(root.path());
+  }
 }
 
 ByteCounts TreeSizer::total(const FileManager& files, const FileURL& root, const Options& options) {

@@ -20,7 +20,10 @@ void SizingWorker::readRoot(const Attribution::Step& rootStep) {
   const auto use = std::make_shared<const WalkedFolders::Use>(scheduler_.rootFolder());
   const PinnedFolder pinned(*use);
   SizedFolder root(use, pinned.descriptor(), rootStep);
-  if (const int error = read(root); error != 0) throwFileError(error, "list", scheduler_.root().path());
+  if (const int error = read(root); error != 0) {
+    scheduler_.reportUnreadable(*use, error);
+    throwFileError(error, "list", scheduler_.root().path());
+  }
 }
 
 void SizingWorker::work() {

@@ -22,6 +22,8 @@ constexpr std::array kGlobalOptions{
     OptionRow{.name = "--quiet", .argument = "", .help = "Print no progress and no warnings", .shortName = "-q", .excludes = "--verbose"},
     OptionRow{.name = "--verbose", .argument = "", .help = "Print more detail and every item that could not be read", .shortName = "-v"},
     OptionRow{.name = "--log", .argument = "FILE", .help = "Append diagnostics to FILE, which must not be on the inspected volume", .isHostPath = true},
+    OptionRow{.name = "--forensic", .argument = "", .help = "Read nothing whose access time would change; refuse where that is impossible"},
+    OptionRow{.name = "--no-sandbox", .argument = "", .help = "Do not confine the process to the volume and the output file"},
     OptionRow{.name = "--help", .argument = "", .help = "Print the help of the command", .shortName = "-h"},
     OptionRow{.name = "--version", .argument = "", .help = "Print the version", .shortName = "-V"},
 };
@@ -46,6 +48,9 @@ constexpr std::array kInspectOptions{
     OptionRow{.name = "--no-heuristics", .argument = "", .help = "Do not search by similar names"},
     OptionRow{.name = "--depth", .argument = "N", .help = "Search by name at most N levels deep (default 3)", .isNumber = true, .excludes = "--no-heuristics"},
     OptionRow{.name = "--max-results", .argument = "N", .help = "Stop a search by name after N results (default 50)", .isNumber = true, .excludes = "--no-heuristics"},
+};
+constexpr std::array kSampleOptions{
+    OptionRow{.name = "--hostile", .argument = "", .help = "A volume that tries to hurt its reader: loops, pipes, bombs, odd names"},
 };
 constexpr std::array kPlanOptions{
     OptionRow{.name = "--mode", .argument = "MODE", .help = "cacheOnly, associatedDataOnly, removeApp or aggressive (default removeApp)", .choices = "cacheOnly|associatedDataOnly|removeApp|aggressive"},
@@ -155,7 +160,7 @@ constexpr std::array kCommands{
     CommandRow{.name = "receipts", .summary = "List the installer receipts", .description = "", .positionals = {}, .options = kReceiptsOptions, .examples = kReceiptsExamples, .run = runReceipts, .hasList = true},
     CommandRow{.name = "kexts", .summary = "List the kernel extensions and the apps that they belong to", .description = "", .positionals = {}, .options = kKextsOptions, .examples = kKextsExamples, .run = runKexts, .hasList = true},
     CommandRow{.name = "rpc", .summary = "Serve every operation over JSON-RPC on standard input and output", .description = "", .positionals = {}, .options = kRPCOptions, .examples = kRPCExamples, .run = runRPCCommand},
-    CommandRow{.name = "sample", .summary = "Write a small sample Mac volume", .description = "Writes into a new or empty folder on this machine, never to the inspected volume.", .positionals = kFolder, .options = {}, .examples = kSampleExamples, .run = runSample},
+    CommandRow{.name = "sample", .summary = "Write a small sample Mac volume", .description = "Writes into a new or empty folder on this machine, never to the inspected volume.", .positionals = kFolder, .options = kSampleOptions, .examples = kSampleExamples, .run = runSample},
     CommandRow{.name = "completions", .summary = "Print the completion script for a shell", .description = "", .positionals = kShell, .options = {}, .examples = kCompletionExamples, .run = runCompletions},
     CommandRow{.name = "manual", .summary = "Print the manual page", .description = "", .positionals = {}, .options = {}, .examples = kManualExamples, .run = runManual},
     CommandRow{.name = "help", .summary = "Print the help of a command", .description = "", .positionals = kTopic, .options = {}, .examples = kHelpExamples, .run = runHelp},

@@ -8,13 +8,26 @@ namespace quarn {
 /// True if a host file is below a host folder after resolving links. The file need not exist.
 bool liesInHostFolder(const std::string& file, const std::string& folder);
 
+/// Reads a whole regular file of the host. Never waits for a pipe. Throws FileError: EINVAL for what is not a regular
+/// file, EFBIG beyond `maximumBytes`.
+std::string readHostFile(const std::string& file, std::size_t maximumBytes);
+
 /// Checks that a host file can be written before the work that produces its content: the folder exists and is
 /// writable, and the path is not a folder. Writes nothing. Throws FileError.
 void checkHostFile(const std::string& file);
 
+/// What `writeHostFile` changes: the folder in which it creates the file, or the file itself if it is not a regular
+/// file.
+std::string writtenPlace(const std::string& file);
+
 /// Writes a host file completely or not at all: writes a temporary file beside it and renames it. Follows symbolic
 /// links and keeps the permissions of an existing file. If the path exists and is not a regular file (a terminal, a
-/// pipe, /dev/null), writes to it directly. On an error, throws FileError and removes the temporary file.
+/// pipe, /dev/null), writes to it directly. On an error, throws FileError and removes the temporary file;
+/// so do SIGINT, SIGTERM and SIGHUP. One thread at a time.
 void writeHostFile(const std::string& file, std::string_view content);
+
+/// Removes the file that an unfinished `writeHostFile` is writing, if there is one. For a process that is about to end;
+/// safe in a signal handler.
+void removeUnfinishedFile();
 
 }  // namespace quarn

@@ -54,6 +54,9 @@ struct Message {
 /// batch.
 inline constexpr std::size_t kMostCallsInABatch = 10'000;
 
+/// Bytes of a batch's answers from which on its further requests are refused: every answer is held until the last.
+inline constexpr std::size_t kMostAnswerBytesInABatch = std::size_t{32} << 20;
+
 /// Maximum number of values in a line, counted before parsing. A value takes about a hundred bytes of memory, and a
 /// line may hold one value in three bytes. Typical requests have one value per thirty bytes.
 inline constexpr std::size_t kMostValuesInALine = 4'000'000;

@@ -30,7 +30,8 @@ using Dispatcher = std::function<nlohmann::ordered_json(const std::string& metho
 /// away, all requests are cancelled.
 ///
 /// Returns 0, or the errno of a response that could not be written; a closed output is not an error. Throws
-/// std::system_error if the process cannot open a descriptor or start a thread.
+/// std::system_error if the process cannot open a descriptor. If it cannot start a thread, requests run on
+/// the calling one.
 int serve(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits = {});
 
 }  // namespace quarn

@@ -39,8 +39,8 @@ AppInspectionService Services::appInspection(const Cancellation& cancellation) c
   const ReceiptScanner receipts = ReceiptScanner::answering(ReceiptSnapshot::of(polled));
   const KernelExtensionService extensions = KernelExtensionService::snapshot(polled, fileSizeCalculator);
   return AppInspectionService(
-      artifactScanner(), uninstallerDiscovery, entitlementsReader, LaunchdScanner::snapshot(polled), receipts,
-      deepInspector(),
+      artifactScanner(), uninstallerDiscovery, EntitlementsReader::snapshot(polled), LaunchdScanner::snapshot(polled),
+      receipts, deepInspector(),
       KernelExtensionAssociationService(vendorProfiles(), receipts, extensions, files.homeDirectory(), files),
       fileSizeCalculator, files);
 }

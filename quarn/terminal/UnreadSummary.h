@@ -37,6 +37,9 @@ std::string_view causeID(UnreadableCause cause);
 /// "3 items: permission denied".
 std::string causeLine(const UnreadSummary::Cause& cause);
 
+/// "other: /Library/x: Input/output error"; the error is left out where the cause says it all.
+std::string itemLine(const UnreadableItem& item);
+
 /// The member "unreadable" of every document: the total, the count of each cause, and the items.
 nlohmann::ordered_json toJSON(const UnreadSummary& summary);
 
