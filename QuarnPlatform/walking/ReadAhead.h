@@ -79,7 +79,7 @@ class ReadAhead {
   };
 
   /// Lists the root.
-  ReadAhead(FileDescriptor root, const WalkOptions& options, AccessTimes accessTimes);
+  ReadAhead(FileDescriptor root, const WalkOptions& options, AccessTimes accessTimes = AccessTimes::keepIfPermitted);
   /// Every folder that was given to the consumer must have been taken back.
   ~ReadAhead();
   ReadAhead(const ReadAhead&) = delete;

@@ -227,7 +227,7 @@ TEST(PreciseSizeDiagnostics, SystemDataLogsItsExclusions) {
 }
 
 // Each root fits, the two together do not. No disk has such files, a file system in memory does.
-TEST(PartitionedScanDeathTest, OverflowingTotalsOfSeveralRootsTerminateTheProgram) {
+TEST(PartitionedScanOverflow, TotalsOfSeveralRootsThatDoNotFitAreAnError) {
   MacVolume volume = volumeInMemory();
   constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
   volume.sparse("~/Pictures/a", kMost).folder("~/Movies");
@@ -240,7 +240,7 @@ TEST(PartitionedScanDeathTest, OverflowingTotalsOfSeveralRootsTerminateTheProgra
   };
   EXPECT_EQ(scanned()[bucketOf(Category::photos)].logicalBytes, kMost);
   volume.sparse("~/Movies/a", 1);
-  EXPECT_DEATH((void)scanned(), "overflowed");
+  EXPECT_THROW((void)scanned(), SizeOverflow);
 }
 
 }  // namespace

@@ -620,7 +620,7 @@ TEST(Command, VendorsCheckDoesNotWaitForAPipe) {
   folder.fifo("/profiles/pipe.json");
   const CommandRun run = runQuarn({"vendors", "check", folder.root() + "/profiles"});
   EXPECT_EQ(run.exitCode, 1);
-  EXPECT_THAT(run.out, HasSubstr("no regular file"));
+  EXPECT_THAT(run.out, HasSubstr("not a regular file"));
 }
 
 TEST(Command, ALogThatTheDiskDoesNotTakeIsSaid) {
