@@ -63,6 +63,11 @@ EntitlementsInfo entitlementsOfApp(const FileManager& files, const FileURL& app)
   return {.applicationGroups = readApplicationGroups(sourceOf(program->file))};
 }
 
+std::string teamOfApp(const FileManager& files, const FileURL& app) {
+  const std::optional<Program> program = mainExecutable(files, app);
+  return program ? quarn::readTeamIdentifier(sourceOf(program->file)) : std::string();
+}
+
 /// What programs hold, by device and inode.
 class KnownPrograms {
  public:
@@ -94,12 +99,14 @@ class KnownPrograms {
 }  // namespace
 
 EntitlementsReader EntitlementsReader::live(FileManager files) {
-  return {.readEntitlements = [files = std::move(files)](const FileURL& app) { return entitlementsOfApp(files, app); }};
+  return {.readEntitlements = [files](const FileURL& app) { return entitlementsOfApp(files, app); },
+          .readTeamIdentifier = [files](const FileURL& app) { return teamOfApp(files, app); }};
 }
 
 EntitlementsReader EntitlementsReader::snapshot(FileManager files) {
-  return {.readEntitlements = [files = std::move(files), programs = std::make_shared<KnownPrograms>()](
-                                  const FileURL& app) { return programs->of(files, app); }};
+  return {.readEntitlements = [files, programs = std::make_shared<KnownPrograms>()](
+                                  const FileURL& app) { return programs->of(files, app); },
+          .readTeamIdentifier = [files](const FileURL& app) { return teamOfApp(files, app); }};
 }
 
 }  // namespace quarn
