@@ -23,7 +23,7 @@ endfunction()
 quarn_public_headers(
   QuarnPlatform
   base/ByteCounts.h base/Cancellable.h base/Cancellation.h base/FileDescriptor.h base/FileError.h base/RecordHash.h base/Required.h
-  files/FileManager.h files/ItemFacts.h
+  files/AccessTimes.h files/FileManager.h files/ItemFacts.h
   files/ReadReport.h files/VolumeSpace.h paths/FileURL.h paths/Path.h paths/PathTrie.h resources/Localization.h
   resources/ResourceBundle.h text/Text.h)
 quarn_public_headers(

@@ -248,6 +248,7 @@ TEST(TopFilesRecursively, CancelledBeforeARootNothingMoreIsSearched) {
   EXPECT_THAT(volume.service().topFilesRecursively(volume.urls({"/f"}), kAll, cancellation), IsEmpty());
 }
 
+// The package is left out: its sizing was cut short, and a partial size is wrong.
 TEST(TopFilesRecursively, CancellationReturnsThePartialResult) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 1).folder("/f/b.app").sparse("/f/c", 4).sparse("/g/d", 8);
@@ -261,7 +262,7 @@ TEST(TopFilesRecursively, CancellationReturnsThePartialResult) {
   EXPECT_THAT(
       names(
           TopItemsService(sizes, volume.files()).topFilesRecursively(volume.urls({"/f", "/g"}), options, cancellation)),
-      ElementsAre("b.app", "a"));
+      ElementsAre("a"));
 }
 
 TEST(TopFilesRecursively, NamesAndUrlsSurviveAnyBytes) {

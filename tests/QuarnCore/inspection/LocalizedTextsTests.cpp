@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "QuarnCore/ownership/Ownership.h"
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/resources/Localization.h"
@@ -135,14 +136,23 @@ Texts planTexts(const MacVolume& volume) {
   return texts;
 }
 
+Texts ownershipTexts() {
+  Texts texts;
+  for (const EvidenceKind kind : allCases<EvidenceKind>()) texts.push_back(evidenceSentence(kind));
+  for (const OrphanKind kind : allCases<OrphanKind>()) texts.push_back(orphanSentence(kind));
+  return texts;
+}
+
 // An untranslated sentence appears without the mark.
-TEST(LocalizedTexts, EverySentenceOfTheCatalogueIsUsedByDiscoveryOrAPlan) {
+TEST(LocalizedTexts, EverySentenceOfTheCatalogueIsUsedByDiscoveryAPlanOrTheOwnershipMap) {
   MacVolume volume;
   fill(volume);
   const MarkedLanguage language;
   Texts texts = discoveryTexts(volume);
   const Texts ofPlans = planTexts(volume);
   texts.insert(texts.end(), ofPlans.begin(), ofPlans.end());
+  const Texts ofOwnership = ownershipTexts();
+  texts.insert(texts.end(), ofOwnership.begin(), ofOwnership.end());
   for (const std::string& sentence : language.sentences()) {
     const std::string beginning = sentence.substr(0, sentence.find('%'));
     std::size_t marked = 0;

@@ -252,8 +252,8 @@ TEST(BillOfMaterials, APathBeyondTheLimitIsLeftOutWithAllBelowIt) {
   bill.entry(7, 1, std::string(limits::kRecordPathBytes, 'l'), bill.fileRecord());
   const auto paths = pathsOf(bill.bytes());
   ASSERT_EQ(paths.size(), 2U);
-  EXPECT_EQ(paths[0].size(), limits::kRecordPathBytes - 1);
-  EXPECT_EQ(paths[1].size(), limits::kRecordPathBytes);
+  EXPECT_EQ(paths[0], std::string(limits::kRecordPathBytes, 'l'));
+  EXPECT_EQ(paths[1], std::string(limits::kRecordPathBytes - 1, 'n'));
 }
 
 /// A bill of raw blocks, numbered from 1; valid except for the fields that a test sets.

@@ -32,8 +32,8 @@ CommandRun runOnSample(std::vector<std::string> words, std::string_view input = 
 CommandRun runOnTerminal(const std::string& program, const std::vector<std::string>& words, unsigned short columns,
                          const std::vector<std::string>& environment = {});
 
-/// The host folder of the sample volume, for reading only. All tests of a ctest run share the one that QUARN_TEST_SAMPLE in
-/// the environment names; without that variable the process writes its own.
+/// The host folder of the sample volume, for reading only. All tests of a ctest run share the one that
+/// QUARN_TEST_SAMPLE in the environment names; without that variable the process writes its own.
 const std::string& sampleFolder();
 
 }  // namespace quarn

@@ -149,7 +149,7 @@ TEST(FewDescriptors, AResultIsWholeOrSaidToBeIncomplete) {
     for (int limit = 4; limit <= 20; ++limit) {
       SCOPED_TRACE(textOf(words) + std::to_string(limit));
       Words limited{"-c",           "ulimit -n " + std::to_string(limit) + " && exec \"$0\" \"$@\"",
-                    quarnProgram(),  "--volume",
+                    quarnProgram(), "--volume",
                     sampleFolder(), "--home",
                     "/Users/ann"};
       limited.insert(limited.end(), words.begin(), words.end());
