@@ -55,7 +55,7 @@ class Builder {
 
  private:
   // A place and every folder around it belong to everybody.
-  void addSharedPath(std::string path) {
+  void addSharedPath(std::string_view path) {
     for (std::string_view rest = path; rest.size() > 1; rest = path::parent(rest)) {
       if (!sharedPaths_.emplace(rest).second) return;
     }

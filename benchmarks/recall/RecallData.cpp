@@ -20,12 +20,16 @@ namespace {
 
 constexpr std::string_view kBundleEnding = ".app";
 
+[[noreturn]] void refuse(const std::string& file, const std::string& line) {
+  throw std::runtime_error(file + ": a line has fewer than four columns: " + line);
+}
+
 std::array<std::string, 4> columnsOf(const std::string& line, const std::string& file) {
   std::array<std::string, 4> columns;
   std::size_t begin = 0;
   for (std::size_t i = 0; i < columns.size(); ++i) {
     const std::size_t end = i + 1 < columns.size() ? line.find('\t', begin) : line.size();
-    if (end == std::string::npos) throw std::runtime_error(file + ": a line has fewer than four columns: " + line);
+    if (end == std::string::npos) refuse(file, line);
     columns[i] = line.substr(begin, end - begin);
     begin = end + 1;
   }
@@ -70,6 +74,7 @@ std::vector<ListedApp> readApps(const std::string& file) {
     paths[{withoutEnding(app), identifier}].insert(absolute(path));
   }
   std::vector<ListedApp> apps;
+  apps.reserve(paths.size());
   for (const auto& [app, listed] : paths) {
     apps.push_back({.name = app.first,
                     .bundleIdentifier = app.second,

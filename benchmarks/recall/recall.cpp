@@ -194,7 +194,8 @@ Score scoreMap(const Apps& apps, const RecallVolume& volume, const OwnershipMap&
 
 OrphanScore scoreOrphans(const Apps& apps, const RecallVolume& volume, const OwnershipMap& map) {
   OrphanScore score;
-  for (const auto& [path, listing] : volume.paths()) {
+  for (const auto& listed : volume.paths()) {
+    const auto& [path, listing] = listed;
     const bool isInstalled =
         std::any_of(listing.begin(), listing.end(), [&](std::size_t app) { return volume.isInstalled(app); });
     const Ownership ownership = map.owners(FileURL(path));
@@ -209,7 +210,7 @@ OrphanScore scoreOrphans(const Apps& apps, const RecallVolume& volume, const Own
     }
     const bool isSiblings =
         std::any_of(ownership.owners.begin(), ownership.owners.end(), [&](const OwnershipClaim& claim) {
-          return hasVendor(apps, listing, apps[volume.appAt(claim.bundleURL.path())].vendor);
+          return hasVendor(apps, listed.second, apps[volume.appAt(claim.bundleURL.path())].vendor);
         });
     score.found.add(isOrphaned || isSiblings);
     if (!isOrphaned && !isSiblings && misses) {

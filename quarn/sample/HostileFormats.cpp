@@ -143,8 +143,9 @@ void writeProgramBombs(const VolumeWriter& volume) {
   for (int i = 1; i < 20; ++i) {
     const std::string name = "Bloated " + std::to_string(i);
     volume.file("/Applications/" + name + ".app/Contents/Info.plist", "");
-    volume.hardLink("/Applications/" + name + ".app/Contents/MacOS/" + name,
-                    "/Applications/Bloated.app/Contents/MacOS/Bloated");
+    std::string program = "/Applications/" + name + ".app/Contents/MacOS/";
+    program += name;
+    volume.hardLink(program, "/Applications/Bloated.app/Contents/MacOS/Bloated");
   }
   app(volume, "Groups", signedMachO({.groups = {"../../outside", "/etc", "", std::string(kMegabyte, 'g')}}));
   app(volume, "Slices", "\xCA\xFE\xBA\xBE" + std::string(4096, '\xFF'));

@@ -140,7 +140,9 @@ void writeOddNames(const VolumeWriter& volume) {
                          "\xF0\x9F\x92\xA9"s,
                          std::string(kLongestName, 'n')};
   for (const std::string& name : names) {
-    tryFile(volume, kHome + "/Documents/" + name);
+    std::string document = kHome + "/Documents/";
+    document += name;
+    tryFile(volume, document);
     tryFile(volume, kHome + "/Library/Caches/com.example.good." + name.substr(0, 200));
     tryFile(volume, "/Applications/" + name.substr(0, 240) + ".app/Contents/PkgInfo");
   }
