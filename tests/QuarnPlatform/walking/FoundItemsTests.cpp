@@ -1,3 +1,4 @@
+#include <chrono>
 #include <string>
 #include <thread>
 
@@ -64,13 +65,12 @@ class EarlySizesTests : public ::testing::Test {
  protected:
   [[nodiscard]] FileDescriptor open() const { return volume.files().openDirectory(FileURL("/t"), Links::doNotFollow); }
 
-  /// How far one reading comes is open, so it is repeated until the first block has been read.
-  static void readFirstBlock(int descriptor, FoundItems& items) {
-    const std::size_t count = items.fullBlock(0).items.size();
-    while (items.fullBlock(0).sizes.size() != count) {
+  /// `finish` may stop the thread anywhere. Repeats the reading, with more time each time, until it reaches `lastFile`.
+  static void readUpTo(std::size_t lastFile, int descriptor, FoundItems& items) {
+    for (auto time = std::chrono::milliseconds(1); items.sizes(lastFile) == FoundItems::kNoSizes; time *= 2) {
       EarlySizes early(descriptor);
       early.add(items);
-      std::this_thread::yield();
+      std::this_thread::sleep_for(time);
       early.finish();
     }
   }
@@ -91,7 +91,8 @@ TEST_F(EarlySizesTests, FilesHaveTheirOwnSizesAndNothingElseHas) {
     items.add(numbered(i), type, false);
   }
   items.add("behind", FileType::regular, false);
-  readFirstBlock(open().get(), items);
+  const std::size_t lastOfBlock = items.fullBlock(0).items.size() - 1;
+  readUpTo(lastOfBlock - lastOfBlock % 4, open().get(), items);
   for (std::size_t i = 0; i + 1 < items.size(); ++i) {
     const ByteCounts expected = i % 4 == 0
                                     ? ByteCounts{.allocatedBytes = 0, .logicalBytes = static_cast<std::int64_t>(i) + 1}

@@ -25,11 +25,14 @@ const std::vector<Words>& commands() {
 /// Runs the command on the sample volume with the shim preloaded; `fault` as the shim takes it.
 class FaultyRun {
  public:
+  // The loader separates the names in LD_PRELOAD by spaces, and the build may be in a folder with spaces in its name.
+  FaultyRun() { std::filesystem::create_symlink(QUARN_FAULT_SHIM, shim_); }
+
   CommandRun operator()(Words words, const std::string& fault) {
     std::filesystem::remove(mark_);
     words.insert(words.begin(), {"--volume", sampleFolder(), "--home", "/Users/ann", "--no-sandbox"});
     return runQuarn(words, "",
-                    {"LD_PRELOAD=" QUARN_FAULT_SHIM, "QUARN_FAULT=" + fault, "QUARN_FAULT_MARK=" + mark_,
+                    {"LD_PRELOAD=" + shim_, "QUARN_FAULT=" + fault, "QUARN_FAULT_MARK=" + mark_,
                      "ASAN_OPTIONS=verify_asan_link_order=0"});
   }
   /// How many calls failed in the last run.
@@ -42,6 +45,7 @@ class FaultyRun {
  private:
   MacVolume folder_;
   std::string mark_ = folder_.root() + "/mark";
+  std::string shim_ = folder_.root() + "/faults.so";
 };
 
 struct Fault {
