@@ -8,7 +8,7 @@ namespace quarn {
 namespace {
 
 // clang-format off
-constexpr std::array<std::pair<int, std::string_view>, 24> kErrnoNames{{
+constexpr std::array<std::pair<int, std::string_view>, 25> kErrnoNames{{
     {EPERM, "EPERM"},
     {ENOENT, "ENOENT"},
     {EINTR, "EINTR"},
@@ -16,6 +16,7 @@ constexpr std::array<std::pair<int, std::string_view>, 24> kErrnoNames{{
     {ENXIO, "ENXIO"},
     {EBADF, "EBADF"},
     {EAGAIN, "EAGAIN"},
+    {EDEADLK, "EDEADLK"},
     {ENOMEM, "ENOMEM"},
     {EACCES, "EACCES"},
     {EBUSY, "EBUSY"},

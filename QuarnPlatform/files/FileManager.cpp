@@ -79,16 +79,21 @@ FileDescriptor FileManager::open(const std::string& path, OpenFor use, Links lin
 // Reports the deepest path component that can still be looked up. So one folder without search permission counts
 // once, however many items below it are looked up.
 void FileManager::noteDenial(std::string_view path, int error) const {
-  if (error != EACCES && error != EPERM) return;
-  while (path != "/" && !volume_->open(std::string(path), OpenFor::facts, Links::follow).isOpen()) {
+  if (error != EACCES && error != EPERM && error != EDEADLK) return;
+  while (path != "/" && !volume_->facts(path, Links::follow)) {
     path = path::parent(path);
   }
   report_->add(std::string(path), error);
 }
 
 std::optional<ItemFacts> FileManager::facts(const FileURL& url, Links links) const {
-  const FileDescriptor item = open(url.path(), OpenFor::facts, links);
-  return item.isOpen() ? Volume::facts(item.get()) : std::nullopt;
+  std::optional<ItemFacts> found = volume_->facts(url.path(), links);
+  if (!found && report_) {
+    const int error = errno;
+    noteDenial(url.path(), error);
+    errno = error;
+  }
+  return found;
 }
 
 ItemFacts FileManager::requireFacts(const FileURL& url, Links links) const {
@@ -97,9 +102,7 @@ ItemFacts FileManager::requireFacts(const FileURL& url, Links links) const {
   return *found;
 }
 
-bool FileManager::itemExists(const FileURL& url) const {
-  return open(url.path(), OpenFor::facts, Links::follow).isOpen();
-}
+bool FileManager::itemExists(const FileURL& url) const { return facts(url, Links::follow).has_value(); }
 
 bool FileManager::isDirectory(const FileURL& url) const {
   const std::optional<ItemFacts> found = facts(url, Links::doNotFollow);
@@ -209,7 +212,8 @@ std::optional<std::string> FileManager::readFileIfPossible(const FileURL& url, s
   if (!file || file->size() > maximumBytes) return std::nullopt;
   try {
     return file->read(0, static_cast<std::size_t>(file->size()));
-  } catch (const FileError&) {
+  } catch (const FileError& unreadable) {
+    if (report_) report_->add(url.path(), unreadable.error());
     return std::nullopt;
   }
 }

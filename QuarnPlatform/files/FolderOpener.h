@@ -28,8 +28,12 @@ class FolderOpener {
   [[nodiscard]] OpenedFolder open(int parent, const char* name) const;
 
  private:
-  DeviceCheck check_;
+  [[maybe_unused]] DeviceCheck check_;  // one system has but one check
   std::uint64_t device_;
 };
+
+/// Opens the folder `name` (NUL-terminated) of the open folder `parent` for looking items up below it, which takes the
+/// right to search it and not the right to list it; never through a link. Closed, and errno, when that fails.
+FileDescriptor openForSearch(int parent, const char* name);
 
 }  // namespace quarn

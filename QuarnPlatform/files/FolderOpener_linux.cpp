@@ -14,6 +14,7 @@ namespace quarn {
 namespace {
 
 constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+constexpr int kSearchOnly = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 int openOnSameMount(int parent, const char* name) {
   open_how how{};
@@ -54,6 +55,10 @@ OpenedFolder FolderOpener::open(int parent, const char* name) const {
   OpenedFolder folder = opened(::openat(parent, name, kFlags));
   if (folder.descriptor.isOpen() && deviceOf(folder.descriptor.get()) != device_) return {FileDescriptor(), EXDEV};
   return folder;
+}
+
+FileDescriptor openForSearch(int parent, const char* name) {
+  return FileDescriptor(::openat(parent, name, kSearchOnly));
 }
 
 }  // namespace quarn

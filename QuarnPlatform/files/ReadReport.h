@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <set>
@@ -10,7 +11,16 @@
 namespace quarn {
 
 /// The reason why an item could not be read.
-enum class UnreadableCause : std::uint8_t { permission, vanished, otherDevice, loop, other };
+enum class UnreadableCause : std::uint8_t {
+  permission,
+  vanished,
+  otherDevice,
+  loop,
+  other,
+  privacy,      ///< macOS: privacy protection refused it
+  onlyInCloud,  ///< macOS: the content is not on the disk, and downloads are refused
+};
+inline constexpr std::size_t kUnreadableCauses = 7;
 
 /// A folder or item that a walk or a lookup skipped.
 struct UnreadableItem {
@@ -44,10 +54,10 @@ class ReadReport {
   std::vector<UnreadableItem> items_;
   std::set<std::pair<UnreadableCause, std::string>> known_;  ///< causes and paths of the kept items
   std::size_t keptBytes_ = 0;
-  std::uint64_t counts_[5] = {};
+  std::uint64_t counts_[kUnreadableCauses] = {};
 };
 
-/// Maps an errno to a cause.
+/// Maps an errno to a cause. One file per operating system.
 UnreadableCause unreadableCause(int error);
 
 }  // namespace quarn

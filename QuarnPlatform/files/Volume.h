@@ -11,7 +11,7 @@
 namespace quarn {
 
 /// The purpose of opening an item. All opens are read-only, close-on-exec and non-blocking.
-enum class OpenFor : std::uint8_t { facts, folder, file };
+enum class OpenFor : std::uint8_t { folder, file };
 
 /// The system-specific part of a file manager: an open root folder that lookups never leave. Immutable and
 /// thread-safe. Each operating system has its own implementation file.
@@ -24,6 +24,8 @@ class Volume {
   [[nodiscard]] FileDescriptor open(std::string_view path, OpenFor purpose, Links links) const;
   /// The path with all links resolved; absent if a component is missing or there are too many links.
   [[nodiscard]] std::optional<std::string> resolve(std::string_view path) const;
+  /// The facts of the item at the Mac's path; it need not be readable. Absent, with errno set, on failure.
+  [[nodiscard]] std::optional<ItemFacts> facts(std::string_view path, Links links) const;
   /// The facts of an open item. Absent, with errno set, on failure.
   [[nodiscard]] static std::optional<ItemFacts> facts(int descriptor);
   [[nodiscard]] VolumeSpace space() const;
@@ -33,6 +35,7 @@ class Volume {
   static std::string currentHome();
 
  private:
+  [[nodiscard]] FileDescriptor openWithFlags(std::string_view path, int flags, Links links) const;
   [[nodiscard]] FileDescriptor openByWalking(std::string_view path, int flags, Links links) const;
 
   std::string hostFolder_;

@@ -20,14 +20,14 @@ namespace {
 
 constexpr std::size_t kLongestSystemPath = 4095;
 constexpr int kAttemptsWhileRenamed = 8;
+constexpr int kLookOnly = O_PATH | O_CLOEXEC;
 
 int flagsFor(OpenFor purpose) {
   switch (purpose) {
-    case OpenFor::facts: return O_PATH | O_CLOEXEC;
     case OpenFor::folder: return O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
     case OpenFor::file: return O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   }
-  return O_PATH | O_CLOEXEC;
+  return O_RDONLY | O_CLOEXEC;
 }
 
 FileType typeOf(mode_t mode) {
@@ -72,11 +72,20 @@ Volume::Volume(const std::string& hostFolder) : hostFolder_(hostFolder) {
 }
 
 FileDescriptor Volume::open(std::string_view path, OpenFor purpose, Links links) const {
+  return openWithFlags(path, flagsFor(purpose), links);
+}
+
+std::optional<ItemFacts> Volume::facts(std::string_view path, Links links) const {
+  const FileDescriptor item = openWithFlags(path, kLookOnly, links);
+  return item.isOpen() ? facts(item.get()) : std::nullopt;
+}
+
+FileDescriptor Volume::openWithFlags(std::string_view path, int flags, Links links) const {
   if (holdsNul(path)) {
     errno = ENOENT;
     return {};
   }
-  const int flags = flagsFor(purpose) | (links == Links::doNotFollow ? O_NOFOLLOW : 0);
+  if (links == Links::doNotFollow) flags |= O_NOFOLLOW;
   if (path.size() < kLongestSystemPath) {
     FileDescriptor opened(openInRoot(root_.get(), "." + std::string(path), flags));
     if (opened.isOpen() || !needsWalking(errno)) return opened;
@@ -95,8 +104,7 @@ FileDescriptor Volume::openByWalking(std::string_view path, int flags, Links lin
 std::optional<std::string> Volume::resolve(std::string_view path) const {
   if (holdsNul(path)) return std::nullopt;
   if (path.size() < kLongestSystemPath) {
-    const int flags = flagsFor(OpenFor::facts);
-    const FileDescriptor item(openInRoot(root_.get(), "." + std::string(path), flags, RESOLVE_NO_SYMLINKS));
+    const FileDescriptor item(openInRoot(root_.get(), "." + std::string(path), kLookOnly, RESOLVE_NO_SYMLINKS));
     if (item.isOpen() && path.starts_with('/') && path::isPlain(path)) return std::string(path);
     if (!item.isOpen() && errno != ELOOP && !needsWalking(errno)) return std::nullopt;
   }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "QuarnPlatform/base/BriefLock.h"
+#include "QuarnPlatform/base/HelperThread.h"
 #include "QuarnPlatform/files/Packages.h"
 
 namespace quarn {
@@ -363,6 +364,7 @@ void ReadAhead::startHelper() {
 }
 
 void ReadAhead::help() {
+  becomeHelperThread();
   Worker worker(options_);
   worker.prepare();
   Lock lock(mutex_);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/base/HelperThread.h"
 #include "QuarnPlatform/files/ReadReport.h"
 
 namespace quarn {
@@ -129,7 +130,10 @@ void SizingScheduler::doCallersWork() {
 void SizingScheduler::startHelper() {
   addBusy(1);
   try {
-    helpers_.emplace_back(helper_);
+    helpers_.emplace_back([this] {
+      becomeHelperThread();
+      helper_();
+    });
   } catch (const std::system_error&) {
     addBusy(-1);
     helperCount_->limit(static_cast<unsigned>(helpers_.size()));

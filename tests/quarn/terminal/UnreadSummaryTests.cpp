@@ -11,7 +11,7 @@ namespace {
 TEST(UnreadSummary, CountsByCauseInAFixedOrder) {
   ReadReport report;
   report.add("/a", EACCES);
-  report.add("/b", EPERM);
+  report.add("/b", EACCES);
   report.add("/c", ENOENT);
   report.addOtherDevice("/d");
   report.add("/e", ELOOP);
@@ -21,7 +21,9 @@ TEST(UnreadSummary, CountsByCauseInAFixedOrder) {
   for (const UnreadSummary::Cause& cause : summary.causes) lines.push_back(causeLine(cause));
   EXPECT_EQ(lines, (std::vector<std::string>{"2 items: permission denied", "1 item: vanished while being read",
                                              "1 item: on another device, not entered", "1 item: symbolic link loop",
-                                             "1 item: could not be read"}));
+                                             "1 item: could not be read",
+                                             "0 items: refused by privacy protection; grant Full Disk Access",
+                                             "0 items: only in the cloud, not downloaded"}));
   EXPECT_EQ(summary.count(), 6U);
 }
 
@@ -48,10 +50,12 @@ TEST(UnreadSummary, JSONHasTheCountsOfEveryCauseAndTheItems) {
   ReadReport report;
   report.addOtherDevice("/Volumes/Backup");
   report.add("/closed\xFF", EACCES);
-  EXPECT_EQ(toJSON(unreadSummary(report)).dump(),
-            R"({"count":2,"causes":{"permission":1,"vanished":0,"otherDevice":1,"loop":0,"other":0},"items":[)"
-            R"({"path":"/Volumes/Backup","cause":"otherDevice","errno":0,"name":""},)"
-            "{\"path\":\"/closed\xEF\xBF\xBD\",\"cause\":\"permission\",\"errno\":13,\"name\":\"EACCES\"}]}");
+  EXPECT_EQ(
+      toJSON(unreadSummary(report)).dump(),
+      R"({"count":2,"causes":{"permission":1,"vanished":0,"otherDevice":1,"loop":0,"other":0,"privacy":0,"onlyInCloud":0},)"
+      R"("items":[)"
+      R"({"path":"/Volumes/Backup","cause":"otherDevice","errno":0,"name":""},)"
+      "{\"path\":\"/closed\xEF\xBF\xBD\",\"cause\":\"permission\",\"errno\":13,\"name\":\"EACCES\"}]}");
 }
 
 }  // namespace

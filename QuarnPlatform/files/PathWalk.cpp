@@ -1,3 +1,5 @@
+#include "QuarnPlatform/files/PathWalk.h"
+
 #include <cerrno>
 #include <deque>
 #include <utility>
@@ -6,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "QuarnPlatform/files/PathWalk.h"
+#include "QuarnPlatform/files/FolderOpener.h"
 #include "QuarnPlatform/paths/Path.h"
 
 namespace quarn {
@@ -14,21 +16,11 @@ namespace {
 
 // macOS reports a loop after as many expansions.
 constexpr int kMaximumLinkExpansions = 33;
-constexpr int kLookOnly = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+constexpr std::size_t kLongestLink = 4096;
 
-bool isFolder(int item) {
-  struct stat status {};
-  return ::fstat(item, &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-bool isLink(int item) {
-  struct stat status {};
-  return ::fstat(item, &status) == 0 && S_ISLNK(status.st_mode);
-}
-
-std::optional<std::string> linkTarget(int link) {
-  std::string target(4096, '\0');
-  const ssize_t length = ::readlinkat(link, "", target.data(), target.size());
+std::optional<std::string> linkTarget(int folder, const char* name) {
+  std::string target(kLongestLink, '\0');
+  const ssize_t length = ::readlinkat(folder, name, target.data(), target.size());
   if (length <= 0) return std::nullopt;
   target.resize(static_cast<std::size_t>(length));
   return target;
@@ -45,9 +37,8 @@ class PathWalk {
     while (!pending_.empty()) {
       const std::string name = std::move(pending_.front());
       pending_.pop_front();
-      if (!step(name)) return std::nullopt;
+      if (!enterItem() || !step(name)) return std::nullopt;
     }
-    if (!item_.isOpen()) return std::nullopt;
     return end();
   }
 
@@ -60,23 +51,25 @@ class PathWalk {
   }
 
   void toRoot() {
-    item_ = open(root_, ".");
-    names_.clear();
+    inside_ = openForSearch(root_, ".");
     folder_.reset();
+    names_.clear();
   }
 
-  static FileDescriptor open(int folder, const char* name) { return FileDescriptor(::openat(folder, name, kLookOnly)); }
+  // Every next name asks for a folder, "." too.
+  bool enterItem() {
+    if (!inside_.isOpen() && folder_.isOpen()) inside_ = openForSearch(folder_.get(), names_.back().c_str());
+    return inside_.isOpen();
+  }
 
   bool step(const std::string& name) {
-    if (name == "." || name == "..") {
-      if (!isFolder(item_.get())) return fails(ENOTDIR);
-      return name == "." || toParent();
-    }
-    FileDescriptor next = open(item_.get(), name.c_str());
-    if (!next.isOpen()) return false;
+    if (name == ".") return true;
+    if (name == "..") return toParent();
+    struct stat status {};
+    if (::fstatat(inside_.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
     const bool isLast = pending_.empty();
-    if (isLink(next.get()) && (!isLast || links_ == Links::follow)) return expand(next.get());
-    folder_ = std::exchange(item_, std::move(next));
+    if (S_ISLNK(status.st_mode) && (!isLast || links_ == Links::follow)) return expand(name);
+    folder_ = std::move(inside_);
     names_.push_back(name);
     return true;
   }
@@ -87,13 +80,16 @@ class PathWalk {
     names_.pop_back();
     wentUp_ = true;
     folder_.reset();
-    item_ = names_.empty() ? open(root_, ".") : open(item_.get(), "..");
-    return item_.isOpen();
+    inside_ = openForSearch(names_.empty() ? root_ : inside_.get(), names_.empty() ? "." : "..");
+    return inside_.isOpen();
   }
 
-  bool expand(int link) {
-    const std::optional<std::string> target = linkTarget(link);
-    if (!target || ++expansions_ > kMaximumLinkExpansions) return fails(ELOOP);
+  bool expand(const std::string& link) {
+    const std::optional<std::string> target = linkTarget(inside_.get(), link.c_str());
+    if (!target || ++expansions_ > kMaximumLinkExpansions) {
+      errno = ELOOP;
+      return false;
+    }
     if (target->starts_with('/')) toRoot();
     putFirst(*target);
     return true;
@@ -108,23 +104,18 @@ class PathWalk {
   }
 
   FileDescriptor wayDown() {
-    FileDescriptor folder = open(root_, ".");
+    FileDescriptor folder = openForSearch(root_, ".");
     for (std::size_t i = 0; i + 1 < names_.size() && folder.isOpen(); ++i)
-      folder = open(folder.get(), names_[i].c_str());
+      folder = openForSearch(folder.get(), names_[i].c_str());
     return folder;
-  }
-
-  static bool fails(int error) {
-    errno = error;
-    return false;
   }
 
   int root_;
   Links links_;
   std::deque<std::string> pending_;
-  std::vector<std::string> names_;  // the path of `item_`
-  FileDescriptor item_;
-  FileDescriptor folder_;  // the parent of `item_`, if known
+  std::vector<std::string> names_;  // the path of the current item
+  FileDescriptor folder_;           // its parent, if known
+  FileDescriptor inside_;           // the item itself, once it is known to be a folder
   int expansions_ = 0;
   bool wentUp_ = false;
 };

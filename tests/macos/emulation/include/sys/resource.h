@@ -1,0 +1,12 @@
+#pragma once
+#include_next <sys/resource.h>
+
+#define IOPOL_TYPE_VFS_MATERIALIZE_DATALESS_FILES 3
+#define IOPOL_SCOPE_PROCESS 0
+#define IOPOL_MATERIALIZE_DATALESS_FILES_DEFAULT 0
+#define IOPOL_MATERIALIZE_DATALESS_FILES_OFF 1
+#ifdef __cplusplus
+extern "C"
+#endif
+    int
+    setiopolicy_np(int type, int scope, int policy);
