@@ -4,7 +4,7 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages test-packages build demo test check tidy format bench fuzz pages deb asan tsan clean
+.PHONY: help packages test-packages build demo test check tidy format bench fuzz corpora hostile pages deb asan tsan clean
 
 help:
 	@echo "make demo   build, make a sample Mac volume, inspect an app on it"
@@ -13,6 +13,8 @@ help:
 	@echo "make tidy   clang-tidy alone; only files that changed since the last time"
 	@echo "make bench  measure against the floor of system calls and other tools"
 	@echo "make fuzz   fuzz every parser, FUZZ_SECONDS each (60)"
+	@echo "make corpora  run every fuzz target on its kept inputs, once"
+	@echo "make hostile  attack the command with the hostile volume, and print a table"
 	@echo "make pages  write anew what the documentation shows of the program"
 	@echo "make deb    Debian packages in build/package"
 
@@ -60,6 +62,18 @@ fuzz: packages
 	cmake --preset fuzz
 	cmake --build --preset fuzz
 	tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
+
+corpora: packages
+	cmake --preset fuzz
+	cmake --build --preset fuzz
+	tests/fuzz/run.sh build/fuzz 0
+
+RACE_SECONDS ?= 30
+hostile: test-packages
+	cmake --preset dev
+	cmake --build --preset dev --target quarn quarn_resources quarn_faults
+	python3 tests/hostile/run.py --quarn $(QUARN) --shim build/dev/tests/libquarn_faults.so --folder build/hostile \
+	  --seconds $(RACE_SECONDS)
 
 # What the documentation shows of the program: the pages made from its tables, and the outputs of commands.
 pages: packages

@@ -86,7 +86,8 @@ bool comesBefore(const AppEntity& left, const AppEntity& right) {
   return order != 0 ? order < 0 : left.bundleURL < right.bundleURL;
 }
 
-std::vector<AppEntity> discover(const FileManager& files) {
+std::vector<AppEntity> discover(const FileManager& volume) {
+  const FileManager files = volume.forOneOperation();
   const std::vector<FileURL> bundles = AppSearch(files).bundles();
   std::vector<AppEntity> apps =
       collectInParallel<AppEntity>(bundles.size(), [&](std::size_t i) { return appAt(files, bundles[i]); });

@@ -1,11 +1,11 @@
 #include "QuarnSystem/BundleInfo.h"
 
 #include <array>
-#include <cerrno>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "QuarnPlatform/base/Limits.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
 #include "QuarnPlatform/text/Text.h"
 #include "QuarnSystem/formats/PropertyList.h"
@@ -26,8 +26,7 @@ std::optional<Info> readExisting(const FileManager& files, const FileURL& file) 
   try {
     return PropertyList::parse(files.readFile(file, PropertyList::kMaxBytes)).value_or(Info());
   } catch (const FileError& error) {
-    const bool isMissing = error.error() == ENOENT || error.error() == ENOTDIR || error.error() == ELOOP;
-    return isMissing ? std::nullopt : std::optional<Info>(Info());
+    return meansMissing(error.error()) ? std::nullopt : std::optional<Info>(Info());
   }
 }
 
@@ -46,6 +45,7 @@ std::optional<std::string> nameInOtherCase(const FileManager& files, const FileU
         if (!best || entry->name < *best) best = entry->name;
       }
     }
+    if (reader.error() != 0) files.note(folder, reader.error());
   } catch (const FileError&) {
     return std::nullopt;
   }
@@ -118,9 +118,10 @@ FoundInfo find(const FileManager& files, const FileURL& bundle) {
   return {bundle, Info()};
 }
 
+// An endless text is damage: no name, identifier or version is that long.
 std::optional<std::string> nonEmpty(const Info& info, std::string_view key) {
   std::optional<std::string> text = info.string(key);
-  return text && !text->empty() ? text : std::nullopt;
+  return text && !text->empty() && text->size() <= limits::kNameBytes ? text : std::nullopt;
 }
 
 }  // namespace

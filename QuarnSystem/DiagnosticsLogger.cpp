@@ -5,6 +5,7 @@
 #include <mutex>
 #include <shared_mutex>
 #include <string_view>
+#include <utility>
 
 #include <fcntl.h>
 #include <spdlog/async_logger.h>
@@ -88,7 +89,8 @@ std::string lineOf(std::string_view category, std::string_view message, const Di
 // flood, which `stop` then tells.
 struct DiagnosticsLogger::State {
   std::atomic<bool> isEnabled = false;
-  std::shared_mutex mutex;  // shared while a line is handed over, exclusive while the file changes
+  std::atomic<bool> isWhole = true;  // of the lines given to the file so far
+  std::shared_mutex mutex;           // shared while a line is handed over, exclusive while the file changes
   std::shared_ptr<spdlog::details::thread_pool> pool;
   std::shared_ptr<spdlog::async_logger> logger;
 
@@ -100,7 +102,8 @@ struct DiagnosticsLogger::State {
     logger->set_formatter(std::make_unique<spdlog::pattern_formatter>(kLinePattern, spdlog::pattern_time_type::utc));
     logger->set_level(spdlog::level::trace);
     logger->flush_on(spdlog::level::trace);
-    logger->set_error_handler([](const std::string&) {});
+    logger->set_error_handler([this](const std::string&) { isWhole = false; });
+    isWhole = true;
     isEnabled = true;
   }
 
@@ -117,7 +120,8 @@ struct DiagnosticsLogger::State {
     const std::string text = lineOf("Diagnostics", "Lines lost", {{"count", std::to_string(lines)}});
     try {
       logger->sinks().front()->log({logger->name(), spdlog::level::warn, text});
-    } catch (const std::exception&) {  // the file cannot be written, as the lines before it could not
+    } catch (const std::exception&) {
+      isWhole = false;
     }
   }
 };
@@ -156,9 +160,10 @@ void DiagnosticsLogger::log(DiagnosticsLevel level, std::string_view category, s
 
 bool DiagnosticsLogger::isEnabled() const { return state_->isEnabled; }
 
-void DiagnosticsLogger::close() {
+bool DiagnosticsLogger::close() {
   const std::unique_lock lock(state_->mutex);
   state_->stop();
+  return state_->isWhole.exchange(true);
 }
 
 }  // namespace quarn

@@ -40,8 +40,8 @@ class DiagnosticsLogger {
   void log(DiagnosticsLevel level, std::string_view category, std::string_view message, const Metadata& metadata);
   /// Whether a line would be written at all: building metadata is worth it only then.
   [[nodiscard]] bool isEnabled() const;
-  /// Waits until every line handed over is written, and stops writing.
-  void close();
+  /// Waits until every line handed over is written, and stops writing. Whether the file took all of them.
+  bool close();
 
  private:
   DiagnosticsLogger();

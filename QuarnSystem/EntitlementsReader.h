@@ -17,6 +17,9 @@ struct EntitlementsReader {
   /// itself: the first slice with entitlements in the order arm64, x86_64, others. An executable that is named by a
   /// path is none. Reads the program's headers and signatures, whatever its size.
   static EntitlementsReader live(FileManager files);
+  /// The same for the inspection of several apps: a program that many apps share by hard links is read once. Safe to
+  /// use from several threads.
+  static EntitlementsReader snapshot(FileManager files);
 };
 
 }  // namespace quarn

@@ -38,7 +38,7 @@ std::optional<SizeInfo> sizeIfPossible(const FileSizeCalculator& sizes, const Fi
 class Listing {
  public:
   Listing(const FileManager& files, const FileSizeCalculator& sizes, bool includeMacOS)
-      : files_(files), sizes_(sizes), includeMacOS_(includeMacOS) {}
+      : files_(files.forOneOperation()), sizes_(sizes), includeMacOS_(includeMacOS) {}
 
   std::vector<KernelExtensionInfo> extensions() {
     addFolder(FileURL(kFolder));
@@ -66,7 +66,7 @@ class Listing {
                       .size = sizeIfPossible(sizes_, bundle)});
   }
 
-  const FileManager& files_;
+  const FileManager files_;
   const FileSizeCalculator& sizes_;
   bool includeMacOS_;
   std::vector<KernelExtensionInfo> found_;

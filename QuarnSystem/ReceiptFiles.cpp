@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <iterator>
 #include <string_view>
 #include <utility>
 
+#include "QuarnPlatform/base/Limits.h"
 #include "QuarnPlatform/base/Parallel.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/text/Text.h"
@@ -44,6 +46,8 @@ std::optional<std::string> firstString(const PropertyList& list, const std::arra
   return std::nullopt;
 }
 
+bool isEndless(const std::string& text, std::size_t most) { return text.size() > most; }
+
 // Absent also for a moment that no calendar with four-digit years shows: damaged lists hold such.
 std::optional<Date> installDateOf(const PropertyList& list) {
   using std::chrono::sys_days;
@@ -63,12 +67,19 @@ std::optional<ReceiptFile> receiptOf(const FileManager& files, const FileURL& fi
   const std::optional<PropertyList> list = readPropertyList(files, file);
   std::optional<std::string> identifier = list ? list->string(keys.identifier) : std::nullopt;
   if (!identifier || identifier->empty()) return std::nullopt;
+  const std::string location = firstString(*list, keys.installLocation).value_or("/");
+  std::optional<std::string> version = firstString(*list, keys.version);
+  if (isEndless(*identifier, limits::kNameBytes) || isEndless(location, limits::kRecordPathBytes)) {
+    files.note(file, EFBIG);
+    return std::nullopt;
+  }
+  if (version && isEndless(*version, limits::kNameBytes)) version.reset();
   return ReceiptFile{
       .identifier = std::move(*identifier),
-      .version = firstString(*list, keys.version),
+      .version = std::move(version),
       .installDate = installDateOf(*list),
       // Written with and without a slash before it, as "." and as nothing; always below the volume's root.
-      .installLocation = path::withoutDots(firstString(*list, keys.installLocation).value_or("/")),
+      .installLocation = path::withoutDots(location),
       .bill = std::move(bill)};
 }
 
@@ -92,6 +103,10 @@ std::vector<ReceiptFile> readReceiptFiles(const FileManager& files) {
   for (const std::string_view folder : kFolders) {
     std::vector<DirectoryEntry> listed = files.contentsOrNone(FileURL(folder), HiddenItems::include);
     std::move(listed.begin(), listed.end(), std::back_inserter(entries));
+  }
+  if (entries.size() > limits::kRecords) {
+    files.note(entries[limits::kRecords].url, EFBIG);
+    entries.resize(limits::kRecords);
   }
   std::vector<ReceiptFile> receipts =
       collectInParallel<ReceiptFile>(entries.size(), [&](std::size_t i) { return receiptAt(files, entries[i]); });

@@ -1,12 +1,15 @@
 #include "QuarnSystem/ReceiptSnapshot.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string_view>
 #include <utility>
 
+#include "QuarnPlatform/base/Budget.h"
+#include "QuarnPlatform/base/Limits.h"
 #include "QuarnPlatform/base/Parallel.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/paths/PrivatePrefix.h"
@@ -26,7 +29,8 @@ using SharedBill = std::shared_ptr<const PackedPaths>;
 /// `mostBillBytes`.
 class Receipts {
  public:
-  Receipts(FileManager files, std::size_t mostBillBytes) : files_(std::move(files)), mostBillBytes_(mostBillBytes) {}
+  Receipts(const FileManager& files, std::size_t mostBillBytes)
+      : files_(files.forOneOperation()), mostBillBytes_(mostBillBytes) {}
 
   [[nodiscard]] const FileManager& files() const { return files_; }
 
@@ -73,7 +77,32 @@ class Receipts {
   std::size_t keptBytes_ = 0;
 };
 
-ReceiptInfo infoOf(const ReceiptFile& receipt, const SharedBill& bill) {
+std::size_t pathBytes(const ReceiptFile& receipt, const PackedPaths& bill) {
+  const std::size_t each = limits::kBytesPerText + receipt.installLocation.size() + 1;
+  return bill.memory() + bill.size() * each;
+}
+
+/// Lists receipts with their files, as many as one answer may hold.
+class Answer {
+ public:
+  explicit Answer(const FileManager& files) : files_(files) {}
+
+  ReceiptInfo infoOf(const ReceiptFile& receipt, SharedBill bill) {
+    if (bill && !paths_.take(pathBytes(receipt, *bill))) {
+      files_.note(receipt.bill, EFBIG);
+      bill.reset();
+    }
+    return listed(receipt, bill);
+  }
+
+ private:
+  static ReceiptInfo listed(const ReceiptFile& receipt, const SharedBill& bill);
+
+  const FileManager& files_;
+  Budget paths_ = Budget(limits::kReceiptPathBytes);
+};
+
+ReceiptInfo Answer::listed(const ReceiptFile& receipt, const SharedBill& bill) {
   ReceiptInfo info{.packageIdentifier = receipt.identifier,
                    .files = {},
                    .version = receipt.version,
@@ -140,17 +169,19 @@ bool belongsByIdentifier(const AppEntity& app, std::string_view packageID) {
 
 std::vector<ReceiptInfo> allReceipts(Receipts& receipts) {
   const std::vector<ReceiptFile>& all = receipts.all();
-  return collectInParallel<ReceiptInfo>(all.size(),
-                                        [&](std::size_t i) { return std::optional(infoOf(all[i], receipts.bill(i))); });
+  Answer answer(receipts.files());
+  return collectInParallel<ReceiptInfo>(
+      all.size(), [&](std::size_t i) { return std::optional(answer.infoOf(all[i], receipts.bill(i))); });
 }
 
 std::vector<ReceiptInfo> receiptsMatching(Receipts& receipts, const AppEntity& app) {
   const SoughtItem bundle(receipts.files(), app.bundleURL.path());
   const std::vector<ReceiptFile>& all = receipts.all();
+  Answer answer(receipts.files());
   return collectInParallel<ReceiptInfo>(all.size(), [&](std::size_t i) -> std::optional<ReceiptInfo> {
     const SharedBill bill = receipts.bill(i);
     const bool belongs = belongsByIdentifier(app, all[i].identifier) || (bill && bundle.isOrHoldsListed(all[i], *bill));
-    return belongs ? std::optional(infoOf(all[i], bill)) : std::nullopt;
+    return belongs ? std::optional(answer.infoOf(all[i], bill)) : std::nullopt;
   });
 }
 
@@ -182,8 +213,8 @@ bool matches(Receipts& receipts, const AppEntity& app, const std::string& packag
 
 }  // namespace
 
-ReceiptSnapshot ReceiptSnapshot::of(FileManager files, std::size_t mostBillBytes) {
-  const auto receipts = std::make_shared<Receipts>(std::move(files), mostBillBytes);
+ReceiptSnapshot ReceiptSnapshot::of(const FileManager& files, std::size_t mostBillBytes) {
+  const auto receipts = std::make_shared<Receipts>(files, mostBillBytes);
   return {.allReceipts = [receipts] { return quarn::allReceipts(*receipts); },
           .receiptsMatching = [receipts](const AppEntity& app) { return quarn::receiptsMatching(*receipts, app); },
           .packageIDs = [receipts](const std::string& path) { return quarn::packageIDs(*receipts, path); },

@@ -31,8 +31,9 @@ struct ReceiptSnapshot {
   static constexpr std::size_t kMostBillBytes = std::size_t{64} << 20;
 
   /// The receipts of a volume (see `readReceiptFiles`). Reads nothing before the first question; then each property
-  /// list and each bill once. A receipt without a readable bill lists no files. Safe to use from several threads.
-  static ReceiptSnapshot of(FileManager files, std::size_t mostBillBytes = kMostBillBytes);
+  /// list and each bill once, within the limits of one operation (Limits.h). A receipt without a readable bill lists no
+  /// files. Safe to use from several threads.
+  static ReceiptSnapshot of(const FileManager& files, std::size_t mostBillBytes = kMostBillBytes);
 };
 
 }  // namespace quarn

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <string_view>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -33,5 +34,12 @@ void occupyStandardDescriptors() {
 int main(int count, char** words) {
   occupyStandardDescriptors();
   keepHeapsFew();
-  return quarn::runCommandLine({words + 1, words + count});
+  try {
+    return quarn::runCommandLine({words + 1, words + count});
+  } catch (...) {
+    // Without memory even for a message that is made up.
+    constexpr std::string_view kMessage = "quarn: not enough memory\n";
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, kMessage.data(), kMessage.size());
+    return 1;
+  }
 }

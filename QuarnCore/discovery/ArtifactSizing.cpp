@@ -1,24 +1,50 @@
 #include "QuarnCore/discovery/ArtifactSizing.h"
 
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <utility>
+
 namespace quarn {
 namespace {
 
-SizeInfo sizeOrNothing(const FileURL& url, const FileSizeCalculator& calculator, const FileManager& files) {
-  if (!files.itemExists(url)) return {};
-  try {
-    return calculator.itemSize(url, /*allowSlow=*/true, /*includeHidden=*/false);
-  } catch (const FileError&) {
-    return {};
+/// Sizes items for one operation. A hostile list reaches one folder on thousands of ways; it is walked once, and counts
+/// each time.
+class Sizes {
+ public:
+  Sizes(const FileSizeCalculator& calculator, const FileManager& files) : calculator_(calculator), files_(files) {}
+
+  SizeInfo of(const FileURL& url) {
+    const std::optional<ItemFacts> facts = files_.facts(url, Links::doNotFollow);
+    if (!facts || (facts->type == FileType::symbolicLink && !files_.itemExists(url))) return {};
+    if (facts->type != FileType::directory) return measured(url);
+    const auto [known, isNew] = folders_.try_emplace({facts->device, facts->inode});
+    if (isNew) known->second = measured(url);
+    return known->second;
   }
-}
+
+ private:
+  [[nodiscard]] SizeInfo measured(const FileURL& url) const {
+    try {
+      return calculator_.itemSize(url, /*allowSlow=*/true, /*includeHidden=*/false);
+    } catch (const FileError&) {
+      return {};
+    }
+  }
+
+  const FileSizeCalculator& calculator_;
+  const FileManager& files_;
+  std::map<std::pair<std::uint64_t, std::uint64_t>, SizeInfo> folders_;  // by device and inode
+};
 
 }  // namespace
 
 void sizeArtifacts(std::vector<Artifact>& artifacts, const FileSizeCalculator& calculator, const FileManager& files) {
+  Sizes sizes(calculator, files);
   for (Artifact& artifact : artifacts) {
     if (artifact.size) continue;
     SizeInfo sum;
-    for (const FileURL& url : artifact.urls) sum += sizeOrNothing(url, calculator, files);
+    for (const FileURL& url : artifact.urls) sum += sizes.of(url);
     artifact.size = sum;
   }
 }

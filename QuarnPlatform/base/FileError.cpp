@@ -1,6 +1,5 @@
 #include "QuarnPlatform/base/FileError.h"
 
-#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -8,7 +7,7 @@ namespace quarn {
 namespace {
 
 // clang-format off
-constexpr std::array<std::pair<int, std::string_view>, 24> kErrnoNames{{
+constexpr std::pair<int, std::string_view> kErrnoNames[] = {
     {EPERM, "EPERM"},
     {ENOENT, "ENOENT"},
     {EINTR, "EINTR"},
@@ -33,7 +32,15 @@ constexpr std::array<std::pair<int, std::string_view>, 24> kErrnoNames{{
     {ENOTSUP, "ENOTSUP"},
     {EOVERFLOW, "EOVERFLOW"},
     {ESTALE, "ESTALE"},
-}};
+    {EILSEQ, "EILSEQ"},
+    {E2BIG, "E2BIG"},
+    {EROFS, "EROFS"},
+    {ENOSPC, "ENOSPC"},
+    {ETIMEDOUT, "ETIMEDOUT"},
+#ifdef EUCLEAN
+    {EUCLEAN, "EUCLEAN"},
+#endif
+};
 // clang-format on
 
 }  // namespace
@@ -47,6 +54,10 @@ void throwFileError(std::string_view operation, std::string_view path) { throwFi
 
 void throwFileError(int error, std::string_view operation, std::string_view path) {
   throw FileError(error, std::string(operation), std::string(path));
+}
+
+bool meansMissing(int error) {
+  return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG || error == EILSEQ;
 }
 
 std::string errnoName(int error) {

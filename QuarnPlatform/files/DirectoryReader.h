@@ -40,7 +40,8 @@ class DirectoryReader {
   /// Reads the next stretch of entries. False at the end or on an error, which `error()` then holds.
   bool readMore();
   /// The next entry of the stretch read, "." and ".." left out; null at its end. The type of an entry that the file
-  /// system does not tell is looked up; an entry that vanished before that is left out.
+  /// system does not tell is looked up; an entry that vanished before that is left out, and one that cannot be looked
+  /// up is given out as a regular file.
   const Entry* next();
   /// The errno that ended the listing; 0 when it was read to its end.
   [[nodiscard]] int error() const;

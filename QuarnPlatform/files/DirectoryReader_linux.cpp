@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include "QuarnPlatform/base/BlockBytes.h"
+#include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
 #include "QuarnPlatform/files/Hidden.h"
 
@@ -28,10 +29,15 @@ FileType typeOf(mode_t mode) {
   return S_ISLNK(mode) ? FileType::symbolicLink : FileType::other;
 }
 
+int lookUp(int folder, const char* name, unsigned fields, struct statx& status) {
+  return againIfInterrupted([&] { return ::statx(folder, name, kLookUpFlags, fields, &status); });
+}
+
+// An item that cannot be looked up counts as a file: whoever reads it meets the error again and reports it.
 std::optional<FileType> lookedUpType(int folder, const char* name) {
   struct statx status {};
-  if (::statx(folder, name, kLookUpFlags, STATX_TYPE, &status) == 0) return typeOf(status.stx_mode);
-  return errno == ENOENT ? std::nullopt : std::optional(FileType::other);
+  if (lookUp(folder, name, STATX_TYPE, status) == 0) return typeOf(status.stx_mode);
+  return errno == ENOENT ? std::nullopt : std::optional(FileType::regular);
 }
 
 bool isSelfOrParent(std::string_view name) { return name == "." || name == ".."; }
@@ -75,7 +81,8 @@ void DirectoryReader::start(int folder) {
 }
 
 bool DirectoryReader::readMore() {
-  const ssize_t length = ::getdents64(state_->folder, state_->buffer.get(), kBufferSize);
+  const ssize_t length =
+      againIfInterrupted([this] { return ::getdents64(state_->folder, state_->buffer.get(), kBufferSize); });
   if (length < 0) state_->error = errno;
   state_->at = state_->buffer.get();
   state_->end = state_->at + (length > 0 ? length : 0);
@@ -116,7 +123,7 @@ void DirectoryReader::resume(int folder, Stretch stretch) {
 
 bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes) {
   struct statx status {};
-  if (::statx(parent, name, kLookUpFlags, STATX_TYPE | STATX_SIZE | STATX_BLOCKS, &status) != 0) return false;
+  if (lookUp(parent, name, STATX_TYPE | STATX_SIZE | STATX_BLOCKS, status) != 0) return false;
   constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
   const std::optional<std::int64_t> allocated = bytesInBlocks(status.stx_blocks, kBlockSize);
   const bool fits = status.stx_size <= kLargest && allocated;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "QuarnPlatform/base/Budget.h"
+#include "QuarnPlatform/base/Limits.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
 #include "QuarnPlatform/files/Packages.h"
 #include "QuarnPlatform/files/ReadReport.h"
@@ -18,11 +20,14 @@ bool hasParentComponent(std::string_view path) {
   return std::find(names.begin(), names.end(), "..") != names.end();
 }
 
-/// Why an item cannot be opened as a regular file; 0 when it can. Asked right after it was looked up.
-int refusal(const std::optional<ItemFacts>& found) {
-  if (!found) return errno;
-  if (found->type == FileType::directory) return EISDIR;
-  return found->type == FileType::regular ? 0 : EINVAL;
+// Where each component of the path ends, the root's "/" first; runs of slashes end nothing.
+std::vector<std::size_t> componentEnds(std::string_view path) {
+  std::vector<std::size_t> ends{1};
+  for (std::size_t i = 1; i < path.size(); ++i) {
+    const bool isLast = path[i] != '/' && (i + 1 == path.size() || path[i + 1] == '/');
+    if (isLast) ends.push_back(i + 1);
+  }
+  return ends;
 }
 
 URLKind kindOf(FileType type) { return type == FileType::directory ? URLKind::directory : URLKind::item; }
@@ -32,12 +37,13 @@ URLKind kindOf(FileType type) { return type == FileType::directory ? URLKind::di
 FileManager::FileManager(std::shared_ptr<const Volume> volume, FileURL home)
     : volume_(std::move(volume)), home_(std::move(home)) {}
 
-FileManager FileManager::host() {
-  return FileManager(std::make_shared<const Volume>("/"), FileURL(Volume::currentHome(), URLKind::directory));
+FileManager FileManager::host(AccessTimes accessTimes) {
+  return FileManager(std::make_shared<const Volume>("/", accessTimes),
+                     FileURL(Volume::currentHome(), URLKind::directory));
 }
 
-FileManager FileManager::mounted(const std::string& hostFolder, const FileURL& home) {
-  return FileManager(std::make_shared<const Volume>(hostFolder), FileURL(home.path(), URLKind::directory));
+FileManager FileManager::mounted(const std::string& hostFolder, const FileURL& home, AccessTimes accessTimes) {
+  return FileManager(std::make_shared<const Volume>(hostFolder, accessTimes), FileURL(home.path(), URLKind::directory));
 }
 
 const FileURL& FileManager::homeDirectory() const { return home_; }
@@ -54,32 +60,56 @@ FileManager FileManager::reportingTo(std::shared_ptr<ReadReport> report) const {
   return copy;
 }
 
+FileManager FileManager::forOneOperation() const {
+  FileManager copy = *this;
+  copy.budget_ = std::make_shared<Budget>(limits::kFileBytes);
+  return copy;
+}
+
+void FileManager::note(const FileURL& url, int error) const {
+  if (report_) report_->add(url.path(), error);
+}
+
+bool FileManager::mayRead(const OpenFile& file, std::size_t maximumBytes) const {
+  return file.size() <= maximumBytes && (!budget_ || budget_->take(static_cast<std::size_t>(file.size())));
+}
+
 ReadReport* FileManager::readReport() const { return report_.get(); }
 
 const std::string& FileManager::hostFolder() const { return volume_->hostFolder(); }
 
 FileDescriptor FileManager::open(const std::string& path, OpenFor use, Links links) const {
   FileDescriptor item = volume_->open(path, use, links);
-  if (item.isOpen() || !report_) return item;
-  const int error = errno;
-  noteDenial(path, error);
-  errno = error;
+  if (!item.isOpen()) noteFailure(path, errno);
   return item;
 }
 
-// The item that refused is the deepest on the way which can still be looked up: below a folder that cannot be searched,
-// however much is looked for, the folder is told.
-void FileManager::noteDenial(std::string_view path, int error) const {
-  if (error != EACCES && error != EPERM) return;
-  while (path != "/" && !volume_->open(std::string(path), OpenFor::facts, Links::follow).isOpen()) {
-    path = path::parent(path);
+void FileManager::noteFailure(const std::string& path, int error) const {
+  if (report_ && !meansMissing(error)) {
+    const bool isDenied = unreadableCause(error) == UnreadableCause::permission;
+    report_->add(std::string(isDenied ? deniedPart(path) : path), error);
   }
-  report_->add(std::string(path), error);
+  errno = error;
+}
+
+// The item that refused is the deepest on the way which can still be looked up: below a folder that cannot be searched,
+// however much is looked for, the folder is reported. What can be looked up has a way that can be, so halving finds it;
+// a hostile path may have thousands of components.
+std::string_view FileManager::deniedPart(std::string_view path) const {
+  if (!path.starts_with('/')) return path;
+  const std::vector<std::size_t> ends = componentEnds(path);
+  const auto firstHidden = std::partition_point(ends.begin() + 1, ends.end(), [&](std::size_t end) {
+    return volume_->open(std::string(path.substr(0, end)), OpenFor::facts, Links::follow).isOpen();
+  });
+  return path.substr(0, *std::prev(firstHidden));
 }
 
 std::optional<ItemFacts> FileManager::facts(const FileURL& url, Links links) const {
   const FileDescriptor item = open(url.path(), OpenFor::facts, links);
-  return item.isOpen() ? Volume::facts(item.get()) : std::nullopt;
+  if (!item.isOpen()) return std::nullopt;
+  std::optional<ItemFacts> found = Volume::facts(item.get());
+  if (!found) noteFailure(url.path(), errno);
+  return found;
 }
 
 ItemFacts FileManager::requireFacts(const FileURL& url, Links links) const {
@@ -127,20 +157,22 @@ std::optional<FileURL> FileManager::existingURL(std::string_view path) const {
 
 std::vector<DirectoryEntry> FileManager::contentsOfDirectory(const FileURL& url, HiddenItems hidden) const {
   const FileDescriptor folder = openDirectory(url, Links::follow);
-  std::vector<std::pair<std::string, FileType>> found;
+  std::vector<DirectoryEntry> entries;
   DirectoryReader reader;
   reader.start(folder.get());
   while (reader.readMore()) {
     while (const DirectoryReader::Entry* entry = reader.next()) {
       if (hidden == HiddenItems::skip && entry->hidden) continue;
-      found.emplace_back(entry->name, entry->type);
+      entries.push_back({url.appending(entry->name, kindOf(entry->type)), entry->type});
     }
   }
-  if (reader.error() != 0) throwFileError(reader.error(), "list", url.path());
-  std::sort(found.begin(), found.end());
-  std::vector<DirectoryEntry> entries;
-  entries.reserve(found.size());
-  for (const auto& [name, type] : found) entries.push_back({url.appending(name, kindOf(type)), type});
+  if (reader.error() != 0) {
+    noteFailure(url.path(), reader.error());
+    throwFileError(reader.error(), "list", url.path());
+  }
+  // The paths differ in their names alone.
+  std::sort(entries.begin(), entries.end(),
+            [](const DirectoryEntry& left, const DirectoryEntry& right) { return left.url.path() < right.url.path(); });
   return entries;
 }
 
@@ -148,7 +180,7 @@ std::vector<DirectoryEntry> FileManager::contentsOrNone(const FileURL& url, Hidd
   try {
     return contentsOfDirectory(url, hidden);
   } catch (const FileError& error) {
-    if (report_ && error.error() != ENOENT && error.error() != ENOTDIR) report_->add(url.path(), error.error());
+    if (report_ && error.error() == ELOOP) report_->add(url.path(), ELOOP);
     return {};
   }
 }
@@ -163,38 +195,36 @@ FileDescriptor FileManager::openDirectory(const FileURL& url, Links links) const
 }
 
 OpenFile FileManager::openFile(const FileURL& url) const {
-  int error = 0;
-  std::optional<OpenFile> file = openRegularFile(url, error);
-  if (!file) throwFileError(error, "open", url.path());
+  std::optional<OpenFile> file = openRegularFile(url);
+  if (!file) throwFileError("open", url.path());
   return std::move(*file);
 }
 
-// Looked at before it is opened, for opening a device can already set it to work, and again afterwards, for the item
-// may have been exchanged.
-std::optional<OpenFile> FileManager::openRegularFile(const FileURL& url, int& error) const {
-  error = refusal(facts(url, Links::follow));
-  if (error != 0) return std::nullopt;
-  FileDescriptor file = open(url.path(), OpenFor::file, Links::follow);
-  if (!file.isOpen()) {
-    error = errno;
-    return std::nullopt;
-  }
-  const std::optional<ItemFacts> found = Volume::facts(file.get());
-  error = refusal(found);
-  if (error != 0) return std::nullopt;
-  return OpenFile(std::move(file), static_cast<std::uint64_t>(found->sizes.logicalBytes), url.path());
+std::optional<OpenFile> FileManager::openRegularFile(const FileURL& url) const {
+  OpenedFile file = volume_->openFile(url.path());
+  if (file.descriptor.isOpen()) return OpenFile(std::move(file.descriptor), file.size, url.path(), report_);
+  // A folder or a special file is not unread: it holds nothing to read.
+  if (file.error != EISDIR && file.error != EINVAL) noteFailure(url.path(), file.error);
+  errno = file.error;
+  return std::nullopt;
 }
 
 std::string FileManager::readFile(const FileURL& url, std::size_t maximumBytes) const {
   const OpenFile file = openFile(url);
-  if (file.size() > maximumBytes) throwFileError(EFBIG, "read", url.path());
+  if (!mayRead(file, maximumBytes)) {
+    note(url, EFBIG);
+    throwFileError(EFBIG, "read", url.path());
+  }
   return file.read(0, static_cast<std::size_t>(file.size()));
 }
 
 std::optional<std::string> FileManager::readFileIfPossible(const FileURL& url, std::size_t maximumBytes) const {
-  int error = 0;
-  const std::optional<OpenFile> file = openRegularFile(url, error);
-  if (!file || file->size() > maximumBytes) return std::nullopt;
+  const std::optional<OpenFile> file = openRegularFile(url);
+  if (!file) return std::nullopt;
+  if (!mayRead(*file, maximumBytes)) {
+    note(url, EFBIG);
+    return std::nullopt;
+  }
   try {
     return file->read(0, static_cast<std::size_t>(file->size()));
   } catch (const FileError&) {
@@ -207,7 +237,7 @@ std::string FileManager::standardizedPath(std::string_view path) const {
   while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);  // which would ask for a folder
   std::string result(path);
   if (hasParentComponent(path)) {
-    if (std::optional<std::string> resolved = volume_->resolve(path)) result = std::move(*resolved);
+    if (std::optional<std::string> resolved = resolve(path)) result = std::move(*resolved);
   }
   return withoutPrivatePrefix(path::withoutDots(result));
 }
@@ -222,7 +252,13 @@ FileURL FileManager::standardized(const FileURL& url) const {
   return FileURL(standardizedPath(url.path()), url.kind());
 }
 
-std::optional<std::string> FileManager::realPath(const FileURL& url) const { return volume_->resolve(url.path()); }
+std::optional<std::string> FileManager::resolve(std::string_view path) const {
+  std::optional<std::string> resolved = volume_->resolve(path);
+  if (!resolved) noteFailure(std::string(path), errno);
+  return resolved;
+}
+
+std::optional<std::string> FileManager::realPath(const FileURL& url) const { return resolve(url.path()); }
 
 std::string FileManager::resolvedPath(const FileURL& url) const {
   return standardizedPath(realPath(url).value_or(url.path()));
@@ -231,5 +267,9 @@ std::string FileManager::resolvedPath(const FileURL& url) const {
 FileURL FileManager::resolvingSymlinks(const FileURL& url) const { return FileURL(resolvedPath(url), url.kind()); }
 
 VolumeSpace FileManager::space() const { return volume_->space(); }
+
+VolumeMount FileManager::mount() const { return volume_->mount(); }
+
+AccessTimes FileManager::accessTimes() const { return volume_->accessTimes(); }
 
 }  // namespace quarn

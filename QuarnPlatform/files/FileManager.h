@@ -9,12 +9,14 @@
 
 #include "QuarnPlatform/base/FileDescriptor.h"
 #include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/files/AccessTimes.h"
 #include "QuarnPlatform/files/ItemFacts.h"
 #include "QuarnPlatform/files/VolumeSpace.h"
 #include "QuarnPlatform/paths/FileURL.h"
 
 namespace quarn {
 
+class Budget;
 class ReadReport;
 enum class OpenFor : std::uint8_t;
 class Volume;
@@ -28,8 +30,10 @@ struct DirectoryEntry {
 /// An open regular file, read by position. Movable; one owner.
 class OpenFile {
  public:
-  OpenFile(FileDescriptor descriptor, std::uint64_t size, std::string path)
-      : descriptor_(std::move(descriptor)), size_(size), path_(std::move(path)) {}
+  /// What cannot be read is added to `report`, which may be null.
+  OpenFile(FileDescriptor descriptor, std::uint64_t size, std::string path,
+           std::shared_ptr<ReadReport> report = nullptr)
+      : descriptor_(std::move(descriptor)), size_(size), path_(std::move(path)), report_(std::move(report)) {}
 
   /// Length in bytes when the file was opened.
   [[nodiscard]] std::uint64_t size() const { return size_; }
@@ -40,6 +44,7 @@ class OpenFile {
   FileDescriptor descriptor_;
   std::uint64_t size_;
   std::string path_;
+  std::shared_ptr<ReadReport> report_;
 };
 
 /// A copyable handle to one Mac volume, and the only door to its files: read-only by construction, for no operation
@@ -51,17 +56,25 @@ class OpenFile {
 class FileManager {
  public:
   /// The running system: root "/", home of the current user.
-  static FileManager host();
+  static FileManager host(AccessTimes accessTimes = AccessTimes::keepIfPermitted);
   /// A Mac volume mounted (or copied) at `hostFolder`; `home` is the inspected user's home as the Mac names it and need
   /// not exist. Throws FileError (operation "open volume") when `hostFolder` is no readable folder.
-  static FileManager mounted(const std::string& hostFolder, const FileURL& home);
+  static FileManager mounted(const std::string& hostFolder, const FileURL& home,
+                             AccessTimes accessTimes = AccessTimes::keepIfPermitted);
 
   [[nodiscard]] const FileURL& homeDirectory() const;
   /// The same volume with another home.
   [[nodiscard]] FileManager withHome(const FileURL& home) const;
-  /// The same volume; what its walks and listings leave out is added to `report`, and what a look-up or an opening is
-  /// denied: the folder that does not let itself be searched or listed, the file that does not let itself be read.
+  /// The same volume; what its walks, listings, look-ups and readings leave out is added to `report`, whether or not
+  /// the operation throws. For want of permission that is the folder that cannot be searched or the item that cannot be
+  /// read, for any other error the item that was asked for. What is missing (see `meansMissing`) is not added.
   [[nodiscard]] FileManager reportingTo(std::shared_ptr<ReadReport> report) const;
+  /// The same volume for one operation, which may read `limits::kFileBytes` of whole files. What is beyond goes to the
+  /// read report and counts as too large.
+  [[nodiscard]] FileManager forOneOperation() const;
+  /// Adds an item that could not be read, or not be used, to the read report, if there is one. EFBIG stands for a
+  /// limit.
+  void note(const FileURL& url, int error) const;
   /// Where unreadable items go; may be null.
   [[nodiscard]] ReadReport* readReport() const;
 
@@ -95,7 +108,8 @@ class FileManager {
   /// Opens a regular file, links followed. Never blocks on pipes. Throws FileError (operation "open"); EISDIR for a
   /// folder, EINVAL for other special files.
   [[nodiscard]] OpenFile openFile(const FileURL& url) const;
-  /// A whole regular file of at most `maximumBytes`; EFBIG beyond that. Throws FileError.
+  /// A whole regular file of at most `maximumBytes`; EFBIG beyond that or beyond what the operation may read, also in
+  /// the read report. Throws FileError.
   [[nodiscard]] std::string readFile(const FileURL& url, std::size_t maximumBytes) const;
   /// The same; absent when the file cannot be read.
   [[nodiscard]] std::optional<std::string> readFileIfPossible(const FileURL& url, std::size_t maximumBytes) const;
@@ -120,6 +134,9 @@ class FileManager {
 
   /// Throws FileError (operation "statfs").
   [[nodiscard]] VolumeSpace space() const;
+  /// Throws FileError (operation "statfs").
+  [[nodiscard]] VolumeMount mount() const;
+  [[nodiscard]] AccessTimes accessTimes() const;
   /// Where the volume lies on the host, "/" for the running system; for messages only.
   [[nodiscard]] const std::string& hostFolder() const;
 
@@ -127,13 +144,19 @@ class FileManager {
   FileManager(std::shared_ptr<const Volume> volume, FileURL home);
   [[nodiscard]] std::string withoutPrivatePrefix(std::string path) const;
   [[nodiscard]] FileDescriptor open(const std::string& path, OpenFor use, Links links) const;
-  /// Absent, and why in `error`, for what `openFile` throws on.
-  [[nodiscard]] std::optional<OpenFile> openRegularFile(const FileURL& url, int& error) const;
-  void noteDenial(std::string_view path, int error) const;
+  /// Absent, and errno, for what `openFile` throws on.
+  [[nodiscard]] std::optional<OpenFile> openRegularFile(const FileURL& url) const;
+  // Adds a failed operation to the report unless the item is missing; errno is `error` afterwards.
+  void noteFailure(const std::string& path, int error) const;
+  [[nodiscard]] std::string_view deniedPart(std::string_view path) const;
+  [[nodiscard]] std::optional<std::string> resolve(std::string_view path) const;
 
   std::shared_ptr<const Volume> volume_;
   FileURL home_;
+  [[nodiscard]] bool mayRead(const OpenFile& file, std::size_t maximumBytes) const;
+
   std::shared_ptr<ReadReport> report_;
+  std::shared_ptr<Budget> budget_;
 };
 
 }  // namespace quarn

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "QuarnPlatform/base/FileDescriptor.h"
+#include "QuarnPlatform/files/AccessTimes.h"
 
 namespace quarn {
 
@@ -22,14 +23,15 @@ class FolderOpener {
 
   /// Chooses the check that works here: device numbers where the system cannot check, or where one mount holds several
   /// devices.
-  explicit FolderOpener(int root);
-  FolderOpener(int root, DeviceCheck check);
+  explicit FolderOpener(int root, AccessTimes accessTimes = AccessTimes::keepIfPermitted);
+  FolderOpener(int root, DeviceCheck check, AccessTimes accessTimes = AccessTimes::keepIfPermitted);
 
   /// Opens the folder `name` (NUL-terminated, no "/" in it) of the open folder `parent`.
   [[nodiscard]] OpenedFolder open(int parent, const char* name) const;
 
  private:
   DeviceCheck check_;
+  AccessTimes accessTimes_;
   std::uint64_t device_;
 };
 

@@ -9,17 +9,20 @@
 #include <unistd.h>
 
 #include "QuarnPlatform/files/FolderOpener.h"
+#include "QuarnPlatform/files/KeepingAccessTimes_linux.h"
 
 namespace quarn {
 namespace {
 
 constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 
-int openOnSameMount(int parent, const char* name) {
-  open_how how{};
-  how.flags = static_cast<std::uint64_t>(kFlags);
-  how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS;
-  return static_cast<int>(::syscall(SYS_openat2, parent, name, &how, sizeof how));
+int openOnSameMount(int parent, const char* name, AccessTimes accessTimes) {
+  return openKeepingAccessTimes(kFlags, accessTimes, [&](int flags) {
+    open_how how{};
+    how.flags = static_cast<std::uint64_t>(flags);
+    how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS;
+    return static_cast<int>(::syscall(SYS_openat2, parent, name, &how, sizeof how));
+  });
 }
 
 std::uint64_t deviceOf(int descriptor) {
@@ -34,7 +37,9 @@ bool holdsSeveralDevices(int root) {
 }
 
 // Older kernels and some containers' filters have no openat2.
-bool systemCanCheck(int root) { return FileDescriptor(openOnSameMount(root, ".")).isOpen(); }
+bool systemCanCheck(int root) {
+  return FileDescriptor(openOnSameMount(root, ".", AccessTimes::keepIfPermitted)).isOpen();
+}
 
 OpenedFolder opened(int descriptor) {
   const int error = descriptor < 0 ? errno : 0;
@@ -43,15 +48,18 @@ OpenedFolder opened(int descriptor) {
 
 }  // namespace
 
-FolderOpener::FolderOpener(int root)
-    : FolderOpener(
-          root, systemCanCheck(root) && !holdsSeveralDevices(root) ? DeviceCheck::bySystem : DeviceCheck::byNumber) {}
+FolderOpener::FolderOpener(int root, AccessTimes accessTimes)
+    : FolderOpener(root,
+                   systemCanCheck(root) && !holdsSeveralDevices(root) ? DeviceCheck::bySystem : DeviceCheck::byNumber,
+                   accessTimes) {}
 
-FolderOpener::FolderOpener(int root, DeviceCheck check) : check_(check), device_(deviceOf(root)) {}
+FolderOpener::FolderOpener(int root, DeviceCheck check, AccessTimes accessTimes)
+    : check_(check), accessTimes_(accessTimes), device_(deviceOf(root)) {}
 
 OpenedFolder FolderOpener::open(int parent, const char* name) const {
-  if (check_ == DeviceCheck::bySystem) return opened(openOnSameMount(parent, name));
-  OpenedFolder folder = opened(::openat(parent, name, kFlags));
+  if (check_ == DeviceCheck::bySystem) return opened(openOnSameMount(parent, name, accessTimes_));
+  OpenedFolder folder =
+      opened(openKeepingAccessTimes(kFlags, accessTimes_, [&](int flags) { return ::openat(parent, name, flags); }));
   if (folder.descriptor.isOpen() && deviceOf(folder.descriptor.get()) != device_) return {FileDescriptor(), EXDEV};
   return folder;
 }

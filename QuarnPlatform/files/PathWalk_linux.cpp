@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/files/PathWalk.h"
 #include "QuarnPlatform/paths/Path.h"
 
@@ -16,19 +17,20 @@ namespace {
 constexpr int kMaximumLinkExpansions = 33;
 constexpr int kLookOnly = O_PATH | O_NOFOLLOW | O_CLOEXEC;
 
+// Device and inode.
+using Identity = std::pair<dev_t, ino_t>;
+
+Identity identityOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
+
 bool isFolder(int item) {
   struct stat status {};
   return ::fstat(item, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-bool isLink(int item) {
-  struct stat status {};
-  return ::fstat(item, &status) == 0 && S_ISLNK(status.st_mode);
-}
-
 std::optional<std::string> linkTarget(int link) {
   std::string target(4096, '\0');
   const ssize_t length = ::readlinkat(link, "", target.data(), target.size());
+  if (length == 0) errno = ENOENT;
   if (length <= 0) return std::nullopt;
   target.resize(static_cast<std::size_t>(length));
   return target;
@@ -62,10 +64,13 @@ class PathWalk {
   void toRoot() {
     item_ = open(root_, ".");
     names_.clear();
+    identities_.clear();
     folder_.reset();
   }
 
-  static FileDescriptor open(int folder, const char* name) { return FileDescriptor(::openat(folder, name, kLookOnly)); }
+  static FileDescriptor open(int folder, const char* name) {
+    return FileDescriptor(againIfInterrupted([&] { return ::openat(folder, name, kLookOnly); }));
+  }
 
   bool step(const std::string& name) {
     if (name == "." || name == "..") {
@@ -73,27 +78,34 @@ class PathWalk {
       return name == "." || toParent();
     }
     FileDescriptor next = open(item_.get(), name.c_str());
-    if (!next.isOpen()) return false;
+    struct stat status {};
+    if (!next.isOpen() || ::fstat(next.get(), &status) != 0) return false;
     const bool isLast = pending_.empty();
-    if (isLink(next.get()) && (!isLast || links_ == Links::follow)) return expand(next.get());
+    if (S_ISLNK(status.st_mode) && (!isLast || links_ == Links::follow)) return expand(next.get());
     folder_ = std::exchange(item_, std::move(next));
     names_.push_back(name);
+    identities_.push_back(identityOf(status));
     return true;
   }
 
-  // The root is its own parent; the system is never asked for what lies above it.
+  // The root is its own parent; the system is never asked for what lies above it. A folder that was moved meanwhile has
+  // another parent than the one that the walk came through, which may lie outside the root: the walk ends there.
   bool toParent() {
     if (names_.empty()) return true;
     names_.pop_back();
+    identities_.pop_back();
     wentUp_ = true;
     folder_.reset();
     item_ = names_.empty() ? open(root_, ".") : open(item_.get(), "..");
-    return item_.isOpen();
+    struct stat status {};
+    if (!item_.isOpen() || ::fstat(item_.get(), &status) != 0) return false;
+    return names_.empty() || identityOf(status) == identities_.back() || fails(ENOENT);
   }
 
   bool expand(int link) {
     const std::optional<std::string> target = linkTarget(link);
-    if (!target || ++expansions_ > kMaximumLinkExpansions) return fails(ELOOP);
+    if (!target) return false;
+    if (++expansions_ > kMaximumLinkExpansions) return fails(ELOOP);
     if (target->starts_with('/')) toRoot();
     putFirst(*target);
     return true;
@@ -122,7 +134,8 @@ class PathWalk {
   int root_;
   Links links_;
   std::deque<std::string> pending_;
-  std::vector<std::string> names_;  // of `item_`
+  std::vector<std::string> names_;    // of `item_`
+  std::vector<Identity> identities_;  // of the items that the names lead to
   FileDescriptor item_;
   FileDescriptor folder_;  // that holds `item_`, when it is known
   int expansions_ = 0;

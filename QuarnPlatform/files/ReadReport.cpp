@@ -11,10 +11,10 @@ UnreadableCause unreadableCause(int error) {
     case EACCES:
     case EPERM: return UnreadableCause::permission;
     case ENOENT:
-    case ENOTDIR:
-    case ESTALE: return UnreadableCause::vanished;
+    case ENOTDIR: return UnreadableCause::vanished;
     case EXDEV: return UnreadableCause::otherDevice;
     case ELOOP: return UnreadableCause::loop;
+    case EFBIG: return UnreadableCause::limit;
     default: return UnreadableCause::other;
   }
 }

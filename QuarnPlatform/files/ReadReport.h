@@ -10,7 +10,7 @@
 namespace quarn {
 
 /// Why an item could not be read.
-enum class UnreadableCause : std::uint8_t { permission, vanished, otherDevice, loop, other };
+enum class UnreadableCause : std::uint8_t { permission, vanished, otherDevice, loop, limit, other };
 
 /// One folder or item that a walk or a look-up left out.
 struct UnreadableItem {
@@ -45,10 +45,10 @@ class ReadReport {
   std::vector<UnreadableItem> items_;
   std::set<std::pair<UnreadableCause, std::string>> known_;  ///< cause and path of the items kept
   std::size_t keptBytes_ = 0;
-  std::uint64_t counts_[5] = {};
+  std::uint64_t counts_[6] = {};
 };
 
-/// The cause that an errno stands for.
+/// The cause that an errno stands for; EFBIG for what is beyond a limit of this library.
 UnreadableCause unreadableCause(int error);
 
 }  // namespace quarn

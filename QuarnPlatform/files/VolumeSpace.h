@@ -10,4 +10,12 @@ struct VolumeSpace {
   std::int64_t freeBytes = 0;
 };
 
+/// How a volume is mounted on the host.
+struct VolumeMount {
+  bool isMountPoint = false;        ///< the volume's folder is where something is mounted, not a folder like others
+  bool isReadOnly = false;          ///< nothing can change, access times neither
+  bool keepsAccessTimes = false;    ///< mounted without access times
+  bool mayKeepAccessTimes = false;  ///< this user may open the volume's folder without changing its access time
+};
+
 }  // namespace quarn

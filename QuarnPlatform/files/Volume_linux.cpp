@@ -11,6 +11,8 @@
 
 #include "QuarnPlatform/base/BlockBytes.h"
 #include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/base/Interruption.h"
+#include "QuarnPlatform/files/KeepingAccessTimes_linux.h"
 #include "QuarnPlatform/files/PathWalk.h"
 #include "QuarnPlatform/files/Volume.h"
 #include "QuarnPlatform/paths/Path.h"
@@ -20,12 +22,12 @@ namespace {
 
 constexpr std::size_t kLongestSystemPath = 4095;
 constexpr int kAttemptsWhileRenamed = 8;
+constexpr int kReadFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
 int flagsFor(OpenFor purpose) {
   switch (purpose) {
     case OpenFor::facts: return O_PATH | O_CLOEXEC;
     case OpenFor::folder: return O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
-    case OpenFor::file: return O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
   }
   return O_PATH | O_CLOEXEC;
 }
@@ -44,16 +46,25 @@ std::optional<ByteCounts> sizesOf(const struct stat& status) {
   return ByteCounts{.allocatedBytes = *allocated, .logicalBytes = status.st_size};
 }
 
-int openInRoot(int root, const std::string& relativePath, int flags, std::uint64_t furtherRules = 0) {
+int openInRootOnce(int root, const std::string& relativePath, int flags, std::uint64_t furtherRules) {
   open_how how{};
   how.flags = static_cast<std::uint64_t>(flags);
   how.resolve = RESOLVE_IN_ROOT | RESOLVE_NO_MAGICLINKS | furtherRules;
   long result = -1;
   for (int attempt = 0; attempt < kAttemptsWhileRenamed; ++attempt) {
-    result = ::syscall(SYS_openat2, root, relativePath.c_str(), &how, sizeof how);
+    result = againIfInterrupted([&] { return ::syscall(SYS_openat2, root, relativePath.c_str(), &how, sizeof how); });
     if (result >= 0 || errno != EAGAIN) break;
   }
   return static_cast<int>(result);
+}
+
+// Looking alone changes no access time.
+int openInRoot(int root, const std::string& relativePath, int flags, AccessTimes accessTimes,
+               std::uint64_t furtherRules = 0) {
+  if ((flags & O_PATH) != 0) return openInRootOnce(root, relativePath, flags, furtherRules);
+  return openKeepingAccessTimes(flags, accessTimes, [&](int keepingFlags) {
+    return openInRootOnce(root, relativePath, keepingFlags, furtherRules);
+  });
 }
 
 // The system cannot answer, as opposed to: the system answers no.
@@ -61,24 +72,41 @@ bool needsWalking(int error) {
   return error == ENOSYS || error == EPERM || error == EAGAIN || error == E2BIG || error == EINVAL;
 }
 
+// The very item that a descriptor of `OpenFor::facts` holds, wherever it is by now.
+FileDescriptor openForReading(int item, AccessTimes accessTimes) {
+  const std::string path = "/proc/self/fd/" + std::to_string(item);
+  return FileDescriptor(
+      openKeepingAccessTimes(kReadFlags, accessTimes, [&](int flags) { return ::open(path.c_str(), flags); }));
+}
+
 // The system's calls end a path at a NUL and would find another item.
 bool holdsNul(std::string_view path) { return path.find('\0') != std::string_view::npos; }
 
 }  // namespace
 
-Volume::Volume(const std::string& hostFolder) : hostFolder_(hostFolder) {
-  root_ = FileDescriptor(::open(hostFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+Volume::Volume(const std::string& hostFolder, AccessTimes accessTimes)
+    : hostFolder_(hostFolder), accessTimes_(accessTimes) {
+  root_ = FileDescriptor(
+      againIfInterrupted([&] { return ::open(hostFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
   if (!root_.isOpen()) throwFileError("open volume", hostFolder);
+  // Where no access time can change there is nothing to refuse.
+  if (accessTimes == AccessTimes::keepIfPermitted) return;
+  const VolumeMount how = mount();
+  if (how.isReadOnly || how.keepsAccessTimes) accessTimes_ = AccessTimes::keepIfPermitted;
 }
 
 FileDescriptor Volume::open(std::string_view path, OpenFor purpose, Links links) const {
+  return openWith(flagsFor(purpose), path, links);
+}
+
+FileDescriptor Volume::openWith(int purposeFlags, std::string_view path, Links links) const {
   if (holdsNul(path)) {
     errno = ENOENT;
     return {};
   }
-  const int flags = flagsFor(purpose) | (links == Links::doNotFollow ? O_NOFOLLOW : 0);
+  const int flags = purposeFlags | (links == Links::doNotFollow ? O_NOFOLLOW : 0);
   if (path.size() < kLongestSystemPath) {
-    FileDescriptor opened(openInRoot(root_.get(), "." + std::string(path), flags));
+    FileDescriptor opened(openInRoot(root_.get(), "." + std::string(path), flags, accessTimes_));
     if (opened.isOpen() || !needsWalking(errno)) return opened;
   }
   return openByWalking(path, flags, links);
@@ -88,15 +116,43 @@ FileDescriptor Volume::openByWalking(std::string_view path, int flags, Links lin
   const std::optional<WalkedPlace> place = walkBelow(root_.get(), path, links);
   if (!place) return {};
   const char* name = place->names.empty() ? "." : place->names.back().c_str();
-  return FileDescriptor(::openat(place->folder.get(), name, flags | O_NOFOLLOW));
+  const auto openThere = [&](int howFlags) { return ::openat(place->folder.get(), name, howFlags | O_NOFOLLOW); };
+  if ((flags & O_PATH) != 0) return FileDescriptor(againIfInterrupted([&] { return openThere(flags); }));
+  return FileDescriptor(openKeepingAccessTimes(flags, accessTimes_, openThere));
+}
+
+// Where /proc is not mounted. Another item that took the place of the one that was looked at is refused; a device has
+// been opened then.
+FileDescriptor Volume::openAgain(std::string_view path, const ItemFacts& expected) const {
+  FileDescriptor file = openWith(kReadFlags, path, Links::follow);
+  const std::optional<ItemFacts> found = file.isOpen() ? facts(file.get()) : std::nullopt;
+  if (!found) return {};
+  if (found->device == expected.device && found->inode == expected.inode) return file;
+  errno = ESTALE;
+  return {};
+}
+
+OpenedFile Volume::openFile(std::string_view path) const {
+  const FileDescriptor item = open(path, OpenFor::facts, Links::follow);
+  const std::optional<ItemFacts> found = item.isOpen() ? facts(item.get()) : std::nullopt;
+  if (!found) return {.descriptor = {}, .error = errno};
+  if (found->type == FileType::directory) return {.descriptor = {}, .error = EISDIR};
+  if (found->type != FileType::regular) return {.descriptor = {}, .error = EINVAL};
+  FileDescriptor file = openForReading(item.get(), accessTimes_);
+  if (!file.isOpen() && errno == ENOENT) file = openAgain(path, *found);
+  if (!file.isOpen()) return {.descriptor = {}, .error = errno};
+  return {.descriptor = std::move(file), .size = static_cast<std::uint64_t>(found->sizes.logicalBytes)};
 }
 
 // One call tells that nothing is there, or that no link is on the way, which is what nearly all look-ups find.
 std::optional<std::string> Volume::resolve(std::string_view path) const {
-  if (holdsNul(path)) return std::nullopt;
+  if (holdsNul(path)) {
+    errno = ENOENT;
+    return std::nullopt;
+  }
   if (path.size() < kLongestSystemPath) {
     const int flags = flagsFor(OpenFor::facts);
-    const FileDescriptor item(openInRoot(root_.get(), "." + std::string(path), flags, RESOLVE_NO_SYMLINKS));
+    const FileDescriptor item(openInRootOnce(root_.get(), "." + std::string(path), flags, RESOLVE_NO_SYMLINKS));
     if (item.isOpen() && path.starts_with('/') && path::isPlain(path)) return std::string(path);
     if (!item.isOpen() && errno != ELOOP && !needsWalking(errno)) return std::nullopt;
   }
@@ -130,6 +186,18 @@ VolumeSpace Volume::space() const {
   const std::optional<std::int64_t> free = bytesInBlocks(status.f_bavail, status.f_frsize);
   if (!total || !free) throwFileError(EOVERFLOW, "statfs", "/");
   return {.totalBytes = *total, .freeBytes = *free};
+}
+
+VolumeMount Volume::mount() const {
+  struct statvfs status {};
+  struct statx root {};
+  if (::fstatvfs(root_.get(), &status) != 0) throwFileError("statfs", "/");
+  const bool isKnown = ::statx(root_.get(), "", AT_EMPTY_PATH, STATX_TYPE, &root) == 0;
+  const FileDescriptor keeping(::openat(root_.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOATIME));
+  return {.isMountPoint = isKnown && (root.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0,
+          .isReadOnly = (status.f_flag & ST_RDONLY) != 0,
+          .keepsAccessTimes = (status.f_flag & ST_NOATIME) != 0,
+          .mayKeepAccessTimes = keeping.isOpen()};
 }
 
 std::string Volume::currentHome() {

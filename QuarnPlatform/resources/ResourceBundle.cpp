@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "QuarnPlatform/base/FileDescriptor.h"
+#include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/resources/ProgramPath.h"
 
@@ -30,10 +33,13 @@ bool staysInside(std::string_view relative) {
 
 /// The regular file's descriptor; not blocking, so that a pipe under a resource's name cannot hold the program.
 FileDescriptor openRegularFile(const std::string& path) {
-  FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  FileDescriptor file(againIfInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+  if (!file.isOpen()) return file;
   struct stat facts {};
-  const bool isRegular = file.isOpen() && ::fstat(file.get(), &facts) == 0 && S_ISREG(facts.st_mode);
-  return isRegular ? std::move(file) : FileDescriptor();
+  if (::fstat(file.get(), &facts) != 0) return {};
+  if (S_ISREG(facts.st_mode)) return file;
+  errno = EINVAL;
+  return {};
 }
 
 /// All bytes of the file; absent on an error or when there are more than the maximum, whatever its size claims to be.
@@ -42,11 +48,12 @@ std::optional<std::string> readAll(const FileDescriptor& file) {
   const auto chunk = std::make_unique_for_overwrite<char[]>(kChunk);
   std::string bytes;
   while (bytes.size() <= ResourceBundle::kMaximumBytes) {
-    const ssize_t got = ::read(file.get(), chunk.get(), kChunk);
+    const ssize_t got = againIfInterrupted([&] { return ::read(file.get(), chunk.get(), kChunk); });
     if (got == 0) return bytes;
-    if (got < 0 && errno != EINTR) return std::nullopt;
-    bytes.append(chunk.get(), static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    if (got < 0) return std::nullopt;
+    bytes.append(chunk.get(), static_cast<std::size_t>(got));
   }
+  errno = EFBIG;
   return std::nullopt;
 }
 
@@ -56,6 +63,12 @@ ResourceBundle ResourceBundle::shipped() {
   const std::string program = programPath();
   if (program.empty()) return ResourceBundle("");
   return ResourceBundle(path::join(path::parent(path::parent(program)), "share/quarn"));
+}
+
+ResourceBundle ResourceBundle::reportingTo(OnUnreadable onUnreadable) const {
+  ResourceBundle copy = *this;
+  copy.onUnreadable_ = std::move(onUnreadable);
+  return copy;
 }
 
 bool ResourceBundle::contains(std::string_view name, std::string_view extension, std::string_view subdirectory) const {
@@ -76,7 +89,9 @@ std::optional<std::string> ResourceBundle::read(std::string_view name, std::stri
   const std::optional<std::string> path = pathOf(name, extension, subdirectory);
   if (!path) return std::nullopt;
   const FileDescriptor descriptor = openRegularFile(*path);
-  return descriptor.isOpen() ? readAll(descriptor) : std::nullopt;
+  std::optional<std::string> bytes = descriptor.isOpen() ? readAll(descriptor) : std::nullopt;
+  if (!bytes && onUnreadable_ && !meansMissing(errno)) onUnreadable_(*path, errno);
+  return bytes;
 }
 
 }  // namespace quarn

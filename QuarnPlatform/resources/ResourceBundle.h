@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,6 +18,11 @@ class ResourceBundle {
   static ResourceBundle shipped();
   explicit ResourceBundle(std::string folder) : folder_(std::move(folder)) {}
 
+  /// Gets the path and the errno of a resource that is there and cannot be read; called on the reading thread.
+  using OnUnreadable = std::function<void(const std::string& path, int error)>;
+  /// The same folder; what cannot be read is told to `onUnreadable`.
+  [[nodiscard]] ResourceBundle reportingTo(OnUnreadable onUnreadable) const;
+
   [[nodiscard]] const std::string& folder() const { return folder_; }
 
   /// Whether anything lies at "<folder>/<subdirectory>/<name>.<extension>", readable or not.
@@ -33,6 +39,7 @@ class ResourceBundle {
                                                   std::string_view subdirectory) const;
 
   std::string folder_;
+  OnUnreadable onUnreadable_;
 };
 
 }  // namespace quarn

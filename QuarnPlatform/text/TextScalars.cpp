@@ -38,6 +38,13 @@ void appendUTF16(std::u16string& text, char32_t scalar) {
   text.push_back(static_cast<char16_t>(scalar > 0xFFFF ? U16_TRAIL(icu(scalar)) : scalar));
 }
 
+// How many combining marks the scalar's decomposition begins with. A few vowel signs are of class zero themselves and
+// decompose to two marks.
+int leadingMarks(char32_t scalar) {
+  if (scalar < kFirstMark || u_getIntPropertyValue(icu(scalar), UCHAR_LEAD_CANONICAL_COMBINING_CLASS) == 0) return 0;
+  return u_getCombiningClass(icu(scalar)) == 0 ? 2 : 1;
+}
+
 }  // namespace
 
 bool isASCII(std::string_view text) {
@@ -81,12 +88,12 @@ std::u16string toUTF16(std::string_view text) {
   int marks = 0;
   for (ScalarReader scalars(text); !scalars.atEnd();) {
     const char32_t scalar = scalars.next();
-    const bool isMark = scalar >= kFirstMark && u_getCombiningClass(icu(scalar)) != 0;
-    if (isMark && marks == kLongestMarkRun) {
+    const int leading = leadingMarks(scalar);
+    if (marks + leading > kLongestMarkRun) {
       appendUTF16(units, kGraphemeJoiner);
       marks = 0;
     }
-    marks = isMark ? marks + 1 : 0;
+    marks = leading != 0 ? marks + leading : 0;
     appendUTF16(units, scalar);
   }
   return units;

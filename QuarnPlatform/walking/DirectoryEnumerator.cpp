@@ -73,7 +73,7 @@ DirectoryEnumerator::Walk::~Walk() {
 }
 
 void DirectoryEnumerator::Walk::open(const FileURL& root) {
-  ahead_ = std::make_unique<ReadAhead>(files_.openDirectory(root, Links::doNotFollow), options_);
+  ahead_ = std::make_unique<ReadAhead>(files_.openDirectory(root, Links::doNotFollow), options_, files_.accessTimes());
   frames_.push_back({.folder = ahead_->takeRoot()});
   rootError_ = frames_.back().folder->listing.error;
 }

@@ -1,5 +1,6 @@
 #include "QuarnPlatform/walking/EarlySizes.h"
 
+#include <new>
 #include <system_error>
 
 #include "QuarnPlatform/files/DirectoryReader.h"
@@ -52,7 +53,11 @@ void EarlySizes::work() {
     if (isEnding_) return;
     FoundItems::Block& block = *blocks_[next];
     lock.unlock();
-    readSizes(folder_, block);
+    try {
+      readSizes(folder_, block);
+    } catch (const std::bad_alloc&) {
+      return;  // the others read the sizes
+    }
     lock.lock();
   }
 }

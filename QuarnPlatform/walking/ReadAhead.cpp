@@ -52,9 +52,20 @@ void clear(ReadAhead::Folder& folder) {
   folder.firstClaimed = 0;
 }
 
+std::size_t endOf(const FolderListing& listing, std::size_t segment) {
+  return std::min((segment + 1) * kSegment, listing.entries.size());
+}
+
+// The folder could not be opened again, so none of the files can be read.
+void loseSegment(FolderListing& listing, std::size_t segment, int error) {
+  for (std::size_t i = segment * kSegment; i < endOf(listing, segment); ++i) {
+    FolderListing::Entry& entry = listing.entries[i];
+    if (entry.item.type() == FileType::regular && !entry.hasSizes()) entry.logicalBytes = error;
+  }
+}
+
 void readSegment(int descriptor, FolderListing& listing, std::size_t segment) {
-  const std::size_t end = std::min((segment + 1) * kSegment, listing.entries.size());
-  FolderLister::readSizes(descriptor, listing, segment * kSegment, end);
+  FolderLister::readSizes(descriptor, listing, segment * kSegment, endOf(listing, segment));
 }
 
 }  // namespace
@@ -82,9 +93,9 @@ struct ReadAhead::Hands {
   std::optional<WalkedFolders::Use> done;
 };
 
-ReadAhead::ReadAhead(FileDescriptor root, const WalkOptions& options)
+ReadAhead::ReadAhead(FileDescriptor root, const WalkOptions& options, AccessTimes accessTimes)
     : options_(options),
-      folders_(std::move(root)),
+      folders_(std::move(root), accessTimes),
       helperCount_(options.readAheadThreads, HelperCount::furtherCores()),
       root_(std::make_unique<Folder>()),
       hands_(std::make_unique<Hands>(options_)) {
@@ -243,7 +254,8 @@ void ReadAhead::perform(Lock& lock, const Task& task, Hands& hands) {
 void ReadAhead::read(const Task& task, Hands& hands) {
   if (task.parent != nullptr) return listFolder(task, hands);
   const PinnedFolder folder(*task.folder->use);
-  if (folder.descriptor() >= 0) readSegment(folder.descriptor(), task.folder->listing, task.segment);
+  if (folder.descriptor() >= 0) return readSegment(folder.descriptor(), task.folder->listing, task.segment);
+  loseSegment(task.folder->listing, task.segment, folder.error());
 }
 
 void ReadAhead::listFolder(const Task& task, Hands& hands) {
@@ -339,6 +351,7 @@ void ReadAhead::recycleLeft() {
 }
 
 void ReadAhead::helpOrWait(Lock& lock) {
+  if (failure_) std::rethrow_exception(failure_);
   if (const std::optional<Task> task = claimNext(*hands_)) return perform(lock, *task, *hands_);
   consumerWaits_ = true;
   forConsumer_.wait(lock);
@@ -362,7 +375,18 @@ void ReadAhead::startHelper() {
   }
 }
 
+// What ends a helper is thrown on the consumer's thread.
 void ReadAhead::help() {
+  try {
+    helpUntilEnd();
+  } catch (...) {
+    const std::lock_guard lock(mutex_);
+    if (!failure_) failure_ = std::current_exception();
+    forConsumer_.notify_one();
+  }
+}
+
+void ReadAhead::helpUntilEnd() {
   Hands hands(options_);
   hands.prepare();
   Lock lock(mutex_);

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -50,7 +51,7 @@ class ReadAhead {
   };
 
   /// Lists the root.
-  ReadAhead(FileDescriptor root, const WalkOptions& options);
+  ReadAhead(FileDescriptor root, const WalkOptions& options, AccessTimes accessTimes);
   /// Every folder that was given to the consumer must have been taken back.
   ~ReadAhead();
   ReadAhead(const ReadAhead&) = delete;
@@ -96,6 +97,7 @@ class ReadAhead {
   void wakeHelper();
   void startHelper();
   void help();
+  void helpUntilEnd();
 
   const WalkOptions options_;
   WalkedFolders folders_;
@@ -113,6 +115,7 @@ class ReadAhead {
   unsigned waitingHelpers_ = 0;
   bool consumerWaits_ = false;
   bool isEnding_ = false;
+  std::exception_ptr failure_;  // the first of a helper
 
   // The consumer's.
   FolderPointer root_;

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cerrno>
 #include <condition_variable>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -127,7 +128,9 @@ class Sizing {
   void work(SizingThread& thread);
   void wait(std::unique_lock<std::mutex>& lock);
   void attendToCaller();
+  Totals sum(const Step& rootStep);
   void startHelper();
+  void help();
   void addBusy(int threads);
   void stopAndJoin();
 
@@ -153,6 +156,7 @@ class Sizing {
   Totals totals_{};
   int busy_ = 1;  // threads that may still find something; the caller from the start
   bool stopped_ = false;
+  std::exception_ptr failure_;  // the first of a helper, to be thrown on the calling thread
   Clock::time_point lastProgress_ = started_;
 
   std::vector<std::thread> helpers_;  // the calling thread's
@@ -336,20 +340,32 @@ Sizing::Sizing(const FileManager& files, const FileURL& root, const Attribution&
       attribution_(attribution),
       options_(options),
       needsPackages_(attribution.needsPackages()),
-      folders_(files.openDirectory(root, Links::doNotFollow)),
+      folders_(files.openDirectory(root, Links::doNotFollow), files.accessTimes()),
       helperCount_(options.helperCount ? options.helperCount : TreeSizer::makeHelperCount(options.threads)) {}
 
 Totals Sizing::run(const Step& rootStep) {
+  try {
+    return sum(rootStep);
+  } catch (const SizeOverflow&) {
+    throw SizeOverflow(root_.path());
+  }
+}
+
+Totals Sizing::sum(const Step& rootStep) {
   if (options_.cancellation.isCancelled()) return {};
   SizingThread caller(*this);
   {
     const auto use = std::make_shared<const WalkedFolders::Use>(folders_.root());
     const PinnedFolder folder(*use);
     Place place = placeOf(use, folder, rootStep);
-    if (const int error = caller.read(place); error != 0) throwFileError(error, "list", root_.path());
+    if (const int error = caller.read(place); error != 0) {
+      reportUnreadable(*use, error);
+      throwFileError(error, "list", root_.path());
+    }
   }
   work(caller);
   stopAndJoin();
+  if (failure_) std::rethrow_exception(failure_);
   return totals_;
 }
 
@@ -456,13 +472,22 @@ void Sizing::attendToCaller() {
 void Sizing::startHelper() {
   addBusy(1);
   try {
-    helpers_.emplace_back([this] {
-      SizingThread helper(*this);
-      work(helper);
-    });
+    helpers_.emplace_back([this] { help(); });
   } catch (const std::system_error&) {
     addBusy(-1);
     helperCount_->limit(static_cast<unsigned>(helpers_.size()));
+  }
+}
+
+void Sizing::help() {
+  try {
+    SizingThread helper(*this);
+    work(helper);
+  } catch (...) {
+    const std::lock_guard lock(mutex_);
+    if (!failure_) failure_ = std::current_exception();
+    stopped_ = true;
+    changed_.notify_all();
   }
 }
 
@@ -496,7 +521,8 @@ void Sizing::reportUnreadable(const WalkedFolders::Use& folder, int error) const
 }
 
 void Sizing::report(const std::string& pathBelowRoot, int error) const {
-  files_.readReport()->add(root_.path() == "/" ? pathBelowRoot : root_.path() + pathBelowRoot, error);
+  const std::string path = root_.path() == "/" ? pathBelowRoot : root_.path() + pathBelowRoot;
+  files_.readReport()->add(path.empty() ? "/" : path, error);
 }
 
 class WholeTree : public Attribution {

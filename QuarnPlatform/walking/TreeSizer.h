@@ -43,7 +43,7 @@ class Attribution {
 /// descriptors and memory that does not grow with the number of files. Links are never followed and count nothing, nor
 /// do folders and special files; other devices are not entered; unreadable folders are left out and added to the file
 /// manager's read report; hard links count each time. Complete whatever the depth (paths may be far longer than
-/// PATH_MAX).
+/// PATH_MAX). A sum that does not fit throws SizeOverflow with the root's path.
 class TreeSizer {
  public:
   static constexpr std::size_t kBuckets = 16;

@@ -52,7 +52,8 @@ std::string WalkedFolders::Use::path() const {
   return path;
 }
 
-WalkedFolders::WalkedFolders(FileDescriptor root) : root_(folders_.emplace_back()), opener_(root.get()) {
+WalkedFolders::WalkedFolders(FileDescriptor root, AccessTimes accessTimes)
+    : root_(folders_.emplace_back()), opener_(root.get(), accessTimes) {
   root_.descriptor = std::move(root);
   root_.pins = 0;
   root_.uses = 1;  // never forgotten: everything is reached from it

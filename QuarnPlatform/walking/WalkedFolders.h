@@ -53,7 +53,7 @@ class WalkedFolders {
     Folder* folder_;
   };
 
-  explicit WalkedFolders(FileDescriptor root);
+  explicit WalkedFolders(FileDescriptor root, AccessTimes accessTimes = AccessTimes::keepIfPermitted);
 
   [[nodiscard]] Use root();
 

@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "QuarnPlatform/base/Limits.h"
 #include "QuarnSystem/formats/ByteReader.h"
 
 namespace quarn {
@@ -317,7 +318,8 @@ void PathBuilder::settle(Item& item) {
     item.depth += parent.depth;
     item.pathBytes += parent.pathBytes + (parent.depth > 0 ? 1 : 0);
   }
-  item.state = isListed && item.depth <= kMaxBillDepth ? Item::State::listed : Item::State::dropped;
+  const bool isUsual = item.depth <= kMaxBillDepth && item.pathBytes <= limits::kRecordPathBytes;
+  item.state = isListed && isUsual ? Item::State::listed : Item::State::dropped;
 }
 
 /// From right to left, each name and each slash at its place.

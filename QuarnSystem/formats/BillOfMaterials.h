@@ -19,13 +19,13 @@ struct BillEntry {
   friend bool operator==(const BillEntry&, const BillEntry&) = default;
 };
 
-/// The bounds of `readBillOfMaterials`. A bill beyond one of the first three is refused; what lies deeper than the last
-/// is left out. Time is linear in the bill and its paths, but for sorting the entries by number; memory, beside the
-/// bill, is below the paths' bytes and 160 bytes an entry together.
-inline constexpr std::size_t kMaxBillBytes = 256U << 20U;
-inline constexpr std::size_t kMaxBillEntries = 2'000'000;
-inline constexpr std::size_t kMaxBillPathBytes = 256U << 20U;  ///< of all paths
-inline constexpr std::size_t kMaxBillDepth = 1'024;            ///< components of a path
+/// The bounds of `readBillOfMaterials`. A bill beyond one of the first three is refused; an entry beyond one of the
+/// last two is left out with all below it. Time is linear in the bill and its paths, but for sorting the entries by
+/// number; memory, beside the bill, is below the paths' bytes and 160 bytes an entry together.
+inline constexpr std::size_t kMaxBillBytes = 64U << 20U;
+inline constexpr std::size_t kMaxBillEntries = 1'000'000;
+inline constexpr std::size_t kMaxBillPathBytes = 64U << 20U;  ///< of all paths
+inline constexpr std::size_t kMaxBillDepth = 1'024;  ///< components of a path; its bytes: limits::kRecordPathBytes
 
 /// What the installer's bill of materials (a "BOMStore") lists, in the order of the bill, without the root folder.
 ///

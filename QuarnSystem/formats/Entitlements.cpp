@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "QuarnPlatform/base/Limits.h"
 #include "QuarnSystem/formats/DerEntitlements.h"
 #include "QuarnSystem/formats/MachO.h"
 
@@ -29,7 +30,8 @@ bool hasEntitlements(const CodeSignature& signature) {
 
 bool canNameFolder(std::string_view name) {
   constexpr std::string_view kForbidden("/\0", 2);
-  return !name.empty() && name != "." && name != ".." && name.find_first_of(kForbidden) == std::string_view::npos;
+  return !name.empty() && name.size() <= limits::kNameBytes && name != "." && name != ".." &&
+         name.find_first_of(kForbidden) == std::string_view::npos;
 }
 
 void addGroup(std::vector<std::string>& groups, const PropertyList& element) {

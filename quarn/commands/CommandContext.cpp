@@ -12,6 +12,7 @@
 #include "QuarnSystem/DiagnosticsLogger.h"
 #include "quarn/commands/HostFile.h"
 #include "quarn/commands/Interrupt.h"
+#include "quarn/commands/Sandbox.h"
 #include "quarn/commands/VolumeOptions.h"
 #include "quarn/terminal/PathText.h"
 #include "quarn/terminal/TerminalText.h"
@@ -47,6 +48,15 @@ ResourceBundle resourcesIn(const std::string& folder) {
   return ResourceBundle(folder);
 }
 
+// The volume, what the program ships, and the system's libraries; the log is open already.
+SandboxRules sandboxRules(const Arguments& arguments, const std::string& volume, const std::string& resources) {
+  SandboxRules rules{.readable = {volume, resources, ResourceBundle::shipped().folder(), "/usr/lib", "/lib", "/lib64",
+                                  "/usr/share/locale", "/sys/devices/system/cpu"}};
+  const std::string output = arguments.text("--output").value_or("-");
+  if (output != "-") rules.writable = {writtenPlace(output)};
+  return rules;
+}
+
 }  // namespace
 
 nlohmann::ordered_json versioned(const nlohmann::ordered_json& members) {
@@ -66,7 +76,10 @@ CommandContext::CommandContext(Arguments arguments)
       units_(unitsOf(arguments_)),
       report_(std::make_shared<ReadReport>()) {}
 
-CommandContext::~CommandContext() { DiagnosticsLogger::shared().close(); }
+CommandContext::~CommandContext() {
+  const bool isLogWhole = DiagnosticsLogger::shared().close();
+  if (!isLogWhole && !isQuiet()) std::fputs("quarn: the log could not be written whole\n", stderr);
+}
 
 const Services& CommandContext::services() {
   if (!services_) services_ = openServices();
@@ -80,11 +93,25 @@ const Cancellation& CommandContext::cancellation() {
 
 std::unique_ptr<Services> CommandContext::openServices() {
   const std::optional<std::string> folder = arguments_.text("--resources");
-  const ResourceBundle bundle = folder ? resourcesIn(*folder) : ResourceBundle::shipped();
+  const ResourceBundle bundle =
+      (folder ? resourcesIn(*folder) : ResourceBundle::shipped())
+          .reportingTo([report = report_](const std::string& path, int error) { report->add(path, error); });
   useLocalization(arguments_.text("--locale").value_or(environmentLocale()), ResourceBundle::shipped());
   const FileManager files = openVolume(arguments_).reportingTo(report_);
+  warnIfWritable(files);
   if (const std::optional<std::string> log = arguments_.text("--log")) openLog(*log, files.hostFolder());
+  if (!arguments_.has("--no-sandbox")) {
+    enterSandbox(sandboxRules(arguments_, files.hostFolder(), bundle.folder()));
+  }
   return std::make_unique<Services>(files, bundle);
+}
+
+// A volume that was mounted to be looked at should not change by that.
+void CommandContext::warnIfWritable(const FileManager& files) {
+  if (!arguments_.has("--volume") || arguments_.has("--forensic")) return;
+  const VolumeMount mount = files.mount();
+  if (!mount.isMountPoint || mount.isReadOnly || mount.keepsAccessTimes) return;
+  warn(files.hostFolder() + " is mounted writable, so reading may change access times (mount it read-only)");
 }
 
 // Nothing may be written on what is inspected.
@@ -137,7 +164,7 @@ void CommandContext::tellUnread() {
     if (cause.count > 0) warn(causeLine(cause) + (isVerbose() ? "" : " (--verbose names them)"));
   }
   if (isVerbose()) {
-    for (const UnreadableItem& item : summary.items) warn(std::string(causeID(item.cause)) + ": " + item.path);
+    for (const UnreadableItem& item : summary.items) warn(itemLine(item));
   }
 }
 

@@ -71,6 +71,7 @@ class CommandContext {
 
  private:
   std::unique_ptr<Services> openServices();
+  void warnIfWritable(const FileManager& files);
   void openLog(const std::string& file, const std::string& volumeFolder);
 
   Arguments arguments_;

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/AppSelection.h"
@@ -31,6 +32,10 @@ std::string helpHint(const CommandRow* command) {
 
 Members details(const FileError& error) {
   return {{"path", error.path()}, {"errno", error.error()}, {"name", errnoName(error.error())}};
+}
+
+Members details(const SizeOverflow& error) {
+  return {{"path", error.folder()}, {"errno", EOVERFLOW}, {"name", "EOVERFLOW"}};
 }
 
 Members details(const AmbiguousApp& error) {
@@ -120,6 +125,12 @@ int runCommandLine(const std::vector<std::string>& words) {
   } catch (const FileError& error) {
     const ExitCode code = error.error() == ENOENT ? ExitCode::notFound : ExitCode::failure;
     return tell({code, escapedForTerminal(error.what()), details(error)}, asJSON, unread);
+  } catch (const SizeOverflow& error) {
+    return tell({ExitCode::failure, escapedForTerminal(error.what()), details(error)}, asJSON, unread);
+  } catch (const std::bad_alloc&) {
+    return tell({ExitCode::failure, "not enough memory"}, asJSON, {});
+  } catch (const std::exception& error) {
+    return tell({ExitCode::failure, "internal error: " + escapedForTerminal(error.what())}, asJSON, {});
   }
 }
 

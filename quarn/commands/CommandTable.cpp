@@ -22,6 +22,8 @@ constexpr std::array kGlobalOptions{
     OptionRow{.name = "--quiet", .argument = "", .help = "No progress and no warnings", .shortName = "-q", .excludes = "--verbose"},
     OptionRow{.name = "--verbose", .argument = "", .help = "More detail, and every item that could not be read", .shortName = "-v"},
     OptionRow{.name = "--log", .argument = "FILE", .help = "Append diagnostics to FILE, never on the inspected volume", .isHostPath = true},
+    OptionRow{.name = "--forensic", .argument = "", .help = "Read nothing whose access time would change; refused where that cannot be kept"},
+    OptionRow{.name = "--no-sandbox", .argument = "", .help = "Do not confine the process to the volume and the output file"},
     OptionRow{.name = "--help", .argument = "", .help = "What the command does and takes", .shortName = "-h"},
     OptionRow{.name = "--version", .argument = "", .help = "Version of this program", .shortName = "-V"},
 };
@@ -46,6 +48,9 @@ constexpr std::array kInspectOptions{
     OptionRow{.name = "--no-heuristics", .argument = "", .help = "No search by resembling names"},
     OptionRow{.name = "--depth", .argument = "N", .help = "Levels that the searches by name look at (3)", .isNumber = true, .excludes = "--no-heuristics"},
     OptionRow{.name = "--max-results", .argument = "N", .help = "Finds at which such a search stops (50)", .isNumber = true, .excludes = "--no-heuristics"},
+};
+constexpr std::array kSampleOptions{
+    OptionRow{.name = "--hostile", .argument = "", .help = "A volume that tries to hurt its reader: loops, pipes, bombs, odd names"},
 };
 constexpr std::array kPlanOptions{
     OptionRow{.name = "--mode", .argument = "MODE", .help = "cacheOnly, associatedDataOnly, removeApp or aggressive (removeApp)", .choices = "cacheOnly|associatedDataOnly|removeApp|aggressive"},
@@ -155,7 +160,7 @@ constexpr std::array kCommands{
     CommandRow{.name = "receipts", .summary = "List the installer's receipts", .description = "", .positionals = {}, .options = kReceiptsOptions, .examples = kReceiptsExamples, .run = runReceipts, .hasList = true},
     CommandRow{.name = "kexts", .summary = "List the kernel extensions and whose they are", .description = "", .positionals = {}, .options = kKextsOptions, .examples = kKextsExamples, .run = runKexts, .hasList = true},
     CommandRow{.name = "rpc", .summary = "Serve every operation over JSON-RPC on standard input and output", .description = "", .positionals = {}, .options = kRPCOptions, .examples = kRPCExamples, .run = runRPCCommand},
-    CommandRow{.name = "sample", .summary = "Write a small sample Mac volume", .description = "The one command that writes files: into a new or empty folder of this machine.", .positionals = kFolder, .options = {}, .examples = kSampleExamples, .run = runSample},
+    CommandRow{.name = "sample", .summary = "Write a small sample Mac volume", .description = "The one command that writes files: into a new or empty folder of this machine.", .positionals = kFolder, .options = kSampleOptions, .examples = kSampleExamples, .run = runSample},
     CommandRow{.name = "completions", .summary = "Print the completion script of a shell", .description = "", .positionals = kShell, .options = {}, .examples = kCompletionExamples, .run = runCompletions},
     CommandRow{.name = "manual", .summary = "Print the manual page", .description = "", .positionals = {}, .options = {}, .examples = kManualExamples, .run = runManual},
     CommandRow{.name = "help", .summary = "Tell about a command", .description = "", .positionals = kTopic, .options = {}, .examples = kHelpExamples, .run = runHelp},

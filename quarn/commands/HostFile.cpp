@@ -1,10 +1,13 @@
 #include "quarn/commands/HostFile.h"
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <optional>
+#include <random>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,6 +15,7 @@
 
 #include "QuarnPlatform/base/FileDescriptor.h"
 #include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/paths/Path.h"
 
 namespace quarn {
@@ -32,6 +36,42 @@ class SizeLimitSignalIgnored {
 
  private:
   struct sigaction before_ {};
+};
+
+// Read by signal handlers; the text lives as long as its UnfinishedFile.
+std::atomic<const char*> unfinishedFile = nullptr;
+static_assert(std::atomic<const char*>::is_always_lock_free);
+
+void removeAndEnd(int signal) {
+  removeUnfinishedFile();
+  ::signal(signal, SIG_DFL);
+  ::raise(signal);
+}
+
+/// A file that is to be removed when a signal ends the process before it is finished. A signal that the process ignores
+/// stays ignored.
+class UnfinishedFile {
+ public:
+  explicit UnfinishedFile(const std::string& path) {
+    unfinishedFile = path.c_str();
+    for (std::size_t i = 0; i < kSignals.size(); ++i) {
+      ::sigaction(kSignals[i], nullptr, &before_[i]);
+      if (before_[i].sa_handler != SIG_DFL) continue;
+      struct sigaction remove {};
+      remove.sa_handler = removeAndEnd;
+      ::sigaction(kSignals[i], &remove, nullptr);
+    }
+  }
+  ~UnfinishedFile() {
+    for (std::size_t i = 0; i < kSignals.size(); ++i) ::sigaction(kSignals[i], &before_[i], nullptr);
+    unfinishedFile = nullptr;
+  }
+  UnfinishedFile(const UnfinishedFile&) = delete;
+  UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+
+ private:
+  static constexpr std::array<int, 3> kSignals{SIGINT, SIGTERM, SIGHUP};
+  std::array<struct sigaction, 3> before_{};
 };
 
 bool writeAll(int descriptor, std::string_view content) {
@@ -78,9 +118,20 @@ void writeInPlace(const std::string& file, std::string_view content) {
   if (!descriptor.isOpen() || !writeAll(descriptor.get(), content)) throwFileError("write", file);
 }
 
+// Named before it is made, so that no signal comes between its making and its name.
+std::string temporaryName(const std::string& target) {
+  constexpr std::string_view kDigits = "0123456789abcdefghijklmnopqrstuvwxyz";
+  std::string name = target + ".";
+  std::random_device random;
+  for (int i = 0; i < 16; ++i) name += kDigits[random() % kDigits.size()];
+  return name;
+}
+
 void replaceFile(const std::string& file, const std::string& target, mode_t mode, std::string_view content) {
-  std::string temporary = target + ".XXXXXX";
-  const FileDescriptor descriptor(::mkostemp(temporary.data(), O_CLOEXEC));
+  const std::string temporary = temporaryName(target);
+  const UnfinishedFile unfinished(temporary);
+  const FileDescriptor descriptor(
+      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!descriptor.isOpen()) throwFileError("write", file);
   const bool isWritten = writeAll(descriptor.get(), content) && ::fchmod(descriptor.get(), mode) == 0 &&
                          ::rename(temporary.c_str(), target.c_str()) == 0;
@@ -96,6 +147,28 @@ bool liesInHostFolder(const std::string& file, const std::string& folder) {
   return path::isInside(targetOf(file), targetOf(folder));
 }
 
+std::string readHostFile(const std::string& file, std::size_t maximumBytes) {
+  const auto facts = factsOf(file);
+  if (!facts) throwFileError("read", file);
+  if (!S_ISREG(facts->st_mode)) throwFileError(EINVAL, "read", file);
+  const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (!descriptor.isOpen()) throwFileError("read", file);
+  std::string content;
+  std::array<char, 32768> chunk{};
+  for (;;) {
+    const ssize_t got = againIfInterrupted([&] { return ::read(descriptor.get(), chunk.data(), chunk.size()); });
+    if (got < 0) throwFileError("read", file);
+    if (got == 0) return content;
+    content.append(chunk.data(), static_cast<std::size_t>(got));
+    if (content.size() > maximumBytes) throwFileError(EFBIG, "read", file);
+  }
+}
+
+void removeUnfinishedFile() {
+  const char* path = unfinishedFile.exchange(nullptr);
+  if (path != nullptr) ::unlink(path);
+}
+
 void checkHostFile(const std::string& file) {
   const auto facts = factsOf(file);
   if (file.ends_with('/') || (facts && S_ISDIR(facts->st_mode))) throwFileError(EISDIR, "write", file);
@@ -105,6 +178,11 @@ void checkHostFile(const std::string& file) {
   if (!folderFacts) throwFileError("write", file);
   if (!S_ISDIR(folderFacts->st_mode)) throwFileError(ENOTDIR, "write", file);
   if (::faccessat(AT_FDCWD, folder.c_str(), W_OK | X_OK, AT_EACCESS) != 0) throwFileError("write", file);
+}
+
+std::string writtenPlace(const std::string& file) {
+  const auto facts = factsOf(file);
+  return facts && !S_ISREG(facts->st_mode) ? file : folderOf(targetOf(file));
 }
 
 void writeHostFile(const std::string& file, std::string_view content) {

@@ -1,7 +1,10 @@
 #include "quarn/commands/Interrupt.h"
 
 #include <csignal>
+#include <system_error>
 #include <thread>
+
+#include "quarn/commands/HostFile.h"
 
 namespace quarn {
 
@@ -12,13 +15,19 @@ Cancellation interruptedFlag() {
   sigemptyset(&interrupts);
   sigaddset(&interrupts, SIGINT);
   if (pthread_sigmask(SIG_BLOCK, &interrupts, nullptr) != 0) return flag;
-  std::thread([flag, interrupts] {
-    int signal = 0;
-    sigwait(&interrupts, &signal);
-    flag.cancel();
-    sigwait(&interrupts, &signal);
-    std::_Exit(128 + SIGINT);
-  }).detach();
+  try {
+    std::thread([flag, interrupts] {
+      int signal = 0;
+      sigwait(&interrupts, &signal);
+      flag.cancel();
+      sigwait(&interrupts, &signal);
+      removeUnfinishedFile();
+      std::_Exit(128 + SIGINT);
+    }).detach();
+  } catch (const std::system_error&) {
+    // Without a thread to wait for it Ctrl-C ends the process, as it does elsewhere.
+    pthread_sigmask(SIG_UNBLOCK, &interrupts, nullptr);
+  }
   return flag;
 }
 

@@ -5,10 +5,32 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/HostFile.h"
+#include "quarn/sample/HostileVolume.h"
 #include "quarn/sample/SampleVolume.h"
 #include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
+
+namespace {
+
+ExitCode writeHostile(const std::string& folder, CommandContext& context) {
+  const HostileSummary summary = writeHostileVolume(folder);
+  if (context.wantsJSON()) {
+    context.printDocument({{"folder", Text::validUTF8(folder)},
+                           {"home", summary.home},
+                           {"kinds", summary.kinds},
+                           {"refused", summary.refused}});
+    return context.finish();
+  }
+  context.print(fmt::format("Wrote a hostile Mac volume; home {}:\n", summary.home));
+  for (const HostileItems& items : hostileItems()) {
+    context.print(fmt::format("  {:<16}{}\n", items.name, items.meaning));
+  }
+  if (summary.refused > 0) context.warn(fmt::format("this file system did not take all of {}", summary.refused));
+  return context.finish();
+}
+
+}  // namespace
 
 ExitCode runSample(CommandContext& context) {
   const std::string& folder = context.arguments().positionals.front();
@@ -16,6 +38,7 @@ ExitCode runSample(CommandContext& context) {
   if (volume && liesInHostFolder(folder, *volume)) {
     throw CommandError(ExitCode::usage, escapedForTerminal(folder) + " lies on the inspected volume");
   }
+  if (context.arguments().has("--hostile")) return writeHostile(folder, context);
   const SampleSummary summary = writeSampleVolume(folder);
   if (context.wantsJSON()) {
     context.printDocument({{"folder", Text::validUTF8(folder)},

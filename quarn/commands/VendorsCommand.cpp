@@ -1,7 +1,6 @@
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -14,6 +13,7 @@
 #include "quarn/commands/AppSelection.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/HostFile.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
@@ -31,20 +31,21 @@ struct CheckedFile {
   std::string problem;
 };
 
-std::string readHostFile(const std::filesystem::path& path, std::string& problem) {
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) problem = "no regular file";
-  if (problem.empty() && std::filesystem::file_size(path, error) > kLargestProfile) problem = "larger than 16 MiB";
-  std::ifstream file(path, std::ios::binary);
-  if (problem.empty() && !file) problem = "cannot be opened";
-  if (!problem.empty()) return {};
-  return {std::istreambuf_iterator<char>(file), {}};
+std::string readProfile(const std::filesystem::path& path, std::string& problem) {
+  try {
+    return readHostFile(path.string(), kLargestProfile);
+  } catch (const FileError& error) {
+    problem = error.error() == EINVAL  ? "no regular file"
+              : error.error() == EFBIG ? "larger than 16 MiB"
+                                       : "cannot be read: " + error.code().message();
+    return {};
+  }
 }
 
 // The profiles of several products of one vendor share its id: "jetbrains.json", "jetbrains.pycharm.json".
 CheckedFile checkProfile(const std::filesystem::path& path) {
   CheckedFile checked{.name = path.filename().string()};
-  const std::string text = readHostFile(path, checked.problem);
+  const std::string text = readProfile(path, checked.problem);
   if (!checked.problem.empty()) return checked;
   const auto profile = decodeVendorProfile(text, &checked.problem);
   if (profile && !checked.name.starts_with(profile->id + ".")) {
@@ -56,7 +57,7 @@ CheckedFile checkProfile(const std::filesystem::path& path) {
 // The index that stands in the folder must name each profile, else it is not loaded, and nothing that is missing.
 CheckedFile checkIndex(const std::filesystem::path& path, std::vector<CheckedFile>& profiles) {
   CheckedFile checked{.name = path.filename().string()};
-  const std::string text = readHostFile(path, checked.problem);
+  const std::string text = readProfile(path, checked.problem);
   if (!checked.problem.empty()) return checked;
   const auto index = decodeVendorIndex(text, &checked.problem);
   if (!index) return checked;

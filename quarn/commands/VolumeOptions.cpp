@@ -57,12 +57,27 @@ std::string homeProblem(const FileManager& files) {
   }
 }
 
+// What reading must not change is not read.
+void refuseChangingAccessTimes(const FileManager& files) {
+  const VolumeMount mount = files.mount();
+  if (mount.isReadOnly || mount.keepsAccessTimes || mount.mayKeepAccessTimes) return;
+  throw CommandError(ExitCode::failure,
+                     "--forensic: reading " + escapedForTerminal(files.hostFolder()) +
+                         " would change access times (mount it read-only or with noatime, or run as root)");
+}
+
+FileManager volumeAt(const std::optional<std::string>& folder, AccessTimes accessTimes) {
+  return folder ? FileManager::mounted(*folder, FileURL("/Users"), accessTimes) : FileManager::host(accessTimes);
+}
+
 }  // namespace
 
 FileManager openVolume(const Arguments& arguments) {
   const std::optional<std::string> volume = arguments.text("--volume");
   const std::optional<std::string> homeText = arguments.text("--home");
-  FileManager files = volume ? FileManager::mounted(*volume, FileURL("/Users")) : FileManager::host();
+  const bool isForensic = arguments.has("--forensic");
+  FileManager files = volumeAt(volume, isForensic ? AccessTimes::keepOrFail : AccessTimes::keepIfPermitted);
+  if (isForensic) refuseChangingAccessTimes(files);
   if (volume && !homeText) return files.withHome(onlyHome(files));
   if (!homeText) return files;
   files = files.withHome(homeOption(*homeText));

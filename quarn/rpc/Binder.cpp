@@ -41,6 +41,8 @@ ordered_json Binder::call(const std::string& method, const json* params, const R
     throw RPCError::badParam(error);
   } catch (const FileError& error) {
     throw RPCError::operationFailed(error);
+  } catch (const SizeOverflow& error) {
+    throw RPCError::operationFailed(error);
   }
 }
 

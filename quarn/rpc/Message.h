@@ -53,6 +53,9 @@ struct Message {
 /// Largest number of calls in a batch: what they are refused with must not take a thousand times their own space.
 inline constexpr std::size_t kMostCallsInABatch = 10'000;
 
+/// Bytes of a batch's answers from which on its further requests are refused: every answer is held until the last.
+inline constexpr std::size_t kMostAnswerBytesInABatch = std::size_t{32} << 20;
+
 /// Largest number of values in a line, counted before it is read: a value takes some hundred bytes of memory, and a
 /// line may hold one in three bytes. Requests have a value in some thirty bytes.
 inline constexpr std::size_t kMostValuesInALine = 4'000'000;

@@ -1,5 +1,7 @@
 #include "quarn/rpc/RPCError.h"
 
+#include <cerrno>
+
 #include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
@@ -31,6 +33,17 @@ RPCError RPCError::operationFailed(const FileError& error) {
           {{"path", Text::validUTF8(error.path())},
            {"errno", std::int64_t{error.error()}},
            {"name", errnoName(error.error())}}};
+}
+
+// Wire clients know the member names of a failed operation, and an overflow is one.
+RPCError RPCError::operationFailed(const SizeOverflow& error) {
+  return {RPCErrorCode::operationFailed,
+          Text::validUTF8(error.what()),
+          {{"path", Text::validUTF8(error.folder())}, {"errno", std::int64_t{EOVERFLOW}}, {"name", "EOVERFLOW"}}};
+}
+
+RPCError RPCError::limitReached(const std::string& what) {
+  return {RPCErrorCode::limitReached, what + " have reached their limit; the request was not run", {}};
 }
 
 RPCError RPCError::cancelled() { return {RPCErrorCode::cancelled, "cancelled before it started", {}}; }

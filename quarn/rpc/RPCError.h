@@ -8,6 +8,7 @@
 #include <variant>
 #include <vector>
 
+#include "QuarnPlatform/base/ByteCounts.h"
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/json/JSONDecoder.h"
 
@@ -21,6 +22,7 @@ enum class RPCErrorCode : int {
   badParam = -32602,
   internal = -32603,
   operationFailed = -32000,
+  limitReached = -32001,
   cancelled = -32800,
 };
 
@@ -37,6 +39,8 @@ struct RPCError {
   static RPCError noSuchMethod(const std::string& method);
   static RPCError badParam(const DecodingError& error);
   static RPCError operationFailed(const FileError& error);
+  static RPCError operationFailed(const SizeOverflow& error);
+  static RPCError limitReached(const std::string& what);
   static RPCError cancelled();
   static RPCError internal(const std::string& problem);
 };
@@ -49,12 +53,13 @@ struct RPCErrorDescription {
 };
 
 // clang-format off
-inline constexpr std::array<RPCErrorDescription, 7> kRPCErrors{{
+inline constexpr std::array<RPCErrorDescription, 8> kRPCErrors{{
     {.code = RPCErrorCode::notJSON,         .when = "the line is not JSON", .data = {}},
     {.code = RPCErrorCode::notARequest,     .when = "not a request object", .data = {}},
     {.code = RPCErrorCode::noSuchMethod,    .when = "no such method", .data = {"method"}},
     {.code = RPCErrorCode::badParam,        .when = "a param is missing, unknown or of the wrong type or range", .data = {"param"}},
     {.code = RPCErrorCode::operationFailed, .when = "the operation threw (sizes, listings, the system volume)", .data = {"path", "errno", "name"}},
+    {.code = RPCErrorCode::limitReached,    .when = "not run: the answers of its batch have reached a limit", .data = {}},
     {.code = RPCErrorCode::cancelled,       .when = "cancelled before it started", .data = {}},
     {.code = RPCErrorCode::internal,        .when = "the process failed, for instance for want of memory", .data = {}},
 }};

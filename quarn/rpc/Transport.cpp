@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <exception>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -43,7 +44,7 @@ std::string jsonText(const ordered_json& value) {
   return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
 }
 
-std::string answer(const std::string& id, std::string_view member, const ordered_json& value) {
+std::string answerText(const std::string& id, std::string_view member, const ordered_json& value) {
   return R"({"jsonrpc":"2.0","id":)" + id + ",\"" + std::string(member) + "\":" + jsonText(value) + "}";
 }
 
@@ -52,7 +53,7 @@ std::string errorAnswer(const std::string& id, const RPCError& error) {
   for (const auto& [name, content] : error.data) {
     std::visit([&, &key = name](const auto& plain) { value["data"][key] = plain; }, content);
   }
-  return answer(id, "error", value);
+  return answerText(id, "error", value);
 }
 
 std::string progressNotification(const std::string& id, const ordered_json& value) {
@@ -72,12 +73,17 @@ class Session {
 
   int run() {
     const BrokenPipeIgnored guard;
-    std::thread worker([this] { work(); });
+    std::thread worker;
+    try {
+      worker = std::thread([this] { work(); });
+    } catch (const std::system_error&) {
+      hasWorker_ = false;
+    }
     readLines();
     queue_.close();
-    while (!isFinished_ && waitFor(Input::notWanted)) {
+    while (hasWorker_ && !isFinished_ && waitFor(Input::notWanted)) {
     }
-    worker.join();
+    if (worker.joinable()) worker.join();
     return writer_.error() == EPIPE ? 0 : writer_.error();
   }
 
@@ -110,8 +116,14 @@ class Session {
 
   static RPCError tooLong() { return RPCError::notARequest("the line is too long"); }
 
+  // Without a thread to be had requests run on this one, and a cancellation is read when they are done.
   void take(Message message) {
-    if (!message.requests.empty()) queue_.push(std::move(message));
+    if (message.requests.empty()) return;
+    if (hasWorker_) {
+      queue_.push(std::move(message));
+    } else {
+      answer(message);
+    }
   }
 
   /// Waits until input is there, which is then read, or the worker gives a sign. False when the client is gone.
@@ -137,27 +149,44 @@ class Session {
   void work() {
     while (std::optional<Message> message = queue_.pop()) {
       wake_.signal();  // there is room again
-      if (!writer_.write(answerTo(*message))) giveUp();
+      answer(*message);
     }
     isFinished_ = true;
     wake_.signal();
+  }
+
+  void answer(const Message& message) {
+    bool isTaken = false;
+    try {
+      isTaken = writer_.write(answerTo(message));
+    } catch (const std::exception& error) {
+      isTaken = writer_.write(errorAnswer("null", RPCError::internal(error.what())));
+    }
+    if (!isTaken) giveUp();
   }
 
   std::string answerTo(const Message& message) {
     std::string text;
     for (const Request& request : message.requests) {
       if (!text.empty()) text += ',';
-      text += answerTo(request);
+      const bool hasRoom = text.size() < kMostAnswerBytesInABatch;
+      text += hasRoom ? answerTo(request) : answerWithout(request, RPCError::limitReached("the batch's answers"));
     }
     return message.isBatch ? "[" + text + "]" : text;
   }
 
   std::string answerTo(const Request& request) {
     if (request.refusal) return errorAnswer(request.id, *request.refusal);
-    const bool isUnwanted = request.cancellation.isCancelled();
-    std::string text = isUnwanted ? errorAnswer(request.id, RPCError::cancelled()) : resultOf(request);
+    if (request.cancellation.isCancelled()) return answerWithout(request, RPCError::cancelled());
+    std::string text = resultOf(request);
     open_.remove(*request.ticket);
     return text;
+  }
+
+  /// The request is not run.
+  std::string answerWithout(const Request& request, const RPCError& error) {
+    if (request.ticket) open_.remove(*request.ticket);
+    return errorAnswer(request.id, request.refusal.value_or(error));
   }
 
   std::string resultOf(const Request& request) {
@@ -167,7 +196,7 @@ class Session {
     try {
       const std::optional<json> params = request.params.empty() ? std::nullopt : parseJSON(request.params);
       const RequestContext context{request.cancellation, report};
-      return answer(request.id, "result", dispatcher_(request.method, params ? &*params : nullptr, context));
+      return answerText(request.id, "result", dispatcher_(request.method, params ? &*params : nullptr, context));
     } catch (const RPCError& error) {
       return errorAnswer(request.id, error);
     } catch (const std::exception& error) {
@@ -184,6 +213,7 @@ class Session {
   MessageQueue queue_;
   WakePipe wake_;
   std::atomic<bool> isFinished_ = false;
+  bool hasWorker_ = true;
 };
 
 }  // namespace

@@ -30,7 +30,8 @@ using Dispatcher = std::function<nlohmann::ordered_json(const std::string& metho
 /// client that goes away cancels everything.
 ///
 /// Returns 0, or the errno with which an answer could not be written for another reason than that nobody reads it.
-/// Throws std::system_error when the process can open no more descriptors or start no thread.
+/// Throws std::system_error when the process can open no more descriptors. Where it can start no thread, requests run
+/// on this one.
 int serve(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits = {});
 
 }  // namespace quarn

@@ -38,8 +38,8 @@ AppInspectionService Services::appInspection() const {
   const ReceiptScanner receipts = ReceiptScanner::answering(ReceiptSnapshot::of(files));
   const KernelExtensionService extensions = KernelExtensionService::snapshot(files, fileSizeCalculator);
   return AppInspectionService(
-      artifactScanner(), uninstallerDiscovery, entitlementsReader, LaunchdScanner::snapshot(files), receipts,
-      deepInspector(),
+      artifactScanner(), uninstallerDiscovery, EntitlementsReader::snapshot(files), LaunchdScanner::snapshot(files),
+      receipts, deepInspector(),
       KernelExtensionAssociationService(vendorProfiles(), receipts, extensions, files.homeDirectory(), files),
       fileSizeCalculator, files);
 }

@@ -71,27 +71,47 @@ std::string escapedJSON(std::string_view document) {
 
 std::size_t displayWidth(std::string_view text) { return Text::displayWidth(text); }
 
+namespace {
+
+bool isBoundary(std::string_view text, std::size_t offset) {
+  return offset >= text.size() || (static_cast<unsigned char>(text[offset]) & 0xC0) != 0x80;
+}
+
+// Bytes of the longest beginning that is no wider; each character is measured once.
+std::size_t lengthWithin(std::string_view text, std::size_t width) {
+  std::size_t length = 0;
+  std::size_t used = 0;
+  for (std::size_t next = 1; next <= text.size(); ++next) {
+    if (!isBoundary(text, next)) continue;
+    used += displayWidth(text.substr(length, next - length));
+    if (used > width) break;
+    length = next;
+  }
+  return length;
+}
+
+// The longest end that is no wider, likewise.
+std::string_view endWithin(std::string_view text, std::size_t width) {
+  std::size_t start = text.size();
+  std::size_t used = 0;
+  for (std::size_t next = text.size(); next-- > 0;) {
+    if (!isBoundary(text, next)) continue;
+    used += displayWidth(text.substr(next, start - next));
+    if (used > width) break;
+    start = next;
+  }
+  return text.substr(start);
+}
+
+}  // namespace
+
 std::string fittedToWidth(std::string_view text, std::size_t width) {
   if (displayWidth(text) <= width) return std::string(text);
   if (width == 0) return {};
   const std::size_t headWidth = (width - 1) / 2;
-  const std::size_t tailWidth = width - 1 - headWidth;
-  std::size_t head = 0;
-  const auto isBoundary = [&](std::size_t offset) {
-    return offset >= text.size() || (static_cast<unsigned char>(text[offset]) & 0xC0) != 0x80;
-  };
-  for (std::size_t next = 1; next <= text.size(); ++next) {
-    if (!isBoundary(next)) continue;
-    if (displayWidth(text.substr(0, next)) > headWidth) break;
-    head = next;
-  }
-  std::size_t tail = text.size();
-  for (std::size_t next = text.size(); next-- > head;) {
-    if (!isBoundary(next)) continue;
-    if (displayWidth(text.substr(next)) > tailWidth) break;
-    tail = next;
-  }
-  return std::string(text.substr(0, head)) + "…" + std::string(text.substr(tail));
+  const std::size_t head = lengthWithin(text, headWidth);
+  const std::string_view tail = endWithin(text.substr(head), width - 1 - headWidth);
+  return std::string(text.substr(0, head)) + "…" + std::string(tail);
 }
 
 }  // namespace quarn

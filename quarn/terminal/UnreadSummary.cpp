@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <tuple>
 #include <utility>
 
@@ -26,6 +27,7 @@ constexpr std::array kCauses{
     CauseRow{.cause = UnreadableCause::vanished, .id = "vanished", .meaning = "vanished while being read", .isLoss = false},
     CauseRow{.cause = UnreadableCause::otherDevice, .id = "otherDevice", .meaning = "on another device, not entered", .isLoss = false},
     CauseRow{.cause = UnreadableCause::loop, .id = "loop", .meaning = "links that loop", .isLoss = true},
+    CauseRow{.cause = UnreadableCause::limit, .id = "limit", .meaning = "beyond a limit of this program", .isLoss = true},
     CauseRow{.cause = UnreadableCause::other, .id = "other", .meaning = "could not be read", .isLoss = true},
 };
 // clang-format on
@@ -34,7 +36,7 @@ constexpr bool rowsFollowTheCauses() {
   for (std::size_t i = 0; i < kCauses.size(); ++i) {
     if (static_cast<std::size_t>(kCauses[i].cause) != i) return false;
   }
-  return kCauses.size() == 5;
+  return kCauses.size() == 6;
 }
 static_assert(rowsFollowTheCauses(), "a cause is its row's number");
 
@@ -66,6 +68,11 @@ std::string_view causeID(UnreadableCause cause) { return kCauses[static_cast<std
 
 std::string causeLine(const UnreadSummary::Cause& cause) {
   return countText(cause.count, "item") + ": " + std::string(cause.meaning);
+}
+
+std::string itemLine(const UnreadableItem& item) {
+  const std::string line = std::string(causeID(item.cause)) + ": " + item.path;
+  return item.cause == UnreadableCause::other ? line + ": " + std::strerror(item.error) : line;
 }
 
 nlohmann::ordered_json toJSON(const UnreadSummary& summary) {

@@ -37,6 +37,9 @@ std::string_view causeID(UnreadableCause cause);
 /// "3 items: permission denied".
 std::string causeLine(const UnreadSummary::Cause& cause);
 
+/// "other: /Library/x: Input/output error"; the error is left out where the cause says it all.
+std::string itemLine(const UnreadableItem& item);
+
 /// The member "unreadable" of every document: how many, how many a cause, and which.
 nlohmann::ordered_json toJSON(const UnreadSummary& summary);
 

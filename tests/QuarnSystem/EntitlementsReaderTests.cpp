@@ -155,5 +155,18 @@ TEST(EntitlementsReader, ALinkToTheProgramIsFollowed) {
   EXPECT_THAT(groups(volume), ElementsAre("T.linked"));
 }
 
+// A change between two readings shows whether the second one took place.
+TEST(EntitlementsReader, ASnapshotReadsAProgramThatAppsShareOnce) {
+  MacVolume volume;
+  const std::string shared = kApp + "/Contents/MacOS/Example";
+  volume.app(kApp, {.executableBytes = entitledTo("T.first")});
+  volume.folder("/Applications/Other.app").hardLink("/Applications/Other.app/Contents/MacOS/Other", shared);
+  const EntitlementsReader reader = EntitlementsReader::snapshot(volume.files());
+  EXPECT_THAT(reader.readEntitlements(FileURL(kApp)).applicationGroups, ElementsAre("T.first"));
+  volume.text(shared, entitledTo("T.second"));
+  EXPECT_THAT(reader.readEntitlements(FileURL("/Applications/Other.app")).applicationGroups, ElementsAre("T.first"));
+  EXPECT_THAT(groups(volume, "/Applications/Other.app"), ElementsAre("T.second"));
+}
+
 }  // namespace
 }  // namespace quarn

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "QuarnPlatform/base/Limits.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnSystem/LaunchdScanner.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
@@ -150,6 +152,35 @@ TEST(LaunchdScanner, ASnapshotReadsTheJobsWhenItIsFirstAskedAndKeepsThem) {
   EXPECT_THAT(first, SizeIs(1));
   volume.plist("/Library/LaunchAgents/b.plist", {{"Label", "b"}});
   EXPECT_EQ(scanner.scan(), first);
+}
+
+TEST(LaunchdScanner, AnEndlessLabelOrProgramIsDamageAndReported) {
+  MacVolume volume;
+  const std::string longest(limits::kNameBytes, 'l');
+  volume.plist("/Library/LaunchAgents/a.plist", {{"Label", longest}})
+      .plist("/Library/LaunchAgents/b.plist", {{"Label", longest + "l"}})
+      .plist("/Library/LaunchAgents/c.plist",
+             {{"Label", "c"}, {"Program", std::string(limits::kRecordPathBytes + 1, 'p')}});
+  const auto report = std::make_shared<ReadReport>();
+  const std::vector<LaunchdEntry> jobs = LaunchdScanner::live(volume.files().reportingTo(report)).scan();
+  ASSERT_EQ(jobs.size(), 1U);
+  EXPECT_EQ(jobs.front().label, longest);
+  EXPECT_EQ(report->count(UnreadableCause::limit), 2U);
+}
+
+TEST(LaunchdScanner, OneListUnderManyNamesIsKeptAsOftenAsTheLimitAllows) {
+  MacVolume volume;
+  PlistArray arguments;
+  for (int i = 0; i < 20'000; ++i) arguments.emplace_back("argument");
+  volume.binaryPlist("/Library/LaunchAgents/0.plist", {{"Label", "farm"}, {"ProgramArguments", arguments}});
+  for (int i = 1; i < 40; ++i) {
+    volume.hardLink("/Library/LaunchAgents/" + std::to_string(i) + ".plist", "/Library/LaunchAgents/0.plist");
+  }
+  const auto report = std::make_shared<ReadReport>();
+  const std::vector<LaunchdEntry> jobs = LaunchdScanner::live(volume.files().reportingTo(report)).scan();
+  const std::size_t bytesPerJob = 20'000 * (limits::kBytesPerText + 8);
+  EXPECT_EQ(jobs.size(), limits::kJobBytes / bytesPerJob);
+  EXPECT_EQ(report->count(UnreadableCause::limit), 40 - jobs.size());
 }
 
 }  // namespace

@@ -3,7 +3,9 @@
 
 #include "QuarnBuilders/BomBuilder.h"
 #include "QuarnModels/Date.h"
+#include "QuarnPlatform/base/Limits.h"
 #include "QuarnPlatform/base/Parallel.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnSystem/ReceiptScanner.h"
 #include "tests/support/MacVolume.h"
 
@@ -480,6 +482,44 @@ TEST(ReceiptScanner, ASnapshotAnswersSeveralThreadsAtOnce) {
     EXPECT_THAT(snapshot.packageIDs("/usr/" + number), ElementsAre("p" + number));
     EXPECT_THAT(snapshot.packageIDs("/usr/shared"), SizeIs(20));
   });
+}
+
+TEST(ReceiptScanner, AnEndlessIdentifierOrLocationIsDamageAndReported) {
+  MacVolume volume;
+  const std::string folder = "/private/var/db/receipts/";
+  volume.plist(folder + "a.plist", {{"PackageIdentifier", std::string(limits::kNameBytes + 1, 'a')}})
+      .plist(folder + "b.plist",
+             {{"PackageIdentifier", "b"}, {"InstallPrefixPath", std::string(limits::kRecordPathBytes + 1, 'b')}})
+      .plist(folder + "c.plist",
+             {{"PackageIdentifier", "c"}, {"PackageVersion", std::string(limits::kNameBytes + 1, '1')}});
+  const auto report = std::make_shared<ReadReport>();
+  const std::vector<ReceiptInfo> receipts = ReceiptScanner::live(volume.files().reportingTo(report)).allReceipts();
+  ASSERT_EQ(receipts.size(), 1U);
+  EXPECT_EQ(receipts.front().packageIdentifier, "c");
+  EXPECT_EQ(receipts.front().version, std::nullopt);
+  EXPECT_EQ(report->count(UnreadableCause::limit), 2U);
+}
+
+// Long install locations multiply a bill that many receipts share.
+TEST(ReceiptScanner, PathsBeyondTheLimitOfAnAnswerAreLeftOutAndReported) {
+  MacVolume volume;
+  const std::string folder = "/private/var/db/receipts/";
+  sample::BomBuilder bill;
+  for (int i = 0; i < 4'000; ++i) bill.file("./" + std::to_string(i));
+  volume.text(folder + "0.bom", bill.bytes());
+  const std::string location(limits::kRecordPathBytes, 'l');
+  for (int i = 0; i < 12; ++i) {
+    const std::string name = folder + std::to_string(i);
+    volume.binaryPlist(name + ".plist", {{"PackageIdentifier", "p"}, {"InstallPrefixPath", location}});
+    if (i > 0) volume.hardLink(name + ".bom", folder + "0.bom");
+  }
+  const auto report = std::make_shared<ReadReport>();
+  const std::vector<ReceiptInfo> receipts = ReceiptScanner::live(volume.files().reportingTo(report)).allReceipts();
+  ASSERT_EQ(receipts.size(), 12U);
+  const auto whole = std::count_if(receipts.begin(), receipts.end(),
+                                   [](const ReceiptInfo& receipt) { return receipt.files.size() == 4'000; });
+  EXPECT_EQ(whole, limits::kReceiptPathBytes / (4'000 * (limits::kRecordPathBytes + limits::kBytesPerText + 2)));
+  EXPECT_EQ(report->count(UnreadableCause::limit), static_cast<std::uint64_t>(12 - whole));
 }
 
 }  // namespace

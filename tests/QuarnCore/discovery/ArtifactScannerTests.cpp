@@ -89,7 +89,7 @@ TEST(ArtifactScanner, AMissingBundleHasTheSizeZero) {
   EXPECT_EQ(scan(volume, sized).front().size, (SizeInfo{0, 0}));
 }
 
-TEST(ArtifactScannerDeathTest, SizesThatOverflowEndTheProgram) {
+TEST(ArtifactScanner, SizesThatOverflowAreAnError) {
   MacVolume volume;
   volume.file("~/Library/Preferences/com.example.App.a.plist").file("~/Library/Preferences/com.example.App.b.plist");
   const ArtifactScanner scanner({.itemSizeExcluding =
@@ -99,7 +99,7 @@ TEST(ArtifactScannerDeathTest, SizesThatOverflowEndTheProgram) {
                                 volume.files());
   ArtifactScanner::Options sized = options();
   sized.computeSizes = true;
-  EXPECT_DEATH((void)scanner.scan(kExample, {}, sized), "overflowed");
+  EXPECT_THROW((void)scanner.scan(kExample, {}, sized), SizeOverflow);
 }
 
 TEST(ArtifactScanner, EachOptionAddsItsOwnFindsAndNoOthers) {

@@ -111,17 +111,36 @@ TEST(ArtifactSizing, EveryArtifactIsSizedInOrder) {
   EXPECT_EQ(artifacts[1].size, (SizeInfo{2, 20}));
 }
 
+TEST(ArtifactSizing, AFolderReachedOnManyWaysIsWalkedOnceAndCountsEachTime) {
+  MacVolume volume;
+  volume.file("~/big/inner/file");
+  Artifact made;
+  for (int i = 0; i < 500; ++i) {
+    volume.link("~/l" + std::to_string(i), "big");
+    made.urls.push_back(volume.url("~/l" + std::to_string(i) + "/inner"));
+  }
+  int walks = 0;
+  const FileSizeCalculator counting{.itemSizeExcluding = [&](const FileURL&, const auto&, bool, bool) {
+    ++walks;
+    return SizeInfo{3, 4};
+  }};
+  std::vector<Artifact> artifacts{made};
+  sizeArtifacts(artifacts, counting, volume.files());
+  EXPECT_EQ(walks, 1);
+  EXPECT_EQ(artifacts.front().size, (SizeInfo{1500, 2000}));
+}
+
 TEST(ArtifactSizing, ASumMayReachTheLargestCount) {
   MacVolume volume;
   volume.file("~/a");
   EXPECT_EQ(sized(artifact(volume, {"~/a"}), volume, everyItemIs({kMost, kMost})), (SizeInfo{kMost, kMost}));
 }
 
-TEST(ArtifactSizingDeathTest, ASumThatDoesNotFitEndsTheProgram) {
+TEST(ArtifactSizing, ASumThatDoesNotFitIsAnError) {
   MacVolume volume;
   volume.file("~/a").file("~/b");
-  EXPECT_DEATH(sized(artifact(volume, {"~/a", "~/b"}), volume, everyItemIs({kMost, 0})), "overflowed");
-  EXPECT_DEATH(sized(artifact(volume, {"~/a", "~/b"}), volume, everyItemIs({0, kMost})), "overflowed");
+  EXPECT_THROW((void)sized(artifact(volume, {"~/a", "~/b"}), volume, everyItemIs({kMost, 0})), SizeOverflow);
+  EXPECT_THROW((void)sized(artifact(volume, {"~/a", "~/b"}), volume, everyItemIs({0, kMost})), SizeOverflow);
 }
 
 }  // namespace

@@ -119,14 +119,14 @@ TEST(CloudSummary, CancelledTheSumSoFarIsReturned) {
   EXPECT_EQ(service.cloudSummary(volume.urls({"/c", "/d"}), 9, 99, kSizePackages, cancellation), CloudStorageSummary{});
 }
 
-TEST(CloudSummaryDeathTest, ASumThatDoesNotFitEndsTheProgram) {
+TEST(CloudSummary, ASumThatDoesNotFitIsAnError) {
   TopItemsVolume volume;
   volume.folder("/c/a.app").folder("/c/b.app");
   const FileSizeCalculator sizes{.itemSizeExcluding = [](const FileURL&, const auto&, bool, bool) {
     return SizeInfo{std::numeric_limits<std::int64_t>::max(), 0};
   }};
   const TopItemsService service(sizes, volume.files());
-  EXPECT_DEATH((void)service.cloudSummary(volume.urls({"/c"}), 9, 99, kSizePackages, {}), "");
+  EXPECT_THROW((void)service.cloudSummary(volume.urls({"/c"}), 9, 99, kSizePackages, {}), SizeOverflow);
 }
 
 }  // namespace

@@ -140,7 +140,7 @@ TEST_F(InspectionMerge, TheWinnersSizeIsTheOneThatIsKept) {
   EXPECT_EQ(found.back().size, (SizeInfo{5, 6}));
 }
 
-TEST(InspectionSizingDeathTest, SizesThatOverflowEndTheProgram) {
+TEST(InspectionSizing, SizesThatOverflowAreAnError) {
   MacVolume volume;
   volume.file("/a").file("/b");
   Inspector inspector(volume);
@@ -153,7 +153,7 @@ TEST(InspectionSizingDeathTest, SizesThatOverflowEndTheProgram) {
     inspector.sizes.itemSizeExcluding = [size](const FileURL&, const std::vector<FileURL>&, bool, bool) {
       return size;
     };
-    EXPECT_DEATH((void)inspector.service().inspect(exampleApp(), options), "overflowed");
+    EXPECT_THROW((void)inspector.service().inspect(exampleApp(), options), SizeOverflow);
   }
 }
 

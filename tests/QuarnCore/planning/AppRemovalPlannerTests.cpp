@@ -166,10 +166,10 @@ TEST(AppRemovalPlanner, EstimatedBytesReachTheLargestCount) {
   EXPECT_EQ(plan(inspection({}), Mode::cacheOnly, selection).estimatedBytes, kMost);
 }
 
-TEST(AppRemovalPlannerDeathTest, EstimatedBytesThatDoNotFitEndTheProgram) {
+TEST(AppRemovalPlanner, EstimatedBytesThatDoNotFitAreAnError) {
   const std::vector<Artifact> selection{artifact(Kind::cache, {"/a"}, SizeInfo{kMost, 0}),
                                         artifact(Kind::cache, {"/b"}, SizeInfo{1, 0})};
-  EXPECT_DEATH((void)plan(inspection({}), Mode::cacheOnly, selection), "overflowed");
+  EXPECT_THROW((void)plan(inspection({}), Mode::cacheOnly, selection), SizeOverflow);
 }
 
 }  // namespace

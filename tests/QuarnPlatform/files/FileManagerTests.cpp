@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "QuarnPlatform/base/Limits.h"
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnPlatform/files/ReadReport.h"
 #include "tests/support/FileErrors.h"
@@ -476,6 +477,41 @@ TEST(FileManager, APipeNeverBlocks) {
   EXPECT_FALSE(files.readFileIfPossible(volume.url("~/pipe"), 100));
   EXPECT_THAT(files.contentsOrNone(volume.url("~/pipe"), HiddenItems::include), IsEmpty());
   EXPECT_FALSE(files.isPackage(volume.url("~/pipe")));
+}
+
+TEST(FileManager, AFileBeyondTheLimitIsReportedAsThat) {
+  MacVolume volume;
+  volume.text("/large", "12345");
+  const auto report = std::make_shared<ReadReport>();
+  const FileManager files = volume.files().reportingTo(report);
+  EXPECT_EQ(files.readFileIfPossible(FileURL("/large"), 4), std::nullopt);
+  EXPECT_THAT(report->items(), ElementsAre(UnreadableItem{"/large", UnreadableCause::limit, EFBIG}));
+}
+
+// The budget is as large as many files: sparse ones cost no time to make.
+TEST(FileManager, OneOperationReadsSoMuchAndTheNextBeginsAnew) {
+  MacVolume volume;
+  volume.sparse("/half", static_cast<std::int64_t>(limits::kFileBytes / 64));
+  const auto report = std::make_shared<ReadReport>();
+  const FileManager files = volume.files().reportingTo(report).forOneOperation();
+  const FileURL half("/half");
+  for (int i = 0; i < 64; ++i) ASSERT_TRUE(files.readFileIfPossible(half, limits::kFileBytes)) << i;
+  EXPECT_FALSE(files.readFileIfPossible(half, limits::kFileBytes));
+  EXPECT_EQ(report->count(UnreadableCause::limit), 1U);
+  EXPECT_TRUE(files.forOneOperation().readFileIfPossible(half, limits::kFileBytes));
+}
+
+TEST(FileManager, ADeniedPathOfThousandsOfSlashesAndComponentsNamesItsFolder) {
+  MacVolume volume;
+  volume.folder("/closed").mode("/closed", 0);
+  const auto report = std::make_shared<ReadReport>();
+  const UnprivilegedUser user;
+  const FileManager files = volume.files().reportingTo(report);
+  EXPECT_FALSE(files.itemExists(FileURL("/closed" + std::string(20'000, '/') + "x")));
+  std::string deep = "/closed";
+  for (int i = 0; i < 5'000; ++i) deep += "/d";
+  EXPECT_FALSE(files.itemExists(FileURL(deep)));
+  EXPECT_THAT(report->items(), ElementsAre(UnreadableItem{"/closed", UnreadableCause::permission, EACCES}));
 }
 
 }  // namespace

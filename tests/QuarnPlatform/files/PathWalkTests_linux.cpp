@@ -1,5 +1,8 @@
+#include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <random>
+#include <thread>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -104,6 +107,27 @@ TEST_F(PathWalk, AgreesWithTheSystemOnEveryPath) {
       EXPECT_EQ(itemAt(path, links), itemBySystem(path, links)) << path;
     }
   }
+}
+
+// A folder moves out of the root and back while the walk takes its "..". Outside, a link waits that leads back in: the
+// walk would end at the link's target if it ever looked beside the folder that was moved.
+TEST_F(PathWalk, AFolderThatIsMovedOutWhileItsParentIsTakenLeadsNowhere) {
+  MacVolume outside;
+  outside.link("/waiting", "/a/file");
+  const std::string inside = volume_.host("/a/b");
+  const std::string away = outside.host("/b");
+  std::atomic<bool> isOver = false;
+  std::thread mover([&] {
+    while (!isOver) {
+      std::rename(inside.c_str(), away.c_str());
+      std::rename(away.c_str(), inside.c_str());
+    }
+  });
+  int escapes = 0;
+  for (int i = 0; i < 60'000; ++i) escapes += walk("/a/b/../waiting") ? 1 : 0;
+  isOver = true;
+  mover.join();
+  EXPECT_EQ(escapes, 0);
 }
 
 }  // namespace

@@ -22,11 +22,12 @@ TEST(ReadReport, EachErrorHasItsCause) {
   EXPECT_EQ(unreadableCause(EPERM), UnreadableCause::permission);
   EXPECT_EQ(unreadableCause(ENOENT), UnreadableCause::vanished);
   EXPECT_EQ(unreadableCause(ENOTDIR), UnreadableCause::vanished);
-  EXPECT_EQ(unreadableCause(ESTALE), UnreadableCause::vanished);
   EXPECT_EQ(unreadableCause(EXDEV), UnreadableCause::otherDevice);
   EXPECT_EQ(unreadableCause(ELOOP), UnreadableCause::loop);
-  EXPECT_EQ(unreadableCause(EIO), UnreadableCause::other);
-  EXPECT_EQ(unreadableCause(EMFILE), UnreadableCause::other);
+  EXPECT_EQ(unreadableCause(EFBIG), UnreadableCause::limit);
+  for (const int error : {EIO, EMFILE, ENFILE, ENOMEM, ESTALE, ENXIO, EUCLEAN}) {
+    EXPECT_EQ(unreadableCause(error), UnreadableCause::other) << error;
+  }
 }
 
 TEST(ReadReport, AnItemCountsOnceForEachCause) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "QuarnPlatform/text/Text.h"
+#include "QuarnPlatform/text/TextScalars.h"
 
 namespace quarn {
 namespace {
@@ -327,6 +328,26 @@ TEST(TextValidUTF8, EveryByteOutsideAWellFormedSequenceIsReplacedByItself) {
       {"a replacement character", bad, bad},
   };
   for (const Bytes& row : rows) EXPECT_EQ(Text::validUTF8(row.bytes), row.valid) << row.what;
+}
+
+// Ordering marks takes quadratic time in their number, so the text that is handed over holds no long run of them,
+// whatever they are written as.
+TEST(Text, NoLongRunOfMarksIsHandedOver) {
+  for (const char16_t mark : {u'\u0301', u'\u0F73', u'\u0F75', u'\u0F81', u'\u0344'}) {
+    std::string text = "a";
+    std::string one;
+    unicode::appendUTF8(one, mark);
+    for (int i = 0; i < 5'000; ++i) text += one;
+    const std::u16string units = unicode::toUTF16(text);
+    std::size_t run = 0;
+    std::size_t longest = 0;
+    for (const char16_t unit : units) {
+      run = unit == mark ? run + 1 : 0;
+      longest = std::max(longest, run);
+    }
+    EXPECT_LE(longest, 30U) << static_cast<int>(mark);
+    EXPECT_TRUE(Text::equal(text, text));
+  }
 }
 
 }  // namespace

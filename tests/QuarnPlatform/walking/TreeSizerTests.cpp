@@ -346,13 +346,20 @@ TEST_P(SizingBigTrees, WhatVanishesDuringTheWalkIsLeftOut) {
 }
 
 // Two files whose lengths no disk could hold; the file system in memory takes them, for they hold nothing.
-TEST(SizingDeathTest, ASumThatDoesNotFitEndsTheProgram) {
+TEST(SizingOverflow, ASumThatDoesNotFitIsAnErrorThatNamesTheRoot) {
   MacVolume volume = volumeInMemory();
   constexpr std::int64_t kHuge = std::int64_t{1} << 62;
   volume.sparse("/t/a", kHuge).sparse("/t/b", kHuge - 1);
   EXPECT_EQ(TreeSizer::total(volume.files(), FileURL("/t"), {}).logicalBytes, 2 * (kHuge - 1) + 1);
   volume.file("/t/folder/c", 1);
-  EXPECT_DEATH((void)TreeSizer::total(volume.files(), FileURL("/t"), {}), "overflow");
+  for (const unsigned threads : {1U, 4U}) {
+    try {
+      (void)TreeSizer::total(volume.files(), FileURL("/t"), {.threads = threads});
+      ADD_FAILURE() << threads;
+    } catch (const SizeOverflow& error) {
+      EXPECT_EQ(error.folder(), "/t");
+    }
+  }
 }
 
 // --- Size of the tree ------------------------------------------------------------------------------------------------

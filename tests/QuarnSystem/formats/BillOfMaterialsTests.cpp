@@ -8,6 +8,7 @@
 
 #include "QuarnBuilders/BigEndian.h"
 #include "QuarnBuilders/BomBuilder.h"
+#include "QuarnPlatform/base/Limits.h"
 #include "QuarnSystem/formats/BillOfMaterials.h"
 
 namespace quarn {
@@ -232,14 +233,27 @@ TEST(BillOfMaterials, WhatLiesDeeperThanTheBoundIsLeftOut) {
 }
 
 TEST(BillOfMaterials, PathsLongerInAllThanTheBoundRefuseTheBill) {
-  const auto bill = [](std::size_t nameBytes) {
+  const auto bill = [](std::uint32_t entries) {
     BomBuilder builder;
-    builder.entry(2, 1, std::string(nameBytes, 'n'), builder.directoryRecord());
-    for (std::uint32_t id = 3; id < 260; ++id) builder.entry(id, 2, "x", builder.fileRecord());
+    builder.entry(2, 1, std::string(limits::kRecordPathBytes - 2, 'n'), builder.directoryRecord());
+    for (std::uint32_t id = 3; id < 3 + entries; ++id) builder.entry(id, 2, "x", builder.fileRecord());
     return builder.bytes();
   };
-  EXPECT_EQ(read(bill(1'000)).size(), 258U);
-  EXPECT_EQ(readBillOfMaterials(bill(std::size_t{1} << 20U)), std::nullopt);
+  constexpr auto kMostEntries = static_cast<std::uint32_t>(kMaxBillPathBytes / limits::kRecordPathBytes);
+  EXPECT_EQ(read(bill(kMostEntries - 1)).size(), kMostEntries);
+  EXPECT_EQ(readBillOfMaterials(bill(kMostEntries + 1)), std::nullopt);
+}
+
+TEST(BillOfMaterials, APathBeyondTheLimitIsLeftOutWithAllBelowIt) {
+  BomBuilder bill;
+  bill.entry(2, 1, std::string(limits::kRecordPathBytes - 1, 'n'), bill.directoryRecord());
+  bill.entry(3, 2, "", bill.fileRecord()).entry(4, 2, "x", bill.directoryRecord()).entry(5, 4, "y", bill.fileRecord());
+  bill.entry(6, 1, std::string(limits::kRecordPathBytes + 1, 'm'), bill.fileRecord());
+  bill.entry(7, 1, std::string(limits::kRecordPathBytes, 'l'), bill.fileRecord());
+  const auto paths = pathsOf(bill.bytes());
+  ASSERT_EQ(paths.size(), 2U);
+  EXPECT_EQ(paths[0].size(), limits::kRecordPathBytes - 1);
+  EXPECT_EQ(paths[1].size(), limits::kRecordPathBytes);
 }
 
 /// A bill of raw blocks, numbered from 1: sound but for what a test puts in.

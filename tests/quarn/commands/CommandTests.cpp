@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <limits>
 
 #include <gmock/gmock.h>
 
@@ -8,6 +9,7 @@
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/GoldenFile.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/MemoryVolume.h"
 #include "tests/support/ProjectFolder.h"
 #include "tests/support/UnprivilegedUser.h"
 
@@ -603,6 +605,59 @@ TEST(Command, TheOutputsOnTheSampleVolumeAreTheGoldenOnes) {
   };
   const std::filesystem::path folder = projectFolder() / "tests/quarn/commands/golden";
   for (const auto& [name, words] : cases) EXPECT_TRUE(isGolden(folder / name, runOnSample(words).out));
+}
+
+TEST(Command, VendorsCheckDoesNotWaitForAPipe) {
+  MacVolume folder;
+  folder.fifo("/profiles/pipe.json");
+  const CommandRun run = runQuarn({"vendors", "check", folder.root() + "/profiles"});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.out, HasSubstr("no regular file"));
+}
+
+TEST(Command, ALogThatTheDiskDoesNotTakeIsSaid) {
+  const CommandRun run = runOnSample({"--log", "/dev/full", "storage"});
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_THAT(run.err, HasSubstr("the log could not be written whole"));
+  EXPECT_EQ(runOnSample({"--log", "/dev/null", "storage"}).err, "");
+}
+
+TEST(Command, SizesThatDoNotFitAreAnErrorWithTheFolder) {
+  MacVolume volume = volumeInMemory();
+  constexpr std::int64_t kHuge = std::numeric_limits<std::int64_t>::max() - 1;
+  volume.sparse("/Users/ann/Documents/a", kHuge).sparse("/Users/ann/Documents/b", kHuge);
+  const CommandRun run = runQuarn({"--volume", volume.root(), "storage", "documents", "--json"});
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, HasSubstr("the sizes in /Users/ann/Documents add up to more than 8 EiB"));
+  const auto error = nlohmann::json::parse(run.out)["error"];
+  EXPECT_EQ(error["path"], "/Users/ann/Documents");
+  EXPECT_EQ(error["name"], "EOVERFLOW");
+}
+
+TEST(Command, AnOverflowIsAnErrorOfOneRequestAndTheServerGoesOn) {
+  MacVolume volume = volumeInMemory();
+  constexpr std::int64_t kHuge = std::numeric_limits<std::int64_t>::max() - 1;
+  volume.sparse("/Users/ann/Documents/a", kHuge).sparse("/Users/ann/Documents/b", kHuge);
+  const std::string size =
+      R"({"jsonrpc":"2.0","id":1,"method":"FileSizeCalculator.itemSize","params":{"at":"file:///Users/ann/Documents","allowSlow":true,"includeHidden":true}})";
+  const CommandRun run =
+      runQuarn({"--volume", volume.root(), "rpc"},
+               size + "\n" + R"({"jsonrpc":"2.0","id":2,"method":"AppsService.discoverApps"})" + "\n");
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_THAT(run.out, HasSubstr(R"("id":1,"error":{"code":-32000)"));
+  EXPECT_THAT(run.out, HasSubstr("EOVERFLOW"));
+  EXPECT_THAT(run.out, HasSubstr(R"("id":2,"result":[])"));
+}
+
+TEST(Command, TheHostileVolumeIsWrittenAndRead) {
+  MacVolume folder;
+  const std::string volume = folder.root() + "/hostile";
+  const CommandRun written = runQuarn({"sample", "--hostile", volume, "--json"});
+  ASSERT_EQ(written.exitCode, 0) << written.err;
+  EXPECT_GE(nlohmann::json::parse(written.out)["kinds"], 14);
+  const CommandRun apps = runQuarn({"--volume", volume, "--home", "/Users/ann", "apps"});
+  EXPECT_EQ(apps.exitCode, 4) << apps.err;
+  EXPECT_THAT(apps.out, HasSubstr("com.example.good"));
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -6,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "QuarnPlatform/base/FileError.h"
 #include "quarn/commands/HostFile.h"
@@ -176,6 +179,41 @@ TEST_F(HostFile, KnowsWhatLiesInAFolderLinksResolved) {
   EXPECT_TRUE(liesInHostFolder(at("new"), volume)) << "writing through the link would make a file there";
   EXPECT_FALSE(liesInHostFolder(at("loop"), volume));
   EXPECT_FALSE(liesInHostFolder(volume + "2/page.html", volume));
+}
+
+TEST_F(HostFile, ASignalThatEndsTheProcessLeavesNothingBehind) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+      // Far more than is written before the signal comes.
+      const std::string content(std::size_t{1} << 30, 'x');
+      writeHostFile(at("page.html"), content);
+      ::_exit(0);
+    }
+    while (names().empty()) ::usleep(1000);
+    ::kill(child, signal);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
+    EXPECT_THAT(names(), IsEmpty());
+  }
+}
+
+TEST_F(HostFile, OnlyRegularFilesOfALimitedSizeAreRead) {
+  folder_.text("/out/file", "12345").fifo("/out/pipe").folder("/out/folder");
+  EXPECT_EQ(readHostFile(at("file"), 5), "12345");
+  const auto errorOfReading = [&](const std::string& name, std::size_t most) {
+    try {
+      (void)readHostFile(at(name), most);
+    } catch (const FileError& error) {
+      return error.error();
+    }
+    return 0;
+  };
+  EXPECT_EQ(errorOfReading("file", 4), EFBIG);
+  EXPECT_EQ(errorOfReading("pipe", 5), EINVAL);
+  EXPECT_EQ(errorOfReading("folder", 5), EINVAL);
+  EXPECT_EQ(errorOfReading("nothing", 5), ENOENT);
 }
 
 }  // namespace

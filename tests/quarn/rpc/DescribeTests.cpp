@@ -63,7 +63,7 @@ TEST(Describe, TheNotificationsAreThoseOfTheTransport) {
 TEST(Describe, TheErrorsHaveTheirCodesAndData) {
   std::set<int> codes;
   for (const ordered_json& error : interface()["errors"]) codes.insert(error["code"].get<int>());
-  EXPECT_EQ(codes, (std::set<int>{-32800, -32700, -32603, -32602, -32601, -32600, -32000}));
+  EXPECT_EQ(codes, (std::set<int>{-32800, -32700, -32603, -32602, -32601, -32600, -32001, -32000}));
   EXPECT_EQ(interface()["errors"].size(), codes.size());
 }
 

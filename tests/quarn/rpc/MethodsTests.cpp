@@ -363,7 +363,7 @@ TEST(DescribeInterface, HoldsEveryMethodRecordEnumerationAndError) {
             R"("progress":"PhaseProgress"})");
   std::vector<int> codes;
   for (const ordered_json& error : interface["errors"]) codes.push_back(error["code"]);
-  EXPECT_THAT(codes, ElementsAre(-32700, -32600, -32601, -32602, -32000, -32800, -32603));
+  EXPECT_THAT(codes, ElementsAre(-32700, -32600, -32601, -32602, -32000, -32001, -32800, -32603));
   EXPECT_EQ(interface["errors"][4]["data"].dump(), R"(["path","errno","name"])");
   EXPECT_EQ(interface["enumerations"][2].dump(), R"({"name":"ArtifactScope","values":["user","system"]})");
 }

@@ -34,6 +34,7 @@ class Operations {
     if (method == "untilCancelled") return untilCancelled(context);
     if (method == "report") return report(context);
     if (method == "refuse") throw RPCError{RPCErrorCode::operationFailed, "refused", {{"path", "/a"}, {"errno", 13}}};
+    if (method == "large") return std::string(std::size_t{1} << 20, 'x');
     if (method == "break") throw std::runtime_error("broken");
     if (method == "badText")
       return ordered_json(
@@ -409,6 +410,16 @@ TEST_F(Transport, AClientThatGoesAwayStopsWhatRunsAndWaits) {
 TEST_F(Transport, AClientThatGoesAwayBeforeItAsksEndsTheServer) {
   session_.stopListening();
   EXPECT_EQ(session_.status(), 0);
+}
+
+TEST_F(Transport, ABatchWhoseAnswersReachTheirLimitHasItsFurtherRequestsRefused) {
+  const std::string call = R"({"jsonrpc":"2.0","id":1,"method":"large"})";
+  std::string batch = "[" + call;
+  for (int i = 0; i < 99; ++i) batch += "," + call;
+  const std::string answer = ask(batch + "]");
+  EXPECT_LT(answer.size(), kMostAnswerBytesInABatch + (2u << 20));
+  EXPECT_GT(answer.size(), kMostAnswerBytesInABatch);
+  EXPECT_THAT(answer, HasSubstr(R"("code":-32001)"));
 }
 
 }  // namespace

@@ -113,5 +113,13 @@ TEST(Table, BarsFillByEighths) {
   EXPECT_EQ(barText(7, 1), "█");
 }
 
+TEST(TerminalText, AnEndlessNameIsCutToTheWidth) {
+  std::string text;
+  for (int i = 0; i < 100'000; ++i) text += "a\xCC\x81";
+  const std::string fitted = fittedToWidth(text, 21);
+  EXPECT_EQ(displayWidth(fitted), 21U);
+  EXPECT_TRUE(fitted.find("\xE2\x80\xA6") != std::string::npos);
+}
+
 }  // namespace
 }  // namespace quarn

@@ -16,13 +16,14 @@ TEST(UnreadSummary, CountsByCauseInTheOrderInWhichCausesAreTold) {
   report.addOtherDevice("/d");
   report.add("/e", ELOOP);
   report.add("/f", EIO);
+  report.add("/g", EFBIG);
   const UnreadSummary summary = unreadSummary(report);
   std::vector<std::string> lines;
   for (const UnreadSummary::Cause& cause : summary.causes) lines.push_back(causeLine(cause));
   EXPECT_EQ(lines, (std::vector<std::string>{"2 items: permission denied", "1 item: vanished while being read",
                                              "1 item: on another device, not entered", "1 item: links that loop",
-                                             "1 item: could not be read"}));
-  EXPECT_EQ(summary.count(), 6U);
+                                             "1 item: beyond a limit of this program", "1 item: could not be read"}));
+  EXPECT_EQ(summary.count(), 7U);
 }
 
 TEST(UnreadSummary, OnlyWhatIsOnTheVolumeAndMissingMakesAResultIncomplete) {
@@ -48,10 +49,11 @@ TEST(UnreadSummary, JSONHasTheCountsOfEveryCauseAndTheItems) {
   ReadReport report;
   report.addOtherDevice("/Volumes/Backup");
   report.add("/closed\xFF", EACCES);
-  EXPECT_EQ(toJSON(unreadSummary(report)).dump(),
-            R"({"count":2,"causes":{"permission":1,"vanished":0,"otherDevice":1,"loop":0,"other":0},"items":[)"
-            R"({"path":"/Volumes/Backup","cause":"otherDevice","errno":0,"name":""},)"
-            "{\"path\":\"/closed\xEF\xBF\xBD\",\"cause\":\"permission\",\"errno\":13,\"name\":\"EACCES\"}]}");
+  EXPECT_EQ(
+      toJSON(unreadSummary(report)).dump(),
+      R"({"count":2,"causes":{"permission":1,"vanished":0,"otherDevice":1,"loop":0,"limit":0,"other":0},"items":[)"
+      R"({"path":"/Volumes/Backup","cause":"otherDevice","errno":0,"name":""},)"
+      "{\"path\":\"/closed\xEF\xBF\xBD\",\"cause\":\"permission\",\"errno\":13,\"name\":\"EACCES\"}]}");
 }
 
 }  // namespace

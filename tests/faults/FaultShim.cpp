@@ -1,0 +1,175 @@
+// Preloaded into the command by tests: makes chosen calls fail, so that what the command does then can be seen.
+//
+//   QUARN_FAULT=CALL:ERRNO:WHEN   CALL:  openat2, open, openat, getdents64, statx, fstat, pread, readlinkat, malloc,
+//                                        pthread_create
+//                                 WHEN:  n7 the seventh call alone; e1 every call, e2 every second one
+//   QUARN_FAULT_MARK=FILE         gets one byte for each call that was made to fail
+//
+// Only calls of the program and its libraries that go through the C library's functions are seen.
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+extern "C" void* __libc_malloc(size_t size);  // NOLINT(bugprone-reserved-identifier): the C library's own name
+
+namespace {
+
+enum class Call : std::uint8_t {
+  none,
+  openat2,
+  open,
+  openat,
+  getdents64,
+  statx,
+  fstat,
+  pread,
+  readlinkat,
+  malloc,
+  pthreadCreate
+};
+
+struct Row {
+  const char* name;
+  Call call;
+};
+
+constexpr Row kRows[] = {{"openat2:", Call::openat2}, {"open:", Call::open},
+                         {"openat:", Call::openat},   {"getdents64:", Call::getdents64},
+                         {"statx:", Call::statx},     {"fstat:", Call::fstat},
+                         {"pread:", Call::pread},     {"readlinkat:", Call::readlinkat},
+                         {"malloc:", Call::malloc},   {"pthread_create:", Call::pthreadCreate}};
+
+Call chosen = Call::none;
+int error = 0;
+bool isEvery = false;
+std::uint64_t number = 1;
+int mark = -1;
+std::atomic<std::uint64_t> calls = 0;
+
+__attribute__((constructor)) void readEnvironment() {
+  const char* fault = std::getenv("QUARN_FAULT");
+  if (fault == nullptr) return;
+  if (const char* file = std::getenv("QUARN_FAULT_MARK")) {
+    mark = static_cast<int>(::syscall(SYS_openat, AT_FDCWD, file, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644));
+    // Out of the way of the descriptors that the program counts on.
+    const int high = ::fcntl(mark, F_DUPFD_CLOEXEC, 200);
+    if (high >= 0) {
+      ::close(mark);
+      mark = high;
+    }
+  }
+  char* rest = nullptr;
+  for (const Row& row : kRows) {
+    if (std::strncmp(fault, row.name, std::strlen(row.name)) != 0) continue;
+    error = static_cast<int>(std::strtol(fault + std::strlen(row.name), &rest, 10));
+    isEvery = rest[1] == 'e';
+    number = std::strtoull(rest + 2, nullptr, 10);
+    chosen = row.call;
+  }
+  if (chosen == Call::none || number == 0) ::_exit(99);
+}
+
+bool fails(Call call) {
+  if (call != chosen) return false;
+  const std::uint64_t count = ++calls;
+  if (isEvery ? count % number != 0 : count != number) return false;
+  if (mark >= 0) ::syscall(SYS_write, mark, "x", 1);
+  errno = error;
+  return true;
+}
+
+template <class Function>
+Function real(const char* name) {
+  return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+extern "C" {
+
+long syscall(long what, ...) {
+  static const auto next = real<long (*)(long, ...)>("syscall");
+  va_list list;
+  va_start(list, what);
+  long words[6];
+  for (long& word : words) word = va_arg(list, long);
+  va_end(list);
+  if (what == SYS_openat2 && fails(Call::openat2)) return -1;
+  return next(what, words[0], words[1], words[2], words[3], words[4], words[5]);
+}
+
+int open(const char* path, int flags, ...) {
+  static const auto next = real<int (*)(const char*, int, ...)>("open");
+  va_list list;
+  va_start(list, flags);
+  const int mode = va_arg(list, int);
+  va_end(list);
+  return fails(Call::open) ? -1 : next(path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...) {
+  static const auto next = real<int (*)(const char*, int, ...)>("open64");
+  va_list list;
+  va_start(list, flags);
+  const int mode = va_arg(list, int);
+  va_end(list);
+  return fails(Call::open) ? -1 : next(path, flags, mode);
+}
+
+int openat(int folder, const char* path, int flags, ...) {
+  static const auto next = real<int (*)(int, const char*, int, ...)>("openat");
+  va_list list;
+  va_start(list, flags);
+  const int mode = va_arg(list, int);
+  va_end(list);
+  return fails(Call::openat) ? -1 : next(folder, path, flags, mode);
+}
+
+ssize_t getdents64(int folder, void* buffer, size_t size) {
+  static const auto next = real<ssize_t (*)(int, void*, size_t)>("getdents64");
+  return fails(Call::getdents64) ? -1 : next(folder, buffer, size);
+}
+
+int statx(int folder, const char* path, int flags, unsigned mask, struct statx* facts) {
+  static const auto next = real<int (*)(int, const char*, int, unsigned, struct statx*)>("statx");
+  return fails(Call::statx) ? -1 : next(folder, path, flags, mask, facts);
+}
+
+int fstat(int item, struct stat* facts) {
+  static const auto next = real<int (*)(int, struct stat*)>("fstat");
+  return fails(Call::fstat) ? -1 : next(item, facts);
+}
+
+ssize_t pread(int file, void* buffer, size_t size, off_t offset) {
+  static const auto next = real<ssize_t (*)(int, void*, size_t, off_t)>("pread");
+  return fails(Call::pread) ? -1 : next(file, buffer, size, offset);
+}
+
+ssize_t pread64(int file, void* buffer, size_t size, off64_t offset) {
+  static const auto next = real<ssize_t (*)(int, void*, size_t, off64_t)>("pread64");
+  return fails(Call::pread) ? -1 : next(file, buffer, size, offset);
+}
+
+ssize_t readlinkat(int folder, const char* path, char* buffer, size_t size) {
+  static const auto next = real<ssize_t (*)(int, const char*, char*, size_t)>("readlinkat");
+  return fails(Call::readlinkat) ? -1 : next(folder, path, buffer, size);
+}
+
+void* malloc(size_t size) { return fails(Call::malloc) ? nullptr : __libc_malloc(size); }
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*work)(void*), void* what) {
+  static const auto next = real<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
+  return fails(Call::pthreadCreate) ? error : next(thread, how, work, what);
+}
+}

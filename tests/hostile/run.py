@@ -1,0 +1,309 @@
+#!/usr/bin/env python3
+"""Attacks the command with the hostile volume and prints a table of attacks, cases and failures.
+
+Usage: run.py --quarn PROGRAM --shim FAULT_SHIM --folder NEW_FOLDER [--seconds N] [--only NAME]
+
+Every command runs over the hostile volume under limits of time and memory, in each of the ways of `ways()`, and while
+another process swaps items of the volume (`races`). A case fails when the command is ended by a signal or by the time
+limit, uses more memory than allowed, ends with an exit code that means nothing, has an internal error, changes the
+volume, or opens the canary: a folder beside the volume that links in the volume and the swaps try to lead to.
+"""
+
+import argparse
+import ctypes
+import json
+import os
+import pathlib
+import resource
+import select
+import shutil
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+HOME = "/Users/ann"
+MEBIBYTE = 1 << 20
+MEMORY = 256 * MEBIBYTE
+SECONDS = 180
+NOBODY = 65534
+
+COMMANDS = [
+    ["apps"], ["apps", "--sizes"], ["inspect", "Good"], ["inspect", "--all", "--ndjson"], ["plan", "Good"], ["storage"],
+    ["storage", "documents"], ["storage", "apps"], ["top"], ["top", "--children"], ["top", "--category", "systemData"],
+    ["cloud"], ["jobs"], ["receipts"], ["receipts", "--of", "/Applications/Good.app"], ["kexts", "--include-macos"],
+    ["vendors", "--match", "Good"], ["report", "-o", "-"], ["report", "Good", "-o", "-"], ["apps", "--json"],
+    ["storage", "--json"], ["jobs", "--json"], ["receipts", "--json"], ["inspect", "Good", "--json"],
+]
+
+METHODS = [
+    ("AppsService.discoverApps", {}), ("LaunchdScanner.scan", {}), ("ReceiptScanner.allReceipts", {}),
+    ("StorageDashboardService.calculatePartitionedCategorySizes", {}), ("no such method", {}),
+]
+
+
+class Canary:
+    """A folder that nothing may open: every opening and reading in it is counted."""
+
+    OPENED = 0x20 | 0x1  # IN_OPEN, IN_ACCESS
+
+    def __init__(self, folder):
+        self.folder = folder
+        (folder / "inner").mkdir(parents=True)
+        (folder / "Info.plist").write_text("<plist><dict><key>CFBundleName</key><string>CANARY</string></dict></plist>")
+        (folder / "inner" / "secret").write_text("CANARY" * 1000)
+        library = ctypes.CDLL(None, use_errno=True)
+        self.notify = library.inotify_init1(os.O_NONBLOCK | os.O_CLOEXEC)
+        for watched in (folder, folder / "inner"):
+            library.inotify_add_watch(self.notify, str(watched).encode(), self.OPENED)
+
+    def touched(self):
+        """What was opened since the last call."""
+        names = []
+        while select.select([self.notify], [], [], 0)[0]:
+            data = os.read(self.notify, 65536)
+            while data:
+                _, mask, _, length = struct.unpack_from("iIII", data)
+                names.append((mask, data[16:16 + length].rstrip(b"\0").decode()))
+                data = data[16 + length:]
+        return names
+
+
+def limits(descriptors, data_bytes, user):
+    def apply():
+        os.setsid()
+        if descriptors:
+            resource.setrlimit(resource.RLIMIT_NOFILE, (descriptors, descriptors))
+        if data_bytes:
+            resource.setrlimit(resource.RLIMIT_DATA, (data_bytes, data_bytes))
+        resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+        if user and os.geteuid() == 0:
+            os.setgroups([])
+            os.setgid(NOBODY)
+            os.setuid(NOBODY)
+    return apply
+
+
+class Way:
+    """How the command is run."""
+
+    def __init__(self, name, environment=None, descriptors=None, data_bytes=None, user=False, options=()):
+        self.name = name
+        self.environment = environment or {}
+        self.prepare = limits(descriptors, data_bytes, user)
+        self.options = list(options)
+
+
+def ways(shim):
+    return [
+        Way("as it is"),
+        Way("openat2 answers ENOSYS", {"LD_PRELOAD": shim, "QUARN_FAULT": "openat2:38:e1"}),
+        Way("ordinary user", user=True),
+        Way("20 descriptors", descriptors=20),
+        Way("256 MiB of memory", data_bytes=MEMORY),
+        Way("no further thread", {"LD_PRELOAD": shim, "QUARN_FAULT": "pthread_create:11:e1"}),
+    ]
+
+
+class Attacker:
+    def __init__(self, quarn, shim, volume, canary):
+        self.quarn, self.shim, self.volume, self.canary = quarn, shim, volume, canary
+        self.table = []
+
+    def case(self, attack, words, way, problems, line=None, changes=False):
+        words = [str(self.quarn), *way.options, "--volume", str(self.volume), "--home", HOME, *words]
+        environment = {"PATH": "/usr/bin:/bin", "LC_ALL": "C", "HOME": "/nonexistent", **way.environment}
+        before = None if changes else self.state()
+        self.canary.touched()
+        started = time.monotonic()
+        with tempfile.TemporaryFile() as out, tempfile.TemporaryFile() as err:
+            process = subprocess.Popen(words, stdin=subprocess.PIPE, stdout=out, stderr=err, env=environment,
+                                       preexec_fn=way.prepare, cwd="/")
+            timer = threading.Timer(SECONDS, lambda: os.killpg(process.pid, signal.SIGKILL))
+            timer.start()
+            try:
+                process.stdin.write(line or b"")
+                process.stdin.close()
+            except BrokenPipeError:
+                pass
+            _, status, usage = os.wait4(process.pid, 0)
+            process.returncode = os.waitstatus_to_exitcode(status)
+            timer.cancel()
+            err.seek(0)
+            out.seek(0)
+            text = err.read().decode(errors="replace")
+            found = self.problems_of(process.returncode, text, out.read(), usage, time.monotonic() - started)
+        if before is not None and self.state() != before:
+            found.append("the volume changed")
+        problems += [f"{attack}, {way.name}: {' '.join(words[1:])}: {problem}" for problem in found]
+        return 1, min(len(found), 1)
+
+    def problems_of(self, code, err, out, usage, seconds):
+        found = []
+        if code < 0 or seconds >= SECONDS:
+            found.append(f"ended by signal {-code} after {seconds:.1f} s")
+        elif code not in (0, 1, 3, 4):
+            found.append(f"exit code {code}")
+        if code == 1 and not err.startswith("quarn: "):
+            found.append(f"no message: {err[:200]}")
+        if "internal error" in err or b"internal error" in out:
+            found.append(f"internal error: {err[:200]}")
+        if b"CANARY" in out:
+            found.append("the output holds the canary")
+        if touched := self.canary.touched():
+            found.append(f"the canary was opened: {touched[:3]}")
+        if usage.ru_maxrss * 1024 > MEMORY + 64 * MEBIBYTE:
+            found.append(f"{usage.ru_maxrss // 1024} MiB of memory")
+        return found
+
+    def state(self):
+        """What may not change: names, sizes and times of the volume's upper levels."""
+        result = []
+        for top in ("Applications", "Library", "private", "Users/ann", "Users/ann/Library"):
+            for path in sorted((self.volume / top).iterdir()):
+                facts = path.lstat()
+                result.append((str(path), facts.st_ino, facts.st_size, facts.st_mtime_ns, facts.st_ctime_ns))
+        return result
+
+    def row(self, attack, run):
+        problems = []
+        cases = failures = 0
+        started = time.monotonic()
+        for more, failed in run(problems):
+            cases, failures = cases + more, failures + failed
+        self.table.append((attack, cases, failures))
+        print(f"{attack:<44}{cases:>6}{failures:>10}   {time.monotonic() - started:.0f} s", flush=True)
+        for problem in problems[:10]:
+            print("   ", problem, flush=True)
+
+    def commands(self, way):
+        def run(problems):
+            for words in COMMANDS:
+                yield self.case("commands", words, way, problems)
+        return run
+
+    def requests(self, way):
+        lines = [json.dumps({"jsonrpc": "2.0", "id": i, "method": method, "params": params})
+                 for i, (method, params) in enumerate(METHODS)]
+        batch = "[" + ",".join(lines[:3] * 300) + "]"
+        everything = "\n".join([*lines, batch, "{", "[" * 100_000, "\x00\xff", '"' + "a" * 1_000_000]).encode() + b"\n"
+
+        def run(problems):
+            yield self.case("requests", ["rpc"], way, problems, line=everything)
+        return run
+
+    def faults(self, sample):
+        """Each single failing call, further and further into the run, until a run comes through untouched."""
+        calls = ["openat2:5", "open:5", "getdents64:5", "statx:5", "pread:5", "malloc:12", "pthread_create:11"]
+        commands = [["inspect", "Lumen Notes"], ["storage", "--ndjson"], ["top"], ["apps"], ["report", "Lumen Notes", "-o", "/dev/null"]]
+
+        def run(problems):
+            for words in commands:
+                whole = self.faulty(sample, words, "pread:5:n1000000000")[0]
+                for call in calls:
+                    n, isTouched = 1, True
+                    while isTouched:
+                        found, isTouched = self.faulty(sample, words, f"{call}:n{n}")
+                        isGood = found.stdout == whole.stdout if found.returncode == 0 else (
+                            found.returncode in (1, 3, 4) and found.stderr != b"")
+                        if not isGood:
+                            problems.append(f"{' '.join(words)}: {call}:n{n}: {found.returncode} {found.stderr[:200]}")
+                        yield 1, 0 if isGood else 1
+                        n += 1 if n < 20 else n // 10
+        return run
+
+    def faulty(self, sample, words, fault):
+        mark = self.canary.folder.parent / "mark"
+        mark.unlink(missing_ok=True)
+        environment = {"LC_ALL": "C", "LD_PRELOAD": self.shim, "QUARN_FAULT": fault, "QUARN_FAULT_MARK": str(mark)}
+        words = [str(self.quarn), "--no-sandbox", "--volume", str(sample), "--home", HOME, *words]
+        found = subprocess.run(words, env=environment, capture_output=True, timeout=SECONDS, check=False)
+        return found, mark.exists() and mark.stat().st_size > 0
+
+    def races(self, seconds):
+        """Commands run while items change their place and their type."""
+        def run(problems):
+            stop = threading.Event()
+            swapper = threading.Thread(target=self.swap, args=(stop,))
+            swapper.start()
+            end = time.monotonic() + seconds
+            enosys = Way("openat2 answers ENOSYS", {"LD_PRELOAD": self.shim, "QUARN_FAULT": "openat2:38:e1"})
+            try:
+                while time.monotonic() < end:
+                    for words in (["apps"], ["inspect", "Good"], ["top"], ["jobs"], ["receipts"]):
+                        for way in (Way("as it is"), enosys):
+                            yield self.case("races", words, way, problems, changes=True)
+            finally:
+                stop.set()
+                swapper.join()
+        return run
+
+    def swap(self, stop):
+        caches = self.volume / HOME[1:] / "Library/Caches"
+        swapped = [caches / "com.example.good", self.volume / "Applications/Good.app/Contents",
+                   self.volume / "Library/LaunchAgents", self.volume / "private/var/db"]
+        outside = self.canary.folder.parent / "away"
+        while not stop.is_set():
+            for item in swapped:
+                try:
+                    os.rename(item, outside)
+                    os.symlink(self.canary.folder, item)
+                    os.unlink(item)
+                    os.mkfifo(item)
+                    os.unlink(item)
+                    os.rename(outside, item)
+                except OSError as error:
+                    print("    the swap itself failed:", error, flush=True)
+                    return
+
+
+def add_links_to(canary, volume):
+    """Links that only a path on the host can make."""
+    for folder in ("Applications", "Library/LaunchAgents", "private/var/db/receipts", "Users/ann/Library/Caches"):
+        os.symlink(canary, volume / folder / "com.example.good.canary")
+        os.symlink(canary / "Info.plist", volume / folder / "canary.plist")
+        depth = len((volume / folder).parts)
+        os.symlink("../" * depth + str(canary)[1:], volume / folder / "canary.app")
+
+
+def parse():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--quarn", required=True, type=pathlib.Path)
+    parser.add_argument("--shim", required=True)
+    parser.add_argument("--folder", required=True, type=pathlib.Path)
+    parser.add_argument("--seconds", type=int, default=30, help="of the races")
+    parser.add_argument("--only", default="", help="rows that hold this text")
+    return parser.parse_args()
+
+
+def main():
+    arguments = parse()
+    folder = arguments.folder.resolve()
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    os.chmod(folder, 0o777)
+    volume = folder / "volume"
+    subprocess.run([arguments.quarn, "sample", "--hostile", volume], check=True, stdout=subprocess.DEVNULL)
+    sample = folder / "sample"
+    subprocess.run([arguments.quarn, "sample", sample], check=True, stdout=subprocess.DEVNULL)
+    canary = Canary(folder / "canary")
+    add_links_to(canary.folder, volume)
+    attacker = Attacker(arguments.quarn.resolve(), os.path.abspath(arguments.shim), volume, canary)
+    rows = [(f"commands: {way.name}", attacker.commands(way)) for way in ways(attacker.shim)]
+    rows += [(f"requests: {way.name}", attacker.requests(way)) for way in ways(attacker.shim)]
+    rows += [("races", attacker.races(arguments.seconds)), ("faults: one failing call at a time", attacker.faults(sample))]
+    print(f"{'attack':<44}{'cases':>6}{'failures':>10}")
+    for name, run in rows:
+        if arguments.only in name:
+            attacker.row(name, run)
+    failures = sum(row[2] for row in attacker.table)
+    print(f"{'all':<44}{sum(row[1] for row in attacker.table):>6}{failures:>10}")
+    subprocess.run(["rm", "-rf", folder], check=False)
+    return 1 if failures or not attacker.table else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
