@@ -2,9 +2,12 @@
 
 #include <fmt/format.h>
 
+#include "QuarnCore/discovery/ArtifactSizing.h"
+#include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Inspection.h"
+#include "quarn/commands/OwnershipMaps.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
 #include "quarn/wire/RecordJSON.h"
@@ -89,7 +92,11 @@ ExitCode runPlan(CommandContext& context) {
   const AppInspection inspection = inspectNamedApp(context);
   // A plan for a partial inspection would look complete.
   if (context.isInterrupted()) throw CommandError(ExitCode::interrupted, "interrupted before the plan was made");
-  const auto selected = selection(inspection, context.arguments());
+  auto selected = selection(inspection, context.arguments());
+  if (context.arguments().has("--whole-volume")) {
+    selected = chosenArtifacts(inspection, mode, mapOfVolume(context));
+    sizeArtifacts(*selected, context.services().fileSizeCalculator, context.services().files);
+  }
   const AppRemovalPlanPreview plan = context.services().appRemovalPlanner.buildPreview(inspection, mode, selected);
   if (context.wantsJSON()) {
     nlohmann::ordered_json document = toJSON(plan);
