@@ -4,7 +4,7 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages test-packages build demo test check tidy format bench fuzz pages deb asan tsan clean
+.PHONY: help packages test-packages build demo test check tidy format bench recall fuzz pages deb asan tsan clean
 
 help:
 	@echo "make demo   build, write a sample Mac volume, inspect an app on it"
@@ -12,6 +12,7 @@ help:
 	@echo "make check  check formatting and include edges, run clang-tidy"
 	@echo "make tidy   run clang-tidy on the files that changed since the last run"
 	@echo "make bench  compare with the bare system calls and other tools"
+	@echo "make recall measure how many files of real apps are found (RECALL_APPS=FILE)"
 	@echo "make fuzz   fuzz every parser for FUZZ_SECONDS (default 60)"
 	@echo "make pages  regenerate the program output in the documentation"
 	@echo "make deb    build the Debian packages in build/package"
@@ -54,6 +55,12 @@ format:
 
 bench: build
 	benchmarks/run.sh build/release/bin/quarn $(BENCH)
+
+RECALL_APPS ?= benchmarks/recall/apps.tsv
+recall: packages
+	cmake --preset release
+	cmake --build --preset release --target recall
+	build/release/bin/recall $(RECALL_APPS)
 
 FUZZ_SECONDS ?= 60
 fuzz: packages

@@ -122,6 +122,14 @@ std::optional<std::string> nonEmpty(const Info& info, std::string_view key) {
   return text && !text->empty() ? text : std::nullopt;
 }
 
+std::vector<std::string> helpersOf(const Info& info) {
+  std::vector<std::string> names;
+  const PropertyList* helpers = info.dictionary("SMPrivilegedExecutables");
+  if (helpers == nullptr) return names;
+  for (const PropertyListEntry& helper : *helpers->asDictionary()) names.push_back(helper.key);
+  return names;
+}
+
 }  // namespace
 
 BundleInfo readBundleInfo(const FileManager& files, const FileURL& bundle) {
@@ -133,7 +141,8 @@ BundleInfo readBundleInfo(const FileManager& files, const FileURL& bundle) {
           .displayName = nonEmpty(info, "CFBundleDisplayName"),
           .name = nonEmpty(info, "CFBundleName"),
           .executable = nonEmpty(info, "CFBundleExecutable"),
-          .version = std::move(version)};
+          .version = std::move(version),
+          .privilegedHelpers = helpersOf(info)};
 }
 
 }  // namespace quarn

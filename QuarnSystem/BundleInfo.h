@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "QuarnPlatform/files/FileManager.h"
 
@@ -9,12 +10,13 @@ namespace quarn {
 
 /// The content of a bundle's Info.plist. Entries that are missing, empty or not strings are absent.
 struct BundleInfo {
-  FileURL bundle;                          ///< the requested bundle, or the iOS app that it wraps
-  std::optional<std::string> identifier;   ///< CFBundleIdentifier
-  std::optional<std::string> displayName;  ///< CFBundleDisplayName
-  std::optional<std::string> name;         ///< CFBundleName
-  std::optional<std::string> executable;   ///< CFBundleExecutable
-  std::optional<std::string> version;      ///< CFBundleShortVersionString, else CFBundleVersion
+  FileURL bundle;                              ///< the requested bundle, or the iOS app that it wraps
+  std::optional<std::string> identifier;       ///< CFBundleIdentifier
+  std::optional<std::string> displayName;      ///< CFBundleDisplayName
+  std::optional<std::string> name;             ///< CFBundleName
+  std::optional<std::string> executable;       ///< CFBundleExecutable
+  std::optional<std::string> version;          ///< CFBundleShortVersionString, else CFBundleVersion
+  std::vector<std::string> privilegedHelpers;  ///< the keys of SMPrivilegedExecutables, in the order of the file
 };
 
 /// Reads the Info.plist of a bundle. Checks the places of all bundle layouts in this order and reads the first file

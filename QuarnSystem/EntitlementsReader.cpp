@@ -52,10 +52,16 @@ EntitlementsInfo entitlementsOfApp(const FileManager& files, const FileURL& app)
   return {.applicationGroups = readApplicationGroups(sourceOf(*program))};
 }
 
+std::string teamOfApp(const FileManager& files, const FileURL& app) {
+  const std::optional<OpenFile> program = mainExecutable(files, app);
+  return program ? quarn::readTeamIdentifier(sourceOf(*program)) : std::string();
+}
+
 }  // namespace
 
 EntitlementsReader EntitlementsReader::live(FileManager files) {
-  return {.readEntitlements = [files = std::move(files)](const FileURL& app) { return entitlementsOfApp(files, app); }};
+  return {.readEntitlements = [files](const FileURL& app) { return entitlementsOfApp(files, app); },
+          .readTeamIdentifier = [files](const FileURL& app) { return teamOfApp(files, app); }};
 }
 
 }  // namespace quarn

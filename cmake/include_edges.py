@@ -23,7 +23,7 @@ FLOORS = [
     ["QuarnSystem"],
     ["QuarnCore/vendors", "QuarnCore/planning", "QuarnCore/folders"],
     ["QuarnCore/discovery", "QuarnCore/storage"],
-    ["QuarnCore/inspection"],
+    ["QuarnCore/inspection", "QuarnCore/ownership"],
     ["quarn/services", "quarn/sample", "quarn/terminal", "quarn/wire"],
     ["quarn/report"],
     ["quarn/rpc"],

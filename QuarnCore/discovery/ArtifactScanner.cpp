@@ -76,20 +76,28 @@ ArtifactScanner::ArtifactScanner(FileSizeCalculator fileSizeCalculator, FileMana
 
 std::vector<Artifact> ArtifactScanner::scan(const AppEntity& app, const EntitlementsInfo& entitlements,
                                             const Options& options) const {
+  const long depth = options.heuristicMaxDepth;
+  const long results = options.heuristicMaxResults;
+  const Lookups lookups{
+      .propertyLists = propertyListFinder(files_),
+      .userSearch = [&](const AppEntity& sought) { return userHeuristicSearch(sought, depth, results); },
+      .systemSearch = [&](const AppEntity& sought) { return systemHeuristicSearch(sought, depth, results); },
+      .sizes = fileSizeCalculator_};
+  return scan(app, entitlements, options, lookups);
+}
+
+std::vector<Artifact> ArtifactScanner::scan(const AppEntity& app, const EntitlementsInfo& entitlements,
+                                            const Options& options, const Lookups& lookups) const {
   std::vector<Artifact> artifacts{appBundleArtifact(app, files_)};
-  append(artifacts, userLocationArtifacts(app, files_));
-  if (options.includeSystemArtifacts) append(artifacts, systemLocationArtifacts(app, files_));
+  append(artifacts, userLocationArtifacts(app, files_, lookups.propertyLists));
+  if (options.includeSystemArtifacts) append(artifacts, systemLocationArtifacts(app, files_, lookups.propertyLists));
   append(artifacts, groupContainerArtifacts(entitlements, files_));
   if (options.includeVendorHeuristics) append(artifacts, sharedVendorArtifacts(app, files_));
-  if (options.includeHeuristicSearch) {
-    append(artifacts, userHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults));
-  }
-  if (options.includeSystemHeuristicSearch) {
-    append(artifacts, systemHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults));
-  }
-  // Artifacts with the same id have the same items, so the first one covers the others.
+  if (options.includeHeuristicSearch) append(artifacts, lookups.userSearch(app));
+  if (options.includeSystemHeuristicSearch) append(artifacts, lookups.systemSearch(app));
+  // Artifacts of one id hold the same items, so that the first of them covers the others.
   artifacts = VendorArtifactDeduplicator::deduplicate(artifacts, files_);
-  if (options.computeSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files_);
+  if (options.computeSizes) sizeArtifacts(artifacts, lookups.sizes, files_);
   sortLargestFirst(artifacts);
   return artifacts;
 }

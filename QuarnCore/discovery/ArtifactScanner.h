@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,12 +27,23 @@ class ArtifactScanner {
     bool computeSizes;
   };
 
+  /// What a scan asks of the volume. Those of one app look at the disk for each question; those of many apps remember.
+  struct Lookups {
+    std::function<std::vector<FileURL>(const FileURL& folder, const std::string& bundleID)> propertyLists;
+    std::function<std::vector<Artifact>(const AppEntity& app)> userSearch;
+    std::function<std::vector<Artifact>(const AppEntity& app)> systemSearch;
+    FileSizeCalculator sizes;
+  };
+
   ArtifactScanner(FileSizeCalculator fileSizeCalculator, FileManager files);
 
   /// The app's bundle, its artifacts in the standard locations, and those that the options add. No file is in two
   /// artifacts. Sorted by allocated size, largest first (no size counts as 0), then by title.
   [[nodiscard]] std::vector<Artifact> scan(const AppEntity& app, const EntitlementsInfo& entitlements,
                                            const Options& options) const;
+  /// The same with other look-ups.
+  [[nodiscard]] std::vector<Artifact> scan(const AppEntity& app, const EntitlementsInfo& entitlements,
+                                           const Options& options, const Lookups& lookups) const;
 
   /// Searches four of the user's Library folders for visible items, outside packages, with a name similar to the
   /// app's name or bundle identifier, in walk order. Searches up to `maxDepth` levels below each folder. The direct

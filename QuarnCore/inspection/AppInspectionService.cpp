@@ -30,16 +30,6 @@ std::vector<Artifact> merged(std::vector<Artifact> artifacts) {
   return result;
 }
 
-ArtifactScanner::Options scanOptions(const AppInspectionService::Options& options) {
-  return {.includeHeuristicSearch = options.includeHeuristicSearch,
-          .heuristicMaxDepth = options.heuristicMaxDepth,
-          .heuristicMaxResults = options.heuristicMaxResults,
-          .includeVendorHeuristics = options.includeVendorHeuristics,
-          .includeSystemArtifacts = options.includeSystemArtifacts,
-          .includeSystemHeuristicSearch = options.includeSystemHeuristicSearch,
-          .computeSizes = options.computeArtifactSizes};
-}
-
 }  // namespace
 
 AppInspectionService::AppInspectionService(ArtifactScanner artifactScanner,
@@ -71,34 +61,43 @@ std::vector<AppInspectionService::Phase> AppInspectionService::phaseSequence(con
 
 AppInspection AppInspectionService::inspect(const AppEntity& app, const Options& options,
                                             const Progress& progress) const {
+  return run(app, options, sourcesOfOne(options), progress);
+}
+
+void AppInspectionService::inspectAll(const std::vector<AppEntity>& apps, const Options& options,
+                                      const std::function<void(AppInspection inspection)>& onInspection,
+                                      const Cancellation& cancellation) const {
+  if (apps.empty() || cancellation.isCancelled()) return;
+  const InspectionSources sources = sourcesOfMany(apps, options);
+  for (const AppEntity& app : apps) {
+    if (cancellation.isCancelled()) return;
+    onInspection(run(app, options, sources, nullptr));
+  }
+}
+
+AppInspection AppInspectionService::run(const AppEntity& app, const Options& options, const InspectionSources& sources,
+                                        const Progress& progress) const {
   AppInspection inspection{.app = app};
-  // All phases share one snapshot of the receipts.
-  const bool needsReceipts = options.includeReceipts || options.includeKernelExtensions;
-  const ReceiptSnapshot receipts = needsReceipts ? receiptScanner_.snapshot() : ReceiptSnapshot();
   EntitlementsInfo entitlements;
   std::vector<Artifact> artifacts;
   for (const Phase phase : phaseSequence(options)) {
     if (progress) progress(phase);
     switch (phase) {
-      case Phase::uninstallers: inspection.uninstallers = uninstallerDiscovery_.findUninstallers(app); break;
+      case Phase::uninstallers: inspection.uninstallers = sources.uninstallers(app); break;
       case Phase::entitlements:
         if (options.includeGroupContainers) entitlements = entitlementsReader_.readEntitlements(app.bundleURL);
         break;
-      case Phase::artifacts: append(artifacts, artifactScanner_.scan(app, entitlements, scanOptions(options))); break;
-      case Phase::documents:
-        append(artifacts, artifactScanner_.documentsHeuristicSearch(app, options.documentsHeuristicMaxDepth,
-                                                                    options.documentsHeuristicMaxResults));
-        break;
-      case Phase::launchd: append(artifacts, artifactScanner_.launchdArtifacts(app, launchdScanner_.scan())); break;
-      case Phase::receipts: append(artifacts, artifactScanner_.receiptArtifacts(receipts.receiptsMatching(app))); break;
-      case Phase::deepInspector: append(artifacts, deepInspector_.inspect(app, artifacts, entitlements)); break;
+      case Phase::artifacts: append(artifacts, sources.artifacts(app, entitlements)); break;
+      case Phase::documents: append(artifacts, sources.documents(app)); break;
+      case Phase::launchd: append(artifacts, sources.launchd(app)); break;
+      case Phase::receipts: append(artifacts, sources.receipts(app)); break;
+      case Phase::deepInspector: append(artifacts, sources.deepInspector(app, artifacts, entitlements)); break;
       case Phase::kernelExtensions:
-        artifacts = withKernelExtensions(std::move(artifacts), kernelExtensionAssociator_.kernelExtensionArtifacts(
-                                                                   app, /*includeMacOS=*/false, receipts));
+        artifacts = withKernelExtensions(std::move(artifacts), sources.kernelExtensions(app));
         break;
       case Phase::finalize:
         artifacts = merged(std::move(artifacts));
-        if (options.computeArtifactSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files_);
+        if (options.computeArtifactSizes) sizeArtifacts(artifacts, sources.sizes, files_);
         break;
     }
   }

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <span>
 #include <string_view>
+#include <unordered_map>
 
 #include "QuarnPlatform/resources/Localization.h"
 #include "QuarnPlatform/text/Text.h"
@@ -136,9 +138,7 @@ void markSource(std::vector<Artifact>& artifacts) {
 DeepInspectorService::DeepInspectorService(VendorProfileRegistry vendorProfiles, FileManager files)
     : vendorProfiles_(std::move(vendorProfiles)), files_(std::move(files)) {}
 
-std::vector<Artifact> DeepInspectorService::inspect(const AppEntity& app,
-                                                    const std::vector<Artifact>& /*existingArtifacts*/,
-                                                    const EntitlementsInfo& /*entitlements*/) const {
+std::vector<Artifact> DeepInspectorService::builtIn(const AppEntity& app) const {
   const std::string bundleID = Text::lowercased(app.bundleIdentifier.value_or(""));
   const std::string name = Text::lowercased(app.name);
   std::vector<Artifact> artifacts;
@@ -148,9 +148,33 @@ std::vector<Artifact> DeepInspectorService::inspect(const AppEntity& app,
       for (const FileURL& url : itemsOf(row, files_)) artifacts.push_back(makeArtifact(row, url));
     }
   }
+  return artifacts;
+}
+
+std::vector<Artifact> DeepInspectorService::inspect(const AppEntity& app,
+                                                    const std::vector<Artifact>& /*existingArtifacts*/,
+                                                    const EntitlementsInfo& /*entitlements*/) const {
+  std::vector<Artifact> artifacts = builtIn(app);
   append(artifacts, vendorProfiles_.artifacts(app, files_, files_.homeDirectory()));
   markSource(artifacts);
   return artifacts;
+}
+
+std::function<std::vector<Artifact>(const AppEntity& app)> DeepInspectorService::forManyApps() const {
+  const auto known = std::make_shared<std::unordered_map<std::size_t, std::vector<Artifact>>>();
+  return [service = *this, known](const AppEntity& app) {
+    std::vector<Artifact> artifacts = service.builtIn(app);
+    for (const std::size_t index : service.vendorProfiles_.matchingIndices(app)) {
+      auto at = known->find(index);
+      if (at == known->end()) {
+        const VendorProfile& profile = service.vendorProfiles_.profiles()[index];
+        at = known->emplace(index, profile.makeArtifacts(service.files_, service.files_.homeDirectory())).first;
+      }
+      append(artifacts, at->second);
+    }
+    markSource(artifacts);
+    return artifacts;
+  };
 }
 
 }  // namespace quarn

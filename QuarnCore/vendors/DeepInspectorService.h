@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
@@ -18,7 +19,12 @@ class DeepInspectorService {
   [[nodiscard]] std::vector<Artifact> inspect(const AppEntity& app, const std::vector<Artifact>& existingArtifacts,
                                               const EntitlementsInfo& entitlements) const;
 
+  /// The same for many apps, which looks for each profile's items once. For one thread.
+  [[nodiscard]] std::function<std::vector<Artifact>(const AppEntity& app)> forManyApps() const;
+
  private:
+  [[nodiscard]] std::vector<Artifact> builtIn(const AppEntity& app) const;
+
   VendorProfileRegistry vendorProfiles_;
   FileManager files_;
 };

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "QuarnPlatform/text/Text.h"
@@ -48,15 +50,28 @@ void addInside(const FileURL& bundle, const FileManager& files, std::vector<Unin
   }
 }
 
-void addBeside(const AppEntity& app, const FileManager& files, std::vector<UninstallerCandidate>& candidates) {
+/// What in a folder is named like an uninstaller and can be started.
+struct Neighbour {
+  FileURL url;
+  std::string key;
+};
+using Neighbours = std::vector<Neighbour>;
+
+Neighbours neighboursIn(const FileURL& folder, const FileManager& files) {
+  Neighbours neighbours;
+  for (const DirectoryEntry& entry : files.contentsOrNone(folder, HiddenItems::skip)) {
+    std::string key = Text::normalizedKey(entry.url.lastPathComponent());
+    if (hasUninstallerName(key) && isLaunchable(entry.url, files)) neighbours.push_back({entry.url, std::move(key)});
+  }
+  return neighbours;
+}
+
+void addBeside(const AppEntity& app, const Neighbours& neighbours, std::vector<UninstallerCandidate>& candidates) {
   const std::string appKey = Text::normalizedKey(app.name);
   const bool isNameTelling = Text::characterCount(appKey) >= kMinimumAppKeyLength;
-  for (const DirectoryEntry& entry :
-       files.contentsOrNone(app.bundleURL.deletingLastPathComponent(), HiddenItems::skip)) {
-    const std::string key = Text::normalizedKey(entry.url.lastPathComponent());
-    if (!hasUninstallerName(key) || !isLaunchable(entry.url, files)) continue;
-    const bool namesApp = isNameTelling && Text::contains(key, appKey);
-    candidates.push_back(makeCandidate(entry.url, namesApp ? kBesideNamedConfidence : kBesideConfidence));
+  for (const Neighbour& neighbour : neighbours) {
+    const bool namesApp = isNameTelling && Text::contains(neighbour.key, appKey);
+    candidates.push_back(makeCandidate(neighbour.url, namesApp ? kBesideNamedConfidence : kBesideConfidence));
   }
 }
 
@@ -67,14 +82,10 @@ std::vector<UninstallerCandidate> firstOfEachPath(std::vector<UninstallerCandida
   return candidates;
 }
 
-}  // namespace
-
-UninstallerDiscoveryService::UninstallerDiscoveryService(FileManager files) : files_(std::move(files)) {}
-
-std::vector<UninstallerCandidate> UninstallerDiscoveryService::findUninstallers(const AppEntity& app) const {
+std::vector<UninstallerCandidate> find(const AppEntity& app, const Neighbours& neighbours, const FileManager& files) {
   std::vector<UninstallerCandidate> candidates;
-  if (files_.itemExists(app.bundleURL)) addInside(app.bundleURL, files_, candidates);
-  addBeside(app, files_, candidates);
+  if (files.itemExists(app.bundleURL)) addInside(app.bundleURL, files, candidates);
+  addBeside(app, neighbours, candidates);
   candidates = firstOfEachPath(std::move(candidates));
   std::stable_sort(candidates.begin(), candidates.end(),
                    [](const UninstallerCandidate& left, const UninstallerCandidate& right) {
@@ -82,6 +93,25 @@ std::vector<UninstallerCandidate> UninstallerDiscoveryService::findUninstallers(
                      return Text::localizedCaseInsensitiveCompare(left.name, right.name) < 0;
                    });
   return candidates;
+}
+
+}  // namespace
+
+UninstallerDiscoveryService::UninstallerDiscoveryService(FileManager files) : files_(std::move(files)) {}
+
+std::vector<UninstallerCandidate> UninstallerDiscoveryService::findUninstallers(const AppEntity& app) const {
+  return find(app, neighboursIn(app.bundleURL.deletingLastPathComponent(), files_), files_);
+}
+
+std::function<std::vector<UninstallerCandidate>(const AppEntity& app)> UninstallerDiscoveryService::forManyApps()
+    const {
+  const auto known = std::make_shared<std::unordered_map<std::string, Neighbours>>();
+  return [files = files_, known](const AppEntity& app) {
+    const FileURL folder = app.bundleURL.deletingLastPathComponent();
+    auto at = known->find(folder.path());
+    if (at == known->end()) at = known->emplace(folder.path(), neighboursIn(folder, files)).first;
+    return find(app, at->second, files);
+  };
 }
 
 }  // namespace quarn

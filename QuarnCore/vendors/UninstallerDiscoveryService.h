@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "QuarnModels/AppEntity.h"
@@ -17,6 +18,9 @@ class UninstallerDiscoveryService {
   /// and nested packages, at most 20,000 entries) the confidence is 1. Directly beside the bundle it is 0.8 if the
   /// name contains the app's name, else 0.7. Sorted by descending confidence, then by name; each path occurs once.
   [[nodiscard]] std::vector<UninstallerCandidate> findUninstallers(const AppEntity& app) const;
+
+  /// The same for many apps, which lists each folder that holds apps once. For one thread.
+  [[nodiscard]] std::function<std::vector<UninstallerCandidate>(const AppEntity& app)> forManyApps() const;
 
  private:
   FileManager files_;

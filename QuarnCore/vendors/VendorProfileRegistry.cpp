@@ -46,10 +46,16 @@ VendorProfileRegistry VendorProfileRegistry::loadDefault(const ResourceBundle& b
 }
 
 std::vector<VendorProfile> VendorProfileRegistry::matchingProfiles(const AppEntity& app) const {
-  const AppTexts texts(app);
   std::vector<VendorProfile> matching;
+  for (const std::size_t index : matchingIndices(app)) matching.push_back((*profiles_)[index]);
+  return matching;
+}
+
+std::vector<std::size_t> VendorProfileRegistry::matchingIndices(const AppEntity& app) const {
+  const AppTexts texts(app);
+  std::vector<std::size_t> matching;
   for (std::size_t i = 0; i < profiles_->size(); ++i) {
-    if ((*matchers_)[i].matches(texts)) matching.push_back((*profiles_)[i]);
+    if ((*matchers_)[i].matches(texts)) matching.push_back(i);
   }
   return matching;
 }

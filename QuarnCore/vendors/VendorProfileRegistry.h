@@ -28,6 +28,8 @@ class VendorProfileRegistry {
   [[nodiscard]] const std::vector<VendorProfile>& profiles() const { return *profiles_; }
   /// The profiles that match the app, in the order of the index.
   [[nodiscard]] std::vector<VendorProfile> matchingProfiles(const AppEntity& app) const;
+  /// Their positions in `profiles()`, ascending.
+  [[nodiscard]] std::vector<std::size_t> matchingIndices(const AppEntity& app) const;
   /// The artifacts of all matching profiles, in the order of the profiles.
   [[nodiscard]] std::vector<Artifact> artifacts(const AppEntity& app, const FileManager& files,
                                                 const FileURL& home) const;

@@ -23,9 +23,10 @@ enum class PackageContents : std::uint8_t { enter, skip };
 /// What the file system reports about an item.
 struct ItemFacts {
   FileType type = FileType::other;
-  ByteCounts sizes;            ///< zero unless it is a regular file
-  bool anyExecuteBit = false;  ///< at least one execute bit is set
-  std::uint64_t device = 0;    ///< identifies the item together with `inode`
+  ByteCounts sizes;                  ///< zero unless it is a regular file
+  bool anyExecuteBit = false;        ///< at least one execute bit is set
+  std::int64_t modifiedSeconds = 0;  ///< when the content was last changed, in seconds since 1970
+  std::uint64_t device = 0;          ///< identifies the item together with `inode`
   std::uint64_t inode = 0;
 };
 

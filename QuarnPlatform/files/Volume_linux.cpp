@@ -119,6 +119,7 @@ std::optional<ItemFacts> Volume::facts(int descriptor) {
   return ItemFacts{.type = type,
                    .sizes = *sizes,
                    .anyExecuteBit = (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0,
+                   .modifiedSeconds = status.st_mtim.tv_sec,
                    .device = status.st_dev,
                    .inode = status.st_ino};
 }

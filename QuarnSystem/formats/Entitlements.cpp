@@ -23,6 +23,13 @@ std::optional<CodeSignature> signatureOf(const ByteSource& program, const MachOS
   return CodeSignature::parse(program.exactly(range->offset, range->size));
 }
 
+std::vector<MachOSlice> rankedSlices(const ByteSource& program) {
+  std::vector<MachOSlice> slices = machOSlices(program);
+  std::stable_sort(slices.begin(), slices.end(),
+                   [](const auto& left, const auto& right) { return rankOf(left) < rankOf(right); });
+  return slices;
+}
+
 bool hasEntitlements(const CodeSignature& signature) {
   return !signature.entitlementsXml.empty() || !signature.entitlementsDer.empty();
 }
@@ -47,14 +54,19 @@ std::optional<PropertyList> entitlementsOf(const CodeSignature& signature) {
 }
 
 std::optional<PropertyList> readEntitlements(const ByteSource& program) {
-  auto slices = machOSlices(program);
-  std::stable_sort(slices.begin(), slices.end(),
-                   [](const auto& left, const auto& right) { return rankOf(left) < rankOf(right); });
-  for (const auto& slice : slices) {
+  for (const auto& slice : rankedSlices(program)) {
     const auto signature = signatureOf(program, slice);
     if (signature && hasEntitlements(*signature)) return entitlementsOf(*signature);
   }
   return std::nullopt;
+}
+
+std::string readTeamIdentifier(const ByteSource& program) {
+  for (const auto& slice : rankedSlices(program)) {
+    const auto signature = signatureOf(program, slice);
+    if (signature && !signature->teamIdentifier.empty()) return signature->teamIdentifier;
+  }
+  return {};
 }
 
 std::vector<std::string> applicationGroups(const PropertyList& entitlements) {

@@ -21,6 +21,10 @@ std::optional<PropertyList> entitlementsOf(const CodeSignature& signature);
 /// the headers and the signatures, each at most `kMaxSignatureBytes` long.
 std::optional<PropertyList> readEntitlements(const ByteSource& program);
 
+/// The team that signed a program file: that of the first slice with a team, in the same order. Empty without a
+/// signature or a team.
+std::string readTeamIdentifier(const ByteSource& program);
+
 /// The application groups: the strings of "com.apple.security.application-groups" in order, whether it is an array or
 /// a single string. A group name is also the name of a folder, so invalid file names (empty, ".", "..", or with "/"
 /// or a zero byte) are dropped.

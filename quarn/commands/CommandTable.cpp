@@ -29,6 +29,7 @@ constexpr std::array kGlobalOptions{
 constexpr std::array kAppOrAll{PositionalRow{.name = "APP", .help = "Name, bundle identifier or path of an app"}};
 constexpr std::array kApp{PositionalRow{.name = "APP", .help = "Name, bundle identifier or path of an app", .isRequired = true}};
 constexpr std::array kPaths{PositionalRow{.name = "PATH", .help = "Folder, a path on the Mac", .isRepeatable = true}};
+constexpr std::array kOwnedPaths{PositionalRow{.name = "PATH", .help = "Item, a path on the Mac", .isRequired = true, .isRepeatable = true}};
 constexpr std::array kCategory{PositionalRow{.name = "CATEGORY", .help = "apps, documents, photos, communication, games, development, systemData or other", .choices = "apps|documents|photos|communication|games|development|systemData|other"}};
 constexpr std::array kReportedApp{PositionalRow{.name = "APP", .help = "Report on this app, not on the volume"}};
 constexpr std::array kFolder{PositionalRow{.name = "DIR", .help = "New or empty folder on this machine", .isRequired = true, .isHostPath = true}};
@@ -50,6 +51,12 @@ constexpr std::array kInspectOptions{
 constexpr std::array kPlanOptions{
     OptionRow{.name = "--mode", .argument = "MODE", .help = "cacheOnly, associatedDataOnly, removeApp or aggressive (default removeApp)", .choices = "cacheOnly|associatedDataOnly|removeApp|aggressive"},
     OptionRow{.name = "--select", .argument = "ID", .help = "Plan only for this artifact; may be repeated", .isRepeatable = true},
+    OptionRow{.name = "--whole-volume", .argument = "", .help = "Leave out items of other apps, and add items with strong evidence for this app", .excludes = "--select"},
+};
+constexpr std::array kLeftoversOptions{
+    OptionRow{.name = "--size", .argument = "", .help = "Size the leftovers, and list the largest first"},
+    OptionRow{.name = "--older-than", .argument = "AGE", .help = "List only leftovers that were not changed for AGE: 90d, 12w, 6m or 2y"},
+    OptionRow{.name = "--all-users", .argument = "", .help = "Search the home folders of all users of the volume"},
 };
 constexpr std::array kTopOptions{
     OptionRow{.name = "--category", .argument = "C", .help = "Search the folders of a storage category", .choices = "apps|documents|photos|communication|games|development|systemData|other", .excludes = "PATH"},
@@ -91,6 +98,14 @@ constexpr std::array kInspectExamples{
 constexpr std::array kPlanExamples{
     ExampleRow{.line = "quarn plan \"Lumen Notes\" --mode cacheOnly", .meaning = "what a cache cleanup would remove"},
     ExampleRow{.line = "quarn plan com.lumenworks.notes --mode aggressive --json", .meaning = "a complete plan as JSON"},
+    ExampleRow{.line = "quarn plan \"Lumen Notes\" --whole-volume", .meaning = "a plan that considers what other apps own"},
+};
+constexpr std::array kOwnerExamples{
+    ExampleRow{.line = "quarn owner \"~/Library/Application Support/Lumen Notes\"", .meaning = "the owner of a folder, the evidence and the rivals"},
+};
+constexpr std::array kLeftoversExamples{
+    ExampleRow{.line = "quarn leftovers", .meaning = "the files of apps that are not installed"},
+    ExampleRow{.line = "quarn leftovers --size --older-than 90d", .meaning = "only old leftovers, the largest first"},
 };
 constexpr std::array kStorageExamples{
     ExampleRow{.line = "quarn storage", .meaning = "every category"},
@@ -146,6 +161,8 @@ constexpr std::array kCommands{
     CommandRow{.name = "apps", .summary = "List the installed applications", .description = "", .positionals = {}, .options = kAppsOptions, .examples = kAppsExamples, .run = runApps, .hasList = true},
     CommandRow{.name = "inspect", .summary = "Find everything that belongs to an application", .description = "Explains and sizes every artifact. The column MODE lists the cleanup modes that select an artifact by default: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive.", .positionals = kAppOrAll, .options = kInspectOptions, .examples = kInspectExamples, .run = runInspect, .hasList = true},
     CommandRow{.name = "plan", .summary = "Preview the removal of an application", .description = "Shows the steps of a removal. quarn never executes a plan.", .positionals = kApp, .options = kPlanOptions, .examples = kPlanExamples, .run = runPlan, .hasList = true},
+    CommandRow{.name = "owner", .summary = "Show which app owns an item", .description = "Compares the evidence for every installed app. The strongest evidence decides; apps with weaker evidence are rivals.", .positionals = kOwnedPaths, .options = {}, .examples = kOwnerExamples, .run = runOwner, .hasList = true},
+    CommandRow{.name = "leftovers", .summary = "List the files of apps that are not installed", .description = "Groups them by former owner. Never lists items of macOS, items that several apps share, and items whose owner is unknown.", .positionals = {}, .options = kLeftoversOptions, .examples = kLeftoversExamples, .run = runLeftovers, .hasList = true},
     CommandRow{.name = "storage", .summary = "Show where the disk's space goes", .description = "Every byte counts for at most one category. Ctrl-C stops the scan and prints the totals so far.", .positionals = kCategory, .options = {}, .examples = kStorageExamples, .run = runStorage, .hasList = true},
     CommandRow{.name = "top", .summary = "List the largest items", .description = "", .positionals = kPaths, .options = kTopOptions, .examples = kTopExamples, .run = runTop, .hasList = true},
     CommandRow{.name = "cloud", .summary = "Show local and cloud-only bytes", .description = "Without PATH, inspects the cloud folders of the user.", .positionals = kPaths, .options = {}, .examples = kCloudExamples, .run = runCloud, .hasList = true},

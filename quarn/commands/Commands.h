@@ -10,6 +10,8 @@ class CommandContext;
 ExitCode runApps(CommandContext& context);
 ExitCode runInspect(CommandContext& context);
 ExitCode runPlan(CommandContext& context);
+ExitCode runOwner(CommandContext& context);
+ExitCode runLeftovers(CommandContext& context);
 ExitCode runStorage(CommandContext& context);
 ExitCode runTop(CommandContext& context);
 ExitCode runCloud(CommandContext& context);

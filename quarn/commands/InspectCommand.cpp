@@ -2,11 +2,13 @@
 
 #include <fmt/format.h>
 
+#include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/ListOutput.h"
+#include "quarn/commands/OwnershipMaps.h"
 #include "quarn/terminal/CountText.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
@@ -96,6 +98,23 @@ nlohmann::ordered_json document(const AppInspection& inspection) {
   return json;
 }
 
+std::string ownershipText(const AppOwnership& ownership, CommandContext& context) {
+  std::string text;
+  if (!ownership.alsoOwned.empty()) text += "\nAlso this app's:\n";
+  for (const Ownership& entry : ownership.alsoOwned) {
+    text +=
+        fmt::format("{}{:.2f}  {}\n", kIndent, entry.confidence, escapedForTerminal(context.displayPath(entry.url)));
+    text += explanationLines(entry.evidence, context.out());
+  }
+  if (!ownership.fitsBetter.empty()) text += "\nFits another app better:\n";
+  for (const Ownership& entry : ownership.fitsBetter) {
+    text += fmt::format("{}{}  {}\n", kIndent, escapedForTerminal(ownerText(entry)),
+                        escapedForTerminal(context.displayPath(entry.url)));
+    text += explanationLines(entry.evidence, context.out());
+  }
+  return text;
+}
+
 ExitCode inspectAll(CommandContext& context) {
   const bool isSized = !context.arguments().has("--no-sizes");
   Table table({{.title = "NAME", .isFlexible = true},
@@ -132,7 +151,9 @@ ExitCode runInspect(CommandContext& context) {
   if (isAll) return inspectAll(context);
   const AppInspection inspection = inspectNamedApp(context);
   if (context.wantsJSON()) {
-    context.printDocument(document(inspection));
+    nlohmann::ordered_json json = document(inspection);
+    json["ownership"] = toJSON(compareWithMap(inspection, mapOfVolume(context)));
+    context.printDocument(std::move(json));
   } else if (context.wantsLines()) {
     context.printLines(toJSON(inspection.artifacts));
   } else {
@@ -140,6 +161,7 @@ ExitCode runInspect(CommandContext& context) {
     text += context.out().styled(
         fmt::format("{:>11}  {}  {:<8}  {:<14}  {}  {}\n", "SIZE", "MODE", "RISK", "DATA", "SURE", "WHAT"), Style::dim);
     for (const Artifact& artifact : inspection.artifacts) text += artifactText(artifact, context);
+    text += ownershipText(compareWithMap(inspection, mapOfVolume(context)), context);
     context.print(text + "\n" + totalText(inspection, context));
   }
   return context.finish();

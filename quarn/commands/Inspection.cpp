@@ -52,13 +52,16 @@ void inspectAllApps(CommandContext& context, const std::function<void(const AppI
   const AppInspectionService::Options options = optionsOf(context.arguments());
   const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
   const AppInspectionService service = context.services().appInspection();
-  std::size_t begun = 0;
-  for (const AppEntity& app : apps) {
-    if (context.cancellation().isCancelled()) break;
-    context.progress("inspecting " + app.name + " (" + std::to_string(++begun) + "/" + std::to_string(apps.size()) +
-                     ")");
-    consume(service.inspect(app, options));
-  }
+  std::size_t done = 0;
+  context.progress("inspecting " + std::to_string(apps.size()) + " apps");
+  service.inspectAll(
+      apps, options,
+      [&](const AppInspection& inspection) {
+        context.progress("inspecting " + inspection.app.name + " (" + std::to_string(++done) + "/" +
+                         std::to_string(apps.size()) + ")");
+        consume(inspection);
+      },
+      context.cancellation());
   context.endProgress();
 }
 

@@ -2,9 +2,12 @@
 
 #include <fmt/format.h>
 
+#include "QuarnCore/discovery/ArtifactSizing.h"
+#include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Inspection.h"
+#include "quarn/commands/OwnershipMaps.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
 #include "quarn/wire/RecordJSON.h"
@@ -87,7 +90,11 @@ std::string planText(const AppRemovalPlanPreview& plan, CommandContext& context)
 ExitCode runPlan(CommandContext& context) {
   const CleanupMode mode = modeOf(context.arguments());
   const AppInspection inspection = inspectNamedApp(context);
-  const auto selected = selection(inspection, context.arguments());
+  auto selected = selection(inspection, context.arguments());
+  if (context.arguments().has("--whole-volume")) {
+    selected = chosenArtifacts(inspection, mode, mapOfVolume(context));
+    sizeArtifacts(*selected, context.services().fileSizeCalculator, context.services().files);
+  }
   const AppRemovalPlanPreview plan = context.services().appRemovalPlanner.buildPreview(inspection, mode, selected);
   if (context.wantsJSON()) {
     nlohmann::ordered_json document = toJSON(plan);

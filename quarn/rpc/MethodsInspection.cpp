@@ -24,12 +24,22 @@ AppInspection inspectApp(const Context& context, const AppEntity& app, const App
   return context.services.appInspection().inspect(app, options, report);
 }
 
+std::vector<AppInspection> inspectAllApps(const Context& context, const std::vector<AppEntity>& apps,
+                                          const AppInspectionService::Options& options) {
+  std::vector<AppInspection> inspections;
+  context.services.appInspection().inspectAll(
+      apps, options, [&](AppInspection inspection) { inspections.push_back(std::move(inspection)); },
+      context.request.cancellation);
+  return inspections;
+}
+
 // clang-format off
 constexpr std::array kMethods{
     method<&discoverApps>("AppsService.discoverApps"),
     method<&calculateAppSize>("AppsService.calculateAppSize", "app"),
     method<&phaseSequence>("AppInspectionService.phaseSequence", "options"),
     methodWithProgress<&inspectApp, PhaseProgress>("AppInspectionService.inspect", "app", "options", "progress"),
+    method<&inspectAllApps>("AppInspectionService.inspectAll", "apps", "options"),
 };
 // clang-format on
 

@@ -44,4 +44,9 @@ AppInspectionService Services::appInspection() const {
       fileSizeCalculator, files);
 }
 
+OwnershipService Services::ownership() const {
+  return OwnershipService(vendorProfiles(), entitlementsReader, LaunchdScanner::snapshot(files),
+                          receiptScanner, files);
+}
+
 }  // namespace quarn

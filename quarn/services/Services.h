@@ -5,6 +5,7 @@
 #include "QuarnCore/folders/TopItemsService.h"
 #include "QuarnCore/inspection/AppInspectionService.h"
 #include "QuarnCore/inspection/AppsService.h"
+#include "QuarnCore/ownership/OwnershipService.h"
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "QuarnCore/storage/StorageDashboardService.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
@@ -36,6 +37,8 @@ struct Services {
 
   /// An inspection service for one app or several. It caches the data that phases and apps share.
   [[nodiscard]] AppInspectionService appInspection() const;
+  /// For one map of the whole volume: what it asks of the system is read once.
+  [[nodiscard]] OwnershipService ownership() const;
 
   FileManager files;
   ResourceBundle resources;

@@ -73,9 +73,9 @@ TEST(StandardLocations, EachUserLocationIsFoundAsInTheTable) {
     MacVolume volume;
     volume.file(kUserRows[i].path, 1_KiB);
     const std::string made = kUserRows[i].path + (i == 0 ? "/" : "");  // the cache alone is made as a folder's URL
-    const std::vector<Artifact> found = userLocationArtifacts(kExample, volume.files());
+    const std::vector<Artifact> found = userLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files()));
     EXPECT_THAT(lines(found), ElementsAre(line(expected(kUserRows[i], Scope::user, volume.url(made)))));
-    EXPECT_THAT(systemLocationArtifacts(kExample, volume.files()), IsEmpty());
+    EXPECT_THAT(systemLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files())), IsEmpty());
   }
 }
 
@@ -85,9 +85,9 @@ TEST(StandardLocations, EachSystemLocationIsFoundAsInTheTable) {
     MacVolume volume;
     volume.file(kSystemRows[i].path, 1_KiB);
     const std::string made = kSystemRows[i].path + (i == 0 ? "/" : "");
-    const std::vector<Artifact> found = systemLocationArtifacts(kExample, volume.files());
+    const std::vector<Artifact> found = systemLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files()));
     EXPECT_THAT(lines(found), ElementsAre(line(expected(kSystemRows[i], Scope::system, volume.url(made)))));
-    EXPECT_THAT(userLocationArtifacts(kExample, volume.files()), IsEmpty());
+    EXPECT_THAT(userLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files())), IsEmpty());
   }
 }
 
@@ -103,8 +103,8 @@ TEST(StandardLocations, AllOfThemAreFoundInTheOrderOfTheTables) {
     volume.file(row.path);
     systemTitles.push_back(row.title);
   }
-  EXPECT_EQ(titles(userLocationArtifacts(kExample, volume.files())), userTitles);
-  EXPECT_EQ(titles(systemLocationArtifacts(kExample, volume.files())), systemTitles);
+  EXPECT_EQ(titles(userLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files()))), userTitles);
+  EXPECT_EQ(titles(systemLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files()))), systemTitles);
 }
 
 TEST(StandardLocations, AFolderIsMarkedAsAFolderAndALinkIsNot) {
@@ -112,7 +112,7 @@ TEST(StandardLocations, AFolderIsMarkedAsAFolderAndALinkIsNot) {
   volume.folder("~/Library/Logs/com.example.App")
       .folder("~/elsewhere")
       .link("~/Library/Containers/com.example.App", "/Users/ann/elsewhere");
-  const std::vector<Artifact> found = userLocationArtifacts(kExample, volume.files());
+  const std::vector<Artifact> found = userLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files()));
   ASSERT_THAT(titles(found), ElementsAre("Logs", "Container"));
   EXPECT_TRUE(found[0].urls[0].hasDirectoryPath());
   EXPECT_FALSE(found[1].urls[0].hasDirectoryPath());
@@ -124,8 +124,8 @@ TEST(StandardLocations, ADanglingLinkIsIgnored) {
   volume.link("~/Library/Caches/com.example.App", "nowhere")
       .link("~/Library/Logs/com.example.App", "com.example.App")
       .link("/Library/Caches/com.example.App", "/nowhere");
-  EXPECT_THAT(userLocationArtifacts(kExample, volume.files()), IsEmpty());
-  EXPECT_THAT(systemLocationArtifacts(kExample, volume.files()), IsEmpty());
+  EXPECT_THAT(userLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files())), IsEmpty());
+  EXPECT_THAT(systemLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files())), IsEmpty());
 }
 
 TEST(StandardLocations, AnAppWithoutBundleIdentifierHasNoStandardLocations) {
@@ -134,14 +134,14 @@ TEST(StandardLocations, AnAppWithoutBundleIdentifierHasNoStandardLocations) {
   for (const Row& row : kSystemRows) volume.file(row.path);
   AppEntity app = kExample;
   app.bundleIdentifier.reset();
-  EXPECT_THAT(userLocationArtifacts(app, volume.files()), IsEmpty());
-  EXPECT_THAT(systemLocationArtifacts(app, volume.files()), IsEmpty());
+  EXPECT_THAT(userLocationArtifacts(app, volume.files(), propertyListFinder(volume.files())), IsEmpty());
+  EXPECT_THAT(systemLocationArtifacts(app, volume.files(), propertyListFinder(volume.files())), IsEmpty());
 }
 
 TEST(StandardLocations, SupportUnderNameAndUnderIdentifierIsListedOncePerForm) {
   MacVolume volume;
   volume.folder("~/Library/Application Support/Example").folder("~/Library/Application Support/com.example.App");
-  EXPECT_THAT(titles(userLocationArtifacts(kExample, volume.files())),
+  EXPECT_THAT(titles(userLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files()))),
               ElementsAre("Application Support (Example)", "Application Support (com.example.App)"));
 }
 
@@ -154,7 +154,7 @@ TEST(StandardLocations, PropertyListsOfOneFolderAreOneArtifactInListingOrder) {
         "xcom.example.App.plist", "com.example.plist"}) {
     volume.file(folder + name);
   }
-  const std::vector<Artifact> found = userLocationArtifacts(kExample, volume.files());
+  const std::vector<Artifact> found = userLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files()));
   ASSERT_THAT(titles(found), ElementsAre("Preferences"));
   const std::string path = volume.path(folder);
   EXPECT_THAT(paths(found), ElementsAre(path + "com.example.App.PLIST", path + "com.example.App.extra.plist",
@@ -167,7 +167,7 @@ TEST(StandardLocations, AFolderOrLinkWithTheNameOfAPropertyListIsIncluded) {
   volume.folder("/Library/Preferences/com.example.App.plist")
       .link("/Library/Preferences/com.example.App.x.plist", "nowhere");
   EXPECT_THAT(
-      paths(systemLocationArtifacts(kExample, volume.files())),
+      paths(systemLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files()))),
       ElementsAre("/Library/Preferences/com.example.App.plist", "/Library/Preferences/com.example.App.x.plist"));
 }
 
@@ -176,7 +176,7 @@ TEST(StandardLocations, AHiddenPropertyListIsIncluded) {
   volume.file("~/Library/Preferences/.example.plist");
   AppEntity app = kExample;
   app.bundleIdentifier = ".example";
-  EXPECT_THAT(titles(userLocationArtifacts(app, volume.files())), ElementsAre("Preferences"));
+  EXPECT_THAT(titles(userLocationArtifacts(app, volume.files(), propertyListFinder(volume.files()))), ElementsAre("Preferences"));
 }
 
 TEST(StandardLocations, AComposedIdentifierFindsADecomposedFile) {
@@ -184,26 +184,26 @@ TEST(StandardLocations, AComposedIdentifierFindsADecomposedFile) {
   volume.file("~/Library/Preferences/com.e\xCC\x81xample.plist");
   AppEntity app = kExample;
   app.bundleIdentifier = "com.\xC3\xA9xample";
-  EXPECT_THAT(titles(userLocationArtifacts(app, volume.files())), ElementsAre("Preferences"));
+  EXPECT_THAT(titles(userLocationArtifacts(app, volume.files(), propertyListFinder(volume.files()))), ElementsAre("Preferences"));
 }
 
 TEST(StandardLocations, APropertyListFolderThatIsAFileContributesNothing) {
   MacVolume volume;
   volume.file("~/Library/Preferences").file("~/Library/Logs/com.example.App");
-  EXPECT_THAT(titles(userLocationArtifacts(kExample, volume.files())), ElementsAre("Logs"));
+  EXPECT_THAT(titles(userLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files()))), ElementsAre("Logs"));
 }
 
 TEST(StandardLocations, APropertyListFolderThatIsALinkIsListed) {
   MacVolume volume;
   volume.file("/prefs/com.example.App.plist").link("~/Library/Preferences", "/prefs");
-  EXPECT_THAT(paths(userLocationArtifacts(kExample, volume.files())),
+  EXPECT_THAT(paths(userLocationArtifacts(kExample, volume.files(), propertyListFinder(volume.files()))),
               ElementsAre("/Users/ann/Library/Preferences/com.example.App.plist"));
 }
 
 TEST(StandardLocations, AnotherHomeIsAnotherPlace) {
   MacVolume volume;
   volume.folder("~/Library/Caches/com.example.App");
-  EXPECT_THAT(userLocationArtifacts(kExample, volume.files().withHome(FileURL("/Users/bob"))), IsEmpty());
+  EXPECT_THAT(userLocationArtifacts(kExample, volume.files().withHome(FileURL("/Users/bob")), propertyListFinder(volume.files().withHome(FileURL("/Users/bob")))), IsEmpty());
 }
 
 }  // namespace

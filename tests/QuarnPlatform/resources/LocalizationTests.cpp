@@ -79,9 +79,32 @@ constexpr std::array kSentences = {
     "Quit the app so files aren\u2019t locked during removal.",
     "Move to Trash (may require admin for system paths).",
     "Move to Quarantine (undoable).",
+    "A container of an app that is not installed.",
+    "A launchd job that runs a program of the app.",
+    "A launchd job whose program does not exist.",
+    "A vendor profile names it, and its app is not installed.",
+    "A vendor profile of the app names it.",
+    "An identifier of the app's vendor that holds the app's name.",
+    "An identifier of the app's vendor.",
+    "An identifier that ends in the app's name.",
+    "An installer receipt of the app lists it.",
+    "Inside the app.",
+    "Installed by a package whose app is gone.",
+    "Named by an identifier that no installed app has.",
+    "Named by the app's bundle identifier.",
+    "Named by the identifier of a bundle inside the app.",
+    "Named like an app of which only leftovers are found.",
+    "Named like the app but for version, channel or edition.",
+    "Named like the app's vendor.",
+    "Named like the app.",
+    "The app names it as its helper.",
+    "The app's signature entitles it to this group.",
+    "The container's metadata names the app.",
+    "The name begins with the app's bundle identifier.",
+    "The name is the app's bundle identifier after a team or group.",
 };
 // clang-format on
-static_assert(kSentences.size() == 59);
+static_assert(kSentences.size() == 82);
 
 constexpr const char* kCatalogue = R"({
   "sourceLanguage" : "en",

@@ -1,0 +1,115 @@
+#include "QuarnCore/ownership/AppIndex.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "QuarnCore/ownership/NameKeys.h"
+#include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/Text.h"
+
+namespace quarn {
+namespace {
+
+constexpr std::size_t kShortestReduced = 3;
+
+// The first word of "Example Notes", with which its vendor's folder may be named.
+std::string_view firstWord(std::string_view name) { return name.substr(0, name.find_first_of(" -_.")); }
+
+// Hostile bundles may have names of megabytes; entries' names end at 255 bytes.
+std::string_view withinEntryName(std::string_view text) {
+  constexpr std::size_t kLongest = 255;
+  return text.size() > kLongest ? std::string_view() : text;
+}
+
+}  // namespace
+
+AppIndex::AppIndex(const std::vector<AppEntity>& apps, const std::vector<AppFacts>& facts) {
+  const AppFacts none;
+  for (std::uint32_t i = 0; i < apps.size(); ++i) {
+    const AppFacts& known = i < facts.size() ? facts[i] : none;
+    addIdentifiers(apps[i], known, i);
+    addNames(apps[i], known, i);
+  }
+}
+
+const AppList* AppIndex::find(Key key, std::string_view text) const {
+  const Lists& lists = lists_[static_cast<std::size_t>(key)];
+  const auto found = lists.find(text);
+  return found == lists.end() ? nullptr : &found->second;
+}
+
+std::string AppIndex::joined(std::string_view first, std::string_view second) {
+  return std::string(first) + '/' + std::string(second);
+}
+
+std::string AppIndex::vendorKey(std::string_view vendor) {
+  std::string key(vendor);
+  std::erase_if(key, [](char c) { return c == '-' || c == '_'; });
+  return key;
+}
+
+void AppIndex::add(Key key, std::string text, std::uint32_t app) {
+  if (text.empty()) return;
+  AppList& apps = lists_[static_cast<std::size_t>(key)][std::move(text)];
+  if (apps.empty() || apps.back() != app) apps.push_back(app);
+}
+
+void AppIndex::addIdentifiers(const AppEntity& app, const AppFacts& facts, std::uint32_t index) {
+  if (app.bundleIdentifier) {
+    const std::string identifier = Text::lowercased(withinEntryName(*app.bundleIdentifier));
+    const std::string vendor = vendorKey(vendorOf(identifier));
+    add(Key::identifier, identifier, index);
+    add(Key::vendor, vendor, index);
+    add(Key::vendorName, nameKey(vendorNameOf(identifier)), index);
+  }
+  for (const std::string& text : facts.embeddedIdentifiers) {
+    add(Key::embedded, Text::lowercased(withinEntryName(text)), index);
+  }
+  for (const std::string& text : facts.groups) add(Key::group, Text::lowercased(withinEntryName(text)), index);
+  for (const std::string& text : facts.helpers) add(Key::helper, Text::lowercased(withinEntryName(text)), index);
+  add(Key::team, facts.team, index);
+}
+
+void AppIndex::addNames(const AppEntity& app, const AppFacts& facts, std::uint32_t index) {
+  const std::string identifier = Text::lowercased(withinEntryName(app.bundleIdentifier.value_or("")));
+  const std::string vendor = vendorKey(vendorOf(identifier));
+  const std::string_view lastPart = lastMeaningfulPart(withinEntryName(app.bundleIdentifier.value_or("")));
+
+  std::vector<std::string> keys;
+  const auto addName = [&](std::string_view name, bool isDisplayed) {
+    if (isDisplayed) add(Key::name, nameKey(name), index);
+    for (std::string key : {nameKey(name), unversionedNameKey(name), reducedNameKey(name)}) {
+      if (key.size() < kShortestReduced || isGenericWord(key)) continue;
+      add(Key::reducedName, key, index);
+      keys.push_back(std::move(key));
+    }
+    addFolders(name, vendorNameOf(identifier), index);
+  };
+  addName(withinEntryName(app.name), true);
+  addName(withinEntryName(path::stem(app.bundleURL.path())), true);
+  for (const std::string& name : facts.otherNames) addName(withinEntryName(name), true);
+  addName(lastPart, false);
+  if (!vendor.empty()) {
+    for (const std::string& key : keys) add(Key::vendorApp, joined(vendor, key), index);
+  }
+}
+
+void AppIndex::addFolders(std::string_view name, std::string_view vendorName, std::uint32_t index) {
+  const auto addIn = [&](const std::string& folder, std::string_view inner) {
+    if (folder.size() < 2) return;
+    for (const std::string& key : {nameKey(inner), unversionedNameKey(inner), reducedNameKey(inner)}) {
+      if (key.size() < 2) continue;
+      add(Key::folderApp, joined(folder, key), index);
+      folders_.insert(folder);
+    }
+  };
+  const std::string vendor = nameKey(vendorName);
+  addIn(vendor, name);
+  const std::string_view first = firstWord(name);
+  if (first.empty() || first.size() == name.size()) return;
+  addIn(nameKey(first), name);
+  addIn(nameKey(first), name.substr(first.size()));
+  addIn(vendor, name.substr(first.size()));
+}
+
+}  // namespace quarn

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QuarnCore/ownership/OwnershipMap.h"
+#include "QuarnModels/Date.h"
+#include "QuarnPlatform/base/Cancellation.h"
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnSystem/FileSizeCalculator.h"
+
+namespace quarn {
+
+/// One entry that a former app left. A plain value.
+struct LeftoverItem {
+  FileURL url;
+  std::string place;
+  ArtifactKind kind = ArtifactKind::unknown;
+  ArtifactScope scope = ArtifactScope::user;
+  ArtifactDataClass dataClass = ArtifactDataClass::unknown;
+  RiskLevel riskLevel = RiskLevel::danger;
+  std::string evidence;          ///< why it is taken for a leftover
+  std::optional<Date> modified;  ///< newest change of the item and everything in it; absent when unknown
+  std::optional<SizeInfo> size;  ///< absent unless asked for, and when it cannot be had
+  friend bool operator==(const LeftoverItem&, const LeftoverItem&) = default;
+};
+
+/// What is left of one app that is not installed. A plain value.
+struct Leftover {
+  FormerOwner owner;
+  std::vector<LeftoverItem> items;  ///< in the order of the map
+  std::optional<Date> modified;     ///< the newest of the items
+  std::optional<SizeInfo> size;     ///< their sum; absent unless asked for
+  friend bool operator==(const Leftover&, const Leftover&) = default;
+};
+
+struct LeftoverOptions {
+  bool computeSizes = false;
+  bool includeSystem = true;  ///< what lies outside the home folder
+};
+
+/// The orphaned entries of the map by former owner: the largest first when they are sized, else by name. Shared, system
+/// and unknown entries are never among them. Cancelled: those gathered so far.
+std::vector<Leftover> findLeftovers(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,
+                                    const FileSizeCalculator& sizes,
+                                    const Cancellation& cancellation = Cancellation::never());
+
+}  // namespace quarn

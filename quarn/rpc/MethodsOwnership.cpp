@@ -1,0 +1,65 @@
+#include "QuarnCore/ownership/AppOwnership.h"
+#include "QuarnCore/ownership/Leftovers.h"
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/rpc/Methods.h"
+
+namespace quarn {
+namespace {
+
+OwnershipMap mapFor(const Context& context, const std::vector<AppEntity>& apps,
+                    const std::optional<OwnershipService::Options>& options) {
+  return context.services.ownership().map(apps, options.value_or(OwnershipService::kEverything), nullptr,
+                                          context.request.cancellation);
+}
+
+std::vector<Ownership> mapVolume(const Context& context, const std::vector<AppEntity>& apps,
+                                 const std::optional<OwnershipService::Options>& options) {
+  const OwnershipMap map = mapFor(context, apps, options);
+  std::vector<Ownership> entries;
+  entries.reserve(map.size());
+  for (std::size_t i = 0; i < map.size(); ++i) entries.push_back(map.ownership(i));
+  return entries;
+}
+
+std::vector<Ownership> ownersOf(const Context& context, const std::vector<FileURL>& urls,
+                                const std::vector<AppEntity>& apps,
+                                const std::optional<OwnershipService::Options>& options) {
+  const OwnershipMap map = mapFor(context, apps, options);
+  std::vector<Ownership> owners;
+  owners.reserve(urls.size());
+  for (const FileURL& url : urls) owners.push_back(map.owners(context.services.files.standardized(url)));
+  return owners;
+}
+
+std::vector<Leftover> leftoversOf(const Context& context, const std::vector<AppEntity>& apps,
+                                  const LeftoverOptions& options) {
+  const OwnershipMap map = mapFor(context, apps, std::nullopt);
+  return findLeftovers(map, options, context.services.files, context.services.fileSizeCalculator,
+                       context.request.cancellation);
+}
+
+AppOwnership compareInspection(const Context& context, const AppInspection& inspection,
+                               const std::vector<AppEntity>& apps) {
+  return compareWithMap(inspection, mapFor(context, apps, std::nullopt));
+}
+
+std::vector<Artifact> chooseArtifacts(const Context& context, const AppInspection& inspection, CleanupMode mode,
+                                      const std::vector<AppEntity>& apps) {
+  return chosenArtifacts(inspection, mode, mapFor(context, apps, std::nullopt));
+}
+
+// clang-format off
+constexpr std::array kMethods{
+    method<&mapVolume>("OwnershipService.map", "apps", "options"),
+    method<&ownersOf>("OwnershipService.owners", "urls", "apps", "options"),
+    method<&leftoversOf>("OwnershipService.leftovers", "apps", "options"),
+    method<&compareInspection>("OwnershipService.compare", "inspection", "apps"),
+    method<&chooseArtifacts>("OwnershipService.chosenArtifacts", "inspection", "mode", "apps"),
+};
+// clang-format on
+
+}  // namespace
+
+std::span<const MethodRow> ownershipMethods() { return kMethods; }
+
+}  // namespace quarn

@@ -1,0 +1,82 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "QuarnCore/ownership/AppOwnership.h"
+#include "QuarnCore/planning/AppRemovalPlanner.h"
+#include "tests/QuarnCore/inspection/Inspector.h"
+#include "tests/QuarnCore/ownership/Owners.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::Not;
+using ::testing::UnorderedElementsAre;
+
+// Two apps of which one's name is in the other's.
+struct Volume {
+  Volume() {
+    volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+        .app("/Applications/Example Studio.app", {.bundleIdentifier = "com.studio.App"})
+        .file("~/Library/Caches/com.example.App/a", 4_KiB)
+        .file("~/Library/Caches/Example Studio/a", 4_KiB)
+        .file("~/Library/WebKit/com.example.App/a", 4_KiB)
+        .file("~/Library/Logs/Example Studio/a", 4_KiB);
+  }
+
+  [[nodiscard]] AppInspection inspection() const {
+    return Inspector(volume).service().inspect(exampleApp(), inspectionOptions(true));
+  }
+  [[nodiscard]] OwnershipMap map() const { return Mapper(volume).map(); }
+
+  MacVolume volume;
+};
+
+std::vector<std::string> paths(const std::vector<Ownership>& entries) {
+  std::vector<std::string> result;
+  for (const Ownership& entry : entries) result.push_back(entry.url.path());
+  return result;
+}
+
+std::vector<std::string> paths(const std::vector<Artifact>& artifacts) {
+  std::vector<std::string> result;
+  for (const Artifact& artifact : artifacts) {
+    for (const FileURL& url : artifact.urls) result.push_back(url.path());
+  }
+  return result;
+}
+
+TEST(AppOwnership, TellsWhatTheInspectionMissedAndWhatFitsAnotherApp) {
+  const Volume mac;
+  const AppOwnership result = compareWithMap(mac.inspection(), mac.map());
+  EXPECT_THAT(paths(result.alsoOwned), ElementsAre("/Users/ann/Library/WebKit/com.example.App"));
+  ASSERT_THAT(paths(result.fitsBetter), UnorderedElementsAre("/Users/ann/Library/Caches/Example Studio", "/Users/ann/Library/Logs/Example Studio"));
+  EXPECT_EQ(result.fitsBetter.front().owners.front().appName, "Example Studio");
+}
+
+TEST(AppOwnership, ARemovalTakesNothingThatAnotherAppOwns) {
+  const Volume mac;
+  const AppInspection inspection = mac.inspection();
+  ASSERT_THAT(paths(AppRemovalPlanner::defaultSelectedArtifacts(inspection, CleanupMode::removeApp)),
+              Contains("/Users/ann/Library/Caches/Example Studio"));
+  const auto chosen = paths(chosenArtifacts(inspection, CleanupMode::removeApp, mac.map()));
+  EXPECT_THAT(chosen, Not(Contains("/Users/ann/Library/Caches/Example Studio")));
+  EXPECT_THAT(chosen, Contains("/Users/ann/Library/Caches/com.example.App"));
+  EXPECT_THAT(chosen, Contains("/Users/ann/Library/WebKit/com.example.App"));
+  EXPECT_THAT(chosen, Contains("/Applications/Example.app"));
+}
+
+TEST(AppOwnership, AModeTakesOfTheAddedEntriesOnlyWhatItTakesByItself) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .file("~/Library/WebKit/com.example.App/a")
+      .file("~/Library/SyncedPreferences/com.example.App.plist");
+  const AppInspection inspection{.app = exampleApp()};
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_THAT(paths(chosenArtifacts(inspection, CleanupMode::cacheOnly, map)),
+              ElementsAre("/Users/ann/Library/WebKit/com.example.App"));
+}
+
+}  // namespace
+}  // namespace quarn

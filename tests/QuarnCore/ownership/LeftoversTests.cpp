@@ -1,0 +1,125 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "QuarnCore/ownership/Leftovers.h"
+#include "tests/QuarnCore/ownership/Owners.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+std::vector<Leftover> leftovers(const Mapper& mapper, bool computeSizes = false) {
+  return findLeftovers(mapper.map(), {.computeSizes = computeSizes}, mapper.files,
+                       FileSizeCalculator::live(mapper.files));
+}
+
+std::vector<std::string> paths(const Leftover& leftover) {
+  std::vector<std::string> result;
+  for (const LeftoverItem& item : leftover.items) result.push_back(item.url.path());
+  return result;
+}
+
+TEST(Leftovers, AreGroupedByTheirFormerOwner) {
+  MacVolume volume;
+  volume.file("~/Library/Caches/com.gone.Editor/a", 8_KiB)
+      .file("~/Library/Preferences/com.gone.Editor.helper.plist")
+      .folder("~/Library/Application Support/Editor")
+      .folder("~/Library/Saved Application State/org.old.Player.savedState");
+  const std::vector<Leftover> found = leftovers(Mapper(volume), /*computeSizes=*/true);
+  ASSERT_THAT(found, SizeIs(2));
+  EXPECT_EQ(found[0].owner.name, "Editor");
+  EXPECT_EQ(found[0].owner.bundleIdentifier, "com.gone.Editor");
+  EXPECT_THAT(paths(found[0]), ElementsAre("/Users/ann/Library/Application Support/Editor",
+                                           "/Users/ann/Library/Preferences/com.gone.Editor.helper.plist",
+                                           "/Users/ann/Library/Caches/com.gone.Editor"));
+  EXPECT_EQ(found[0].size, (SizeInfo{8_KiB, 8_KiB}));
+  EXPECT_EQ(found[1].owner.name, "org.old.Player");
+}
+
+TEST(Leftovers, AnInstalledAppAndTheSystemLeaveNone) {
+  MacVolume volume;
+  volume.app("/Applications/Editor.app", {.bundleIdentifier = "com.here.Editor"})
+      .folder("~/Library/Caches/com.here.Editor")
+      .folder("~/Library/Caches/com.here.Editor.ShipIt")
+      .file("~/Library/Preferences/com.apple.finder.plist")
+      .file("~/Library/Preferences/com.other-vendor.Editor.plist")
+      .folder("~/Library/Application Support/AddressBook")
+      .folder("~/Library/Application Support/Some Words")
+      .folder("~/Library/Biome")
+      .folder("~/Documents/com.gone.Project");
+  EXPECT_THAT(leftovers(Mapper(volume)), IsEmpty());
+}
+
+TEST(Leftovers, AnIdentifierThatBeginsWithAnInstalledAppsNameIsNotCalledOne) {
+  MacVolume volume;
+  volume.app("/Applications/Quillpen.app", {.bundleIdentifier = "com.here.quill"})
+      .file("~/Library/Preferences/org.elsewhere.QuillpenSync.plist");
+  EXPECT_THAT(leftovers(Mapper(volume)), IsEmpty());
+}
+
+TEST(Leftovers, AJobWhoseProgramIsGoneIsOne) {
+  MacVolume volume;
+  volume.executable("/usr/local/bin/tool")
+      .plist("/Library/LaunchDaemons/x.gone.plist",
+             {{"Label", "Gone Daemon"}, {"Program", "/Applications/Gone.app/Contents/MacOS/d"}})
+      .plist("/Library/LaunchDaemons/org.works.tool.plist",
+             {{"Label", "org.works.tool"}, {"Program", "/usr/local/bin/tool"}});
+  const std::vector<Leftover> found = leftovers(Mapper(volume));
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].owner.name, "Gone");
+  EXPECT_THAT(paths(found[0]), ElementsAre("/Library/LaunchDaemons/x.gone.plist"));
+}
+
+TEST(Leftovers, AReceiptWhoseAppIsGoneNamesItsFiles) {
+  MacVolume volume;
+  volume.file("/Library/Application Support/Widgets/a");
+  Mapper mapper(volume);
+  mapper.receipts = ReceiptScanner::answering({.allReceipts = [] {
+    return std::vector<ReceiptInfo>{{.packageIdentifier = "org.widgets.pkg",
+                                     .files = {FileURL("/Applications/Widget Maker.app/Contents/Info.plist"),
+                                               FileURL("/Library/Application Support/Widgets/a")}}};
+  }});
+  const std::vector<Leftover> found = leftovers(mapper);
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].owner.name, "Widget Maker");
+}
+
+TEST(Leftovers, AProfileWhoseAppIsAbsentNamesItsFiles) {
+  MacVolume volume;
+  volume.folder("~/Library/Application Support/Odd");
+  Mapper mapper(volume);
+  mapper.profiles = {{.id = "odd",
+                      .displayName = "Odd Player",
+                      .match = {.bundleIDs = {"com.odd.Player"}},
+                      .artifacts = {{.kind = ArtifactKind::appBundle, .paths = {"/Applications/Odd.app"}},
+                                    {.title = "Data", .paths = {"~/Library/Application Support/Odd"}}}}};
+  const std::vector<Leftover> found = leftovers(mapper);
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].owner, (FormerOwner{.name = "Odd Player", .bundleIdentifier = "com.odd.Player"}));
+}
+
+TEST(Leftovers, AContainersMetadataNamesTheAppThatIsGone) {
+  MacVolume volume;
+  volume.plist("~/Library/Containers/1A2B3C4D-5E6F-7081-92A3-B4C5D6E7F809/.com.apple.containermanagerd.metadata.plist",
+               {{"MCMMetadataIdentifier", "com.gone.Editor"}});
+  const std::vector<Leftover> found = leftovers(Mapper(volume));
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].owner.name, "com.gone.Editor");
+}
+
+TEST(Leftovers, TellTheNewestChangeOfAllThatIsInThem) {
+  MacVolume volume;
+  volume.file("~/Library/Caches/com.gone.Editor/deep/a")
+      .file("~/Library/Caches/com.gone.Editor/b")
+      .modified("~/Library/Caches/com.gone.Editor/deep/a", 2'000'000'000)
+      .modified("~/Library/Caches/com.gone.Editor/b", 1'000'000'000);
+  const std::vector<Leftover> found = leftovers(Mapper(volume));
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].modified, Date(std::chrono::seconds(2'000'000'000)));
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,153 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/QuarnCore/ownership/Owners.h"
+
+namespace quarn {
+namespace {
+
+struct NamedCase {
+  std::string path;
+  std::string owner;
+};
+
+std::ostream& operator<<(std::ostream& out, const NamedCase& test) { return out << test.path; }
+
+// One app called "Example Notes" with the identifier com.example.notes, and what its entries are called.
+class OwnershipByName : public ::testing::TestWithParam<NamedCase> {};
+
+TEST_P(OwnershipByName, FollowsTheEvidence) {
+  MacVolume volume;
+  volume.app("/Applications/Example Notes.app",
+             {.bundleIdentifier = "com.example-works.Notes", .name = "Example Notes"});
+  volume.folder(GetParam().path);
+  EXPECT_EQ(ownerOf(volume, Mapper(volume).map(), GetParam().path), GetParam().owner);
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Rows, OwnershipByName, ::testing::Values(
+    NamedCase{"~/Library/Caches/com.example-works.Notes", "owned Example Notes identifier"},
+    NamedCase{"~/Library/Caches/COM.EXAMPLE-WORKS.NOTES", "owned Example Notes identifier"},
+    NamedCase{"~/Library/Preferences/com.example-works.notes.plist", "owned Example Notes identifier"},
+    NamedCase{"~/Library/Preferences/ByHost/com.example-works.notes.1A2B3C4D-5E6F-7081-92A3-B4C5D6E7F809.plist", "owned Example Notes identifier"},
+    NamedCase{"~/Library/Saved Application State/com.example-works.Notes.savedState", "owned Example Notes identifier"},
+    NamedCase{"~/Library/Cookies/com.example-works.Notes.binarycookies", "owned Example Notes identifier"},
+    NamedCase{"~/Library/HTTPStorages/com.example-works.Notes.helper", "owned Example Notes identifierAndMore"},
+    NamedCase{"~/Library/Group Containers/AB12CD34EF.com.example-works.Notes", "owned Example Notes prefixedIdentifier"},
+    NamedCase{"~/Library/Group Containers/group.com.example-works.Notes.shared", "owned Example Notes prefixedIdentifier"},
+    NamedCase{"~/Library/Application Support/Example Notes", "owned Example Notes name"},
+    NamedCase{"~/Library/Application Support/example-notes", "owned Example Notes name"},
+    NamedCase{"~/Library/Preferences/Example Notes", "owned Example Notes name"},
+    NamedCase{"~/Library/Logs/DiagnosticReports/Example Notes-2026-01-02-030405.ips", "owned Example Notes name"},
+    NamedCase{"~/Library/Application Support/CrashReporter/Example Notes_1A2B3C4D-5E6F-7081-92A3-B4C5D6E7F809.plist", "owned Example Notes name"},
+    NamedCase{"~/.example-notes", "owned Example Notes name"},
+    NamedCase{"~/.config/example-notes", "owned Example Notes name"},
+    NamedCase{"~/.local/share/examplenotes", "owned Example Notes name"},
+    NamedCase{"/Users/Shared/Example Notes", "owned Example Notes name"},
+    NamedCase{"~/Documents/Example Notes", "owned Example Notes name"},
+    NamedCase{"~/Library/Caches/example-notes-updater", "owned Example Notes nameWithoutVersion"},
+    NamedCase{"~/Library/Application Support/Example Notes Beta 3", "owned Example Notes nameWithoutVersion"},
+    NamedCase{"~/Library/Application Support/Notes", "owned Example Notes nameWithoutVersion"},
+    NamedCase{"~/Library/Preferences/com.example-works.NotesQuickEntry.plist", "owned Example Notes vendorIdentifierName"},
+    NamedCase{"~/Library/Preferences/com.exampleworks.keychain.plist", "owned Example Notes onlyAppOfVendor"},
+    NamedCase{"~/Library/Preferences/de.other.ExampleNotes.plist", "owned Example Notes otherIdentifierName"},
+    NamedCase{"~/Library/Application Support/Example-Works", "owned Example Notes vendorName"},
+    NamedCase{"~/Library/Application Support/My Example Notes Backup", "unknown"},
+    NamedCase{"~/Library/Application Support/Keynotes", "unknown"},
+    NamedCase{"~/Library/Preferences/com.apple.finder.plist", "system"},
+    NamedCase{"~/Library/Application Support/AddressBook", "system"}));
+// clang-format on
+
+TEST(OwnershipEvidence, ABundleInsideTheAppLendsItsIdentifier) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .app("/Applications/Example.app/Contents/PlugIns/Share.appex", {.bundleIdentifier = "org.plugin.Share"})
+      .app("/Applications/Example.app/Contents/Library/LoginItems/Start.app", {.bundleIdentifier = "org.login.Start"})
+      .folder("~/Library/Containers/org.plugin.share")
+      .folder("~/Library/Application Scripts/AB12CD34EF.org.login.Start");
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Containers/org.plugin.share"), "owned Example embeddedIdentifier");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Scripts/AB12CD34EF.org.login.Start"),
+            "owned Example prefixedIdentifier");
+}
+
+TEST(OwnershipEvidence, APrivilegedHelperBelongsToTheAppThatNamesIt) {
+  MacVolume volume;
+  volume
+      .app("/Applications/Example.app",
+           {.bundleIdentifier = "com.example.App",
+            .more = {{"SMPrivilegedExecutables", PlistDictionary{{"net.tools.installer", "anchor apple generic"}}}}})
+      .file("/Library/PrivilegedHelperTools/net.tools.installer");
+  EXPECT_EQ(ownerOf(volume, Mapper(volume).map(), "/Library/PrivilegedHelperTools/net.tools.installer"),
+            "owned Example privilegedHelper");
+}
+
+TEST(OwnershipEvidence, AGroupBelongsToTheAppThatIsEntitledToIt) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .folder("~/Library/Group Containers/group.shared.suite");
+  Mapper mapper(volume);
+  mapper.entitlements.readEntitlements = [](const FileURL&) { return EntitlementsInfo{{"group.shared.suite"}}; };
+  EXPECT_EQ(ownerOf(volume, mapper.map(), "~/Library/Group Containers/group.shared.suite"),
+            "owned Example entitlement");
+}
+
+TEST(OwnershipEvidence, AnotherTeamsGroupIsNotTheApps) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .folder("~/Library/Group Containers/AAAAAAAAAA.com.example.App");
+  Mapper mapper(volume);
+  mapper.entitlements.readTeamIdentifier = [](const FileURL&) { return std::string("BBBBBBBBBB"); };
+  EXPECT_NE(ownerOf(volume, mapper.map(), "~/Library/Group Containers/AAAAAAAAAA.com.example.App"),
+            "owned Example prefixedIdentifier");
+  mapper.entitlements.readTeamIdentifier = [](const FileURL&) { return std::string("AAAAAAAAAA"); };
+  EXPECT_EQ(ownerOf(volume, mapper.map(), "~/Library/Group Containers/AAAAAAAAAA.com.example.App"),
+            "owned Example prefixedIdentifier");
+}
+
+TEST(OwnershipEvidence, AContainersMetadataNamesItsApp) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .plist("~/Library/Containers/1A2B3C4D-5E6F-7081-92A3-B4C5D6E7F809/.com.apple.containermanagerd.metadata.plist",
+             {{"MCMMetadataIdentifier", "com.example.App"}});
+  EXPECT_EQ(ownerOf(volume, Mapper(volume).map(), "~/Library/Containers/1A2B3C4D-5E6F-7081-92A3-B4C5D6E7F809"),
+            "owned Example containerMetadata");
+}
+
+TEST(OwnershipEvidence, AReceiptOfTheAppListsWhatIsItsOwn) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .file("/Library/Application Support/Widgets/a")
+      .folder("/Library/Application Support/Widgets/b");
+  Mapper mapper(volume);
+  mapper.receipts = ReceiptScanner::answering({.allReceipts = [] {
+    return std::vector<ReceiptInfo>{{.packageIdentifier = "org.widgets.pkg",
+                                     .files = {FileURL("/Applications/Example.app/Contents/Info.plist"),
+                                               FileURL("/Library/Application Support/Widgets/a")}}};
+  }});
+  EXPECT_EQ(ownerOf(volume, mapper.map(), "/Library/Application Support/Widgets"), "owned Example receipt");
+}
+
+TEST(OwnershipEvidence, AJobBelongsToTheAppWhoseProgramItRuns) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .plist("/Library/LaunchDaemons/org.daemon.plist",
+             {{"Label", "org.daemon"}, {"Program", "/Applications/Example.app/Contents/MacOS/daemon"}});
+  EXPECT_EQ(ownerOf(volume, Mapper(volume).map(), "/Library/LaunchDaemons/org.daemon.plist"),
+            "owned Example launchdProgram");
+}
+
+TEST(OwnershipEvidence, AVendorProfileOfTheAppNamesAPath) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .folder("~/Library/Application Support/Oddly Named");
+  Mapper mapper(volume);
+  mapper.profiles = {{.id = "example",
+                      .displayName = "Example",
+                      .match = {.bundleIDs = {"com.example.App"}},
+                      .artifacts = {{.title = "Data", .paths = {"~/Library/Application Support/Oddly*"}}}}};
+  EXPECT_EQ(ownerOf(volume, mapper.map(), "~/Library/Application Support/Oddly Named"), "owned Example vendorProfile");
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,153 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "QuarnCore/ownership/OwnershipMap.h"
+#include "tests/QuarnCore/ownership/Owners.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+
+TEST(OwnershipMap, TheStrongestEvidenceWinsAndTheLoserIsARival) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .app("/Applications/Other.app", {.bundleIdentifier = "com.other.App", .name = "com.example.App"})
+      .folder("~/Library/Caches/com.example.App");
+  const Ownership ownership = Mapper(volume).map().owners(volume.url("~/Library/Caches/com.example.App"));
+  EXPECT_EQ(ownerLine(ownership), "owned Example identifier");
+  ASSERT_THAT(ownership.rivals, SizeIs(1));
+  EXPECT_EQ(ownership.rivals.front().appName, "com.example.App");
+  EXPECT_EQ(ownership.rivals.front().evidence, EvidenceKind::name);
+  EXPECT_LT(ownership.rivals.front().confidence, ownership.confidence);
+}
+
+TEST(OwnershipMap, EqualEvidenceSharesAnEntry) {
+  MacVolume volume;
+  volume.app("/Applications/Notes.app", {.bundleIdentifier = "com.one.a"})
+      .app("/Applications/More/Notes.app", {.bundleIdentifier = "com.two.b"})
+      .folder("~/Library/Application Support/Notes");
+  EXPECT_EQ(ownerOf(volume, Mapper(volume).map(), "~/Library/Application Support/Notes"), "shared Notes Notes name");
+}
+
+TEST(OwnershipMap, AVendorsFolderIsLookedInto) {
+  MacVolume volume;
+  volume.app("/Applications/Acme Draw.app", {.bundleIdentifier = "com.acme.draw"})
+      .app("/Applications/Acme Write.app", {.bundleIdentifier = "com.acme.write"})
+      .folder("~/Library/Application Support/Acme/Draw")
+      .folder("~/Library/Application Support/Acme/Acme Write 3")
+      .folder("~/Library/Application Support/Acme/Common");
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Support/Acme/Draw/file"), "owned Acme Draw name");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Support/Acme/Acme Write 3"),
+            "owned Acme Write nameWithoutVersion");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Support/Acme/Common"),
+            ownerOf(volume, map, "~/Library/Application Support/Acme"));
+}
+
+TEST(OwnershipMap, WhatLiesInAnEntryIsItsOwnersUnlessItIsNamedByAnotherIdentifier) {
+  MacVolume volume;
+  volume.app("/Applications/Browser.app", {.bundleIdentifier = "com.browser.Browser"})
+      .app("/Applications/Vault.app", {.bundleIdentifier = "com.vault.Vault"})
+      .file("~/Library/Application Support/Browser/NativeMessagingHosts/com.vault.vault.json")
+      .file("~/Library/Application Support/Browser/History");
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Support/Browser/History"), "owned Browser name");
+  const Ownership inner =
+      map.owners(volume.url("~/Library/Application Support/Browser/NativeMessagingHosts/com.vault.vault.json"));
+  EXPECT_EQ(ownerLine(inner), "owned Vault identifier");
+  ASSERT_THAT(inner.rivals, SizeIs(1));
+  EXPECT_EQ(inner.rivals.front().appName, "Browser");
+}
+
+TEST(OwnershipMap, APathInABundleIsTheApps) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"});
+  EXPECT_EQ(ownerOf(volume, Mapper(volume).map(), "/Applications/Example.app/Contents/Info.plist"),
+            "owned Example inside");
+}
+
+TEST(OwnershipMap, APathOutsideEveryPlaceIsUnknown) {
+  const MacVolume volume;
+  EXPECT_EQ(ownerOf(volume, Mapper(volume).map(), "/opt/tool"), "unknown");
+}
+
+TEST(OwnershipMap, NoAppOwnsASharedParentWhateverItIsCalled) {
+  MacVolume volume;
+  int number = 0;
+  for (const char* name : {"Library", ".config", "config", ".ssh", "Caches", "Preferences", "Documents", ".local",
+                           "Application Support", "Shared", "ByHost", ".cache", "Music", "Downloads"}) {
+    volume.app("/Applications/" + std::to_string(++number) + "/" + name + ".app",
+               {.bundleIdentifier = "com.bad.n" + std::to_string(number), .name = name});
+  }
+  for (const char* path :
+       {"~/Library", "~/.config", "~/.ssh", "~/Library/Caches", "~/Library/Preferences/ByHost", "~/Documents",
+        "~/.local/share", "~/.cache", "~/Library/Application Support", "/Users/Shared", "~/Music", "~/Downloads",
+        "~/Library/Application Support/CrashReporter", "/Library/Preferences"}) {
+    volume.folder(path);
+  }
+  const OwnershipMap map = Mapper(volume).map();
+  for (std::size_t i = 0; i < map.size(); ++i) {
+    EXPECT_THAT(map.owners(i), IsEmpty()) << map.url(i).path();
+  }
+  EXPECT_EQ(ownerOf(volume, map, "~/Library"), "unknown");
+  EXPECT_EQ(ownerOf(volume, map, "~/.config"), "unknown");
+}
+
+TEST(OwnershipMap, AppsOfOneIdentifierShareInBoundedTimeAndSpace) {
+  MacVolume volume;
+  volume.folder("~/Library/Caches/com.same.App");
+  std::vector<AppEntity> apps;
+  for (int i = 0; i < 100'000; ++i) {
+    apps.push_back({.name = "Same",
+                    .bundleIdentifier = "com.same.App",
+                    .bundleURL = FileURL("/Applications/" + std::to_string(i) + "/Same.app"),
+                    .id = "com.same.App"});
+  }
+  OwnershipService::Options options = OwnershipService::kEverything;
+  options.readBundles = false;
+  const OwnershipMap map = Mapper(volume).service().map(apps, options);
+  const Ownership ownership = map.owners(volume.url("~/Library/Caches/com.same.App"));
+  EXPECT_EQ(ownership.status, OwnershipStatus::shared);
+  EXPECT_THAT(ownership.owners, SizeIs(Ownership::kMostListed));
+  EXPECT_EQ(ownership.ownersLeftOut, 100'000 - static_cast<std::int64_t>(Ownership::kMostListed));
+}
+
+TEST(OwnershipMap, EmptyNamesAndIdentifiersOwnNothing) {
+  MacVolume volume;
+  volume.folder("~/Library/Caches/a").folder("~/Library/Caches/com.some.Thing").folder("~/Library/Preferences/x");
+  const std::vector<AppEntity> apps{
+      {.name = "", .bundleIdentifier = "", .bundleURL = FileURL("/"), .id = ""},
+      {.name = "...", .bundleIdentifier = ".", .bundleURL = FileURL("/Applications/x y.app"), .id = "."},
+      {.name = std::string(100'000, 'a'),
+       .bundleIdentifier = std::string(100'000, '.'),
+       .bundleURL = FileURL("/b.app"),
+       .id = "long"}};
+  const OwnershipMap map = Mapper(volume).service().map(apps, OwnershipService::kEverything);
+  for (std::size_t i = 0; i < map.size(); ++i) EXPECT_THAT(map.owners(i), IsEmpty()) << map.url(i).path();
+}
+
+TEST(OwnershipMap, ACancelledMapIsIncomplete) {
+  MacVolume volume;
+  volume.folder("~/Library/Caches/com.some.Thing");
+  const Cancellation cancellation;
+  cancellation.cancel();
+  const OwnershipMap map = Mapper(volume).map(cancellation);
+  EXPECT_FALSE(map.isComplete());
+  EXPECT_EQ(map.size(), 0U);
+}
+
+TEST(OwnershipMap, ManyIdentifiersOfAVendorAreNotAllItsOneInstalledApps) {
+  MacVolume volume;
+  volume.app("/Applications/One.app", {.bundleIdentifier = "com.host.one"});
+  for (const char* name : {"two", "three", "four", "five"}) {
+    volume.file(std::string("~/Library/Preferences/com.host.") + name + ".plist");
+  }
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_EQ(map.owners(volume.url("~/Library/Preferences/com.host.two.plist")).status, OwnershipStatus::unknown);
+}
+
+}  // namespace
+}  // namespace quarn
