@@ -12,7 +12,7 @@
 namespace quarn {
 namespace {
 
-// Where bundles of their own lie in an app's bundle, and with which endings.
+// The folders of an app bundle that contain embedded bundles, and the endings of those bundles.
 struct EmbeddedFolder {
   std::string_view folder;
   std::string_view endings;  ///< each between two bars

@@ -196,7 +196,7 @@ class EntryEvidence::Search {
     return add(EvidenceKind::onlyAppOfVendor, apps);
   }
 
-  // The vendor's apps with the longest name that stands in the rest of the identifier.
+  // The apps of the vendor whose name is the longest one in the rest of the identifier.
   [[nodiscard]] const AppList* longestNamed(const std::string& vendorKey, std::string_view rest) const {
     constexpr std::size_t kLongestRest = 80;
     const std::string key = nameKey(rest).substr(0, kLongestRest);

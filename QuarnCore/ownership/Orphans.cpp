@@ -137,7 +137,7 @@ void FormerApps::considerName(Entry& entry) {
   const std::vector<AppFacts> noFacts;
   const auto finds = EntryEvidence(index_, apps_, noFacts).finds(text, /*all=*/false);
   if (finds.empty()) return;
-  // A vendor of which some app is installed may need what is not said to be another one's.
+  // An installed app of the same vendor may need the entry, unless the entry names another app.
   const bool isVendors = finds.front().kind >= EvidenceKind::onlyAppOfVendor;
   if (isVendors && state_.index.find(AppIndex::Key::vendorName, text.key) != nullptr) return;
   const std::uint32_t former = owners_[finds.front().apps->front()];

@@ -38,7 +38,7 @@ class OwnershipMap {
   /// What decided; meaningful for owned and shared entries.
   [[nodiscard]] EvidenceKind evidence(std::size_t entry) const;
 
-  /// The entry that a standardised path is or lies in, the innermost one.
+  /// The innermost entry that is, or contains, a standardised path.
   [[nodiscard]] std::optional<std::size_t> entryAround(std::string_view path) const;
 
   /// Whether the path holds an entry, or is one, that an app other than that of this bundle owns or shares.

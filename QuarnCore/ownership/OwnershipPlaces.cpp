@@ -162,7 +162,7 @@ constexpr std::array kPlaces{
 // clang-format on
 static_assert(kPlaces.size() == 71);
 
-// Folders that all apps share and that are no place themselves, by the folder that holds them.
+// Folders that all apps share and that are not places, with their parent folders.
 struct SharedParents {
   std::string_view folder;
   std::string_view names;  ///< in lower case, each between two bars

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kMostOwners = 64;
 constexpr std::string_view kHelperTools = "/Library/PrivilegedHelperTools";
 
-// The bundle of an app that a path is or lies in: up to the first component that ends in ".app".
+// The app bundle that is, or contains, a path: the path up to the first component that ends in ".app".
 std::string_view bundleAround(std::string_view path) {
   for (std::size_t at = path.find(".app"); at != std::string_view::npos; at = path.find(".app", at + 1)) {
     const std::size_t end = at + 4;

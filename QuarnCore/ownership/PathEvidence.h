@@ -38,13 +38,13 @@ class PathEvidence {
   [[nodiscard]] std::vector<EvidenceFind> finds(std::string_view path) const;
   /// The former app of an entry that no installed app owns.
   [[nodiscard]] const Former* former(std::string_view path) const;
-  /// Whether a launchd job of this path runs a program that exists and is no app's.
+  /// Whether the launchd job at this path runs a program that exists and does not belong to an app.
   [[nodiscard]] bool isWorkingJob(std::string_view path) const { return workingJobs_.contains(std::string(path)); }
   /// The app whose bundle holds the path.
   [[nodiscard]] std::optional<std::uint32_t> appAround(std::string_view path) const;
 
  private:
-  /// The entry of a place that a path is or lies in, as a path; empty outside places.
+  /// The path of the entry that is, or contains, this path. Empty if the path is not in a place.
   [[nodiscard]] std::string entryOf(std::string_view path, const FileManager& files);
   void add(std::string entry, EvidenceKind kind, const AppList& apps);
   void addReceipt(const ReceiptInfo& receipt, const FileManager& files);

@@ -26,7 +26,7 @@ class FileError : public std::system_error {
 [[noreturn]] void throwFileError(std::string_view operation, std::string_view path);
 [[noreturn]] void throwFileError(int error, std::string_view operation, std::string_view path);
 
-/// Whether an errno says that there is no such item, as opposed to: the item, or the way to it, could not be read.
+/// True if an errno means that the item does not exist; false if the item or a parent folder could not be read.
 /// Missing is what has no entry (ENOENT), what would be in something that is not a folder (ENOTDIR), a link that leads
 /// in circles (ELOOP), and a name that the file system cannot hold (ENAMETOOLONG, EILSEQ).
 bool meansMissing(int error);
