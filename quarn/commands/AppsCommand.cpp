@@ -52,13 +52,31 @@ Table tableOf(const std::vector<AppEntity>& apps, const Sizes& sizes, CommandCon
   return table;
 }
 
-}  // namespace
-
 ExitCode runApps(CommandContext& context) {
   const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
   const Sizes sizes = context.arguments().has("--sizes") ? sizesOf(apps, context) : Sizes();
   showList(context, "apps", listed(apps, sizes), tableOf(apps, sizes, context));
   return context.finish();
 }
+
+constexpr std::array kAppsOptions{
+    OptionRow{.name = "--sizes", .help = "Print the size of every app (reads each bundle)"},
+};
+constexpr std::array kAppsExamples{
+    ExampleRow{.line = "quarn apps", .meaning = "the applications of this Mac"},
+    ExampleRow{.line = "quarn --volume /mnt/mac apps --sizes",
+               .meaning = "the applications of a mounted volume, with sizes"},
+    ExampleRow{.line = "quarn apps --json | jq -r '.apps[].name'", .meaning = "the names only"},
+};
+constexpr CommandRow kAppsRow{.name = "apps",
+                              .summary = "List the installed applications",
+                              .options = kAppsOptions,
+                              .examples = kAppsExamples,
+                              .run = runApps,
+                              .hasList = true};
+
+}  // namespace
+
+const CommandRow& appsCommand() { return kAppsRow; }
 
 }  // namespace quarn

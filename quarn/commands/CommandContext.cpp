@@ -26,9 +26,9 @@ SizeUnits unitsOf(const Arguments& arguments) {
 }
 
 ColorChoice colorsOf(const Arguments& arguments) {
-  const std::string choice = arguments.text("--color").value_or("auto");
   if (arguments.has("--json") || arguments.has("--ndjson")) return ColorChoice::never;
-  return choice == "always" ? ColorChoice::always : choice == "never" ? ColorChoice::never : ColorChoice::automatic;
+  const std::optional<std::string> choice = arguments.text("--color");
+  return choice ? fromRawValue<ColorChoice>(*choice).value() : ColorChoice::automatic;
 }
 
 std::string environmentLocale() {

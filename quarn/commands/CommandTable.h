@@ -32,6 +32,7 @@ struct PositionalRow {
   bool isRepeatable = false;
   std::string_view choices = "";  ///< "a|b|c": the only accepted values; empty for any
   bool isHostPath = false;        ///< a file or folder on this machine
+  bool isCommand = false;         ///< the name of a command
 };
 
 struct ExampleRow {
@@ -65,7 +66,7 @@ const OptionRow* optionRow(std::string_view name, const CommandRow* command);
 /// Splits "a|b|c".
 std::vector<std::string> choiceWords(std::string_view choices);
 std::span<const ExitCodeRow> exitCodeTable();
-/// All commands, in the order of the help.
+/// All commands, in the order of the help. The span is valid for the lifetime of the process.
 std::span<const CommandRow> commandTable();
 
 }  // namespace quarn

@@ -1,27 +1,34 @@
 #pragma once
 
-#include "quarn/commands/ExitCode.h"
+#include <array>
+
+#include "quarn/commands/CommandTable.h"
 
 namespace quarn {
 
-class CommandContext;
+// The row of each command. It is defined in the command's own file, below the function that it runs.
+const CommandRow& appsCommand();
+const CommandRow& inspectCommand();
+const CommandRow& planCommand();
+const CommandRow& storageCommand();
+const CommandRow& topCommand();
+const CommandRow& cloudCommand();
+const CommandRow& reportCommand();
+const CommandRow& vendorsCommand();
+const CommandRow& jobsCommand();
+const CommandRow& receiptsCommand();
+const CommandRow& kextsCommand();
+const CommandRow& rpcCommand();
+const CommandRow& sampleCommand();
+const CommandRow& completionsCommand();
+const CommandRow& manualCommand();
+const CommandRow& helpCommand();
 
-// One function per command. The table of commands describes their arguments.
-ExitCode runApps(CommandContext& context);
-ExitCode runInspect(CommandContext& context);
-ExitCode runPlan(CommandContext& context);
-ExitCode runStorage(CommandContext& context);
-ExitCode runTop(CommandContext& context);
-ExitCode runCloud(CommandContext& context);
-ExitCode runReport(CommandContext& context);
-ExitCode runVendors(CommandContext& context);
-ExitCode runJobs(CommandContext& context);
-ExitCode runReceipts(CommandContext& context);
-ExitCode runKexts(CommandContext& context);
-ExitCode runRPCCommand(CommandContext& context);
-ExitCode runSample(CommandContext& context);
-ExitCode runCompletions(CommandContext& context);
-ExitCode runManual(CommandContext& context);
-ExitCode runHelp(CommandContext& context);
+/// All commands, in the order of the help.
+inline constexpr std::array kCommands{
+    &appsCommand,   &inspectCommand,     &planCommand,   &storageCommand,  &topCommand,   &cloudCommand,
+    &reportCommand, &vendorsCommand,     &jobsCommand,   &receiptsCommand, &kextsCommand, &rpcCommand,
+    &sampleCommand, &completionsCommand, &manualCommand, &helpCommand,
+};
 
 }  // namespace quarn

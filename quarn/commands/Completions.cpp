@@ -32,12 +32,12 @@ std::string shellQuoted(std::string_view text) {
 
 // The fixed choices for the positionals of a command.
 std::string positionalWords(const CommandRow& command) {
-  if (command.name == "help") return spaced(commandNames());
-  std::string text;
+  std::vector<std::string> words;
   for (const PositionalRow& row : command.positionals) {
-    if (!row.choices.empty()) text += (text.empty() ? "" : " ") + spaced(row.choices);
+    const std::vector<std::string> choices = row.isCommand ? commandNames() : choiceWords(row.choices);
+    words.insert(words.end(), choices.begin(), choices.end());
   }
-  return text;
+  return spaced(words);
 }
 
 bool takesHostPath(const CommandRow& command) {
@@ -48,8 +48,7 @@ bool takesHostPath(const CommandRow& command) {
 }
 
 /// Builds the branches of a `case` over the option before the word to complete. `line` formats the branch of an
-/// option with fixed choices, `hostPath` that of an option that takes a host path, `other` that of any other option
-/// with an argument.
+/// option that takes an argument.
 template <class Line>
 std::string argumentCases(Line line) {
   std::string text;

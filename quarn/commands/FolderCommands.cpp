@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/commands/Choices.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"
@@ -85,8 +86,6 @@ std::vector<FileURL> cloudFolders(CommandContext& context) {
   return folders;
 }
 
-}  // namespace
-
 ExitCode runTop(CommandContext& context) {
   const std::vector<TopItem> items = rankedItems(context);
   const std::int64_t largest =
@@ -128,5 +127,61 @@ ExitCode runCloud(CommandContext& context) {
   showList(context, "folders", list, table);
   return context.finish();
 }
+
+constexpr std::array kPaths{PositionalRow{.name = "PATH", .help = "Folder, a path on the Mac", .isRepeatable = true}};
+constexpr std::array kTopOptions{
+    OptionRow{.name = "--category",
+              .argument = "C",
+              .help = "Search the folders of a storage category",
+              .choices = kChoices<StorageCategoryID, StorageCategoryID::other>,
+              .excludes = "PATH"},
+    OptionRow{.name = "--files", .help = "List files and packages directly in the folders"},
+    OptionRow{
+        .name = "--children", .help = "List direct children of the folders, including folders", .excludes = "--files"},
+    OptionRow{.name = "--limit", .argument = "N", .help = "List at most N items (default 20)", .isNumber = true},
+    OptionRow{.name = "--depth",
+              .argument = "N",
+              .help = "Search at most N levels deep (default no limit)",
+              .isNumber = true,
+              .excludes = "--files|--children"},
+    OptionRow{.name = "--visits",
+              .argument = "N",
+              .help = "Visit at most N items (default no limit)",
+              .isNumber = true,
+              .excludes = "--files|--children"},
+    OptionRow{.name = "--hidden", .help = "Include hidden items"},
+    OptionRow{.name = "--allocated",
+              .help = "Rank by space on disk, not by the larger of space and length",
+              .excludes = "--files|--children"},
+};
+constexpr std::array kTopExamples{
+    ExampleRow{.line = "quarn top ~", .meaning = "the largest files of the home folder"},
+    ExampleRow{.line = "quarn top --category documents --limit 50",
+               .meaning = "the largest files of a storage category"},
+    ExampleRow{.line = "quarn top / --children", .meaning = "the sizes of the top-level folders"},
+};
+constexpr CommandRow kTopRow{.name = "top",
+                             .summary = "List the largest items",
+                             .positionals = kPaths,
+                             .options = kTopOptions,
+                             .examples = kTopExamples,
+                             .run = runTop,
+                             .hasList = true};
+
+constexpr std::array kCloudExamples{
+    ExampleRow{.line = "quarn cloud", .meaning = "the cloud folders of the home folder"},
+};
+constexpr CommandRow kCloudRow{.name = "cloud",
+                               .summary = "Show local and cloud-only bytes",
+                               .description = "Without PATH, inspects the cloud folders of the user.",
+                               .positionals = kPaths,
+                               .examples = kCloudExamples,
+                               .run = runCloud,
+                               .hasList = true};
+
+}  // namespace
+
+const CommandRow& topCommand() { return kTopRow; }
+const CommandRow& cloudCommand() { return kCloudRow; }
 
 }  // namespace quarn

@@ -2,10 +2,6 @@
 
 #include <fmt/format.h>
 
-#include "quarn/commands/Arguments.h"
-#include "quarn/commands/CommandContext.h"
-#include "quarn/commands/Commands.h"
-#include "quarn/commands/Suggestions.h"
 #include "quarn/services/Version.h"
 
 namespace quarn {
@@ -81,19 +77,5 @@ std::string synopsis(const CommandRow& command) {
 std::string helpText(const CommandRow* command) { return command == nullptr ? programHelp() : commandHelp(*command); }
 
 std::string versionText() { return fmt::format("quarn {}\n", kVersion); }
-
-ExitCode runHelp(CommandContext& context) {
-  const auto& words = context.arguments().positionals;
-  if (words.empty()) {
-    context.print(helpText(nullptr));
-    return ExitCode::ok;
-  }
-  const CommandRow* command = commandRow(words.front());
-  if (command == nullptr) {
-    throw UsageError(withSuggestion("unknown command \"" + words.front() + "\"", words.front(), commandNames()));
-  }
-  context.print(helpText(command));
-  return ExitCode::ok;
-}
 
 }  // namespace quarn

@@ -125,8 +125,6 @@ ExitCode inspectAll(CommandContext& context) {
   return context.finish();
 }
 
-}  // namespace
-
 ExitCode runInspect(CommandContext& context) {
   const bool isNamed = !context.arguments().positionals.empty();
   const bool isAll = context.arguments().has("--all");
@@ -149,5 +147,46 @@ ExitCode runInspect(CommandContext& context) {
   }
   return context.finish();
 }
+
+constexpr std::array kInspectPositionals{
+    PositionalRow{.name = "APP", .help = "Name, bundle identifier or path of an app"}};
+constexpr std::array kInspectOptions{
+    OptionRow{.name = "--all", .help = "Inspect every app, one line per app", .excludes = "APP"},
+    OptionRow{.name = "--no-sizes", .help = "Do not size the artifacts"},
+    OptionRow{.name = "--no-system", .help = "Skip system-wide folders"},
+    OptionRow{.name = "--no-heuristics", .help = "Do not search by similar names"},
+    OptionRow{.name = "--depth",
+              .argument = "N",
+              .help = "Search by name at most N levels deep (default 3)",
+              .isNumber = true,
+              .excludes = "--no-heuristics"},
+    OptionRow{.name = "--max-results",
+              .argument = "N",
+              .help = "Stop a search by name after N results (default 50)",
+              .isNumber = true,
+              .excludes = "--no-heuristics"},
+};
+constexpr std::array kInspectExamples{
+    ExampleRow{.line = "quarn inspect \"Lumen Notes\"", .meaning = "by name"},
+    ExampleRow{.line = "quarn inspect com.lumenworks.notes --json", .meaning = "by bundle identifier, as JSON"},
+    ExampleRow{.line = "quarn --volume /mnt/mac --home /Users/ann inspect \"/Applications/Lumen Notes.app\"",
+               .meaning = "by path, on a mounted volume"},
+    ExampleRow{.line = "quarn inspect --all --no-sizes", .meaning = "the number of artifacts of every app"},
+};
+constexpr CommandRow kInspectRow{
+    .name = "inspect",
+    .summary = "Find everything that belongs to an application",
+    .description =
+        "Explains and sizes every artifact. The column MODE lists the cleanup modes that select an artifact by "
+        "default: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive.",
+    .positionals = kInspectPositionals,
+    .options = kInspectOptions,
+    .examples = kInspectExamples,
+    .run = runInspect,
+    .hasList = true};
+
+}  // namespace
+
+const CommandRow& inspectCommand() { return kInspectRow; }
 
 }  // namespace quarn

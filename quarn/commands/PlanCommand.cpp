@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/commands/Choices.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/terminal/Table.h"
@@ -82,8 +83,6 @@ std::string planText(const AppRemovalPlanPreview& plan, CommandContext& context)
   return text + fmt::format("\nEstimated: {}\n", context.size(plan.estimatedBytes));
 }
 
-}  // namespace
-
 ExitCode runPlan(CommandContext& context) {
   const CleanupMode mode = modeOf(context.arguments());
   const AppInspection inspection = inspectNamedApp(context);
@@ -104,5 +103,33 @@ ExitCode runPlan(CommandContext& context) {
   }
   return context.finish();
 }
+
+constexpr FixedText kModeHelp = kChoiceList<CleanupMode> + FixedText(" (default removeApp)");
+constexpr std::array kPlanPositionals{
+    PositionalRow{.name = "APP", .help = "Name, bundle identifier or path of an app", .isRequired = true}};
+constexpr std::array kPlanOptions{
+    OptionRow{.name = "--mode", .argument = "MODE", .help = kModeHelp, .choices = kChoices<CleanupMode>},
+    OptionRow{.name = "--select",
+              .argument = "ID",
+              .help = "Plan only for this artifact; may be repeated",
+              .isRepeatable = true},
+};
+constexpr std::array kPlanExamples{
+    ExampleRow{.line = "quarn plan \"Lumen Notes\" --mode cacheOnly", .meaning = "what a cache cleanup would remove"},
+    ExampleRow{.line = "quarn plan com.lumenworks.notes --mode aggressive --json",
+               .meaning = "a complete plan as JSON"},
+};
+constexpr CommandRow kPlanRow{.name = "plan",
+                              .summary = "Preview the removal of an application",
+                              .description = "Shows the steps of a removal. quarn never executes a plan.",
+                              .positionals = kPlanPositionals,
+                              .options = kPlanOptions,
+                              .examples = kPlanExamples,
+                              .run = runPlan,
+                              .hasList = true};
+
+}  // namespace
+
+const CommandRow& planCommand() { return kPlanRow; }
 
 }  // namespace quarn

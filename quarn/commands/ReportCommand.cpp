@@ -115,8 +115,6 @@ void refuseBadPlace(const std::string& file, const std::string& volumeFolder) {
   checkHostFile(file);
 }
 
-}  // namespace
-
 ExitCode runReport(CommandContext& context) {
   const std::optional<std::string> file = context.arguments().text("--output");
   if (!file || file->empty()) throw UsageError("report requires --output FILE: the HTML file to write");
@@ -131,5 +129,31 @@ ExitCode runReport(CommandContext& context) {
   }
   return finishPage(context);
 }
+
+constexpr std::array kReportPositionals{PositionalRow{.name = "APP", .help = "Report on this app, not on the volume"}};
+constexpr std::array kReportOptions{
+    OptionRow{.name = "--output",
+              .argument = "FILE",
+              .help = "Write to FILE, which must not be on the inspected volume; - is standard output",
+              .shortName = "-o",
+              .isHostPath = true},
+};
+constexpr std::array kReportExamples{
+    ExampleRow{.line = "quarn report -o storage.html", .meaning = "a report on the space of the volume"},
+    ExampleRow{.line = "quarn report \"Lumen Notes\" -o notes.html",
+               .meaning = "a report on an app and its cleanup plans"},
+};
+constexpr CommandRow kReportRow{
+    .name = "report",
+    .summary = "Write an HTML report",
+    .description = "The report is one self-contained HTML file without scripts. It uses no network.",
+    .positionals = kReportPositionals,
+    .options = kReportOptions,
+    .examples = kReportExamples,
+    .run = runReport};
+
+}  // namespace
+
+const CommandRow& reportCommand() { return kReportRow; }
 
 }  // namespace quarn

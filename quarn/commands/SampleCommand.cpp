@@ -30,8 +30,6 @@ ExitCode writeHostile(const std::string& folder, CommandContext& context) {
   return context.finish();
 }
 
-}  // namespace
-
 ExitCode runSample(CommandContext& context) {
   const std::string& folder = context.arguments().positionals.front();
   const std::optional<std::string> volume = context.arguments().text("--volume");
@@ -54,5 +52,27 @@ ExitCode runSample(CommandContext& context) {
   }
   return context.finish();
 }
+
+constexpr std::array kSamplePositionals{PositionalRow{
+    .name = "DIR", .help = "New or empty folder on this machine", .isRequired = true, .isHostPath = true}};
+constexpr std::array kSampleOptions{
+    OptionRow{.name = "--hostile", .help = "A volume that tries to hurt its reader: loops, pipes, bombs, odd names"},
+};
+constexpr std::array kSampleExamples{
+    ExampleRow{.line = "quarn sample mac && quarn --volume mac --home /Users/ann apps",
+               .meaning = "write a sample volume and list its applications"},
+};
+constexpr CommandRow kSampleRow{
+    .name = "sample",
+    .summary = "Write a small sample Mac volume",
+    .description = "Writes into a new or empty folder on this machine, never to the inspected volume.",
+    .positionals = kSamplePositionals,
+    .options = kSampleOptions,
+    .examples = kSampleExamples,
+    .run = runSample};
+
+}  // namespace
+
+const CommandRow& sampleCommand() { return kSampleRow; }
 
 }  // namespace quarn

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/commands/Choices.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"
@@ -161,12 +162,31 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
   return context.finish();
 }
 
-}  // namespace
-
 ExitCode runStorage(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
   if (words.empty()) return showOverview(context);
   return showCategory(fromRawValue<StorageCategoryID>(words.front()).value(), context);
 }
+
+constexpr std::array kStoragePositionals{
+    PositionalRow{.name = "CATEGORY",
+                  .help = kChoiceList<StorageCategoryID, StorageCategoryID::other>,
+                  .choices = kChoices<StorageCategoryID, StorageCategoryID::other>}};
+constexpr std::array kStorageExamples{
+    ExampleRow{.line = "quarn storage", .meaning = "every category"},
+    ExampleRow{.line = "quarn storage development", .meaning = "one category, folder by folder"},
+};
+constexpr CommandRow kStorageRow{
+    .name = "storage",
+    .summary = "Show where the disk's space goes",
+    .description = "Every byte counts for at most one category. Ctrl-C stops the scan and prints the totals so far.",
+    .positionals = kStoragePositionals,
+    .examples = kStorageExamples,
+    .run = runStorage,
+    .hasList = true};
+
+}  // namespace
+
+const CommandRow& storageCommand() { return kStorageRow; }
 
 }  // namespace quarn

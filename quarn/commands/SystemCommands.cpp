@@ -16,8 +16,6 @@ std::string programOf(const LaunchdEntry& entry) {
   return entry.programArguments.empty() ? "–" : entry.programArguments.front();
 }
 
-}  // namespace
-
 ExitCode runJobs(CommandContext& context) {
   const std::vector<LaunchdEntry> entries = context.services().launchdScanner.scan();
   Table table({{.title = "LABEL", .isFlexible = true},
@@ -76,5 +74,45 @@ ExitCode runKexts(CommandContext& context) {
   showList(context, "kernelExtensions", list, table);
   return context.finish();
 }
+
+constexpr std::array kJobsExamples{
+    ExampleRow{.line = "quarn jobs", .meaning = "all jobs of the user and the system"},
+};
+constexpr CommandRow kJobsRow{
+    .name = "jobs", .summary = "List the launchd jobs", .examples = kJobsExamples, .run = runJobs, .hasList = true};
+
+constexpr std::array kReceiptsOptions{
+    OptionRow{.name = "--of", .argument = "PATH", .help = "List only the packages that installed PATH"},
+};
+constexpr std::array kReceiptsExamples{
+    ExampleRow{.line = "quarn receipts", .meaning = "all receipts"},
+    ExampleRow{.line = "quarn receipts --of /usr/local/bin/tool", .meaning = "the packages that installed a file"},
+};
+constexpr CommandRow kReceiptsRow{.name = "receipts",
+                                  .summary = "List the installer receipts",
+                                  .options = kReceiptsOptions,
+                                  .examples = kReceiptsExamples,
+                                  .run = runReceipts,
+                                  .hasList = true};
+
+constexpr std::array kKextsOptions{
+    OptionRow{.name = "--include-macos", .help = "Include the extensions of macOS"},
+};
+constexpr std::array kKextsExamples{
+    ExampleRow{.line = "quarn kexts", .meaning = "kernel extensions that are not part of macOS"},
+    ExampleRow{.line = "quarn kexts --include-macos --json", .meaning = "all kernel extensions, as JSON"},
+};
+constexpr CommandRow kKextsRow{.name = "kexts",
+                               .summary = "List the kernel extensions and the apps that they belong to",
+                               .options = kKextsOptions,
+                               .examples = kKextsExamples,
+                               .run = runKexts,
+                               .hasList = true};
+
+}  // namespace
+
+const CommandRow& jobsCommand() { return kJobsRow; }
+const CommandRow& receiptsCommand() { return kReceiptsRow; }
+const CommandRow& kextsCommand() { return kKextsRow; }
 
 }  // namespace quarn

@@ -114,8 +114,6 @@ ExitCode runCheck(CommandContext& context) {
   return context.finish(areGood ? ExitCode::ok : ExitCode::failure);
 }
 
-}  // namespace
-
 ExitCode runVendors(CommandContext& context) {
   if (!context.arguments().positionals.empty()) return runCheck(context);
   const VendorProfileRegistry& registry = context.services().vendorProfiles();
@@ -138,5 +136,29 @@ ExitCode runVendors(CommandContext& context) {
   showList(context, "profiles", toJSON(profiles), table);
   return context.finish();
 }
+
+constexpr std::array kVendorsPositionals{
+    PositionalRow{.name = "check", .help = "Check the profiles in DIR and print their errors", .choices = "check"},
+    PositionalRow{.name = "DIR", .help = "Folder of profiles on this machine", .isHostPath = true}};
+constexpr std::array kVendorsOptions{
+    OptionRow{
+        .name = "--match", .argument = "APP", .help = "List only the profiles that match APP", .excludes = "check"},
+};
+constexpr std::array kVendorsExamples{
+    ExampleRow{.line = "quarn vendors", .meaning = "the built-in profiles"},
+    ExampleRow{.line = "quarn vendors --match Slack", .meaning = "the profiles that match an app"},
+    ExampleRow{.line = "quarn vendors check ./my-profiles", .meaning = "the errors in your own profiles"},
+};
+constexpr CommandRow kVendorsRow{.name = "vendors",
+                                 .summary = "List the vendor profiles",
+                                 .positionals = kVendorsPositionals,
+                                 .options = kVendorsOptions,
+                                 .examples = kVendorsExamples,
+                                 .run = runVendors,
+                                 .hasList = true};
+
+}  // namespace
+
+const CommandRow& vendorsCommand() { return kVendorsRow; }
 
 }  // namespace quarn

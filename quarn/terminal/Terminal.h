@@ -1,8 +1,11 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
+
+#include "QuarnModels/RawValue.h"
 
 namespace quarn {
 
@@ -11,6 +14,11 @@ enum class Style : std::uint8_t { plain, heading, dim, good, warning, danger };
 
 /// When to use colours.
 enum class ColorChoice : std::uint8_t { automatic, always, never };
+
+template <>
+struct RawValues<ColorChoice> {
+  static constexpr std::array<std::string_view, 3> kStrings{"auto", "always", "never"};
+};
 
 /// The properties of an output.
 struct Terminal {

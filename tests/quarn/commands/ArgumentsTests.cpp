@@ -224,5 +224,16 @@ TEST(CommandTable, EveryOptionHasOneMeaning) {
   EXPECT_EQ(optionRow("", commandRow("apps")), nullptr);
 }
 
+TEST(CommandTable, ChoicesAreTheCasesOfAnEnumeration) {
+  const OptionRow* mode = optionRow("--mode", commandRow("plan"));
+  EXPECT_EQ(mode->choices, "cacheOnly|associatedDataOnly|removeApp|aggressive");
+  EXPECT_EQ(mode->help, "cacheOnly, associatedDataOnly, removeApp or aggressive (default removeApp)");
+  EXPECT_EQ(optionRow("--color", nullptr)->choices, "auto|always|never");
+  EXPECT_EQ(commandRow("completions")->positionals.front().help, "bash, zsh or fish");
+  constexpr std::string_view kCategories = "apps|documents|photos|communication|games|development|systemData|other";
+  EXPECT_EQ(commandRow("storage")->positionals.front().choices, kCategories);
+  EXPECT_EQ(optionRow("--category", commandRow("top"))->choices, kCategories);
+}
+
 }  // namespace
 }  // namespace quarn

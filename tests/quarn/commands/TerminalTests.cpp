@@ -143,14 +143,14 @@ TEST(Interrupt, AnInterruptedListSaysThatItIsIncomplete) {
 }
 
 TEST(Interrupt, ACloudFolderThatWasNotVisitedIsNotListed) {
-  EXPECT_EXIT(runInterrupted(&runCloud, {"cloud", "/"}), testing::ExitedWithCode(130),
+  EXPECT_EXIT(runInterrupted(cloudCommand().run, {"cloud", "/"}), testing::ExitedWithCode(130),
               testing::Eq("\nIncomplete: interrupted.\n"));
-  EXPECT_EXIT(runInterrupted(&runCloud, {"cloud", "/", "--json"}), testing::ExitedWithCode(130),
+  EXPECT_EXIT(runInterrupted(cloudCommand().run, {"cloud", "/", "--json"}), testing::ExitedWithCode(130),
               HasSubstr("\"folders\": [],\n  \"isComplete\": false,\n"));
 }
 
 TEST(Interrupt, AnIncompleteReportSaysSoOnThePageAndOnStandardError) {
-  EXPECT_EXIT(runInterrupted(&runReport, {"report", "--output", "-"}), testing::ExitedWithCode(130),
+  EXPECT_EXIT(runInterrupted(reportCommand().run, {"report", "--output", "-"}), testing::ExitedWithCode(130),
               AllOf(HasSubstr("<strong>Incomplete.</strong>"),
                     HasSubstr("quarn: interrupted: the report is incomplete, and says so\n")));
 }
