@@ -1,0 +1,66 @@
+#include <gmock/gmock.h>
+
+#include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/MacVolume.h"
+#include "tests/support/UnprivilegedUser.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+TEST(VolumeOptions, AMissingVolumeIsReportedWithTheReason) {
+  const CommandRun run = runQuarn({"--volume", "/nowhere/at/all", "--home", "/Users/ann", "apps"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.err, HasSubstr("open volume /nowhere/at/all: No such file or directory"));
+}
+
+TEST(VolumeOptions, AMissingHomeFolderIsReported) {
+  const CommandRun run = runQuarn({"--volume", sampleFolder(), "--home", "/Users/zoe", "apps"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.err, HasSubstr("home folder /Users/zoe is not on the volume"));
+}
+
+TEST(VolumeOptions, SeveralHomeFoldersAreListedAndASingleOneIsUsed) {
+  const CommandRun several = runQuarn({"--volume", sampleFolder(), "apps"});
+  EXPECT_EQ(several.exitCode, 2);
+  EXPECT_THAT(several.err, AllOf(HasSubstr("/Users/ann"), HasSubstr("/Users/bob"), Not(HasSubstr("/Users/Shared"))));
+  MacVolume volume;
+  volume.app("/Applications/Only.app", {.bundleIdentifier = "com.example.only"});
+  EXPECT_EQ(runQuarn({"--volume", volume.root(), "apps"}).exitCode, 0);
+}
+
+TEST(VolumeOptions, AMissingResourcesFolderIsRefused) {
+  MacVolume volume;
+  volume.file("/file");
+  for (const auto& [folder, problem] :
+       {std::pair("/nope", "No such file or directory"), std::pair("/file", "Not a directory")}) {
+    const CommandRun run = runOnSample({"vendors", "--resources", volume.root() + folder});
+    EXPECT_EQ(run.exitCode, std::string(folder) == "/nope" ? 3 : 1);
+    EXPECT_THAT(run.err, AllOf(HasSubstr(folder), HasSubstr(problem)));
+  }
+}
+
+TEST(VolumeOptions, AHomeThatIsNotAReadableFolderIsRefusedWithTheCause) {
+  MacVolume volume;
+  volume.file("/Users/ann/file").file("/Users/closed/home/a").mode("/Users/closed", 0000);
+  const UnprivilegedUser user;
+  const auto problem = [&](const std::string& home) {
+    return runQuarn({"--volume", volume.root(), "--home", home, "apps"}).err;
+  };
+  EXPECT_EQ(problem("/Users/ann/file"), "quarn: home folder /Users/ann/file is not a folder\n");
+  EXPECT_EQ(problem("/Users/closed/home"), "quarn: home folder /Users/closed/home: Permission denied\n");
+  EXPECT_EQ(problem("/Users/zoe"), "quarn: home folder /Users/zoe is not on the volume\n");
+}
+
+TEST(VolumeOptions, AnUnreadableUsersFolderIsReported) {
+  MacVolume volume;
+  volume.file("/Users/ann/a").mode("/Users", 0000);
+  const UnprivilegedUser user;
+  EXPECT_THAT(runQuarn({"--volume", volume.root(), "apps"}).err, HasSubstr("list /Users: Permission denied"));
+}
+
+}  // namespace
+}  // namespace quarn
