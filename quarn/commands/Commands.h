@@ -2,11 +2,11 @@
 
 #include <array>
 
-#include "quarn/commands/CommandTable.h"
+#include "quarn/commands/CommandRow.h"
 
 namespace quarn {
 
-// The row of each command. It is defined in the command's own file, below the function that it runs.
+// The row of each command, defined in the command's own file.
 const CommandRow& appsCommand();
 const CommandRow& inspectCommand();
 const CommandRow& planCommand();
