@@ -4,7 +4,7 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages test-packages build demo test check tidy format bench recall fuzz hostile pages deb asan tsan clean
+.PHONY: help packages test-packages build demo test check tidy format bench recall fuzz corpora hostile pages deb asan tsan clean
 
 help:
 	@echo "make demo   build, write a sample Mac volume, inspect an app on it"
@@ -13,7 +13,8 @@ help:
 	@echo "make tidy   run clang-tidy on the files that changed since the last run"
 	@echo "make bench  compare with the bare system calls and other tools"
 	@echo "make recall measure how many files of real apps are found (RECALL_APPS=FILE)"
-	@echo "make fuzz   fuzz every parser for FUZZ_SECONDS (default 60)"
+	@echo "make fuzz   fuzz every reader of outside bytes for FUZZ_SECONDS (default 60)"
+	@echo "make corpora  run every fuzz target once on its seeds (make test does it too)"
 	@echo "make hostile  attack the command with the hostile volume and print a table"
 	@echo "make pages  regenerate the program output in the documentation"
 	@echo "make deb    build the Debian packages in build/package"
@@ -66,8 +67,13 @@ recall: packages
 FUZZ_SECONDS ?= 60
 fuzz: packages
 	cmake --preset fuzz
-	cmake --build --preset fuzz
+	cmake --build --preset fuzz --target fuzz_targets
 	tests/fuzz/run.sh build/fuzz $(FUZZ_SECONDS)
+
+corpora: test-packages
+	cmake --preset dev
+	cmake --build --preset dev --target corpora_tests
+	build/dev/bin/corpora_tests --gtest_brief=1
 
 RACE_SECONDS ?= 30
 hostile: test-packages

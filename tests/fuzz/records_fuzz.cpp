@@ -1,0 +1,14 @@
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "QuarnPlatform/json/JSON.h"
+#include "RecordRoundTrip.h"
+
+/// Decodes any JSON text as each record.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  if (const std::optional<nlohmann::json> value = quarn::parseJSON(text)) quarn::roundTripAsEachRecord(*value);
+  return 0;
+}
