@@ -36,6 +36,13 @@ if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
 endif()
 set(QUARN_STANDARD_HEADERS <algorithm> <functional> <map> <memory> <optional> <string> <string_view> <unordered_map> <vector>)
 
+# Compiles several sources of a library at once: a clean build takes less time, one edit takes more. Sources of one library
+# must not use one name for different things in their unnamed namespaces.
+option(QUARN_UNITY "Compile the libraries in batches of sources (faster clean builds, slower edits)" OFF)
+function(quarn_unity NAME)
+  set_target_properties(${NAME} PROPERTIES UNITY_BUILD ${QUARN_UNITY} UNITY_BUILD_BATCH_SIZE 8)
+endfunction()
+
 function(quarn_room NAME FOLDER)
   quarn_sources(sources ${FOLDER})
   add_library(${NAME} STATIC ${sources})
@@ -43,6 +50,7 @@ function(quarn_room NAME FOLDER)
   target_link_libraries(${NAME} PUBLIC quarn_settings ${ARGN} PRIVATE $<BUILD_INTERFACE:quarn_warnings>)
   set_target_properties(${NAME} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   target_precompile_headers(${NAME} PRIVATE ${QUARN_STANDARD_HEADERS})
+  quarn_unity(${NAME})
 endfunction()
 
 # `quarn_tests(NAME FOLDER DEPENDS...)` adds a test program from tests/FOLDER. Each suite is a ctest test with the suite's name and

@@ -10,7 +10,7 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kShortestReduced = 3;
+constexpr std::size_t kShortestKey = 3;
 
 // The first word of "Example Notes", with which its vendor's folder may be named.
 std::string_view firstWord(std::string_view name) { return name.substr(0, name.find_first_of(" -_.")); }
@@ -79,7 +79,7 @@ void AppIndex::addNames(const AppEntity& app, const AppFacts& facts, std::uint32
   const auto addName = [&](std::string_view name, bool isDisplayed) {
     if (isDisplayed) add(Key::name, nameKey(name), index);
     for (std::string key : {nameKey(name), unversionedNameKey(name), reducedNameKey(name)}) {
-      if (key.size() < kShortestReduced || isGenericWord(key)) continue;
+      if (key.size() < kShortestKey || isGenericWord(key)) continue;
       add(Key::reducedName, key, index);
       keys.push_back(std::move(key));
     }

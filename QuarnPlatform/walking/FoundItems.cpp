@@ -3,7 +3,7 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kUsualNames = 32u << 10;
+constexpr std::size_t kUsualBlockNames = 32u << 10;
 
 }  // namespace
 
@@ -24,7 +24,7 @@ void FoundItems::add(std::string_view name, FileType type, bool isPackage) {
 
 void FoundItems::clear() {
   size_ = namesSize_ = 0;
-  if (blocks_.size() > 1 || (!blocks_.empty() && blocks_.front()->names.capacity() > kUsualNames)) {
+  if (blocks_.size() > 1 || (!blocks_.empty() && blocks_.front()->names.capacity() > kUsualBlockNames)) {
     blocks_.clear();
   } else if (!blocks_.empty()) {
     blocks_.front()->items.clear();

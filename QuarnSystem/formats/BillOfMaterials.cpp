@@ -12,7 +12,7 @@ namespace quarn {
 
 namespace {
 
-constexpr std::string_view kMagic = "BOMStore";
+constexpr std::string_view kBillMagic = "BOMStore";
 constexpr std::string_view kTreeMagic = "tree";
 constexpr std::string_view kPathsVariable = "Paths";
 constexpr std::uint32_t kVersion = 1;
@@ -53,7 +53,7 @@ std::optional<BlockStore> BlockStore::open(std::string_view bytes) {
   const auto tableOffset = file.u32(16);
   const auto variablesOffset = file.u32(24);
   const auto variablesLength = file.u32(28);
-  if (!bytes.starts_with(kMagic) || file.u32(8) != kVersion || !variablesLength) return std::nullopt;
+  if (!bytes.starts_with(kBillMagic) || file.u32(8) != kVersion || !variablesLength) return std::nullopt;
   const auto capacity = file.u32(*tableOffset);
   store.table_ = std::uint64_t{*tableOffset} + 4;
   if (!capacity || !file.slice(store.table_, std::uint64_t{*capacity} * kPairBytes)) return std::nullopt;

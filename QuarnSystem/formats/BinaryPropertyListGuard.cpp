@@ -13,7 +13,7 @@ namespace quarn {
 
 namespace {
 
-constexpr std::string_view kMagic = "bplist00";
+constexpr std::string_view kBinaryPropertyListMagic = "bplist00";
 constexpr std::uint64_t kTrailerBytes = 32;
 constexpr unsigned kCountFollows = 0xF;
 
@@ -117,7 +117,8 @@ class BinaryGuard {
 };
 
 bool BinaryGuard::readTrailer() {
-  if (!bytes_.starts_with(kMagic) || file_.size() < kMagic.size() + kTrailerBytes) return false;
+  if (!bytes_.starts_with(kBinaryPropertyListMagic) || file_.size() < kBinaryPropertyListMagic.size() + kTrailerBytes)
+    return false;
   const std::uint64_t trailer = file_.size() - kTrailerBytes;
   offsetWidth_ = *file_.u8(trailer + 6);
   referenceWidth_ = *file_.u8(trailer + 7);
@@ -126,7 +127,7 @@ bool BinaryGuard::readTrailer() {
   offsetTable_ = *file_.u64(trailer + 24);
   if (offsetWidth_ < 1 || offsetWidth_ > 8 || referenceWidth_ < 1 || referenceWidth_ > 8) return false;
   if (objectCount_ > PropertyList::kMaxValues || topObject_ >= objectCount_) return false;
-  if (offsetTable_ <= kMagic.size() || offsetTable_ > trailer) return false;
+  if (offsetTable_ <= kBinaryPropertyListMagic.size() || offsetTable_ > trailer) return false;
   return objectCount_ * offsetWidth_ <= trailer - offsetTable_;
 }
 
@@ -134,7 +135,7 @@ bool BinaryGuard::readTrailer() {
 std::optional<Object> BinaryGuard::objectAt(std::uint64_t index) const {
   if (index >= objectCount_) return std::nullopt;
   const auto offset = file_.integer(offsetTable_ + index * offsetWidth_, offsetWidth_);
-  if (!offset || *offset < kMagic.size() || *offset >= offsetTable_) return std::nullopt;
+  if (!offset || *offset < kBinaryPropertyListMagic.size() || *offset >= offsetTable_) return std::nullopt;
   const unsigned marker = *file_.u8(*offset);
   for (const auto& type : kObjectTypes) {
     if (type.high == marker >> 4U) return objectOf(type, marker & 0xFU, *offset + 1);

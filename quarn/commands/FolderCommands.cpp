@@ -16,7 +16,7 @@
 namespace quarn {
 namespace {
 
-constexpr long kShownItems = 20;
+constexpr long kUsualLimit = 20;
 constexpr long kNoLimit = std::numeric_limits<long>::max();
 constexpr std::size_t kBarWidth = 16;
 
@@ -60,7 +60,7 @@ std::vector<TopItem> rankedItems(CommandContext& context) {
   const TopItemsService& service = context.services().topItems();
   const Cancellation& cancellation = context.cancellation();
   const bool hidden = arguments.has("--hidden");
-  const long limit = arguments.number("--limit", kShownItems);
+  const long limit = arguments.number("--limit", kUsualLimit);
   std::vector<FileURL> folders = foldersToRank(context);
   if (arguments.has("--category")) folders = existing(std::move(folders), context.services().files);
   if (arguments.has("--children")) return service.topChildren(folders, limit, true, hidden, cancellation);

@@ -7,7 +7,7 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kLineWidth = 90;
+constexpr std::size_t kHelpWidth = 90;
 
 std::string exitCodes() {
   std::string text = "Exit codes:";
@@ -15,7 +15,7 @@ std::string exitCodes() {
   for (const ExitCodeRow& row : exitCodeTable()) {
     const bool isLast = &row == &exitCodeTable().back();
     const std::string words = fmt::format(" {} {}{}", static_cast<int>(row.code), row.meaning, isLast ? "." : ",");
-    if (width + words.size() > kLineWidth) {
+    if (width + words.size() > kHelpWidth) {
       text += "\n ";
       width = 1;
     }

@@ -9,7 +9,7 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kLineWidth = 78;
+constexpr std::size_t kManualWidth = 78;
 // The date of the last change to the page's content.
 constexpr std::string_view kDate = "2026-11-21";
 
@@ -38,7 +38,7 @@ std::string roffText(std::string_view text) {
     const std::size_t end = std::min(text.find(' '), text.size());
     const std::string word = escapedForRoff(text.substr(0, end));
     text.remove_prefix(std::min(end + 1, text.size()));
-    if (line.size() + word.size() >= kLineWidth) flush();
+    if (line.size() + word.size() >= kManualWidth) flush();
     line += (line.empty() ? "" : " ") + word;
     if (word.ends_with('.')) flush();
   }

@@ -13,7 +13,7 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kShownItems = 10;
+constexpr std::size_t kShownPaths = 10;
 
 CleanupMode modeOf(const Arguments& arguments) {
   return fromRawValue<CleanupMode>(arguments.text("--mode").value_or("removeApp")).value();
@@ -57,7 +57,7 @@ std::string operationText(const RemovalOperationPreview& operation, std::size_t 
   text = context.out().styled(text, Style::heading);
   if (operation.explanation) text += "   " + escapedForTerminal(*operation.explanation) + "\n";
   const ItemSizes sizes(context);
-  const std::size_t shown = context.isVerbose() ? operation.urls.size() : std::min(operation.urls.size(), kShownItems);
+  const std::size_t shown = context.isVerbose() ? operation.urls.size() : std::min(operation.urls.size(), kShownPaths);
   for (std::size_t i = 0; i < shown; ++i) {
     const std::optional<SizeInfo> size = sizes.of(operation.urls[i]);
     text += fmt::format("   {:>11}  {}\n", size ? context.size(size->allocatedBytes) : "–",

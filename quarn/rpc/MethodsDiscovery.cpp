@@ -63,7 +63,7 @@ std::string kernelExtensionArtifactID(const Context& context, const FileURL& url
 }
 
 // clang-format off
-constexpr std::array kMethods{
+constexpr std::array kDiscoveryMethods{
     method<&scanArtifacts>("ArtifactScanner.scan", "app", "entitlements", "options"),
     method<&userHeuristicSearch>("ArtifactScanner.userHeuristicSearch", "app", "maxDepth", "maxResults"),
     method<&systemHeuristicSearch>("ArtifactScanner.systemHeuristicSearch", "app", "maxDepth", "maxResults"),
@@ -80,6 +80,6 @@ constexpr std::array kMethods{
 
 }  // namespace
 
-std::span<const MethodRow> discoveryMethods() { return kMethods; }
+std::span<const MethodRow> discoveryMethods() { return kDiscoveryMethods; }
 
 }  // namespace quarn

@@ -51,7 +51,7 @@ CloudStorageSummary cloudSummary(const Context& context, const std::vector<FileU
 }
 
 // clang-format off
-constexpr std::array kMethods{
+constexpr std::array kFolderMethods{
     method<&children>("TopItemsService.children", "in", "allowSlow", "includeHidden"),
     method<&topChildren>("TopItemsService.topChildren", "in", "limit", "allowSlow", "includeHidden"),
     method<&topFiles>("TopItemsService.topFiles", "in", "limit", "includeHidden"),
@@ -63,6 +63,6 @@ constexpr std::array kMethods{
 
 }  // namespace
 
-std::span<const MethodRow> folderMethods() { return kMethods; }
+std::span<const MethodRow> folderMethods() { return kFolderMethods; }
 
 }  // namespace quarn

@@ -26,7 +26,7 @@ AppInspection inspectApp(const Context& context, const AppEntity& app, const App
 }
 
 // clang-format off
-constexpr std::array kMethods{
+constexpr std::array kInspectionMethods{
     method<&discoverApps>("AppsService.discoverApps"),
     method<&calculateAppSize>("AppsService.calculateAppSize", "app"),
     method<&phaseSequence>("AppInspectionService.phaseSequence", "options"),
@@ -36,6 +36,6 @@ constexpr std::array kMethods{
 
 }  // namespace
 
-std::span<const MethodRow> inspectionMethods() { return kMethods; }
+std::span<const MethodRow> inspectionMethods() { return kInspectionMethods; }
 
 }  // namespace quarn

@@ -30,7 +30,7 @@ AppRemovalPlanPreview buildPreview(const Context& context, const AppInspection& 
 }
 
 // clang-format off
-constexpr std::array kMethods{
+constexpr std::array kPlanningMethods{
     method<&defaultSelectedArtifacts>("AppRemovalPlanner.defaultSelectedArtifacts", "inspection", "mode"),
     method<&buildPreview>("AppRemovalPlanner.buildPreview", "inspection", "mode", "selectedArtifacts"),
 };
@@ -38,6 +38,6 @@ constexpr std::array kMethods{
 
 }  // namespace
 
-std::span<const MethodRow> planningMethods() { return kMethods; }
+std::span<const MethodRow> planningMethods() { return kPlanningMethods; }
 
 }  // namespace quarn

@@ -60,7 +60,7 @@ std::optional<SizeInfo> calculatePreciseSize(const Context& context, StorageCate
 }
 
 // clang-format off
-constexpr std::array kMethods{
+constexpr std::array kStorageMethods{
     method<&signatures>("StorageSignatureRegistry.signatures"),
     method<&markerSignatures>("StorageSignatureRegistry.markerSignatures", "category"),
     method<&packageCategoryByExtension>("StorageSignatureRegistry.packageCategoryByExtension"),
@@ -79,6 +79,6 @@ constexpr std::array kMethods{
 
 }  // namespace
 
-std::span<const MethodRow> storageMethods() { return kMethods; }
+std::span<const MethodRow> storageMethods() { return kStorageMethods; }
 
 }  // namespace quarn

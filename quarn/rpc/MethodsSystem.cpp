@@ -53,7 +53,7 @@ bool isExternal(const Context& context, const FileURL& url) {
 FileURL quarantineFolder(const Context& context) { return context.services.quarantineManager.baseURL(); }
 
 // clang-format off
-constexpr std::array kMethods{
+constexpr std::array kSystemMethods{
     method<&itemSize>("FileSizeCalculator.itemSize", "at", "excluding", "allowSlow", "includeHidden"),
     method<&enumeratingDirectorySize>("FileSizeCalculator.enumeratingDirectorySize", "at", "includeHidden"),
     method<&resourceSize>("FileSizeCalculator.resourceSize", "at"),
@@ -72,6 +72,6 @@ constexpr std::array kMethods{
 
 }  // namespace
 
-std::span<const MethodRow> systemMethods() { return kMethods; }
+std::span<const MethodRow> systemMethods() { return kSystemMethods; }
 
 }  // namespace quarn

@@ -42,7 +42,7 @@ std::vector<UninstallerCandidate> findUninstallers(const Context& context, const
 }
 
 // clang-format off
-constexpr std::array kMethods{
+constexpr std::array kVendorMethods{
     method<&vendorProfiles>("VendorProfileRegistry.profiles"),
     method<&matchingVendorProfiles>("VendorProfileRegistry.matchingProfiles", "app"),
     method<&vendorArtifacts>("VendorProfileRegistry.artifacts", "app"),
@@ -56,6 +56,6 @@ constexpr std::array kMethods{
 
 }  // namespace
 
-std::span<const MethodRow> vendorMethods() { return kMethods; }
+std::span<const MethodRow> vendorMethods() { return kVendorMethods; }
 
 }  // namespace quarn

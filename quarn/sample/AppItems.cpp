@@ -6,7 +6,7 @@ namespace quarn::sample {
 namespace {
 
 // clang-format off
-constexpr auto kItems = std::to_array<Item>({
+constexpr auto kAppItems = std::to_array<Item>({
     // Lumen Notes has items in every usual location of the user and of the system.
     {.path = "~/Library/Caches/com.lumenworks.notes/Cache.db", .bytes = 246 * kKB},
     {.path = "~/Library/Caches/com.lumenworks.notes/fsCachedData/1F2E", .bytes = 120 * kKB},
@@ -116,10 +116,10 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "~/Library/Cookies/com.quillink.quill.binarycookies", .bytes = 1 * kKB},
 });
 // clang-format on
-static_assert(kItems.size() == 97);
+static_assert(kAppItems.size() == 97);
 
 }  // namespace
 
-std::span<const Item> appItems() { return kItems; }
+std::span<const Item> appItems() { return kAppItems; }
 
 }  // namespace quarn::sample

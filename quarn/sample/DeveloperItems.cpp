@@ -6,7 +6,7 @@ namespace quarn::sample {
 namespace {
 
 // clang-format off
-constexpr auto kItems = std::to_array<Item>({
+constexpr auto kDeveloperItems = std::to_array<Item>({
     {.path = "~/Library/Developer/Xcode/DerivedData/Skiff-abc/Build/Products/Debug/Skiff.app/Contents/MacOS/Skiff", .bytes = 408 * kKB},
     {.path = "~/Library/Developer/Xcode/DerivedData/Skiff-abc/Index.noindex/DataStore/v5/units/a", .bytes = 114 * kKB},
     {.path = "~/Library/Developer/Xcode/Archives/2026-02-01/Skiff.xcarchive/Info.plist", .form = Form::settings, .bytes = 2 * kKB},
@@ -54,10 +54,10 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "/opt/homebrew/bin/jq", .form = Form::link, .text = "../Cellar/jq/1.7/bin/jq"},
 });
 // clang-format on
-static_assert(kItems.size() == 45);
+static_assert(kDeveloperItems.size() == 45);
 
 }  // namespace
 
-std::span<const Item> developerItems() { return kItems; }
+std::span<const Item> developerItems() { return kDeveloperItems; }
 
 }  // namespace quarn::sample

@@ -47,7 +47,7 @@ constexpr std::string_view kLibrariesOfOld =
     "}\n";
 
 // clang-format off
-constexpr auto kItems = std::to_array<Item>({
+constexpr auto kGameItems = std::to_array<Item>({
     {.path = "~/Library/Application Support/Steam/steamapps/libraryfolders.vdf", .form = Form::text, .text = kLibrariesOfToday},
     {.path = "~/Library/Application Support/Steam/steamapps/appmanifest_480.acf", .form = Form::text, .text = "\"AppState\" { \"appid\" \"480\" \"installdir\" \"Star Drift\" }\n"},
     {.path = "~/Library/Application Support/Steam/steamapps/common/Star Drift/Star Drift.app/Contents/MacOS/Star Drift", .bytes = 492 * kKB},
@@ -78,10 +78,10 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "~/Library/Application Support/Not a game/data.win/readme.txt", .form = Form::text, .text = "a folder\n"},
 });
 // clang-format on
-static_assert(kItems.size() == 27);
+static_assert(kGameItems.size() == 27);
 
 }  // namespace
 
-std::span<const Item> gameItems() { return kItems; }
+std::span<const Item> gameItems() { return kGameItems; }
 
 }  // namespace quarn::sample

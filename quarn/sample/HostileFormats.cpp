@@ -15,8 +15,8 @@ namespace {
 constexpr std::size_t kMegabyte = std::size_t{1} << 20;
 constexpr std::string_view kPlistHead = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">";
 
-const std::string kJobs = "/Library/LaunchAgents/com.example.";
-const std::string kReceipts = "/private/var/db/receipts/com.example.";
+const std::string kHostileJobs = "/Library/LaunchAgents/com.example.";
+const std::string kHostileReceipts = "/private/var/db/receipts/com.example.";
 
 std::string repeated(std::string_view text, std::size_t count) {
   std::string result;
@@ -59,8 +59,9 @@ std::string entityBomb() {
 }
 
 void receipt(const VolumeWriter& volume, const std::string& name, const std::string& bill) {
-  volume.file(kReceipts + name + ".plist", xmlPlist(PlistDictionary{{"PackageIdentifier", "com.example." + name}}));
-  volume.file(kReceipts + name + ".bom", bill);
+  volume.file(kHostileReceipts + name + ".plist",
+              xmlPlist(PlistDictionary{{"PackageIdentifier", "com.example." + name}}));
+  volume.file(kHostileReceipts + name + ".bom", bill);
 }
 
 void app(const VolumeWriter& volume, const std::string& name, const std::string& program) {
@@ -85,9 +86,9 @@ void writePropertyListBombs(const VolumeWriter& volume) {
       {"nothing", ""},
   }};
   for (const auto& [name, bytes] : bombs) {
-    volume.file(kJobs + name + ".plist", bytes);
+    volume.file(kHostileJobs + name + ".plist", bytes);
     volume.file("/Applications/Bomb " + std::string(name) + ".app/Contents/Info.plist", bytes);
-    volume.file(kReceipts + name + ".plist", bytes);
+    volume.file(kHostileReceipts + name + ".plist", bytes);
   }
 }
 
@@ -96,12 +97,12 @@ void writeLongTexts(const VolumeWriter& volume) {
   const std::array<std::pair<const char*, std::string>, 3> texts{
       {{"long", std::string(kMegabyte, 'l')}, {"marks", "a" + marks}, {"slashes", std::string(20'000, '/')}}};
   for (const auto& [name, text] : texts) {
-    volume.file(kJobs + name + ".plist", binaryPlist(PlistDictionary{{"Label", text}, {"Program", text}}));
+    volume.file(kHostileJobs + name + ".plist", binaryPlist(PlistDictionary{{"Label", text}, {"Program", text}}));
     volume.file("/Applications/Text " + std::string(name) + ".app/Contents/Info.plist",
                 binaryPlist(PlistDictionary{{"CFBundleIdentifier", text}, {"CFBundleName", text}}));
-    volume.file(kReceipts + name + ".plist",
+    volume.file(kHostileReceipts + name + ".plist",
                 binaryPlist(PlistDictionary{{"PackageIdentifier", text}, {"InstallPrefixPath", text}}));
-    volume.file(kReceipts + name + "-place.plist",
+    volume.file(kHostileReceipts + name + "-place.plist",
                 binaryPlist(PlistDictionary{{"PackageIdentifier", "com.example.place"}, {"InstallPrefixPath", text}}));
   }
 }
@@ -131,8 +132,8 @@ void writeBillOfLinks(const VolumeWriter& volume) {
     bill.file("./" + link + "/inner");
   }
   bill.directory("./Applications/Good.app");
-  volume.file(kReceipts + "good.plist", xmlPlist(PlistDictionary{{"PackageIdentifier", "com.example.good"}}));
-  volume.file(kReceipts + "good.bom", bill.bytes());
+  volume.file(kHostileReceipts + "good.plist", xmlPlist(PlistDictionary{{"PackageIdentifier", "com.example.good"}}));
+  volume.file(kHostileReceipts + "good.bom", bill.bytes());
 }
 
 void writeProgramBombs(const VolumeWriter& volume) {

@@ -33,7 +33,7 @@ void tryFile(const VolumeWriter& volume, const std::string& path) {
   }
 }
 
-std::string repeated(std::string_view text, std::size_t bytes) {
+std::string repeatedUpTo(std::string_view text, std::size_t bytes) {
   std::string result;
   while (result.size() + text.size() <= bytes) result += text;
   return result;
@@ -147,8 +147,8 @@ void writeOddNames(const VolumeWriter& volume) {
     tryFile(volume, "/Applications/" + name.substr(0, 240) + ".app/Contents/PkgInfo");
   }
   // Vowel signs of combining class zero that decompose to marks, and plain marks.
-  tryFile(volume, kHome + "/Documents/" + repeated("\xE0\xBD\xB3", kLongestName));
-  tryFile(volume, kHome + "/Documents/" + repeated("\xCC\x81\xCC\x96", kLongestName));
+  tryFile(volume, kHome + "/Documents/" + repeatedUpTo("\xE0\xBD\xB3", kLongestName));
+  tryFile(volume, kHome + "/Documents/" + repeatedUpTo("\xCC\x81\xCC\x96", kLongestName));
 }
 
 void writeDeepFolders(const VolumeWriter& volume) {

@@ -11,10 +11,10 @@
 namespace quarn {
 namespace {
 
-constexpr const char* kHome = "/Users/ann";
+constexpr const char* kHostileHome = "/Users/ann";
 
 // clang-format off
-constexpr std::array kItems{
+constexpr std::array kHostileItems{
     HostileItems{.name = "links", .meaning = "links out of the volume, to its root, to nothing, and long chains of them", .write = sample::writeLinks},
     HostileItems{.name = "loops", .meaning = "links in circles, in each folder that is searched", .write = sample::writeLoops},
     HostileItems{.name = "special files", .meaning = "pipes and sockets under the names of files that are read", .write = sample::writeSpecialFiles},
@@ -39,8 +39,8 @@ void writeGoodApp(const sample::VolumeWriter& volume) {
                                                                            {"CFBundleName", "Good"},
                                                                            {"CFBundleShortVersionString", "1.0"}}));
   volume.file(app + "MacOS/Good", "#!/bin/sh\n", 0755);
-  volume.file(std::string(kHome) + "/Library/Caches/com.example.good/cache", std::string(4096, 'c'));
-  volume.file(std::string(kHome) + "/Documents/letter.txt", "Dear reader\n");
+  volume.file(std::string(kHostileHome) + "/Library/Caches/com.example.good/cache", std::string(4096, 'c'));
+  volume.file(std::string(kHostileHome) + "/Documents/letter.txt", "Dear reader\n");
 }
 
 // Whether the file system takes all of it; what it does not take (a name that is not UTF-8) is left out.
@@ -56,13 +56,13 @@ bool takes(const sample::VolumeWriter& volume, const HostileItems& items) {
 
 }  // namespace
 
-std::span<const HostileItems> hostileItems() { return kItems; }
+std::span<const HostileItems> hostileItems() { return kHostileItems; }
 
 HostileSummary writeHostileVolume(const std::string& hostFolder) {
   return writeIntoEmptyFolder(hostFolder, [](const sample::VolumeWriter& volume) {
-    HostileSummary summary{.home = kHome};
+    HostileSummary summary{.home = kHostileHome};
     writeGoodApp(volume);
-    for (const HostileItems& items : kItems) ++(takes(volume, items) ? summary.kinds : summary.refused);
+    for (const HostileItems& items : kHostileItems) ++(takes(volume, items) ? summary.kinds : summary.refused);
     return summary;
   });
 }

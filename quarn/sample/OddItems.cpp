@@ -6,7 +6,7 @@ namespace quarn::sample {
 namespace {
 
 // clang-format off
-constexpr auto kItems = std::to_array<Item>({
+constexpr auto kOddItems = std::to_array<Item>({
     // Links: valid, relative and absolute; dangling; to each other; to themselves; to the parent folder; out of the
     // volume.
     {.path = "~/Documents/Links/to a file", .form = Form::link, .text = "../Letters/Landlord.pages"},
@@ -66,10 +66,10 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "~/Library/Caches/empty.cache"},
 });
 // clang-format on
-static_assert(kItems.size() == 51);
+static_assert(kOddItems.size() == 51);
 
 }  // namespace
 
-std::span<const Item> oddItems() { return kItems; }
+std::span<const Item> oddItems() { return kOddItems; }
 
 }  // namespace quarn::sample

@@ -13,7 +13,7 @@
 namespace quarn::sample {
 namespace {
 
-constexpr std::string_view kHome = "/Users/ann";
+constexpr std::string_view kSampleHome = "/Users/ann";
 constexpr std::string_view kToolScript = "#!/bin/sh\nexit 0\n";
 constexpr std::string_view kMarkedFolder = "/Users/ann/Movies/Slideshow project";
 // The container of an iPhone app has a number as its name; the metadata in it names the app.
@@ -22,7 +22,7 @@ constexpr std::string_view kPhoneIdentifier = "com.voyageapp.phone";
 constexpr std::int64_t kFrom1970To2001 = 978'307'200;
 
 std::string macPath(std::string_view path) {
-  return path.starts_with("~/") ? std::string(kHome) + std::string(path.substr(1)) : std::string(path);
+  return path.starts_with("~/") ? std::string(kSampleHome) + std::string(path.substr(1)) : std::string(path);
 }
 
 std::vector<std::string> split(std::string_view text, char separator) {
@@ -83,7 +83,7 @@ std::string programName(const App& app) {
 }  // namespace
 
 SampleSummary SampleWriter::write() {
-  summary_ = {.folder = writer_.hostFolder(), .home = std::string(kHome)};
+  summary_ = {.folder = writer_.hostFolder(), .home = std::string(kSampleHome)};
   for (const App& app : apps()) write(app);
   for (const auto items :
        {userItems(), appItems(), vendorItems(), developerItems(), gameItems(), systemItems(), oddItems()}) {

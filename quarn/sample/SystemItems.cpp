@@ -6,7 +6,7 @@ namespace quarn::sample {
 namespace {
 
 // clang-format off
-constexpr auto kItems = std::to_array<Item>({
+constexpr auto kSystemItems = std::to_array<Item>({
     {.path = "/tmp", .form = Form::link, .text = "private/tmp"},
     {.path = "/var", .form = Form::link, .text = "private/var"},
     {.path = "/etc", .form = Form::link, .text = "private/etc"},
@@ -65,10 +65,10 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "~/Library/Application Support/Quarn/Quarantine/2026-01-15/Old Tool.app/Contents/MacOS/Old Tool", .bytes = 114 * kKB},
 });
 // clang-format on
-static_assert(kItems.size() == 54);
+static_assert(kSystemItems.size() == 54);
 
 }  // namespace
 
-std::span<const Item> systemItems() { return kItems; }
+std::span<const Item> systemItems() { return kSystemItems; }
 
 }  // namespace quarn::sample

@@ -6,7 +6,7 @@ namespace quarn::sample {
 namespace {
 
 // clang-format off
-constexpr auto kItems = std::to_array<Item>({
+constexpr auto kUserItems = std::to_array<Item>({
     {.path = "~/Desktop/Budget 2026.numbers", .bytes = 58 * kKB},
     {.path = "~/Desktop/Screenshot 2026-03-02 at 09.14.11.png", .bytes = 109 * kKB},
     {.path = "~/Desktop/Screenshot 2026-03-02 at 09.15.40.png", .bytes = 96 * kKB},
@@ -86,10 +86,10 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "~/Library/CloudStorage/Box-Box/Contract.docx", .bytes = 48 * kKB},
 });
 // clang-format on
-static_assert(kItems.size() == 77);
+static_assert(kUserItems.size() == 77);
 
 }  // namespace
 
-std::span<const Item> userItems() { return kItems; }
+std::span<const Item> userItems() { return kUserItems; }
 
 }  // namespace quarn::sample

@@ -6,7 +6,7 @@ namespace quarn::sample {
 namespace {
 
 // clang-format off
-constexpr auto kItems = std::to_array<Item>({
+constexpr auto kVendorItems = std::to_array<Item>({
     // Microsoft
     {.path = "~/Library/Application Support/Microsoft/Office/settings.json", .bytes = 12 * kKB},
     {.path = "~/Library/Application Support/Microsoft/Teams/IndexedDB/chat.db", .bytes = 198 * kKB},
@@ -92,10 +92,10 @@ constexpr auto kItems = std::to_array<Item>({
     {.path = "~/Library/VirtualBox/VirtualBox.xml", .bytes = 4 * kKB},
 });
 // clang-format on
-static_assert(kItems.size() == 77);
+static_assert(kVendorItems.size() == 77);
 
 }  // namespace
 
-std::span<const Item> vendorItems() { return kItems; }
+std::span<const Item> vendorItems() { return kVendorItems; }
 
 }  // namespace quarn::sample
