@@ -14,14 +14,13 @@
 #include <string>
 #include <vector>
 
-#include "QuarnCore/inspection/AppInspectionService.h"
 #include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnCore/ownership/OwnershipService.h"
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnPlatform/resources/ResourceBundle.h"
-#include "QuarnSystem/AppDiscoveryClient.h"
 #include "RecallData.h"
+#include "quarn/services/Services.h"
 
 namespace quarn::recall {
 namespace {
@@ -236,29 +235,9 @@ struct Result {
   }
 };
 
-const VendorProfileRegistry& profiles() {
-  static const VendorProfileRegistry registry = VendorProfileRegistry::loadDefault(ResourceBundle::shipped());
-  return registry;
-}
-
-AppInspectionService inspectionOf(const FileManager& files) {
-  const FileSizeCalculator sizes = FileSizeCalculator::live(files);
-  const ReceiptScanner receipts = ReceiptScanner::answering(ReceiptSnapshot::of(files));
-  return {ArtifactScanner(sizes, files),
-          UninstallerDiscoveryService(files),
-          EntitlementsReader::live(files),
-          LaunchdScanner::snapshot(files),
-          receipts,
-          DeepInspectorService(profiles(), files),
-          KernelExtensionAssociationService(profiles(), receipts, KernelExtensionService::snapshot(files, sizes),
-                                            files.homeDirectory(), files),
-          sizes,
-          files};
-}
-
-OwnershipService ownershipOf(const FileManager& files) {
-  return {profiles(), EntitlementsReader::live(files), LaunchdScanner::snapshot(files), ReceiptScanner::live(files),
-          files};
+OwnershipService ownershipOf(const Services& services) {
+  return {services.vendorProfiles(), services.entitlementsReader, LaunchdScanner::snapshot(services.files),
+          services.receiptScanner, services.files};
 }
 
 // Of the selections of a removal that looks at the whole volume, what others' paths are in.
@@ -274,16 +253,17 @@ std::size_t preselectedWrongly(const Apps& apps, const RecallVolume& volume,
 
 Result measure(const Apps& apps, std::vector<std::size_t> present, const std::vector<bool>& installed, bool inspects) {
   const RecallVolume volume(apps, std::move(present), installed);
-  const FileManager files = FileManager::mounted(volume.folder(), FileURL(RecallVolume::kHome));
-  const std::vector<AppEntity> found = AppDiscoveryClient::live(files).discoverApplications();
+  const Services services(FileManager::mounted(volume.folder(), FileURL(RecallVolume::kHome)),
+                          ResourceBundle::shipped());
+  const std::vector<AppEntity> found = services.appDiscovery.discoverApplications();
   Result result;
   std::vector<AppInspection> inspections;
   if (inspects) {
-    const AppInspectionService service = inspectionOf(files);
+    const AppInspectionService service = services.appInspection();
     for (const AppEntity& app : found) inspections.push_back(service.inspect(app, inspectionOptions()));
     result.inspections = scoreInspections(apps, volume, inspections);
   }
-  const OwnershipMap map = ownershipOf(files).map(found, OwnershipService::kEverything);
+  const OwnershipMap map = ownershipOf(services).map(found, OwnershipService::kEverything);
   result.map = scoreMap(apps, volume, map);
   result.map.preselected = preselectedWrongly(apps, volume, inspections, map);
   result.orphans = scoreOrphans(apps, volume, map);
