@@ -60,6 +60,35 @@ TEST(Leftovers, AnIdentifierThatBeginsWithAnInstalledAppsNameIsNotCalledOne) {
   EXPECT_THAT(leftovers(Mapper(volume)), IsEmpty());
 }
 
+TEST(Leftovers, OfAnInstalledVendorAreThoseOfAppsThatHadAContainer) {
+  MacVolume volume;
+  volume.app("/Applications/Editor.app", {.bundleIdentifier = "com.here.Editor"})
+      .folder("~/Library/Containers/com.here.Player")
+      .file("~/Library/Preferences/com.here.Player.plist")
+      .file("~/Library/Preferences/com.here.Painter.plist")
+      .folder("~/Library/Containers/com.here.Sketch.Share")
+      .folder("~/Library/Containers/com.here");
+  // So many different identifiers cannot all be the installed app's.
+  for (const char* name : {"Etcher", "Sampler", "Tuner", "Weaver"}) {
+    volume.file(std::string("~/Library/Preferences/com.here.") + name + ".plist");
+  }
+  const std::vector<Leftover> found = leftovers(Mapper(volume));
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].owner.bundleIdentifier, "com.here.Player");
+  EXPECT_THAT(found[0].items, SizeIs(2));
+}
+
+TEST(Leftovers, AnIdentifierThatHoldsTheReducedNameOfAnInstalledAppIsNotOneUnlessItIsShort) {
+  MacVolume volume;
+  volume.app("/Applications/Quill Pro.app", {.bundleIdentifier = "com.here.one"})
+      .app("/Applications/Inks Pro.app", {.bundleIdentifier = "com.there.two"})
+      .file("~/Library/Preferences/org.elsewhere.Quill.plist")
+      .file("~/Library/Preferences/org.nowhere.Inks.plist");
+  const std::vector<Leftover> found = leftovers(Mapper(volume));
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].owner.bundleIdentifier, "org.nowhere.Inks");
+}
+
 TEST(Leftovers, AJobWhoseProgramIsGoneIsOne) {
   MacVolume volume;
   volume.executable("/usr/local/bin/tool")

@@ -17,6 +17,8 @@ TEST(NameKeys, LeaveVersionsChannelsAndEditionsOut) {
     EXPECT_EQ(reducedNameKey(name), "notely") << name;
   }
   EXPECT_EQ(reducedNameKey("Desktop Helper"), "desktop");
+  EXPECT_EQ(reducedNameKey("Go 2"), "go");
+  EXPECT_EQ(reducedNameKey("R 4"), "r4");
   EXPECT_EQ(unversionedNameKey("My App Helper 3"), "myapphelper");
 }
 
@@ -53,6 +55,7 @@ TEST(NameKeys, DecorationsOfPlacesAreNotPartOfAName) {
   EXPECT_EQ(withoutDecorations("Example_1A2B3C4D-5E6F-7081-92A3-B4C5D6E7F809.plist"), "Example");
   EXPECT_EQ(withoutDecorations("Example-2026-01-02-030405.ips"), "Example");
   EXPECT_EQ(withoutDecorations("Example"), "Example");
+  EXPECT_EQ(withoutDecorations("notes.log.txt.old.json"), "notes.log");
 }
 
 TEST(NameKeys, TeamsAndGroupsComeBeforeIdentifiers) {

@@ -61,6 +61,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, OwnershipByName, ::testing::Values(
 TEST(OwnershipEvidence, ABundleInsideTheAppLendsItsIdentifier) {
   MacVolume volume;
   volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .folder("/Applications/Example.app/Contents/PlugIns/Documentation")
       .app("/Applications/Example.app/Contents/PlugIns/Share.appex", {.bundleIdentifier = "org.plugin.Share"})
       .app("/Applications/Example.app/Contents/Library/LoginItems/Start.app", {.bundleIdentifier = "org.login.Start"})
       .folder("~/Library/Containers/org.plugin.share")
@@ -69,6 +70,31 @@ TEST(OwnershipEvidence, ABundleInsideTheAppLendsItsIdentifier) {
   EXPECT_EQ(ownerOf(volume, map, "~/Library/Containers/org.plugin.share"), "owned Example embeddedIdentifier");
   EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Scripts/AB12CD34EF.org.login.Start"),
             "owned Example prefixedIdentifier");
+}
+
+TEST(OwnershipEvidence, AnAppIsKnownByTheNameOfItsBundleToo) {
+  MacVolume volume;
+  volume.app("/Applications/Papers.app", {.bundleIdentifier = "com.example.App", .name = "Scholar"})
+      .folder("~/Library/Application Support/Papers")
+      .folder("~/Library/Application Support/Scholar");
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Support/Papers"), "owned Scholar name");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Support/Scholar"), "owned Scholar name");
+}
+
+TEST(OwnershipEvidence, AGenericOrVeryShortNameIsNotReduced) {
+  MacVolume volume;
+  volume.app("/Applications/Updater.app", {.bundleIdentifier = "com.example.App"})
+      .app("/Applications/Qi 3.app", {.bundleIdentifier = "com.other.App"})
+      .folder("~/Library/Caches/Updater Helper")
+      .folder("~/Library/Caches/Qi Helper")
+      .folder("~/Library/Caches/Updater")
+      .folder("~/Library/Caches/Qi 3");
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Updater Helper"), "unknown");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Qi Helper"), "unknown");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Updater"), "owned Updater name");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Qi 3"), "owned Qi 3 name");
 }
 
 TEST(OwnershipEvidence, APrivilegedHelperBelongsToTheAppThatNamesIt) {

@@ -47,6 +47,55 @@ TEST(OwnershipMap, AVendorsFolderIsLookedInto) {
             ownerOf(volume, map, "~/Library/Application Support/Acme"));
 }
 
+TEST(OwnershipMap, AVendorsFolderIsFoundByTheFirstWordOfAName) {
+  MacVolume volume;
+  volume.app("/Applications/Acme Draw.app", {.bundleIdentifier = "com.studio.one"})
+      .folder("~/Library/Application Support/Acme/Acme Draw")
+      .folder("~/Library/Caches/Acme/Draw")
+      .folder("~/Library/Logs/Studio/Draw");
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Support/Acme/Acme Draw"), "owned Acme Draw name");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Acme/Draw"), "owned Acme Draw name");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Logs/Studio/Draw"), "owned Acme Draw name");
+}
+
+TEST(OwnershipMap, APathHoldsEntriesOfOthersWhenAnyAppButTheGivenOneOwnsThem) {
+  MacVolume volume;
+  volume.app("/Applications/Notes.app", {.bundleIdentifier = "com.one.a"})
+      .app("/Applications/More/Notes.app", {.bundleIdentifier = "com.two.b"})
+      .folder("~/Library/Application Support/Notes")
+      .folder("~/Library/Caches/com.one.a")
+      .folder("~/Library/Logs/Unknown Thing");
+  const OwnershipMap map = Mapper(volume).map();
+  for (const char* bundle : {"/Applications/Notes.app", "/Applications/More/Notes.app"}) {
+    EXPECT_TRUE(map.holdsEntriesOfOthers("/Users/ann/Library/Application Support/Notes", FileURL(bundle))) << bundle;
+    EXPECT_FALSE(map.holdsEntriesOfOthers("/Users/ann/Library/Logs/Unknown Thing", FileURL(bundle))) << bundle;
+  }
+  EXPECT_FALSE(map.holdsEntriesOfOthers("/Users/ann/Library/Caches/com.one.a", FileURL("/Applications/Notes.app")));
+  EXPECT_TRUE(map.holdsEntriesOfOthers("/Users/ann/Library/Caches/com.one.a", FileURL("/Applications/More/Notes.app")));
+}
+
+TEST(OwnershipMap, AFolderOfNoVendorIsNotLookedInto) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.studio.one"})
+      .folder("~/Library/Application Support/Random Words/Example");
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_EQ(map.size(), 1U);
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Support/Random Words/Example"), "unknown");
+}
+
+TEST(OwnershipMap, AVendorsFolderHoldsTheEntriesInItAndNoneBesideIt) {
+  MacVolume volume;
+  volume.app("/Applications/Acme Draw.app", {.bundleIdentifier = "com.acme.draw"})
+      .app("/Applications/Zeta Write.app", {.bundleIdentifier = "com.zeta.write"})
+      .folder("~/Library/Application Support/Acme/Draw")
+      .folder("~/Library/Application Support/Zeta/Write");
+  const OwnershipMap map = Mapper(volume).map();
+  const FileURL draw("/Applications/Acme Draw.app");
+  EXPECT_FALSE(map.holdsEntriesOfOthers("/Users/ann/Library/Application Support/Acme", draw));
+  EXPECT_TRUE(map.holdsEntriesOfOthers("/Users/ann/Library/Application Support/Zeta", draw));
+}
+
 TEST(OwnershipMap, WhatLiesInAnEntryIsItsOwnersUnlessItIsNamedByAnotherIdentifier) {
   MacVolume volume;
   volume.app("/Applications/Browser.app", {.bundleIdentifier = "com.browser.Browser"})

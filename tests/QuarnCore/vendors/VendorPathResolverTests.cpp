@@ -66,6 +66,7 @@ TEST(VendorPathResolver, RelativePatternsYieldNothing) {
   MacVolume volume;
   volume.file("/Library/a").file("~/a");
   EXPECT_THAT(resolved(volume, {"Library/a", "a", "*", "./a", "~ann/a", " ~/a", " /Library/a", "~a"}), IsEmpty());
+  EXPECT_THAT(resolved(volume, {"Library/a", "/Library/a"}), ElementsAre("/Library/a"));
 }
 
 TEST(VendorPathResolver, AStarAtTheEndMatchesFilesAndFolders) {
