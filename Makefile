@@ -4,7 +4,8 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages test-packages build demo test check tidy format bench recall fuzz corpora hostile pages deb asan tsan clean
+.PHONY: help packages test-packages macos-packages build demo test check tidy format bench recall fuzz corpora hostile pages \
+        deb asan tsan macos macos-loader macos-test macos-test-platform macos-package clean
 
 help:
 	@echo "make demo   build, write a sample Mac volume, inspect an app on it"
@@ -18,12 +19,18 @@ help:
 	@echo "make hostile  attack the command with the hostile volume and print a table"
 	@echo "make pages  regenerate the program output in the documentation"
 	@echo "make deb    build the Debian packages in build/package"
+	@echo "make macos  build the command for macOS, arm64 and x86_64, in build/macos; see docs/macos.md"
+	@echo "make macos-test     run the tests and every command of the x86_64 build in a loader"
+	@echo "make macos-package  build an archive for macOS and a Homebrew formula in build/macos/package"
 
 packages:
 	@cmake/install-packages.sh
 
 test-packages:
 	@cmake/install-packages.sh test
+
+macos-packages:
+	@cmake/install-packages.sh macos
 
 build: packages
 	cmake --preset release
@@ -98,6 +105,39 @@ deb: packages
 	cmake --preset package
 	cmake --build --preset package
 	cpack --config build/package/CPackConfig.cmake -B build/package
+
+macos: macos-packages
+	cmake/macos/dependencies.sh arm64 x86_64
+	for architecture in arm64 x86_64; do \
+	  cmake --preset macos-$$architecture && \
+	  cmake --build --preset macos-$$architecture --target quarn quarn_resources || exit 1; done
+	cmake/macos/universal.sh build/macos
+	cmake/macos/macho.py check build/macos/universal/quarn build/macos/universal/libplist-2.0.3.dylib
+
+# The native programs that run the ones for macOS and are compared with them.
+macos-loader: test-packages
+	$(CONFIGURE_DEV)
+	cmake --build --preset dev --target macho_run
+
+MACOS_TESTS = platform_tests models_tests system_tests core_tests quarn_tests_program
+macos-test: macos macos-loader
+	cmake --build --preset dev --target quarn quarn_resources
+	cmake --build --preset macos-x86_64 --target loader_unwinder $(MACOS_TESTS)
+	tests/macos/run-tests.sh build/macos/x86_64 build/dev/bin/macho_run $(MACOS_TESTS)
+	rm -rf build/macos/sample
+	$(QUARN) sample build/macos/sample > /dev/null
+	tests/macos/compare.py $(QUARN) build/macos/sample build/dev/bin/macho_run --with \
+	  build/macos/x86_64/lib/libloader_unwinder.dylib build/macos/x86_64/bin/quarn
+
+# Every merge: the tests of the lowest layer, where the systems differ.
+macos-test-platform: macos macos-loader
+	cmake --build --preset macos-x86_64 --target loader_unwinder platform_tests
+	tests/macos/run-tests.sh build/macos/x86_64 build/dev/bin/macho_run platform_tests
+
+macos-package: macos macos-loader
+	cmake --build --preset macos-x86_64 --target loader_unwinder quarn_manual QuarnCore
+	cmake --build --preset macos-arm64 --target QuarnCore
+	cmake/macos/package.sh build/macos "$(MACOS_PACKAGE_URL)"
 
 asan tsan: test-packages
 	cmake --preset $@

@@ -9,9 +9,9 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
+#include "QuarnBuilders/ExtendedAttribute.h"
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/paths/Path.h"
 
@@ -162,7 +162,7 @@ void VolumeWriter::attribute(const std::string& path, const std::string& name, s
   const Place to = place(path);
   const FileDescriptor item(::openat(to.at(), to.name.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
   if (!item.isOpen()) throwFileError("open", path);
-  check(::fsetxattr(item.get(), name.c_str(), bytes.data(), bytes.size(), 0), "give an attribute to", path);
+  check(setAttribute(item.get(), name, bytes), "give an attribute to", path);
 }
 
 void VolumeWriter::remove(const std::string& path) const {

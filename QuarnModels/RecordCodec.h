@@ -90,11 +90,13 @@ struct Codec<bool> {
   static bool decode(const JSONDecoder& value) { return value.boolean(); }
 };
 
-template <>
-struct Codec<std::int64_t> {
+// `long` too: a type of the same size that is `std::int64_t` on one system and another type on the next.
+template <class Integer>
+requires(std::same_as<Integer, std::int64_t> || std::same_as<Integer, long>) struct Codec<Integer> {
+  static_assert(sizeof(Integer) == sizeof(std::int64_t));
   static std::string name() { return "integer"; }
-  static ordered_json encode(std::int64_t value) { return value; }
-  static std::int64_t decode(const JSONDecoder& value) { return value.integer(); }
+  static ordered_json encode(Integer value) { return value; }
+  static Integer decode(const JSONDecoder& value) { return value.integer(); }
 };
 
 template <>
@@ -230,7 +232,7 @@ void decodeMember(const JSONDecoder& object, Record& record, const Member<Record
   const JSONDecoder value = object.member(member.name);
   if (member.make != nullptr && value.isAbsent()) return;
   record.*member.field = Codec<Value>::decode(value);
-  if constexpr (std::same_as<Value, std::int64_t>) {
+  if constexpr (std::same_as<Value, std::int64_t> || std::same_as<Value, long>) {
     if (member.range == Range::counts && record.*member.field < 0) value.fail("negative");
   }
 }

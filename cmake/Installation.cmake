@@ -23,7 +23,7 @@ endfunction()
 quarn_public_headers(
   QuarnPlatform
   base/ByteCounts.h base/Cancellable.h base/Cancellation.h base/FileDescriptor.h base/FileError.h base/RecordHash.h base/Required.h
-  files/AccessTimes.h files/FileManager.h files/ItemFacts.h
+  files/AccessTimes.h files/FileManager.h files/ItemFacts.h files/ProcessPolicies.h
   files/ReadReport.h files/VolumeSpace.h paths/FileURL.h paths/Path.h paths/PathTrie.h resources/Localization.h
   resources/ResourceBundle.h text/Text.h)
 quarn_public_headers(
@@ -57,25 +57,47 @@ configure_package_config_file(
   cmake/QuarnCoreConfig.cmake.in ${PROJECT_BINARY_DIR}/package/QuarnCoreConfig.cmake
   INSTALL_DESTINATION ${QUARN_PACKAGE_DIR}
   PATH_VARS QUARN_RESOURCES_DIR)
+if(QUARN_MACOS_ARCHITECTURE)
+  set(dependencies cmake/macos/QuarnCoreDependencies.cmake)
+else()
+  set(dependencies cmake/QuarnCoreDependencies.cmake)
+endif()
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/QuarnCoreConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 file(RELATIVE_PATH QUARN_PREFIX_FROM_PKGCONFIG ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" QUARN_PREFIX_FROM_PKGCONFIG ${QUARN_PREFIX_FROM_PKGCONFIG})
 configure_file(cmake/quarncore.pc.in ${PROJECT_BINARY_DIR}/package/quarncore.pc @ONLY)
 install(
   FILES ${PROJECT_BINARY_DIR}/package/QuarnCoreConfig.cmake ${PROJECT_BINARY_DIR}/package/QuarnCoreConfigVersion.cmake
+        ${dependencies}
   DESTINATION ${QUARN_PACKAGE_DIR}
   COMPONENT development)
-install(
-  FILES ${PROJECT_BINARY_DIR}/package/quarncore.pc
-  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-  COMPONENT development)
+# Its package for macOS is for CMake: the system's ICU has no pkg-config file.
+if(NOT QUARN_MACOS_ARCHITECTURE)
+  install(
+    FILES ${PROJECT_BINARY_DIR}/package/quarncore.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT development)
+endif()
 
 # The command, its resources, and the files that are generated from its table of commands.
 install(TARGETS quarn RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(DIRECTORY ${QUARN_RESOURCES}/vendors DESTINATION ${QUARN_RESOURCES_DIR} COMPONENT runtime)
 install(FILES ${resource_files} DESTINATION ${QUARN_RESOURCES_DIR} COMPONENT runtime)
 
+# Cross-compiled for macOS: libplist beside the command, where whoever wants another one replaces it.
+if(QUARN_MACOS_ARCHITECTURE)
+  set(libplist ${QUARN_MACOS_DEPENDENCIES}/${QUARN_MACOS_ARCHITECTURE}/lib/libplist-2.0.3.dylib)
+  file(COPY ${libplist} DESTINATION ${PROJECT_BINARY_DIR}/lib)
+  install(FILES ${libplist} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime)
+  install(DIRECTORY ${QUARN_MACOS_DEPENDENCIES}/${QUARN_MACOS_ARCHITECTURE}/share/doc/libplist
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/doc COMPONENT runtime)
+endif()
+
 find_program(QUARN_GZIP gzip REQUIRED)
+# A program for another system that nothing here can run writes nothing; another build's manual page serves for its package.
+if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
+  return()
+endif()
 set(manual ${PROJECT_BINARY_DIR}/share/man/man1/quarn.1.gz)
 set(completions ${PROJECT_BINARY_DIR}/completions)
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/share/man/man1 ${completions})

@@ -26,12 +26,18 @@ endif()
 function(quarn_sources RESULT FOLDER)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${FOLDER}/*.cpp")
   list(FILTER sources EXCLUDE REGEX "${QUARN_FOREIGN_SOURCES}")
+  # Files of one system stay objects of their own: tests/macos replaces those of Linux with those of macOS.
+  set(system_sources ${sources})
+  list(FILTER system_sources INCLUDE REGEX "_(linux|darwin)\\.cpp$")
+  if(system_sources)
+    set_source_files_properties(${system_sources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+  endif()
   set(${RESULT} ${sources} PARENT_SCOPE)
 endfunction()
 
-# Nearly every file includes these headers, and parsing them takes longer than the file itself. Unoptimised builds only:
-# GCC 12 warns about system code that it inlines from a precompiled header.
-if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+# Nearly every file includes these headers, and parsing them takes longer than the file itself. With GCC in unoptimised builds
+# only: GCC 12 warns about system code that it inlines from a precompiled header.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
   set(CMAKE_DISABLE_PRECOMPILE_HEADERS ON)
 endif()
 set(QUARN_STANDARD_HEADERS <algorithm> <functional> <map> <memory> <optional> <string> <string_view> <unordered_map> <vector>)
@@ -58,6 +64,10 @@ endfunction()
 # program when it runs.
 function(quarn_tests NAME FOLDER)
   quarn_sources(sources tests/${FOLDER})
+  # Tests of macOS's own files set what no program may set on a Mac; they need the emulation of its calls.
+  if(CMAKE_SYSTEM_NAME STREQUAL "Darwin" AND NOT CMAKE_CROSSCOMPILING)
+    list(FILTER sources EXCLUDE REGEX "_darwin\\.cpp$")
+  endif()
   if(NOT sources)
     return()
   endif()
@@ -70,9 +80,15 @@ function(quarn_tests NAME FOLDER)
   else()
     target_precompile_headers(${NAME} REUSE_FROM quarn_test_support)
   endif()
+  quarn_suites(${NAME} "" "${properties}")
+endfunction()
+
+# Adds the suites of the test program NAME to ctest, their names after PREFIX, with PROPERTIES.
+function(quarn_suites NAME PREFIX PROPERTIES)
   file(GENERATE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/${NAME}.cmake CONTENT
 "set(program [==[$<TARGET_FILE:${NAME}>]==])
-set(properties [==[${properties}]==])
+set(prefix [==[${PREFIX}]==])
+set(properties [==[${PROPERTIES}]==])
 include([==[${PROJECT_SOURCE_DIR}/cmake/TestSuites.cmake]==])
 ")
   set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${CMAKE_CURRENT_BINARY_DIR}/${NAME}.cmake)

@@ -1,5 +1,5 @@
 # ctest includes this for each test program (see quarn_tests in QuarnTargets.cmake). Adds one ctest test per suite of `program`,
-# with `properties`. With one process per test, starting the processes would take longer than the tests.
+# its name after `prefix`, with `properties`. With one process per test, starting the processes would take longer than the tests.
 if(NOT EXISTS ${program})
   add_test(${program}_NOT_BUILT ${program})
   return()
@@ -15,9 +15,9 @@ if(NOT lines)
 endif()
 foreach(line ${lines})
   string(REGEX REPLACE "^\n|\\.[ \n]$" "" suite "${line}")
-  add_test(${suite} ${program} --gtest_filter=${suite}.* --gtest_brief=1)
-  set_tests_properties(${suite} PROPERTIES ${properties} FAIL_REGULAR_EXPRESSION "\\] 0 tests from")
+  add_test(${prefix}${suite} ${program} --gtest_filter=${suite}.* --gtest_brief=1)
+  set_tests_properties(${prefix}${suite} PROPERTIES ${properties} FAIL_REGULAR_EXPRESSION "\\] 0 tests from")
   if(suite MATCHES "InBrowser$")
-    set_tests_properties(${suite} PROPERTIES LABELS browser)
+    set_tests_properties(${prefix}${suite} PROPERTIES LABELS browser)
   endif()
 endforeach()

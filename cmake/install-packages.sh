@@ -4,6 +4,9 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
+# Another package may bring it, as some nodejs packages bring npm.
+provided() { dpkg-query -W -f='${Provides}, ' 2>/dev/null | tr -d ' ' | tr ',' '\n' | sed 's/(.*//' | grep -qx "$1"; }
+
 missing=()
 group=""
 while read -r name _; do
@@ -12,7 +15,8 @@ while read -r name _; do
     "["*"]") group="${name:1:-1}"; continue ;;
   esac
   case " $* " in *" $group "*) ;; *) [ -z "$group" ] || continue ;; esac
-  dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q "install ok installed" || missing+=("$name")
+  dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q "install ok installed" && continue
+  provided "$name" || missing+=("$name")
 done < packages.txt
 [ ${#missing[@]} -eq 0 ] && exit 0
 

@@ -4,21 +4,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "quarn/Process.h"
 #include "quarn/commands/CommandLine.h"
 
-#ifdef __GLIBC__
-#include <malloc.h>
-#endif
-
 namespace {
-
-// Walks start threads, and glibc would give many of them a separate, mostly empty heap. Two heaps are enough, because
-// the threads of a walk reuse their memory.
-void keepHeapsFew() {
-#ifdef __GLIBC__
-  ::mallopt(M_ARENA_MAX, 2);
-#endif
-}
 
 // If a standard descriptor is closed, the next opened file would get its number and its content. /dev/null takes its
 // place; reading or writing it fails, as before.
@@ -33,7 +22,7 @@ void occupyStandardDescriptors() {
 
 int main(int count, char** words) {
   occupyStandardDescriptors();
-  keepHeapsFew();
+  quarn::settleProcess();
   try {
     return quarn::runCommandLine({words + 1, words + count});
   } catch (...) {

@@ -58,8 +58,7 @@ class ItemSizer {
   const Cancellation& cancellation_;
 };
 
-// Some file systems report no allocated blocks for small files; assume that the content takes its length. A cloud
-// placeholder should keep its 0, but on a mounted volume it cannot be detected.
+// Some file systems report no allocated blocks for small files; assume that the content takes its length.
 SizeInfo withKnownAllocation(SizeInfo size) {
   if (size.allocatedBytes == 0) size.allocatedBytes = size.logicalBytes;
   return size;
@@ -69,6 +68,14 @@ std::optional<SizeInfo> packageSize(const FileURL& package, const ItemSizer& siz
   const std::optional<SizeInfo> size = sizer.size(package, /*allowSlow=*/true, /*includeHidden=*/false);
   if (!size && cancellation.isCancelled()) return std::nullopt;
   return size.value_or(SizeInfo{});
+}
+
+// A placeholder of the cloud, whose content is not here, keeps its zero. Only an item that is about to be kept is
+// looked up, which is one call for few items.
+bool isOnlyInCloud(const BoundedWalk::Item& item, const FileManager& files) {
+  if (item.isPackage || item.sizes.allocatedBytes != 0 || item.sizes.logicalBytes == 0) return false;
+  const std::optional<ItemFacts> facts = files.facts(item.place.url(), Links::doNotFollow);
+  return facts && facts->isOnlyInCloud;
 }
 
 }  // namespace
@@ -167,8 +174,10 @@ std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<File
     } else if (!item.isPackage && options.preferAllocatedSize) {
       size = withKnownAllocation(size);
     }
-    const std::int64_t key = options.preferAllocatedSize ? size.allocatedBytes : largerCount(size);
-    if (kept.wouldKeep(key)) kept.add(key, makeItem(item.place.url(), size));
+    const auto key = [&] { return options.preferAllocatedSize ? size.allocatedBytes : largerCount(size); };
+    if (!kept.wouldKeep(key())) return;
+    if (options.preferAllocatedSize && isOnlyInCloud(item, files_)) size = item.sizes;
+    if (kept.wouldKeep(key())) kept.add(key(), makeItem(item.place.url(), size));
   });
   return kept.take();
 }

@@ -15,6 +15,7 @@ constexpr std::pair<int, std::string_view> kErrnoNames[] = {
     {ENXIO, "ENXIO"},
     {EBADF, "EBADF"},
     {EAGAIN, "EAGAIN"},
+    {EDEADLK, "EDEADLK"},
     {ENOMEM, "ENOMEM"},
     {EACCES, "EACCES"},
     {EBUSY, "EBUSY"},

@@ -4,6 +4,8 @@
 #include <future>
 #include <system_error>
 
+#include "QuarnPlatform/base/HelperThread.h"
+
 namespace quarn {
 namespace {
 
@@ -23,7 +25,12 @@ void inParallel(std::size_t count, const std::function<void(std::size_t index)>&
   };
   std::future<void> helper;
   try {
-    if (count >= kFew) helper = std::async(std::launch::async, takeTurns);
+    if (count >= kFew) {
+      helper = std::async(std::launch::async, [&] {
+        becomeHelperThread();
+        takeTurns();
+      });
+    }
   } catch (const std::system_error&) {
     // Could not start a thread; the calling thread does all the work.
   }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,9 @@ class DirectoryReader {
     std::string_view name;
     FileType type = FileType::other;
     bool hidden = false;  ///< see `HiddenItems`
+    /// Of a regular file when they were asked for and the system gives them with the name (macOS). Otherwise absent:
+    /// `readSizes` reads them.
+    std::optional<ByteCounts> sizes = std::nullopt;
   };
 
   /// Entries to pass from one reader to another; opaque.
@@ -35,8 +39,9 @@ class DirectoryReader {
   DirectoryReader(const DirectoryReader&) = delete;
   DirectoryReader& operator=(const DirectoryReader&) = delete;
 
-  /// Starts listing an open folder at the descriptor's current position. The caller keeps the descriptor.
-  void start(int folder);
+  /// Starts listing an open folder at the descriptor's current position. The caller keeps the descriptor. `facts` says
+  /// whether sizes are wanted with the entries.
+  void start(int folder, EnumeratedFacts facts = EnumeratedFacts::none);
   /// Reads the next batch of entries. Returns false at the end or on an error; see `error()`.
   bool readMore();
   /// The next entry of the batch, without "." and ".."; null at its end. Looks up the type if the file system does

@@ -74,7 +74,7 @@ struct DirectoryReader::State {
 DirectoryReader::DirectoryReader() : state_(std::make_unique<State>()) {}
 DirectoryReader::~DirectoryReader() = default;
 
-void DirectoryReader::start(int folder) {
+void DirectoryReader::start(int folder, EnumeratedFacts /*this system lists names and types alone*/) {
   state_->folder = folder;
   state_->error = 0;
   state_->at = state_->end = nullptr;
@@ -98,7 +98,7 @@ const DirectoryReader::Entry* DirectoryReader::next() {
     if (isSelfOrParent(text)) continue;
     const std::optional<FileType> type = state_->typeOfRecord(record, name);
     if (!type) continue;
-    state_->entry = {text, *type, isHidden(text)};
+    state_->entry = {.name = text, .type = *type, .hidden = isHidden(text)};
     return &state_->entry;
   }
   return nullptr;

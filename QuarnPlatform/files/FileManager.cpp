@@ -32,6 +32,13 @@ std::vector<std::size_t> componentEnds(std::string_view path) {
   return ends;
 }
 
+// True if the item itself can be looked up although this operation was refused.
+bool isRefusal(int error) {
+  const UnreadableCause cause = unreadableCause(error);
+  return cause == UnreadableCause::permission || cause == UnreadableCause::privacy ||
+         cause == UnreadableCause::onlyInCloud;
+}
+
 URLKind kindOf(FileType type) { return type == FileType::directory ? URLKind::directory : URLKind::item; }
 
 }  // namespace
@@ -86,36 +93,30 @@ FileManager FileManager::cancelledBy(Cancellation cancellation) const {
 
 const std::string& FileManager::hostFolder() const { return volume_->hostFolder(); }
 
-FileDescriptor FileManager::open(const std::string& path, OpenFor use, Links links) const {
-  FileDescriptor item = volume_->open(path, use, links);
-  if (!item.isOpen()) noteFailure(path, errno);
-  return item;
+FileDescriptor FileManager::openFolder(const std::string& path, Links links) const {
+  FileDescriptor folder = volume_->openFolder(path, links);
+  if (!folder.isOpen()) noteFailure(path, errno);
+  return folder;
 }
 
 void FileManager::noteFailure(const std::string& path, int error) const {
-  if (report_ && !meansMissing(error)) {
-    const bool isDenied = unreadableCause(error) == UnreadableCause::permission;
-    report_->add(std::string(isDenied ? deniedPart(path) : path), error);
-  }
+  if (report_ && !meansMissing(error)) report_->add(std::string(isRefusal(error) ? refusedPart(path) : path), error);
   errno = error;
 }
 
-// The item that refused is the deepest on the way which can still be looked up: below a folder that cannot be searched,
-// however much is looked for, the folder is reported. What can be looked up has a way that can be, so halving finds it;
-// a hostile path may have thousands of components.
-std::string_view FileManager::deniedPart(std::string_view path) const {
+// The item that refused is the deepest component that can still be looked up. So one folder without search permission
+// counts once, however many items below it are looked up. If an item can be looked up, so can all on the way to it,
+// which allows halving; a hostile path may have thousands of components.
+std::string_view FileManager::refusedPart(std::string_view path) const {
   if (!path.starts_with('/')) return path;
   const std::vector<std::size_t> ends = componentEnds(path);
-  const auto firstHidden = std::partition_point(ends.begin() + 1, ends.end(), [&](std::size_t end) {
-    return volume_->open(std::string(path.substr(0, end)), OpenFor::facts, Links::follow).isOpen();
-  });
+  const auto firstHidden = std::partition_point(ends.begin() + 1, ends.end(),
+                                                [&](std::size_t end) { return volume_->exists(path.substr(0, end)); });
   return path.substr(0, *std::prev(firstHidden));
 }
 
 std::optional<ItemFacts> FileManager::facts(const FileURL& url, Links links) const {
-  const FileDescriptor item = open(url.path(), OpenFor::facts, links);
-  if (!item.isOpen()) return std::nullopt;
-  std::optional<ItemFacts> found = Volume::facts(item.get());
+  std::optional<ItemFacts> found = volume_->facts(url.path(), links);
   if (!found) noteFailure(url.path(), errno);
   return found;
 }
@@ -126,9 +127,7 @@ ItemFacts FileManager::requireFacts(const FileURL& url, Links links) const {
   return *found;
 }
 
-bool FileManager::itemExists(const FileURL& url) const {
-  return open(url.path(), OpenFor::facts, Links::follow).isOpen();
-}
+bool FileManager::itemExists(const FileURL& url) const { return facts(url, Links::follow).has_value(); }
 
 bool FileManager::isDirectory(const FileURL& url) const {
   const std::optional<ItemFacts> found = facts(url, Links::doNotFollow);
@@ -143,7 +142,7 @@ bool FileManager::isExecutableFile(const FileURL& url) const {
 bool FileManager::isPackage(const FileURL& url) const {
   if (!isDirectory(url)) return false;
   if (isPackageName(url.lastPathComponent())) return true;
-  const FileDescriptor folder = open(url.path(), OpenFor::folder, Links::doNotFollow);
+  const FileDescriptor folder = openFolder(url.path(), Links::doNotFollow);
   return folder.isOpen() && hasBundleBit(folder.get());
 }
 
@@ -197,7 +196,7 @@ std::vector<DirectoryEntry> FileManager::contentsOrNone(const FileURL& url, Hidd
 }
 
 FileDescriptor FileManager::openDirectory(const FileURL& url, Links links) const {
-  FileDescriptor folder = open(url.path(), OpenFor::folder, links);
+  FileDescriptor folder = openFolder(url.path(), links);
   if (folder.isOpen()) return folder;
   const int error = errno;
   // The kernel reports ENOTDIR for a link that is not followed. Report ELOOP instead, to distinguish it.

@@ -19,7 +19,6 @@ namespace quarn {
 
 class Budget;
 class ReadReport;
-enum class OpenFor : std::uint8_t;
 class Volume;
 
 /// An entry of a folder: its URL, marked as a folder if it is one, and its own type.
@@ -150,12 +149,12 @@ class FileManager {
  private:
   FileManager(std::shared_ptr<const Volume> volume, FileURL home);
   [[nodiscard]] std::string withoutPrivatePrefix(std::string path) const;
-  [[nodiscard]] FileDescriptor open(const std::string& path, OpenFor use, Links links) const;
+  [[nodiscard]] FileDescriptor openFolder(const std::string& path, Links links) const;
   /// Absent, and errno, for what `openFile` throws on.
   [[nodiscard]] std::optional<OpenFile> openRegularFile(const FileURL& url) const;
   // Adds a failed operation to the report unless the item is missing; errno is `error` afterwards.
   void noteFailure(const std::string& path, int error) const;
-  [[nodiscard]] std::string_view deniedPart(std::string_view path) const;
+  [[nodiscard]] std::string_view refusedPart(std::string_view path) const;
   [[nodiscard]] std::optional<std::string> resolve(std::string_view path) const;
 
   std::shared_ptr<const Volume> volume_;

@@ -29,9 +29,13 @@ class FolderOpener {
   [[nodiscard]] OpenedFolder open(int parent, const char* name) const;
 
  private:
-  DeviceCheck check_;
-  AccessTimes accessTimes_;
+  [[maybe_unused]] DeviceCheck check_;        // macOS has one check only
+  [[maybe_unused]] AccessTimes accessTimes_;  // macOS has no such choice per opening
   std::uint64_t device_;
 };
+
+/// Opens the folder `name` (NUL-terminated) of the open folder `parent` for looking items up below it, which takes the
+/// right to search it and not the right to list it; never through a link. Closed, and errno, when that fails.
+FileDescriptor openForSearch(int parent, const char* name);
 
 }  // namespace quarn

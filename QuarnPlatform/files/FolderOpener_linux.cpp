@@ -8,6 +8,7 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
+#include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/files/FolderOpener.h"
 #include "QuarnPlatform/files/KeepingAccessTimes_linux.h"
 
@@ -15,6 +16,7 @@ namespace quarn {
 namespace {
 
 constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+constexpr int kSearchOnly = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 int openOnSameMount(int parent, const char* name, AccessTimes accessTimes) {
   return openKeepingAccessTimes(kFlags, accessTimes, [&](int flags) {
@@ -62,6 +64,10 @@ OpenedFolder FolderOpener::open(int parent, const char* name) const {
       opened(openKeepingAccessTimes(kFlags, accessTimes_, [&](int flags) { return ::openat(parent, name, flags); }));
   if (folder.descriptor.isOpen() && deviceOf(folder.descriptor.get()) != device_) return {FileDescriptor(), EXDEV};
   return folder;
+}
+
+FileDescriptor openForSearch(int parent, const char* name) {
+  return FileDescriptor(againIfInterrupted([&] { return ::openat(parent, name, kSearchOnly); }));
 }
 
 }  // namespace quarn

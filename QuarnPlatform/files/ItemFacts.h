@@ -20,6 +20,12 @@ enum class HiddenItems : std::uint8_t { include, skip };
 /// Whether a walk enters packages, the folders that the Finder shows as one item (see `isPackageName`).
 enum class PackageContents : std::uint8_t { enter, skip };
 
+/// Which facts a listing or a walk reads besides name and type.
+enum class EnumeratedFacts : std::uint8_t {
+  none,   ///< names and types: no system call per item
+  sizes,  ///< sizes of regular files
+};
+
 /// What the file system reports about an item.
 struct ItemFacts {
   FileType type = FileType::other;
@@ -28,6 +34,7 @@ struct ItemFacts {
   std::int64_t modifiedSeconds = 0;  ///< when the content was last changed, in seconds since 1970
   std::uint64_t device = 0;          ///< identifies the item together with `inode`
   std::uint64_t inode = 0;
+  bool isOnlyInCloud = false;  ///< the content is not on the disk and would be downloaded (macOS: SF_DATALESS)
 };
 
 }  // namespace quarn

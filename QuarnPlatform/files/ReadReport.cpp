@@ -6,19 +6,6 @@
 
 namespace quarn {
 
-UnreadableCause unreadableCause(int error) {
-  switch (error) {
-    case EACCES:
-    case EPERM: return UnreadableCause::permission;
-    case ENOENT:
-    case ENOTDIR: return UnreadableCause::vanished;
-    case EXDEV: return UnreadableCause::otherDevice;
-    case ELOOP: return UnreadableCause::loop;
-    case EFBIG: return UnreadableCause::limit;
-    default: return UnreadableCause::other;
-  }
-}
-
 void ReadReport::add(std::string path, int error) {
   const UnreadableCause cause = unreadableCause(error);
   add({std::move(path), cause, cause == UnreadableCause::otherDevice ? 0 : error});

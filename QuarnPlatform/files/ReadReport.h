@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <set>
@@ -10,7 +11,17 @@
 namespace quarn {
 
 /// The reason why an item could not be read.
-enum class UnreadableCause : std::uint8_t { permission, vanished, otherDevice, loop, limit, other };
+enum class UnreadableCause : std::uint8_t {
+  permission,
+  vanished,
+  otherDevice,
+  loop,
+  limit,
+  other,
+  privacy,      ///< macOS: privacy protection refused it
+  onlyInCloud,  ///< macOS: the content is not on the disk, and downloads are refused
+};
+inline constexpr std::size_t kUnreadableCauses = 8;
 
 /// A folder or item that a walk or a lookup skipped.
 struct UnreadableItem {
@@ -44,10 +55,10 @@ class ReadReport {
   std::vector<UnreadableItem> items_;
   std::set<std::pair<UnreadableCause, std::string>> known_;  ///< causes and paths of the kept items
   std::size_t keptBytes_ = 0;
-  std::uint64_t counts_[6] = {};
+  std::uint64_t counts_[kUnreadableCauses] = {};
 };
 
-/// Maps an errno to a cause. EFBIG stands for what is beyond a limit of this library.
+/// Maps an errno to a cause. EFBIG means that a limit of this library is exceeded. One file per operating system.
 UnreadableCause unreadableCause(int error);
 
 }  // namespace quarn

@@ -11,9 +11,6 @@
 
 namespace quarn {
 
-/// The purpose of opening an item. All opens are read-only, close-on-exec and non-blocking.
-enum class OpenFor : std::uint8_t { facts, folder };
-
 /// What opening a regular file gave.
 struct OpenedFile {
   FileDescriptor descriptor;  ///< closed when the file could not be opened
@@ -21,23 +18,25 @@ struct OpenedFile {
   int error = 0;              ///< errno when closed: EISDIR for a folder, EINVAL for another special file
 };
 
-/// The system-specific part of a file manager: an open root folder that lookups never leave. Immutable and
-/// thread-safe. Each operating system has its own implementation file.
+/// The system-specific part of a file manager: an open root folder that lookups never leave. Immutable and thread-safe.
+/// All opens are read-only, close-on-exec and non-blocking. Each operating system has its own implementation file.
 class Volume {
  public:
   /// Throws FileError (operation "open volume").
   explicit Volume(const std::string& hostFolder, AccessTimes accessTimes = AccessTimes::keepIfPermitted);
 
-  /// Opens an item by its path on the Mac. On failure, returns a closed descriptor and sets errno.
-  [[nodiscard]] FileDescriptor open(std::string_view path, OpenFor purpose, Links links) const;
+  /// Opens a folder by its path on the Mac for listing. On failure, returns a closed descriptor and sets errno.
+  [[nodiscard]] FileDescriptor openFolder(std::string_view path, Links links) const;
   /// Opens a regular file by the Mac's path, links followed. Checks the type before opening (opening a device can have
   /// effects) and opens what it checked, even if the item is replaced meanwhile.
   [[nodiscard]] OpenedFile openFile(std::string_view path) const;
   /// The path with every link on the way resolved; absent and errno when anything is missing or there are too many
   /// links.
   [[nodiscard]] std::optional<std::string> resolve(std::string_view path) const;
-  /// The facts of an open item. Absent, with errno set, on failure.
-  [[nodiscard]] static std::optional<ItemFacts> facts(int descriptor);
+  /// The facts of the item at the Mac's path; it need not be readable. Absent, with errno set, on failure.
+  [[nodiscard]] std::optional<ItemFacts> facts(std::string_view path, Links links) const;
+  /// True if the item exists, links followed. Otherwise errno is set.
+  [[nodiscard]] bool exists(std::string_view path) const;
   [[nodiscard]] VolumeSpace space() const;
   /// Throws FileError (operation "statfs").
   [[nodiscard]] VolumeMount mount() const;

@@ -22,15 +22,9 @@ namespace {
 
 constexpr std::size_t kLongestSystemPath = 4095;
 constexpr int kAttemptsWhileRenamed = 8;
+constexpr int kLookOnly = O_PATH | O_CLOEXEC;
+constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
 constexpr int kReadFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
-
-int flagsFor(OpenFor purpose) {
-  switch (purpose) {
-    case OpenFor::facts: return O_PATH | O_CLOEXEC;
-    case OpenFor::folder: return O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
-  }
-  return O_PATH | O_CLOEXEC;
-}
 
 FileType typeOf(mode_t mode) {
   if (S_ISREG(mode)) return FileType::regular;
@@ -44,6 +38,24 @@ std::optional<ByteCounts> sizesOf(const struct stat& status) {
   const std::optional<std::int64_t> allocated = bytesInBlocks(static_cast<std::uint64_t>(status.st_blocks), kBlockSize);
   if (!allocated || status.st_size < 0) return std::nullopt;
   return ByteCounts{.allocatedBytes = *allocated, .logicalBytes = status.st_size};
+}
+
+// The facts of an open item. Absent, and errno, on failure.
+std::optional<ItemFacts> factsOf(int descriptor) {
+  struct stat status {};
+  if (::fstat(descriptor, &status) != 0) return std::nullopt;
+  const FileType type = typeOf(status.st_mode);
+  const std::optional<ByteCounts> sizes = type == FileType::regular ? sizesOf(status) : ByteCounts{};
+  if (!sizes) {
+    errno = EOVERFLOW;
+    return std::nullopt;
+  }
+  return ItemFacts{.type = type,
+                   .sizes = *sizes,
+                   .anyExecuteBit = (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0,
+                   .modifiedSeconds = status.st_mtim.tv_sec,
+                   .device = status.st_dev,
+                   .inode = status.st_ino};
 }
 
 int openInRootOnce(int root, const std::string& relativePath, int flags, std::uint64_t furtherRules) {
@@ -72,7 +84,7 @@ bool needsWalking(int error) {
   return error == ENOSYS || error == EPERM || error == EAGAIN || error == E2BIG || error == EINVAL;
 }
 
-// The very item that a descriptor of `OpenFor::facts` holds, wherever it is by now.
+// The very item that the descriptor holds, wherever it is by now.
 FileDescriptor openForReading(int item, AccessTimes accessTimes) {
   const std::string path = "/proc/self/fd/" + std::to_string(item);
   return FileDescriptor(
@@ -95,9 +107,16 @@ Volume::Volume(const std::string& hostFolder, AccessTimes accessTimes)
   if (how.isReadOnly || how.keepsAccessTimes) accessTimes_ = AccessTimes::keepIfPermitted;
 }
 
-FileDescriptor Volume::open(std::string_view path, OpenFor purpose, Links links) const {
-  return openWith(flagsFor(purpose), path, links);
+FileDescriptor Volume::openFolder(std::string_view path, Links links) const {
+  return openWith(kFolderFlags, path, links);
 }
+
+std::optional<ItemFacts> Volume::facts(std::string_view path, Links links) const {
+  const FileDescriptor item = openWith(kLookOnly, path, links);
+  return item.isOpen() ? factsOf(item.get()) : std::nullopt;
+}
+
+bool Volume::exists(std::string_view path) const { return openWith(kLookOnly, path, Links::follow).isOpen(); }
 
 FileDescriptor Volume::openWith(int purposeFlags, std::string_view path, Links links) const {
   if (holdsNul(path)) {
@@ -125,7 +144,7 @@ FileDescriptor Volume::openByWalking(std::string_view path, int flags, Links lin
 // been opened then.
 FileDescriptor Volume::openAgain(std::string_view path, const ItemFacts& expected) const {
   FileDescriptor file = openWith(kReadFlags, path, Links::follow);
-  const std::optional<ItemFacts> found = file.isOpen() ? facts(file.get()) : std::nullopt;
+  const std::optional<ItemFacts> found = file.isOpen() ? factsOf(file.get()) : std::nullopt;
   if (!found) return {};
   if (found->device == expected.device && found->inode == expected.inode) return file;
   errno = ESTALE;
@@ -133,8 +152,8 @@ FileDescriptor Volume::openAgain(std::string_view path, const ItemFacts& expecte
 }
 
 OpenedFile Volume::openFile(std::string_view path) const {
-  const FileDescriptor item = open(path, OpenFor::facts, Links::follow);
-  const std::optional<ItemFacts> found = item.isOpen() ? facts(item.get()) : std::nullopt;
+  const FileDescriptor item = openWith(kLookOnly, path, Links::follow);
+  const std::optional<ItemFacts> found = item.isOpen() ? factsOf(item.get()) : std::nullopt;
   if (!found) return {.descriptor = {}, .error = errno};
   if (found->type == FileType::directory) return {.descriptor = {}, .error = EISDIR};
   if (found->type != FileType::regular) return {.descriptor = {}, .error = EINVAL};
@@ -151,8 +170,7 @@ std::optional<std::string> Volume::resolve(std::string_view path) const {
     return std::nullopt;
   }
   if (path.size() < kLongestSystemPath) {
-    const int flags = flagsFor(OpenFor::facts);
-    const FileDescriptor item(openInRootOnce(root_.get(), "." + std::string(path), flags, RESOLVE_NO_SYMLINKS));
+    const FileDescriptor item(openInRootOnce(root_.get(), "." + std::string(path), kLookOnly, RESOLVE_NO_SYMLINKS));
     if (item.isOpen() && path.starts_with('/') && path::isPlain(path)) return std::string(path);
     if (!item.isOpen() && errno != ELOOP && !needsWalking(errno)) return std::nullopt;
   }
@@ -161,23 +179,6 @@ std::optional<std::string> Volume::resolve(std::string_view path) const {
   std::string resolved;
   for (const std::string& name : place->names) (resolved += '/') += name;
   return resolved.empty() ? "/" : resolved;
-}
-
-std::optional<ItemFacts> Volume::facts(int descriptor) {
-  struct stat status {};
-  if (::fstat(descriptor, &status) != 0) return std::nullopt;
-  const FileType type = typeOf(status.st_mode);
-  const std::optional<ByteCounts> sizes = type == FileType::regular ? sizesOf(status) : ByteCounts{};
-  if (!sizes) {
-    errno = EOVERFLOW;
-    return std::nullopt;
-  }
-  return ItemFacts{.type = type,
-                   .sizes = *sizes,
-                   .anyExecuteBit = (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0,
-                   .modifiedSeconds = status.st_mtim.tv_sec,
-                   .device = status.st_dev,
-                   .inode = status.st_ino};
 }
 
 VolumeSpace Volume::space() const {

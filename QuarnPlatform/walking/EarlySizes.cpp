@@ -3,6 +3,7 @@
 #include <new>
 #include <system_error>
 
+#include "QuarnPlatform/base/HelperThread.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
 
 namespace quarn {
@@ -34,16 +35,17 @@ void EarlySizes::finish() {
 }
 
 void EarlySizes::readSizes(FoundItems::Block& block) const {
-  block.sizes.assign(block.items.size(), FoundItems::kNoSizes);
+  block.sizes.resize(block.items.size(), FoundItems::kNoSizes);
   for (std::size_t i = 0; i < block.items.size() && !isEnding_; ++i) {
     const ListedItem& item = block.items[i];
     ByteCounts sizes;
-    if (item.type() != FileType::regular) continue;
+    if (item.type() != FileType::regular || block.sizes[i] != FoundItems::kNoSizes) continue;
     if (DirectoryReader::readSizes(folder_, block.name(item), sizes)) block.sizes[i] = sizes;
   }
 }
 
 void EarlySizes::work() {
+  becomeHelperThread();
   std::unique_lock lock(mutex_);
   for (std::size_t next = 0;; ++next) {
     forWork_.wait(lock, [&] { return isEnding_ || next < blocks_.size(); });

@@ -42,20 +42,18 @@ std::uint64_t sortKey(std::string_view text) {
 void FolderLister::list(int folder, int level, const std::atomic<bool>& isAbandoned, FolderListing& listing) {
   const bool mayReadEarly = reads(level) && options_.facts == EnumeratedFacts::sizes && options_.readAheadThreads > 0;
   std::optional<EarlySizes> early;
-  reader_.start(folder);
+  reader_.start(folder, reads(level) ? options_.facts : EnumeratedFacts::none);
   while (!isAbandoned.load(std::memory_order_relaxed) && !isCancelled() && reader_.readMore()) {
     while (const DirectoryReader::Entry* entry = reader_.next()) keep(*entry);
-    if (!mayReadEarly || items_.size() < kReadEarly) continue;
+    if (!mayReadEarly || sizesCameWithNames_ || items_.size() < kReadEarly) continue;
     if (!early) early.emplace(folder);
     early->add(items_);
   }
   listing.error = reader_.error();
   sort();
   pack(level, listing);
-  if (early) {
-    early->finish();
-    takeSizes(listing);
-  }
+  if (early) early->finish();
+  if (early || sizesCameWithNames_) takeSizes(listing);
   dropScratch();
 }
 
@@ -63,7 +61,8 @@ void FolderLister::keep(const DirectoryReader::Entry& entry) {
   if (entry.hidden && options_.hidden == HiddenItems::skip) return;
   const bool isPackage =
       options_.packages == PackageContents::skip && entry.type == FileType::directory && isPackageName(entry.name);
-  items_.add(entry.name, entry.type, isPackage);
+  items_.add(entry.name, entry.type, isPackage, entry.sizes);
+  sizesCameWithNames_ = sizesCameWithNames_ || entry.sizes.has_value();
 }
 
 // Skip the common prefix, then compare eight bytes at a time: they nearly always decide.
@@ -136,11 +135,18 @@ void FolderLister::pack(int level, FolderListing& listing) const {
 }
 
 void FolderLister::takeSizes(FolderListing& listing) const {
-  for (std::size_t i = 0; i < listing.entries.size(); ++i) listing.entries[i].sizes = items_.sizes(found_[i].index);
+  bool isSizeMissing = false;
+  for (std::size_t i = 0; i < listing.entries.size(); ++i) {
+    FolderListing::Entry& entry = listing.entries[i];
+    entry.sizes = items_.sizes(found_[i].index);
+    isSizeMissing = isSizeMissing || (entry.item.type() == FileType::regular && !entry.hasSizes());
+  }
+  listing.wantsSizes = isSizeMissing;
 }
 
 void FolderLister::dropScratch() {
   items_.clear();
+  sizesCameWithNames_ = false;
   found_.clear();
   if (found_.capacity() > kScratchEntries) found_ = std::vector<Found>();
 }

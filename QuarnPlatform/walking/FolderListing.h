@@ -74,6 +74,7 @@ class FolderLister {
   DirectoryReader reader_;
   FoundItems items_;
   std::vector<Found> found_;  // the same in the order of their names
+  bool sizesCameWithNames_ = false;
 };
 
 }  // namespace quarn

@@ -7,7 +7,7 @@ constexpr std::size_t kUsualBlockNames = 32u << 10;
 
 }  // namespace
 
-void FoundItems::add(std::string_view name, FileType type, bool isPackage) {
+void FoundItems::add(std::string_view name, FileType type, bool isPackage, const std::optional<ByteCounts>& sizes) {
   if (size_ == blocks_.size() * kBlockItems) {
     blocks_.push_back(std::make_unique<Block>());
     if (size_ != 0) {
@@ -18,6 +18,10 @@ void FoundItems::add(std::string_view name, FileType type, bool isPackage) {
   Block& block = *blocks_.back();
   block.items.emplace_back(block.names.size(), name.size(), type, isPackage);
   block.names.append(name) += '\0';
+  if (sizes) {
+    block.sizes.resize(block.items.size() - 1, kNoSizes);
+    block.sizes.push_back(*sizes);
+  }
   ++size_;
   namesSize_ += name.size() + 1;
 }
@@ -29,6 +33,7 @@ void FoundItems::clear() {
   } else if (!blocks_.empty()) {
     blocks_.front()->items.clear();
     blocks_.front()->names.clear();
+    blocks_.front()->sizes.clear();
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,7 +20,7 @@ class FoundItems {
   struct Block {
     std::vector<ListedItem> items;
     std::string names;
-    std::vector<ByteCounts> sizes;  ///< one for each item, or empty: nobody read them
+    std::vector<ByteCounts> sizes;  ///< of the first items or of all; the others have none
 
     [[nodiscard]] const char* name(const ListedItem& item) const { return names.data() + item.nameAt(); }
   };
@@ -27,7 +28,7 @@ class FoundItems {
   /// In place of sizes that were not, or could not be, read.
   static constexpr ByteCounts kNoSizes = {.allocatedBytes = -1, .logicalBytes = 0};
 
-  void add(std::string_view name, FileType type, bool isPackage);
+  void add(std::string_view name, FileType type, bool isPackage, const std::optional<ByteCounts>& sizes = std::nullopt);
   /// Keeps the memory of few items, and lets go of that of many.
   void clear();
 
@@ -38,7 +39,7 @@ class FoundItems {
   [[nodiscard]] std::string_view name(std::size_t index) const { return item(index).nameIn(block(index).names); }
   [[nodiscard]] const ByteCounts& sizes(std::size_t index) const {
     const std::vector<ByteCounts>& sizes = block(index).sizes;
-    return sizes.empty() ? kNoSizes : sizes[index % kBlockItems];
+    return index % kBlockItems < sizes.size() ? sizes[index % kBlockItems] : kNoSizes;
   }
 
   [[nodiscard]] std::size_t fullBlocks() const { return size_ / kBlockItems; }

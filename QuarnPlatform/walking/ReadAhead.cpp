@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "QuarnPlatform/base/BriefLock.h"
+#include "QuarnPlatform/base/HelperThread.h"
 #include "QuarnPlatform/files/Packages.h"
 
 namespace quarn {
@@ -389,6 +390,7 @@ void ReadAhead::help() {
 }
 
 void ReadAhead::helpUntilEnd() {
+  becomeHelperThread();
   Worker worker(options_);
   worker.prepare();
   Lock lock(mutex_);

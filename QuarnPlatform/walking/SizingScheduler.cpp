@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/base/HelperThread.h"
 #include "QuarnPlatform/files/ReadReport.h"
 
 namespace quarn {
@@ -139,6 +140,7 @@ void SizingScheduler::startHelper() {
 
 // What ends a helper ends the walk, and is thrown on the calling thread.
 void SizingScheduler::help() {
+  becomeHelperThread();
   try {
     helper_();
   } catch (...) {

@@ -72,7 +72,7 @@ void SizingWorker::readPart(SizingTask& task) {
 }
 
 int SizingWorker::read(SizedFolder& folder) {
-  reader_.start(folder.descriptor());
+  reader_.start(folder.descriptor(), EnumeratedFacts::sizes);
   while (reader_.readMore() && countAll(folder)) {
   }
   queueSubFolders(folder);
@@ -96,20 +96,20 @@ bool SizingWorker::countAll(SizedFolder& folder) {
 void SizingWorker::count(SizedFolder& folder, const DirectoryReader::Entry& entry) {
   if (entry.hidden && scheduler_.skipsHidden()) return;
   if (entry.type == FileType::directory) keepSubFolder(folder, entry.name);
-  if (entry.type == FileType::regular) countFile(folder, entry.name);
+  if (entry.type == FileType::regular) countFile(folder, entry);
 }
 
-void SizingWorker::countFile(SizedFolder& folder, std::string_view name) {
-  const std::optional<std::uint8_t> bucket = folder.bucketOf(scheduler_.attribution(), name);
+void SizingWorker::countFile(SizedFolder& folder, const DirectoryReader::Entry& entry) {
+  const std::optional<std::uint8_t> bucket = folder.bucketOf(scheduler_.attribution(), entry.name);
   if (!bucket) return;
-  ByteCounts sizes;
-  if (DirectoryReader::readSizes(folder.descriptor(), name.data(), sizes)) {
-    unshared_.totals[*bucket] += sizes;
-    ++unshared_.files;
+  ByteCounts sizes = entry.sizes.value_or(ByteCounts{});
+  if (!entry.sizes) {
+    if (!DirectoryReader::readSizes(folder.descriptor(), entry.name.data(), sizes))
+      return scheduler_.reportUnreadable(folder, entry.name, errno);
     ++calls_;
-  } else {
-    scheduler_.reportUnreadable(folder, name, errno);
   }
+  unshared_.totals[*bucket] += sizes;
+  ++unshared_.files;
 }
 
 void SizingWorker::keepSubFolder(SizedFolder& folder, std::string_view name) {

@@ -35,7 +35,7 @@ class SizingWorker {
   // False when the walk is to end.
   bool countAll(SizedFolder& folder);
   void count(SizedFolder& folder, const DirectoryReader::Entry& entry);
-  void countFile(SizedFolder& folder, std::string_view name);
+  void countFile(SizedFolder& folder, const DirectoryReader::Entry& entry);
   void keepSubFolder(SizedFolder& folder, std::string_view name);
   void shareRest(SizedFolder& folder);
   void queueSubFolders(SizedFolder& folder);

@@ -7,12 +7,6 @@
 
 namespace quarn {
 
-/// Which facts a walk reads besides name and type.
-enum class EnumeratedFacts : std::uint8_t {
-  none,   ///< names and types: no system call per item
-  sizes,  ///< sizes of regular files
-};
-
 /// What an ordered walk lists and reads. A plain value.
 struct WalkOptions {
   HiddenItems hidden = HiddenItems::include;

@@ -29,6 +29,8 @@ constexpr std::array kCauses{
     CauseRow{.cause = UnreadableCause::loop, .id = "loop", .meaning = "symbolic link loop", .isLoss = true},
     CauseRow{.cause = UnreadableCause::limit, .id = "limit", .meaning = "beyond a limit of this program", .isLoss = true},
     CauseRow{.cause = UnreadableCause::other, .id = "other", .meaning = "could not be read", .isLoss = true},
+    CauseRow{.cause = UnreadableCause::privacy, .id = "privacy", .meaning = "refused by privacy protection; grant Full Disk Access", .isLoss = true},
+    CauseRow{.cause = UnreadableCause::onlyInCloud, .id = "onlyInCloud", .meaning = "only in the cloud, not downloaded", .isLoss = false},
 };
 // clang-format on
 
@@ -36,7 +38,7 @@ constexpr bool rowsFollowTheCauses() {
   for (std::size_t i = 0; i < kCauses.size(); ++i) {
     if (static_cast<std::size_t>(kCauses[i].cause) != i) return false;
   }
-  return kCauses.size() == 6;
+  return kCauses.size() == kUnreadableCauses;
 }
 static_assert(rowsFollowTheCauses(), "kCauses must have the order of UnreadableCause");
 

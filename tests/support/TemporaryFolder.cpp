@@ -3,8 +3,9 @@
 #include <cstdlib>
 
 #include <sys/statvfs.h>
-#include <sys/xattr.h>
 #include <unistd.h>
+
+#include "QuarnBuilders/ExtendedAttribute.h"
 
 namespace quarn {
 namespace {
@@ -21,7 +22,7 @@ bool takesAttributes(const char* folder) {
   std::string probe = std::string(folder) + "/quarn-probe-XXXXXX";
   const int file = ::mkstemp(probe.data());
   if (file < 0) return false;
-  const bool takes = ::fsetxattr(file, "user.quarn.probe", "x", 1, 0) == 0;
+  const bool takes = sample::setAttribute(file, "user.quarn.probe", "x") == 0;
   ::close(file);
   ::unlink(probe.c_str());
   return takes;

@@ -14,14 +14,14 @@ constexpr uid_t kNobody = 65534;
 }  // namespace
 
 UnprivilegedUser::UnprivilegedUser() : before_(static_cast<int>(::geteuid())) {
-  if (before_ == 0 && ::seteuid(kNobody) != 0) {
-    throw std::system_error(errno, std::generic_category(), "become an unprivileged user");
-  }
+  if (before_ != 0) return;
+  if (::seteuid(kNobody) != 0) throw std::system_error(errno, std::generic_category(), "become an unprivileged user");
+  taken_ = 1;
 }
 
-// Later tests would run with the wrong permissions.
+// A failure terminates the process, because later tests would run with the wrong permissions.
 UnprivilegedUser::~UnprivilegedUser() {
-  if (::seteuid(static_cast<uid_t>(before_)) != 0) std::terminate();
+  if (taken_ != 0 && ::seteuid(static_cast<uid_t>(before_)) != 0) std::terminate();
 }
 
 }  // namespace quarn

@@ -115,7 +115,7 @@ TEST(ResourceBundle, AMissingFolderIsEmpty) {
 }
 
 TEST(ResourceBundle, TheShippedResourcesLieBesideTheProgramsFolder) {
-  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
+  const std::filesystem::path program = std::filesystem::canonical(::testing::internal::GetArgvs().at(0));
   const std::filesystem::path expected = program.parent_path().parent_path() / "share" / "quarn";
   EXPECT_EQ(ResourceBundle::shipped().folder(), expected.string());
 }

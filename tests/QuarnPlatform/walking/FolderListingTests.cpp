@@ -1,38 +1,14 @@
 #include <algorithm>
-#include <cerrno>
 
 #include <gmock/gmock.h>
 
-#include "QuarnPlatform/walking/FolderListing.h"
-#include "tests/support/MacVolume.h"
-#include "tests/support/MemoryVolume.h"
+#include "tests/QuarnPlatform/walking/Listing.h"
 
 namespace quarn {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-// A folder "/f" of a volume, listed directly.
-class Listing : public ::testing::Test {
- protected:
-  FileDescriptor open() const { return volume.files().openDirectory(FileURL("/f"), Links::doNotFollow); }
-
-  FolderListing listed(const WalkOptions& options, int level = 1) const {
-    FolderListing listing;
-    FolderLister(options).list(open().get(), level, isAbandoned, listing);
-    return listing;
-  }
-
-  static std::vector<std::string> names(const FolderListing& listing) {
-    std::vector<std::string> result;
-    for (const FolderListing::Entry& entry : listing.entries) result.emplace_back(listing.name(entry));
-    return result;
-  }
-
-  MacVolume volume = volumeInMemory();
-  std::atomic<bool> isAbandoned = false;
-};
 
 TEST_F(Listing, IsInByteOrderAlsoWhereNamesBeginAlikeOrAreShort) {
   volume.file("/f/b").file("/f/aaaaaaaab").file("/f/aaaaaaaaa").file("/f/aaaaaaaa").file("/f/B").file("/f/\xC3\xA9");
@@ -68,52 +44,10 @@ TEST_F(Listing, NamesTheFoldersThatAreEntered) {
   EXPECT_THAT(listed({.maximumLevel = 3}, 4).folders, IsEmpty()) << "deeper than the walk goes";
 }
 
-TEST_F(Listing, WantsSizesOnlyOfFilesAndOnlyWhereTheWalkReads) {
-  volume.folder("/f/a");
-  EXPECT_FALSE(listed({.facts = EnumeratedFacts::sizes}).wantsSizes);
-  volume.file("/f/b");
-  EXPECT_TRUE(listed({.facts = EnumeratedFacts::sizes}).wantsSizes);
-  EXPECT_FALSE(listed({}).wantsSizes);
-  EXPECT_FALSE(listed({.facts = EnumeratedFacts::sizes, .maximumLevel = 1}, 2).wantsSizes);
-}
-
-TEST_F(Listing, SizesAreReadForAStretchOfEntriesAndWhatCannotBeReadKeepsItsError) {
-  volume.file("/f/a", 1).folder("/f/b").file("/f/c", 3).file("/f/d", 4).file("/f/e", 5);
-  const WalkOptions options{.facts = EnumeratedFacts::sizes};
-  FolderLister lister(options);
-  FolderListing listing;
-  const FileDescriptor folder = open();
-  lister.list(folder.get(), 1, isAbandoned, listing);
-  volume.remove("/f/c");
-  lister.readSizes(folder.get(), listing, 0, 4);
-  EXPECT_EQ(listing.entries[0].sizes.logicalBytes, 1);
-  EXPECT_FALSE(listing.entries[1].hasSizes()) << "a folder has none";
-  EXPECT_EQ(listing.entries[1].sizesError, 0);
-  EXPECT_FALSE(listing.entries[2].hasSizes());
-  EXPECT_EQ(listing.entries[2].sizesError, ENOENT);
-  EXPECT_EQ(listing.entries[3].sizes.logicalBytes, 4);
-  EXPECT_FALSE(listing.entries[4].hasSizes()) << "not asked for";
-  EXPECT_EQ(listing.entries[4].sizesError, 0);
-}
-
 TEST_F(Listing, AnAbandonedOneIsNotRead) {
   volume.file("/f/a");
   isAbandoned = true;
   EXPECT_THAT(names(listed({})), IsEmpty());
-}
-
-TEST_F(Listing, ACancelledOneIsNotReadNorAreItsSizes) {
-  volume.file("/f/a", 1);
-  WalkOptions options{.facts = EnumeratedFacts::sizes, .cancellation = Cancellation()};
-  FolderLister lister(options);
-  FolderListing listing;
-  const FileDescriptor folder = open();
-  lister.list(folder.get(), 1, isAbandoned, listing);
-  ASSERT_EQ(listing.entries.size(), 1U);
-  options.cancellation.cancel();
-  lister.readSizes(folder.get(), listing, 0, 1);
-  EXPECT_FALSE(listing.entries[0].hasSizes());
-  EXPECT_THAT(names(listed(options)), IsEmpty());
 }
 
 TEST_F(Listing, AListerIsUsedAgainWithoutATraceOfTheFolderBefore) {

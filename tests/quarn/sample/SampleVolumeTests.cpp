@@ -86,8 +86,8 @@ std::map<std::string, std::string> inventory(const std::string& root) {
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
     struct stat status {};
     EXPECT_EQ(::lstat(entry.path().c_str(), &status), 0);
-    std::string facts = std::to_string(status.st_mode) + " " + std::to_string(status.st_mtim.tv_sec) + "." +
-                        std::to_string(status.st_mtim.tv_nsec);
+    std::string facts = std::to_string(status.st_mode) + " " + std::to_string(status.st_mtime);
+    if (!S_ISLNK(status.st_mode)) facts += " " + std::to_string(fs::last_write_time(entry).time_since_epoch().count());
     if (S_ISREG(status.st_mode)) facts += " " + std::to_string(status.st_size) + " " + std::to_string(status.st_nlink);
     if (S_ISLNK(status.st_mode)) facts += " " + fs::read_symlink(entry.path()).string();
     items[entry.path().string().substr(root.size())] = facts;

@@ -11,7 +11,7 @@ namespace {
 TEST(UnreadSummary, CountsByCauseInAFixedOrder) {
   ReadReport report;
   report.add("/a", EACCES);
-  report.add("/b", EPERM);
+  report.add("/b", EACCES);
   report.add("/c", ENOENT);
   report.addOtherDevice("/d");
   report.add("/e", ELOOP);
@@ -22,7 +22,9 @@ TEST(UnreadSummary, CountsByCauseInAFixedOrder) {
   for (const UnreadSummary::Cause& cause : summary.causes) lines.push_back(causeLine(cause));
   EXPECT_EQ(lines, (std::vector<std::string>{"2 items: permission denied", "1 item: vanished while being read",
                                              "1 item: on another device, not entered", "1 item: symbolic link loop",
-                                             "1 item: beyond a limit of this program", "1 item: could not be read"}));
+                                             "1 item: beyond a limit of this program", "1 item: could not be read",
+                                             "0 items: refused by privacy protection; grant Full Disk Access",
+                                             "0 items: only in the cloud, not downloaded"}));
   EXPECT_EQ(summary.count(), 7U);
 }
 
@@ -51,7 +53,8 @@ TEST(UnreadSummary, JSONHasTheCountsOfEveryCauseAndTheItems) {
   report.add("/closed\xFF", EACCES);
   EXPECT_EQ(
       toJSON(unreadSummary(report)).dump(),
-      R"({"count":2,"causes":{"permission":1,"vanished":0,"otherDevice":1,"loop":0,"limit":0,"other":0},"items":[)"
+      R"({"count":2,"causes":{"permission":1,"vanished":0,"otherDevice":1,"loop":0,"limit":0,"other":0,"privacy":0,)"
+      R"("onlyInCloud":0},"items":[)"
       R"({"path":"/Volumes/Backup","cause":"otherDevice","errno":0,"name":""},)"
       "{\"path\":\"/closed\xEF\xBF\xBD\",\"cause\":\"permission\",\"errno\":13,\"name\":\"EACCES\"}]}");
 }

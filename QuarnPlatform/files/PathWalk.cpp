@@ -1,3 +1,5 @@
+#include "QuarnPlatform/files/PathWalk.h"
+
 #include <cerrno>
 #include <deque>
 #include <utility>
@@ -7,7 +9,7 @@
 #include <unistd.h>
 
 #include "QuarnPlatform/base/Interruption.h"
-#include "QuarnPlatform/files/PathWalk.h"
+#include "QuarnPlatform/files/FolderOpener.h"
 #include "QuarnPlatform/paths/Path.h"
 
 namespace quarn {
@@ -15,21 +17,20 @@ namespace {
 
 // macOS reports a loop after as many expansions.
 constexpr int kMaximumLinkExpansions = 33;
-constexpr int kLookOnly = O_PATH | O_NOFOLLOW | O_CLOEXEC;
+constexpr std::size_t kLongestLink = 4096;
 
 // Device and inode.
 using Identity = std::pair<dev_t, ino_t>;
 
 Identity identityOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
 
-bool isFolder(int item) {
-  struct stat status {};
-  return ::fstat(item, &status) == 0 && S_ISDIR(status.st_mode);
+int lookUp(int folder, const std::string& name, struct stat& status) {
+  return againIfInterrupted([&] { return ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW); });
 }
 
-std::optional<std::string> linkTarget(int link) {
-  std::string target(4096, '\0');
-  const ssize_t length = ::readlinkat(link, "", target.data(), target.size());
+std::optional<std::string> linkTarget(int folder, const std::string& name) {
+  std::string target(kLongestLink, '\0');
+  const ssize_t length = ::readlinkat(folder, name.c_str(), target.data(), target.size());
   if (length == 0) errno = ENOENT;
   if (length <= 0) return std::nullopt;
   target.resize(static_cast<std::size_t>(length));
@@ -47,9 +48,8 @@ class PathWalk {
     while (!pending_.empty()) {
       const std::string name = std::move(pending_.front());
       pending_.pop_front();
-      if (!step(name)) return std::nullopt;
+      if (!enterItem() || !step(name)) return std::nullopt;
     }
-    if (!item_.isOpen()) return std::nullopt;
     return end();
   }
 
@@ -62,27 +62,26 @@ class PathWalk {
   }
 
   void toRoot() {
-    item_ = open(root_, ".");
-    names_.clear();
+    inside_ = openForSearch(root_, ".");
     identities_.clear();
     folder_.reset();
+    names_.clear();
   }
 
-  static FileDescriptor open(int folder, const char* name) {
-    return FileDescriptor(againIfInterrupted([&] { return ::openat(folder, name, kLookOnly); }));
+  // Every next name requires a folder, "." too.
+  bool enterItem() {
+    if (!inside_.isOpen() && folder_.isOpen()) inside_ = openForSearch(folder_.get(), names_.back().c_str());
+    return inside_.isOpen();
   }
 
   bool step(const std::string& name) {
-    if (name == "." || name == "..") {
-      if (!isFolder(item_.get())) return fails(ENOTDIR);
-      return name == "." || toParent();
-    }
-    FileDescriptor next = open(item_.get(), name.c_str());
+    if (name == ".") return true;
+    if (name == "..") return toParent();
     struct stat status {};
-    if (!next.isOpen() || ::fstat(next.get(), &status) != 0) return false;
+    if (lookUp(inside_.get(), name, status) != 0) return false;
     const bool isLast = pending_.empty();
-    if (S_ISLNK(status.st_mode) && (!isLast || links_ == Links::follow)) return expand(next.get());
-    folder_ = std::exchange(item_, std::move(next));
+    if (S_ISLNK(status.st_mode) && (!isLast || links_ == Links::follow)) return expand(name);
+    folder_ = std::move(inside_);
     names_.push_back(name);
     identities_.push_back(identityOf(status));
     return true;
@@ -96,14 +95,14 @@ class PathWalk {
     identities_.pop_back();
     wentUp_ = true;
     folder_.reset();
-    item_ = names_.empty() ? open(root_, ".") : open(item_.get(), "..");
+    inside_ = openForSearch(names_.empty() ? root_ : inside_.get(), names_.empty() ? "." : "..");
     struct stat status {};
-    if (!item_.isOpen() || ::fstat(item_.get(), &status) != 0) return false;
+    if (!inside_.isOpen() || ::fstat(inside_.get(), &status) != 0) return false;
     return names_.empty() || identityOf(status) == identities_.back() || fails(ENOENT);
   }
 
-  bool expand(int link) {
-    const std::optional<std::string> target = linkTarget(link);
+  bool expand(const std::string& link) {
+    const std::optional<std::string> target = linkTarget(inside_.get(), link);
     if (!target) return false;
     if (++expansions_ > kMaximumLinkExpansions) return fails(ELOOP);
     if (target->starts_with('/')) toRoot();
@@ -120,9 +119,9 @@ class PathWalk {
   }
 
   FileDescriptor wayDown() {
-    FileDescriptor folder = open(root_, ".");
+    FileDescriptor folder = openForSearch(root_, ".");
     for (std::size_t i = 0; i + 1 < names_.size() && folder.isOpen(); ++i)
-      folder = open(folder.get(), names_[i].c_str());
+      folder = openForSearch(folder.get(), names_[i].c_str());
     return folder;
   }
 
@@ -134,10 +133,10 @@ class PathWalk {
   int root_;
   Links links_;
   std::deque<std::string> pending_;
-  std::vector<std::string> names_;    // the path of `item_`
+  std::vector<std::string> names_;    // the path of the current item
   std::vector<Identity> identities_;  // of the items that the names lead to
-  FileDescriptor item_;
-  FileDescriptor folder_;  // the parent of `item_`, if known
+  FileDescriptor folder_;             // the parent of the current item, if known
+  FileDescriptor inside_;             // the current item, once it is known to be a folder
   int expansions_ = 0;
   bool wentUp_ = false;
 };

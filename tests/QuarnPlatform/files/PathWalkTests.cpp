@@ -94,6 +94,13 @@ TEST_F(PathWalk, AFolderThatMayNotBeSearchedEndsIt) {
   EXPECT_EQ(errno, EACCES);
 }
 
+TEST_F(PathWalk, AFolderThatMayBeSearchedAndNotListedIsWalkedThrough) {
+  volume_.mode("/a", 0111);
+  const UnprivilegedUser user;
+  EXPECT_TRUE(walk("/a/b/file"));
+  EXPECT_TRUE(volume_.files().itemExists(FileURL("/a/b/absolute")));
+}
+
 // Random paths in a tree full of links: the walk and the kernel's lookup inside the root have the same results.
 TEST_F(PathWalk, AgreesWithTheSystemOnEveryPath) {
   const std::vector<std::string> names{"a",  "b",    "file", "up",    "here", "root", "out", "absolute",

@@ -1,0 +1,7 @@
+#include "QuarnPlatform/base/HelperThread.h"
+
+namespace quarn {
+
+void becomeHelperThread() {}
+
+}  // namespace quarn

@@ -1,0 +1,13 @@
+# What the installed library is linked with.
+include(CMakeFindDependencyMacro)
+find_dependency(Threads)
+find_dependency(ICU COMPONENTS uc i18n)
+find_dependency(spdlog)
+find_dependency(fmt)
+find_dependency(PkgConfig)
+if(NOT TARGET PkgConfig::libplist)
+  pkg_check_modules(libplist QUIET IMPORTED_TARGET libplist-2.0)
+endif()
+if(NOT TARGET PkgConfig::libplist)
+  set(QuarnCore_NOT_FOUND_MESSAGE "QuarnCore needs libplist-2.0, but pkg-config cannot find it")
+endif()

@@ -1,0 +1,3 @@
+add_library(CLI11::CLI11 INTERFACE IMPORTED)
+target_include_directories(CLI11::CLI11 INTERFACE ${QUARN_MACOS_DEPENDENCIES}/include)
+set(CLI11_FOUND TRUE)

@@ -1,0 +1,11 @@
+# From the sources that Debian's googletest package brings.
+if(NOT TARGET gtest)
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+endif()
+foreach(library gtest gmock gmock_main)
+  if(NOT TARGET GTest::${library})
+    add_library(GTest::${library} ALIAS ${library})
+  endif()
+endforeach()
+set(GTest_FOUND TRUE)

@@ -1,0 +1,7 @@
+#include "tests/QuarnPlatform/walking/ListedSizes.h"
+
+namespace quarn {
+
+bool sizesComeWithNames() { return false; }
+
+}  // namespace quarn

@@ -1,0 +1,2 @@
+#pragma once
+#include "../../../../../cmake/macos/include/sys/vnode.h"

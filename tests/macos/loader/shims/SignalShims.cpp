@@ -1,0 +1,107 @@
+// Signals: other numbers for some, and sets of 32 bits.
+#include <algorithm>
+#include <array>
+
+#include <pthread.h>
+#include <signal.h>
+
+#include "tests/macos/loader/Shims.h"
+
+namespace quarn::loader {
+namespace {
+
+struct SignalRow {
+  int darwin, here;
+};
+
+constexpr std::array kSignals = std::to_array<SignalRow>({{10, SIGBUS},
+                                                          {12, SIGSYS},
+                                                          {16, SIGURG},
+                                                          {17, SIGSTOP},
+                                                          {18, SIGTSTP},
+                                                          {19, SIGCONT},
+                                                          {20, SIGCHLD},
+                                                          {23, SIGIO},
+                                                          {30, SIGUSR1},
+                                                          {31, SIGUSR2}});
+constexpr int kDarwinSignals = 32;
+
+int hereSignal(int darwin) {
+  const auto* row =
+      std::find_if(kSignals.begin(), kSignals.end(), [&](const SignalRow& r) { return r.darwin == darwin; });
+  return row == kSignals.end() ? darwin : row->here;
+}
+
+int darwinSignal(int here) {
+  const auto* row = std::find_if(kSignals.begin(), kSignals.end(), [&](const SignalRow& r) { return r.here == here; });
+  return row == kSignals.end() ? here : row->darwin;
+}
+
+sigset_t hereSet(std::uint32_t bits) {
+  sigset_t set;
+  sigemptyset(&set);
+  for (int signal = 1; signal < kDarwinSignals; ++signal) {
+    if ((bits & (1u << (signal - 1))) != 0) sigaddset(&set, hereSignal(signal));
+  }
+  return set;
+}
+
+std::uint32_t darwinSet(const sigset_t& set) {
+  std::uint32_t bits = 0;
+  for (int signal = 1; signal < kDarwinSignals; ++signal) {
+    if (sigismember(&set, hereSignal(signal)) == 1) bits |= 1u << (signal - 1);
+  }
+  return bits;
+}
+
+int changeMask(int how, const std::uint32_t* set, std::uint32_t* before) {
+  sigset_t wanted{};
+  sigset_t old{};
+  if (set != nullptr) wanted = hereSet(*set);
+  const int result = ::pthread_sigmask(how - 1, set != nullptr ? &wanted : nullptr, &old);
+  if (before != nullptr) *before = darwinSet(old);
+  return result;
+}
+
+int waitForSignal(const std::uint32_t* set, int* signal) {
+  const sigset_t wanted = hereSet(*set);
+  const int result = ::sigwait(&wanted, signal);
+  if (result == 0) *signal = darwinSignal(*signal);
+  return result;
+}
+
+struct DarwinAction {
+  void (*handler)(int);
+  std::uint32_t mask;
+  int flags;
+};
+
+int setAction(int signal, const DarwinAction* now, DarwinAction* before) {
+  struct sigaction action {};
+  struct sigaction old {};
+  if (now != nullptr) {
+    action.sa_handler = now->handler;
+    action.sa_mask = hereSet(now->mask);
+    action.sa_flags = ((now->flags & 2) != 0 ? SA_RESTART : 0) |
+                      ((now->flags & 4) != 0 ? static_cast<int>(SA_RESETHAND) : 0) |
+                      ((now->flags & 0x10) != 0 ? SA_NODEFER : 0);
+  }
+  const int result = ::sigaction(hereSignal(signal), now != nullptr ? &action : nullptr, &old);
+  if (before != nullptr) *before = {old.sa_handler, darwinSet(old.sa_mask), (old.sa_flags & SA_RESTART) != 0 ? 2 : 0};
+  return result;
+}
+
+int sendSignal(pid_t process, int signal) { return ::kill(process, hereSignal(signal)); }
+int raiseSignal(int signal) { return ::raise(hereSignal(signal)); }
+void (*setHandler(int signal, void (*handler)(int)))(int) { return ::signal(hereSignal(signal), handler); }
+
+}  // namespace
+
+std::span<const Shim> signalShims() {
+  static const std::array shims{shim("pthread_sigmask", changeMask), shim("sigwait", waitForSignal),
+                                shim("sigaction", setAction),        shim("kill", sendSignal),
+                                shim("raise", raiseSignal),          shim("signal", setHandler)};
+  return shims;
+}
+
+}  // namespace quarn::loader
