@@ -115,7 +115,7 @@ def ours(options, volume, kind):
         counted("quarn: partitioned scan (rpc)", volume.rpc(("StorageDashboardService.calculatePartitionedCategorySizes", {})),
                 lambda output: sum(size["logicalBytes"] for size in result(output).values())),
         Program("quarn: topFilesRecursively (rpc)", top(20), every_file if kind == "chain" else None),
-        Program("quarn top", Run([*volume.quarn, "top", HOME, "--hidden"])),
+        Program("quarn top", Run([*volume.quarn, "top", HOME])),
         Program("quarn: cloudSummary (rpc)", cloud, every_visible_file if kind == "chain" else None),
     ]
 

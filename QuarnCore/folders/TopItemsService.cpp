@@ -171,7 +171,7 @@ std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<File
       const std::optional<SizeInfo> walked = packageSize(item.place.url(), sizer, cancellation);
       if (!walked) return;
       size = *walked;
-    } else if (!item.isPackage && options.preferAllocatedSize) {
+    } else if (!item.isPackage && options.preferAllocatedSize && !options.keepsZeroAllocation) {
       size = withKnownAllocation(size);
     }
     const auto key = [&] { return options.preferAllocatedSize ? size.allocatedBytes : largerCount(size); };

@@ -50,6 +50,8 @@ class TopItemsService {
     bool allowSlowForPackages = false;
     bool includeHidden = false;
     bool preferAllocatedSize = false;
+    /// With `preferAllocatedSize`: a file without blocks has 0 bytes. Otherwise it counts its length.
+    bool keepsZeroAllocation = false;
   };
   /// The largest files and packages below the roots. Does not enter packages. Never throws.
   [[nodiscard]] std::vector<TopItem> topFilesRecursively(const std::vector<FileURL>& in, const SearchOptions& options,

@@ -53,10 +53,10 @@ class ThrottledUpdates {
 PartitionedScan::PartitionedScan(ScanPlan plan, ScanRules::Dictionary categoryByExtension, const FileManager& files)
     : plan_(std::move(plan)), rules_(plan_, std::move(categoryByExtension)), itemByItem_(rules_), files_(files) {}
 
-Totals PartitionedScan::run(const std::function<void(const Totals&)>& onUpdate, const Cancellation& cancellation,
+Totals PartitionedScan::run(const Observers& observers, const Cancellation& cancellation,
                             std::chrono::milliseconds interval) {
   Totals totals{};
-  ThrottledUpdates updates(onUpdate, interval);
+  ThrottledUpdates updates(observers.onUpdate, interval);
   TreeSizer::Options options{
       .cancellation = cancellation, .interval = interval, .helperCount = TreeSizer::makeHelperCount(/*threads=*/0)};
   if (updates.areWanted()) options.onProgress = [&](const Totals& ofRoot) { updates.offer(sum(totals, ofRoot)); };
@@ -67,6 +67,7 @@ Totals PartitionedScan::run(const std::function<void(const Totals&)>& onUpdate, 
     const Totals ofRoot = sizeRoot(root, options);
     totals = sum(totals, ofRoot);
     if (root.mode.isFast()) logSize(root, ofRoot);
+    if (observers.onRoot) observers.onRoot(root, ofRoot);
     updates.offer(totals);
   }
   updates.finish(totals);

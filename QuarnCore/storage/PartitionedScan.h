@@ -22,10 +22,16 @@ class PartitionedScan {
   PartitionedScan(const PartitionedScan&) = delete;
   PartitionedScan& operator=(const PartitionedScan&) = delete;
 
-  /// Runs to the end or until cancelled. Calls `onUpdate`, if not null, with the totals so far at most once per
-  /// `interval`, regardless of the number of roots, and at the end with the final totals. A root that cannot be listed
-  /// adds nothing and goes to the read report.
-  Totals run(const std::function<void(const Totals&)>& onUpdate, const Cancellation& cancellation,
+  /// Functions that `run` calls on its own thread. Both may be null.
+  struct Observers {
+    /// Gets the totals so far at most once per interval, regardless of the number of roots, and the final totals.
+    std::function<void(const Totals&)> onUpdate{};
+    /// Gets the totals of each root, also of one that was cancelled. Their sum is the result of `run`.
+    std::function<void(const ScanRoot&, const Totals&)> onRoot{};
+  };
+
+  /// Runs to the end or until cancelled. A root that cannot be listed adds nothing and goes to the read report.
+  Totals run(const Observers& observers, const Cancellation& cancellation,
              std::chrono::milliseconds interval = TreeSizer::kProgressInterval);
 
  private:

@@ -142,13 +142,36 @@ StorageOverview StorageDashboardService::initialOverview() const {
 
 StorageDashboardService::CategorySizes StorageDashboardService::calculatePartitionedCategorySizes(
     const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const {
+  return partition(onUpdate, nullptr, cancellation);
+}
+
+std::vector<StorageDashboardService::PartitionedRoot> StorageDashboardService::calculatePartitionedRoots(
+    const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const {
+  std::vector<PartitionedRoot> roots;
+  const auto keep = [&](PartitionedRoot root) {
+    const bool hasBytes = std::any_of(root.sizes.begin(), root.sizes.end(),
+                                      [](const auto& ofCategory) { return ofCategory.second != SizeInfo{}; });
+    if (hasBytes) roots.push_back(std::move(root));
+  };
+  (void)partition(onUpdate, keep, cancellation);
+  return roots;
+}
+
+StorageDashboardService::CategorySizes StorageDashboardService::partition(
+    const std::function<void(const CategorySizes&)>& onUpdate, const std::function<void(PartitionedRoot)>& onRoot,
+    const Cancellation& cancellation) const {
   const FileManager files = files_.cancelledBy(cancellation);
   const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
   ScanPlan plan = makeScanPlan(categories, quarantineManager_.baseURL(), volumeLocationChecker_, files);
   PartitionedScan scan(std::move(plan), signatureRegistry_.packageCategoryByExtension(), files);
-  std::function<void(const PartitionedScan::Totals&)> update;
-  if (onUpdate) update = [&](const PartitionedScan::Totals& totals) { onUpdate(byCategory(totals)); };
-  return byCategory(scan.run(update, cancellation));
+  PartitionedScan::Observers observers;
+  if (onUpdate) observers.onUpdate = [&](const PartitionedScan::Totals& totals) { onUpdate(byCategory(totals)); };
+  if (onRoot) {
+    observers.onRoot = [&](const ScanRoot& root, const PartitionedScan::Totals& totals) {
+      onRoot({.url = FileURL(root.path), .sizes = byCategory(totals)});
+    };
+  }
+  return byCategory(scan.run(observers, cancellation));
 }
 
 std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(StorageCategoryID category,

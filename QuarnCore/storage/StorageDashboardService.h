@@ -50,6 +50,16 @@ class StorageDashboardService {
   /// far.
   [[nodiscard]] CategorySizes calculatePartitionedCategorySizes(
       const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const;
+  /// A folder or file that the pass walks separately, with its bytes in each category. It does not include the roots
+  /// inside it.
+  struct PartitionedRoot {
+    FileURL url{};
+    CategorySizes sizes{};
+  };
+  /// The same pass, root by root in walk order, without roots that have no bytes. The sum over all roots is what
+  /// `calculatePartitionedCategorySizes` returns.
+  [[nodiscard]] std::vector<PartitionedRoot> calculatePartitionedRoots(
+      const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const;
 
   /// The size of the roots in `preciseRoots`, root by root; absent if there are none. Throws FileError.
   [[nodiscard]] std::optional<SizeInfo> calculatePreciseSize(StorageCategoryID category,
@@ -62,6 +72,9 @@ class StorageDashboardService {
                                      const Cancellation& cancellation = Cancellation::never()) const;
 
  private:
+  CategorySizes partition(const std::function<void(const CategorySizes&)>& onUpdate,
+                          const std::function<void(PartitionedRoot)>& onRoot, const Cancellation& cancellation) const;
+
   VolumeInfoClient volumeInfoClient_;
   FileSizeCalculator fileSizeCalculator_;
   StorageSignatureRegistry signatureRegistry_;

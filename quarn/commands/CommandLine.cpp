@@ -10,6 +10,7 @@
 #include "quarn/commands/AppSelection.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Help.h"
+#include "quarn/commands/VolumeOptions.h"
 #include "quarn/services/Version.h"
 #include "quarn/terminal/TerminalText.h"
 
@@ -113,6 +114,7 @@ int runCommandLine(const std::vector<std::string>& words) {
   UnreadSummary unread;
   try {
     parseArguments(words, arguments);
+    addVolumeOfEnvironment(arguments);
     return flushed(run(arguments, unread));
   } catch (const UsageError& error) {
     return tell(

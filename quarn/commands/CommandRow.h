@@ -47,7 +47,8 @@ struct CommandRow {
   std::span<const OptionRow> options{};
   std::span<const ExampleRow> examples{};
   ExitCode (*run)(CommandContext& context);
-  bool hasList = false;  ///< the command supports --ndjson
+  bool hasList = false;     ///< the command supports --ndjson
+  bool needsVolume = true;  ///< the command reports on a Mac's volume; false: it also works without one
 };
 
 }  // namespace quarn

@@ -55,23 +55,44 @@ std::vector<FileURL> existing(std::vector<FileURL> folders, const FileManager& f
   return folders;
 }
 
+enum class Rank : std::uint8_t { disk, length };
+
+Rank rankOf(const Arguments& arguments) { return arguments.text("--by") == "length" ? Rank::length : Rank::disk; }
+
+std::int64_t rankedBytes(const TopItem& item, Rank rank) {
+  return rank == Rank::disk ? item.size.allocatedBytes : std::max(item.size.allocatedBytes, item.size.logicalBytes);
+}
+
+// The services rank lists of one level by the larger of the two counts, so get the whole list and rank it here.
+std::vector<TopItem> largest(std::vector<TopItem> items, Rank rank, long limit) {
+  std::stable_sort(items.begin(), items.end(), [&](const TopItem& left, const TopItem& right) {
+    return rankedBytes(left, rank) > rankedBytes(right, rank);
+  });
+  if (static_cast<long>(items.size()) > limit) items.resize(static_cast<std::size_t>(limit));
+  return items;
+}
+
 std::vector<TopItem> rankedItems(CommandContext& context) {
   const Arguments& arguments = context.arguments();
   const TopItemsService& service = context.services().topItems();
   const Cancellation& cancellation = context.cancellation();
-  const bool hidden = arguments.has("--hidden");
+  const bool hidden = !arguments.has("--no-hidden");
+  const Rank rank = rankOf(arguments);
   const long limit = arguments.number("--limit", kUsualLimit);
   std::vector<FileURL> folders = foldersToRank(context);
   if (arguments.has("--category")) folders = existing(std::move(folders), context.services().files);
-  if (arguments.has("--children")) return service.topChildren(folders, limit, true, hidden, cancellation);
-  if (arguments.has("--files")) return service.topFiles(folders, limit, hidden, cancellation);
+  if (arguments.has("--children")) {
+    return largest(service.children(folders, /*allowSlow=*/true, hidden, cancellation), rank, limit);
+  }
+  if (arguments.has("--files")) return largest(service.topFiles(folders, kNoLimit, hidden, cancellation), rank, limit);
   return service.topFilesRecursively(folders,
                                      {.limit = limit,
                                       .maxDepth = arguments.number("--depth", kNoLimit),
                                       .maxVisited = arguments.number("--visits", kNoLimit),
                                       .allowSlowForPackages = true,
                                       .includeHidden = hidden,
-                                      .preferAllocatedSize = arguments.has("--allocated")},
+                                      .preferAllocatedSize = rank == Rank::disk,
+                                      .keepsZeroAllocation = true},
                                      cancellation);
 }
 
@@ -88,16 +109,15 @@ std::vector<FileURL> cloudFolders(CommandContext& context) {
 
 ExitCode runTop(CommandContext& context) {
   const std::vector<TopItem> items = rankedItems(context);
-  const std::int64_t largest =
-      items.empty() ? 0 : std::max(items.front().size.allocatedBytes, items.front().size.logicalBytes);
+  const Rank rank = rankOf(context.arguments());
+  const std::int64_t most = items.empty() ? 0 : rankedBytes(items.front(), rank);
   Table table({{.title = "ON DISK", .align = Table::Align::right},
                {.title = "LENGTH", .align = Table::Align::right},
                {.title = "", .barWidth = kBarWidth},
                {.title = "ITEM", .isFlexible = true}});
   for (const TopItem& item : items) {
-    const std::int64_t rank = std::max(item.size.allocatedBytes, item.size.logicalBytes);
-    table.addRow({context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes), shareOf(rank, largest),
-                  context.displayPath(item.url)});
+    table.addRow({context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes),
+                  shareOf(rankedBytes(item, rank), most), context.displayPath(item.url)});
   }
   showList(context, "items", toJSON(items), table);
   return context.finish();
@@ -149,10 +169,11 @@ constexpr std::array kTopOptions{
               .help = "Visit at most N items (default no limit)",
               .isNumber = true,
               .excludes = "--files|--children"},
-    OptionRow{.name = "--hidden", .help = "Include hidden items"},
-    OptionRow{.name = "--allocated",
-              .help = "Rank by space on disk, not by the larger of space and length",
-              .excludes = "--files|--children"},
+    OptionRow{.name = "--no-hidden", .help = "Leave out hidden items"},
+    OptionRow{.name = "--by",
+              .argument = "SIZE",
+              .help = "disk: rank by space on disk (default); length: by the larger of space and length",
+              .choices = "disk|length"},
 };
 constexpr std::array kTopExamples{
     ExampleRow{.line = "quarn top ~", .meaning = "the largest files of the home folder"},

@@ -28,7 +28,8 @@ constexpr CommandRow kRPCRow{.name = "rpc",
                              .summary = "Serve every operation over JSON-RPC on standard input and output",
                              .options = kRPCOptions,
                              .examples = kRPCExamples,
-                             .run = serveRPC};
+                             .run = serveRPC,
+                             .needsVolume = false};
 
 }  // namespace
 

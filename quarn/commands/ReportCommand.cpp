@@ -32,7 +32,7 @@ std::int64_t elsewhere(const TopItem& item) { return item.size.logicalBytes - it
 
 std::vector<TopItem> candidates(CommandContext& context) {
   const Services& services = context.services();
-  return services.topItems().topFilesRecursively({services.files.homeDirectory(), FileURL("/Applications")},
+  return services.topItems().topFilesRecursively({FileURL("/")},
                                                  {.limit = kCandidates,
                                                   .maxDepth = std::numeric_limits<long>::max(),
                                                   .maxVisited = std::numeric_limits<long>::max(),
@@ -64,7 +64,8 @@ ReportFrame frame(CommandContext& context, Date madeAt) {
 
 VolumeReport volumeReport(CommandContext& context) {
   const StorageDashboardService& dashboard = context.services().storageDashboard();
-  VolumeReport report{.volume = dashboard.initialOverview().volume};
+  VolumeReport report{.volume = dashboard.initialOverview().volume,
+                      .hasCapacity = context.services().files.mount().isMountPoint};
   context.progress("scanning the volume");
   const auto sizes = dashboard.calculatePartitionedCategorySizes(nullptr, context.cancellation());
   for (const auto& [category, size] : sizes) report.categories.push_back({category, size});

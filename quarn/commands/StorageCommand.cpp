@@ -26,7 +26,8 @@ std::int64_t allocatedSum(const Sizes& sizes) {
   return sum;
 }
 
-std::int64_t onlyInCloud(const SizeInfo& size) {
+// The bytes of files in the cloud that are not downloaded, and of the holes in sparse files.
+std::int64_t notOnDisk(const SizeInfo& size) {
   return std::max<std::int64_t>(size.logicalBytes - size.allocatedBytes, 0);
 }
 
@@ -49,49 +50,88 @@ Sizes scan(CommandContext& context) {
   return sizes;
 }
 
-std::string overviewText(const VolumeInfo& volume, const Sizes& sizes, bool isComplete, CommandContext& context) {
-  const std::int64_t used = std::max<std::int64_t>(volume.totalBytes - volume.freeBytes, 0);
-  const std::int64_t attributed = allocatedSum(sizes);
-  std::string text = fmt::format("{}  {} of {} used, {} free\n\n", escapedForTerminal(volume.name), context.size(used),
-                                 context.size(volume.totalBytes), context.size(volume.freeBytes));
+/// What the overview shows: the volume and the categories of its bytes.
+struct Overview {
+  VolumeInfo volume{};
+  /// False for a folder that is not a mounted volume. The totals in `volume` are then those of the disk that holds the
+  /// folder, and say nothing about it.
+  bool hasCapacity = true;
+  Sizes sizes{};
+  bool isComplete = true;
+
+  [[nodiscard]] std::int64_t attributedBytes() const { return allocatedSum(sizes); }
+  [[nodiscard]] std::int64_t usedBytes() const {
+    return hasCapacity ? std::max<std::int64_t>(volume.totalBytes - volume.freeBytes, 0) : attributedBytes();
+  }
+  [[nodiscard]] std::int64_t unattributedBytes() const {
+    return std::max<std::int64_t>(usedBytes() - attributedBytes(), 0);
+  }
+};
+
+std::string headline(const Overview& overview, CommandContext& context) {
+  const std::string name = escapedForTerminal(overview.volume.name);
+  if (!overview.hasCapacity) {
+    return fmt::format("{}  {} found in a folder that is not a mounted volume\n\n", name,
+                       context.size(overview.usedBytes()));
+  }
+  return fmt::format("{}  {} of {} used, {} free\n\n", name, context.size(overview.usedBytes()),
+                     context.size(overview.volume.totalBytes), context.size(overview.volume.freeBytes));
+}
+
+std::string overviewText(const Overview& overview, CommandContext& context) {
+  const std::int64_t whole = std::max(overview.usedBytes(), overview.attributedBytes());
+  std::string text = headline(overview, context);
   Table table({{.title = "CATEGORY"},
                {.title = "ON DISK", .align = Table::Align::right},
                {.title = "SHARE", .align = Table::Align::right},
                {.title = "", .barWidth = kBarWidth},
-               {.title = "ONLY IN CLOUD", .align = Table::Align::right}});
-  for (const auto& [category, size] : sizes) {
-    const double share = shareOf(size.allocatedBytes, std::max(used, attributed));
+               {.title = "NOT ON DISK", .align = Table::Align::right}});
+  for (const auto& [category, size] : overview.sizes) {
+    const double share = shareOf(size.allocatedBytes, whole);
     table.addRow({std::string(rawValue(category)), context.size(size.allocatedBytes),
-                  fmt::format("{:.1f} %", share * 100), share, context.size(onlyInCloud(size))});
+                  fmt::format("{:.1f} %", share * 100), share, context.size(notOnDisk(size))});
   }
-  const std::int64_t rest = std::max<std::int64_t>(used - attributed, 0);
-  const double restShare = shareOf(rest, std::max(used, attributed));
-  table.addRow({{"unattributed", Style::dim},
-                {context.size(rest), Style::dim},
-                {fmt::format("{:.1f} %", restShare * 100), Style::dim},
-                {restShare, Style::dim}});
+  if (overview.hasCapacity) {
+    const std::int64_t rest = overview.unattributedBytes();
+    const double restShare = shareOf(rest, whole);
+    table.addRow({{"unattributed", Style::dim},
+                  {context.size(rest), Style::dim},
+                  {fmt::format("{:.1f} %", restShare * 100), Style::dim},
+                  {restShare, Style::dim}});
+  }
   text += table.text(context.out());
-  if (!isComplete) text += "\nIncomplete: the scan was interrupted; these are the totals so far.\n";
+  if (!overview.isComplete) text += "\nIncomplete: the scan was interrupted; these are the totals so far.\n";
   return text;
 }
 
+nlohmann::ordered_json overviewJSON(const Overview& overview) {
+  nlohmann::ordered_json volume = toJSON(overview.volume);
+  nlohmann::ordered_json unattributed;
+  if (overview.hasCapacity) {
+    unattributed = overview.unattributedBytes();
+  } else {
+    volume["totalBytes"] = volume["freeBytes"] = nullptr;
+  }
+  return {{"volume", std::move(volume)},
+          {"categories", toJSON(overview.sizes)},
+          {"unattributedBytes", std::move(unattributed)},
+          {"isComplete", overview.isComplete}};
+}
+
 ExitCode showOverview(CommandContext& context) {
-  const VolumeInfo volume = context.services().storageDashboard().initialOverview().volume;
-  const Sizes sizes = scan(context);
-  const bool isComplete = !context.isInterrupted();
+  Overview overview{.volume = context.services().storageDashboard().initialOverview().volume,
+                    .hasCapacity = context.services().files.mount().isMountPoint};
+  overview.sizes = scan(context);
+  overview.isComplete = !context.isInterrupted();
   if (context.wantsJSON()) {
-    const std::int64_t used = std::max<std::int64_t>(volume.totalBytes - volume.freeBytes, 0);
-    context.printDocument({{"volume", toJSON(volume)},
-                           {"categories", toJSON(sizes)},
-                           {"unattributedBytes", std::max<std::int64_t>(used - allocatedSum(sizes), 0)},
-                           {"isComplete", isComplete}});
+    context.printDocument(overviewJSON(overview));
   } else if (context.wantsLines()) {
-    for (const auto& [category, size] : sizes) {
+    for (const auto& [category, size] : overview.sizes) {
       nlohmann::ordered_json row{{"id", rawValue(category)}, {"size", toJSON(size)}};
       context.printLines(nlohmann::ordered_json::array({std::move(row)}));
     }
   } else {
-    context.print(overviewText(volume, sizes, isComplete, context));
+    context.print(overviewText(overview, context));
   }
   return context.finish();
 }
@@ -109,7 +149,23 @@ void sortBySize(std::vector<SizedRoot>& rows) {
                    [&](const SizedRoot& left, const SizedRoot& right) { return onDisk(left) > onDisk(right); });
 }
 
-std::vector<SizedRoot> sizedRoots(StorageCategoryID category, CommandContext& context) {
+// The part of the category in each root of the whole volume's scan, so that the sum is the overview's total.
+std::vector<SizedRoot> partitionedRoots(StorageCategoryID category, CommandContext& context) {
+  const StorageDashboardService& dashboard = context.services().storageDashboard();
+  const auto roots = dashboard.calculatePartitionedRoots(
+      [&](const Sizes& soFar) { context.progress(liveLine(soFar, context)); }, context.cancellation());
+  context.endProgress();
+  std::vector<SizedRoot> rows;
+  for (const auto& [url, sizes] : roots) {
+    const SizeInfo size = sizes.at(category);
+    if (size == SizeInfo{}) continue;
+    rows.push_back({.url = url, .size = size, .hint = dashboard.vendorHint(url, category)});
+  }
+  return rows;
+}
+
+// The folders that the category lists, each with all that is in it, whatever its category.
+std::vector<SizedRoot> listedRoots(StorageCategoryID category, CommandContext& context) {
   const StorageDashboardService& dashboard = context.services().storageDashboard();
   std::vector<SizedRoot> rows;
   for (const FileURL& root : dashboard.preciseRoots(category, context.cancellation())) {
@@ -125,12 +181,13 @@ std::vector<SizedRoot> sizedRoots(StorageCategoryID category, CommandContext& co
     rows.push_back(std::move(row));
   }
   context.endProgress();
-  sortBySize(rows);
   return rows;
 }
 
 ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
-  const std::vector<SizedRoot> rows = sizedRoots(category, context);
+  std::vector<SizedRoot> rows =
+      context.arguments().has("--roots") ? listedRoots(category, context) : partitionedRoots(category, context);
+  sortBySize(rows);
   SizeInfo total;
   for (const SizedRoot& row : rows) total += row.size.value_or(SizeInfo{});
   Table table({{.title = "ON DISK", .align = Table::Align::right},
@@ -164,6 +221,7 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
 
 ExitCode runStorage(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
+  if (words.empty() && context.arguments().has("--roots")) throw UsageError("--roots requires a CATEGORY");
   if (words.empty()) return showOverview(context);
   return showCategory(fromRawValue<StorageCategoryID>(words.front()).value(), context);
 }
@@ -172,6 +230,8 @@ constexpr std::array kStoragePositionals{
     PositionalRow{.name = "CATEGORY",
                   .help = kChoiceList<StorageCategoryID, StorageCategoryID::other>,
                   .choices = kChoices<StorageCategoryID, StorageCategoryID::other>}};
+constexpr std::array kStorageOptions{
+    OptionRow{.name = "--roots", .help = "Size the folders that CATEGORY lists, whatever category their items have"}};
 constexpr std::array kStorageExamples{
     ExampleRow{.line = "quarn storage", .meaning = "every category"},
     ExampleRow{.line = "quarn storage development", .meaning = "one category, folder by folder"},
@@ -181,6 +241,7 @@ constexpr CommandRow kStorageRow{
     .summary = "Show where the disk's space goes",
     .description = "Every byte counts for at most one category. Ctrl-C stops the scan and prints the totals so far.",
     .positionals = kStoragePositionals,
+    .options = kStorageOptions,
     .examples = kStorageExamples,
     .run = runStorage,
     .hasList = true};

@@ -155,7 +155,8 @@ constexpr CommandRow kVendorsRow{.name = "vendors",
                                  .options = kVendorsOptions,
                                  .examples = kVendorsExamples,
                                  .run = runVendors,
-                                 .hasList = true};
+                                 .hasList = true,
+                                 .needsVolume = false};
 
 }  // namespace
 

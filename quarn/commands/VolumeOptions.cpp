@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "quarn/commands/CommandError.h"
@@ -66,6 +67,19 @@ void refuseChangingAccessTimes(const FileManager& files) {
                          " would change access times (mount it read-only or with noatime, or run as root)");
 }
 
+// Every Mac has this file on its system volume.
+void refuseOtherSystems(const FileManager& files) {
+  if (files.itemExists(FileURL("/System/Library/CoreServices/SystemVersion.plist"))) return;
+  throw CommandError(ExitCode::usage,
+                     "this system is not a Mac: name a mounted Mac volume with --volume DIR or QUARN_VOLUME");
+}
+
+void addOption(Arguments& arguments, const std::string& option, const char* variable) {
+  const char* value = std::getenv(variable);
+  if (value == nullptr || *value == '\0' || arguments.has(option)) return;
+  arguments.options[option] = {value};
+}
+
 FileManager volumeAt(const std::optional<std::string>& folder, AccessTimes accessTimes) {
   return folder ? FileManager::mounted(*folder, FileURL("/Users"), accessTimes) : FileManager::host(accessTimes);
 }
@@ -77,6 +91,7 @@ FileManager openVolume(const Arguments& arguments) {
   const std::optional<std::string> homeText = arguments.text("--home");
   const bool isForensic = arguments.has("--forensic");
   FileManager files = volumeAt(volume, isForensic ? AccessTimes::keepOrFail : AccessTimes::keepIfPermitted);
+  if (!volume && arguments.command != nullptr && arguments.command->needsVolume) refuseOtherSystems(files);
   if (isForensic) refuseChangingAccessTimes(files);
   if (volume && !homeText) return files.withHome(onlyHome(files));
   if (!homeText) return files;
@@ -88,6 +103,12 @@ FileManager openVolume(const Arguments& arguments) {
   if (arguments.command == nullptr || arguments.command->name != "rpc") throw CommandError(ExitCode::notFound, problem);
   std::fprintf(stderr, "quarn: warning: %s\n", problem.c_str());
   return files;
+}
+
+void addVolumeOfEnvironment(Arguments& arguments) {
+  if (arguments.has("--volume")) return;
+  addOption(arguments, "--volume", "QUARN_VOLUME");
+  addOption(arguments, "--home", "QUARN_HOME");
 }
 
 }  // namespace quarn

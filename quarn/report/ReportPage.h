@@ -29,6 +29,8 @@ struct VolumeReport {
 
   ReportFrame frame{};
   VolumeInfo volume{};
+  /// False for a folder that is not a mounted volume: the totals in `volume` are those of the disk that holds it.
+  bool hasCapacity = true;
   std::vector<StorageCategory> categories{};
   std::vector<Item> largest{};    ///< by space on this disk, largest first
   std::vector<Item> elsewhere{};  ///< by length minus space on this disk, largest first

@@ -110,19 +110,21 @@ std::vector<Fact> facts(const VolumeReport& report) {
   const std::int64_t used = std::max<std::int64_t>(volume.totalBytes - volume.freeBytes, 0);
   const SizeInfo counted = sum(report.categories);
   const std::int64_t rest = std::max<std::int64_t>(used - counted.allocatedBytes, 0);
+  const Fact inCategories{"In categories", sizeText(counted.allocatedBytes, units), "on disk"};
+  const Fact notHere{"Not on this disk", sizeText(elsewhere(counted), units), "in the cloud or in sparse files"};
+  if (!report.hasCapacity) return {inCategories, notHere};
   return {{"In use", sizeText(used, units), "of " + sizeText(volume.totalBytes, units)},
           {"Free", sizeText(volume.freeBytes, units), ""},
-          {"In categories", sizeText(counted.allocatedBytes, units), "on disk"},
+          inCategories,
           {"In no category", sizeText(rest, units), "of the used space"},
-          {"Not on this disk", sizeText(elsewhere(counted), units), "in the cloud or in sparse files"}};
+          notHere};
 }
 
 std::string largestSection(const VolumeReport& report) {
-  const ItemTable table{.id = "item",
-                        .caption =
-                            "Files and packages (such as apps and libraries) in the home folder and the "
-                            "Applications folder, by space on this disk",
-                        .items = report.largest};
+  const ItemTable table{
+      .id = "item",
+      .caption = "Files and packages (such as apps and libraries) on the whole volume, by space on this disk",
+      .items = report.largest};
   return "<section aria-labelledby=\"largest\">\n<h2 id=\"largest\">The largest items</h2>\n"
          "<a class=\"skip\" href=\"#item-table\">Skip the map</a>\n" +
          map(itemTiles(report), "Map of the largest items", report.frame.units) + itemTable(table, report.frame) +

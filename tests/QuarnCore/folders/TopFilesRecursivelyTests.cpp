@@ -218,6 +218,16 @@ TEST(TopFilesRecursively, WithPreferredAllocationOnlyTheAllocatedSizeRanks) {
   EXPECT_THAT(names(found(volume, {"/f"})), ElementsAre("half", "full"));
 }
 
+TEST(TopFilesRecursively, WithKeptZerosAFileWithoutBlocksRanksLast) {
+  TopItemsVolume volume;
+  volume.sparse("/f/hole", 1'000'000).file("/f/real", 4'096);
+  Options options = kAll;
+  options.preferAllocatedSize = true;
+  EXPECT_THAT(lines(found(volume, {"/f"}, options)), ElementsAre("/f/hole 1000000 1000000", "/f/real 4096 4096"));
+  options.keepsZeroAllocation = true;
+  EXPECT_THAT(lines(found(volume, {"/f"}, options)), ElementsAre("/f/real 4096 4096", "/f/hole 0 1000000"));
+}
+
 TEST(TopFilesRecursively, APackagesSizesAreNotAdjusted) {
   TopItemsVolume volume;
   volume.sparse("/f/P.app/a", 1'000'000).file("/f/b", 1);

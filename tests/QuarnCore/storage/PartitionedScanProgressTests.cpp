@@ -31,7 +31,7 @@ PartitionedScan::Totals scan(const DashboardVolume& volume,
                              const std::function<void(const PartitionedScan::Totals&)>& onUpdate,
                              const Cancellation& cancellation, std::chrono::milliseconds interval) {
   const FileManager files = volume.files();
-  return PartitionedScan(volume.plan(), {}, files).run(onUpdate, cancellation, interval);
+  return PartitionedScan(volume.plan(), {}, files).run({.onUpdate = onUpdate}, cancellation, interval);
 }
 
 TEST(PartitionedScanProgress, WithoutAnIntervalAnUpdateFollowsEveryRootAndTheLastIsTheResult) {

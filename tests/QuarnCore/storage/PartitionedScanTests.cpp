@@ -42,6 +42,24 @@ TEST(PartitionedScan, EachRootCountsForItsCategory) {
                           Pair(Category::systemData, 128), Pair(Category::other, 64)));
 }
 
+TEST(PartitionedScan, ByRootEachByteCountsInTheRootThatHoldsIt) {
+  DashboardVolume volume;
+  volume.file("~/Documents/a", 16).file("~/Documents/A.app/x", 8).file("~/Pictures/a", 1).file("~/.cargo/a", 4);
+  volume.folder("~/Music");
+  std::map<std::string, SizeInfo> byRoot;
+  std::map<Category, SizeInfo> sums;
+  for (const auto& [url, sizes] : volume.dashboard().calculatePartitionedRoots({}, Cancellation::never())) {
+    for (const auto& [category, size] : sizes) {
+      byRoot[url.path()] += size;
+      sums[category] += size;
+    }
+  }
+  EXPECT_EQ(sums, volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never()));
+  EXPECT_EQ(byRoot["/Users/ann/Documents"].logicalBytes, 24);
+  EXPECT_EQ(byRoot["/Users/ann/Pictures"].logicalBytes, 1);
+  EXPECT_FALSE(byRoot.contains("/Users/ann/Music")) << "it has no bytes";
+}
+
 TEST(PartitionedScan, HiddenItemsCount) {
   DashboardVolume volume;
   volume.file("~/Pictures/.a", 1).file("~/Pictures/.b/c", 2).file("/usr/.a/.b", 4).file("~/Documents/A.app/.x/y", 8);

@@ -68,7 +68,7 @@ TEST(Arguments, AnOptionCannotBeCombinedWithTheOnesThatItExcludes) {
       }
     }
   }
-  EXPECT_EQ(exclusions, 3 * 16 + 4 + 8);
+  EXPECT_EQ(exclusions, 3 * 16 + 4 + 6);
 }
 
 TEST(Arguments, ContradictingOptionsAreRefused) {
@@ -84,17 +84,17 @@ TEST(Arguments, ContradictingOptionsAreRefused) {
                                                    {"top", "--files", "--depth", "1"},
                                                    {"top", "--children", "--visits", "1"},
                                                    {"top", "--files", "--visits", "1"},
-                                                   {"top", "--children", "--allocated"},
-                                                   {"top", "--files", "--allocated"},
+                                                   {"top", "--by", "age"},
                                                    {"vendors", "check", "folder", "--match", "App"}};
   for (const auto& words : rows) EXPECT_NE(refusal(words), "") << words.front() << " " << words.back();
 }
 
 TEST(Arguments, CompatibleOptionsAreAccepted) {
-  const std::vector<std::vector<std::string>> rows{{"top", "--category", "photos", "--files", "--hidden"},
-                                                   {"top", "--category", "photos", "--children", "--limit", "3"},
-                                                   {"top", "/Users", "--depth", "1", "--visits", "2", "--allocated"},
-                                                   {"apps", "--json", "--iec", "--verbose"}};
+  const std::vector<std::vector<std::string>> rows{
+      {"top", "--category", "photos", "--files", "--no-hidden"},
+      {"top", "--category", "photos", "--children", "--limit", "3", "--by", "disk"},
+      {"top", "/Users", "--depth", "1", "--visits", "2", "--by", "length"},
+      {"apps", "--json", "--iec", "--verbose"}};
   for (const auto& words : rows) EXPECT_EQ(refusal(words), "") << words.back();
 }
 

@@ -107,9 +107,9 @@ TEST(CommandOutput, ColoursAreOnlyUsedOnTerminalsUnlessForced) {
 TEST(CommandOutput, ProgressIsOnlyShownOnTerminals) { EXPECT_EQ(runOnSample({"inspect", "Lumen Notes"}).err, ""); }
 
 TEST(CommandOutput, SizesHaveTheSelectedUnits) {
-  EXPECT_THAT(runOnSample({"top", "--limit", "1"}).out, HasSubstr("64.00 GB"));
-  EXPECT_THAT(runOnSample({"top", "--limit", "1", "--iec"}).out, HasSubstr("GiB"));
-  EXPECT_THAT(runOnSample({"top", "--limit", "1", "--bytes"}).out, HasSubstr("64000000000"));
+  EXPECT_THAT(runOnSample({"top", "--by", "length", "--limit", "1"}).out, HasSubstr("64.00 GB"));
+  EXPECT_THAT(runOnSample({"top", "--by", "length", "--limit", "1", "--iec"}).out, HasSubstr("GiB"));
+  EXPECT_THAT(runOnSample({"top", "--by", "length", "--limit", "1", "--bytes"}).out, HasSubstr("64000000000"));
 }
 
 TEST(CommandOutput, AnEmptyListPrintsNothingFound) {
@@ -176,7 +176,7 @@ TEST(CommandOutput, TheOutputsOnTheSampleVolumeMatchTheGoldenFiles) {
       {"jobs.txt", {"jobs"}},
       {"receipts.txt", {"receipts"}},
       {"kexts.txt", {"kexts"}},
-      {"top.txt", {"top", "--limit", "8"}},
+      {"top.txt", {"top", "--by", "length", "--limit", "8"}},
       {"vendors-match.txt", {"vendors", "--match", "Slack"}},
   };
   const std::filesystem::path folder = projectFolder() / "tests/quarn/commands/golden";

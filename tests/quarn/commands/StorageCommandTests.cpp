@@ -10,7 +10,9 @@
 namespace quarn {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 TEST(StorageCommand, AnUnknownCategoryGetsASuggestion) {
   const CommandRun run = runOnSample({"storage", "game"});
@@ -35,6 +37,55 @@ TEST(StorageCommand, SizesThatDoNotFitAreAnErrorWithTheFolder) {
   const auto error = nlohmann::json::parse(run.out)["error"];
   EXPECT_EQ(error["path"], "/Users/ann/Documents");
   EXPECT_EQ(error["name"], "EOVERFLOW");
+}
+
+TEST(StorageCommand, ACategoryHasTheTotalOfTheOverviewAndItsFoldersAddUpToIt) {
+  const auto overview = nlohmann::json::parse(runOnSample({"storage", "--json"}).out)["categories"];
+  ASSERT_EQ(overview.size(), 8u);
+  for (const auto& [category, size] : overview.items()) {
+    const auto document = nlohmann::json::parse(runOnSample({"storage", category, "--json"}).out);
+    EXPECT_EQ(document["size"], size) << category;
+    std::int64_t sum = 0;
+    for (const auto& root : document["roots"]) sum += root["size"]["allocatedBytes"].get<std::int64_t>();
+    EXPECT_EQ(sum, size["allocatedBytes"]) << category;
+    EXPECT_GT(sum, 0) << category;
+  }
+}
+
+TEST(StorageCommand, ListedRootsIncludeItemsOfOtherCategories) {
+  MacVolume volume;
+  volume.file("~/Documents/letter", 4096)
+      .file("~/Documents/node_modules/a", 8192)
+      .file("~/Documents/Saves.app/a", 4096);
+  const auto sizeOf = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), {"--volume", volume.root(), "storage", "documents", "--json"});
+    return nlohmann::json::parse(runQuarn(words).out)["size"]["allocatedBytes"];
+  };
+  volume.file("~/Documents/Library.photoslibrary/a", 16384);
+  EXPECT_EQ(sizeOf({"--roots"}), 32768);
+  EXPECT_EQ(sizeOf({}), 16384);
+  EXPECT_EQ(runOnSample({"storage", "--roots"}).exitCode, 2);
+}
+
+TEST(StorageCommand, AFolderThatIsNotAMountedVolumeHasNoCapacity) {
+  const CommandRun text = runOnSample({"storage"});
+  EXPECT_THAT(text.out, HasSubstr(" found in a folder that is not a mounted volume\n"));
+  EXPECT_THAT(text.out, Not(HasSubstr("unattributed")));
+  const auto document = nlohmann::json::parse(runOnSample({"storage", "--json"}).out);
+  EXPECT_TRUE(document["volume"]["totalBytes"].is_null());
+  EXPECT_TRUE(document["volume"]["freeBytes"].is_null());
+  EXPECT_TRUE(document["unattributedBytes"].is_null());
+}
+
+TEST(StorageCommand, AMountedVolumeHasACapacity) {
+  const FileManager files = FileManager::mounted("/dev/shm", FileURL("/"));
+  if (!files.mount().isMountPoint) GTEST_SKIP() << "/dev/shm is not a mount point";
+  const CommandRun text = runQuarn({"--volume", "/dev/shm", "--home", "/", "storage"});
+  EXPECT_THAT(text.out, AllOf(HasSubstr(" used, "), HasSubstr("unattributed")));
+  const auto document =
+      nlohmann::json::parse(runQuarn({"--volume", "/dev/shm", "--home", "/", "storage", "--json"}).out);
+  EXPECT_GT(document["volume"]["totalBytes"], 0);
+  EXPECT_TRUE(document["unattributedBytes"].is_number());
 }
 
 }  // namespace

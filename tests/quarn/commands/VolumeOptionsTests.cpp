@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "QuarnPlatform/files/FileManager.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
@@ -60,6 +61,34 @@ TEST(VolumeOptions, AnUnreadableUsersFolderIsReported) {
   volume.file("/Users/ann/a").mode("/Users", 0000);
   const UnprivilegedUser user;
   EXPECT_THAT(runQuarn({"--volume", volume.root(), "apps"}).err, HasSubstr("list /Users: Permission denied"));
+}
+
+TEST(VolumeOptions, WithoutAVolumeASystemThatIsNotAMacIsRefused) {
+  if (FileManager::host().itemExists(FileURL("/System/Library/CoreServices/SystemVersion.plist"))) {
+    GTEST_SKIP() << "this system is a Mac";
+  }
+  for (const std::string command : {"apps", "storage", "top", "jobs", "receipts", "kexts", "cloud"}) {
+    const CommandRun run = runQuarn({command});
+    EXPECT_EQ(run.exitCode, 2) << command;
+    EXPECT_EQ(run.err,
+              "quarn: this system is not a Mac: name a mounted Mac volume with --volume DIR or QUARN_VOLUME\n");
+    EXPECT_EQ(run.out, "");
+  }
+  EXPECT_EQ(runQuarn({"vendors"}).exitCode, 0);
+  EXPECT_EQ(runQuarn({"rpc"}).exitCode, 0);
+}
+
+TEST(VolumeOptions, TheEnvironmentNamesTheVolumeUnlessTheCommandLineDoes) {
+  MacVolume volume;
+  volume.app("/Applications/Only.app", {.bundleIdentifier = "com.example.only"});
+  const std::vector<std::string> sample{"QUARN_VOLUME=" + sampleFolder(), "QUARN_HOME=/Users/bob"};
+  EXPECT_EQ(runQuarn({"apps"}, "", sample).out,
+            runQuarn({"--volume", sampleFolder(), "--home", "/Users/bob", "apps"}).out);
+  EXPECT_EQ(runQuarn({"--home", "/Users/ann", "apps"}, "", sample).out, runOnSample({"apps"}).out);
+  // The home of another volume must not be looked for on this one.
+  EXPECT_EQ(runQuarn({"--volume", volume.root(), "apps"}, "", sample).out,
+            runQuarn({"--volume", volume.root(), "apps"}).out);
+  EXPECT_EQ(runQuarn({"--volume", volume.root(), "apps"}, "", {"QUARN_VOLUME="}).exitCode, 0);
 }
 
 }  // namespace

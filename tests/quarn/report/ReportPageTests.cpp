@@ -294,5 +294,13 @@ TEST(ReportStyle, EveryColourBelowWhiteTextHasEnoughContrast) {
   EXPECT_EQ(colors, 12);
 }
 
+TEST(VolumeReportPage, AFolderThatIsNotAMountedVolumeHasNoCapacity) {
+  VolumeReport report = volumeReport();
+  EXPECT_THAT(reportPage(report), AllOf(HasSubstr("In use"), HasSubstr("In no category")));
+  report.hasCapacity = false;
+  EXPECT_THAT(reportPage(report),
+              AllOf(Not(HasSubstr("In use")), Not(HasSubstr("In no category")), HasSubstr("In categories")));
+}
+
 }  // namespace
 }  // namespace quarn
