@@ -1,6 +1,7 @@
 #include "QuarnSystem/ReceiptSnapshot.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <memory>
 #include <mutex>
@@ -15,6 +16,7 @@
 #include "QuarnPlatform/paths/PrivatePrefix.h"
 #include "QuarnPlatform/text/Text.h"
 #include "QuarnSystem/ReceiptFiles.h"
+#include "QuarnSystem/ReceiptIndex.h"
 
 namespace quarn {
 namespace {
@@ -39,6 +41,18 @@ class Receipts {
       slots_ = std::make_unique<Slot[]>(receipts_.size());
     });
     return receipts_;
+  }
+
+  // Null for the first query: one query reads every bill once without an index. The second query builds it.
+  [[nodiscard]] const ReceiptIndex* indexForManyQueries() {
+    if (queries_.fetch_add(1) == 0) return nullptr;
+    std::call_once(indexOnce_, [this] {
+      index_.emplace(all());
+      for (std::size_t i = 0; i < receipts_.size(); ++i) {
+        if (const SharedBill paths = bill(i)) index_->addBill(i, receipts_[i], *paths);
+      }
+    });
+    return index_->isComplete() ? &*index_ : nullptr;
   }
 
   // The bill of the receipt at an index of `all()`; null if there is no readable bill.
@@ -72,6 +86,9 @@ class Receipts {
   std::once_flag once_;
   std::vector<ReceiptFile> receipts_;
   std::unique_ptr<Slot[]> slots_;
+  std::atomic<std::size_t> queries_ = 0;
+  std::once_flag indexOnce_;
+  std::optional<ReceiptIndex> index_;
   std::mutex keptMutex_;
   std::size_t keptBytes_ = 0;
 };
@@ -125,6 +142,9 @@ class SoughtItem {
     }
   }
 
+  // All paths under which a bill may list the item.
+  [[nodiscard]] const std::vector<std::string>& paths() const { return paths_; }
+
   // True if a bill of the receipt could list the item.
   [[nodiscard]] bool mayBeListed(const ReceiptFile& receipt) const {
     return anyPlace(receipt, [](std::string_view) { return true; });
@@ -173,10 +193,31 @@ std::vector<ReceiptInfo> allReceipts(Receipts& receipts) {
       all.size(), [&](std::size_t i) { return std::optional(answer.infoOf(all[i], receipts.bill(i))); });
 }
 
+// The receipts that belong to the app; absent if the index does not apply to it.
+std::optional<std::vector<std::size_t>> indexedReceipts(Receipts& receipts, const AppEntity& app,
+                                                        const SoughtItem& bundle) {
+  const ReceiptIndex* index = receipts.indexForManyQueries();
+  if (index == nullptr) return std::nullopt;
+  std::vector<std::size_t> found = index->named(app.bundleIdentifier.value_or(""));
+  for (const std::string& path : bundle.paths()) {
+    if (!ReceiptIndex::isBundlePath(path)) return std::nullopt;
+    const std::vector<std::size_t> listing = index->listing(path);
+    found.insert(found.end(), listing.begin(), listing.end());
+  }
+  std::sort(found.begin(), found.end());
+  found.erase(std::unique(found.begin(), found.end()), found.end());
+  return found;
+}
+
 std::vector<ReceiptInfo> receiptsMatching(Receipts& receipts, const AppEntity& app) {
   const SoughtItem bundle(receipts.files(), app.bundleURL.path());
   const std::vector<ReceiptFile>& all = receipts.all();
   Answer answer(receipts.files());
+  if (const auto indexed = indexedReceipts(receipts, app, bundle)) {
+    std::vector<ReceiptInfo> found;
+    for (const std::size_t i : *indexed) found.push_back(answer.infoOf(all[i], receipts.bill(i)));
+    return found;
+  }
   return collectInParallel<ReceiptInfo>(all.size(), [&](std::size_t i) -> std::optional<ReceiptInfo> {
     const SharedBill bill = receipts.bill(i);
     const bool belongs = belongsByIdentifier(app, all[i].identifier) || (bill && bundle.isOrHoldsListed(all[i], *bill));

@@ -75,20 +75,31 @@ ArtifactScanner::ArtifactScanner(FileSizeCalculator fileSizeCalculator, FileMana
 std::vector<Artifact> ArtifactScanner::scan(const AppEntity& app, const EntitlementsInfo& entitlements,
                                             const Options& options, const Cancellation& cancellation) const {
   const FileManager files = files_.cancelledBy(cancellation);
+  const long depth = options.heuristicMaxDepth;
+  const long results = options.heuristicMaxResults;
+  const Lookups lookups{
+      .propertyLists = propertyListFinder(files),
+      .userSearch = [&](const AppEntity& sought) { return userHeuristicSearch(sought, depth, results, cancellation); },
+      .systemSearch =
+          [&](const AppEntity& sought) { return systemHeuristicSearch(sought, depth, results, cancellation); },
+      .sizes = fileSizeCalculator_};
+  return scan(app, entitlements, options, lookups, cancellation);
+}
+
+std::vector<Artifact> ArtifactScanner::scan(const AppEntity& app, const EntitlementsInfo& entitlements,
+                                            const Options& options, const Lookups& lookups,
+                                            const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
   std::vector<Artifact> artifacts{appBundleArtifact(app, files)};
-  append(artifacts, userLocationArtifacts(app, files));
-  if (options.includeSystemArtifacts) append(artifacts, systemLocationArtifacts(app, files));
+  append(artifacts, userLocationArtifacts(app, files, lookups.propertyLists));
+  if (options.includeSystemArtifacts) append(artifacts, systemLocationArtifacts(app, files, lookups.propertyLists));
   append(artifacts, groupContainerArtifacts(entitlements, files));
   if (options.includeVendorHeuristics) append(artifacts, sharedVendorArtifacts(app, files));
-  if (options.includeHeuristicSearch) {
-    append(artifacts, userHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults, cancellation));
-  }
-  if (options.includeSystemHeuristicSearch) {
-    append(artifacts, systemHeuristicSearch(app, options.heuristicMaxDepth, options.heuristicMaxResults, cancellation));
-  }
+  if (options.includeHeuristicSearch) append(artifacts, lookups.userSearch(app));
+  if (options.includeSystemHeuristicSearch) append(artifacts, lookups.systemSearch(app));
   // Artifacts with the same id have the same items, so the first one covers the others.
   artifacts = VendorArtifactDeduplicator::deduplicate(artifacts, files);
-  if (options.computeSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files, cancellation);
+  if (options.computeSizes) sizeArtifacts(artifacts, lookups.sizes, files, cancellation);
   sortLargestFirst(artifacts);
   return artifacts;
 }

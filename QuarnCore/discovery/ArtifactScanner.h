@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,15 @@ class ArtifactScanner {
     Required<bool> computeSizes;
   };
 
+  /// What a scan asks of the volume. The lookups for one app read the disk for each question; the lookups for many apps
+  /// cache what they read.
+  struct Lookups {
+    std::function<std::vector<FileURL>(const FileURL& folder, const std::string& bundleID)> propertyLists;
+    std::function<std::vector<Artifact>(const AppEntity& app)> userSearch;
+    std::function<std::vector<Artifact>(const AppEntity& app)> systemSearch;
+    FileSizeCalculator sizes;
+  };
+
   ArtifactScanner(FileSizeCalculator fileSizeCalculator, FileManager files);
 
   /// The app's bundle, its artifacts in the standard locations, and those that the options add. No file is in two
@@ -35,6 +45,10 @@ class ArtifactScanner {
   [[nodiscard]] std::vector<Artifact> scan(const AppEntity& app, const EntitlementsInfo& entitlements,
                                            const Options& options,
                                            const Cancellation& cancellation = Cancellation::never()) const;
+  /// The same scan with these lookups.
+  [[nodiscard]] std::vector<Artifact> scan(const AppEntity& app, const EntitlementsInfo& entitlements,
+                                           const Options& options, const Lookups& lookups,
+                                           const Cancellation& cancellation) const;
 
   /// Searches four of the user's Library folders for visible items, outside packages, with a name similar to the
   /// app's name or bundle identifier, in walk order. Searches up to `maxDepth` levels below each folder. The direct

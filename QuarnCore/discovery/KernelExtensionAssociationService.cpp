@@ -1,5 +1,6 @@
 #include "QuarnCore/discovery/KernelExtensionAssociationService.h"
 
+#include <memory>
 #include <utility>
 
 #include "QuarnModels/ArtifactIdentity.h"
@@ -64,6 +65,22 @@ std::vector<Artifact> KernelExtensionAssociationService::kernelExtensionArtifact
     if (found) artifacts.push_back(makeArtifact(extension, found->evidence, scopeOf(extension.url, home_, files_)));
   }
   return artifacts;
+}
+
+std::function<std::vector<Artifact>(const AppEntity& app)> KernelExtensionAssociationService::forManyApps(
+    ReceiptSnapshot receipts, const Cancellation& cancellation) const {
+  using Extensions = std::vector<KernelExtensionInfo>;
+  const auto listed = std::make_shared<std::optional<Extensions>>();
+  const auto extensions = [ask = kernelExtensionService_, listed](bool includeMacOS) -> const Extensions& {
+    if (!*listed) *listed = ask.installedKernelExtensions(includeMacOS);
+    return **listed;
+  };
+  KernelExtensionAssociationService service = *this;
+  service.kernelExtensionService_.installedKernelExtensions = extensions;
+  return [service, extensions, receipts = std::move(receipts), cancellation](const AppEntity& app) {
+    if (extensions(/*includeMacOS=*/false).empty()) return std::vector<Artifact>();
+    return service.kernelExtensionArtifacts(app, /*includeMacOS=*/false, receipts, cancellation);
+  };
 }
 
 std::optional<KernelExtensionAssociationService::Association> KernelExtensionAssociationService::association(

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -61,6 +62,11 @@ class KernelExtensionAssociationService {
   /// The associations of all extensions that have one, by the path of the extension.
   [[nodiscard]] std::map<std::string, Association> associations(
       const std::vector<KernelExtensionInfo>& kernelExtensions, const std::vector<AppEntity>& apps) const;
+
+  /// Returns the function `kernelExtensionArtifacts` for many apps, without the extensions of macOS. It lists the
+  /// extensions once. Use it from one thread.
+  [[nodiscard]] std::function<std::vector<Artifact>(const AppEntity& app)> forManyApps(
+      ReceiptSnapshot receipts, const Cancellation& cancellation) const;
 
   /// The id of the artifact for an extension at `url`.
   [[nodiscard]] std::string artifactID(const FileURL& url) const;

@@ -2,15 +2,19 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
+#include <unordered_map>
+#include <utility>
 
 #include "QuarnCore/discovery/LibraryFolders.h"
 #include "QuarnModels/ArtifactIdentity.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/resources/Localization.h"
 #include "QuarnPlatform/text/Text.h"
+#include "QuarnPlatform/text/TextComposition.h"
 
 namespace quarn {
 namespace {
@@ -135,18 +139,45 @@ std::optional<FileURL> existingItem(const FileURL& folder, std::string_view name
   return files.existingURL(folder.appending(name).path());
 }
 
-std::vector<FileURL> propertyLists(const FileURL& folder, const std::string& bundleID, const FileManager& files) {
-  std::vector<FileURL> found;
-  for (const DirectoryEntry& entry : files.contentsOrNone(folder, HiddenItems::include)) {
-    if (!Text::hasPrefix(entry.url.lastPathComponent(), bundleID)) continue;
-    if (Text::lowercased(entry.url.pathExtension()) == "plist") found.push_back(entry.url);
+bool isPropertyList(const FileURL& url) { return Text::lowercased(url.pathExtension()) == "plist"; }
+
+/// The property lists in a folder, searched by the beginning of the name.
+class PropertyListNames {
+ public:
+  PropertyListNames(const FileURL& folder, const FileManager& files) {
+    for (const DirectoryEntry& entry : files.contentsOrNone(folder, HiddenItems::include)) {
+      if (isPropertyList(entry.url)) urls_.push_back(entry.url);
+    }
+    for (std::uint32_t i = 0; i < urls_.size(); ++i) {
+      byName_.emplace_back(composed(Text::validUTF8(urls_[i].lastPathComponent())), i);
+    }
+    std::sort(byName_.begin(), byName_.end());
   }
-  return found;
-}
+
+  // Equivalent names have the same composed bytes. A combining mark may follow the prefix, so `Text::hasPrefix` decides.
+  [[nodiscard]] std::vector<FileURL> beginningWith(const std::string& prefix) const {
+    const std::string key = composed(Text::validUTF8(prefix));
+    std::vector<std::uint32_t> found;
+    auto at = std::lower_bound(byName_.begin(), byName_.end(), std::pair(key, std::uint32_t{0}));
+    for (; at != byName_.end() && at->first.starts_with(key); ++at) {
+      if (Text::hasPrefix(urls_[at->second].lastPathComponent(), prefix)) found.push_back(at->second);
+    }
+    std::sort(found.begin(), found.end());
+    std::vector<FileURL> result;
+    result.reserve(found.size());
+    for (const std::uint32_t index : found) result.push_back(urls_[index]);
+    return result;
+  }
+
+ private:
+  std::vector<FileURL> urls_;
+  std::vector<std::pair<std::string, std::uint32_t>> byName_;
+};
 
 class LocationScan {
  public:
-  LocationScan(const AppEntity& app, const FileManager& files) : app_(app), files_(files) {}
+  LocationScan(const AppEntity& app, const FileManager& files, const PropertyListFinder& propertyLists)
+      : app_(app), files_(files), propertyLists_(propertyLists) {}
 
   std::vector<Artifact> run(std::span<const Location> locations, ArtifactScope scope) const {
     std::vector<Artifact> artifacts;
@@ -162,7 +193,7 @@ class LocationScan {
   std::vector<FileURL> itemsAt(const Location& location) const {
     const std::string_view path = location.folder.path;
     const FileURL folder = path.starts_with('/') ? FileURL(path) : files_.homeDirectory().appending(path);
-    if (location.lookFor == LookFor::propertyLists) return propertyLists(folder, *app_.bundleIdentifier, files_);
+    if (location.lookFor == LookFor::propertyLists) return propertyLists_(folder, *app_.bundleIdentifier);
     const std::optional<FileURL> item = existingItem(folder, itemName(location), files_);
     if (!item) return {};
     if (location.lookFor == LookFor::bundleIDFolder) return {FileURL(item->path(), URLKind::directory)};
@@ -184,6 +215,7 @@ class LocationScan {
 
   const AppEntity& app_;
   const FileManager& files_;
+  const PropertyListFinder& propertyLists_;
 };
 
 }  // namespace
@@ -199,12 +231,34 @@ Artifact appBundleArtifact(const AppEntity& app, const FileManager& files) {
                      .title = "App"});
 }
 
-std::vector<Artifact> userLocationArtifacts(const AppEntity& app, const FileManager& files) {
-  return LocationScan(app, files).run(kUserLocations, ArtifactScope::user);
+PropertyListFinder propertyListFinder(const FileManager& files) {
+  return [files](const FileURL& folder, const std::string& bundleID) {
+    std::vector<FileURL> found;
+    for (DirectoryEntry& entry : files.contentsOrNone(folder, HiddenItems::include)) {
+      if (!Text::hasPrefix(entry.url.lastPathComponent(), bundleID)) continue;
+      if (isPropertyList(entry.url)) found.push_back(std::move(entry.url));
+    }
+    return found;
+  };
 }
 
-std::vector<Artifact> systemLocationArtifacts(const AppEntity& app, const FileManager& files) {
-  return LocationScan(app, files).run(kSystemLocations, ArtifactScope::system);
+PropertyListFinder rememberingPropertyListFinder(const FileManager& files) {
+  const auto known = std::make_shared<std::unordered_map<std::string, PropertyListNames>>();
+  return [files, known](const FileURL& folder, const std::string& bundleID) {
+    auto at = known->find(folder.path());
+    if (at == known->end()) at = known->emplace(folder.path(), PropertyListNames(folder, files)).first;
+    return at->second.beginningWith(bundleID);
+  };
+}
+
+std::vector<Artifact> userLocationArtifacts(const AppEntity& app, const FileManager& files,
+                                            const PropertyListFinder& propertyLists) {
+  return LocationScan(app, files, propertyLists).run(kUserLocations, ArtifactScope::user);
+}
+
+std::vector<Artifact> systemLocationArtifacts(const AppEntity& app, const FileManager& files,
+                                              const PropertyListFinder& propertyLists) {
+  return LocationScan(app, files, propertyLists).run(kSystemLocations, ArtifactScope::system);
 }
 
 std::vector<Artifact> groupContainerArtifacts(const EntitlementsInfo& entitlements, const FileManager& files) {

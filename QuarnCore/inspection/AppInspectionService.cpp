@@ -30,16 +30,6 @@ std::vector<Artifact> merged(std::vector<Artifact> artifacts) {
   return result;
 }
 
-ArtifactScanner::Options scanOptions(const AppInspectionService::Options& options) {
-  return {.includeHeuristicSearch = options.includeHeuristicSearch,
-          .heuristicMaxDepth = options.heuristicMaxDepth,
-          .heuristicMaxResults = options.heuristicMaxResults,
-          .includeVendorHeuristics = options.includeVendorHeuristics,
-          .includeSystemArtifacts = options.includeSystemArtifacts,
-          .includeSystemHeuristicSearch = options.includeSystemHeuristicSearch,
-          .computeSizes = options.computeArtifactSizes};
-}
-
 }  // namespace
 
 AppInspectionService::AppInspectionService(ArtifactScanner artifactScanner,
@@ -71,45 +61,48 @@ std::vector<AppInspectionService::Phase> AppInspectionService::phaseSequence(con
 
 AppInspection AppInspectionService::inspect(const AppEntity& app, const Options& options, const Progress& progress,
                                             const Cancellation& cancellation) const {
+  return run(app, options, sourcesOfOne(options, cancellation), progress, cancellation);
+}
+
+void AppInspectionService::inspectAll(const std::vector<AppEntity>& apps, const Options& options,
+                                      const std::function<void(AppInspection inspection)>& onInspection,
+                                      const Cancellation& cancellation) const {
+  if (apps.empty() || cancellation.isCancelled()) return;
+  const InspectionSources sources = sourcesOfMany(apps, options, cancellation);
+  for (const AppEntity& app : apps) {
+    AppInspection inspection = run(app, options, sources, nullptr, cancellation);
+    // A partial inspection would look complete.
+    if (cancellation.isCancelled()) return;
+    onInspection(std::move(inspection));
+  }
+}
+
+AppInspection AppInspectionService::run(const AppEntity& app, const Options& options, const InspectionSources& sources,
+                                        const Progress& progress, const Cancellation& cancellation) const {
   AppInspection inspection{.app = app};
-  // All phases share one snapshot of the receipts.
-  const bool needsReceipts = options.includeReceipts || options.includeKernelExtensions;
-  const ReceiptSnapshot receipts = needsReceipts ? receiptScanner_.snapshot() : ReceiptSnapshot();
   EntitlementsInfo entitlements;
   std::vector<Artifact> artifacts;
   for (const Phase phase : phaseSequence(options)) {
     if (cancellation.isCancelled()) break;
     if (progress) progress(phase);
     switch (phase) {
-      case Phase::uninstallers:
-        inspection.uninstallers = uninstallerDiscovery_.findUninstallers(app, cancellation);
-        break;
+      case Phase::uninstallers: inspection.uninstallers = sources.uninstallers(app); break;
       case Phase::entitlements:
         if (options.includeGroupContainers) entitlements = entitlementsReader_.readEntitlements(app.bundleURL);
         break;
-      case Phase::artifacts:
-        append(artifacts, artifactScanner_.scan(app, entitlements, scanOptions(options), cancellation));
-        break;
-      case Phase::documents:
-        append(artifacts,
-               artifactScanner_.documentsHeuristicSearch(app, options.documentsHeuristicMaxDepth,
-                                                         options.documentsHeuristicMaxResults, cancellation));
-        break;
-      case Phase::launchd: append(artifacts, artifactScanner_.launchdArtifacts(app, launchdScanner_.scan())); break;
-      case Phase::receipts: append(artifacts, artifactScanner_.receiptArtifacts(receipts.receiptsMatching(app))); break;
-      case Phase::deepInspector:
-        append(artifacts, deepInspector_.inspect(app, artifacts, entitlements, cancellation));
-        break;
+      case Phase::artifacts: append(artifacts, sources.artifacts(app, entitlements)); break;
+      case Phase::documents: append(artifacts, sources.documents(app)); break;
+      case Phase::launchd: append(artifacts, sources.launchd(app)); break;
+      case Phase::receipts: append(artifacts, sources.receipts(app)); break;
+      case Phase::deepInspector: append(artifacts, sources.deepInspector(app, artifacts, entitlements)); break;
       case Phase::kernelExtensions:
-        artifacts = withKernelExtensions(
-            std::move(artifacts),
-            kernelExtensionAssociator_.kernelExtensionArtifacts(app, /*includeMacOS=*/false, receipts, cancellation));
+        artifacts = withKernelExtensions(std::move(artifacts), sources.kernelExtensions(app));
         break;
       case Phase::finalize: break;  // runs below, also for a cancelled inspection
     }
   }
   artifacts = merged(std::move(artifacts));
-  if (options.computeArtifactSizes) sizeArtifacts(artifacts, fileSizeCalculator_, files_, cancellation);
+  if (options.computeArtifactSizes) sizeArtifacts(artifacts, sources.sizes, files_, cancellation);
   inspection.artifacts = std::move(artifacts);
   inspection.inspectedAt = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
   return inspection;

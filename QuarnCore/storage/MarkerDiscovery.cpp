@@ -13,7 +13,7 @@
 namespace quarn {
 namespace {
 
-using Kind = StorageSignatureRegistry::Signature::Kind;
+using MarkerKind = StorageSignatureRegistry::Signature::Kind;
 
 constexpr long kMaximumDepth = 5;
 constexpr int kMaximumVisited = 60'000;
@@ -27,7 +27,7 @@ struct Marker {
 
 Marker makeMarker(const StorageSignatureRegistry::Signature& signature) {
   return {MarkerPattern(signature.pattern),
-          signature.kind == Kind::markerFile ? FileType::regular : FileType::directory};
+          signature.kind == MarkerKind::markerFile ? FileType::regular : FileType::directory};
 }
 
 class MarkerSearch {

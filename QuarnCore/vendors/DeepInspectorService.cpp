@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string_view>
+#include <unordered_map>
 
 #include "QuarnModels/ArtifactIdentity.h"
 #include "QuarnPlatform/resources/Localization.h"
@@ -183,11 +185,7 @@ void markSource(std::vector<Artifact>& artifacts) {
 DeepInspectorService::DeepInspectorService(VendorProfileRegistry vendorProfiles, FileManager files)
     : vendorProfiles_(std::move(vendorProfiles)), files_(std::move(files)) {}
 
-std::vector<Artifact> DeepInspectorService::inspect(const AppEntity& app,
-                                                    const std::vector<Artifact>& /*existingArtifacts*/,
-                                                    const EntitlementsInfo& /*entitlements*/,
-                                                    const Cancellation& cancellation) const {
-  const FileManager files = files_.cancelledBy(cancellation);
+std::vector<Artifact> DeepInspectorService::builtIn(const AppEntity& app, const FileManager& files) {
   const std::string bundleID = Text::lowercased(app.bundleIdentifier.value_or(""));
   const std::string name = Text::lowercased(app.name);
   std::vector<Artifact> artifacts;
@@ -197,9 +195,36 @@ std::vector<Artifact> DeepInspectorService::inspect(const AppEntity& app,
       for (const FileURL& url : itemsOf(row, files)) artifacts.push_back(makeArtifact(row, url));
     }
   }
+  return artifacts;
+}
+
+std::vector<Artifact> DeepInspectorService::inspect(const AppEntity& app,
+                                                    const std::vector<Artifact>& /*existingArtifacts*/,
+                                                    const EntitlementsInfo& /*entitlements*/,
+                                                    const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
+  std::vector<Artifact> artifacts = builtIn(app, files);
   append(artifacts, vendorProfiles_.artifacts(app, files, files.homeDirectory()));
   markSource(artifacts);
   return artifacts;
+}
+
+std::function<std::vector<Artifact>(const AppEntity& app)> DeepInspectorService::forManyApps(
+    const Cancellation& cancellation) const {
+  using Artifacts = std::vector<Artifact>;
+  const auto known = std::make_shared<std::unordered_map<std::size_t, Artifacts>>();
+  return [profiles = vendorProfiles_, files = files_.cancelledBy(cancellation), known](const AppEntity& app) {
+    Artifacts artifacts = builtIn(app, files);
+    for (const std::size_t index : profiles.matchingIndices(app)) {
+      auto at = known->find(index);
+      if (at == known->end()) {
+        at = known->emplace(index, profiles.profiles()[index].makeArtifacts(files, files.homeDirectory())).first;
+      }
+      append(artifacts, at->second);
+    }
+    markSource(artifacts);
+    return artifacts;
+  };
 }
 
 }  // namespace quarn

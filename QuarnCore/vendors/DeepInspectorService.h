@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
@@ -20,7 +21,14 @@ class DeepInspectorService {
                                               const EntitlementsInfo& entitlements,
                                               const Cancellation& cancellation = Cancellation::never()) const;
 
+  /// Returns the function `inspect` for many apps, which resolves the paths of each profile once. Use it from one
+  /// thread.
+  [[nodiscard]] std::function<std::vector<Artifact>(const AppEntity& app)> forManyApps(
+      const Cancellation& cancellation) const;
+
  private:
+  [[nodiscard]] static std::vector<Artifact> builtIn(const AppEntity& app, const FileManager& files);
+
   VendorProfileRegistry vendorProfiles_;
   FileManager files_;
 };

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 
 #include "QuarnPlatform/text/Text.h"
@@ -48,16 +50,29 @@ void addInside(const FileURL& bundle, const FileManager& files, std::vector<Unin
   }
 }
 
-void addBeside(const AppEntity& app, const FileManager& files, std::vector<UninstallerCandidate>& candidates) {
+/// An item beside an app that has the name of an uninstaller and can be launched.
+struct Neighbour {
+  FileURL url;
+  std::string key;
+};
+using Neighbours = std::vector<Neighbour>;
+
+Neighbours neighboursIn(const FileURL& folder, const FileManager& files) {
+  Neighbours neighbours;
+  for (const DirectoryEntry& entry : files.contentsOrNone(folder, HiddenItems::skip)) {
+    if (files.cancellation().isCancelled()) break;
+    std::string key = Text::normalizedKey(entry.url.lastPathComponent());
+    if (hasUninstallerName(key) && isLaunchable(entry.url, files)) neighbours.push_back({entry.url, std::move(key)});
+  }
+  return neighbours;
+}
+
+void addBeside(const AppEntity& app, const Neighbours& neighbours, std::vector<UninstallerCandidate>& candidates) {
   const std::string appKey = Text::normalizedKey(app.name);
   const bool isNameTelling = Text::characterCount(appKey) >= kMinimumAppKeyLength;
-  for (const DirectoryEntry& entry :
-       files.contentsOrNone(app.bundleURL.deletingLastPathComponent(), HiddenItems::skip)) {
-    if (files.cancellation().isCancelled()) return;
-    const std::string key = Text::normalizedKey(entry.url.lastPathComponent());
-    if (!hasUninstallerName(key) || !isLaunchable(entry.url, files)) continue;
-    const bool namesApp = isNameTelling && Text::contains(key, appKey);
-    candidates.push_back(makeCandidate(entry.url, namesApp ? kBesideNamedConfidence : kBesideConfidence));
+  for (const Neighbour& neighbour : neighbours) {
+    const bool namesApp = isNameTelling && Text::contains(neighbour.key, appKey);
+    candidates.push_back(makeCandidate(neighbour.url, namesApp ? kBesideNamedConfidence : kBesideConfidence));
   }
 }
 
@@ -68,16 +83,10 @@ std::vector<UninstallerCandidate> firstOfEachPath(std::vector<UninstallerCandida
   return candidates;
 }
 
-}  // namespace
-
-UninstallerDiscoveryService::UninstallerDiscoveryService(FileManager files) : files_(std::move(files)) {}
-
-std::vector<UninstallerCandidate> UninstallerDiscoveryService::findUninstallers(
-    const AppEntity& app, const Cancellation& cancellation) const {
-  const FileManager files = files_.cancelledBy(cancellation);
+std::vector<UninstallerCandidate> find(const AppEntity& app, const Neighbours& neighbours, const FileManager& files) {
   std::vector<UninstallerCandidate> candidates;
   if (files.itemExists(app.bundleURL)) addInside(app.bundleURL, files, candidates);
-  addBeside(app, files, candidates);
+  addBeside(app, neighbours, candidates);
   candidates = firstOfEachPath(std::move(candidates));
   std::stable_sort(candidates.begin(), candidates.end(),
                    [](const UninstallerCandidate& left, const UninstallerCandidate& right) {
@@ -85,6 +94,27 @@ std::vector<UninstallerCandidate> UninstallerDiscoveryService::findUninstallers(
                      return Text::localizedCaseInsensitiveCompare(left.name, right.name) < 0;
                    });
   return candidates;
+}
+
+}  // namespace
+
+UninstallerDiscoveryService::UninstallerDiscoveryService(FileManager files) : files_(std::move(files)) {}
+
+std::vector<UninstallerCandidate> UninstallerDiscoveryService::findUninstallers(
+    const AppEntity& app, const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
+  return find(app, neighboursIn(app.bundleURL.deletingLastPathComponent(), files), files);
+}
+
+std::function<std::vector<UninstallerCandidate>(const AppEntity& app)> UninstallerDiscoveryService::forManyApps(
+    const Cancellation& cancellation) const {
+  const auto known = std::make_shared<std::unordered_map<std::string, Neighbours>>();
+  return [files = files_.cancelledBy(cancellation), known](const AppEntity& app) {
+    const FileURL folder = app.bundleURL.deletingLastPathComponent();
+    auto at = known->find(folder.path());
+    if (at == known->end()) at = known->emplace(folder.path(), neighboursIn(folder, files)).first;
+    return find(app, at->second, files);
+  };
 }
 
 }  // namespace quarn

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "QuarnModels/AppEntity.h"
@@ -19,6 +20,11 @@ class UninstallerDiscoveryService {
   /// If cancelled, those found so far.
   [[nodiscard]] std::vector<UninstallerCandidate> findUninstallers(
       const AppEntity& app, const Cancellation& cancellation = Cancellation::never()) const;
+
+  /// Returns the function `findUninstallers` for many apps, which lists each folder of apps once. Use it from one
+  /// thread.
+  [[nodiscard]] std::function<std::vector<UninstallerCandidate>(const AppEntity& app)> forManyApps(
+      const Cancellation& cancellation) const;
 
  private:
   FileManager files_;

@@ -259,8 +259,8 @@ Result measure(const Apps& apps, std::vector<std::size_t> present, const std::ve
   Result result;
   std::vector<AppInspection> inspections;
   if (inspects) {
-    const AppInspectionService service = services.appInspection();
-    for (const AppEntity& app : found) inspections.push_back(service.inspect(app, inspectionOptions()));
+    services.appInspection().inspectAll(
+        found, inspectionOptions(), [&](AppInspection inspection) { inspections.push_back(std::move(inspection)); });
     result.inspections = scoreInspections(apps, volume, inspections);
   }
   const OwnershipMap map = ownershipOf(services).map(found, OwnershipService::kEverything);
