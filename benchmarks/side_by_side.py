@@ -4,7 +4,7 @@ Usage: side_by_side.py --bin DIR [--trees DIR] [--groups G…] [--only TREE] [--
 
 Groups: inner (microbenchmarks), walk (the trees with warm caches), cold (the 200k tree with cold caches; root only),
 growth (time per file and peak memory at 10k, 100k, 1M files), empty (a process that finds nothing), apps (a volume with
-many apps). The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are noisy; compare only
+many apps), allapps (all apps at once: the map of ownership and all inspections). The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are noisy; compare only
 ratios within one run.
 """
 
@@ -30,7 +30,7 @@ TREES = {
     "flat 500k": ("flat", 500_000),
     "chain 2000": ("chain", 2_000),
 }
-GROUPS = ["inner", "walk", "cold", "growth", "empty", "apps"]
+GROUPS = ["inner", "walk", "cold", "growth", "empty", "apps", "allapps"]
 NO_LIMIT = 1_000_000_000
 
 INSPECTION = {
@@ -60,8 +60,8 @@ class Volume:
             (self.root / ".complete").touch()
 
     def fill(self, options, kind):
-        if kind == "apps":
-            apps_volume.write_volume(self.root, 1_000 // options.shrink, self.files)
+        if kind.startswith("apps"):
+            apps_volume.write_volume(self.root, int(kind.split()[1]) // options.shrink, self.files)
         elif kind != "empty":
             # Every item directly in the home folder is a scan root. Use a subfolder, so that there is only one.
             folder = self.home / "Downloads" if kind == "flat" else self.home
@@ -206,7 +206,7 @@ def empty(options, measurer):
 
 
 def apps(options, measurer):
-    volume = Volume(options, "apps", "apps", 300_000)
+    volume = Volume(options, "apps", "apps 1000", 300_000)
     discovery = volume.rpc(("AppsService.discoverApps", {}))
     found_apps = result(measurer.output(discovery))
     one = ("AppInspectionService.inspect", {"app": found_apps[len(found_apps) // 2], "options": INSPECTION})
@@ -223,9 +223,26 @@ def apps(options, measurer):
     again = (took["quarn: inspect it 11 times (rpc)"].seconds - took["quarn: inspect one app (rpc)"].seconds) / 10
     print(f"One inspection in a running process: {again * 1e3:.1f} ms, {again / took['floor'].seconds:.2f} times the floor, "
           f"{again / took['find -maxdepth 3'].seconds:.2f} times find.")
-    chosen = found_apps[:options.inspect] if options.inspect else found_apps
-    seconds, peak = measurer.once(volume.rpc(*(("AppInspectionService.inspect", {"app": app, "options": INSPECTION}) for app in chosen)))
-    print(f"{len(chosen)} apps inspected by one process: {seconds:.1f} s, {seconds / len(chosen) * 1e3:.1f} ms an app, peak {peak:.1f} MiB.")
+    if options.inspect:
+        chosen = found_apps[:options.inspect]
+        seconds, peak = measurer.once(volume.rpc(*(("AppInspectionService.inspect", {"app": app, "options": INSPECTION}) for app in chosen)))
+        print(f"{len(chosen)} apps inspected one by one by one process: {seconds:.1f} s, {seconds / len(chosen) * 1e3:.1f} ms an app, peak {peak:.1f} MiB.")
+
+
+def allapps(options, measurer):
+    """The same number of items with more and more apps: the time must grow with items plus apps, not with their product."""
+    for count in (100, 1_000, 4_000):
+        volume = Volume(options, f"apps-{count}" if count != 1_000 else "apps", f"apps {count}", 300_000)
+        found_apps = result(measurer.output(volume.rpc(("AppsService.discoverApps", {}))))
+        owner = ("OwnershipService.owners", {"urls": [f"{HOME}/Library/Caches"], "apps": found_apps})
+        folders = [str(volume.root) + folder for folder in SEARCHED if (volume.root / folder.lstrip("/")).is_dir()]
+        took = measurer.alternately([
+            Program("floor", Run([str(options.bin / "floor"), "d2", *folders, "depth=3"])),
+            Program("quarn: the map of ownership (rpc)", volume.rpc(owner)),
+            Program("quarn leftovers", Run([*volume.quarn, "leftovers"])),
+            Program("quarn inspect --all --no-sizes", Run([*volume.quarn, "inspect", "--all", "--no-sizes", "--ndjson"])),
+        ], options.rounds)
+        print_ratios(f"{len(found_apps)} apps at once, {volume.files} entries in ~/Library; floor: names to depth 3", took)
 
 
 def inner(options, measurer):
@@ -251,7 +268,7 @@ def main():
     parser.add_argument("--groups", nargs="+", choices=GROUPS, default=GROUPS)
     parser.add_argument("--only", choices=list(TREES), help="run the group walk on this tree only")
     parser.add_argument("--rounds", type=int, default=3)
-    parser.add_argument("--inspect", type=int, help="number of apps to inspect (default all)")
+    parser.add_argument("--inspect", type=int, help="also inspect so many apps one by one (group apps)")
     parser.add_argument("--shrink", type=int, default=1, help="divide the size of the trees by this; use another --trees folder")
     options = parser.parse_args()
     measurer = Measurer(options.bin / "measure")

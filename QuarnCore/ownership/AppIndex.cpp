@@ -71,9 +71,10 @@ void AppIndex::addIdentifiers(const AppEntity& app, const AppFacts& facts, std::
 }
 
 void AppIndex::addNames(const AppEntity& app, const AppFacts& facts, std::uint32_t index) {
-  const std::string identifier = Text::lowercased(withinEntryName(app.bundleIdentifier.value_or("")));
+  const std::string spelled = app.bundleIdentifier.value_or("");
+  const std::string identifier = Text::lowercased(withinEntryName(spelled));
   const std::string vendor = vendorKey(vendorOf(identifier));
-  const std::string_view lastPart = lastMeaningfulPart(withinEntryName(app.bundleIdentifier.value_or("")));
+  const std::string_view lastPart = lastMeaningfulPart(withinEntryName(spelled));
 
   std::vector<std::string> keys;
   const auto addName = [&](std::string_view name, bool isDisplayed) {

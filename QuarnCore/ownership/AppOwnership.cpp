@@ -18,7 +18,9 @@ std::optional<std::uint32_t> positionOf(const AppEntity& app, const OwnershipMap
   return std::nullopt;
 }
 
+// An owner that the record leaves out may be the app.
 bool isOwner(const Ownership& ownership, const AppEntity& app) {
+  if (ownership.ownersLeftOut > 0) return true;
   return std::any_of(ownership.owners.begin(), ownership.owners.end(),
                      [&](const OwnershipClaim& owner) { return owner.bundleURL == app.bundleURL; });
 }
@@ -75,8 +77,10 @@ AppOwnership compareWithMap(const AppInspection& inspection, const OwnershipMap&
     for (const FileURL& url : artifact.urls) {
       Ownership ownership = map.owners(url);
       const bool hasOwner = ownership.status == OwnershipStatus::owned || ownership.status == OwnershipStatus::shared;
-      if (!hasOwner || isOwner(ownership, inspection.app) || !seen.insertUnlessCovered(url.path())) continue;
-      result.fitsBetter.push_back(std::move(ownership));
+      const bool isOwned = isOwner(ownership, inspection.app);
+      const bool isAlone = isOwned && ownership.status == OwnershipStatus::owned;
+      if (!hasOwner || isAlone || !seen.insertUnlessCovered(url.path())) continue;
+      (isOwned ? result.shared : result.fitsBetter).push_back(std::move(ownership));
     }
   }
   return result;

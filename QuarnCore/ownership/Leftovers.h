@@ -36,14 +36,18 @@ struct Leftover {
 };
 
 struct LeftoverOptions {
-  bool computeSizes = false;
-  bool includeSystem = true;  ///< what lies outside the home folder
+  bool computeSizes = false;  ///< with hidden items: a removal removes them too
+  bool includeSystem = true;  ///< items outside the home folder
 };
 
 /// The orphaned entries of the map by former owner: the largest first when they are sized, else by name. Shared, system
-/// and unknown entries are never among them. Cancelled: those gathered so far.
+/// and unknown entries are never among them. If cancelled, returns those gathered so far. Throws SizeOverflow.
 std::vector<Leftover> findLeftovers(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,
                                     const FileSizeCalculator& sizes,
                                     const Cancellation& cancellation = Cancellation::never());
+
+/// Adds the leftovers of another home folder: what one former app left in both is one leftover. Keeps the order of
+/// `findLeftovers`. Throws SizeOverflow.
+void addLeftovers(std::vector<Leftover>& leftovers, std::vector<Leftover> more);
 
 }  // namespace quarn

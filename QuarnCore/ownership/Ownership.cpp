@@ -52,4 +52,6 @@ std::string evidenceSentence(EvidenceKind kind) { return localized(evidenceRule(
 
 std::string orphanSentence(OrphanKind kind) { return localized(kOrphanRules[static_cast<std::size_t>(kind)].sentence); }
 
+std::string sharedFolderSentence() { return localized("All apps share this folder."); }
+
 }  // namespace quarn

@@ -97,6 +97,9 @@ struct RawValues<OrphanKind> {
 /// The sentence for people, in the user's language.
 std::string orphanSentence(OrphanKind kind);
 
+/// The sentence for a folder that all apps share, in the user's language.
+std::string sharedFolderSentence();
+
 /// An app and what speaks for it. A plain value.
 struct OwnershipClaim {
   std::string appID{};
@@ -125,7 +128,7 @@ struct Ownership {
   std::vector<OwnershipClaim> owners{};  ///< one when owned, several when shared, none otherwise
   std::int64_t ownersLeftOut = 0;
   std::vector<OwnershipClaim> rivals{};  ///< apps with weaker evidence, strongest first
-  std::string evidence{};                ///< the sentence of the evidence that won; empty for unknown
+  std::string evidence{};                ///< the sentence of the evidence that won; mostly empty for unknown
   double confidence = 0;
   std::string place{};  ///< the place's name, "Application Support"
   ArtifactKind kind = ArtifactKind::unknown;

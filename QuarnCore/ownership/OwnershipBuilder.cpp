@@ -228,10 +228,19 @@ class Builder {
       if (entry.find == State::kNone && entry.status == OwnershipStatus::unknown && isFormers)
         formers_.considerName(entry);
       if ((entry.find != State::kNone && isStronger) || entry.status == OwnershipStatus::orphaned) {
+        keepFromLeftovers(outer, entry);
         state_.entries.push_back(entry);
       } else {
         state_.names.resize(entry.nameAt);
       }
+    }
+  }
+
+  // Removing a leftover must not remove what an installed app keeps in it.
+  void keepFromLeftovers(std::uint32_t outer, const Entry& inner) {
+    Entry& folder = state_.entries[outer];
+    if (folder.status == OwnershipStatus::orphaned && inner.find != State::kNone) {
+      folder.status = OwnershipStatus::unknown;
     }
   }
 

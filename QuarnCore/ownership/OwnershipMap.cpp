@@ -93,6 +93,42 @@ Ownership insideBundle(const State& state, const FileURL& url, std::uint32_t app
   return ownership;
 }
 
+bool isFolderOfAll(const State& state, std::string_view path) {
+  const auto places = ownershipPlaces();
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    const std::string& folder = state.placeFolders[i];
+    if (folder == path || path::isInside(folder, path)) return true;
+    if (path::parent(path) == folder && isSharedParent(places[i], path::lastComponent(path))) return true;
+  }
+  return false;
+}
+
+// The owner of a path outside the places, of which only packages can tell.
+Ownership elsewhere(const State& state, const FileURL& url, const std::vector<std::string>& packages) {
+  Ownership ownership{.url = url};
+  if (isFolderOfAll(state, url.path())) {
+    ownership.evidence = sharedFolderSentence();
+    return ownership;
+  }
+  for (const std::string& package : packages) {
+    const AppList* apps = state.paths.appsOfPackage(package);
+    if (apps == nullptr) continue;
+    addOwners(ownership, state, *apps, EvidenceKind::receipt);
+    break;
+  }
+  return ownership;
+}
+
+// The former owners become rivals.
+void replaceOwners(Ownership& ownership, const State& state, const EvidenceFind& find) {
+  std::vector<OwnershipClaim> losers = std::move(ownership.owners);
+  ownership.owners.clear();
+  ownership.formerOwner.reset();
+  ownership.orphanKind.reset();
+  addOwners(ownership, state, *find.apps, find.kind);
+  for (OwnershipClaim& loser : losers) ownership.rivals.push_back(std::move(loser));
+}
+
 }  // namespace
 
 std::string OwnershipState::path(const Entry& entry) const {
@@ -167,10 +203,10 @@ bool OwnershipMap::holdsEntriesOfOthers(std::string_view path, const FileURL& bu
                      [&](const Entry& entry) { return entry.parent == *around && isOthers(entry); });
 }
 
-Ownership OwnershipMap::owners(const FileURL& url) const {
+Ownership OwnershipMap::owners(const FileURL& url, const std::vector<std::string>& packages) const {
   if (const auto app = state_->paths.appAround(url.path())) return insideBundle(*state_, url, *app);
   const auto around = entryAround(url.path());
-  if (!around) return {.url = url};
+  if (!around) return elsewhere(*state_, url, packages);
   const Entry& entry = state_->entries[*around];
   Ownership ownership = recordOf(*state_, entry);
   const std::string holder = state_->path(entry);
@@ -181,12 +217,7 @@ Ownership OwnershipMap::owners(const FileURL& url) const {
     for (const EvidenceFind& find : state_->evidence.finds(text, /*all=*/false)) {
       if (find.kind > EvidenceKind::prefixedIdentifier || find.kind >= strongest) continue;
       strongest = find.kind;
-      std::vector<OwnershipClaim> losers = std::move(ownership.owners);
-      ownership.owners.clear();
-      ownership.formerOwner.reset();
-      ownership.orphanKind.reset();
-      addOwners(ownership, *state_, *find.apps, find.kind);
-      for (OwnershipClaim& loser : losers) ownership.rivals.push_back(std::move(loser));
+      replaceOwners(ownership, *state_, find);
     }
   }
   return ownership;

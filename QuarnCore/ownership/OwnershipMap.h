@@ -44,9 +44,10 @@ class OwnershipMap {
   /// Whether the path holds an entry, or is one, that an app other than that of this bundle owns or shares.
   [[nodiscard]] bool holdsEntriesOfOthers(std::string_view path, const FileURL& bundle) const;
 
-  /// Whose any standardised path is: that of the entry around it, unless an item on the way down has stronger evidence
-  /// of its own by an identifier; for a path in an app's bundle that app's; else unknown.
-  [[nodiscard]] Ownership owners(const FileURL& url) const;
+  /// The ownership of any standardised path: that of the entry around it, unless an item on the way down has stronger
+  /// evidence of its own by an identifier. In an app's bundle the app is the owner. Elsewhere it is the app of one of
+  /// `packages`, the identifiers of the packages that list the path; else the status is unknown.
+  [[nodiscard]] Ownership owners(const FileURL& url, const std::vector<std::string>& packages = {}) const;
 
  private:
   std::shared_ptr<const OwnershipState> state_;

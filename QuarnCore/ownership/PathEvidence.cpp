@@ -109,16 +109,21 @@ void PathEvidence::addReceipts(const std::vector<ReceiptInfo>& receipts, const F
   for (const ReceiptInfo& receipt : receipts) addReceipt(receipt, files);
 }
 
-// By the package's identifier, and by the bundles that it lists.
-AppList PathEvidence::appsOf(const ReceiptInfo& receipt, const FileManager& files, std::string& goneApp) const {
-  AppList apps;
-  const std::string identifier = Text::lowercased(receipt.packageIdentifier);
+const AppList* PathEvidence::appsOfPackage(std::string_view packageIdentifier) const {
+  const std::string identifier = Text::lowercased(packageIdentifier);
   std::string_view prefix = identifier;
-  while (apps.empty() && !prefix.empty()) {
-    if (const AppList* named = index_.find(AppIndex::Key::identifier, prefix)) apps = *named;
+  while (!prefix.empty()) {
+    if (const AppList* apps = index_.find(AppIndex::Key::identifier, prefix)) return apps;
     const std::size_t dot = prefix.rfind('.');
     prefix = dot == std::string_view::npos ? std::string_view() : prefix.substr(0, dot);
   }
+  return nullptr;
+}
+
+// By the package's identifier, and by the bundles that it lists.
+AppList PathEvidence::appsOf(const ReceiptInfo& receipt, const FileManager& files, std::string& goneApp) const {
+  AppList apps;
+  if (const AppList* named = appsOfPackage(receipt.packageIdentifier)) apps = *named;
   std::string_view checked;
   for (const FileURL& file : receipt.files) {
     const std::string_view bundle = bundleAround(file.path());

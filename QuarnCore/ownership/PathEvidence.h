@@ -40,6 +40,8 @@ class PathEvidence {
   [[nodiscard]] const Former* former(std::string_view path) const;
   /// Whether the launchd job at this path runs a program that exists and does not belong to an app.
   [[nodiscard]] bool isWorkingJob(std::string_view path) const { return workingJobs_.contains(std::string(path)); }
+  /// The apps whose identifier a package's identifier equals or continues; null if there are none.
+  [[nodiscard]] const AppList* appsOfPackage(std::string_view packageIdentifier) const;
   /// The app whose bundle holds the path.
   [[nodiscard]] std::optional<std::uint32_t> appAround(std::string_view path) const;
 

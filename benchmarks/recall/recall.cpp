@@ -235,11 +235,6 @@ struct Result {
   }
 };
 
-OwnershipService ownershipOf(const Services& services) {
-  return {services.vendorProfiles(), services.entitlementsReader, LaunchdScanner::snapshot(services.files),
-          services.receiptScanner, services.files};
-}
-
 // Of the selections of a removal that looks at the whole volume, what others' paths are in.
 std::size_t preselectedWrongly(const Apps& apps, const RecallVolume& volume,
                                const std::vector<AppInspection>& inspections, const OwnershipMap& map) {
@@ -263,7 +258,7 @@ Result measure(const Apps& apps, std::vector<std::size_t> present, const std::ve
         found, inspectionOptions(), [&](AppInspection inspection) { inspections.push_back(std::move(inspection)); });
     result.inspections = scoreInspections(apps, volume, inspections);
   }
-  const OwnershipMap map = ownershipOf(services).map(found, OwnershipService::kEverything);
+  const OwnershipMap map = services.ownership().map(found, OwnershipService::kEverything);
   result.map = scoreMap(apps, volume, map);
   result.map.preselected = preselectedWrongly(apps, volume, inspections, map);
   result.orphans = scoreOrphans(apps, volume, map);

@@ -10,6 +10,8 @@ namespace quarn {
 const CommandRow& appsCommand();
 const CommandRow& inspectCommand();
 const CommandRow& planCommand();
+const CommandRow& ownerCommand();
+const CommandRow& leftoversCommand();
 const CommandRow& storageCommand();
 const CommandRow& topCommand();
 const CommandRow& cloudCommand();
@@ -26,9 +28,9 @@ const CommandRow& helpCommand();
 
 /// All commands, in the order of the help.
 inline constexpr std::array kCommands{
-    &appsCommand,   &inspectCommand,     &planCommand,   &storageCommand,  &topCommand,   &cloudCommand,
-    &reportCommand, &vendorsCommand,     &jobsCommand,   &receiptsCommand, &kextsCommand, &rpcCommand,
-    &sampleCommand, &completionsCommand, &manualCommand, &helpCommand,
+    &appsCommand,  &inspectCommand, &planCommand,   &ownerCommand,       &leftoversCommand, &storageCommand,
+    &topCommand,   &cloudCommand,   &reportCommand, &vendorsCommand,     &jobsCommand,      &receiptsCommand,
+    &kextsCommand, &rpcCommand,     &sampleCommand, &completionsCommand, &manualCommand,    &helpCommand,
 };
 
 }  // namespace quarn

@@ -2,11 +2,13 @@
 
 #include <fmt/format.h>
 
+#include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/ListOutput.h"
+#include "quarn/commands/OwnershipMaps.h"
 #include "quarn/terminal/CountText.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
@@ -96,6 +98,31 @@ nlohmann::ordered_json document(const AppInspection& inspection) {
   return json;
 }
 
+std::string ownershipLines(std::string_view title, const std::vector<Ownership>& entries, CommandContext& context) {
+  if (entries.empty()) return "";
+  std::string text = "\n" + context.out().styled(title, Style::heading) + "\n";
+  for (const Ownership& entry : entries) {
+    text += std::string(kIndent) + escapedForTerminal(context.displayPath(entry.url)) + "\n";
+    const std::string owner =
+        fmt::format("{} ({:.2f}): {}", escapedForTerminal(ownerText(entry)), entry.confidence, entry.evidence);
+    text += std::string(kIndent) + explanationLines(owner, context.out());
+  }
+  return text;
+}
+
+std::string ownershipText(const AppOwnership& ownership, CommandContext& context) {
+  return ownershipLines("Also this app's", ownership.alsoOwned, context) +
+         ownershipLines("Shared with other apps", ownership.shared, context) +
+         ownershipLines("Fits another app better", ownership.fitsBetter, context);
+}
+
+// What the map of the whole volume says of the inspection; absent if interrupted: a partial map names wrong owners.
+std::optional<AppOwnership> ownershipOf(const AppInspection& inspection, CommandContext& context) {
+  if (context.isInterrupted() || context.arguments().has("--no-owners")) return std::nullopt;
+  AppOwnership ownership = compareWithMap(inspection, mapOfVolume(context));
+  return context.isInterrupted() ? std::nullopt : std::optional(std::move(ownership));
+}
+
 ExitCode inspectAll(CommandContext& context) {
   const bool isSized = !context.arguments().has("--no-sizes");
   Table table({{.title = "NAME", .isFlexible = true},
@@ -125,25 +152,35 @@ ExitCode inspectAll(CommandContext& context) {
   return context.finish();
 }
 
+void showInspection(CommandContext& context, const AppInspection& inspection,
+                    const std::optional<AppOwnership>& ownership) {
+  std::string text = appHeading(inspection.app, context) + "\n" + uninstallerText(inspection, context);
+  text += context.out().styled(
+      fmt::format("{:>11}  {}  {:<8}  {:<14}  {}  {}\n", "SIZE", "MODE", "RISK", "DATA", "SURE", "WHAT"), Style::dim);
+  for (const Artifact& artifact : inspection.artifacts) text += artifactText(artifact, context);
+  if (ownership) text += ownershipText(*ownership, context);
+  if (context.isInterrupted()) text += "\nIncomplete: interrupted.\n";
+  context.print(text + "\n" + totalText(inspection, context));
+}
+
 ExitCode runInspect(CommandContext& context) {
   const bool isNamed = !context.arguments().positionals.empty();
   const bool isAll = context.arguments().has("--all");
   if (!isNamed && !isAll) throw UsageError("inspect requires APP (name, bundle identifier or path of an app) or --all");
   if (isAll) return inspectAll(context);
   const AppInspection inspection = inspectNamedApp(context);
+  if (context.wantsLines()) {
+    context.printLines(toJSON(inspection.artifacts));
+    return context.finish();
+  }
+  const std::optional<AppOwnership> ownership = ownershipOf(inspection, context);
   if (context.wantsJSON()) {
     nlohmann::ordered_json json = document(inspection);
+    if (ownership) json["ownership"] = toJSON(*ownership);
     if (context.isInterrupted()) json["isComplete"] = false;
     context.printDocument(std::move(json));
-  } else if (context.wantsLines()) {
-    context.printLines(toJSON(inspection.artifacts));
   } else {
-    std::string text = appHeading(inspection.app, context) + "\n" + uninstallerText(inspection, context);
-    text += context.out().styled(
-        fmt::format("{:>11}  {}  {:<8}  {:<14}  {}  {}\n", "SIZE", "MODE", "RISK", "DATA", "SURE", "WHAT"), Style::dim);
-    for (const Artifact& artifact : inspection.artifacts) text += artifactText(artifact, context);
-    if (context.isInterrupted()) text += "\nIncomplete: interrupted.\n";
-    context.print(text + "\n" + totalText(inspection, context));
+    showInspection(context, inspection, ownership);
   }
   return context.finish();
 }
@@ -154,6 +191,7 @@ constexpr std::array kInspectOptions{
     OptionRow{.name = "--all", .help = "Inspect every app, one line per app", .excludes = "APP"},
     OptionRow{.name = "--no-sizes", .help = "Do not size the artifacts"},
     OptionRow{.name = "--no-system", .help = "Skip system-wide folders"},
+    OptionRow{.name = "--no-owners", .help = "Do not compare with what other apps own", .excludes = "--all"},
     OptionRow{.name = "--no-heuristics", .help = "Do not search by similar names"},
     OptionRow{.name = "--depth",
               .argument = "N",
@@ -178,7 +216,9 @@ constexpr CommandRow kInspectRow{
     .summary = "Find everything that belongs to an application",
     .description =
         "Explains and sizes every artifact. The column MODE lists the cleanup modes that select an artifact by "
-        "default: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive.",
+        "default: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive. Then it lists what the whole volume "
+        "says: "
+        "further items of the app, items that it shares, and items that fit another app better.",
     .positionals = kInspectPositionals,
     .options = kInspectOptions,
     .examples = kInspectExamples,

@@ -54,16 +54,18 @@ void inspectAllApps(CommandContext& context, const std::function<void(const AppI
   const AppInspectionService::Options options = optionsOf(context.arguments());
   const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
   const Cancellation& cancellation = context.cancellation();
-  const AppInspectionService service = context.services().appInspection(cancellation);
-  std::size_t begun = 0;
-  for (const AppEntity& app : apps) {
-    if (cancellation.isCancelled()) break;
-    context.progress("inspecting " + app.name + " (" + std::to_string(++begun) + "/" + std::to_string(apps.size()) +
-                     ")");
-    const AppInspection inspection = service.inspect(app, options, nullptr, cancellation);
-    if (cancellation.isCancelled()) break;  // a partial inspection is misleading
-    consume(inspection);
-  }
+  std::size_t done = 0;
+  context.progress("inspecting " + std::to_string(apps.size()) + " apps");
+  context.services()
+      .appInspection(cancellation)
+      .inspectAll(
+          apps, options,
+          [&](const AppInspection& inspection) {
+            context.progress("inspecting " + inspection.app.name + " (" + std::to_string(++done) + "/" +
+                             std::to_string(apps.size()) + ")");
+            consume(inspection);
+          },
+          cancellation);
   context.endProgress();
 }
 

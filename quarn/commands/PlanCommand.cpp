@@ -2,10 +2,13 @@
 
 #include <fmt/format.h>
 
+#include "QuarnCore/discovery/ArtifactSizing.h"
+#include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/Choices.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Inspection.h"
+#include "quarn/commands/OwnershipMaps.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
 #include "quarn/wire/RecordJSON.h"
@@ -31,6 +34,16 @@ std::optional<std::vector<Artifact>> selection(const AppInspection& inspection, 
   std::string problem = "no artifact \"" + escapedForTerminal(ids.front()) + "\"; choose from:";
   for (const Artifact& artifact : inspection.artifacts) problem += "\n  " + escapedForTerminal(artifact.id);
   throw CommandError(ExitCode::notFound, problem);
+}
+
+// The default selection without items of other apps, and with items that are the app's by strong evidence.
+std::optional<std::vector<Artifact>> wholeVolumeSelection(const AppInspection& inspection, CleanupMode mode,
+                                                          CommandContext& context) {
+  const OwnershipMap map = mapOfVolume(context);
+  if (context.isInterrupted()) throw CommandError(ExitCode::interrupted, "interrupted before the plan was made");
+  std::vector<Artifact> chosen = chosenArtifacts(inspection, mode, map);
+  sizeArtifacts(chosen, context.services().fileSizeCalculator, context.services().files, context.cancellation());
+  return chosen;
 }
 
 /// The size of each item of a step. An inspection sizes whole artifacts, not their items.
@@ -88,7 +101,8 @@ ExitCode runPlan(CommandContext& context) {
   const AppInspection inspection = inspectNamedApp(context);
   // A plan for a partial inspection would look complete.
   if (context.isInterrupted()) throw CommandError(ExitCode::interrupted, "interrupted before the plan was made");
-  const auto selected = selection(inspection, context.arguments());
+  const auto selected = context.arguments().has("--whole-volume") ? wholeVolumeSelection(inspection, mode, context)
+                                                                  : selection(inspection, context.arguments());
   const AppRemovalPlanPreview plan = context.services().appRemovalPlanner.buildPreview(inspection, mode, selected);
   if (context.wantsJSON()) {
     nlohmann::ordered_json document = toJSON(plan);
@@ -113,11 +127,16 @@ constexpr std::array kPlanOptions{
               .argument = "ID",
               .help = "Plan only for this artifact; may be repeated",
               .isRepeatable = true},
+    OptionRow{.name = "--whole-volume",
+              .help = "Leave out items of other apps, and add items with strong evidence for this app",
+              .excludes = "--select"},
 };
 constexpr std::array kPlanExamples{
     ExampleRow{.line = "quarn plan \"Lumen Notes\" --mode cacheOnly", .meaning = "what a cache cleanup would remove"},
     ExampleRow{.line = "quarn plan com.lumenworks.notes --mode aggressive --json",
                .meaning = "a complete plan as JSON"},
+    ExampleRow{.line = "quarn plan \"Lumen Notes\" --whole-volume",
+               .meaning = "a plan that considers what other apps own"},
 };
 constexpr CommandRow kPlanRow{.name = "plan",
                               .summary = "Preview the removal of an application",

@@ -10,6 +10,7 @@
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/HostFile.h"
 #include "quarn/commands/Inspection.h"
+#include "quarn/commands/OwnershipMaps.h"
 #include "quarn/report/ReportPage.h"
 #include "quarn/terminal/TerminalText.h"
 
@@ -74,6 +75,9 @@ VolumeReport volumeReport(CommandContext& context) {
   report.largest = ranked(
       items, [](const TopItem& item) { return item.size.allocatedBytes; }, dashboard);
   report.elsewhere = ranked(items, elsewhere, dashboard);
+  context.progress("looking for leftovers");
+  report.leftovers = findLeftovers(mapOfVolume(context), {.computeSizes = true}, context.services().files,
+                                   context.services().fileSizeCalculator, context.cancellation());
   context.endProgress();
   report.isComplete = !context.isInterrupted();
   report.frame = frame(context, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
@@ -86,6 +90,7 @@ AppReport appReport(CommandContext& context) {
   for (const CleanupMode mode : allCases<CleanupMode>()) {
     report.plans.push_back(context.services().appRemovalPlanner.buildPreview(report.inspection, mode));
   }
+  if (!context.isInterrupted()) report.ownership = compareWithMap(report.inspection, mapOfVolume(context));
   report.isComplete = !context.isInterrupted();
   report.frame = frame(context, report.inspection.inspectedAt);
   return report;

@@ -15,6 +15,7 @@ namespace {
 using namespace reportParts;
 
 constexpr std::size_t kShownPaths = 12;
+constexpr std::size_t kShownOwnerships = 100;
 
 /// The text for one case of an enumeration.
 struct Words {
@@ -198,6 +199,44 @@ std::string uninstallers(const AppReport& report) {
   return rows.empty() ? "" : "<h3>The app has an uninstaller</h3>\n<ul class=\"plain\">\n" + rows + "</ul>\n";
 }
 
+// ---- what the whole volume says
+
+std::string ownersOf(const Ownership& entry) {
+  std::string names;
+  for (const OwnershipClaim& owner : entry.owners) names += (names.empty() ? "" : ", ") + htmlName(owner.appName);
+  return entry.ownersLeftOut > 0 ? names + fmt::format(" and {} more", entry.ownersLeftOut) : names;
+}
+
+std::string ownershipTable(std::string_view title, std::string_view ownersTitle, const std::vector<Ownership>& entries,
+                           const FileURL& home) {
+  if (entries.empty()) return "";
+  std::string rows;
+  for (std::size_t i = 0; i < std::min(entries.size(), kShownOwnerships); ++i) {
+    rows += fmt::format("<tr><td class=\"path\">{}</td><td>{}<div class=\"dim\">{}</div></td></tr>\n",
+                        htmlName(pathText(entries[i].url, home)), ownersOf(entries[i]), html(entries[i].evidence));
+  }
+  const std::size_t rest = entries.size() - std::min(entries.size(), kShownOwnerships);
+  return fmt::format(
+             "<h3>{}</h3>\n<table>\n<thead><tr><th scope=\"col\">Item</th><th scope=\"col\">{}</th></tr></thead>\n"
+             "<tbody>\n{}</tbody>\n</table>\n",
+             title, ownersTitle, rows) +
+         (rest > 0 ? fmt::format("<p class=\"dim\">and {} more</p>\n", rest) : "");
+}
+
+bool hasOwnership(const AppOwnership& ownership) {
+  return !ownership.alsoOwned.empty() || !ownership.shared.empty() || !ownership.fitsBetter.empty();
+}
+
+std::string ownershipSection(const AppReport& report) {
+  const AppOwnership& ownership = report.ownership;
+  if (!hasOwnership(ownership)) return "";
+  const FileURL& home = report.frame.home;
+  return "<section aria-labelledby=\"owners\">\n<h2 id=\"owners\">What other apps own</h2>\n" +
+         ownershipTable("Fits another app better", "Owner", ownership.fitsBetter, home) +
+         ownershipTable("Shared with other apps", "Shared by", ownership.shared, home) +
+         ownershipTable("Also this app's", "Owner", ownership.alsoOwned, home) + "</section>\n";
+}
+
 // ---- the plans
 
 std::size_t countIn(const AppRemovalPlanPreview& plan) {
@@ -258,6 +297,7 @@ std::string subtitle(const AppReport& report) {
 std::string reportPage(const AppReport& report) {
   const std::string& name = report.inspection.app.name;
   std::vector<Section> sections{{"finds", "What belongs to it"}, {"plans", "Removal plans"}};
+  if (hasOwnership(report.ownership)) sections.push_back({"owners", "What other apps own"});
   if (report.frame.unread.count() > 0) sections.push_back({"unread", "Unread items"});
   std::string body = heading(name, subtitle(report), facts(report), sections);
   body += "<main>\n";
@@ -278,7 +318,7 @@ std::string reportPage(const AppReport& report) {
   for (const ArtifactDataClass dataClass : allCases<ArtifactDataClass>()) body += artifactGroup(report, dataClass);
   body += "</section>\n<section aria-labelledby=\"plans\">\n<h2 id=\"plans\">Removal plans</h2>\n" + planTable(report);
   for (const AppRemovalPlanPreview& plan : report.plans) body += planDetails(plan, report.frame);
-  body += "</section>\n" + unreadSection(report.frame) + "</main>\n" + footer(report.frame);
+  body += "</section>\n" + ownershipSection(report) + unreadSection(report.frame) + "</main>\n" + footer(report.frame);
   return page("What belongs to " + name, body);
 }
 

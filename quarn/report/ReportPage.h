@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "QuarnCore/ownership/AppOwnership.h"
+#include "QuarnCore/ownership/Leftovers.h"
 #include "QuarnModels/AppInspection.h"
 #include "QuarnModels/RemovalPlan.h"
 #include "QuarnModels/Storage.h"
@@ -32,9 +34,10 @@ struct VolumeReport {
   /// False for a folder that is not a mounted volume: the totals in `volume` are those of the disk that holds it.
   bool hasCapacity = true;
   std::vector<StorageCategory> categories{};
-  std::vector<Item> largest{};    ///< by space on this disk, largest first
-  std::vector<Item> elsewhere{};  ///< by length minus space on this disk, largest first
-  bool isComplete = true;         ///< false: the scan was interrupted
+  std::vector<Item> largest{};        ///< by space on this disk, largest first
+  std::vector<Item> elsewhere{};      ///< by length minus space on this disk, largest first
+  std::vector<Leftover> leftovers{};  ///< of apps that are not installed, sized, largest first
+  bool isComplete = true;             ///< false: the scan was interrupted
 };
 
 /// The content of a report on an app.
@@ -43,6 +46,7 @@ struct AppReport {
   AppInspection inspection{};
   std::vector<std::vector<CleanupMode>> selectedBy{};  ///< per artifact: the modes that select it by default
   std::vector<AppRemovalPlanPreview> plans{};          ///< one per cleanup mode
+  AppOwnership ownership{};                            ///< what the map of the whole volume says
   bool isComplete = true;                              ///< false: the inspection was interrupted
 };
 

@@ -18,6 +18,9 @@ constexpr std::array<std::string_view, 9> kCategoryTitles{
     "Apps", "Documents", "Photos", "Communication", "Games", "Development", "System data", "Other", "Free"};
 // clang-format on
 
+constexpr std::size_t kShownLeftovers = 100;
+constexpr std::size_t kShownLeftoverItems = 12;
+
 std::string_view titleOf(StorageCategoryID category) { return kCategoryTitles[static_cast<std::size_t>(category)]; }
 
 std::string colorOf(std::size_t number) { return "c" + std::to_string(number % kCategoryTitles.size()); }
@@ -143,11 +146,47 @@ std::string elsewhereSection(const VolumeReport& report) {
          itemTable(table, report.frame) + "</section>\n";
 }
 
+std::string leftoverItems(const Leftover& leftover, const ReportFrame& frame) {
+  std::string lines;
+  for (std::size_t i = 0; i < std::min(leftover.items.size(), kShownLeftoverItems); ++i) {
+    const LeftoverItem& item = leftover.items[i];
+    lines += fmt::format("<div class=\"path\">{}</div><div class=\"dim\">{}</div>",
+                         htmlName(pathText(item.url, frame.home)), html(item.evidence));
+  }
+  const std::size_t rest = leftover.items.size() - std::min(leftover.items.size(), kShownLeftoverItems);
+  return rest > 0 ? lines + fmt::format("<div class=\"dim\">and {} more</div>", rest) : lines;
+}
+
+std::string leftoverRow(const VolumeReport& report, std::size_t index) {
+  const Leftover& leftover = report.leftovers[index];
+  return fmt::format(
+      "<tr id=\"leftover-{}\"><th scope=\"row\">{}</th><td class=\"n\">{}</td><td class=\"n wide\">{}</td><td>{}</td>"
+      "</tr>\n",
+      index + 1, htmlName(leftover.owner.name),
+      leftover.size ? sizeText(leftover.size->allocatedBytes, report.frame.units) : "–",
+      leftover.modified ? toISO8601(*leftover.modified).substr(0, 10) : "–", leftoverItems(leftover, report.frame));
+}
+
+std::string leftoversSection(const VolumeReport& report) {
+  if (report.leftovers.empty()) return "";
+  const std::size_t shown = std::min(report.leftovers.size(), kShownLeftovers);
+  std::string rows;
+  for (std::size_t i = 0; i < shown; ++i) rows += leftoverRow(report, i);
+  const std::size_t rest = report.leftovers.size() - shown;
+  return "<section aria-labelledby=\"leftovers\">\n<h2 id=\"leftovers\">Leftovers of apps that are not "
+         "installed</h2>\n<table>\n<caption>Check before you remove anything: an app may be on another "
+         "volume.</caption>\n<thead><tr><th scope=\"col\">Former app</th><th scope=\"col\" class=\"n\">On disk</th>"
+         "<th scope=\"col\" class=\"n wide\">Changed</th><th scope=\"col\">Items</th></tr></thead>\n<tbody>\n" +
+         rows + "</tbody>\n</table>\n" + (rest > 0 ? fmt::format("<p class=\"dim\">and {} more</p>\n", rest) : "") +
+         "</section>\n";
+}
+
 }  // namespace
 
 std::string reportPage(const VolumeReport& report) {
   std::vector<Section> sections{{"space", "Where the space goes"}, {"largest", "The largest items"}};
   if (!report.elsewhere.empty()) sections.push_back({"elsewhere", "Large files with little space on this disk"});
+  if (!report.leftovers.empty()) sections.push_back({"leftovers", "Leftovers"});
   if (report.frame.unread.count() > 0) sections.push_back({"unread", "Unread items"});
   std::string body = heading(report.volume.name, "Where the space of this volume goes", facts(report), sections);
   body += "<main>\n";
@@ -158,7 +197,7 @@ std::string reportPage(const VolumeReport& report) {
   body += unreadNote(report.frame.unread);
   body += "<section aria-labelledby=\"space\">\n<h2 id=\"space\">Where the space goes</h2>\n" + bar(categories) +
           categoryTable(report) + map(categories, "Map of the categories", report.frame.units) + "</section>\n";
-  body += largestSection(report) + elsewhereSection(report);
+  body += largestSection(report) + elsewhereSection(report) + leftoversSection(report);
   body += unreadSection(report.frame) + "</main>\n" + footer(report.frame);
   return page("Storage of " + report.volume.name, body);
 }

@@ -22,6 +22,7 @@ using Context = MethodContext;
 using FolderOrFolders = std::variant<FileURL, std::vector<FileURL>>;
 
 std::span<const MethodRow> inspectionMethods();
+std::span<const MethodRow> ownershipMethods();
 std::span<const MethodRow> discoveryMethods();
 std::span<const MethodRow> vendorMethods();
 std::span<const MethodRow> planningMethods();

@@ -25,12 +25,23 @@ AppInspection inspectApp(const Context& context, const AppEntity& app, const App
       .inspect(app, options, report, context.request.cancellation);
 }
 
+std::vector<AppInspection> inspectAllApps(const Context& context, const std::vector<AppEntity>& apps,
+                                          const AppInspectionService::Options& options) {
+  std::vector<AppInspection> inspections;
+  context.services.appInspection(context.request.cancellation)
+      .inspectAll(
+          apps, options, [&](AppInspection inspection) { inspections.push_back(std::move(inspection)); },
+          context.request.cancellation);
+  return inspections;
+}
+
 // clang-format off
 constexpr std::array kInspectionMethods{
     method<&discoverApps>("AppsService.discoverApps"),
     method<&calculateAppSize>("AppsService.calculateAppSize", "app"),
     method<&phaseSequence>("AppInspectionService.phaseSequence", "options"),
     methodWithProgress<&inspectApp, PhaseProgress>("AppInspectionService.inspect", "app", "options", "progress"),
+    method<&inspectAllApps>("AppInspectionService.inspectAll", "apps", "options"),
 };
 // clang-format on
 

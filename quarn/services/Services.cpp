@@ -45,4 +45,8 @@ AppInspectionService Services::appInspection(const Cancellation& cancellation) c
       fileSizeCalculator, files);
 }
 
+OwnershipService Services::ownership() const {
+  return OwnershipService(vendorProfiles(), entitlementsReader, LaunchdScanner::snapshot(files), receiptScanner, files);
+}
+
 }  // namespace quarn

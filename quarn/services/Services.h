@@ -5,6 +5,7 @@
 #include "QuarnCore/folders/TopItemsService.h"
 #include "QuarnCore/inspection/AppInspectionService.h"
 #include "QuarnCore/inspection/AppsService.h"
+#include "QuarnCore/ownership/OwnershipService.h"
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "QuarnCore/storage/StorageDashboardService.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
@@ -37,6 +38,8 @@ struct Services {
   /// An inspection service for one app or several. It caches the data that phases and apps share. Its system
   /// clients stop soon after `cancellation` is set; pass the same one to `inspect`.
   [[nodiscard]] AppInspectionService appInspection(const Cancellation& cancellation = Cancellation::never()) const;
+  /// A service for a map of the whole volume. It caches what the map asks of the system.
+  [[nodiscard]] OwnershipService ownership() const;
 
   FileManager files;
   ResourceBundle resources;

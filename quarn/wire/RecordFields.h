@@ -5,6 +5,10 @@
 #include <tuple>
 
 #include "QuarnCore/discovery/KernelExtensionAssociationService.h"
+#include "QuarnCore/ownership/AppOwnership.h"
+#include "QuarnCore/ownership/ItemOwners.h"
+#include "QuarnCore/ownership/Leftovers.h"
+#include "QuarnCore/ownership/OwnershipService.h"
 #include "QuarnModels/AppInspection.h"
 #include "QuarnModels/RecordCodec.h"
 #include "QuarnModels/RemovalPlan.h"
@@ -23,6 +27,8 @@ inline std::string makeArtifactID(const Artifact& artifact) {
 using Association = KernelExtensionAssociationService::Association;
 inline std::string summaryText(const Association& association) { return association.evidence.summaryText(); }
 inline std::string detailText(const Association& association) { return association.evidence.detailText(); }
+
+inline std::string evidenceText(const OwnershipClaim& claim) { return evidenceSentence(claim.evidence); }
 
 // clang-format off
 template <> struct Fields<AppEntity> {
@@ -239,6 +245,104 @@ template <> struct Fields<ArtifactScanner::Options> {
       member("includeSystemArtifacts",       &Options::includeSystemArtifacts),
       member("includeSystemHeuristicSearch", &Options::includeSystemHeuristicSearch),
       member("computeSizes",                 &Options::computeSizes));
+};
+
+template <> struct Fields<OwnershipClaim> {
+  static constexpr std::string_view kName = "OwnershipClaim";
+  static constexpr auto kMembers = std::tuple(
+      member("appID",            &OwnershipClaim::appID),
+      member("appName",          &OwnershipClaim::appName),
+      member("bundleIdentifier", &OwnershipClaim::bundleIdentifier),
+      member("bundleURL",        &OwnershipClaim::bundleURL),
+      member("evidence",         &OwnershipClaim::evidence),
+      member("confidence",       &OwnershipClaim::confidence),
+      Computed<OwnershipClaim>{"evidenceText", &evidenceText});
+};
+
+template <> struct Fields<FormerOwner> {
+  static constexpr std::string_view kName = "FormerOwner";
+  static constexpr auto kMembers = std::tuple(
+      member("name",             &FormerOwner::name),
+      member("bundleIdentifier", &FormerOwner::bundleIdentifier));
+};
+
+template <> struct Fields<Ownership> {
+  static constexpr std::string_view kName = "Ownership";
+  static constexpr auto kMembers = std::tuple(
+      member("url",           &Ownership::url),
+      member("status",        &Ownership::status),
+      member("owners",        &Ownership::owners),
+      bytes("ownersLeftOut",  &Ownership::ownersLeftOut),
+      member("rivals",        &Ownership::rivals),
+      member("evidence",      &Ownership::evidence),
+      member("confidence",    &Ownership::confidence),
+      member("place",         &Ownership::place),
+      member("kind",          &Ownership::kind),
+      member("scope",         &Ownership::scope),
+      member("dataClass",     &Ownership::dataClass),
+      member("riskLevel",     &Ownership::riskLevel),
+      member("formerOwner",   &Ownership::formerOwner),
+      member("orphanKind",    &Ownership::orphanKind));
+};
+
+template <> struct Fields<ItemOwnership> {
+  static constexpr std::string_view kName = "ItemOwnership";
+  static constexpr auto kMembers = std::tuple(
+      member("ownership", &ItemOwnership::ownership),
+      member("packages",  &ItemOwnership::packages),
+      member("vendor",    &ItemOwnership::vendor),
+      member("category",  &ItemOwnership::category));
+};
+
+template <> struct Fields<AppOwnership> {
+  static constexpr std::string_view kName = "AppOwnership";
+  static constexpr auto kMembers = std::tuple(
+      member("alsoOwned",  &AppOwnership::alsoOwned),
+      member("shared",     &AppOwnership::shared),
+      member("fitsBetter", &AppOwnership::fitsBetter));
+};
+
+template <> struct Fields<LeftoverItem> {
+  static constexpr std::string_view kName = "LeftoverItem";
+  static constexpr auto kMembers = std::tuple(
+      member("url",       &LeftoverItem::url),
+      member("place",     &LeftoverItem::place),
+      member("kind",      &LeftoverItem::kind),
+      member("scope",     &LeftoverItem::scope),
+      member("dataClass", &LeftoverItem::dataClass),
+      member("riskLevel", &LeftoverItem::riskLevel),
+      member("evidence",  &LeftoverItem::evidence),
+      member("modified",  &LeftoverItem::modified),
+      member("size",      &LeftoverItem::size));
+};
+
+template <> struct Fields<Leftover> {
+  static constexpr std::string_view kName = "Leftover";
+  static constexpr auto kMembers = std::tuple(
+      member("owner",    &Leftover::owner),
+      member("items",    &Leftover::items),
+      member("modified", &Leftover::modified),
+      member("size",     &Leftover::size));
+};
+
+template <> struct Fields<LeftoverOptions> {
+  static constexpr std::string_view kName = "LeftoverOptions";
+  static constexpr bool kRefusesUnknownMembers = true;
+  static constexpr auto kMembers = std::tuple(
+      member("computeSizes",  &LeftoverOptions::computeSizes),
+      member("includeSystem", &LeftoverOptions::includeSystem));
+};
+
+template <> struct Fields<OwnershipService::Options> {
+  using Options = OwnershipService::Options;
+  static constexpr std::string_view kName = "OwnershipService.Options";
+  static constexpr bool kRefusesUnknownMembers = true;
+  static constexpr auto kMembers = std::tuple(
+      member("readBundles",     &Options::readBundles),
+      member("includeReceipts", &Options::includeReceipts),
+      member("includeLaunchd",  &Options::includeLaunchd),
+      member("includeProfiles", &Options::includeProfiles),
+      member("includeSystem",   &Options::includeSystem));
 };
 // clang-format on
 

@@ -27,6 +27,9 @@ template <> constexpr std::string_view kEnumerationName<AppRemovalPlanPreview::S
 template <> constexpr std::string_view kEnumerationName<StorageCategoryID> = "StorageCategoryID";
 template <> constexpr std::string_view kEnumerationName<AppInspectionService::Phase> = "AppInspectionService.Phase";
 template <> constexpr std::string_view kEnumerationName<StorageSignatureRegistry::Signature::Kind> = "StorageSignatureRegistry.Signature.Kind";
+template <> constexpr std::string_view kEnumerationName<OwnershipStatus> = "OwnershipStatus";
+template <> constexpr std::string_view kEnumerationName<EvidenceKind> = "EvidenceKind";
+template <> constexpr std::string_view kEnumerationName<OrphanKind> = "OrphanKind";
 
 constexpr std::array<std::pair<Evidence::Kind, std::string_view>, 2> kEvidenceMembers{{
     {Evidence::Kind::vendorProfile, "vendorProfile"},
@@ -89,11 +92,13 @@ using Records =
                StorageOverview, StorageCategory, VendorPathHint, TopItem, CloudStorageSummary, wire::Association,
                VendorProfile, VendorProfile::Match, VendorProfile::ArtifactDefinition, VendorProfile::CarveOut,
                StorageSignatureTable, StorageSignatureRegistry::Signature, AppInspectionService::Options,
-               ArtifactScanner::Options, PhaseProgress, TotalsProgress>;
+               ArtifactScanner::Options, OwnershipService::Options, LeftoverOptions, OwnershipClaim, FormerOwner,
+               Ownership, ItemOwnership, AppOwnership, LeftoverItem, Leftover, PhaseProgress, TotalsProgress>;
 
-using Enumerations = std::tuple<ArtifactKind, ArtifactDataClass, ArtifactScope, RiskLevel, CleanupMode,
-                                RemovalOperationPreview::Type, AppRemovalPlanPreview::Status, StorageCategoryID,
-                                AppInspectionService::Phase, StorageSignatureRegistry::Signature::Kind>;
+using Enumerations =
+    std::tuple<ArtifactKind, ArtifactDataClass, ArtifactScope, RiskLevel, CleanupMode, RemovalOperationPreview::Type,
+               AppRemovalPlanPreview::Status, StorageCategoryID, AppInspectionService::Phase,
+               StorageSignatureRegistry::Signature::Kind, OwnershipStatus, EvidenceKind, OrphanKind>;
 
 template <class Record, class Value>
 RecordDescription::Member describe(const wire::Member<Record, Value>& member) {
@@ -201,7 +206,12 @@ QUARN_VALUE_AND_LIST(UninstallerCandidate)
 QUARN_VALUE_AND_LIST(LaunchdEntry)
 QUARN_VALUE_AND_LIST(ReceiptInfo)
 QUARN_VALUE_AND_LIST(KernelExtensionInfo)
-QUARN_VALUE(AppInspection)
+QUARN_VALUE_AND_LIST(AppInspection)
+QUARN_PARAM(LeftoverOptions)
+QUARN_RESULT_AND_LIST(Ownership)
+QUARN_RESULT_AND_LIST(ItemOwnership)
+QUARN_RESULT_AND_LIST(Leftover)
+QUARN_RESULT(AppOwnership)
 QUARN_VALUE(RemovalOperationPreview)
 QUARN_VALUE(AppRemovalPlanPreview)
 QUARN_VALUE(VolumeInfo)
@@ -229,6 +239,7 @@ QUARN_RESULT(TotalsProgress)
 
 QUARN_PARAM(FolderOrFolders)
 QUARN_PARAM(std::optional<bool>)
+QUARN_PARAM(std::optional<OwnershipService::Options>)
 QUARN_PARAM(std::optional<std::vector<FileURL>>)
 QUARN_PARAM(std::optional<std::vector<Artifact>>)
 // clang-format on

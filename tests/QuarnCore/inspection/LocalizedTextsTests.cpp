@@ -140,6 +140,7 @@ Texts ownershipTexts() {
   Texts texts;
   for (const EvidenceKind kind : allCases<EvidenceKind>()) texts.push_back(evidenceSentence(kind));
   for (const OrphanKind kind : allCases<OrphanKind>()) texts.push_back(orphanSentence(kind));
+  texts.push_back(sharedFolderSentence());
   return texts;
 }
 

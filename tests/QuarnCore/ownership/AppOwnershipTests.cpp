@@ -79,5 +79,24 @@ TEST(AppOwnership, AModeTakesOfTheAddedEntriesOnlyWhatItTakesByItself) {
               ElementsAre("/Users/ann/Library/WebKit/com.example.App"));
 }
 
+TEST(AppOwnership, NamesTheFindsThatTheAppSharesOrMayShare) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .app("/Applications/Copy/Example.app", {.bundleIdentifier = "com.example.App"})
+      .file("~/Library/Caches/com.example.App/a", 4_KiB);
+  AppInspection inspection{.app = exampleApp()};
+  inspection.artifacts = {{.kind = ArtifactKind::cache, .urls = {volume.url("~/Library/Caches/com.example.App/")}}};
+  const AppOwnership result = compareWithMap(inspection, Mapper(volume).map());
+  EXPECT_THAT(paths(result.shared), ElementsAre("/Users/ann/Library/Caches/com.example.App"));
+  EXPECT_TRUE(result.fitsBetter.empty());
+
+  for (int i = 0; i < 40; ++i) {
+    volume.app("/Applications/A" + std::to_string(i) + "/Example.app", {.bundleIdentifier = "com.example.App"});
+  }
+  const AppOwnership crowded = compareWithMap(inspection, Mapper(volume).map());
+  EXPECT_THAT(paths(crowded.shared), ElementsAre("/Users/ann/Library/Caches/com.example.App"));
+  EXPECT_TRUE(crowded.fitsBetter.empty());
+}
+
 }  // namespace
 }  // namespace quarn

@@ -93,6 +93,7 @@ constexpr std::array kSentences = {
     "Named by an identifier that no installed app has.",
     "Named by the app's bundle identifier.",
     "Named by the identifier of a bundle inside the app.",
+    "All apps share this folder.",
     "Named like an app of which only leftovers are found.",
     "Named like the app but for version, channel or edition.",
     "Named like the app's vendor.",
@@ -104,7 +105,7 @@ constexpr std::array kSentences = {
     "The name is the app's bundle identifier after a team or group.",
 };
 // clang-format on
-static_assert(kSentences.size() == 82);
+static_assert(kSentences.size() == 83);
 
 constexpr const char* kCatalogue = R"({
   "sourceLanguage" : "en",

@@ -68,7 +68,7 @@ TEST(Arguments, AnOptionCannotBeCombinedWithTheOnesThatItExcludes) {
       }
     }
   }
-  EXPECT_EQ(exclusions, 3 * 16 + 4 + 6);
+  EXPECT_EQ(exclusions, 3 * 18 + 4 + 8);
 }
 
 TEST(Arguments, ContradictingOptionsAreRefused) {

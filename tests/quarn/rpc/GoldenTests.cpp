@@ -45,6 +45,7 @@ struct Placeholder {
 // clang-format off
 constexpr std::array kPlaceholders{
     Placeholder{"inspectedAt", &isDate,      "<the date of the inspection>"},
+    Placeholder{"modified",    &isDate,      "<the date of the last change>"},
     Placeholder{"totalBytes",  &isByteCount, "<bytes of the disk>"},
     Placeholder{"freeBytes",   &isByteCount, "<bytes of the disk>"},
 };
