@@ -154,7 +154,8 @@ class PropertyListNames {
     std::sort(byName_.begin(), byName_.end());
   }
 
-  // Equivalent names have the same composed bytes. A combining mark may follow the prefix, so `Text::hasPrefix` decides.
+  // Equivalent names have the same composed bytes. A combining mark may follow the prefix, so `Text::hasPrefix`
+  // decides.
   [[nodiscard]] std::vector<FileURL> beginningWith(const std::string& prefix) const {
     const std::string key = composed(Text::validUTF8(prefix));
     std::vector<std::uint32_t> found;
