@@ -24,7 +24,7 @@ TEST(ReadReport, EachErrorHasItsCause) {
   EXPECT_EQ(unreadableCause(EXDEV), UnreadableCause::otherDevice);
   EXPECT_EQ(unreadableCause(ELOOP), UnreadableCause::loop);
   EXPECT_EQ(unreadableCause(EFBIG), UnreadableCause::limit);
-  for (const int error : {EIO, EMFILE, ENFILE, ENOMEM, ESTALE, ENXIO, EUCLEAN}) {
+  for (const int error : {EIO, EMFILE, ENFILE, ENOMEM, ESTALE, ENXIO}) {
     EXPECT_EQ(unreadableCause(error), UnreadableCause::other) << error;
   }
 }

@@ -18,6 +18,7 @@ TEST(RunningSystem, TheHomeIsTheEnvironments) {
 TEST(RunningSystem, WhatIsNotPermittedIsAMatterOfPermissions) {
   EXPECT_EQ(unreadableCause(EPERM), UnreadableCause::permission);
   EXPECT_EQ(unreadableCause(EDEADLK), UnreadableCause::other);
+  EXPECT_EQ(unreadableCause(EUCLEAN), UnreadableCause::other);
 }
 
 }  // namespace

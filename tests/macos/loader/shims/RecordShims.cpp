@@ -24,6 +24,8 @@ constexpr int kDarwinNoFollow = 0x20;
 constexpr int kDarwinNoFollowAny = 0x800;
 constexpr int kDarwinDescriptorOnly = 0x400;
 constexpr int kDarwinRealDevice = 0x200;
+constexpr std::uint32_t kDarwinReadOnly = 1;
+constexpr std::uint32_t kDarwinNoAccessTimes = 0x10000000;
 
 struct DarwinStatus {
   std::int32_t device;
@@ -101,6 +103,8 @@ int fileSystemOfOpen(int descriptor, DarwinFileSystem* to) {
   to->freeBlocks = status.f_bfree;
   to->availableBlocks = status.f_bavail;
   to->files = status.f_files;
+  to->flags = ((status.f_flags & ST_RDONLY) != 0 ? kDarwinReadOnly : 0) |
+              ((status.f_flags & ST_NOATIME) != 0 ? kDarwinNoAccessTimes : 0);
   return 0;
 }
 

@@ -105,6 +105,8 @@ int unsupported() {
 }
 
 unsigned ownTask = 0;
+// Any number: the stack protector compares it with itself.
+unsigned long stackGuard = 0x5155524e00ff0a0d;
 // Google's test library counts the threads before it forks.
 int threadsOfTask(unsigned, unsigned** threads, unsigned* count) {
   *count = 0;
@@ -142,6 +144,7 @@ std::span<const Shim> systemShims() {
                                 shim("copyfile_state_free", unsupported),
                                 shim("fcopyfile", unsupported),
                                 shim("mach_task_self_", &ownTask),
+                                shim("__stack_chk_guard", &stackGuard),
                                 shim("task_threads", threadsOfTask),
                                 shim("vm_deallocate", freeMemory),
                                 shim("memset_pattern16", fillWithPattern),
