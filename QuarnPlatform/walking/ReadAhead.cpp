@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kWindow = 16u << 10;  // entries that are listed ahead of the consumer
 constexpr std::size_t kFolderWeight = 16;   // what a listed folder takes besides its entries, in entries
 constexpr std::size_t kSegment = 512;
-constexpr std::size_t kCallsPerFolder = 4;
+constexpr std::size_t kCallsPerListing = 4;
 constexpr std::size_t kSegmentsAhead = 64;
 // How many folders of the plan are searched for something to claim. What comes later is not urgent.
 constexpr std::size_t kPlanDepth = 64;
@@ -243,7 +243,7 @@ void ReadAhead::perform(Lock& lock, const Task& task, Worker& worker) {
     const auto start = HelperCount::Clock::now();
     read(task, worker);
     const std::size_t entries = std::min(task.folder->listing.entries.size(), kSegment);
-    helperCount_.note(worker.observations, kCallsPerFolder + entries, HelperCount::Clock::now() - start);
+    helperCount_.note(worker.observations, kCallsPerListing + entries, HelperCount::Clock::now() - start);
   } else {
     read(task, worker);
   }
