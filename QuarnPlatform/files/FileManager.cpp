@@ -143,10 +143,7 @@ bool FileManager::isPackage(const FileURL& url) const {
   if (!isDirectory(url)) return false;
   if (isPackageName(url.lastPathComponent())) return true;
   const FileDescriptor folder = openFolder(url.path(), Links::doNotFollow);
-  if (!folder.isOpen()) return false;
-  const BundleBit bit = bundleBit(folder.get());
-  if (bit.error != 0) noteFailure(url.path(), bit.error);
-  return bit.isSet;
+  return folder.isOpen() && hasBundleBit(folder.get());
 }
 
 FileURL FileManager::url(std::string_view path) const {

@@ -1,5 +1,4 @@
 #include <array>
-#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -19,17 +18,15 @@ constexpr unsigned char kBundleBitInFirstByte = 0x20;  // 0x2000 of the big-endi
 }  // namespace
 
 // A folder without the attribute gives 32 zeros.
-BundleBit bundleBit(int folderDescriptor) {
+bool hasBundleBit(int folderDescriptor) {
   attrlist wanted{};
   wanted.bitmapcount = ATTR_BIT_MAP_COUNT;
   wanted.commonattr = ATTR_CMN_FNDRINFO;
   std::array<unsigned char, sizeof(std::uint32_t) + kFinderInfoSize> record{};
-  if (::fgetattrlist(folderDescriptor, &wanted, record.data(), record.size(), 0) != 0) {
-    return {.error = errno == ENOTSUP ? 0 : errno};
-  }
+  if (::fgetattrlist(folderDescriptor, &wanted, record.data(), record.size(), 0) != 0) return false;
   std::uint32_t length = 0;
   std::memcpy(&length, record.data(), sizeof length);
-  return {.isSet = length == record.size() && (record[sizeof length + kFlagsOffset] & kBundleBitInFirstByte) != 0};
+  return length == record.size() && (record[sizeof length + kFlagsOffset] & kBundleBitInFirstByte) != 0;
 }
 
 }  // namespace quarn

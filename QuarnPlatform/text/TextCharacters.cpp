@@ -4,11 +4,8 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <utility>
 
 #include <unicode/ubrk.h>
-
-#include "QuarnPlatform/text/TextScalars.h"
 
 namespace quarn::unicode {
 
@@ -21,8 +18,7 @@ using BreakIterator = std::unique_ptr<UBreakIterator, CloseBreakIterator>;
 
 BreakIterator openBreakIterator() {
   UErrorCode status = U_ZERO_ERROR;
-  BreakIterator iterator(ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &status));
-  return succeeded(status) ? std::move(iterator) : nullptr;
+  return BreakIterator(ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &status));
 }
 
 /// The iterator of this thread, set to the text. Null if ICU fails, which happens only without its data.
@@ -33,7 +29,7 @@ UBreakIterator* characters(std::u16string_view text) {
   if (iterator != nullptr) {
     ubrk_setText(iterator.get(), text.data(), static_cast<std::int32_t>(std::min(text.size(), kLongest)), &status);
   }
-  return succeeded(status) ? iterator.get() : nullptr;
+  return U_SUCCESS(status) ? iterator.get() : nullptr;
 }
 
 }  // namespace

@@ -22,14 +22,12 @@ std::u16string composedUnits(std::string_view text) {
   UErrorCode status = U_ZERO_ERROR;
   const UNormalizer2* composer = unorm2_getNFCInstance(&status);
   const auto length = static_cast<std::int32_t>(units.size());
-  if (!unicode::succeeded(status)) return units;
-  const bool isComposed = unorm2_spanQuickCheckYes(composer, units.data(), length, &status) == length;
-  if (!unicode::succeeded(status) || isComposed) return units;
+  if (U_FAILURE(status) || unorm2_spanQuickCheckYes(composer, units.data(), length, &status) == length) return units;
   // Composition makes a UTF-16 text at most three times as long (Unicode Standard Annex #15, "Expansion Factors").
   std::u16string normal(units.size() * 3, u'\0');
   const std::int32_t used = unorm2_normalize(composer, units.data(), length, normal.data(),
                                              static_cast<std::int32_t>(normal.size()), &status);
-  if (!unicode::succeeded(status)) return units;
+  if (U_FAILURE(status)) return units;
   normal.resize(static_cast<std::size_t>(used));
   return normal;
 }

@@ -12,8 +12,9 @@
 namespace quarn {
 
 /// Reads the sizes of a huge folder's files on its own thread, in the order in which they are found, while another
-/// thread (the lister) still lists and sorts the folder. Without it one core idles meanwhile. It may read any number of
-/// sizes; whatever it has not read is left for others.
+/// thread (the lister) still lists and sorts the folder. Without it one core idles meanwhile: on two cores
+/// `walk ordered` takes 0.29 s with it and 0.34 s without on a folder of `gentree flat DIR 300000`, the least of 20
+/// runs each. It may read any number of sizes; others read the rest.
 ///
 /// The lister owns the items and this object. A full block of items is constant but for its `sizes`, which belong to
 /// the thread here from `add` until `finish` has returned. `mutex_` guards `blocks_`; no other lock is taken under it.

@@ -21,9 +21,7 @@ SizedFolder::SizedFolder(const WalkedFolders::Use& parent, std::string_view name
 
 const Attribution::Step& SizedFolder::judge() {
   if (asPackage_ != step_) {
-    const BundleBit bit = bundleBit(descriptor_);
-    if (bit.isSet) step_ = asPackage_;
-    error_ = bit.error;
+    if (hasBundleBit(descriptor_)) step_ = asPackage_;
     asPackage_ = step_;
   }
   return step_;

@@ -55,9 +55,7 @@ void SizingWorker::enter(SizingTask& task) {
   if (!opened.descriptor.isOpen()) return scheduler_.reportUnreadable(parent, task.name, opened.error);
   SubFolders::Item& item = task.item;
   if (item.step.has_value() != item.asPackage.has_value()) {
-    const BundleBit bit = bundleBit(opened.descriptor.get());
-    if (bit.error != 0) scheduler_.reportUnreadable(parent, task.name, bit.error);
-    item.step = item.asPackage = bit.isSet ? item.asPackage : item.step;
+    item.step = item.asPackage = hasBundleBit(opened.descriptor.get()) ? item.asPackage : item.step;
   }
   if (!item.step) return;
   SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage);
@@ -78,7 +76,7 @@ int SizingWorker::read(SizedFolder& folder) {
   while (reader_.readMore() && countAll(folder)) {
   }
   queueSubFolders(folder);
-  return reader_.error() != 0 ? reader_.error() : folder.error();
+  return reader_.error();
 }
 
 bool SizingWorker::countAll(SizedFolder& folder) {
