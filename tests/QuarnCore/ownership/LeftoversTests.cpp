@@ -10,6 +10,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using ::testing::UnorderedElementsAre;
 
 std::vector<Leftover> leftovers(const Mapper& mapper, bool computeSizes = false) {
   return findLeftovers(mapper.map(), {.computeSizes = computeSizes}, mapper.files,
@@ -87,6 +88,22 @@ TEST(Leftovers, AnIdentifierThatHoldsTheReducedNameOfAnInstalledAppIsNotOneUnles
   const std::vector<Leftover> found = leftovers(Mapper(volume));
   ASSERT_THAT(found, SizeIs(1));
   EXPECT_EQ(found[0].owner.bundleIdentifier, "org.nowhere.Inks");
+}
+
+TEST(Leftovers, ANameWithADotIsAnIdentifierWhereEntriesAreNamedByIdentifiers) {
+  MacVolume volume;
+  volume.folder("~/Library/Containers/one.editor")
+      .folder("~/Library/Group Containers/two.editor")
+      .folder("~/Library/Saved Application State/three.editor.savedState")
+      .folder("~/Library/HTTPStorages/four.editor")
+      .folder("~/Library/WebKit/five.editor")
+      .file("~/Library/Cookies/six.editor.binarycookies")
+      .folder("~/Library/Caches/seven.editor")
+      .folder("~/Library/Application Support/eight.editor");
+  std::vector<std::string> owners;
+  for (const Leftover& leftover : leftovers(Mapper(volume))) owners.push_back(leftover.owner.name);
+  EXPECT_THAT(owners, UnorderedElementsAre("one.editor", "two.editor", "three.editor", "four.editor", "five.editor",
+                                           "six.editor"));
 }
 
 TEST(Leftovers, AJobWhoseProgramIsGoneIsOne) {

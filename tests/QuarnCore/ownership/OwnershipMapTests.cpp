@@ -191,11 +191,11 @@ TEST(OwnershipMap, ACancelledMapIsIncomplete) {
 TEST(OwnershipMap, ManyIdentifiersOfAVendorAreNotAllItsOneInstalledApps) {
   MacVolume volume;
   volume.app("/Applications/One.app", {.bundleIdentifier = "com.host.one"});
-  for (const char* name : {"two", "three", "four", "five"}) {
+  for (const char* name : {"bake", "cake", "lake", "rake"}) {
     volume.file(std::string("~/Library/Preferences/com.host.") + name + ".plist");
   }
   const OwnershipMap map = Mapper(volume).map();
-  EXPECT_EQ(map.owners(volume.url("~/Library/Preferences/com.host.two.plist")).status, OwnershipStatus::unknown);
+  EXPECT_EQ(map.owners(volume.url("~/Library/Preferences/com.host.cake.plist")).status, OwnershipStatus::unknown);
 }
 
 }  // namespace
