@@ -88,11 +88,10 @@ class BinaryGuard {
  public:
   explicit BinaryGuard(std::string_view bytes) : bytes_(bytes), file_(bytes) {}
 
-  /// The cost of the list; absent if it is not safe.
-  [[nodiscard]] std::optional<Cost> cost() {
-    if (!readTrailer()) return std::nullopt;
+  [[nodiscard]] bool isSafe() {
+    if (!readTrailer()) return false;
     known_.resize(objectCount_);
-    return costOf(topObject_, 0);
+    return costOf(topObject_, 0).has_value();
   }
 
  private:
@@ -235,10 +234,6 @@ bool BinaryGuard::isKey(std::uint64_t index) const {
 
 }  // namespace
 
-bool isSafeBinaryPropertyList(std::string_view bytes, PropertyListCost* cost) {
-  const std::optional<Cost> found = BinaryGuard(bytes).cost();
-  if (found && cost != nullptr) *cost = {.values = found->values, .textBytes = found->textBytes};
-  return found.has_value();
-}
+bool isSafeBinaryPropertyList(std::string_view bytes) { return BinaryGuard(bytes).isSafe(); }
 
 }  // namespace quarn

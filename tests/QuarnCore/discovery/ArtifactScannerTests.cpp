@@ -6,6 +6,7 @@
 #include "QuarnCore/discovery/ArtifactScanner.h"
 #include "QuarnPlatform/resources/Localization.h"
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
+#include "tests/support/ItemSizes.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/ResourceFolder.h"
 
@@ -92,10 +93,9 @@ TEST(ArtifactScanner, AMissingBundleHasTheSizeZero) {
 TEST(ArtifactScanner, SizesThatOverflowAreAnError) {
   MacVolume volume;
   volume.file("~/Library/Preferences/com.example.App.a.plist").file("~/Library/Preferences/com.example.App.b.plist");
-  const ArtifactScanner scanner({.itemSizeExcluding =
-                                     [](const FileURL&, const std::vector<FileURL>&, bool, bool) {
-                                       return SizeInfo{std::numeric_limits<std::int64_t>::max(), 0};
-                                     }},
+  const ArtifactScanner scanner(sizesBy([](const FileURL&, const std::vector<FileURL>&, bool, bool) {
+                                  return SizeInfo{std::numeric_limits<std::int64_t>::max(), 0};
+                                }),
                                 volume.files());
   ArtifactScanner::Options sized = options();
   sized.computeSizes = true;

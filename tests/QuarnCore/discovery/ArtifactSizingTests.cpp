@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "QuarnCore/discovery/ArtifactSizing.h"
+#include "tests/support/ItemSizes.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {
@@ -31,7 +32,7 @@ std::optional<SizeInfo> sized(Artifact artifact, const MacVolume& volume) {
 }
 
 FileSizeCalculator everyItemIs(const SizeInfo& size) {
-  return {.itemSizeExcluding = [size](const FileURL&, const std::vector<FileURL>&, bool, bool) { return size; }};
+  return sizesBy([size](const FileURL&, const std::vector<FileURL>&, bool, bool) { return size; });
 }
 
 TEST(ArtifactSizing, AddsAllItemsOfAnArtifactComponentByComponent) {
@@ -52,11 +53,10 @@ TEST(ArtifactSizing, MissingItemsAddNothingAndAreNotSized) {
   MacVolume volume;
   volume.file("~/a").link("~/dangling", "nowhere");
   std::vector<std::string> asked;
-  const FileSizeCalculator calculator{
-      .itemSizeExcluding = [&](const FileURL& at, const std::vector<FileURL>&, bool, bool) {
-        asked.push_back(at.path());
-        return SizeInfo{1, 2};
-      }};
+  const FileSizeCalculator calculator = sizesBy([&](const FileURL& at, const std::vector<FileURL>&, bool, bool) {
+    asked.push_back(at.path());
+    return SizeInfo{1, 2};
+  });
   EXPECT_EQ(sized(artifact(volume, {"~/missing", "~/a", "~/dangling"}), volume, calculator), (SizeInfo{1, 2}));
   EXPECT_THAT(asked, ElementsAre("/Users/ann/a"));
 }
@@ -78,14 +78,14 @@ TEST(ArtifactSizing, AsksForSlowSizesWithoutHiddenItemsAndWithNothingExcluded) {
   MacVolume volume;
   volume.folder("~/a");
   int calls = 0;
-  const FileSizeCalculator calculator{
-      .itemSizeExcluding = [&](const FileURL&, const std::vector<FileURL>& excluding, bool allowSlow, bool hidden) {
+  const FileSizeCalculator calculator =
+      sizesBy([&](const FileURL&, const std::vector<FileURL>& excluding, bool allowSlow, bool hidden) {
         ++calls;
         EXPECT_TRUE(excluding.empty());
         EXPECT_TRUE(allowSlow);
         EXPECT_FALSE(hidden);
         return SizeInfo{};
-      }};
+      });
   sized(artifact(volume, {"~/a"}), volume, calculator);
   EXPECT_EQ(calls, 1);
 }
@@ -120,10 +120,10 @@ TEST(ArtifactSizing, AFolderReachedOnManyWaysIsWalkedOnceAndCountsEachTime) {
     made.urls.push_back(volume.url("~/l" + std::to_string(i) + "/inner"));
   }
   int walks = 0;
-  const FileSizeCalculator counting{.itemSizeExcluding = [&](const FileURL&, const auto&, bool, bool) {
+  const FileSizeCalculator counting = sizesBy([&](const FileURL&, const auto&, bool, bool) {
     ++walks;
     return SizeInfo{3, 4};
-  }};
+  });
   std::vector<Artifact> artifacts{made};
   sizeArtifacts(artifacts, counting, volume.files());
   EXPECT_EQ(walks, 1);

@@ -62,7 +62,9 @@ class KernelExtensionWorld {
   }
 
   [[nodiscard]] ReceiptScanner receiptScanner() const {
-    ReceiptSnapshot snapshot{.packageIDs =
+    ReceiptSnapshot snapshot{.allReceipts = {},
+                             .receiptsMatching = {},
+                             .packageIDs =
                                  [receipts = receipts_](const std::string& path) {
                                    const auto found = receipts.find(path);
                                    return found == receipts.end() ? std::vector<std::string>() : found->second;

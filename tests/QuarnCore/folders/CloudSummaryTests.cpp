@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/QuarnCore/folders/TopItemsFixture.h"
+#include "tests/support/ItemSizes.h"
 #include "tests/support/UnprivilegedUser.h"
 
 namespace quarn {
@@ -110,10 +111,10 @@ TEST(CloudSummary, CancelledTheSumSoFarIsReturned) {
   TopItemsVolume volume;
   volume.sparse("/c/a", 1).folder("/c/b.app").sparse("/c/c", 4).sparse("/d/e", 8);
   const Cancellation cancellation;
-  const FileSizeCalculator sizes{.itemSizeExcluding = [&](const FileURL&, const auto&, bool, bool) {
+  const FileSizeCalculator sizes = sizesBy([&](const FileURL&, const auto&, bool, bool) {
     cancellation.cancel();
     return SizeInfo{0, 2};
-  }};
+  });
   const TopItemsService service(sizes, volume.files());
   EXPECT_EQ(service.cloudSummary(volume.urls({"/c", "/d"}), 9, 99, kSizePackages, cancellation), expected(0, 3, 3));
   EXPECT_EQ(service.cloudSummary(volume.urls({"/c", "/d"}), 9, 99, kSizePackages, cancellation), CloudStorageSummary{});
@@ -122,9 +123,9 @@ TEST(CloudSummary, CancelledTheSumSoFarIsReturned) {
 TEST(CloudSummary, ASumThatDoesNotFitIsAnError) {
   TopItemsVolume volume;
   volume.folder("/c/a.app").folder("/c/b.app");
-  const FileSizeCalculator sizes{.itemSizeExcluding = [](const FileURL&, const auto&, bool, bool) {
+  const FileSizeCalculator sizes = sizesBy([](const FileURL&, const auto&, bool, bool) {
     return SizeInfo{std::numeric_limits<std::int64_t>::max(), 0};
-  }};
+  });
   const TopItemsService service(sizes, volume.files());
   EXPECT_THROW((void)service.cloudSummary(volume.urls({"/c"}), 9, 99, kSizePackages, {}), SizeOverflow);
 }

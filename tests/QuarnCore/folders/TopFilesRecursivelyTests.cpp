@@ -5,6 +5,7 @@
 
 #include "QuarnPlatform/files/ReadReport.h"
 #include "tests/QuarnCore/folders/TopItemsFixture.h"
+#include "tests/support/ItemSizes.h"
 #include "tests/support/UnprivilegedUser.h"
 
 namespace quarn {
@@ -263,10 +264,10 @@ TEST(TopFilesRecursively, CancellationReturnsThePartialResult) {
   TopItemsVolume volume;
   volume.sparse("/f/a", 1).folder("/f/b.app").sparse("/f/c", 4).sparse("/g/d", 8);
   const Cancellation cancellation;
-  const FileSizeCalculator sizes{.itemSizeExcluding = [&](const FileURL&, const auto&, bool, bool) {
+  const FileSizeCalculator sizes = sizesBy([&](const FileURL&, const auto&, bool, bool) {
     cancellation.cancel();
     return SizeInfo{0, 2};
-  }};
+  });
   Options options = kAll;
   options.allowSlowForPackages = true;
   EXPECT_THAT(

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "QuarnCore/inspection/AppsService.h"
+#include "tests/support/ItemSizes.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {
@@ -49,15 +50,15 @@ TEST(AppsService, HiddenFilesInsideTheBundleAreNotCounted) {
 
 TEST(AppsService, TheBundleIsSizedSlowlyWithoutHiddenItems) {
   int calls = 0;
-  const AppsService service({}, {.itemSizeExcluding = [&](const FileURL& at, const std::vector<FileURL>& excluding,
-                                                          bool allowSlow, bool includeHidden) {
-                              ++calls;
-                              EXPECT_EQ(at.path(), "/X.app");
-                              EXPECT_TRUE(excluding.empty());
-                              EXPECT_TRUE(allowSlow);
-                              EXPECT_FALSE(includeHidden);
-                              return SizeInfo{1, 2};
-                            }});
+  const AppsService service(
+      {}, sizesBy([&](const FileURL& at, const std::vector<FileURL>& excluding, bool allowSlow, bool includeHidden) {
+        ++calls;
+        EXPECT_EQ(at.path(), "/X.app");
+        EXPECT_TRUE(excluding.empty());
+        EXPECT_TRUE(allowSlow);
+        EXPECT_FALSE(includeHidden);
+        return SizeInfo{1, 2};
+      }));
   EXPECT_EQ(service.calculateAppSize(appAt("/X.app")), (SizeInfo{1, 2}));
   EXPECT_EQ(calls, 1);
 }

@@ -165,9 +165,9 @@ TEST(PreciseSize, CancelledTheSizeSoFarIsReturned) {
 
 // Records how each root is sized; sizes cloud roots with given values.
 struct RecordedSizing {
-  std::vector<std::string> calls;
+  std::vector<std::string> calls{};
   bool walkFails = false;
-  std::optional<SizeInfo> resourceSize;
+  std::optional<SizeInfo> resourceSize{};
   bool quickSizeFails = true;
 
   FileSizeCalculator calculator() {

@@ -392,10 +392,14 @@ TEST_F(Methods, AllReceiptsAreListedWithTheirFiles) {
 
 TEST_F(Methods, AReceiptPathMayBeAFileURL) {
   std::vector<std::string> asked;
-  services_.receiptScanner = ReceiptScanner::answering({.packageIDs = [&](const std::string& path) {
-    asked.push_back(path);
-    return std::vector<std::string>{"com.example.pkg"};
-  }});
+  services_.receiptScanner = ReceiptScanner::answering({.allReceipts = {},
+                                                        .receiptsMatching = {},
+                                                        .packageIDs =
+                                                            [&](const std::string& path) {
+                                                              asked.push_back(path);
+                                                              return std::vector<std::string>{"com.example.pkg"};
+                                                            },
+                                                        .matches = {}});
   EXPECT_EQ(call("ReceiptScanner.packageIDs", {{"forFileAtPath", "/a b%20"}}),
             ordered_json::array({"com.example.pkg"}));
   (void)call("ReceiptScanner.packageIDs", {{"forFileAtPath", "file:///a%20%FF"}});
