@@ -11,7 +11,7 @@
 namespace quarn {
 namespace {
 
-constexpr unsigned kCallsPerFolder = 4;
+constexpr unsigned kCallsToSizeFolder = 4;
 constexpr std::size_t kScratchItems = 4096;
 
 }  // namespace
@@ -32,7 +32,7 @@ void SizingWorker::work() {
 
 void SizingWorker::run(SizingTask& task) {
   if (scheduler_.helperCount().mayGrow()) since_ = HelperCount::Clock::now();
-  calls_ = kCallsPerFolder;
+  calls_ = kCallsToSizeFolder;
   if (task.bigFolder) {
     readPart(task);
   } else {
