@@ -36,7 +36,7 @@ constexpr std::array kEmbeddedFolders{
 // clang-format on
 static_assert(kEmbeddedFolders.size() == 13);
 
-// Folders whose files are named after what is started with the app's help.
+// Folders whose files are named after helper tools and launchd jobs.
 constexpr std::array<std::string_view, 3> kHelperFolders{"Library/LaunchServices", "Library/LaunchAgents",
                                                          "Library/LaunchDaemons"};
 

@@ -9,9 +9,9 @@
 
 namespace quarn {
 
-/// What the apps' bundles say, app by app, each bundle read once. Bundles in a bundle count one level deep in the usual
-/// folders, `kMostEmbedded` of them at most. Cannot fail: what cannot be read says nothing. Cancelled: those not read
-/// yet say nothing.
+/// Reads each app's bundle once and returns its facts, in the order of the apps. Embedded bundles are searched one
+/// level deep in the usual folders, at most `kMostEmbedded` per app. A bundle that cannot be read, or that was not read
+/// before `cancellation`, has empty facts.
 std::vector<AppFacts> readAppFacts(const FileManager& files, const EntitlementsReader& entitlements,
                                    const std::vector<AppEntity>& apps, const Cancellation& cancellation);
 

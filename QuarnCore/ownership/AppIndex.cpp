@@ -12,10 +12,10 @@ namespace {
 
 constexpr std::size_t kShortestKey = 3;
 
-// The first word of "Example Notes", with which its vendor's folder may be named.
+// "Example" of "Example Notes". The folder of the vendor may have this name.
 std::string_view firstWord(std::string_view name) { return name.substr(0, name.find_first_of(" -_.")); }
 
-// Hostile bundles may have names of megabytes; entries' names end at 255 bytes.
+// A hostile bundle may have a name of many megabytes. The name of an entry has at most 255 bytes.
 std::string_view withinEntryName(std::string_view text) {
   constexpr std::size_t kLongest = 255;
   return text.size() > kLongest ? std::string_view() : text;

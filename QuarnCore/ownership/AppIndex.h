@@ -12,7 +12,7 @@
 
 namespace quarn {
 
-/// What an app's bundle says besides its name and identifier. A plain value.
+/// Facts from an app's bundle, besides its name and identifier. A plain value.
 struct AppFacts {
   std::vector<std::string> groups{};               ///< of the signed entitlements
   std::string team{};                              ///< team identifier of the signature, or empty
@@ -24,23 +24,23 @@ struct AppFacts {
 /// Positions in the list of apps.
 using AppList = std::vector<std::uint32_t>;
 
-/// All that apps are called, each key with the apps that have it: whose an entry is takes a few look-ups, however many
-/// apps there are. Made once, then read from any thread.
+/// An index of the names and identifiers of all apps. Each key lists the apps that have it, so the owner of an entry is
+/// found in a few lookups, whatever the number of apps. Read-only once built; safe from any thread.
 class AppIndex {
  public:
-  /// By what an app is looked up.
+  /// The kinds of keys.
   enum class Key : std::uint8_t {
     identifier,   ///< in lower case
-    embedded,     ///< likewise
-    group,        ///< likewise
-    helper,       ///< likewise
+    embedded,     ///< identifier of an embedded bundle, in lower case
+    group,        ///< in lower case
+    helper,       ///< in lower case
     name,         ///< name keys
     reducedName,  ///< reduced name keys, and those of identifiers' last parts
     vendor,       ///< vendors' keys
     vendorName,   ///< name keys of vendors
     vendorApp,    ///< a vendor's key and a name key, see `joined`
-    folderApp,    ///< a vendor folder's name key and a name key in it, likewise
-    team,         ///< as it stands
+    folderApp,    ///< a vendor folder's name key and a name key in it, see `joined`
+    team,         ///< as written
   };
   static constexpr std::size_t kKeys = 11;
 
@@ -48,14 +48,14 @@ class AppIndex {
   /// `facts` may be shorter than `apps`.
   AppIndex(const std::vector<AppEntity>& apps, const std::vector<AppFacts>& facts);
 
-  /// The apps with this key, or null. Lives as long as the index.
+  /// The apps with this key; null if there are none. Valid for the lifetime of the index.
   [[nodiscard]] const AppList* find(Key key, std::string_view text) const;
-  /// Whether a folder of this name key may hold apps' folders.
+  /// Whether a folder with this name key may hold the folders of apps.
   [[nodiscard]] bool isVendorFolder(std::string_view folderKey) const { return folders_.contains(folderKey); }
 
-  /// A key of two parts.
+  /// Joins two keys into one.
   static std::string joined(std::string_view first, std::string_view second);
-  /// A lower-cased vendor without what its spellings differ in.
+  /// The key of a lower-cased vendor. It is the same for all spellings of the vendor.
   static std::string vendorKey(std::string_view vendor);
 
  private:

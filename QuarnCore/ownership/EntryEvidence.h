@@ -13,7 +13,7 @@
 
 namespace quarn {
 
-/// An entry's name as the evidence rules read it.
+/// The forms of an entry's name that the evidence rules compare.
 struct EntryText {
   EntryText(const OwnershipPlace& place, std::string_view name, std::string_view folderName = {});
 
@@ -21,41 +21,42 @@ struct EntryText {
   std::string whole;       ///< the name in lower case
   std::string stem;        ///< without decorations, as written
   std::string lowercased;  ///< the stem in lower case
-  std::string identifier;  ///< the same without team and "group."
-  std::string team;        ///< the team before it, or empty
-  bool isIdentifier;       ///< whether `identifier` has the shape of one
+  std::string identifier;  ///< the stem in lower case, without team and "group."
+  std::string team;        ///< the leading team, or empty
+  bool isIdentifier;       ///< whether `identifier` looks like one
   std::string plainName;   ///< the stem without team and "group.", as written
-  std::string key;         ///< its name key
-  std::string folderKey;   ///< of the vendor's folder that holds the entry, or empty
+  std::string key;         ///< the name key
+  std::string folderKey;   ///< the name key of the vendor's folder around it, or empty
 };
 
-/// Apps and the evidence that they have in common.
+/// Apps with the same evidence for an entry.
 struct EvidenceFind {
   EvidenceKind kind = EvidenceKind::otherIdentifierName;
   const AppList* apps = nullptr;
 };
 
-/// Judges names against an index of apps. Keeps references; safe from any thread.
+/// Compares names with an index of apps. Keeps references; safe from any thread.
 class EntryEvidence {
  public:
-  /// More apps than this share no vendor's entries: it is a host of many developers, or a volume made to hurt.
+  /// If a vendor has more apps than this, its identifier alone is no evidence: it hosts many developers, or the volume
+  /// is hostile.
   static constexpr std::size_t kMostOfVendor = 3;
 
   EntryEvidence(const AppIndex& index, const std::vector<AppEntity>& apps, const std::vector<AppFacts>& facts)
       : index_(index), apps_(apps), facts_(facts) {}
 
-  /// What a name says, strongest first; ends early with the first find unless `all`.
+  /// The evidence in a name, strongest first; only the strongest unless `all`.
   [[nodiscard]] std::vector<EvidenceFind> finds(const EntryText& entry, bool all) const;
 
-  /// The vendors, by `AppIndex::vendorKey`, under whose identifiers developers of all kinds are found: none of their
-  /// apps owns what another one may have left.
+  /// Sets the vendors (`AppIndex::vendorKey`) whose identifiers many developers use. Such an identifier alone is no
+  /// evidence for the installed apps of the vendor.
   void setPooledVendors(std::unordered_set<std::string> vendors) { pooled_ = std::move(vendors); }
 
-  /// How near an identifier is to what is installed.
+  /// How close an identifier is to those of installed apps.
   enum class Nearness : std::uint8_t {
     none,
-    vendor,  ///< its vendor has installed apps, of which none can be said to own it
-    name,    ///< some part of it is, or begins with, the name of an installed app or of its vendor
+    vendor,  ///< its vendor has installed apps, but none of them owns it
+    name,    ///< a part of it is, or begins with, the name of an installed app or of its vendor
   };
   [[nodiscard]] Nearness nearness(const EntryText& entry) const;
 

@@ -10,7 +10,6 @@
 namespace quarn {
 namespace {
 
-// Sorted, for binary search; static_asserts below hold them to it.
 constexpr std::array<std::string_view, 16> kChannelWords{"alpha",    "beta",     "canary", "dev",     "eap",     "edge",
                                                          "insiders", "latest",   "lts",    "nightly", "preview", "rc",
                                                          "release",  "snapshot", "stable", "version"};
@@ -26,12 +25,12 @@ constexpr std::array<std::string_view, 30> kPartWords{
     "logs",   "plugin",    "preferences", "prefs",       "renderer", "server",    "service",       "settings",
     "shipit", "support",   "tool",        "uninstaller", "updater",  "widget"};
 
-// What may stand before the first dot of an identifier.
+// Common first parts of identifiers.
 constexpr std::array<std::string_view, 36> kFirstParts{
     "ai", "app", "at",  "au", "be",   "biz", "br", "ca", "cc", "ch",  "cn", "co", "com", "cz", "de", "dev", "dk", "edu",
     "eu", "fr",  "gov", "in", "info", "io",  "it", "jp", "me", "net", "nl", "no", "org", "pl", "ru", "se",  "tv", "uk"};
 
-// Hosts of many developers' projects and names of frameworks: what comes after them is the vendor.
+// Hosts of many developers and names of frameworks. The part after them is the vendor.
 constexpr std::array<std::string_view, 12> kSharedVendors{
     "com.apple.iokit", "com.electron", "com.github", "com.googlecode",  "com.sourceforge", "com.yourcompany",
     "edu.self",        "io.github",    "me.github",  "net.sourceforge", "net.sf",          "org.github"};
@@ -70,7 +69,7 @@ bool isASCII(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// Where a word begins inside a run of letters and digits: "myApp", "app2", "2x", "HTMLView".
+// Whether a word begins inside a run of letters and digits: "myApp", "app2", "2x", "HTMLView".
 bool beginsWord(std::string_view text, std::size_t at) {
   const char before = text[at - 1];
   const char here = text[at];
@@ -121,7 +120,7 @@ std::string keyWithoutLastWords(std::string_view name, const IsDropped& isDroppe
   return reduced.size() < kShortestKept ? key : reduced;
 }
 
-// A crash report's mark: "_1A2B3C4D-5E6F-…", "-2025-01-02-030405", "_2025-01-02-030405_host".
+// The length of a crash report's mark: "_1A2B3C4D-5E6F-…", "-2025-01-02-030405", "_2025-01-02-030405_host".
 std::size_t markLength(std::string_view name) {
   constexpr std::size_t kUUID = 36;
   const auto isUUIDAt = [&](std::size_t at) {
@@ -208,7 +207,7 @@ bool hasIdentifierForm(std::string_view text) { return hasForm(text, /*takesSpac
 bool looksLikeIdentifier(std::string_view text) {
   if (!hasForm(text, /*takesSpaces=*/true)) return false;
   const std::string_view first = text.substr(0, text.find('.'));
-  // Some developers put their apps' names into identifiers as they are.
+  // Some identifiers contain the app's name with its spaces.
   const bool hasSpaces = text.find(' ') != std::string_view::npos;
   if (holds(kFirstParts, first)) return !hasSpaces || !vendorOf(text).empty();
   if (hasSpaces) return false;
@@ -233,7 +232,7 @@ std::string_view vendorOf(std::string_view identifier) {
   if (!isCountry && !holds(kSharedVendors, two)) return two;
   if (end == identifier.size()) return {};
   const std::size_t third = partEnd(identifier, end + 1);
-  // What follows a shared one is a vendor only when something follows it in turn.
+  // The part after a shared vendor is a vendor only if another part follows it.
   if (!isCountry && third == identifier.size()) return {};
   return identifier.substr(0, third);
 }

@@ -11,18 +11,18 @@
 
 namespace quarn {
 
-/// The apps of which only leftovers are found, made up from the identifiers that are left and judged by the rules for
-/// installed ones. For the making of one map; keeps a reference.
+/// Finds the apps that are no longer installed but left entries. It takes them from the identifiers that have no owner,
+/// and then matches names with them by the rules for installed apps. Used while a map is built; keeps a reference.
 class FormerApps {
  public:
   explicit FormerApps(OwnershipState& state) : state_(state) {}
 
-  /// Marks the entries without an owner that were an app's which is not installed any more.
+  /// Marks the entries without an owner that an app left that is no longer installed.
   void find();
 
-  /// Whether a folder of this name key may hold such apps' folders.
+  /// Whether a folder with this name key may hold the folders of such apps.
   [[nodiscard]] bool isVendorFolder(std::string_view folderKey) const { return index_.isVendorFolder(folderKey); }
-  /// Marks an entry by its name when it was such an app's.
+  /// Marks the entry if it has the name of such an app.
   void considerName(OwnershipState::Entry& entry);
 
  private:
@@ -40,9 +40,9 @@ class FormerApps {
   std::unordered_set<std::string> programs_;    // identifiers
   std::unordered_set<std::string> plainNames_;  // name keys
   std::unordered_map<std::string, std::vector<std::uint32_t>> identifiers_;
-  std::unordered_map<std::string, std::string> spelled_;  // identifiers as they were written
+  std::unordered_map<std::string, std::string> spelled_;  // identifiers as written
   std::vector<AppEntity> apps_;
-  std::vector<std::uint32_t> owners_;  // the apps' positions among the former owners
+  std::vector<std::uint32_t> owners_;  // positions of the apps among the former owners
   AppIndex index_;
 };
 

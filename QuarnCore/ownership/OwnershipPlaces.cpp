@@ -182,7 +182,7 @@ constexpr std::array kSharedParents{
 };
 static_assert(kSharedParents.size() == 7);
 
-// What a new Mac has by itself, besides identifiers of com.apple.
+// The entries of a new Mac, besides identifiers of com.apple.
 struct SystemEntries {
   std::string_view folder;
   std::string_view names;

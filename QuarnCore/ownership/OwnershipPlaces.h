@@ -11,9 +11,9 @@ namespace quarn {
 /// How the entries of a place are named.
 enum class EntryNaming : std::uint8_t {
   any,             ///< after an app or its identifier
-  dotted,          ///< the same, and only entries that begin with a dot take part
-  plain,           ///< the same, and only entries that do not
-  identifierOnly,  ///< after identifiers alone: a plain name says nothing there
+  dotted,          ///< the same; entries that do not begin with a dot are ignored
+  plain,           ///< the same; entries that begin with a dot are ignored
+  identifierOnly,  ///< after identifiers; a plain name is no evidence there
 };
 
 /// A folder whose entries are named after apps.
@@ -31,13 +31,13 @@ struct OwnershipPlace {
   }
 };
 
-/// The places, the more special ones before those that hold them.
+/// The places. A place comes before the places that contain it.
 std::span<const OwnershipPlace> ownershipPlaces();
 
-/// Whether an entry of a place is a folder that all apps share, whatever an app is called. `name` as it stands.
+/// Whether an entry of a place is a folder that all apps share, even if an app has its name. `name` is as written.
 bool isSharedParent(const OwnershipPlace& place, std::string_view name);
 
-/// Whether an entry of a place is the operating system's own.
+/// Whether an entry of a place belongs to the operating system.
 bool isSystemEntry(const OwnershipPlace& place, std::string_view name);
 
 }  // namespace quarn

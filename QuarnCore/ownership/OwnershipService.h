@@ -14,32 +14,33 @@
 
 namespace quarn {
 
-/// Says whose the entries of the app-data folders are, all apps at once: what an app has stronger evidence for, another
-/// one does not get. A plain value; synchronous; does not fail: what cannot be read says nothing.
+/// Finds the owners of the entries in the app-data folders. It compares all apps at once; the app with the strongest
+/// evidence gets the entry. A plain value; synchronous. Never throws for items that cannot be read: they are no
+/// evidence.
 class OwnershipService {
  public:
-  /// What a map is made from. No field has a default: the caller chooses every value.
+  /// The sources of a map. No field has a default: the caller chooses every value.
   struct Options {
     bool readBundles;      ///< entitlements, embedded bundles and helpers of every app
-    bool includeReceipts;  ///< what receipts list
-    bool includeLaunchd;   ///< what launchd jobs run
-    bool includeProfiles;  ///< what vendor profiles name
+    bool includeReceipts;  ///< the paths in receipts
+    bool includeLaunchd;   ///< the programs of launchd jobs
+    bool includeProfiles;  ///< the paths of vendor profiles
     bool includeSystem;    ///< the places in /Library and /Users/Shared
   };
-  /// Everything on.
+  /// All sources and places.
   static constexpr Options kEverything{.readBundles = true,
                                        .includeReceipts = true,
                                        .includeLaunchd = true,
                                        .includeProfiles = true,
                                        .includeSystem = true};
 
-  /// Called on the calling thread with the name of the place that is looked at next.
+  /// Called on the calling thread with the name of the next place.
   using Progress = std::function<void(std::string_view place)>;
 
   OwnershipService(VendorProfileRegistry vendorProfiles, EntitlementsReader entitlementsReader,
                    LaunchdScanner launchdScanner, ReceiptScanner receiptScanner, FileManager files);
 
-  /// The map of the volume for these installed apps. Cancelled: what was found so far, incomplete.
+  /// The map of the volume for these installed apps. If cancelled, returns an incomplete map.
   [[nodiscard]] OwnershipMap map(const std::vector<AppEntity>& apps, const Options& options,
                                  const Progress& progress = nullptr,
                                  const Cancellation& cancellation = Cancellation::never()) const;

@@ -17,16 +17,16 @@
 
 namespace quarn {
 
-/// What a map holds. Filled by `OwnershipBuilder`, then only read.
+/// The contents of a map. `OwnershipBuilder` fills it; then it is read-only.
 struct OwnershipState {
   static constexpr std::uint32_t kNone = UINT32_MAX;
 
-  /// One entry in 24 bytes: a volume has hundreds of thousands.
+  /// An entry. Small, because a volume may have hundreds of thousands of them.
   struct Entry {
     std::uint32_t nameAt = 0;
-    std::uint32_t find = kNone;    ///< position in `finds`, of owned and shared entries
-    std::uint32_t parent = kNone;  ///< the entry of the vendor's folder that holds it
-    std::uint32_t former = kNone;  ///< position in `formers`, of orphaned entries
+    std::uint32_t find = kNone;    ///< position in `finds`; owned and shared entries only
+    std::uint32_t parent = kNone;  ///< the vendor's folder that contains it
+    std::uint32_t former = kNone;  ///< position in `formers`; orphaned entries only
     std::uint16_t nameLength = 0;
     std::uint8_t place = 0;
     OwnershipStatus status = OwnershipStatus::unknown;
@@ -59,7 +59,7 @@ struct OwnershipState {
   }
   [[nodiscard]] std::string path(const Entry& entry) const;
   [[nodiscard]] EntryText text(const Entry& entry) const;
-  /// All that speaks for an entry, strongest first.
+  /// All evidence for an entry, strongest first.
   [[nodiscard]] std::vector<EvidenceFind> allFinds(const Entry& entry) const;
 
   std::vector<AppEntity> apps;
@@ -72,10 +72,10 @@ struct OwnershipState {
   std::vector<std::string> placeFolders;  ///< paths, in the order of the places
   std::string names;
   std::vector<Entry> entries;
-  std::vector<Range> placeRanges;     ///< of a place's own entries, by place
-  std::vector<Range> innerRanges;     ///< of what its vendors' folders hold, likewise
-  std::vector<const AppList*> finds;  ///< the winners' lists
-  std::deque<AppList> ownLists;       ///< lists that no index holds
+  std::vector<Range> placeRanges;     ///< the entries of each place, by place
+  std::vector<Range> innerRanges;     ///< the entries in its vendors' folders, by place
+  std::vector<const AppList*> finds;  ///< the apps with the strongest evidence
+  std::deque<AppList> ownLists;       ///< lists that are in no index
   std::vector<FormerOwner> formers;
   bool isComplete = true;
 };

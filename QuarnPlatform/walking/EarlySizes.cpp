@@ -12,7 +12,7 @@ EarlySizes::EarlySizes(int folder) : folder_(folder) {
   try {
     thread_ = std::thread([this] { work(); });
   } catch (const std::system_error&) {
-    // No thread to be had.
+    // The system gives no further thread.
   }
 }
 

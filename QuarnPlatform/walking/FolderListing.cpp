@@ -26,7 +26,7 @@ std::size_t commonPrefix(std::string_view left, std::string_view right) {
   return static_cast<std::size_t>(differing.first - left.begin());
 }
 
-// The first bytes as a number that compares as they do. A shorter name sorts first, because no name holds a NUL.
+// The first bytes as a number with the same order. A shorter name sorts first, because no name contains a NUL.
 std::uint64_t sortKey(std::string_view text) {
   std::uint64_t key = 0;
   if (text.size() >= kKeyBytes) {
@@ -102,7 +102,8 @@ void FolderLister::sortRuns() {
   }
 }
 
-// A radix sort from the last byte on, over the bytes in which the keys differ. Names of one huge folder are much alike.
+// A radix sort from the last byte to the first, over the bytes in which the keys differ. The names in a huge folder
+// often differ in a few bytes only.
 void FolderLister::sortByKeys() {
   std::vector<Found> sorted = found_;
   for (int shift = 0; shift < 64 && !isCancelled(); shift += 8) {
@@ -116,7 +117,7 @@ void FolderLister::sortByKeys() {
   }
 }
 
-// Names are packed in sorted order, so a reader of a big folder reads memory forwards.
+// Packs the names in sorted order, so that a consumer reads memory sequentially.
 void FolderLister::pack(int level, FolderListing& listing) const {
   bool holdsFiles = false;
   listing.entries.reserve(found_.size());

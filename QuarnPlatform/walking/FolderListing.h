@@ -17,41 +17,40 @@ namespace quarn {
 
 /// One folder's entries in ascending byte order of their names, packed. A plain value.
 ///
-/// One thread fills it. Afterwards it is constant, but for the sizes: threads may read the sizes of different stretches
-/// of entries at the same time, each entry by one thread. Whoever shares a listing between threads sees to that
-/// (`ReadAhead` by its lock). Memory: 32 bytes and the name for each entry.
+/// One thread fills it. Then only the sizes change. Several threads may read sizes at the same time, each for its own
+/// range of entries; the owner of the listing must synchronise them (`ReadAhead` does with its lock). Memory: 32 bytes
+/// and the name per entry.
 struct FolderListing {
   struct Entry {
     ListedItem item;                          ///< its name is in `names`
-    ByteCounts sizes = FoundItems::kNoSizes;  ///< of a regular file whose sizes were read
-    int sizesError = 0;  ///< the errno with which they could not be read; 0: they were, or nobody tried
+    ByteCounts sizes = FoundItems::kNoSizes;  ///< of a regular file, once they are read
+    int sizesError = 0;                       ///< the errno of reading them; 0 if they were read or not tried
 
     [[nodiscard]] bool hasSizes() const { return sizes.allocatedBytes != FoundItems::kNoSizes.allocatedBytes; }
   };
 
   std::vector<Entry> entries;
   std::string names;
-  std::vector<std::uint32_t> folders;  ///< which entries are folders to be entered
-  bool wantsSizes = false;             ///< there are regular files, and their sizes are to be read
-  bool isPackage = false;              ///< the listed folder's FinderInfo says so; then nothing is listed
-  int error = 0;                       ///< the errno that ended the listing or kept it from beginning
+  std::vector<std::uint32_t> folders;  ///< the indices of the folders to enter
+  bool wantsSizes = false;             ///< the sizes of its regular files must be read
+  bool isPackage = false;              ///< by the folder's FinderInfo; then it has no entries
+  int error = 0;                       ///< the errno that ended or prevented the listing
 
-  /// Empties it and keeps its memory.
+  /// Removes all entries and keeps the memory.
   void clear();
   [[nodiscard]] std::string_view name(const Entry& entry) const { return entry.item.nameIn(names); }
 };
 
-/// Fills listings by the rules of one walk. Owns the reader and the buffers for the items as they are found; belongs to
-/// one thread and is reused for many folders. In a huge folder `EarlySizes` reads sizes on another thread meanwhile.
+/// Fills listings by the rules of one walk. Owns the reader and the buffers of found items. Belongs to one thread,
+/// which reuses it for many folders. In a huge folder, `EarlySizes` reads sizes on another thread while this one lists.
 class FolderLister {
  public:
   explicit FolderLister(const WalkOptions& options) : options_(options) {}
 
-  /// Lists the open folder, whose entries have the given level. Ends early, incomplete and in no order, when
-  /// `isAbandoned` is set or the walk is cancelled.
+  /// Lists the open folder; `level` is that of its entries. Stops when `isAbandoned` is set or the walk is cancelled;
+  /// the listing is then incomplete and unsorted.
   void list(int folder, int level, const std::atomic<bool>& isAbandoned, FolderListing& listing);
-  /// Reads the sizes of the regular files among the entries [from, to), as far as they are not there. Ends early when
-  /// the walk is cancelled.
+  /// Reads the missing sizes of the regular files among the entries [from, to). Stops when the walk is cancelled.
   void readSizes(int folder, FolderListing& listing, std::size_t from, std::size_t to) const;
 
  private:
@@ -73,7 +72,7 @@ class FolderLister {
   const WalkOptions& options_;
   DirectoryReader reader_;
   FoundItems items_;
-  std::vector<Found> found_;  // the same in the order of their names
+  std::vector<Found> found_;  // the same, sorted by name
   bool sizesCameWithNames_ = false;
 };
 

@@ -13,27 +13,27 @@
 
 namespace quarn {
 
-/// The items of one folder in the order in which they are found. They lie in blocks; one that is full neither changes
-/// nor moves, so that another thread may read it while more are found.
+/// The items of one folder in the order in which they are found. They are stored in blocks. A full block neither
+/// changes nor moves, so another thread may read it while the listing goes on.
 class FoundItems {
  public:
   struct Block {
     std::vector<ListedItem> items;
     std::string names;
-    std::vector<ByteCounts> sizes;  ///< of the first items or of all; the others have none
+    std::vector<ByteCounts> sizes;  ///< of the first items; may be shorter than the items
 
     [[nodiscard]] const char* name(const ListedItem& item) const { return names.data() + item.nameAt(); }
   };
 
-  /// In place of sizes that were not, or could not be, read.
+  /// The value of sizes that were not read.
   static constexpr ByteCounts kNoSizes = {.allocatedBytes = -1, .logicalBytes = 0};
 
   void add(std::string_view name, FileType type, bool isPackage, const std::optional<ByteCounts>& sizes = std::nullopt);
-  /// Keeps the memory of few items, and lets go of that of many.
+  /// Removes all items. Frees the memory unless it is small.
   void clear();
 
   [[nodiscard]] std::size_t size() const { return size_; }
-  /// Of all names, with the NUL behind each.
+  /// The bytes of all names, including the NUL after each.
   [[nodiscard]] std::size_t namesSize() const { return namesSize_; }
   [[nodiscard]] const ListedItem& item(std::size_t index) const { return block(index).items[index % kBlockItems]; }
   [[nodiscard]] std::string_view name(std::size_t index) const { return item(index).nameIn(block(index).names); }

@@ -6,7 +6,7 @@
 namespace quarn {
 namespace {
 
-// From memory a call takes one or two microseconds, from a fast disk fifty and more.
+// A call takes one or two microseconds when memory serves it, and fifty or more when a fast disk does.
 constexpr auto kCallFromDisk = std::chrono::microseconds(20);
 constexpr unsigned kSlowToBeSure = 2;
 

@@ -6,33 +6,33 @@
 
 namespace quarn {
 
-/// How many threads should help the calling one with a walk: one for each further core, and more while system calls
-/// take so long that they must be waiting for a disk. When everything comes from memory, more threads than cores only
-/// get in each other's way; when it does not, they keep the disk busy.
+/// The number of threads that should help the calling one with a walk: one per further core, and more while system
+/// calls are so slow that they must be waiting for a disk. More threads than cores keep a disk busy, but slow down a
+/// walk that is served from memory.
 ///
 /// Lock-free and safe from any thread. `wanted()` only grows, up to `most_`, until `limit` lowers both. A stale value
-/// costs a thread too many or too few and nothing else. Observations belong to one thread each.
+/// means one thread too many or too few, which is harmless. Each `Observations` belongs to one thread.
 class HelperCount {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// What one thread has noted so far.
+  /// The measurements of one thread so far.
   struct Observations {
-    unsigned slow = 0;  ///< by how many the slow ones lead
+    unsigned slow = 0;  ///< by how many the slow calls outnumber the fast ones
   };
 
-  /// `atOnce` of them from the start, never more than `most`.
+  /// Starts with `atOnce` threads; never wants more than `most`.
   HelperCount(unsigned most, unsigned atOnce);
-  /// One for each core besides the calling thread's; at least one, for a thread also waits.
+  /// One per core besides that of the calling thread. At least one, because a thread also waits.
   static unsigned furtherCores();
 
   [[nodiscard]] unsigned wanted() const { return wanted_.load(std::memory_order_relaxed); }
-  /// Whether what is noted can still change anything.
+  /// Whether further measurements can still change the number.
   [[nodiscard]] bool mayGrow() const { return wanted() < most_; }
-  /// Takes note that a thread made about `calls` system calls on the walk's items in that time. The first slow ones
-  /// must lead by two: a thread that had to leave its core to another one looks once as if it had waited for the disk.
+  /// Records that a thread needed `time` for about `calls` system calls on the walk's items. At first the slow calls
+  /// must lead by two, because a thread that lost its core to another one looks once as if it had waited for the disk.
   void note(Observations& observations, std::size_t calls, Clock::duration time);
-  /// The system gives no more threads than those `started`.
+  /// Call this when the system refuses to start more threads than `started`.
   void limit(unsigned started);
 
  private:

@@ -5,13 +5,13 @@
 namespace quarn {
 namespace {
 
-TEST(NameKeys, HoldLettersAndDigitsAlone) {
+TEST(NameKeys, HoldOnlyLettersAndDigits) {
   EXPECT_EQ(nameKey("My App-2.0 (Beta)"), "myapp20beta");
   EXPECT_EQ(nameKey("Éclair ÜBER"), "eclairuber");
   EXPECT_EQ(nameKey("..."), "");
 }
 
-TEST(NameKeys, LeaveVersionsChannelsAndEditionsOut) {
+TEST(NameKeys, OmitVersionsChannelsAndEditions) {
   for (const char* name :
        {"Notely 3", "notely-updater", "NotelyDesktop", "Notely Beta", "Notely for Mac", "Notely2.1", "notely v2"}) {
     EXPECT_EQ(reducedNameKey(name), "notely") << name;
@@ -22,7 +22,7 @@ TEST(NameKeys, LeaveVersionsChannelsAndEditionsOut) {
   EXPECT_EQ(unversionedNameKey("My App Helper 3"), "myapphelper");
 }
 
-TEST(NameKeys, TellIdentifiersFromNames) {
+TEST(NameKeys, IdentifiersAreDistinguishedFromNames) {
   EXPECT_TRUE(looksLikeIdentifier("com.example"));
   EXPECT_TRUE(looksLikeIdentifier("xyz.example.app"));
   EXPECT_TRUE(looksLikeIdentifier("com.example.my app"));
@@ -32,7 +32,7 @@ TEST(NameKeys, TellIdentifiersFromNames) {
   }
 }
 
-TEST(NameKeys, TheVendorIsWhatComesBeforeTheApp) {
+TEST(NameKeys, TheVendorPrecedesTheApp) {
   EXPECT_EQ(vendorOf("com.example.app"), "com.example");
   EXPECT_EQ(vendorOf("uk.co.example.app"), "uk.co.example");
   EXPECT_EQ(vendorOf("com.github.somebody.app"), "com.github.somebody");
@@ -42,7 +42,7 @@ TEST(NameKeys, TheVendorIsWhatComesBeforeTheApp) {
   EXPECT_EQ(vendorNameOf("uk.co.example.app"), "example");
 }
 
-TEST(NameKeys, TheLastPartThatSaysSomethingNamesTheApp) {
+TEST(NameKeys, TheLastMeaningfulPartNamesTheApp) {
   EXPECT_EQ(lastMeaningfulPart("com.example.Notes.mac"), "Notes");
   EXPECT_EQ(lastMeaningfulPart("com.example.desktop-app"), "example");
   EXPECT_EQ(lastMeaningfulPart("com.app"), "");
@@ -58,7 +58,7 @@ TEST(NameKeys, DecorationsOfPlacesAreNotPartOfAName) {
   EXPECT_EQ(withoutDecorations("notes.log.txt.old.json"), "notes.log");
 }
 
-TEST(NameKeys, TeamsAndGroupsComeBeforeIdentifiers) {
+TEST(NameKeys, LeadingTeamsAndGroupsAreRemovedFromIdentifiers) {
   EXPECT_EQ(withoutIdentifierPrefix("AB12CD34EF.com.example.app"), "com.example.app");
   EXPECT_EQ(withoutIdentifierPrefix("AB12CD34EF.group.com.example.app"), "com.example.app");
   EXPECT_EQ(withoutIdentifierPrefix("group.com.example.app"), "com.example.app");

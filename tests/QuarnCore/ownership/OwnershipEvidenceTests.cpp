@@ -58,7 +58,7 @@ INSTANTIATE_TEST_SUITE_P(Rows, OwnershipByName, ::testing::Values(
     NamedCase{"~/Library/Application Support/AddressBook", "system"}));
 // clang-format on
 
-TEST(OwnershipEvidence, ABundleInsideTheAppLendsItsIdentifier) {
+TEST(OwnershipEvidence, TheIdentifierOfAnEmbeddedBundleBelongsToTheApp) {
   MacVolume volume;
   volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
       .folder("/Applications/Example.app/Contents/PlugIns/Documentation")
@@ -140,7 +140,7 @@ TEST(OwnershipEvidence, AContainersMetadataNamesItsApp) {
             "owned Example containerMetadata");
 }
 
-TEST(OwnershipEvidence, AReceiptOfTheAppListsWhatIsItsOwn) {
+TEST(OwnershipEvidence, AReceiptOfTheAppListsItsItems) {
   MacVolume volume;
   volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
       .file("/Library/Application Support/Widgets/a")

@@ -32,7 +32,7 @@ TEST(OwnershipMap, EqualEvidenceSharesAnEntry) {
   EXPECT_EQ(ownerOf(volume, Mapper(volume).map(), "~/Library/Application Support/Notes"), "shared Notes Notes name");
 }
 
-TEST(OwnershipMap, AVendorsFolderIsLookedInto) {
+TEST(OwnershipMap, AVendorsFolderIsSearched) {
   MacVolume volume;
   volume.app("/Applications/Acme Draw.app", {.bundleIdentifier = "com.acme.draw"})
       .app("/Applications/Acme Write.app", {.bundleIdentifier = "com.acme.write"})
@@ -75,7 +75,7 @@ TEST(OwnershipMap, APathHoldsEntriesOfOthersWhenAnyAppButTheGivenOneOwnsThem) {
   EXPECT_TRUE(map.holdsEntriesOfOthers("/Users/ann/Library/Caches/com.one.a", FileURL("/Applications/More/Notes.app")));
 }
 
-TEST(OwnershipMap, AFolderOfNoVendorIsNotLookedInto) {
+TEST(OwnershipMap, AFolderThatIsNotAVendorsIsNotSearched) {
   MacVolume volume;
   volume.app("/Applications/Example.app", {.bundleIdentifier = "com.studio.one"})
       .folder("~/Library/Application Support/Random Words/Example");
@@ -84,7 +84,7 @@ TEST(OwnershipMap, AFolderOfNoVendorIsNotLookedInto) {
   EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Support/Random Words/Example"), "unknown");
 }
 
-TEST(OwnershipMap, AVendorsFolderHoldsTheEntriesInItAndNoneBesideIt) {
+TEST(OwnershipMap, AVendorsFolderHoldsOnlyTheEntriesInIt) {
   MacVolume volume;
   volume.app("/Applications/Acme Draw.app", {.bundleIdentifier = "com.acme.draw"})
       .app("/Applications/Zeta Write.app", {.bundleIdentifier = "com.zeta.write"})
@@ -96,7 +96,7 @@ TEST(OwnershipMap, AVendorsFolderHoldsTheEntriesInItAndNoneBesideIt) {
   EXPECT_TRUE(map.holdsEntriesOfOthers("/Users/ann/Library/Application Support/Zeta", draw));
 }
 
-TEST(OwnershipMap, WhatLiesInAnEntryIsItsOwnersUnlessItIsNamedByAnotherIdentifier) {
+TEST(OwnershipMap, ItemsInAnEntryBelongToItsOwnerUnlessAnotherIdentifierNamesThem) {
   MacVolume volume;
   volume.app("/Applications/Browser.app", {.bundleIdentifier = "com.browser.Browser"})
       .app("/Applications/Vault.app", {.bundleIdentifier = "com.vault.Vault"})
@@ -111,7 +111,7 @@ TEST(OwnershipMap, WhatLiesInAnEntryIsItsOwnersUnlessItIsNamedByAnotherIdentifie
   EXPECT_EQ(inner.rivals.front().appName, "Browser");
 }
 
-TEST(OwnershipMap, APathInABundleIsTheApps) {
+TEST(OwnershipMap, APathInABundleBelongsToTheApp) {
   MacVolume volume;
   volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"});
   EXPECT_EQ(ownerOf(volume, Mapper(volume).map(), "/Applications/Example.app/Contents/Info.plist"),
@@ -123,7 +123,7 @@ TEST(OwnershipMap, APathOutsideEveryPlaceIsUnknown) {
   EXPECT_EQ(ownerOf(volume, Mapper(volume).map(), "/opt/tool"), "unknown");
 }
 
-TEST(OwnershipMap, NoAppOwnsASharedParentWhateverItIsCalled) {
+TEST(OwnershipMap, NoAppOwnsASharedParentWhateverTheAppsName) {
   MacVolume volume;
   int number = 0;
   for (const char* name : {"Library", ".config", "config", ".ssh", "Caches", "Preferences", "Documents", ".local",

@@ -10,7 +10,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST_F(Listing, IsInByteOrderAlsoWhereNamesBeginAlikeOrAreShort) {
+TEST_F(Listing, IsInByteOrderForShortNamesAndCommonPrefixes) {
   volume.file("/f/b").file("/f/aaaaaaaab").file("/f/aaaaaaaaa").file("/f/aaaaaaaa").file("/f/B").file("/f/\xC3\xA9");
   EXPECT_THAT(names(listed({})), ElementsAre("B", "aaaaaaaa", "aaaaaaaaa", "aaaaaaaab", "b", "\xC3\xA9"));
 }
@@ -30,7 +30,7 @@ TEST_F(Listing, OfABigFolderIsInTheSameOrder) {
   }
 }
 
-TEST_F(Listing, LeavesOutHiddenItemsWhenAskedTo) {
+TEST_F(Listing, OmitsHiddenItemsOnRequest) {
   volume.file("/f/.hidden").file("/f/a");
   EXPECT_THAT(names(listed({.hidden = HiddenItems::skip})), ElementsAre("a"));
   EXPECT_THAT(names(listed({})), ElementsAre(".hidden", "a"));
@@ -44,13 +44,13 @@ TEST_F(Listing, NamesTheFoldersThatAreEntered) {
   EXPECT_THAT(listed({.maximumLevel = 3}, 4).folders, IsEmpty()) << "deeper than the walk goes";
 }
 
-TEST_F(Listing, AnAbandonedOneIsNotRead) {
+TEST_F(Listing, StopsWhenAbandoned) {
   volume.file("/f/a");
   isAbandoned = true;
   EXPECT_THAT(names(listed({})), IsEmpty());
 }
 
-TEST_F(Listing, AListerIsUsedAgainWithoutATraceOfTheFolderBefore) {
+TEST_F(Listing, AReusedListerKeepsNothingOfThePreviousFolder) {
   for (int i = 0; i < 100; ++i) volume.file("/f/" + std::to_string(i));
   const WalkOptions options;
   FolderLister lister(options);

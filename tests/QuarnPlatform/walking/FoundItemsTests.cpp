@@ -36,7 +36,7 @@ TEST(FoundItemsTests, EveryItemKeepsItsNumberNameAndType) {
   }
 }
 
-TEST(FoundItemsTests, ItIsUsedAgainForAFolderAfterASmallAndAfterAHugeOne) {
+TEST(FoundItemsTests, CanBeReusedAfterASmallAndAfterAHugeFolder) {
   FoundItems items;
   for (const int count : {1, 3, kMany, 2, 0, 1}) {
     items.clear();
@@ -48,7 +48,7 @@ TEST(FoundItemsTests, ItIsUsedAgainForAFolderAfterASmallAndAfterAHugeOne) {
   }
 }
 
-TEST(FoundItemsTests, ABlockThatIsFullStaysAsItIsWhenMoreAreFound) {
+TEST(FoundItemsTests, AFullBlockDoesNotChangeWhenItemsAreAdded) {
   FoundItems items;
   while (items.fullBlocks() == 0) items.add(numbered(7), FileType::regular, false);
   const FoundItems::Block& block = items.fullBlock(0);
@@ -78,7 +78,7 @@ class EarlySizesTests : public ::testing::Test {
   MacVolume volume = volumeInMemory();
 };
 
-TEST_F(EarlySizesTests, FilesHaveTheirOwnSizesAndNothingElseHas) {
+TEST_F(EarlySizesTests, OnlyFilesHaveSizesAndEachItsOwn) {
   FoundItems items;
   for (int i = 0; items.fullBlocks() == 0; ++i) {
     switch (i % 4) {
@@ -102,7 +102,7 @@ TEST_F(EarlySizesTests, FilesHaveTheirOwnSizesAndNothingElseHas) {
   EXPECT_EQ(items.sizes(items.size() - 1), FoundItems::kNoSizes);
 }
 
-TEST_F(EarlySizesTests, ItEndsWithoutHavingBeenGivenAnything) {
+TEST_F(EarlySizesTests, EndsWithoutItems) {
   volume.folder("/t");
   const FileDescriptor folder = open();
   FoundItems items;

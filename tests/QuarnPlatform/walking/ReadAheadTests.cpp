@@ -32,7 +32,7 @@ class ReadingAhead : public ::testing::TestWithParam<unsigned> {
   MacVolume volume = volumeInMemory();
 };
 
-TEST_P(ReadingAhead, GivesTheRootAndItsFoldersListedWithTheirLevels) {
+TEST_P(ReadingAhead, ListsTheRootAndItsFoldersWithTheirLevels) {
   volume.file("/t/a").file("/t/b/x").file("/t/b/y").file("/t/c/z");
   ReadAhead ahead = readAhead();
   Pointer root = ahead.takeRoot();
@@ -48,7 +48,7 @@ TEST_P(ReadingAhead, GivesTheRootAndItsFoldersListedWithTheirLevels) {
   ahead.leave(std::move(root));
 }
 
-TEST_P(ReadingAhead, AFolderThatIsSkippedIsNotGivenAndTheNextOneIs) {
+TEST_P(ReadingAhead, ASkippedFolderIsNotReturned) {
   volume.file("/t/a/x").file("/t/b/y/z").file("/t/c/w");
   ReadAhead ahead = readAhead();
   Pointer root = ahead.takeRoot();
@@ -75,7 +75,7 @@ TEST_P(ReadingAhead, AFolderThatVanishedOrBecameAFileCarriesItsError) {
   for (Pointer* folder : {&a, &b, &c, &root}) ahead.leave(std::move(*folder));
 }
 
-TEST_P(ReadingAhead, SizesAreReadSegmentBySegmentAsTheConsumerComesToThem) {
+TEST_P(ReadingAhead, SizesAreReadSegmentBySegmentOnDemand) {
   constexpr std::size_t kFiles = 1300;
   for (std::size_t i = 0; i < kFiles; ++i) volume.sparse("/t/" + std::to_string(10'000 + i), 1 + (i % 7));
   ReadAhead ahead = readAhead({.facts = EnumeratedFacts::sizes});
@@ -94,7 +94,7 @@ TEST_P(ReadingAhead, SizesAreReadSegmentBySegmentAsTheConsumerComesToThem) {
   ahead.leave(std::move(root));
 }
 
-TEST_P(ReadingAhead, WhatIsAbandonedLeavesNoDescriptorOpen) {
+TEST_P(ReadingAhead, AbandonedFoldersLeaveNoDescriptorOpen) {
   for (int i = 0; i < 60; ++i) volume.file("/t/" + std::to_string(i) + "/x/y/z");
   const std::size_t before = openDescriptors();
   for (int taken = 0; taken < 4; ++taken) {
@@ -110,7 +110,7 @@ TEST_P(ReadingAhead, WhatIsAbandonedLeavesNoDescriptorOpen) {
   EXPECT_EQ(openDescriptors(), before);
 }
 
-TEST_P(ReadingAhead, CancelledItGivesWhatIsAskedForWithoutReadingIt) {
+TEST_P(ReadingAhead, AfterCancellationFoldersAreReturnedUnread) {
   volume.file("/t/a/x").file("/t/b/y");
   WalkOptions options{.cancellation = Cancellation()};
   ReadAhead ahead = readAhead(options);
@@ -136,7 +136,7 @@ void visit(ReadAhead& ahead, Pointer folder, std::multiset<std::string>& seen) {
   ahead.leave(std::move(folder));
 }
 
-TEST_P(ReadingAhead, EveryFolderIsGivenOnceHoweverManyThreadsRead) {
+TEST_P(ReadingAhead, EveryFolderIsReturnedOnceWithAnyNumberOfThreads) {
   std::multiset<std::string> expected;
   for (int i = 0; i < 20; ++i) {
     const std::string outer = std::string(1, static_cast<char>('a' + i));
