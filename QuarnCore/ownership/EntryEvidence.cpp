@@ -246,6 +246,7 @@ EntryEvidence::Nearness EntryEvidence::nearness(const EntryText& entry) const {
   const bool hasSiblings =
       !vendor.empty() && (index_.find(Key::vendor, vendorKey) != nullptr ||
                           index_.find(Key::vendorName, nameKey(vendorNameOf(entry.identifier))) != nullptr);
+  if (hasSiblings && isCalledLikeItsApp(vendor)) return Nearness::name;
   std::string_view rest = entry.identifier;
   if (hasSiblings) rest.remove_prefix(vendor.size());
   while (!rest.empty()) {
@@ -254,6 +255,15 @@ EntryEvidence::Nearness EntryEvidence::nearness(const EntryText& entry) const {
     if (isNearName(part)) return Nearness::name;
   }
   return hasSiblings ? Nearness::vendor : Nearness::none;
+}
+
+// A vendor that is called like its only installed app has no other app that could have left something.
+bool EntryEvidence::isCalledLikeItsApp(std::string_view vendor) const {
+  const std::string name = nameKey(vendorNameOf(vendor));
+  const AppList* apps = index_.find(Key::vendor, AppIndex::vendorKey(vendor));
+  if (apps == nullptr) apps = index_.find(Key::vendorName, name);
+  if (apps == nullptr || apps->size() != 1 || name.size() < kShortestInIdentifier) return false;
+  return nameKey(apps_[apps->front()].name).starts_with(name);
 }
 
 bool EntryEvidence::isNearName(std::string_view part) const {

@@ -64,6 +64,7 @@ class EntryEvidence {
   class Search;
 
   [[nodiscard]] bool isNearName(std::string_view part) const;
+  [[nodiscard]] bool isCalledLikeItsApp(std::string_view vendor) const;
 
   const AppIndex& index_;
   const std::vector<AppEntity>& apps_;

@@ -13,6 +13,11 @@ namespace {
 constexpr std::array<std::string_view, 5> kProgramPlaces{"Saved Application State", "Recent Documents", "WebKit",
                                                          "Cookies", "HTTPStorages"};
 
+// Every app writes to these places. In the others a single identifier may be a part of an installed app.
+constexpr std::array<std::string_view, 10> kPlacesOfEveryApp{
+    "Application Support",     "Preferences",  "Caches", "Containers", "Group Containers", "Application Scripts",
+    "Saved Application State", "HTTPStorages", "WebKit", "Cookies"};
+
 // Extensions have containers too, and identifiers with more parts than their apps'.
 bool isAppsOwn(std::string_view identifier) {
   const std::string_view vendor = vendorOf(identifier);
@@ -100,6 +105,7 @@ void FormerApps::gather() {
   std::sort(sorted.begin(), sorted.end());
   std::unordered_map<std::string, std::uint32_t> formers;
   for (const std::string& identifier : sorted) {
+    if (!wasApp(identifier)) continue;
     const std::uint32_t former = formerOf(identifier, formers);
     for (const std::uint32_t at : identifiers_[identifier]) {
       Entry& entry = state_.entries[at];
@@ -108,6 +114,25 @@ void FormerApps::gather() {
     }
   }
   index_ = AppIndex(apps_, {});
+}
+
+bool FormerApps::wasApp(const std::string& identifier) {
+  const std::vector<std::uint32_t>& entries = identifiers_[identifier];
+  if (entries.size() > 1) return true;
+  const Entry& only = state_.entries[entries.front()];
+  const std::string_view place = ownershipPlaces()[only.place].name;
+  return std::find(kPlacesOfEveryApp.begin(), kPlacesOfEveryApp.end(), place) != kPlacesOfEveryApp.end() ||
+         wasProgram(state_.text(only));
+}
+
+void FormerApps::considerShared(Entry& entry) {
+  considerName(entry);
+  if (entry.status != OwnershipStatus::unknown) return;
+  const EntryText text = state_.text(entry);
+  if (!text.isIdentifier || state_.evidence.nearness(text) != EntryEvidence::Nearness::none) return;
+  const std::string spelled(withoutIdentifierPrefix(text.stem));
+  state_.formers.push_back({.name = spelled, .bundleIdentifier = spelled});
+  mark(entry, OrphanKind::identifierName, static_cast<std::uint32_t>(state_.formers.size() - 1));
 }
 
 std::uint32_t FormerApps::formerOf(const std::string& identifier,

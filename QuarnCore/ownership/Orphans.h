@@ -24,6 +24,8 @@ class FormerApps {
   [[nodiscard]] bool isVendorFolder(std::string_view folderKey) const { return index_.isVendorFolder(folderKey); }
   /// Marks the entry if it has the name of such an app.
   void considerName(OwnershipState::Entry& entry);
+  /// Does the same, and marks an entry by its identifier, in a folder that apps of several vendors share.
+  void considerShared(OwnershipState::Entry& entry);
 
  private:
   using State = OwnershipState;
@@ -34,6 +36,7 @@ class FormerApps {
   [[nodiscard]] bool wasProgram(const EntryText& text) const;
   void considerIdentifier(std::uint32_t at);
   void gather();
+  [[nodiscard]] bool wasApp(const std::string& identifier);
   std::uint32_t formerOf(const std::string& identifier, std::unordered_map<std::string, std::uint32_t>& formers);
 
   State& state_;

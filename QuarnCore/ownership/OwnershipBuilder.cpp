@@ -27,6 +27,9 @@ constexpr std::string_view kApple = "com.apple.";
 // So many parts of a program have names of their own; more are programs.
 constexpr std::size_t kMostOtherParts = 3;
 
+// A folder with more entries is not one that apps share.
+constexpr std::size_t kMostSharers = 4096;
+
 struct Listed {
   std::string name;
   bool isFolder;
@@ -76,8 +79,9 @@ class Builder {
     const OwnershipPlace& row = ownershipPlaces()[place];
     const State::Range range = state_.placeRanges[place];
     State::Range inner{.begin = static_cast<std::uint32_t>(state_.entries.size())};
-    if (row.hasVendorFolders) {
-      for (std::uint32_t i = range.begin; i < range.end; ++i) addInner(place, row, i);
+    for (std::uint32_t i = range.begin; i < range.end; ++i) {
+      if (addShared(place, row, i)) continue;
+      if (row.hasVendorFolders) addInner(place, row, i);
     }
     inner.end = static_cast<std::uint32_t>(state_.entries.size());
     state_.innerRanges.push_back(inner);
@@ -234,6 +238,41 @@ class Builder {
         state_.names.resize(entry.nameAt);
       }
     }
+  }
+
+  // A folder named by an identifier that no app has may be that of a framework, with a folder for each app that uses
+  // it. Then its entries count one by one. False if it is not such a folder.
+  bool addShared(std::uint8_t place, const OwnershipPlace& row, std::uint32_t outer) {
+    const Entry folder = state_.entries[outer];
+    if (folder.status != OwnershipStatus::orphaned || !folder.isFolder || cancellation_.isCancelled()) return false;
+    const FileURL url(state_.path(folder));
+    if (!state_.text(folder).isIdentifier) return false;
+    const std::vector<Listed> items = listed(url);
+    const bool isShared =
+        items.size() <= kMostSharers &&
+        std::any_of(items.begin(), items.end(), [&](const Listed& item) { return isOfAnApp(row, item); });
+    if (!isShared) return false;
+    state_.entries[outer].status = OwnershipStatus::unknown;
+    for (const Listed& item : items) {
+      Entry entry = newEntry(place, item);
+      entry.parent = outer;
+      judge(entry, EntryText(row, item.name), path::join(url.path(), item.name));
+      if (entry.find == State::kNone && entry.status == OwnershipStatus::unknown) formers_.considerShared(entry);
+      if (entry.status == OwnershipStatus::unknown) {
+        state_.names.resize(entry.nameAt);
+      } else {
+        state_.entries.push_back(entry);
+      }
+    }
+    return true;
+  }
+
+  // Whether an item is named by an identifier of an installed app or of its vendor.
+  [[nodiscard]] bool isOfAnApp(const OwnershipPlace& row, const Listed& item) const {
+    const EntryText text(row, item.name);
+    if (!text.isIdentifier) return false;
+    const std::vector<EvidenceFind> finds = state_.evidence.finds(text, /*all=*/false);
+    return !finds.empty() && finds.front().kind != EvidenceKind::otherIdentifierName;
   }
 
   // Removing a leftover must not remove what an installed app keeps in it.
