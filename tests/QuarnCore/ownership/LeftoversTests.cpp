@@ -209,5 +209,47 @@ TEST(Leftovers, OfTwoHomesAreOneWhenTheirFormerOwnerIsTheSame) {
   EXPECT_EQ(all[1].owner.name, "com.c");
 }
 
+TEST(Leftovers, AVendorThatIsCalledLikeItsOnlyAppLeftNoOther) {
+  MacVolume volume;
+  volume.app("/Applications/Quillpen Studio.app", {.bundleIdentifier = "com.quillpen.desk"})
+      .folder("~/Library/Saved Application State/com.quillpen.feather.savedState")
+      .folder("~/Library/WebKit/com.quillpen.feather");
+  EXPECT_THAT(leftovers(Mapper(volume)), IsEmpty());
+  volume.app("/Applications/Ink.app", {.bundleIdentifier = "com.quillpen.ink"});
+  EXPECT_THAT(leftovers(Mapper(volume)), IsEmpty());  // both may own it
+  volume.remove("/Applications/Quillpen Studio.app");
+  volume.remove("/Applications/Ink.app");
+  EXPECT_THAT(leftovers(Mapper(volume)), SizeIs(1));
+}
+
+TEST(Leftovers, ASingleIdentifierCountsOnlyInThePlacesOfEveryApp) {
+  MacVolume volume;
+  volume.folder("~/.config/org.gone.tool");
+  EXPECT_THAT(leftovers(Mapper(volume)), IsEmpty());
+  volume.file("~/Library/Preferences/org.gone.tool.plist");
+  const std::vector<Leftover> found = leftovers(Mapper(volume));
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_THAT(found[0].items, SizeIs(2));
+}
+
+TEST(Leftovers, InAFolderThatAppsShareTheEntriesCountOneByOne) {
+  MacVolume volume;
+  volume.app("/Applications/Editor.app", {.bundleIdentifier = "com.here.Editor"})
+      .folder("~/Library/Caches/io.frame.work/com.here.Editor")
+      .folder("~/Library/Caches/io.frame.work/org.gone.Player")
+      .folder("~/Library/Caches/io.frame.work/settings");
+  const Mapper mapper(volume);
+  const std::vector<Leftover> found = leftovers(mapper);
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_THAT(paths(found[0]), ElementsAre("/Users/ann/Library/Caches/io.frame.work/org.gone.Player"));
+  const OwnershipMap map = mapper.map();
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/io.frame.work/com.here.Editor/x"), "owned Editor identifier");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/io.frame.work/settings"), "unknown");
+  volume.remove("~/Library/Caches/io.frame.work/com.here.Editor");
+  const std::vector<Leftover> alone = leftovers(mapper);
+  ASSERT_THAT(alone, SizeIs(1));
+  EXPECT_THAT(paths(alone[0]), ElementsAre("/Users/ann/Library/Caches/io.frame.work"));
+}
+
 }  // namespace
 }  // namespace quarn

@@ -177,5 +177,16 @@ TEST(OwnershipEvidence, AVendorProfileOfTheAppNamesAPath) {
   EXPECT_EQ(ownerOf(volume, mapper.map(), "~/Library/Application Support/Oddly Named"), "owned Example vendorProfile");
 }
 
+TEST(OwnershipEvidence, TheLastPartOfAnIdentifierNamesTheAppHoweverLongTheIdentifierIs) {
+  MacVolume volume;
+  volume.app("/Applications/A.app", {.bundleIdentifier = "com.vendor-with-a-long-name.Watercolour-Painter"})
+      .app("/Applications/B.app", {.bundleIdentifier = "com.v.Inkpot"})
+      .folder("~/Library/Caches/Watercolour-Painter")
+      .folder("~/Library/Caches/Inkpot");
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Watercolour-Painter"), "owned A nameWithoutVersion");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Inkpot"), "owned B nameWithoutVersion");
+}
+
 }  // namespace
 }  // namespace quarn
