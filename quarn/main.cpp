@@ -6,6 +6,7 @@
 
 #include "quarn/Process.h"
 #include "quarn/commands/CommandLine.h"
+#include "quarn/services/MemoryReserve.h"
 
 namespace {
 
@@ -23,10 +24,11 @@ void occupyStandardDescriptors() {
 int main(int count, char** words) {
   occupyStandardDescriptors();
   quarn::settleProcess();
+  const quarn::MemoryReserve reserve;
   try {
     return quarn::runCommandLine({words + 1, words + count});
   } catch (...) {
-    // Without memory even for a message that is made up.
+    // There is no memory even for a message that has to be composed.
     constexpr std::string_view kMessage = "quarn: not enough memory\n";
     [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, kMessage.data(), kMessage.size());
     return 1;

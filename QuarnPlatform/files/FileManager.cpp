@@ -143,7 +143,10 @@ bool FileManager::isPackage(const FileURL& url) const {
   if (!isDirectory(url)) return false;
   if (isPackageName(url.lastPathComponent())) return true;
   const FileDescriptor folder = openFolder(url.path(), Links::doNotFollow);
-  return folder.isOpen() && hasBundleBit(folder.get());
+  if (!folder.isOpen()) return false;
+  const BundleBit bit = bundleBit(folder.get());
+  if (bit.error != 0) noteFailure(url.path(), bit.error);
+  return bit.isSet;
 }
 
 FileURL FileManager::url(std::string_view path) const {

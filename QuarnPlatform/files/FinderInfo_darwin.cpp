@@ -1,4 +1,5 @@
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -18,15 +19,17 @@ constexpr unsigned char kBundleBitInFirstByte = 0x20;  // 0x2000 of the big-endi
 }  // namespace
 
 // A folder without the attribute gives 32 zeros.
-bool hasBundleBit(int folderDescriptor) {
+BundleBit bundleBit(int folderDescriptor) {
   attrlist wanted{};
   wanted.bitmapcount = ATTR_BIT_MAP_COUNT;
   wanted.commonattr = ATTR_CMN_FNDRINFO;
   std::array<unsigned char, sizeof(std::uint32_t) + kFinderInfoSize> record{};
-  if (::fgetattrlist(folderDescriptor, &wanted, record.data(), record.size(), 0) != 0) return false;
+  if (::fgetattrlist(folderDescriptor, &wanted, record.data(), record.size(), 0) != 0) {
+    return {.error = errno == ENOTSUP ? 0 : errno};
+  }
   std::uint32_t length = 0;
   std::memcpy(&length, record.data(), sizeof length);
-  return length == record.size() && (record[sizeof length + kFlagsOffset] & kBundleBitInFirstByte) != 0;
+  return {.isSet = length == record.size() && (record[sizeof length + kFlagsOffset] & kBundleBitInFirstByte) != 0};
 }
 
 }  // namespace quarn

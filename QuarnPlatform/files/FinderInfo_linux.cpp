@@ -1,5 +1,5 @@
-#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstddef>
 #include <string_view>
 
@@ -29,24 +29,33 @@ bool lists(std::string_view list, std::string_view name) {
   return false;
 }
 
-bool hasBundleBit(int folder, const char* attribute) {
+// There is no such attribute, the file system has no attributes, or this one has another length.
+bool meansNoFinderInfo(int error) { return error == ENODATA || error == ENOTSUP || error == ERANGE; }
+
+BundleBit bundleBit(int folder, const char* attribute) {
   std::array<unsigned char, kFinderInfoSize> info{};
   const ssize_t size = ::fgetxattr(folder, attribute, info.data(), info.size());
-  return size == static_cast<ssize_t>(info.size()) && (info[kFlagsOffset] & kBundleBitInFirstByte) != 0;
+  if (size < 0) return {.error = meansNoFinderInfo(errno) ? 0 : errno};
+  return {.isSet = size == static_cast<ssize_t>(info.size()) && (info[kFlagsOffset] & kBundleBitInFirstByte) != 0};
 }
 
 }  // namespace
 
 // Most folders have no attributes, so listing them decides with one call. If the list is long or unavailable, query
 // the three names directly; this is cheaper than reading the list.
-bool hasBundleBit(int folderDescriptor) {
+BundleBit bundleBit(int folderDescriptor) {
   std::array<char, kUsualListSize> buffer{};
   const ssize_t size = ::flistxattr(folderDescriptor, buffer.data(), buffer.size());
-  if (size == 0) return false;
+  if (size == 0 || (size < 0 && errno == ENOTSUP)) return {};
   const std::string_view list(buffer.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
-  return std::any_of(kAttributeNames.begin(), kAttributeNames.end(), [&](const char* name) {
-    return (size < 0 || lists(list, name)) && hasBundleBit(folderDescriptor, name);
-  });
+  BundleBit found;
+  for (const char* name : kAttributeNames) {
+    if (size > 0 && !lists(list, name)) continue;
+    const BundleBit bit = bundleBit(folderDescriptor, name);
+    if (bit.isSet) return bit;
+    if (bit.error != 0) found.error = bit.error;
+  }
+  return found;
 }
 
 }  // namespace quarn

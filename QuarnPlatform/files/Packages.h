@@ -8,8 +8,11 @@ namespace quarn {
 /// not packages: the Finder opens them as folders.
 bool isPackageName(std::string_view name);
 
-/// True if the FinderInfo of the open folder has the bundle bit (0x2000 in the big-endian flags at byte 8 of the
-/// 32-byte attribute). False if there is no such attribute.
-bool hasBundleBit(int folderDescriptor);
+/// The bundle bit of a folder: 0x2000 in the big-endian flags at byte 8 of its FinderInfo, an attribute of 32 bytes.
+struct BundleBit {
+  bool isSet = false;  ///< false without such an attribute, and if it cannot be read
+  int error = 0;       ///< the errno if the attribute cannot be read
+};
+BundleBit bundleBit(int folderDescriptor);
 
 }  // namespace quarn

@@ -4,8 +4,11 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
+#include <utility>
 
 #include <unicode/ubrk.h>
+
+#include "QuarnPlatform/text/TextScalars.h"
 
 namespace quarn::unicode {
 
@@ -18,7 +21,8 @@ using BreakIterator = std::unique_ptr<UBreakIterator, CloseBreakIterator>;
 
 BreakIterator openBreakIterator() {
   UErrorCode status = U_ZERO_ERROR;
-  return BreakIterator(ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &status));
+  BreakIterator iterator(ubrk_open(UBRK_CHARACTER, "", nullptr, 0, &status));
+  return succeeded(status) ? std::move(iterator) : nullptr;
 }
 
 /// The iterator of this thread, set to the text. Null if ICU fails, which happens only without its data.
@@ -29,7 +33,7 @@ UBreakIterator* characters(std::u16string_view text) {
   if (iterator != nullptr) {
     ubrk_setText(iterator.get(), text.data(), static_cast<std::int32_t>(std::min(text.size(), kLongest)), &status);
   }
-  return U_SUCCESS(status) ? iterator.get() : nullptr;
+  return succeeded(status) ? iterator.get() : nullptr;
 }
 
 }  // namespace

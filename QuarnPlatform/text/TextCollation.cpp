@@ -44,7 +44,7 @@ Collator openCollator(const Locale& locale) {
   for (const CollatorSetting& setting : kCollatorSettings) {
     if (collator != nullptr) ucol_setAttribute(collator.get(), setting.attribute, setting.value, &status);
   }
-  return U_SUCCESS(status) ? std::move(collator) : nullptr;
+  return unicode::succeeded(status) ? std::move(collator) : nullptr;
 }
 
 /// The collator of the locale; null if ICU has none. Opening one costs as much as some fifty comparisons, so each
@@ -75,7 +75,7 @@ int foldingOrder(const std::u16string& left, const std::u16string& right, bool t
   UErrorCode status = U_ZERO_ERROR;
   const int order =
       unorm_compare(left.data(), lengthOf(left.size()), right.data(), lengthOf(right.size()), options, &status);
-  return U_SUCCESS(status) ? order : left.compare(right);
+  return unicode::succeeded(status) ? order : left.compare(right);
 }
 
 /// Without a collator, compares the folded letters, then uses `tie` for accents.
@@ -91,7 +91,7 @@ int compareASCII(std::string_view left, std::string_view right, const Locale& lo
   const int order = collator == nullptr ? 0
                                         : ucol_strcollUTF8(collator, left.data(), lengthOf(left.size()), right.data(),
                                                            lengthOf(right.size()), &status);
-  const bool decided = collator != nullptr && U_SUCCESS(status);
+  const bool decided = unicode::succeeded(status) && collator != nullptr;
   return decided ? order : orderWithoutCollator(left, right, locale, 0);
 }
 

@@ -22,12 +22,14 @@ std::u16string composedUnits(std::string_view text) {
   UErrorCode status = U_ZERO_ERROR;
   const UNormalizer2* composer = unorm2_getNFCInstance(&status);
   const auto length = static_cast<std::int32_t>(units.size());
-  if (U_FAILURE(status) || unorm2_spanQuickCheckYes(composer, units.data(), length, &status) == length) return units;
+  if (!unicode::succeeded(status)) return units;
+  const bool isComposed = unorm2_spanQuickCheckYes(composer, units.data(), length, &status) == length;
+  if (!unicode::succeeded(status) || isComposed) return units;
   // Composition makes a UTF-16 text at most three times as long (Unicode Standard Annex #15, "Expansion Factors").
   std::u16string normal(units.size() * 3, u'\0');
   const std::int32_t used = unorm2_normalize(composer, units.data(), length, normal.data(),
                                              static_cast<std::int32_t>(normal.size()), &status);
-  if (U_FAILURE(status)) return units;
+  if (!unicode::succeeded(status)) return units;
   normal.resize(static_cast<std::size_t>(used));
   return normal;
 }

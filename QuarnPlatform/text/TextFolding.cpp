@@ -67,9 +67,9 @@ char32_t bareBase(char32_t scalar) {
   UErrorCode status = U_ZERO_ERROR;
   std::array<UChar, 32> units{};
   const UNormalizer2* decomposer = unorm2_getNFDInstance(&status);
-  if (U_FAILURE(status)) return scalar;
+  if (!unicode::succeeded(status)) return scalar;
   const std::int32_t length = unorm2_getDecomposition(decomposer, icu(scalar), units.data(), units.size(), &status);
-  if (U_FAILURE(status) || length <= 0) return scalar;
+  if (!unicode::succeeded(status) || length <= 0) return scalar;
   const char32_t head = units[0];  // a surrogate is also above the limit
   return head < kFirstBaseThatKeepsMarks ? head : scalar;
 }

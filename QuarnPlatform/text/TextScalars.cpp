@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <new>
 
 #include <unicode/uchar.h>
 #include <unicode/utf16.h>
@@ -108,6 +109,11 @@ std::string toUTF8(std::u16string_view units) {
     appendUTF8(text, static_cast<char32_t>(scalar));
   }
   return text;
+}
+
+bool succeeded(int status) {
+  if (status == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
+  return status <= U_ZERO_ERROR;
 }
 
 bool extendsCharacter(char32_t scalar) {

@@ -43,6 +43,10 @@ std::u16string toUTF16(std::string_view text);
 /// Converts well-formed UTF-16 to UTF-8.
 std::string toUTF8(std::u16string_view units);
 
+/// True if an ICU call succeeded; `status` is its UErrorCode. Throws std::bad_alloc if memory was missing: an operation
+/// must not go on with another result.
+bool succeeded(int status);
+
 /// True if the scalar extends the previous character (Grapheme_Cluster_Break=Extend: marks, variation selectors, skin
 /// tones, tags, the zero-width non-joiner). False for `ScalarReader::kEnd`.
 bool extendsCharacter(char32_t scalar);

@@ -133,12 +133,14 @@ void DirectoryEnumerator::Walk::skipDescendants() {
 
 void DirectoryEnumerator::Walk::enter() {
   mayEnter_ = false;
-  const Frame& parent = frames_.back();
-  ReadAhead::FolderPointer folder = opened_ ? std::move(opened_) : ahead_->child(*parent.folder, parent.nextEntry - 1);
   const std::size_t pathLength = path_.size();
   path_.append("/").append(item_.name_);
-  if (folder->listing.error != 0) reportUnreadable(path_, folder->listing.error);
+  // A helper may read in the folder, so nothing may throw between taking it and keeping it.
+  if (frames_.size() == frames_.capacity()) frames_.reserve(2 * frames_.size());
+  const Frame& parent = frames_.back();
+  ReadAhead::FolderPointer folder = opened_ ? std::move(opened_) : ahead_->child(*parent.folder, parent.nextEntry - 1);
   frames_.push_back({.folder = std::move(folder), .pathLength = pathLength});
+  if (const int error = frames_.back().folder->listing.error; error != 0) reportUnreadable(path_, error);
 }
 
 void DirectoryEnumerator::Walk::leave() {

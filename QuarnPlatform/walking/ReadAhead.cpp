@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kWindow = 16u << 10;  // entries that are listed ahead of the consumer
 constexpr std::size_t kFolderWeight = 16;   // what a listed folder takes besides its entries, in entries
 constexpr std::size_t kSegment = 512;
-constexpr std::size_t kCallsPerFolder = 4;
+constexpr std::size_t kCallsPerListing = 4;
 constexpr std::size_t kSegmentsAhead = 64;
 // How many folders of the plan are searched for something to claim. What comes later is not urgent.
 constexpr std::size_t kPlanDepth = 64;
@@ -126,12 +126,20 @@ ReadAhead::FolderPointer ReadAhead::child(Folder& parent, std::size_t index) {
   recycleLeft();
   startHelper();
   FolderPointer folder = takeClaimed(parent, index);
+  std::optional<Task> task;
   if (!folder) {
-    const Task task = claimFolder(parent, *worker_);
+    task = claimFolder(parent, *worker_);
     folder = takeClaimed(parent, index);
-    perform(lock, task, *worker_);
   }
-  while (!folder->isListed) helpOrWait(lock);
+  try {
+    if (task) perform(lock, *task, *worker_);
+    while (!folder->isListed) helpOrWait(lock);
+  } catch (...) {
+    // It is in the plan, and another thread may be reading it.
+    if (!lock.owns_lock()) lock.lock();
+    leaveOut(std::move(folder));
+    throw;
+  }
   folder->isEntered = true;
   ahead_ -= weight(folder->listing);
   wakeHelper();
@@ -165,7 +173,7 @@ std::size_t ReadAhead::sizesUpTo(Folder& folder, std::size_t index) {
   return std::min((segment + 1) * kSegment, count);
 }
 
-void ReadAhead::leave(FolderPointer folder) { left_.push_back(std::move(folder)); }
+void ReadAhead::leave(FolderPointer folder) { left_.push(std::move(folder)); }
 
 void ReadAhead::abandon(FolderPointer folder) {
   const Lock lock(mutex_);
@@ -234,7 +242,7 @@ void ReadAhead::perform(Lock& lock, const Task& task, Worker& worker) {
     const auto start = HelperCount::Clock::now();
     read(task, worker);
     const std::size_t entries = std::min(task.folder->listing.entries.size(), kSegment);
-    helperCount_.note(worker.observations, kCallsPerFolder + entries, HelperCount::Clock::now() - start);
+    helperCount_.note(worker.observations, kCallsPerListing + entries, HelperCount::Clock::now() - start);
   } else {
     read(task, worker);
   }
@@ -266,11 +274,12 @@ void ReadAhead::listFolder(const Task& task, Worker& worker) {
   OpenedFolder opened = task.parent->use->open(name.data());
   folder.listing.error = opened.error;
   if (!opened.descriptor.isOpen()) return;
-  if (options_.packages == PackageContents::skip && hasBundleBit(opened.descriptor.get())) {
-    folder.listing.isPackage = true;
-    return;
-  }
+  const bool asksForPackage = options_.packages == PackageContents::skip;
+  const BundleBit bit = asksForPackage ? bundleBit(opened.descriptor.get()) : BundleBit();
+  folder.listing.isPackage = bit.isSet;
+  if (bit.isSet) return;
   readFolder(folder, opened.descriptor.get(), worker);
+  if (folder.listing.error == 0) folder.listing.error = bit.error;
   if (unclaimedIn(folder) != 0) folder.use = task.parent->use->add(name, std::move(opened.descriptor));
 }
 
@@ -313,17 +322,24 @@ void ReadAhead::letGoIfDone(Folder& folder, Worker& worker) {
   if (folder.atWork == 0 && unclaimedIn(folder) == 0) worker.finished = std::exchange(folder.use, std::nullopt);
 }
 
+void ReadAhead::dropFinished() {
+  FolderList kept;
+  while (FolderPointer left = abandoned_.pop()) {
+    if (!left->isListed || left->atWork != 0) kept.push(std::move(left));
+  }
+  abandoned_ = std::move(kept);
+}
+
 // Iterative: what was read ahead may be deeper than the stack allows. A folder that some thread still reads is kept
 // until a later call finds that thread finished.
 void ReadAhead::leaveOut(FolderPointer folder) {
-  std::erase_if(abandoned_, [](const FolderPointer& left) { return left->isListed && left->atWork == 0; });
-  std::vector<FolderPointer> pending;
-  pending.push_back(std::move(folder));
-  while (!pending.empty()) {
-    FolderPointer left = std::move(pending.back());
-    pending.pop_back();
-    const auto firstClaimed = left->claimed.begin() + static_cast<std::ptrdiff_t>(left->firstClaimed);
-    std::move(firstClaimed, left->claimed.end(), std::back_inserter(pending));
+  dropFinished();
+  FolderList pending;
+  pending.push(std::move(folder));
+  while (FolderPointer left = pending.pop()) {
+    for (; left->firstClaimed < left->claimed.size(); ++left->firstClaimed) {
+      pending.push(std::move(left->claimed[left->firstClaimed]));
+    }
     left->isAbandoned = true;
     unplan(*left);
     if (left->isListed) {
@@ -332,24 +348,23 @@ void ReadAhead::leaveOut(FolderPointer folder) {
       left->nextFolder = left->listing.folders.size();
       left->nextSegment = segmentCount(left->listing);
     }
-    if (!left->isListed || left->atWork != 0) abandoned_.push_back(std::move(left));
+    if (!left->isListed || left->atWork != 0) abandoned_.push(std::move(left));
   }
 }
 
 // Called when the lock is held anyway. A thread may still read in a folder that the consumer has left, if the consumer
 // skipped something in it.
 void ReadAhead::recycleLeft() {
-  for (FolderPointer& folder : left_) {
+  while (FolderPointer folder = left_.pop()) {
     if (folder->atWork != 0) {
-      abandoned_.push_back(std::move(folder));
+      abandoned_.push(std::move(folder));
     } else if (isUsual(*folder) && spares_.size() < kSpares) {
       clear(*folder);
       spares_.push_back(std::move(folder));
     } else {
-      discarded_.push_back(std::move(folder));
+      discarded_.push(std::move(folder));
     }
   }
-  left_.clear();
 }
 
 void ReadAhead::helpOrWait(Lock& lock) {

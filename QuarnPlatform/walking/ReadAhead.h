@@ -74,6 +74,7 @@ class ReadAhead {
     std::uint32_t entryInParent = 0;
     std::optional<WalkedFolders::Use> use;  // while something in it is unclaimed or at work
     unsigned atWork = 0;                    // tasks that read in it; 0 once everything is claimed and read
+    FolderPointer next;                     // while it is in a FolderList
     Folder* earlier = nullptr;              // its neighbours in the plan; null when it is not in the plan
     Folder* later = nullptr;
   };
@@ -103,6 +104,36 @@ class ReadAhead {
  private:
   struct Task;
   struct Worker;
+
+  /// Folders to keep. Adding one allocates nothing: it also happens in destructors and after an allocation has failed,
+  /// when a helper may still read in the folder.
+  class FolderList {
+   public:
+    FolderList() = default;
+    FolderList(FolderList&&) = default;
+    FolderList& operator=(FolderList&&) = default;  // to an empty list
+    ~FolderList() { clear(); }
+
+    void push(FolderPointer folder) {
+      folder->next = std::move(first_);
+      first_ = std::move(folder);
+    }
+    /// Null if the list is empty.
+    FolderPointer pop() {
+      FolderPointer folder = std::move(first_);
+      if (folder) first_ = std::move(folder->next);
+      return folder;
+    }
+    /// Not by the destructors of the pointers, which would call each other as deep as the list is long.
+    void clear() {
+      while (pop()) {
+      }
+    }
+
+   private:
+    FolderPointer first_;
+  };
+
   using Lock = std::unique_lock<std::mutex>;
 
   static FolderPointer takeClaimed(Folder& parent, std::size_t index);
@@ -119,6 +150,7 @@ class ReadAhead {
   static void unplan(Folder& folder);
   static void unplanIfClaimed(Folder& folder);
   static void letGoIfDone(Folder& folder, Worker& worker);
+  void dropFinished();
   void leaveOut(FolderPointer folder);
   void recycleLeft();
   void helpOrWait(Lock& lock);
@@ -135,11 +167,11 @@ class ReadAhead {
   std::mutex mutex_;
   std::condition_variable forHelpers_;
   std::condition_variable forConsumer_;
-  Folder plan_;                           // both ends of the plan; never claimed itself
-  std::vector<FolderPointer> spares_;     // at most kSpares, empty, to be used again
-  std::vector<FolderPointer> abandoned_;  // until the threads that read in them are finished
-  std::size_t unclaimed_ = 0;             // the sum over the plan of what is unclaimed in each folder
-  std::size_t ahead_ = 0;                 // the weight of the folders that are listed, not entered and not abandoned
+  Folder plan_;                        // both ends of the plan; never claimed itself
+  std::vector<FolderPointer> spares_;  // at most kSpares, empty, to be used again
+  FolderList abandoned_;               // until the threads that read in them are finished
+  std::size_t unclaimed_ = 0;          // the sum over the plan of what is unclaimed in each folder
+  std::size_t ahead_ = 0;              // the weight of the folders that are listed, not entered and not abandoned
   unsigned waitingHelpers_ = 0;
   bool consumerWaits_ = false;
   bool isEnding_ = false;
@@ -148,8 +180,8 @@ class ReadAhead {
   // The consumer's; no lock.
   FolderPointer root_;
   std::unique_ptr<Worker> worker_;
-  std::vector<FolderPointer> left_;       // to be recycled when the lock is held anyway
-  std::vector<FolderPointer> discarded_;  // to be destroyed when it is not held
+  FolderList left_;       // to be recycled when the lock is held anyway
+  FolderList discarded_;  // to be destroyed when it is not held
   std::vector<std::thread> helpers_;
 };
 

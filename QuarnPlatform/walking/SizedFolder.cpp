@@ -21,7 +21,9 @@ SizedFolder::SizedFolder(const WalkedFolders::Use& parent, std::string_view name
 
 const Attribution::Step& SizedFolder::judge() {
   if (asPackage_ != step_) {
-    if (hasBundleBit(descriptor_)) step_ = asPackage_;
+    const BundleBit bit = bundleBit(descriptor_);
+    if (bit.isSet) step_ = asPackage_;
+    error_ = bit.error;
     asPackage_ = step_;
   }
   return step_;

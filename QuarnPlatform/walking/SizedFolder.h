@@ -27,6 +27,8 @@ class SizedFolder {
   [[nodiscard]] int descriptor() const { return descriptor_; }
   /// The final judgement, after looking up whether the folder is a package if that matters.
   const Attribution::Step& judge();
+  /// The errno if it is unknown whether the folder is a package; 0 otherwise.
+  [[nodiscard]] int error() const { return error_; }
   /// The total that a file counts to; absent leaves it out.
   [[nodiscard]] std::optional<std::uint8_t> bucketOf(const Attribution& attribution, std::string_view name);
   /// How a subfolder is to be entered; absent leaves it out.
@@ -48,6 +50,7 @@ class SizedFolder {
   std::shared_ptr<const WalkedFolders::Use> use_;
   int descriptor_;
   Attribution::Step step_;
+  int error_ = 0;
   Attribution::Step asPackage_;  // differs from `step_` until it is known whether the folder is a package
 };
 

@@ -55,7 +55,9 @@ void SizingWorker::enter(SizingTask& task) {
   if (!opened.descriptor.isOpen()) return scheduler_.reportUnreadable(parent, task.name, opened.error);
   SubFolders::Item& item = task.item;
   if (item.step.has_value() != item.asPackage.has_value()) {
-    item.step = item.asPackage = hasBundleBit(opened.descriptor.get()) ? item.asPackage : item.step;
+    const BundleBit bit = bundleBit(opened.descriptor.get());
+    if (bit.error != 0) scheduler_.reportUnreadable(parent, task.name, bit.error);
+    item.step = item.asPackage = bit.isSet ? item.asPackage : item.step;
   }
   if (!item.step) return;
   SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage);
@@ -76,7 +78,7 @@ int SizingWorker::read(SizedFolder& folder) {
   while (reader_.readMore() && countAll(folder)) {
   }
   queueSubFolders(folder);
-  return reader_.error();
+  return reader_.error() != 0 ? reader_.error() : folder.error();
 }
 
 bool SizingWorker::countAll(SizedFolder& folder) {

@@ -66,11 +66,10 @@ WalkedFolders::Use WalkedFolders::root() {
 }
 
 WalkedFolders::Folder& WalkedFolders::insert(Folder& parent, std::string_view name) {
-  if (free_.empty()) free_.push_back(&folders_.emplace_back());
-  Folder& folder = *free_.back();
-  free_.pop_back();
-  folder.parent = &parent;
+  if (free_ == nullptr) free_ = &folders_.emplace_back();
+  Folder& folder = *free_;
   folder.name = name;
+  free_ = std::exchange(folder.parent, &parent);
   folder.depth = parent.depth + 1;
   folder.uses = 1;
   ++parent.children;
@@ -80,9 +79,9 @@ WalkedFolders::Folder& WalkedFolders::insert(Folder& parent, std::string_view na
 FileDescriptor WalkedFolders::keepOpen(Folder& folder, FileDescriptor descriptor) {
   FileDescriptor closed;
   if (open_.size() >= kMaximumOpen) closed = closeOne();
+  open_.push_back(&folder);  // first, because it may throw
   folder.descriptor = std::move(descriptor);
   folder.pins.fetch_and(~kClosed, std::memory_order_release);
-  open_.push_back(&folder);
   return closed;
 }
 
@@ -128,11 +127,13 @@ FileDescriptor WalkedFolders::release(Folder& folder) {
   return closed;
 }
 
-// Up the chain in a loop: folders may lie in each other deeper than a stack reaches.
+// Up the chain in a loop: folders may lie in each other deeper than a stack reaches. Allocates nothing: destructors
+// call it.
 void WalkedFolders::forget(Folder* folder) {
   while (folder->uses == 0 && folder->children == 0) {
-    free_.push_back(folder);
-    folder = folder->parent;
+    Folder* const forgotten = folder;
+    folder = std::exchange(forgotten->parent, free_);
+    free_ = forgotten;
     --folder->children;
   }
 }

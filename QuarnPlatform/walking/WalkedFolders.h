@@ -105,7 +105,7 @@ class WalkedFolders {
   std::mutex mutex_;
   std::deque<Folder> folders_;
   Folder& root_;
-  std::vector<Folder*> free_;
+  Folder* free_ = nullptr;  // forgotten folders, linked by `parent`
   // Without the root, which is never closed. In the order of opening, so that ancestors come first.
   std::vector<Folder*> open_;
   const FolderOpener opener_;

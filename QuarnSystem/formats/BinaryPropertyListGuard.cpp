@@ -88,10 +88,11 @@ class BinaryGuard {
  public:
   explicit BinaryGuard(std::string_view bytes) : bytes_(bytes), file_(bytes) {}
 
-  [[nodiscard]] bool isSafe() {
-    if (!readTrailer()) return false;
+  /// The cost of the list; absent if it is not safe.
+  [[nodiscard]] std::optional<Cost> cost() {
+    if (!readTrailer()) return std::nullopt;
     known_.resize(objectCount_);
-    return costOf(topObject_, 0).has_value();
+    return costOf(topObject_, 0);
   }
 
  private:
@@ -234,6 +235,10 @@ bool BinaryGuard::isKey(std::uint64_t index) const {
 
 }  // namespace
 
-bool isSafeBinaryPropertyList(std::string_view bytes) { return BinaryGuard(bytes).isSafe(); }
+bool isSafeBinaryPropertyList(std::string_view bytes, PropertyListCost* cost) {
+  const std::optional<Cost> found = BinaryGuard(bytes).cost();
+  if (found && cost != nullptr) *cost = {.values = found->values, .textBytes = found->textBytes};
+  return found.has_value();
+}
 
 }  // namespace quarn

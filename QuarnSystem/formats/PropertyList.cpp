@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
+#include <new>
 
 #include <plist/plist.h>
 
@@ -37,7 +39,8 @@ std::string keyOf(plist_t value) {
   char* text = nullptr;
   plist_get_key_val(plist_dict_item_get_key(value), &text);
   const std::unique_ptr<char, FreeWithLibc> owner(text);
-  return text == nullptr ? std::string() : std::string(text);
+  if (text == nullptr) throw std::bad_alloc();  // the library could not copy the key
+  return text;
 }
 
 /// The library returns whole seconds and the absolute value of the microseconds.
@@ -114,17 +117,37 @@ PropertyList converted(plist_t node) {
   }
 }
 
-PlistTree readBinary(std::string_view bytes) {
-  plist_t root = nullptr;
-  if (isSafeBinaryPropertyList(bytes)) plist_from_bin(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);
-  return PlistTree(root);
+// Measured with the largest lists: at most 162 bytes for a value and 1.5 for a byte of text. Large dictionaries also
+// have a table, which was not measured.
+constexpr std::uint64_t kBytesPerValue = 256;
+constexpr std::uint64_t kBytesPerTextByte = 2;
+constexpr std::uint64_t kBytesOfSmallList = std::uint64_t{1} << 20;
+
+/// The library ends the process when it gets no memory. So this throws std::bad_alloc if the memory for a list is not
+/// available, and large lists are parsed one at a time: the result is a lock to hold as long as the library's list.
+[[nodiscard]] std::unique_lock<std::mutex> claimMemory(const PropertyListCost& cost) {
+  static std::mutex large;
+  const std::uint64_t needed = cost.values * kBytesPerValue + cost.textBytes * kBytesPerTextByte;
+  std::unique_lock<std::mutex> lock(large, std::defer_lock);
+  if (needed > kBytesOfSmallList) lock.lock();
+  // Volatile: the compiler may leave out an allocation that nothing uses.
+  void* volatile block = std::malloc(needed + kBytesOfSmallList);  // NOLINT: only asks whether there is memory
+  if (block == nullptr) throw std::bad_alloc();
+  std::free(block);  // NOLINT
+  return lock;
 }
 
-PlistTree readXml(std::string_view text) {
+/// The bytes that the library may read; empty if the list is not safe.
+std::string_view safeList(std::string_view bytes, PropertyListCost& cost) {
+  if (bytes.starts_with(kBinaryMagic)) return isSafeBinaryPropertyList(bytes, &cost) ? bytes : std::string_view();
+  if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
+  return safeXmlPropertyList(bytes, &cost);
+}
+
+PlistTree treeOf(std::string_view list) {
+  const auto read = list.starts_with(kBinaryMagic) ? plist_from_bin : plist_from_xml;
   plist_t root = nullptr;
-  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
-  const std::string_view list = safeXmlPropertyList(text);
-  if (!list.empty()) plist_from_xml(list.data(), static_cast<std::uint32_t>(list.size()), &root);
+  read(list.data(), static_cast<std::uint32_t>(list.size()), &root);
   return PlistTree(root);
 }
 
@@ -132,7 +155,11 @@ PlistTree readXml(std::string_view text) {
 
 std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
   if (bytes.size() > kMaxBytes) return std::nullopt;
-  const PlistTree tree = bytes.starts_with(kBinaryMagic) ? readBinary(bytes) : readXml(bytes);
+  PropertyListCost cost;
+  const std::string_view list = safeList(bytes, cost);
+  if (list.empty()) return std::nullopt;
+  const std::unique_lock<std::mutex> lock = claimMemory(cost);
+  const PlistTree tree = treeOf(list);
   if (!tree) return std::nullopt;
   return converted(tree.get());
 }

@@ -81,6 +81,8 @@ class XmlGuard {
 
   /// The length of the list, or 0 if it is not safe.
   [[nodiscard]] std::size_t safeLength() { return skipProlog() && root() ? position_ : 0; }
+  /// The number of values and keys so far.
+  [[nodiscard]] std::size_t values() const { return values_; }
 
  private:
   [[nodiscard]] std::string_view rest() const { return text_.substr(position_); }
@@ -256,8 +258,10 @@ bool XmlGuard::dictionaryContent(std::size_t depth) {
 
 }  // namespace
 
-std::string_view safeXmlPropertyList(std::string_view text) {
-  const std::string_view list = text.substr(0, XmlGuard(text).safeLength());
+std::string_view safeXmlPropertyList(std::string_view text, PropertyListCost* cost) {
+  XmlGuard guard(text);
+  const std::string_view list = text.substr(0, guard.safeLength());
+  if (cost != nullptr) *cost = {.values = guard.values(), .textBytes = list.size()};
   return list.find('\0') == std::string_view::npos ? list : std::string_view();
 }
 

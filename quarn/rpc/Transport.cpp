@@ -17,6 +17,7 @@
 #include "quarn/rpc/LineWriter.h"
 #include "quarn/rpc/Notifications.h"
 #include "quarn/rpc/WakePipe.h"
+#include "quarn/services/MemoryReserve.h"
 
 namespace quarn {
 namespace {
@@ -193,6 +194,7 @@ class Session {
     const auto report = [&](const ordered_json& value) {
       if (!writer_.write(progressNotification(request.id, value))) giveUp();
     };
+    MemoryReserve::refill();
     try {
       const std::optional<json> params = request.params.empty() ? std::nullopt : parseJSON(request.params);
       const RequestContext context{request.cancellation, report};

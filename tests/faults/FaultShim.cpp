@@ -1,11 +1,13 @@
-// Preloaded into the command by tests: makes chosen calls fail, so that what the command does then can be seen.
+// A library that tests preload into the command. It makes chosen calls fail, to show how the command reacts.
 //
-//   QUARN_FAULT=CALL:ERRNO:WHEN   CALL:  openat2, open, openat, getdents64, statx, fstat, pread, readlinkat, malloc,
-//                                        pthread_create
-//                                 WHEN:  n7 the seventh call alone; e1 every call, e2 every second one
-//   QUARN_FAULT_MARK=FILE         gets one byte for each call that was made to fail
+//   QUARN_FAULT=CALL:ERRNO:WHEN   CALL:  openat2, open, openat, getdents64, statx, fstat, pread, readlinkat, xattr,
+//                                        malloc, pthread_create
+//                                 WHEN:  n7 only the seventh call; e1 every call, e2 every second call
+//   QUARN_FAULT_MARK=FILE         exists once the library is loaded; gets one byte for each call that failed
 //
-// Only calls of the program and its libraries that go through the C library's functions are seen.
+// The library sees only calls through the functions of the C library. "xattr" stands for flistxattr and fgetxattr.
+// "malloc" counts and fails only after main() began, and only for callers outside the C library and libplist: these two
+// do not survive a failure (see docs/security.md).
 
 #include <atomic>
 #include <cerrno>
@@ -13,12 +15,15 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <link.h>
 #include <pthread.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 extern "C" void* __libc_malloc(size_t size);  // NOLINT(bugprone-reserved-identifier): the C library's own name
@@ -35,6 +40,7 @@ enum class Call : std::uint8_t {
   fstat,
   pread,
   readlinkat,
+  xattr,
   malloc,
   pthreadCreate
 };
@@ -44,11 +50,17 @@ struct Row {
   Call call;
 };
 
-constexpr Row kRows[] = {{"openat2:", Call::openat2}, {"open:", Call::open},
-                         {"openat:", Call::openat},   {"getdents64:", Call::getdents64},
-                         {"statx:", Call::statx},     {"fstat:", Call::fstat},
-                         {"pread:", Call::pread},     {"readlinkat:", Call::readlinkat},
-                         {"malloc:", Call::malloc},   {"pthread_create:", Call::pthreadCreate}};
+constexpr Row kRows[] = {{"openat2:", Call::openat2},
+                         {"open:", Call::open},
+                         {"openat:", Call::openat},
+                         {"getdents64:", Call::getdents64},
+                         {"statx:", Call::statx},
+                         {"fstat:", Call::fstat},
+                         {"pread:", Call::pread},
+                         {"readlinkat:", Call::readlinkat},
+                         {"xattr:", Call::xattr},
+                         {"malloc:", Call::malloc},
+                         {"pthread_create:", Call::pthreadCreate}};
 
 Call chosen = Call::none;
 int error = 0;
@@ -56,6 +68,38 @@ bool isEvery = false;
 std::uint64_t number = 1;
 int mark = -1;
 std::atomic<std::uint64_t> calls = 0;
+std::atomic<bool> isStarted = false;  // main() began
+
+/// The code of a library that does not survive a failing malloc.
+struct Code {
+  std::uintptr_t begin;
+  std::uintptr_t end;
+};
+constexpr const char* kFragileLibraries[] = {"/libc.so", "/libplist-2.0.so", "/ld-linux"};
+Code fragile[8];
+std::size_t fragileCount = 0;
+
+int noteFragile(dl_phdr_info* object, std::size_t /*size*/, void* /*context*/) {
+  for (const char* library : kFragileLibraries) {
+    if (std::strstr(object->dlpi_name, library) == nullptr) continue;
+    for (int i = 0; i < object->dlpi_phnum && fragileCount < std::size(fragile); ++i) {
+      const ElfW(Phdr)& segment = object->dlpi_phdr[i];
+      if (segment.p_type != PT_LOAD || (segment.p_flags & PF_X) == 0) continue;
+      const std::uintptr_t begin = object->dlpi_addr + segment.p_vaddr;
+      fragile[fragileCount++] = {begin, begin + segment.p_memsz};
+    }
+  }
+  return 0;
+}
+
+bool mayFail(const void* caller) {
+  if (!isStarted) return false;
+  const auto address = reinterpret_cast<std::uintptr_t>(caller);
+  for (std::size_t i = 0; i < fragileCount; ++i) {
+    if (address >= fragile[i].begin && address < fragile[i].end) return false;
+  }
+  return true;
+}
 
 __attribute__((constructor)) void readEnvironment() {
   const char* fault = std::getenv("QUARN_FAULT");
@@ -78,6 +122,7 @@ __attribute__((constructor)) void readEnvironment() {
     chosen = row.call;
   }
   if (chosen == Call::none || number == 0) ::_exit(99);
+  if (chosen == Call::malloc) ::dl_iterate_phdr(noteFragile, nullptr);
 }
 
 bool fails(Call call) {
@@ -166,7 +211,38 @@ ssize_t readlinkat(int folder, const char* path, char* buffer, size_t size) {
   return fails(Call::readlinkat) ? -1 : next(folder, path, buffer, size);
 }
 
-void* malloc(size_t size) { return fails(Call::malloc) ? nullptr : __libc_malloc(size); }
+ssize_t flistxattr(int item, char* list, size_t size) {
+  static const auto next = real<ssize_t (*)(int, char*, size_t)>("flistxattr");
+  return fails(Call::xattr) ? -1 : next(item, list, size);
+}
+
+ssize_t fgetxattr(int item, const char* name, void* value, size_t size) {
+  static const auto next = real<ssize_t (*)(int, const char*, void*, size_t)>("fgetxattr");
+  return fails(Call::xattr) ? -1 : next(item, name, value, size);
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+void* malloc(size_t size) {
+  const bool mayFailHere = chosen == Call::malloc && mayFail(__builtin_return_address(0));
+  return mayFailHere && fails(Call::malloc) ? nullptr : __libc_malloc(size);
+}
+#endif
+
+using Main = int (*)(int, char**, char**);
+Main realMain = nullptr;
+
+int startedMain(int count, char** words, char** environment) {
+  isStarted = true;
+  return realMain(count, words, environment);
+}
+
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the C library's own name
+int __libc_start_main(Main main, int count, char** words, void (*init)(), void (*fini)(), void (*atExit)(), void* end) {
+  static const auto next =
+      real<int (*)(Main, int, char**, void (*)(), void (*)(), void (*)(), void*)>("__libc_start_main");
+  realMain = main;
+  return next(startedMain, count, words, init, fini, atExit, end);
+}
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* how, void* (*work)(void*), void* what) {
   static const auto next = real<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");

@@ -3,25 +3,25 @@
 
   mutants.py BUILD
 
-Run it in a tree without changes of your own: each mutant is written into the source, built and taken back. Prints each
-mutant and those that survived; a survivor that EXPECTED does not list fails the run, and so does an expected one that was
-seen.
+BUILD is a build folder in which darwin_platform_tests is built. Prints for each mutant which test saw it, or that it survived. A
+survivor that EXPECTED does not list fails the run, and so does an expected one that was seen.
 """
 import pathlib
+import re
 import subprocess
 import sys
+import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 FILES = ROOT / "QuarnPlatform/files"
 TESTS = ("DirectoryReader*:FolderOpen*:VolumeGroup*:OnlyInCloud*:PrivacyProtection*:FileManager*:PathWalk*:Packages*:"
-         "RunningSystem*:ReadReport*:EachDeviceCheck*:*FolderOpening*")
+         "RunningSystem*:ReadReport*:EachDeviceCheck*:*FolderOpening*:AccessTimes*:Listing*")
 
 # file, what is there, what is put in its place
 MUTANTS = [
     ("DirectoryReader_darwin.cpp", "S_ISLNK(mode) ? FileType::symbolicLink", "S_ISLNK(mode) ? FileType::other"),
     ("DirectoryReader_darwin.cpp", "case VLNK: return FileType::symbolicLink;", "case VLNK: return FileType::other;"),
-    ("DirectoryReader_darwin.cpp", "::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) == 0",
-     "::fstatat(folder, name, &status, 0) == 0"),
+    ("DirectoryReader_darwin.cpp", "return ::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW);", "return ::fstatat(folder, name, &status, 0);"),
     ("DirectoryReader_darwin.cpp", "errno == ENOENT ? std::nullopt", "errno == EIO ? std::nullopt"),
     ("DirectoryReader_darwin.cpp", "if ((flags & SF_DATALESS) != 0) allocated = 0;", ""),
     ("DirectoryReader_darwin.cpp", "place.attr_length - 1", "place.attr_length"),
@@ -45,6 +45,13 @@ MUTANTS = [
     ("Volume_darwin.cpp", "path.size() < kLongestSystemPath && path::isPlain(path)", "path::isPlain(path)"),
     ("Volume_darwin.cpp", "path.size() < kLongestSystemPath && path::isPlain(path)", "path.size() < kLongestSystemPath"),
     ("Volume_darwin.cpp", "nameOf(*place), flags | O_NOFOLLOW", "nameOf(*place), flags"),
+    ("Volume_darwin.cpp", "accessTimes_ == AccessTimes::keepOrFail && !processKeepsAccessTimes()", "false"),
+    ("Volume_darwin.cpp", "if (how.isReadOnly || how.keepsAccessTimes) accessTimes_ = AccessTimes::keepIfPermitted;", ""),
+    ("Volume_darwin.cpp", ".mayKeepAccessTimes = processKeepsAccessTimes()", ".mayKeepAccessTimes = true"),
+    ("Volume_darwin.cpp", "if (found->type != FileType::regular) return {.descriptor = {}, .error = EINVAL};", ""),
+    ("Volume_darwin.cpp", "if (found->type == FileType::directory) return {.descriptor = {}, .error = EISDIR};", ""),
+    ("Volume_darwin.cpp", "status.st_ino == expected.inode) return file;", "true) return file;"),
+    ("Volume_darwin.cpp", ".modifiedSeconds = status.st_mtime", ".modifiedSeconds = status.st_ctime"),
     ("Volume_darwin.cpp", "!S_ISLNK(status.st_mode) || links == Links::doNotFollow", "true"),
     ("Volume_darwin.cpp", "::geteuid() == 0 ? std::getenv(\"SUDO_UID\") : nullptr", "nullptr"),
     ("Volume_darwin.cpp", "end != caller && *end == '\\0'", "end != caller"),
@@ -52,9 +59,11 @@ MUTANTS = [
      "if (error == 0) return std::string(path);"),
     ("FinderInfo_darwin.cpp", "kFlagsOffset = 8", "kFlagsOffset = 9"),
     ("FinderInfo_darwin.cpp", "kBundleBitInFirstByte = 0x20", "kBundleBitInFirstByte = 0x40"),
+    ("ProcessPolicies_darwin.cpp", "IOPOL_ATIME_UPDATES_OFF) == 0", "0) == 0"),
     ("ProcessPolicies_darwin.cpp", "IOPOL_MATERIALIZE_DATALESS_FILES_OFF) == 0", "0) == 0"),
     ("UnreadableCause_darwin.cpp", "case EPERM: return UnreadableCause::privacy;", "case EPERM: return UnreadableCause::permission;"),
     ("UnreadableCause_darwin.cpp", "case EDEADLK: return UnreadableCause::onlyInCloud;", ""),
+    ("UnreadableCause_darwin.cpp", "case EFBIG: return UnreadableCause::limit;", ""),
 ]
 # What no test here can see, each with the reason.
 EXPECTED = {
@@ -62,38 +71,57 @@ EXPECTED = {
 }
 
 
-def is_seen(build):
-    built = subprocess.run(["cmake", "--build", build, "--target", "darwin_platform_tests"], capture_output=True, text=True,
-                           check=False)
-    if built.returncode != 0:
-        print(built.stdout[-800:])
+class Build:
+    """Compiles a changed copy of one source and links the tests with it. The sources and the build stay as they are."""
+
+    def __init__(self, folder, scratch):
+        self.folder, self.scratch = pathlib.Path(folder).resolve(), scratch
+        self.program = scratch / "tests"
+        listed = subprocess.run(["ninja", "-C", self.folder, "-t", "commands", "bin/darwin_platform_tests"],
+                                capture_output=True, text=True, check=True)
+        self.commands = [line for line in listed.stdout.splitlines() if "darwin_platform_tests.dir" in line]
+
+    def make(self, name, text):
+        source, item = self.scratch / name, self.scratch / (name + ".o")
+        source.write_text(text, encoding="utf-8")
+        compiling = next(line for line in self.commands if f" -c " in line and line.endswith("/" + name))
+        linking = self.commands[-1]
+        normal = re.search(r" -o (\S+) -c (\S+)$", compiling)
+        compiling = compiling.removesuffix(normal[0]) + f" -o {item} -c {source}"
+        linking = linking.replace(f" {normal[1]} ", f" {item} ").replace("-o bin/darwin_platform_tests", f"-o {self.program}")
+        for command in (compiling, linking):
+            done = subprocess.run(command, shell=True, cwd=self.folder, capture_output=True, text=True, check=False)
+            if done.returncode != 0:
+                print(done.stderr[:800])
+                return False
+        return True
+
+
+def is_seen(build, name, text):
+    if not build.make(name, text):
         return True, "does not compile"
-    program = pathlib.Path(build) / "bin/darwin_platform_tests"
     try:
-        done = subprocess.run([program, "--gtest_brief=1", f"--gtest_filter={TESTS}"], capture_output=True, text=True,
-                              timeout=300, check=False)
+        done = subprocess.run([build.program, "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={TESTS}"],
+                              capture_output=True, text=True, timeout=600, check=False)
     except subprocess.TimeoutExpired:
         return True, "a test did not end"
     failed = [line.split()[3] for line in done.stdout.splitlines() if line.startswith("[  FAILED  ]") and "(" in line]
     return done.returncode != 0, failed[0] if failed else f"ended with {done.returncode}"
 
 
-def main(build):
+def main(folder):
     surprises = survivors = 0
-    for name, old, new in MUTANTS:
-        file = FILES / name
-        original = file.read_text(encoding="utf-8")
-        if original.count(old) != 1:
-            print(f"{name}: {old!r} is there {original.count(old)} times", file=sys.stderr)
-            return 2
-        try:
-            file.write_text(original.replace(old, new), encoding="utf-8")
-            seen, how = is_seen(build)
-        finally:
-            file.write_text(original, encoding="utf-8")
-        survivors += not seen
-        surprises += seen == (old in EXPECTED)
-        print(f"{'seen    ' if seen else 'SURVIVED'} {name}: {old} -> {new or 'nothing'}: {how}", flush=True)
+    with tempfile.TemporaryDirectory() as scratch:
+        build = Build(folder, pathlib.Path(scratch))
+        for name, old, new in MUTANTS:
+            original = (FILES / name).read_text(encoding="utf-8")
+            if original.count(old) != 1:
+                print(f"{name}: {old!r} is there {original.count(old)} times", file=sys.stderr)
+                return 2
+            seen, how = is_seen(build, name, original.replace(old, new))
+            survivors += not seen
+            surprises += seen == (old in EXPECTED)
+            print(f"{'seen    ' if seen else 'SURVIVED'} {name}: {old} -> {new or 'nothing'}: {how}", flush=True)
     print(f"{len(MUTANTS)} mutants, {survivors} survived")
     return 1 if surprises else 0
 

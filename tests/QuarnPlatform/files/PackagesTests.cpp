@@ -1,4 +1,5 @@
 #include <array>
+#include <cerrno>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -58,8 +59,8 @@ TEST(Packages, OnlyTheLastExtensionCountsAndOnlyWhereItIsOne) {
 TEST(Packages, TheBundleBitIsReadFromFinderInfo) {
   MacVolume volume;
   volume.folder("/t/bundle").bundleBit("/t/bundle").folder("/t/plain");
-  EXPECT_TRUE(hasBundleBit(openFolder(volume, "/t/bundle").get()));
-  EXPECT_FALSE(hasBundleBit(openFolder(volume, "/t/plain").get()));
+  EXPECT_TRUE(bundleBit(openFolder(volume, "/t/bundle").get()).isSet);
+  EXPECT_FALSE(bundleBit(openFolder(volume, "/t/plain").get()).isSet);
 }
 
 TEST(Packages, OnlyThatBitCounts) {
@@ -68,7 +69,7 @@ TEST(Packages, OnlyThatBitCounts) {
   for (int flags = 0; flags < 256; ++flags) {
     const auto byte = static_cast<unsigned char>(flags);
     volume.folder("/t").xattr("/t", "user.com.apple.FinderInfo", finderInfo(byte));
-    EXPECT_EQ(hasBundleBit(openFolder(volume, "/t").get()), (byte & kBundle) != 0) << flags;
+    EXPECT_EQ(bundleBit(openFolder(volume, "/t").get()).isSet, (byte & kBundle) != 0) << flags;
   }
 }
 
@@ -78,14 +79,14 @@ TEST(Packages, TheBitIsInTheFirstByteOfTheFlagsAndNotInTheSecond) {
   bytes[9] = 0x20;
   bytes[7] = 0x20;
   volume.folder("/t").xattr("/t", "user.com.apple.FinderInfo", bytes);
-  EXPECT_FALSE(hasBundleBit(openFolder(volume, "/t").get()));
+  EXPECT_FALSE(bundleBit(openFolder(volume, "/t").get()).isSet);
 }
 
 TEST(Packages, FinderInfoOfAnotherLengthIsIgnored) {
   for (const std::size_t size : {9U, 16U, 31U, 33U, 64U}) {
     MacVolume volume;
     volume.folder("/t").xattr("/t", "user.com.apple.FinderInfo", finderInfo(0x20, size));
-    EXPECT_FALSE(hasBundleBit(openFolder(volume, "/t").get())) << size;
+    EXPECT_FALSE(bundleBit(openFolder(volume, "/t").get()).isSet) << size;
   }
 }
 
@@ -93,18 +94,29 @@ TEST(Packages, OtherAttributesDoNotHideFinderInfo) {
   MacVolume volume;
   volume.folder("/t").xattr("/t", "user.a", "x").bundleBit("/t").xattr("/t", "user.z", "x");
   volume.folder("/u").xattr("/u", "user.com.apple.FinderInfo2", finderInfo(0x20));
-  EXPECT_TRUE(hasBundleBit(openFolder(volume, "/t").get()));
-  EXPECT_FALSE(hasBundleBit(openFolder(volume, "/u").get()));
+  EXPECT_TRUE(bundleBit(openFolder(volume, "/t").get()).isSet);
+  EXPECT_FALSE(bundleBit(openFolder(volume, "/u").get()).isSet);
 }
 
 TEST(Packages, AttributesTooManyToListDoNotHideFinderInfo) {
   MacVolume volume;
   volume.folder("/t").bundleBit("/t");
   for (int i = 0; i < 12; ++i) volume.xattr("/t", "user." + std::string(150, 'a') + std::to_string(i), "");
-  EXPECT_TRUE(hasBundleBit(openFolder(volume, "/t").get()));
+  EXPECT_TRUE(bundleBit(openFolder(volume, "/t").get()).isSet);
 }
 
-TEST(Packages, AnUnreadableFolderIsNotAPackage) { EXPECT_FALSE(hasBundleBit(-1)); }
+TEST(Packages, AFolderWithoutFinderInfoHasNoError) {
+  MacVolume volume;
+  volume.folder("/t").xattr("/t", "user.com.apple.FinderInfo", finderInfo(0x20, 64)).folder("/u");
+  EXPECT_EQ(bundleBit(openFolder(volume, "/t").get()).error, 0);
+  EXPECT_EQ(bundleBit(openFolder(volume, "/u").get()).error, 0);
+}
+
+TEST(Packages, AnUnreadableFolderIsNotAPackageAndHasAnError) {
+  const BundleBit bit = bundleBit(-1);
+  EXPECT_FALSE(bit.isSet);
+  EXPECT_EQ(bit.error, EBADF);
+}
 
 }  // namespace
 }  // namespace quarn

@@ -1,6 +1,9 @@
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
+#include <map>
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -31,9 +34,11 @@ class FaultyRun {
   CommandRun operator()(Words words, const std::string& fault) {
     std::filesystem::remove(mark_);
     words.insert(words.begin(), {"--volume", sampleFolder(), "--home", "/Users/ann", "--no-sandbox"});
-    return runQuarn(words, "",
-                    {"LD_PRELOAD=" + shim_, "QUARN_FAULT=" + fault, "QUARN_FAULT_MARK=" + mark_,
-                     "ASAN_OPTIONS=verify_asan_link_order=0"});
+    CommandRun run = runQuarn(words, "",
+                              {"LD_PRELOAD=" + shim_, "QUARN_FAULT=" + fault, "QUARN_FAULT_MARK=" + mark_,
+                               "ASAN_OPTIONS=verify_asan_link_order=0"});
+    EXPECT_TRUE(std::filesystem::exists(mark_)) << "the shim was not loaded";
+    return run;
   }
   /// How many calls failed in the last run.
   [[nodiscard]] std::uintmax_t failures() const {
@@ -56,7 +61,7 @@ struct Fault {
 /// Every errno with which a disk or the system fails, for each call that reads.
 std::vector<Fault> faults() {
   std::vector<Fault> all;
-  for (const char* call : {"openat2", "open", "getdents64", "statx", "pread"}) all.push_back({call, EIO});
+  for (const char* call : {"openat2", "open", "getdents64", "statx", "pread", "xattr"}) all.push_back({call, EIO});
   for (const int error : {EMFILE, ENFILE, ENOMEM, ESTALE, ENXIO, EUCLEAN}) {
     all.push_back({"openat2", error});
     all.push_back({"open", error});
@@ -82,6 +87,7 @@ bool isToldOrWhole(const CommandRun& run, const CommandRun& whole) {
 
 TEST(FailingDisk, EveryCommandThatLosesSomethingSaysSo) {
   FaultyRun faulty;
+  std::map<std::string, int> hits;
   for (const Words& words : commands()) {
     const CommandRun whole = faulty(words, "pread:5:n1000000000");
     ASSERT_EQ(whole.exitCode, 0) << textOf(words) << whole.err;
@@ -92,11 +98,24 @@ TEST(FailingDisk, EveryCommandThatLosesSomethingSaysSo) {
         EXPECT_EQ(run.out, whole.out);
         continue;
       }
+      ++hits[textOf(words)];
+      ++hits[fault.call];
       EXPECT_TRUE(isToldOrWhole(run, whole)) << run.exitCode << run.out << run.err;
       if (run.exitCode == 4) {
         EXPECT_THAT(run.err, HasSubstr("could not be read"));
       }
     }
+    EXPECT_GE(hits[textOf(words)], 10) << textOf(words);
+  }
+  for (const Fault& fault : faults()) EXPECT_GT(hits[fault.call], 0) << fault.call;
+}
+
+TEST(FailingDisk, AFolderThatMayBeAPackageIsUnread) {
+  FaultyRun faulty;
+  for (const Words& words : {Words{"storage", "--ndjson"}, Words{"top"}}) {
+    const CommandRun run = faulty(words, "xattr:5:e1");
+    EXPECT_EQ(run.exitCode, 4) << run.err;
+    EXPECT_THAT(run.err, HasSubstr("could not be read"));
   }
 }
 
@@ -115,35 +134,87 @@ TEST(FailingDisk, TheItemAndTheErrorAreNamed) {
 TEST(FailingDisk, AnInterruptedCallIsMadeAgain) {
   FaultyRun faulty;
   for (const Words& words : commands()) {
+    std::uintmax_t hits = 0;
     const CommandRun whole = faulty(words, "pread:5:n1000000000");
     for (const char* call : {"openat2", "open", "getdents64", "statx", "pread"}) {
       SCOPED_TRACE(textOf(words) + call);
       const CommandRun run = faulty(words, faultText({call, EINTR}, "e2"));
       EXPECT_EQ(run.exitCode, 0) << run.err;
       EXPECT_EQ(run.out, whole.out);
+      hits += faulty.failures();
+    }
+    EXPECT_GT(hits, 20u) << textOf(words);
+  }
+}
+
+/// The commands that read most, for sweeps.
+const std::vector<Words>& sweeps() {
+  static const std::vector<Words> all{
+      {"inspect", "Lumen Notes"}, {"storage", "--ndjson"}, {"top"}, {"report", "Lumen Notes", "-o", "/dev/null"}};
+  return all;
+}
+
+/// Lets one call fail, further and further into the run, until a run comes through untouched. The steps grow, because a
+/// long run makes 100,000 calls; `make hostile` takes smaller steps. Returns the number of runs with a failure.
+int sweep(FaultyRun& faulty, const Words& words, const Fault& fault) {
+  const CommandRun whole = faulty(words, "pread:5:n1000000000");
+  int hits = 0;
+  for (std::uint64_t n = 1;; n *= 2, ++hits) {
+    SCOPED_TRACE(textOf(words) + faultText(fault, "n" + std::to_string(n)));
+    const CommandRun run = faulty(words, faultText(fault, "n" + std::to_string(n)));
+    EXPECT_TRUE(isToldOrWhole(run, whole)) << run.exitCode << "\n" << run.out << run.err;
+    if (faulty.failures() == 0) return hits;
+  }
+}
+
+TEST(FailingDisk, EachSingleFailureIsSurvivedAndSaid) {
+  FaultyRun faulty;
+  for (const Words& words : sweeps()) {
+    for (const Fault& fault : {Fault{"openat2", EIO},
+                               {"open", EIO},
+                               {"getdents64", EIO},
+                               {"statx", EIO},
+                               {"pread", EIO},
+                               {"xattr", EIO},
+                               {"pthread_create", EAGAIN}}) {
+      const bool readsFiles = words.front() != "top";
+      EXPECT_GT(sweep(faulty, words, fault), fault.call == "pread" && !readsFiles ? -1 : 0)
+          << textOf(words) << fault.call;
     }
   }
 }
 
-// One failure at a time, further and further into the run, until a run comes through untouched. The steps grow, so that
-// a long run does not take thousands of runs; `make hostile` takes smaller ones.
-TEST(FailingDisk, EachSingleFailureIsSurvivedAndSaid) {
+TEST(FailingDisk, MissingMemoryIsAnErrorOfTheOperation) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers replace malloc";
+#endif
   FaultyRun faulty;
-  const std::vector<Words> sweeps{
-      {"inspect", "Lumen Notes"}, {"storage", "--ndjson"}, {"top"}, {"report", "Lumen Notes", "-o", "/dev/null"}};
-  const std::vector<Fault> single{{"openat2", EIO}, {"open", EIO},  {"getdents64", EIO},
-                                  {"statx", EIO},   {"pread", EIO}, {"pthread_create", EAGAIN}};
-  for (const Words& words : sweeps) {
-    const CommandRun whole = faulty(words, "pread:5:n1000000000");
-    for (const Fault& fault : single) {
-      for (std::uint64_t n = 1;; n += n / 2 + 1) {
-        SCOPED_TRACE(textOf(words) + faultText(fault, "n" + std::to_string(n)));
-        const CommandRun run = faulty(words, faultText(fault, "n" + std::to_string(n)));
-        EXPECT_TRUE(isToldOrWhole(run, whole)) << run.exitCode << "\n" << run.out << run.err;
-        if (faulty.failures() == 0) break;
-      }
+  for (const Words& words : sweeps()) EXPECT_GT(sweep(faulty, words, {"malloc", ENOMEM}), 10) << textOf(words);
+}
+
+// From too little for the first threads to enough for everything. With less still the system cannot load the program.
+TEST(LittleMemory, AResultIsWholeOrAnError) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "sanitizers reserve more address space than a limit allows";
+#endif
+  constexpr int kNotLoaded = 127;
+  int errors = 0;
+  for (const Words& words : sweeps()) {
+    const CommandRun whole = runOnSample(words);
+    for (int mebibytes = 40; mebibytes <= 90; mebibytes += 2) {
+      SCOPED_TRACE(textOf(words) + std::to_string(mebibytes));
+      Words limited{"-c",           "ulimit -v " + std::to_string(mebibytes * 1024) + " && exec \"$0\" \"$@\"",
+                    quarnProgram(), "--volume",
+                    sampleFolder(), "--home",
+                    "/Users/ann"};
+      limited.insert(limited.end(), words.begin(), words.end());
+      const CommandRun run = runProgram("/bin/sh", limited);
+      if (run.exitCode == kNotLoaded) continue;
+      EXPECT_TRUE(isToldOrWhole(run, whole)) << run.exitCode << "\n" << run.err;
+      errors += run.exitCode == 0 ? 0 : 1;
     }
   }
+  EXPECT_GT(errors, 0);
 }
 
 // A descriptor limit must not change a result silently.

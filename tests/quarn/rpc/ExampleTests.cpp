@@ -10,6 +10,7 @@
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/AppDiscoveryClient.h"
 #include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/MacVolume.h"
 #include "tests/support/ProjectFolder.h"
 
 namespace quarn {
@@ -91,11 +92,11 @@ TEST_P(Examples, ReportsACommandThatExitsEarly) {
 }
 
 TEST_P(Examples, ReportsACommandThatClosesItsOutputBeforeItExits) {
-  const std::filesystem::path command = std::filesystem::temp_directory_path() / ("silent-quarn-" + GetParam().name);
+  const MacVolume folder;
+  const std::filesystem::path command = folder.root() + "/silent-quarn";
   std::ofstream(command) << "#!/bin/sh\nexec >&-\nexec sleep 1\n";
   std::filesystem::permissions(command, std::filesystem::perms::owner_all);
   const Output output = run(GetParam(), {"--quarn", command.string()});
-  std::filesystem::remove(command);
   EXPECT_EQ(output.status, 1);
   EXPECT_EQ(output.text, "quarn: quarn has ended\n");
 }
