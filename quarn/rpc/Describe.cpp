@@ -68,6 +68,7 @@ ordered_json describe(const NotificationRow& notification) {
 std::string describeInterface() {
   const auto row = [](const auto& any) { return describe(any); };
   const ordered_json interface = {{"jsonrpc", "2.0"},
+                                  {"protocolVersion", kProtocolVersion},
                                   {"methods", described(methodTable(), row)},
                                   {"notifications", described(kNotifications, row)},
                                   {"records", described(describeRecords(), row)},

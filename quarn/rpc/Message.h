@@ -47,6 +47,7 @@ struct Request {
 struct Message {
   std::vector<Request> requests;
   bool isBatch = false;       ///< the response is an array
+  bool isQuick = true;        ///< every request is known to take little time
   std::size_t lineBytes = 0;  ///< length of its line
 };
 

@@ -1,5 +1,6 @@
 #include "quarn/rpc/MessageQueue.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quarn {
@@ -14,15 +15,21 @@ void MessageQueue::push(Message message) {
   if (isClosed_) return;
   waitingBytes_ += message.lineBytes;
   waiting_.push_back(std::move(message));
-  changed_.notify_one();
+  changed_.notify_all();  // not every thread takes every message
 }
 
-std::optional<Message> MessageQueue::pop() {
+std::deque<Message>::iterator MessageQueue::oldest(Lane lane) {
+  if (lane == Lane::any) return waiting_.begin();
+  return std::find_if(waiting_.begin(), waiting_.end(), [](const Message& message) { return message.isQuick; });
+}
+
+std::optional<Message> MessageQueue::pop(Lane lane) {
   std::unique_lock lock(mutex_);
-  changed_.wait(lock, [this] { return isClosed_ || !waiting_.empty(); });
-  if (waiting_.empty()) return std::nullopt;
-  Message message = std::move(waiting_.front());
-  waiting_.pop_front();
+  changed_.wait(lock, [&] { return isClosed_ || oldest(lane) != waiting_.end(); });
+  const auto next = oldest(lane);
+  if (next == waiting_.end()) return std::nullopt;
+  Message message = std::move(*next);
+  waiting_.erase(next);
   waitingBytes_ -= message.lineBytes;
   return message;
 }
@@ -30,7 +37,7 @@ std::optional<Message> MessageQueue::pop() {
 void MessageQueue::close() {
   const std::lock_guard lock(mutex_);
   isClosed_ = true;
-  changed_.notify_one();
+  changed_.notify_all();
 }
 
 void MessageQueue::abandon() {
@@ -38,7 +45,7 @@ void MessageQueue::abandon() {
   isClosed_ = true;
   waiting_.clear();
   waitingBytes_ = 0;
-  changed_.notify_one();
+  changed_.notify_all();
 }
 
 bool MessageQueue::isClosed() const {

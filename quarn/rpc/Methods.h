@@ -11,6 +11,7 @@
 
 #include "quarn/rpc/Method.h"
 #include "quarn/services/Services.h"
+#include "quarn/wire/HandshakeRecords.h"
 #include "quarn/wire/ProgressRecords.h"
 
 namespace quarn {
@@ -29,8 +30,14 @@ std::span<const MethodRow> planningMethods();
 std::span<const MethodRow> storageMethods();
 std::span<const MethodRow> folderMethods();
 std::span<const MethodRow> systemMethods();
+std::span<const MethodRow> processMethods();
 
 /// All methods, in the order of docs/rpc.md. The span is valid for the lifetime of the process.
 [[nodiscard]] std::span<const MethodRow> methodTable();
+
+/// True if the method takes little time on any volume: it walks no folders.
+[[nodiscard]] bool isQuickMethod(std::string_view name);
+/// One sentence on what a method returns, without a period; empty if there is none.
+[[nodiscard]] std::string_view summaryOfMethod(std::string_view name);
 
 }  // namespace quarn

@@ -1,5 +1,6 @@
 #include "quarn/rpc/Transport.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -8,6 +9,7 @@
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <poll.h>
 
@@ -62,34 +64,52 @@ std::string progressNotification(const std::string& id, const ordered_json& valu
          ",\"value\":" + jsonText(value) + "}}";
 }
 
+bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r") == std::string_view::npos; }
+
+// The calling thread is the reader: it owns `reader_`, fills `queue_` and polls. Workers take messages from `queue_`,
+// run them and write the answers. `queue_`, `writer_`, `open_` and `wake_` have their own locks; no thread holds two of
+// them. A worker signals `wake_` when the queue has room again, and the last one when it ends.
 class Session {
  public:
-  Session(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits)
+  Session(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits,
+          const IsQuick& isQuick)
       : input_(inputDescriptor),
         output_(outputDescriptor),
         dispatcher_(dispatcher),
+        isQuick_(isQuick),
+        runningLines_(std::max<std::size_t>(limits.runningLines, 1)),
         reader_(inputDescriptor, limits.lineBytes),
         writer_(outputDescriptor),
         queue_(limits) {}
 
   int run() {
     const BrokenPipeIgnored guard;
-    std::thread worker;
-    try {
-      worker = std::thread([this] { work(); });
-    } catch (const std::system_error&) {
-      hasWorker_ = false;
-    }
+    startWorkers();
     readLines();
     queue_.close();
-    while (hasWorker_ && !isFinished_ && waitFor(Input::notWanted)) {
+    while (busyWorkers_ > 0 && waitFor(Input::notWanted)) {
     }
-    if (worker.joinable()) worker.join();
+    for (std::thread& worker : workers_) worker.join();
     return writer_.error() == EPIPE ? 0 : writer_.error();
   }
 
  private:
   enum class Input : std::uint8_t { wanted, notWanted };
+
+  void startWorkers() {
+    for (std::size_t i = 0; i < runningLines_; ++i) startWorker(MessageQueue::Lane::any);
+    if (workers_.size() > 1 && isQuick_) startWorker(MessageQueue::Lane::quick);
+  }
+
+  // Without a thread to be had, the session goes on with those that it has.
+  void startWorker(MessageQueue::Lane lane) {
+    ++busyWorkers_;
+    try {
+      workers_.emplace_back([this, lane] { work(lane); });
+    } catch (const std::system_error&) {
+      --busyWorkers_;
+    }
+  }
 
   // ---- the reader's side
 
@@ -101,8 +121,10 @@ class Session {
       if (status == LineReader::Status::end) return;
       if (status == LineReader::Status::needMore) {
         if (!waitFor(hasRoom ? Input::wanted : Input::notWanted)) return;
-      } else {
-        take(status == LineReader::Status::line ? read(line) : refusedMessage(tooLong()));
+      } else if (status != LineReader::Status::line) {
+        take(refusedMessage(tooLong()));
+      } else if (!isBlank(line)) {
+        take(read(line));
       }
     }
   }
@@ -117,14 +139,17 @@ class Session {
 
   static RPCError tooLong() { return RPCError::notARequest("the line is too long"); }
 
-  // Without a thread to be had requests run on this one, and a cancellation is read when they are done.
+  // Without workers, requests run on this thread, and a cancellation is read when they are done.
   void take(Message message) {
     if (message.requests.empty()) return;
-    if (hasWorker_) {
-      queue_.push(std::move(message));
-    } else {
+    if (workers_.empty()) {
       answer(message);
+      return;
     }
+    message.isQuick = std::all_of(message.requests.begin(), message.requests.end(), [&](const Request& request) {
+      return request.refusal.has_value() || (isQuick_ && isQuick_(request.method));
+    });
+    queue_.push(std::move(message));
   }
 
   /// Blocks until input arrives or the worker signals. Returns false if the client is gone.
@@ -145,15 +170,14 @@ class Session {
     return false;
   }
 
-  // ---- the worker's side
+  // ---- the workers' side
 
-  void work() {
-    while (std::optional<Message> message = queue_.pop()) {
+  void work(MessageQueue::Lane lane) {
+    while (std::optional<Message> message = queue_.pop(lane)) {
       wake_.signal();  // the queue has room
       answer(*message);
     }
-    isFinished_ = true;
-    wake_.signal();
+    if (--busyWorkers_ == 0) wake_.signal();
   }
 
   void answer(const Message& message) {
@@ -209,19 +233,22 @@ class Session {
   int input_;
   int output_;
   const Dispatcher& dispatcher_;
+  const IsQuick& isQuick_;
+  const std::size_t runningLines_;
   LineReader reader_;
   LineWriter writer_;
   OpenRequests open_;
   MessageQueue queue_;
   WakePipe wake_;
-  std::atomic<bool> isFinished_ = false;
-  bool hasWorker_ = true;
+  std::atomic<std::size_t> busyWorkers_ = 0;
+  std::vector<std::thread> workers_;
 };
 
 }  // namespace
 
-int serve(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits) {
-  return Session(inputDescriptor, outputDescriptor, dispatcher, limits).run();
+int serve(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits,
+          const IsQuick& isQuick) {
+  return Session(inputDescriptor, outputDescriptor, dispatcher, limits, isQuick).run();
 }
 
 }  // namespace quarn

@@ -13,6 +13,7 @@
 #include "QuarnModels/RecordCodec.h"
 #include "QuarnModels/RemovalPlan.h"
 #include "QuarnModels/Storage.h"
+#include "quarn/wire/HandshakeRecords.h"
 #include "quarn/wire/ProgressRecords.h"
 
 /// Field tables of the records that occur only in messages, not in resource files. The interface description reads
@@ -204,6 +205,15 @@ template <> struct Fields<PhaseProgress> {
   static constexpr std::string_view kName = "PhaseProgress";
   static constexpr auto kMembers = std::tuple(
       member("phase", &PhaseProgress::phase));
+};
+
+template <> struct Fields<Handshake> {
+  static constexpr std::string_view kName = "Handshake";
+  static constexpr auto kMembers = std::tuple(
+      member("protocolVersion", &Handshake::protocolVersion),
+      member("version",         &Handshake::version),
+      member("volume",          &Handshake::volume),
+      member("capabilities",    &Handshake::capabilities));
 };
 
 template <> struct Fields<TotalsProgress> {

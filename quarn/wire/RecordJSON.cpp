@@ -93,7 +93,7 @@ using Records =
                VendorProfile, VendorProfile::Match, VendorProfile::ArtifactDefinition, VendorProfile::CarveOut,
                StorageSignatureTable, StorageSignatureRegistry::Signature, AppInspectionService::Options,
                ArtifactScanner::Options, OwnershipService::Options, LeftoverOptions, OwnershipClaim, FormerOwner,
-               Ownership, ItemOwnership, AppOwnership, LeftoverItem, Leftover, PhaseProgress, TotalsProgress>;
+               Ownership, ItemOwnership, AppOwnership, LeftoverItem, Leftover, Handshake, PhaseProgress, TotalsProgress>;
 
 using Enumerations =
     std::tuple<ArtifactKind, ArtifactDataClass, ArtifactScope, RiskLevel, CleanupMode, RemovalOperationPreview::Type,
@@ -225,6 +225,7 @@ QUARN_RESULT_AND_LIST(VendorProfile)
 QUARN_RESULT_AND_LIST(StorageSignatureRegistry::Signature)
 QUARN_RESULT(StorageSignatureTable)
 QUARN_VALUE(PhaseProgress)
+QUARN_RESULT(Handshake)
 QUARN_VALUE(AppInspectionService::Options)
 QUARN_VALUE(ArtifactScanner::Options)
 
@@ -239,6 +240,8 @@ QUARN_RESULT(TotalsProgress)
 
 QUARN_PARAM(FolderOrFolders)
 QUARN_PARAM(std::optional<bool>)
+QUARN_PARAM(std::optional<std::int64_t>)
+QUARN_PARAM(std::optional<std::string>)
 QUARN_PARAM(std::optional<OwnershipService::Options>)
 QUARN_PARAM(std::optional<std::vector<FileURL>>)
 QUARN_PARAM(std::optional<std::vector<Artifact>>)

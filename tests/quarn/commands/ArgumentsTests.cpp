@@ -68,7 +68,7 @@ TEST(Arguments, AnOptionCannotBeCombinedWithTheOnesThatItExcludes) {
       }
     }
   }
-  EXPECT_EQ(exclusions, 3 * 18 + 4 + 8);
+  EXPECT_EQ(exclusions, 3 * 18 + 4 + 9);
 }
 
 TEST(Arguments, ContradictingOptionsAreRefused) {

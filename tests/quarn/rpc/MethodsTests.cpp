@@ -73,8 +73,10 @@ json valueOf(std::string_view type) {
       {"[URL]?", json::array({"/Users/ann/Documents"})},
       {"URL or [URL]", "/Users/ann/Documents"},
       {"string", "com.example"},
+      {"string?", "com.example"},
       {"[string]", json::array({"/Applications/*"})},
       {"integer", 5},
+      {"integer?", 5},
       {"boolean", true},
       {"boolean?", false},
   };

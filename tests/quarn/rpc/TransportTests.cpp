@@ -1,6 +1,9 @@
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <future>
+#include <mutex>
+#include <set>
 #include <stdexcept>
 #include <thread>
 
@@ -159,9 +162,8 @@ TEST_F(Transport, AnUnexpectedFailureIsAnInternalErrorAndTheProcessContinues) {
 }
 
 TEST_F(Transport, ALineThatIsNotJSONIsRefused) {
-  for (const std::string_view line :
-       {"", "   ", "garbage", "{", R"({"jsonrpc":"2.0","id":1,"method":"count")", "{} {}", "{'a':1}", "[1,]",
-        "\"\xFF\"", R"("\ud800")", "NaN", "// comment", "\x01", "1e400"}) {
+  for (const std::string_view line : {"garbage", "{", R"({"jsonrpc":"2.0","id":1,"method":"count")", "{} {}", "{'a':1}",
+                                      "[1,]", "\"\xFF\"", R"("\ud800")", "NaN", "// comment", "\x01", "1e400"}) {
     EXPECT_THAT(ask(line), StartsWith(kNoJSON)) << line;
   }
   EXPECT_THAT(ask(std::string_view("{}\0", 3)), StartsWith(kNoJSON));
@@ -420,6 +422,118 @@ TEST_F(Transport, ABatchWhoseAnswersReachTheirLimitHasItsFurtherRequestsRefused)
   EXPECT_LT(answer.size(), kMostAnswerBytesInABatch + (2u << 20));
   EXPECT_GT(answer.size(), kMostAnswerBytesInABatch);
   EXPECT_THAT(answer, HasSubstr(R"("code":-32001)"));
+}
+
+TEST_F(Transport, BlankLinesAreIgnored) {
+  session_.send("").send("  \t").send("\r").send(request("1", "count"));
+  EXPECT_THAT(session_.finish(), ElementsAre(R"({"jsonrpc":"2.0","id":1,"result":1})"));
+}
+
+// ---- several lines at the same time
+
+/// Operations that wait for each other.
+class Gate {
+ public:
+  /// Counts the callers inside, and returns when the gate opens or the request is cancelled.
+  ordered_json pass(const RequestContext& context) {
+    std::unique_lock lock(mutex_);
+    most_ = std::max(most_, ++inside_);
+    changed_.notify_all();
+    const auto isFree = [&] { return isOpen_ || context.cancellation.isCancelled(); };
+    while (!isFree()) changed_.wait_for(lock, std::chrono::milliseconds(1));
+    --inside_;
+    return isOpen_ ? "passed" : "cancelled";
+  }
+  void open() {
+    const std::lock_guard lock(mutex_);
+    isOpen_ = true;
+    changed_.notify_all();
+  }
+  /// Waits until so many callers are inside.
+  bool holds(int count) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(100), [&] { return inside_ == count; });
+  }
+  /// The most callers that were inside at the same time.
+  int most() {
+    const std::lock_guard lock(mutex_);
+    return most_;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  int inside_ = 0;
+  int most_ = 0;
+  bool isOpen_ = false;
+};
+
+class ConcurrentTransport : public testing::Test {
+ protected:
+  ~ConcurrentTransport() override { gate_.open(); }
+
+  RPCSession& session() { return session_; }
+  static std::string line(const std::string& id, const std::string& method) {
+    return R"({"jsonrpc":"2.0","id":)" + id + R"(,"method":")" + method + "\"}";
+  }
+  static std::string cancel(const std::string& id) {
+    return R"({"jsonrpc":"2.0","method":"$/cancelRequest","params":{"id":)" + id + "}}";
+  }
+
+  Gate gate_;
+
+ private:
+  const Dispatcher dispatcher_ = [this](const std::string& method, const json* /*params*/,
+                                        const RequestContext& context) -> ordered_json {
+    return method == "pass" ? gate_.pass(context) : ordered_json(method);
+  };
+  const IsQuick isQuick_ = [](const std::string& method) { return method == "quick"; };
+  RPCSession session_{
+      [this](int input, int output) { return serve(input, output, dispatcher_, {.runningLines = 2}, isQuick_); }};
+};
+
+TEST_F(ConcurrentTransport, RunsAsManyLinesAsAllowedAndAnswersEachWhenItIsDone) {
+  for (const char* id : {"1", "2", "3", "4"}) session().send(line(id, "pass"));
+  ASSERT_TRUE(gate_.holds(2));
+  session().send(cancel("2"));
+  EXPECT_EQ(session().receive(), R"({"jsonrpc":"2.0","id":2,"result":"cancelled"})");
+  ASSERT_TRUE(gate_.holds(2)) << "another line takes the free place";
+  gate_.open();
+  EXPECT_EQ(session().finish().size(), 3u);
+  EXPECT_EQ(gate_.most(), 2);
+}
+
+TEST_F(ConcurrentTransport, QuickRequestsDoNotWaitForLongOnes) {
+  for (const char* id : {"1", "2", "3"}) session().send(line(id, "pass"));
+  ASSERT_TRUE(gate_.holds(2));
+  EXPECT_EQ(session().ask(line("9", "quick")), R"({"jsonrpc":"2.0","id":9,"result":"quick"})");
+  session().send("[" + line("5", "quick") + "," + line("6", "other") + "]").send(line("7", "quick"));
+  EXPECT_EQ(session().receive(), R"({"jsonrpc":"2.0","id":7,"result":"quick"})") << "a batch is as slow as its slowest";
+  EXPECT_THAT(session().ask("garbage"), StartsWith(kNoJSON)) << "a refusal is quick";
+  gate_.open();
+  EXPECT_EQ(session().finish().size(), 4u);
+}
+
+TEST_F(ConcurrentTransport, EveryRequestIsAnsweredOnceWhateverIsCancelled) {
+  gate_.open();
+  constexpr int kRequests = 2'000;
+  for (int id = 0; id < kRequests; ++id) {
+    session().send(line(std::to_string(id), id % 3 == 0 ? "quick" : id % 7 == 0 ? "other" : "pass"));
+    if (id % 5 == 0) session().send(cancel(std::to_string(id * 7919 % kRequests)));
+  }
+  std::set<int> answered;
+  for (const std::string& answer : session().finish()) {
+    EXPECT_TRUE(answered.insert(json::parse(answer)["id"].get<int>()).second) << answer;
+  }
+  EXPECT_EQ(answered.size(), static_cast<std::size_t>(kRequests));
+}
+
+TEST_F(ConcurrentTransport, AClosedOutputCancelsEveryRunningLine) {
+  session().send(line("1", "pass")).send(line("2", "pass")).send(line("3", "pass"));
+  ASSERT_TRUE(gate_.holds(2));
+  session().stopListening();
+  EXPECT_EQ(session().status(), 0);
+  EXPECT_EQ(gate_.most(), 2) << "the third line must not start";
 }
 
 }  // namespace
