@@ -11,10 +11,12 @@ namespace {
 
 // Real files have a few kilobytes.
 constexpr std::size_t kMaximumFileBytes = 4u << 20;
-constexpr std::string_view kBlanks = " \t\r";
+constexpr std::string_view kSteamBlanks = " \t\r";
 constexpr std::array<std::string_view, 2> kBases{"Library/Application Support/Steam", "/Users/Shared/Steam"};
 
-void skipBlanks(std::string_view& line) { line.remove_prefix(std::min(line.find_first_not_of(kBlanks), line.size())); }
+void skipBlanks(std::string_view& line) {
+  line.remove_prefix(std::min(line.find_first_not_of(kSteamBlanks), line.size()));
+}
 
 // Removes a quoted token from the front of the line.
 std::optional<std::string> takeToken(std::string_view& line) {
