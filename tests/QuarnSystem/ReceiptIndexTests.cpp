@@ -21,7 +21,11 @@ PackedPaths bill(const std::vector<std::string>& paths) {
 }
 
 ReceiptFile receipt(std::string identifier, std::string location = "/") {
-  return {.identifier = std::move(identifier), .installLocation = std::move(location)};
+  return {.identifier = std::move(identifier),
+          .version = {},
+          .installDate = {},
+          .installLocation = std::move(location),
+          .bill = {}};
 }
 
 TEST(ReceiptIndex, FindsPackagesByTheBundleIdentifierAndItsContinuations) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "QuarnCore/ownership/AppFactsReader.h"
 #include "tests/QuarnCore/ownership/Owners.h"
 
 namespace quarn {
@@ -72,6 +73,23 @@ TEST(OwnershipEvidence, TheIdentifierOfAnEmbeddedBundleBelongsToTheApp) {
             "owned Example prefixedIdentifier");
 }
 
+TEST(OwnershipEvidence, ABundleHasABoundedNumberOfEmbeddedBundlesAndHelpers) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"});
+  for (std::size_t i = 0; i < kMostEmbedded + 2; ++i) {
+    const std::string number = std::to_string(i);
+    volume.app("/Applications/Example.app/Contents/PlugIns/" + number + ".appex",
+               {.bundleIdentifier = "x.y." + number});
+    volume.file("/Applications/Example.app/Contents/Library/LaunchAgents/x.y." + number + ".plist");
+  }
+  const Mapper mapper(volume);
+  const std::vector<AppEntity> apps = AppDiscoveryClient::live(mapper.files).discoverApplications();
+  const std::vector<AppFacts> facts = readAppFacts(mapper.files, mapper.entitlements, apps, Cancellation::never());
+  ASSERT_EQ(facts.size(), 1U);
+  EXPECT_EQ(facts[0].embeddedIdentifiers.size(), kMostEmbedded);
+  EXPECT_EQ(facts[0].helpers.size(), kMostEmbedded);
+}
+
 TEST(OwnershipEvidence, AnAppIsKnownByTheNameOfItsBundleToo) {
   MacVolume volume;
   volume.app("/Applications/Papers.app", {.bundleIdentifier = "com.example.App", .name = "Scholar"})
@@ -89,12 +107,15 @@ TEST(OwnershipEvidence, AGenericOrVeryShortNameIsNotReduced) {
       .folder("~/Library/Caches/Updater Helper")
       .folder("~/Library/Caches/Qi Helper")
       .folder("~/Library/Caches/Updater")
-      .folder("~/Library/Caches/Qi 3");
+      .folder("~/Library/Caches/Qi 3")
+      .file("~/Library/Preferences/com.example.UpdaterQuick.plist");
   const OwnershipMap map = Mapper(volume).map();
   EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Updater Helper"), "unknown");
   EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Qi Helper"), "unknown");
   EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Updater"), "owned Updater name");
   EXPECT_EQ(ownerOf(volume, map, "~/Library/Caches/Qi 3"), "owned Qi 3 name");
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Preferences/com.example.UpdaterQuick.plist"),
+            "owned Updater onlyAppOfVendor");
 }
 
 TEST(OwnershipEvidence, APrivilegedHelperBelongsToTheAppThatNamesIt) {

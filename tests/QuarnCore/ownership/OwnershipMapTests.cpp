@@ -78,7 +78,8 @@ TEST(OwnershipMap, APathHoldsEntriesOfOthersWhenAnyAppButTheGivenOneOwnsThem) {
 TEST(OwnershipMap, AFolderThatIsNotAVendorsIsNotSearched) {
   MacVolume volume;
   volume.app("/Applications/Example.app", {.bundleIdentifier = "com.studio.one"})
-      .folder("~/Library/Application Support/Random Words/Example");
+      .folder("~/Library/Application Support/Random Words/Example")
+      .folder("~/Library/Application Support/Random Words/com.studio.one");
   const OwnershipMap map = Mapper(volume).map();
   EXPECT_EQ(map.size(), 1U);
   EXPECT_EQ(ownerOf(volume, map, "~/Library/Application Support/Random Words/Example"), "unknown");
