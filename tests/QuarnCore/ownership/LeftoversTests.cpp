@@ -211,14 +211,12 @@ TEST(Leftovers, OfTwoHomesAreOneWhenTheirFormerOwnerIsTheSame) {
 
 TEST(Leftovers, AVendorThatIsCalledLikeItsOnlyAppLeftNoOther) {
   MacVolume volume;
-  volume.app("/Applications/Quillpen Studio.app", {.bundleIdentifier = "com.quillpen.desk"})
+  volume.app("/Applications/Quillpen Studio.app", {.bundleIdentifier = "org.quillpen.desk"})
       .folder("~/Library/Saved Application State/com.quillpen.feather.savedState")
       .folder("~/Library/WebKit/com.quillpen.feather");
   EXPECT_THAT(leftovers(Mapper(volume)), IsEmpty());
-  volume.app("/Applications/Ink.app", {.bundleIdentifier = "com.quillpen.ink"});
-  EXPECT_THAT(leftovers(Mapper(volume)), IsEmpty());  // both may own it
   volume.remove("/Applications/Quillpen Studio.app");
-  volume.remove("/Applications/Ink.app");
+  volume.app("/Applications/Desk.app", {.bundleIdentifier = "org.quillpen.desk"});
   EXPECT_THAT(leftovers(Mapper(volume)), SizeIs(1));
 }
 
