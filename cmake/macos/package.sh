@@ -30,7 +30,7 @@ rm -r package/arm64
 "$here/macho.py" check "package/$name/bin/quarn" "package/$name/lib/libplist-2.0.3.dylib"
 
 tar --create --gzip --file "package/$name.tar.gz" --directory package --sort=name --owner=0 --group=0 --numeric-owner \
-  --mtime="@${SOURCE_DATE_EPOCH:-$(git -C "$here" log -1 --format=%ct)}" "$name"
+  --mtime="@${SOURCE_DATE_EPOCH:-$(git -C "$here" log -1 --format=%ct || echo 0)}" "$name"
 hash=$(sha256sum "package/$name.tar.gz" | cut -d' ' -f1)
 sed -e "s|@URL@|${url:-file://$PWD/package/$name.tar.gz}|" -e "s|@SHA256@|$hash|" -e "s|@VERSION@|$version|" \
   "$here/quarn.rb.in" > package/quarn.rb
