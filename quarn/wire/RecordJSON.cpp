@@ -93,7 +93,8 @@ using Records =
                VendorProfile, VendorProfile::Match, VendorProfile::ArtifactDefinition, VendorProfile::CarveOut,
                StorageSignatureTable, StorageSignatureRegistry::Signature, AppInspectionService::Options,
                ArtifactScanner::Options, OwnershipService::Options, LeftoverOptions, OwnershipClaim, FormerOwner,
-               Ownership, ItemOwnership, AppOwnership, LeftoverItem, Leftover, Handshake, PhaseProgress, TotalsProgress>;
+               Ownership, ItemOwnership, AppOwnership, LeftoverItem, Leftover, Handshake, PhaseProgress,
+               TotalsProgress>;
 
 using Enumerations =
     std::tuple<ArtifactKind, ArtifactDataClass, ArtifactScope, RiskLevel, CleanupMode, RemovalOperationPreview::Type,
