@@ -10,6 +10,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/text/Text.h"
 #include "quarn/wire/RecordFields.h"
+#include "quarn/wire/ScanFields.h"
 
 namespace quarn::wire {
 
@@ -238,6 +239,12 @@ QUARN_RESULT(std::map<std::string, wire::Association>)
 QUARN_RESULT(std::map<std::string, StorageCategoryID, std::less<>>)
 QUARN_RESULT(StorageDashboardService::CategorySizes)
 QUARN_RESULT(TotalsProgress)
+
+QUARN_RESULT(CategoryChange)
+QUARN_RESULT(FolderChange)
+QUARN_RESULT(AppChange)
+QUARN_RESULT(NewLeftover)
+QUARN_RESULT(ScanDifference)
 
 QUARN_PARAM(FolderOrFolders)
 QUARN_PARAM(std::optional<bool>)
