@@ -4,7 +4,7 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages test-packages macos-packages build demo test check tidy format bench recall fuzz corpora hostile pages \
+.PHONY: help packages test-packages macos-packages build demo test check tidy format bench recall fuzz corpora hostile test-confined pages \
         deb asan tsan macos macos-loader macos-test macos-test-platform macos-package clean
 
 help:
@@ -17,6 +17,7 @@ help:
 	@echo "make fuzz   fuzz every reader of outside bytes for FUZZ_SECONDS (default 60)"
 	@echo "make corpora  run every fuzz target once on its seeds (make test does it too)"
 	@echo "make hostile  attack the command with the hostile volume and print a table"
+	@echo "make test-confined  run the tests where the system gives less: calls, rights, descriptors, memory"
 	@echo "make pages  regenerate the program output in the documentation"
 	@echo "make deb    build the Debian packages in build/package"
 	@echo "make macos  build the command for macOS, arm64 and x86_64, in build/macos; see docs/macos.md"
@@ -91,6 +92,12 @@ hostile: test-packages
 	cmake --build --preset dev --target quarn quarn_resources quarn_faults
 	python3 tests/hostile/run.py --quarn $(QUARN) --shim build/dev/tests/libquarn_faults.so --folder build/hostile \
 	  --seconds $(RACE_SECONDS)
+
+# The tests without openat2, as an ordinary user, with 20 descriptors, and in 256 MiB of memory.
+test-confined: test-packages
+	cmake --preset dev
+	cmake --build --preset dev
+	python3 tests/confined/run.py --build build/dev $(CONFINED)
 
 # Regenerates the pages that are made from tables, and the output of the commands in all pages.
 pages: packages

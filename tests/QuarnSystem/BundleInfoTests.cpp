@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "QuarnPlatform/base/Limits.h"
 #include "QuarnSystem/BundleInfo.h"
 #include "tests/support/MacVolume.h"
 
@@ -74,6 +75,15 @@ TEST(BundleInfo, AMalformedInfoIsNotReplacedByALaterPlace) {
   volume.text("/Applications/Phone.app/Contents/Info.plist", "garbage")
       .plist("/Applications/Phone.app/Info.plist", identified("flat"));
   EXPECT_EQ(read(volume).identifier, std::nullopt);
+}
+
+TEST(BundleInfo, AnEndlessTextIsDamageAndTheOthersAreRead) {
+  MacVolume volume;
+  volume.app("/Applications/Phone.app", {.bundleIdentifier = std::string(limits::kNameBytes + 1, 'i'),
+                                         .name = std::string(limits::kNameBytes, 'n')});
+  const BundleInfo info = read(volume);
+  EXPECT_EQ(info.identifier, std::nullopt);
+  EXPECT_EQ(info.name, std::string(limits::kNameBytes, 'n'));
 }
 
 TEST(BundleInfo, AFileInPlaceOfALayoutsFolderSelectsAnotherLayout) {

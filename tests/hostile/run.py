@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
-"""Attacks the command with the hostile volume and prints a table of attacks, cases and failures.
+"""Attacks the command with the hostile volume and prints a table: attacks, cases, failures, peak memory, seconds.
 
-Usage: run.py --quarn PROGRAM --shim FAULT_SHIM --folder NEW_FOLDER [--seconds N] [--only NAME]
+Usage: run.py --quarn PROGRAM --shim FAULT_SHIM --folder NEW_FOLDER [--seconds N] [--names N] [--only NAME]
 
 Every command runs over the hostile volume under limits of time and memory, in each of the ways of `ways()`, and while
-another process swaps items of the volume (`races`). A case fails when the command is ended by a signal or by the time
-limit, uses more memory than allowed, ends with an exit code that means nothing, has an internal error, changes the
-volume, or opens the canary: a folder beside the volume that links in the volume and the swaps try to lead to.
+another process swaps items of the volume (`races`). Other rows make one system call at a time fail (`faults`), and read
+a folder of a million names (`names`). A case fails when the command is ended by a signal or by the time limit, uses more
+memory than allowed, ends with an exit code that means nothing, has an internal error, changes the volume, or opens the
+canary: a folder beside the volume. Links in the volume and the swaps try to lead to it.
 """
 
 import argparse
@@ -35,6 +36,7 @@ COMMANDS = [
     ["apps"], ["apps", "--sizes"], ["inspect", "Good"], ["inspect", "--all", "--ndjson"], ["plan", "Good"], ["storage"],
     ["storage", "documents"], ["storage", "apps"], ["top"], ["top", "--children"], ["top", "--category", "systemData"],
     ["cloud"], ["jobs"], ["receipts"], ["receipts", "--of", "/Applications/Good.app"], ["kexts", "--include-macos"],
+    ["leftovers"], ["owner", "/Users/ann/Library/Caches/com.example.good"], ["plan", "Good", "--whole-volume"],
     ["vendors", "--match", "Good"], ["report", "-o", "-"], ["report", "Good", "-o", "-"], ["apps", "--json"],
     ["storage", "--json"], ["jobs", "--json"], ["receipts", "--json"], ["inspect", "Good", "--json"],
 ]
@@ -112,6 +114,7 @@ class Attacker:
     def __init__(self, quarn, shim, volume, canary):
         self.quarn, self.shim, self.volume, self.canary = quarn, shim, volume, canary
         self.table = []
+        self.peak = 0
 
     def case(self, attack, words, way, problems, line=None, changes=False):
         words = [str(self.quarn), *way.options, "--volume", str(self.volume), "--home", HOME, *words]
@@ -135,6 +138,7 @@ class Attacker:
             err.seek(0)
             out.seek(0)
             text = err.read().decode(errors="replace")
+            self.peak = max(self.peak, usage.ru_maxrss // 1024)
             found = self.problems_of(process.returncode, text, out.read(), usage, time.monotonic() - started)
         if before is not None and self.state() != before:
             found.append("the volume changed")
@@ -171,11 +175,12 @@ class Attacker:
     def row(self, attack, run):
         problems = []
         cases = failures = 0
+        self.peak = 0
         started = time.monotonic()
         for more, failed in run(problems):
             cases, failures = cases + more, failures + failed
         self.table.append((attack, cases, failures))
-        print(f"{attack:<44}{cases:>6}{failures:>10}   {time.monotonic() - started:.0f} s", flush=True)
+        print(f"{attack:<44}{cases:>6}{failures:>10}{self.peak:>8} MiB{time.monotonic() - started:>7.0f} s", flush=True)
         for problem in problems[:10]:
             print("   ", problem, flush=True)
 
@@ -197,7 +202,7 @@ class Attacker:
 
     def faults(self, sample):
         """Each single failing call, further and further into the run, until a run comes through untouched."""
-        calls = ["openat2:5", "open:5", "getdents64:5", "statx:5", "pread:5", "pthread_create:11"]
+        calls = ["openat2:5", "open:5", "getdents64:5", "statx:5", "pread:5", "xattr:5", "malloc:12", "pthread_create:11"]
         commands = [["inspect", "Lumen Notes"], ["storage", "--ndjson"], ["top"], ["apps"], ["report", "Lumen Notes", "-o", "/dev/null"]]
 
         def run(problems):
@@ -212,7 +217,7 @@ class Attacker:
                         if not isGood:
                             problems.append(f"{' '.join(words)}: {call}:n{n}: {found.returncode} {found.stderr[:200]}")
                         yield 1, 0 if isGood else 1
-                        n += 1 if n < 20 else n // 10
+                        n += 1 + n // 4
         return run
 
     def faulty(self, sample, words, fault):
@@ -221,7 +226,26 @@ class Attacker:
         environment = {"LC_ALL": "C", "LD_PRELOAD": self.shim, "QUARN_FAULT": fault, "QUARN_FAULT_MARK": str(mark)}
         words = [str(self.quarn), "--no-sandbox", "--volume", str(sample), "--home", HOME, *words]
         found = subprocess.run(words, env=environment, capture_output=True, timeout=SECONDS, check=False)
+        if not mark.exists():
+            sys.exit("the fault shim was not loaded")
         return found, mark.exists() and mark.stat().st_size > 0
+
+    def names(self, count):
+        """One folder of many names."""
+        def run(problems):
+            folder = self.volume / HOME[1:] / "Documents" / "wide"
+            folder.mkdir(parents=True, exist_ok=True)
+            for i in range(count):
+                os.close(os.open(folder / f"file {i:07}.txt", os.O_CREAT | os.O_WRONLY))
+            for words in (["storage"], ["top"], ["top", "--children", "/Users/ann/Documents"], ["inspect", "Good"]):
+                started = time.monotonic()
+                before = self.peak
+                self.peak = 0
+                result = self.case("names", words, Way("as it is"), problems, changes=True)
+                print(f"    {' '.join(words):<40}{'':>14}{self.peak:>8} MiB{time.monotonic() - started:>7.1f} s", flush=True)
+                self.peak = max(self.peak, before)
+                yield result
+        return run
 
     def races(self, seconds):
         """Commands run while items change their place and their type."""
@@ -275,6 +299,7 @@ def parse():
     parser.add_argument("--shim", required=True)
     parser.add_argument("--folder", required=True, type=pathlib.Path)
     parser.add_argument("--seconds", type=int, default=30, help="of the races")
+    parser.add_argument("--names", type=int, default=1_000_000, help="in one folder")
     parser.add_argument("--only", default="", help="rows that hold this text")
     return parser.parse_args()
 
@@ -294,8 +319,9 @@ def main():
     attacker = Attacker(arguments.quarn.resolve(), os.path.abspath(arguments.shim), volume, canary)
     rows = [(f"commands: {way.name}", attacker.commands(way)) for way in ways(attacker.shim)]
     rows += [(f"requests: {way.name}", attacker.requests(way)) for way in ways(attacker.shim)]
-    rows += [("races", attacker.races(arguments.seconds)), ("faults: one failing call at a time", attacker.faults(sample))]
-    print(f"{'attack':<44}{'cases':>6}{'failures':>10}")
+    rows += [("races", attacker.races(arguments.seconds)), ("faults: one failing call at a time", attacker.faults(sample)),
+             (f"names: {arguments.names:,} in one folder", attacker.names(arguments.names))]
+    print(f"{'attack':<44}{'cases':>6}{'failures':>10}{'peak':>12}{'time':>9}")
     for name, run in rows:
         if arguments.only in name:
             attacker.row(name, run)

@@ -13,8 +13,8 @@
 namespace quarn {
 namespace {
 
-// The capabilities that override permission bits. Both are in the first of the two words.
-constexpr unsigned kOverrides = (1U << CAP_DAC_OVERRIDE) | (1U << CAP_DAC_READ_SEARCH);
+// The capabilities that override permission bits and ownership. All are in the first of the two words.
+constexpr unsigned kOverrides = (1U << CAP_DAC_OVERRIDE) | (1U << CAP_DAC_READ_SEARCH) | (1U << CAP_FOWNER);
 
 /// The capabilities of the calling thread; glibc has no function for them.
 class Capabilities {

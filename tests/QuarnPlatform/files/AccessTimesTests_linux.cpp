@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnPlatform/walking/TreeSizer.h"
@@ -18,6 +19,10 @@ class ReadingKeepsAccessTimes : public testing::Test {
  protected:
   ReadingKeepsAccessTimes() {
     volume_.text("/t/file", "content").text("/t/folder/inner", "content");
+    setTimes();
+  }
+
+  void setTimes() const {
     for (const char* item : {"/t/file", "/t/folder", "/t/folder/inner", "/t"}) {
       const timespec times[2] = {{.tv_sec = kLongAgo, .tv_nsec = 0}, {.tv_sec = kLongAgo + 100, .tv_nsec = 0}};
       ::utimensat(AT_FDCWD, volume_.host(item).c_str(), times, 0);
@@ -36,6 +41,22 @@ class ReadingKeepsAccessTimes : public testing::Test {
     (void)TreeSizer::total(files, FileURL("/t"), {});
   }
 
+  /// Gives the volume to another user, who lets everyone read it. False if this user must not.
+  [[nodiscard]] bool giveAwayAll() const {
+    constexpr uid_t kSomeoneElse = 65534;
+    namespace fs = std::filesystem;
+    if (::geteuid() != 0) return false;
+    bool isDone = true;
+    const auto giveAway = [&](const fs::path& item) {
+      isDone = ::chown(item.c_str(), kSomeoneElse, kSomeoneElse) == 0 && isDone;
+      fs::permissions(item, fs::perms::all & ~fs::perms::group_write & ~fs::perms::others_write);
+    };
+    giveAway(volume_.root());
+    for (const auto& entry : fs::recursive_directory_iterator(volume_.root())) giveAway(entry.path());
+    setTimes();
+    return isDone;
+  }
+
   static constexpr std::int64_t kLongAgo = 1'000'000'000;
   MacVolume volume_;
 };
@@ -47,14 +68,10 @@ TEST_F(ReadingKeepsAccessTimes, OfFilesAndFoldersAlike) {
 
 // The system grants it for the user's own items alone.
 TEST_F(ReadingKeepsAccessTimes, OrReadsNothingWhereThatIsAskedFor) {
-  const std::filesystem::path root = volume_.root();
-  std::filesystem::permissions(root, std::filesystem::perms(0755));
+  if (!giveAwayAll()) GTEST_SKIP() << "only root can give files to another user";
   const UnprivilegedUser user;
-  const FileManager files = FileManager::mounted(root, FileURL("/Users/ann"), AccessTimes::keepOrFail);
+  const FileManager files = FileManager::mounted(volume_.root(), FileURL("/Users/ann"), AccessTimes::keepOrFail);
   if (files.accessTimes() == AccessTimes::keepIfPermitted) GTEST_SKIP() << "nothing here has an access time to keep";
-  struct stat facts {};
-  ::stat(root.c_str(), &facts);
-  if (facts.st_uid == ::geteuid()) GTEST_SKIP() << "the test runs as a user to whom everything belongs";
   const auto report = std::make_shared<ReadReport>();
   EXPECT_EQ(files.reportingTo(report).readFileIfPossible(FileURL("/t/file"), 100), std::nullopt);
   EXPECT_EQ(report->count(UnreadableCause::permission), 1U);
@@ -63,8 +80,7 @@ TEST_F(ReadingKeepsAccessTimes, OrReadsNothingWhereThatIsAskedFor) {
 }
 
 TEST_F(ReadingKeepsAccessTimes, WhereItIsNotGrantedReadingGoesOn) {
-  const std::filesystem::path root = volume_.root();
-  std::filesystem::permissions(root, std::filesystem::perms(0755));
+  if (!giveAwayAll()) GTEST_SKIP() << "only root can give files to another user";
   const UnprivilegedUser user;
   EXPECT_EQ(volume_.files().readFileIfPossible(FileURL("/t/file"), 100), "content");
 }

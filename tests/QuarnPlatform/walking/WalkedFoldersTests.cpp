@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "QuarnPlatform/walking/WalkedFolders.h"
@@ -30,6 +31,12 @@ std::vector<WalkedFolders::Use> enterChain(WalkedFolders& folders, int depth) {
   chain.push_back(folders.root());
   for (int level = 0; level < depth; ++level) chain.push_back(enter(chain.back(), "d"));
   return chain;
+}
+
+/// With fewer descriptors than a walk may hold, other folders are closed than these tests expect.
+bool hasFewDescriptors() {
+  rlimit limit{};
+  return ::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur < 2 * WalkedFolders::kMaximumOpen;
 }
 
 bool canOpen(const WalkedFolders::Use& use, const std::string& name) {
@@ -121,6 +128,7 @@ TEST(WalkedFolders, ADeepChainIsLetGoWithoutExhaustingTheStack) {
 }
 
 TEST(WalkedFolders, AFolderThatWasReplacedByALinkIsNotFollowedWhenItIsOpenedAgain) {
+  if (hasFewDescriptors()) GTEST_SKIP() << "a walk may hold more descriptors than this process";
   MacVolume volume = volumeInMemory();
   constexpr int kDepth = 300;
   volume.chain("/t", kDepth).folder("/outside/d");
@@ -143,6 +151,7 @@ TEST(WalkedFolders, AFolderThatWasReplacedByALinkIsNotFollowedWhenItIsOpenedAgai
 }
 
 TEST(WalkedFolders, AFolderThatIsGoneWhenItIsOpenedAgainGivesAnErrorAndTheOthersGoOn) {
+  if (hasFewDescriptors()) GTEST_SKIP() << "a walk may hold more descriptors than this process";
   MacVolume volume = volumeInMemory();
   constexpr int kDepth = 300;
   volume.chain("/t", kDepth).folder("/t/other");

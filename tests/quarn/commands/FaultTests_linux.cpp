@@ -110,6 +110,16 @@ TEST(FailingDisk, EveryCommandThatLosesSomethingSaysSo) {
   for (const Fault& fault : faults()) EXPECT_GT(hits[fault.call], 0) << fault.call;
 }
 
+TEST(FailingDisk, WithoutThreadsEverythingIsRead) {
+  FaultyRun faulty;
+  for (const Words& words : commands()) {
+    const CommandRun whole = faulty(words, "pread:5:n1000000000");
+    const CommandRun run = faulty(words, "pthread_create:11:e1");
+    EXPECT_EQ(run.exitCode, 0) << textOf(words) << run.err;
+    EXPECT_EQ(run.out, whole.out);
+  }
+}
+
 TEST(FailingDisk, AFolderThatMayBeAPackageIsUnread) {
   FaultyRun faulty;
   for (const Words& words : {Words{"storage", "--ndjson"}, Words{"top"}}) {

@@ -1,4 +1,7 @@
+#include <filesystem>
+
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include "QuarnPlatform/files/FileManager.h"
 #include "tests/quarn/commands/CommandRun.h"
@@ -31,6 +34,22 @@ TEST(VolumeOptions, SeveralHomeFoldersAreListedAndASingleOneIsUsed) {
   MacVolume volume;
   volume.app("/Applications/Only.app", {.bundleIdentifier = "com.example.only"});
   EXPECT_EQ(runQuarn({"--volume", volume.root(), "apps"}).exitCode, 0);
+}
+
+TEST(VolumeOptions, ForensicRunsWhereAccessTimesCanBeKeptAndRefusesElsewhere) {
+  MacVolume volume;
+  volume.app("/Applications/Only.app", {.bundleIdentifier = "com.example.only"}).folder("~");
+  const std::vector<std::string> words{"--forensic", "--volume", volume.root(), "--home", "/Users/ann", "apps"};
+  EXPECT_EQ(runQuarn(words).exitCode, 0);
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give a folder to another user";
+  const VolumeMount mount = volume.files().mount();
+  if (mount.isReadOnly || mount.keepsAccessTimes) GTEST_SKIP() << "nothing here has an access time to keep";
+  std::filesystem::permissions(volume.root(), std::filesystem::perms(0755));
+  ASSERT_EQ(::chown(volume.root().c_str(), 65534, 65534), 0);
+  const UnprivilegedUser user;
+  const CommandRun run = runQuarn(words);
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, HasSubstr("would change access times"));
 }
 
 TEST(VolumeOptions, AMissingResourcesFolderIsRefused) {
