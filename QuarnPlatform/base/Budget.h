@@ -5,14 +5,14 @@
 
 namespace quarn {
 
-/// An amount that the parts of one operation share. Safe from any thread.
+/// An amount that the parts of one operation share. Thread-safe.
 class Budget {
  public:
   explicit Budget(std::size_t amount) : left_(amount) {}
   Budget(const Budget&) = delete;
   Budget& operator=(const Budget&) = delete;
 
-  /// Takes `amount` when so much is left; else takes nothing and answers false.
+  /// Takes `amount` and returns true if that much is left; otherwise takes nothing and returns false.
   [[nodiscard]] bool take(std::size_t amount) {
     std::size_t left = left_.load(std::memory_order_relaxed);
     while (amount <= left) {

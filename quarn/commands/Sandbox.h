@@ -5,22 +5,22 @@
 
 namespace quarn {
 
-/// What the process may still reach once it is confined. Paths of the host; what does not exist is left out.
+/// What a confined process may reach. Paths of the host; missing ones are ignored.
 struct SandboxRules {
-  /// Folders and files, with all below them.
+  /// Folders with everything in them, and files.
   std::vector<std::string> readable = {};
-  /// Folders in which files are made, renamed and removed, and files that are written.
+  /// Folders in which the process creates, renames and removes files, and files that it writes.
   std::vector<std::string> writable = {};
 };
 
-/// Which confinements hold.
+/// Which confinements are active.
 struct SandboxState {
-  bool filesAreConfined = false;  ///< nothing else can be read or written
-  bool callsAreConfined = false;  ///< no programs, no network, no changes to files that the command does not make
+  bool filesAreConfined = false;  ///< the process can read and write nothing else
+  bool callsAreConfined = false;  ///< no other programs, no network, no changes of modes, owners, times or attributes
 };
 
 /// Confines the calling thread and the threads that it starts, for the life of the process, as far as the system can.
-/// Descriptors that are open stay usable. A call that is refused fails with EACCES or EPERM.
+/// Open descriptors stay usable. A refused call fails with EACCES or EPERM.
 SandboxState enterSandbox(const SandboxRules& rules);
 
 }  // namespace quarn

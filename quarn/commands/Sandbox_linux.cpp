@@ -17,13 +17,13 @@
 #include "QuarnPlatform/base/FileDescriptor.h"
 #include "quarn/commands/Sandbox.h"
 
-// Files are confined by Landlock, calls by a seccomp filter. Landlock comes in versions; each knows more kinds of
-// access, and a kind that the kernel does not know cannot be asked for.
+// Landlock confines files, a seccomp filter confines calls. Each version of Landlock has more kinds of access. The
+// kernel refuses a request for a kind that it does not have.
 
 namespace quarn {
 namespace {
 
-// Newer than the oldest headers that this builds with.
+// The oldest supported headers lack these two.
 constexpr std::uint64_t kRefer = std::uint64_t{1} << 13;
 constexpr std::uint64_t kTruncate = std::uint64_t{1} << 14;
 
@@ -74,8 +74,8 @@ constexpr std::uint32_t kArchitecture = 0;
 constexpr std::uint32_t kFirstForeignCall = 0;
 #endif
 
-// What the command never calls: other programs, the network, other processes, the system's settings, and every change
-// to files but making, renaming and removing the one that it writes.
+// Calls that the command never makes: other programs, the network, other processes, the system's settings, and changes
+// to files. Allowed are only the calls that create, rename and remove the file that the command writes.
 constexpr std::array kRefusedCalls {
   SYS_execve, SYS_execveat, SYS_ptrace, SYS_process_vm_readv, SYS_process_vm_writev, SYS_socket, SYS_socketpair,
       SYS_connect, SYS_bind, SYS_listen, SYS_accept4, SYS_mount, SYS_umount2, SYS_pivot_root, SYS_chroot, SYS_unshare,
@@ -101,8 +101,8 @@ sock_filter load(std::size_t offset) { return statement(BPF_LD | BPF_W | BPF_ABS
 sock_filter answer(std::uint32_t value) { return statement(BPF_RET | BPF_K, value); }
 sock_filter refusal(int error) { return answer(SECCOMP_RET_ERRNO | static_cast<std::uint32_t>(error)); }
 
-// Threads are made by clone with CLONE_THREAD; clone3, whose flags a filter cannot see, is said to be missing, and the
-// C library takes clone in its place.
+// Threads are created by clone with CLONE_THREAD. A filter cannot see the flags of clone3, so clone3 fails with ENOSYS,
+// and the C library uses clone instead.
 std::vector<sock_filter> filter() {
   std::vector<sock_filter> lines{load(offsetof(seccomp_data, arch)),
                                  jump(BPF_JEQ, kArchitecture, 1, 0),

@@ -10,10 +10,10 @@ namespace sample {
 class VolumeWriter;
 }
 
-/// One way to hurt a program that reads a volume.
+/// One kind of hostile item.
 struct HostileItems {
   std::string_view name;     ///< "loops"
-  std::string_view meaning;  ///< one sentence for people
+  std::string_view meaning;  ///< one sentence for users
   void (*write)(const sample::VolumeWriter& volume);
 };
 
@@ -22,17 +22,17 @@ std::span<const HostileItems> hostileItems();
 
 /// What `writeHostileVolume` did.
 struct HostileSummary {
-  std::string home;         ///< the inspected user's home, as the Mac names it
-  std::size_t kinds = 0;    ///< written
-  std::size_t refused = 0;  ///< that this file system does not take, wholly or in part
+  std::string home;         ///< the home folder of the inspected user, a path on the Mac
+  std::size_t kinds = 0;    ///< the kinds that were written
+  std::size_t refused = 0;  ///< the kinds that this file system does not support, or not completely
 };
 
-/// Writes a Mac volume that tries to hurt whoever reads it: links of every kind, loops, pipes, sockets, sparse files,
-/// hard links, odd names, deep folders, and damaged or bloated files of each format. Needs no root. A small app,
-/// "/Applications/Good.app", is among it, so that something is to be found. It takes less than 60 MB of disk.
+/// Writes a Mac volume that attacks its readers: links of every kind, loops, pipes, sockets, sparse files,
+/// hard links, odd names, deep folders, and damaged or bloated files of each format. Needs no root. It also has a
+/// small intact app, "/Applications/Good.app". Takes less than 60 MB of disk.
 ///
-/// `hostFolder` must be new or empty. Throws FileError like `writeSampleVolume`, and leaves nothing of its own behind
-/// then. Removing it needs a tool that descends 3,000 folders (`rm -r` does).
+/// `hostFolder` must be new or empty. Throws FileError like `writeSampleVolume`, and then removes what it wrote.
+/// To remove the volume, use a tool that can descend 3,000 folders (`rm -r` can).
 HostileSummary writeHostileVolume(const std::string& hostFolder);
 
 }  // namespace quarn
