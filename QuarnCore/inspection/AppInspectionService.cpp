@@ -1,4 +1,5 @@
 #include "QuarnCore/inspection/AppInspectionService.h"
+#include "QuarnCore/inspection/InspectionSources.h"
 
 #include <algorithm>
 #include <chrono>

@@ -8,7 +8,6 @@
 
 #include "QuarnCore/discovery/ArtifactScanner.h"
 #include "QuarnCore/discovery/KernelExtensionAssociationService.h"
-#include "QuarnCore/inspection/InspectionSources.h"
 #include "QuarnCore/vendors/DeepInspectorService.h"
 #include "QuarnCore/vendors/UninstallerDiscoveryService.h"
 #include "QuarnModels/AppInspection.h"
@@ -20,6 +19,8 @@
 #include "QuarnSystem/ReceiptScanner.h"
 
 namespace quarn {
+
+struct InspectionSources;
 
 /// Inspects an app in a fixed sequence of phases and returns everything that belongs to it. Copyable and thread-safe.
 /// Synchronous. Never fails.

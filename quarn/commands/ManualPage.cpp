@@ -86,7 +86,7 @@ std::string environment() {
   // clang-format off
   constexpr std::array<std::pair<std::string_view, std::string_view>, 6> kVariables{{
       {"QUARN_VOLUME", "The mounted volume to inspect; \\-\\-volume takes precedence"},
-      {"QUARN_HOME", "The home folder on that volume; \\-\\-home takes precedence, and \\-\\-volume turns it off"},
+      {"QUARN_HOME", "The home folder on that volume, unless \\-\\-volume or \\-\\-home is given"},
       {"NO_COLOR", "If set, turns colours off unless \\-\\-color turns them on"},
       {"TERM", "If \"dumb\", turns colours off"},
       {"COLUMNS", "Width of the output if it is not a terminal"},

@@ -300,6 +300,7 @@ int getattrlistbulk(int folder, void* list, void* buffer, size_t size, uint64_t 
 }
 
 int fgetattrlist(int item, void* list, void* buffer, size_t size, unsigned int /*options*/) {
+  if (::fcntl(item, F_GETFD) < 0) return fails(EBADF);
   const auto& wanted = *static_cast<const attrlist*>(list);
   std::array<char, sizeof(std::uint32_t) + kFinderInfoSize> record{};
   if (wanted.commonattr != ATTR_CMN_FNDRINFO || size < record.size()) return fails(EINVAL);

@@ -69,7 +69,7 @@ TEST(StorageCommand, ListedRootsIncludeItemsOfOtherCategories) {
 
 TEST(StorageCommand, AFolderThatIsNotAMountedVolumeHasNoCapacity) {
   const CommandRun text = runOnSample({"storage"});
-  EXPECT_THAT(text.out, HasSubstr(" found in a folder that is not a mounted volume\n"));
+  EXPECT_THAT(text.out, HasSubstr(" in a folder, not a mounted volume\n"));
   EXPECT_THAT(text.out, Not(HasSubstr("unattributed")));
   const auto document = nlohmann::json::parse(runOnSample({"storage", "--json"}).out);
   EXPECT_TRUE(document["volume"]["totalBytes"].is_null());
