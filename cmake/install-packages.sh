@@ -5,7 +5,8 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 # Another package may bring it, as some nodejs packages bring npm.
-provided() { dpkg-query -W -f='${Provides}, ' 2>/dev/null | tr -d ' ' | tr ',' '\n' | sed 's/(.*//' | grep -qx "$1"; }
+provides=$(dpkg-query -W -f='${Provides}, ' 2>/dev/null | tr -d ' ' | tr ',' '\n' | sed 's/(.*//')
+provided() { grep -qx "$1" <<< "$provides"; }
 
 missing=()
 group=""

@@ -56,6 +56,7 @@ constexpr std::array kExitCodes{
 
 std::vector<CommandRow> allCommands() {
   std::vector<CommandRow> rows;
+  rows.reserve(kCommands.size());
   for (const auto command : kCommands) rows.push_back(command());
   return rows;
 }

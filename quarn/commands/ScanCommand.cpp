@@ -27,7 +27,7 @@ std::string liveLine(const ScanStore::Progress& progress, CommandContext& contex
 
 // Made before the volume is opened, because the confined command makes no folders.
 std::optional<std::string> exportFolder(const Arguments& arguments) {
-  const std::optional<std::string> folder = arguments.text("--export");
+  std::optional<std::string> folder = arguments.text("--export");
   if (!folder) return std::nullopt;
   const std::optional<std::string> volume = arguments.text("--volume");
   if (volume) refuseOnVolume("--export", *folder, *volume);

@@ -154,7 +154,8 @@ TEST(LeftoversCommand, SearchesTheHomesOfAllUsersOnlyWhenAsked) {
   volume.folder("~/Library/Caches/com.gone.Editor")
       .folder("/Users/bob/Library/Preferences/com.gone.Editor")
       .folder("/Users/bob/Library/Caches/org.bobs.Player")
-      .folder("/Library/Application Support/net.system.Tool");
+      .folder("/Library/Application Support/net.system.Tool")
+      .folder("/Library/Caches/net.system.Tool");
   EXPECT_THAT(leftoverNames(volume), ElementsAre("com.gone.Editor", "net.system.Tool"));
   const nlohmann::json all = document(runOn(volume, {"leftovers", "--all-users", "--json"}))["leftovers"];
   EXPECT_THAT(namesIn(all), ElementsAre("com.gone.Editor", "net.system.Tool", "org.bobs.Player"));
