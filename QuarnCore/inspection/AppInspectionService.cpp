@@ -1,5 +1,4 @@
 #include "QuarnCore/inspection/AppInspectionService.h"
-#include "QuarnCore/inspection/InspectionSources.h"
 
 #include <algorithm>
 #include <chrono>
@@ -7,6 +6,7 @@
 #include <unordered_set>
 
 #include "QuarnCore/discovery/ArtifactSizing.h"
+#include "QuarnCore/inspection/InspectionSources.h"
 
 namespace quarn {
 namespace {

@@ -72,8 +72,7 @@ struct Overview {
 std::string headline(const Overview& overview, CommandContext& context) {
   const std::string name = escapedForTerminal(overview.volume.name);
   if (!overview.hasCapacity) {
-    return fmt::format("{}  {} in a folder, not a mounted volume\n\n", name,
-                       context.size(overview.usedBytes()));
+    return fmt::format("{}  {} in a folder, not a mounted volume\n\n", name, context.size(overview.usedBytes()));
   }
   return fmt::format("{}  {} of {} used, {} free\n\n", name, context.size(overview.usedBytes()),
                      context.size(overview.volume.totalBytes), context.size(overview.volume.freeBytes));
