@@ -47,6 +47,10 @@ set(QUARN_STANDARD_HEADERS <algorithm> <functional> <map> <memory> <optional> <s
 option(QUARN_UNITY "Compile the libraries in batches of sources (faster clean builds, slower edits)" OFF)
 function(quarn_unity NAME)
   set_target_properties(${NAME} PROPERTIES UNITY_BUILD ${QUARN_UNITY} UNITY_BUILD_BATCH_SIZE 8)
+  if(QUARN_UNITY)
+    # In a batch GCC takes every source for a header, and warns about its unnamed namespace.
+    target_compile_options(${NAME} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+  endif()
 endfunction()
 
 function(quarn_room NAME FOLDER)

@@ -13,7 +13,7 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kRowsBetweenPolls = 1024;
+constexpr std::size_t kExportedRowsBetweenPolls = 1024;
 
 std::string hexOf(std::string_view bytes) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
@@ -97,7 +97,7 @@ bool exportTable(const Scan& scan, const ScanTable& table, const std::string& fi
   bool isWhole = true;
   scan.rows(table, [&](const std::vector<ScanValue>& row) {
     output.line(asCSV ? csvLine(row) : jsonLine(names, row));
-    isWhole = ++count % kRowsBetweenPolls != 0 || !cancellation.isCancelled();
+    isWhole = ++count % kExportedRowsBetweenPolls != 0 || !cancellation.isCancelled();
     return isWhole;
   });
   if (isWhole) output.commit();

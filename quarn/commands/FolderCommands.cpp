@@ -20,7 +20,7 @@ namespace {
 
 constexpr long kUsualLimit = 20;
 constexpr long kNoLimit = std::numeric_limits<long>::max();
-constexpr std::size_t kBarWidth = 16;
+constexpr std::size_t kFolderBarWidth = 16;
 
 // A named folder may be a symbolic link. Resolve it, because walks do not follow links.
 FileURL namedFolder(const std::string& text, CommandContext& context) {
@@ -167,7 +167,7 @@ ExitCode runTop(CommandContext& context) {
   const std::int64_t most = items.empty() ? 0 : rankedBytes(items.front(), rank);
   Table table({{.title = "ON DISK", .align = Table::Align::right},
                {.title = "LENGTH", .align = Table::Align::right},
-               {.title = "", .barWidth = kBarWidth},
+               {.title = "", .barWidth = kFolderBarWidth},
                {.title = "ITEM", .isFlexible = true}});
   for (const TopItem& item : items) {
     table.addRow({context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes),
@@ -183,7 +183,7 @@ ExitCode runCloud(CommandContext& context) {
   Table table({{.title = "LOCAL", .align = Table::Align::right},
                {.title = "ONLY IN CLOUD", .align = Table::Align::right},
                {.title = "ALL", .align = Table::Align::right},
-               {.title = "LOCAL SHARE", .barWidth = kBarWidth},
+               {.title = "LOCAL SHARE", .barWidth = kFolderBarWidth},
                {.title = "FOLDER", .isFlexible = true}});
   for (const FileURL& folder : cloudFolders(context)) {
     const CloudStorageSummary summary =

@@ -14,7 +14,7 @@ namespace {
 
 using namespace reportParts;
 
-constexpr std::size_t kShownPaths = 12;
+constexpr std::size_t kPathsInReport = 12;
 constexpr std::size_t kShownOwnerships = 100;
 
 /// The text for one case of an enumeration.
@@ -124,10 +124,10 @@ std::vector<Tile> riskTiles(const AppReport& report) {
 std::string pathList(const std::vector<FileURL>& urls, const FileURL& home) {
   std::string lines;
   for (std::size_t i = 0; i < urls.size(); ++i) {
-    if (i == kShownPaths) lines += fmt::format("<details><summary>{} more</summary>", urls.size() - kShownPaths);
+    if (i == kPathsInReport) lines += fmt::format("<details><summary>{} more</summary>", urls.size() - kPathsInReport);
     lines += "<div>" + htmlName(pathText(urls[i], home)) + "</div>";
   }
-  if (urls.size() > kShownPaths) lines += "</details>";
+  if (urls.size() > kPathsInReport) lines += "</details>";
   return "<div class=\"dim path\">" + lines + "</div>";
 }
 
