@@ -4,7 +4,7 @@
   macho.py sign FILE...          gives each file an ad-hoc signature, unless it has one
   macho.py join OUTPUT FILE...   makes one universal file of files for different processors (archives too)
   macho.py check FILE...         prints what each file is and imports; fails unless it is for macOS 15.0, has a valid
-                                 signature and imports nothing but libSystem, the system's ICU and libplist beside it
+                                 signature and imports nothing but libSystem, the system's ICU and SQLite, and libplist beside it
 """
 import hashlib
 import os
@@ -19,7 +19,8 @@ LC_LOAD_DYLIB, LC_SEGMENT_64, LC_CODE_SIGNATURE, LC_RPATH, LC_BUILD_VERSION = 0x
 SUPER_BLOB, CODE_DIRECTORY = 0xFADE0CC0, 0xFADE0C02
 AD_HOC_BY_LINKER = 0x20002
 LOG2_PAGE = 12
-ALLOWED = ("/usr/lib/libSystem.B.dylib", "/usr/lib/libicucore.A.dylib", "@rpath/libplist-2.0.3.dylib")
+ALLOWED = ("/usr/lib/libSystem.B.dylib", "/usr/lib/libicucore.A.dylib", "/usr/lib/libsqlite3.dylib",
+           "@rpath/libplist-2.0.3.dylib")
 
 
 class Image:
