@@ -27,7 +27,7 @@ categories and lists the largest items. It deletes nothing.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libquarncore-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
-    "quarn (= ${PROJECT_VERSION}), libicu-dev, libplist-dev, libspdlog-dev, libfmt-dev, pkg-config")
+    "quarn (= ${PROJECT_VERSION}), libicu-dev, libplist-dev, libspdlog-dev, libfmt-dev, libsqlite3-dev, pkg-config")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "quarn library (development files)
 Headers, static libraries, a CMake package and a pkg-config file for

@@ -24,6 +24,7 @@ FLOORS = [
     ["QuarnCore/vendors", "QuarnCore/planning", "QuarnCore/folders"],
     ["QuarnCore/discovery", "QuarnCore/storage"],
     ["QuarnCore/inspection", "QuarnCore/ownership"],
+    ["QuarnCore/scans"],
     ["quarn/services", "quarn/sample", "quarn/terminal", "quarn/wire"],
     ["quarn/report"],
     ["quarn/rpc"],
@@ -38,6 +39,7 @@ DOORS = {
     "unicode/": r"QuarnPlatform/text/Text\w*\.(cpp|h)",
     "plist/": r"QuarnSystem/formats/\w+\.cpp",
     "spdlog/": r"QuarnSystem/DiagnosticsLogger\.cpp",
+    "sqlite3.h": r"QuarnCore/scans/Database\.cpp",
     "CLI/": r"quarn/commands/Arguments\.cpp",
     "nlohmann/json.hpp": r"QuarnPlatform/json/JSONLibrary\.h",
 }

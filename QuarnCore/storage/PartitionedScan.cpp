@@ -55,11 +55,14 @@ PartitionedScan::PartitionedScan(ScanPlan plan, ScanRules::Dictionary categoryBy
 
 Totals PartitionedScan::run(const Observers& observers, const Cancellation& cancellation,
                             std::chrono::milliseconds interval) {
+  recorded_ = observers.recorded;
   Totals totals{};
   ThrottledUpdates updates(observers.onUpdate, interval);
   TreeSizer::Options options{
       .cancellation = cancellation, .interval = interval, .helperCount = TreeSizer::makeHelperCount(/*threads=*/0)};
   if (updates.areWanted()) options.onProgress = [&](const Totals& ofRoot) { updates.offer(sum(totals, ofRoot)); };
+  if (recorded_ != nullptr) placeRoots();
+  if (recorded_ != nullptr && !rules_.isRoot(ScanRules::Trie::kRoot)) recordRest("/", options);
   for (const ScanRoot& root : plan_.roots) {
     if (cancellation.isCancelled()) break;
     if (!root.mode.isFast()) logStart(root);
@@ -77,7 +80,14 @@ Totals PartitionedScan::run(const Observers& observers, const Cancellation& canc
 Totals PartitionedScan::sizeRoot(const ScanRoot& root, const TreeSizer::Options& options) const {
   const std::optional<ItemFacts> facts = files_.facts(FileURL(root.location), Links::doNotFollow);
   const std::optional<StorageCategoryID> dictionary = rules_.dictionaryCategory(path::lastComponent(root.location));
-  if (!facts || dictionary == StorageCategoryID::free) return {};
+  if (!facts) return {};
+  if (recorded_ != nullptr && facts->type == FileType::regular) {
+    recorded_->addFile(root.location, facts->sizes, facts->modifiedSeconds);
+  }
+  if (dictionary == StorageCategoryID::free) {
+    if (recorded_ != nullptr && facts->type == FileType::directory) recordRest(root.location, options);
+    return {};
+  }
   const StorageCategoryID byPlace = rules_.longestRule(root.location).value_or(root.defaultCategory);
   const std::uint8_t bucket = bucketOf(dictionary.value_or(byPlace));
   if (facts->type == FileType::directory) return sizeFolder(root, dictionary.has_value(), bucket, options);
@@ -97,8 +107,33 @@ Totals PartitionedScan::sizeFolder(const ScanRoot& root, bool isInDictionary, st
                                 .bucket = countsWhole && !isOneItem ? bucketOf(root.defaultCategory) : bucket};
   const WholeAttribution whole(rules_, root.mode.kind);
   const Attribution& attribution = countsWhole ? static_cast<const Attribution&>(whole) : itemByItem_;
+  return walk(root.location, attribution, start, options);
+}
+
+void PartitionedScan::placeRoots() {
+  for (const ScanRoot& root : plan_.roots) {
+    const bool isFolder = files_.isDirectory(FileURL(root.location));
+    recorded_->place(isFolder ? root.location : path::parent(root.location), files_);
+  }
+}
+
+// Counts for no category. Progress shows categories only.
+void PartitionedScan::recordRest(const std::string& location, TreeSizer::Options options) const {
+  const WholeAttribution whole(rules_, ScanMode::Kind::enumerate);
+  options.onProgress = nullptr;
+  walk(location, whole, RecordedAttribution::restAt(rules_.find(location)), options);
+}
+
+Totals PartitionedScan::walk(const std::string& location, const Attribution& attribution,
+                             const Attribution::Step& start, TreeSizer::Options options) const {
+  const FileURL folder(location, URLKind::directory);
+  const RecordedAttribution everything(attribution, rules_);
+  if (recorded_ != nullptr) {
+    options.observer = recorded_;
+    options.observedRoot = recorded_->place(location, files_);
+  }
   try {
-    return TreeSizer::totals(files_, folder, attribution, start, options);
+    return TreeSizer::totals(files_, folder, recorded_ != nullptr ? everything : attribution, start, options);
   } catch (const FileError& error) {
     if (ReadReport* report = files_.readReport()) report->add(error.path(), error.error());
     return {};

@@ -2,7 +2,9 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 
+#include "QuarnCore/storage/RecordedFolders.h"
 #include "QuarnCore/storage/ScanAttribution.h"
 #include "QuarnCore/storage/ScanRoots.h"
 #include "QuarnCore/storage/ScanRules.h"
@@ -22,12 +24,15 @@ class PartitionedScan {
   PartitionedScan(const PartitionedScan&) = delete;
   PartitionedScan& operator=(const PartitionedScan&) = delete;
 
-  /// Functions that `run` calls on its own thread. Both may be null.
+  /// What `run` tells while it runs. Functions are called on its own thread and may be null.
   struct Observers {
     /// Gets the totals so far at most once per interval, regardless of the number of roots, and the final totals.
     std::function<void(const Totals&)> onUpdate{};
     /// Gets the totals of each root, also of one that was cancelled. Their sum is the result of `run`.
     std::function<void(const ScanRoot&, const Totals&)> onRoot{};
+    /// If not null, `run` also walks what no root contains, which counts for no category, and records every folder. The
+    /// caller finishes the record.
+    RecordedFolders* recorded = nullptr;
   };
 
   /// Runs to the end or until cancelled. A root that cannot be listed adds nothing and goes to the read report.
@@ -35,6 +40,10 @@ class PartitionedScan {
              std::chrono::milliseconds interval = TreeSizer::kProgressInterval);
 
  private:
+  void placeRoots();
+  void recordRest(const std::string& location, TreeSizer::Options options) const;
+  Totals walk(const std::string& location, const Attribution& attribution, const Attribution::Step& start,
+              TreeSizer::Options options) const;
   [[nodiscard]] Totals sizeRoot(const ScanRoot& root, const TreeSizer::Options& options) const;
   [[nodiscard]] Totals sizeFolder(const ScanRoot& root, bool isInDictionary, std::uint8_t bucket,
                                   const TreeSizer::Options& options) const;
@@ -45,6 +54,7 @@ class PartitionedScan {
   ScanRules rules_;
   ItemAttribution itemByItem_;
   const FileManager& files_;
+  RecordedFolders* recorded_ = nullptr;
 };
 
 }  // namespace quarn

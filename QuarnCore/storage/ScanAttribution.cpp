@@ -5,6 +5,8 @@ namespace {
 
 // The state of a folder that counts as a whole, and of everything below it.
 constexpr std::uint32_t kWhole = 1;
+// The state of a folder that counts for no category, and of everything below it.
+constexpr std::uint32_t kOfNoCategory = 2;
 
 }  // namespace
 
@@ -41,6 +43,26 @@ std::optional<std::uint8_t> ItemAttribution::file(const Step& parent, std::strin
   if (dictionary) return bucketOf(*dictionary);
   const std::optional<StorageCategoryID> rule = rules_.category(node);
   return rule ? bucketOf(*rule) : parent.bucket;
+}
+
+Attribution::Step RecordedAttribution::restAt(ScanRules::Trie::Node node) {
+  return {.node = node, .state = kOfNoCategory, .bucket = kRest};
+}
+
+std::optional<Attribution::Step> RecordedAttribution::folder(const Step& parent, std::string_view name,
+                                                             bool isPackage) const {
+  const ScanRules::Trie::Node node = rules_.step(parent.node, name);
+  if (rules_.isRoot(node)) return std::nullopt;
+  if (parent.state != kOfNoCategory) {
+    if (const std::optional<Step> step = categories_.folder(parent, name, isPackage)) return step;
+  }
+  return restAt(node);
+}
+
+std::optional<std::uint8_t> RecordedAttribution::file(const Step& parent, std::string_view name) const {
+  if (rules_.isRoot(rules_.step(parent.node, name))) return std::nullopt;
+  const bool isOfNoCategory = parent.state == kOfNoCategory;
+  return isOfNoCategory ? kRest : categories_.file(parent, name).value_or(kRest);
 }
 
 }  // namespace quarn

@@ -36,4 +36,24 @@ class ItemAttribution : public Attribution {
   WholeAttribution whole_;
 };
 
+/// Attributes items like another attribution. Counts in `kRest` what that one leaves out, so that a recorded walk
+/// covers everything but the roots that are walked separately.
+class RecordedAttribution : public Attribution {
+ public:
+  /// The total of the items that count for no category.
+  static constexpr std::uint8_t kRest = TreeSizer::kBuckets - 1;
+
+  RecordedAttribution(const Attribution& categories, const ScanRules& rules) : categories_(categories), rules_(rules) {}
+
+  /// Where a walk starts that counts for no category.
+  [[nodiscard]] static Step restAt(ScanRules::Trie::Node node);
+  [[nodiscard]] bool needsPackages() const override { return categories_.needsPackages(); }
+  [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const override;
+  [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override;
+
+ private:
+  const Attribution& categories_;
+  const ScanRules& rules_;
+};
+
 }  // namespace quarn

@@ -20,6 +20,7 @@ ScanRules::ScanRules(const ScanPlan& plan, Dictionary categoryByExtension)
     if (!place.category) place.category = rule.category;
   }
   for (const ScanRoot& root : plan.roots) {
+    trie_.valueAt(root.location).isRoot = true;
     for (const std::string& location : root.exclusions) {
       Rule& place = trie_.valueAt(location);
       (root.mode.isFast() ? place.isFastExclusion : place.isEnumerateExclusion) = true;

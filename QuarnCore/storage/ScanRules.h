@@ -22,6 +22,7 @@ class ScanRules {
     std::optional<StorageCategoryID> category;  ///< of items at and below it, unless a longer rule applies
     bool isEnumerateExclusion = false;          ///< roots of mode `enumerate` skip it
     bool isFastExclusion = false;               ///< roots of mode `fast` skip it
+    bool isRoot = false;                        ///< walked separately
   };
   using Trie = PathTrie<Rule>;
 
@@ -38,6 +39,12 @@ class ScanRules {
   }
   /// True if a walk of that mode skips this node.
   [[nodiscard]] bool isExcluded(Trie::Node node, ScanMode::Kind mode) const;
+
+  /// True if this node is walked separately.
+  [[nodiscard]] bool isRoot(Trie::Node node) const {
+    const Rule* rule = trie_.value(node);
+    return rule != nullptr && rule->isRoot;
+  }
 
   /// The category of the longest rule that equals or contains the location.
   [[nodiscard]] std::optional<StorageCategoryID> longestRule(std::string_view location) const;

@@ -141,37 +141,41 @@ StorageOverview StorageDashboardService::initialOverview() const {
 }
 
 StorageDashboardService::CategorySizes StorageDashboardService::calculatePartitionedCategorySizes(
-    const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const {
-  return partition(onUpdate, nullptr, cancellation);
+    const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
+    RecordedFolders* recorded) const {
+  return partition(onUpdate, nullptr, cancellation, recorded);
 }
 
 std::vector<StorageDashboardService::PartitionedRoot> StorageDashboardService::calculatePartitionedRoots(
-    const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const {
+    const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
+    RecordedFolders* recorded) const {
   std::vector<PartitionedRoot> roots;
   const auto keep = [&](PartitionedRoot root) {
     const bool hasBytes = std::any_of(root.sizes.begin(), root.sizes.end(),
                                       [](const auto& ofCategory) { return ofCategory.second != SizeInfo{}; });
     if (hasBytes) roots.push_back(std::move(root));
   };
-  (void)partition(onUpdate, keep, cancellation);
+  (void)partition(onUpdate, keep, cancellation, recorded);
   return roots;
 }
 
 StorageDashboardService::CategorySizes StorageDashboardService::partition(
     const std::function<void(const CategorySizes&)>& onUpdate, const std::function<void(PartitionedRoot)>& onRoot,
-    const Cancellation& cancellation) const {
+    const Cancellation& cancellation, RecordedFolders* recorded) const {
   const FileManager files = files_.cancelledBy(cancellation);
   const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
   ScanPlan plan = makeScanPlan(categories, quarantineManager_.baseURL(), volumeLocationChecker_, files);
   PartitionedScan scan(std::move(plan), signatureRegistry_.packageCategoryByExtension(), files);
-  PartitionedScan::Observers observers;
+  PartitionedScan::Observers observers{.recorded = recorded};
   if (onUpdate) observers.onUpdate = [&](const PartitionedScan::Totals& totals) { onUpdate(byCategory(totals)); };
   if (onRoot) {
     observers.onRoot = [&](const ScanRoot& root, const PartitionedScan::Totals& totals) {
       onRoot({.url = FileURL(root.path), .sizes = byCategory(totals)});
     };
   }
-  return byCategory(scan.run(observers, cancellation));
+  const PartitionedScan::Totals totals = scan.run(observers, cancellation);
+  if (recorded != nullptr) recorded->finish();
+  return byCategory(totals);
 }
 
 std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(StorageCategoryID category,

@@ -15,6 +15,8 @@
 
 namespace quarn {
 
+class RecordedFolders;
+
 /// The storage categories: their folders and their sizes. Synchronous and read-only. Finds the roots on every call.
 /// Operations poll `cancellation`, also while they look for roots and inside one folder. When it is set, they return
 /// their partial result.
@@ -47,9 +49,10 @@ class StorageDashboardService {
 
   /// Sizes all categories in one pass; each byte counts for at most one. Calls `onUpdate`, if not null, with the
   /// totals so far at most once per 100 ms, and at the end with the final totals. If cancelled, returns the totals so
-  /// far.
+  /// far. If `recorded` is not null, the same pass covers the whole volume and records every folder.
   [[nodiscard]] CategorySizes calculatePartitionedCategorySizes(
-      const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const;
+      const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
+      RecordedFolders* recorded = nullptr) const;
   /// A folder or file that the pass walks separately, with its bytes in each category. It does not include the roots
   /// inside it.
   struct PartitionedRoot {
@@ -59,7 +62,8 @@ class StorageDashboardService {
   /// The same pass, root by root in walk order, without roots that have no bytes. The sum over all roots is what
   /// `calculatePartitionedCategorySizes` returns.
   [[nodiscard]] std::vector<PartitionedRoot> calculatePartitionedRoots(
-      const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation) const;
+      const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
+      RecordedFolders* recorded = nullptr) const;
 
   /// The size of the roots in `preciseRoots`, root by root; absent if there are none. Throws FileError.
   [[nodiscard]] std::optional<SizeInfo> calculatePreciseSize(StorageCategoryID category,
@@ -73,7 +77,8 @@ class StorageDashboardService {
 
  private:
   CategorySizes partition(const std::function<void(const CategorySizes&)>& onUpdate,
-                          const std::function<void(PartitionedRoot)>& onRoot, const Cancellation& cancellation) const;
+                          const std::function<void(PartitionedRoot)>& onRoot, const Cancellation& cancellation,
+                          RecordedFolders* recorded) const;
 
   VolumeInfoClient volumeInfoClient_;
   FileSizeCalculator fileSizeCalculator_;

@@ -58,8 +58,9 @@ class DirectoryReader {
   void resume(int folder, Stretch stretch);
 
   /// Reads the sizes of the regular file `name` (NUL-terminated) in the open folder `parent`. On failure returns
-  /// false and sets errno: ENOENT if the item is no longer a regular file, EOVERFLOW if a size does not fit.
-  static bool readSizes(int parent, const char* name, ByteCounts& sizes);
+  /// false and sets errno: ENOENT if the item is no longer a regular file, EOVERFLOW if a size does not fit. Also reads
+  /// the time of the last change of its content, in seconds since 1970, unless `modified` is null.
+  static bool readSizes(int parent, const char* name, ByteCounts& sizes, std::int64_t* modified = nullptr);
 
  private:
   struct State;

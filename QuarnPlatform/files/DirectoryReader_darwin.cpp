@@ -185,7 +185,7 @@ void DirectoryReader::resume(int folder, Stretch stretch) {
   state_->end = state_->at + state_->resumed.size();
 }
 
-bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes) {
+bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes, std::int64_t* modified) {
   struct stat status {};
   if (lookUp(parent, name, status) != 0) return false;
   const std::optional<std::int64_t> allocated = bytesInBlocks(static_cast<std::uint64_t>(status.st_blocks), kBlockSize);
@@ -196,6 +196,7 @@ bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes)
     return false;
   }
   sizes = *found;
+  if (modified != nullptr) *modified = status.st_mtime;
   return true;
 }
 

@@ -121,9 +121,10 @@ void DirectoryReader::resume(int folder, Stretch stretch) {
   state_->end = state_->at + state_->resumed.size();
 }
 
-bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes) {
+bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes, std::int64_t* modified) {
   struct statx status {};
-  if (lookUp(parent, name, STATX_TYPE | STATX_SIZE | STATX_BLOCKS, status) != 0) return false;
+  const unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_BLOCKS | (modified == nullptr ? 0U : STATX_MTIME);
+  if (lookUp(parent, name, wanted, status) != 0) return false;
   constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
   const std::optional<std::int64_t> allocated = bytesInBlocks(status.stx_blocks, kBlockSize);
   const bool fits = status.stx_size <= kLargest && allocated;
@@ -132,6 +133,7 @@ bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes)
     return false;
   }
   sizes = {.allocatedBytes = *allocated, .logicalBytes = static_cast<std::int64_t>(status.stx_size)};
+  if (modified != nullptr) *modified = status.stx_mtime.tv_sec;
   return true;
 }
 

@@ -7,17 +7,20 @@
 
 namespace quarn {
 
-SizedFolder::SizedFolder(std::shared_ptr<const WalkedFolders::Use> use, int descriptor, const Attribution::Step& step)
-    : use_(std::move(use)), descriptor_(descriptor), step_(step), asPackage_(step) {}
+SizedFolder::SizedFolder(std::shared_ptr<const WalkedFolders::Use> use, int descriptor, const Attribution::Step& step,
+                         FolderObserver::Folder observed)
+    : use_(std::move(use)), descriptor_(descriptor), step_(step), asPackage_(step), observed_(observed) {}
 
 SizedFolder::SizedFolder(const WalkedFolders::Use& parent, std::string_view name, FileDescriptor descriptor,
-                         const Attribution::Step& step, const Attribution::Step& asPackage)
+                         const Attribution::Step& step, const Attribution::Step& asPackage,
+                         FolderObserver::Folder observed)
     : parent_(&parent),
       name_(name),
       own_(std::move(descriptor)),
       descriptor_(own_.get()),
       step_(step),
-      asPackage_(asPackage) {}
+      asPackage_(asPackage),
+      observed_(observed) {}
 
 const Attribution::Step& SizedFolder::judge() {
   if (asPackage_ != step_) {

@@ -19,12 +19,17 @@ namespace quarn {
 class SizedFolder {
  public:
   /// A folder that `WalkedFolders` knows; `descriptor` must stay open.
-  SizedFolder(std::shared_ptr<const WalkedFolders::Use> use, int descriptor, const Attribution::Step& step);
+  SizedFolder(std::shared_ptr<const WalkedFolders::Use> use, int descriptor, const Attribution::Step& step,
+              FolderObserver::Folder observed);
   /// The folder `name` in `parent`, just opened. The name and the parent must live as long as this.
   SizedFolder(const WalkedFolders::Use& parent, std::string_view name, FileDescriptor descriptor,
-              const Attribution::Step& step, const Attribution::Step& asPackage);
+              const Attribution::Step& step, const Attribution::Step& asPackage, FolderObserver::Folder observed);
 
   [[nodiscard]] int descriptor() const { return descriptor_; }
+  /// The observer's number of the folder.
+  [[nodiscard]] FolderObserver::Folder observed() const { return observed_; }
+  /// The files that the observer does not know yet.
+  [[nodiscard]] FolderObserver::Counted& counted() { return counted_; }
   /// The final judgement, after looking up whether the folder is a package if that matters.
   const Attribution::Step& judge();
   /// The total that a file counts to; absent leaves it out.
@@ -49,6 +54,8 @@ class SizedFolder {
   int descriptor_;
   Attribution::Step step_;
   Attribution::Step asPackage_;  // differs from `step_` until it is known whether the folder is a package
+  FolderObserver::Folder observed_;
+  FolderObserver::Counted counted_;
 };
 
 }  // namespace quarn

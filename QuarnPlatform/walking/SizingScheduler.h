@@ -68,6 +68,9 @@ class SizingScheduler {
   [[nodiscard]] const Attribution& attribution() const { return attribution_; }
   [[nodiscard]] bool skipsHidden() const { return options_.hidden == HiddenItems::skip; }
   [[nodiscard]] bool needsPackages() const { return needsPackages_; }
+  /// Null for nobody.
+  [[nodiscard]] FolderObserver* observer() const { return options_.observer; }
+  [[nodiscard]] FolderObserver::Folder observedRoot() const { return options_.observedRoot; }
   [[nodiscard]] HelperCount& helperCount() { return *helperCount_; }
   [[nodiscard]] bool isCancelled() const { return options_.cancellation.isCancelled(); }
   [[nodiscard]] bool hasIdleThread() const { return waiting_.load(std::memory_order_relaxed) != 0; }

@@ -17,11 +17,13 @@ struct SubFolders {
   struct Item {
     std::optional<Attribution::Step> step;
     std::optional<Attribution::Step> asPackage;  ///< differs from `step` where it matters whether this is a package
+    bool isHidden = false;
   };
 
   WalkedFolders::Use folder;  ///< the folder that holds them
   std::vector<Item> items;
   std::string names;  ///< in the order of `items`, each with a NUL after it
+  FolderObserver::Folder observed = 0;
   std::size_t nextItem = 0;
   std::size_t nextName = 0;
 };
@@ -34,6 +36,7 @@ struct SizingTask {
 
   std::shared_ptr<const WalkedFolders::Use> bigFolder;  ///< of the part; null for a folder to enter
   DirectoryReader::Stretch part;
+  FolderObserver::Folder observed = 0;  ///< the big folder's
 };
 
 /// What a thread has counted since it last shared its totals. Belongs to that thread.

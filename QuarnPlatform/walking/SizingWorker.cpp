@@ -1,5 +1,6 @@
 #include "QuarnPlatform/walking/SizingWorker.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
 #include <utility>
@@ -19,7 +20,7 @@ constexpr std::size_t kScratchItems = 4096;
 void SizingWorker::readRoot(const Attribution::Step& rootStep) {
   const auto use = std::make_shared<const WalkedFolders::Use>(scheduler_.rootFolder());
   const PinnedFolder pinned(*use);
-  SizedFolder root(use, pinned.descriptor(), rootStep);
+  SizedFolder root(use, pinned.descriptor(), rootStep, scheduler_.observedRoot());
   if (const int error = read(root); error != 0) {
     scheduler_.reportUnreadable(*use, error);
     throwFileError(error, "list", scheduler_.root().path());
@@ -52,22 +53,27 @@ void SizingWorker::noteTime() {
 void SizingWorker::enter(SizingTask& task) {
   const WalkedFolders::Use& parent = task.siblings->folder;
   OpenedFolder opened = parent.open(task.name);
-  if (!opened.descriptor.isOpen()) return scheduler_.reportUnreadable(parent, task.name, opened.error);
+  if (!opened.descriptor.isOpen()) {
+    if (scheduler_.observer() != nullptr) observe(task, -1);
+    return scheduler_.reportUnreadable(parent, task.name, opened.error);
+  }
   SubFolders::Item& item = task.item;
   if (item.step.has_value() != item.asPackage.has_value()) {
     item.step = item.asPackage = hasBundleBit(opened.descriptor.get()) ? item.asPackage : item.step;
   }
   if (!item.step) return;
-  SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage);
+  const FolderObserver::Folder observed = scheduler_.observer() == nullptr ? 0 : observe(task, opened.descriptor.get());
+  SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage, observed);
   if (const int error = read(folder); error != 0) scheduler_.reportUnreadable(parent, task.name, error);
 }
 
 void SizingWorker::readPart(SizingTask& task) {
   const PinnedFolder pinned(*task.bigFolder);
   if (pinned.descriptor() < 0) return scheduler_.reportUnreadable(*task.bigFolder, pinned.error());
-  SizedFolder folder(task.bigFolder, pinned.descriptor(), *task.item.step);
+  SizedFolder folder(task.bigFolder, pinned.descriptor(), *task.item.step, task.observed);
   reader_.resume(pinned.descriptor(), std::move(task.part));
   countAll(folder);
+  tellCounted(folder);
   queueSubFolders(folder);
 }
 
@@ -75,6 +81,7 @@ int SizingWorker::read(SizedFolder& folder) {
   reader_.start(folder.descriptor(), EnumeratedFacts::sizes);
   while (reader_.readMore() && countAll(folder)) {
   }
+  tellCounted(folder);
   queueSubFolders(folder);
   return reader_.error();
 }
@@ -95,28 +102,61 @@ bool SizingWorker::countAll(SizedFolder& folder) {
 
 void SizingWorker::count(SizedFolder& folder, const DirectoryReader::Entry& entry) {
   if (entry.hidden && scheduler_.skipsHidden()) return;
-  if (entry.type == FileType::directory) keepSubFolder(folder, entry.name);
+  if (entry.type == FileType::directory) keepSubFolder(folder, entry);
   if (entry.type == FileType::regular) countFile(folder, entry);
 }
 
 void SizingWorker::countFile(SizedFolder& folder, const DirectoryReader::Entry& entry) {
   const std::optional<std::uint8_t> bucket = folder.bucketOf(scheduler_.attribution(), entry.name);
   if (!bucket) return;
-  ByteCounts sizes = entry.sizes.value_or(ByteCounts{});
-  if (!entry.sizes) {
-    if (!DirectoryReader::readSizes(folder.descriptor(), entry.name.data(), sizes))
+  const bool isObserved = scheduler_.observer() != nullptr;
+  FolderObserver::File file{
+      .name = entry.name, .sizes = entry.sizes.value_or(ByteCounts{}), .isHidden = entry.hidden};
+  // A listing that has the sizes does not have the time.
+  if (!entry.sizes || isObserved) {
+    std::int64_t* modified = isObserved ? &file.modified : nullptr;
+    if (!DirectoryReader::readSizes(folder.descriptor(), entry.name.data(), file.sizes, modified))
       return scheduler_.reportUnreadable(folder, entry.name, errno);
     ++calls_;
   }
-  unshared_.totals[*bucket] += sizes;
+  unshared_.totals[*bucket] += file.sizes;
   ++unshared_.files;
+  if (isObserved) observeFile(folder, file);
 }
 
-void SizingWorker::keepSubFolder(SizedFolder& folder, std::string_view name) {
-  const auto item = folder.subFolder(scheduler_.attribution(), scheduler_.needsPackages(), name);
+void SizingWorker::observeFile(SizedFolder& folder, const FolderObserver::File& file) {
+  FolderObserver::Counted& counted = folder.counted();
+  counted.sizes += file.sizes;
+  if (file.isHidden) counted.ofHidden += file.sizes;
+  ++counted.files;
+  counted.newest = std::max(counted.newest, file.modified);
+  if (scheduler_.observer()->wants(file.sizes)) scheduler_.observer()->keep(folder.observed(), file);
+}
+
+// A negative descriptor stands for a folder that could not be opened.
+FolderObserver::Folder SizingWorker::observe(const SizingTask& task, int descriptor) {
+  const std::string_view name(task.name);
+  const bool isRead = descriptor >= 0;
+  return scheduler_.observer()->enter(task.siblings->observed,
+                                      {.name = name,
+                                       .isHidden = task.item.isHidden,
+                                       .isPackage = isPackageName(name) || (isRead && hasBundleBit(descriptor)),
+                                       .isRead = isRead});
+}
+
+void SizingWorker::tellCounted(SizedFolder& folder) {
+  if (scheduler_.observer() != nullptr) scheduler_.observer()->add(folder.observed(), folder.counted());
+}
+
+void SizingWorker::keepSubFolder(SizedFolder& folder, const DirectoryReader::Entry& entry) {
+  auto item = folder.subFolder(scheduler_.attribution(), scheduler_.needsPackages(), entry.name);
+  if (!item && scheduler_.observer() != nullptr) {
+    scheduler_.observer()->leaveOut(folder.observed(), {.name = entry.name, .isHidden = entry.hidden, .isRead = false});
+  }
   if (!item) return;
+  item->isHidden = entry.hidden;
   subFolders_.push_back(*item);
-  subFolderNames_.append(name) += '\0';
+  subFolderNames_.append(entry.name) += '\0';
 }
 
 void SizingWorker::shareRest(SizedFolder& folder) {
@@ -126,14 +166,15 @@ void SizingWorker::shareRest(SizedFolder& folder) {
   SizingTask part{.siblings = {},
                   .item = {.step = step, .asPackage = step},
                   .bigFolder = std::move(shared),
-                  .part = reader_.takeHalf()};
+                  .part = reader_.takeHalf(),
+                  .observed = folder.observed()};
   if (!part.part.empty()) scheduler_.push(std::move(part));
 }
 
 void SizingWorker::queueSubFolders(SizedFolder& folder) {
   if (subFolders_.empty()) return;
-  scheduler_.push(std::make_shared<SubFolders>(
-      SubFolders{.folder = folder.handOver(), .items = subFolders_, .names = subFolderNames_}));
+  scheduler_.push(std::make_shared<SubFolders>(SubFolders{
+      .folder = folder.handOver(), .items = subFolders_, .names = subFolderNames_, .observed = folder.observed()}));
   subFolders_.clear();
   subFolderNames_.clear();
   if (subFolders_.capacity() > kScratchItems) subFolders_.shrink_to_fit();

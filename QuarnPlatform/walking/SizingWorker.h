@@ -36,7 +36,10 @@ class SizingWorker {
   bool countAll(SizedFolder& folder);
   void count(SizedFolder& folder, const DirectoryReader::Entry& entry);
   void countFile(SizedFolder& folder, const DirectoryReader::Entry& entry);
-  void keepSubFolder(SizedFolder& folder, std::string_view name);
+  void observeFile(SizedFolder& folder, const FolderObserver::File& file);
+  void tellCounted(SizedFolder& folder);
+  FolderObserver::Folder observe(const SizingTask& task, int descriptor);
+  void keepSubFolder(SizedFolder& folder, const DirectoryReader::Entry& entry);
   void shareRest(SizedFolder& folder);
   void queueSubFolders(SizedFolder& folder);
   void noteTime();

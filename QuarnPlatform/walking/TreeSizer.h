@@ -12,6 +12,7 @@
 #include "QuarnPlatform/base/Cancellation.h"
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnPlatform/files/ItemFacts.h"
+#include "QuarnPlatform/walking/FolderObserver.h"
 #include "QuarnPlatform/walking/HelperCount.h"
 
 namespace quarn {
@@ -60,6 +61,9 @@ class TreeSizer {
     /// Shared by the walks of one operation, so that each begins with what those before it learnt of the disk; without
     /// it each learns for itself.
     std::shared_ptr<HelperCount> helperCount = nullptr;
+    /// Is told what the walk counts; null for nobody. Costs one lookup per folder, to detect packages.
+    FolderObserver* observer = nullptr;
+    FolderObserver::Folder observedRoot = 0;  ///< the observer's number of the walk's root
   };
 
   /// A count to be shared by walks that may use so many threads (0: as many as pay), and that knows nothing yet.

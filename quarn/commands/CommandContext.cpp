@@ -7,10 +7,10 @@
 
 #include <unistd.h>
 
+#include "QuarnPlatform/files/HostFile.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/resources/Localization.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
-#include "quarn/commands/HostFile.h"
 #include "quarn/commands/Interrupt.h"
 #include "quarn/commands/Sandbox.h"
 #include "quarn/commands/VolumeOptions.h"

@@ -4,7 +4,7 @@
 #include <system_error>
 #include <thread>
 
-#include "quarn/commands/HostFile.h"
+#include "QuarnPlatform/files/HostFile.h"
 
 namespace quarn {
 

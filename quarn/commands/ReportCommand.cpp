@@ -4,11 +4,11 @@
 
 #include <fmt/format.h>
 
+#include "QuarnPlatform/files/HostFile.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
-#include "quarn/commands/HostFile.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/OwnershipMaps.h"
 #include "quarn/report/ReportPage.h"

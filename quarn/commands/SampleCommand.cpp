@@ -1,10 +1,10 @@
 #include <fmt/format.h>
 
+#include "QuarnPlatform/files/HostFile.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
-#include "quarn/commands/HostFile.h"
 #include "quarn/sample/HostileVolume.h"
 #include "quarn/sample/SampleVolume.h"
 #include "quarn/terminal/TerminalText.h"

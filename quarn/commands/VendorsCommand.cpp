@@ -8,12 +8,12 @@
 #include <fmt/format.h>
 
 #include "QuarnCore/vendors/VendorProfileJSON.h"
+#include "QuarnPlatform/files/HostFile.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/AppSelection.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
-#include "quarn/commands/HostFile.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"

@@ -1,6 +1,10 @@
 #include "quarn/services/Services.h"
 
+#include <string>
 #include <utility>
+
+#include "QuarnPlatform/text/Text.h"
+#include "quarn/services/Version.h"
 
 namespace quarn {
 
@@ -35,14 +39,38 @@ Services::Services(FileManager volume, ResourceBundle shippedResources)
       }) {}
 
 AppInspectionService Services::appInspection(const Cancellation& cancellation) const {
+  return inspectionWith(fileSizeCalculator, cancellation);
+}
+
+AppInspectionService Services::inspectionWith(const FileSizeCalculator& sizes, const Cancellation& cancellation) const {
   const FileManager polled = files.cancelledBy(cancellation);
   const ReceiptScanner receipts = ReceiptScanner::answering(ReceiptSnapshot::of(polled));
-  const KernelExtensionService extensions = KernelExtensionService::snapshot(polled, fileSizeCalculator);
+  const KernelExtensionService extensions = KernelExtensionService::snapshot(polled, sizes);
   return AppInspectionService(
-      artifactScanner(), uninstallerDiscovery, EntitlementsReader::snapshot(polled), LaunchdScanner::snapshot(polled),
-      receipts, deepInspector(),
-      KernelExtensionAssociationService(vendorProfiles(), receipts, extensions, files.homeDirectory(), files),
-      fileSizeCalculator, files);
+      ArtifactScanner(sizes, files), uninstallerDiscovery, EntitlementsReader::snapshot(polled),
+      LaunchdScanner::snapshot(polled), receipts, deepInspector(),
+      KernelExtensionAssociationService(vendorProfiles(), receipts, extensions, files.homeDirectory(), files), sizes,
+      files);
+}
+
+ScanStore Services::scanStore() const {
+  return {
+      {.programVersion = std::string(kVersion),
+       .vendorProfiles = static_cast<std::int64_t>(vendorProfiles().profiles().size()),
+       .locale = Locale::current().identifier(),
+       .appDiscovery = appDiscovery,
+       .launchdScanner = launchdScanner,
+       .receiptScanner = receiptScanner,
+       .ownership = {vendorProfiles(), entitlementsReader, launchdScanner, receiptScanner, files},
+       .dashboard =
+           [this](const FileSizeCalculator& sizes) {
+             return StorageDashboardService(volumeInfoClient, sizes, signatureRegistry(), volumeLocationChecker,
+                                            vendorHints(), quarantineManager, files);
+           },
+       .inspection = [this](const FileSizeCalculator& sizes,
+                            const Cancellation& cancellation) { return inspectionWith(sizes, cancellation); },
+       .extensions = [this](const FileSizeCalculator& sizes) { return KernelExtensionService::live(files, sizes); }},
+      files};
 }
 
 OwnershipService Services::ownership() const {

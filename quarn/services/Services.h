@@ -7,6 +7,7 @@
 #include "QuarnCore/inspection/AppsService.h"
 #include "QuarnCore/ownership/OwnershipService.h"
 #include "QuarnCore/planning/AppRemovalPlanner.h"
+#include "QuarnCore/scans/ScanStore.h"
 #include "QuarnCore/storage/StorageDashboardService.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
 #include "QuarnCore/storage/VendorPathHintIndex.h"
@@ -41,6 +42,9 @@ struct Services {
   /// A service for a map of the whole volume. It caches what the map asks of the system.
   [[nodiscard]] OwnershipService ownership() const;
 
+  /// The store of scans; reads the vendor profiles.
+  [[nodiscard]] ScanStore scanStore() const;
+
   FileManager files;
   ResourceBundle resources;
 
@@ -66,6 +70,10 @@ struct Services {
   Lazy<DeepInspectorService> deepInspector;
   Lazy<KernelExtensionAssociationService> kernelExtensionAssociation;
   Lazy<StorageDashboardService> storageDashboard;
+
+ private:
+  [[nodiscard]] AppInspectionService inspectionWith(const FileSizeCalculator& sizes,
+                                                    const Cancellation& cancellation) const;
 };
 
 }  // namespace quarn

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include "QuarnCore/storage/RecordedFolders.h"
 #include "tests/QuarnCore/storage/PlainScan.h"
 
 namespace quarn {
@@ -150,6 +151,66 @@ TEST_P(PartitionedScanProperty, EveryFileBelowARootCountsOnceInTheCategoryOfTheP
     const auto sizes = volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never());
     const std::vector<PlainlyScanned> expected = plainScan(volume);
     ASSERT_EQ(textOf(sizes), textOf(sumOf(expected))) << "seed " << seed << "\n" << listing(volume, expected);
+  }
+}
+
+/// A folder as text: sizes of all and of hidden files, count, and marks.
+std::string recordText(const SizeInfo& all, const SizeInfo& hidden, std::int64_t files, bool isHidden) {
+  return std::to_string(all.allocatedBytes) + " " + std::to_string(all.logicalBytes) + " hidden " +
+         std::to_string(hidden.allocatedBytes) + " " + std::to_string(hidden.logicalBytes) + " files " +
+         std::to_string(files) + (isHidden ? " is hidden" : "");
+}
+
+// Lists every folder by plain recursion.
+void listFolders(const FileManager& files, const FileURL& folder, bool isHidden,
+                 std::map<std::string, std::string>& texts, SizeInfo& all, SizeInfo& hidden, std::int64_t& count) {
+  for (const DirectoryEntry& entry : files.contentsOfDirectory(folder, HiddenItems::include)) {
+    const bool isHiddenEntry = entry.url.lastPathComponent().starts_with('.');
+    SizeInfo own;
+    SizeInfo ownHidden;
+    if (entry.type == FileType::regular) {
+      own = files.requireFacts(entry.url, Links::doNotFollow).sizes;
+      ++count;
+    }
+    if (entry.type == FileType::directory) {
+      std::int64_t ofFolder = 0;
+      listFolders(files, entry.url, isHiddenEntry, texts, own, ownHidden, ofFolder);
+      count += ofFolder;
+    }
+    all += own;
+    hidden += isHiddenEntry ? own : ownHidden;
+  }
+  texts[folder.path()] = recordText(all, hidden, count, isHidden);
+}
+
+std::map<std::string, std::string> recordedTexts(const RecordedFolders& folders) {
+  std::map<std::string, std::string> texts;
+  std::vector<std::string> paths;
+  for (std::size_t i = 0; i < folders.size(); ++i) {
+    const RecordedFolders::Record record = folders.at(i);
+    const std::string parent = i == 0 ? "" : paths[record.parent];
+    paths.push_back(i == 0 ? "/" : (parent == "/" ? "" : parent) + "/" + std::string(record.name));
+    texts[paths.back()] = recordText(record.sizes, record.hiddenSizes, record.files, record.isHidden);
+    EXPECT_EQ(folders.find(paths.back()), i);
+  }
+  return texts;
+}
+
+TEST_P(PartitionedScanProperty, ARecordedScanHasTheSameTotalsAndEveryFolderOfTheVolume) {
+  for (unsigned seed = 0; seed < 25; ++seed) {
+    const RandomVolume volume(seed, GetParam());
+    RecordedFolders folders;
+    const auto recorded = volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never(), &folders);
+    const auto plain = volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never());
+    ASSERT_EQ(textOf(recorded), textOf(plain)) << "seed " << seed;
+    std::map<std::string, std::string> expected;
+    SizeInfo all;
+    SizeInfo hidden;
+    std::int64_t count = 0;
+    listFolders(volume.files(), FileURL("/"), /*isHidden=*/false, expected, all, hidden, count);
+    ASSERT_EQ(recordedTexts(folders), expected) << "seed " << seed;
+    EXPECT_EQ(folders.largeFiles().size(), static_cast<std::size_t>(count));
+    EXPECT_EQ(folders.keptAbove(), -1);
   }
 }
 

@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "QuarnPlatform/base/FileError.h"
-#include "quarn/commands/HostFile.h"
+#include "QuarnPlatform/files/HostFile.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -25,6 +26,27 @@ std::string writtenPlace(const std::string& file);
 /// pipe, /dev/null), writes to it directly. On an error, throws FileError and removes the temporary file;
 /// so do SIGINT, SIGTERM and SIGHUP. One thread at a time.
 void writeHostFile(const std::string& file, std::string_view content);
+
+/// Replaces a regular host file, or creates it, completely or not at all. The caller writes the content to the
+/// temporary file beside it; `commit` syncs that file and renames it. Without `commit`, the destructor removes it; so
+/// do SIGINT, SIGTERM and SIGHUP. One at a time.
+class ReplacedHostFile {
+ public:
+  /// Creates the temporary file, empty. Throws FileError: EINVAL if the path is not a regular file.
+  explicit ReplacedHostFile(const std::string& file);
+  ~ReplacedHostFile();
+  ReplacedHostFile(const ReplacedHostFile&) = delete;
+  ReplacedHostFile& operator=(const ReplacedHostFile&) = delete;
+
+  /// The path of the temporary file.
+  [[nodiscard]] const std::string& temporary() const;
+  /// Throws FileError.
+  void commit();
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
 
 /// Removes the file that an unfinished `writeHostFile` is writing, if there is one. For a process that is about to end;
 /// safe in a signal handler.

@@ -1,4 +1,4 @@
-#include "quarn/commands/HostFile.h"
+#include "QuarnPlatform/files/HostFile.h"
 
 #include <array>
 #include <atomic>
@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <random>
 
@@ -81,8 +82,10 @@ bool writeAll(int descriptor, std::string_view content) {
     if (written < 0) return false;
     content.remove_prefix(static_cast<std::size_t>(written));
   }
-  return ::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS;
+  return true;
 }
+
+bool isSynced(int descriptor) { return ::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS; }
 
 std::optional<struct stat> factsOf(const std::string& file) {
   struct stat facts {};
@@ -116,7 +119,9 @@ mode_t newFileMode() {
 void writeInPlace(const std::string& file, std::string_view content) {
   const FileDescriptor descriptor(
       againIfInterrupted([&] { return ::open(file.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY); }));
-  if (!descriptor.isOpen() || !writeAll(descriptor.get(), content)) throwFileError("write", file);
+  if (!descriptor.isOpen() || !writeAll(descriptor.get(), content) || !isSynced(descriptor.get())) {
+    throwFileError("write", file);
+  }
 }
 
 // Named before it is made, so that no signal comes between its making and its name.
@@ -128,18 +133,10 @@ std::string temporaryName(const std::string& target) {
   return name;
 }
 
-void replaceFile(const std::string& file, const std::string& target, mode_t mode, std::string_view content) {
-  const std::string temporary = temporaryName(target);
-  const UnfinishedFile unfinished(temporary);
-  const FileDescriptor descriptor(
-      ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!descriptor.isOpen()) throwFileError("write", file);
-  const bool isWritten = writeAll(descriptor.get(), content) && ::fchmod(descriptor.get(), mode) == 0 &&
-                         ::rename(temporary.c_str(), target.c_str()) == 0;
-  if (isWritten) return;
-  const int error = errno;
-  ::unlink(temporary.c_str());
-  throwFileError(error, "write", file);
+// The new name must survive a power failure too. Not every file system can sync a folder.
+void syncFolder(const std::string& folder) {
+  const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (descriptor.isOpen()) (void)::fsync(descriptor.get());
 }
 
 }  // namespace
@@ -188,13 +185,57 @@ std::string writtenPlace(const std::string& file) {
 
 void writeHostFile(const std::string& file, std::string_view content) {
   checkHostFile(file);
-  const SizeLimitSignalIgnored guard;
   const auto facts = factsOf(file);
   if (facts && !S_ISREG(facts->st_mode)) {
+    const SizeLimitSignalIgnored guard;
     writeInPlace(file, content);
-  } else {
-    replaceFile(file, targetOf(file), facts ? facts->st_mode & 07777 : newFileMode(), content);
+    return;
   }
+  ReplacedHostFile replaced(file);
+  const FileDescriptor descriptor(::open(replaced.temporary().c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC));
+  if (!descriptor.isOpen() || !writeAll(descriptor.get(), content)) throwFileError("write", file);
+  replaced.commit();
+}
+
+struct ReplacedHostFile::State {
+  explicit State(const std::string& path)
+      : file(path), target(targetOf(path)), temporary(temporaryName(target)), unfinished(temporary) {}
+
+  std::string file;
+  std::string target;
+  std::string temporary;
+  mode_t mode = 0;
+  bool isCreated = false;
+  SizeLimitSignalIgnored guard{};
+  UnfinishedFile unfinished;
+};
+
+ReplacedHostFile::ReplacedHostFile(const std::string& file) {
+  checkHostFile(file);
+  const auto facts = factsOf(file);
+  if (facts && !S_ISREG(facts->st_mode)) throwFileError(EINVAL, "write", file);
+  state_ = std::make_unique<State>(file);
+  state_->mode = facts ? facts->st_mode & 07777 : newFileMode();
+  const FileDescriptor descriptor(
+      ::open(state_->temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+  if (!descriptor.isOpen()) throwFileError("write", file);
+  state_->isCreated = true;
+}
+
+ReplacedHostFile::~ReplacedHostFile() {
+  if (state_ && state_->isCreated) ::unlink(state_->temporary.c_str());
+}
+
+const std::string& ReplacedHostFile::temporary() const { return state_->temporary; }
+
+void ReplacedHostFile::commit() {
+  const FileDescriptor descriptor(::open(state_->temporary.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+  if (!descriptor.isOpen() || !isSynced(descriptor.get()) || ::fchmod(descriptor.get(), state_->mode) != 0 ||
+      ::rename(state_->temporary.c_str(), state_->target.c_str()) != 0) {
+    throwFileError("write", state_->file);
+  }
+  state_->isCreated = false;
+  syncFolder(folderOf(state_->target));
 }
 
 }  // namespace quarn

@@ -1,0 +1,426 @@
+#include "QuarnCore/scans/Scan.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <set>
+#include <utility>
+
+#include "QuarnCore/scans/Database.h"
+#include "QuarnCore/scans/ScanHeader.h"
+#include "QuarnCore/scans/ScanRows.h"
+#include "QuarnCore/scans/ScanSchema.h"
+#include "QuarnPlatform/paths/Path.h"
+
+namespace quarn {
+namespace {
+
+using scans::damage;
+using scans::RowReader;
+
+/// The owner's position of a row in a list whose ids count from 1.
+template <class Owner>
+Owner& ownerOf(std::int64_t id, std::vector<Owner>& owners) {
+  if (id < 1 || id > static_cast<std::int64_t>(owners.size())) throw damage("a row belongs to no other");
+  return owners[static_cast<std::size_t>(id - 1)];
+}
+
+// Ids count from 1 in the order of the rows.
+void checkID(std::int64_t id, std::size_t position) {
+  if (id != static_cast<std::int64_t>(position) + 1) throw damage("an id is out of order");
+}
+
+/// Calls `consume(RowReader&)` for each row.
+template <class Consume>
+void eachRow(const Database& database, std::string_view sql, const Consume& consume) {
+  Statement statement = database.prepare(sql);
+  while (statement.step()) {
+    RowReader row(statement);
+    consume(row);
+  }
+}
+
+std::optional<VendorPathHint> hintOf(const scans::HintColumns& columns) {
+  if (!columns.vendorID) return std::nullopt;
+  if (!columns.vendorName || !columns.category || !columns.kind || !columns.dataClass || !columns.title ||
+      !columns.risk || !columns.path) {
+    throw damage("a hint is incomplete");
+  }
+  return VendorPathHint{.vendorID = *columns.vendorID,
+                        .vendorName = *columns.vendorName,
+                        .category = *columns.category,
+                        .artifactKind = *columns.kind,
+                        .artifactDataClass = *columns.dataClass,
+                        .artifactTitle = *columns.title,
+                        .explanation = columns.explanation,
+                        .riskLevel = *columns.risk,
+                        .path = *columns.path};
+}
+
+// A folder's place in the order makes sense, and its name is a name.
+void check(const ScannedFolder& folder, std::int64_t marks) {
+  const bool isRoot = folder.id == 0;
+  const bool isName = isRoot ? folder.name == "/" : !folder.name.empty() && folder.name != "." && folder.name != "..";
+  const bool hasSeparator = !isRoot && folder.name.find_first_of(std::string_view("/\0", 2)) != std::string::npos;
+  const bool isAfterParent = isRoot ? folder.parent == 0 : folder.parent < folder.id;
+  const bool fits = folder.descendants <= std::numeric_limits<std::uint32_t>::max() - folder.id;
+  if (!isName || hasSeparator || !isAfterParent || !fits || folder.files < 0 || marks < 0 || marks > 7) {
+    throw damage("a folder is impossible");
+  }
+}
+
+ScannedFolder readFolder(RowReader& row) {
+  ScannedFolder folder;
+  std::int64_t marks = 0;
+  scans::folderColumns(row, folder, marks);
+  check(folder, marks);
+  folder.isHidden = (marks & scans::kHiddenMark) != 0;
+  folder.isPackage = (marks & scans::kPackageMark) != 0;
+  folder.isRead = (marks & scans::kUnreadMark) == 0;
+  return folder;
+}
+
+/// Reads single folders.
+class FolderRows {
+ public:
+  explicit FolderRows(const Database& database) : statement_(database.prepare("SELECT * FROM folders WHERE id = ?")) {}
+
+  ScannedFolder at(std::uint32_t id) {
+    statement_.bind(std::int64_t{id});
+    if (!statement_.step()) throw damage("a folder is missing");
+    RowReader row(statement_);
+    ScannedFolder folder = readFolder(row);
+    while (statement_.step()) {
+    }
+    return folder;
+  }
+
+  /// Calls `consume` for the folders directly in a folder, by name, until it returns false. Skips what is below them.
+  template <class Consume>
+  void eachChild(const ScannedFolder& folder, const Consume& consume) {
+    const std::uint64_t last = std::uint64_t{folder.id} + folder.descendants;
+    for (std::uint64_t next = std::uint64_t{folder.id} + 1; next <= last;) {
+      ScannedFolder child = at(static_cast<std::uint32_t>(next));
+      next = std::uint64_t{child.id} + child.descendants + 1;
+      if (child.parent != folder.id) throw damage("a folder is in another one");
+      if (!consume(child)) return;
+    }
+  }
+
+ private:
+  Statement statement_;
+};
+
+void checkSchema(const Database& database) {
+  Statement statement = database.prepare("SELECT type, name, sql FROM sqlite_schema ORDER BY rowid");
+  for (const ScanTable& table : scanTables()) {
+    if (!statement.step()) throw damage("a table is missing");
+    const bool isTable = statement.bytes() == "table";
+    const bool isNamed = statement.bytes() == table.name;
+    if (!isTable || !isNamed || statement.isNull() || statement.bytes() != createStatement(table)) {
+      throw damage("a table has another form");
+    }
+  }
+  if (statement.step()) throw damage("there is something besides the tables");
+}
+
+ScanFacts readFacts(const Database& database) {
+  ScanFacts facts;
+  std::size_t rows = 0;
+  eachRow(database, "SELECT * FROM scan LIMIT 2", [&](RowReader& row) {
+    scans::scanColumns(row, facts);
+    ++rows;
+  });
+  if (rows != 1) throw damage("there is not one scan");
+  if (facts.keptAbove < -1 || facts.files < 0 || facts.folders < 1) throw damage("a count is negative");
+  return facts;
+}
+
+void addArtifacts(const Database& database, std::vector<ScannedApp>& apps) {
+  eachRow(database, "SELECT * FROM uninstallers ORDER BY rowid", [&](RowReader& row) {
+    std::int64_t app = 0;
+    UninstallerCandidate uninstaller;
+    scans::uninstallerColumns(row, app, uninstaller);
+    ownerOf(app, apps).inspection.uninstallers.push_back(std::move(uninstaller));
+  });
+  std::vector<std::pair<std::int64_t, Artifact>> artifacts;
+  eachRow(database, "SELECT * FROM artifacts ORDER BY id", [&](RowReader& row) {
+    auto& [app, artifact] = artifacts.emplace_back();
+    std::int64_t id = 0;
+    scans::artifactColumns(row, id, app, artifact);
+    checkID(id, artifacts.size() - 1);
+  });
+  eachRow(database, "SELECT * FROM artifact_items ORDER BY rowid", [&](RowReader& row) {
+    std::int64_t artifact = 0;
+    FileURL url;
+    row(artifact, url);
+    ownerOf(artifact, artifacts).second.urls.push_back(std::move(url));
+  });
+  for (auto& [app, artifact] : artifacts) ownerOf(app, apps).inspection.artifacts.push_back(std::move(artifact));
+}
+
+}  // namespace
+
+struct Scan::State {
+  State(std::string path, Database opened) : file(std::move(path)), database(std::move(opened)) {}
+
+  std::string file;
+  Database database;
+  ScanFacts facts{};
+  std::set<std::string, std::less<>> checked{};  // tables whose pages are checked
+};
+
+// Checks the tables, reads, and says what the matter is in terms of the file.
+template <class Read>
+auto Scan::reading(std::initializer_list<std::string_view> tables, const Read& read) const {
+  try {
+    for (const std::string_view table : tables) {
+      if (state_->checked.contains(table)) continue;
+      state_->database.checkTable(table);
+      state_->checked.emplace(table);
+    }
+    return read(std::as_const(state_->database));
+  } catch (const DatabaseError& error) {
+    if (error.isDamage()) throw ScanError(ScanError::Problem::damaged, state_->file);
+    throwFileError(error.error(), "read", state_->file);
+  }
+}
+
+Scan Scan::open(const std::string& file) {
+  checkScanHeader(file);
+  try {
+    Scan scan(std::make_shared<State>(file, Database::openUntrusted(file)));
+    scan.state_->facts = scan.reading({"sqlite_schema", "scan"}, [](const Database& database) {
+      checkSchema(database);
+      return readFacts(database);
+    });
+    return scan;
+  } catch (const DatabaseError& error) {
+    if (error.isDamage()) throw ScanError(ScanError::Problem::damaged, file);
+    throwFileError(error.error(), "read", file);
+  }
+}
+
+const std::string& Scan::file() const { return state_->file; }
+const ScanFacts& Scan::facts() const { return state_->facts; }
+
+std::vector<StorageCategory> Scan::categories() const {
+  return reading({"categories"}, [](const Database& database) {
+    std::vector<StorageCategory> categories;
+    eachRow(database, "SELECT * FROM categories ORDER BY rowid",
+            [&](RowReader& row) { scans::categoryColumns(row, categories.emplace_back()); });
+    return categories;
+  });
+}
+
+std::vector<ScannedRoot> Scan::roots() const {
+  return reading({"category_roots"}, [](const Database& database) {
+    std::vector<ScannedRoot> roots;
+    eachRow(database, "SELECT * FROM category_roots ORDER BY rowid", [&](RowReader& row) {
+      scans::HintColumns hint;
+      scans::rootColumns(row, roots.emplace_back(), hint);
+      roots.back().hint = hintOf(hint);
+    });
+    return roots;
+  });
+}
+
+std::vector<ScannedApp> Scan::apps(bool withInspections) const {
+  const auto read = [&](const Database& database) {
+    std::vector<ScannedApp> apps;
+    eachRow(database, "SELECT * FROM apps ORDER BY id", [&](RowReader& row) {
+      std::int64_t id = 0;
+      scans::appColumns(row, id, apps.emplace_back());
+      checkID(id, apps.size() - 1);
+    });
+    if (withInspections) addArtifacts(database, apps);
+    return apps;
+  };
+  return withInspections ? reading({"apps", "uninstallers", "artifacts", "artifact_items"}, read)
+                         : reading({"apps"}, read);
+}
+
+std::vector<Ownership> Scan::entries() const {
+  return reading({"entries", "claims"}, [](const Database& database) {
+    std::vector<Ownership> entries;
+    eachRow(database, "SELECT * FROM entries ORDER BY id", [&](RowReader& row) {
+      std::int64_t id = 0;
+      scans::FormerColumns former;
+      Ownership& entry = entries.emplace_back();
+      scans::entryColumns(row, id, entry, former);
+      checkID(id, entries.size() - 1);
+      if (former.name) entry.formerOwner = {.name = *former.name, .bundleIdentifier = former.bundleIdentifier};
+    });
+    eachRow(database, "SELECT * FROM claims ORDER BY rowid", [&](RowReader& row) {
+      std::int64_t id = 0;
+      bool isRival = false;
+      OwnershipClaim claim;
+      scans::claimColumns(row, id, isRival, claim);
+      Ownership& entry = ownerOf(id, entries);
+      (isRival ? entry.rivals : entry.owners).push_back(std::move(claim));
+    });
+    return entries;
+  });
+}
+
+std::vector<Leftover> Scan::leftovers() const {
+  return reading({"leftovers", "leftover_items"}, [](const Database& database) {
+    std::vector<Leftover> leftovers;
+    eachRow(database, "SELECT * FROM leftovers ORDER BY id", [&](RowReader& row) {
+      std::int64_t id = 0;
+      scans::leftoverColumns(row, id, leftovers.emplace_back());
+      checkID(id, leftovers.size() - 1);
+    });
+    eachRow(database, "SELECT * FROM leftover_items ORDER BY rowid", [&](RowReader& row) {
+      std::int64_t leftover = 0;
+      LeftoverItem item;
+      scans::leftoverItemColumns(row, leftover, item);
+      ownerOf(leftover, leftovers).items.push_back(std::move(item));
+    });
+    return leftovers;
+  });
+}
+
+std::vector<LaunchdEntry> Scan::jobs() const {
+  return reading({"jobs", "job_arguments"}, [](const Database& database) {
+    std::vector<LaunchdEntry> jobs;
+    eachRow(database, "SELECT * FROM jobs ORDER BY id", [&](RowReader& row) {
+      std::int64_t id = 0;
+      scans::jobColumns(row, id, jobs.emplace_back());
+      checkID(id, jobs.size() - 1);
+    });
+    eachRow(database, "SELECT * FROM job_arguments ORDER BY rowid", [&](RowReader& row) {
+      std::int64_t job = 0;
+      std::string argument;
+      row(job, argument);
+      ownerOf(job, jobs).programArguments.push_back(std::move(argument));
+    });
+    return jobs;
+  });
+}
+
+std::vector<ReceiptInfo> Scan::receipts() const {
+  return reading({"receipts"}, [](const Database& database) {
+    std::vector<ReceiptInfo> receipts;
+    eachRow(database, "SELECT * FROM receipts ORDER BY rowid",
+            [&](RowReader& row) { scans::receiptColumns(row, receipts.emplace_back()); });
+    return receipts;
+  });
+}
+
+std::vector<KernelExtensionInfo> Scan::extensions() const {
+  return reading({"extensions"}, [](const Database& database) {
+    std::vector<KernelExtensionInfo> extensions;
+    eachRow(database, "SELECT * FROM extensions ORDER BY rowid",
+            [&](RowReader& row) { scans::extensionColumns(row, extensions.emplace_back()); });
+    return extensions;
+  });
+}
+
+std::vector<UnreadableItem> Scan::unreadable() const {
+  return reading({"unreadable"}, [](const Database& database) {
+    std::vector<UnreadableItem> items;
+    eachRow(database, "SELECT path, error FROM unreadable ORDER BY rowid", [&](RowReader& row) {
+      UnreadableItem& item = items.emplace_back();
+      std::uint32_t error = 0;
+      row(item.path, error);
+      item.error = static_cast<int>(error & 0xFFFFU);
+      item.cause = item.error == 0 ? UnreadableCause::otherDevice : unreadableCause(item.error);
+    });
+    return items;
+  });
+}
+
+ScanContent Scan::content() const {
+  return {.facts = facts(),
+          .categories = categories(),
+          .roots = roots(),
+          .apps = apps(/*withInspections=*/true),
+          .entries = entries(),
+          .leftovers = leftovers(),
+          .jobs = jobs(),
+          .receipts = receipts(),
+          .extensions = extensions(),
+          .unreadable = unreadable()};
+}
+
+std::optional<ScannedFolder> Scan::folder(std::string_view path) const {
+  return reading({"folders"}, [&](const Database& database) -> std::optional<ScannedFolder> {
+    FolderRows rows(database);
+    ScannedFolder folder = rows.at(0);
+    for (const std::string_view name : path::names(path)) {
+      std::optional<ScannedFolder> found;
+      rows.eachChild(folder, [&](ScannedFolder& child) {
+        if (child.name == name) found = std::move(child);
+        return !found;
+      });
+      if (!found) return std::nullopt;
+      folder = std::move(*found);
+    }
+    return folder;
+  });
+}
+
+std::vector<ScannedFolder> Scan::children(const ScannedFolder& folder) const {
+  return reading({"folders"}, [&](const Database& database) {
+    std::vector<ScannedFolder> children;
+    FolderRows(database).eachChild(folder, [&](ScannedFolder& child) {
+      children.push_back(std::move(child));
+      return true;
+    });
+    return children;
+  });
+}
+
+void Scan::folders(std::uint32_t first, std::uint32_t last,
+                   const std::function<bool(const ScannedFolder&)>& consume) const {
+  reading({"folders"}, [&](const Database& database) {
+    Statement statement = database.prepare("SELECT * FROM folders WHERE id BETWEEN ? AND ? ORDER BY id");
+    statement.bind(std::int64_t{first});
+    statement.bind(std::int64_t{last});
+    while (statement.step()) {
+      RowReader row(statement);
+      if (!consume(readFolder(row))) return;
+    }
+  });
+}
+
+std::vector<ScannedFile> Scan::largeFiles(std::uint32_t first, std::uint32_t last) const {
+  return reading({"large_files"}, [&](const Database& database) {
+    std::vector<ScannedFile> files;
+    Statement statement = database.prepare("SELECT * FROM large_files WHERE folder BETWEEN ? AND ? ORDER BY rowid");
+    statement.bind(std::int64_t{first});
+    statement.bind(std::int64_t{last});
+    while (statement.step()) {
+      RowReader row(statement);
+      ScannedFile& file = files.emplace_back();
+      scans::fileColumns(row, file);
+      const bool isName =
+          !file.name.empty() && file.name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
+      if (!isName || file.name == "." || file.name == "..") throw damage("a file is impossible");
+    }
+    return files;
+  });
+}
+
+SizeInfo Scan::hiddenSizes(std::uint32_t folder) const {
+  return reading({"hidden_sizes"}, [&](const Database& database) {
+    Statement statement = database.prepare("SELECT allocated, logical FROM hidden_sizes WHERE folder = ?");
+    statement.bind(std::int64_t{folder});
+    SizeInfo size;
+    if (statement.step()) {
+      RowReader row(statement);
+      row(size);
+    }
+    return size;
+  });
+}
+
+void Scan::readAll() const {
+  (void)content();
+  constexpr std::uint32_t kLast = std::numeric_limits<std::uint32_t>::max();
+  folders(0, kLast, [](const ScannedFolder&) { return true; });
+  (void)largeFiles(0, kLast);
+  (void)hiddenSizes(0);
+}
+
+}  // namespace quarn

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "QuarnCore/scans/ScanContent.h"
+#include "QuarnCore/scans/ScanError.h"
+
+namespace quarn {
+
+/// A scan in a file. Reads what it is asked for, not the whole file, and writes nothing. The file may come from
+/// anywhere: each table is checked before it is read, and so is every value. All operations throw ScanError if the file
+/// is damaged, and FileError if it cannot be read. Copies share the file. Belongs to one thread at a time.
+class Scan {
+ public:
+  /// Throws ScanError for a file that is not a scan of this version, and FileError.
+  static Scan open(const std::string& file);
+
+  [[nodiscard]] const std::string& file() const;
+  [[nodiscard]] const ScanFacts& facts() const;
+
+  [[nodiscard]] std::vector<StorageCategory> categories() const;
+  [[nodiscard]] std::vector<ScannedRoot> roots() const;
+  /// The apps; with their inspections only on request.
+  [[nodiscard]] std::vector<ScannedApp> apps(bool withInspections) const;
+  [[nodiscard]] std::vector<Ownership> entries() const;
+  [[nodiscard]] std::vector<Leftover> leftovers() const;
+  [[nodiscard]] std::vector<LaunchdEntry> jobs() const;
+  [[nodiscard]] std::vector<ReceiptInfo> receipts() const;
+  [[nodiscard]] std::vector<KernelExtensionInfo> extensions() const;
+  [[nodiscard]] std::vector<UnreadableItem> unreadable() const;
+  /// Everything except folders and files.
+  [[nodiscard]] ScanContent content() const;
+
+  /// The folder at an absolute path without links; absent if the scan has none there.
+  [[nodiscard]] std::optional<ScannedFolder> folder(std::string_view path) const;
+  /// The folders directly in a folder, by name.
+  [[nodiscard]] std::vector<ScannedFolder> children(const ScannedFolder& folder) const;
+  /// Calls `consume` for the folders `first` to `last`, in order. Stops when it returns false.
+  void folders(std::uint32_t first, std::uint32_t last, const std::function<bool(const ScannedFolder&)>& consume) const;
+  /// The largest files in the folders `first` to `last`, in the order of the folders, then by name.
+  [[nodiscard]] std::vector<ScannedFile> largeFiles(std::uint32_t first, std::uint32_t last) const;
+  /// The part of a folder's sizes that is hidden, as seen from that folder.
+  [[nodiscard]] SizeInfo hiddenSizes(std::uint32_t folder) const;
+
+  /// Reads every table with all checks, for tests of hostile files.
+  void readAll() const;
+
+ private:
+  struct State;
+  explicit Scan(std::shared_ptr<State> state) : state_(std::move(state)) {}
+  template <class Read>
+  auto reading(std::initializer_list<std::string_view> tables, const Read& read) const;
+
+  std::shared_ptr<State> state_;
+};
+
+}  // namespace quarn

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+
+namespace quarn {
+
+/// Checks the kind, the version and the length of a scan file by its first bytes, before SQLite sees it. Throws
+/// ScanError, and FileError if the file cannot be read or is not a regular file.
+void checkScanHeader(const std::string& file);
+
+}  // namespace quarn

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace quarn {
+
+/// A table of a scan. `docs/scans.md` explains its columns.
+struct ScanTable {
+  std::string_view name;
+  std::string_view columns;  ///< as in CREATE TABLE
+};
+
+/// "QRN1" in big-endian: the application_id of a scan.
+inline constexpr std::int64_t kScanApplicationID = 0x51524E31;
+/// The user_version of a scan. It rises when a table changes.
+inline constexpr std::int64_t kScanFormat = 1;
+
+/// All tables, in the order in which they are written.
+std::span<const ScanTable> scanTables();
+/// The statement that creates a table. SQLite keeps its text, so that a reader can compare it.
+std::string createStatement(const ScanTable& table);
+/// The statement that adds a row to a table.
+std::string insertStatement(std::string_view table);
+/// The number of columns.
+std::size_t columnCount(const ScanTable& table);
+
+}  // namespace quarn

@@ -1,0 +1,167 @@
+#include "QuarnCore/scans/ScanStore.h"
+
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <utility>
+
+#include "QuarnCore/inspection/AppsService.h"
+#include "QuarnCore/ownership/Leftovers.h"
+#include "QuarnCore/scans/RecordedSizes.h"
+#include "QuarnCore/scans/ScanWriter.h"
+#include "QuarnPlatform/files/HostFile.h"
+
+namespace quarn {
+namespace {
+
+constexpr long kSearchDepth = 3;
+constexpr long kSearchResults = 50;
+
+Date now() { return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()); }
+
+/// Gathers the content of one scan.
+class Gathering {
+ public:
+  Gathering(const ScanStore::Services& services, const FileManager& files,
+            const std::function<void(const ScanStore::Progress&)>& onProgress, const Cancellation& cancellation)
+      : services_(services),
+        files_(files.cancelledBy(cancellation)),
+        onProgress_(onProgress),
+        cancellation_(cancellation) {}
+
+  /// False if cancelled.
+  bool gather() {
+    content_.facts = {.programVersion = services_.programVersion,
+                      .vendorProfiles = services_.vendorProfiles,
+                      .locale = services_.locale,
+                      .startedAt = now(),
+                      .home = files_.homeDirectory()};
+    const auto run = [&](ScanStep step, void (Gathering::*gatherPart)()) {
+      if (cancellation_.isCancelled()) return;
+      if (onProgress_) onProgress_({.step = step});
+      (this->*gatherPart)();
+    };
+    run(ScanStep::folders, &Gathering::gatherFolders);
+    run(ScanStep::storage, &Gathering::gatherRoots);
+    run(ScanStep::apps, &Gathering::gatherApps);
+    run(ScanStep::ownership, &Gathering::gatherOwnership);
+    run(ScanStep::system, &Gathering::gatherSystem);
+    content_.facts.finishedAt = now();
+    return !cancellation_.isCancelled();
+  }
+
+  [[nodiscard]] const ScanContent& content() const { return content_; }
+  [[nodiscard]] const RecordedFolders& folders() const { return *folders_; }
+
+ private:
+  void gatherFolders() {
+    const StorageDashboardService dashboard = services_.dashboard(FileSizeCalculator::live(files_));
+    content_.facts.volume = dashboard.initialOverview().volume;
+    std::function<void(const ScanStore::CategorySizes&)> report;
+    if (onProgress_) report = [&](const auto& totals) { onProgress_({.step = ScanStep::folders, .totals = totals}); };
+    const auto totals = dashboard.calculatePartitionedCategorySizes(report, cancellation_, folders_.get());
+    for (const auto& [category, size] : totals) content_.categories.push_back({category, size});
+    sizes_ = recordedSizes(folders_, files_);
+  }
+
+  void gatherRoots() {
+    const StorageDashboardService dashboard = services_.dashboard(sizes_);
+    for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
+      if (category == StorageCategoryID::free) continue;
+      for (const FileURL& url : dashboard.preciseRoots(category, cancellation_)) {
+        if (cancellation_.isCancelled()) return;
+        content_.roots.push_back({.category = category, .url = url, .hint = dashboard.vendorHint(url, category)});
+        content_.roots.back().size = ifPossible([&] { return dashboard.preciseSize(url, category, cancellation_); });
+      }
+    }
+  }
+
+  void gatherApps() {
+    const AppsService apps(services_.appDiscovery, sizes_);
+    const AppInspectionService inspection = services_.inspection(sizes_, cancellation_);
+    for (const AppEntity& app : apps.discoverApps()) {
+      if (cancellation_.isCancelled()) return;
+      content_.apps.push_back({.inspection = inspection.inspect(app, ScanStore::kInspection, nullptr, cancellation_),
+                               .size = ifPossible([&] { return apps.calculateAppSize(app, cancellation_); })});
+    }
+  }
+
+  void gatherOwnership() {
+    std::vector<AppEntity> apps;
+    for (const ScannedApp& app : content_.apps) apps.push_back(app.inspection.app);
+    const OwnershipMap map = services_.ownership.map(apps, OwnershipService::kEverything, nullptr, cancellation_);
+    for (std::size_t i = 0; i < map.size() && !cancellation_.isCancelled(); ++i) {
+      content_.entries.push_back(map.ownership(i));
+    }
+    content_.leftovers =
+        findLeftovers(map, {.computeSizes = true, .includeSystem = true}, files_, sizes_, cancellation_);
+  }
+
+  void gatherSystem() {
+    content_.jobs = services_.launchdScanner.scan();
+    content_.receipts = services_.receiptScanner.allReceipts();
+    for (ReceiptInfo& receipt : content_.receipts) receipt.files.clear();
+    content_.extensions = services_.extensions(sizes_).installedKernelExtensions(/*includeMacOS=*/false);
+    if (const ReadReport* report = files_.readReport()) content_.unreadable = report->items();
+  }
+
+  // What cannot be sized is in the read report.
+  template <class Size>
+  static std::optional<SizeInfo> ifPossible(const Size& size) {
+    try {
+      return size();
+    } catch (const FileError&) {
+      return std::nullopt;
+    }
+  }
+
+  const ScanStore::Services& services_;
+  const FileManager files_;
+  const std::function<void(const ScanStore::Progress&)>& onProgress_;
+  const Cancellation& cancellation_;
+  std::shared_ptr<RecordedFolders> folders_ = std::make_shared<RecordedFolders>();
+  FileSizeCalculator sizes_ = FileSizeCalculator::live(files_);
+  ScanContent content_;
+};
+
+}  // namespace
+
+const AppInspectionService::Options ScanStore::kInspection{.includeHeuristicSearch = true,
+                                                           .heuristicMaxDepth = kSearchDepth,
+                                                           .heuristicMaxResults = kSearchResults,
+                                                           .includeDocumentsHeuristicSearch = true,
+                                                           .documentsHeuristicMaxDepth = kSearchDepth,
+                                                           .documentsHeuristicMaxResults = kSearchResults,
+                                                           .includeVendorHeuristics = true,
+                                                           .includeSystemArtifacts = true,
+                                                           .includeSystemHeuristicSearch = true,
+                                                           .includeGroupContainers = true,
+                                                           .includeLaunchd = true,
+                                                           .includeReceipts = true,
+                                                           .includeKernelExtensions = true,
+                                                           .computeArtifactSizes = true};
+
+ScanStore::ScanStore(Services services, FileManager files) : services_(std::move(services)), files_(std::move(files)) {}
+
+ScanStore::Written ScanStore::write(const std::string& file, const std::function<void(const Progress&)>& onProgress,
+                                    const Cancellation& cancellation) const {
+  const std::string& volume = files_.hostFolder();
+  if (volume != "/" && liesInHostFolder(file, volume)) throwFileError(EROFS, "write", file);
+  checkHostFile(file);
+  // Every read that fails must be in the scan, also when the caller does not ask for a report.
+  const FileManager files =
+      files_.readReport() != nullptr ? files_ : files_.reportingTo(std::make_shared<ReadReport>());
+  Gathering gathering(services_, files, onProgress, cancellation);
+  if (!gathering.gather()) return {};
+  if (onProgress) onProgress({.step = ScanStep::writing});
+  if (!writeScan(file, gathering.content(), gathering.folders(), cancellation)) return {};
+  std::error_code error;
+  const auto bytes = std::filesystem::file_size(file, error);
+  return {.files = gathering.folders().at(0).files,
+          .folders = static_cast<std::int64_t>(gathering.folders().size()),
+          .bytes = error ? 0 : static_cast<std::int64_t>(bytes),
+          .isComplete = true};
+}
+
+}  // namespace quarn

@@ -1,0 +1,227 @@
+#include "QuarnCore/scans/ScanWriter.h"
+
+#include <array>
+#include <cerrno>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "QuarnCore/scans/Database.h"
+#include "QuarnCore/scans/ScanRows.h"
+#include "QuarnCore/scans/ScanSchema.h"
+#include "QuarnPlatform/base/FileDescriptor.h"
+#include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/base/Interruption.h"
+#include "QuarnPlatform/files/HostFile.h"
+
+namespace quarn {
+namespace {
+
+using scans::RowWriter;
+
+constexpr std::size_t kRowsBetweenPolls = 1024;
+
+/// The statement that fills a table, and its parameters.
+class Table {
+ public:
+  Table(const Database& database, std::string_view name) : insert_(database.prepare(insertStatement(name))) {}
+  RowWriter row() { return RowWriter(insert_); }
+
+ private:
+  Statement insert_;
+};
+
+ScanFacts withCounts(ScanFacts facts, const RecordedFolders& folders) {
+  facts.keptAbove = folders.keptAbove();
+  facts.folders = static_cast<std::int64_t>(folders.size());
+  facts.files = folders.at(0).files;
+  return facts;
+}
+
+scans::HintColumns columnsOf(const std::optional<VendorPathHint>& hint) {
+  if (!hint) return {};
+  return {hint->vendorID,      hint->vendorName,  hint->category,  hint->artifactKind, hint->artifactDataClass,
+          hint->artifactTitle, hint->explanation, hint->riskLevel, hint->path};
+}
+
+void writeStorage(const Database& database, const ScanContent& content) {
+  Table categories(database, "categories");
+  for (const StorageCategory& category : content.categories) {
+    RowWriter row = categories.row();
+    scans::categoryColumns(row, category);
+  }
+  Table roots(database, "category_roots");
+  for (const ScannedRoot& root : content.roots) {
+    RowWriter row = roots.row();
+    const scans::HintColumns hint = columnsOf(root.hint);
+    scans::rootColumns(row, root, hint);
+  }
+}
+
+// Returns false if cancelled.
+bool writeFolders(const Database& database, const RecordedFolders& folders, const Cancellation& cancellation) {
+  Table table(database, "folders");
+  Table hidden(database, "hidden_sizes");
+  for (std::size_t i = 0; i < folders.size(); ++i) {
+    if (i % kRowsBetweenPolls == 0 && cancellation.isCancelled()) return false;
+    const RecordedFolders::Record record = folders.at(i);
+    const std::int64_t marks = (record.isHidden ? scans::kHiddenMark : 0) +
+                               (record.isPackage ? scans::kPackageMark : 0) + (record.isRead ? 0 : scans::kUnreadMark);
+    const bool hasTime = record.newest != FolderObserver::kNoTime;
+    const ScannedFolder folder{
+        .id = static_cast<std::uint32_t>(i),
+        .parent = record.parent,
+        .descendants = record.descendants,
+        .name = std::string(record.name),
+        .sizes = record.sizes,
+        .files = record.files,
+        .newest = hasTime ? std::optional(Date(std::chrono::seconds(record.newest))) : std::nullopt};
+    RowWriter row = table.row();
+    scans::folderColumns(row, folder, marks);
+    if (record.hiddenSizes != SizeInfo{}) hidden.row()(folder.id, record.hiddenSizes);
+  }
+  return true;
+}
+
+void writeFiles(const Database& database, const RecordedFolders& folders) {
+  Table table(database, "large_files");
+  for (const RecordedFolders::LargeFile& large : folders.largeFiles()) {
+    const ScannedFile file{.folder = large.folder,
+                           .name = large.name,
+                           .sizes = large.sizes,
+                           .modified = Date(std::chrono::seconds(large.modified)),
+                           .isHidden = large.isHidden};
+    RowWriter row = table.row();
+    scans::fileColumns(row, file);
+  }
+}
+
+void writeApps(const Database& database, const std::vector<ScannedApp>& apps) {
+  Table table(database, "apps");
+  Table uninstallers(database, "uninstallers");
+  Table artifacts(database, "artifacts");
+  Table items(database, "artifact_items");
+  std::int64_t appID = 0;
+  std::int64_t artifactID = 0;
+  for (const ScannedApp& app : apps) {
+    ++appID;
+    RowWriter appRow = table.row();
+    scans::appColumns(appRow, appID, app);
+    for (const UninstallerCandidate& uninstaller : app.inspection.uninstallers) {
+      RowWriter row = uninstallers.row();
+      scans::uninstallerColumns(row, appID, uninstaller);
+    }
+    for (const Artifact& artifact : app.inspection.artifacts) {
+      ++artifactID;
+      RowWriter row = artifacts.row();
+      scans::artifactColumns(row, artifactID, appID, artifact);
+      for (const FileURL& url : artifact.urls) items.row()(artifactID, url);
+    }
+  }
+}
+
+void writeOwnership(const Database& database, const ScanContent& content) {
+  Table entries(database, "entries");
+  Table claims(database, "claims");
+  std::int64_t id = 0;
+  for (const Ownership& entry : content.entries) {
+    ++id;
+    scans::FormerColumns former;
+    if (entry.formerOwner) former = {entry.formerOwner->name, entry.formerOwner->bundleIdentifier};
+    RowWriter row = entries.row();
+    scans::entryColumns(row, id, entry, former);
+    for (const bool isRival : {false, true}) {
+      for (const OwnershipClaim& claim : isRival ? entry.rivals : entry.owners) {
+        RowWriter claimRow = claims.row();
+        scans::claimColumns(claimRow, id, isRival, claim);
+      }
+    }
+  }
+  Table leftovers(database, "leftovers");
+  Table items(database, "leftover_items");
+  id = 0;
+  for (const Leftover& leftover : content.leftovers) {
+    ++id;
+    RowWriter row = leftovers.row();
+    scans::leftoverColumns(row, id, leftover);
+    for (const LeftoverItem& item : leftover.items) {
+      RowWriter itemRow = items.row();
+      scans::leftoverItemColumns(itemRow, id, item);
+    }
+  }
+}
+
+void writeSystem(const Database& database, const ScanContent& content) {
+  Table jobs(database, "jobs");
+  Table arguments(database, "job_arguments");
+  std::int64_t id = 0;
+  for (const LaunchdEntry& job : content.jobs) {
+    ++id;
+    RowWriter row = jobs.row();
+    scans::jobColumns(row, id, job);
+    for (const std::string& argument : job.programArguments) arguments.row()(id, argument);
+  }
+  Table receipts(database, "receipts");
+  for (const ReceiptInfo& receipt : content.receipts) {
+    RowWriter row = receipts.row();
+    scans::receiptColumns(row, receipt);
+  }
+  Table extensions(database, "extensions");
+  for (const KernelExtensionInfo& extension : content.extensions) {
+    RowWriter row = extensions.row();
+    scans::extensionColumns(row, extension);
+  }
+  Table unreadable(database, "unreadable");
+  for (const UnreadableItem& item : content.unreadable) {
+    unreadable.row()(item.path, std::int64_t{item.error}, item.error == 0 ? std::string() : errnoName(item.error));
+  }
+}
+
+bool fill(const Database& database, const ScanContent& content, const RecordedFolders& folders,
+          const Cancellation& cancellation) {
+  database.execute("PRAGMA application_id=" + std::to_string(kScanApplicationID) +
+                   "; PRAGMA user_version=" + std::to_string(kScanFormat) + "; BEGIN");
+  for (const ScanTable& table : scanTables()) database.execute(createStatement(table));
+  {
+    Table table(database, "scan");
+    const ScanFacts facts = withCounts(content.facts, folders);
+    RowWriter row = table.row();
+    scans::scanColumns(row, facts);
+  }
+  writeStorage(database, content);
+  if (!writeFolders(database, folders, cancellation)) return false;
+  writeFiles(database, folders);
+  writeApps(database, content.apps);
+  writeOwnership(database, content);
+  writeSystem(database, content);
+  database.execute("COMMIT");
+  return true;
+}
+
+// SQLite does not keep the errno of every write that fails. Another write tells it.
+int writeError(const std::string& file) {
+  constexpr std::array<char, 4096> kPage{};
+  const FileDescriptor descriptor(::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+  if (!descriptor.isOpen()) return errno;
+  const ssize_t written = againIfInterrupted([&] { return ::write(descriptor.get(), kPage.data(), kPage.size()); });
+  return written < 0 ? errno : EIO;
+}
+
+}  // namespace
+
+bool writeScan(const std::string& file, const ScanContent& content, const RecordedFolders& folders,
+               const Cancellation& cancellation) {
+  ReplacedHostFile replaced(file);
+  try {
+    Database database = Database::makeIn(replaced.temporary());
+    if (!fill(database, content, folders, cancellation)) return false;
+    database.close();
+  } catch (const DatabaseError& error) {
+    throwFileError(error.error() != EIO ? error.error() : writeError(replaced.temporary()), "write", file);
+  }
+  if (cancellation.isCancelled()) return false;
+  replaced.commit();
+  return true;
+}
+
+}  // namespace quarn

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/walking/FolderObserver.h"
+
+namespace quarn {
+
+/// Every folder that the walks of a scan read, with the sum of what is below it, and the largest files. A scan fills it
+/// from several threads; `finish` sorts it and adds up; then it is immutable.
+///
+/// Who owns what: this owns all records. `mutex_` guards them while walks run; it is held for a few instructions, once
+/// or twice per folder and once per kept file. Nobody waits for anything else.
+///
+/// Memory: about 50 bytes and the name per folder, about 100 bytes per kept file. Files that are not kept cost nothing.
+class RecordedFolders final : public FolderObserver {
+ public:
+  static constexpr std::size_t kKeptFiles = 10'000;
+
+  /// A folder. Folders are in pre-order, siblings in ascending byte order of their names, so the folders below one
+  /// follow it.
+  struct Record {
+    std::string_view name;  ///< "/" for the root
+    std::uint32_t parent = 0;
+    std::uint32_t descendants = 0;  ///< number of folders below it
+    ByteCounts sizes{};             ///< of the regular files below it
+    ByteCounts hiddenSizes{};       ///< the part of `sizes` that is hidden, as seen from this folder
+    std::int64_t files = 0;         ///< regular files below it
+    std::int64_t newest = kNoTime;  ///< the latest change of a file below it
+    bool isHidden = false;
+    bool isPackage = false;
+    bool isRead = false;  ///< false if it was not entered: unreadable, or on another device
+  };
+  struct LargeFile {
+    std::uint32_t folder = 0;
+    std::string name{};
+    ByteCounts sizes{};
+    std::int64_t modified = 0;
+    bool isHidden = false;
+  };
+
+  explicit RecordedFolders(std::size_t keptFiles = kKeptFiles);
+
+  // While the scan runs.
+
+  /// The folder at an absolute path without links. Creates it and its ancestors if they are new. Call it for the roots
+  /// of walks before the first walk.
+  Folder place(std::string_view path, const FileManager& files);
+  /// A file that is a root of the scan, in a folder that `place` created.
+  void addFile(std::string_view path, const ByteCounts& sizes, std::int64_t modified);
+  Folder enter(Folder parent, const FolderFacts& facts) override;
+  void leaveOut(Folder parent, const FolderFacts& facts) override;
+  void add(Folder folder, const Counted& files) override;
+  void keep(Folder folder, const File& file) override;
+  /// Sorts and adds up. Throws SizeOverflow.
+  void finish();
+
+  // After `finish`.
+
+  [[nodiscard]] std::size_t size() const { return order_.size(); }
+  [[nodiscard]] Record at(std::size_t position) const;
+  /// The folder at an absolute path without links.
+  [[nodiscard]] std::optional<std::size_t> find(std::string_view path) const;
+  /// The largest files, in the order of their folders, then by name.
+  [[nodiscard]] const std::vector<LargeFile>& largeFiles() const { return files_; }
+  /// All files with a larger size than this are in `largeFiles`; -1 if all files are. The larger of the two sizes of
+  /// a file counts.
+  [[nodiscard]] std::int64_t keptAbove() const { return keptAbove_; }
+
+ private:
+  struct Node {
+    Folder parent = 0;
+    std::uint32_t nameStart = 0;
+    std::uint32_t position = 0;  // in the order of `at`
+    std::uint32_t descendants = 0;
+    ByteCounts sizes{};
+    std::int64_t files = 0;
+    std::int64_t newest = kNoTime;
+    std::uint16_t nameLength = 0;
+    bool isHidden = false;
+    bool isPackage = false;
+    bool isRead = false;
+    bool hasPlaced = false;  // a folder in it was created by `place`
+  };
+
+  [[nodiscard]] std::string_view nameOf(const Node& node) const;
+  Folder create(Folder parent, std::string_view name);
+  [[nodiscard]] std::optional<Folder> placed(Folder parent, std::string_view name) const;
+  void addUp();
+  void sort();
+  void selectFiles();
+
+  std::size_t mostFiles_;
+  std::mutex mutex_;
+  std::vector<Node> nodes_;  // a folder comes after its parent
+  std::string names_;
+  std::unordered_map<std::string, Folder> placed_;  // by path
+  std::unordered_map<Folder, ByteCounts> hidden_;   // of hidden items, where there are any
+  std::vector<LargeFile> files_;                    // a heap, the smallest in front, until `finish`
+  std::int64_t keptAbove_ = -1;
+  std::vector<Folder> order_;
+};
+
+}  // namespace quarn

@@ -1,0 +1,189 @@
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "QuarnCore/scans/Database.h"
+#include "QuarnCore/scans/ScanSchema.h"
+#include "tests/QuarnCore/scans/ScannedVolume.h"
+
+namespace quarn {
+namespace {
+
+using Problem = ScanError::Problem;
+
+class HostileScan : public testing::Test {
+ protected:
+  HostileScan() {
+    volume_.fill();
+    (void)volume_.scanTo(at("scan"));
+    std::ifstream stream(at("scan"), std::ios::binary);
+    bytes_.assign(std::istreambuf_iterator<char>(stream), {});
+  }
+
+  [[nodiscard]] std::string at(const std::string& name) const { return folder_.at(name); }
+
+  [[nodiscard]] std::string written(std::string_view bytes) const {
+    std::ofstream(at("changed"), std::ios::binary | std::ios::trunc) << bytes;
+    return at("changed");
+  }
+
+  /// The problem of opening the file and reading everything; absent if there is none.
+  static std::optional<Problem> problemOf(const std::string& file) {
+    try {
+      Scan::open(file).readAll();
+    } catch (const ScanError& error) {
+      EXPECT_EQ(error.path(), file);
+      return error.problem();
+    }
+    return std::nullopt;
+  }
+
+  /// The problem after SQL has changed a copy.
+  [[nodiscard]] std::optional<Problem> problemAfter(const std::string& sql) const {
+    const std::string file = written(bytes_);
+    Database database = Database::makeIn(file);
+    database.execute(sql);
+    database.close();
+    return problemOf(file);
+  }
+
+  ScannedVolume volume_;
+  ScanFolder folder_;
+  std::string bytes_;
+};
+
+TEST_F(HostileScan, AnUnchangedCopyIsReadable) { EXPECT_EQ(problemOf(written(bytes_)), std::nullopt); }
+
+TEST_F(HostileScan, OtherFilesAreForeign) {
+  EXPECT_EQ(problemOf(written("")), Problem::foreign);
+  EXPECT_EQ(problemOf(written("not a database")), Problem::foreign);
+  EXPECT_EQ(problemOf(written(std::string(100'000, 'x'))), Problem::foreign);
+  EXPECT_EQ(problemAfter("PRAGMA application_id=1"), Problem::foreign);
+}
+
+TEST_F(HostileScan, ANewerFormatSaysSo) {
+  EXPECT_EQ(problemAfter("PRAGMA user_version=2"), Problem::newer);
+  try {
+    (void)Scan::open(at("changed"));
+    FAIL();
+  } catch (const ScanError& error) {
+    EXPECT_EQ(std::string(error.what()), at("changed") + " is a scan of a newer version of quarn (update quarn)");
+  }
+}
+
+TEST_F(HostileScan, WhatIsNotARegularFileIsRefusedAndAMissingFileIsMissing) {
+  const auto errorOf = [](const std::string& file) {
+    try {
+      (void)Scan::open(file);
+    } catch (const FileError& error) {
+      return error.error();
+    }
+    return 0;
+  };
+  EXPECT_EQ(errorOf(at("missing")), ENOENT);
+  std::filesystem::create_directory(at("folder"));
+  EXPECT_EQ(errorOf(at("folder")), EISDIR);
+  ASSERT_EQ(::mkfifo(at("pipe").c_str(), 0600), 0);
+  EXPECT_EQ(errorOf(at("pipe")), EINVAL);
+}
+
+TEST_F(HostileScan, ATruncatedFileIsDamagedAtEveryLength) {
+  for (std::size_t length = 100; length < bytes_.size(); length += 257) {
+    EXPECT_EQ(problemOf(written(bytes_.substr(0, length))), Problem::damaged) << length;
+  }
+  EXPECT_EQ(problemOf(written(bytes_ + "x")), Problem::damaged);
+}
+
+TEST_F(HostileScan, AnOverwrittenPageIsDamaged) {
+  constexpr std::size_t kPage = 4096;
+  for (std::size_t page = kPage; page < bytes_.size(); page += kPage) {
+    std::string changed = bytes_;
+    changed.replace(page, kPage, std::string(kPage, '\xFF'));
+    EXPECT_EQ(problemOf(written(changed)), Problem::damaged) << page / kPage;
+  }
+}
+
+TEST_F(HostileScan, RandomChangesAreReadOrRefusedAndNeverCrash) {
+  std::mt19937 random(1);
+  int refused = 0;
+  for (int round = 0; round < 1'500; ++round) {
+    std::string changed = bytes_;
+    const std::size_t count = 1 + random() % 8;
+    for (std::size_t i = 0; i < count; ++i) changed[random() % changed.size()] = static_cast<char>(random());
+    try {
+      if (problemOf(written(changed))) ++refused;
+    } catch (const SizeOverflow&) {
+      ++refused;
+    }
+  }
+  EXPECT_GT(refused, 0);
+}
+
+TEST_F(HostileScan, ASchemaWithAnythingElseIsDamaged) {
+  EXPECT_EQ(problemAfter("CREATE VIEW v AS SELECT 1"), Problem::damaged);
+  EXPECT_EQ(problemAfter("CREATE TABLE more(a)"), Problem::damaged);
+  EXPECT_EQ(problemAfter("CREATE TRIGGER t AFTER INSERT ON scan BEGIN SELECT 1; END"), Problem::damaged);
+  EXPECT_EQ(problemAfter("CREATE INDEX i ON apps(name)"), Problem::damaged);
+  EXPECT_EQ(problemAfter("DROP TABLE jobs"), Problem::damaged);
+  EXPECT_EQ(problemAfter("DROP TABLE jobs; CREATE VIEW jobs AS SELECT 1"), Problem::damaged);
+}
+
+TEST_F(HostileScan, AValueThatNoScanHasIsDamaged) {
+  for (const char* sql : {"DELETE FROM scan",
+                          "INSERT INTO scan SELECT * FROM scan",
+                          "UPDATE scan SET home='relative'",
+                          "UPDATE scan SET kept_above=-2",
+                          "UPDATE scan SET started_at=9223372036854775807",
+                          "UPDATE categories SET category='nothing'",
+                          "UPDATE categories SET allocated=-1",
+                          "UPDATE categories SET logical='text'",
+                          "UPDATE category_roots SET hint_path=NULL, vendor_id='x'",
+                          "UPDATE folders SET name='a/b' WHERE id=2",
+                          "UPDATE folders SET name='..' WHERE id=2",
+                          "UPDATE folders SET name='' WHERE id=2",
+                          "UPDATE folders SET parent=5 WHERE id=2",
+                          "UPDATE folders SET descendants=4294967296 WHERE id=2",
+                          "UPDATE folders SET files=-1 WHERE id=2",
+                          "UPDATE folders SET marks=8 WHERE id=2",
+                          "UPDATE large_files SET name='a/b'",
+                          "UPDATE large_files SET modified='x'",
+                          "UPDATE apps SET id=id+5",
+                          "UPDATE apps SET is_folder=2",
+                          "UPDATE artifacts SET app=99",
+                          "UPDATE artifacts SET kind='x'",
+                          "UPDATE artifact_items SET artifact=0",
+                          "UPDATE artifact_items SET path=''",
+                          "UPDATE claims SET entry=-1",
+                          "UPDATE entries SET status=NULL",
+                          "UPDATE leftover_items SET leftover=77",
+                          "UPDATE job_arguments SET job=2",
+                          "UPDATE extensions SET path=X'2F00'",
+                          "UPDATE jobs SET label=NULL"}) {
+    EXPECT_EQ(problemAfter(sql), Problem::damaged) << sql;
+  }
+}
+
+TEST_F(HostileScan, AFolderWithMoreFoldersThanThereAreEndsTheSearch) {
+  const std::string file = written(bytes_);
+  Database database = Database::makeIn(file);
+  database.execute("UPDATE folders SET descendants=4000000000 WHERE id=0");
+  database.close();
+  const Scan scan = Scan::open(file);
+  EXPECT_THROW((void)scan.folder("/nowhere"), ScanError);
+}
+
+TEST_F(HostileScan, ReadingChangesNothingBesideTheFile) {
+  const auto before = std::filesystem::last_write_time(at("scan"));
+  Scan::open(at("scan")).readAll();
+  EXPECT_EQ(std::filesystem::last_write_time(at("scan")), before);
+  EXPECT_FALSE(std::filesystem::exists(at("scan-journal")));
+  EXPECT_FALSE(std::filesystem::exists(at("scan-wal")));
+}
+
+}  // namespace
+}  // namespace quarn

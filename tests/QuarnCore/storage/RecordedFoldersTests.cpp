@@ -1,0 +1,133 @@
+#include <gmock/gmock.h>
+
+#include "QuarnCore/storage/RecordedFolders.h"
+#include "tests/QuarnCore/storage/DashboardVolume.h"
+#include "tests/support/UnprivilegedUser.h"
+
+namespace quarn {
+namespace {
+
+using ::testing::ElementsAre;
+
+RecordedFolders::Record recordOf(const RecordedFolders& folders, std::string_view path) {
+  const auto position = folders.find(path);
+  EXPECT_TRUE(position) << path;
+  return position ? folders.at(*position) : RecordedFolders::Record{};
+}
+
+void scan(const DashboardVolume& volume, RecordedFolders& folders) {
+  (void)volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never(), &folders);
+}
+
+std::vector<std::string> keptNames(const RecordedFolders& folders) {
+  std::vector<std::string> names;
+  for (const auto& file : folders.largeFiles()) names.push_back(file.name);
+  return names;
+}
+
+TEST(RecordedFolders, AFolderHasTheNewestChangeOfItsFiles) {
+  DashboardVolume volume;
+  volume.file("~/Pictures/a", 1).file("~/Pictures/sub/b", 2).file("/Elsewhere/c", 4);
+  volume.modified("~/Pictures/a", 1'000).modified("~/Pictures/sub/b", 3'000).modified("/Elsewhere/c", 2'000);
+  RecordedFolders folders;
+  scan(volume, folders);
+  EXPECT_EQ(recordOf(folders, "/Users/ann/Pictures").newest, 3'000);
+  EXPECT_EQ(recordOf(folders, "/Elsewhere").newest, 2'000);
+  EXPECT_EQ(recordOf(folders, "/").newest, 3'000);
+}
+
+TEST(RecordedFolders, PackagesAreMarkedByNameAndByTheBundleBitAlsoWhereTheyAreRoots) {
+  DashboardVolume volume;
+  volume.file("~/Documents/A.app/x", 1).file("~/Documents/plain/x", 1).file("~/Documents/bit/x", 1);
+  volume.file("~/Tool.app/x", 1).bundleBit("~/Documents/bit");
+  RecordedFolders folders;
+  scan(volume, folders);
+  EXPECT_TRUE(recordOf(folders, "/Users/ann/Documents/A.app").isPackage);
+  EXPECT_TRUE(recordOf(folders, "/Users/ann/Documents/bit").isPackage);
+  EXPECT_TRUE(recordOf(folders, "/Users/ann/Tool.app").isPackage);
+  EXPECT_FALSE(recordOf(folders, "/Users/ann/Documents/plain").isPackage);
+}
+
+TEST(RecordedFolders, AHiddenRootIsMarkedAndCountsAsHiddenInItsParent) {
+  DashboardVolume volume;
+  volume.file("~/.cargo/a", 3);
+  RecordedFolders folders;
+  scan(volume, folders);
+  EXPECT_TRUE(recordOf(folders, "/Users/ann/.cargo").isHidden);
+  EXPECT_EQ(recordOf(folders, "/Users/ann").hiddenSizes.logicalBytes, 3);
+  EXPECT_EQ(recordOf(folders, "/Users/ann/.cargo").hiddenSizes.logicalBytes, 0);
+}
+
+TEST(RecordedFolders, HardLinksCountEachTimeAsInTheCategories) {
+  DashboardVolume volume;
+  volume.file("~/Pictures/a", 5).hardLink("~/Pictures/b", "~/Pictures/a");
+  RecordedFolders folders;
+  scan(volume, folders);
+  EXPECT_EQ(recordOf(folders, "/Users/ann/Pictures").sizes.logicalBytes, 10);
+  EXPECT_EQ(recordOf(folders, "/Users/ann/Pictures").files, 2);
+}
+
+TEST(RecordedFolders, OnlyTheLargestFilesAreKeptAndTheLimitSaysWhichAreMissing) {
+  DashboardVolume volume;
+  for (int i = 1; i <= 9; ++i) volume.sparse("~/Pictures/" + std::to_string(i), i * 10);
+  RecordedFolders folders(4);
+  scan(volume, folders);
+  EXPECT_THAT(keptNames(folders), ElementsAre("6", "7", "8", "9"));
+  EXPECT_EQ(folders.keptAbove(), 50);
+}
+
+TEST(RecordedFolders, OfEquallyLargeFilesAllAreKeptOrNone) {
+  DashboardVolume volume;
+  for (int i = 1; i <= 9; ++i) volume.sparse("~/Pictures/" + std::to_string(i), i < 8 ? 10 : 20);
+  RecordedFolders few(4);
+  scan(volume, few);
+  EXPECT_THAT(keptNames(few), ElementsAre("8", "9"));
+  EXPECT_EQ(few.keptAbove(), 10);
+  RecordedFolders all(9);
+  scan(volume, all);
+  EXPECT_EQ(all.largeFiles().size(), 9u);
+  EXPECT_EQ(all.keptAbove(), -1);
+}
+
+TEST(RecordedFolders, AFileThatIsARootOfTheScanIsInItsFolder) {
+  DashboardVolume volume;
+  volume.file("~/notes.txt", 7).file("~/.profile", 8);
+  RecordedFolders folders;
+  scan(volume, folders);
+  EXPECT_THAT(keptNames(folders), ElementsAre(".profile", "notes.txt"));
+  EXPECT_EQ(recordOf(folders, "/Users/ann").sizes.logicalBytes, 15);
+}
+
+TEST(RecordedFolders, AnUnreadableFolderIsRecordedAsNotRead) {
+  DashboardVolume volume;
+  volume.file("~/Pictures/closed/a", 5).mode("~/Pictures/closed", 0000);
+  RecordedFolders folders;
+  {
+    const UnprivilegedUser user;
+    scan(volume, folders);
+  }
+  volume.mode("~/Pictures/closed", 0755);
+  EXPECT_FALSE(recordOf(folders, "/Users/ann/Pictures/closed").isRead);
+  EXPECT_TRUE(recordOf(folders, "/Users/ann/Pictures").isRead);
+}
+
+TEST(RecordedFolders, NamesThatAreNotUTF8Survive) {
+  DashboardVolume volume;
+  volume.file("~/Pictures/\xFF\xFE/\x80", 5);
+  RecordedFolders folders;
+  scan(volume, folders);
+  EXPECT_EQ(recordOf(folders, "/Users/ann/Pictures/\xFF\xFE").sizes.logicalBytes, 5);
+  EXPECT_THAT(keptNames(folders), ElementsAre("\x80"));
+}
+
+TEST(RecordedFolders, WhatDoesNotExistIsNotFound) {
+  DashboardVolume volume;
+  volume.file("~/Pictures/a", 5);
+  RecordedFolders folders;
+  scan(volume, folders);
+  EXPECT_FALSE(folders.find("/Users/ann/Pictures/a"));
+  EXPECT_FALSE(folders.find("/Users/bob"));
+}
+
+}  // namespace
+}  // namespace quarn
