@@ -120,6 +120,6 @@ install(FILES ${completions}/_quarn DESTINATION ${QUARN_ZSH_COMPLETIONS_DIR} COM
 install(FILES ${completions}/quarn.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT runtime)
 
 # The pages for users and the examples keep their relative paths, so that the links between them work.
-install(FILES docs/tutorial.md docs/embedding.md docs/rpc.md DESTINATION ${QUARN_DOCUMENTATION_DIR}/docs COMPONENT runtime)
+install(FILES docs/tutorial.md docs/embedding.md docs/rpc.md docs/scans.md docs/fleet.md DESTINATION ${QUARN_DOCUMENTATION_DIR}/docs COMPONENT runtime)
 install(DIRECTORY docs/commands DESTINATION ${QUARN_DOCUMENTATION_DIR}/docs COMPONENT runtime)
 install(DIRECTORY examples DESTINATION ${QUARN_DOCUMENTATION_DIR} COMPONENT runtime PATTERN "__pycache__" EXCLUDE)

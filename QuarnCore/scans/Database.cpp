@@ -151,6 +151,16 @@ bool Statement::step() {
   return false;
 }
 
+Statement::Kind Statement::kind() const {
+  switch (sqlite3_column_type(statement_, column_)) {
+    case SQLITE_INTEGER: return Kind::integer;
+    case SQLITE_FLOAT: return Kind::real;
+    case SQLITE_TEXT: return Kind::text;
+    case SQLITE_BLOB: return Kind::blob;
+    default: return Kind::null;
+  }
+}
+
 bool Statement::isNull() const { return sqlite3_column_type(statement_, column_) == SQLITE_NULL; }
 
 std::int64_t Statement::integer() {

@@ -56,6 +56,8 @@ class Statement {
   bool step();
   [[nodiscard]] bool isNull() const;
   void skip() { ++column_; }
+  enum class Kind : std::uint8_t { null, integer, real, text, blob };
+  [[nodiscard]] Kind kind() const;
   /// These move to the next column. Throw DatabaseError for a value of another type.
   std::int64_t integer();
   double real();

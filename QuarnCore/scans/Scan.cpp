@@ -79,6 +79,18 @@ ScannedFolder readFolder(RowReader& row) {
   return folder;
 }
 
+ScanValue valueOf(Statement& statement) {
+  switch (statement.kind()) {
+    case Statement::Kind::integer: return statement.integer();
+    case Statement::Kind::real: return statement.real();
+    case Statement::Kind::text: return std::string(statement.bytes());
+    case Statement::Kind::blob: return ScanBlob{std::string(statement.bytes())};
+    case Statement::Kind::null: break;
+  }
+  statement.skip();
+  return std::monostate();
+}
+
 /// Reads single folders.
 class FolderRows {
  public:
@@ -360,6 +372,24 @@ std::optional<ScannedFolder> Scan::folder(std::string_view path) const {
   });
 }
 
+ScannedFolder Scan::folderWithID(std::uint32_t id) const {
+  return reading({"folders"}, [&](const Database& database) { return FolderRows(database).at(id); });
+}
+
+std::vector<ScannedFolder> Scan::packages(std::uint32_t first, std::uint32_t last) const {
+  return reading({"folders"}, [&](const Database& database) {
+    std::vector<ScannedFolder> packages;
+    Statement statement = database.prepare("SELECT * FROM folders WHERE id BETWEEN ? AND ? AND marks & 2 ORDER BY id");
+    statement.bind(std::int64_t{first});
+    statement.bind(std::int64_t{last});
+    while (statement.step()) {
+      RowReader row(statement);
+      packages.push_back(readFolder(row));
+    }
+    return packages;
+  });
+}
+
 std::vector<ScannedFolder> Scan::children(const ScannedFolder& folder) const {
   return reading({"folders"}, [&](const Database& database) {
     std::vector<ScannedFolder> children;
@@ -412,6 +442,18 @@ SizeInfo Scan::hiddenSizes(std::uint32_t folder) const {
       row(size);
     }
     return size;
+  });
+}
+
+void Scan::rows(const ScanTable& table, const std::function<bool(const std::vector<ScanValue>&)>& consume) const {
+  reading({table.name}, [&](const Database& database) {
+    Statement statement = database.prepare("SELECT * FROM " + std::string(table.name) + " ORDER BY rowid");
+    const std::size_t columns = columnCount(table);
+    while (statement.step()) {
+      std::vector<ScanValue> row;
+      for (std::size_t i = 0; i < columns; ++i) row.push_back(valueOf(statement));
+      if (!consume(row)) return;
+    }
   });
 }
 

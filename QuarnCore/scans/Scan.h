@@ -6,12 +6,22 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <variant>
 #include <vector>
 
 #include "QuarnCore/scans/ScanContent.h"
 #include "QuarnCore/scans/ScanError.h"
 
 namespace quarn {
+
+struct ScanTable;
+
+/// A value of a table as it is in the file. A text that is not UTF-8 is a blob.
+struct ScanBlob {
+  std::string bytes;
+};
+using ScanValue = std::variant<std::monostate, std::int64_t, double, std::string, ScanBlob>;
 
 /// A scan in a file. Reads what it is asked for, not the whole file, and writes nothing. The file may come from
 /// anywhere: each table is checked before it is read, and so is every value. All operations throw ScanError if the file
@@ -39,6 +49,10 @@ class Scan {
 
   /// The folder at an absolute path without links; absent if the scan has none there.
   [[nodiscard]] std::optional<ScannedFolder> folder(std::string_view path) const;
+  /// The folder with this id.
+  [[nodiscard]] ScannedFolder folderWithID(std::uint32_t id) const;
+  /// The packages among the folders `first` to `last`, in order.
+  [[nodiscard]] std::vector<ScannedFolder> packages(std::uint32_t first, std::uint32_t last) const;
   /// The folders directly in a folder, by name.
   [[nodiscard]] std::vector<ScannedFolder> children(const ScannedFolder& folder) const;
   /// Calls `consume` for the folders `first` to `last`, in order. Stops when it returns false.
@@ -47,6 +61,9 @@ class Scan {
   [[nodiscard]] std::vector<ScannedFile> largeFiles(std::uint32_t first, std::uint32_t last) const;
   /// The part of a folder's sizes that is hidden, as seen from that folder.
   [[nodiscard]] SizeInfo hiddenSizes(std::uint32_t folder) const;
+
+  /// Calls `consume` for the rows of a table, in order. Stops when it returns false.
+  void rows(const ScanTable& table, const std::function<bool(const std::vector<ScanValue>&)>& consume) const;
 
   /// Reads every table with all checks, for tests of hostile files.
   void readAll() const;

@@ -21,15 +21,27 @@ struct ScanFacts {
   Date finishedAt{};
   FileURL home{};
   VolumeInfo volume{};
+  bool hasCapacity = true;  ///< false for a folder that is not a mounted volume: the bytes in `volume` are its disk's
   std::int64_t keptAbove = -1;  ///< all files with a larger size than this are in the scan; -1 for all files
   std::int64_t files = 0;       ///< regular files of the volume
   std::int64_t folders = 0;
   friend bool operator==(const ScanFacts&, const ScanFacts&) = default;
 };
 
-/// A root of a storage category.
+/// The beginning of a scan, for lists of scans.
+struct ScanSummary {
+  ScanFacts facts{};
+  std::vector<StorageCategory> categories{};
+  std::vector<AppEntity> apps{};
+  friend bool operator==(const ScanSummary&, const ScanSummary&) = default;
+};
+
+/// A folder or file of a storage category.
 struct ScannedRoot {
   StorageCategoryID category = StorageCategoryID::other;
+  /// True for a folder that the category lists, with all that is in it. False for a root of the walk, with what is in
+  /// it and counts for the category; their sum is the category's size.
+  bool isListed = false;
   FileURL url{};
   std::optional<SizeInfo> size{};  ///< absent if it could not be had
   std::optional<VendorPathHint> hint{};

@@ -133,8 +133,8 @@ class RowReader {
 template <class Row, class Facts>
 void scanColumns(Row& row, Facts& facts) {
   row(facts.programVersion, facts.vendorProfiles, facts.locale, facts.startedAt, facts.finishedAt, facts.home,
-      facts.volume.name, facts.volume.url, facts.volume.totalBytes, facts.volume.freeBytes, facts.keptAbove,
-      facts.files, facts.folders);
+      facts.volume.name, facts.volume.url, facts.volume.totalBytes, facts.volume.freeBytes, facts.hasCapacity,
+      facts.keptAbove, facts.files, facts.folders);
 }
 
 template <class Row, class Category>
@@ -157,8 +157,8 @@ struct HintColumns {
 
 template <class Row, class Root, class Hint>
 void rootColumns(Row& row, Root& root, Hint& hint) {
-  row(root.category, root.url, root.size, hint.vendorID, hint.vendorName, hint.category, hint.kind, hint.dataClass,
-      hint.title, hint.explanation, hint.risk, hint.path);
+  row(root.category, root.isListed, root.url, root.size, hint.vendorID, hint.vendorName, hint.category, hint.kind,
+      hint.dataClass, hint.title, hint.explanation, hint.risk, hint.path);
 }
 
 template <class Row, class Number, class App>

@@ -12,10 +12,10 @@ namespace {
 constexpr std::array kTables{
     ScanTable{.name = "scan", .columns =
         "program_version, vendor_profiles, locale, started_at, finished_at, home, home_is_folder, volume_name, volume_path, "
-        "volume_is_folder, total_bytes, free_bytes, kept_above, files, folders"},
+        "volume_is_folder, total_bytes, free_bytes, has_capacity, kept_above, files, folders"},
     ScanTable{.name = "categories", .columns = "category, allocated, logical"},
     ScanTable{.name = "category_roots", .columns =
-        "category, path, is_folder, allocated, logical, vendor_id, vendor_name, hint_category, hint_kind, hint_data_class, "
+        "category, is_listed, path, is_folder, allocated, logical, vendor_id, vendor_name, hint_category, hint_kind, hint_data_class, "
         "hint_title, hint_explanation, hint_risk, hint_path"},
     ScanTable{.name = "folders", .columns =
         "id INTEGER PRIMARY KEY, parent, descendants, name, allocated, logical, files, newest, marks"},
@@ -54,6 +54,17 @@ std::string createStatement(const ScanTable& table) {
 
 std::size_t columnCount(const ScanTable& table) {
   return static_cast<std::size_t>(std::count(table.columns.begin(), table.columns.end(), ',')) + 1;
+}
+
+std::vector<std::string> columnNames(const ScanTable& table) {
+  std::vector<std::string> names;
+  std::string_view rest = table.columns;
+  while (!rest.empty()) {
+    const std::string_view column = rest.substr(0, rest.find(','));
+    rest.remove_prefix(std::min(column.size() + 2, rest.size()));
+    names.emplace_back(column.substr(0, column.find(' ')));
+  }
+  return names;
 }
 
 std::string insertStatement(std::string_view table) {

@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quarn {
 
@@ -24,6 +25,8 @@ std::span<const ScanTable> scanTables();
 std::string createStatement(const ScanTable& table);
 /// The statement that adds a row to a table.
 std::string insertStatement(std::string_view table);
+/// The names of the columns in order.
+std::vector<std::string> columnNames(const ScanTable& table);
 /// The number of columns.
 std::size_t columnCount(const ScanTable& table);
 

@@ -60,8 +60,12 @@ class Gathering {
     content_.facts.volume = dashboard.initialOverview().volume;
     std::function<void(const ScanStore::CategorySizes&)> report;
     if (onProgress_) report = [&](const auto& totals) { onProgress_({.step = ScanStep::folders, .totals = totals}); };
-    const auto totals = dashboard.calculatePartitionedCategorySizes(report, cancellation_, folders_.get());
-    for (const auto& [category, size] : totals) content_.categories.push_back({category, size});
+    content_.facts.hasCapacity = files_.mount().isMountPoint;
+    countedRoots_ = dashboard.calculatePartitionedRoots(report, cancellation_, folders_.get());
+    content_.categories = dashboard.initialOverview().categories;
+    for (StorageCategory& category : content_.categories) {
+      for (const auto& root : countedRoots_) category.size += root.sizes.at(category.id);
+    }
     sizes_ = recordedSizes(folders_, files_);
   }
 
@@ -69,9 +73,16 @@ class Gathering {
     const StorageDashboardService dashboard = services_.dashboard(sizes_);
     for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
       if (category == StorageCategoryID::free) continue;
+      for (const auto& [url, sizes] : countedRoots_) {
+        const SizeInfo size = sizes.at(category);
+        if (size == SizeInfo{}) continue;
+        content_.roots.push_back(
+            {.category = category, .url = url, .size = size, .hint = dashboard.vendorHint(url, category)});
+      }
       for (const FileURL& url : dashboard.preciseRoots(category, cancellation_)) {
         if (cancellation_.isCancelled()) return;
-        content_.roots.push_back({.category = category, .url = url, .hint = dashboard.vendorHint(url, category)});
+        content_.roots.push_back(
+            {.category = category, .isListed = true, .url = url, .hint = dashboard.vendorHint(url, category)});
         content_.roots.back().size = ifPossible([&] { return dashboard.preciseSize(url, category, cancellation_); });
       }
     }
@@ -80,11 +91,13 @@ class Gathering {
   void gatherApps() {
     const AppsService apps(services_.appDiscovery, sizes_);
     const AppInspectionService inspection = services_.inspection(sizes_, cancellation_);
-    for (const AppEntity& app : apps.discoverApps()) {
-      if (cancellation_.isCancelled()) return;
-      content_.apps.push_back({.inspection = inspection.inspect(app, ScanStore::kInspection, nullptr, cancellation_),
-                               .size = ifPossible([&] { return apps.calculateAppSize(app, cancellation_); })});
-    }
+    inspection.inspectAll(
+        apps.discoverApps(), ScanStore::kInspection,
+        [&](const AppInspection& done) {
+          content_.apps.push_back(
+              {.inspection = done, .size = ifPossible([&] { return apps.calculateAppSize(done.app, cancellation_); })});
+        },
+        cancellation_);
   }
 
   void gatherOwnership() {
@@ -122,6 +135,7 @@ class Gathering {
   const Cancellation& cancellation_;
   std::shared_ptr<RecordedFolders> folders_ = std::make_shared<RecordedFolders>();
   FileSizeCalculator sizes_ = FileSizeCalculator::live(files_);
+  std::vector<StorageDashboardService::PartitionedRoot> countedRoots_;
   ScanContent content_;
 };
 

@@ -110,8 +110,7 @@ void SizingWorker::countFile(SizedFolder& folder, const DirectoryReader::Entry& 
   const std::optional<std::uint8_t> bucket = folder.bucketOf(scheduler_.attribution(), entry.name);
   if (!bucket) return;
   const bool isObserved = scheduler_.observer() != nullptr;
-  FolderObserver::File file{
-      .name = entry.name, .sizes = entry.sizes.value_or(ByteCounts{}), .isHidden = entry.hidden};
+  FolderObserver::File file{.name = entry.name, .sizes = entry.sizes.value_or(ByteCounts{}), .isHidden = entry.hidden};
   // A listing that has the sizes does not have the time.
   if (!entry.sizes || isObserved) {
     std::int64_t* modified = isObserved ? &file.modified : nullptr;

@@ -1,4 +1,4 @@
-# What the library of the package for macOS is linked with: the system's ICU, libplist beside it, and nothing else, because fmt
+# What the library of the package for macOS is linked with: the system's ICU and SQLite, libplist beside it, and nothing else, because fmt
 # and spdlog are compiled into it.
 include(CMakeFindDependencyMacro)
 find_dependency(Threads)
@@ -9,6 +9,10 @@ foreach(quarn_library ICU::uc ICU::i18n)
     set_target_properties(${quarn_library} PROPERTIES INTERFACE_LINK_LIBRARIES icucore)
   endif()
 endforeach()
+if(NOT TARGET SQLite::SQLite3)
+  add_library(SQLite::SQLite3 INTERFACE IMPORTED)
+  set_target_properties(SQLite::SQLite3 PROPERTIES INTERFACE_LINK_LIBRARIES sqlite3)
+endif()
 foreach(quarn_library spdlog::spdlog fmt::fmt)
   if(NOT TARGET ${quarn_library})
     add_library(${quarn_library} INTERFACE IMPORTED)

@@ -20,15 +20,16 @@ Apps filtered(const Apps& apps, const std::function<bool(const AppEntity&)>& pre
 }
 
 /// Ways to interpret the word as an app, most specific first.
-std::vector<std::function<bool(const AppEntity&)>> readings(const std::string& word, const FileManager& files) {
+std::vector<std::function<bool(const AppEntity&)>> readings(
+    const std::string& word, const FileURL& home, const std::function<std::string(const FileURL&)>& resolved) {
   const bool isHomePath = word.starts_with("~/");
-  const std::optional<FileURL> url = FileURL::parse(isHomePath ? files.homeDirectory().path() + word.substr(1) : word);
-  const std::string wantedPath = url ? files.resolvedPath(*url) : "";
+  const std::optional<FileURL> url = FileURL::parse(isHomePath ? home.path() + word.substr(1) : word);
+  const std::string wantedPath = url ? resolved(*url) : "";
   const std::string lowercased = Text::lowercased(word);
   const std::string key = Text::normalizedKey(word);
   const auto identifier = [](const AppEntity& app) { return Text::lowercased(app.bundleIdentifier.value_or("")); };
   return {
-      [=](const AppEntity& app) { return !wantedPath.empty() && files.resolvedPath(app.bundleURL) == wantedPath; },
+      [=](const AppEntity& app) { return !wantedPath.empty() && resolved(app.bundleURL) == wantedPath; },
       [=](const AppEntity& app) { return app.bundleIdentifier && identifier(app) == lowercased; },
       [=](const AppEntity& app) { return app.name == word; },
       [=](const AppEntity& app) { return Text::normalizedKey(app.name) == key; },
@@ -57,17 +58,27 @@ std::string described(const AppEntity& app) {
   throw CommandError(ExitCode::notFound, problem);
 }
 
-}  // namespace
-
-AppEntity selectApp(CommandContext& context, const std::string& word) {
-  const Services& services = context.services();
-  const Apps apps = services.appsService().discoverApps();
-  for (const auto& reading : readings(word, services.files)) {
+AppEntity selectFrom(const Apps& apps, const std::string& word, const FileURL& home,
+                     const std::function<std::string(const FileURL&)>& resolved) {
+  for (const auto& reading : readings(word, home, resolved)) {
     const Apps candidates = filtered(apps, reading);
     if (candidates.size() == 1) return candidates.front();
     if (candidates.size() > 1) refuseAmbiguous(word, candidates);
   }
   refuseUnknown(word, apps);
+}
+
+}  // namespace
+
+AppEntity selectApp(CommandContext& context, const std::string& word) {
+  if (const Scan* scan = context.scan()) {
+    Apps apps;
+    for (ScannedApp& app : scan->apps(/*withInspections=*/false)) apps.push_back(std::move(app.inspection.app));
+    return selectFrom(apps, word, scan->facts().home, [](const FileURL& url) { return url.path(); });
+  }
+  const Services& services = context.services();
+  return selectFrom(services.appsService().discoverApps(), word, services.files.homeDirectory(),
+                    [&](const FileURL& url) { return services.files.resolvedPath(url); });
 }
 
 }  // namespace quarn

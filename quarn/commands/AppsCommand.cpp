@@ -3,6 +3,7 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"
+#include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/wire/RecordJSON.h"
 
@@ -52,7 +53,19 @@ Table tableOf(const std::vector<AppEntity>& apps, const Sizes& sizes, CommandCon
   return table;
 }
 
+ExitCode showScanned(const Scan& scan, CommandContext& context) {
+  std::vector<AppEntity> apps;
+  Sizes sizes;
+  for (ScannedApp& app : scan.apps(/*withInspections=*/false)) {
+    apps.push_back(std::move(app.inspection.app));
+    if (context.arguments().has("--sizes")) sizes.push_back(app.size);
+  }
+  showList(context, "apps", listed(apps, sizes), tableOf(apps, sizes, context));
+  return context.finish();
+}
+
 ExitCode runApps(CommandContext& context) {
+  if (const Scan* scan = context.scan()) return showScanned(*scan, context);
   const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
   const Sizes sizes = context.arguments().has("--sizes") ? sizesOf(apps, context) : Sizes();
   showList(context, "apps", listed(apps, sizes), tableOf(apps, sizes, context));
@@ -61,6 +74,7 @@ ExitCode runApps(CommandContext& context) {
 
 constexpr std::array kAppsOptions{
     OptionRow{.name = "--sizes", .help = "Print the size of every app (reads each bundle)"},
+    kScanOption,
 };
 constexpr std::array kAppsExamples{
     ExampleRow{.line = "quarn apps", .meaning = "the applications of this Mac"},

@@ -54,6 +54,9 @@ SandboxRules sandboxRules(const Arguments& arguments, const std::string& volume,
                                   "/usr/share/locale", "/sys/devices/system/cpu"}};
   const std::string output = arguments.text("--output").value_or("-");
   if (output != "-") rules.writable = {writtenPlace(output)};
+  for (const std::string_view option : {"--export", "--scans"}) {
+    if (const std::optional<std::string> folder = arguments.text(option)) rules.writable.push_back(*folder);
+  }
   return rules;
 }
 
@@ -122,7 +125,34 @@ void CommandContext::openLog(const std::string& file, const std::string& volumeF
   if (!DiagnosticsLogger::shared().writeTo(file)) warn("cannot write the log " + file);
 }
 
-std::string CommandContext::displayPath(const FileURL& url) { return pathText(url, services().files.homeDirectory()); }
+const Scan* CommandContext::scan() {
+  const std::optional<std::string> file = arguments_.text("--scan");
+  if (!file) return nullptr;
+  if (!scan_) {
+    scan_ = Scan::open(*file);
+    useLocalization(arguments_.text("--locale").value_or(environmentLocale()), ResourceBundle::shipped());
+    for (const UnreadableItem& item : scan_->unreadable()) {
+      if (item.cause == UnreadableCause::otherDevice) {
+        report_->addOtherDevice(item.path);
+      } else {
+        report_->add(item.path, item.error);
+      }
+    }
+    confineToOpenFiles();
+  }
+  return &*scan_;
+}
+
+void CommandContext::confineToOpenFiles() const {
+  if (!arguments_.has("--no-sandbox")) enterSandbox({.readable = {"/usr/lib", "/lib", "/lib64", "/usr/share/locale"}});
+}
+
+FileURL CommandContext::home() {
+  const Scan* scan = this->scan();
+  return scan != nullptr ? scan->facts().home : services().files.homeDirectory();
+}
+
+std::string CommandContext::displayPath(const FileURL& url) { return pathText(url, home()); }
 
 void CommandContext::print(std::string_view text) const {
   if (std::fwrite(text.data(), 1, text.size(), stdout) < text.size()) throwFileError("write", "standard output");

@@ -9,6 +9,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "QuarnCore/scans/Scan.h"
 #include "QuarnPlatform/base/Cancellation.h"
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/files/ReadReport.h"
@@ -33,6 +34,11 @@ class CommandContext {
   [[nodiscard]] const Arguments& arguments() const { return arguments_; }
   /// The services of the selected volume; opens it on first use. Throws CommandError or FileError.
   const Services& services();
+  /// The scan that --scan names, and null without that option. The first call opens it, adds what the scan could not
+  /// read to `unread`, and confines the process. Throws ScanError or FileError.
+  const Scan* scan();
+  /// Confines the process to the files that are open, for commands that read no volume.
+  void confineToOpenFiles() const;
   /// The items that could not be read so far.
   [[nodiscard]] UnreadSummary unread() const { return unreadSummary(*report_); }
   /// Records an error that the command survives.
@@ -51,6 +57,8 @@ class CommandContext {
   [[nodiscard]] std::string size(std::int64_t bytes) const { return sizeText(bytes, units_); }
   /// The path for display, with the home folder as "~".
   [[nodiscard]] std::string displayPath(const FileURL& url);
+  /// The home folder of the volume or of the scan.
+  [[nodiscard]] FileURL home();
 
   /// Writes text to standard output. Throws FileError if the write fails.
   void print(std::string_view text) const;
@@ -82,6 +90,7 @@ class CommandContext {
   std::shared_ptr<ReadReport> report_;
   std::optional<Cancellation> cancellation_;
   std::unique_ptr<Services> services_;
+  std::optional<Scan> scan_;
   bool isProgressShown_ = false;
 };
 

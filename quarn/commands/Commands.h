@@ -16,6 +16,8 @@ const CommandRow& storageCommand();
 const CommandRow& topCommand();
 const CommandRow& cloudCommand();
 const CommandRow& reportCommand();
+const CommandRow& scanCommand();
+const CommandRow& diffCommand();
 const CommandRow& vendorsCommand();
 const CommandRow& jobsCommand();
 const CommandRow& receiptsCommand();
@@ -28,9 +30,10 @@ const CommandRow& helpCommand();
 
 /// All commands, in the order of the help.
 inline constexpr std::array kCommands{
-    &appsCommand,  &inspectCommand, &planCommand,   &ownerCommand,       &leftoversCommand, &storageCommand,
-    &topCommand,   &cloudCommand,   &reportCommand, &vendorsCommand,     &jobsCommand,      &receiptsCommand,
-    &kextsCommand, &rpcCommand,     &sampleCommand, &completionsCommand, &manualCommand,    &helpCommand,
+    &appsCommand,    &inspectCommand, &planCommand,        &ownerCommand,    &leftoversCommand,
+    &storageCommand, &topCommand,     &cloudCommand,       &reportCommand,   &scanCommand,
+    &diffCommand,    &vendorsCommand, &jobsCommand,        &receiptsCommand, &kextsCommand,
+    &rpcCommand,     &sampleCommand,  &completionsCommand, &manualCommand,   &helpCommand,
 };
 
 }  // namespace quarn

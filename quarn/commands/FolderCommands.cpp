@@ -9,8 +9,10 @@
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/PathArgument.h"
+#include "quarn/commands/ScanOption.h"
 #include "quarn/report/Share.h"
 #include "quarn/terminal/Table.h"
+#include "quarn/terminal/TerminalText.h"
 #include "quarn/wire/RecordJSON.h"
 
 namespace quarn {
@@ -72,7 +74,59 @@ std::vector<TopItem> largest(std::vector<TopItem> items, Rank rank, long limit) 
   return items;
 }
 
+// A path on the Mac at the time of the scan.
+FileURL scannedFolder(const std::string& text, const FileURL& home) {
+  if (text == "~") return home;
+  if (text.starts_with("~/")) return home.appending(text.substr(2));
+  const std::optional<FileURL> url = FileURL::parse(text);
+  if (!url) throw UsageError("\"" + escapedForTerminal(text) + "\" is not an absolute path");
+  return *url;
+}
+
+std::vector<FileURL> scannedFolders(const Scan& scan, CommandContext& context) {
+  const FileURL home = scan.facts().home;
+  std::vector<FileURL> folders;
+  if (const std::optional<std::string> name = context.arguments().text("--category")) {
+    const StorageCategoryID category = fromRawValue<StorageCategoryID>(*name).value();
+    const FileURL trash = home.appending(".Trash");
+    for (const ScannedRoot& root : scan.roots()) {
+      if (root.category == category && root.isListed && root.url != trash && scan.folder(root.url.path()))
+        folders.push_back(root.url);
+    }
+    return folders;
+  }
+  for (const std::string& text : context.arguments().positionals) {
+    folders.push_back(scannedFolder(text, home));
+    if (scan.folder(folders.back().path())) continue;
+    throw CommandError(ExitCode::notFound,
+                       "the scan does not have the folder " + escapedForTerminal(folders.back().path()));
+  }
+  if (folders.empty()) folders.push_back(home);
+  return folders;
+}
+
+std::vector<TopItem> scannedItems(const Scan& scan, CommandContext& context) {
+  refuseWithScan(context, "--visits", "a scan has seen everything");
+  const Arguments& arguments = context.arguments();
+  const ScannedItems items(scan);
+  const bool hidden = !arguments.has("--no-hidden");
+  const bool byDisk = rankOf(arguments) == Rank::disk;
+  const long limit = arguments.number("--limit", kUsualLimit);
+  const std::vector<FileURL> folders = scannedFolders(scan, context);
+  if (arguments.has("--children")) return heldItems(items.topChildren(folders, limit, hidden, byDisk), scan, context);
+  if (arguments.has("--files")) return heldItems(items.topFiles(folders, limit, hidden, byDisk), scan, context);
+  const TopItemsService::SearchOptions options{.limit = limit,
+                                               .maxDepth = arguments.number("--depth", kNoLimit),
+                                               .maxVisited = kNoLimit,
+                                               .allowSlowForPackages = true,
+                                               .includeHidden = hidden,
+                                               .preferAllocatedSize = byDisk,
+                                               .keepsZeroAllocation = true};
+  return heldItems(items.topFilesRecursively(folders, options), scan, context);
+}
+
 std::vector<TopItem> rankedItems(CommandContext& context) {
+  if (const Scan* scan = context.scan()) return scannedItems(*scan, context);
   const Arguments& arguments = context.arguments();
   const TopItemsService& service = context.services().topItems();
   const Cancellation& cancellation = context.cancellation();
@@ -150,6 +204,7 @@ ExitCode runCloud(CommandContext& context) {
 
 constexpr std::array kPaths{PositionalRow{.name = "PATH", .help = "Folder, a path on the Mac", .isRepeatable = true}};
 constexpr std::array kTopOptions{
+    kScanOption,
     OptionRow{.name = "--category",
               .argument = "C",
               .help = "Search the folders of a storage category",

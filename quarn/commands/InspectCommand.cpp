@@ -9,6 +9,7 @@
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/OwnershipMaps.h"
+#include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/CountText.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
@@ -116,9 +117,11 @@ std::string ownershipText(const AppOwnership& ownership, CommandContext& context
          ownershipLines("Fits another app better", ownership.fitsBetter, context);
 }
 
-// What the map of the whole volume says of the inspection; absent if interrupted: a partial map names wrong owners.
+// What the map of the whole volume says of the inspection; absent if interrupted: a partial map names wrong owners. A
+// scan has no map.
 std::optional<AppOwnership> ownershipOf(const AppInspection& inspection, CommandContext& context) {
-  if (context.isInterrupted() || context.arguments().has("--no-owners")) return std::nullopt;
+  if (context.isInterrupted() || context.arguments().has("--no-owners") || context.scan() != nullptr)
+    return std::nullopt;
   AppOwnership ownership = compareWithMap(inspection, mapOfVolume(context));
   return context.isInterrupted() ? std::nullopt : std::optional(std::move(ownership));
 }
@@ -188,6 +191,7 @@ ExitCode runInspect(CommandContext& context) {
 constexpr std::array kInspectPositionals{
     PositionalRow{.name = "APP", .help = "Name, bundle identifier or path of an app"}};
 constexpr std::array kInspectOptions{
+    kScanOption,
     OptionRow{.name = "--all", .help = "Inspect every app, one line per app", .excludes = "APP"},
     OptionRow{.name = "--no-sizes", .help = "Do not size the artifacts"},
     OptionRow{.name = "--no-system", .help = "Skip system-wide folders"},

@@ -1,7 +1,12 @@
 #include "quarn/commands/Inspection.h"
 
+#include <algorithm>
+#include <utility>
+#include <vector>
+
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "quarn/commands/AppSelection.h"
+#include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
@@ -32,9 +37,28 @@ AppInspectionService::Options optionsOf(const Arguments& arguments) {
           .computeArtifactSizes = !arguments.has("--no-sizes")};
 }
 
+// The inspections of a scan have one set of options.
+std::vector<AppInspection> scannedInspections(const Scan& scan, CommandContext& context) {
+  for (const std::string_view option : {"--no-sizes", "--no-system", "--no-heuristics", "--depth", "--max-results"}) {
+    refuseWithScan(context, option, "a scan has the inspections with all searches and sizes");
+  }
+  std::vector<AppInspection> inspections;
+  for (ScannedApp& app : scan.apps(/*withInspections=*/true)) inspections.push_back(std::move(app.inspection));
+  return inspections;
+}
+
+AppInspection scannedInspection(const Scan& scan, CommandContext& context) {
+  const AppEntity app = selectApp(context, context.arguments().positionals.front());
+  std::vector<AppInspection> inspections = scannedInspections(scan, context);
+  const auto found = std::find_if(inspections.begin(), inspections.end(),
+                                  [&](const AppInspection& inspection) { return inspection.app == app; });
+  return std::move(*found);
+}
+
 }  // namespace
 
 AppInspection inspectNamedApp(CommandContext& context) {
+  if (const Scan* scan = context.scan()) return scannedInspection(*scan, context);
   const AppInspectionService::Options options = optionsOf(context.arguments());
   const AppEntity app = selectApp(context, context.arguments().positionals.front());
   const auto phases = AppInspectionService::phaseSequence(options);
@@ -51,6 +75,10 @@ AppInspection inspectNamedApp(CommandContext& context) {
 }
 
 void inspectAllApps(CommandContext& context, const std::function<void(const AppInspection&)>& consume) {
+  if (const Scan* scan = context.scan()) {
+    for (const AppInspection& inspection : scannedInspections(*scan, context)) consume(inspection);
+    return;
+  }
   const AppInspectionService::Options options = optionsOf(context.arguments());
   const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
   const Cancellation& cancellation = context.cancellation();

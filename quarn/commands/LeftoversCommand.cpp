@@ -7,11 +7,13 @@
 
 #include "QuarnCore/ownership/Leftovers.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/text/Text.h"
 #include "QuarnSystem/AppDiscoveryClient.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/OwnershipMaps.h"
+#include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/wire/RecordJSON.h"
 
@@ -87,6 +89,21 @@ std::vector<Leftover> leftoversOf(CommandContext& context) {
   return all;
 }
 
+// A scan has the sizes, and so the order of `--size`.
+std::vector<Leftover> scannedLeftovers(const Scan& scan, CommandContext& context) {
+  refuseWithScan(context, "--all-users", "a scan has the leftovers of one user");
+  std::vector<Leftover> leftovers = scan.leftovers();
+  if (context.arguments().has("--size")) return leftovers;
+  for (Leftover& leftover : leftovers) {
+    leftover.size.reset();
+    for (LeftoverItem& item : leftover.items) item.size.reset();
+  }
+  std::stable_sort(leftovers.begin(), leftovers.end(), [](const Leftover& left, const Leftover& right) {
+    return Text::localizedCaseInsensitiveCompare(left.owner.name, right.owner.name) < 0;
+  });
+  return leftovers;
+}
+
 // An app whose newest leftover is recent may still be in use, from another volume for example.
 void keepOlder(std::vector<Leftover>& leftovers, std::chrono::days age) {
   const Date limit = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()) - age;
@@ -116,13 +133,15 @@ Table tableOf(CommandContext& context, const std::vector<Leftover>& leftovers) {
 ExitCode runLeftovers(CommandContext& context) {
   const auto age = context.arguments().text("--older-than");
   const auto days = age ? std::optional(ageOf(*age)) : std::nullopt;
-  std::vector<Leftover> leftovers = leftoversOf(context);
+  const Scan* scan = context.scan();
+  std::vector<Leftover> leftovers = scan != nullptr ? scannedLeftovers(*scan, context) : leftoversOf(context);
   if (days) keepOlder(leftovers, *days);
   showList(context, "leftovers", toJSON(leftovers), tableOf(context, leftovers));
   return context.finish();
 }
 
 constexpr std::array kLeftoversOptions{
+    kScanOption,
     OptionRow{.name = "--size", .help = "Size the leftovers, and list the largest first"},
     OptionRow{.name = "--older-than",
               .argument = "AGE",

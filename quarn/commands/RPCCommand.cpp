@@ -18,6 +18,10 @@ ExitCode serveRPC(CommandContext& context) {
 }
 
 constexpr std::array kRPCOptions{
+    OptionRow{.name = "--scans",
+              .argument = "DIR",
+              .help = "Let ScanStore.write and ScanStore.open use files in DIR; the sandbox refuses others",
+              .isHostPath = true},
     OptionRow{.name = "--describe", .help = "Print the interface as JSON and exit"},
 };
 constexpr std::array kRPCExamples{

@@ -9,6 +9,7 @@
 #include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/HostOutput.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/OwnershipMaps.h"
 #include "quarn/report/ReportPage.h"
@@ -115,9 +116,7 @@ ExitCode writeToStandardOutput(CommandContext& context) {
 
 // Check this first: reading the volume may take minutes.
 void refuseBadPlace(const std::string& file, const std::string& volumeFolder) {
-  if (volumeFolder != "/" && liesInHostFolder(file, volumeFolder)) {
-    throw CommandError(ExitCode::usage, "--output: " + escapedForTerminal(file) + " is on the inspected volume");
-  }
+  refuseOnVolume("--output", file, volumeFolder);
   checkHostFile(file);
 }
 

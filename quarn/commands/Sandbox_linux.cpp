@@ -30,8 +30,8 @@ constexpr std::uint64_t kTruncate = std::uint64_t{1} << 14;
 constexpr std::uint64_t kFirstVersion = (std::uint64_t{1} << 13) - 1;  // every kind of access of the first version
 constexpr std::uint64_t kRead = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
 constexpr std::uint64_t kWriteFile = LANDLOCK_ACCESS_FS_WRITE_FILE | kTruncate;
-constexpr std::uint64_t kWrite =
-    kWriteFile | LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_MAKE_REG | LANDLOCK_ACCESS_FS_REMOVE_FILE;
+// A folder is opened to sync it.
+constexpr std::uint64_t kWrite = kWriteFile | kRead | LANDLOCK_ACCESS_FS_MAKE_REG | LANDLOCK_ACCESS_FS_REMOVE_FILE;
 
 std::uint64_t handledAccess(long version) {
   return kFirstVersion | (version >= 2 ? kRefer : 0) | (version >= 3 ? kTruncate : 0);

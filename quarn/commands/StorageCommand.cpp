@@ -7,6 +7,7 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/ListOutput.h"
+#include "quarn/commands/ScanOption.h"
 #include "quarn/report/Share.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
@@ -118,10 +119,22 @@ nlohmann::ordered_json overviewJSON(const Overview& overview) {
           {"isComplete", overview.isComplete}};
 }
 
-ExitCode showOverview(CommandContext& context) {
+Overview overviewOf(CommandContext& context) {
   Overview overview{.volume = context.services().storageDashboard().initialOverview().volume,
                     .hasCapacity = context.services().files.mount().isMountPoint};
   overview.sizes = scan(context);
+  return overview;
+}
+
+Overview scannedOverview(const Scan& scan) {
+  Overview overview{.volume = scan.facts().volume, .hasCapacity = scan.facts().hasCapacity};
+  for (const StorageCategory& category : scan.categories()) overview.sizes[category.id] = category.size;
+  return overview;
+}
+
+ExitCode showOverview(CommandContext& context) {
+  const Scan* kept = context.scan();
+  Overview overview = kept != nullptr ? scannedOverview(*kept) : overviewOf(context);
   overview.isComplete = !context.isInterrupted();
   if (context.wantsJSON()) {
     context.printDocument(overviewJSON(overview));
@@ -147,6 +160,16 @@ void sortBySize(std::vector<SizedRoot>& rows) {
   const auto onDisk = [](const SizedRoot& row) { return row.size ? row.size->allocatedBytes : -1; };
   std::stable_sort(rows.begin(), rows.end(),
                    [&](const SizedRoot& left, const SizedRoot& right) { return onDisk(left) > onDisk(right); });
+}
+
+// Of the overview, or of `--roots`.
+std::vector<SizedRoot> scannedRoots(StorageCategoryID category, const Scan& scan, bool areListed) {
+  std::vector<SizedRoot> rows;
+  for (const ScannedRoot& root : scan.roots()) {
+    if (root.category != category || root.isListed != areListed) continue;
+    rows.push_back({.url = root.url, .size = root.size, .hint = root.hint});
+  }
+  return rows;
 }
 
 // The part of the category in each root of the whole volume's scan, so that the sum is the overview's total.
@@ -185,8 +208,11 @@ std::vector<SizedRoot> listedRoots(StorageCategoryID category, CommandContext& c
 }
 
 ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
-  std::vector<SizedRoot> rows =
-      context.arguments().has("--roots") ? listedRoots(category, context) : partitionedRoots(category, context);
+  const Scan* kept = context.scan();
+  const bool areListed = context.arguments().has("--roots");
+  std::vector<SizedRoot> rows = kept != nullptr ? scannedRoots(category, *kept, areListed)
+                                : areListed     ? listedRoots(category, context)
+                                                : partitionedRoots(category, context);
   sortBySize(rows);
   SizeInfo total;
   for (const SizedRoot& row : rows) total += row.size.value_or(SizeInfo{});
@@ -231,7 +257,9 @@ constexpr std::array kStoragePositionals{
                   .help = kChoiceList<StorageCategoryID, StorageCategoryID::other>,
                   .choices = kChoices<StorageCategoryID, StorageCategoryID::other>}};
 constexpr std::array kStorageOptions{
-    OptionRow{.name = "--roots", .help = "Size the folders that CATEGORY lists, whatever category their items have"}};
+    OptionRow{.name = "--roots", .help = "Size the folders that CATEGORY lists, whatever category their items have"},
+    kScanOption,
+};
 constexpr std::array kStorageExamples{
     ExampleRow{.line = "quarn storage", .meaning = "every category"},
     ExampleRow{.line = "quarn storage development", .meaning = "one category, folder by folder"},

@@ -3,8 +3,8 @@
 namespace quarn {
 namespace {
 
-constexpr std::array kGroups{&inspectionMethods, &ownershipMethods, &discoveryMethods, &vendorMethods,
-                             &planningMethods,   &storageMethods,   &folderMethods,    &systemMethods};
+constexpr std::array kGroups{&inspectionMethods, &ownershipMethods, &discoveryMethods, &vendorMethods, &planningMethods,
+                             &storageMethods,    &folderMethods,    &scanMethods,      &systemMethods};
 
 std::vector<MethodRow> allMethods() {
   std::vector<MethodRow> all;

@@ -28,6 +28,7 @@ std::span<const MethodRow> vendorMethods();
 std::span<const MethodRow> planningMethods();
 std::span<const MethodRow> storageMethods();
 std::span<const MethodRow> folderMethods();
+std::span<const MethodRow> scanMethods();
 std::span<const MethodRow> systemMethods();
 
 /// All methods, in the order of docs/rpc.md. The span is valid for the lifetime of the process.

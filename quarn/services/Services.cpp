@@ -61,7 +61,7 @@ ScanStore Services::scanStore() const {
        .appDiscovery = appDiscovery,
        .launchdScanner = launchdScanner,
        .receiptScanner = receiptScanner,
-       .ownership = {vendorProfiles(), entitlementsReader, launchdScanner, receiptScanner, files},
+       .ownership = ownership(),
        .dashboard =
            [this](const FileSizeCalculator& sizes) {
              return StorageDashboardService(volumeInfoClient, sizes, signatureRegistry(), volumeLocationChecker,

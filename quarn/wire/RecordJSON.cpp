@@ -10,6 +10,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/text/Text.h"
 #include "quarn/wire/RecordFields.h"
+#include "quarn/wire/ScanFields.h"
 
 namespace quarn::wire {
 
@@ -17,6 +18,7 @@ using Evidence = KernelExtensionAssociationService::Evidence;
 using FolderOrFolders = std::variant<FileURL, std::vector<FileURL>>;
 
 // clang-format off
+template <> constexpr std::string_view kEnumerationName<ScanStep> = "ScanStep";
 template <> constexpr std::string_view kEnumerationName<ArtifactKind> = "ArtifactKind";
 template <> constexpr std::string_view kEnumerationName<ArtifactDataClass> = "ArtifactDataClass";
 template <> constexpr std::string_view kEnumerationName<ArtifactScope> = "ArtifactScope";
@@ -93,12 +95,14 @@ using Records =
                VendorProfile, VendorProfile::Match, VendorProfile::ArtifactDefinition, VendorProfile::CarveOut,
                StorageSignatureTable, StorageSignatureRegistry::Signature, AppInspectionService::Options,
                ArtifactScanner::Options, OwnershipService::Options, LeftoverOptions, OwnershipClaim, FormerOwner,
-               Ownership, ItemOwnership, AppOwnership, LeftoverItem, Leftover, PhaseProgress, TotalsProgress>;
+               Ownership, ItemOwnership, AppOwnership, LeftoverItem, Leftover, PhaseProgress, TotalsProgress, ScanFacts,
+               ScanSummary, CategoryChange, FolderChange, AppChange, NewLeftover, ScanDifference, ScanStore::Written,
+               ScanStore::Progress>;
 
 using Enumerations =
     std::tuple<ArtifactKind, ArtifactDataClass, ArtifactScope, RiskLevel, CleanupMode, RemovalOperationPreview::Type,
                AppRemovalPlanPreview::Status, StorageCategoryID, AppInspectionService::Phase,
-               StorageSignatureRegistry::Signature::Kind, OwnershipStatus, EvidenceKind, OrphanKind>;
+               StorageSignatureRegistry::Signature::Kind, OwnershipStatus, EvidenceKind, OrphanKind, ScanStep>;
 
 template <class Record, class Value>
 RecordDescription::Member describe(const wire::Member<Record, Value>& member) {
@@ -236,6 +240,15 @@ QUARN_RESULT(std::map<std::string, wire::Association>)
 QUARN_RESULT(std::map<std::string, StorageCategoryID, std::less<>>)
 QUARN_RESULT(StorageDashboardService::CategorySizes)
 QUARN_RESULT(TotalsProgress)
+
+QUARN_RESULT(ScanSummary)
+QUARN_RESULT(CategoryChange)
+QUARN_RESULT(FolderChange)
+QUARN_RESULT(AppChange)
+QUARN_RESULT(NewLeftover)
+QUARN_RESULT(ScanDifference)
+QUARN_RESULT(ScanStore::Written)
+QUARN_RESULT(ScanStore::Progress)
 
 QUARN_PARAM(FolderOrFolders)
 QUARN_PARAM(std::optional<bool>)

@@ -45,7 +45,7 @@ for word in "$@"; do
   case $word in
     /mnt/mac) word=$SAMPLE ;;
     "$HOME") word=/Users/ann ;;
-    --volume) named=yes ;;
+    --volume|--scan|diff) named=yes ;;
   esac
   words+=("$word")
 done

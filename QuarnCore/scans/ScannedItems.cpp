@@ -1,0 +1,242 @@
+#include "QuarnCore/scans/ScannedItems.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "QuarnCore/folders/LargestItems.h"
+
+namespace quarn {
+namespace {
+
+std::int64_t largerCount(const SizeInfo& size) { return std::max(size.allocatedBytes, size.logicalBytes); }
+
+SizeInfo visibleSize(const ScannedFolder& folder, const Scan& scan, bool includeHidden) {
+  if (includeHidden) return folder.sizes;
+  const SizeInfo hidden = scan.hiddenSizes(folder.id);
+  return {.allocatedBytes = folder.sizes.allocatedBytes - hidden.allocatedBytes,
+          .logicalBytes = folder.sizes.logicalBytes - hidden.logicalBytes};
+}
+
+TopItem itemAt(const FileURL& folder, const std::string& name, const SizeInfo& size, URLKind kind) {
+  return {.url = folder.appending(name, kind), .name = name, .size = size};
+}
+
+/// An item that may be among the largest.
+struct Candidate {
+  std::int64_t key = 0;
+  std::size_t root = 0;
+  std::uint32_t folder = 0;  ///< that contains it
+  std::string name{};
+  SizeInfo size{};
+  bool isPackage = false;
+  bool isHidden = false;
+};
+
+/// A search below several roots.
+class Search {
+ public:
+  Search(const Scan& scan, const std::vector<FileURL>& roots, const TopItemsService::SearchOptions& options)
+      : scan_(scan), roots_(roots), options_(options) {}
+
+  ScannedItems::Answer run() {
+    for (std::size_t root = 0; root < roots_.size(); ++root) gather(root);
+    std::stable_sort(candidates_.begin(), candidates_.end(),
+                     [](const Candidate& left, const Candidate& right) { return left.key > right.key; });
+    const std::int64_t floor = scan_.facts().keptAbove;
+    auto next = candidates_.begin();
+    while (next != candidates_.end() && !isFull() && next->key > floor) {
+      const auto end =
+          std::find_if(next, candidates_.end(), [&](const Candidate& other) { return other.key != next->key; });
+      addEquallyLarge(next, end);
+      next = end;
+    }
+    answer_.isWhole = floor < 0 || isFull();
+    keepLargest();
+    return std::move(answer_);
+  }
+
+ private:
+  /// What is between a root and an item, from the root.
+  struct Way {
+    std::vector<std::string> names;
+    bool isHidden = false;
+    bool isInPackage = false;
+  };
+
+  /// An item of the search in the order of a walk: by root, then by the names below it.
+  struct Found {
+    std::pair<std::size_t, std::vector<std::string>> place;
+    std::int64_t key;
+    TopItem item;
+  };
+
+  [[nodiscard]] bool isFull() const { return static_cast<long>(found_.size()) >= options_.limit; }
+
+  // Of equally large items at the limit, which ones stay depends on the order in which a walk meets all of them. So all
+  // go through the same list as in the walk.
+  void keepLargest() {
+    std::sort(found_.begin(), found_.end(),
+              [](const Found& left, const Found& right) { return left.place < right.place; });
+    LargestItems<TopItem> kept(options_.limit);
+    for (Found& found : found_) kept.add(found.key, std::move(found.item));
+    answer_.items = kept.take();
+  }
+
+  void gather(std::size_t root) {
+    const std::optional<ScannedFolder> folder = scan_.folder(roots_[root].path());
+    if (!folder || !folder->isRead) {
+      answer_.missing.push_back(roots_[root]);
+      return;
+    }
+    const std::uint32_t last = folder->id + folder->descendants;
+    starts_[root] = folder->id;
+    for (ScannedFile& file : scan_.largeFiles(folder->id, last)) {
+      SizeInfo size = file.sizes;
+      if (options_.preferAllocatedSize && !options_.keepsZeroAllocation && size.allocatedBytes == 0)
+        size.allocatedBytes = size.logicalBytes;
+      add({.root = root, .folder = file.folder, .name = std::move(file.name), .size = size, .isHidden = file.isHidden});
+    }
+    if (folder->descendants == 0) return;
+    for (ScannedFolder& package : scan_.packages(folder->id + 1, last)) {
+      const SizeInfo size = options_.allowSlowForPackages ? visibleSize(package, scan_, false) : SizeInfo{};
+      add({.root = root,
+           .folder = package.parent,
+           .name = std::move(package.name),
+           .size = size,
+           .isPackage = true,
+           .isHidden = package.isHidden});
+    }
+  }
+
+  void add(Candidate candidate) {
+    candidate.key = options_.preferAllocatedSize ? candidate.size.allocatedBytes : largerCount(candidate.size);
+    candidates_.push_back(std::move(candidate));
+  }
+
+  void addEquallyLarge(std::vector<Candidate>::iterator next, std::vector<Candidate>::iterator end) {
+    for (; next != end; ++next) {
+      Way way = wayTo(*next);
+      way.names.push_back(next->name);
+      const bool isTooDeep = static_cast<long>(way.names.size()) > options_.maxDepth;
+      const bool isHidden = (way.isHidden || next->isHidden) && !options_.includeHidden;
+      if (isTooDeep || isHidden || way.isInPackage) continue;
+      FileURL url = roots_[next->root];
+      for (const std::string& name : way.names) url = url.appending(name);
+      url = FileURL(url.path(), next->isPackage ? URLKind::directory : URLKind::item);
+      found_.push_back({.place = {next->root, std::move(way.names)},
+                        .key = next->key,
+                        .item = {.url = url, .name = next->name, .size = next->size}});
+    }
+  }
+
+  Way wayTo(const Candidate& candidate) {
+    Way way;
+    for (std::uint32_t id = candidate.folder; id != starts_[candidate.root];) {
+      const ScannedFolder& folder = folderWith(id);
+      way.names.push_back(folder.name);
+      way.isHidden = way.isHidden || folder.isHidden;
+      way.isInPackage = way.isInPackage || folder.isPackage;
+      // A parent has a smaller id, so this ends; a way past the root is a lie of the file.
+      if (folder.parent < starts_[candidate.root]) throw ScanError(ScanError::Problem::damaged, scan_.file());
+      id = folder.parent;
+    }
+    std::reverse(way.names.begin(), way.names.end());
+    return way;
+  }
+
+  const ScannedFolder& folderWith(std::uint32_t id) {
+    const auto [known, isNew] = known_.try_emplace(id);
+    if (isNew) known->second = scan_.folderWithID(id);
+    return known->second;
+  }
+
+  const Scan& scan_;
+  const std::vector<FileURL>& roots_;
+  const TopItemsService::SearchOptions& options_;
+  ScannedItems::Answer answer_;
+  std::vector<Candidate> candidates_;
+  std::vector<Found> found_;
+  std::map<std::size_t, std::uint32_t> starts_;  // the id of each root
+  std::map<std::uint32_t, ScannedFolder> known_;
+};
+
+/// Ranks the direct children of folders.
+class Children {
+ public:
+  Children(const Scan& scan, std::int64_t floor, bool byDisk) : scan_(scan), floor_(floor), byDisk_(byDisk) {}
+
+  /// Calls `addAll(folder, url)` for each folder that the scan has.
+  template <class AddAll>
+  ScannedItems::Answer run(const std::vector<FileURL>& in, long limit, const AddAll& addAll) {
+    for (const FileURL& url : in) {
+      const std::optional<ScannedFolder> folder = scan_.folder(url.path());
+      if (folder && folder->isRead) {
+        addAll(*folder, url);
+      } else {
+        answer_.missing.push_back(url);
+      }
+    }
+    std::vector<TopItem>& items = answer_.items;
+    const auto rank = [&](const TopItem& item) { return byDisk_ ? item.size.allocatedBytes : largerCount(item.size); };
+    std::stable_sort(items.begin(), items.end(),
+                     [&](const TopItem& left, const TopItem& right) { return rank(left) > rank(right); });
+    const bool hasAll = scan_.facts().keptAbove < 0;
+    std::erase_if(items, [&](const TopItem& item) { return (hasAll ? largerCount(item.size) : rank(item)) <= floor_; });
+    const bool isFull = static_cast<long>(items.size()) >= limit;
+    if (isFull) items.resize(static_cast<std::size_t>(std::max(limit, 0L)));
+    answer_.isWhole = scan_.facts().keptAbove < 0 || isFull;
+    return std::move(answer_);
+  }
+
+  void add(TopItem item) { answer_.items.push_back(std::move(item)); }
+
+  /// Adds what is directly in a folder and visible, in the order of the names. `isWanted` chooses folders.
+  template <class Wanted>
+  void addContents(const ScannedFolder& folder, const FileURL& url, bool includeHidden, const Wanted& isWanted) {
+    std::vector<TopItem> found;
+    for (const ScannedFolder& child : scan_.children(folder)) {
+      if ((child.isHidden && !includeHidden) || !child.isRead || !isWanted(child)) continue;
+      found.push_back(itemAt(url, child.name, visibleSize(child, scan_, includeHidden), URLKind::directory));
+    }
+    for (const ScannedFile& file : scan_.largeFiles(folder.id, folder.id)) {
+      if (!file.isHidden || includeHidden) found.push_back(itemAt(url, file.name, file.sizes, URLKind::item));
+    }
+    std::sort(found.begin(), found.end(),
+              [](const TopItem& left, const TopItem& right) { return left.name < right.name; });
+    for (TopItem& item : found) add(std::move(item));
+  }
+
+ private:
+  const Scan& scan_;
+  std::int64_t floor_;
+  bool byDisk_;
+  ScannedItems::Answer answer_;
+};
+
+}  // namespace
+
+ScannedItems::Answer ScannedItems::topFilesRecursively(const std::vector<FileURL>& in,
+                                                       const TopItemsService::SearchOptions& options) const {
+  return Search(scan_, in, options).run();
+}
+
+ScannedItems::Answer ScannedItems::topChildren(const std::vector<FileURL>& in, long limit, bool includeHidden,
+                                               bool byDisk) const {
+  Children children(scan_, std::max<std::int64_t>(scan_.facts().keptAbove, 0), byDisk);
+  return children.run(in, limit, [&](const ScannedFolder& folder, const FileURL& url) {
+    children.addContents(folder, url, includeHidden, [](const ScannedFolder&) { return true; });
+  });
+}
+
+ScannedItems::Answer ScannedItems::topFiles(const std::vector<FileURL>& in, long limit, bool includeHidden,
+                                            bool byDisk) const {
+  Children children(scan_, scan_.facts().keptAbove, byDisk);
+  return children.run(in, limit, [&](const ScannedFolder& folder, const FileURL& url) {
+    children.addContents(folder, url, includeHidden, [](const ScannedFolder& child) { return child.isPackage; });
+  });
+}
+
+}  // namespace quarn

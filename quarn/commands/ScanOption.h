@@ -1,0 +1,24 @@
+#pragma once
+
+#include <vector>
+
+#include "QuarnCore/scans/ScannedItems.h"
+#include "quarn/commands/CommandContext.h"
+#include "quarn/commands/CommandRow.h"
+
+namespace quarn {
+
+/// The option of the commands that can answer from a scan.
+inline constexpr OptionRow kScanOption{.name = "--scan",
+                                       .argument = "FILE",
+                                       .help = "Answer from FILE, which \"quarn scan\" has written",
+                                       .isHostPath = true,
+                                       .excludes = "--volume|--home"};
+
+/// Refuses, as a usage error, an option that a scan has no answer for.
+void refuseWithScan(const CommandContext& context, std::string_view option, std::string_view reason);
+
+/// The items of an answer. Says on standard error what the scan does not have.
+std::vector<TopItem> heldItems(ScannedItems::Answer answer, const Scan& scan, CommandContext& context);
+
+}  // namespace quarn
