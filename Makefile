@@ -50,10 +50,12 @@ demo: packages
 	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) plan "Lumen Notes"
 	$(QUARN) --volume $(SAMPLE) --home $(HOME_OF_SAMPLE) report "Lumen Notes" -o build/report.html
 
+# One test more at a time than there are processors: many tests wait for a program or a limit of time.
+TEST_JOBS ?= $(shell expr $$(nproc) + 1)
 test: test-packages
 	$(CONFIGURE_DEV)
 	cmake --build --preset dev
-	ctest --preset dev -j 2
+	ctest --preset dev -j $(TEST_JOBS)
 
 check: packages
 	cmake/check-format.sh

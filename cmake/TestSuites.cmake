@@ -20,4 +20,8 @@ foreach(line ${lines})
   if(suite MATCHES "InBrowser$")
     set_tests_properties(${prefix}${suite} PROPERTIES LABELS browser)
   endif()
+  # ctest starts the most expensive ones first, so that none of them runs alone at the end.
+  if(suite MATCHES "FailingDisk|BigTrees|LittleMemory|^Unread$|InBrowser$|Transport|FewDescriptors")
+    set_tests_properties(${prefix}${suite} PROPERTIES COST 100)
+  endif()
 endforeach()
