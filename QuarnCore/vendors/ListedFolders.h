@@ -2,7 +2,9 @@
 
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -11,21 +13,28 @@
 
 namespace quarn {
 
-/// Caches the folders that many patterns list, because dozens of vendors use the same few folders. Create one for
-/// each pass over the patterns; changes on the volume during the pass are not visible. Thread-safe.
+/// Caches the folders that many patterns list, and the folders that do not exist, because dozens of vendors use the
+/// same few folders. Create one for each pass over the patterns; changes on the volume during the pass are not visible.
+/// Thread-safe.
 class ListedFolders {
  public:
   using Entries = std::shared_ptr<const std::vector<DirectoryEntry>>;
 
-  explicit ListedFolders(FileManager files) : files_(std::move(files)) {}
+  explicit ListedFolders(FileManager files) : files_(std::move(files)), silent_(files_.reportingTo(nullptr)) {}
 
   [[nodiscard]] const FileManager& files() const { return files_; }
   /// The visible entries of a folder; empty if it cannot be listed. Never null.
   [[nodiscard]] Entries visibleEntries(const FileURL& folder);
+  /// `FileManager::existingURL`. Looks nothing up below a folder that is known to be missing.
+  [[nodiscard]] std::optional<FileURL> existingURL(const std::string& path);
 
  private:
+  [[nodiscard]] bool isMissing(std::string_view folder);
+
   FileManager files_;
+  FileManager silent_;  // for questions of our own; what they cannot find out is reported with the item itself
   std::mutex mutex_;
+  std::unordered_map<std::string, bool> isMissing_;  // by plain path
   std::unordered_map<std::string, Entries> listed_;  // without folders that are too large to cache
 };
 

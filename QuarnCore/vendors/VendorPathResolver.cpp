@@ -62,8 +62,7 @@ class Candidates {
     std::vector<FileURL> existing;
     for (const FileURL& candidate : urls_) {
       if (isCancelled()) break;
-      if (auto url = folders_.files().existingURL(path::join(candidate.path(), pending_)))
-        existing.push_back(std::move(*url));
+      if (auto url = folders_.existingURL(path::join(candidate.path(), pending_))) existing.push_back(std::move(*url));
     }
     urls_ = std::move(existing);
     pending_.clear();

@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "QuarnCore/vendors/ListedFolders.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/UnprivilegedUser.h"
 
 namespace quarn {
 namespace {
@@ -28,6 +30,41 @@ TEST(ListedFolders, AFolderIsListedOnceForAllPatterns) {
   volume.file("/f/b").file("/missing/c");
   EXPECT_EQ(folders.visibleEntries(FileURL("/f"))->size(), 1U);
   EXPECT_TRUE(folders.visibleEntries(FileURL("/missing"))->empty());
+}
+
+TEST(ListedFolders, NothingIsLookedUpBelowAFolderThatWasMissing) {
+  MacVolume volume;
+  volume.file("/f/a");
+  ListedFolders folders(volume.files());
+  EXPECT_EQ(folders.existingURL("/f/a"), FileURL("/f/a"));
+  EXPECT_EQ(folders.existingURL("/missing/x/a"), std::nullopt);
+  volume.file("/f/b").file("/missing/x/b").file("/missing/y/b");
+  EXPECT_EQ(folders.existingURL("/f/b"), FileURL("/f/b"));
+  EXPECT_EQ(folders.existingURL("/missing/x/b"), std::nullopt);
+  EXPECT_EQ(folders.existingURL("/missing/y/b"), std::nullopt);
+}
+
+TEST(ListedFolders, AFolderIsFoundThroughLinksAndAFileIsNone) {
+  MacVolume volume;
+  volume.file("/real/a").link("/linked", "/real").link("/dangling", "/nowhere");
+  ListedFolders folders(volume.files());
+  EXPECT_EQ(folders.existingURL("/linked/a"), FileURL("/linked/a"));
+  EXPECT_EQ(folders.existingURL("/dangling/a"), std::nullopt);
+  EXPECT_EQ(folders.existingURL("/real/a/b"), std::nullopt);
+}
+
+TEST(ListedFolders, AClosedFolderIsReportedOnceAndNotTakenForMissing) {
+  MacVolume volume;
+  volume.file("/closed/in/a").file("/closed/in/b").mode("/closed", 0);
+  const auto report = std::make_shared<ReadReport>();
+  {
+    const UnprivilegedUser user;
+    ListedFolders folders(volume.files().reportingTo(report));
+    EXPECT_EQ(folders.existingURL("/closed/in/a"), std::nullopt);
+    EXPECT_EQ(folders.existingURL("/closed/in/b"), std::nullopt);
+  }
+  volume.mode("/closed", 0755);
+  EXPECT_EQ(report->count(UnreadableCause::permission), 1U);
 }
 
 TEST(ListedFolders, ABigFolderIsNotKept) {
