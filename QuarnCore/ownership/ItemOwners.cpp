@@ -1,5 +1,6 @@
 #include "QuarnCore/ownership/ItemOwners.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace quarn {
@@ -20,6 +21,16 @@ ItemOwnership ItemOwners::of(const FileURL& url) const {
   const auto category = categories_.find(url.path());
   if (category != categories_.end()) item.category = category->second;
   return item;
+}
+
+std::optional<StorageCategoryID> ItemOwners::categoryAround(const FileURL& url) const {
+  std::string path = url.path();
+  while (true) {
+    const auto category = categories_.find(path);
+    if (category != categories_.end()) return category->second;
+    if (path.size() <= 1) return std::nullopt;
+    path.resize(std::max<std::size_t>(path.rfind('/'), 1));
+  }
 }
 
 // A path belongs to at most one category; the hints are kept by category.

@@ -30,6 +30,8 @@ class ItemOwners {
 
   /// The path must be standardised. An item that does not exist is judged by its path.
   [[nodiscard]] ItemOwnership of(const FileURL& url) const;
+  /// The storage category of the innermost root that is, or contains, the item.
+  [[nodiscard]] std::optional<StorageCategoryID> categoryAround(const FileURL& url) const;
 
  private:
   [[nodiscard]] std::optional<VendorPathHint> vendorOf(const FileURL& url) const;

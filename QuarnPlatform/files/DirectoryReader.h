@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -57,10 +58,18 @@ class DirectoryReader {
   /// Makes `next()` return the entries that `takeHalf` of another reader took from the same folder.
   void resume(int folder, Stretch stretch);
 
+  /// What the same system call says besides the sizes.
+  struct Details {
+    std::int64_t modified = 0;  ///< last change of the content, in seconds since 1970
+    std::uint64_t device = 0;   ///< identifies the file together with `inode`
+    std::uint64_t inode = 0;
+    std::uint64_t links = 1;  ///< the number of the file's names
+  };
+
   /// Reads the sizes of the regular file `name` (NUL-terminated) in the open folder `parent`. On failure returns
   /// false and sets errno: ENOENT if the item is no longer a regular file, EOVERFLOW if a size does not fit. Also reads
-  /// the time of the last change of its content, in seconds since 1970, unless `modified` is null.
-  static bool readSizes(int parent, const char* name, ByteCounts& sizes, std::int64_t* modified = nullptr);
+  /// the details, unless `details` is null.
+  static bool readSizes(int parent, const char* name, ByteCounts& sizes, Details* details = nullptr);
 
  private:
   struct State;

@@ -185,7 +185,7 @@ void DirectoryReader::resume(int folder, Stretch stretch) {
   state_->end = state_->at + state_->resumed.size();
 }
 
-bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes, std::int64_t* modified) {
+bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes, Details* details) {
   struct stat status {};
   if (lookUp(parent, name, status) != 0) return false;
   const std::optional<std::int64_t> allocated = bytesInBlocks(static_cast<std::uint64_t>(status.st_blocks), kBlockSize);
@@ -196,7 +196,12 @@ bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes,
     return false;
   }
   sizes = *found;
-  if (modified != nullptr) *modified = status.st_mtime;
+  if (details != nullptr) {
+    *details = {.modified = status.st_mtime,
+                .device = static_cast<std::uint64_t>(status.st_dev),
+                .inode = status.st_ino,
+                .links = status.st_nlink};
+  }
   return true;
 }
 

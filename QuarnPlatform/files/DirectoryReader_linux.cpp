@@ -8,6 +8,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include "QuarnPlatform/base/BlockBytes.h"
 #include "QuarnPlatform/base/Interruption.h"
@@ -121,9 +122,10 @@ void DirectoryReader::resume(int folder, Stretch stretch) {
   state_->end = state_->at + state_->resumed.size();
 }
 
-bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes, std::int64_t* modified) {
+bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes, Details* details) {
   struct statx status {};
-  const unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_BLOCKS | (modified == nullptr ? 0U : STATX_MTIME);
+  constexpr unsigned kOfDetails = STATX_MTIME | STATX_NLINK | STATX_INO;
+  const unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_BLOCKS | (details == nullptr ? 0U : kOfDetails);
   if (lookUp(parent, name, wanted, status) != 0) return false;
   constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
   const std::optional<std::int64_t> allocated = bytesInBlocks(status.stx_blocks, kBlockSize);
@@ -133,7 +135,12 @@ bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes,
     return false;
   }
   sizes = {.allocatedBytes = *allocated, .logicalBytes = static_cast<std::int64_t>(status.stx_size)};
-  if (modified != nullptr) *modified = status.stx_mtime.tv_sec;
+  if (details != nullptr) {
+    *details = {.modified = status.stx_mtime.tv_sec,
+                .device = ::makedev(status.stx_dev_major, status.stx_dev_minor),
+                .inode = status.stx_ino,
+                .links = status.stx_nlink};
+  }
   return true;
 }
 

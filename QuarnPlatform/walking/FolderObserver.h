@@ -35,6 +35,9 @@ class FolderObserver {
     std::string_view name;
     ByteCounts sizes{};
     std::int64_t modified = 0;
+    std::uint64_t device = 0;  ///< identifies the file together with `inode`
+    std::uint64_t inode = 0;
+    std::uint64_t links = 1;  ///< the number of its names
     bool isHidden = false;
   };
 

@@ -113,11 +113,16 @@ void SizingWorker::countFile(SizedFolder& folder, const DirectoryReader::Entry& 
   if (!bucket) return;
   const bool isObserved = scheduler_.observer() != nullptr;
   FolderObserver::File file{.name = entry.name, .sizes = entry.sizes.value_or(ByteCounts{}), .isHidden = entry.hidden};
-  // A listing that has the sizes does not have the time.
+  // A listing that has the sizes does not have the details.
   if (!entry.sizes || isObserved) {
-    std::int64_t* modified = isObserved ? &file.modified : nullptr;
-    if (!DirectoryReader::readSizes(folder.descriptor(), entry.name.data(), file.sizes, modified))
+    DirectoryReader::Details details;
+    if (!DirectoryReader::readSizes(folder.descriptor(), entry.name.data(), file.sizes,
+                                    isObserved ? &details : nullptr))
       return scheduler_.reportUnreadable(folder, entry.name, errno);
+    file.modified = details.modified;
+    file.device = details.device;
+    file.inode = details.inode;
+    file.links = details.links;
     ++calls_;
   }
   unshared_.totals[*bucket] += file.sizes;

@@ -11,6 +11,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/resources/Localization.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
+#include "quarn/browse/BrowseScreen.h"
 #include "quarn/commands/Interrupt.h"
 #include "quarn/commands/Sandbox.h"
 #include "quarn/commands/VolumeOptions.h"
@@ -48,13 +49,24 @@ ResourceBundle resourcesIn(const std::string& folder) {
   return ResourceBundle(folder);
 }
 
-// The volume, what the program ships, and the system's libraries; the log is open already.
-SandboxRules sandboxRules(const Arguments& arguments, const std::string& volume, const std::string& resources) {
-  SandboxRules rules{.readable = {volume, resources, ResourceBundle::shipped().folder(), "/usr/lib", "/lib", "/lib64",
-                                  "/usr/share/locale", "/sys/devices/system/cpu"}};
+// The system's libraries, what the screen needs, and what the command writes; the log is open already.
+SandboxRules systemRules(const Arguments& arguments) {
+  SandboxRules rules{.readable = {"/usr/lib", "/lib", "/lib64", "/usr/share/locale"}};
+  if (arguments.command->usesScreen) {
+    for (std::string& folder : terminalDescriptionFolders()) rules.readable.push_back(std::move(folder));
+  }
   const std::string output = arguments.text("--output").value_or("-");
   if (output != "-") rules.writable = {writtenPlace(output)};
   if (const std::optional<std::string> folder = arguments.text("--export")) rules.writable.push_back(*folder);
+  return rules;
+}
+
+// The volume and what the program ships besides.
+SandboxRules sandboxRules(const Arguments& arguments, const std::string& volume, const std::string& resources) {
+  SandboxRules rules = systemRules(arguments);
+  for (const std::string& path : {volume, resources, ResourceBundle::shipped().folder()})
+    rules.readable.push_back(path);
+  rules.readable.emplace_back("/sys/devices/system/cpu");
   return rules;
 }
 
@@ -142,7 +154,7 @@ const Scan* CommandContext::scan() {
 }
 
 void CommandContext::confineToOpenFiles() const {
-  if (!arguments_.has("--no-sandbox")) enterSandbox({.readable = {"/usr/lib", "/lib", "/lib64", "/usr/share/locale"}});
+  if (!arguments_.has("--no-sandbox")) enterSandbox(systemRules(arguments_));
 }
 
 FileURL CommandContext::home() {

@@ -49,6 +49,7 @@ struct CommandRow {
   ExitCode (*run)(CommandContext& context);
   bool hasList = false;     ///< the command supports --ndjson
   bool needsVolume = true;  ///< the command reports on a Mac's volume; false: it also works without one
+  bool usesScreen = false;  ///< the command takes over the terminal
 };
 
 }  // namespace quarn

@@ -15,6 +15,7 @@ const CommandRow& leftoversCommand();
 const CommandRow& storageCommand();
 const CommandRow& topCommand();
 const CommandRow& cloudCommand();
+const CommandRow& browseCommand();
 const CommandRow& reportCommand();
 const CommandRow& scanCommand();
 const CommandRow& diffCommand();
@@ -30,10 +31,10 @@ const CommandRow& helpCommand();
 
 /// All commands, in the order of the help.
 inline constexpr std::array kCommands{
-    &appsCommand,    &inspectCommand, &planCommand,        &ownerCommand,    &leftoversCommand,
-    &storageCommand, &topCommand,     &cloudCommand,       &reportCommand,   &scanCommand,
-    &diffCommand,    &vendorsCommand, &jobsCommand,        &receiptsCommand, &kextsCommand,
-    &rpcCommand,     &sampleCommand,  &completionsCommand, &manualCommand,   &helpCommand,
+    &appsCommand,        &inspectCommand, &planCommand,     &ownerCommand,  &leftoversCommand, &storageCommand,
+    &browseCommand,      &topCommand,     &cloudCommand,    &reportCommand, &scanCommand,      &diffCommand,
+    &vendorsCommand,     &jobsCommand,    &receiptsCommand, &kextsCommand,  &rpcCommand,       &sampleCommand,
+    &completionsCommand, &manualCommand,  &helpCommand,
 };
 
 }  // namespace quarn

@@ -22,21 +22,9 @@ constexpr long kUsualLimit = 20;
 constexpr long kNoLimit = std::numeric_limits<long>::max();
 constexpr std::size_t kFolderBarWidth = 16;
 
-// A named folder may be a symbolic link. Resolve it, because walks do not follow links.
-FileURL namedFolder(const std::string& text, CommandContext& context) {
-  FileURL url = pathArgument(text, context);
-  const FileManager& files = context.services().files;
-  const std::optional<ItemFacts> own = files.facts(url, Links::doNotFollow);
-  if (own && own->type == FileType::directory) return url;
-  const std::optional<ItemFacts> facts = files.facts(url, Links::follow);
-  if (!facts) throwFileError("list", url.path());
-  if (facts->type != FileType::directory) throwFileError(ENOTDIR, "list", url.path());
-  return FileURL(files.realPath(url).value_or(url.path()), URLKind::directory);
-}
-
 std::vector<FileURL> namedFolders(CommandContext& context) {
   std::vector<FileURL> folders;
-  for (const std::string& text : context.arguments().positionals) folders.push_back(namedFolder(text, context));
+  for (const std::string& text : context.arguments().positionals) folders.push_back(folderArgument(text, context));
   return folders;
 }
 
@@ -74,34 +62,13 @@ std::vector<TopItem> largest(std::vector<TopItem> items, Rank rank, long limit) 
   return items;
 }
 
-// A path on the Mac at the time of the scan.
-FileURL scannedFolder(const std::string& text, const FileURL& home) {
-  if (text == "~") return home;
-  if (text.starts_with("~/")) return home.appending(text.substr(2));
-  const std::optional<FileURL> url = FileURL::parse(text);
-  if (!url) throw UsageError("\"" + escapedForTerminal(text) + "\" is not an absolute path");
-  return *url;
-}
-
 std::vector<FileURL> scannedFolders(const Scan& scan, CommandContext& context) {
-  const FileURL home = scan.facts().home;
-  std::vector<FileURL> folders;
   if (const std::optional<std::string> name = context.arguments().text("--category")) {
-    const StorageCategoryID category = fromRawValue<StorageCategoryID>(*name).value();
-    const FileURL trash = home.appending(".Trash");
-    for (const ScannedRoot& root : scan.roots()) {
-      if (root.category == category && root.isListed && root.url != trash && scan.folder(root.url.path()))
-        folders.push_back(root.url);
-    }
-    return folders;
+    return scannedRoots(scan, fromRawValue<StorageCategoryID>(*name).value());
   }
-  for (const std::string& text : context.arguments().positionals) {
-    folders.push_back(scannedFolder(text, home));
-    if (scan.folder(folders.back().path())) continue;
-    throw CommandError(ExitCode::notFound,
-                       "the scan does not have the folder " + escapedForTerminal(folders.back().path()));
-  }
-  if (folders.empty()) folders.push_back(home);
+  std::vector<FileURL> folders;
+  for (const std::string& text : context.arguments().positionals) folders.push_back(scannedFolder(text, scan));
+  if (folders.empty()) folders.push_back(scan.facts().home);
   return folders;
 }
 

@@ -11,6 +11,7 @@
 #include "quarn/commands/OwnershipMaps.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/CountText.h"
+#include "quarn/terminal/OwnerText.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
 #include "quarn/wire/RecordJSON.h"

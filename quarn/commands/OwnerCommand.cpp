@@ -7,6 +7,7 @@
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/OwnershipMaps.h"
 #include "quarn/commands/PathArgument.h"
+#include "quarn/terminal/OwnerText.h"
 #include "quarn/terminal/TerminalText.h"
 #include "quarn/wire/RecordJSON.h"
 

@@ -1,22 +1,6 @@
 #include "quarn/commands/OwnershipMaps.h"
 
-#include <algorithm>
-
 namespace quarn {
-namespace {
-
-constexpr std::int64_t kShownOwners = 3;
-
-std::string sharersText(const Ownership& ownership) {
-  const auto count = static_cast<std::int64_t>(ownership.owners.size()) + ownership.ownersLeftOut;
-  std::string text;
-  for (std::size_t i = 0; i < ownership.owners.size() && i < kShownOwners; ++i) {
-    text += (i == 0 ? "" : ", ") + ownership.owners[i].appName;
-  }
-  return count > kShownOwners ? text + " and " + std::to_string(count - kShownOwners) + " more" : text;
-}
-
-}  // namespace
 
 OwnershipMap mapOfVolume(CommandContext& context) {
   const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
@@ -25,17 +9,6 @@ OwnershipMap mapOfVolume(CommandContext& context) {
       [&](std::string_view place) { context.progress("looking at " + std::string(place)); }, context.cancellation());
   context.endProgress();
   return map;
-}
-
-std::string ownerText(const Ownership& ownership) {
-  switch (ownership.status) {
-    case OwnershipStatus::owned:
-    case OwnershipStatus::shared: return sharersText(ownership);
-    case OwnershipStatus::system: return "macOS";
-    case OwnershipStatus::orphaned: return ownership.formerOwner->name + " (not installed)";
-    case OwnershipStatus::unknown: break;
-  }
-  return "–";
 }
 
 }  // namespace quarn

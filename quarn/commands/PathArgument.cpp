@@ -1,5 +1,8 @@
 #include "quarn/commands/PathArgument.h"
 
+#include <cerrno>
+
+#include "QuarnPlatform/base/FileError.h"
 #include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
@@ -11,6 +14,17 @@ FileURL pathArgument(const std::string& text, CommandContext& context) {
   const std::optional<FileURL> url = FileURL::parse(text);
   if (!url) throw UsageError("\"" + escapedForTerminal(text) + "\" is not an absolute path");
   return *url;
+}
+
+FileURL folderArgument(const std::string& text, CommandContext& context) {
+  FileURL url = pathArgument(text, context);
+  const FileManager& files = context.services().files;
+  const std::optional<ItemFacts> own = files.facts(url, Links::doNotFollow);
+  if (own && own->type == FileType::directory) return url;
+  const std::optional<ItemFacts> facts = files.facts(url, Links::follow);
+  if (!facts) throwFileError("list", url.path());
+  if (facts->type != FileType::directory) throwFileError(ENOTDIR, "list", url.path());
+  return FileURL(files.realPath(url).value_or(url.path()), URLKind::directory);
 }
 
 }  // namespace quarn

@@ -10,4 +10,8 @@ namespace quarn {
 /// path.
 FileURL pathArgument(const std::string& text, CommandContext& context);
 
+/// The same for a folder. Resolves a symbolic link, because walks do not follow links. Throws FileError (operation
+/// "list") for what does not exist or is not a folder.
+FileURL folderArgument(const std::string& text, CommandContext& context);
+
 }  // namespace quarn

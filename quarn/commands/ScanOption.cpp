@@ -10,6 +10,26 @@ void refuseWithScan(const CommandContext& context, std::string_view option, std:
   }
 }
 
+FileURL scannedFolder(const std::string& text, const Scan& scan) {
+  const FileURL& home = scan.facts().home;
+  std::optional<FileURL> url = FileURL::parse(text);
+  if (text == "~") url = home;
+  if (text.starts_with("~/")) url = home.appending(text.substr(2));
+  if (!url) throw UsageError("\"" + escapedForTerminal(text) + "\" is not an absolute path");
+  if (scan.folder(url->path())) return *url;
+  throw CommandError(ExitCode::notFound, "the scan does not have the folder " + escapedForTerminal(url->path()));
+}
+
+std::vector<FileURL> scannedRoots(const Scan& scan, StorageCategoryID category) {
+  std::vector<FileURL> folders;
+  const FileURL trash = scan.facts().home.appending(".Trash");
+  for (const ScannedRoot& root : scan.roots()) {
+    if (root.category == category && root.isListed && root.url != trash && scan.folder(root.url.path()))
+      folders.push_back(root.url);
+  }
+  return folders;
+}
+
 std::vector<TopItem> heldItems(ScannedItems::Answer answer, const Scan& scan, CommandContext& context) {
   for (const FileURL& url : answer.missing) context.warn("the scan does not have " + url.path());
   if (!answer.isWhole) {

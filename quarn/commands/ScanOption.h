@@ -18,6 +18,12 @@ inline constexpr OptionRow kScanOption{.name = "--scan",
 /// Refuses, as a usage error, an option that a scan has no answer for.
 void refuseWithScan(const CommandContext& context, std::string_view option, std::string_view reason);
 
+/// The folder of a scan at a path; "~" is the home folder at the time of the scan. Throws UsageError for a relative
+/// path, and CommandError if the scan does not have the folder.
+FileURL scannedFolder(const std::string& text, const Scan& scan);
+/// The folders of a category that are searched for the largest items.
+std::vector<FileURL> scannedRoots(const Scan& scan, StorageCategoryID category);
+
 /// The items of an answer. Says on standard error what the scan does not have.
 std::vector<TopItem> heldItems(ScannedItems::Answer answer, const Scan& scan, CommandContext& context);
 

@@ -51,6 +51,7 @@ for word in "$@"; do
 done
 [ -n "$named" ] || [ "$1" = sample ] || words=(--volume "$SAMPLE" --home /Users/ann "${words[@]}")
 case " $* " in *" --volume /mnt/mac "*) [[ " $* " = *" --home "* ]] || words+=(--home /Users/ann) ;; esac
+case " $* " in *" browse "*) exec python3 "$ON_TERMINAL" "$QUARN" "${words[@]}" ;; esac
 exec "$QUARN" "${words[@]}"
 """
 
@@ -194,7 +195,9 @@ class PageRun:
         stand_in.parent.mkdir()
         stand_in.write_text(ON_THE_MAC)
         stand_in.chmod(0o755)
-        self.environment.update(SAMPLE=str(sample), QUARN=self.program, PATH=f"{stand_in.parent}:{self.environment['PATH']}")
+        self.environment.update(SAMPLE=str(sample), QUARN=self.program,
+                                ON_TERMINAL=str(pathlib.Path(__file__).resolve().parent / "on_terminal.py"),
+                                PATH=f"{stand_in.parent}:{self.environment['PATH']}")
 
     def do(self, block):
         """Runs a block and returns the lines that it should contain."""
