@@ -63,6 +63,7 @@ constexpr Member<Record, std::int64_t> bytes(std::string_view name, std::int64_t
 /// The name and members of a record; specialised for each record. Optional members of the specialisation:
 /// `kRefusesUnknownMembers`: decoding refuses unknown members. Without it, decoding ignores them.
 /// `kOmitsAbsentMembers`: encoding omits absent values. Without it, they are written as null.
+/// `defaults()`: a record; decoding takes omitted members from it. Without it, members are required.
 template <class Record>
 struct Fields;
 
@@ -264,6 +265,17 @@ concept RefusesUnknownMembers = requires {
   Fields<Record>::kRefusesUnknownMembers;
 };
 
+template <class Record>
+concept HasDefaults = requires {
+  Fields<Record>::defaults();
+};
+
+template <class Record, class Value>
+void decodeIfPresent(const JSONDecoder& object, Record& record, const Member<Record, Value>& member) {
+  const JSONDecoder value = object.member(member.name);
+  if (!value.isAbsent()) record.*member.field = Codec<Value>::decode(value);
+}
+
 template <DescribedByFields Record>
 struct Codec<Record> {
   static std::string name() { return std::string(Fields<Record>::kName); }
@@ -277,7 +289,11 @@ struct Codec<Record> {
   static Record decode(const JSONDecoder& value) {
     if constexpr (RefusesUnknownMembers<Record>) value.refuseUnknownMembers(names());
     const auto& members = Fields<Record>::kMembers;
-    if constexpr (std::is_default_constructible_v<Record>) {
+    if constexpr (HasDefaults<Record>) {
+      Record record = Fields<Record>::defaults();
+      std::apply([&](const auto&... member) { (decodeIfPresent(value, record, member), ...); }, members);
+      return record;
+    } else if constexpr (std::is_default_constructible_v<Record>) {
       Record record{};
       std::apply([&](const auto&... member) { (decodeMember(value, record, member), ...); }, members);
       std::apply([&](const auto&... member) { (makeMember(value, record, member), ...); }, members);

@@ -50,17 +50,29 @@ class WithoutExcluded final : public Attribution {
   const Exclusions& exclusions_;
 };
 
+/// What all walks of one calculator share.
+struct Walks {
+  FileManager files;
+  FileSizeCalculator::Growth growth;
+};
+
+TreeSizer::Options walkOptions(const Walks& walks, bool includeHidden, const Cancellation& cancellation) {
+  TreeSizer::Options options{.hidden = includeHidden ? HiddenItems::include : HiddenItems::skip,
+                             .cancellation = cancellation};
+  if (walks.growth) options.onProgress = [&](const TreeSizer::Totals& totals) { walks.growth(totals[0]); };
+  return options;
+}
+
 SizeInfo treeSize(const FileManager& files, const FileURL& root, const Exclusions& exclusions,
-                  Exclusions::Node rootNode, bool includeHidden, const Cancellation& cancellation) {
-  const TreeSizer::Options options{.hidden = includeHidden ? HiddenItems::include : HiddenItems::skip,
-                                   .cancellation = cancellation};
+                  Exclusions::Node rootNode, const TreeSizer::Options& options) {
   const bool nothingBelowIsExcluded = rootNode == Exclusions::kNone;
   if (nothingBelowIsExcluded) return TreeSizer::total(files, root, options);
   return TreeSizer::totals(files, root, WithoutExcluded(exclusions), {.node = rootNode}, options)[0];
 }
 
-SizeInfo itemSize(const FileManager& files, const FileURL& at, const std::vector<FileURL>& excluding, bool allowSlow,
+SizeInfo itemSize(const Walks& walks, const FileURL& at, const std::vector<FileURL>& excluding, bool allowSlow,
                   bool includeHidden, const Cancellation& cancellation) {
+  const FileManager& files = walks.files;
   const ItemFacts facts = files.requireFacts(at, Links::doNotFollow);
   if (facts.type != FileType::regular && facts.type != FileType::directory) return {};
   const std::string root = files.standardizedPath(at);
@@ -68,7 +80,7 @@ SizeInfo itemSize(const FileManager& files, const FileURL& at, const std::vector
   if (exclusions.longestMatch(root) != nullptr) return {};
   if (facts.type == FileType::regular) return facts.sizes;
   if (!allowSlow) throwFileError(ENOTSUP, "size", at.path());
-  return treeSize(files, at, exclusions, exclusions.find(root), includeHidden, cancellation);
+  return treeSize(files, at, exclusions, exclusions.find(root), walkOptions(walks, includeHidden, cancellation));
 }
 
 std::optional<SizeInfo> resourceSize(const FileManager& files, const FileURL& at) {
@@ -79,17 +91,20 @@ std::optional<SizeInfo> resourceSize(const FileManager& files, const FileURL& at
 
 }  // namespace
 
-FileSizeCalculator FileSizeCalculator::live(FileManager files) {
+FileSizeCalculator FileSizeCalculator::live(FileManager files) { return growing(std::move(files), nullptr); }
+
+FileSizeCalculator FileSizeCalculator::growing(FileManager files, Growth growth) {
+  const Walks walks{std::move(files), std::move(growth)};
   return {.itemSizeExcluding =
-              [files](const FileURL& at, const std::vector<FileURL>& excluding, bool allowSlow, bool includeHidden,
+              [walks](const FileURL& at, const std::vector<FileURL>& excluding, bool allowSlow, bool includeHidden,
                       const Cancellation& cancellation) {
-                return quarn::itemSize(files, at, excluding, allowSlow, includeHidden, cancellation);
+                return quarn::itemSize(walks, at, excluding, allowSlow, includeHidden, cancellation);
               },
           .enumeratingDirectorySize =
-              [files](const FileURL& at, bool includeHidden, const Cancellation& cancellation) {
-                return quarn::itemSize(files, at, {}, /*allowSlow=*/true, includeHidden, cancellation);
+              [walks](const FileURL& at, bool includeHidden, const Cancellation& cancellation) {
+                return quarn::itemSize(walks, at, {}, /*allowSlow=*/true, includeHidden, cancellation);
               },
-          .resourceSize = [files](const FileURL& at) { return quarn::resourceSize(files, at); }};
+          .resourceSize = [walks](const FileURL& at) { return quarn::resourceSize(walks.files, at); }};
 }
 
 }  // namespace quarn

@@ -33,7 +33,12 @@ struct FileSizeCalculator {
     return itemSizeExcluding(at, {}, allowSlow, includeHidden, cancellation);
   }
 
+  /// The size so far of a walk, for progress.
+  using Growth = std::function<void(const SizeInfo& soFar)>;
+
   static FileSizeCalculator live(FileManager files);
+  /// The same; walks call `growth` on the calling thread with the sum so far, at most every 100 ms.
+  static FileSizeCalculator growing(FileManager files, Growth growth);
 };
 
 }  // namespace quarn

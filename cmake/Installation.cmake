@@ -114,7 +114,17 @@ add_custom_command(
   DEPENDS quarn
   WORKING_DIRECTORY ${completions}
   COMMENT "Writing the manual page and the completions")
-add_custom_target(quarn_manual ALL DEPENDS ${manual})
+set(types ${PROJECT_BINARY_DIR}/rpc)
+file(MAKE_DIRECTORY ${types})
+add_custom_command(
+  OUTPUT ${types}/quarn.d.ts ${types}/quarn_rpc.py
+  COMMAND quarn rpc --types typescript > quarn.d.ts
+  COMMAND quarn rpc --types python > quarn_rpc.py
+  DEPENDS quarn
+  WORKING_DIRECTORY ${types}
+  COMMENT "Writing the types of the interface")
+add_custom_target(quarn_manual ALL DEPENDS ${manual} ${types}/quarn.d.ts)
+install(FILES ${types}/quarn.d.ts ${types}/quarn_rpc.py DESTINATION ${QUARN_RESOURCES_DIR}/rpc COMPONENT runtime)
 install(FILES ${manual} DESTINATION ${CMAKE_INSTALL_DATADIR}/man/man1 COMPONENT runtime)
 install(FILES ${completions}/quarn DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT runtime)
 install(FILES ${completions}/_quarn DESTINATION ${QUARN_ZSH_COMPLETIONS_DIR} COMPONENT runtime)

@@ -42,7 +42,7 @@ class Sizes {
 }  // namespace
 
 void sizeArtifacts(std::vector<Artifact>& artifacts, const FileSizeCalculator& calculator, const FileManager& files,
-                   const Cancellation& cancellation) {
+                   const Cancellation& cancellation, const std::function<void()>& onSized) {
   Sizes sizes(calculator, files, cancellation);
   for (Artifact& artifact : artifacts) {
     if (artifact.size) continue;
@@ -53,6 +53,7 @@ void sizeArtifacts(std::vector<Artifact>& artifacts, const FileSizeCalculator& c
     }
     if (cancellation.isCancelled()) return;
     artifact.size = sum;
+    if (onSized) onSized();
   }
 }
 

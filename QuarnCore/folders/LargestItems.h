@@ -42,6 +42,9 @@ class LargestItems {
     return values;
   }
 
+  /// What `take` would return.
+  [[nodiscard]] std::vector<Value> values() const { return LargestItems(*this).take(); }
+
  private:
   struct Held {
     std::int64_t key;

@@ -1,10 +1,11 @@
 #include "QuarnCore/folders/TopItemsService.h"
 
 #include <algorithm>
-#include <iterator>
+#include <utility>
 
 #include "QuarnCore/folders/BoundedWalk.h"
 #include "QuarnCore/folders/LargestItems.h"
+#include "QuarnPlatform/base/Pace.h"
 
 namespace quarn {
 namespace {
@@ -21,10 +22,6 @@ std::vector<TopItem> largest(std::vector<TopItem> items, long limit) {
 
 TopItem makeItem(const FileURL& url, const SizeInfo& size) {
   return {.url = url, .name = std::string(url.lastPathComponent()), .size = size};
-}
-
-void append(std::vector<TopItem>& items, std::vector<TopItem> more) {
-  items.insert(items.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
 /// Sizes single items for one operation.
@@ -58,6 +55,54 @@ class ItemSizer {
   const Cancellation& cancellation_;
 };
 
+/// Collects the items of one operation, and lets its observer see them.
+class ItemCollector {
+ public:
+  /// `growth` may be null.
+  ItemCollector(const ItemSizer& sizer, const FileManager& files, TopItemsService::Growth growth)
+      : sizer_(sizer), files_(files), growth_(std::move(growth)) {}
+
+  void addChildren(const FileURL& in, bool allowSlow, bool includeHidden) {
+    eachEntry(in, includeHidden, [&](const DirectoryEntry& entry) { add(entry.url, allowSlow, includeHidden); });
+  }
+  void addFilesAndPackages(const FileURL& in, bool includeHidden) {
+    eachEntry(in, includeHidden, [&](const DirectoryEntry& entry) {
+      const bool isWanted =
+          entry.type == FileType::directory ? files_.isPackage(entry.url) : entry.type == FileType::regular;
+      if (isWanted) add(entry.url, /*allowSlow=*/true, includeHidden);
+    });
+  }
+  void add(const FileURL& url, bool allowSlow, bool includeHidden) {
+    const auto size = sizer_.size(url, allowSlow, includeHidden);
+    if (size) items_.push_back(makeItem(url, *size));
+    if (growth_) pace_.offer([&] { growth_(items_); });
+  }
+
+  std::vector<TopItem> take() { return std::move(items_); }
+
+ private:
+  template <class Visit>
+  void eachEntry(const FileURL& in, bool includeHidden, const Visit& visit) const {
+    if (!files_.itemExists(in)) return;
+    const HiddenItems hidden = includeHidden ? HiddenItems::include : HiddenItems::skip;
+    for (const DirectoryEntry& entry : files_.contentsOfDirectory(in, hidden)) {
+      if (files_.cancellation().isCancelled()) return;
+      visit(entry);
+    }
+  }
+
+  const ItemSizer& sizer_;
+  const FileManager& files_;  ///< of this operation, with its cancellation
+  TopItemsService::Growth growth_;
+  Pace pace_;
+  std::vector<TopItem> items_;
+};
+
+TopItemsService::Growth ranked(const TopItemsService::Growth& growth, long limit) {
+  if (!growth) return nullptr;
+  return [&growth, limit](const std::vector<TopItem>& soFar) { growth(largest(soFar, limit)); };
+}
+
 // Some file systems report no allocated blocks for small files; assume that the content takes its length.
 SizeInfo withKnownAllocation(SizeInfo size) {
   if (size.allocatedBytes == 0) size.allocatedBytes = size.logicalBytes;
@@ -78,81 +123,73 @@ bool isOnlyInCloud(const BoundedWalk::Item& item, const FileManager& files) {
   return facts && facts->isOnlyInCloud;
 }
 
+/// Lets `add` collect from each folder, until the operation is cancelled.
+template <class Add>
+std::vector<TopItem> collected(const std::vector<FileURL>& urls, const FileSizeCalculator& calculator,
+                               const FileManager& volume, const Cancellation& cancellation,
+                               TopItemsService::Growth growth, const Add& add) {
+  const FileManager files = volume.cancelledBy(cancellation);
+  const ItemSizer sizer(calculator, files, cancellation);
+  ItemCollector collector(sizer, files, std::move(growth));
+  for (const FileURL& url : urls) {
+    if (cancellation.isCancelled()) break;
+    add(collector, url);
+  }
+  return collector.take();
+}
+
 }  // namespace
 
 TopItemsService::TopItemsService(FileSizeCalculator fileSizeCalculator, FileManager files)
     : fileSizeCalculator_(std::move(fileSizeCalculator)), files_(std::move(files)) {}
 
+TopItemsService TopItemsService::growing(Growth growth) const {
+  TopItemsService copy = *this;
+  copy.growth_ = std::move(growth);
+  return copy;
+}
+
 std::vector<TopItem> TopItemsService::children(const FileURL& in, bool allowSlow, bool includeHidden,
                                                const Cancellation& cancellation) const {
-  std::vector<TopItem> items;
-  if (!files_.itemExists(in)) return items;
-  const ItemSizer sizer(fileSizeCalculator_, files_, cancellation);
-  const HiddenItems hidden = includeHidden ? HiddenItems::include : HiddenItems::skip;
-  for (const DirectoryEntry& entry : files_.cancelledBy(cancellation).contentsOfDirectory(in, hidden)) {
-    if (cancellation.isCancelled()) break;
-    const auto size = sizer.size(entry.url, allowSlow, includeHidden);
-    if (size) items.push_back(makeItem(entry.url, *size));
-  }
-  return items;
+  return children(std::vector{in}, allowSlow, includeHidden, cancellation);
 }
 
 std::vector<TopItem> TopItemsService::children(const std::vector<FileURL>& in, bool allowSlow, bool includeHidden,
                                                const Cancellation& cancellation) const {
-  std::vector<TopItem> items;
-  for (const FileURL& folder : in) {
-    if (cancellation.isCancelled()) break;
-    append(items, children(folder, allowSlow, includeHidden, cancellation));
-  }
-  return items;
+  return collected(
+      in, fileSizeCalculator_, files_, cancellation, growth_,
+      [&](ItemCollector& items, const FileURL& folder) { items.addChildren(folder, allowSlow, includeHidden); });
 }
 
 std::vector<TopItem> TopItemsService::topChildren(const FileURL& in, long limit, bool allowSlow, bool includeHidden,
                                                   const Cancellation& cancellation) const {
-  return largest(children(in, allowSlow, includeHidden, cancellation), limit);
+  return topChildren(std::vector{in}, limit, allowSlow, includeHidden, cancellation);
 }
 
 std::vector<TopItem> TopItemsService::topChildren(const std::vector<FileURL>& in, long limit, bool allowSlow,
                                                   bool includeHidden, const Cancellation& cancellation) const {
-  return largest(children(in, allowSlow, includeHidden, cancellation), limit);
+  return largest(growing(ranked(growth_, limit)).children(in, allowSlow, includeHidden, cancellation), limit);
 }
 
 std::vector<TopItem> TopItemsService::topFiles(const FileURL& in, long limit, bool includeHidden,
                                                const Cancellation& cancellation) const {
-  if (!files_.itemExists(in)) return {};
-  const ItemSizer sizer(fileSizeCalculator_, files_, cancellation);
-  const HiddenItems hidden = includeHidden ? HiddenItems::include : HiddenItems::skip;
-  std::vector<TopItem> items;
-  for (const DirectoryEntry& entry : files_.cancelledBy(cancellation).contentsOfDirectory(in, hidden)) {
-    if (cancellation.isCancelled()) break;
-    if (entry.type == FileType::directory ? !files_.isPackage(entry.url) : entry.type != FileType::regular) continue;
-    const auto size = sizer.size(entry.url, /*allowSlow=*/true, includeHidden);
-    if (size) items.push_back(makeItem(entry.url, *size));
-  }
-  return largest(std::move(items), limit);
+  return topFiles(std::vector{in}, limit, includeHidden, cancellation);
 }
 
 std::vector<TopItem> TopItemsService::topFiles(const std::vector<FileURL>& in, long limit, bool includeHidden,
                                                const Cancellation& cancellation) const {
-  std::vector<TopItem> items;
-  for (const FileURL& folder : in) {
-    if (cancellation.isCancelled()) break;
-    append(items, topFiles(folder, limit, includeHidden, cancellation));
-  }
-  return largest(std::move(items), limit);
+  const auto add = [&](ItemCollector& items, const FileURL& folder) {
+    items.addFilesAndPackages(folder, includeHidden);
+  };
+  return largest(collected(in, fileSizeCalculator_, files_, cancellation, ranked(growth_, limit), add), limit);
 }
 
 std::vector<TopItem> TopItemsService::sizedItems(const std::vector<FileURL>& urls, long limit, bool allowSlow,
                                                  bool includeHidden, const Cancellation& cancellation) const {
-  const ItemSizer sizer(fileSizeCalculator_, files_, cancellation);
-  std::vector<TopItem> items;
-  for (const FileURL& url : urls) {
-    if (cancellation.isCancelled()) break;
-    if (!files_.itemExists(url)) continue;
-    const auto size = sizer.size(url, allowSlow, includeHidden);
-    if (size) items.push_back(makeItem(url, *size));
-  }
-  return largest(std::move(items), limit);
+  const auto add = [&](ItemCollector& items, const FileURL& url) {
+    if (files_.itemExists(url)) items.add(url, allowSlow, includeHidden);
+  };
+  return largest(collected(urls, fileSizeCalculator_, files_, cancellation, ranked(growth_, limit), add), limit);
 }
 
 std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<FileURL>& in, const SearchOptions& options,
@@ -165,7 +202,9 @@ std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<File
                     .hidden = options.includeHidden ? HiddenItems::include : HiddenItems::skip},
                    cancellation);
   const ItemSizer sizer(fileSizeCalculator_, files_, cancellation);
+  Pace pace;
   walk.run(in, [&](const BoundedWalk::Item& item) {
+    if (growth_) pace.offer([&] { growth_(kept.values()); });
     SizeInfo size = item.sizes;
     if (item.isPackage && options.allowSlowForPackages) {
       const std::optional<SizeInfo> walked = packageSize(item.place.url(), sizer, cancellation);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "QuarnModels/Storage.h"
@@ -15,7 +16,14 @@ namespace quarn {
 /// otherwise.
 class TopItemsService {
  public:
+  /// Sees a result grow. `soFar` is what the operation would return now; it is valid during the call.
+  using Growth = std::function<void(const std::vector<TopItem>& soFar)>;
+
   TopItemsService(FileSizeCalculator fileSizeCalculator, FileManager files);
+
+  /// The same service, whose operations with a list as their result call `growth` on the calling thread: at most every
+  /// 100 ms and for at most a tenth of the time.
+  [[nodiscard]] TopItemsService growing(Growth growth) const;
 
   /// The direct children of a folder with their sizes, in listing order; empty if the folder does not exist. With
   /// `allowSlow`, folders are walked; otherwise only regular files have a size. Throws FileError if the folder cannot
@@ -65,6 +73,7 @@ class TopItemsService {
  private:
   FileSizeCalculator fileSizeCalculator_;
   FileManager files_;
+  Growth growth_;
 };
 
 }  // namespace quarn

@@ -7,6 +7,7 @@
 
 #include "QuarnCore/discovery/ArtifactSizing.h"
 #include "QuarnCore/inspection/InspectionSources.h"
+#include "QuarnPlatform/base/Pace.h"
 
 namespace quarn {
 namespace {
@@ -29,6 +30,12 @@ std::vector<Artifact> merged(std::vector<Artifact> artifacts) {
     }
   }
   return result;
+}
+
+void tellGrowth(const AppInspectionService::Growth& growth, AppInspectionService::Phase phase,
+                AppInspection& inspection, const std::vector<Artifact>& found) {
+  inspection.artifacts = merged(found);
+  growth(phase, inspection);
 }
 
 }  // namespace
@@ -62,7 +69,12 @@ std::vector<AppInspectionService::Phase> AppInspectionService::phaseSequence(con
 
 AppInspection AppInspectionService::inspect(const AppEntity& app, const Options& options, const Progress& progress,
                                             const Cancellation& cancellation) const {
-  return run(app, options, sourcesOfOne(options, cancellation), progress, cancellation);
+  return inspect(app, options, progress, nullptr, cancellation);
+}
+
+AppInspection AppInspectionService::inspect(const AppEntity& app, const Options& options, const Progress& progress,
+                                            const Growth& growth, const Cancellation& cancellation) const {
+  return run(app, options, sourcesOfOne(options, cancellation), progress, growth, cancellation);
 }
 
 void AppInspectionService::inspectAll(const std::vector<AppEntity>& apps, const Options& options,
@@ -71,7 +83,7 @@ void AppInspectionService::inspectAll(const std::vector<AppEntity>& apps, const 
   if (apps.empty() || cancellation.isCancelled()) return;
   const InspectionSources sources = sourcesOfMany(apps, options, cancellation);
   for (const AppEntity& app : apps) {
-    AppInspection inspection = run(app, options, sources, nullptr, cancellation);
+    AppInspection inspection = run(app, options, sources, nullptr, nullptr, cancellation);
     // A partial inspection would look complete.
     if (cancellation.isCancelled()) return;
     onInspection(std::move(inspection));
@@ -79,7 +91,8 @@ void AppInspectionService::inspectAll(const std::vector<AppEntity>& apps, const 
 }
 
 AppInspection AppInspectionService::run(const AppEntity& app, const Options& options, const InspectionSources& sources,
-                                        const Progress& progress, const Cancellation& cancellation) const {
+                                        const Progress& progress, const Growth& growth,
+                                        const Cancellation& cancellation) const {
   AppInspection inspection{.app = app};
   EntitlementsInfo entitlements;
   std::vector<Artifact> artifacts;
@@ -101,12 +114,23 @@ AppInspection AppInspectionService::run(const AppEntity& app, const Options& opt
         break;
       case Phase::finalize: break;  // runs below, also for a cancelled inspection
     }
+    if (growth) tellGrowth(growth, phase, inspection, artifacts);
   }
-  artifacts = merged(std::move(artifacts));
-  if (options.computeArtifactSizes) sizeArtifacts(artifacts, sources.sizes, files_, cancellation);
-  inspection.artifacts = std::move(artifacts);
+  inspection.artifacts = merged(std::move(artifacts));
+  if (options.computeArtifactSizes) sizeWithGrowth(inspection, sources.sizes, growth, cancellation);
   inspection.inspectedAt = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  if (growth) growth(Phase::finalize, inspection);
   return inspection;
+}
+
+void AppInspectionService::sizeWithGrowth(AppInspection& inspection, const FileSizeCalculator& sizes,
+                                          const Growth& growth, const Cancellation& cancellation) const {
+  Pace pace;
+  std::function<void()> onSized;
+  if (growth) {
+    onSized = [&] { pace.offer([&] { growth(Phase::finalize, inspection); }); };
+  }
+  sizeArtifacts(inspection.artifacts, sizes, files_, cancellation, onSized);
 }
 
 // If an earlier phase found an extension as an ordinary file, keep only the artifact of the extension.

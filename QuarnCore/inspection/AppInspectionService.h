@@ -58,6 +58,8 @@ class AppInspectionService {
   };
 
   using Progress = std::function<void(Phase)>;
+  /// Sees an inspection grow. `soFar` is what `inspect` would return now, without the date; it is valid during the call.
+  using Growth = std::function<void(Phase phase, const AppInspection& soFar)>;
 
   AppInspectionService(ArtifactScanner artifactScanner, UninstallerDiscoveryService uninstallerDiscovery,
                        EntitlementsReader entitlementsReader, LaunchdScanner launchdScanner,
@@ -76,6 +78,11 @@ class AppInspectionService {
   [[nodiscard]] AppInspection inspect(const AppEntity& app, const Options& options, const Progress& progress = nullptr,
                                       const Cancellation& cancellation = Cancellation::never()) const;
 
+  /// The same. Also calls `growth`, if not null, on this thread: after each phase, at most every 100 ms while artifacts
+  /// are sized, and at the end, also when cancelled.
+  [[nodiscard]] AppInspection inspect(const AppEntity& app, const Options& options, const Progress& progress,
+                                      const Growth& growth, const Cancellation& cancellation) const;
+
   /// Inspects many apps. Passes to `onInspection`, in the order of the apps, exactly the inspections that `inspect`
   /// returns (except the date). Reads each folder, property list, receipt and job once for all apps, so the cost grows
   /// with the number of items plus the number of apps, not with their product. Assumes that the volume does not change
@@ -89,7 +96,10 @@ class AppInspectionService {
   [[nodiscard]] InspectionSources sourcesOfMany(const std::vector<AppEntity>& apps, const Options& options,
                                                 const Cancellation& cancellation) const;
   [[nodiscard]] AppInspection run(const AppEntity& app, const Options& options, const InspectionSources& sources,
-                                  const Progress& progress, const Cancellation& cancellation) const;
+                                  const Progress& progress, const Growth& growth,
+                                  const Cancellation& cancellation) const;
+  void sizeWithGrowth(AppInspection& inspection, const FileSizeCalculator& sizes, const Growth& growth,
+                      const Cancellation& cancellation) const;
   [[nodiscard]] std::vector<Artifact> withKernelExtensions(std::vector<Artifact> artifacts,
                                                            std::vector<Artifact> kernelExtensions) const;
 

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <string>
 
+#include "QuarnPlatform/base/Pace.h"
 #include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
@@ -26,26 +27,19 @@ Totals sum(Totals left, const Totals& right) {
 class ThrottledUpdates {
  public:
   ThrottledUpdates(const std::function<void(const Totals&)>& onUpdate, std::chrono::milliseconds interval)
-      : onUpdate_(onUpdate), interval_(interval) {}
+      : onUpdate_(onUpdate), pace_(interval) {}
 
   [[nodiscard]] bool areWanted() const { return static_cast<bool>(onUpdate_); }
   void offer(const Totals& totals) {
-    if (!areWanted()) return;
-    const Clock::time_point now = Clock::now();
-    if (now < last_ + interval_) return;
-    last_ = now;
-    onUpdate_(totals);
+    if (areWanted()) pace_.offer([&] { onUpdate_(totals); });
   }
   void finish(const Totals& totals) const {
     if (areWanted()) onUpdate_(totals);
   }
 
  private:
-  using Clock = std::chrono::steady_clock;
-
   const std::function<void(const Totals&)>& onUpdate_;
-  const std::chrono::milliseconds interval_;
-  Clock::time_point last_ = Clock::now();
+  Pace pace_;
 };
 
 }  // namespace

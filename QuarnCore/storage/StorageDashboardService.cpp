@@ -178,8 +178,9 @@ StorageDashboardService::CategorySizes StorageDashboardService::partition(
   return byCategory(totals);
 }
 
-std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(StorageCategoryID category,
-                                                                      const Cancellation& cancellation) const {
+std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(
+    StorageCategoryID category, const Cancellation& cancellation,
+    const std::function<void(const SizeInfo& soFar)>& onRoot) const {
   if (category == StorageCategoryID::free) return std::nullopt;
   const FileManager files = files_.cancelledBy(cancellation);
   const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
@@ -188,6 +189,7 @@ std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(StorageCat
   for (const FileURL& root : sizedRoots(category, categories, volumeLocationChecker_, files)) {
     if (cancellation.isCancelled()) break;
     total = total.value_or(SizeInfo{}) + sizing.sizeOf(root);
+    if (onRoot) onRoot(*total);
   }
   return total;
 }

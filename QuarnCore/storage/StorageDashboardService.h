@@ -65,9 +65,11 @@ class StorageDashboardService {
       const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
       RecordedFolders* recorded = nullptr) const;
 
-  /// The size of the roots in `preciseRoots`, root by root; absent if there are none. Throws FileError.
-  [[nodiscard]] std::optional<SizeInfo> calculatePreciseSize(StorageCategoryID category,
-                                                             const Cancellation& cancellation) const;
+  /// The size of the roots in `preciseRoots`, root by root; absent if there are none. Calls `onRoot`, if not null, with
+  /// the sum so far after each root. Throws FileError.
+  [[nodiscard]] std::optional<SizeInfo> calculatePreciseSize(
+      StorageCategoryID category, const Cancellation& cancellation,
+      const std::function<void(const SizeInfo& soFar)>& onRoot = nullptr) const;
   /// The category's roots, including discovered ones, that exist and are not on another volume.
   [[nodiscard]] std::vector<FileURL> preciseRoots(StorageCategoryID category,
                                                   const Cancellation& cancellation = Cancellation::never()) const;

@@ -8,33 +8,26 @@
 #include "quarn/commands/AppSelection.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/TerminalText.h"
+#include "quarn/wire/UsualOptions.h"
 
 namespace quarn {
 namespace {
 
-constexpr long kSearchDepth = 3;
-constexpr long kSearchResults = 50;
-constexpr long kDocumentsDepth = 3;
-
 AppInspectionService::Options optionsOf(const Arguments& arguments) {
-  const bool searches = !arguments.has("--no-heuristics");
-  const bool system = !arguments.has("--no-system");
-  const long depth = arguments.number("--depth", kSearchDepth);
-  const long results = arguments.number("--max-results", kSearchResults);
-  return {.includeHeuristicSearch = searches,
-          .heuristicMaxDepth = depth,
-          .heuristicMaxResults = results,
-          .includeDocumentsHeuristicSearch = searches,
-          .documentsHeuristicMaxDepth = arguments.has("--depth") ? depth : kDocumentsDepth,
-          .documentsHeuristicMaxResults = results,
-          .includeVendorHeuristics = true,
-          .includeSystemArtifacts = system,
-          .includeSystemHeuristicSearch = system && searches,
-          .includeGroupContainers = true,
-          .includeLaunchd = true,
-          .includeReceipts = true,
-          .includeKernelExtensions = true,
-          .computeArtifactSizes = !arguments.has("--no-sizes")};
+  AppInspectionService::Options options = usualInspectionOptions();
+  if (arguments.has("--no-heuristics")) {
+    options.includeHeuristicSearch = options.includeDocumentsHeuristicSearch = false;
+    options.includeSystemHeuristicSearch = false;
+  }
+  if (arguments.has("--no-system")) options.includeSystemArtifacts = options.includeSystemHeuristicSearch = false;
+  if (arguments.has("--depth")) {
+    options.heuristicMaxDepth = arguments.number("--depth", options.heuristicMaxDepth);
+    options.documentsHeuristicMaxDepth = options.heuristicMaxDepth;
+  }
+  options.heuristicMaxResults = arguments.number("--max-results", options.heuristicMaxResults);
+  options.documentsHeuristicMaxResults = options.heuristicMaxResults;
+  options.computeArtifactSizes = !arguments.has("--no-sizes");
+  return options;
 }
 
 // The inspections of a scan have one set of options.

@@ -6,6 +6,7 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/rpc/Server.h"
+#include "quarn/rpc/TypeModel.h"
 
 namespace quarn {
 namespace {
@@ -23,6 +24,10 @@ ExitCode serveRPC(CommandContext& context) {
     context.print(documentText(openRPCDocument(), 2));
     return ExitCode::ok;
   }
+  if (const std::optional<std::string> language = context.arguments().text("--types")) {
+    context.print(*language == "python" ? pythonTypes(openRPCDocument()) : typeScriptTypes(openRPCDocument()));
+    return ExitCode::ok;
+  }
   const int error = runRPC(context.services(), STDIN_FILENO, STDOUT_FILENO, concurrency(context.arguments()));
   if (error != 0) throwFileError(error, "write", "standard output");
   return ExitCode::ok;
@@ -30,6 +35,10 @@ ExitCode serveRPC(CommandContext& context) {
 
 constexpr std::array kRPCOptions{
     OptionRow{.name = "--describe", .help = "Print the interface as an OpenRPC document and exit"},
+    OptionRow{.name = "--types",
+              .argument = "LANGUAGE",
+              .help = "Print the types of the interface for a language and exit",
+              .choices = "typescript|python"},
     OptionRow{.name = "--max-concurrent",
               .argument = "N",
               .help = "Run at most N requests at the same time (default: processors, at least 2)",
@@ -40,6 +49,7 @@ constexpr std::array kRPCOptions{
 };
 constexpr std::array kRPCExamples{
     ExampleRow{.line = "quarn --volume /mnt/mac rpc", .meaning = "serve requests on standard input"},
+    ExampleRow{.line = "quarn rpc --types typescript", .meaning = "the types for a client in TypeScript"},
     ExampleRow{.line = "quarn rpc --describe", .meaning = "the interface as an OpenRPC document"},
 };
 constexpr CommandRow kRPCRow{.name = "rpc",

@@ -1,10 +1,14 @@
 #include "quarn/rpc/Binder.h"
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/rpc/Methods.h"
 #include "quarn/rpc/RPCError.h"
+#include "quarn/rpc/Unread.h"
+#include "quarn/services/Services.h"
 
 namespace quarn {
 namespace {
@@ -19,14 +23,63 @@ const json& objectOf(const json* params) {
   return *params;
 }
 
-ordered_json invoke(const MethodRow& row, const MethodContext& context, const json* params) {
-  const JSONDecoder object(objectOf(params));
-  std::vector<std::string_view> known;
+void refuseUnknownParams(const MethodRow& row, const JSONDecoder& params) {
+  std::vector<std::string_view> known{kReportUnreadParam.name};
   for (const ParamRow& param : row.params()) known.push_back(param.name);
-  object.refuseUnknownMembers(known);
+  params.refuseUnknownMembers(known);
+}
+
+bool isWanted(const ParamRow& flag, const JSONDecoder& params) {
+  return fromJSON<std::optional<bool>>(params.member(flag.name)).value_or(false);
+}
+
+/// Sends "$/unread" when the request ends with a result or with an error of the operation.
+class UnreadNotification {
+ public:
+  UnreadNotification(bool isWanted, const RequestContext& request) : request_(request) {
+    if (isWanted) report_ = std::make_shared<ReadReport>();
+  }
+
+  [[nodiscard]] const std::shared_ptr<ReadReport>& report() const { return report_; }
+  void send() const {
+    if (report_) request_.unread(unreadValue(*report_, request_.cancellation));
+  }
+
+ private:
+  const RequestContext& request_;
+  std::shared_ptr<ReadReport> report_;  ///< null if nobody wants to know
+};
+
+// A method that walks gets services of its own, so that everything in it stops when the request is cancelled.
+ordered_json run(const MethodRow& row, const Services& services, const RequestContext& request,
+                 const JSONDecoder& params, const std::shared_ptr<ReadReport>& report) {
   ordered_json result;
-  row.invoke(row, context, object, result);
+  if (report == nullptr && isQuickMethod(row.name)) {
+    row.invoke(row, {services, request}, params, result);
+  } else {
+    const std::unique_ptr<Services> own = services.forRequest(report, request.cancellation);
+    row.invoke(row, {*own, request}, params, result);
+  }
   return result;
+}
+
+ordered_json invoke(const MethodRow& row, const Services& services, const RequestContext& request, const json* params) {
+  const JSONDecoder object(objectOf(params));
+  refuseUnknownParams(row, object);
+  RequestContext own = request;
+  if (row.progressType == nullptr || !isWanted(kProgressParam, object)) own.report = nullptr;
+  const UnreadNotification unread(isWanted(kReportUnreadParam, object), request);
+  try {
+    ordered_json result = run(row, services, own, object, unread.report());
+    unread.send();
+    return result;
+  } catch (const FileError& error) {
+    unread.send();
+    throw RPCError::operationFailed(error);
+  } catch (const SizeOverflow& error) {
+    unread.send();
+    throw RPCError::operationFailed(error);
+  }
 }
 
 }  // namespace
@@ -36,13 +89,9 @@ ordered_json Binder::call(const std::string& method, const json* params, const R
       std::find_if(methods_.begin(), methods_.end(), [&](const auto& known) { return known.name == method; });
   if (row == methods_.end()) throw RPCError::noSuchMethod(method);
   try {
-    return invoke(*row, {services_, context}, params);
+    return invoke(*row, services_, context, params);
   } catch (const DecodingError& error) {
     throw RPCError::badParam(error);
-  } catch (const FileError& error) {
-    throw RPCError::operationFailed(error);
-  } catch (const SizeOverflow& error) {
-    throw RPCError::operationFailed(error);
   }
 }
 

@@ -4,6 +4,7 @@
 #include "quarn/rpc/Notifications.h"
 #include "quarn/rpc/RPCError.h"
 #include "quarn/rpc/Server.h"
+#include "quarn/rpc/Unread.h"
 #include "quarn/wire/RecordJSON.h"
 
 namespace quarn {
@@ -69,10 +70,11 @@ std::string describeInterface() {
   const auto row = [](const auto& any) { return describe(any); };
   const ordered_json interface = {{"jsonrpc", "2.0"},
                                   {"protocolVersion", kProtocolVersion},
+                                  {"commonParams", ordered_json::array({describe(kReportUnreadParam)})},
                                   {"methods", described(methodTable(), row)},
                                   {"notifications", described(kNotifications, row)},
-                                  {"records", described(describeRecords(), row)},
-                                  {"enumerations", described(describeEnumerations(), row)},
+                                  {"records", described(interfaceRecords(), row)},
+                                  {"enumerations", described(interfaceEnumerations(), row)},
                                   {"errors", described(kRPCErrors, row)}};
   return interface.dump(2);
 }

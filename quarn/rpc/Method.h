@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -34,7 +35,7 @@ struct ParamRow {
 /// A method of the interface: its name, its params in order, and its handler. The conversions are derived from the
 /// handler's signature, so description, validation and call always agree.
 struct MethodRow {
-  static constexpr std::size_t kMostParams = 8;
+  static constexpr std::size_t kMostParams = 9;
 
   std::string_view name;
   std::array<ParamRow, kMostParams> paramRows;
@@ -89,11 +90,17 @@ constexpr MethodRow method(std::string_view name, Names... paramNames) {
   return row;
 }
 
-/// The same for a handler that reports progress values of type `Progress`.
+/// The last param of the methods that can report progress.
+inline constexpr ParamRow kProgressParam{.name = "progress", .type = &typeName<std::optional<bool>>};
+
+/// The same for a handler that reports progress values of type `Progress`. Clients ask for them with `kProgressParam`;
+/// without it, the handler's `context.request.report` is null.
 template <auto handler, class Progress, class... Names>
 constexpr MethodRow methodWithProgress(std::string_view name, Names... paramNames) {
   MethodRow row = method<handler>(name, paramNames...);
   row.progressType = &typeName<Progress>;
+  const bool hasParam = row.paramCount > 0 && row.paramRows[row.paramCount - 1].name == kProgressParam.name;
+  if (!hasParam) row.paramRows[row.paramCount++] = kProgressParam;
   return row;
 }
 

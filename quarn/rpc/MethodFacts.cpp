@@ -17,6 +17,7 @@ struct MethodFacts {
 
 // clang-format off
 constexpr auto kFacts = std::to_array<MethodFacts>({
+    {"AppInspectionService.defaultOptions", "The options that hold where a request says nothing", Cost::quick},
     {"AppInspectionService.phaseSequence", "The phases of an inspection with these options, in order", Cost::quick},
     {"AppInspectionService.inspect", "Everything that belongs to an app: its uninstallers and artifacts", Cost::walk},
     {"AppInspectionService.inspectAll", "The inspection of every given app, in one pass over the volume", Cost::walk},

@@ -1,4 +1,5 @@
 #include "quarn/rpc/Methods.h"
+#include "quarn/wire/UsualOptions.h"
 
 namespace quarn {
 namespace {
@@ -6,8 +7,9 @@ namespace {
 using Association = KernelExtensionAssociationService::Association;
 
 std::vector<Artifact> scanArtifacts(const Context& context, const AppEntity& app, const EntitlementsInfo& entitlements,
-                                    const ArtifactScanner::Options& options) {
-  return context.services.artifactScanner().scan(app, entitlements, options, context.request.cancellation);
+                                    const std::optional<ArtifactScanner::Options>& options) {
+  return context.services.artifactScanner().scan(app, entitlements, options.value_or(usualScanOptions()),
+                                                 context.request.cancellation);
 }
 
 std::vector<Artifact> userHeuristicSearch(const Context& context, const AppEntity& app, std::int64_t maxDepth,

@@ -20,7 +20,7 @@ Handshake initialize(const Context& context, const std::optional<std::string>& /
   return {.protocolVersion = kProtocolVersion,
           .version = std::string(kVersion),
           .volume = volumeIfReadable(context.services),
-          .capabilities = {"cancel", "progress", "concurrent", "discover"}};
+          .capabilities = {"cancel", "progress", "concurrent", "discover", "reportUnread", "defaultOptions"}};
 }
 
 std::string version(const Context& /*context*/) { return std::string(kVersion); }

@@ -1,4 +1,5 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/rpc/Growth.h"
 #include "quarn/rpc/Methods.h"
 
 namespace quarn {
@@ -46,17 +47,23 @@ StorageOverview initialOverview(const Context& context) {
   return context.services.storageDashboard().initialOverview();
 }
 
-StorageDashboardService::CategorySizes calculatePartitionedCategorySizes(const Context& context,
-                                                                         const std::optional<bool>& progress) {
+StorageDashboardService::CategorySizes calculatePartitionedCategorySizes(const Context& context) {
   std::function<void(const StorageDashboardService::CategorySizes&)> report;
-  if (progress.value_or(false)) {
+  if (context.request.report) {
     report = [&](const auto& totals) { context.request.report(toJSON(TotalsProgress{totals})); };
   }
   return context.services.storageDashboard().calculatePartitionedCategorySizes(report, context.request.cancellation);
 }
 
 std::optional<SizeInfo> calculatePreciseSize(const Context& context, StorageCategoryID category) {
-  return context.services.storageDashboard().calculatePreciseSize(category, context.request.cancellation);
+  const Services& services = context.services;
+  const Cancellation& cancellation = context.request.cancellation;
+  SizeGrowth growth(context.request);
+  const StorageDashboardService dashboard =
+      services.storageDashboardWith(growth.watched(services.fileSizeCalculator, services.files));
+  const auto onRoot = [&](const SizeInfo& soFar) { growth.continueAt(soFar); };
+  const std::optional<SizeInfo> size = dashboard.calculatePreciseSize(category, cancellation, onRoot);
+  return size ? std::optional(growth.finish(*size)) : std::nullopt;
 }
 
 // clang-format off
@@ -72,8 +79,8 @@ constexpr std::array kStorageMethods{
     method<&indexedHint>("VendorPathHintIndex.hint", "url", "category"),
     method<&indexedRoots>("VendorPathHintIndex.roots", "category"),
     method<&initialOverview>("StorageDashboardService.initialOverview"),
-    methodWithProgress<&calculatePartitionedCategorySizes, TotalsProgress>("StorageDashboardService.calculatePartitionedCategorySizes", "progress"),
-    method<&calculatePreciseSize>("StorageDashboardService.calculatePreciseSize", "category"),
+    methodWithProgress<&calculatePartitionedCategorySizes, TotalsProgress>("StorageDashboardService.calculatePartitionedCategorySizes"),
+    methodWithProgress<&calculatePreciseSize, SizeProgress>("StorageDashboardService.calculatePreciseSize", "category"),
 };
 // clang-format on
 

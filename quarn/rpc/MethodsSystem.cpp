@@ -1,3 +1,5 @@
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/rpc/Growth.h"
 #include "quarn/rpc/Methods.h"
 
 namespace quarn {
@@ -6,12 +8,15 @@ namespace {
 SizeInfo itemSize(const Context& context, const FileURL& at, const std::optional<std::vector<FileURL>>& excluding,
                   bool allowSlow, bool includeHidden) {
   const std::vector<FileURL> excluded = excluding.value_or(std::vector<FileURL>());
-  return context.services.fileSizeCalculator.itemSizeExcluding(at, excluded, allowSlow, includeHidden,
-                                                               context.request.cancellation);
+  SizeGrowth growth(context.request);
+  const FileSizeCalculator sizes = growth.watched(context.services.fileSizeCalculator, context.services.files);
+  return growth.finish(sizes.itemSizeExcluding(at, excluded, allowSlow, includeHidden, context.request.cancellation));
 }
 
 SizeInfo enumeratingDirectorySize(const Context& context, const FileURL& at, bool includeHidden) {
-  return context.services.fileSizeCalculator.enumeratingDirectorySize(at, includeHidden, context.request.cancellation);
+  SizeGrowth growth(context.request);
+  const FileSizeCalculator sizes = growth.watched(context.services.fileSizeCalculator, context.services.files);
+  return growth.finish(sizes.enumeratingDirectorySize(at, includeHidden, context.request.cancellation));
 }
 
 std::optional<SizeInfo> resourceSize(const Context& context, const FileURL& at) {
@@ -54,8 +59,8 @@ FileURL quarantineFolder(const Context& context) { return context.services.quara
 
 // clang-format off
 constexpr std::array kSystemMethods{
-    method<&itemSize>("FileSizeCalculator.itemSize", "at", "excluding", "allowSlow", "includeHidden"),
-    method<&enumeratingDirectorySize>("FileSizeCalculator.enumeratingDirectorySize", "at", "includeHidden"),
+    methodWithProgress<&itemSize, SizeProgress>("FileSizeCalculator.itemSize", "at", "excluding", "allowSlow", "includeHidden"),
+    methodWithProgress<&enumeratingDirectorySize, SizeProgress>("FileSizeCalculator.enumeratingDirectorySize", "at", "includeHidden"),
     method<&resourceSize>("FileSizeCalculator.resourceSize", "at"),
     method<&readEntitlements>("EntitlementsReader.readEntitlements", "forAppAt"),
     method<&scanLaunchd>("LaunchdScanner.scan"),

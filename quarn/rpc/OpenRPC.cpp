@@ -5,6 +5,7 @@
 #include "quarn/rpc/Notifications.h"
 #include "quarn/rpc/RPCError.h"
 #include "quarn/rpc/Server.h"
+#include "quarn/rpc/Unread.h"
 #include "quarn/services/Version.h"
 #include "quarn/wire/RecordJSON.h"
 
@@ -81,13 +82,14 @@ ordered_json schemaOf(const RecordDescription& record) {
   }
   ordered_json schema = {{"type", "object"}, {"properties", std::move(properties)}};
   if (!required.empty()) schema["required"] = std::move(required);
+  if (record.omitsAbsent) schema["x-omitsAbsent"] = true;
   return schema;
 }
 
 ordered_json schemas() {
   ordered_json all = ordered_json::object();
-  for (const RecordDescription& record : describeRecords()) all[std::string(record.name)] = schemaOf(record);
-  for (const EnumerationDescription& enumeration : describeEnumerations()) {
+  for (const RecordDescription& record : interfaceRecords()) all[std::string(record.name)] = schemaOf(record);
+  for (const EnumerationDescription& enumeration : interfaceEnumerations()) {
     all[std::string(enumeration.name)] = {{"type", "string"}, {"enum", enumeration.values}};
   }
   return all;
@@ -124,6 +126,7 @@ ordered_json paramOf(const ParamRow& row) {
 ordered_json methodOf(const MethodRow& row) {
   ordered_json params = ordered_json::array();
   for (const ParamRow& param : row.params()) params.push_back(paramOf(param));
+  params.push_back({{"$ref", "#/components/contentDescriptors/" + std::string(kReportUnreadParam.name)}});
   ordered_json method = {{"name", row.name},
                          {"summary", summaryOfMethod(row.name)},
                          {"paramStructure", "by-name"},
@@ -162,7 +165,10 @@ ordered_json openRPCDocument() {
             {"license", {{"name", "Apache-2.0"}}},
             {"x-programVersion", kVersion}}},
           {"methods", listOf(methodTable(), methodOf)},
-          {"components", {{"schemas", schemas()}, {"errors", errors()}}},
+          {"components",
+           {{"contentDescriptors", {{std::string(kReportUnreadParam.name), paramOf(kReportUnreadParam)}}},
+            {"schemas", schemas()},
+            {"errors", errors()}}},
           {"x-notifications", listOf(kNotifications, notificationOf)}};
 }
 

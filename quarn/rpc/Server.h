@@ -10,8 +10,9 @@
 
 namespace quarn {
 
-/// The version of the contract. It grows when a method, param, record or error changes.
-inline constexpr std::int64_t kProtocolVersion = 2;
+/// The version of the contract. It grows when a method, param, record or error changes; changes between two releases
+/// share one number.
+inline constexpr std::int64_t kProtocolVersion = 3;
 
 /// Serves every operation of the library over JSON-RPC on two descriptors until the input ends; docs/rpc.md is the
 /// contract. The caller owns the descriptors. Returns 0, or the errno of a response that could not be written. A

@@ -59,8 +59,8 @@ std::string errorAnswer(const std::string& id, const RPCError& error) {
   return answerText(id, "error", value);
 }
 
-std::string progressNotification(const std::string& id, const ordered_json& value) {
-  return R"({"jsonrpc":"2.0","method":")" + std::string(kProgressNotification) + R"(","params":{"id":)" + id +
+std::string notification(std::string_view method, const std::string& id, const ordered_json& value) {
+  return R"({"jsonrpc":"2.0","method":")" + std::string(method) + R"(","params":{"id":)" + id +
          ",\"value\":" + jsonText(value) + "}}";
 }
 
@@ -215,13 +215,16 @@ class Session {
   }
 
   std::string resultOf(const Request& request) {
-    const auto report = [&](const ordered_json& value) {
-      if (!writer_.write(progressNotification(request.id, value))) giveUp();
+    const auto notifying = [&](std::string_view method) {
+      return [&, method](const ordered_json& value) {
+        if (!writer_.write(notification(method, request.id, value))) giveUp();
+      };
     };
     MemoryReserve::refill();
     try {
       const std::optional<json> params = request.params.empty() ? std::nullopt : parseJSON(request.params);
-      const RequestContext context{request.cancellation, report};
+      const RequestContext context{request.cancellation, notifying(kProgressNotification),
+                                   notifying(kUnreadNotification)};
       return answerText(request.id, "result", dispatcher_(request.method, params ? &*params : nullptr, context));
     } catch (const RPCError& error) {
       return errorAnswer(request.id, error);

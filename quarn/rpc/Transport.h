@@ -13,8 +13,11 @@ namespace quarn {
 /// The context of a running request.
 struct RequestContext {
   Cancellation cancellation;  ///< set when the client cancels the request
-  /// Sends a progress notification for the request. Any thread may call it while the request runs.
+  /// Sends a progress notification for the request. Any thread may call it while the request runs. Null if the client
+  /// wants none.
   std::function<void(const nlohmann::ordered_json& value)> report;
+  /// Sends what the request could not read. Call it once, before the request ends.
+  std::function<void(const nlohmann::ordered_json& value)> unread = {};
 };
 
 /// Runs one request. Returns the result or throws an RPCError. `params` is an object, an array or null.

@@ -9,6 +9,9 @@
 namespace quarn {
 
 Services::Services(FileManager volume, ResourceBundle shippedResources)
+    : Services(std::move(volume), std::move(shippedResources), nullptr) {}
+
+Services::Services(FileManager volume, ResourceBundle shippedResources, const Services* shared)
     : files(std::move(volume)),
       resources(std::move(shippedResources)),
       fileSizeCalculator(FileSizeCalculator::live(files)),
@@ -25,18 +28,29 @@ Services::Services(FileManager volume, ResourceBundle shippedResources)
       appsService([this] { return AppsService(appDiscovery, fileSizeCalculator); }),
       artifactScanner([this] { return ArtifactScanner(fileSizeCalculator, files); }),
       topItems([this] { return TopItemsService(fileSizeCalculator, files); }),
-      vendorProfiles([this] { return VendorProfileRegistry::loadDefault(resources); }),
-      signatureRegistry([this] { return StorageSignatureRegistry::loadDefault(resources); }),
-      vendorHints([this] { return VendorPathHintIndex(vendorProfiles(), files.homeDirectory(), files); }),
+      vendorProfiles([this, shared] {
+        return shared != nullptr ? shared->vendorProfiles() : VendorProfileRegistry::loadDefault(resources);
+      }),
+      signatureRegistry([this, shared] {
+        return shared != nullptr ? shared->signatureRegistry() : StorageSignatureRegistry::loadDefault(resources);
+      }),
+      vendorHints([this, shared] {
+        return shared != nullptr ? shared->vendorHints()
+                                 : VendorPathHintIndex(vendorProfiles(), files.homeDirectory(), files);
+      }),
       deepInspector([this] { return DeepInspectorService(vendorProfiles(), files); }),
       kernelExtensionAssociation([this] {
         return KernelExtensionAssociationService(vendorProfiles(), receiptScanner, kernelExtensionService,
                                                  files.homeDirectory(), files);
       }),
-      storageDashboard([this] {
-        return StorageDashboardService(volumeInfoClient, fileSizeCalculator, signatureRegistry(), volumeLocationChecker,
-                                       vendorHints(), quarantineManager, files);
-      }) {}
+      storageDashboard([this] { return storageDashboardWith(fileSizeCalculator); }) {}
+
+std::unique_ptr<Services> Services::forRequest(std::shared_ptr<ReadReport> report,
+                                               const Cancellation& cancellation) const {
+  const FileManager own = files.cancelledBy(cancellation);
+  const FileManager& reporting = report ? own.reportingTo(std::move(report)) : own;
+  return std::unique_ptr<Services>(new Services(reporting, resources, this));
+}
 
 AppInspectionService Services::appInspection(const Cancellation& cancellation) const {
   return inspectionWith(fileSizeCalculator, cancellation);
@@ -53,6 +67,11 @@ AppInspectionService Services::inspectionWith(const FileSizeCalculator& sizes, c
       files);
 }
 
+StorageDashboardService Services::storageDashboardWith(const FileSizeCalculator& sizes) const {
+  return StorageDashboardService(volumeInfoClient, sizes, signatureRegistry(), volumeLocationChecker, vendorHints(),
+                                 quarantineManager, files);
+}
+
 ScanStore Services::scanStore() const {
   return {
       {.programVersion = std::string(kVersion),
@@ -62,11 +81,7 @@ ScanStore Services::scanStore() const {
        .launchdScanner = launchdScanner,
        .receiptScanner = receiptScanner,
        .ownership = ownership(),
-       .dashboard =
-           [this](const FileSizeCalculator& sizes) {
-             return StorageDashboardService(volumeInfoClient, sizes, signatureRegistry(), volumeLocationChecker,
-                                            vendorHints(), quarantineManager, files);
-           },
+       .dashboard = [this](const FileSizeCalculator& sizes) { return storageDashboardWith(sizes); },
        .inspection = [this](const FileSizeCalculator& sizes,
                             const Cancellation& cancellation) { return inspectionWith(sizes, cancellation); },
        .extensions = [this](const FileSizeCalculator& sizes) { return KernelExtensionService::live(files, sizes); }},

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "QuarnCore/discovery/ArtifactScanner.h"
 #include "QuarnCore/discovery/KernelExtensionAssociationService.h"
 #include "QuarnCore/folders/TopItemsService.h"
@@ -15,6 +17,7 @@
 #include "QuarnCore/vendors/UninstallerDiscoveryService.h"
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnPlatform/resources/ResourceBundle.h"
 #include "QuarnSystem/AppDiscoveryClient.h"
 #include "QuarnSystem/EntitlementsReader.h"
@@ -29,18 +32,27 @@ namespace quarn {
 
 /// All services of the library for one volume, for the lifetime of the process. Services that read resources or the
 /// volume are created on first use, so that `quarn apps` does not load the vendor profiles. Thread-safe; not copyable
-/// and not movable. Replace a client before the first use of a service that takes it; inspections create their own
-/// clients.
+/// and not movable. Replace a client before the first use of a service that takes it; inspections and the services of
+/// one request create their own clients.
 struct Services {
   Services(FileManager volume, ResourceBundle shippedResources);
   Services(const Services&) = delete;
   Services& operator=(const Services&) = delete;
+
+  /// The same services for one request. They stop soon after `cancellation` is set, and add what they cannot read to
+  /// `report`; if that is null, to the report of this object's volume. They share the profiles, the signatures and the
+  /// index of vendor paths with this object, which must outlive them.
+  [[nodiscard]] std::unique_ptr<Services> forRequest(std::shared_ptr<ReadReport> report,
+                                                     const Cancellation& cancellation) const;
 
   /// An inspection service for one app or several. It caches the data that phases and apps share. Its system
   /// clients stop soon after `cancellation` is set; pass the same one to `inspect`.
   [[nodiscard]] AppInspectionService appInspection(const Cancellation& cancellation = Cancellation::never()) const;
   /// A service for a map of the whole volume. It caches what the map asks of the system.
   [[nodiscard]] OwnershipService ownership() const;
+
+  /// The storage categories, sized by another calculator.
+  [[nodiscard]] StorageDashboardService storageDashboardWith(const FileSizeCalculator& sizes) const;
 
   /// The store of scans; reads the vendor profiles.
   [[nodiscard]] ScanStore scanStore() const;
@@ -72,6 +84,8 @@ struct Services {
   Lazy<StorageDashboardService> storageDashboard;
 
  private:
+  /// `shared` has the data of the resources, or is null: then they are loaded.
+  Services(FileManager volume, ResourceBundle shippedResources, const Services* shared);
   [[nodiscard]] AppInspectionService inspectionWith(const FileSizeCalculator& sizes,
                                                     const Cancellation& cancellation) const;
 };

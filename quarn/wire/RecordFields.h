@@ -15,6 +15,7 @@
 #include "QuarnModels/Storage.h"
 #include "quarn/wire/HandshakeRecords.h"
 #include "quarn/wire/ProgressRecords.h"
+#include "quarn/wire/UsualOptions.h"
 
 /// Field tables of the records that occur only in messages, not in resource files. The interface description reads
 /// these tables too.
@@ -203,8 +204,31 @@ template <> struct Fields<Association> {
 
 template <> struct Fields<PhaseProgress> {
   static constexpr std::string_view kName = "PhaseProgress";
+  static constexpr bool kOmitsAbsentMembers = true;
   static constexpr auto kMembers = std::tuple(
-      member("phase", &PhaseProgress::phase));
+      member("phase",        &PhaseProgress::phase),
+      member("uninstallers", &PhaseProgress::uninstallers),
+      member("removed",      &PhaseProgress::removed),
+      member("artifacts",    &PhaseProgress::artifacts));
+};
+
+template <> struct Fields<InspectionProgress> {
+  static constexpr std::string_view kName = "InspectionProgress";
+  static constexpr auto kMembers = std::tuple(
+      member("inspection", &InspectionProgress::inspection));
+};
+
+template <> struct Fields<ItemsProgress> {
+  static constexpr std::string_view kName = "ItemsProgress";
+  static constexpr auto kMembers = std::tuple(
+      member("kept",  &ItemsProgress::kept),
+      member("items", &ItemsProgress::items));
+};
+
+template <> struct Fields<SizeProgress> {
+  static constexpr std::string_view kName = "SizeProgress";
+  static constexpr auto kMembers = std::tuple(
+      member("size", &SizeProgress::size));
 };
 
 template <> struct Fields<Handshake> {
@@ -225,6 +249,7 @@ template <> struct Fields<TotalsProgress> {
 template <> struct Fields<AppInspectionService::Options> {
   using Options = AppInspectionService::Options;
   static constexpr std::string_view kName = "AppInspectionService.Options";
+  static const Options& defaults() { return usualInspectionOptions(); }
   static constexpr bool kRefusesUnknownMembers = true;
   static constexpr auto kMembers = std::tuple(
       member("includeHeuristicSearch",          &Options::includeHeuristicSearch),
@@ -246,6 +271,7 @@ template <> struct Fields<AppInspectionService::Options> {
 template <> struct Fields<ArtifactScanner::Options> {
   using Options = ArtifactScanner::Options;
   static constexpr std::string_view kName = "ArtifactScanner.Options";
+  static Options defaults() { return usualScanOptions(); }
   static constexpr bool kRefusesUnknownMembers = true;
   static constexpr auto kMembers = std::tuple(
       member("includeHeuristicSearch",       &Options::includeHeuristicSearch),

@@ -95,7 +95,7 @@ using Records =
                StorageSignatureTable, StorageSignatureRegistry::Signature, AppInspectionService::Options,
                ArtifactScanner::Options, OwnershipService::Options, LeftoverOptions, OwnershipClaim, FormerOwner,
                Ownership, ItemOwnership, AppOwnership, LeftoverItem, Leftover, Handshake, PhaseProgress,
-               TotalsProgress>;
+               InspectionProgress, ItemsProgress, SizeProgress, TotalsProgress>;
 
 using Enumerations =
     std::tuple<ArtifactKind, ArtifactDataClass, ArtifactScope, RiskLevel, CleanupMode, RemovalOperationPreview::Type,
@@ -104,7 +104,8 @@ using Enumerations =
 
 template <class Record, class Value>
 RecordDescription::Member describe(const wire::Member<Record, Value>& member) {
-  return {std::string(member.name), Codec<Value>::name(), !wire::kIsOptional<Value> && member.make == nullptr};
+  const bool canBeOmitted = wire::kIsOptional<Value> || wire::HasDefaults<Record> || member.make != nullptr;
+  return {std::string(member.name), Codec<Value>::name(), !canBeOmitted};
 }
 
 template <class Record>
@@ -115,7 +116,7 @@ RecordDescription::Member describe(const wire::Computed<Record>& member) {
 template <class Record>
 RecordDescription describeRecord() {
   const auto members = [](const auto&... member) { return std::vector{describe(member)...}; };
-  return {Fields<Record>::kName, std::apply(members, Fields<Record>::kMembers)};
+  return {Fields<Record>::kName, std::apply(members, Fields<Record>::kMembers), wire::OmitsAbsentMembers<Record>};
 }
 
 template <class Enumeration>
@@ -153,7 +154,7 @@ std::string typeName() {
 
 std::vector<RecordDescription> describeRecords() {
   std::vector<RecordDescription> records = describeAll(static_cast<const Records*>(nullptr));
-  records.push_back({"Evidence", {}});
+  records.push_back({.name = "Evidence", .members = {}, .omitsAbsent = true});
   for (const auto& [kind, member] : wire::kEvidenceMembers) {
     records.back().members.push_back({std::string(member), Codec<std::optional<std::string>>::name(), false});
   }
@@ -226,7 +227,10 @@ QUARN_VALUE(wire::Association)
 QUARN_RESULT_AND_LIST(VendorProfile)
 QUARN_RESULT_AND_LIST(StorageSignatureRegistry::Signature)
 QUARN_RESULT(StorageSignatureTable)
-QUARN_VALUE(PhaseProgress)
+QUARN_RESULT(PhaseProgress)
+QUARN_RESULT(InspectionProgress)
+QUARN_RESULT(ItemsProgress)
+QUARN_RESULT(SizeProgress)
 QUARN_RESULT(Handshake)
 QUARN_VALUE(AppInspectionService::Options)
 QUARN_VALUE(ArtifactScanner::Options)
@@ -251,6 +255,8 @@ QUARN_PARAM(std::optional<bool>)
 QUARN_PARAM(std::optional<std::int64_t>)
 QUARN_PARAM(std::optional<std::string>)
 QUARN_PARAM(std::optional<OwnershipService::Options>)
+QUARN_PARAM(std::optional<AppInspectionService::Options>)
+QUARN_PARAM(std::optional<ArtifactScanner::Options>)
 QUARN_PARAM(std::optional<std::vector<FileURL>>)
 QUARN_PARAM(std::optional<std::vector<Artifact>>)
 // clang-format on

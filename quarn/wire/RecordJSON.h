@@ -40,6 +40,7 @@ struct RecordDescription {
   };
   std::string_view name;
   std::vector<Member> members;
+  bool omitsAbsent = false;  ///< results omit absent members; otherwise these are null
 };
 
 struct EnumerationDescription {

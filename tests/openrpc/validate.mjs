@@ -35,18 +35,32 @@ const schemas = new Ajv({ strict: false });
 addFormats(schemas, ["uri", "date-time"]);
 schemas.addSchema({ $id: "interface", ...document });
 let answers = 0;
+const notifications = new Set();
+function checkNotification({ method, params }) {
+  const index = document["x-notifications"].findIndex(({ name }) => name === method);
+  document["x-notifications"][index].params.forEach(({ name }, place) => {
+    const isParam = schemas.compile({ $ref: `interface#/x-notifications/${index}/params/${place}/schema` });
+    if (!isParam(params[name])) fail(`${method}, ${name}`, isParam.errors);
+  });
+  notifications.add(method);
+}
 for (const method of document.methods) {
   const index = document.methods.indexOf(method);
   const isResult = schemas.compile({ $ref: `interface#/methods/${index}/result/schema` });
-  method.params.forEach((_, param) => schemas.compile({ $ref: `interface#/methods/${index}/params/${param}/schema` }));
-  for (const { result } of JSON.parse(readFileSync(join(goldens, `${method.name}.json`), "utf8"), filled).answers) {
-    if (result === undefined) continue;
+  method.params.forEach((param, place) => schemas.compile({ $ref: param.$ref ? `interface${param.$ref}/schema`
+                                                                  : `interface#/methods/${index}/params/${place}/schema` }));
+  for (const message of JSON.parse(readFileSync(join(goldens, `${method.name}.json`), "utf8"), filled).answers) {
+    if (message.method) checkNotification(message);
+    if (message.result === undefined) continue;
     answers += 1;
-    if (!isResult(result)) fail(`the answer of ${method.name}`, isResult.errors);
+    if (!isResult(message.result)) fail(`the answer of ${method.name}`, isResult.errors);
   }
 }
 const files = readdirSync(goldens).length;
 if (files !== document.methods.length) fail(`${files} golden files for ${document.methods.length} methods`);
 if (answers < document.methods.length / 2) fail(`only ${answers} answers were checked`);
+for (const { name, sender } of document["x-notifications"]) {
+  if (sender === "process" && !notifications.has(name)) fail(`no golden answer holds ${name}`);
+}
 console.log(`${document.methods.length} methods, ${answers} answers, ${failures} failures`);
 process.exit(failures === 0 ? 0 : 1);

@@ -54,10 +54,17 @@ TEST(Describe, TheNotificationsMatchTheTransport) {
   EXPECT_EQ(
       interface()["notifications"].dump(),
       R"([{"name":"$/progress","sender":"process","params":[{"name":"id","type":"string or number or null","required":true},)"
-      R"({"name":"value","type":"PhaseProgress or TotalsProgress","required":true}],"meaning":)"
-      R"("progress of the request with that id; only if its params hold \"progress\": true"},)"
+      R"({"name":"value","type":"PhaseProgress or InspectionProgress or ItemsProgress or SizeProgress or TotalsProgress",)"
+      R"("required":true}],"meaning":"progress of the request with that id; only if its params hold \"progress\": true"},)"
+      R"({"name":"$/unread","sender":"process","params":[{"name":"id","type":"string or number or null","required":true},)"
+      R"({"name":"value","type":"Unread","required":true}],"meaning":)"
+      R"("what the request with that id could not read; only if its params hold \"reportUnread\": true"},)"
       R"({"name":"$/cancelRequest","sender":"client","params":[{"name":"id","type":"string or number or null","required":true}],)"
       R"("meaning":"cancels the request with that id"}])");
+}
+
+TEST(Describe, TheParamOfEveryMethodIsListedOnce) {
+  EXPECT_EQ(interface()["commonParams"].dump(), R"([{"name":"reportUnread","type":"boolean","required":false}])");
 }
 
 TEST(Describe, TheErrorsListCodesAndData) {

@@ -29,89 +29,82 @@ std::string code(const std::string& text) { return "`" + text + "`"; }
 
 void join(std::string& list, const std::string& part) { list += (list.empty() ? "" : ", ") + part; }
 
-// ---- the tables, from the description of the interface
+// ---- the tables, from the OpenRPC document
 
-std::string methodsTable(const ordered_json& interface) {
+/// A type in a few words: "[AppEntity]", "SizeInfo?".
+std::string typeText(const ordered_json& schema) {
+  if (schema.contains("$ref")) return schema["$ref"].get<std::string>().substr(sizeof("#/components/schemas/") - 1);
+  if (schema.contains("items")) return "[" + typeText(schema["items"]) + "]";
+  if (schema.contains("additionalProperties")) {
+    const std::string key = schema.contains("propertyNames") ? typeText(schema["propertyNames"]) : "string";
+    return "{" + key + ": " + typeText(schema["additionalProperties"]) + "}";
+  }
+  if (schema.contains("anyOf")) {
+    const ordered_json& types = schema["anyOf"];
+    if (types.back().value("type", "") == "null") return typeText(types[0]) + "?";
+    std::string text;
+    for (const ordered_json& type : types) text += (text.empty() ? "" : " or ") + typeText(type);
+    return text;
+  }
+  return schema.value("format", "") == "uri" ? "URL" : schema["type"].get<std::string>();
+}
+
+std::string paramsText(const ordered_json& params) {
+  std::string text;
+  for (const ordered_json& param : params) {
+    if (param.contains("name")) join(text, code(param["name"]) + (param["required"].get<bool>() ? "" : "?"));
+  }
+  return text;
+}
+
+std::string methodsTable(const ordered_json& document) {
   std::string table = "| method | params | result |\n| --- | --- | --- |\n";
-  for (const ordered_json& method : interface["methods"]) {
-    std::string params;
-    for (const ordered_json& param : method["params"]) {
-      const std::string mark = param["required"].get<bool>() ? "" : "?";
-      join(params, code(param["name"]) + mark + " " + param["type"].get<std::string>());
-    }
-    std::string result = method["result"];
-    if (method.contains("progress")) result += "; " + method["progress"].get<std::string>();
-    table += "| " + code(method["name"]) + " | " + params + " | " + result + " |\n";
+  for (const ordered_json& method : document["methods"]) {
+    std::string result = typeText(method["result"]["schema"]);
+    if (method.contains("x-progress")) result += "; " + typeText(method["x-progress"]);
+    table += "| " + code(method["name"]) + " | " + paramsText(method["params"]) + " | " + result + " |\n";
   }
   return table;
 }
 
-std::string recordsTable(const ordered_json& interface) {
-  std::string table = "| record | members |\n| --- | --- |\n";
-  for (const ordered_json& record : interface["records"]) {
-    std::string members;
-    for (const ordered_json& member : record["members"]) {
-      const std::string type = member["type"];
-      const std::string text = code(member["name"]) + " " + type;
-      const bool isMade = !member["required"].get<bool>() && !type.ends_with('?');
-      join(members, isMade ? "(" + text + ")" : text);
-    }
-    table += "| " + code(record["name"]) + " | " + members + " |\n";
-  }
-  return table;
-}
-
-std::string enumerationsTable(const ordered_json& interface) {
-  std::string table = "| enumeration | values |\n| --- | --- |\n";
-  for (const ordered_json& enumeration : interface["enumerations"]) {
-    std::string values;
-    for (const ordered_json& value : enumeration["values"]) join(values, code(value));
-    table += "| " + code(enumeration["name"]) + " | " + values + " |\n";
-  }
-  return table;
-}
-
-std::string errorsTable(const ordered_json& interface) {
+std::string errorsTable(const ordered_json& document) {
   std::string table = "| code | when | `data` |\n| --- | --- | --- |\n";
-  for (const ordered_json& error : interface["errors"]) {
+  for (const auto& [number, error] : document["components"]["errors"].items()) {
     std::string data;
-    for (const ordered_json& name : error["data"]) join(data, code(name));
-    table += "| " + error["code"].dump() + " | " + error["when"].get<std::string>() + " | " + data + " |\n";
+    if (error.contains("data")) {
+      for (const ordered_json& name : error["data"]["members"]) join(data, code(name));
+    }
+    table += "| " + number + " | " + error["message"].get<std::string>() + " | " + data + " |\n";
   }
   return table;
 }
 
-std::string notificationsTable(const ordered_json& interface) {
+std::string notificationsTable(const ordered_json& document) {
   std::string table = "| notification | sender | params | meaning |\n| --- | --- | --- | --- |\n";
-  for (const ordered_json& notification : interface["notifications"]) {
-    std::string params;
-    for (const ordered_json& param : notification["params"]) {
-      join(params, code(param["name"]) + " " + param["type"].get<std::string>());
-    }
-    table += "| " + code(notification["name"]) + " | " + notification["sender"].get<std::string>() + " | " + params +
-             " | " + notification["meaning"].get<std::string>() + " |\n";
+  for (const ordered_json& row : document["x-notifications"]) {
+    table += "| " + code(row["name"]) + " | " + row["sender"].get<std::string>() + " | " + paramsText(row["params"]) +
+             " | " + row["summary"].get<std::string>() + " |\n";
   }
   return table;
 }
 
 struct Table {
   std::string_view name;
-  std::string (*make)(const ordered_json& interface);
+  std::string (*make)(const ordered_json& document);
 };
 constexpr std::array kTables{Table{"methods", &methodsTable}, Table{"notifications", &notificationsTable},
-                             Table{"records", &recordsTable}, Table{"enumerations", &enumerationsTable},
                              Table{"errors", &errorsTable}};
 
 /// The page with all tables inserted between their marks.
 std::string withTables(std::string page) {
-  const ordered_json interface = ordered_json::parse(describeInterface());
+  const ordered_json document = openRPCDocument();
   for (const Table& table : kTables) {
     const std::string begin = "<!-- " + std::string(table.name) + " -->\n";
     const std::string end = "<!-- end of " + std::string(table.name) + " -->";
     const std::size_t from = page.find(begin);
     const std::size_t to = page.find(end);
     if (from == std::string::npos || to == std::string::npos) return "no marks for " + std::string(table.name);
-    page.replace(from + begin.size(), to - from - begin.size(), table.make(interface));
+    page.replace(from + begin.size(), to - from - begin.size(), table.make(document));
   }
   return page;
 }

@@ -44,7 +44,7 @@ TEST(OpenRPC, EveryReferenceLeadsToAComponentAndEveryComponentIsUsed) {
     used.insert(reference);
   });
   std::set<std::string> known;
-  for (const char* kind : {"schemas", "errors"}) {
+  for (const char* kind : {"contentDescriptors", "schemas", "errors"}) {
     for (const auto& [name, component] : document()["components"][kind].items()) {
       known.insert("#/components/" + std::string(kind) + "/" + name);
     }

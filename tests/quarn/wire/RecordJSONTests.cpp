@@ -12,6 +12,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/wire/RecordFields.h"
 #include "quarn/wire/RecordJSON.h"
+#include "quarn/wire/UsualOptions.h"
 #include "tests/QuarnCore/inspection/LeastOptions.h"
 
 namespace quarn {
@@ -274,14 +275,17 @@ TEST(RecordJSON, OmittingAnOptionDoesNotCompile) {
   EXPECT_TRUE(demandsEveryField<ArtifactScanner::Options>());
 }
 
-TEST(RecordJSON, EveryOptionIsRequiredAndUnknownOptionsAreRefused) {
+TEST(RecordJSON, AnOmittedOptionHasItsUsualValueAndUnknownOptionsAreRefused) {
   AppInspectionService::Options options = leastInspectionOptions();
   const json whole = json::parse(toJSON(options).dump());
   ASSERT_EQ(whole.size(), 14U);
   for (const auto& [name, value] : whole.items()) {
     json without = whole;
     without.erase(name);
-    EXPECT_EQ(refusedAt<AppInspectionService::Options>(without), name);
+    json usual = whole;
+    usual[name] = json::parse(toJSON(usualInspectionOptions()).dump())[name];
+    EXPECT_EQ(toJSON(read<AppInspectionService::Options>(without.dump())),
+              toJSON(read<AppInspectionService::Options>(usual.dump())));
     json wrong = whole;
     wrong[name] = value.is_boolean() ? json(1) : json(true);
     EXPECT_EQ(refusedAt<AppInspectionService::Options>(wrong), name);
