@@ -45,7 +45,7 @@ set(ENV{PKG_CONFIG_LIBDIR} ${QUARN_MACOS_DEPENDENCIES}/${QUARN_MACOS_ARCHITECTUR
 
 # No debug information: it makes a build twelve times as large. The two headers that the compiler lacks; a real SDK has them.
 set(CMAKE_C_FLAGS_INIT "-g0")
-set(CMAKE_CXX_FLAGS_INIT "-g0 -isystem ${CMAKE_CURRENT_LIST_DIR}/include")
+set(CMAKE_CXX_FLAGS_INIT "-g0 -isystem \"${CMAKE_CURRENT_LIST_DIR}/include\"")
 # Stripping after linking would break the signature.
 # libplist is beside the command, in a prefix or in the same folder. CMake adds no run paths for this compiler by itself.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-s -Wl,-headerpad,0x200 -Wl,-rpath,@loader_path/../lib -Wl,-rpath,@loader_path")

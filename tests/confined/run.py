@@ -64,7 +64,10 @@ def run(program, way, sample, arguments):
     """The numbers of passed, skipped and failed tests, and the names of the failed ones."""
     environment = {**os.environ, "QUARN_TEST_SAMPLE": sample}
     command = [str(program), "--gtest_filter=" + arguments.filter, "--gtest_color=no"]
-    found = subprocess.run(command, env=environment, capture_output=True, preexec_fn=WAYS[way], cwd="/", check=False)
+    try:
+        found = subprocess.run(command, env=environment, capture_output=True, preexec_fn=WAYS[way], cwd="/", check=False)
+    except PermissionError:
+        return 0, 0, [f"{program} cannot be started in this way: it lies below a folder that is closed to the user"], ""
     text = found.stdout.decode(errors="replace")
 
     def number(state):
