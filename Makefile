@@ -4,7 +4,7 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages test-packages macos-packages build demo test check tidy format bench recall fuzz corpora hostile test-confined pages \
+.PHONY: help packages test-packages macos-packages build demo test check tidy format bench bench-check bench-save recall fuzz corpora hostile test-confined pages \
         deb asan tsan macos macos-loader macos-test macos-test-platform macos-package clean
 
 help:
@@ -13,6 +13,7 @@ help:
 	@echo "make check  check formatting and include edges, run clang-tidy"
 	@echo "make tidy   run clang-tidy on the files that changed since the last run"
 	@echo "make bench  compare with the bare system calls and other tools"
+	@echo "make bench-check  name what became slower than in the committed run; bench-save commits a new one"
 	@echo "make recall measure how many files of real apps are found (RECALL_APPS=FILE)"
 	@echo "make fuzz   fuzz every reader of outside bytes for FUZZ_SECONDS (default 60)"
 	@echo "make corpora  run every fuzz target once on its seeds (make test does it too)"
@@ -68,8 +69,16 @@ tidy: packages
 format:
 	cmake/check-format.sh --fix
 
+BENCH_GROUPS ?= walk apps allapps
 bench: build
 	benchmarks/run.sh build/release/bin/quarn $(BENCH)
+
+# By hand before a release: what became slower than in the committed run, as ratios to the floor.
+bench-check: build
+	benchmarks/run.sh build/release/bin/quarn --groups $(BENCH_GROUPS) --check benchmarks/ratios.json
+
+bench-save: build
+	benchmarks/run.sh build/release/bin/quarn --groups $(BENCH_GROUPS) --save benchmarks/ratios.json
 
 RECALL_APPS ?= benchmarks/recall/apps.tsv
 recall: packages

@@ -1,11 +1,15 @@
 """Compares our commands with the bare system calls and with other tools. Prints Markdown tables.
 
-Usage: side_by_side.py --bin DIR [--trees DIR] [--groups G…] [--only TREE] [--rounds N] [--shrink N]
+Usage: side_by_side.py --bin DIR [--trees DIR] [--groups G…] [--only TREE] [--rounds N] [--shrink N] [--save FILE | --check FILE]
 
 Groups: inner (microbenchmarks), walk (the trees with warm caches), cold (the 200k tree with cold caches; root only),
 growth (time per file and peak memory at 10k, 100k, 1M files), empty (a process that finds nothing), apps (a volume with
-many apps), allapps (all apps at once: the map of ownership and all inspections). The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are noisy; compare only
-ratios within one run.
+many apps), allapps (all apps at once: the map of ownership and all inspections), latency (one to 16 threads on a file system
+that answers each call late). The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are
+noisy; compare only ratios within one run.
+
+--save writes the ratios of the run to FILE. --check compares the ratios with those in FILE, names each that is larger by more
+than 0.08, and ends with 1 if there is one.
 """
 
 import argparse
@@ -17,6 +21,7 @@ import platform
 import re
 import shlex
 import shutil
+import statistics
 import subprocess
 import sys
 
@@ -30,7 +35,9 @@ TREES = {
     "flat 500k": ("flat", 500_000),
     "chain 2000": ("chain", 2_000),
 }
-GROUPS = ["inner", "walk", "cold", "growth", "empty", "apps", "allapps"]
+GROUPS = ["inner", "walk", "cold", "growth", "empty", "apps", "allapps", "latency"]
+LARGEST_LOSS = 0.08
+THREADS = ("1", "2", "4", "8", "16", "the library's")
 NO_LIMIT = 1_000_000_000
 
 INSPECTION = {
@@ -166,7 +173,12 @@ def walk_tree(options, measurer, tree):
     print_ratios(f"{tree}, warm", took, counted)
 
 
+ratios = {}  # of all tables of this run: title and program to the ratio
+
+
 def print_ratios(title, took, counted=None):
+    ratios.update({f"{title}: {name}": round(taken.seconds / took["floor"].seconds, 3)
+                   for name, taken in took.items() if name == "floor" or name.startswith("quarn")})
     rows = []
     for name, taken in took.items():
         row = [name, f"{taken.seconds:.3f}", f"{taken.seconds / took['floor'].seconds:.2f}", f"{taken.mebibytes:.1f}"]
@@ -245,6 +257,26 @@ def allapps(options, measurer):
         print_ratios(f"{len(found_apps)} apps at once, {volume.files} entries in ~/Library; floor: names to depth 3", took)
 
 
+def latency(options, measurer):
+    """Each call of the walk waits before it is made, as on a network or a spinning disk. The tree is small: one thread makes
+    all the waits one after the other."""
+    volume = Volume(options, "home 20k", "home", 20_000)
+    library = str(options.bin.parent / "lib" / "libquarn_latency.so")
+    for microseconds in (50, 500):
+        rows = []
+        for what in ("size", "ordered"):
+            first = None
+            for threads in THREADS:
+                late = Run(["env", f"LD_PRELOAD={library}", f"QUARN_LATENCY_MICROSECONDS={microseconds}",
+                            str(options.bin / "walk"), what, str(volume.home), *([threads] if threads.isdigit() else [])])
+                runs = [measurer.once(late) for _ in range(min(options.rounds, 3))]
+                seconds, peak = statistics.median(seconds for seconds, _ in runs), max(peak for _, peak in runs)
+                first = first or seconds
+                rows.append([what, threads, f"{seconds:.2f}", f"{first / seconds:.1f}", f"{peak:.1f}"])
+        print_table(f"{volume.files} files, {microseconds} µs before each call",
+                    ["walk", "threads", "median s", "times as fast", "peak MiB"], rows)
+
+
 def inner(options, measurer):
     rows = []
     for program in sorted(options.bin.glob("*_benchmark")):
@@ -270,11 +302,27 @@ def main():
     parser.add_argument("--rounds", type=int, default=3)
     parser.add_argument("--inspect", type=int, help="also inspect so many apps one by one (group apps)")
     parser.add_argument("--shrink", type=int, default=1, help="divide the size of the trees by this; use another --trees folder")
+    parser.add_argument("--save", type=pathlib.Path, help="write the ratios to this file")
+    parser.add_argument("--check", type=pathlib.Path, help="compare the ratios with those of this file")
     options = parser.parse_args()
     measurer = Measurer(options.bin / "measure")
     print_header()
     for group in options.groups:
         globals()[group](options, measurer)
+    if options.save:
+        options.save.write_text(json.dumps(ratios, indent=2, ensure_ascii=False) + "\n", encoding="utf-8")
+    if options.check:
+        sys.exit(compare(json.loads(options.check.read_text(encoding="utf-8"))))
+
+
+def compare(before):
+    """Prints what got slower. 1 if something did, or if the two runs have no ratio in common."""
+    common = [name for name in ratios if name in before]
+    slower = [name for name in common if ratios[name] > before[name] + LARGEST_LOSS]
+    print(f"\n{len(common)} ratios compared, {len(slower)} are larger by more than {LARGEST_LOSS}")
+    for name in slower:
+        print(f"  {name}: {before[name]:.2f} before, {ratios[name]:.2f} now")
+    return 1 if slower or not common else 0
 
 
 if __name__ == "__main__":
