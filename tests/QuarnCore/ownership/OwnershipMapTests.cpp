@@ -129,7 +129,8 @@ TEST(OwnershipMap, NoAppOwnsASharedParentWhateverTheAppsName) {
   int number = 0;
   for (const char* name : {"Library", ".config", "config", ".ssh", "Caches", "Preferences", "Documents", ".local",
                            "Application Support", "Shared", "ByHost", ".cache", "Music", "Downloads"}) {
-    volume.app("/Applications/" + std::to_string(++number) + "/" + name + ".app",
+    ++number;
+    volume.app("/Applications/" + std::to_string(number) + "/" + name + ".app",
                {.bundleIdentifier = "com.bad.n" + std::to_string(number), .name = name});
   }
   for (const char* path :
