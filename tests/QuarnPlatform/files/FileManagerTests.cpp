@@ -151,6 +151,17 @@ TEST(FileManager, OnlyRegularFilesHaveSizes) {
   }
 }
 
+TEST(FileManager, TheModificationTimeIsThatOfTheContents) {
+  constexpr std::int64_t kLongAgo = 1'000'000'000;
+  MacVolume volume;
+  volume.text("/file", "x").folder("/folder").link("/link", "file");
+  // A later change of the mode sets the time of the last status change only.
+  volume.modified("/file", kLongAgo).modified("/folder", kLongAgo + 1).mode("/file", 0600);
+  EXPECT_EQ(volume.files().requireFacts(FileURL("/file"), Links::doNotFollow).modifiedSeconds, kLongAgo);
+  EXPECT_EQ(volume.files().requireFacts(FileURL("/folder"), Links::doNotFollow).modifiedSeconds, kLongAgo + 1);
+  EXPECT_EQ(volume.files().requireFacts(FileURL("/link"), Links::follow).modifiedSeconds, kLongAgo);
+}
+
 TEST(FileManager, HardLinksShareOneIdentity) {
   MacVolume volume;
   volume.file("~/a").hardLink("~/b", "~/a").file("~/c");
