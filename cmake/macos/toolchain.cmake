@@ -43,7 +43,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 list(PREPEND CMAKE_MODULE_PATH ${CMAKE_CURRENT_LIST_DIR}/modules)
 set(ENV{PKG_CONFIG_LIBDIR} ${QUARN_MACOS_DEPENDENCIES}/${QUARN_MACOS_ARCHITECTURE}/lib/pkgconfig)
 
-# No debug information: it makes a build twelve times as large. The two headers that the compiler lacks; a real SDK has them.
+# No debug information: it makes a build twelve times as large. The three headers that the compiler lacks; a real SDK has them.
 set(CMAKE_C_FLAGS_INIT "-g0")
 set(CMAKE_CXX_FLAGS_INIT "-g0 -isystem \"${CMAKE_CURRENT_LIST_DIR}/include\"")
 # Stripping after linking would break the signature.

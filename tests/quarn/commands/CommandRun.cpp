@@ -7,33 +7,23 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <pty.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+// The header of forkpty.
+#if __has_include(<pty.h>)
+#include <pty.h>
+#else
+#include <util.h>
+#endif
+
 #include "quarn/sample/SampleVolume.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/Pipe.h"
 
 namespace quarn {
 namespace {
-
-struct Pipe {
-  Pipe() {
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("pipe");
-  }
-  ~Pipe() {
-    closeEnd(0);
-    closeEnd(1);
-  }
-  Pipe(const Pipe&) = delete;
-  Pipe& operator=(const Pipe&) = delete;
-  void closeEnd(std::size_t index) {
-    if (ends[index] >= 0) ::close(ends[index]);
-    ends[index] = -1;
-  }
-  std::array<int, 2> ends{-1, -1};
-};
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
   std::vector<char*> result;
@@ -53,20 +43,20 @@ std::vector<std::string> environmentWith(const std::vector<std::string>& added) 
 // Writes the input and reads both outputs at the same time, so that no side blocks.
 void exchange(Pipe& in, Pipe& out, Pipe& err, std::string_view input, CommandRun& run) {
   std::array<char, 65536> buffer{};
-  while (out.ends[0] >= 0 || err.ends[0] >= 0) {
-    if (input.empty()) in.closeEnd(1);
-    std::array<pollfd, 3> waits{pollfd{in.ends[1], POLLOUT, 0}, pollfd{out.ends[0], POLLIN, 0},
-                                pollfd{err.ends[0], POLLIN, 0}};
+  while (out.reading.isOpen() || err.reading.isOpen()) {
+    if (input.empty()) in.writing = FileDescriptor();
+    std::array<pollfd, 3> waits{pollfd{in.writing.get(), POLLOUT, 0}, pollfd{out.reading.get(), POLLIN, 0},
+                                pollfd{err.reading.get(), POLLIN, 0}};
     ::poll(waits.data(), waits.size(), -1);
     if ((waits[0].revents & (POLLOUT | POLLERR)) != 0) {
-      const ssize_t written = ::write(in.ends[1], input.data(), std::min<std::size_t>(input.size(), 4096));
+      const ssize_t written = ::write(in.writing.get(), input.data(), std::min<std::size_t>(input.size(), 4096));
       input.remove_prefix(written > 0 ? static_cast<std::size_t>(written) : input.size());
     }
     const auto drain = [&](const pollfd& wait, Pipe& pipe, std::string& text) {
       if (wait.revents == 0) return;
-      const ssize_t got = ::read(pipe.ends[0], buffer.data(), buffer.size());
+      const ssize_t got = ::read(pipe.reading.get(), buffer.data(), buffer.size());
       if (got > 0) text.append(buffer.data(), static_cast<std::size_t>(got));
-      if (got <= 0) pipe.closeEnd(0);
+      if (got <= 0) pipe.reading = FileDescriptor();
     };
     drain(waits[1], out, run.out);
     drain(waits[2], err, run.err);
@@ -80,22 +70,22 @@ CommandRun runProgram(const std::string& program, const std::vector<std::string>
   std::vector<std::string> arguments{program};
   arguments.insert(arguments.end(), words.begin(), words.end());
   std::vector<std::string> variables = environmentWith(environment);
-  Pipe in;
-  Pipe out;
-  Pipe err;
+  Pipe in = makePipe();
+  Pipe out = makePipe();
+  Pipe err = makePipe();
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, in.ends[0], STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, out.ends[1], STDOUT_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, err.ends[1], STDERR_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, in.reading.get(), STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, out.writing.get(), STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, err.writing.get(), STDERR_FILENO);
   pid_t child = 0;
   const int failed =
       ::posix_spawn(&child, program.c_str(), &actions, nullptr, pointers(arguments).data(), pointers(variables).data());
   posix_spawn_file_actions_destroy(&actions);
   if (failed != 0) throw std::runtime_error(program + " cannot be started");
-  in.closeEnd(0);
-  out.closeEnd(1);
-  err.closeEnd(1);
+  in.reading = FileDescriptor();
+  out.writing = FileDescriptor();
+  err.writing = FileDescriptor();
   CommandRun run;
   exchange(in, out, err, input, run);
   int status = 0;

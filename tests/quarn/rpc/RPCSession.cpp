@@ -10,22 +10,13 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include "tests/support/Pipe.h"
+
 namespace quarn {
 namespace {
 
 /// Much longer than any test takes; only reached if the server hangs.
 constexpr std::chrono::seconds kPatience{100};
-
-struct Pipe {
-  FileDescriptor reading;
-  FileDescriptor writing;
-};
-
-Pipe makePipe() {
-  std::array<int, 2> ends{};
-  if (::pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("pipe");
-  return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
-}
 
 }  // namespace
 

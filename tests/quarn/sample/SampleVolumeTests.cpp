@@ -1,5 +1,6 @@
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -87,7 +88,10 @@ std::map<std::string, std::string> inventory(const std::string& root) {
     struct stat status {};
     EXPECT_EQ(::lstat(entry.path().c_str(), &status), 0);
     std::string facts = std::to_string(status.st_mode) + " " + std::to_string(status.st_mtime);
-    if (!S_ISLNK(status.st_mode)) facts += " " + std::to_string(fs::last_write_time(entry).time_since_epoch().count());
+    if (!S_ISLNK(status.st_mode)) {
+      const auto modified = fs::last_write_time(entry).time_since_epoch();
+      facts += " " + std::to_string(std::chrono::duration_cast<std::chrono::nanoseconds>(modified).count());
+    }
     if (S_ISREG(status.st_mode)) facts += " " + std::to_string(status.st_size) + " " + std::to_string(status.st_nlink);
     if (S_ISLNK(status.st_mode)) facts += " " + fs::read_symlink(entry.path()).string();
     items[entry.path().string().substr(root.size())] = facts;
