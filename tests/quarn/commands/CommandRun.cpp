@@ -101,7 +101,7 @@ CommandRun runOnTerminal(const std::string& program, const std::vector<std::stri
   std::vector<std::string> variables = environmentWith(environment);
   const std::vector<char*> argumentPointers = pointers(arguments);
   const std::vector<char*> variablePointers = pointers(variables);
-  const winsize size{.ws_row = 50, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+  winsize size{.ws_row = 50, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
   int terminal = -1;
   const pid_t child = ::forkpty(&terminal, nullptr, nullptr, &size);
   if (child == 0) {
