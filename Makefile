@@ -114,7 +114,7 @@ test-confined: test-packages
 pages: packages
 	cmake --preset dev
 	cmake --build --preset dev --target quarn_tests_program quarn_manual
-	QUARN_UPDATE_GOLDEN=1 build/dev/bin/quarn_tests_program --gtest_filter='CommandPages.*:RPCPage.HoldsTheTables*:Contract.*:RPC/Golden.*'
+	QUARN_UPDATE_GOLDEN=1 build/dev/bin/quarn_tests_program --gtest_filter='CommandPages.*:BrowseOnTerminal.TheTutorial*:RPCPage.HoldsTheTables*:Contract.*:RPC/Golden.*'
 	python3 tests/installation/install.py build/dev build/dev/installed/moved build/dev/installed/mac
 	for page in README.md docs/tutorial.md docs/rpc.md docs/embedding.md docs/commands/README.md; do \
 	  python3 tests/documentation/run_page.py --prefix build/dev/installed/moved --update $$page || exit 1; done

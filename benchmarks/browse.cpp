@@ -24,6 +24,33 @@ using Clock = std::chrono::steady_clock;
 constexpr std::size_t kKeysAfterwards = 3'000;
 constexpr std::chrono::milliseconds kBetweenKeys{10};
 
+constexpr BrowseKey letter(char32_t character) { return {.code = BrowseKey::Code::character, .character = character}; }
+constexpr std::array kKeys{
+    BrowseKey{BrowseKey::Code::down},
+    letter(U'j'),
+    BrowseKey{BrowseKey::Code::pageDown},
+    letter(U's'),
+    BrowseKey{BrowseKey::Code::end},
+    letter(U'/'),
+    letter(U'1'),
+    letter(U'0'),
+    BrowseKey{BrowseKey::Code::escape},
+    letter(U'a'),
+    BrowseKey{BrowseKey::Code::home},
+    letter(U' '),
+    BrowseKey{BrowseKey::Code::home},
+    letter(U' '),
+    BrowseKey{BrowseKey::Code::home},
+    BrowseKey{BrowseKey::Code::enter},
+    letter(U'i'),
+    letter(U'j'),
+    letter(U'i'),
+    BrowseKey{BrowseKey::Code::enter},
+    letter(U'k'),
+    letter(U'h'),
+    letter(U'h'),
+};
+
 /// Presses the same keys again and again until it has enough, then "q". Measures each.
 class TimedScreen final : public quarn::BrowseScreen {
  public:
@@ -52,35 +79,6 @@ class TimedScreen final : public quarn::BrowseScreen {
   std::vector<Clock::duration> afterwards;
 
  private:
-  static constexpr BrowseKey letter(char32_t character) {
-    return {.code = BrowseKey::Code::character, .character = character};
-  }
-  static constexpr std::array kKeys{
-      BrowseKey{BrowseKey::Code::down},
-      letter(U'j'),
-      BrowseKey{BrowseKey::Code::pageDown},
-      letter(U's'),
-      BrowseKey{BrowseKey::Code::end},
-      letter(U'/'),
-      letter(U'1'),
-      letter(U'0'),
-      BrowseKey{BrowseKey::Code::escape},
-      letter(U'a'),
-      BrowseKey{BrowseKey::Code::home},
-      letter(U' '),
-      BrowseKey{BrowseKey::Code::home},
-      letter(U' '),
-      BrowseKey{BrowseKey::Code::home},
-      BrowseKey{BrowseKey::Code::enter},
-      letter(U'i'),
-      letter(U'j'),
-      letter(U'i'),
-      BrowseKey{BrowseKey::Code::enter},
-      letter(U'k'),
-      letter(U'h'),
-      letter(U'h'),
-  };
-
   const quarn::BrowseFeed& feed_;
   std::unique_ptr<quarn::BrowseScreen> terminal_;
   std::size_t next_ = 0;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 #include <fmt/format.h>
 
@@ -50,7 +51,7 @@ double shareOfFolder(const BrowseRow& row, const BrowseFrame& frame, std::int64_
 std::string bar(const BrowseRow& row, const BrowseFrame& frame, std::size_t width) {
   const double share = std::clamp(shareOfFolder(row, frame, frame.largest), 0.0, 1.0);
   if (frame.isUTF8) return barText(share, width);
-  return std::string(static_cast<std::size_t>(share * static_cast<double>(width) + 0.5), '#');
+  return std::string(static_cast<std::size_t>(std::lround(share * static_cast<double>(width))), '#');
 }
 
 std::string filesText(const BrowseTree::Item& item) {

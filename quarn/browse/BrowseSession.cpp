@@ -1,6 +1,7 @@
 #include "quarn/browse/BrowseSession.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 #include <fmt/format.h>
@@ -162,13 +163,15 @@ void BrowseSession::addRows(BrowseFrame& frame) {
   frame.all = listing->all;
   const bool isCovered = !items.empty() && state_.isCovered(items.front());
   const std::size_t rows = browseLayout(frame.height, state_.showsDetails()).rows;
-  for (std::size_t i = state_.top(); i < std::min(items.size(), state_.top() + rows); ++i) {
-    frame.rows.push_back({.item = tree_.item(items[i]),
-                          .known = known(items[i]),
-                          .isMarked = state_.isMarked(items[i]),
+  const std::size_t top = std::min(state_.top(), items.size());
+  const std::span<const BrowseTree::Node> visible(items.data() + top, std::min(rows, items.size() - top));
+  for (const BrowseTree::Item& item : tree_.items(visible)) {
+    frame.largest = std::max(frame.largest, shownBytes(item.sizes, frame.request.size));
+    frame.rows.push_back({.item = item,
+                          .known = known(item),
+                          .isMarked = state_.isMarked(item.node),
                           .isCovered = isCovered,
-                          .isSelected = i == state_.selected()});
-    frame.largest = std::max(frame.largest, shownBytes(frame.rows.back().item.sizes, frame.request.size));
+                          .isSelected = top + frame.rows.size() == state_.selected()});
   }
 }
 
@@ -210,12 +213,11 @@ std::vector<std::string> BrowseSession::activities() const {
   return result;
 }
 
-KnownColumns BrowseSession::known(BrowseTree::Node item) {
-  if (!fed_.knowledge) return {};
-  if (const auto found = known_.find(item); found != known_.end()) return found->second;
-  if (tree_.item(item).kind == BrowseTree::Kind::rest) return {};
+KnownColumns BrowseSession::known(const BrowseTree::Item& item) {
+  if (!fed_.knowledge || item.kind == BrowseTree::Kind::rest) return {};
+  if (const auto found = known_.find(item.node); found != known_.end()) return found->second;
   if (known_.size() >= kKnownItems) known_.clear();
-  return known_[item] = columnsOf((*fed_.knowledge)(FileURL(tree_.path(item))));
+  return known_[item.node] = columnsOf((*fed_.knowledge)(FileURL(tree_.path(item.node))));
 }
 
 }  // namespace quarn

@@ -49,7 +49,7 @@ class BrowseFeed {
 /// `kKnownItems` items.
 class BrowseSession {
  public:
-  static constexpr std::chrono::milliseconds kPatience{8};
+  static constexpr std::chrono::milliseconds kPatience{4};
   static constexpr std::size_t kKnownItems = 10'000;
 
   struct Options {
@@ -81,7 +81,7 @@ class BrowseSession {
   void addRows(BrowseFrame& frame);
   void addDetails(BrowseFrame& frame);
   [[nodiscard]] std::vector<std::string> activities() const;
-  [[nodiscard]] KnownColumns known(BrowseTree::Node item);
+  [[nodiscard]] KnownColumns known(const BrowseTree::Item& item);
 
   BrowseScreen& screen_;
   const BrowseTree& tree_;

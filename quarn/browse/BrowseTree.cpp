@@ -151,6 +151,14 @@ BrowseTree::Item BrowseTree::item(Node node) const {
   return itemAt(node);
 }
 
+std::vector<BrowseTree::Item> BrowseTree::items(std::span<const Node> nodes) const {
+  std::vector<Item> result;
+  result.reserve(nodes.size());
+  const std::shared_lock lock(mutex_);
+  for (const Node node : nodes) result.push_back(itemAt(node));
+  return result;
+}
+
 // New children are put in front, so the rest of the list stays as it is between two slices.
 void BrowseTree::eachChild(Node folder, const std::function<bool(const Item&)>& consume) const {
   std::shared_lock lock(mutex_);

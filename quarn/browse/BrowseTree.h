@@ -82,6 +82,8 @@ class BrowseTree final : public FolderObserver {
   /// The memory of items and names, without that for files with several names.
   [[nodiscard]] std::size_t bytesInUse() const;
   [[nodiscard]] Item item(Node node) const;
+  /// Several items at one moment.
+  [[nodiscard]] std::vector<Item> items(std::span<const Node> nodes) const;
   /// Calls `consume` for the items directly in a folder, in no order, until it returns false. `consume` must be quick
   /// and must not call the tree.
   void eachChild(Node folder, const std::function<bool(const Item&)>& consume) const;

@@ -253,6 +253,20 @@ TEST_F(BrowseOnTerminal, AMissingFolderIsFoundOutBeforeTheScreenOpens) {
   EXPECT_THAT(terminal.waitFor("exit code"), HasSubstr("exit code 3"));
 }
 
+TEST_F(BrowseOnTerminal, TheTutorialShowsThisScreen) {
+  Tmux terminal(100, 20);
+  terminal.start({quarnProgram(), "--volume", sampleFolder(), "--home", "/Users/ann", "--color", "never", "browse",
+                  "~/Library"});
+  const std::string screen = length(terminal);
+  const std::filesystem::path page = projectFolder() / "docs/tutorial.md";
+  const std::string text = contentOf(page);
+  const std::string opening = "```text screen.txt\n";
+  const std::size_t start = text.find(opening) + opening.size();
+  const std::size_t end = text.find("\n```", start);
+  ASSERT_LT(start, end);
+  EXPECT_TRUE(isGolden(page, text.substr(0, start) + screen + text.substr(end)));
+}
+
 TEST(BrowseCommand, NeedsATerminalAndNamesTheCommandsThatDoNot) {
   const CommandRun run = runOnSample({"browse"});
   EXPECT_EQ(run.exitCode, 2);

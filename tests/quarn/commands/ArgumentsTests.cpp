@@ -147,7 +147,8 @@ TEST(Arguments, NdjsonIsRefusedByCommandsWithoutAList) {
     refused.emplace_back(command.name);
     EXPECT_EQ(problem, refused.back() + " does not support --ndjson: it prints no list");
   }
-  EXPECT_EQ(refused, (std::vector<std::string>{"browse", "report", "scan", "rpc", "sample", "completions", "manual", "help"}));
+  EXPECT_EQ(refused,
+            (std::vector<std::string>{"browse", "report", "scan", "rpc", "sample", "completions", "manual", "help"}));
 }
 
 TEST(Arguments, ShortNamesEqualLongNames) {
