@@ -5,7 +5,7 @@ Usage: side_by_side.py --bin DIR [--trees DIR] [--groups G…] [--only TREE] [--
 Groups: inner (microbenchmarks), walk (the trees with warm caches), cold (the 200k tree with cold caches; root only),
 growth (time per file and peak memory at 10k, 100k, 1M files), empty (a process that finds nothing), apps (a volume with
 many apps), allapps (all apps at once: the map of ownership and all inspections), latency (one to 16 threads on a file system
-that answers each call late). The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are
+that answers each call late), scans (scans in files: writing, comparing, answers). The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are
 noisy; compare only ratios within one run.
 
 --save writes the ratios of the run to FILE. --check compares the ratios with those in FILE, names each that is larger by more
@@ -26,6 +26,7 @@ import subprocess
 import sys
 
 import apps_volume
+import scans_group
 from measuring import Count, Measurer, Program, Run, print_table
 
 HOME = "/Users/ann"
@@ -35,7 +36,7 @@ TREES = {
     "flat 500k": ("flat", 500_000),
     "chain 2000": ("chain", 2_000),
 }
-GROUPS = ["inner", "walk", "cold", "growth", "empty", "apps", "allapps", "latency"]
+GROUPS = ["inner", "walk", "cold", "growth", "empty", "apps", "allapps", "latency", "scans"]
 LARGEST_LOSS = 0.08
 THREADS = ("1", "2", "4", "8", "16", "the library's")
 NO_LIMIT = 1_000_000_000
@@ -277,6 +278,13 @@ def latency(options, measurer):
                     ["walk", "threads", "median s", "times as fast", "peak MiB"], rows)
 
 
+def scans(options, measurer):
+    for tree in ("home 200k", "home 1M"):
+        if options.only in (None, tree):
+            volume = Volume(options, tree, *TREES[tree])
+            scans_group.run(options, measurer, volume, floor(options, volume))
+
+
 def inner(options, measurer):
     rows = []
     for program in sorted(options.bin.glob("*_benchmark")):
@@ -298,7 +306,7 @@ def main():
     parser.add_argument("--bin", type=pathlib.Path, required=True, help="folder of the programs")
     parser.add_argument("--trees", type=pathlib.Path, default=pathlib.Path("build/trees"), help="folder of the trees")
     parser.add_argument("--groups", nargs="+", choices=GROUPS, default=GROUPS)
-    parser.add_argument("--only", choices=list(TREES), help="run the group walk on this tree only")
+    parser.add_argument("--only", choices=list(TREES), help="run the groups walk and scans on this tree only")
     parser.add_argument("--rounds", type=int, default=3)
     parser.add_argument("--inspect", type=int, help="also inspect so many apps one by one (group apps)")
     parser.add_argument("--shrink", type=int, default=1, help="divide the size of the trees by this; use another --trees folder")

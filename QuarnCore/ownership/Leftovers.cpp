@@ -17,16 +17,6 @@ std::optional<Date> modifiedAt(const FileManager& files, const FileURL& url) {
   return Date(std::chrono::seconds(facts->modifiedSeconds));
 }
 
-std::optional<Date> newest(const FileManager& files, const FileURL& url) {
-  std::optional<Date> result = modifiedAt(files, url);
-  if (!files.isDirectory(url)) return result;
-  DirectoryEnumerator items(files, url, {.hidden = HiddenItems::include, .packages = PackageContents::enter});
-  while (const DirectoryEnumerator::Item* item = items.next()) {
-    result = std::max(result, modifiedAt(files, item->url()));
-  }
-  return result;
-}
-
 std::optional<SizeInfo> sizeOf(const FileSizeCalculator& sizes, const FileURL& url, const Cancellation& cancellation) {
   try {
     return sizes.itemSize(url, /*allowSlow=*/true, /*includeHidden=*/true, cancellation);
@@ -87,8 +77,20 @@ class Groups {
 
 }  // namespace
 
+std::optional<Date> newestChange(const FileManager& files, const FileURL& url) {
+  std::optional<Date> result = modifiedAt(files, url);
+  if (!files.isDirectory(url)) return result;
+  DirectoryEnumerator items(files, url, {.hidden = HiddenItems::include, .packages = PackageContents::enter});
+  while (const DirectoryEnumerator::Item* item = items.next()) {
+    const bool counts = item->type() == FileType::directory || item->type() == FileType::regular;
+    if (counts) result = std::max(result, modifiedAt(files, item->url()));
+  }
+  return result;
+}
+
 std::vector<Leftover> findLeftovers(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,
-                                    const FileSizeCalculator& sizes, const Cancellation& cancellation) {
+                                    const FileSizeCalculator& sizes, const Cancellation& cancellation,
+                                    const NewestChange& newest) {
   const FileManager volume = files.cancelledBy(cancellation);
   std::vector<Leftover> leftovers;
   Groups groups(leftovers);
@@ -97,7 +99,7 @@ std::vector<Leftover> findLeftovers(const OwnershipMap& map, const LeftoverOptio
     const Ownership entry = map.ownership(i);
     if (!options.includeSystem && entry.scope == ArtifactScope::system) continue;
     LeftoverItem item = itemOf(entry);
-    item.modified = newest(volume, entry.url);
+    item.modified = newest ? newest(entry.url) : newestChange(volume, entry.url);
     if (options.computeSizes) item.size = sizeOf(sizes, entry.url, cancellation);
     add(groups.of(*entry.formerOwner), std::move(item));
   }

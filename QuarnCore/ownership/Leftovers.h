@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,7 +22,7 @@ struct LeftoverItem {
   ArtifactDataClass dataClass = ArtifactDataClass::unknown;
   RiskLevel riskLevel = RiskLevel::danger;
   std::string evidence{};          ///< why it is taken for a leftover
-  std::optional<Date> modified{};  ///< newest change of the item and everything in it; absent when unknown
+  std::optional<Date> modified{};  ///< newest change of the item and the folders and files in it; absent when unknown
   std::optional<SizeInfo> size{};  ///< absent unless asked for, and when it cannot be had
   friend bool operator==(const LeftoverItem&, const LeftoverItem&) = default;
 };
@@ -40,11 +41,18 @@ struct LeftoverOptions {
   bool includeSystem = true;  ///< items outside the home folder
 };
 
+/// The newest change of an item and the folders and files in it; absent when unknown. Links count only as the item.
+using NewestChange = std::function<std::optional<Date>(const FileURL& url)>;
+
 /// The orphaned entries of the map by former owner: the largest first when they are sized, else by name. Shared, system
-/// and unknown entries are never among them. If cancelled, returns those gathered so far. Throws SizeOverflow.
+/// and unknown entries are never among them. If cancelled, returns those gathered so far. `newest` replaces reading the
+/// times from the volume. Throws SizeOverflow.
 std::vector<Leftover> findLeftovers(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,
                                     const FileSizeCalculator& sizes,
-                                    const Cancellation& cancellation = Cancellation::never());
+                                    const Cancellation& cancellation = Cancellation::never(),
+                                    const NewestChange& newest = nullptr);
+/// Reads the times from the volume.
+std::optional<Date> newestChange(const FileManager& files, const FileURL& url);
 
 /// Adds the leftovers of another home folder: what one former app left in both is one leftover. Keeps the order of
 /// `findLeftovers`. Throws SizeOverflow.

@@ -135,6 +135,12 @@ void Statement::bind(std::string_view bytes) {
                : sqlite3_bind_blob64(statement_, parameter_, data, bytes.size(), SQLITE_STATIC));
 }
 
+// The code of sqlite3_reset is that of the step before.
+void Statement::reset() {
+  (void)sqlite3_reset(statement_);
+  parameter_ = 0;
+}
+
 void Statement::run() {
   check(sqlite3_step(statement_));
   check(sqlite3_reset(statement_));

@@ -46,6 +46,8 @@ class Statement {
   /// or `step`.
   void bind(std::string_view bytes);
   void bindNull();
+  /// Back to the beginning, for the next parameters. `run` and the end of the rows do it too.
+  void reset();
   /// Runs a statement without rows and resets it for the next parameters.
   void run();
 

@@ -1,6 +1,7 @@
 #include "QuarnCore/scans/RecordedSizes.h"
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
 #include <string>
 #include <utility>
@@ -86,6 +87,18 @@ FileSizeCalculator recordedSizes(std::shared_ptr<const RecordedFolders> folders,
                 return known ? *known : live.enumeratingDirectorySize(at, includeHidden, cancellation);
               },
           .resourceSize = live.resourceSize};
+}
+
+NewestChange recordedChanges(std::shared_ptr<const RecordedFolders> folders, FileManager files) {
+  return [folders = std::move(folders), files = std::move(files)](const FileURL& url) -> std::optional<Date> {
+    const std::optional<ItemFacts> facts = files.facts(url, Links::doNotFollow);
+    if (!facts) return std::nullopt;
+    if (facts->type != FileType::directory) return Date(std::chrono::seconds(facts->modifiedSeconds));
+    const std::optional<std::string> location = files.realPath(url);
+    const std::optional<std::size_t> folder = location ? folders->find(*location) : std::nullopt;
+    if (!folder || !folders->at(*folder).isRead) return newestChange(files, url);
+    return Date(std::chrono::seconds(folders->at(*folder).newest));
+  };
 }
 
 }  // namespace quarn

@@ -97,13 +97,11 @@ class FolderRows {
   explicit FolderRows(const Database& database) : statement_(database.prepare("SELECT * FROM folders WHERE id = ?")) {}
 
   ScannedFolder at(std::uint32_t id) {
+    statement_.reset();
     statement_.bind(std::int64_t{id});
     if (!statement_.step()) throw damage("a folder is missing");
     RowReader row(statement_);
-    ScannedFolder folder = readFolder(row);
-    while (statement_.step()) {
-    }
-    return folder;
+    return readFolder(row);
   }
 
   /// Calls `consume` for the folders directly in a folder, by name, until it returns false. Skips what is below them.
@@ -179,6 +177,12 @@ struct Scan::State {
   Database database;
   ScanFacts facts{};
   std::set<std::string, std::less<>> checked{};  // tables whose pages are checked
+  std::optional<FolderRows> folderRows{};        // of `database`, so destroyed before it
+
+  FolderRows& rowsOfFolders() {
+    if (!folderRows) folderRows.emplace(database);
+    return *folderRows;
+  }
 };
 
 // Checks the tables, reads, and says what the matter is in terms of the file.
@@ -236,6 +240,26 @@ std::vector<ScannedRoot> Scan::roots() const {
   });
 }
 
+std::vector<ScannedPlace> Scan::places() const {
+  return reading({"category_paths"}, [](const Database& database) {
+    std::vector<ScannedPlace> places;
+    eachRow(database, "SELECT * FROM category_paths ORDER BY rowid",
+            [&](RowReader& row) { scans::placeColumns(row, places.emplace_back()); });
+    return places;
+  });
+}
+
+std::vector<VendorPathHint> Scan::vendorPaths() const {
+  return reading({"vendor_paths"}, [](const Database& database) {
+    std::vector<VendorPathHint> hints;
+    eachRow(database, "SELECT * FROM vendor_paths ORDER BY rowid", [&](RowReader& row) {
+      scans::vendorPathColumns(row, hints.emplace_back());
+      if (!hints.back().path.starts_with('/')) throw damage("a path is not absolute");
+    });
+    return hints;
+  });
+}
+
 std::vector<ScannedApp> Scan::apps(bool withInspections) const {
   const auto read = [&](const Database& database) {
     std::vector<ScannedApp> apps;
@@ -271,6 +295,19 @@ std::vector<Ownership> Scan::entries() const {
       (isRival ? entry.rivals : entry.owners).push_back(std::move(claim));
     });
     return entries;
+  });
+}
+
+std::vector<ScannedPackage> Scan::packages() const {
+  return reading({"entry_packages"}, [](const Database& database) {
+    std::vector<ScannedPackage> packages;
+    eachRow(database, "SELECT * FROM entry_packages ORDER BY rowid", [&](RowReader& row) {
+      std::uint32_t entry = 0;
+      row(entry, packages.emplace_back().identifier);
+      if (entry == 0) throw damage("a row belongs to no other");
+      packages.back().entry = entry - 1;
+    });
+    return packages;
   });
 }
 
@@ -346,8 +383,11 @@ ScanContent Scan::content() const {
   return {.facts = facts(),
           .categories = categories(),
           .roots = roots(),
+          .places = places(),
+          .vendorPaths = vendorPaths(),
           .apps = apps(/*withInspections=*/true),
           .entries = entries(),
+          .packages = packages(),
           .leftovers = leftovers(),
           .jobs = jobs(),
           .receipts = receipts(),
@@ -356,8 +396,8 @@ ScanContent Scan::content() const {
 }
 
 std::optional<ScannedFolder> Scan::folder(std::string_view path) const {
-  return reading({"folders"}, [&](const Database& database) -> std::optional<ScannedFolder> {
-    FolderRows rows(database);
+  return reading({"folders"}, [&](const Database&) -> std::optional<ScannedFolder> {
+    FolderRows& rows = state_->rowsOfFolders();
     ScannedFolder folder = rows.at(0);
     for (const std::string_view name : path::names(path)) {
       std::optional<ScannedFolder> found;
@@ -373,7 +413,7 @@ std::optional<ScannedFolder> Scan::folder(std::string_view path) const {
 }
 
 ScannedFolder Scan::folderWithID(std::uint32_t id) const {
-  return reading({"folders"}, [&](const Database& database) { return FolderRows(database).at(id); });
+  return reading({"folders"}, [&](const Database&) { return state_->rowsOfFolders().at(id); });
 }
 
 std::vector<ScannedFolder> Scan::packages(std::uint32_t first, std::uint32_t last) const {
@@ -391,9 +431,9 @@ std::vector<ScannedFolder> Scan::packages(std::uint32_t first, std::uint32_t las
 }
 
 std::vector<ScannedFolder> Scan::children(const ScannedFolder& folder) const {
-  return reading({"folders"}, [&](const Database& database) {
+  return reading({"folders"}, [&](const Database&) {
     std::vector<ScannedFolder> children;
-    FolderRows(database).eachChild(folder, [&](ScannedFolder& child) {
+    state_->rowsOfFolders().eachChild(folder, [&](ScannedFolder& child) {
       children.push_back(std::move(child));
       return true;
     });

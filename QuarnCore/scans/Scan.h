@@ -36,9 +36,15 @@ class Scan {
 
   [[nodiscard]] std::vector<StorageCategory> categories() const;
   [[nodiscard]] std::vector<ScannedRoot> roots() const;
+  /// The places of the categories, in the order in which they decide: the first one with a path counts.
+  [[nodiscard]] std::vector<ScannedPlace> places() const;
+  /// Every existing path of a vendor. Of equal paths of a category, the first one counts.
+  [[nodiscard]] std::vector<VendorPathHint> vendorPaths() const;
   /// The apps; with their inspections only on request.
   [[nodiscard]] std::vector<ScannedApp> apps(bool withInspections) const;
   [[nodiscard]] std::vector<Ownership> entries() const;
+  /// The packages of entries.
+  [[nodiscard]] std::vector<ScannedPackage> packages() const;
   [[nodiscard]] std::vector<Leftover> leftovers() const;
   [[nodiscard]] std::vector<LaunchdEntry> jobs() const;
   [[nodiscard]] std::vector<ReceiptInfo> receipts() const;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -40,6 +41,20 @@ struct ScannedRoot {
   friend bool operator==(const ScannedRoot&, const ScannedRoot&) = default;
 };
 
+/// A place that a storage category claims, existing or not.
+struct ScannedPlace {
+  StorageCategoryID category = StorageCategoryID::other;
+  FileURL url{};
+  friend bool operator==(const ScannedPlace&, const ScannedPlace&) = default;
+};
+
+/// A package whose receipt lists an entry.
+struct ScannedPackage {
+  std::size_t entry = 0;  ///< its position in the list of entries
+  std::string identifier{};
+  friend bool operator==(const ScannedPackage&, const ScannedPackage&) = default;
+};
+
 struct ScannedApp {
   AppInspection inspection{};
   std::optional<SizeInfo> size{};  ///< of the bundle, without hidden items; absent if it could not be had
@@ -54,7 +69,7 @@ struct ScannedFolder {
   std::string name{};             ///< "/" for the root
   SizeInfo sizes{};               ///< of the regular files below it
   std::int64_t files = 0;
-  std::optional<Date> newest{};  ///< the latest change of a file below it
+  std::optional<Date> newest{};  ///< the latest change of the folder, or of a folder or file below it
   bool isHidden = false;
   bool isPackage = false;
   bool isRead = false;
@@ -76,8 +91,11 @@ struct ScanContent {
   ScanFacts facts{};
   std::vector<StorageCategory> categories{};
   std::vector<ScannedRoot> roots{};
+  std::vector<ScannedPlace> places{};
+  std::vector<VendorPathHint> vendorPaths{};  ///< every existing path of a vendor
   std::vector<ScannedApp> apps{};
   std::vector<Ownership> entries{};
+  std::vector<ScannedPackage> packages{};  ///< of the entries
   std::vector<Leftover> leftovers{};
   std::vector<LaunchdEntry> jobs{};
   std::vector<ReceiptInfo> receipts{};  ///< without their files

@@ -65,6 +65,9 @@ struct ScanDifference {
   }
 };
 
+/// The smallest change that people usually want to see: without a limit every log file would be a change.
+inline constexpr std::int64_t kUsualSmallestChange = 1'000'000;
+
 /// Compares two scans. Lists the categories, folders and apps that changed by at least `minimumBytes` (at least 1), and
 /// every app with another version. A folder is listed if its change is not explained by one folder in it, which means
 /// that less than `minimumBytes` are left without that one; nothing below a new folder, or one that is gone, is listed.

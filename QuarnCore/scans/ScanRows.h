@@ -161,6 +161,17 @@ void rootColumns(Row& row, Root& root, Hint& hint) {
       hint.dataClass, hint.title, hint.explanation, hint.risk, hint.path);
 }
 
+template <class Row, class Place>
+void placeColumns(Row& row, Place& place) {
+  row(place.category, place.url);
+}
+
+template <class Row, class Hint>
+void vendorPathColumns(Row& row, Hint& hint) {
+  row(hint.vendorID, hint.vendorName, hint.category, hint.artifactKind, hint.artifactDataClass, hint.artifactTitle,
+      hint.explanation, hint.riskLevel, hint.path);
+}
+
 template <class Row, class Number, class App>
 void appColumns(Row& row, Number& id, App& app) {
   row(id, app.inspection.app.name, app.inspection.app.bundleIdentifier, app.inspection.app.bundleURL,

@@ -17,6 +17,9 @@ constexpr std::array kTables{
     ScanTable{.name = "category_roots", .columns =
         "category, is_listed, path, is_folder, allocated, logical, vendor_id, vendor_name, hint_category, hint_kind, hint_data_class, "
         "hint_title, hint_explanation, hint_risk, hint_path"},
+    ScanTable{.name = "category_paths", .columns = "category, path, is_folder"},
+    ScanTable{.name = "vendor_paths", .columns =
+        "vendor_id, vendor_name, category, kind, data_class, title, explanation, risk, path"},
     ScanTable{.name = "folders", .columns =
         "id INTEGER PRIMARY KEY, parent, descendants, name, allocated, logical, files, newest, marks"},
     ScanTable{.name = "hidden_sizes", .columns = "folder INTEGER PRIMARY KEY, allocated, logical"},
@@ -32,6 +35,7 @@ constexpr std::array kTables{
         "risk, former_name, former_identifier, orphan_kind"},
     ScanTable{.name = "claims", .columns =
         "entry, is_rival, app_id, app_name, bundle_identifier, path, is_folder, evidence, confidence"},
+    ScanTable{.name = "entry_packages", .columns = "entry, package_identifier"},
     ScanTable{.name = "leftovers", .columns = "id INTEGER PRIMARY KEY, name, bundle_identifier, modified, allocated, logical"},
     ScanTable{.name = "leftover_items", .columns =
         "leftover, path, is_folder, place, kind, scope, data_class, risk, evidence, modified, allocated, logical"},

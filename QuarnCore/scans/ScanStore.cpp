@@ -44,6 +44,7 @@ class Gathering {
     };
     run(ScanStep::folders, &Gathering::gatherFolders);
     run(ScanStep::storage, &Gathering::gatherRoots);
+    run(ScanStep::storage, &Gathering::gatherPlaces);
     run(ScanStep::apps, &Gathering::gatherApps);
     run(ScanStep::ownership, &Gathering::gatherOwnership);
     run(ScanStep::system, &Gathering::gatherSystem);
@@ -88,6 +89,19 @@ class Gathering {
     }
   }
 
+  // What decides about a single path: the commands ask for the owner of one, and say what vendors know of it.
+  void gatherPlaces() {
+    const StorageDashboardService dashboard = services_.dashboard(sizes_);
+    for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
+      for (const FileURL& url : dashboard.categoryRoots(category, /*includeDiscovered=*/false, cancellation_)) {
+        content_.places.push_back({.category = category, .url = url});
+      }
+    }
+    for (const auto& [category, entries] : dashboard.vendorPaths()) {
+      for (const VendorPathHintIndex::Entry& entry : entries) content_.vendorPaths.push_back(entry.hint);
+    }
+  }
+
   void gatherApps() {
     const AppsService apps(services_.appDiscovery, sizes_);
     const AppInspectionService inspection = services_.inspection(sizes_, cancellation_);
@@ -104,11 +118,16 @@ class Gathering {
     std::vector<AppEntity> apps;
     for (const ScannedApp& app : content_.apps) apps.push_back(app.inspection.app);
     const OwnershipMap map = services_.ownership.map(apps, OwnershipService::kEverything, nullptr, cancellation_);
+    const ReceiptSnapshot receipts = services_.receiptScanner.snapshot();
+    content_.entries.reserve(map.size());
     for (std::size_t i = 0; i < map.size() && !cancellation_.isCancelled(); ++i) {
       content_.entries.push_back(map.ownership(i));
+      for (std::string& package : receipts.packageIDs(content_.entries.back().url.path())) {
+        content_.packages.push_back({.entry = i, .identifier = std::move(package)});
+      }
     }
-    content_.leftovers =
-        findLeftovers(map, {.computeSizes = true, .includeSystem = true}, files_, sizes_, cancellation_);
+    content_.leftovers = findLeftovers(map, {.computeSizes = true, .includeSystem = true}, files_, sizes_,
+                                       cancellation_, recordedChanges(folders_, files_));
   }
 
   void gatherSystem() {

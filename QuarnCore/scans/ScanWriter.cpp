@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <mutex>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -55,6 +56,16 @@ void writeStorage(const Database& database, const ScanContent& content) {
     RowWriter row = roots.row();
     const scans::HintColumns hint = columnsOf(root.hint);
     scans::rootColumns(row, root, hint);
+  }
+  Table places(database, "category_paths");
+  for (const ScannedPlace& place : content.places) {
+    RowWriter row = places.row();
+    scans::placeColumns(row, place);
+  }
+  Table vendorPaths(database, "vendor_paths");
+  for (const VendorPathHint& hint : content.vendorPaths) {
+    RowWriter row = vendorPaths.row();
+    scans::vendorPathColumns(row, hint);
   }
 }
 
@@ -137,6 +148,10 @@ void writeOwnership(const Database& database, const ScanContent& content) {
       }
     }
   }
+  Table packages(database, "entry_packages");
+  for (const ScannedPackage& package : content.packages) {
+    packages.row()(static_cast<std::int64_t>(package.entry) + 1, package.identifier);
+  }
   Table leftovers(database, "leftovers");
   Table items(database, "leftover_items");
   id = 0;
@@ -211,6 +226,9 @@ int writeError(const std::string& file) {
 
 bool writeScan(const std::string& file, const ScanContent& content, const RecordedFolders& folders,
                const Cancellation& cancellation) {
+  // A signal removes one unfinished file, so there is one at a time. Nothing else is locked meanwhile.
+  static std::mutex writing;
+  const std::lock_guard lock(writing);
   ReplacedHostFile replaced(file);
   try {
     Database database = Database::makeIn(replaced.temporary());

@@ -48,6 +48,8 @@ FolderObserver::Folder RecordedFolders::place(std::string_view path, const FileM
       nodes_[folder].hasPlaced = true;
       known->second = create(folder, name);
       nodes_[known->second].isPackage = files.isPackage(FileURL(here));
+      const std::optional<ItemFacts> facts = files.facts(FileURL(here), Links::doNotFollow);
+      if (facts) nodes_[known->second].newest = facts->modifiedSeconds;
     }
     folder = known->second;
   }
@@ -68,6 +70,7 @@ FolderObserver::Folder RecordedFolders::enter(Folder parent, const FolderFacts& 
   const Folder folder = known ? *known : create(parent, facts.name);
   nodes_[folder].isHidden = facts.isHidden;
   nodes_[folder].isPackage = facts.isPackage;
+  nodes_[folder].newest = std::max(nodes_[folder].newest, facts.modified);
   return folder;
 }
 

@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "QuarnPlatform/base/ChunkedVector.h"
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnPlatform/walking/FolderObserver.h"
 
@@ -34,7 +35,7 @@ class RecordedFolders final : public FolderObserver {
     ByteCounts sizes{};             ///< of the regular files below it
     ByteCounts hiddenSizes{};       ///< the part of `sizes` that is hidden, as seen from this folder
     std::int64_t files = 0;         ///< regular files below it
-    std::int64_t newest = kNoTime;  ///< the latest change of a file below it
+    std::int64_t newest = kNoTime;  ///< the latest change of the folder, or of a folder or file below it
     bool isHidden = false;
     bool isPackage = false;
     bool isRead = false;  ///< false if it was not entered: unreadable, or on another device
@@ -100,7 +101,7 @@ class RecordedFolders final : public FolderObserver {
 
   std::size_t mostFiles_;
   std::mutex mutex_;
-  std::vector<Node> nodes_;  // a folder comes after its parent
+  ChunkedVector<Node> nodes_;  // a folder comes after its parent
   std::string names_;
   std::unordered_map<std::string, Folder> placed_;  // by path
   std::unordered_map<Folder, ByteCounts> hidden_;   // of hidden items, where there are any

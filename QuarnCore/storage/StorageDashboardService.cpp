@@ -128,6 +128,10 @@ std::optional<VendorPathHint> StorageDashboardService::vendorHint(const FileURL&
   return vendorHints_.hint(url, category);
 }
 
+const VendorPathHintIndex::Entries& StorageDashboardService::vendorPaths() const {
+  return vendorHints_.entriesByCategory();
+}
+
 bool StorageDashboardService::isCloudRoot(const FileURL& root) const {
   return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_).isCloudRoot(root);
 }

@@ -40,6 +40,8 @@ class StorageDashboardService {
                                                   const Cancellation& cancellation = Cancellation::never()) const;
   [[nodiscard]] std::vector<FileURL> vendorRoots(StorageCategoryID category) const;
   [[nodiscard]] std::optional<VendorPathHint> vendorHint(const FileURL& url, StorageCategoryID category) const;
+  /// The existing paths of vendors; of equal paths of a category, the first one counts.
+  [[nodiscard]] const VendorPathHintIndex::Entries& vendorPaths() const;
 
   /// True if a root of `documents` holds cloud files: iCloud Drive or the folder of a provider in CloudStorage.
   [[nodiscard]] bool isCloudRoot(const FileURL& root) const;

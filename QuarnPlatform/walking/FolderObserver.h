@@ -21,8 +21,9 @@ class FolderObserver {
   struct FolderFacts {
     std::string_view name;
     bool isHidden = false;
-    bool isPackage = false;  ///< the Finder shows it as one item
-    bool isRead = true;      ///< false for a folder that could not be opened
+    bool isPackage = false;           ///< the Finder shows it as one item
+    bool isRead = true;               ///< false for a folder that could not be opened
+    std::int64_t modified = kNoTime;  ///< the last change of the folder itself, in seconds since 1970
   };
   /// The regular files directly in a folder, or some of them.
   struct Counted {

@@ -5,6 +5,8 @@
 #include <memory>
 #include <utility>
 
+#include <sys/stat.h>
+
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/files/Packages.h"
 #include "QuarnPlatform/walking/SizingScheduler.h"
@@ -54,17 +56,20 @@ void SizingWorker::enter(SizingTask& task) {
   const WalkedFolders::Use& parent = task.siblings->folder;
   OpenedFolder opened = parent.open(task.name);
   if (!opened.descriptor.isOpen()) {
-    if (scheduler_.observer() != nullptr) observe(task, -1);
+    if (scheduler_.observer() != nullptr) observe(task, -1, false);
     return scheduler_.reportUnreadable(parent, task.name, opened.error);
   }
   SubFolders::Item& item = task.item;
-  if (item.step.has_value() != item.asPackage.has_value()) {
-    const BundleBit bit = bundleBit(opened.descriptor.get());
+  const bool decides = item.step.has_value() != item.asPackage.has_value();
+  const bool isObserved = scheduler_.observer() != nullptr;
+  BundleBit bit;
+  if (decides || (isObserved && !isPackageName(task.name))) bit = bundleBit(opened.descriptor.get());
+  if (decides) {
     if (bit.error != 0) scheduler_.reportUnreadable(parent, task.name, bit.error);
     item.step = item.asPackage = bit.isSet ? item.asPackage : item.step;
   }
   if (!item.step) return;
-  const FolderObserver::Folder observed = scheduler_.observer() == nullptr ? 0 : observe(task, opened.descriptor.get());
+  const FolderObserver::Folder observed = isObserved ? observe(task, opened.descriptor.get(), bit.isSet) : 0;
   SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage, observed);
   if (const int error = read(folder); error != 0) scheduler_.reportUnreadable(parent, task.name, error);
 }
@@ -140,14 +145,17 @@ void SizingWorker::observeFile(SizedFolder& folder, const FolderObserver::File& 
 }
 
 // A negative descriptor stands for a folder that could not be opened.
-FolderObserver::Folder SizingWorker::observe(const SizingTask& task, int descriptor) {
+FolderObserver::Folder SizingWorker::observe(const SizingTask& task, int descriptor, bool hasBundleBit) {
   const std::string_view name(task.name);
+  struct stat facts {};
   const bool isRead = descriptor >= 0;
+  const bool hasTime = isRead && ::fstat(descriptor, &facts) == 0;
   return scheduler_.observer()->enter(task.siblings->observed,
                                       {.name = name,
                                        .isHidden = task.item.isHidden,
-                                       .isPackage = isPackageName(name) || (isRead && bundleBit(descriptor).isSet),
-                                       .isRead = isRead});
+                                       .isPackage = hasBundleBit || isPackageName(name),
+                                       .isRead = isRead,
+                                       .modified = hasTime ? std::int64_t{facts.st_mtime} : FolderObserver::kNoTime});
 }
 
 void SizingWorker::tellCounted(SizedFolder& folder) {

@@ -38,7 +38,7 @@ class SizingWorker {
   void countFile(SizedFolder& folder, const DirectoryReader::Entry& entry);
   void observeFile(SizedFolder& folder, const FolderObserver::File& file);
   void tellCounted(SizedFolder& folder);
-  FolderObserver::Folder observe(const SizingTask& task, int descriptor);
+  FolderObserver::Folder observe(const SizingTask& task, int descriptor, bool hasBundleBit);
   void keepSubFolder(SizedFolder& folder, const DirectoryReader::Entry& entry);
   void shareRest(SizedFolder& folder);
   void queueSubFolders(SizedFolder& folder);

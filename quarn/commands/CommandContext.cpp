@@ -56,8 +56,10 @@ SandboxRules systemRules(const Arguments& arguments) {
     for (std::string& folder : terminalDescriptionFolders()) rules.readable.push_back(std::move(folder));
   }
   const std::string output = arguments.text("--output").value_or("-");
-  if (output != "-") rules.writable = {writtenPlace(output)};
-  if (const std::optional<std::string> folder = arguments.text("--export")) rules.writable.push_back(*folder);
+  if (output != "-") rules.writable.push_back(writtenPlace(output));
+  for (const std::string_view option : {"--export", "--scans"}) {
+    if (const std::optional<std::string> folder = arguments.text(option)) rules.writable.push_back(*folder);
+  }
   return rules;
 }
 

@@ -37,7 +37,7 @@ class CommandContext {
   /// The scan that --scan names, and null without that option. The first call opens it, adds what the scan could not
   /// read to `unread`, and confines the process. Throws ScanError or FileError.
   const Scan* scan();
-  /// Confines the process to the files that are open, for commands that read no volume.
+  /// Confines the process to the files that are open and to its output, for commands that read no volume.
   void confineToOpenFiles() const;
   /// The items that could not be read so far.
   [[nodiscard]] UnreadSummary unread() const { return unreadSummary(*report_); }

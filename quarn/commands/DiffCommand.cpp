@@ -13,8 +13,6 @@
 namespace quarn {
 namespace {
 
-constexpr long kSmallestChange = 1'000'000;
-
 std::string signedSize(const std::optional<SizeInfo>& before, const std::optional<SizeInfo>& after,
                        CommandContext& context) {
   const std::int64_t change = (after ? after->allocatedBytes : 0) - (before ? before->allocatedBytes : 0);
@@ -104,8 +102,8 @@ ExitCode runDiff(CommandContext& context) {
   const Scan before = Scan::open(files[0]);
   const Scan after = Scan::open(files[1]);
   context.confineToOpenFiles();
-  const ScanDifference difference =
-      compareScans(before, after, context.arguments().number("--min-size", kSmallestChange), context.cancellation());
+  const ScanDifference difference = compareScans(
+      before, after, context.arguments().number("--min-size", kUsualSmallestChange), context.cancellation());
   if (context.wantsJSON()) {
     context.printDocument(toJSON(difference));
   } else if (context.wantsLines()) {

@@ -3,10 +3,12 @@
 #include <fmt/format.h>
 
 #include "QuarnCore/ownership/ItemOwners.h"
+#include "QuarnCore/scans/ScannedOwners.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/OwnershipMaps.h"
 #include "quarn/commands/PathArgument.h"
+#include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/OwnerText.h"
 #include "quarn/terminal/TerminalText.h"
 #include "quarn/wire/RecordJSON.h"
@@ -36,7 +38,28 @@ std::string toText(const ItemOwnership& answer, CommandContext& context) {
   return text;
 }
 
-ExitCode runOwner(CommandContext& context) {
+[[noreturn]] void refuseUnknownOwner(const ScannedOwners& owners, const FileURL& url) {
+  const std::string item = escapedForTerminal(url.path());
+  const std::optional<FileURL> entry = owners.entryAround(url.path());
+  throw CommandError(ExitCode::notFound,
+                     entry ? "the scan does not have the owner of " + item + ", but that of " +
+                                 escapedForTerminal(entry->path()) + ", which contains it"
+                           : "the scan does not have the owner of " + item + " (it has those of app-data folders)");
+}
+
+std::vector<ItemOwnership> scannedOwners(const Scan& scan, CommandContext& context) {
+  const ScannedOwners owners(scan);
+  std::vector<ItemOwnership> items;
+  for (const std::string& word : context.arguments().positionals) {
+    const FileURL url(scannedURL(word, scan).path(), URLKind::item);
+    std::optional<ItemOwnership> item = owners.of(url);
+    if (!item) refuseUnknownOwner(owners, url);
+    items.push_back(std::move(*item));
+  }
+  return items;
+}
+
+std::vector<ItemOwnership> ownersOnVolume(CommandContext& context) {
   const Services& services = context.services();
   std::vector<FileURL> urls;
   for (const std::string& word : context.arguments().positionals) {
@@ -49,23 +72,26 @@ ExitCode runOwner(CommandContext& context) {
   // A partial map would name wrong owners.
   if (context.isInterrupted()) throw CommandError(ExitCode::interrupted, "interrupted before the owners were found");
   std::vector<ItemOwnership> items;
-  std::string text;
-  for (const FileURL& url : urls) {
-    items.push_back(owners.of(url));
-    text += toText(items.back(), context);
-  }
+  for (const FileURL& url : urls) items.push_back(owners.of(url));
+  return items;
+}
+
+ExitCode runOwner(CommandContext& context) {
+  const Scan* scan = context.scan();
+  const std::vector<ItemOwnership> items = scan != nullptr ? scannedOwners(*scan, context) : ownersOnVolume(context);
   if (context.wantsJSON()) {
     context.printDocument({{"items", toJSON(items)}});
   } else if (context.wantsLines()) {
     context.printLines(toJSON(items));
   } else {
-    context.print(text);
+    for (const ItemOwnership& item : items) context.print(toText(item, context));
   }
   return context.finish();
 }
 
 constexpr std::array kOwnerPositionals{
     PositionalRow{.name = "PATH", .help = "Item, a path on the Mac", .isRequired = true, .isRepeatable = true}};
+constexpr std::array kOwnerOptions{kScanOption};
 constexpr std::array kOwnerExamples{
     ExampleRow{.line = "quarn owner \"~/Library/Application Support/Lumen Notes\"",
                .meaning = "the owner of a folder, the evidence and the rivals"},
@@ -75,9 +101,9 @@ constexpr CommandRow kOwnerRow{
     .summary = "Show which app owns an item",
     .description =
         "Compares the evidence for every installed app. The strongest evidence decides; apps with weaker evidence are "
-        "rivals.",
+        "rivals. A scan has the owners of the entries of app-data folders.",
     .positionals = kOwnerPositionals,
-    .options = {},
+    .options = kOwnerOptions,
     .examples = kOwnerExamples,
     .run = runOwner,
     .hasList = true};

@@ -1,10 +1,13 @@
 #include <algorithm>
+#include <cerrno>
+#include <filesystem>
 
 #include <unistd.h>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/HostOutput.h"
 #include "quarn/rpc/Server.h"
 #include "quarn/rpc/TypeModel.h"
 
@@ -19,6 +22,14 @@ std::size_t concurrency(const Arguments& arguments) {
   return std::clamp<std::size_t>(static_cast<std::size_t>(wanted), 1, kMostConcurrent);
 }
 
+// 0 for a folder.
+int problemOfFolder(const std::string& folder) {
+  std::error_code error;
+  const auto status = std::filesystem::status(folder, error);
+  if (std::filesystem::is_directory(status)) return 0;
+  return error ? error.value() : ENOTDIR;
+}
+
 ExitCode serveRPC(CommandContext& context) {
   if (context.arguments().has("--describe")) {
     context.print(documentText(openRPCDocument(), 2));
@@ -28,12 +39,21 @@ ExitCode serveRPC(CommandContext& context) {
     context.print(*language == "python" ? pythonTypes(openRPCDocument()) : typeScriptTypes(openRPCDocument()));
     return ExitCode::ok;
   }
-  const int error = runRPC(context.services(), STDIN_FILENO, STDOUT_FILENO, concurrency(context.arguments()));
+  const Services& services = context.services();
+  if (const std::optional<std::string> folder = context.arguments().text("--scans")) {
+    refuseOnVolume("--scans", *folder, services.files.hostFolder());
+    if (const int problem = problemOfFolder(*folder)) throwFileError(problem, "open", *folder);
+  }
+  const int error = runRPC(services, STDIN_FILENO, STDOUT_FILENO, concurrency(context.arguments()));
   if (error != 0) throwFileError(error, "write", "standard output");
   return ExitCode::ok;
 }
 
 constexpr std::array kRPCOptions{
+    OptionRow{.name = "--scans",
+              .argument = "DIR",
+              .help = "Folder of the scans that ScanStore.write, .open and .diff may use; the sandbox refuses others",
+              .isHostPath = true},
     OptionRow{.name = "--describe", .help = "Print the interface as an OpenRPC document and exit"},
     OptionRow{.name = "--types",
               .argument = "LANGUAGE",

@@ -12,13 +12,14 @@
 #include "quarn/commands/HostOutput.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/OwnershipMaps.h"
+#include "quarn/commands/ScanOption.h"
+#include "quarn/commands/ScannedReport.h"
 #include "quarn/report/ReportPage.h"
 #include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
 namespace {
 
-constexpr std::size_t kListedItems = 40;
 // The service ranks by the larger of space and length; the report ranks by each of them.
 constexpr long kCandidates = 20'000;
 
@@ -49,7 +50,7 @@ std::vector<VolumeReport::Item> ranked(std::vector<TopItem> items, std::int64_t 
   std::erase_if(items, [&](const TopItem& item) { return rank(item) <= 0; });
   std::stable_sort(items.begin(), items.end(),
                    [&](const TopItem& left, const TopItem& right) { return rank(left) > rank(right); });
-  items.resize(std::min(items.size(), kListedItems));
+  items.resize(std::min(items.size(), kReportedItems));
   std::vector<VolumeReport::Item> result;
   result.reserve(items.size());
   for (const TopItem& item : items) result.push_back({item, hintOf(item.url, dashboard)});
@@ -97,7 +98,29 @@ AppReport appReport(CommandContext& context) {
   return report;
 }
 
+// The scans are open before the process confines itself.
+VolumeReport reportOfScan(const std::optional<Scan>& since, CommandContext& context) {
+  const Scan& scan = *context.scan();
+  VolumeReport report = scannedVolumeReport(scan, context);
+  if (since) report.changes = compareScans(*since, scan, kUsualSmallestChange, context.cancellation());
+  return report;
+}
+
+// Checked before anything is read.
+std::optional<Scan> scanToCompare(const Arguments& arguments) {
+  const bool isOfApp = !arguments.positionals.empty();
+  if (isOfApp && arguments.has("--scan")) {
+    throw UsageError("report APP cannot be combined with --scan: a scan has no removal plans");
+  }
+  const std::optional<std::string> file = arguments.text("--since");
+  if (!file) return std::nullopt;
+  if (!arguments.has("--scan")) throw UsageError("--since requires --scan FILE: the later of the two scans");
+  return Scan::open(*file);
+}
+
 std::string pageOf(CommandContext& context) {
+  const std::optional<Scan> since = scanToCompare(context.arguments());
+  if (context.arguments().has("--scan")) return reportPage(reportOfScan(since, context));
   const bool isOfApp = !context.arguments().positionals.empty();
   return isOfApp ? reportPage(appReport(context)) : reportPage(volumeReport(context));
 }
@@ -124,7 +147,11 @@ ExitCode runReport(CommandContext& context) {
   const std::optional<std::string> file = context.arguments().text("--output");
   if (!file || file->empty()) throw UsageError("report requires --output FILE: the HTML file to write");
   if (*file == "-") return writeToStandardOutput(context);
-  refuseBadPlace(*file, context.services().files.hostFolder());
+  if (context.arguments().has("--scan")) {
+    checkHostFile(*file);
+  } else {
+    refuseBadPlace(*file, context.services().files.hostFolder());
+  }
   const std::string page = pageOf(context);
   writeHostFile(*file, page);
   if (context.wantsJSON()) {
@@ -137,6 +164,11 @@ ExitCode runReport(CommandContext& context) {
 
 constexpr std::array kReportPositionals{PositionalRow{.name = "APP", .help = "Report on this app, not on the volume"}};
 constexpr std::array kReportOptions{
+    kScanOption,
+    OptionRow{.name = "--since",
+              .argument = "OLD",
+              .help = "With --scan: also report what changed since the scan OLD",
+              .isHostPath = true},
     OptionRow{.name = "--output",
               .argument = "FILE",
               .help = "Write to FILE, which must not be on the inspected volume; - is standard output",
@@ -147,6 +179,8 @@ constexpr std::array kReportExamples{
     ExampleRow{.line = "quarn report -o storage.html", .meaning = "a report on the space of the volume"},
     ExampleRow{.line = "quarn report \"Lumen Notes\" -o notes.html",
                .meaning = "a report on an app and its cleanup plans"},
+    ExampleRow{.line = "quarn report --scan friday.quarn --since monday.quarn -o week.html",
+               .meaning = "a report from a scan, with what changed since another one"},
 };
 constexpr CommandRow kReportRow{
     .name = "report",

@@ -9,6 +9,7 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/HostOutput.h"
+#include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/CountText.h"
 #include "quarn/terminal/TerminalText.h"
 
@@ -37,7 +38,23 @@ std::optional<std::string> exportFolder(const Arguments& arguments) {
   return folder;
 }
 
+// The tables of a scan that exists.
+ExitCode exportKept(CommandContext& context) {
+  refuseWithScan(context, "--output", "FILE is a scan already");
+  const std::optional<std::string> folder = exportFolder(context.arguments());
+  if (!folder) throw UsageError("scan --scan FILE requires --export DIR");
+  const std::int64_t files = exportScan(*context.scan(), *folder, context.cancellation());
+  if (context.wantsJSON()) {
+    context.printDocument({{"folder", Text::validUTF8(*folder)}, {"files", files}});
+  } else {
+    context.print(fmt::format("Wrote {} to {}\n", countText(static_cast<std::size_t>(files), "file"),
+                              escapedForTerminal(*folder)));
+  }
+  return context.finish();
+}
+
 ExitCode runScan(CommandContext& context) {
+  if (context.arguments().has("--scan")) return exportKept(context);
   const std::optional<std::string> output = context.arguments().text("--output");
   if (output && output->empty()) throw UsageError("--output: FILE is empty");
   const std::optional<std::string> folder = exportFolder(context.arguments());
@@ -78,11 +95,17 @@ constexpr std::array kScanOptions{
               .argument = "DIR",
               .help = "Also write every table to DIR as CSV and NDJSON, without --output beside scan.sqlite",
               .isHostPath = true},
+    OptionRow{.name = kScanOption.name,
+              .argument = kScanOption.argument,
+              .help = "With --export: the tables of FILE, which an earlier scan has written",
+              .isHostPath = true,
+              .excludes = kScanOption.excludes},
 };
 constexpr std::array kScanExamples{
     ExampleRow{.line = "quarn --volume /mnt/mac scan -o monday.quarn", .meaning = "keep a scan of a mounted volume"},
     ExampleRow{.line = "quarn storage --scan monday.quarn", .meaning = "answer from the scan"},
     ExampleRow{.line = "quarn scan --export tables", .meaning = "every table as CSV and NDJSON"},
+    ExampleRow{.line = "quarn scan --scan monday.quarn --export tables", .meaning = "the same for a scan that exists"},
 };
 constexpr CommandRow kScanRow{
     .name = "scan",

@@ -10,14 +10,19 @@ void refuseWithScan(const CommandContext& context, std::string_view option, std:
   }
 }
 
-FileURL scannedFolder(const std::string& text, const Scan& scan) {
+FileURL scannedURL(const std::string& text, const Scan& scan) {
   const FileURL& home = scan.facts().home;
-  std::optional<FileURL> url = FileURL::parse(text);
-  if (text == "~") url = home;
-  if (text.starts_with("~/")) url = home.appending(text.substr(2));
+  if (text == "~") return home;
+  if (text.starts_with("~/")) return home.appending(text.substr(2));
+  const std::optional<FileURL> url = FileURL::parse(text);
   if (!url) throw UsageError("\"" + escapedForTerminal(text) + "\" is not an absolute path");
-  if (scan.folder(url->path())) return *url;
-  throw CommandError(ExitCode::notFound, "the scan does not have the folder " + escapedForTerminal(url->path()));
+  return *url;
+}
+
+FileURL scannedFolder(const std::string& text, const Scan& scan) {
+  FileURL url = scannedURL(text, scan);
+  if (scan.folder(url.path())) return url;
+  throw CommandError(ExitCode::notFound, "the scan does not have the folder " + escapedForTerminal(url.path()));
 }
 
 std::vector<FileURL> scannedRoots(const Scan& scan, StorageCategoryID category) {

@@ -18,6 +18,8 @@ inline constexpr OptionRow kScanOption{.name = "--scan",
 /// Refuses, as a usage error, an option that a scan has no answer for.
 void refuseWithScan(const CommandContext& context, std::string_view option, std::string_view reason);
 
+/// A path argument as a path on the Mac at the time of the scan. Throws UsageError if it is not absolute.
+FileURL scannedURL(const std::string& text, const Scan& scan);
 /// The folder of a scan at a path; "~" is the home folder at the time of the scan. Throws UsageError for a relative
 /// path, and CommandError if the scan does not have the folder.
 FileURL scannedFolder(const std::string& text, const Scan& scan);

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnCore/ownership/Leftovers.h"
+#include "QuarnCore/scans/ScanDifference.h"
 #include "QuarnModels/AppInspection.h"
 #include "QuarnModels/RemovalPlan.h"
 #include "QuarnModels/Storage.h"
@@ -34,10 +36,11 @@ struct VolumeReport {
   /// False for a folder that is not a mounted volume: the totals in `volume` are those of the disk that holds it.
   bool hasCapacity = true;
   std::vector<StorageCategory> categories{};
-  std::vector<Item> largest{};        ///< by space on this disk, largest first
-  std::vector<Item> elsewhere{};      ///< by length minus space on this disk, largest first
-  std::vector<Leftover> leftovers{};  ///< of apps that are not installed, sized, largest first
-  bool isComplete = true;             ///< false: the scan was interrupted
+  std::vector<Item> largest{};              ///< by space on this disk, largest first
+  std::vector<Item> elsewhere{};            ///< by length minus space on this disk, largest first
+  std::vector<Leftover> leftovers{};        ///< of apps that are not installed, sized, largest first
+  std::optional<ScanDifference> changes{};  ///< since an earlier scan
+  bool isComplete = true;                   ///< false: the scan was interrupted
 };
 
 /// The content of a report on an app.

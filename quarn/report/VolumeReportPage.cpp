@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include "quarn/report/ChangesSection.h"
 #include "quarn/report/Html.h"
 #include "quarn/report/ReportParts.h"
 #include "quarn/report/Share.h"
@@ -184,7 +185,9 @@ std::string leftoversSection(const VolumeReport& report) {
 }  // namespace
 
 std::string reportPage(const VolumeReport& report) {
-  std::vector<Section> sections{{"space", "Where the space goes"}, {"largest", "The largest items"}};
+  std::vector<Section> sections{{"space", "Where the space goes"}};
+  if (report.changes) sections.push_back({"changes", "What changed"});
+  sections.push_back({"largest", "The largest items"});
   if (!report.elsewhere.empty()) sections.push_back({"elsewhere", "Large files with little space on this disk"});
   if (!report.leftovers.empty()) sections.push_back({"leftovers", "Leftovers"});
   if (report.frame.unread.count() > 0) sections.push_back({"unread", "Unread items"});
@@ -197,6 +200,7 @@ std::string reportPage(const VolumeReport& report) {
   body += unreadNote(report.frame.unread);
   body += "<section aria-labelledby=\"space\">\n<h2 id=\"space\">Where the space goes</h2>\n" + bar(categories) +
           categoryTable(report) + map(categories, "Map of the categories", report.frame.units) + "</section>\n";
+  if (report.changes) body += changesSection(*report.changes, report.frame);
   body += largestSection(report) + elsewhereSection(report) + leftoversSection(report);
   body += unreadSection(report.frame) + "</main>\n" + footer(report.frame);
   return page("Storage of " + report.volume.name, body);

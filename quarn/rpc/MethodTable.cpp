@@ -4,7 +4,7 @@ namespace quarn {
 namespace {
 
 constexpr std::array kGroups{&inspectionMethods, &ownershipMethods, &discoveryMethods, &vendorMethods, &planningMethods,
-                             &storageMethods,    &folderMethods,    &systemMethods,    &processMethods};
+                             &storageMethods,    &folderMethods,    &scanMethods,      &systemMethods, &processMethods};
 
 std::vector<MethodRow> allMethods() {
   std::vector<MethodRow> all;

@@ -29,6 +29,7 @@ std::span<const MethodRow> vendorMethods();
 std::span<const MethodRow> planningMethods();
 std::span<const MethodRow> storageMethods();
 std::span<const MethodRow> folderMethods();
+std::span<const MethodRow> scanMethods();
 std::span<const MethodRow> systemMethods();
 std::span<const MethodRow> processMethods();
 

@@ -31,6 +31,7 @@ template <> constexpr std::string_view kEnumerationName<StorageSignatureRegistry
 template <> constexpr std::string_view kEnumerationName<OwnershipStatus> = "OwnershipStatus";
 template <> constexpr std::string_view kEnumerationName<EvidenceKind> = "EvidenceKind";
 template <> constexpr std::string_view kEnumerationName<OrphanKind> = "OrphanKind";
+template <> constexpr std::string_view kEnumerationName<ScanStep> = "ScanStep";
 
 constexpr std::array<std::pair<Evidence::Kind, std::string_view>, 2> kEvidenceMembers{{
     {Evidence::Kind::vendorProfile, "vendorProfile"},
@@ -95,12 +96,14 @@ using Records =
                StorageSignatureTable, StorageSignatureRegistry::Signature, AppInspectionService::Options,
                ArtifactScanner::Options, OwnershipService::Options, LeftoverOptions, OwnershipClaim, FormerOwner,
                Ownership, ItemOwnership, AppOwnership, LeftoverItem, Leftover, Handshake, PhaseProgress,
-               InspectionProgress, ItemsProgress, SizeProgress, TotalsProgress>;
+               InspectionProgress, ItemsProgress, SizeProgress, TotalsProgress, ScanFacts, ScanSummary,
+               CategoryChange, FolderChange, AppChange, NewLeftover, ScanDifference, ScanStore::Written,
+               ScanStore::Progress>;
 
 using Enumerations =
     std::tuple<ArtifactKind, ArtifactDataClass, ArtifactScope, RiskLevel, CleanupMode, RemovalOperationPreview::Type,
                AppRemovalPlanPreview::Status, StorageCategoryID, AppInspectionService::Phase,
-               StorageSignatureRegistry::Signature::Kind, OwnershipStatus, EvidenceKind, OrphanKind>;
+               StorageSignatureRegistry::Signature::Kind, OwnershipStatus, EvidenceKind, OrphanKind, ScanStep>;
 
 template <class Record, class Value>
 RecordDescription::Member describe(const wire::Member<Record, Value>& member) {
@@ -244,6 +247,9 @@ QUARN_RESULT(std::map<std::string, StorageCategoryID, std::less<>>)
 QUARN_RESULT(StorageDashboardService::CategorySizes)
 QUARN_RESULT(TotalsProgress)
 
+QUARN_RESULT(ScanSummary)
+QUARN_RESULT(ScanStore::Written)
+QUARN_RESULT(ScanStore::Progress)
 QUARN_RESULT(CategoryChange)
 QUARN_RESULT(FolderChange)
 QUARN_RESULT(AppChange)

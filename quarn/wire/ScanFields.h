@@ -4,13 +4,56 @@
 #include <tuple>
 
 #include "QuarnCore/scans/ScanDifference.h"
+#include "QuarnCore/scans/ScanStore.h"
 #include "QuarnModels/RecordCodec.h"
 #include "quarn/wire/RecordFields.h"
+#include "quarn/wire/ScanSummary.h"
 
-/// Field tables of the records of the difference of two scans.
+/// Field tables of the records of scans and of their differences.
 namespace quarn::wire {
 
 // clang-format off
+template <> struct Fields<ScanFacts> {
+  static constexpr std::string_view kName = "ScanFacts";
+  static constexpr auto kMembers = std::tuple(
+      member("programVersion", &ScanFacts::programVersion),
+      bytes("vendorProfiles",  &ScanFacts::vendorProfiles),
+      member("locale",         &ScanFacts::locale),
+      member("startedAt",      &ScanFacts::startedAt),
+      member("finishedAt",     &ScanFacts::finishedAt),
+      member("home",           &ScanFacts::home),
+      member("volume",         &ScanFacts::volume),
+      member("hasCapacity",    &ScanFacts::hasCapacity),
+      member("keptAbove",      &ScanFacts::keptAbove),
+      bytes("files",           &ScanFacts::files),
+      bytes("folders",         &ScanFacts::folders));
+};
+
+template <> struct Fields<ScanSummary> {
+  static constexpr std::string_view kName = "ScanSummary";
+  static constexpr auto kMembers = std::tuple(
+      member("facts",      &ScanSummary::facts),
+      member("categories", &ScanSummary::categories),
+      member("apps",       &ScanSummary::apps),
+      bytes("unreadable",  &ScanSummary::unreadable));
+};
+
+template <> struct Fields<ScanStore::Written> {
+  static constexpr std::string_view kName = "ScanStore.Written";
+  static constexpr auto kMembers = std::tuple(
+      bytes("files",       &ScanStore::Written::files),
+      bytes("folders",     &ScanStore::Written::folders),
+      bytes("bytes",       &ScanStore::Written::bytes),
+      member("isComplete", &ScanStore::Written::isComplete));
+};
+
+template <> struct Fields<ScanStore::Progress> {
+  static constexpr std::string_view kName = "ScanStore.Progress";
+  static constexpr auto kMembers = std::tuple(
+      member("step",   &ScanStore::Progress::step),
+      member("totals", &ScanStore::Progress::totals));
+};
+
 template <> struct Fields<CategoryChange> {
   static constexpr std::string_view kName = "CategoryChange";
   static constexpr auto kMembers = std::tuple(

@@ -1,7 +1,7 @@
 // A library that tests preload into the command. It makes chosen calls fail, to show how the command reacts.
 //
-//   QUARN_FAULT=CALL:ERRNO:WHEN   CALL:  openat2, open, openat, getdents64, statx, fstat, pread, readlinkat, xattr,
-//                                        malloc, pthread_create
+//   QUARN_FAULT=CALL:ERRNO:WHEN   CALL:  openat2, open, openat, getdents64, statx, fstat, pread, pwrite, fsync,
+//                                        readlinkat, xattr, malloc, pthread_create
 //                                 WHEN:  n7 only the seventh call; e1 every call, e2 every second call
 //   QUARN_FAULT_MARK=FILE         exists once the library is loaded; gets one byte for each call that failed
 //
@@ -39,6 +39,8 @@ enum class Call : std::uint8_t {
   statx,
   fstat,
   pread,
+  pwrite,
+  fsync,
   readlinkat,
   xattr,
   malloc,
@@ -57,6 +59,8 @@ constexpr Row kRows[] = {{"openat2:", Call::openat2},
                          {"statx:", Call::statx},
                          {"fstat:", Call::fstat},
                          {"pread:", Call::pread},
+                         {"pwrite:", Call::pwrite},
+                         {"fsync:", Call::fsync},
                          {"readlinkat:", Call::readlinkat},
                          {"xattr:", Call::xattr},
                          {"malloc:", Call::malloc},
@@ -204,6 +208,21 @@ ssize_t pread(int file, void* buffer, size_t size, off_t offset) {
 ssize_t pread64(int file, void* buffer, size_t size, off64_t offset) {
   static const auto next = real<ssize_t (*)(int, void*, size_t, off64_t)>("pread64");
   return fails(Call::pread) ? -1 : next(file, buffer, size, offset);
+}
+
+ssize_t pwrite(int file, const void* data, size_t size, off_t offset) {
+  static const auto next = real<ssize_t (*)(int, const void*, size_t, off_t)>("pwrite");
+  return fails(Call::pwrite) ? -1 : next(file, data, size, offset);
+}
+
+ssize_t pwrite64(int file, const void* data, size_t size, off64_t offset) {
+  static const auto next = real<ssize_t (*)(int, const void*, size_t, off64_t)>("pwrite64");
+  return fails(Call::pwrite) ? -1 : next(file, data, size, offset);
+}
+
+int fsync(int file) {
+  static const auto next = real<int (*)(int)>("fsync");
+  return fails(Call::fsync) ? -1 : next(file);
 }
 
 ssize_t readlinkat(int folder, const char* path, char* buffer, size_t size) {

@@ -39,7 +39,13 @@ COMMANDS = [
     ["leftovers"], ["owner", "/Users/ann/Library/Caches/com.example.good"], ["plan", "Good", "--whole-volume"],
     ["vendors", "--match", "Good"], ["report", "-o", "-"], ["report", "Good", "-o", "-"], ["apps", "--json"],
     ["storage", "--json"], ["jobs", "--json"], ["receipts", "--json"], ["inspect", "Good", "--json"],
+    ["scan", "-o", "SCAN"],
 ]
+
+# Asked after the scan, without the volume.
+OF_SCAN = [["diff", "SCAN", "SCAN"]] + [[*words, "--scan", "SCAN"] for words in (
+    ["apps", "--sizes"], ["storage"], ["top", "/", "--limit", "100"], ["top", "/", "--children"], ["leftovers", "--size"],
+    ["inspect", "--all"], ["report", "-o", "-"])]
 
 METHODS = [
     ("AppsService.discoverApps", {}), ("LaunchdScanner.scan", {}), ("ReceiptScanner.allReceipts", {}),
@@ -117,7 +123,8 @@ class Attacker:
         self.peak = 0
 
     def case(self, attack, words, way, problems, line=None, changes=False):
-        words = [str(self.quarn), *way.options, "--volume", str(self.volume), "--home", HOME, *words]
+        volume = [] if words in OF_SCAN else ["--volume", str(self.volume), "--home", HOME]
+        words = [str(self.quarn), *way.options, *volume, *self.with_scan(words)]
         environment = {"PATH": "/usr/bin:/bin", "LC_ALL": "C", "HOME": "/nonexistent", **way.environment}
         before = None if changes else self.state()
         self.canary.touched()
@@ -144,6 +151,10 @@ class Attacker:
             found.append("the volume changed")
         problems += [f"{attack}, {way.name}: {' '.join(words[1:])}: {problem}" for problem in found]
         return 1, min(len(found), 1)
+
+    def with_scan(self, words):
+        """In a folder that an ordinary user may write."""
+        return [str(self.canary.folder.parent / "scans" / "scan") if word == "SCAN" else word for word in words]
 
     def problems_of(self, code, err, out, usage, seconds):
         found = []
@@ -186,7 +197,7 @@ class Attacker:
 
     def commands(self, way):
         def run(problems):
-            for words in COMMANDS:
+            for words in COMMANDS + OF_SCAN:
                 yield self.case("commands", words, way, problems)
         return run
 
@@ -203,7 +214,8 @@ class Attacker:
     def faults(self, sample):
         """Each single failing call, further and further into the run, until a run comes through untouched."""
         calls = ["openat2:5", "open:5", "getdents64:5", "statx:5", "pread:5", "xattr:5", "malloc:12", "pthread_create:11"]
-        commands = [["inspect", "Lumen Notes"], ["storage", "--ndjson"], ["top"], ["apps"], ["report", "Lumen Notes", "-o", "/dev/null"]]
+        commands = [["inspect", "Lumen Notes"], ["storage", "--ndjson"], ["top"], ["apps"],
+                    ["report", "Lumen Notes", "-o", "/dev/null"], ["scan", "-o", "SCAN"]]
 
         def run(problems):
             for words in commands:
@@ -224,7 +236,7 @@ class Attacker:
         mark = self.canary.folder.parent / "mark"
         mark.unlink(missing_ok=True)
         environment = {"LC_ALL": "C", "LD_PRELOAD": self.shim, "QUARN_FAULT": fault, "QUARN_FAULT_MARK": str(mark)}
-        words = [str(self.quarn), "--no-sandbox", "--volume", str(sample), "--home", HOME, *words]
+        words = [str(self.quarn), "--no-sandbox", "--volume", str(sample), "--home", HOME, *self.with_scan(words)]
         found = subprocess.run(words, env=environment, capture_output=True, timeout=SECONDS, check=False)
         if not mark.exists():
             sys.exit("the fault shim was not loaded")
@@ -237,7 +249,8 @@ class Attacker:
             folder.mkdir(parents=True, exist_ok=True)
             for i in range(count):
                 os.close(os.open(folder / f"file {i:07}.txt", os.O_CREAT | os.O_WRONLY))
-            for words in (["storage"], ["top"], ["top", "--children", "/Users/ann/Documents"], ["inspect", "Good"]):
+            for words in (["storage"], ["top"], ["top", "--children", "/Users/ann/Documents"], ["inspect", "Good"],
+                          ["scan", "-o", "SCAN"]):
                 started = time.monotonic()
                 before = self.peak
                 self.peak = 0
@@ -257,7 +270,7 @@ class Attacker:
             enosys = Way("openat2 answers ENOSYS", {"LD_PRELOAD": self.shim, "QUARN_FAULT": "openat2:38:e1"})
             try:
                 while time.monotonic() < end:
-                    for words in (["apps"], ["inspect", "Good"], ["top"], ["jobs"], ["receipts"]):
+                    for words in (["apps"], ["inspect", "Good"], ["top"], ["jobs"], ["receipts"], ["scan", "-o", "SCAN"]):
                         for way in (Way("as it is"), enosys):
                             yield self.case("races", words, way, problems, changes=True)
             finally:
@@ -310,6 +323,8 @@ def main():
     shutil.rmtree(folder, ignore_errors=True)
     folder.mkdir(parents=True)
     os.chmod(folder, 0o777)
+    (folder / "scans").mkdir()
+    os.chmod(folder / "scans", 0o777)
     volume = folder / "volume"
     subprocess.run([arguments.quarn, "sample", "--hostile", volume], check=True, stdout=subprocess.DEVNULL)
     sample = folder / "sample"

@@ -169,6 +169,15 @@ TEST(Leftovers, TellTheNewestChangeOfAllThatIsInThem) {
   EXPECT_EQ(found[0].modified, Date(std::chrono::seconds(2'000'000'000)));
 }
 
+TEST(Leftovers, ALinkInThemIsNoChange) {
+  MacVolume volume;
+  volume.file("~/Library/Caches/com.gone.Editor/a").link("~/Library/Caches/com.gone.Editor/link", "/nowhere");
+  volume.modified("~/Library/Caches/com.gone.Editor/a", 2'000).modified("~/Library/Caches/com.gone.Editor", 1'000);
+  const std::vector<Leftover> found = leftovers(Mapper(volume));
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].modified, Date(std::chrono::seconds(2'000)));
+}
+
 TEST(Leftovers, AFolderThatHoldsAnInstalledAppsEntryIsNotOne) {
   MacVolume volume;
   volume.app("/Applications/Example Painter.app", {.bundleIdentifier = "com.painter.App"})

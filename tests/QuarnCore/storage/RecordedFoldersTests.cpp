@@ -25,15 +25,23 @@ std::vector<std::string> keptNames(const RecordedFolders& folders) {
   return names;
 }
 
-TEST(RecordedFolders, AFolderHasTheNewestChangeOfItsFiles) {
+TEST(RecordedFolders, AFolderHasTheNewestChangeOfItselfAndWhatIsBelow) {
   DashboardVolume volume;
   volume.file("~/Pictures/a", 1).file("~/Pictures/sub/b", 2).file("/Elsewhere/c", 4);
   volume.modified("~/Pictures/a", 1'000).modified("~/Pictures/sub/b", 3'000).modified("/Elsewhere/c", 2'000);
+  for (const char* folder : {"~/Pictures/sub", "~/Pictures", "~", "/Users", "/Elsewhere", "/"}) {
+    volume.modified(folder, 500);
+  }
   RecordedFolders folders;
   scan(volume, folders);
   EXPECT_EQ(recordOf(folders, "/Users/ann/Pictures").newest, 3'000);
   EXPECT_EQ(recordOf(folders, "/Elsewhere").newest, 2'000);
-  EXPECT_EQ(recordOf(folders, "/").newest, 3'000);
+  EXPECT_EQ(recordOf(folders, "/Users").newest, 3'000);
+  volume.modified("~/Pictures/sub", 5'000).modified("/Elsewhere", 4'000);
+  RecordedFolders again;
+  scan(volume, again);
+  EXPECT_EQ(recordOf(again, "/Users/ann/Pictures").newest, 5'000);
+  EXPECT_EQ(recordOf(again, "/Elsewhere").newest, 4'000);
 }
 
 TEST(RecordedFolders, PackagesAreMarkedByNameAndByTheBundleBitAlsoWhereTheyAreRoots) {

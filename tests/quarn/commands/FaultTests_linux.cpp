@@ -1,12 +1,14 @@
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 
+#include "QuarnCore/scans/Scan.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
@@ -192,6 +194,77 @@ TEST(FailingDisk, EachSingleFailureIsSurvivedAndSaid) {
           << textOf(words) << fault.call;
     }
   }
+}
+
+/// Scans the sample volume while calls fail.
+class FaultyScan {
+ public:
+  FaultyScan() { folder_.folder("/scans"); }
+
+  CommandRun operator()(const std::string& fault) { return faulty_({"scan", "-o", file()}, fault); }
+  [[nodiscard]] std::uintmax_t failures() const { return faulty_.failures(); }
+  [[nodiscard]] std::string file() const { return folder_.host("/scans/scan"); }
+
+  /// What the file holds, without the moments of its making.
+  [[nodiscard]] ScanContent content() const {
+    const Scan scan = Scan::open(file());
+    scan.readAll();
+    ScanContent content = scan.content();
+    content.facts.startedAt = content.facts.finishedAt = {};
+    content.facts.volume.freeBytes = 0;
+    for (ScannedApp& app : content.apps) app.inspection.inspectedAt = {};
+    return content;
+  }
+  [[nodiscard]] std::ptrdiff_t filesBeside() const {
+    const std::filesystem::directory_iterator entries(folder_.host("/scans"));
+    return std::distance(begin(entries), end(entries)) - 1;
+  }
+
+ private:
+  FaultyRun faulty_;
+  MacVolume folder_;
+};
+
+// Exit code 0 means that everything is in the file, 4 that the file says what is missing, and any other that the old
+// file is still there.
+void expectWholeOrSaid(FaultyScan& scan, const CommandRun& run, const ScanContent& whole) {
+  EXPECT_TRUE(run.exitCode == 0 || run.exitCode == 1 || run.exitCode == 3 || run.exitCode == 4) << run.exitCode;
+  EXPECT_TRUE(run.exitCode == 0 || !run.err.empty());
+  EXPECT_EQ(scan.filesBeside(), 0) << "a temporary file is left";
+  if (run.exitCode == 4) {
+    EXPECT_FALSE(scan.content().unreadable.empty()) << run.err;
+  } else {
+    EXPECT_EQ(scan.content(), whole) << run.err;
+  }
+}
+
+TEST(FailingDisk, AScanIsWholeOrSaysWhatItLost) {
+  FaultyScan scan;
+  ASSERT_EQ(scan("pread:5:n1000000000").exitCode, 0);
+  const ScanContent whole = scan.content();
+  std::map<std::string, int> hits;
+  std::vector<Fault> all = faults();
+  for (const Fault& fault : {Fault{"pthread_create", EAGAIN}, {"pwrite", ENOSPC}, {"pwrite", EIO}, {"fsync", EIO}}) {
+    all.push_back(fault);
+  }
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+  all.push_back({"malloc", ENOMEM});
+#endif
+  for (const Fault& fault : all) {
+    for (std::uint64_t n = 1;; n *= 4) {
+      SCOPED_TRACE(faultText(fault, "n" + std::to_string(n)));
+      const CommandRun run = scan(faultText(fault, "n" + std::to_string(n)));
+      const bool isTouched = scan.failures() > 0;
+      expectWholeOrSaid(scan, run, whole);
+      if (!isTouched) break;
+      // The next run must find a whole file.
+      if (run.exitCode == 4) {
+        ASSERT_EQ(scan("pread:5:n1000000000").exitCode, 0);
+      }
+      ++hits[fault.call];
+    }
+  }
+  for (const Fault& fault : all) EXPECT_GT(hits[fault.call], 0) << fault.call;
 }
 
 TEST(FailingDisk, MissingMemoryIsAnErrorOfTheOperation) {

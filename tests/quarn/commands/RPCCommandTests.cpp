@@ -26,5 +26,15 @@ TEST(RPCCommand, AnOverflowIsAnErrorOfOneRequestAndTheServerGoesOn) {
   EXPECT_THAT(run.out, HasSubstr(R"("id":2,"result":[])"));
 }
 
+TEST(RPCCommand, TheFolderOfScansMustExistAndNotBeOnTheVolume) {
+  const MacVolume volume;
+  const CommandRun inside = runQuarn({"--volume", volume.root(), "rpc", "--scans", volume.root() + "/Users"});
+  EXPECT_EQ(inside.exitCode, 2);
+  EXPECT_THAT(inside.err, HasSubstr("--scans: " + volume.root() + "/Users is on the inspected volume"));
+  const CommandRun missing = runQuarn({"--volume", volume.root(), "rpc", "--scans", "/nowhere/scans"});
+  EXPECT_EQ(missing.exitCode, 3);
+  EXPECT_THAT(missing.err, HasSubstr("/nowhere/scans: No such file or directory"));
+}
+
 }  // namespace
 }  // namespace quarn

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <filesystem>
 #include <functional>
 #include <string>
 
@@ -99,6 +100,19 @@ TEST_F(Sandbox, ThreadsCanBeStarted) {
               return ::pthread_create(&thread, nullptr, nothing, nullptr) == 0 && ::pthread_join(thread, nullptr) == 0;
             }),
             0);
+}
+
+TEST_F(Sandbox, RequestsWriteScansOnlyInTheFolderOfScans) {
+  output_.folder("/scans");
+  const auto answerToWriting = [&](const std::string& file) {
+    const std::string request =
+        R"({"jsonrpc":"2.0","id":1,"method":"ScanStore.write","params":{"file":")" + file + "\"}}\n";
+    return runQuarn({"--volume", inspected_.root(), "rpc", "--scans", output_.host("/scans")}, request).out;
+  };
+  EXPECT_THAT(answerToWriting(output_.host("/scans/scan")), testing::HasSubstr("\"isComplete\":true"));
+  EXPECT_THAT(answerToWriting(output_.host("/scan")), testing::HasSubstr("EACCES"));
+  EXPECT_THAT(answerToWriting(inspected_.host("/scan")), testing::HasSubstr("EROFS"));
+  EXPECT_FALSE(std::filesystem::exists(output_.host("/scan")));
 }
 
 TEST_F(Sandbox, EveryCommandGivesTheSameWithItAndWithout) {

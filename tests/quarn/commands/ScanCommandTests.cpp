@@ -6,6 +6,7 @@
 #include "QuarnCore/scans/Scan.h"
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/GoldenFile.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {
@@ -13,7 +14,7 @@ namespace {
 
 using nlohmann::json;
 using testing::HasSubstr;
-using testing::IsEmpty;
+using testing::Not;
 using testing::StartsWith;
 
 class ScanCommand : public testing::Test {
@@ -100,6 +101,18 @@ TEST_F(ScanCommand, ExportsTheTablesBesideAScan) {
   EXPECT_TRUE(std::filesystem::exists(at("tables/apps.ndjson")));
 }
 
+TEST_F(ScanCommand, ExportsTheTablesOfAScanThatExists) {
+  (void)runOnSample({"scan", "-o", at("scan"), "--export", at("tables")});
+  const CommandRun run = runQuarn({"scan", "--scan", at("scan"), "--export", at("again")});
+  EXPECT_THAT(run.out, HasSubstr(" files to " + at("again"))) << run.err;
+  for (const auto& entry : std::filesystem::directory_iterator(at("tables"))) {
+    const std::string name = entry.path().filename().string();
+    EXPECT_EQ(contentOf(at("again/" + name)), contentOf(entry.path())) << name;
+  }
+  EXPECT_EQ(runQuarn({"scan", "--scan", at("scan")}).exitCode, 2);
+  EXPECT_EQ(runQuarn({"scan", "--scan", at("scan"), "--export", at("a"), "-o", at("b")}).exitCode, 2);
+}
+
 TEST_F(ScanCommand, AMissingFolderAndAnOptionWithoutAnswerAreErrors) {
   (void)runOnSample({"scan", "-o", at("scan")});
   EXPECT_EQ(runQuarn({"top", "/nowhere", "--scan", at("scan")}).exitCode, 3);
@@ -107,6 +120,27 @@ TEST_F(ScanCommand, AMissingFolderAndAnOptionWithoutAnswerAreErrors) {
   EXPECT_EQ(runQuarn({"inspect", "Lumen Notes", "--depth", "1", "--scan", at("scan")}).exitCode, 2);
   EXPECT_EQ(runQuarn({"inspect", "Lumen Notes", "--no-sizes", "--scan", at("scan")}).exitCode, 2);
   EXPECT_EQ(runQuarn({"apps", "--scan", at("missing")}).exitCode, 3);
+}
+
+TEST_F(ScanCommand, AnOwnerThatTheScanDoesNotHaveIsSaid) {
+  (void)runOnSample({"scan", "-o", at("scan")});
+  const CommandRun inside =
+      runQuarn({"owner", "~/Library/Application Support/Lumen Notes/anything", "--scan", at("scan")});
+  EXPECT_EQ(inside.exitCode, 3);
+  EXPECT_THAT(inside.err,
+              HasSubstr("but that of /Users/ann/Library/Application Support/Lumen Notes, which contains it"));
+  const CommandRun elsewhere = runQuarn({"owner", "/usr/local/bin", "--scan", at("scan")});
+  EXPECT_EQ(elsewhere.exitCode, 3);
+  EXPECT_THAT(elsewhere.err, HasSubstr("does not have the owner of /usr/local/bin"));
+  EXPECT_EQ(runQuarn({"owner", "relative", "--scan", at("scan")}).exitCode, 2);
+}
+
+TEST_F(ScanCommand, AReportFromAScanIsThatOfTheVolume) {
+  (void)runOnSample({"scan", "-o", at("scan")});
+  const CommandRun run = runQuarn({"report", "--scan", at("scan"), "-o", at("page.html")});
+  EXPECT_EQ(run.out, "Wrote " + at("page.html") + "\n") << run.err;
+  EXPECT_EQ(runQuarn({"report", "Lumen Notes", "--scan", at("scan"), "-o", "-"}).exitCode, 2);
+  EXPECT_EQ(runOnSample({"report", "--since", at("scan"), "-o", "-"}).exitCode, 2);
 }
 
 TEST_F(ScanCommand, AFileThatIsNotAScanIsNamed) {
@@ -154,6 +188,17 @@ TEST_F(DiffCommand, PrintsADocumentAndLines) {
   const CommandRun lines = runQuarn({"diff", at("old"), at("new"), "--ndjson"});
   EXPECT_THAT(lines.out, HasSubstr("{\"kind\":\"newApp\",\"name\":\"New\""));
   EXPECT_THAT(lines.out, HasSubstr("{\"kind\":\"folder\","));
+}
+
+TEST_F(DiffCommand, AReportHasWhatChanged) {
+  volume_.file("~/Pictures/trip/photo", 10);
+  (void)diff({});
+  const CommandRun run = runQuarn({"report", "--scan", at("new"), "--since", at("old"), "-o", "-"});
+  EXPECT_THAT(run.out, HasSubstr("<h2 id=\"changes\">What changed</h2>")) << run.err;
+  EXPECT_THAT(run.out, HasSubstr("<bdi>~/Pictures/trip</bdi>"));
+  EXPECT_THAT(run.out, HasSubstr("<h3>New apps</h3>\n<ul class=\"plain\">\n<li><bdi>New 1</bdi></li>"));
+  const CommandRun without = runQuarn({"report", "--scan", at("new"), "-o", "-"});
+  EXPECT_THAT(without.out, Not(HasSubstr("What changed")));
 }
 
 TEST_F(DiffCommand, RequiresTwoScans) {

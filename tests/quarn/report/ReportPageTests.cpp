@@ -240,6 +240,29 @@ TEST(ReportPage, AnArtifactWithManyPathsFoldsMostOfThem) {
   EXPECT_THAT(page, HasSubstr("<bdi>/file29</bdi>"));
 }
 
+TEST(ReportPage, ListsWhatChangedSinceAnEarlierScan) {
+  VolumeReport report = volumeReport();
+  EXPECT_THAT(reportPage(report), Not(HasSubstr("What changed")));
+  report.changes = ScanDifference{.before = *dateFromISO8601("2026-11-13T21:23:05Z")};
+  EXPECT_THAT(reportPage(report), HasSubstr("<p>No difference.</p>"));
+  const SizeInfo small{.allocatedBytes = 1'000'000, .logicalBytes = 1};
+  const SizeInfo large{.allocatedBytes = 4'000'000, .logicalBytes = 1};
+  report.changes->categories = {{.id = StorageCategoryID::photos, .before = large, .after = small}};
+  report.changes->folders = {{.url = FileURL("/Users/ann/<b>"), .after = large}};
+  report.changes->changedApps = {
+      {.app = {.name = "Memo", .version = "2"}, .versionBefore = "1", .before = small, .after = small}};
+  report.changes->newLeftovers = {{.name = "Old & gone", .items = 2}};
+  const std::string page = reportPage(report);
+  EXPECT_THAT(page, HasSubstr("Since <time>2026-11-13T21:23:05Z</time>"));
+  EXPECT_THAT(page, HasSubstr("<td class=\"n\">−3.0 MB</td><td class=\"n wide\">4.0 MB</td><td class=\"n wide\">1.0 MB"
+                              "</td><td class=\"path\">photos</td>"));
+  EXPECT_THAT(page, HasSubstr("<td class=\"n\">+4.0 MB</td><td class=\"n wide\">–</td>"));
+  EXPECT_THAT(page, HasSubstr("<bdi>~/&lt;b&gt;</bdi>"));
+  EXPECT_THAT(page, HasSubstr("<bdi>Memo 2</bdi> <span class=\"dim\">was <bdi>1</bdi></span>"));
+  EXPECT_THAT(page, HasSubstr("<li><bdi>Old &amp; gone</bdi>, 2 items</li>"));
+  EXPECT_THAT(page, HasSubstr("<a href=\"#changes\">What changed</a>"));
+}
+
 TEST(ReportPage, NamesAreTextEverywhere) {
   const std::string evil = "<script>alert(1)</script>\"'\x1B\xFF\xE2\x80\xAE";
   const std::string inert = "&lt;script&gt;alert(1)&lt;/script&gt;&quot;&#39;\\x1B\\xFF\\u{202E}";

@@ -84,12 +84,6 @@ json valueOf(std::string_view type) {
   return kValues.at(type);
 }
 
-json paramsOf(const MethodRow& row) {
-  json params = json::object();
-  for (const ParamRow& param : row.params()) params[std::string(param.name)] = valueOf(param.type());
-  return params;
-}
-
 class Methods : public testing::Test {
  protected:
   Methods() {
@@ -98,6 +92,17 @@ class Methods : public testing::Test {
         .file("~/Documents/big", 20_KiB)
         .file("~/Documents/small", 1_KiB)
         .file("~/Downloads/other", 5_KiB);
+    scans_.folder("/scans");
+  }
+
+  /// Params of the right types. Files of the host are a scan, which methods may replace.
+  json paramsOf(const MethodRow& row) const {
+    json params = json::object();
+    for (const ParamRow& param : row.params()) params[std::string(param.name)] = valueOf(param.type());
+    for (const char* file : {"file", "before", "after"}) {
+      if (params.contains(file)) params[file] = scans_.host("/scans/scan");
+    }
+    return params;
   }
 
   ordered_json call(std::string_view method, const json& params) {
@@ -122,6 +127,7 @@ class Methods : public testing::Test {
   }
 
   MacVolume volume_;
+  MacVolume scans_;
   Services services_{volume_.files(), ResourceBundle("/nonexistent")};
   Binder binder_{methodTable(), services_};
   std::vector<std::string> reported_;
@@ -131,6 +137,7 @@ class Methods : public testing::Test {
 // ---- params of every method
 
 TEST_F(Methods, EveryMethodAcceptsParamsOfItsTypes) {
+  (void)services_.scanStore().write(scans_.host("/scans/scan"), nullptr, Cancellation::never());
   for (const MethodRow& row : methodTable()) {
     const std::string refused = refusedAt(row.name, paramsOf(row));
     EXPECT_EQ(refused, "") << row.name;
@@ -138,6 +145,7 @@ TEST_F(Methods, EveryMethodAcceptsParamsOfItsTypes) {
 }
 
 TEST_F(Methods, EveryMethodNamesMissingWrongAndUnknownParams) {
+  (void)services_.scanStore().write(scans_.host("/scans/scan"), nullptr, Cancellation::never());
   const json wrong = json::array({json::array({json::array()})});  // of no param's type
   for (const MethodRow& row : methodTable()) {
     const json whole = paramsOf(row);
@@ -159,6 +167,7 @@ TEST_F(Methods, EveryMethodNamesMissingWrongAndUnknownParams) {
 }
 
 TEST_F(Methods, ExtremeIntegersAreValidParams) {
+  (void)services_.scanStore().write(scans_.host("/scans/scan"), nullptr, Cancellation::never());
   for (const MethodRow& row : methodTable()) {
     for (const ParamRow& param : row.params()) {
       if (param.type() != "integer") continue;

@@ -1,0 +1,70 @@
+#include <gmock/gmock.h>
+
+#include "QuarnCore/scans/ScannedOwners.h"
+#include "tests/QuarnCore/scans/ScannedVolume.h"
+
+namespace quarn {
+namespace {
+
+class ScannedOwnersTest : public testing::Test {
+ protected:
+  ScannedOwnersTest() {
+    volume_.vendor("slack", {"~/Library/Caches/com.example.App", "~/Library/Application Support/Slack"});
+    volume_.vendors.front().displayName = "Slack";
+    volume_.fill();
+    volume_.file("~/Library/Application Support/Slack/Cache/a", 10);
+  }
+
+  [[nodiscard]] Scan scanned() const {
+    (void)volume_.scanTo(folder_.at("scan"));
+    return Scan::open(folder_.at("scan"));
+  }
+  [[nodiscard]] OwnershipMap map() const {
+    const FileManager files = volume_.files();
+    return OwnershipService(VendorProfileRegistry(volume_.vendors), EntitlementsReader::live(files),
+                            LaunchdScanner::live(files), ReceiptScanner::live(files), files)
+        .map(AppDiscoveryClient::live(files).discoverApplications(), OwnershipService::kEverything);
+  }
+
+  ScannedVolume volume_;
+  ScanFolder folder_;
+};
+
+TEST_F(ScannedOwnersTest, TheAnswerForEveryEntryIsThatOfTheVolume) {
+  const OwnershipMap map = this->map();
+  const ItemOwners live(map, ReceiptSnapshot::of(volume_.files()), volume_.dashboard());
+  const ScannedOwners kept(scanned());
+  ASSERT_GT(map.size(), 5U);
+  for (std::size_t i = 0; i < map.size(); ++i) EXPECT_EQ(kept.of(map.url(i)), live.of(map.url(i))) << i;
+}
+
+TEST_F(ScannedOwnersTest, AVendorPathAndACategoryAreKnown) {
+  const ScannedOwners kept(scanned());
+  const auto slack = kept.of(volume_.url("~/Library/Application Support/Slack"));
+  ASSERT_TRUE(slack);
+  ASSERT_TRUE(slack->vendor);
+  EXPECT_EQ(slack->vendor->vendorName, "Slack");
+  EXPECT_EQ(slack->category, StorageCategoryID::communication);
+}
+
+TEST_F(ScannedOwnersTest, HintsAreThoseOfTheDeepestVendorPath) {
+  const ScannedHints hints(scanned());
+  const StorageDashboardService dashboard = volume_.dashboard();
+  for (const char* path : {"~/Library/Application Support/Slack/Cache/a", "~/Library/Application Support/Slack",
+                           "~/Library/Application Support/Slacker", "~/notes.txt", "/"}) {
+    const FileURL url = volume_.url(path);
+    EXPECT_EQ(hints.hint(url.path()), dashboard.vendorHint(url, StorageCategoryID::communication)) << path;
+  }
+}
+
+TEST_F(ScannedOwnersTest, AnItemInAnEntryHasNoAnswerButTheEntryIsKnown) {
+  const ScannedOwners kept(scanned());
+  const FileURL inside = volume_.url("~/Library/Caches/com.example.App/a");
+  EXPECT_FALSE(kept.of(inside));
+  EXPECT_EQ(kept.entryAround(inside.path())->path(), volume_.url("~/Library/Caches/com.example.App").path());
+  EXPECT_FALSE(kept.of(volume_.url("/Elsewhere/big")));
+  EXPECT_FALSE(kept.entryAround("/Elsewhere/big"));
+}
+
+}  // namespace
+}  // namespace quarn

@@ -1,0 +1,139 @@
+#include <array>
+#include <random>
+#include <regex>
+
+#include <gmock/gmock.h>
+
+#include "tests/quarn/commands/CommandDocument.h"
+#include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/MacVolume.h"
+
+namespace quarn {
+namespace {
+
+using nlohmann::json;
+
+// clang-format off
+constexpr std::array<std::pair<std::string_view, std::string_view>, 8> kApps{{
+    {"Example", "com.example.App"}, {"Sketcher", "com.gone.Sketcher"}, {"Slack", "com.tinyspeck.slackmacgap"},
+    {"Notes Pro", "org.notes.pro"}, {"Tool", "com.example.Tool"}, {"Editor", "net.editor"}, {"Mixer", "com.mix.Mixer"},
+    {"Zebra", "com.zebra"},
+}};
+constexpr std::array<std::string_view, 9> kPlaces{
+    "~/Library/Caches", "~/Library/Application Support", "~/Library/Preferences", "~/Library/Containers",
+    "~/Library/Logs", "/Library/Application Support", "~/Library/HTTPStorages", "~/Library/Saved Application State",
+    "/Library/LaunchDaemons",
+};
+constexpr std::array<std::string_view, 7> kFolders{
+    "~/Documents", "~/Pictures", "~/Movies", "~/Downloads", "~/Library/Mail", "/Elsewhere", "~/Developer",
+};
+// clang-format on
+
+/// A volume with random apps, of which some are not installed, their data, and other files.
+class RandomMac {
+ public:
+  explicit RandomMac(unsigned seed) : random_(seed) {
+    for (const auto& [name, identifier] : kApps) {
+      const bool isInstalled = number(3) != 0;
+      if (isInstalled) {
+        volume_.app("/Applications/" + std::string(name) + ".app", {.bundleIdentifier = std::string(identifier),
+                                                                    .name = std::string(name),
+                                                                    .version = "1." + std::to_string(number(9))});
+      }
+      for (unsigned i = number(6); i > 0; --i) addData(name, identifier);
+    }
+    for (int i = 0; i < 60; ++i) {
+      volume_.file(std::string(kFolders[number(kFolders.size())]) + "/d" + std::to_string(number(4)) + "/f" +
+                       std::to_string(i) + (number(5) == 0 ? ".app" : ".txt"),
+                   number(9) * 4'096);
+    }
+  }
+
+  [[nodiscard]] const MacVolume& volume() const { return volume_; }
+  [[nodiscard]] const std::vector<std::string>& data() const { return data_; }
+
+ private:
+  unsigned number(std::size_t end) { return static_cast<unsigned>(random_() % end); }
+
+  void addData(std::string_view name, std::string_view identifier) {
+    const std::string_view place = kPlaces[number(kPlaces.size())];
+    const std::string entry = std::string(place) + "/" + std::string(number(2) == 0 ? name : identifier);
+    if (std::find(data_.begin(), data_.end(), entry) != data_.end()) return;
+    data_.push_back(entry);
+    volume_.file(entry + "/a", number(5) * 4'096).file(entry + "/.b", number(3) * 4'096);
+  }
+
+  std::mt19937 random_;
+  MacVolume volume_;
+  std::vector<std::string> data_;
+};
+
+// What differs although the answers are the same: times of the runs, and the free bytes of the disk.
+void dropMoments(json& value) {
+  if (value.is_object()) {
+    for (const char* name : {"inspectedAt", "freeBytes", "unattributedBytes", "ownership"}) value.erase(name);
+  }
+  if (value.is_structured()) {
+    for (json& part : value) dropMoments(part);
+  }
+}
+
+class ScanEquality : public testing::Test {
+ protected:
+  [[nodiscard]] std::string scan() const { return folder_.host("/scans/scan"); }
+
+  void expectEqual(const RandomMac& mac, std::vector<std::string> words) const {
+    std::vector<std::string> live{"--volume", mac.volume().root(), "--home", "/Users/ann"};
+    words.emplace_back("--json");
+    live.insert(live.end(), words.begin(), words.end());
+    words.insert(words.end(), {"--scan", scan()});
+    const CommandRun run = runQuarn(words);
+    json expected = document(runQuarn(live));
+    json kept = document(run);
+    dropMoments(expected);
+    dropMoments(kept);
+    EXPECT_EQ(kept, expected) << testing::PrintToString(words) << run.err;
+  }
+
+  void expectEqualReports(const RandomMac& mac) const {
+    const auto withoutTime = [](const std::string& page) {
+      return std::regex_replace(page, std::regex("<time>[^<]*</time>"), "");
+    };
+    const CommandRun live = runQuarn({"--volume", mac.volume().root(), "--home", "/Users/ann", "report", "-o", "-"});
+    const CommandRun kept = runQuarn({"report", "--scan", scan(), "-o", "-"});
+    EXPECT_EQ(withoutTime(kept.out), withoutTime(live.out)) << kept.err;
+    EXPECT_EQ(kept.exitCode, live.exitCode);
+  }
+
+  MacVolume folder_;
+  MacVolume& made_ = folder_.folder("/scans");
+};
+
+TEST_F(ScanEquality, EveryAnswerFromAScanIsThatOfTheVolume) {
+  for (unsigned seed = 1; seed <= 5; ++seed) {
+    SCOPED_TRACE(seed);
+    const RandomMac mac(seed);
+    ASSERT_EQ(runQuarn({"--volume", mac.volume().root(), "--home", "/Users/ann", "scan", "-o", scan()}).exitCode, 0);
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {"apps", "--sizes"},
+             {"storage"},
+             {"storage", "documents"},
+             {"storage", "systemData"},
+             {"top", "/"},
+             {"top", "--children"},
+             {"top", "--category", "photos"},
+             {"leftovers", "--size"},
+             {"inspect", "--all"},
+         }) {
+      expectEqual(mac, words);
+    }
+    expectEqualReports(mac);
+    ASSERT_FALSE(mac.data().empty());
+    std::vector<std::string> owner{"owner"};
+    owner.insert(owner.end(), mac.data().begin(), mac.data().end());
+    expectEqual(mac, owner);
+  }
+}
+
+}  // namespace
+}  // namespace quarn
