@@ -1,5 +1,6 @@
 #include "tests/quarn/commands/CommandRun.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <memory>
@@ -32,11 +33,14 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
   return result;
 }
 
-// If a variable is set twice, programs use the first one.
+// What is added takes the place of the usual value.
 std::vector<std::string> environmentWith(const std::vector<std::string>& added) {
   std::vector<std::string> variables = added;
-  for (const char* usual : {"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root"})
-    variables.emplace_back(usual);
+  for (const std::string usual : {"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root"}) {
+    const std::string name = usual.substr(0, usual.find('=') + 1);
+    const auto sets = [&](const std::string& variable) { return variable.starts_with(name); };
+    if (std::none_of(added.begin(), added.end(), sets)) variables.push_back(usual);
+  }
   return variables;
 }
 
