@@ -29,7 +29,8 @@ std::string optionTable(std::span<const OptionRow> options) {
 std::string argumentTable(std::span<const PositionalRow> positionals) {
   std::string text = "| argument | meaning |\n| --- | --- |\n";
   for (const PositionalRow& row : positionals) {
-    text += fmt::format("| `{}` | {}{} |\n", cell(row.name), cell(row.help), row.isRepeatable ? "; may be repeated" : "");
+    text +=
+        fmt::format("| `{}` | {}{} |\n", cell(row.name), cell(row.help), row.isRepeatable ? "; may be repeated" : "");
   }
   return text;
 }

@@ -255,8 +255,8 @@ TEST_F(BrowseOnTerminal, AMissingFolderIsFoundOutBeforeTheScreenOpens) {
 
 TEST_F(BrowseOnTerminal, TheTutorialShowsThisScreen) {
   Tmux terminal(100, 20);
-  terminal.start({quarnProgram(), "--volume", sampleFolder(), "--home", "/Users/ann", "--color", "never", "browse",
-                  "~/Library"});
+  terminal.start(
+      {quarnProgram(), "--volume", sampleFolder(), "--home", "/Users/ann", "--color", "never", "browse", "~/Library"});
   const std::string screen = length(terminal);
   const std::filesystem::path page = projectFolder() / "docs/tutorial.md";
   const std::string text = contentOf(page);

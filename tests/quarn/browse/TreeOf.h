@@ -1,8 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "quarn/browse/BrowseListing.h"
 #include "quarn/browse/BrowseTree.h"
