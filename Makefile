@@ -4,7 +4,7 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages test-packages macos-packages build demo test check tidy format bench bench-check bench-save recall fuzz corpora hostile test-confined pages \
+.PHONY: help packages test-packages macos-packages build demo test check tidy format bench bench-check bench-save recall fuzz corpora hostile test-confined soak soak-tsan pages \
         deb asan tsan macos macos-loader macos-test macos-test-platform macos-package clean
 
 help:
@@ -19,6 +19,7 @@ help:
 	@echo "make corpora  run every fuzz target once on its seeds (make test does it too)"
 	@echo "make hostile  attack the command with the hostile volume and print a table"
 	@echo "make test-confined  run the tests where the system gives less: calls, rights, descriptors, memory"
+	@echo "make soak   send 50,000 requests to one quarn rpc; soak-tsan: 2,000 under the thread sanitizer"
 	@echo "make pages  regenerate the program output in the documentation"
 	@echo "make deb    build the Debian packages in build/package"
 	@echo "make macos  build the command for macOS, arm64 and x86_64, in build/macos; see docs/macos.md"
@@ -103,6 +104,21 @@ hostile: test-packages
 	cmake --build --preset dev --target quarn quarn_resources quarn_faults
 	python3 tests/hostile/run.py --quarn $(QUARN) --shim build/dev/tests/libquarn_faults.so --folder build/hostile \
 	  --seconds $(RACE_SECONDS)
+
+# Fifty thousand mixed requests to one process, and two thousand under the thread sanitizer.
+soak: test-packages
+	cmake --preset release
+	cmake --build --preset release --target quarn quarn_resources
+	rm -rf build/soak
+	build/release/bin/quarn sample build/soak > /dev/null
+	tests/soak/soak.py --quarn build/release/bin/quarn --volume build/soak --requests 50000
+
+soak-tsan: test-packages
+	cmake --preset tsan -DQUARN_UNITY=ON
+	cmake --build --preset tsan --target quarn quarn_resources
+	rm -rf build/soak-tsan
+	build/tsan/bin/quarn sample build/soak-tsan > /dev/null
+	tests/soak/soak.py --quarn build/tsan/bin/quarn --volume build/soak-tsan --requests 2000 --no-memory
 
 # The tests without openat2, as an ordinary user, with 20 descriptors, and in 256 MiB of memory.
 test-confined: test-packages

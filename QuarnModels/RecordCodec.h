@@ -14,9 +14,10 @@
 #include "QuarnModels/Date.h"
 #include "QuarnModels/RawValue.h"
 #include "QuarnPlatform/base/Required.h"
-#include "QuarnPlatform/json/JSON.h"
 #include "QuarnPlatform/json/JSONDecoder.h"
-#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONDocument.h"
+#include "QuarnPlatform/json/JSONSink.h"
+#include "QuarnPlatform/json/JSONTree.h"
 #include "QuarnPlatform/paths/FileURL.h"
 #include "QuarnPlatform/text/Text.h"
 
@@ -71,15 +72,6 @@ struct Fields;
 template <class Enumeration>
 constexpr std::string_view kEnumerationName;
 
-using nlohmann::ordered_json;
-
-inline ordered_json text(std::string_view bytes) { return Text::validUTF8(bytes); }
-
-/// Appends a member that is not in the object yet. The JSON library's own insertion searches all members first.
-inline void append(ordered_json& object, std::string key, ordered_json value) {
-  object.get_ref<ordered_json::object_t&>().emplace_back(std::move(key), std::move(value));
-}
-
 /// Encodes, decodes and names the values of one type.
 template <class Value>
 struct Codec;
@@ -87,7 +79,7 @@ struct Codec;
 template <>
 struct Codec<bool> {
   static std::string name() { return "boolean"; }
-  static ordered_json encode(bool value) { return value; }
+  static void encode(JSONSink& sink, bool value) { sink.boolean(value); }
   static bool decode(const JSONDecoder& value) { return value.boolean(); }
 };
 
@@ -96,28 +88,28 @@ template <class Integer>
 requires(std::same_as<Integer, std::int64_t> || std::same_as<Integer, long>) struct Codec<Integer> {
   static_assert(sizeof(Integer) == sizeof(std::int64_t));
   static std::string name() { return "integer"; }
-  static ordered_json encode(Integer value) { return value; }
+  static void encode(JSONSink& sink, Integer value) { sink.integer(value); }
   static Integer decode(const JSONDecoder& value) { return value.integer(); }
 };
 
 template <>
 struct Codec<double> {
   static std::string name() { return "number"; }
-  static ordered_json encode(double value) { return value; }
+  static void encode(JSONSink& sink, double value) { sink.real(value); }
   static double decode(const JSONDecoder& value) { return value.number(); }
 };
 
 template <>
 struct Codec<std::string> {
   static std::string name() { return "string"; }
-  static ordered_json encode(const std::string& value) { return text(value); }
-  static std::string decode(const JSONDecoder& value) { return value.text(); }
+  static void encode(JSONSink& sink, std::string_view value) { sink.string(value); }
+  static std::string decode(const JSONDecoder& value) { return std::string(value.text()); }
 };
 
 template <>
 struct Codec<FileURL> {
   static std::string name() { return "URL"; }
-  static ordered_json encode(const FileURL& value) { return value.string(); }
+  static void encode(JSONSink& sink, const FileURL& value) { sink.string(value.string()); }
   static FileURL decode(const JSONDecoder& value) {
     std::optional<FileURL> url = FileURL::parse(value.text());
     if (!url) value.fail("not a file URL or an absolute path");
@@ -128,7 +120,7 @@ struct Codec<FileURL> {
 template <>
 struct Codec<Date> {
   static std::string name() { return "date"; }
-  static ordered_json encode(Date value) { return toISO8601(value); }
+  static void encode(JSONSink& sink, Date value) { sink.string(toISO8601(value)); }
   static Date decode(const JSONDecoder& value) {
     const std::optional<Date> date = dateFromISO8601(value.text());
     if (!date) value.fail("not a date of the form 2026-11-20T21:23:05Z");
@@ -140,7 +132,7 @@ template <class Enumeration>
 requires std::is_enum_v<Enumeration>
 struct Codec<Enumeration> {
   static std::string name() { return std::string(kEnumerationName<Enumeration>); }
-  static ordered_json encode(Enumeration value) { return std::string(rawValue(value)); }
+  static void encode(JSONSink& sink, Enumeration value) { sink.string(rawValue(value)); }
   static Enumeration decode(const JSONDecoder& value) {
     const std::optional<Enumeration> known = fromRawValue<Enumeration>(value.text());
     if (!known) value.fail("not one of " + choices());
@@ -159,10 +151,10 @@ struct Codec<Enumeration> {
 template <class Element>
 struct Codec<std::vector<Element>> {
   static std::string name() { return "[" + Codec<Element>::name() + "]"; }
-  static ordered_json encode(const std::vector<Element>& value) {
-    ordered_json array = ordered_json::array();
-    for (const Element& element : value) array.push_back(Codec<Element>::encode(element));
-    return array;
+  static void encode(JSONSink& sink, const std::vector<Element>& value) {
+    sink.beginArray();
+    for (const Element& element : value) Codec<Element>::encode(sink, element);
+    sink.endArray();
   }
   static std::vector<Element> decode(const JSONDecoder& value) {
     std::vector<Element> elements;
@@ -177,15 +169,15 @@ struct Codec<std::vector<Element>> {
 template <class Value>
 struct Codec<Required<Value>> {
   static std::string name() { return Codec<Value>::name(); }
-  static ordered_json encode(const Value& value) { return Codec<Value>::encode(value); }
+  static void encode(JSONSink& sink, const Value& value) { Codec<Value>::encode(sink, value); }
   static Value decode(const JSONDecoder& value) { return Codec<Value>::decode(value); }
 };
 
 template <class Value>
 struct Codec<std::optional<Value>> {
   static std::string name() { return Codec<Value>::name() + "?"; }
-  static ordered_json encode(const std::optional<Value>& value) {
-    return value ? Codec<Value>::encode(*value) : ordered_json();
+  static void encode(JSONSink& sink, const std::optional<Value>& value) {
+    value ? Codec<Value>::encode(sink, *value) : sink.null();
   }
   static std::optional<Value> decode(const JSONDecoder& value) {
     return value.isAbsent() ? std::nullopt : std::optional(Codec<Value>::decode(value));
@@ -195,13 +187,16 @@ struct Codec<std::optional<Value>> {
 template <class Value, class Less>
 struct Codec<std::map<std::string, Value, Less>> {
   static std::string name() { return "{string: " + Codec<Value>::name() + "}"; }
-  static ordered_json encode(const std::map<std::string, Value, Less>& value) {
+  static void encode(JSONSink& sink, const std::map<std::string, Value, Less>& value) {
     // Keys that differ only in invalid bytes become equal. Keep the first, because an object must not repeat a key.
     std::map<std::string, const Value*> readable;
     for (const auto& [key, item] : value) readable.emplace(Text::validUTF8(key), &item);
-    ordered_json object = ordered_json::object();
-    for (const auto& [key, item] : readable) append(object, key, Codec<Value>::encode(*item));
-    return object;
+    sink.beginObject();
+    for (const auto& [key, item] : readable) {
+      sink.key(key);
+      Codec<Value>::encode(sink, *item);
+    }
+    sink.endObject();
   }
 };
 
@@ -216,16 +211,18 @@ concept OmitsAbsentMembers = requires {
 };
 
 template <class Record, class Value>
-void encodeMember(ordered_json& object, const Record& record, const Member<Record, Value>& member) {
+void encodeMember(JSONSink& sink, const Record& record, const Member<Record, Value>& member) {
   if constexpr (OmitsAbsentMembers<Record> && kIsOptional<Value>) {
     if (!(record.*member.field)) return;
   }
-  append(object, std::string(member.name), Codec<Value>::encode(record.*member.field));
+  sink.key(member.name);
+  Codec<Value>::encode(sink, record.*member.field);
 }
 
 template <class Record>
-void encodeMember(ordered_json& object, const Record& record, const Computed<Record>& member) {
-  append(object, std::string(member.name), text(member.text(record)));
+void encodeMember(JSONSink& sink, const Record& record, const Computed<Record>& member) {
+  sink.key(member.name);
+  sink.string(member.text(record));
 }
 
 template <class Record, class Value>
@@ -280,10 +277,10 @@ template <DescribedByFields Record>
 struct Codec<Record> {
   static std::string name() { return std::string(Fields<Record>::kName); }
 
-  static ordered_json encode(const Record& record) {
-    ordered_json object = ordered_json::object();
-    std::apply([&](const auto&... members) { (encodeMember(object, record, members), ...); }, Fields<Record>::kMembers);
-    return object;
+  static void encode(JSONSink& sink, const Record& record) {
+    sink.beginObject();
+    std::apply([&](const auto&... members) { (encodeMember(sink, record, members), ...); }, Fields<Record>::kMembers);
+    sink.endObject();
   }
 
   static Record decode(const JSONDecoder& value) {
@@ -308,14 +305,22 @@ struct Codec<Record> {
   }
 };
 
+/// A record as a tree of the library.
+template <class Value>
+nlohmann::ordered_json treeOf(const Value& value) {
+  JSONTree tree;
+  Codec<Value>::encode(tree, value);
+  return tree.take();
+}
+
 /// Decodes a resource file that holds one record. Absent if the text is not strict JSON or a member is missing or
 /// wrong; then stores the error in `problem` if it is not null, for example "artifacts[2].kind: not one of …".
 template <class Record>
 std::optional<Record> decodeFile(std::string_view text, std::string* problem) {
   std::string found;
-  if (const std::optional<nlohmann::json> value = parseJSON(text, &found)) {
+  if (const std::optional<JSONDocument> document = JSONDocument::parse(text, &found)) {
     try {
-      return Codec<Record>::decode(JSONDecoder(*value));
+      return Codec<Record>::decode(JSONDecoder(document->root()));
     } catch (const DecodingError& error) {
       found = error.what();
     }

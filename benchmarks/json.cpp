@@ -8,7 +8,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/wire/RecordJSON.h"
 
-// Encoding a result: the record as JSON, and the JSON as a line.
+// Encoding a result as a line, and decoding the params of a request from a line.
 
 namespace quarn {
 namespace {
@@ -35,13 +35,39 @@ void encodeInspection(benchmark::State& state) {
   const AppInspection value = inspection(state.range(0));
   std::size_t bytes = 0;
   for (auto _ : state) {
-    const std::string line = toJSON(value).dump();
+    const std::string line = jsonText(value);
     bytes = line.size();
     benchmark::DoNotOptimize(line.data());
   }
   state.SetBytesProcessed(static_cast<std::int64_t>(bytes) * state.iterations());
 }
-BENCHMARK(encodeInspection)->ArgName("artifacts")->Arg(30)->Arg(10'000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(encodeInspection)->ArgName("artifacts")->Arg(30)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMicrosecond);
+
+void decodeInspection(benchmark::State& state) {
+  const std::string line = jsonText(inspection(state.range(0)));
+  for (auto _ : state) {
+    const std::optional<JSONDocument> document = JSONDocument::parse(line);
+    benchmark::DoNotOptimize(fromJSON<AppInspection>(JSONDecoder(document->root())).artifacts.size());
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(line.size()) * state.iterations());
+}
+BENCHMARK(decodeInspection)->ArgName("artifacts")->Arg(30)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMicrosecond);
+
+// The parser alone, and the library that it replaces.
+void parseInspection(benchmark::State& state) {
+  const std::string line = jsonText(inspection(state.range(0)));
+  for (auto _ : state) benchmark::DoNotOptimize(JSONDocument::parse(line)->root().count());
+  state.SetBytesProcessed(static_cast<std::int64_t>(line.size()) * state.iterations());
+}
+BENCHMARK(parseInspection)->ArgName("artifacts")->Arg(10'000)->Unit(benchmark::kMicrosecond);
+
+void parseInspectionByLibrary(benchmark::State& state) {
+  const std::string line = jsonText(inspection(state.range(0)));
+  std::string problem;
+  for (auto _ : state) benchmark::DoNotOptimize(JSONDocument::parseByLibrary(line, problem)->root().count());
+  state.SetBytesProcessed(static_cast<std::int64_t>(line.size()) * state.iterations());
+}
+BENCHMARK(parseInspectionByLibrary)->ArgName("artifacts")->Arg(10'000)->Unit(benchmark::kMicrosecond);
 
 void encodeTopItems(benchmark::State& state) {
   std::vector<TopItem> items;
@@ -51,7 +77,7 @@ void encodeTopItems(benchmark::State& state) {
                      .name = name,
                      .size = {.allocatedBytes = 4096 * i, .logicalBytes = 1000 * i}});
   }
-  for (auto _ : state) benchmark::DoNotOptimize(toJSON(items).dump().size());
+  for (auto _ : state) benchmark::DoNotOptimize(jsonText(items).size());
 }
 BENCHMARK(encodeTopItems)->ArgName("items")->Arg(10'000)->Unit(benchmark::kMicrosecond);
 

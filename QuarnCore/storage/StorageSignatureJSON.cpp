@@ -9,7 +9,7 @@ std::optional<StorageSignatureTable> decodeStorageSignatures(std::string_view te
 }
 
 nlohmann::ordered_json encodeStorageSignatures(const StorageSignatureTable& table) {
-  return wire::Codec<StorageSignatureTable>::encode(table);
+  return wire::treeOf(table);
 }
 
 }  // namespace quarn

@@ -13,11 +13,11 @@ std::optional<VendorProfileIndex> decodeVendorIndex(std::string_view text, std::
 }
 
 nlohmann::ordered_json encodeVendorProfile(const VendorProfile& profile) {
-  return wire::Codec<VendorProfile>::encode(profile);
+  return wire::treeOf(profile);
 }
 
 nlohmann::ordered_json encodeVendorIndex(const VendorProfileIndex& index) {
-  return wire::Codec<VendorProfileIndex>::encode(index);
+  return wire::treeOf(index);
 }
 
 }  // namespace quarn

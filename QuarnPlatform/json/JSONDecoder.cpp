@@ -3,13 +3,8 @@
 #include <algorithm>
 #include <optional>
 
-#include "QuarnPlatform/json/JSON.h"
-#include "QuarnPlatform/json/JSONLibrary.h"
-
 namespace quarn {
 namespace {
-
-using nlohmann::json;
 
 std::string message(const std::string& path, std::string_view problem) {
   return path.empty() ? std::string(problem) : path + ": " + std::string(problem);
@@ -20,48 +15,49 @@ std::string message(const std::string& path, std::string_view problem) {
 DecodingError::DecodingError(std::string path, std::string_view problem)
     : std::runtime_error(message(path, problem)), path_(std::move(path)) {}
 
-bool JSONDecoder::isAbsent() const { return value_ == nullptr || value_->is_null(); }
-bool JSONDecoder::isArray() const { return value_ != nullptr && value_->is_array(); }
+bool JSONDecoder::isAbsent() const { return !value_ || value_->isNull(); }
+bool JSONDecoder::isArray() const { return value_ && value_->isArray(); }
 
 JSONDecoder JSONDecoder::member(std::string_view name) const {
-  require(!isAbsent() && value_->is_object(), "an object");
-  return {JSON::member(*value_, name), *this, name, 0};
+  require(!isAbsent() && value_->isObject(), "an object");
+  return {value_->member(name), *this, name, 0};
 }
 
 void JSONDecoder::refuseUnknownMembers(std::span<const std::string_view> known) const {
-  require(!isAbsent() && value_->is_object(), "an object");
-  for (const auto& [name, value] : value_->get_ref<const json::object_t&>()) {
+  require(!isAbsent() && value_->isObject(), "an object");
+  for (std::size_t i = 0; i < value_->count(); ++i) {
+    const std::string_view name = value_->keyAt(i);
     if (std::find(known.begin(), known.end(), name) == known.end()) member(name).fail("unknown");
   }
 }
 
 std::size_t JSONDecoder::count() const {
   require(isArray(), "an array");
-  return value_->size();
+  return value_->count();
 }
 
-JSONDecoder JSONDecoder::element(std::size_t index) const { return {&(*value_)[index], *this, {}, index}; }
+JSONDecoder JSONDecoder::element(std::size_t index) const { return {value_->element(index), *this, {}, index}; }
 
-const std::string& JSONDecoder::text() const {
-  require(!isAbsent() && value_->is_string(), "a string");
-  return value_->get_ref<const std::string&>();
+std::string_view JSONDecoder::text() const {
+  require(!isAbsent() && value_->isString(), "a string");
+  return value_->string();
 }
 
 std::int64_t JSONDecoder::integer() const {
-  require(!isAbsent() && value_->is_number(), "an integer");
-  const std::optional<std::int64_t> integer = JSON::integer(*value_);
+  require(!isAbsent() && value_->isNumber(), "an integer");
+  const std::optional<std::int64_t> integer = value_->integer();
   if (!integer) fail("not an integer of 64 bits");
   return *integer;
 }
 
 double JSONDecoder::number() const {
-  require(!isAbsent() && value_->is_number(), "a number");
-  return value_->get<double>();
+  require(!isAbsent() && value_->isNumber(), "a number");
+  return value_->number();
 }
 
 bool JSONDecoder::boolean() const {
-  require(!isAbsent() && value_->is_boolean(), "a boolean");
-  return value_->get<bool>();
+  require(!isAbsent() && value_->isBoolean(), "a boolean");
+  return value_->boolean();
 }
 
 void JSONDecoder::require(bool hasType, std::string_view type) const {

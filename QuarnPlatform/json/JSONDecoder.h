@@ -2,12 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
-#include <nlohmann/json_fwd.hpp>
+#include "QuarnPlatform/json/JSONDocument.h"
 
 namespace quarn {
 
@@ -24,12 +25,12 @@ class DecodingError : public std::runtime_error {
 };
 
 /// A JSON value and its path in the document. Decoding is strict: numbers, strings and booleans do not convert to
-/// each other. Every error throws a DecodingError with the path. This is a view: the JSON value and the parent
-/// decoder must outlive it. Not thread-safe.
+/// each other. Every error throws a DecodingError with the path. This is a view: the document and the parent decoder
+/// must outlive it. Not thread-safe.
 class JSONDecoder {
  public:
   /// Starts at the root value.
-  explicit JSONDecoder(const nlohmann::json& value) : value_(&value) {}
+  explicit JSONDecoder(const JSONValue& value) : value_(value) {}
   JSONDecoder(const JSONDecoder&) = delete;
   JSONDecoder& operator=(const JSONDecoder&) = delete;
 
@@ -45,7 +46,8 @@ class JSONDecoder {
   [[nodiscard]] std::size_t count() const;
   [[nodiscard]] JSONDecoder element(std::size_t index) const;
 
-  [[nodiscard]] const std::string& text() const;
+  /// Valid as long as the document.
+  [[nodiscard]] std::string_view text() const;
   /// An integral number that fits 64 signed bits. Notation does not matter: 1, 1.0 and 1e2 are integers.
   [[nodiscard]] std::int64_t integer() const;
   [[nodiscard]] double number() const;
@@ -56,12 +58,12 @@ class JSONDecoder {
   [[nodiscard]] std::string path() const;
 
  private:
-  JSONDecoder(const nlohmann::json* value, const JSONDecoder& parent, std::string_view name, std::size_t index)
+  JSONDecoder(std::optional<JSONValue> value, const JSONDecoder& parent, std::string_view name, std::size_t index)
       : value_(value), parent_(&parent), name_(name), index_(index) {}
   /// Throws unless the value is present and `hasType` is true.
   void require(bool hasType, std::string_view type) const;
 
-  const nlohmann::json* value_;  ///< null if missing
+  std::optional<JSONValue> value_;  ///< absent if missing
   const JSONDecoder* parent_ = nullptr;
   std::string_view name_;  ///< member name; empty for an element
   std::size_t index_ = 0;

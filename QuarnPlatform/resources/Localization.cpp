@@ -8,8 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "QuarnPlatform/json/JSON.h"
-#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONDocument.h"
 #include "QuarnPlatform/resources/ResourceBundle.h"
 #include "QuarnPlatform/text/Text.h"
 
@@ -17,7 +16,6 @@ namespace quarn {
 
 namespace {
 
-using nlohmann::json;
 using Sentences = std::map<std::string, std::string, std::less<>>;
 
 /// The translations of the current locale, by English sentence.
@@ -35,21 +33,21 @@ std::vector<std::string> catalogueNames(const Locale& locale) {
   return {hyphenated, underlined, locale.language()};
 }
 
-/// The member at the end of a chain of keys; null if one is missing.
-const json* descend(const json* value, std::initializer_list<std::string_view> keys) {
+/// The member at the end of a chain of keys; absent if one is missing.
+std::optional<JSONValue> descend(JSONValue value, std::initializer_list<std::string_view> keys) {
   for (const std::string_view key : keys) {
-    if (value == nullptr) return nullptr;
-    value = JSON::member(*value, key);
+    const std::optional<JSONValue> member = value.member(key);
+    if (!member) return std::nullopt;
+    value = *member;
   }
   return value;
 }
 
 /// The first translation under one of the names. An empty text is an untranslated entry.
-std::optional<std::string> translation(const json& entry, const std::vector<std::string>& names) {
+std::optional<std::string> translation(const JSONValue& entry, const std::vector<std::string>& names) {
   for (const std::string& name : names) {
-    const json* value = descend(&entry, {"localizations", name, "stringUnit", "value"});
-    std::optional<std::string> text = value == nullptr ? std::nullopt : JSON::string(*value);
-    if (text && !text->empty()) return text;
+    const std::optional<JSONValue> value = descend(entry, {"localizations", name, "stringUnit", "value"});
+    if (value && value->isString() && !value->string().empty()) return std::string(value->string());
   }
   return std::nullopt;
 }
@@ -57,12 +55,13 @@ std::optional<std::string> translation(const json& entry, const std::vector<std:
 Sentences readSentences(const Locale& locale, const ResourceBundle& bundle) {
   Sentences sentences;
   const std::optional<std::string> bytes = bundle.read("Localizable", "xcstrings");
-  const std::optional<json> catalogue = bytes ? parseJSON(*bytes) : std::nullopt;
-  const json* strings = catalogue ? JSON::member(*catalogue, "strings") : nullptr;
-  if (strings == nullptr || !strings->is_object()) return sentences;
+  const std::optional<JSONDocument> catalogue = bytes ? JSONDocument::parse(*bytes) : std::nullopt;
+  const std::optional<JSONValue> strings = catalogue ? catalogue->root().member("strings") : std::nullopt;
+  if (!strings || !strings->isObject()) return sentences;
   const std::vector<std::string> names = catalogueNames(locale);
-  for (const auto& [english, entry] : strings->items()) {
-    if (std::optional<std::string> text = translation(entry, names)) sentences.emplace(english, std::move(*text));
+  for (std::size_t i = 0; i < strings->count(); ++i) {
+    std::optional<std::string> text = translation(strings->memberAt(i), names);
+    if (text) sentences.emplace(strings->keyAt(i), std::move(*text));
   }
   return sentences;
 }

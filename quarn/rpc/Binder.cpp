@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
@@ -13,13 +14,16 @@
 namespace quarn {
 namespace {
 
-using nlohmann::json;
-using nlohmann::ordered_json;
+/// What a request without params holds.
+const JSONValue& noParams() {
+  static const JSONDocument document = *JSONDocument::parse("{}");
+  static const JSONValue root = document.root();
+  return root;
+}
 
-const json& objectOf(const json* params) {
-  static const json kNoParams = json::object();
-  if (params == nullptr) return kNoParams;
-  if (!params->is_object()) throw DecodingError("params", "not an object: params must be named");
+const JSONValue& objectOf(const JSONValue* params) {
+  if (params == nullptr) return noParams();
+  if (!params->isObject()) throw DecodingError("params", "not an object: params must be named");
   return *params;
 }
 
@@ -51,9 +55,9 @@ class UnreadNotification {
 };
 
 // A method that walks gets services of its own, so that everything in it stops when the request is cancelled.
-ordered_json run(const MethodRow& row, const Services& services, const RequestContext& request,
-                 const JSONDecoder& params, const std::shared_ptr<ReadReport>& report) {
-  ordered_json result;
+std::string run(const MethodRow& row, const Services& services, const RequestContext& request,
+                const JSONDecoder& params, const std::shared_ptr<ReadReport>& report) {
+  std::string result;
   if (report == nullptr && isQuickMethod(row.name)) {
     row.invoke(row, {services, request}, params, result);
   } else {
@@ -63,16 +67,17 @@ ordered_json run(const MethodRow& row, const Services& services, const RequestCo
   return result;
 }
 
-ordered_json invoke(const MethodRow& row, const Services& services, const RequestContext& request, const json* params) {
+JSONText invoke(const MethodRow& row, const Services& services, const RequestContext& request,
+                const JSONValue* params) {
   const JSONDecoder object(objectOf(params));
   refuseUnknownParams(row, object);
   RequestContext own = request;
   if (row.progressType == nullptr || !isWanted(kProgressParam, object)) own.report = nullptr;
   const UnreadNotification unread(isWanted(kReportUnreadParam, object), request);
   try {
-    ordered_json result = run(row, services, own, object, unread.report());
+    std::string result = run(row, services, own, object, unread.report());
     unread.send();
-    return result;
+    return JSONText(std::move(result));
   } catch (const FileError& error) {
     unread.send();
     throw RPCError::operationFailed(error);
@@ -84,7 +89,7 @@ ordered_json invoke(const MethodRow& row, const Services& services, const Reques
 
 }  // namespace
 
-ordered_json Binder::call(const std::string& method, const json* params, const RequestContext& context) const {
+JSONText Binder::call(const std::string& method, const JSONValue* params, const RequestContext& context) const {
   const auto row =
       std::find_if(methods_.begin(), methods_.end(), [&](const auto& known) { return known.name == method; });
   if (row == methods_.end()) throw RPCError::noSuchMethod(method);

@@ -3,8 +3,6 @@
 #include <span>
 #include <string>
 
-#include <nlohmann/json_fwd.hpp>
-
 #include "quarn/rpc/Method.h"
 
 namespace quarn {
@@ -17,8 +15,7 @@ class Binder {
 
   /// Returns the result. Throws RPCError for an unknown method, for a param that is missing, unknown or of the wrong
   /// type or range, and for a FileError of the operation.
-  [[nodiscard]] nlohmann::ordered_json call(const std::string& method, const nlohmann::json* params,
-                                            const RequestContext& context) const;
+  [[nodiscard]] JSONText call(const std::string& method, const JSONValue* params, const RequestContext& context) const;
 
  private:
   std::span<const MethodRow> methods_;

@@ -1,66 +1,63 @@
 #include "quarn/rpc/Message.h"
 
+#include <algorithm>
 #include <utility>
 
-#include "QuarnPlatform/json/JSON.h"
-#include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/Notifications.h"
 
 namespace quarn {
 namespace {
 
-using nlohmann::json;
-
 constexpr std::string_view kVersion = "2.0";
 
-bool isID(const json& value) { return value.is_string() || value.is_number() || value.is_null(); }
+bool isID(const JSONValue& value) { return value.isString() || value.isNumber() || value.isNull(); }
 
-bool isText(const json* value) { return value != nullptr && value->is_string(); }
+bool isText(const std::optional<JSONValue>& value) { return value && value->isString(); }
 
 /// The defect in the form of a call; empty for a valid request or notification.
-std::string problemWith(const json& call) {
-  if (!call.is_object()) return "a request must be an object";
-  const json* version = JSON::member(call, "jsonrpc");
-  if (!isText(version) || *version != kVersion) return "\"jsonrpc\" must be \"2.0\"";
-  if (!isText(JSON::member(call, "method"))) return "\"method\" must be a string";
-  const json* id = JSON::member(call, "id");
-  if (id != nullptr && !isID(*id)) return "\"id\" must be a string, a number or null";
-  const json* params = JSON::member(call, "params");
-  if (params != nullptr && !params->is_structured() && !params->is_null())
+std::string problemWith(const JSONValue& call) {
+  if (!call.isObject()) return "a request must be an object";
+  const std::optional<JSONValue> version = call.member("jsonrpc");
+  if (!isText(version) || version->string() != kVersion) return "\"jsonrpc\" must be \"2.0\"";
+  if (!isText(call.member("method"))) return "\"method\" must be a string";
+  const std::optional<JSONValue> id = call.member("id");
+  if (id && !isID(*id)) return "\"id\" must be a string, a number or null";
+  const std::optional<JSONValue> params = call.member("params");
+  if (params && !params->isObject() && !params->isArray() && !params->isNull())
     return "\"params\" must be an object or an array";
   return {};
 }
 
-Request refused(RPCError refusal, const json* id) {
+Request refused(RPCError refusal, const std::optional<JSONValue>& id) {
   Request request;
-  if (id != nullptr && isID(*id)) request.id = id->dump();
+  if (id && isID(*id)) request.id = id->text();
   request.refusal = std::move(refusal);
   return request;
 }
 
-void obey(const json& notification, OpenRequests& open) {
-  if (*JSON::member(notification, "method") != kCancelNotification) return;
-  const json* params = JSON::member(notification, "params");
-  const json* id = params == nullptr ? nullptr : JSON::member(*params, "id");
-  if (id != nullptr && isID(*id)) open.cancel(id->dump());
+void obey(const JSONValue& notification, OpenRequests& open) {
+  if (notification.member("method")->string() != kCancelNotification) return;
+  const std::optional<JSONValue> params = notification.member("params");
+  const std::optional<JSONValue> id = params ? params->member("id") : std::nullopt;
+  if (id && isID(*id)) open.cancel(id->text());
 }
 
-Request requestOf(const json& call, const json& id, OpenRequests& open) {
+Request requestOf(const JSONValue& call, const JSONValue& id, OpenRequests& open) {
   Request request;
-  request.id = id.dump();
-  request.method = call["method"].get<std::string>();
-  const json* params = JSON::member(call, "params");
-  if (params != nullptr && !params->is_null()) request.params = params->dump();
+  request.id = id.text();
+  request.method = call.member("method")->string();
+  request.params = call.member("params");
+  if (request.params && request.params->isNull()) request.params.reset();
   request.ticket = open.add(request.id);
   request.cancellation = (*request.ticket)->second;
   return request;
 }
 
-void readCall(const json& call, Message& message, OpenRequests& open) {
-  const json* id = JSON::member(call, "id");
+void readCall(const JSONValue& call, Message& message, OpenRequests& open) {
+  const std::optional<JSONValue> id = call.member("id");
   if (std::string problem = problemWith(call); !problem.empty()) {
     message.requests.push_back(refused(RPCError::notARequest(std::move(problem)), id));
-  } else if (id == nullptr) {
+  } else if (!id) {
     obey(call, open);
   } else {
     message.requests.push_back(requestOf(call, *id, open));
@@ -114,25 +111,26 @@ Message readMessage(std::string_view line, OpenRequests& open) {
         RPCError::notARequest("a line of more than " + std::to_string(kMostValuesInALine) + " values"));
   }
   std::string problem;
-  const std::optional<json> value = parseJSON(line, &problem);
-  if (!value) return refusedMessage(RPCError::notJSON(problem));
-  if (value->is_array() && value->empty()) return refusedMessage(RPCError::notARequest("an empty batch"));
-  if (value->is_array() && value->size() > kMostCallsInABatch) {
+  std::optional<JSONDocument> document = JSONDocument::parse(line, &problem);
+  if (!document) return refusedMessage(RPCError::notJSON(problem));
+  const JSONValue value = document->root();
+  if (value.isArray() && value.count() == 0) return refusedMessage(RPCError::notARequest("an empty batch"));
+  if (value.isArray() && value.count() > kMostCallsInABatch) {
     return refusedMessage(
         RPCError::notARequest("a batch of more than " + std::to_string(kMostCallsInABatch) + " calls"));
   }
-  Message message{.requests = {}, .isBatch = value->is_array(), .lineBytes = line.size()};
+  Message message{.requests = {}, .isBatch = value.isArray(), .bytes = std::max(line.size(), document->memory()), .document = document};
   if (message.isBatch) {
-    for (const json& call : *value) readCall(call, message, open);
+    for (std::size_t i = 0; i < value.count(); ++i) readCall(value.element(i), message, open);
   } else {
-    readCall(*value, message, open);
+    readCall(value, message, open);
   }
   return message;
 }
 
 Message refusedMessage(RPCError refusal) {
   Message message;
-  message.requests.push_back(refused(std::move(refusal), nullptr));
+  message.requests.push_back(refused(std::move(refusal), std::nullopt));
   return message;
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "QuarnPlatform/base/Cancellation.h"
+#include "QuarnPlatform/json/JSONDocument.h"
 #include "quarn/rpc/RPCError.h"
 
 namespace quarn {
@@ -31,12 +32,11 @@ class OpenRequests {
   std::multimap<std::string, Cancellation> flags_;
 };
 
-/// One request of a line, or the error for an invalid one. The params stay JSON text until the request runs: many
-/// requests may wait, and text takes a tenth of the memory.
+/// One request of a line, or the error for an invalid one.
 struct Request {
   std::string id = "null";  ///< JSON text, as in the response
   std::string method;
-  std::string params;  ///< JSON text of an object or an array; empty without params
+  std::optional<JSONValue> params;  ///< an object or an array; valid as long as the document of the message
   Cancellation cancellation = Cancellation::never();
   std::optional<OpenRequests::Ticket> ticket;  ///< absent if refused
   std::optional<RPCError> refusal;             ///< if set, the request does not run
@@ -46,9 +46,10 @@ struct Request {
 /// and the process ignores all others.
 struct Message {
   std::vector<Request> requests;
-  bool isBatch = false;       ///< the response is an array
-  bool isQuick = true;        ///< every request is known to take little time
-  std::size_t lineBytes = 0;  ///< length of its line
+  bool isBatch = false;   ///< the response is an array
+  bool isQuick = true;    ///< every request is known to take little time
+  std::size_t bytes = 0;  ///< what it takes while it waits: the length of its line, or more
+  std::optional<JSONDocument> document = std::nullopt;  ///< the parsed line
 };
 
 /// Maximum number of calls in a batch. It bounds the error responses, which could be a thousand times as long as the
@@ -58,8 +59,9 @@ inline constexpr std::size_t kMostCallsInABatch = 10'000;
 /// Bytes of a batch's answers from which on its further requests are refused: every answer is held until the last.
 inline constexpr std::size_t kMostAnswerBytesInABatch = std::size_t{32} << 20;
 
-/// Maximum number of values in a line, counted before parsing. A value takes about a hundred bytes of memory, and a
-/// line may hold one value in three bytes. Typical requests have one value per thirty bytes.
+/// Maximum number of values in a line, counted before parsing. A value takes 16 bytes of memory besides its text, and
+/// the record that it becomes takes more; a line may hold one value in three bytes. Typical requests have one value per
+/// thirty bytes.
 inline constexpr std::size_t kMostValuesInALine = 4'000'000;
 
 /// An upper bound for the number of values in a JSON text; exact if the text has no empty arrays or objects. For text

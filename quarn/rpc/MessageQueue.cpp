@@ -13,7 +13,7 @@ bool MessageQueue::hasRoom() const {
 void MessageQueue::push(Message message) {
   const std::lock_guard lock(mutex_);
   if (isClosed_) return;
-  waitingBytes_ += message.lineBytes;
+  waitingBytes_ += message.bytes;
   waiting_.push_back(std::move(message));
   changed_.notify_all();  // not every thread takes every message
 }
@@ -30,7 +30,7 @@ std::optional<Message> MessageQueue::pop(Lane lane) {
   if (next == waiting_.end()) return std::nullopt;
   Message message = std::move(*next);
   waiting_.erase(next);
-  waitingBytes_ -= message.lineBytes;
+  waitingBytes_ -= message.bytes;
   return message;
 }
 

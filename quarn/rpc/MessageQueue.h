@@ -14,7 +14,7 @@ namespace quarn {
 /// Limits for the input that waits for a response, and for the work on it.
 struct TransportLimits {
   std::size_t lineBytes = std::size_t{64} << 20;     ///< maximum line length without "\n"
-  std::size_t waitingBytes = std::size_t{64} << 20;  ///< reading stops when the waiting lines reach this
+  std::size_t waitingBytes = std::size_t{64} << 20;  ///< reading stops when the waiting lines take this
   std::size_t waitingLines = 1024;                   ///< reading stops at this number of waiting lines
   /// Lines that run at the same time. With 1, responses have the order of the requests. With more, one further thread
   /// only runs quick requests, so that these never wait for long ones.

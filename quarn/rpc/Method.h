@@ -42,10 +42,10 @@ struct MethodRow {
   std::size_t paramCount = 0;
   std::string (*resultType)() = nullptr;
   std::string (*progressType)() = nullptr;  ///< type of its progress values; null for none
-  /// Decodes the params, calls the handler and encodes its result. Throws DecodingError and whatever the handler
-  /// throws.
+  /// Decodes the params, calls the handler and encodes its result as JSON text. Throws DecodingError and whatever the
+  /// handler throws.
   void (*invoke)(const MethodRow& row, const MethodContext& context, const JSONDecoder& params,
-                 nlohmann::ordered_json& result) = nullptr;
+                 std::string& result) = nullptr;
 
   [[nodiscard]] constexpr std::span<const ParamRow> params() const { return {paramRows.data(), paramCount}; }
 };
@@ -62,18 +62,18 @@ struct HandlerTraits<Result (*)(const MethodContext&, Params...)> {
 
   template <Result (*handler)(const MethodContext&, Params...)>
   static void invoke(const MethodRow& row, const MethodContext& context, const JSONDecoder& params,
-                     nlohmann::ordered_json& result) {
+                     std::string& result) {
     invoke<handler>(row, context, params, result, std::index_sequence_for<Params...>());
   }
 
  private:
   template <Result (*handler)(const MethodContext&, Params...), std::size_t... index>
   static void invoke(const MethodRow& row, const MethodContext& context, [[maybe_unused]] const JSONDecoder& params,
-                     nlohmann::ordered_json& result, std::index_sequence<index...> /*indices*/) {
+                     std::string& result, std::index_sequence<index...> /*indices*/) {
     // Braces fix the order of evaluation, so the error names the first faulty param.
     const std::tuple<std::remove_cvref_t<Params>...> values{
         fromJSON<std::remove_cvref_t<Params>>(params.member(row.paramRows[index].name))...};
-    result = toJSON<Result>(handler(context, std::get<index>(values)...));
+    result = jsonText<Result>(handler(context, std::get<index>(values)...));
   }
 };
 

@@ -18,7 +18,7 @@ constexpr std::string_view kDiscoverMethod = "rpc.discover";
 int runRPC(const Services& services, int inputDescriptor, int outputDescriptor, std::size_t maxConcurrent) {
   const Binder binder(methodTable(), services);
   const Dispatcher dispatch = [&](const auto& method, const auto* params, const auto& context) {
-    return method == kDiscoverMethod ? openRPCDocument() : binder.call(method, params, context);
+    return method == kDiscoverMethod ? JSONText(openRPCDocument()) : binder.call(method, params, context);
   };
   return serve(inputDescriptor, outputDescriptor, dispatch, {.runningLines = maxConcurrent}, &isQuickMethod);
 }

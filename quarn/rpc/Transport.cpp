@@ -13,7 +13,6 @@
 
 #include <poll.h>
 
-#include "QuarnPlatform/json/JSON.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/rpc/LineReader.h"
 #include "quarn/rpc/LineWriter.h"
@@ -24,7 +23,6 @@
 namespace quarn {
 namespace {
 
-using nlohmann::json;
 using nlohmann::ordered_json;
 
 /// Ignores SIGPIPE, so that a write to a closed pipe fails instead of terminating the process.
@@ -43,12 +41,8 @@ class BrokenPipeIgnored {
   struct sigaction before_ {};
 };
 
-std::string jsonText(const ordered_json& value) {
-  return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
-
-std::string answerText(const std::string& id, std::string_view member, const ordered_json& value) {
-  return R"({"jsonrpc":"2.0","id":)" + id + ",\"" + std::string(member) + "\":" + jsonText(value) + "}";
+std::string answerText(const std::string& id, std::string_view member, const JSONText& value) {
+  return R"({"jsonrpc":"2.0","id":)" + id + ",\"" + std::string(member) + "\":" + value.text + "}";
 }
 
 std::string errorAnswer(const std::string& id, const RPCError& error) {
@@ -61,7 +55,7 @@ std::string errorAnswer(const std::string& id, const RPCError& error) {
 
 std::string notification(std::string_view method, const std::string& id, const ordered_json& value) {
   return R"({"jsonrpc":"2.0","method":")" + std::string(method) + R"(","params":{"id":)" + id +
-         ",\"value\":" + jsonText(value) + "}}";
+         ",\"value\":" + JSONText(value).text + "}}";
 }
 
 bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r") == std::string_view::npos; }
@@ -222,10 +216,10 @@ class Session {
     };
     MemoryReserve::refill();
     try {
-      const std::optional<json> params = request.params.empty() ? std::nullopt : parseJSON(request.params);
+      const JSONValue* params = request.params ? &*request.params : nullptr;
       const RequestContext context{request.cancellation, notifying(kProgressNotification),
                                    notifying(kUnreadNotification)};
-      return answerText(request.id, "result", dispatcher_(request.method, params ? &*params : nullptr, context));
+      return answerText(request.id, "result", dispatcher_(request.method, params, context));
     } catch (const RPCError& error) {
       return errorAnswer(request.id, error);
     } catch (const std::exception& error) {
@@ -248,6 +242,9 @@ class Session {
 };
 
 }  // namespace
+
+JSONText::JSONText(const ordered_json& value)
+    : text(value.dump(-1, ' ', false, ordered_json::error_handler_t::replace)) {}
 
 int serve(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits,
           const IsQuick& isQuick) {

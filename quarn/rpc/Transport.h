@@ -2,10 +2,12 @@
 
 #include <functional>
 #include <string>
+#include <utility>
 
 #include <nlohmann/json_fwd.hpp>
 
 #include "QuarnPlatform/base/Cancellation.h"
+#include "QuarnPlatform/json/JSONDocument.h"
 #include "quarn/rpc/MessageQueue.h"
 
 namespace quarn {
@@ -20,9 +22,17 @@ struct RequestContext {
   std::function<void(const nlohmann::ordered_json& value)> unread = {};
 };
 
+/// A value as JSON text on one line.
+struct JSONText {
+  std::string text;
+
+  JSONText(const nlohmann::ordered_json& value);  // NOLINT(google-explicit-constructor): a result may be a tree too
+  explicit JSONText(std::string value) : text(std::move(value)) {}
+};
+
 /// Runs one request. Returns the result or throws an RPCError. `params` is an object, an array or null.
-using Dispatcher = std::function<nlohmann::ordered_json(const std::string& method, const nlohmann::json* params,
-                                                        const RequestContext& context)>;
+using Dispatcher =
+    std::function<JSONText(const std::string& method, const JSONValue* params, const RequestContext& context)>;
 
 /// True if a method takes little time, whatever its params and the size of the volume.
 using IsQuick = std::function<bool(const std::string& method)>;

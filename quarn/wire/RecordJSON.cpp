@@ -42,11 +42,13 @@ constexpr std::array<std::pair<Evidence::Kind, std::string_view>, 2> kEvidenceMe
 template <class Value>
 struct Codec<std::map<StorageCategoryID, Value>> {
   static std::string name() { return "{StorageCategoryID: " + Codec<Value>::name() + "}"; }
-  static ordered_json encode(const std::map<StorageCategoryID, Value>& value) {
-    ordered_json object = ordered_json::object();
-    for (const auto& [category, item] : value)
-      append(object, std::string(rawValue(category)), Codec<Value>::encode(item));
-    return object;
+  static void encode(JSONSink& sink, const std::map<StorageCategoryID, Value>& value) {
+    sink.beginObject();
+    for (const auto& [category, item] : value) {
+      sink.key(rawValue(category));
+      Codec<Value>::encode(sink, item);
+    }
+    sink.endObject();
   }
 };
 
@@ -62,16 +64,18 @@ struct Codec<FolderOrFolders> {
 template <>
 struct Codec<Evidence> {
   static std::string name() { return "Evidence"; }
-  static ordered_json encode(const Evidence& value) {
-    ordered_json object = ordered_json::object();
+  static void encode(JSONSink& sink, const Evidence& value) {
+    sink.beginObject();
     for (const auto& [kind, member] : kEvidenceMembers) {
-      if (kind == value.kind) append(object, std::string(member), text(value.name));
+      if (kind != value.kind) continue;
+      sink.key(member);
+      sink.string(value.name);
     }
-    return object;
+    sink.endObject();
   }
   static Evidence decode(const JSONDecoder& value) {
     for (const auto& [kind, member] : kEvidenceMembers) {
-      if (!value.member(member).isAbsent()) return {kind, value.member(member).text()};
+      if (!value.member(member).isAbsent()) return {kind, std::string(value.member(member).text())};
     }
     value.fail("has neither vendorProfile nor receipt");
   }
@@ -142,7 +146,14 @@ std::vector<EnumerationDescription> enumerateAll(const std::tuple<Enumeration...
 
 template <class Value>
 ordered_json toJSON(const Value& value) {
-  return Codec<Value>::encode(value);
+  return wire::treeOf(value);
+}
+
+template <class Value>
+std::string jsonText(const Value& value) {
+  JSONWriter writer;
+  Codec<Value>::encode(writer, value);
+  return writer.take();
 }
 
 template <class Value>
@@ -168,14 +179,16 @@ std::vector<EnumerationDescription> describeEnumerations() {
   return enumerateAll(static_cast<const Enumerations*>(nullptr));
 }
 
-#define QUARN_RESULT(...)                                 \
-  template ordered_json toJSON(const __VA_ARGS__& value); \
+#define QUARN_RESULT(...)                                  \
+  template ordered_json toJSON(const __VA_ARGS__& value);  \
+  template std::string jsonText(const __VA_ARGS__& value); \
   template std::string typeName<__VA_ARGS__>();
 #define QUARN_PARAM(...)                                                \
   template __VA_ARGS__ fromJSON<__VA_ARGS__>(const JSONDecoder& value); \
   template std::string typeName<__VA_ARGS__>();
 #define QUARN_VALUE(...)                                                \
   template ordered_json toJSON(const __VA_ARGS__& value);               \
+  template std::string jsonText(const __VA_ARGS__& value);              \
   template __VA_ARGS__ fromJSON<__VA_ARGS__>(const JSONDecoder& value); \
   template std::string typeName<__VA_ARGS__>();
 #define QUARN_VALUE_AND_LIST(...) \

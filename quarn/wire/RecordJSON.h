@@ -20,6 +20,9 @@ namespace quarn {
 
 template <class Value>
 [[nodiscard]] nlohmann::ordered_json toJSON(const Value& value);
+/// The same as text on one line, several times as fast.
+template <class Value>
+[[nodiscard]] std::string jsonText(const Value& value);
 
 /// Decodes a value of a request. Throws DecodingError with the path of the faulty value. Ignores unknown members of
 /// records, so that a client can send back a record with its own additions; refuses them in `Options`, so that a

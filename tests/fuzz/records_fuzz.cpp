@@ -3,12 +3,11 @@
 #include <optional>
 #include <string_view>
 
-#include "QuarnPlatform/json/JSON.h"
 #include "RecordRoundTrip.h"
 
 /// Decodes any JSON text as each record.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  if (const std::optional<nlohmann::json> value = quarn::parseJSON(text)) quarn::roundTripAsEachRecord(*value);
+  if (const auto document = quarn::JSONDocument::parse(text)) quarn::roundTripAsEachRecord(document->root());
   return 0;
 }

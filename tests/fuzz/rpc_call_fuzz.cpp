@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-#include "QuarnPlatform/json/JSON.h"
 #include "QuarnPlatform/text/Text.h"
 #include "RecordRoundTrip.h"
 #include "quarn/rpc/Message.h"
+#include "tests/support/ParsedJSON.h"
 
 namespace {
 
@@ -120,10 +120,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     check(call["id"].is_structured() || call["id"].is_boolean() || *quarn::parseJSON(request.id) == call["id"]);
     if (!request.ticket) continue;
     open.remove(*request.ticket);
-    if (!request.params.empty()) {
-      const std::optional<json> params = quarn::parseJSON(request.params);
-      check(params && *params == call["params"]);
-      quarn::roundTripAsEachRecord(*params);
+    if (request.params) {
+      check(quarn::libraryTree(*request.params) == call["params"]);
+      quarn::roundTripAsEachRecord(*request.params);
     }
   }
   check(message.requests.size() == next);

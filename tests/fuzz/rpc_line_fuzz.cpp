@@ -3,8 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "QuarnPlatform/json/JSON.h"
-#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/json/JSONDocument.h"
 #include "quarn/rpc/Message.h"
 
 /// Every line becomes a message. Each of its requests has an id that is JSON, and either runs or is refused.
@@ -13,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   quarn::OpenRequests open;
   const quarn::Message message = quarn::readMessage(line, open);
   for (const quarn::Request& request : message.requests) {
-    if (!quarn::parseJSON(request.id)) std::abort();
+    if (!quarn::JSONDocument::parse(request.id)) std::abort();
     if (request.ticket.has_value() == request.refusal.has_value()) std::abort();
     if (request.ticket) open.remove(*request.ticket);
   }

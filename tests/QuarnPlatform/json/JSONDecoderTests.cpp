@@ -3,19 +3,17 @@
 #include <gmock/gmock.h>
 
 #include "QuarnPlatform/json/JSONDecoder.h"
-#include "QuarnPlatform/json/JSONLibrary.h"
+#include "tests/support/ParsedJSON.h"
 
 namespace quarn {
 namespace {
 
-using nlohmann::json;
-
 /// The path and the problem of a decoding error.
 template <class Read>
 std::string failureOf(std::string_view text, Read read) {
-  const json value = json::parse(text);
+  const JSONDocument document = *JSONDocument::parse(text);
   try {
-    read(JSONDecoder(value));
+    read(JSONDecoder(document.root()));
   } catch (const DecodingError& error) {
     EXPECT_TRUE(std::string_view(error.what()).starts_with(error.path()));
     return error.what();
@@ -24,8 +22,8 @@ std::string failureOf(std::string_view text, Read read) {
 }
 
 std::int64_t integerOf(std::string_view text) {
-  const json value = json::parse(text);
-  return JSONDecoder(value).integer();
+  const JSONDocument document = *JSONDocument::parse(text);
+  return JSONDecoder(document.root()).integer();
 }
 
 TEST(JSONDecoder, IntegersAreIntegralNumbersInAnyNotation) {
@@ -71,8 +69,8 @@ TEST(JSONDecoder, AFailureNamesItsPlace) {
 }
 
 TEST(JSONDecoder, MissingAndNullAreTheSame) {
-  const json value = json::parse(R"({"a":null,"b":0})");
-  const JSONDecoder object(value);
+  const JSONDocument document = *JSONDocument::parse(R"({"a":null,"b":0})");
+  const JSONDecoder object(document.root());
   EXPECT_TRUE(object.member("a").isAbsent());
   EXPECT_TRUE(object.member("c").isAbsent());
   EXPECT_FALSE(object.member("b").isAbsent());

@@ -1,26 +1,26 @@
 #include <limits>
+#include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "QuarnPlatform/json/JSON.h"
-#include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/json/PlainJSONReader.h"
+#include "tests/support/ParsedJSON.h"
 
 namespace quarn {
 namespace {
 
 using nlohmann::json;
-using Strings = std::vector<std::string>;
 
 std::optional<std::int64_t> integerIn(const std::string& text) {
-  const std::optional<json> value = parseJSON(text);
-  return value ? JSON::integer(*value) : std::nullopt;
+  const std::optional<JSONDocument> document = JSONDocument::parse(text);
+  return document ? document->root().integer() : std::nullopt;
 }
 
 std::optional<double> numberIn(const std::string& text) {
-  const std::optional<json> value = parseJSON(text);
-  return value ? JSON::number(*value) : std::nullopt;
+  const std::optional<JSONDocument> document = JSONDocument::parse(text);
+  return document && document->root().isNumber() ? std::optional(document->root().number()) : std::nullopt;
 }
 
 std::string nested(std::size_t depth, char open, char close) {
@@ -155,39 +155,153 @@ TEST(JSONValues, OnlyNumbersAreNumbers) {
   for (const char* text : {"true", "\"1\"", "null", "[]", "{}"}) EXPECT_EQ(numberIn(text), std::nullopt) << text;
 }
 
-TEST(JSONValues, OnlyBooleansAreBooleans) {
-  EXPECT_EQ(JSON::boolean(json(true)), true);
-  EXPECT_EQ(JSON::boolean(json(false)), false);
-  for (const json& value : {json(1), json(0), json("true"), json(), json::array()}) {
-    EXPECT_EQ(JSON::boolean(value), std::nullopt) << value;
+TEST(JSONValues, AValueHasOneType) {
+  const JSONDocument document = *JSONDocument::parse(R"([null,true,-1,1,1.5,"a",[],{}])");
+  const JSONValue root = document.root();
+  ASSERT_EQ(root.count(), 8U);
+  for (std::size_t i = 0; i < root.count(); ++i) {
+    const JSONValue value = root.element(i);
+    EXPECT_EQ(static_cast<std::size_t>(value.type()), i) << "the order of the types";
+    EXPECT_EQ(value.isNull(), i == 0);
+    EXPECT_EQ(value.isBoolean(), i == 1);
+    EXPECT_EQ(value.isNumber(), i >= 2 && i <= 4);
+    EXPECT_EQ(value.isString(), i == 5);
+    EXPECT_EQ(value.isArray(), i == 6);
+    EXPECT_EQ(value.isObject(), i == 7);
+  }
+  EXPECT_TRUE(root.element(1).boolean());
+  EXPECT_FALSE(JSONDocument::parse("false")->root().boolean());
+  EXPECT_EQ(root.element(5).string(), "a");
+}
+
+TEST(JSONValues, MembersAreFoundByTheirExactNameAndTheFirstCounts) {
+  const JSONDocument document = *JSONDocument::parse(R"({"a":1,"b":null,"a":2,"":[]})");
+  const JSONValue object = document.root();
+  ASSERT_TRUE(object.member("a"));
+  EXPECT_EQ(object.member("a")->integer(), 1);
+  EXPECT_TRUE(object.member("b")->isNull());
+  EXPECT_TRUE(object.member("")->isArray());
+  EXPECT_FALSE(object.member("A"));
+  EXPECT_FALSE(object.member("")->member("a")) << "not an object";
+  EXPECT_EQ(object.count(), 4U);
+  EXPECT_EQ(object.keyAt(2), "a");
+}
+
+TEST(JSONValues, TheirTextIsTheirJSON) {
+  for (const char* text :
+       {R"({"a":[1,-2,18446744073709551615,true,null,"x\ny\u0001\"\\ä"],"b":{}})", "[]", "0.1", "1.0", "1e+300"}) {
+    EXPECT_EQ(JSONDocument::parse(text)->root().text(), text);
   }
 }
 
-TEST(JSONValues, OnlyStringsAreStrings) {
-  EXPECT_EQ(JSON::string(json("")), "");
-  EXPECT_EQ(JSON::string(json("a")), "a");
-  for (const json& value : {json(1), json(true), json(), json::array()}) {
-    EXPECT_EQ(JSON::string(value), std::nullopt) << value;
+TEST(JSONValues, ADocumentOutlivesItsCopies) {
+  std::optional<JSONDocument> document = JSONDocument::parse(R"(["a long string that is not stored in place"])");
+  const JSONDocument copy = *document;
+  document.reset();
+  EXPECT_EQ(copy.root().element(0).string(), "a long string that is not stored in place");
+  EXPECT_GT(copy.memory(), 40U);
+}
+
+// ---- the fast reader
+
+/// True if the fast reader takes a text. Whatever it takes must have the library's value.
+bool isReadFast(const std::string& text) {
+  JSONBuilder builder(text.size());
+  if (!readPlainJSON(text, builder)) return false;
+  std::string problem;
+  const std::optional<JSONDocument> judged = JSONDocument::parseByLibrary(text, problem);
+  EXPECT_TRUE(judged.has_value()) << text << ": " << problem;
+  if (judged) {
+    EXPECT_EQ(builder.take().root().text(), judged->root().text()) << text;
+  }
+  return true;
+}
+
+TEST(PlainJSONReader, TakesUsualTexts) {
+  for (const char* text : {"null", " [ 1 , -2 , 0.5 , 1e3 , 2E-3 , -0 , 0.0 , 12345678901234567890 ] ",
+                           R"({"a" : {"b":[true,false,null]}})", R"("\"\\\/\b\f\n\r\t\u00e9\uD83D\uDE00")",
+                           "\"\u00e4\u20ac\U0001F600\"", R"({"a":1,"a":2})", "[[],{},[{}]]"}) {
+    EXPECT_TRUE(isReadFast(text)) << text;
   }
 }
 
-TEST(JSONValues, AStringArrayHoldsOnlyStrings) {
-  EXPECT_EQ(JSON::stringArray(json::array()), Strings{});
-  EXPECT_EQ(JSON::stringArray(json::array({"a", "b"})), (Strings{"a", "b"}));
-  EXPECT_EQ(JSON::stringArray(json::array({"a", 1})), std::nullopt);
-  EXPECT_EQ(JSON::stringArray(json::array({json()})), std::nullopt);
-  EXPECT_EQ(JSON::stringArray(json("a")), std::nullopt);
-  EXPECT_EQ(JSON::stringArray(json::object()), std::nullopt);
+TEST(PlainJSONReader, LeavesTheRestToTheLibrary) {
+  for (const std::string text : {"",
+                                 " ",
+                                 "nul",
+                                 "nulll",
+                                 "tru",
+                                 "[",
+                                 "]",
+                                 "[1,]",
+                                 "[,1]",
+                                 "[1 2]",
+                                 "{",
+                                 "{a:1}",
+                                 "{\"a\"}",
+                                 "{\"a\":}",
+                                 "{\"a\":1,}",
+                                 "{\"a\" 1}",
+                                 "1 2",
+                                 "01",
+                                 "-",
+                                 "+1",
+                                 "1.",
+                                 ".5",
+                                 "1e",
+                                 "1e+",
+                                 "0x1",
+                                 "NaN",
+                                 "\"a",
+                                 "\"\\x\"",
+                                 "\"\\u12\"",
+                                 "\"\\u12g4\"",
+                                 "\"\\ud800\"",
+                                 "\"\\udc00\"",
+                                 "\"\\ud800\\u0041\"",
+                                 "\"\x01\"",
+                                 "\"\xFF\"",
+                                 "\"\xC0\x80\"",
+                                 "\"\xED\xA0\x80\"",
+                                 "\"\xF5\x80\x80\x80\"",
+                                 "\"\xE2\x82\"",
+                                 "\xEF\xBB\xBF[]",
+                                 "1e400",
+                                 "1e-400",
+                                 "18446744073709551616",
+                                 "-9223372036854775809",
+                                 "/**/1",
+                                 "'a'"}) {
+    EXPECT_FALSE(isReadFast(text)) << text;
+  }
+  EXPECT_FALSE(isReadFast(std::string("1\0", 2)));
+  EXPECT_FALSE(isReadFast(nested(513, '[', ']')));
+  EXPECT_TRUE(isReadFast(nested(512, '[', ']')));
 }
 
-TEST(JSONValues, MembersAreFoundByTheirExactName) {
-  const json object = {{"a", 1}, {"b", nullptr}};
-  ASSERT_NE(JSON::member(object, "a"), nullptr);
-  EXPECT_EQ(*JSON::member(object, "a"), json(1));
-  EXPECT_NE(JSON::member(object, "b"), nullptr);
-  EXPECT_EQ(JSON::member(object, "A"), nullptr);
-  EXPECT_EQ(JSON::member(json::array({1}), "a"), nullptr);
-  EXPECT_EQ(JSON::member(json(), "a"), nullptr);
+// Random changes of texts with every kind of token: whatever the fast reader takes, the library takes with that value.
+TEST(PlainJSONReader, AgreesWithTheLibraryOnChangedTexts) {
+  const std::string whole =
+      R"({"id":"cache:user:/a b","n":[0,-1,12.5e-3,18446744073709551615],"t":true,"f":false,"z":null,"s":"\u00e4\ud83d\ude00\n)"
+      "\u00e4\u20ac\", \"e\":{},\"l\":[[],[{}]]}";
+  const std::string marks = "{}[]:,\"\\ntfu019.-+eE \n\x01\x7F\x80\xC3\xE2\xED\xF0\xFF";
+  std::mt19937 random(7);
+  const auto below = [&](std::size_t bound) { return random() % bound; };
+  std::size_t taken = 0;
+  for (int round = 0; round < 20'000; ++round) {
+    std::string text = whole;
+    for (std::size_t change = below(3); change < 3; ++change) {
+      const std::size_t place = below(text.size());
+      switch (below(3)) {
+        case 0: text[place] = marks[below(marks.size())]; break;
+        case 1: text.erase(place, 1 + below(4)); break;
+        default: text.insert(place, 1, marks[below(marks.size())]);
+      }
+    }
+    taken += isReadFast(text) ? 1U : 0U;
+  }
+  EXPECT_GT(taken, 500U) << "many changes keep a text valid";
+  EXPECT_LT(taken, 19'500U);
 }
 
 }  // namespace

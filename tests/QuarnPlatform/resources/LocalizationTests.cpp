@@ -6,8 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "QuarnPlatform/json/JSON.h"
-#include "QuarnPlatform/json/JSONLibrary.h"
+#include "tests/support/ParsedJSON.h"
 #include "QuarnPlatform/resources/Localization.h"
 #include "QuarnPlatform/resources/ResourceBundle.h"
 #include "QuarnPlatform/text/Text.h"

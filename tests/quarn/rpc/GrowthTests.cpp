@@ -10,6 +10,7 @@
 #include "quarn/rpc/Methods.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/ParsedJSON.h"
 
 // What a client makes of the progress values by the rules of docs/rpc.md must be the result.
 
@@ -130,7 +131,9 @@ class Growth : public testing::Test {
   ordered_json call(const std::string& method, json params, bool withProgress = true) {
     values_.clear();
     if (withProgress) params["progress"] = true;
-    return binder_.call(method, &params, request_);
+    const JSONDocument document = documentOf(params);
+    const JSONValue value = document.root();
+    return ordered_json::parse(binder_.call(method, &value, request_).text);
   }
 
   /// Every app of the sample volume, as a client sends it.

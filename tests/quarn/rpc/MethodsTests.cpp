@@ -16,6 +16,7 @@
 #include "tests/QuarnCore/inspection/LeastOptions.h"
 #include "tests/quarn/rpc/RPCSession.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/ParsedJSON.h"
 
 namespace quarn {
 namespace {
@@ -106,7 +107,9 @@ class Methods : public testing::Test {
   }
 
   ordered_json call(std::string_view method, const json& params) {
-    return binder_.call(std::string(method), &params, context_);
+    const JSONDocument document = documentOf(params);
+    const JSONValue value = document.root();
+    return ordered_json::parse(binder_.call(std::string(method), &value, context_).text);
   }
 
   /// The path of the refused param; "" if the params are accepted.

@@ -30,8 +30,8 @@ constexpr std::string_view kNoJSON = R"({"jsonrpc":"2.0","id":null,"error":{"cod
 /// Operations that show the behaviour of the transport.
 class Operations {
  public:
-  ordered_json run(const std::string& method, const json* params, const RequestContext& context) {
-    if (method == "params") return params == nullptr ? ordered_json("none") : ordered_json::parse(params->dump());
+  ordered_json run(const std::string& method, const JSONValue* params, const RequestContext& context) {
+    if (method == "params") return params == nullptr ? ordered_json("none") : ordered_json::parse(params->text());
     if (method == "hold") return hold();
     if (method == "count") return ++count_;
     if (method == "untilCancelled") return untilCancelled(context);
@@ -483,7 +483,7 @@ class ConcurrentTransport : public testing::Test {
   Gate gate_;
 
  private:
-  const Dispatcher dispatcher_ = [this](const std::string& method, const json* /*params*/,
+  const Dispatcher dispatcher_ = [this](const std::string& method, const JSONValue* /*params*/,
                                         const RequestContext& context) -> ordered_json {
     return method == "pass" ? gate_.pass(context) : ordered_json(method);
   };

@@ -8,6 +8,7 @@
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/quarn/rpc/RPCSession.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/ParsedJSON.h"
 #include "tests/support/UnprivilegedUser.h"
 
 namespace quarn {
@@ -29,7 +30,12 @@ class UnreadNotification : public testing::Test {
   ordered_json call(const std::string& method, json params) {
     params["reportUnread"] = true;
     const UnprivilegedUser user;
-    return binder_.call(method, &params, request_);
+    return callAsRoot(method, params);
+  }
+  ordered_json callAsRoot(const std::string& method, const json& params) {
+    const JSONDocument document = documentOf(params);
+    const JSONValue value = document.root();
+    return ordered_json::parse(binder_.call(method, &value, request_).text);
   }
 
   static json folder(const std::string& path) { return {{"at", path}, {"allowSlow", true}, {"includeHidden", true}}; }
@@ -60,9 +66,9 @@ TEST_F(UnreadNotification, OfARequestHasNothingOfAnotherRequest) {
 
 TEST_F(UnreadNotification, ComesOnlyOnRequest) {
   json params = folder("/Users/ann/Documents");
-  (void)binder_.call("FileSizeCalculator.itemSize", &params, request_);
+  (void)callAsRoot("FileSizeCalculator.itemSize", params);
   params["reportUnread"] = false;
-  (void)binder_.call("FileSizeCalculator.itemSize", &params, request_);
+  (void)callAsRoot("FileSizeCalculator.itemSize", params);
   EXPECT_THAT(unread_, IsEmpty());
 }
 

@@ -14,6 +14,7 @@
 #include "quarn/wire/RecordJSON.h"
 #include "quarn/wire/UsualOptions.h"
 #include "tests/QuarnCore/inspection/LeastOptions.h"
+#include "tests/support/ParsedJSON.h"
 
 namespace quarn {
 namespace {
@@ -26,15 +27,15 @@ using FolderOrFolders = std::variant<FileURL, std::vector<FileURL>>;
 
 template <class Value>
 Value read(std::string_view text) {
-  const json value = json::parse(text);
-  return fromJSON<Value>(JSONDecoder(value));
+  const JSONDocument document = *JSONDocument::parse(text);
+  return fromJSON<Value>(JSONDecoder(document.root()));
 }
 
 /// The path at which a value is refused; "" if it is accepted.
 template <class Value>
 std::string refusedAt(const json& value) {
   try {
-    (void)fromJSON<Value>(JSONDecoder(value));
+    (void)fromJSON<Value>(JSONDecoder(documentOf(value).root()));
   } catch (const DecodingError& error) {
     return error.path().empty() ? "<the value itself>" : error.path();
   }
@@ -371,9 +372,9 @@ TEST(RecordJSON, AnOmittedAppIDIsComputed) {
 TEST(RecordJSON, AnOmittedArtifactIDIsComputed) {
   json value = json::parse(kArtifactText);
   value.erase("id");
-  EXPECT_EQ(fromJSON<Artifact>(JSONDecoder(value)), cache());
+  EXPECT_EQ(fromJSON<Artifact>(JSONDecoder(documentOf(value).root())), cache());
   value["id"] = "mine";
-  EXPECT_EQ(fromJSON<Artifact>(JSONDecoder(value)).id, "mine");
+  EXPECT_EQ(fromJSON<Artifact>(JSONDecoder(documentOf(value).root())).id, "mine");
 }
 
 // ---- values
@@ -381,7 +382,7 @@ TEST(RecordJSON, AnOmittedArtifactIDIsComputed) {
 TEST(RecordJSON, UnknownMembersOfARecordAreIgnored) {
   json value = json::parse(kArtifactText);
   value["isSelected"] = true;
-  EXPECT_EQ(fromJSON<Artifact>(JSONDecoder(value)), cache());
+  EXPECT_EQ(fromJSON<Artifact>(JSONDecoder(documentOf(value).root())), cache());
 }
 
 TEST(RecordJSON, AnyFileNameSurvivesInAURL) {
