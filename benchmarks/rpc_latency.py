@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Measures how soon quick requests are answered while a scan of a large volume runs.
 
-    rpc_latency.py --quarn QUARN --volume FOLDER [--home PATH] [--interval MILLISECONDS]
+    rpc_latency.py --quarn QUARN --volume FOLDER [--home PATH] [--size PATH] [--interval MILLISECONDS]
 
-Starts one scan of all categories and sends `VolumeInfoClient.systemVolume` every few milliseconds until the scan is
+Starts one scan of all categories, or with --size the sizing of a folder, and sends `VolumeInfoClient.systemVolume` every few milliseconds until the scan is
 answered. Prints the number of samples, the median, the 99th percentile and the worst, in milliseconds.
 """
 
@@ -20,15 +20,17 @@ def main():
     parser.add_argument("--quarn", required=True)
     parser.add_argument("--volume", required=True)
     parser.add_argument("--home", default="/Users/ann")
+    parser.add_argument("--size")
     parser.add_argument("--interval", type=float, default=10)
     arguments = parser.parse_args()
     process = subprocess.Popen([arguments.quarn, "--volume", arguments.volume, "--home", arguments.home, "rpc"],
                                stdin=subprocess.PIPE, stdout=subprocess.PIPE)
     sent, answered, scanned = {}, {}, threading.Event()
 
-    def send(number, method):
+    def send(number, method, **params):
         sent[number] = time.perf_counter()
-        process.stdin.write(json.dumps({"jsonrpc": "2.0", "id": number, "method": method}).encode() + b"\n")
+        message = {"jsonrpc": "2.0", "id": number, "method": method, "params": params}
+        process.stdin.write(json.dumps(message).encode() + b"\n")
         process.stdin.flush()
 
     def read():
@@ -41,7 +43,10 @@ def main():
 
     reader = threading.Thread(target=read)
     reader.start()
-    send(0, "StorageDashboardService.calculatePartitionedCategorySizes")
+    if arguments.size:
+        send(0, "FileSizeCalculator.itemSize", at=arguments.size, allowSlow=True, includeHidden=True)
+    else:
+        send(0, "StorageDashboardService.calculatePartitionedCategorySizes")
     number = 0
     while not scanned.wait(arguments.interval / 1000):
         number += 1

@@ -8,8 +8,6 @@ std::optional<StorageSignatureTable> decodeStorageSignatures(std::string_view te
   return wire::decodeFile<StorageSignatureTable>(text, problem);
 }
 
-nlohmann::ordered_json encodeStorageSignatures(const StorageSignatureTable& table) {
-  return wire::treeOf(table);
-}
+nlohmann::ordered_json encodeStorageSignatures(const StorageSignatureTable& table) { return wire::treeOf(table); }
 
 }  // namespace quarn

@@ -12,12 +12,8 @@ std::optional<VendorProfileIndex> decodeVendorIndex(std::string_view text, std::
   return wire::decodeFile<VendorProfileIndex>(text, problem);
 }
 
-nlohmann::ordered_json encodeVendorProfile(const VendorProfile& profile) {
-  return wire::treeOf(profile);
-}
+nlohmann::ordered_json encodeVendorProfile(const VendorProfile& profile) { return wire::treeOf(profile); }
 
-nlohmann::ordered_json encodeVendorIndex(const VendorProfileIndex& index) {
-  return wire::treeOf(index);
-}
+nlohmann::ordered_json encodeVendorIndex(const VendorProfileIndex& index) { return wire::treeOf(index); }
 
 }  // namespace quarn

@@ -1,87 +1,23 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <utility>
+
+#include "QuarnPlatform/json/JSONValue.h"
 
 namespace quarn {
-
-/// Maximum nesting of arrays and objects.
-inline constexpr std::size_t kMaximumJSONDepth = 512;
-
-class JSONDocument;
-class JSONWriter;
-
-/// A value of a document. A view: the document must outlive it. Accessors are strict: numbers, booleans and strings do
-/// not convert to each other. Pure functions.
-class JSONValue {
- public:
-  enum class Type : std::uint8_t { null, boolean, integer, unsignedInteger, real, string, array, object };
-
-  [[nodiscard]] Type type() const { return node_->type; }
-  [[nodiscard]] bool isNull() const { return type() == Type::null; }
-  [[nodiscard]] bool isBoolean() const { return type() == Type::boolean; }
-  [[nodiscard]] bool isNumber() const { return type() >= Type::integer && type() <= Type::real; }
-  [[nodiscard]] bool isString() const { return type() == Type::string; }
-  [[nodiscard]] bool isArray() const { return type() == Type::array; }
-  [[nodiscard]] bool isObject() const { return type() == Type::object; }
-
-  [[nodiscard]] bool boolean() const { return node_->integer != 0; }
-  /// An integral number that fits 64 signed bits; absent for any other value. Notation does not matter: 1, 1.0 and 1e2
-  /// are integers. Numbers with a point or an exponent are parsed as doubles, so the minimum integer is only accepted
-  /// without them.
-  [[nodiscard]] std::optional<std::int64_t> integer() const;
-  /// A number of any type.
-  [[nodiscard]] double number() const;
-  [[nodiscard]] std::string_view string() const;
-
-  /// The number of elements of an array, or of members of an object with repeated keys.
-  [[nodiscard]] std::size_t count() const { return node_->length; }
-  [[nodiscard]] JSONValue element(std::size_t index) const;
-  /// The member with this key, the first of several; absent if there is none or the value is not an object.
-  [[nodiscard]] std::optional<JSONValue> member(std::string_view key) const;
-  [[nodiscard]] std::string_view keyAt(std::size_t index) const;
-  [[nodiscard]] JSONValue memberAt(std::size_t index) const;
-
-  /// The value as JSON text. Repeated keys stay.
-  [[nodiscard]] std::string text() const;
-  void write(JSONWriter& writer) const;
-
- private:
-  friend class JSONDocument;
-  friend class JSONBuilder;
-
-  /// A value in 16 bytes. The elements of an array follow one another in the list of nodes, and so do the members of an
-  /// object: key, value, key, value.
-  struct Node {
-    Type type = Type::null;
-    std::uint32_t length = 0;  ///< bytes of a string, number of elements or members
-    union {
-      std::int64_t integer = 0;
-      std::uint64_t unsignedInteger;
-      double real;
-      std::size_t place;  ///< of the first byte, or of the first node below
-    };
-  };
-  struct Content {
-    std::vector<Node> nodes;
-    std::string strings;
-  };
-
-  JSONValue(const Content* content, const Node* node) : content_(content), node_(node) {}
-
-  const Content* content_;
-  const Node* node_;
-};
 
 /// One parsed JSON text. Copies share the content, which never changes. Its memory is at most eight times the text,
 /// and usually less than twice.
 class JSONDocument {
  public:
+  /// What a `JSONBuilder` has built.
+  explicit JSONDocument(std::shared_ptr<const JSONContent> content) : content_(std::move(content)) {}
+
   /// Parses one text strictly by RFC 8259: no comments, no trailing commas, only white space after the value, strings
   /// in valid UTF-8. Skips a UTF-8 byte order mark. Absent for any other text, for nesting deeper than
   /// `kMaximumJSONDepth`, and for numbers that overflow or underflow a double. Never throws except for want of memory.
@@ -92,41 +28,12 @@ class JSONDocument {
   /// The same, read by the library alone: slower, and the judge of every text.
   static std::optional<JSONDocument> parseByLibrary(std::string_view text, std::string& problem);
 
-  [[nodiscard]] JSONValue root() const { return {content_.get(), &content_->nodes.back()}; }
+  [[nodiscard]] JSONValue root() const { return content_->root(); }
   /// The bytes that the document takes.
-  [[nodiscard]] std::size_t memory() const;
+  [[nodiscard]] std::size_t memory() const { return content_->memory(); }
 
  private:
-  friend class JSONBuilder;
-  explicit JSONDocument(std::shared_ptr<const JSONValue::Content> content) : content_(std::move(content)) {}
-
-  std::shared_ptr<const JSONValue::Content> content_;
-};
-
-/// Builds a document from the events of a reader, which must be those of a valid text.
-class JSONBuilder {
- public:
-  explicit JSONBuilder(std::size_t textBytes);
-
-  void null() { open_.emplace_back(); }
-  void boolean(bool value);
-  void integer(std::int64_t value);
-  void unsignedInteger(std::uint64_t value);
-  void real(double value);
-  /// A string or a key: appends to `strings()` first, then ends the string that began at `place`.
-  void string(std::size_t place);
-  [[nodiscard]] std::string& strings() { return content_->strings; }
-
-  /// Returns false if the nesting is too deep.
-  [[nodiscard]] bool begin();
-  void end(JSONValue::Type type);
-
-  JSONDocument take();
-
- private:
-  std::shared_ptr<JSONValue::Content> content_;
-  std::vector<JSONValue::Node> open_;    ///< the finished values of the open containers
-  std::vector<std::size_t> containers_;  ///< where each open container begins in `open_`
+  std::shared_ptr<const JSONContent> content_;
 };
 
 }  // namespace quarn

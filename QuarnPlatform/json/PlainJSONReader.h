@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "QuarnPlatform/json/JSONDocument.h"
+#include "QuarnPlatform/json/JSONValue.h"
 
 namespace quarn {
 
