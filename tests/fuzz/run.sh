@@ -14,8 +14,10 @@ for target in "$build"/bin/*_fuzz; do
   mkdir -p "$learned"
   log="$learned.log"
   words=()
+  length=4096
+  if [ "$name" = scan ]; then length=65536; fi
   if [ -f "$here/$name.dict" ]; then words=(-dict="$here/$name.dict"); fi
-  if "$target" -max_total_time="$seconds" -max_len=4096 -timeout=5 -rss_limit_mb=2048 -print_final_stats=1 \
+  if "$target" -max_total_time="$seconds" -max_len="$length" -timeout=5 -rss_limit_mb=2048 -print_final_stats=1 \
     -artifact_prefix="$build/fuzz/$name-" "${words[@]}" "$learned" "$here/corpus/$name" >"$log" 2>&1; then
     echo "$name: $(grep '^Done' "$log"), no finding"
   else

@@ -1,12 +1,15 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <string>
 #include <utility>
 
 #include "QuarnBuilders/BomBuilder.h"
 #include "QuarnBuilders/MachOBuilder.h"
 #include "QuarnBuilders/PlistWriter.h"
+#include "QuarnCore/scans/Database.h"
+#include "QuarnCore/scans/ScanWriter.h"
 
 namespace {
 
@@ -91,6 +94,49 @@ void addBills(const Seeds& seeds) {
   seeds.add("bill_of_materials", "paths_only", bill({.padsNodes = false, .records = BomRecords::pathsOnly}).bytes());
 }
 
+quarn::ScanContent scanContent() {
+  using namespace quarn;  // NOLINT(google-build-using-namespace): uses most of it
+  const FileURL bundle("/Applications/Example.app/");
+  const Artifact cache{.id = "cache", .urls = {FileURL("/Users/ann/Library/Caches/com.example/")}, .title = "Cache"};
+  const Ownership entry{.url = cache.urls.front(),
+                        .status = OwnershipStatus::owned,
+                        .owners = {{.appID = "com.example", .appName = "Example", .bundleURL = bundle}},
+                        .evidence = "named by the identifier"};
+  return {.facts = {.programVersion = "1", .locale = "en", .home = FileURL("/Users/ann/"), .volume = {.name = "Mac"}},
+          .categories = {{.id = StorageCategoryID::apps, .size = {.allocatedBytes = 4096, .logicalBytes = 10}}},
+          .roots = {{.category = StorageCategoryID::apps, .isListed = true, .url = FileURL("/Applications/")}},
+          .places = {{.category = StorageCategoryID::apps, .url = FileURL("/Applications/")}},
+          .vendorPaths = {{.vendorID = "example", .vendorName = "Example", .path = "/Users/ann/Library/Caches"}},
+          .apps = {{.inspection = {.app = {.name = "Example", .bundleURL = bundle}, .artifacts = {cache}}}},
+          .entries = {entry},
+          .packages = {{.entry = 0, .identifier = "com.example.pkg"}},
+          .leftovers = {{.owner = {.name = "Gone"}, .items = {{.url = FileURL("/Users/ann/Library/Logs/Gone")}}}},
+          .jobs = {{.label = "job", .programArguments = {"/bin/sh", "-c"}, .url = FileURL("/Library/job.plist")}},
+          .receipts = {{.packageIdentifier = "com.example.pkg"}},
+          .extensions = {{.name = "Ext", .url = FileURL("/Library/Extensions/Ext.kext/")}},
+          .unreadable = {{.path = "/private", .error = 13}}};
+}
+
+// With small pages, so that a change meets something.
+void addScans(const Seeds& seeds) {
+  const std::string file = (std::filesystem::temp_directory_path() / "scan_seed").string();
+  for (const bool isFull : {false, true}) {
+    quarn::RecordedFolders folders;
+    const quarn::FolderObserver::Folder users = folders.enter(0, {.name = "Users"});
+    const quarn::FolderObserver::Folder ann = folders.enter(users, {.name = "ann"});
+    folders.add(ann, {.sizes = {4096, 10}, .files = 1, .newest = 1'700'000'000});
+    folders.keep(ann, {.name = "\xFF.txt", .sizes = {4096, 10}, .modified = 1'700'000'000});
+    folders.finish();
+    quarn::writeScan(file, isFull ? scanContent() : quarn::ScanContent(), folders, quarn::Cancellation::never());
+    quarn::Database database = quarn::Database::makeIn(file);
+    database.execute("PRAGMA page_size=512; VACUUM");
+    database.close();
+    std::ifstream stream(file, std::ios::binary);
+    seeds.add("scan", isFull ? "full" : "empty", std::string(std::istreambuf_iterator<char>(stream), {}));
+  }
+  std::filesystem::remove(file);
+}
+
 }  // namespace
 
 /// Writes small files of each format below a folder, as seeds for the fuzz targets.
@@ -103,5 +149,6 @@ int main(int count, char** arguments) {
   addPropertyLists(seeds);
   addPrograms(seeds);
   addBills(seeds);
+  addScans(seeds);
   return 0;
 }
