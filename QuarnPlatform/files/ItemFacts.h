@@ -34,6 +34,7 @@ struct ItemFacts {
   std::int64_t modifiedSeconds = 0;  ///< when the content was last changed, in seconds since 1970
   std::uint64_t device = 0;          ///< identifies the item together with `inode`
   std::uint64_t inode = 0;
+  std::uint64_t links = 1;     ///< the number of the item's names
   bool isOnlyInCloud = false;  ///< the content is not on the disk and would be downloaded (macOS: SF_DATALESS)
 };
 

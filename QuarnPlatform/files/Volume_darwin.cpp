@@ -54,6 +54,7 @@ std::optional<ItemFacts> factsOf(const struct stat& status) {
                    .modifiedSeconds = status.st_mtime,
                    .device = static_cast<std::uint64_t>(status.st_dev),
                    .inode = status.st_ino,
+                   .links = status.st_nlink,
                    .isOnlyInCloud = isOnlyInCloud};
 }
 

@@ -55,7 +55,8 @@ std::optional<ItemFacts> factsOf(int descriptor) {
                    .anyExecuteBit = (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0,
                    .modifiedSeconds = status.st_mtim.tv_sec,
                    .device = status.st_dev,
-                   .inode = status.st_ino};
+                   .inode = status.st_ino,
+                   .links = status.st_nlink};
 }
 
 int openInRootOnce(int root, const std::string& relativePath, int flags, std::uint64_t furtherRules) {

@@ -70,6 +70,8 @@ class SizingScheduler {
   [[nodiscard]] bool needsPackages() const { return needsPackages_; }
   /// Null for nobody.
   [[nodiscard]] FolderObserver* observer() const { return options_.observer; }
+  /// Null for nobody.
+  [[nodiscard]] LinkedNames* linked() const { return options_.linked; }
   [[nodiscard]] FolderObserver::Folder observedRoot() const { return options_.observedRoot; }
   [[nodiscard]] HelperCount& helperCount() { return *helperCount_; }
   [[nodiscard]] bool isCancelled() const { return options_.cancellation.isCancelled(); }

@@ -118,17 +118,26 @@ void SizingWorker::countFile(SizedFolder& folder, const DirectoryReader::Entry& 
   if (!bucket) return;
   const bool isObserved = scheduler_.observer() != nullptr;
   FolderObserver::File file{.name = entry.name, .sizes = entry.sizes.value_or(ByteCounts{}), .isHidden = entry.hidden};
+  LinkedNames* linked = scheduler_.linked();
+  const bool wantsDetails = isObserved || linked != nullptr;
   // A listing that has the sizes does not have the details.
-  if (!entry.sizes || isObserved) {
+  if (!entry.sizes || wantsDetails) {
     DirectoryReader::Details details;
     if (!DirectoryReader::readSizes(folder.descriptor(), entry.name.data(), file.sizes,
-                                    isObserved ? &details : nullptr))
+                                    wantsDetails ? &details : nullptr))
       return scheduler_.reportUnreadable(folder, entry.name, errno);
     file.modified = details.modified;
     file.device = details.device;
     file.inode = details.inode;
     file.links = details.links;
     ++calls_;
+    if (linked != nullptr && file.links > 1) {
+      linked->add({.device = file.device,
+                   .inode = file.inode,
+                   .links = file.links,
+                   .sizes = file.sizes,
+                   .folder = folder.observed()});
+    }
   }
   unshared_.totals[*bucket] += file.sizes;
   ++unshared_.files;
