@@ -213,10 +213,16 @@ std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<File
     } else if (!item.isPackage && options.preferAllocatedSize && !options.keepsZeroAllocation) {
       size = withKnownAllocation(size);
     }
+    if (options.met != nullptr) {
+      ++options.met->items;
+      options.met->size += size;
+    }
     const auto key = [&] { return options.preferAllocatedSize ? size.allocatedBytes : largerCount(size); };
     if (!kept.wouldKeep(key())) return;
     if (options.preferAllocatedSize && isOnlyInCloud(item, files_)) size = item.sizes;
-    if (kept.wouldKeep(key())) kept.add(key(), makeItem(item.place.url(), size));
+    if (!kept.wouldKeep(key())) return;
+    TopItem found = makeItem(item.place.url(), size);
+    if (!options.accepts || options.accepts(found)) kept.add(key(), std::move(found));
   });
   return kept.take();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -50,6 +51,11 @@ class TopItemsService {
   [[nodiscard]] std::vector<TopItem> sizedItems(const std::vector<FileURL>& urls, long limit, bool allowSlow,
                                                 bool includeHidden, const Cancellation& cancellation) const;
 
+  /// The items that a search meets.
+  struct Met {
+    std::int64_t items = 0;
+    SizeInfo size{};
+  };
   /// The limits of a recursive search.
   struct SearchOptions {
     long limit = 0;
@@ -60,6 +66,10 @@ class TopItemsService {
     bool preferAllocatedSize = false;
     /// With `preferAllocatedSize`: a file without blocks has 0 bytes. Otherwise it counts its length.
     bool keepsZeroAllocation = false;
+    /// Is asked for each item that would be listed; null accepts all. An item that it refuses makes room for others.
+    std::function<bool(const TopItem&)> accepts{};
+    /// Counts all items that the search meets, listed or not; null for nobody.
+    Met* met = nullptr;
   };
   /// The largest files and packages below the roots. Does not enter packages. Never throws.
   [[nodiscard]] std::vector<TopItem> topFilesRecursively(const std::vector<FileURL>& in, const SearchOptions& options,

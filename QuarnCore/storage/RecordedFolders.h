@@ -68,6 +68,8 @@ class RecordedFolders final : public FolderObserver {
 
   [[nodiscard]] std::size_t size() const { return order_.size(); }
   [[nodiscard]] Record at(std::size_t position) const;
+  /// The position of a folder that a walk knows by this number.
+  [[nodiscard]] std::size_t positionOf(Folder folder) const { return nodes_[folder].position; }
   /// The folder at an absolute path without links.
   [[nodiscard]] std::optional<std::size_t> find(std::string_view path) const;
   /// The largest files, in the order of their folders, then by name.

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -60,5 +61,8 @@ class ReadReport {
 
 /// Maps an errno to a cause. EFBIG means that a limit of this library is exceeded. One file per operating system.
 UnreadableCause unreadableCause(int error);
+
+/// What a user can do about a cause: "run as root"; empty if nothing helps. One file per operating system.
+std::string_view remedyFor(UnreadableCause cause);
 
 }  // namespace quarn

@@ -19,4 +19,12 @@ UnreadableCause unreadableCause(int error) {
   }
 }
 
+std::string_view remedyFor(UnreadableCause cause) {
+  switch (cause) {
+    case UnreadableCause::permission: return "run as root, or grant Full Disk Access";
+    case UnreadableCause::privacy: return "grant Full Disk Access";
+    default: return "";
+  }
+}
+
 }  // namespace quarn

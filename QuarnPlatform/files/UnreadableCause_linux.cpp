@@ -17,4 +17,6 @@ UnreadableCause unreadableCause(int error) {
   }
 }
 
+std::string_view remedyFor(UnreadableCause cause) { return cause == UnreadableCause::permission ? "run as root" : ""; }
+
 }  // namespace quarn

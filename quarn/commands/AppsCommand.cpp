@@ -2,6 +2,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/Filters.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/Table.h"
@@ -28,54 +29,76 @@ Sizes sizesOf(const std::vector<AppEntity>& apps, CommandContext& context) {
   return sizes;
 }
 
-nlohmann::ordered_json listed(const std::vector<AppEntity>& apps, const Sizes& sizes) {
-  nlohmann::ordered_json list = toJSON(apps);
-  for (std::size_t i = 0; i < sizes.size(); ++i) list[i]["size"] = toJSON(sizes[i]);
+/// An app and its size; the size is absent if it was not asked for or cannot be read.
+struct AppRow {
+  AppEntity app{};
+  std::optional<SizeInfo> size{};
+};
+
+nlohmann::ordered_json listed(const std::vector<AppRow>& rows, bool withSizes) {
+  nlohmann::ordered_json list = nlohmann::ordered_json::array();
+  for (const AppRow& row : rows) {
+    list.push_back(toJSON(row.app));
+    if (withSizes) list.back()["size"] = toJSON(row.size);
+  }
   return list;
 }
 
-Table tableOf(const std::vector<AppEntity>& apps, const Sizes& sizes, CommandContext& context) {
+Table tableOf(const std::vector<AppRow>& rows, bool withSizes, CommandContext& context) {
   std::vector<Table::Column> columns{{.title = "NAME", .isFlexible = true},
                                      {.title = "VERSION"},
                                      {.title = "IDENTIFIER", .isFlexible = true},
                                      {.title = "PATH", .isFlexible = true}};
-  if (!sizes.empty()) columns.insert(columns.begin() + 2, {.title = "SIZE", .align = Table::Align::right});
+  if (withSizes) columns.insert(columns.begin() + 2, {.title = "SIZE", .align = Table::Align::right});
   Table table(columns);
-  for (std::size_t i = 0; i < apps.size(); ++i) {
-    const AppEntity& app = apps[i];
+  for (const auto& [app, size] : rows) {
     std::vector<Table::Cell> row{app.name,
                                  app.version.value_or("–"),
                                  app.bundleIdentifier.value_or("–"),
                                  {context.displayPath(app.bundleURL), Style::dim}};
-    if (!sizes.empty()) row.insert(row.begin() + 2, sizes[i] ? context.size(sizes[i]->allocatedBytes) : "–");
+    if (withSizes) row.insert(row.begin() + 2, size ? context.size(size->allocatedBytes) : "–");
     table.addRow(std::move(row));
   }
   return table;
 }
 
-ExitCode showScanned(const Scan& scan, CommandContext& context) {
-  std::vector<AppEntity> apps;
-  Sizes sizes;
-  for (ScannedApp& app : scan.apps(/*withInspections=*/false)) {
-    apps.push_back(std::move(app.inspection.app));
-    if (context.arguments().has("--sizes")) sizes.push_back(app.size);
-  }
-  showList(context, "apps", listed(apps, sizes), tableOf(apps, sizes, context));
-  return context.finish();
+std::vector<AppRow> scannedApps(const Scan& scan) {
+  std::vector<AppRow> rows;
+  for (ScannedApp& app : scan.apps(/*withInspections=*/false))
+    rows.push_back({std::move(app.inspection.app), app.size});
+  return rows;
+}
+
+std::vector<AppRow> appsOfVolume(CommandContext& context, bool withSizes) {
+  const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
+  const Sizes sizes = withSizes ? sizesOf(apps, context) : Sizes(apps.size());
+  std::vector<AppRow> rows;
+  for (std::size_t i = 0; i < apps.size(); ++i) rows.push_back({apps[i], sizes[i]});
+  return rows;
 }
 
 ExitCode runApps(CommandContext& context) {
-  if (const Scan* scan = context.scan()) return showScanned(*scan, context);
-  const std::vector<AppEntity> apps = context.services().appsService().discoverApps();
-  const Sizes sizes = context.arguments().has("--sizes") ? sizesOf(apps, context) : Sizes();
-  showList(context, "apps", listed(apps, sizes), tableOf(apps, sizes, context));
+  ListFilters filters(context);
+  const bool sortsBySize = context.arguments().text("--sort") == rawValue(ListOrder::size);
+  const bool withSizes = context.arguments().has("--sizes") || filters.has(Filter::minSize) || sortsBySize;
+  const Scan* scan = context.scan();
+  std::vector<AppRow> rows = scan != nullptr ? scannedApps(*scan) : appsOfVolume(context, withSizes);
+  filters.apply(rows, [&](const AppRow& row) {
+    return RowFacts{.name = row.app.name,
+                    .bytes = row.size ? std::optional(row.size->allocatedBytes) : std::nullopt,
+                    .urls = {row.app.bundleURL},
+                    .modified = filters.modifiedAt(row.app.bundleURL)};
+  });
+  showList(context, "apps", listed(rows, withSizes), tableOf(rows, withSizes, context), &filters);
   return context.finish();
 }
 
-constexpr std::array kAppsOptions{
-    OptionRow{.name = "--sizes", .help = "Print the size of every app (reads each bundle)"},
-    kScanOption,
-};
+constexpr std::array kAppsOptions =
+    std::array{
+        OptionRow{.name = "--sizes", .help = "Print the size of every app (reads each bundle)"},
+        kScanOption,
+    } +
+    kFilters<Filter::minSize, Filter::olderThan, Filter::newerThan, Filter::exclude, Filter::sort, Filter::limit>;
 constexpr std::array kAppsExamples{
     ExampleRow{.line = "quarn apps", .meaning = "the applications of this Mac"},
     ExampleRow{.line = "quarn --volume /mnt/mac apps --sizes",

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "quarn/commands/FilterTable.h"
 #include "quarn/commands/Suggestions.h"
 
 namespace quarn {
@@ -118,11 +119,22 @@ const CommandRow* firstCommandWith(std::string_view option) {
   return found == table.end() ? nullptr : &*found;
 }
 
+// A filter of other lists.
+void refuseFilter(const std::string& name, const CommandRow& command) {
+  const bool isFilter =
+      std::any_of(kFilterOptions.begin(), kFilterOptions.end(), [&](const OptionRow& row) { return row.name == name; });
+  const std::string taken = filterNames(command);
+  if (isFilter && !taken.empty()) {
+    throw UsageError("the list of " + std::string(command.name) + " does not take " + name + "; it takes " + taken);
+  }
+}
+
 // The parser reports an option that precedes its command as unknown.
 [[noreturn]] void refuseOption(const std::string& word, const CommandRow* given) {
   const std::string name = word.substr(0, word.find('='));
   const CommandRow* command = given != nullptr ? given : firstCommandWith(name);
   const OptionRow* row = optionRow(name, command);
+  if (row == nullptr && given != nullptr) refuseFilter(name, *given);
   if (row == nullptr) throw UsageError(withSuggestion("unknown option " + word, name, optionNames(given)));
   const std::string argument = row->argument.empty() ? "" : " " + std::string(row->argument);
   throw UsageError(name + " must follow the command: quarn " + std::string(command->name) + " " + name + argument);

@@ -118,7 +118,12 @@ std::unique_ptr<Services> CommandContext::openServices() {
   if (!arguments_.has("--no-sandbox")) {
     enterSandbox(sandboxRules(arguments_, files.hostFolder(), bundle.folder()));
   }
-  return std::make_unique<Services>(files, bundle);
+  auto services = std::make_unique<Services>(files, bundle);
+  if (folder && services->vendorProfiles().profiles().empty()) {
+    throw CommandError(ExitCode::notFound, "--resources: " + escapedForTerminal(*folder) +
+                                               " has no vendor profiles (vendors/index.json names them)");
+  }
+  return services;
 }
 
 // A volume that was mounted to be looked at should not change by that.
@@ -203,7 +208,7 @@ void CommandContext::tellUnread() {
   endProgress();
   const UnreadSummary summary = unread();
   for (const UnreadSummary::Cause& cause : summary.causes) {
-    if (cause.count > 0) warn(causeLine(cause) + (isVerbose() ? "" : " (use --verbose to list them)"));
+    if (cause.count > 0) warn(noteLine(summary, cause, isVerbose()));
   }
   if (isVerbose()) {
     for (const UnreadableItem& item : summary.items) warn(itemLine(item));

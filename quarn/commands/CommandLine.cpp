@@ -6,6 +6,7 @@
 #include <cstring>
 #include <new>
 
+#include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/AppSelection.h"
 #include "quarn/commands/CommandContext.h"
@@ -51,6 +52,12 @@ Members details(const AmbiguousApp& error) {
 
 void printJSON(const Members& members, int indent) {
   std::fputs(documentText(versioned(members), indent).c_str(), stdout);
+}
+
+// "list /Users/bob: Permission denied (run as root)".
+std::string problemOf(const FileError& error) {
+  const std::string_view remedy = remedyFor(unreadableCause(error.error()));
+  return escapedForTerminal(error.what()) + (remedy.empty() ? "" : " (" + std::string(remedy) + ")");
 }
 
 int tell(const Failure& failure, bool asJSON, const UnreadSummary& unread) {
@@ -126,7 +133,7 @@ int runCommandLine(const std::vector<std::string>& words) {
     return tell({error.code(), error.what()}, asJSON, unread);
   } catch (const FileError& error) {
     const ExitCode code = error.error() == ENOENT ? ExitCode::notFound : ExitCode::failure;
-    return tell({code, escapedForTerminal(error.what()), details(error)}, asJSON, unread);
+    return tell({code, problemOf(error), details(error)}, asJSON, unread);
   } catch (const SizeOverflow& error) {
     return tell({ExitCode::failure, escapedForTerminal(error.what()), details(error)}, asJSON, unread);
   } catch (const std::bad_alloc&) {

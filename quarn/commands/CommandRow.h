@@ -20,6 +20,7 @@ struct OptionRow {
   bool isHostPath = false;          ///< the argument is a file or folder on this machine
   bool isNumber = false;            ///< the argument is an integer of 0 or more
   std::string_view excludes = "";   ///< "--a|PATH": options and positionals that it cannot be combined with
+  bool needsVolume = false;         ///< with it, a command that works without a Mac's volume needs one
 };
 
 /// A positional argument of a command.

@@ -14,6 +14,7 @@ const CommandRow& ownerCommand();
 const CommandRow& leftoversCommand();
 const CommandRow& storageCommand();
 const CommandRow& topCommand();
+const CommandRow& treeCommand();
 const CommandRow& cloudCommand();
 const CommandRow& browseCommand();
 const CommandRow& reportCommand();
@@ -32,7 +33,8 @@ const CommandRow& helpCommand();
 /// All commands, in the order of the help.
 inline constexpr std::array kCommands{
     &appsCommand,        &inspectCommand, &planCommand,     &ownerCommand,  &leftoversCommand, &storageCommand,
-    &browseCommand,      &topCommand,     &cloudCommand,    &reportCommand, &scanCommand,      &diffCommand,
+    &browseCommand,      &topCommand,     &treeCommand,     &cloudCommand,  &reportCommand,    &scanCommand,
+    &diffCommand,
     &vendorsCommand,     &jobsCommand,    &receiptsCommand, &kextsCommand,  &rpcCommand,       &sampleCommand,
     &completionsCommand, &manualCommand,  &helpCommand,
 };

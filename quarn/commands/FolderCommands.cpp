@@ -4,9 +4,11 @@
 #include <fmt/format.h>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/commands/BranchFacts.h"
 #include "quarn/commands/Choices.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/Filters.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/PathArgument.h"
 #include "quarn/commands/ScanOption.h"
@@ -45,6 +47,34 @@ std::vector<FileURL> existing(std::vector<FileURL> folders, const FileManager& f
   return folders;
 }
 
+/// The filters of `top`, and what they ask of an item.
+class TopFilters {
+ public:
+  explicit TopFilters(CommandContext& context) : filters(context, kUsualLimit), context_(context) {}
+
+  RowFacts factsOf(const TopItem& item) {
+    RowFacts facts{.name = item.name,
+                   .bytes = item.size.allocatedBytes,
+                   .urls = {item.url},
+                   .modified = filters.modifiedAt(item.url),
+                   .category = filters.category()};  // the folders that are searched are those of the category
+    if (!filters.has(Filter::owner)) return facts;
+    if (!branches_) branches_.emplace(context_, /*wantsOwners=*/true);
+    facts.owners = branches_->owners(item.url);
+    return facts;
+  }
+  [[nodiscard]] long limit() const { return filters.limit().value_or(kUsualLimit); }
+  void apply(std::vector<TopItem>& items) {
+    filters.apply(items, [this](const TopItem& item) { return factsOf(item); });
+  }
+
+  ListFilters filters;
+
+ private:
+  CommandContext& context_;
+  std::optional<BranchFacts> branches_;
+};
+
 enum class Rank : std::uint8_t { disk, length };
 
 Rank rankOf(const Arguments& arguments) { return arguments.text("--by") == "length" ? Rank::length : Rank::disk; }
@@ -54,11 +84,10 @@ std::int64_t rankedBytes(const TopItem& item, Rank rank) {
 }
 
 // The services rank lists of one level by the larger of the two counts, so get the whole list and rank it here.
-std::vector<TopItem> largest(std::vector<TopItem> items, Rank rank, long limit) {
+std::vector<TopItem> largestFirst(std::vector<TopItem> items, Rank rank) {
   std::stable_sort(items.begin(), items.end(), [&](const TopItem& left, const TopItem& right) {
     return rankedBytes(left, rank) > rankedBytes(right, rank);
   });
-  if (static_cast<long>(items.size()) > limit) items.resize(static_cast<std::size_t>(limit));
   return items;
 }
 
@@ -72,13 +101,14 @@ std::vector<FileURL> scannedFolders(const Scan& scan, CommandContext& context) {
   return folders;
 }
 
-std::vector<TopItem> scannedItems(const Scan& scan, CommandContext& context) {
+std::vector<TopItem> scannedItems(const Scan& scan, TopFilters& filters, CommandContext& context) {
   refuseWithScan(context, "--visits", "a scan has seen everything");
   const Arguments& arguments = context.arguments();
   const ScannedItems items(scan);
   const bool hidden = !arguments.has("--no-hidden");
   const bool byDisk = rankOf(arguments) == Rank::disk;
-  const long limit = arguments.number("--limit", kUsualLimit);
+  // A filter may leave out the largest ones.
+  const long limit = filters.filters.chooses() ? kNoLimit : filters.limit();
   const std::vector<FileURL> folders = scannedFolders(scan, context);
   if (arguments.has("--children")) return heldItems(items.topChildren(folders, limit, hidden, byDisk), scan, context);
   if (arguments.has("--files")) return heldItems(items.topFiles(folders, limit, hidden, byDisk), scan, context);
@@ -92,29 +122,45 @@ std::vector<TopItem> scannedItems(const Scan& scan, CommandContext& context) {
   return heldItems(items.topFilesRecursively(folders, options), scan, context);
 }
 
-std::vector<TopItem> rankedItems(CommandContext& context) {
-  if (const Scan* scan = context.scan()) return scannedItems(*scan, context);
+// Searches whole trees, keeps as many as are listed, and counts the rest.
+std::vector<TopItem> itemsInTrees(const std::vector<FileURL>& folders, bool hidden, TopFilters& filters,
+                                  CommandContext& context) {
+  const Arguments& arguments = context.arguments();
+  TopItemsService::Met met;
+  std::vector<TopItem> items = context.services().topItems().topFilesRecursively(
+      folders,
+      {.limit = filters.limit(),
+       .maxDepth = arguments.number("--depth", kNoLimit),
+       .maxVisited = arguments.number("--visits", kNoLimit),
+       .allowSlowForPackages = true,
+       .includeHidden = hidden,
+       .preferAllocatedSize = rankOf(arguments) == Rank::disk,
+       .keepsZeroAllocation = true,
+       .accepts = [&](const TopItem& item) { return filters.filters.accepts(filters.factsOf(item)); },
+       .met = &met},
+      context.cancellation());
+  for (const TopItem& item : items) {
+    --met.items;
+    met.size.allocatedBytes -= item.size.allocatedBytes;
+  }
+  filters.filters.leaveOut({.rows = met.items, .bytes = met.size.allocatedBytes});
+  return items;
+}
+
+std::vector<TopItem> rankedItems(TopFilters& filters, CommandContext& context) {
+  if (const Scan* scan = context.scan()) return scannedItems(*scan, filters, context);
   const Arguments& arguments = context.arguments();
   const TopItemsService& service = context.services().topItems();
   const Cancellation& cancellation = context.cancellation();
   const bool hidden = !arguments.has("--no-hidden");
   const Rank rank = rankOf(arguments);
-  const long limit = arguments.number("--limit", kUsualLimit);
   std::vector<FileURL> folders = foldersToRank(context);
   if (arguments.has("--category")) folders = existing(std::move(folders), context.services().files);
   if (arguments.has("--children")) {
-    return largest(service.children(folders, /*allowSlow=*/true, hidden, cancellation), rank, limit);
+    return largestFirst(service.children(folders, /*allowSlow=*/true, hidden, cancellation), rank);
   }
-  if (arguments.has("--files")) return largest(service.topFiles(folders, kNoLimit, hidden, cancellation), rank, limit);
-  return service.topFilesRecursively(folders,
-                                     {.limit = limit,
-                                      .maxDepth = arguments.number("--depth", kNoLimit),
-                                      .maxVisited = arguments.number("--visits", kNoLimit),
-                                      .allowSlowForPackages = true,
-                                      .includeHidden = hidden,
-                                      .preferAllocatedSize = rank == Rank::disk,
-                                      .keepsZeroAllocation = true},
-                                     cancellation);
+  if (arguments.has("--files")) return largestFirst(service.topFiles(folders, kNoLimit, hidden, cancellation), rank);
+  return itemsInTrees(folders, hidden, filters, context);
 }
 
 std::vector<FileURL> cloudFolders(CommandContext& context) {
@@ -129,9 +175,12 @@ std::vector<FileURL> cloudFolders(CommandContext& context) {
 }
 
 ExitCode runTop(CommandContext& context) {
-  const std::vector<TopItem> items = rankedItems(context);
+  TopFilters filters(context);
+  std::vector<TopItem> items = rankedItems(filters, context);
+  filters.apply(items);
   const Rank rank = rankOf(context.arguments());
-  const std::int64_t most = items.empty() ? 0 : rankedBytes(items.front(), rank);
+  std::int64_t most = 0;
+  for (const TopItem& item : items) most = std::max(most, rankedBytes(item, rank));
   Table table({{.title = "ON DISK", .align = Table::Align::right},
                {.title = "LENGTH", .align = Table::Align::right},
                {.title = "", .barWidth = kFolderBarWidth},
@@ -140,23 +189,31 @@ ExitCode runTop(CommandContext& context) {
     table.addRow({context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes),
                   shareOf(rankedBytes(item, rank), most), context.displayPath(item.url)});
   }
-  showList(context, "items", toJSON(items), table);
+  showList(context, "items", toJSON(items), table, &filters.filters);
   return context.finish();
 }
 
 ExitCode runCloud(CommandContext& context) {
   const TopItemsService& service = context.services().topItems();
+  ListFilters filters(context);
+  std::vector<std::pair<FileURL, CloudStorageSummary>> rows;
+  for (const FileURL& folder : cloudFolders(context)) {
+    const CloudStorageSummary summary =
+        service.cloudSummary({folder}, kNoLimit, kNoLimit, /*allowSlowForPackages=*/true, context.cancellation());
+    // The figures of an interrupted folder would be too small, so drop it.
+    if (context.isInterrupted()) break;
+    rows.emplace_back(folder, summary);
+  }
+  filters.apply(rows, [](const std::pair<FileURL, CloudStorageSummary>& row) {
+    return RowFacts{.name = row.first.path(), .bytes = row.second.localBytes, .urls = {row.first}};
+  });
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
   Table table({{.title = "LOCAL", .align = Table::Align::right},
                {.title = "ONLY IN CLOUD", .align = Table::Align::right},
                {.title = "ALL", .align = Table::Align::right},
                {.title = "LOCAL SHARE", .barWidth = kFolderBarWidth},
                {.title = "FOLDER", .isFlexible = true}});
-  for (const FileURL& folder : cloudFolders(context)) {
-    const CloudStorageSummary summary =
-        service.cloudSummary({folder}, kNoLimit, kNoLimit, /*allowSlowForPackages=*/true, context.cancellation());
-    // The figures of an interrupted folder would be too small, so drop it.
-    if (context.isInterrupted()) break;
+  for (const auto& [folder, summary] : rows) {
     nlohmann::ordered_json row{{"url", toJSON(folder)}};
     row.update(toJSON(summary));
     list.push_back(std::move(row));
@@ -165,38 +222,41 @@ ExitCode runCloud(CommandContext& context) {
                   shareOf(summary.localBytes, checkedAdd(summary.localBytes, summary.cloudOnlyBytes)),
                   context.displayPath(folder)});
   }
-  showList(context, "folders", list, table);
+  showList(context, "folders", list, table, &filters);
   return context.finish();
 }
 
 constexpr std::array kPaths{PositionalRow{.name = "PATH", .help = "Folder, a path on the Mac", .isRepeatable = true}};
-constexpr std::array kTopOptions{
-    kScanOption,
-    OptionRow{.name = "--category",
-              .argument = "C",
-              .help = "Search the folders of a storage category",
-              .choices = kChoices<StorageCategoryID, StorageCategoryID::other>,
-              .excludes = "PATH"},
-    OptionRow{.name = "--files", .help = "List files and packages directly in the folders"},
-    OptionRow{
-        .name = "--children", .help = "List direct children of the folders, including folders", .excludes = "--files"},
-    OptionRow{.name = "--limit", .argument = "N", .help = "List at most N items (default 20)", .isNumber = true},
-    OptionRow{.name = "--depth",
-              .argument = "N",
-              .help = "Search at most N levels deep (default no limit)",
-              .isNumber = true,
-              .excludes = "--files|--children"},
-    OptionRow{.name = "--visits",
-              .argument = "N",
-              .help = "Visit at most N items (default no limit)",
-              .isNumber = true,
-              .excludes = "--files|--children"},
-    OptionRow{.name = "--no-hidden", .help = "Leave out hidden items"},
-    OptionRow{.name = "--by",
-              .argument = "SIZE",
-              .help = "disk: rank by space on disk (default); length: by the larger of space and length",
-              .choices = "disk|length"},
-};
+constexpr std::array kTopOptions =
+    std::array{
+        kScanOption,
+        OptionRow{.name = "--category",
+                  .argument = "C",
+                  .help = "Search the folders of a storage category",
+                  .choices = kChoices<StorageCategoryID, StorageCategoryID::other>,
+                  .excludes = "PATH"},
+        OptionRow{.name = "--files", .help = "List files and packages directly in the folders"},
+        OptionRow{.name = "--children",
+                  .help = "List direct children of the folders, including folders",
+                  .excludes = "--files"},
+        OptionRow{.name = "--depth",
+                  .argument = "N",
+                  .help = "Search at most N levels deep (default no limit)",
+                  .isNumber = true,
+                  .excludes = "--files|--children"},
+        OptionRow{.name = "--visits",
+                  .argument = "N",
+                  .help = "Visit at most N items (default no limit)",
+                  .isNumber = true,
+                  .excludes = "--files|--children"},
+        OptionRow{.name = "--no-hidden", .help = "Leave out hidden items"},
+        OptionRow{.name = "--by",
+                  .argument = "SIZE",
+                  .help = "disk: rank by space on disk (default); length: by the larger of space and length",
+                  .choices = "disk|length"},
+        OptionRow{.name = "--limit", .argument = "N", .help = "List at most N items (default 20)", .isNumber = true},
+    } +
+    kFilters<Filter::minSize, Filter::olderThan, Filter::newerThan, Filter::exclude, Filter::owner, Filter::sort>;
 constexpr std::array kTopExamples{
     ExampleRow{.line = "quarn top ~", .meaning = "the largest files of the home folder"},
     ExampleRow{.line = "quarn top --category documents --limit 50",
@@ -211,6 +271,7 @@ constexpr CommandRow kTopRow{.name = "top",
                              .run = runTop,
                              .hasList = true};
 
+constexpr std::array kCloudOptions = kFilters<Filter::minSize, Filter::exclude, Filter::sort, Filter::limit>;
 constexpr std::array kCloudExamples{
     ExampleRow{.line = "quarn cloud", .meaning = "the cloud folders of the home folder"},
 };
@@ -218,6 +279,7 @@ constexpr CommandRow kCloudRow{.name = "cloud",
                                .summary = "Show local and cloud-only bytes",
                                .description = "Without PATH, inspects the cloud folders of the user.",
                                .positionals = kPaths,
+                               .options = kCloudOptions,
                                .examples = kCloudExamples,
                                .run = runCloud,
                                .hasList = true};

@@ -5,13 +5,17 @@
 #include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/Finds.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/OwnershipMaps.h"
 #include "quarn/commands/ScanOption.h"
+#include "quarn/terminal/Certainty.h"
 #include "quarn/terminal/CountText.h"
 #include "quarn/terminal/OwnerText.h"
+#include "quarn/terminal/PlainText.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
 #include "quarn/wire/RecordJSON.h"
@@ -32,10 +36,15 @@ std::string modesOf(const Artifact& artifact) {
   return letters;
 }
 
-std::string headLine(const Artifact& artifact, CommandContext& context) {
+// What merely resembles the app has a question mark and never the colour of a safe find.
+std::string headLine(const Artifact& artifact, std::size_t depth, CommandContext& context) {
   const std::string size = artifact.size ? context.size(artifact.size->allocatedBytes) : "–";
-  return fmt::format("{:>11}  {}  {:<8}  {:<14}  {:.2f}  {}\n", size, modesOf(artifact), rawValue(artifact.riskLevel),
-                     rawValue(artifact.dataClass), artifact.confidence, escapedForTerminal(artifact.title));
+  const std::string nesting = depth == 0 ? "" : std::string(2 * (depth - 1), ' ') + "└ ";
+  const std::string line = fmt::format("{:>11}  {}  {:<8}  {:<14}  {:.2f}{} {}{}\n", size, modesOf(artifact),
+                                       rawValue(artifact.riskLevel), rawValue(artifact.dataClass), artifact.confidence,
+                                       isUncertain(artifact) ? "?" : " ", nesting, escapedForTerminal(artifact.title));
+  const bool isSureAndSafe = !isUncertain(artifact) || artifact.riskLevel != RiskLevel::safe;
+  return context.out().styled(line, isSureAndSafe ? styleOf(artifact.riskLevel) : Style::warning);
 }
 
 std::string explanationLines(const std::string& explanation, const Terminal& terminal) {
@@ -60,10 +69,10 @@ std::string itemLines(const Artifact& artifact, CommandContext& context) {
   return lines;
 }
 
-std::string artifactText(const Artifact& artifact, CommandContext& context) {
-  std::string text = context.out().styled(headLine(artifact, context), styleOf(artifact.riskLevel));
+std::string artifactText(const Artifact& artifact, std::size_t depth, CommandContext& context) {
+  std::string text = headLine(artifact, depth, context);
   text += itemLines(artifact, context);
-  if (artifact.explanation) text += explanationLines(*artifact.explanation, context.out());
+  if (artifact.explanation) text += explanationLines(plainText(*artifact.explanation), context.out());
   return text;
 }
 
@@ -77,19 +86,56 @@ std::string uninstallerText(const AppInspection& inspection, CommandContext& con
   return table.text(context.out()) + "\n";
 }
 
-SizeInfo totalSize(const AppInspection& inspection) {
-  SizeInfo total;
-  for (const Artifact& artifact : inspection.artifacts) total += artifact.size.value_or(SizeInfo{});
-  return total;
+/// An inspection, and what the command finds out about all of it: which finds are in which, and their size together.
+struct Nested {
+  const AppInspection& inspection;
+  std::vector<std::optional<std::size_t>> holders{};
+  std::optional<UnionSize> together{};  ///< absent without sizes
+};
+
+Nested nested(const AppInspection& inspection, const FindSizes& sizes, CommandContext& context) {
+  Nested result{.inspection = inspection, .holders = sizes.holders(inspection.artifacts)};
+  if (!context.arguments().has("--no-sizes")) result.together = sizes.together(inspection.artifacts);
+  return result;
 }
 
-std::string totalText(const AppInspection& inspection, CommandContext& context) {
-  return fmt::format("{}, {}\n", countText(inspection.artifacts.size(), "artifact"),
-                     context.size(totalSize(inspection).allocatedBytes));
+// The artifacts in order, each followed by those that are in it.
+std::string artifactsText(const Nested& finds, std::optional<std::size_t> holder, std::size_t depth,
+                          CommandContext& context) {
+  std::string text;
+  for (std::size_t i = 0; i < finds.holders.size(); ++i) {
+    if (finds.holders[i] != holder) continue;
+    text += artifactText(finds.inspection.artifacts[i], depth, context);
+    text += artifactsText(finds, i, depth + 1, context);
+  }
+  return text;
 }
 
-nlohmann::ordered_json document(const AppInspection& inspection) {
+std::string totalText(const Nested& finds, CommandContext& context) {
+  const std::vector<Artifact>& artifacts = finds.inspection.artifacts;
+  std::string text = countText(artifacts.size(), "artifact");
+  const auto held = std::count_if(finds.holders.begin(), finds.holders.end(), [](const auto& one) { return one; });
+  if (held > 0) text += fmt::format(" ({} inside others)", held);
+  if (finds.together) text += ", " + context.size(finds.together->size.allocatedBytes);
+  text += "\n";
+  if (finds.together) text += unionNotes(*finds.together, HiddenItems::skip, context);
+  if (std::any_of(artifacts.begin(), artifacts.end(), isUncertain)) {
+    text += "? marks what merely resembles the app: check it before you remove it.\n";
+  }
+  return text;
+}
+
+nlohmann::ordered_json document(const Nested& finds) {
+  const AppInspection& inspection = finds.inspection;
   nlohmann::ordered_json json = toJSON(inspection);
+  json["together"] = finds.together ? unionJSON(*finds.together, HiddenItems::skip) : nlohmann::ordered_json();
+  json["insideOf"] = nlohmann::ordered_json::object();
+  for (std::size_t i = 0; i < finds.holders.size(); ++i) {
+    if (finds.holders[i]) {
+      json["insideOf"][Text::validUTF8(inspection.artifacts[i].id)] =
+          toJSON(inspection.artifacts[*finds.holders[i]].id);
+    }
+  }
   for (const CleanupMode mode : allCases<CleanupMode>()) {
     nlohmann::ordered_json ids = nlohmann::ordered_json::array();
     for (const Artifact& artifact : AppRemovalPlanner::defaultSelectedArtifacts(inspection, mode)) {
@@ -128,21 +174,22 @@ std::optional<AppOwnership> ownershipOf(const AppInspection& inspection, Command
 }
 
 ExitCode inspectAll(CommandContext& context) {
-  const bool isSized = !context.arguments().has("--no-sizes");
   Table table({{.title = "NAME", .isFlexible = true},
                {.title = "FINDS", .align = Table::Align::right},
                {.title = "SIZE", .align = Table::Align::right},
                {.title = "PATH", .isFlexible = true}});
   nlohmann::ordered_json inspections = nlohmann::ordered_json::array();
-  inspectAllApps(context, [&](const AppInspection& inspection) {
+  const FindSizes sizes(context, HiddenItems::skip);
+  inspectAllApps(context, sizes, [&](const AppInspection& inspection) {
+    const Nested finds = nested(inspection, sizes, context);
     if (context.wantsJSON()) {
-      inspections.push_back(document(inspection));
+      inspections.push_back(document(finds));
     } else if (context.wantsLines()) {
-      context.printLines(nlohmann::ordered_json::array({document(inspection)}));
+      context.printLines(nlohmann::ordered_json::array({document(finds)}));
     } else {
       table.addRow({inspection.app.name,
                     std::to_string(inspection.artifacts.size()),
-                    isSized ? context.size(totalSize(inspection).allocatedBytes) : "–",
+                    finds.together ? context.size(finds.together->size.allocatedBytes) : "–",
                     {context.displayPath(inspection.app.bundleURL), Style::dim}});
     }
   });
@@ -156,15 +203,15 @@ ExitCode inspectAll(CommandContext& context) {
   return context.finish();
 }
 
-void showInspection(CommandContext& context, const AppInspection& inspection,
-                    const std::optional<AppOwnership>& ownership) {
+void showInspection(CommandContext& context, const Nested& finds, const std::optional<AppOwnership>& ownership) {
+  const AppInspection& inspection = finds.inspection;
   std::string text = appHeading(inspection.app, context) + "\n" + uninstallerText(inspection, context);
   text += context.out().styled(
       fmt::format("{:>11}  {}  {:<8}  {:<14}  {}  {}\n", "SIZE", "MODE", "RISK", "DATA", "SURE", "WHAT"), Style::dim);
-  for (const Artifact& artifact : inspection.artifacts) text += artifactText(artifact, context);
+  text += artifactsText(finds, std::nullopt, 0, context);
   if (ownership) text += ownershipText(*ownership, context);
   if (context.isInterrupted()) text += "\nIncomplete: interrupted.\n";
-  context.print(text + "\n" + totalText(inspection, context));
+  context.print(text + "\n" + totalText(finds, context));
 }
 
 ExitCode runInspect(CommandContext& context) {
@@ -172,19 +219,21 @@ ExitCode runInspect(CommandContext& context) {
   const bool isAll = context.arguments().has("--all");
   if (!isNamed && !isAll) throw UsageError("inspect requires APP (name, bundle identifier or path of an app) or --all");
   if (isAll) return inspectAll(context);
-  const AppInspection inspection = inspectNamedApp(context);
+  const FindSizes sizes(context, HiddenItems::skip);
+  const AppInspection inspection = inspectNamedApp(context, &sizes);
   if (context.wantsLines()) {
     context.printLines(toJSON(inspection.artifacts));
     return context.finish();
   }
   const std::optional<AppOwnership> ownership = ownershipOf(inspection, context);
+  const Nested finds = nested(inspection, sizes, context);
   if (context.wantsJSON()) {
-    nlohmann::ordered_json json = document(inspection);
+    nlohmann::ordered_json json = document(finds);
     if (ownership) json["ownership"] = toJSON(*ownership);
     if (context.isInterrupted()) json["isComplete"] = false;
     context.printDocument(std::move(json));
   } else {
-    showInspection(context, inspection, ownership);
+    showInspection(context, finds, ownership);
   }
   return context.finish();
 }

@@ -13,6 +13,19 @@
 namespace quarn {
 namespace {
 
+// What a phase looks at.
+std::string_view wordFor(AppInspectionService::Phase phase) {
+  using Phase = AppInspectionService::Phase;
+  switch (phase) {
+    case Phase::artifacts: return "folders and names";
+    case Phase::launchd: return "launchd jobs";
+    case Phase::deepInspector: return "vendor profiles";
+    case Phase::kernelExtensions: return "kernel extensions";
+    case Phase::finalize: return "sizes";
+    default: return rawValue(phase);
+  }
+}
+
 AppInspectionService::Options optionsOf(const Arguments& arguments) {
   AppInspectionService::Options options = usualInspectionOptions();
   if (arguments.has("--no-heuristics")) {
@@ -50,24 +63,27 @@ AppInspection scannedInspection(const Scan& scan, CommandContext& context) {
 
 }  // namespace
 
-AppInspection inspectNamedApp(CommandContext& context) {
+AppInspection inspectNamedApp(CommandContext& context, const FindSizes* sizes) {
   if (const Scan* scan = context.scan()) return scannedInspection(*scan, context);
   const AppInspectionService::Options options = optionsOf(context.arguments());
   const AppEntity app = selectApp(context, context.arguments().positionals.front());
   const auto phases = AppInspectionService::phaseSequence(options);
   std::size_t begun = 0;
   const auto showPhase = [&](AppInspectionService::Phase phase) {
-    context.progress("inspecting " + app.name + ": " + std::string(rawValue(phase)) + " (" + std::to_string(++begun) +
+    context.progress("inspecting " + app.name + ": " + std::string(wordFor(phase)) + " (" + std::to_string(++begun) +
                      "/" + std::to_string(phases.size()) + ")");
   };
   const Cancellation& cancellation = context.cancellation();
+  const Services& services = context.services();
   AppInspection inspection =
-      context.services().appInspection(cancellation).inspect(app, options, showPhase, cancellation);
+      services.appInspection(sizes != nullptr ? sizes->calculator() : services.fileSizeCalculator, cancellation)
+          .inspect(app, options, showPhase, cancellation);
   context.endProgress();
   return inspection;
 }
 
-void inspectAllApps(CommandContext& context, const std::function<void(const AppInspection&)>& consume) {
+void inspectAllApps(CommandContext& context, const FindSizes& sizes,
+                    const std::function<void(const AppInspection&)>& consume) {
   if (const Scan* scan = context.scan()) {
     for (const AppInspection& inspection : scannedInspections(*scan, context)) consume(inspection);
     return;
@@ -78,7 +94,7 @@ void inspectAllApps(CommandContext& context, const std::function<void(const AppI
   std::size_t done = 0;
   context.progress("inspecting " + std::to_string(apps.size()) + " apps");
   context.services()
-      .appInspection(cancellation)
+      .appInspection(sizes.calculator(), cancellation)
       .inspectAll(
           apps, options,
           [&](const AppInspection& inspection) {

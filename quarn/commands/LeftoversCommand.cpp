@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -10,6 +9,7 @@
 #include "QuarnPlatform/text/Text.h"
 #include "QuarnSystem/AppDiscoveryClient.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/Filters.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/OwnershipMaps.h"
@@ -20,22 +20,10 @@
 namespace quarn {
 namespace {
 
-/// "90d": a count and a unit.
-struct AgeUnit {
-  char letter;
-  int days;
-};
-constexpr std::array kAgeUnits{AgeUnit{.letter = 'd', .days = 1}, AgeUnit{.letter = 'w', .days = 7},
-                               AgeUnit{.letter = 'm', .days = 30}, AgeUnit{.letter = 'y', .days = 365}};
-
-std::chrono::days ageOf(const std::string& text) {
-  const std::string digits = text.substr(0, text.empty() ? 0 : text.size() - 1);
-  const bool isNumber = !digits.empty() && digits.size() <= 5 &&
-                        std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-  for (const AgeUnit& unit : kAgeUnits) {
-    if (isNumber && text.back() == unit.letter) return std::chrono::days(std::stoi(digits) * unit.days);
-  }
-  throw UsageError("--older-than: expected a number and d, w, m or y, as in 90d; got \"" + text + "\"");
+bool wantsSizes(const CommandContext& context) {
+  const Arguments& arguments = context.arguments();
+  return arguments.has("--size") || arguments.has("--min-size") ||
+         arguments.text("--sort") == rawValue(ListOrder::size);
 }
 
 // Every home folder to search; the selected one first.
@@ -81,7 +69,7 @@ std::vector<Leftover> leftoversOf(CommandContext& context) {
   const std::vector<AppEntity> apps = appsOf(context, homes);
   std::vector<Leftover> all;
   for (std::size_t i = 0; i < homes.size(); ++i) {
-    const LeftoverOptions options{.computeSizes = context.arguments().has("--size"), .includeSystem = i == 0};
+    const LeftoverOptions options{.computeSizes = wantsSizes(context), .includeSystem = i == 0};
     addLeftovers(all, findLeftovers(mapOfHome(context, apps, homes[i]), options, services.files.withHome(homes[i]),
                                     services.fileSizeCalculator, context.cancellation()));
   }
@@ -93,7 +81,7 @@ std::vector<Leftover> leftoversOf(CommandContext& context) {
 std::vector<Leftover> scannedLeftovers(const Scan& scan, CommandContext& context) {
   refuseWithScan(context, "--all-users", "a scan has the leftovers of one user");
   std::vector<Leftover> leftovers = scan.leftovers();
-  if (context.arguments().has("--size")) return leftovers;
+  if (wantsSizes(context)) return leftovers;
   for (Leftover& leftover : leftovers) {
     leftover.size.reset();
     for (LeftoverItem& item : leftover.items) item.size.reset();
@@ -104,10 +92,29 @@ std::vector<Leftover> scannedLeftovers(const Scan& scan, CommandContext& context
   return leftovers;
 }
 
-// An app whose newest leftover is recent may still be in use, from another volume for example.
-void keepOlder(std::vector<Leftover>& leftovers, std::chrono::days age) {
-  const Date limit = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()) - age;
-  std::erase_if(leftovers, [&](const Leftover& leftover) { return !leftover.modified || *leftover.modified > limit; });
+// By the newest file: an app whose leftovers changed lately may still be in use, from another volume for example.
+RowFacts factsOf(const Leftover& leftover) {
+  RowFacts facts{.name = leftover.owner.name, .modified = leftover.modified, .owners = {leftover.owner.name}};
+  if (leftover.size) facts.bytes = leftover.size->allocatedBytes;
+  if (leftover.owner.bundleIdentifier) facts.owners.push_back(*leftover.owner.bundleIdentifier);
+  return facts;
+}
+
+// What is left of an app without the excluded items; nothing if all are.
+void exclude(std::vector<Leftover>& leftovers, ListFilters& filters) {
+  if (!filters.has(Filter::exclude)) return;
+  for (Leftover& leftover : leftovers) {
+    std::erase_if(leftover.items, [&](const LeftoverItem& item) {
+      const bool isExcluded = filters.excludes(item.url);
+      if (!isExcluded) return false;
+      const std::int64_t bytes = item.size ? item.size->allocatedBytes : 0;
+      if (item.size) leftover.size->allocatedBytes -= bytes;
+      if (item.size) leftover.size->logicalBytes -= item.size->logicalBytes;
+      filters.leaveOut({.rows = 1, .bytes = bytes});
+      return true;
+    });
+  }
+  std::erase_if(leftovers, [](const Leftover& leftover) { return leftover.items.empty(); });
 }
 
 std::string dayOf(const std::optional<Date>& date) { return date ? toISO8601(*date).substr(0, 10) : "–"; }
@@ -131,23 +138,23 @@ Table tableOf(CommandContext& context, const std::vector<Leftover>& leftovers) {
 }
 
 ExitCode runLeftovers(CommandContext& context) {
-  const auto age = context.arguments().text("--older-than");
-  const auto days = age ? std::optional(ageOf(*age)) : std::nullopt;
+  ListFilters filters(context);
   const Scan* scan = context.scan();
   std::vector<Leftover> leftovers = scan != nullptr ? scannedLeftovers(*scan, context) : leftoversOf(context);
-  if (days) keepOlder(leftovers, *days);
-  showList(context, "leftovers", toJSON(leftovers), tableOf(context, leftovers));
+  exclude(leftovers, filters);
+  filters.apply(leftovers, factsOf);
+  showList(context, "leftovers", toJSON(leftovers), tableOf(context, leftovers), &filters);
   return context.finish();
 }
 
-constexpr std::array kLeftoversOptions{
-    kScanOption,
-    OptionRow{.name = "--size", .help = "Size the leftovers, and list the largest first"},
-    OptionRow{.name = "--older-than",
-              .argument = "AGE",
-              .help = "List only apps whose leftovers did not change for AGE: 90d, 12w, 6m or 2y"},
-    OptionRow{.name = "--all-users", .help = "Search the home folders of all users of the volume"},
-};
+constexpr std::array kLeftoversOptions =
+    std::array{
+        kScanOption,
+        OptionRow{.name = "--size", .help = "Size the leftovers, and list the largest first"},
+        OptionRow{.name = "--all-users", .help = "Search the home folders of all users of the volume"},
+    } +
+    kFilters<Filter::minSize, Filter::olderThan, Filter::newerThan, Filter::exclude, Filter::owner, Filter::sort,
+             Filter::limit>;
 constexpr std::array kLeftoversExamples{
     ExampleRow{.line = "quarn leftovers", .meaning = "the files of apps that are not installed"},
     ExampleRow{.line = "quarn leftovers --size --older-than 90d", .meaning = "only old leftovers, the largest first"},

@@ -1,27 +1,45 @@
 #include "quarn/commands/ListOutput.h"
 
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "quarn/commands/Filters.h"
+#include "quarn/terminal/CountText.h"
 
 namespace quarn {
 
-void showTable(CommandContext& context, const Table& table) {
+namespace {
+
+// "12 rows left out, 4.50 GB on disk."
+std::string leftOutText(const LeftOut& leftOut, CommandContext& context) {
+  if (leftOut.rows == 0) return "";
+  const std::string size = leftOut.bytes > 0 ? ", " + context.size(leftOut.bytes) + " on disk" : "";
+  return "\n" + countText(static_cast<std::uint64_t>(leftOut.rows), "row") + " left out" + size + ".\n";
+}
+
+}  // namespace
+
+void showTable(CommandContext& context, const Table& table, const ListFilters* filters) {
   if (!table.isEmpty()) {
     context.print(table.text(context.out()));
   } else if (!context.unread().isIncomplete() && !context.isInterrupted()) {
     context.warn("nothing found");
   }
+  if (filters != nullptr) context.print(leftOutText(filters->leftOut(), context));
   if (context.isInterrupted()) context.print("\nIncomplete: interrupted.\n");
 }
 
-void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table) {
+void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table,
+              const ListFilters* filters) {
   if (context.wantsJSON()) {
     nlohmann::ordered_json members{{std::string(name), list}};
+    if (filters != nullptr && filters->leftOut().rows > 0) {
+      members["leftOut"] = {{"rows", filters->leftOut().rows}, {"bytes", filters->leftOut().bytes}};
+    }
     if (context.isInterrupted()) members["isComplete"] = false;
     context.printDocument(std::move(members));
   } else if (context.wantsLines()) {
     context.printLines(list);
   } else {
-    showTable(context, table);
+    showTable(context, table, filters);
   }
 }
 

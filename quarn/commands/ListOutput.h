@@ -9,12 +9,16 @@
 
 namespace quarn {
 
-/// Prints a table. For an empty table, warns "nothing found", unless items could not be read or the command was
-/// interrupted. After an interruption, also prints that the list is incomplete.
-void showTable(CommandContext& context, const Table& table);
+class ListFilters;
+
+/// Prints a table, and below it what `filters` left out, if it is not null. For an empty table, warns "nothing found",
+/// unless items could not be read or the command was interrupted. After an interruption, also prints that the list is
+/// incomplete.
+void showTable(CommandContext& context, const Table& table, const ListFilters* filters = nullptr);
 
 /// Prints a list as the options require: a JSON document with the list as the member `name`, one JSON value per line,
-/// or the table.
-void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table);
+/// or the table. A document says in the member "leftOut" what `filters` left out.
+void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table,
+              const ListFilters* filters = nullptr);
 
 }  // namespace quarn

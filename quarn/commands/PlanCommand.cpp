@@ -1,14 +1,20 @@
 #include <algorithm>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
 #include "QuarnCore/discovery/ArtifactSizing.h"
 #include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/paths/PathSet.h"
+#include "QuarnSystem/UnionSizes.h"
 #include "quarn/commands/Choices.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/Finds.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/OwnershipMaps.h"
+#include "quarn/terminal/Certainty.h"
+#include "quarn/terminal/PlainText.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
 #include "quarn/wire/RecordJSON.h"
@@ -46,54 +52,125 @@ std::optional<std::vector<Artifact>> wholeVolumeSelection(const AppInspection& i
   return chosen;
 }
 
-/// The size of each item of a step. An inspection sizes whole artifacts, not their items.
-class ItemSizes {
+/// What a plan removes, sized: each item, each step and all steps.
+class PlanSizes {
  public:
-  explicit ItemSizes(CommandContext& context) : calculator_(context.services().fileSizeCalculator) {}
+  explicit PlanSizes(CommandContext& context)
+      : context_(context), volume_(context.services().files, HiddenItems::include) {}
 
-  [[nodiscard]] std::optional<SizeInfo> of(const FileURL& url) const {
-    try {
-      return calculator_.itemSize(url, /*allowSlow=*/true, /*includeHidden=*/false);
-    } catch (const FileError&) {
-      return std::nullopt;
+  [[nodiscard]] std::string text(const FileURL& url) const {
+    const bool exists = context_.services().files.facts(url, Links::doNotFollow).has_value();
+    return exists ? context_.size(together({url}).size.allocatedBytes) : "–";
+  }
+  [[nodiscard]] UnionSize together(const std::vector<FileURL>& urls) const {
+    return volume_.of(urls, context_.cancellation());
+  }
+  [[nodiscard]] UnionSize together(const AppRemovalPlanPreview& plan) const {
+    std::vector<FileURL> urls;
+    for (const RemovalOperationPreview& operation : plan.operations) {
+      if (moves(operation)) urls.insert(urls.end(), operation.urls.begin(), operation.urls.end());
     }
+    return together(urls);
+  }
+
+  [[nodiscard]] static bool moves(const RemovalOperationPreview& operation) {
+    return operation.type == RemovalOperationPreview::Type::moveToTrash ||
+           operation.type == RemovalOperationPreview::Type::moveToQuarantine;
   }
 
  private:
-  const FileSizeCalculator& calculator_;
+  CommandContext& context_;
+  UnionSizes volume_;
 };
 
-std::string operationText(const RemovalOperationPreview& operation, std::size_t number, CommandContext& context) {
-  std::string text =
-      fmt::format("{}. {}{}{}\n", number, rawValue(operation.type), operation.reversible ? ", can be undone" : "",
-                  operation.requiresAdmin ? ", may need administrator rights" : "");
-  text = context.out().styled(text, Style::heading);
-  if (operation.explanation) text += "   " + escapedForTerminal(*operation.explanation) + "\n";
-  const ItemSizes sizes(context);
-  const std::size_t shown = context.isVerbose() ? operation.urls.size() : std::min(operation.urls.size(), kShownPaths);
-  for (std::size_t i = 0; i < shown; ++i) {
-    const std::optional<SizeInfo> size = sizes.of(operation.urls[i]);
-    text += fmt::format("   {:>11}  {}\n", size ? context.size(size->allocatedBytes) : "–",
-                        escapedForTerminal(context.displayPath(operation.urls[i])));
+/// The items that are in uncertain finds alone.
+class UncertainItems {
+ public:
+  UncertainItems(const std::vector<Artifact>& selected, const FileManager& files) : files_(files) {
+    for (const Artifact& artifact : selected) {
+      if (isUncertain(artifact)) continue;
+      for (const FileURL& url : artifact.urls) sure_.insert(files.standardizedPath(url));
+    }
+    for (const Artifact& artifact : selected) {
+      if (!isUncertain(artifact)) continue;
+      for (const FileURL& url : artifact.urls) uncertain_.insert(files.standardizedPath(url));
+    }
   }
-  if (shown < operation.urls.size()) text += fmt::format("   and {} more\n", operation.urls.size() - shown);
+  [[nodiscard]] bool holds(const FileURL& url) const {
+    const std::string path = files_.standardizedPath(url);
+    return uncertain_.contains(path) && !sure_.covers(path);
+  }
+
+ private:
+  const FileManager& files_;
+  PathSet sure_;
+  std::unordered_set<std::string> uncertain_;
+};
+
+std::string itemsText(const std::vector<FileURL>& urls, const PlanSizes& sizes, CommandContext& context) {
+  const std::size_t shown = context.isVerbose() ? urls.size() : std::min(urls.size(), kShownPaths);
+  std::string text;
+  for (std::size_t i = 0; i < shown; ++i) {
+    text += fmt::format("   {:>11}  {}\n", sizes.text(urls[i]), escapedForTerminal(context.displayPath(urls[i])));
+  }
+  if (shown < urls.size()) text += fmt::format("   and {} more\n", urls.size() - shown);
   return text;
 }
 
-std::string planText(const AppRemovalPlanPreview& plan, CommandContext& context) {
+std::string operationText(const RemovalOperationPreview& operation, const UncertainItems& uncertain,
+                          const PlanSizes& sizes, CommandContext& context) {
+  std::string title(stepTitle(operation.type));
+  if (PlanSizes::moves(operation)) title += ", " + context.size(sizes.together(operation.urls).size.allocatedBytes);
+  if (operation.reversible) title += ", can be undone";
+  if (operation.requiresAdmin) title += ", may need administrator rights";
+  std::string text = context.out().styled(title + "\n", Style::heading);
+  if (operation.explanation) text += "   " + escapedForTerminal(plainText(*operation.explanation)) + "\n";
+  std::vector<FileURL> sure;
+  std::vector<FileURL> doubtful;
+  for (const FileURL& url : operation.urls) {
+    (PlanSizes::moves(operation) && uncertain.holds(url) ? doubtful : sure).push_back(url);
+  }
+  text += itemsText(sure, sizes, context);
+  if (doubtful.empty()) return text;
+  text +=
+      context.out().styled("   ! These merely resemble the app. Check each before you remove it:\n", Style::warning);
+  return text + itemsText(doubtful, sizes, context);
+}
+
+std::string planText(const AppRemovalPlanPreview& plan, const std::vector<Artifact>& selected, const PlanSizes& sizes,
+                     CommandContext& context) {
   std::string text = appHeading(plan.app, context) + "\n";
   text += fmt::format("Plan: {}. This is a preview; quarn never executes a plan.\n\n", rawValue(plan.mode));
+  const UncertainItems uncertain(selected, context.services().files);
   std::size_t number = 0;
   for (const RemovalOperationPreview& operation : plan.operations) {
-    text += operationText(operation, ++number, context);
+    text += fmt::format("{}. {}", ++number, operationText(operation, uncertain, sizes, context));
   }
   if (plan.operations.empty()) text += "Nothing to do.\n";
   text += "\nNotes:\n";
   for (std::size_t i = 0; i < plan.notes.size(); ++i) {
-    const std::string line = fmt::format("  {} {}\n", i == 0 ? " " : "!", escapedForTerminal(plan.notes[i]));
+    const std::string line = fmt::format("  {} {}\n", i == 0 ? " " : "!", escapedForTerminal(plainText(plan.notes[i])));
     text += context.out().styled(line, i == 0 ? Style::plain : Style::warning);
   }
-  return text + fmt::format("\nEstimated: {}\n", context.size(plan.estimatedBytes));
+  const UnionSize together = sizes.together(plan);
+  return text + fmt::format("\nEstimated: {}\n", context.size(together.size.allocatedBytes)) +
+         unionNotes(together, HiddenItems::include, context);
+}
+
+nlohmann::ordered_json planDocument(const AppRemovalPlanPreview& plan, const std::vector<Artifact>& selected,
+                                    const PlanSizes& sizes) {
+  nlohmann::ordered_json document = toJSON(plan);
+  for (std::size_t i = 0; i < plan.operations.size(); ++i) {
+    document["operations"][i]["together"] = unionJSON(sizes.together(plan.operations[i].urls), HiddenItems::include);
+  }
+  document["together"] = unionJSON(sizes.together(plan), HiddenItems::include);
+  document["selectedArtifacts"] = toJSON(selected);
+  document["uncertainArtifacts"] = nlohmann::ordered_json::array();
+  for (const Artifact& artifact : selected) {
+    if (isUncertain(artifact)) document["uncertainArtifacts"].push_back(toJSON(artifact.id));
+  }
+  document["isCarriedOut"] = false;
+  return document;
 }
 
 ExitCode runPlan(CommandContext& context) {
@@ -101,19 +178,18 @@ ExitCode runPlan(CommandContext& context) {
   const AppInspection inspection = inspectNamedApp(context);
   // A plan for a partial inspection would look complete.
   if (context.isInterrupted()) throw CommandError(ExitCode::interrupted, "interrupted before the plan was made");
-  const auto selected = context.arguments().has("--whole-volume") ? wholeVolumeSelection(inspection, mode, context)
-                                                                  : selection(inspection, context.arguments());
+  const auto chosen = context.arguments().has("--whole-volume") ? wholeVolumeSelection(inspection, mode, context)
+                                                                : selection(inspection, context.arguments());
+  const std::vector<Artifact> selected =
+      chosen ? *chosen : AppRemovalPlanner::defaultSelectedArtifacts(inspection, mode);
   const AppRemovalPlanPreview plan = context.services().appRemovalPlanner.buildPreview(inspection, mode, selected);
+  const PlanSizes sizes(context);
   if (context.wantsJSON()) {
-    nlohmann::ordered_json document = toJSON(plan);
-    document["selectedArtifacts"] =
-        toJSON(selected ? *selected : AppRemovalPlanner::defaultSelectedArtifacts(inspection, mode));
-    document["isCarriedOut"] = false;
-    context.printDocument(std::move(document));
+    context.printDocument(planDocument(plan, selected, sizes));
   } else if (context.wantsLines()) {
-    context.printLines(toJSON(plan)["operations"]);
+    context.printLines(planDocument(plan, selected, sizes)["operations"]);
   } else {
-    context.print(planText(plan, context));
+    context.print(planText(plan, selected, sizes, context));
   }
   return context.finish();
 }

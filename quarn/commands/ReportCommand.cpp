@@ -9,6 +9,7 @@
 #include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/Finds.h"
 #include "quarn/commands/HostOutput.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/OwnershipMaps.h"
@@ -87,7 +88,9 @@ VolumeReport volumeReport(CommandContext& context) {
 }
 
 AppReport appReport(CommandContext& context) {
-  AppReport report{.inspection = inspectNamedApp(context)};
+  const FindSizes sizes(context, HiddenItems::skip);
+  AppReport report{.inspection = inspectNamedApp(context, &sizes)};
+  report.together = sizes.together(report.inspection.artifacts).size;
   for (const Artifact& artifact : report.inspection.artifacts) report.selectedBy.push_back(selectingModes(artifact));
   for (const CleanupMode mode : allCases<CleanupMode>()) {
     report.plans.push_back(context.services().appRemovalPlanner.buildPreview(report.inspection, mode));

@@ -6,6 +6,7 @@
 #include "quarn/commands/Choices.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/Filters.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/report/Share.h"
@@ -20,6 +21,7 @@ using Sizes = StorageDashboardService::CategorySizes;
 
 constexpr std::size_t kBarWidth = 24;
 constexpr std::size_t kLiveBarWidth = 8;
+constexpr std::array kStorageFilters = kFilters<Filter::minSize, Filter::exclude, Filter::sort, Filter::limit>;
 
 std::int64_t allocatedSum(const Sizes& sizes) {
   std::int64_t sum = 0;
@@ -206,7 +208,7 @@ std::vector<SizedRoot> listedRoots(StorageCategoryID category, CommandContext& c
   return rows;
 }
 
-ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
+ExitCode showCategory(StorageCategoryID category, ListFilters& filters, CommandContext& context) {
   const Scan* kept = context.scan();
   const bool areListed = context.arguments().has("--roots");
   std::vector<SizedRoot> rows = kept != nullptr ? scannedRoots(category, *kept, areListed)
@@ -215,6 +217,11 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
   sortBySize(rows);
   SizeInfo total;
   for (const SizedRoot& row : rows) total += row.size.value_or(SizeInfo{});
+  filters.apply(rows, [](const SizedRoot& row) {
+    return RowFacts{.name = row.url.path(),
+                    .bytes = row.size ? std::optional(row.size->allocatedBytes) : std::nullopt,
+                    .urls = {row.url}};
+  });
   Table table({{.title = "ON DISK", .align = Table::Align::right},
                {.title = "LENGTH", .align = Table::Align::right},
                {.title = "", .barWidth = kBarWidth},
@@ -233,32 +240,45 @@ ExitCode showCategory(StorageCategoryID category, CommandContext& context) {
     context.printDocument({{"category", rawValue(category)},
                            {"size", rows.empty() ? nlohmann::ordered_json() : toJSON(total)},
                            {"roots", std::move(list)},
+                           {"leftOut", {{"rows", filters.leftOut().rows}, {"bytes", filters.leftOut().bytes}}},
                            {"isComplete", isComplete}});
   } else if (context.wantsLines()) {
     context.printLines(list);
   } else {
     context.print(fmt::format("{}  {} on disk, {} long\n\n", rawValue(category), context.size(total.allocatedBytes),
                               context.size(total.logicalBytes)));
-    showTable(context, table);
+    showTable(context, table, &filters);
   }
   return context.finish();
+}
+
+// The overview always has all categories.
+void refuseFilters(const Arguments& arguments) {
+  for (const OptionRow& filter : kStorageFilters) {
+    if (arguments.has(filter.name)) throw UsageError(std::string(filter.name) + " requires a CATEGORY");
+  }
 }
 
 ExitCode runStorage(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
   if (words.empty() && context.arguments().has("--roots")) throw UsageError("--roots requires a CATEGORY");
+  ListFilters filters(context);
+  if (words.empty()) refuseFilters(context.arguments());
   if (words.empty()) return showOverview(context);
-  return showCategory(fromRawValue<StorageCategoryID>(words.front()).value(), context);
+  return showCategory(fromRawValue<StorageCategoryID>(words.front()).value(), filters, context);
 }
 
 constexpr std::array kStoragePositionals{
     PositionalRow{.name = "CATEGORY",
                   .help = kChoiceList<StorageCategoryID, StorageCategoryID::other>,
                   .choices = kChoices<StorageCategoryID, StorageCategoryID::other>}};
-constexpr std::array kStorageOptions{
-    OptionRow{.name = "--roots", .help = "Size the folders that CATEGORY lists, whatever category their items have"},
-    kScanOption,
-};
+constexpr std::array kStorageOptions =
+    std::array{
+        OptionRow{.name = "--roots",
+                  .help = "Size the folders that CATEGORY lists, whatever category their items have"},
+        kScanOption,
+    } +
+    kStorageFilters;
 constexpr std::array kStorageExamples{
     ExampleRow{.line = "quarn storage", .meaning = "every category"},
     ExampleRow{.line = "quarn storage development", .meaning = "one category, folder by folder"},

@@ -14,6 +14,7 @@
 #include "quarn/commands/AppSelection.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/Filters.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
@@ -86,6 +87,9 @@ std::vector<CheckedFile> checkFolder(const std::string& folder) {
       paths.push_back(entry.path());
     }
   }
+  if (paths.empty()) {
+    throw CommandError(ExitCode::notFound, escapedForTerminal(folder) + " has no profiles (files that end in .json)");
+  }
   std::sort(paths.begin(), paths.end());
   std::vector<CheckedFile> checked;
   std::transform(paths.begin(), paths.end(), std::back_inserter(checked), checkProfile);
@@ -116,10 +120,13 @@ ExitCode runCheck(CommandContext& context) {
 
 ExitCode runVendors(CommandContext& context) {
   if (!context.arguments().positionals.empty()) return runCheck(context);
+  ListFilters filters(context);
   const VendorProfileRegistry& registry = context.services().vendorProfiles();
   const std::optional<std::string> app = context.arguments().text("--match");
-  const std::vector<VendorProfile> profiles =
-      app ? registry.matchingProfiles(selectApp(context, *app)) : registry.profiles();
+  std::vector<VendorProfile> profiles = app ? registry.matchingProfiles(selectApp(context, *app)) : registry.profiles();
+  filters.apply(profiles, [](const VendorProfile& profile) {
+    return RowFacts{.name = profile.displayName, .category = VendorPathHintIndex::category(profile.id)};
+  });
   Table table({{.title = "ID"},
                {.title = "NAME", .isFlexible = true},
                {.title = "CATEGORY"},
@@ -133,17 +140,22 @@ ExitCode runVendors(CommandContext& context) {
                   std::to_string(profile.artifacts.size() + profile.carveOuts.size()),
                   {fmt::format("{}", fmt::join(profile.match.bundleIDs, " ")), Style::dim}});
   }
-  showList(context, "profiles", toJSON(profiles), table);
+  showList(context, "profiles", toJSON(profiles), table, &filters);
   return context.finish();
 }
 
 constexpr std::array kVendorsPositionals{
     PositionalRow{.name = "check", .help = "Check the profiles in DIR and print their errors", .choices = "check"},
     PositionalRow{.name = "DIR", .help = "Folder of profiles on this machine", .isHostPath = true}};
-constexpr std::array kVendorsOptions{
-    OptionRow{
-        .name = "--match", .argument = "APP", .help = "List only the profiles that match APP", .excludes = "check"},
-};
+constexpr std::array kVendorsOptions =
+    std::array{
+        OptionRow{.name = "--match",
+                  .argument = "APP",
+                  .help = "List only the profiles that match APP",
+                  .excludes = "check",
+                  .needsVolume = true},
+    } +
+    kFilters<Filter::category, Filter::sort, Filter::limit>;
 constexpr std::array kVendorsExamples{
     ExampleRow{.line = "quarn vendors", .meaning = "the built-in profiles"},
     ExampleRow{.line = "quarn vendors --match Slack", .meaning = "the profiles that match an app"},

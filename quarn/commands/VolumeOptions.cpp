@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "QuarnPlatform/files/ReadReport.h"
 #include "quarn/commands/CommandError.h"
 #include "quarn/terminal/TerminalText.h"
 
@@ -54,7 +55,9 @@ std::string homeProblem(const FileManager& files) {
     return facts.type == FileType::directory ? "" : home + " is not a folder";
   } catch (const FileError& error) {
     const bool isMissing = error.error() == ENOENT || error.error() == ENOTDIR;
-    return home + (isMissing ? " is not on the volume" : std::string(": ") + std::strerror(error.error()));
+    if (isMissing) return home + " is not on the volume";
+    const std::string_view remedy = remedyFor(unreadableCause(error.error()));
+    return home + ": " + std::strerror(error.error()) + (remedy.empty() ? "" : " (" + std::string(remedy) + ")");
   }
 }
 
@@ -80,6 +83,15 @@ void addOption(Arguments& arguments, const std::string& option, const char* vari
   arguments.options[option] = {value};
 }
 
+// By its command, or by an option of a command that otherwise works without a volume.
+bool needsVolume(const Arguments& arguments) {
+  if (arguments.command == nullptr) return false;
+  const std::span<const OptionRow> options = arguments.command->options;
+  return arguments.command->needsVolume || std::any_of(options.begin(), options.end(), [&](const OptionRow& option) {
+           return option.needsVolume && arguments.has(option.name);
+         });
+}
+
 FileManager volumeAt(const std::optional<std::string>& folder, AccessTimes accessTimes) {
   return folder ? FileManager::mounted(*folder, FileURL("/Users"), accessTimes) : FileManager::host(accessTimes);
 }
@@ -91,7 +103,7 @@ FileManager openVolume(const Arguments& arguments) {
   const std::optional<std::string> homeText = arguments.text("--home");
   const bool isForensic = arguments.has("--forensic");
   FileManager files = volumeAt(volume, isForensic ? AccessTimes::keepOrFail : AccessTimes::keepIfPermitted);
-  if (!volume && arguments.command != nullptr && arguments.command->needsVolume) refuseOtherSystems(files);
+  if (!volume && needsVolume(arguments)) refuseOtherSystems(files);
   if (isForensic) refuseChangingAccessTimes(files);
   if (volume && !homeText) return files.withHome(onlyHome(files));
   if (!homeText) return files;

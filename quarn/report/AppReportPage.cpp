@@ -6,8 +6,10 @@
 
 #include "quarn/report/Html.h"
 #include "quarn/report/ReportParts.h"
+#include "quarn/terminal/Certainty.h"
 #include "quarn/terminal/CountText.h"
 #include "quarn/terminal/PathText.h"
+#include "quarn/terminal/PlainText.h"
 
 namespace quarn {
 namespace {
@@ -43,14 +45,6 @@ constexpr std::array<Words, 4> kModes{
     Words{.title = "Data without the app", .meaning = "Data"},
     Words{.title = "The app and its caches", .meaning = "App"},
     Words{.title = "Everything", .meaning = "All"},
-};
-constexpr std::array<Words, 6> kSteps{
-    Words{.title = "Open the uninstaller"},
-    Words{.title = "Move to the Trash"},
-    Words{.title = "Move to quarantine"},
-    Words{.title = "Delete permanently"},
-    Words{.title = "Disable launch services"},
-    Words{.title = "Quit the app"},
 };
 // clang-format on
 
@@ -88,9 +82,8 @@ std::int64_t sumOf(const AppReport& report, Predicate predicate) {
 
 std::vector<Fact> facts(const AppReport& report) {
   const SizeUnits units = report.frame.units;
-  const std::int64_t total = sumOf(report, [](const Artifact&) { return true; });
-  std::vector<Fact> result{
-      {"On disk", sizeText(total, units), countText(report.inspection.artifacts.size(), "artifact")}};
+  std::vector<Fact> result{{"On disk", sizeText(report.together.allocatedBytes, units),
+                            countText(report.inspection.artifacts.size(), "artifact")}};
   for (const RiskLevel risk : allCases<RiskLevel>()) {
     const std::int64_t part = sumOf(report, [&](const Artifact& artifact) { return artifact.riskLevel == risk; });
     result.push_back({wordsOf(kRisks, risk).title, sizeText(part, units), std::string(wordsOf(kRisks, risk).meaning),
@@ -152,10 +145,11 @@ std::string modeCells(const std::vector<CleanupMode>& modes) {
 std::string artifactRow(const AppReport& report, std::size_t index) {
   const Artifact& artifact = report.inspection.artifacts[index];
   return fmt::format(
-      "<tr id=\"{}\"><td class=\"n\">{}</td><td class=\"w\">{}</td><td><strong>{}</strong>{}{}</td>{}<td class=\"n "
+      "<tr id=\"{}\"><td class=\"n\">{}</td><td class=\"w\">{}</td><td><strong>{}</strong>{}{}{}</td>{}<td class=\"n "
       "wide\">{:.0f} %</td></tr>\n",
       rowID(index), sizeOf(artifact, report.frame.units), riskBadge(artifact.riskLevel), htmlName(artifact.title),
-      htmlParagraphs(artifact.explanation.value_or("")), pathList(artifact.urls, report.frame.home),
+      isUncertain(artifact) ? " <span class=\"badge caution\">merely resembles the app</span>" : "",
+      htmlParagraphs(plainText(artifact.explanation.value_or(""))), pathList(artifact.urls, report.frame.home),
       modeCells(report.selectedBy[index]), artifact.confidence * 100);
 }
 
@@ -268,15 +262,15 @@ std::string planTable(const AppReport& report) {
 }
 
 std::string stepItem(const RemovalOperationPreview& step, const FileURL& home) {
-  return fmt::format("<li><strong>{}</strong><span class=\"dim\">{}{}</span>{}{}</li>\n",
-                     wordsOf(kSteps, step.type).title, step.reversible ? " · can be undone" : "",
+  return fmt::format("<li><strong>{}</strong><span class=\"dim\">{}{}</span>{}{}</li>\n", stepTitle(step.type),
+                     step.reversible ? " · can be undone" : "",
                      step.requiresAdmin ? " · may need administrator rights" : "",
-                     htmlParagraphs(step.explanation.value_or("")), pathList(step.urls, home));
+                     htmlParagraphs(plainText(step.explanation.value_or(""))), pathList(step.urls, home));
 }
 
 std::string planDetails(const AppRemovalPlanPreview& plan, const ReportFrame& frame) {
   std::string notes;
-  for (const std::string& note : plan.notes) notes += "<li>" + html(note) + "</li>\n";
+  for (const std::string& note : plan.notes) notes += "<li>" + html(plainText(note)) + "</li>\n";
   std::string steps;
   for (const RemovalOperationPreview& step : plan.operations) steps += stepItem(step, frame.home);
   return fmt::format(

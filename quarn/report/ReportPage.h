@@ -47,6 +47,7 @@ struct VolumeReport {
 struct AppReport {
   ReportFrame frame{};
   AppInspection inspection{};
+  SizeInfo together{};                                 ///< of all artifacts, without counting anything twice
   std::vector<std::vector<CleanupMode>> selectedBy{};  ///< per artifact: the modes that select it by default
   std::vector<AppRemovalPlanPreview> plans{};          ///< one per cleanup mode
   AppOwnership ownership{};                            ///< what the map of the whole volume says

@@ -120,7 +120,7 @@ std::string unreadSection(const ReportFrame& frame) {
   if (unread.count() == 0) return "";
   std::string causes;
   for (const UnreadSummary::Cause& cause : unread.causes) {
-    if (cause.count > 0) causes += "<li>" + causeLine(cause) + "</li>\n";
+    if (cause.count > 0) causes += "<li>" + noteLine(frame.unread, cause, /*areListed=*/true) + "</li>\n";
   }
   std::string rows;
   const std::size_t listed = std::min(unread.items.size(), kListedUnread);

@@ -8,6 +8,7 @@
 #include "quarn/report/ReportParts.h"
 #include "quarn/report/Share.h"
 #include "quarn/terminal/PathText.h"
+#include "quarn/terminal/PlainText.h"
 
 namespace quarn {
 namespace {
@@ -72,7 +73,7 @@ std::string categoryTable(const VolumeReport& report) {
 std::string hintText(const std::optional<VendorPathHint>& hint) {
   if (!hint) return "";
   return fmt::format("<div class=\"dim\">{}: {}{}</div>", html(hint->vendorName), html(hint->artifactTitle),
-                     hint->explanation ? ". " + html(*hint->explanation) : "");
+                     hint->explanation ? ". " + html(plainText(*hint->explanation)) : "");
 }
 
 /// A table of items: its id, caption and rows.

@@ -53,10 +53,10 @@ std::unique_ptr<Services> Services::forRequest(std::shared_ptr<ReadReport> repor
 }
 
 AppInspectionService Services::appInspection(const Cancellation& cancellation) const {
-  return inspectionWith(fileSizeCalculator, cancellation);
+  return appInspection(fileSizeCalculator, cancellation);
 }
 
-AppInspectionService Services::inspectionWith(const FileSizeCalculator& sizes, const Cancellation& cancellation) const {
+AppInspectionService Services::appInspection(const FileSizeCalculator& sizes, const Cancellation& cancellation) const {
   const FileManager polled = files.cancelledBy(cancellation);
   const ReceiptScanner receipts = ReceiptScanner::answering(ReceiptSnapshot::of(polled));
   const KernelExtensionService extensions = KernelExtensionService::snapshot(polled, sizes);
@@ -83,7 +83,7 @@ ScanStore Services::scanStore() const {
        .ownership = ownership(),
        .dashboard = [this](const FileSizeCalculator& sizes) { return storageDashboardWith(sizes); },
        .inspection = [this](const FileSizeCalculator& sizes,
-                            const Cancellation& cancellation) { return inspectionWith(sizes, cancellation); },
+                            const Cancellation& cancellation) { return appInspection(sizes, cancellation); },
        .extensions = [this](const FileSizeCalculator& sizes) { return KernelExtensionService::live(files, sizes); }},
       files};
 }

@@ -48,6 +48,9 @@ struct Services {
   /// An inspection service for one app or several. It caches the data that phases and apps share. Its system
   /// clients stop soon after `cancellation` is set; pass the same one to `inspect`.
   [[nodiscard]] AppInspectionService appInspection(const Cancellation& cancellation = Cancellation::never()) const;
+  /// The same, but sizes artifacts with `sizes`.
+  [[nodiscard]] AppInspectionService appInspection(const FileSizeCalculator& sizes,
+                                                   const Cancellation& cancellation) const;
   /// A service for a map of the whole volume. It caches what the map asks of the system.
   [[nodiscard]] OwnershipService ownership() const;
 
@@ -86,8 +89,6 @@ struct Services {
  private:
   /// `shared` has the data of the resources, or is null: then they are loaded.
   Services(FileManager volume, ResourceBundle shippedResources, const Services* shared);
-  [[nodiscard]] AppInspectionService inspectionWith(const FileSizeCalculator& sizes,
-                                                    const Cancellation& cancellation) const;
 };
 
 }  // namespace quarn

@@ -12,6 +12,7 @@ namespace {
 constexpr std::size_t kGap = 2;
 constexpr std::size_t kNarrowestFlexible = 12;
 constexpr std::size_t kNarrowestBar = 4;
+constexpr std::size_t kIndentBelow = 4;
 
 std::string padded(const std::string& text, std::size_t width, Table::Align align) {
   const std::size_t taken = displayWidth(text);
@@ -32,15 +33,47 @@ void Table::addRow(std::vector<Cell> cells) {
   rows_.push_back(std::move(cells));
 }
 
-std::vector<std::size_t> Table::widths(const Terminal& terminal) const {
+// The widths of the first `columns` columns.
+std::vector<std::size_t> Table::widths(const Terminal& terminal, std::size_t columns) const {
   std::vector<std::size_t> result;
   std::size_t sum = 0;
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
+  for (std::size_t i = 0; i < columns; ++i) {
     result.push_back(naturalWidth(i));
     sum += result.back() + (i == 0 ? 0 : kGap);
   }
   if (terminal.isInteractive) narrow(result, sum > terminal.width ? sum - terminal.width : 0);
   return result;
+}
+
+std::size_t Table::leastWidth(std::size_t column) const {
+  const std::size_t natural = naturalWidth(column);
+  if (columns_[column].isFlexible) return std::min(natural, kNarrowestFlexible);
+  return columns_[column].barWidth > 0 ? std::min(natural, kNarrowestBar) : natural;
+}
+
+// All columns, unless they do not fit and the table fits without its last flexible columns.
+std::size_t Table::columnsBesideEachOther(const Terminal& terminal) const {
+  if (!terminal.isInteractive) return columns_.size();
+  std::size_t sum = 0;
+  std::size_t fitting = 0;
+  for (; fitting < columns_.size(); ++fitting) {
+    sum += leastWidth(fitting) + (fitting == 0 ? 0 : kGap);
+    if (sum > terminal.width) break;
+  }
+  const auto isFlexible = [](const Column& column) { return column.isFlexible; };
+  const bool mayMove =
+      fitting > 0 && std::all_of(columns_.begin() + static_cast<std::ptrdiff_t>(fitting), columns_.end(), isFlexible);
+  return mayMove ? fitting : columns_.size();
+}
+
+std::string Table::linesBelow(const std::vector<Cell>& cells, std::size_t from, const Terminal& terminal) const {
+  std::string lines;
+  for (std::size_t i = from; i < cells.size(); ++i) {
+    const std::size_t width = terminal.width > kIndentBelow ? terminal.width - kIndentBelow : 1;
+    lines +=
+        std::string(kIndentBelow, ' ') + terminal.styled(fittedToWidth(cells[i].text, width), cells[i].style) + "\n";
+  }
+  return lines;
 }
 
 std::size_t Table::naturalWidth(std::size_t column) const {
@@ -59,7 +92,7 @@ std::string Table::content(const Cell& cell, std::size_t column, std::size_t wid
 // The widest flexible column (or bar column) that can still shrink; null if there is none.
 std::size_t* Table::widestToNarrow(std::vector<std::size_t>& columnWidths, bool bars) const {
   std::size_t* widest = nullptr;
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
+  for (std::size_t i = 0; i < columnWidths.size(); ++i) {
     const bool isMeant = bars ? columns_[i].barWidth > 0 : columns_[i].isFlexible;
     if (!isMeant || columnWidths[i] <= (bars ? kNarrowestBar : kNarrowestFlexible)) continue;
     if (widest == nullptr || columnWidths[i] >= *widest) widest = &columnWidths[i];
@@ -79,8 +112,8 @@ void Table::narrow(std::vector<std::size_t>& columnWidths, std::size_t excess) c
 
 // The width of a full bar in each shrunk column; 0 for columns of text.
 std::vector<std::size_t> Table::fullBarsIn(const std::vector<std::size_t>& columnWidths) const {
-  std::vector<std::size_t> result(columns_.size(), 0);
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
+  std::vector<std::size_t> result(columnWidths.size(), 0);
+  for (std::size_t i = 0; i < columnWidths.size(); ++i) {
     if (columns_[i].barWidth == 0) continue;
     result[i] = columns_[i].barWidth * columnWidths[i] / std::max<std::size_t>(naturalWidth(i), 1);
   }
@@ -88,23 +121,27 @@ std::vector<std::size_t> Table::fullBarsIn(const std::vector<std::size_t>& colum
 }
 
 std::string Table::text(const Terminal& terminal) const {
-  const std::vector<std::size_t> columnWidths = widths(terminal);
+  const std::size_t beside = columnsBesideEachOther(terminal);
+  const std::vector<std::size_t> columnWidths = widths(terminal, beside);
   std::string result;
   std::string heading;
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
+  std::vector<Cell> titles;
+  for (const Column& column : columns_) titles.emplace_back(std::string(column.title), Style::dim);
+  for (std::size_t i = 0; i < beside; ++i) {
     heading += std::string(i == 0 ? 0 : kGap, ' ') +
                padded(fittedToWidth(columns_[i].title, columnWidths[i]), columnWidths[i], columns_[i].align);
   }
   result += terminal.styled(withoutTrailingBlanks(heading), Style::dim) + "\n";
+  result += linesBelow(titles, beside, terminal);
   const std::vector<std::size_t> fullBars = fullBarsIn(columnWidths);
   for (const auto& row : rows_) {
     std::string line;
-    for (std::size_t i = 0; i < row.size(); ++i) {
+    for (std::size_t i = 0; i < beside; ++i) {
       const std::string cell =
           padded(fittedToWidth(content(row[i], i, fullBars[i]), columnWidths[i]), columnWidths[i], columns_[i].align);
       line += std::string(i == 0 ? 0 : kGap, ' ') + terminal.styled(cell, row[i].style);
     }
-    result += withoutTrailingBlanks(std::move(line)) + "\n";
+    result += withoutTrailingBlanks(std::move(line)) + "\n" + linesBelow(row, beside, terminal);
   }
   return result;
 }

@@ -9,7 +9,8 @@
 namespace quarn {
 
 /// Rows of cells in aligned columns, measured in terminal columns. Escapes all cells. If the table is wider than the
-/// terminal, cuts flexible columns, the widest first, then shortens bars. Other columns keep their width.
+/// terminal, cuts flexible columns, the widest first, then shortens bars. Other columns keep their width. If that is
+/// not enough, the last flexible columns go on lines of their own below each row, where that makes the rest fit.
 class Table {
  public:
   enum class Align : std::uint8_t { left, right };
@@ -36,9 +37,13 @@ class Table {
   [[nodiscard]] std::string text(const Terminal& terminal) const;
 
  private:
-  [[nodiscard]] std::vector<std::size_t> widths(const Terminal& terminal) const;
+  [[nodiscard]] std::vector<std::size_t> widths(const Terminal& terminal, std::size_t columns) const;
+  [[nodiscard]] std::size_t columnsBesideEachOther(const Terminal& terminal) const;
+  [[nodiscard]] std::size_t leastWidth(std::size_t column) const;
   [[nodiscard]] std::string content(const Cell& cell, std::size_t column, std::size_t width) const;
   [[nodiscard]] std::size_t naturalWidth(std::size_t column) const;
+  [[nodiscard]] std::string linesBelow(const std::vector<Cell>& cells, std::size_t from,
+                                       const Terminal& terminal) const;
   [[nodiscard]] std::vector<std::size_t> fullBarsIn(const std::vector<std::size_t>& columnWidths) const;
   [[nodiscard]] std::size_t* widestToNarrow(std::vector<std::size_t>& columnWidths, bool bars) const;
   void narrow(std::vector<std::size_t>& columnWidths, std::size_t excess) const;

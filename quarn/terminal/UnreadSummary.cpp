@@ -29,7 +29,7 @@ constexpr std::array kCauses{
     CauseRow{.cause = UnreadableCause::loop, .id = "loop", .meaning = "symbolic link loop", .isLoss = true},
     CauseRow{.cause = UnreadableCause::limit, .id = "limit", .meaning = "beyond a limit of this program", .isLoss = true},
     CauseRow{.cause = UnreadableCause::other, .id = "other", .meaning = "could not be read", .isLoss = true},
-    CauseRow{.cause = UnreadableCause::privacy, .id = "privacy", .meaning = "refused by privacy protection; grant Full Disk Access", .isLoss = true},
+    CauseRow{.cause = UnreadableCause::privacy, .id = "privacy", .meaning = "refused by privacy protection", .isLoss = true},
     CauseRow{.cause = UnreadableCause::onlyInCloud, .id = "onlyInCloud", .meaning = "only in the cloud, not downloaded", .isLoss = false},
 };
 // clang-format on
@@ -62,7 +62,8 @@ UnreadSummary unreadSummary(const ReadReport& report) {
   std::sort(summary.items.begin(), summary.items.end(), [](const UnreadableItem& left, const UnreadableItem& right) {
     return std::tie(left.path, left.cause) < std::tie(right.path, right.cause);
   });
-  for (const CauseRow& row : kCauses) summary.causes.push_back({row.id, row.meaning, report.count(row.cause)});
+  for (const CauseRow& row : kCauses)
+    summary.causes.push_back({row.id, row.meaning, remedyFor(row.cause), report.count(row.cause)});
   return summary;
 }
 
@@ -70,6 +71,16 @@ std::string_view causeID(UnreadableCause cause) { return kCauses[static_cast<std
 
 std::string causeLine(const UnreadSummary::Cause& cause) {
   return countText(cause.count, "item") + ": " + std::string(cause.meaning);
+}
+
+std::string noteLine(const UnreadSummary& summary, const UnreadSummary::Cause& cause, bool areListed) {
+  std::string line = causeLine(cause);
+  std::string advice(cause.remedy);
+  const auto item = std::find_if(summary.items.begin(), summary.items.end(),
+                                 [&](const UnreadableItem& any) { return causeID(any.cause) == cause.id; });
+  if (!areListed && item != summary.items.end()) line += (cause.count == 1 ? ": " : ", such as ") + item->path;
+  if (!areListed && cause.count > 1) advice += std::string(advice.empty() ? "" : "; ") + "use --verbose to list them";
+  return advice.empty() ? line : line + " (" + advice + ")";
 }
 
 std::string itemLine(const UnreadableItem& item) {

@@ -17,6 +17,7 @@ struct UnreadSummary {
   struct Cause {
     std::string_view id;       ///< "permission"
     std::string_view meaning;  ///< "permission denied"
+    std::string_view remedy;   ///< "run as root"; may be empty
     std::uint64_t count = 0;
   };
 
@@ -36,6 +37,10 @@ std::string_view causeID(UnreadableCause cause);
 
 /// "3 items: permission denied".
 std::string causeLine(const UnreadSummary::Cause& cause);
+
+/// The same with the first item and what the user can do: "3 items: permission denied, such as /Users/bob (run as root;
+/// use --verbose to list them)". With `areListed` without the item, because the list of all items follows.
+std::string noteLine(const UnreadSummary& summary, const UnreadSummary::Cause& cause, bool areListed);
 
 /// "other: /Library/x: Input/output error"; the error is left out where the cause says it all.
 std::string itemLine(const UnreadableItem& item);

@@ -102,9 +102,14 @@ constexpr std::array kSentences = {
     "The container's metadata names the app.",
     "The name begins with the app's bundle identifier.",
     "The name is the app's bundle identifier after a team or group.",
+    "Source: what is known of this vendor",
+    "Vendor profile",
+    "Only caches and other data that the app can recreate.",
+    "Caches, and data that a sync restores. Local data that is not synced stays.",
+    "Nothing is known of what a sync restores for this app, so mostly caches are selected.",
 };
 // clang-format on
-static_assert(kSentences.size() == 83);
+static_assert(kSentences.size() == 88);
 
 constexpr const char* kCatalogue = R"({
   "sourceLanguage" : "en",

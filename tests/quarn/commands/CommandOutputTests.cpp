@@ -114,10 +114,8 @@ TEST(CommandOutput, SizesHaveTheSelectedUnits) {
 
 TEST(CommandOutput, AnEmptyListPrintsNothingFound) {
   const MacVolume volume;
-  const std::vector<std::vector<std::string>> commands{{"apps"},  {"inspect", "--all"},
-                                                       {"jobs"},  {"receipts"},
-                                                       {"kexts"}, {"top"},
-                                                       {"cloud"}, {"vendors", "check", volume.root()}};
+  const std::vector<std::vector<std::string>> commands{
+      {"apps"}, {"inspect", "--all"}, {"jobs"}, {"receipts"}, {"kexts"}, {"top"}, {"cloud"}};
   for (std::vector<std::string> words : commands) {
     words.insert(words.begin(), {"--volume", volume.root(), "--home", "/Users/ann"});
     const CommandRun run = runQuarn(words);

@@ -90,5 +90,74 @@ TEST(InspectCommand, OneArtifactIsCountedInTheSingular) {
   EXPECT_THAT(runOnSample({"inspect", "Lumen Notes"}).out, HasSubstr(" artifacts, "));
 }
 
+std::int64_t allocated(const nlohmann::json& size) { return size["allocatedBytes"]; }
+
+TEST(InspectCommand, WhatSeveralFindsHoldCountsOnceInTheTotal) {
+  const nlohmann::json found = document(runOnSample({"inspect", "Tessera Studio", "--json"}));
+  std::int64_t sum = 0;
+  std::int64_t elsewhere = 0;  // without the receipt, whose items other finds hold but for one
+  for (const nlohmann::json& artifact : found["artifacts"]) {
+    sum += allocated(artifact["size"]);
+    if (artifact["kind"] != "receipt") elsewhere += allocated(artifact["size"]);
+  }
+  const nlohmann::json files = document(runOnSample({"top", "/Applications/Tessera Studio", "--files", "--json"}));
+  for (const nlohmann::json& file : files["items"]) {
+    if (file["name"] == "Read Me.rtf") elsewhere += allocated(file["size"]);
+  }
+  EXPECT_LT(elsewhere, sum);
+  EXPECT_EQ(allocated(found["together"]["size"]), elsewhere);
+  EXPECT_EQ(found["together"]["isExact"], true);
+}
+
+TEST(InspectCommand, AFindInsideAnotherIsListedBelowIt) {
+  const std::string text = runOnSample({"inspect", "Slack"}).out;
+  const std::size_t holder = text.find("~/Library/Application Support/Slack\n");
+  const std::size_t held = text.find("~/Library/Application Support/Slack/Cache\n");
+  ASSERT_NE(holder, std::string::npos) << text;
+  ASSERT_LT(holder, held) << text;
+  const std::string between = text.substr(holder, held - holder);
+  EXPECT_THAT(between, HasSubstr("└ "));
+  const auto marks = [](const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = part.find("└ "); at != std::string::npos; at = part.find("└ ", at + 1)) ++count;
+    return count;
+  };
+  const nlohmann::json found = document(runOnSample({"inspect", "Slack", "--json"}));
+  EXPECT_EQ(found["insideOf"]["cache:user:/Users/ann/Library/Application%20Support/Slack/Cache"],
+            "applicationSupport:user:/Users/ann/Library/Application%20Support/Slack");
+  EXPECT_EQ(marks(text), found["insideOf"].size());
+  EXPECT_THAT(text, HasSubstr("(" + std::to_string(found["insideOf"].size()) + " inside others), "));
+}
+
+TEST(InspectCommand, AFileWithSeveralNamesCountsOnceInTheTotal) {
+  MacVolume volume;
+  volume.app("/Applications/Lone.app", {.bundleIdentifier = "com.example.lone"})
+      .file("~/Library/Caches/com.example.lone/a", 64_KiB)
+      .hardLink("~/Library/Caches/com.example.lone/b", "~/Library/Caches/com.example.lone/a")
+      .hardLink("~/Library/Logs/com.example.lone/c", "~/Library/Caches/com.example.lone/a")
+      .file("~/Library/Logs/com.example.lone/d", 4_KiB);
+  std::vector<std::string> words{"--volume", volume.root(), "inspect", "Lone", "--bytes"};
+  EXPECT_THAT(runQuarn(words).out, HasSubstr("1 file found under several names (hard links) and counted once.\n"));
+  words.emplace_back("--json");
+  const nlohmann::json found = document(runQuarn(words));
+  std::int64_t sum = 0;
+  for (const nlohmann::json& artifact : found["artifacts"]) sum += allocated(artifact["size"]);
+  EXPECT_EQ(allocated(found["together"]["size"]), sum - 2 * 64_KiB);
+  EXPECT_EQ(found["together"]["linkedFiles"], 1);
+}
+
+TEST(InspectCommand, WhatMerelyResemblesTheAppIsMarkedAndNeverLooksSafe) {
+  const std::string text = runOnSample({"inspect", "Lumen Notes", "--color", "always"}).out;
+  EXPECT_THAT(text, HasSubstr("0.45? Heuristic: LumenNotes"));
+  EXPECT_THAT(text, HasSubstr("0.95  Cache"));
+  EXPECT_THAT(text, HasSubstr("? marks what merely resembles the app"));
+  const auto styleBefore = [&](std::string_view words) {
+    const std::size_t escape = text.rfind('\x1B', text.find(words));
+    return text.substr(escape, text.find('m', escape) + 1 - escape);
+  };
+  EXPECT_EQ(styleBefore("Heuristic: LumenNotes"), styleBefore("0.90  Container")) << "the colour of caution";
+  EXPECT_NE(styleBefore("Heuristic: LumenNotes"), styleBefore("0.95  Cache"));
+}
+
 }  // namespace
 }  // namespace quarn

@@ -65,7 +65,7 @@ TEST(OnATerminal, TablesFitItsWidth) {
       {"apps"}, {"top"}, {"jobs"}, {"kexts"}, {"storage"}, {"storage", "development"}, {"vendors"}};
   for (std::vector<std::string> words : commands) {
     words.emplace_back("--quiet");
-    for (const auto columns : std::array<unsigned short, 2>{80, 120}) {
+    for (const auto columns : std::array<unsigned short, 3>{60, 80, 120}) {
       for (const std::string& line : plainLines(onTerminal(words, columns).out)) {
         EXPECT_LE(displayWidth(line), columns) << words.front() << ": " << line;
       }
@@ -75,7 +75,7 @@ TEST(OnATerminal, TablesFitItsWidth) {
 
 TEST(OnATerminal, ProgressIsShownAndRemoved) {
   const CommandRun run = onTerminal({"inspect", "Lumen Notes"});
-  EXPECT_THAT(run.out, HasSubstr("inspecting Lumen Notes: artifacts ("));
+  EXPECT_THAT(run.out, HasSubstr("inspecting Lumen Notes: folders and names ("));
   const std::size_t last = run.out.rfind("inspecting Lumen Notes");
   EXPECT_NE(run.out.find("\r\x1B[K", last), std::string::npos);
   EXPECT_GT(run.out.find("Lumen Notes 3.2.1"), last);

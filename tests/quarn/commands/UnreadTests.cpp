@@ -112,7 +112,7 @@ TEST_F(Unread, EveryCommandThatWalksCountsDeniedItemsAndExitsIncomplete) {
   for (const Case& any : cases()) {
     const CommandRun result = runClosed(any.closed, any.words);
     EXPECT_EQ(result.exitCode, 4) << joined(any);
-    EXPECT_EQ(result.err, "quarn: 1 item: permission denied (use --verbose to list them)\n") << joined(any);
+    EXPECT_EQ(result.err, "quarn: 1 item: permission denied: " + any.closed + " (run as root)\n") << joined(any);
   }
 }
 
@@ -121,7 +121,7 @@ TEST_F(Unread, VerboseListsEachItem) {
     std::vector<std::string> words = any.words;
     words.emplace_back("--verbose");
     EXPECT_EQ(runClosed(any.closed, words).err,
-              "quarn: 1 item: permission denied\nquarn: permission: " + any.closed + "\n")
+              "quarn: 1 item: permission denied (run as root)\nquarn: permission: " + any.closed + "\n")
         << joined(any);
   }
 }
@@ -150,7 +150,7 @@ TEST_F(Unread, QuietPrintsNothingAndStillExitsIncomplete) {
 TEST_F(Unread, AFailingCommandReportsUnreadItemsToo) {
   const CommandRun result = runClosed("/Applications", {"inspect", "Lumen Notes", "--json"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_THAT(result.err, testing::StartsWith("quarn: 1 item: permission denied (use --verbose to list them)\n"));
+  EXPECT_THAT(result.err, testing::StartsWith("quarn: 1 item: permission denied: /Applications (run as root)\n"));
   const auto document = nlohmann::json::parse(result.out);
   EXPECT_EQ(document["unreadable"]["items"][0]["path"], "/Applications");
   EXPECT_THAT(document["error"]["message"].get<std::string>(), HasSubstr("no app \"Lumen Notes\""));
@@ -188,7 +188,7 @@ TEST(UnreadFolders, ALinkThatLoopsIsReportedAsALoop) {
   const std::vector<std::string> words{"--volume", volume.root(), "--home", "/Users/ann", "jobs"};
   const CommandRun result = runQuarn(words);
   EXPECT_EQ(result.exitCode, 4);
-  EXPECT_EQ(result.err, "quarn: 1 item: symbolic link loop (use --verbose to list them)\n");
+  EXPECT_EQ(result.err, "quarn: 1 item: symbolic link loop: /Users/ann/Library/LaunchAgents\n");
   EXPECT_EQ(nlohmann::json::parse(runQuarn({words[0], words[1], "jobs", "--json"}).out)["unreadable"]["causes"]["loop"],
             1);
 }

@@ -51,6 +51,21 @@ TEST(VendorsCommand, VendorsCheckComparesAnIndexWithTheFiles) {
   EXPECT_EQ(runQuarn({"vendors", "check", volume.root()}).exitCode, 0);
 }
 
+TEST(VendorsCommand, VendorsCheckOfAFolderWithoutProfilesIsAnError) {
+  const MacVolume folder;
+  const CommandRun run = runQuarn({"vendors", "check", folder.root()});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "quarn: " + folder.root() + " has no profiles (files that end in .json)\n");
+}
+
+TEST(VendorsCommand, MatchingAnAppNeedsAVolumeOfAMac) {
+  const CommandRun run = runQuarn({"vendors", "--match", "Slack"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("name a mounted Mac volume with --volume DIR"));
+  EXPECT_EQ(runQuarn({"vendors"}).exitCode, 0);
+}
+
 TEST(VendorsCommand, VendorsCheckFindsTheShippedProfilesGood) {
   const std::string sources = (projectFolder() / "QuarnCore/vendors/resources/vendors").string();
   EXPECT_EQ(runQuarn({"vendors", "check", sources}).exitCode, 0);

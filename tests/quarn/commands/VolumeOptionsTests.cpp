@@ -63,6 +63,18 @@ TEST(VolumeOptions, AMissingResourcesFolderIsRefused) {
   }
 }
 
+TEST(VolumeOptions, AResourcesFolderWithoutProfilesIsRefused) {
+  MacVolume folder;
+  folder.text("/vendors/maker.json", "{}").text("/storage-signatures.json", "{}");
+  for (const char* command : {"vendors", "apps"}) {
+    const CommandRun run = runOnSample({command, "--resources", folder.root()});
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.err,
+              "quarn: --resources: " + folder.root() + " has no vendor profiles (vendors/index.json names them)\n");
+  }
+}
+
 TEST(VolumeOptions, AHomeThatIsNotAReadableFolderIsRefusedWithTheCause) {
   MacVolume volume;
   volume.file("/Users/ann/file").file("/Users/closed/home/a").mode("/Users/closed", 0000);
@@ -71,7 +83,7 @@ TEST(VolumeOptions, AHomeThatIsNotAReadableFolderIsRefusedWithTheCause) {
     return runQuarn({"--volume", volume.root(), "--home", home, "apps"}).err;
   };
   EXPECT_EQ(problem("/Users/ann/file"), "quarn: home folder /Users/ann/file is not a folder\n");
-  EXPECT_EQ(problem("/Users/closed/home"), "quarn: home folder /Users/closed/home: Permission denied\n");
+  EXPECT_EQ(problem("/Users/closed/home"), "quarn: home folder /Users/closed/home: Permission denied (run as root)\n");
   EXPECT_EQ(problem("/Users/zoe"), "quarn: home folder /Users/zoe is not on the volume\n");
 }
 

@@ -65,6 +65,7 @@ AppReport appReport() {
                     artifact("big-safe", ArtifactDataClass::rebuildable, RiskLevel::safe, 2'000),
                     artifact("risky", ArtifactDataClass::rebuildable, RiskLevel::danger, 500),
                     artifact("notes", ArtifactDataClass::userData, RiskLevel::caution, 4'000)}};
+  report.together = {.allocatedBytes = 6'500, .logicalBytes = 6'500};
   report.selectedBy = {{CleanupMode::cacheOnly, CleanupMode::aggressive}, {}, {}, {}};
   report.plans = {
       {.mode = CleanupMode::cacheOnly,
@@ -159,7 +160,8 @@ TEST(ReportPage, ListsUnreadItemsWithTheirCauses) {
     volume.frame.unread = app.frame.unread = unreadSummary(read);
     const std::string page = isOfApp ? reportPage(app) : reportPage(volume);
     EXPECT_THAT(page, HasSubstr("<strong>Incomplete.</strong> 2 items could not be read"));
-    EXPECT_THAT(page, HasSubstr("<li>1 item: permission denied</li>"));
+    EXPECT_THAT(page, HasSubstr("<li>1 item: permission denied (" +
+                                std::string(remedyFor(UnreadableCause::permission)) + ")</li>"));
     EXPECT_THAT(page, HasSubstr("<tr><td class=\"w\">permission</td><td class=\"path\"><bdi>~/closed</bdi></td></tr>"));
     EXPECT_THAT(page, HasSubstr("<bdi>/Volumes/&lt;b&gt;</bdi>"));
   }
@@ -188,7 +190,7 @@ TEST(ReportPage, OfAnAppHasFactsByRisk) {
   const std::string page = reportPage(appReport());
   EXPECT_THAT(page, HasSubstr("<title>What belongs to Example</title>"));
   EXPECT_THAT(page, HasSubstr("<bdi>1.2</bdi> · <bdi>com.example</bdi> · <bdi>/Applications/Example.app</bdi>"));
-  EXPECT_THAT(page, HasSubstr("On disk</dt><dd>8 KB<small>4 artifacts</small>"));
+  EXPECT_THAT(page, HasSubstr("On disk</dt><dd>6 KB<small>4 artifacts</small>"));
   EXPECT_THAT(page, HasSubstr("Safe</dt><dd>3 KB"));
   EXPECT_THAT(page, HasSubstr("Caution</dt><dd>4 KB"));
   EXPECT_THAT(page, HasSubstr("Danger</dt><dd>500 bytes"));

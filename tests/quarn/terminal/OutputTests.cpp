@@ -90,6 +90,18 @@ TEST(Table, OfSeveralFlexibleColumnsTheWidestIsCutFirst) {
   EXPECT_THAT(narrowest, testing::HasSubstr("  " + std::string(10, 'b') + "  "));
 }
 
+TEST(Table, WhatDoesNotFitBesideTheOthersGoesBelow) {
+  Table table({{.title = "NAME", .isFlexible = true},
+               {.title = "SIZE", .align = Table::Align::right},
+               {.title = "OWNER", .isFlexible = true},
+               {.title = "PATH", .isFlexible = true}});
+  table.addRow({std::string("Extension"), std::string("172 KB"), std::string("Somebody"), std::string(40, 'p')});
+  EXPECT_EQ(table.text(Terminal{.isInteractive = true, .width = 36}),
+            "NAME         SIZE  OWNER\n    PATH\nExtension  172 KB  Somebody\n    " + std::string(15, 'p') + "…" +
+                std::string(16, 'p') + "\n");
+  EXPECT_EQ(table.text(Terminal{.width = 36}).find("    p"), std::string::npos) << "a pipe gets one line a row";
+}
+
 TEST(Table, BarsAreShorterOnANarrowTerminal) {
   Table table({{.title = "A"}, {.title = "", .barWidth = 20}, {.title = "B"}});
   table.addRow({std::string("1"), 0.5, std::string("x")});

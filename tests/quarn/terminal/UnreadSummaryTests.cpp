@@ -23,9 +23,26 @@ TEST(UnreadSummary, CountsByCauseInAFixedOrder) {
   EXPECT_EQ(lines, (std::vector<std::string>{"2 items: permission denied", "1 item: vanished while being read",
                                              "1 item: on another device, not entered", "1 item: symbolic link loop",
                                              "1 item: beyond a limit of this program", "1 item: could not be read",
-                                             "0 items: refused by privacy protection; grant Full Disk Access",
+                                             "0 items: refused by privacy protection",
                                              "0 items: only in the cloud, not downloaded"}));
   EXPECT_EQ(summary.count(), 7U);
+}
+
+TEST(UnreadSummary, ANoteNamesTheFirstItemAndWhatToDo) {
+  ReadReport report;
+  report.add("/Users/zoe", EACCES);
+  report.add("/Users/bob", EACCES);
+  report.add("/c", ELOOP);
+  const UnreadSummary summary = unreadSummary(report);
+  const auto line = [&](UnreadableCause cause, bool areListed) {
+    return noteLine(summary, summary.causes[static_cast<std::size_t>(cause)], areListed);
+  };
+  const std::string remedy(remedyFor(UnreadableCause::permission));
+  EXPECT_NE(remedy, "");
+  EXPECT_EQ(line(UnreadableCause::permission, false),
+            "2 items: permission denied, such as /Users/bob (" + remedy + "; use --verbose to list them)");
+  EXPECT_EQ(line(UnreadableCause::permission, true), "2 items: permission denied (" + remedy + ")");
+  EXPECT_EQ(line(UnreadableCause::loop, false), "1 item: symbolic link loop: /c");
 }
 
 TEST(UnreadSummary, OnlyMissingDataMakesAResultIncomplete) {

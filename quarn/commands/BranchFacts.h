@@ -1,0 +1,42 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QuarnCore/ownership/OwnershipMap.h"
+#include "QuarnModels/Storage.h"
+#include "quarn/commands/CommandContext.h"
+
+namespace quarn {
+
+/// The owner and the storage category of folders and files, from a volume or a scan.
+class BranchFacts {
+ public:
+  /// Reads the owners of the whole volume, which takes a moment, unless `wantsOwners` is false.
+  BranchFacts(CommandContext& context, bool wantsOwners);
+
+  /// "Lumen Notes", "macOS", "Old Editor (not installed)"; empty if it is not known.
+  [[nodiscard]] std::string owner(const FileURL& url) const;
+  /// The names and bundle identifiers of its owners, for a filter.
+  [[nodiscard]] std::vector<std::string> owners(const FileURL& url) const;
+  /// The category whose folders have the item; absent if there is none.
+  [[nodiscard]] std::optional<StorageCategoryID> category(const FileURL& url) const;
+
+ private:
+  struct Owner {
+    std::string text{};
+    std::vector<std::string> names{};
+  };
+  static Owner ownerOf(const Ownership& ownership);
+  [[nodiscard]] Owner find(const FileURL& url) const;
+  void readVolume(CommandContext& context, bool wantsOwners);
+  void readScan(const Scan& scan, bool wantsOwners);
+
+  std::optional<OwnershipMap> map_;                      // of a volume
+  std::map<std::string, Owner> owners_;                  // of a scan, by path
+  std::map<std::string, StorageCategoryID> categories_;  // by the path of a root
+};
+
+}  // namespace quarn
