@@ -32,11 +32,10 @@ const CommandRow& helpCommand();
 
 /// All commands, in the order of the help.
 inline constexpr std::array kCommands{
-    &appsCommand,        &inspectCommand, &planCommand,     &ownerCommand,  &leftoversCommand, &storageCommand,
-    &browseCommand,      &topCommand,     &treeCommand,     &cloudCommand,  &reportCommand,    &scanCommand,
-    &diffCommand,
-    &vendorsCommand,     &jobsCommand,    &receiptsCommand, &kextsCommand,  &rpcCommand,       &sampleCommand,
-    &completionsCommand, &manualCommand,  &helpCommand,
+    &appsCommand,   &inspectCommand,     &planCommand,   &ownerCommand,    &leftoversCommand, &storageCommand,
+    &browseCommand, &topCommand,         &treeCommand,   &cloudCommand,    &reportCommand,    &scanCommand,
+    &diffCommand,   &vendorsCommand,     &jobsCommand,   &receiptsCommand, &kextsCommand,     &rpcCommand,
+    &sampleCommand, &completionsCommand, &manualCommand, &helpCommand,
 };
 
 }  // namespace quarn

@@ -6,10 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/ParsedJSON.h"
 #include "QuarnPlatform/resources/Localization.h"
 #include "QuarnPlatform/resources/ResourceBundle.h"
 #include "QuarnPlatform/text/Text.h"
+#include "tests/support/ParsedJSON.h"
 #include "tests/support/ProjectFolder.h"
 #include "tests/support/ResourceFolder.h"
 
