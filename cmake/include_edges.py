@@ -42,6 +42,7 @@ DOORS = {
     "curses.h": r"quarn/browse/CursesScreen\.cpp",
     "sqlite3.h": r"QuarnCore/scans/Database\.cpp",
     "CLI/": r"quarn/commands/Arguments\.cpp",
+    "toml++/": r"quarn/commands/ConfigurationFile\.cpp",
     "nlohmann/json.hpp": r"QuarnPlatform/json/JSONLibrary\.h",
 }
 # CMake writes these into the build folder.

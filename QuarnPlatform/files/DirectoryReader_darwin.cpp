@@ -13,6 +13,7 @@
 #include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
 #include "QuarnPlatform/files/Hidden.h"
+#include "QuarnPlatform/files/ListingCount.h"
 
 namespace quarn {
 namespace {
@@ -154,6 +155,7 @@ bool DirectoryReader::readMore() {
     count = state_->readRecords();
   }
   if (count < 0) state_->error = errno;
+  if (count > 0) ListingCount::add(static_cast<std::uint64_t>(count));
   state_->at = state_->end = state_->buffer.get();
   for (int i = 0; i < count; ++i) state_->end += State::lengthOf(state_->end);
   return count > 0;

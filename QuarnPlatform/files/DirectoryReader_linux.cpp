@@ -14,6 +14,7 @@
 #include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
 #include "QuarnPlatform/files/Hidden.h"
+#include "QuarnPlatform/files/ListingCount.h"
 
 namespace quarn {
 namespace {
@@ -53,6 +54,7 @@ struct DirectoryReader::State {
   const char* end = nullptr;
   int folder = -1;
   int error = 0;
+  std::uint64_t listed = 0;  // entries that were not added to the count yet
   Entry entry;
 
   static std::size_t lengthOf(const char* record) {
@@ -82,6 +84,7 @@ void DirectoryReader::start(int folder, EnumeratedFacts /*this system lists name
 }
 
 bool DirectoryReader::readMore() {
+  ListingCount::add(std::exchange(state_->listed, 0));
   const ssize_t length =
       againIfInterrupted([this] { return ::getdents64(state_->folder, state_->buffer.get(), kBufferSize); });
   if (length < 0) state_->error = errno;
@@ -100,6 +103,7 @@ const DirectoryReader::Entry* DirectoryReader::next() {
     const std::optional<FileType> type = state_->typeOfRecord(record, name);
     if (!type) continue;
     state_->entry = {.name = text, .type = *type, .hidden = isHidden(text)};
+    ++state_->listed;
     return &state_->entry;
   }
   return nullptr;

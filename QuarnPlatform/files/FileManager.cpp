@@ -8,6 +8,7 @@
 #include "QuarnPlatform/base/CancellableSort.h"
 #include "QuarnPlatform/base/Limits.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
+#include "QuarnPlatform/files/ListingCount.h"
 #include "QuarnPlatform/files/Packages.h"
 #include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnPlatform/files/Volume.h"
@@ -168,6 +169,7 @@ std::optional<FileURL> FileManager::existingURL(std::string_view path) const {
 std::vector<DirectoryEntry> FileManager::contentsOfDirectory(const FileURL& url, HiddenItems hidden) const {
   if (cancellation_.isCancelled()) return {};
   const FileDescriptor folder = openDirectory(url, Links::follow);
+  if (ListingCount::wantsFolder()) ListingCount::tell(url.path());
   std::vector<DirectoryEntry> entries;
   DirectoryReader reader;
   reader.start(folder.get());

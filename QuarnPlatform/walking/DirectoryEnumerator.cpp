@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/files/ListingCount.h"
 #include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnPlatform/walking/ReadAhead.h"
 
@@ -135,6 +136,7 @@ void DirectoryEnumerator::Walk::enter() {
   mayEnter_ = false;
   const std::size_t pathLength = path_.size();
   path_.append("/").append(item_.name_);
+  if (ListingCount::wantsFolder()) ListingCount::tell(path_);
   // A helper may read in the folder, so nothing may throw between taking it and keeping it.
   if (frames_.size() == frames_.capacity()) frames_.reserve(2 * frames_.size());
   const Frame& parent = frames_.back();

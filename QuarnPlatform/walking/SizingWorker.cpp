@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/files/ListingCount.h"
 #include "QuarnPlatform/files/Packages.h"
 #include "QuarnPlatform/walking/SizingScheduler.h"
 
@@ -69,9 +70,15 @@ void SizingWorker::enter(SizingTask& task) {
     item.step = item.asPackage = bit.isSet ? item.asPackage : item.step;
   }
   if (!item.step) return;
+  if (ListingCount::wantsFolder()) tellFolder(parent, task.name);
   const FolderObserver::Folder observed = isObserved ? observe(task, opened.descriptor.get(), bit.isSet) : 0;
   SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage, observed);
   if (const int error = read(folder); error != 0) scheduler_.reportUnreadable(parent, task.name, error);
+}
+
+void SizingWorker::tellFolder(const WalkedFolders::Use& parent, const char* name) const {
+  const std::string root = scheduler_.root().path() == "/" ? "" : scheduler_.root().path();
+  ListingCount::tell(root + parent.path() + "/" + name);
 }
 
 void SizingWorker::readPart(SizingTask& task) {

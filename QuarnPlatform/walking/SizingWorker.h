@@ -39,6 +39,7 @@ class SizingWorker {
   void observeFile(SizedFolder& folder, const FolderObserver::File& file);
   void tellCounted(SizedFolder& folder);
   FolderObserver::Folder observe(const SizingTask& task, int descriptor, bool hasBundleBit);
+  void tellFolder(const WalkedFolders::Use& parent, const char* name) const;
   void keepSubFolder(SizedFolder& folder, const DirectoryReader::Entry& entry);
   void shareRest(SizedFolder& folder);
   void queueSubFolders(SizedFolder& folder);

@@ -27,7 +27,7 @@ write_tool zig-ar ar
 write_tool zig-ranlib ranlib
 
 # One folder of links and not /usr/include, which would bring Linux's own headers.
-for header in nlohmann CLI fmt spdlog unicode sqlite3.h; do
+for header in nlohmann CLI toml++ fmt spdlog unicode sqlite3.h; do
   ln -sfn "/usr/include/$header" "$folder/dependencies/include/$header"
 done
 

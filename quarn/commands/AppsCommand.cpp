@@ -6,6 +6,7 @@
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/Table.h"
+#include "quarn/terminal/TerminalText.h"
 #include "quarn/wire/RecordJSON.h"
 
 namespace quarn {
@@ -77,6 +78,14 @@ std::vector<AppRow> appsOfVolume(CommandContext& context, bool withSizes) {
   return rows;
 }
 
+// For completions: a line is a name.
+ExitCode showNames(const std::vector<AppRow>& rows, CommandContext& context) {
+  std::string text;
+  for (const AppRow& row : rows) text += escapedForTerminal(row.app.name) + "\n";
+  context.print(text);
+  return context.finish();
+}
+
 ExitCode runApps(CommandContext& context) {
   ListFilters filters(context);
   const bool sortsBySize = context.arguments().text("--sort") == rawValue(ListOrder::size);
@@ -89,6 +98,7 @@ ExitCode runApps(CommandContext& context) {
                     .urls = {row.app.bundleURL},
                     .modified = filters.modifiedAt(row.app.bundleURL)};
   });
+  if (context.arguments().has("--names")) return showNames(rows, context);
   showList(context, "apps", listed(rows, withSizes), tableOf(rows, withSizes, context), &filters);
   return context.finish();
 }
@@ -96,6 +106,8 @@ ExitCode runApps(CommandContext& context) {
 constexpr std::array kAppsOptions =
     std::array{
         OptionRow{.name = "--sizes", .help = "Print the size of every app (reads each bundle)"},
+        OptionRow{
+            .name = "--names", .help = "Print only the names, one per line", .excludes = "--sizes|--json|--ndjson"},
         kScanOption,
     } +
     kFilters<Filter::minSize, Filter::olderThan, Filter::newerThan, Filter::exclude, Filter::sort, Filter::limit>;

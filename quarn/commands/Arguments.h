@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -7,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "QuarnModels/RawValue.h"
 #include "quarn/commands/CommandTable.h"
 
 namespace quarn {
@@ -17,11 +20,26 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// What sets an option, the weakest first.
+enum class SourceKind : std::uint8_t { builtIn, file, environment, commandLine };
+
+template <>
+struct RawValues<SourceKind> {
+  static constexpr std::array<std::string_view, 4> kStrings{"builtIn", "file", "environment", "commandLine"};
+};
+
+/// Where the value of an option comes from: "QUARN_VOLUME", or a file and its line.
+struct OptionSource {
+  SourceKind kind = SourceKind::builtIn;
+  std::string place{};
+};
+
 /// The parsed command line.
 struct Arguments {
   const CommandRow* command = nullptr;                                   ///< null if there is none
   std::map<std::string, std::vector<std::string>, std::less<>> options;  ///< by name; empty text for a switch
   std::vector<std::string> positionals;
+  std::map<std::string, OptionSource, std::less<>> sources{};  ///< of the options that the command line does not have
 
   [[nodiscard]] bool has(std::string_view option) const { return options.find(option) != options.end(); }
   /// The argument of the last occurrence.

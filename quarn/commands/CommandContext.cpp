@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "QuarnPlatform/files/HostFile.h"
+#include "QuarnPlatform/files/ListingCount.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/resources/Localization.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
@@ -15,7 +16,9 @@
 #include "quarn/commands/Interrupt.h"
 #include "quarn/commands/Sandbox.h"
 #include "quarn/commands/VolumeOptions.h"
+#include "quarn/services/Knowledge.h"
 #include "quarn/terminal/PathText.h"
+#include "quarn/terminal/ProgressLine.h"
 #include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
@@ -23,7 +26,9 @@ namespace {
 
 SizeUnits unitsOf(const Arguments& arguments) {
   if (arguments.has("--bytes")) return SizeUnits::bytes;
-  return arguments.has("--iec") ? SizeUnits::iec : SizeUnits::decimal;
+  if (arguments.has("--iec")) return SizeUnits::iec;
+  const std::optional<std::string> units = arguments.text("--units");
+  return units ? fromRawValue<SizeUnits>(*units).value() : SizeUnits::decimal;
 }
 
 ColorChoice colorsOf(const Arguments& arguments) {
@@ -49,6 +54,15 @@ ResourceBundle resourcesIn(const std::string& folder) {
   return ResourceBundle(folder);
 }
 
+// A folder without anything to add is probably a typing error.
+ResourceBundle knowledgeIn(const std::string& folder) {
+  ResourceBundle bundle = resourcesIn(folder);
+  if (addsKnowledge(bundle)) return bundle;
+  throw CommandError(ExitCode::notFound, escapedForTerminal(folder) +
+                                             " has no vendor profiles (vendors/index.json names them) and no "
+                                             "storage-signatures.json");
+}
+
 // The system's libraries, what the screen needs, and what the command writes; the log is open already.
 SandboxRules systemRules(const Arguments& arguments) {
   SandboxRules rules{.readable = {"/usr/lib", "/lib", "/lib64", "/usr/share/locale"}};
@@ -68,6 +82,7 @@ SandboxRules sandboxRules(const Arguments& arguments, const std::string& volume,
   SandboxRules rules = systemRules(arguments);
   for (const std::string& path : {volume, resources, ResourceBundle::shipped().folder()})
     rules.readable.push_back(path);
+  for (std::string& folder : arguments.texts("--knowledge")) rules.readable.push_back(std::move(folder));
   rules.readable.emplace_back("/sys/devices/system/cpu");
   return rules;
 }
@@ -106,23 +121,33 @@ const Cancellation& CommandContext::cancellation() {
   return *cancellation_;
 }
 
+// Of the others, one draws the screen itself and the rest answer at once or, as a server, to its client.
+bool CommandContext::isStoppable() const {
+  return arguments_.command != nullptr && arguments_.command->needsVolume && !arguments_.command->usesScreen;
+}
+
 std::unique_ptr<Services> CommandContext::openServices() {
   const std::optional<std::string> folder = arguments_.text("--resources");
-  const ResourceBundle bundle =
-      (folder ? resourcesIn(*folder) : ResourceBundle::shipped())
-          .reportingTo([report = report_](const std::string& path, int error) { report->add(path, error); });
+  const auto reporting = [report = report_](const ResourceBundle& bundle) {
+    return bundle.reportingTo([report](const std::string& path, int error) { report->add(path, error); });
+  };
+  const ResourceBundle bundle = reporting(folder ? resourcesIn(*folder) : ResourceBundle::shipped());
+  std::vector<ResourceBundle> knowledge;
+  for (const std::string& more : arguments_.texts("--knowledge")) knowledge.push_back(reporting(knowledgeIn(more)));
   useLocalization(arguments_.text("--locale").value_or(environmentLocale()), ResourceBundle::shipped());
-  const FileManager files = openVolume(arguments_).reportingTo(report_);
+  FileManager files = openVolume(arguments_).reportingTo(report_);
+  if (isStoppable()) files = files.cancelledBy(cancellation());
   warnIfWritable(files);
   if (const std::optional<std::string> log = arguments_.text("--log")) openLog(*log, files.hostFolder());
   if (!arguments_.has("--no-sandbox")) {
     enterSandbox(sandboxRules(arguments_, files.hostFolder(), bundle.folder()));
   }
-  auto services = std::make_unique<Services>(files, bundle);
+  auto services = std::make_unique<Services>(files, bundle, std::move(knowledge));
   if (folder && services->vendorProfiles().profiles().empty()) {
     throw CommandError(ExitCode::notFound, "--resources: " + escapedForTerminal(*folder) +
                                                " has no vendor profiles (vendors/index.json names them)");
   }
+  if (isStoppable()) progress("");
   return services;
 }
 
@@ -172,6 +197,7 @@ FileURL CommandContext::home() {
 std::string CommandContext::displayPath(const FileURL& url) { return pathText(url, home()); }
 
 void CommandContext::print(std::string_view text) const {
+  endProgress();
   if (std::fwrite(text.data(), 1, text.size(), stdout) < text.size()) throwFileError("write", "standard output");
 }
 
@@ -186,15 +212,17 @@ void CommandContext::printLines(const nlohmann::ordered_json& list) const {
 
 void CommandContext::progress(std::string_view line) {
   if (isQuiet() || !err_.rewritesLines) return;
-  const std::string shown = fittedToWidth(escapedForTerminal(line), err_.width - 1);
-  std::fprintf(stderr, "\r\x1B[K%s", shown.c_str());
-  std::fflush(stderr);
-  isProgressShown_ = true;
+  if (!progress_) {
+    progress_ = std::make_unique<ProgressLine>(err_.width, [] {
+      ListingCount count = ListingCount::now();
+      return ProgressLine::Read{.items = count.entries, .folder = std::move(count.folder)};
+    });
+  }
+  progress_->begin(line);
 }
 
-void CommandContext::endProgress() {
-  if (isProgressShown_) std::fputs("\r\x1B[K", stderr);
-  isProgressShown_ = false;
+void CommandContext::endProgress() const {
+  if (progress_) progress_->end();
 }
 
 void CommandContext::warn(std::string_view text) {
@@ -218,6 +246,7 @@ void CommandContext::tellUnread() {
 ExitCode CommandContext::finish(ExitCode code) {
   tellUnread();
   if (code != ExitCode::ok) return code;
+  if (isInterrupted() && (wantsJSON() || wantsLines())) warn("interrupted: the answer is incomplete");
   if (isInterrupted()) return ExitCode::interrupted;
   return unread().isIncomplete() ? ExitCode::incomplete : ExitCode::ok;
 }

@@ -22,6 +22,8 @@
 
 namespace quarn {
 
+class ProgressLine;
+
 /// The environment of one run of a command: arguments, services and output. Data goes to standard output, progress
 /// and warnings to standard error. Not thread-safe.
 class CommandContext {
@@ -71,7 +73,7 @@ class CommandContext {
   void printLines(const nlohmann::ordered_json& list) const;
   /// Replaces the progress line. Does nothing unless standard error is a terminal.
   void progress(std::string_view line);
-  void endProgress();
+  void endProgress() const;
   void warn(std::string_view text);
   /// Prints the causes of unread items, one per line; with --verbose also each item.
   void tellUnread();
@@ -79,6 +81,7 @@ class CommandContext {
   ExitCode finish(ExitCode code = ExitCode::ok);
 
  private:
+  [[nodiscard]] bool isStoppable() const;
   std::unique_ptr<Services> openServices();
   void warnIfWritable(const FileManager& files);
   void openLog(const std::string& file, const std::string& volumeFolder);
@@ -91,7 +94,7 @@ class CommandContext {
   std::optional<Cancellation> cancellation_;
   std::unique_ptr<Services> services_;
   std::optional<Scan> scan_;
-  bool isProgressShown_ = false;
+  std::unique_ptr<ProgressLine> progress_;  ///< null if nothing is to be shown
 };
 
 /// The version of the form of the JSON documents.

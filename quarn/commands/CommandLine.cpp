@@ -11,7 +11,7 @@
 #include "quarn/commands/AppSelection.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Help.h"
-#include "quarn/commands/VolumeOptions.h"
+#include "quarn/commands/Settings.h"
 #include "quarn/services/Version.h"
 #include "quarn/terminal/TerminalText.h"
 
@@ -91,9 +91,10 @@ ExitCode showHelp(const Arguments& arguments) {
   return isAskedFor ? ExitCode::ok : ExitCode::usage;
 }
 
-ExitCode run(const Arguments& arguments, UnreadSummary& unread) {
+ExitCode run(Arguments& arguments, UnreadSummary& unread) {
   if (arguments.has("--version")) return showVersion(arguments);
   if (arguments.command == nullptr || arguments.has("--help")) return showHelp(arguments);
+  if (arguments.command->readsSettings) addSettings(arguments);
   CommandContext context(arguments);
   try {
     return arguments.command->run(context);
@@ -101,6 +102,8 @@ ExitCode run(const Arguments& arguments, UnreadSummary& unread) {
     // The missing item may be in a folder that could not be read.
     unread = context.unread();
     context.tellUnread();
+    // An app that was not found because the search was stopped is not missing.
+    if (context.isInterrupted()) throw CommandError(ExitCode::interrupted, "interrupted before there was an answer");
     throw;
   }
 }
@@ -121,7 +124,6 @@ int runCommandLine(const std::vector<std::string>& words) {
   UnreadSummary unread;
   try {
     parseArguments(words, arguments);
-    addVolumeOfEnvironment(arguments);
     return flushed(run(arguments, unread));
   } catch (const UsageError& error) {
     return tell(

@@ -48,9 +48,10 @@ struct CommandRow {
   std::span<const OptionRow> options{};
   std::span<const ExampleRow> examples{};
   ExitCode (*run)(CommandContext& context);
-  bool hasList = false;     ///< the command supports --ndjson
-  bool needsVolume = true;  ///< the command reports on a Mac's volume; false: it also works without one
-  bool usesScreen = false;  ///< the command takes over the terminal
+  bool hasList = false;       ///< the command supports --ndjson
+  bool needsVolume = true;    ///< the command reports on a Mac's volume; false: it also works without one
+  bool usesScreen = false;    ///< the command takes over the terminal
+  bool readsSettings = true;  ///< the environment and the configuration file apply
 };
 
 }  // namespace quarn

@@ -5,11 +5,13 @@
 
 #include "quarn/commands/Choices.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/terminal/SizeText.h"
 #include "quarn/terminal/Terminal.h"
 
 namespace quarn {
 namespace {
 
+constexpr FixedText kUnitsHelp = FixedText("Print sizes as ") + kChoiceList<SizeUnits>;
 constexpr FixedText kColorHelp = FixedText("Use colours: ") + kChoiceList<ColorChoice>;
 
 constexpr std::array kGlobalOptions{
@@ -24,11 +26,21 @@ constexpr std::array kGlobalOptions{
               .argument = "DIR",
               .help = "Read vendors/ and storage-signatures.json from DIR, not the built-in ones",
               .isHostPath = true},
+    OptionRow{.name = "--knowledge",
+              .argument = "DIR",
+              .help = "Add vendors/ and storage-signatures.json of DIR; may be repeated",
+              .isRepeatable = true,
+              .isHostPath = true},
     OptionRow{.name = "--locale", .argument = "ID", .help = "Locale for sorting and texts: de_DE"},
     OptionRow{.name = "--json", .help = "Print one JSON document", .excludes = "--ndjson"},
     OptionRow{.name = "--ndjson", .help = "Print lists as one JSON value per line"},
     OptionRow{.name = "--iec", .help = "Print sizes in powers of 1024", .excludes = "--bytes"},
     OptionRow{.name = "--bytes", .help = "Print sizes in bytes"},
+    OptionRow{.name = "--units",
+              .argument = "UNITS",
+              .help = kUnitsHelp,
+              .choices = kChoices<SizeUnits>,
+              .excludes = "--iec|--bytes"},
     OptionRow{.name = "--color", .argument = "WHEN", .help = kColorHelp, .choices = kChoices<ColorChoice>},
     OptionRow{
         .name = "--quiet", .help = "Print no progress and no warnings", .shortName = "-q", .excludes = "--verbose"},
@@ -41,6 +53,7 @@ constexpr std::array kGlobalOptions{
     OptionRow{.name = "--forensic",
               .help = "Read nothing whose access time would change; refuse where that is impossible"},
     OptionRow{.name = "--no-sandbox", .help = "Do not confine the process to the volume and the output file"},
+    OptionRow{.name = "--no-config", .help = "Do not read the configuration file"},
     OptionRow{.name = "--help", .help = "Print the help of the command", .shortName = "-h"},
     OptionRow{.name = "--version", .help = "Print the version", .shortName = "-V"},
 };

@@ -26,16 +26,17 @@ const CommandRow& receiptsCommand();
 const CommandRow& kextsCommand();
 const CommandRow& rpcCommand();
 const CommandRow& sampleCommand();
+const CommandRow& configCommand();
 const CommandRow& completionsCommand();
 const CommandRow& manualCommand();
 const CommandRow& helpCommand();
 
 /// All commands, in the order of the help.
 inline constexpr std::array kCommands{
-    &appsCommand,   &inspectCommand,     &planCommand,   &ownerCommand,    &leftoversCommand, &storageCommand,
-    &browseCommand, &topCommand,         &treeCommand,   &cloudCommand,    &reportCommand,    &scanCommand,
-    &diffCommand,   &vendorsCommand,     &jobsCommand,   &receiptsCommand, &kextsCommand,     &rpcCommand,
-    &sampleCommand, &completionsCommand, &manualCommand, &helpCommand,
+    &appsCommand,   &inspectCommand, &planCommand,        &ownerCommand,    &leftoversCommand, &storageCommand,
+    &browseCommand, &topCommand,     &treeCommand,        &cloudCommand,    &reportCommand,    &scanCommand,
+    &diffCommand,   &vendorsCommand, &jobsCommand,        &receiptsCommand, &kextsCommand,     &rpcCommand,
+    &sampleCommand, &configCommand,  &completionsCommand, &manualCommand,   &helpCommand,
 };
 
 }  // namespace quarn

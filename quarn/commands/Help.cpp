@@ -1,5 +1,7 @@
 #include "quarn/commands/Help.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "quarn/services/Version.h"
@@ -8,6 +10,8 @@ namespace quarn {
 namespace {
 
 constexpr std::size_t kHelpWidth = 90;
+constexpr std::size_t kExampleWidth = 34;  // of most example lines
+constexpr std::size_t kExampleGap = 4;
 
 std::string exitCodes() {
   std::string text = "Exit codes:";
@@ -36,6 +40,27 @@ std::string optionLines(std::span<const OptionRow> options) {
   return text;
 }
 
+std::string optionsLine() { return fmt::format("Global options and exit codes: quarn help {}\n", kOptionsTopic); }
+
+// Breaks lines between words; keeps the line breaks of the text.
+std::string wrapped(std::string_view text) {
+  std::string result;
+  std::size_t width = 0;
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find_first_of(" \n"), text.size());
+    const bool breaks = width > 0 && width + 1 + end > kHelpWidth;
+    if (width > 0) result += breaks ? '\n' : ' ';
+    result += text.substr(0, end);
+    width = (width == 0 || breaks ? 0 : width + 1) + end;
+    if (end < text.size() && text[end] == '\n') {
+      result += '\n';
+      width = 0;
+    }
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return result + "\n";
+}
+
 std::string programHelp() {
   std::string text =
       "Finds what an application left on a Mac's disk and shows where the space goes. Deletes nothing.\n\n";
@@ -43,23 +68,25 @@ std::string programHelp() {
   text += "  quarn inspect \"Lumen Notes\"   find everything that belongs to an app\n";
   text += "  quarn storage                  show where the space goes\n\nCommands:\n";
   for (const CommandRow& command : commandTable()) text += fmt::format("  {:<13}{}\n", command.name, command.summary);
-  text += "\nGlobal options:\n" + optionLines(globalOptions());
-  return text + "\n" + exitCodes();
+  return text + "\n" + optionsLine();
 }
 
 std::string commandHelp(const CommandRow& command) {
   std::string text = fmt::format("{}.\n\n", command.summary);
   for (const ExampleRow& example : command.examples) {
-    text += fmt::format("  {}\n      {}\n", example.line, example.meaning);
+    const bool fitsOneLine =
+        std::max(example.line.size(), kExampleWidth) + kExampleGap + example.meaning.size() < kHelpWidth;
+    text += fitsOneLine ? fmt::format("  {:<{}}  {}\n", example.line, kExampleWidth, example.meaning)
+                        : fmt::format("  {}\n      {}\n", example.line, example.meaning);
   }
   if (!command.examples.empty()) text += "\n";
   text += "Usage: " + synopsis(command) + "\n";
   for (const PositionalRow& positional : command.positionals) {
     text += fmt::format("  {:<20}{}\n", positional.name, positional.help);
   }
-  if (!command.description.empty()) text += fmt::format("\n{}\n", command.description);
+  if (!command.description.empty()) text += "\n" + wrapped(command.description);
   if (!command.options.empty()) text += "\nOptions:\n" + optionLines(command.options);
-  return text + "\nGlobal options:\n" + optionLines(globalOptions()) + "\n" + exitCodes();
+  return text + "\n" + optionsLine();
 }
 
 }  // namespace
@@ -75,6 +102,10 @@ std::string synopsis(const CommandRow& command) {
 }
 
 std::string helpText(const CommandRow* command) { return command == nullptr ? programHelp() : commandHelp(*command); }
+
+std::string optionsHelpText() {
+  return "Global options may precede or follow the command.\n\n" + optionLines(globalOptions()) + "\n" + exitCodes();
+}
 
 std::string versionText() { return fmt::format("quarn {}\n", kVersion); }
 

@@ -8,6 +8,10 @@ namespace quarn {
 
 /// The help of a command, or of the program if null. Starts with examples.
 std::string helpText(const CommandRow* command);
+/// The global options and the exit codes.
+std::string optionsHelpText();
+/// The word that `quarn help` takes for them.
+inline constexpr std::string_view kOptionsTopic = "options";
 std::string versionText();
 /// "quarn top [options] [PATH…]".
 std::string synopsis(const CommandRow& command);

@@ -48,6 +48,10 @@ ExitCode runHelp(CommandContext& context) {
     context.print(helpText(nullptr));
     return ExitCode::ok;
   }
+  if (words.front() == kOptionsTopic) {
+    context.print(optionsHelpText());
+    return ExitCode::ok;
+  }
   const CommandRow* command = commandRow(words.front());
   if (command == nullptr) {
     throw UsageError(withSuggestion("unknown command \"" + words.front() + "\"", words.front(), commandNames()));
@@ -66,24 +70,30 @@ constexpr CommandRow kCompletionsRow{.name = "completions",
                                      .summary = "Print the completion script for a shell",
                                      .positionals = kCompletionsPositionals,
                                      .examples = kCompletionsExamples,
-                                     .run = runCompletions};
+                                     .run = runCompletions,
+                                     .readsSettings = false};
 
 constexpr std::array kManualExamples{
     ExampleRow{.line = "quarn manual > quarn.1", .meaning = "write the page; read it with man -l quarn.1"},
 };
-constexpr CommandRow kManualRow{
-    .name = "manual", .summary = "Print the manual page", .examples = kManualExamples, .run = runManual};
+constexpr CommandRow kManualRow{.name = "manual",
+                                .summary = "Print the manual page",
+                                .examples = kManualExamples,
+                                .run = runManual,
+                                .readsSettings = false};
 
 constexpr std::array kHelpPositionals{
-    PositionalRow{.name = "COMMAND", .help = "Command to describe", .isCommand = true}};
+    PositionalRow{.name = "COMMAND", .help = "Command to describe, or options: the global options", .isCommand = true}};
 constexpr std::array kHelpExamples{
     ExampleRow{.line = "quarn help inspect", .meaning = "the same as quarn inspect --help"},
+    ExampleRow{.line = "quarn help options", .meaning = "the options of all commands, and the exit codes"},
 };
 constexpr CommandRow kHelpRow{.name = "help",
                               .summary = "Print the help of a command",
                               .positionals = kHelpPositionals,
                               .examples = kHelpExamples,
-                              .run = runHelp};
+                              .run = runHelp,
+                              .readsSettings = false};
 
 }  // namespace
 

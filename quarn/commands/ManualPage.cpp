@@ -84,9 +84,10 @@ std::string exitStatus() {
 std::string environment() {
   std::string text = ".SH ENVIRONMENT\n";
   // clang-format off
-  constexpr std::array<std::pair<std::string_view, std::string_view>, 6> kVariables{{
+  constexpr std::array<std::pair<std::string_view, std::string_view>, 7> kVariables{{
       {"QUARN_VOLUME", "The mounted volume to inspect; \\-\\-volume takes precedence"},
       {"QUARN_HOME", "The home folder on that volume, unless \\-\\-volume or \\-\\-home is given"},
+      {"QUARN_CONFIG", "The configuration file to read; if empty, none is read"},
       {"NO_COLOR", "If set, turns colours off unless \\-\\-color turns them on"},
       {"TERM", "If \"dumb\", turns colours off"},
       {"COLUMNS", "Width of the output if it is not a terminal"},

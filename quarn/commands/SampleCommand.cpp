@@ -69,7 +69,8 @@ constexpr CommandRow kSampleRow{
     .positionals = kSamplePositionals,
     .options = kSampleOptions,
     .examples = kSampleExamples,
-    .run = runSample};
+    .run = runSample,
+    .readsSettings = false};
 
 }  // namespace
 

@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "QuarnPlatform/files/ReadReport.h"
@@ -77,12 +76,6 @@ void refuseOtherSystems(const FileManager& files) {
                      "this system is not a Mac: name a mounted Mac volume with --volume DIR or QUARN_VOLUME");
 }
 
-void addOption(Arguments& arguments, const std::string& option, const char* variable) {
-  const char* value = std::getenv(variable);
-  if (value == nullptr || *value == '\0' || arguments.has(option)) return;
-  arguments.options[option] = {value};
-}
-
 // By its command, or by an option of a command that otherwise works without a volume.
 bool needsVolume(const Arguments& arguments) {
   if (arguments.command == nullptr) return false;
@@ -115,12 +108,6 @@ FileManager openVolume(const Arguments& arguments) {
   if (arguments.command == nullptr || arguments.command->name != "rpc") throw CommandError(ExitCode::notFound, problem);
   std::fprintf(stderr, "quarn: warning: %s\n", problem.c_str());
   return files;
-}
-
-void addVolumeOfEnvironment(Arguments& arguments) {
-  if (arguments.has("--volume")) return;
-  addOption(arguments, "--volume", "QUARN_VOLUME");
-  addOption(arguments, "--home", "QUARN_HOME");
 }
 
 }  // namespace quarn

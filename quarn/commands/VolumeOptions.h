@@ -11,8 +11,4 @@ namespace quarn {
 /// Without --volume, opens the running system; throws CommandError if that is not a Mac and the command needs one.
 FileManager openVolume(const Arguments& arguments);
 
-/// Adds --volume and --home from QUARN_VOLUME and QUARN_HOME, unless the command line has --volume. A --home on the
-/// command line wins over QUARN_HOME.
-void addVolumeOfEnvironment(Arguments& arguments);
-
 }  // namespace quarn

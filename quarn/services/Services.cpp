@@ -4,16 +4,19 @@
 #include <utility>
 
 #include "QuarnPlatform/text/Text.h"
+#include "quarn/services/Knowledge.h"
 #include "quarn/services/Version.h"
 
 namespace quarn {
 
-Services::Services(FileManager volume, ResourceBundle shippedResources)
-    : Services(std::move(volume), std::move(shippedResources), nullptr) {}
+Services::Services(FileManager volume, ResourceBundle shippedResources, std::vector<ResourceBundle> addedKnowledge)
+    : Services(std::move(volume), std::move(shippedResources), std::move(addedKnowledge), nullptr) {}
 
-Services::Services(FileManager volume, ResourceBundle shippedResources, const Services* shared)
+Services::Services(FileManager volume, ResourceBundle shippedResources, std::vector<ResourceBundle> addedKnowledge,
+                   const Services* shared)
     : files(std::move(volume)),
       resources(std::move(shippedResources)),
+      knowledge(std::move(addedKnowledge)),
       fileSizeCalculator(FileSizeCalculator::live(files)),
       appDiscovery(AppDiscoveryClient::live(files)),
       entitlementsReader(EntitlementsReader::live(files)),
@@ -28,11 +31,10 @@ Services::Services(FileManager volume, ResourceBundle shippedResources, const Se
       appsService([this] { return AppsService(appDiscovery, fileSizeCalculator); }),
       artifactScanner([this] { return ArtifactScanner(fileSizeCalculator, files); }),
       topItems([this] { return TopItemsService(fileSizeCalculator, files); }),
-      vendorProfiles([this, shared] {
-        return shared != nullptr ? shared->vendorProfiles() : VendorProfileRegistry::loadDefault(resources);
-      }),
+      vendorProfiles(
+          [this, shared] { return shared != nullptr ? shared->vendorProfiles() : profilesOf(resources, knowledge); }),
       signatureRegistry([this, shared] {
-        return shared != nullptr ? shared->signatureRegistry() : StorageSignatureRegistry::loadDefault(resources);
+        return shared != nullptr ? shared->signatureRegistry() : signaturesOf(resources, knowledge);
       }),
       vendorHints([this, shared] {
         return shared != nullptr ? shared->vendorHints()
@@ -49,7 +51,7 @@ std::unique_ptr<Services> Services::forRequest(std::shared_ptr<ReadReport> repor
                                                const Cancellation& cancellation) const {
   const FileManager own = files.cancelledBy(cancellation);
   const FileManager& reporting = report ? own.reportingTo(std::move(report)) : own;
-  return std::unique_ptr<Services>(new Services(reporting, resources, this));
+  return std::unique_ptr<Services>(new Services(reporting, resources, knowledge, this));
 }
 
 AppInspectionService Services::appInspection(const Cancellation& cancellation) const {

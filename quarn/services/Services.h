@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "QuarnCore/discovery/ArtifactScanner.h"
 #include "QuarnCore/discovery/KernelExtensionAssociationService.h"
@@ -35,7 +36,8 @@ namespace quarn {
 /// and not movable. Replace a client before the first use of a service that takes it; inspections and the services of
 /// one request create their own clients.
 struct Services {
-  Services(FileManager volume, ResourceBundle shippedResources);
+  /// `addedKnowledge` has more profiles and signatures.
+  Services(FileManager volume, ResourceBundle shippedResources, std::vector<ResourceBundle> addedKnowledge = {});
   Services(const Services&) = delete;
   Services& operator=(const Services&) = delete;
 
@@ -62,6 +64,7 @@ struct Services {
 
   FileManager files;
   ResourceBundle resources;
+  std::vector<ResourceBundle> knowledge;  ///< adds to the resources
 
   FileSizeCalculator fileSizeCalculator;
   AppDiscoveryClient appDiscovery;
@@ -88,7 +91,8 @@ struct Services {
 
  private:
   /// `shared` has the data of the resources, or is null: then they are loaded.
-  Services(FileManager volume, ResourceBundle shippedResources, const Services* shared);
+  Services(FileManager volume, ResourceBundle shippedResources, std::vector<ResourceBundle> addedKnowledge,
+           const Services* shared);
 };
 
 }  // namespace quarn

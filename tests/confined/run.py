@@ -67,7 +67,7 @@ LEFT_OUT = {
 
 def run(program, way, sample, arguments):
     """The numbers of passed, skipped and failed tests, and the names of the failed ones."""
-    environment = {**os.environ, "QUARN_TEST_SAMPLE": sample}
+    environment = {**os.environ, "QUARN_TEST_SAMPLE": sample, "QUARN_CONFIG": ""}
     chosen = ":-".join([arguments.filter, ":".join(LEFT_OUT.get(way, {}))]).removesuffix(":-")
     command = [str(program), "--gtest_filter=" + chosen, "--gtest_color=no"]
     try:

@@ -15,6 +15,8 @@ import sys
 import tempfile
 import unittest
 
+# Not the configuration of the developer.
+os.environ["QUARN_CONFIG"] = ""
 PREFIX = pathlib.Path(os.environ["PREFIX"])
 SAMPLE = pathlib.Path(os.environ["SAMPLE"])
 BUILD = pathlib.Path(os.environ["BUILD"])

@@ -59,7 +59,7 @@ def commands(native, volume):
 
 
 def run(program, words, volume, requests=b""):
-    environment = {"LC_ALL": "C", "PATH": "/usr/bin:/bin", "HOME": "/root", "TZ": "UTC"}
+    environment = {"LC_ALL": "C", "PATH": "/usr/bin:/bin", "HOME": "/root", "QUARN_CONFIG": "", "TZ": "UTC"}
     done = subprocess.run([*program, "--volume", volume, "--home", HOME, *words], input=requests, capture_output=True,
                           env=environment, check=False)
     return done.returncode, TIMES.sub(rb"\1null", done.stdout), done.stderr

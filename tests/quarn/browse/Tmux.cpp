@@ -42,7 +42,7 @@ std::string Tmux::run(std::vector<std::string> words) const {
 }
 
 void Tmux::start(const std::vector<std::string>& words, const std::vector<std::string>& environment) {
-  std::string line = "env -i PATH=/usr/bin:/bin HOME=/root TERM=screen LC_ALL=C.UTF-8";
+  std::string line = "env -i PATH=/usr/bin:/bin HOME=/root QUARN_CONFIG= TERM=screen LC_ALL=C.UTF-8";
   for (const std::string& variable : environment) line += " " + quoted(variable);
   for (const std::string& word : words) line += " " + quoted(word);
   line += "; printf 'exit code %d\\n' $?; exec cat > /dev/null";

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <gmock/gmock.h>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
@@ -21,10 +23,29 @@ TEST(CommandLine, HelpShowsExamplesBeforeOptionsForEveryCommand) {
   }
 }
 
-TEST(CommandLine, HelpOfTheProgramNamesEveryCommandAndTheExitCodes) {
+TEST(CommandLine, HelpOfTheProgramNamesEveryCommand) {
   const CommandRun run = runQuarn({"--help"});
   EXPECT_EQ(run.exitCode, 0);
   for (const CommandRow& command : commandTable()) EXPECT_THAT(run.out, HasSubstr(std::string(command.summary)));
+  EXPECT_THAT(run.out, HasSubstr("quarn help options"));
+}
+
+// A screen has 24 lines, the prompt takes one. Only what a command itself has to say may make its help longer.
+TEST(CommandLine, HelpOfACommandFitsOneScreenUnlessItsOwnOptionsDoNot) {
+  for (const CommandRow& command : commandTable()) {
+    const std::string text = runQuarn({"help", std::string(command.name)}).out;
+    const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+    const std::size_t own = command.options.size() + command.positionals.size() + 2 * command.examples.size();
+    EXPECT_LE(lines, std::max<std::size_t>(23, own + command.description.size() / 80 + 10)) << command.name;
+    EXPECT_THAT(text, HasSubstr("quarn help options")) << command.name;
+    EXPECT_EQ(text.find("--forensic"), std::string::npos) << command.name;
+  }
+}
+
+TEST(CommandLine, HelpOfTheOptionsListsTheGlobalOnesAndTheExitCodes) {
+  const CommandRun run = runQuarn({"help", "options"});
+  EXPECT_EQ(run.exitCode, 0);
+  for (const OptionRow& option : globalOptions()) EXPECT_THAT(run.out, HasSubstr(std::string(option.name)));
   EXPECT_THAT(run.out, HasSubstr("130 interrupted"));
   for (const char* names : {"\n  -q, --quiet ", "\n  -v, --verbose ", "\n  -h, --help ", "\n  -V, --version "}) {
     EXPECT_THAT(run.out, HasSubstr(names));

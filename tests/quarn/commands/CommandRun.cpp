@@ -36,7 +36,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
 // What is added takes the place of the usual value.
 std::vector<std::string> environmentWith(const std::vector<std::string>& added) {
   std::vector<std::string> variables = added;
-  for (const std::string usual : {"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root"}) {
+  for (const std::string usual : {"LC_ALL=C", "PATH=/usr/bin:/bin", "TERM=xterm", "HOME=/root", "QUARN_CONFIG="}) {
     const std::string name = usual.substr(0, usual.find('=') + 1);
     const auto sets = [&](const std::string& variable) { return variable.starts_with(name); };
     if (std::none_of(added.begin(), added.end(), sets)) variables.push_back(usual);

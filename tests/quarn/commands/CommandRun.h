@@ -13,8 +13,8 @@ struct CommandRun {
   std::string err;
 };
 
-/// Runs the built command in a clean environment ("LC_ALL=C", no colours) plus `environment` ("NO_COLOR=1"). The
-/// outputs are pipes; `input` is standard input.
+/// Runs the built command in a clean environment ("LC_ALL=C", no colours, no configuration file) plus `environment`
+/// ("NO_COLOR=1"). The outputs are pipes; `input` is standard input.
 CommandRun runQuarn(const std::vector<std::string>& words, std::string_view input = "",
                     const std::vector<std::string>& environment = {});
 

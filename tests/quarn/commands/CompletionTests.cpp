@@ -1,6 +1,8 @@
+#include <filesystem>
+
 #include <gmock/gmock.h>
 
-#include "quarn/commands/CommandTable.h"
+#include "quarn/commands/Arguments.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 
@@ -55,7 +57,8 @@ Words completeInZsh(const std::string& script, const Words& line) {
   Words words{"-f", "-c",
               "compadd() { shift; for w; do [[ $w == $PREFIX* ]] && print -r -- $w; done; return 0 }\n"
               "_describe() { local -a all; all=(${(P)2}); compadd -- ${all%%:*} }\n"
-              "_files() { print -l -- ${PREFIX}*(N) }\n"
+              "_files() { if [[ $1 == -/ ]]; then print -rl -- ${PREFIX}*(N/); else print -rl -- ${PREFIX}*(N); fi }\n"
+              "compset() { PREFIX=${PREFIX#*=} }\n"
               "source $0; words=(\"$@\"); CURRENT=$#; PREFIX=${words[-1]}; _quarn",
               script};
   words.insert(words.end(), line.begin(), line.end());
@@ -115,6 +118,95 @@ TEST_P(Completion, OffersFilesForHostPaths) {
   const std::string begin = folder_.root() + "/pag";
   EXPECT_THAT(complete({"quarn", "report", "-o", begin}), UnorderedElementsAre(folder_.root() + "/page.html"));
   EXPECT_THAT(complete({"quarn", "--log", begin}), UnorderedElementsAre(folder_.root() + "/page.html"));
+}
+
+// In bash a word ends at "=", and a name is quoted for the command line. The other shells quote it themselves.
+Words afterEquals(std::string_view shell, const std::string& option, const std::string& begin) {
+  if (shell == "bash") return {"quarn", option, "=", begin};
+  return {"quarn", option + "=" + begin};
+}
+
+TEST_P(Completion, OffersFoldersAloneForAFolderAlsoAfterAnEqualsSign) {
+  folder_.folder("/my mac").text("/my file", "");
+  const std::string begin = folder_.root() + "/my";
+  const bool isFish = GetParam().name == "fish";
+  const std::string offered = folder_.root() + (isFish ? "/my mac/" : "/my mac");
+  EXPECT_THAT(complete({"quarn", "--volume", begin}), UnorderedElementsAre(offered));
+  EXPECT_THAT(complete(afterEquals(GetParam().name, "--volume", begin)),
+              UnorderedElementsAre((isFish ? "--volume=" : "") + offered));
+}
+
+TEST_P(Completion, OffersFilesWithSpacesInTheirNames) {
+  folder_.text("/my page.html", "");
+  const std::string offered = folder_.root() + "/my page.html";
+  EXPECT_THAT(complete({"quarn", "report", "-o", folder_.root() + "/my"}), UnorderedElementsAre(offered));
+}
+
+TEST_P(Completion, OffersTheNamesOfTheVolumesApps) {
+  const std::string name = GetParam().name == "bash" ? "Lumen\\ Notes" : "Lumen Notes";
+  const Words words{"--volume", sampleFolder(), "--home", "/Users/ann", "inspect", "Lumen"};
+  Words line{quarnProgram()};
+  line.insert(line.end(), words.begin(), words.end());
+  EXPECT_THAT(complete(line), UnorderedElementsAre(name));
+  line = {quarnProgram(), "inspect", "--volume", sampleFolder(), "--home", "/Users/ann", "Lumen"};
+  EXPECT_THAT(complete(line), UnorderedElementsAre(name));
+  line = {quarnProgram(), "inspect", "--volume", "/nowhere", "Lumen"};
+  EXPECT_THAT(complete(line), IsEmpty()) << "an error is not a name";
+}
+
+TEST(CompletionInBash, WhatIsOfferedAfterAQuoteDoesNotEndIt) {
+  MacVolume volume;
+  for (const char* name : {"Plain", "Two Words", "It's", "Say $(id)", "Back`tick", "Dou\"ble"}) {
+    volume.app("/Applications/" + std::string(name) + ".app", {.bundleIdentifier = "com.example"});
+  }
+  volume.folder("/Users/ann").text("/script", runQuarn({"completions", "bash"}).out);
+  const auto offered = [&](const std::string& begin) {
+    return completeInBash(volume.root() + "/script",
+                          {quarnProgram(), "--volume", volume.root(), "--home", "/Users/ann", "inspect", begin});
+  };
+  EXPECT_THAT(offered("\""), UnorderedElementsAre("Plain", "Two Words", "It's"));
+  EXPECT_THAT(offered("'"), UnorderedElementsAre("Plain", "Two Words", "Say $(id)", "Back`tick", "Dou\"ble"));
+  EXPECT_THAT(offered("Two\\ W"), UnorderedElementsAre("Two\\ Words"));
+  EXPECT_THAT(offered("S"), UnorderedElementsAre("Say\\ \\$\\(id\\)"));
+}
+
+/// Runs a line in a shell where `quarn` prints its words. Returns them; the last one is a separator.
+Words wordsInShell(const std::string& shell, std::string_view line, const MacVolume& folder) {
+  const std::string& root = folder.root();
+  const std::string setting = "export HOME=" + root + " PATH=" + root + "/bin:/usr/bin:/bin WORDS=" + root + "/words\n";
+  const CommandRun run =
+      runProgram(shell, {shell.ends_with("zsh") ? "-f" : "--norc", "-c", setting + std::string(line)});
+  EXPECT_EQ(run.err, "") << shell << ": " << line;
+  EXPECT_EQ(run.exitCode, 0) << shell << ": " << line;
+  Words words = lines(runProgram("/bin/cat", {folder.root() + "/words"}).out);
+  std::filesystem::remove(folder.root() + "/words");
+  return words;
+}
+
+// A program of that name records its words, so that the examples write nothing.
+TEST(Examples, MeanTheSameInBashAndZshAndTheCommandTakesThem) {
+  MacVolume folder;
+  folder.executable("/bin/quarn", "#!/bin/sh\nprintf '%s\\n' \"$@\" >> \"$WORDS\"\necho ==== >> \"$WORDS\"\n");
+  folder.folder("/.local/share/bash-completion/completions");
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder.root());
+  for (const CommandRow& command : commandTable()) {
+    for (const ExampleRow& example : command.examples) {
+      const Words inBash = wordsInShell("/bin/bash", example.line, folder);
+      EXPECT_EQ(wordsInShell("/usr/bin/zsh", example.line, folder), inBash) << example.line;
+      Words words;
+      for (const std::string& word : inBash) {
+        if (word != "====") {
+          words.push_back(word);
+          continue;
+        }
+        EXPECT_NO_THROW(parseArguments(words)) << example.line;
+        words.clear();
+      }
+      EXPECT_FALSE(inBash.empty()) << example.line;
+    }
+  }
+  std::filesystem::current_path(before);
 }
 
 INSTANTIATE_TEST_SUITE_P(Shells, Completion,

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include "QuarnPlatform/files/ListingCount.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/Arguments.h"
 #include "quarn/commands/CommandContext.h"
@@ -127,7 +128,8 @@ TEST(Interrupt, AnInterruptedListSaysThatItIsIncomplete) {
   EXPECT_EXIT(showInterruptedList({"top"}), testing::ExitedWithCode(130), testing::Eq("\nIncomplete: interrupted.\n"));
   EXPECT_EXIT(showInterruptedList({"top", "--json"}), testing::ExitedWithCode(130),
               HasSubstr("\"items\": [],\n  \"isComplete\": false,\n"));
-  EXPECT_EXIT(showInterruptedList({"top", "--ndjson"}), testing::ExitedWithCode(130), testing::Eq(""));
+  EXPECT_EXIT(showInterruptedList({"top", "--ndjson"}), testing::ExitedWithCode(130),
+              testing::Eq("quarn: interrupted: the answer is incomplete\n"));
 }
 
 // Runs a command on the sample volume with both outputs on standard error, after an interrupt.
@@ -147,6 +149,55 @@ TEST(Interrupt, ACloudFolderThatWasNotVisitedIsNotListed) {
               testing::Eq("\nIncomplete: interrupted.\n"));
   EXPECT_EXIT(runInterrupted(cloudCommand().run, {"cloud", "/", "--json"}), testing::ExitedWithCode(130),
               HasSubstr("\"folders\": [],\n  \"isComplete\": false,\n"));
+}
+
+// Runs a command line on a volume of 500 folders after an interrupt, and says how many items it listed.
+[[noreturn]] void answerInterrupted(std::vector<std::string> words) {
+  ::dup2(STDERR_FILENO, STDOUT_FILENO);
+  MacVolume volume;
+  volume.app("/Applications/Only.app", {.bundleIdentifier = "com.example.only"});
+  for (int i = 0; i < 500; ++i) volume.folder("/Users/ann/Documents/" + std::to_string(i) + "/inner");
+  words.insert(words.end(), {"--volume", volume.root(), "--home", "/Users/ann"});
+  CommandContext context(parseArguments(words));
+  interrupt(context);
+  const std::uint64_t before = ListingCount::now().entries;
+  ExitCode code = ExitCode::ok;
+  try {
+    code = context.arguments().command->run(context);
+  } catch (const CommandError& error) {
+    code = error.code();
+    std::fprintf(stderr, "quarn: %s\n", error.what());
+  }
+  std::fflush(stdout);
+  std::fprintf(stderr, "listed %d\n", static_cast<int>(ListingCount::now().entries - before) / 100);
+  std::_Exit(static_cast<int>(code));
+}
+
+TEST(Interrupt, EveryCommandStopsReadingAndSaysThatItWasInterrupted) {
+  const std::vector<std::vector<std::string>> rows{{"apps"},
+                                                   {"leftovers"},
+                                                   {"storage"},
+                                                   {"storage", "documents"},
+                                                   {"top"},
+                                                   {"top", "/", "--children"},
+                                                   {"cloud", "/"},
+                                                   {"inspect", "--all"},
+                                                   {"jobs"},
+                                                   {"receipts"},
+                                                   {"kexts"},
+                                                   {"owner", "/Users/ann/Documents"},
+                                                   {"report", "-o", "-"}};
+  for (const auto& words : rows) {
+    EXPECT_EXIT(answerInterrupted(words), testing::ExitedWithCode(130),
+                AllOf(HasSubstr("nterrupted"), HasSubstr("listed 0\n")))
+        << words.front();
+    if (words.front() == "report") continue;
+    std::vector<std::string> asJSON = words;
+    asJSON.emplace_back("--json");
+    EXPECT_EXIT(answerInterrupted(asJSON), testing::ExitedWithCode(130),
+                AllOf(HasSubstr("quarn: interrupted"), HasSubstr("listed 0\n")))
+        << words.front();
+  }
 }
 
 TEST(Interrupt, AnIncompleteReportSaysSoOnThePageAndOnStandardError) {
