@@ -11,6 +11,7 @@
 #include "quarn/rpc/Methods.h"
 #include "quarn/rpc/RPCError.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/ParsedJSON.h"
 
 namespace quarn {
 namespace {
@@ -33,7 +34,9 @@ class ScanMethods : public testing::Test {
   }
 
   ordered_json call(std::string_view method, const json& params) {
-    return binder_.call(std::string(method), &params, context_);
+    const JSONDocument document = documentOf(params);
+    const JSONValue value = document.root();
+    return ordered_json::parse(binder_.call(std::string(method), &value, context_).text);
   }
   Problem errorOf(std::string_view method, const json& params, std::string_view member) {
     try {
@@ -139,7 +142,8 @@ TEST_F(ScanMethods, AScanHasOnlyWhatItCouldNotReadItself) {
   report->add("/of/another/request", EIO);
   const Services services(volume_.files().reportingTo(report), ResourceBundle("/nonexistent"));
   const Binder binder(methodTable(), services);
-  const json params{{"file", at("scan")}};
+  const JSONDocument document = documentOf({{"file", at("scan")}});
+  const JSONValue params = document.root();
   (void)binder.call("ScanStore.write", &params, context_);
   EXPECT_THAT(Scan::open(at("scan")).unreadable(), IsEmpty());
 }
@@ -149,7 +153,8 @@ TEST_F(ScanMethods, ScansThatAreWrittenAtTheSameTimeAreWhole) {
   const auto write = [&](const std::string& name) {
     const Binder binder(methodTable(), services_);
     const RequestContext context{Cancellation(), [](const ordered_json&) {}};
-    const json params{{"file", at(name)}};
+    const JSONDocument document = documentOf({{"file", at(name)}});
+    const JSONValue params = document.root();
     for (int i = 0; i < kRounds; ++i) (void)binder.call("ScanStore.write", &params, context);
   };
   std::thread other(write, "one");
