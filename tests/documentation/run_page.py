@@ -28,7 +28,7 @@ import sys
 import tempfile
 
 # Pages without examples.
-PAGES_WITHOUT_BLOCKS = {"CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md", "architecture.md", "decisions.md",
+PAGES_WITHOUT_BLOCKS = {"CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md", "architecture.md", "comparison.md", "decisions.md",
                         "dependencies.md", "macos.md", "performance.md", "recall.md", "security.md"}
 
 FENCE = re.compile(r"^```(\S*) ?(.*)$")
