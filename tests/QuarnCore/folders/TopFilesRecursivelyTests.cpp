@@ -16,7 +16,7 @@ using ::testing::IsEmpty;
 using Options = TopItemsService::SearchOptions;
 
 constexpr long kMost = std::numeric_limits<long>::max();
-constexpr Options kAll{.limit = 100, .maxDepth = 100, .maxVisited = 1'000'000};
+const Options kAll{.limit = 100, .maxDepth = 100, .maxVisited = 1'000'000};
 
 std::vector<TopItem> found(const TopItemsVolume& volume, const std::vector<std::string>& roots,
                            const Options& options = kAll) {
