@@ -23,7 +23,7 @@ Table tableOfSizes(std::string_view title) {
   return Table({{.title = "CHANGE", .align = Table::Align::right},
                 {.title = "BEFORE", .align = Table::Align::right},
                 {.title = "AFTER", .align = Table::Align::right},
-                {.title = std::string(title), .isFlexible = true}});
+                {.title = title, .isFlexible = true}});
 }
 
 void addRow(Table& table, const std::optional<SizeInfo>& before, const std::optional<SizeInfo>& after,

@@ -182,6 +182,8 @@ constexpr std::array kReportExamples{
     ExampleRow{.line = "quarn report -o storage.html", .meaning = "a report on the space of the volume"},
     ExampleRow{.line = "quarn report \"Lumen Notes\" -o notes.html",
                .meaning = "a report on an app and its cleanup plans"},
+    ExampleRow{.line = "quarn scan -o monday.quarn", .meaning = "keep a scan"},
+    ExampleRow{.line = "quarn scan -o friday.quarn", .meaning = "keep another one later"},
     ExampleRow{.line = "quarn report --scan friday.quarn --since monday.quarn -o week.html",
                .meaning = "a report from a scan, with what changed since another one"},
 };

@@ -132,7 +132,7 @@ constexpr std::array kReceiptsOptions =
     kFilters<Filter::olderThan, Filter::newerThan, Filter::sort, Filter::limit>;
 constexpr std::array kReceiptsExamples{
     ExampleRow{.line = "quarn receipts", .meaning = "all receipts"},
-    ExampleRow{.line = "quarn receipts --of /usr/local/bin/tool", .meaning = "the packages that installed a file"},
+    ExampleRow{.line = "quarn receipts --of /usr/local/bin/skiff", .meaning = "the packages that installed a file"},
 };
 constexpr CommandRow kReceiptsRow{.name = "receipts",
                                   .summary = "List the installer receipts",

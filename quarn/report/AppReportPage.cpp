@@ -148,7 +148,7 @@ std::string artifactRow(const AppReport& report, std::size_t index) {
       "<tr id=\"{}\"><td class=\"n\">{}</td><td class=\"w\">{}</td><td><strong>{}</strong>{}{}{}</td>{}<td class=\"n "
       "wide\">{:.0f} %</td></tr>\n",
       rowID(index), sizeOf(artifact, report.frame.units), riskBadge(artifact.riskLevel), htmlName(artifact.title),
-      isUncertain(artifact) ? " <span class=\"badge caution\">merely resembles the app</span>" : "",
+      isUncertain(artifact) ? " <span class=\"badge caution wraps\">merely resembles the app</span>" : "",
       htmlParagraphs(plainText(artifact.explanation.value_or(""))), pathList(artifact.urls, report.frame.home),
       modeCells(report.selectedBy[index]), artifact.confidence * 100);
 }

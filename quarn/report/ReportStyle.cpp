@@ -43,7 +43,7 @@ td:last-child,th:last-child{padding-right:0}
 tr:target{background:var(--mark)}
 .key{display:inline-block;width:.8em;height:.8em;border-radius:3px;margin-right:.55em}
 .share{display:block;height:.55rem;min-width:2px;border-radius:3px;margin-top:.5rem}.meter{min-width:6rem}
-.badge{display:inline-block;padding:.02rem .5rem;border-radius:99px;border:1px solid currentColor;font-size:.8rem;font-weight:600;white-space:nowrap}
+.badge{display:inline-block;padding:.02rem .5rem;border-radius:99px;border:1px solid currentColor;font-size:.8rem;font-weight:600;white-space:nowrap}.wraps{white-space:normal}
 .safe{color:var(--safe)}.caution{color:var(--caution)}.danger{color:var(--danger)}
 details{border:1px solid var(--line);border-radius:12px;padding:.7rem 1.1rem;margin:.7rem 0;background:var(--card)}
 summary{cursor:pointer;font-weight:600}details[open] summary{margin-bottom:.5rem}

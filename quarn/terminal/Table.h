@@ -15,7 +15,7 @@ class Table {
  public:
   enum class Align : std::uint8_t { left, right };
   struct Column {
-    std::string_view title;
+    std::string_view title;  ///< must outlive the table
     Align align = Align::left;
     bool isFlexible = false;
     std::size_t barWidth = 0;  ///< width of a full bar; 0 for a column of text

@@ -45,6 +45,7 @@ for word in "$@"; do
   case $word in
     /mnt/mac) word=$SAMPLE ;;
     "$HOME") word=/Users/ann ;;
+    "$HOME"/*) word=/Users/ann${word#"$HOME"} ;;
     --volume|--scan|diff) named=yes ;;
   esac
   words+=("$word")

@@ -144,6 +144,16 @@ Texts ownershipTexts() {
   return texts;
 }
 
+// The command shows these in place of the library's own; PlainTextTests has them.
+const std::set<std::string>& shownByTheCommand() {
+  static const std::set<std::string> sentences{
+      "Caches, and data that a sync restores. Local data that is not synced stays.",
+      "Nothing is known of what a sync restores for this app, so mostly caches are selected.",
+      "Only caches and other data that the app can recreate.", "Source: what is known of this vendor",
+      "Vendor profile"};
+  return sentences;
+}
+
 // An untranslated sentence appears without the mark.
 TEST(LocalizedTexts, EverySentenceOfTheCatalogueIsUsedByDiscoveryAPlanOrTheOwnershipMap) {
   MacVolume volume;
@@ -155,6 +165,7 @@ TEST(LocalizedTexts, EverySentenceOfTheCatalogueIsUsedByDiscoveryAPlanOrTheOwner
   const Texts ofOwnership = ownershipTexts();
   texts.insert(texts.end(), ofOwnership.begin(), ofOwnership.end());
   for (const std::string& sentence : language.sentences()) {
+    if (shownByTheCommand().contains(sentence)) continue;
     const std::string beginning = sentence.substr(0, sentence.find('%'));
     std::size_t marked = 0;
     for (const std::string& text : texts) {

@@ -172,6 +172,8 @@ TEST_F(DiffCommand, ListsWhatGrewAndWhatIsNew) {
   EXPECT_EQ(run.exitCode, 0) << run.err;
   EXPECT_THAT(run.out, HasSubstr("~/Pictures/trip"));
   EXPECT_THAT(run.out, HasSubstr("photos"));
+  EXPECT_THAT(run.out, HasSubstr("AFTER  CATEGORY\n"));
+  EXPECT_THAT(run.out, HasSubstr("AFTER  FOLDER\n"));
   EXPECT_THAT(run.out, HasSubstr("new app       New 1\n"));
 }
 

@@ -435,7 +435,7 @@ TEST(RecordJSON, ByteCountsAreIntegersAndNeverNegativeInARequest) {
 
 TEST(RecordJSON, OnlyRawStringsAreAccepted) {
   const std::vector<EnumerationDescription> enumerations = describeEnumerations();
-  ASSERT_EQ(enumerations.size(), 13U);
+  ASSERT_EQ(enumerations.size(), 14U);
   EXPECT_EQ(read<ArtifactKind>(R"("groupContainer")"), ArtifactKind::groupContainer);
   EXPECT_EQ(read<ArtifactScope>(R"("system")"), ArtifactScope::system);
   EXPECT_EQ(read<RiskLevel>(R"("danger")"), RiskLevel::danger);
