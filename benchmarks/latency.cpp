@@ -1,5 +1,5 @@
-// A library for measurements, preloaded into a program. Each call that looks into the file system waits first, like one to
-// a network or a spinning disk. QUARN_LATENCY_MICROSECONDS is the time.
+// A library for measurements, preloaded into a program. Each call that looks into the file system waits first, like one
+// to a network or a spinning disk. QUARN_LATENCY_MICROSECONDS is the time.
 
 #include <cstdarg>
 #include <cstdlib>

@@ -58,7 +58,8 @@ class AppInspectionService {
   };
 
   using Progress = std::function<void(Phase)>;
-  /// Sees an inspection grow. `soFar` is what `inspect` would return now, without the date; it is valid during the call.
+  /// Sees an inspection grow. `soFar` is what `inspect` would return now, without the date; it is valid during the
+  /// call.
   using Growth = std::function<void(Phase phase, const AppInspection& soFar)>;
 
   AppInspectionService(ArtifactScanner artifactScanner, UninstallerDiscoveryService uninstallerDiscovery,

@@ -119,7 +119,10 @@ Message readMessage(std::string_view line, OpenRequests& open) {
     return refusedMessage(
         RPCError::notARequest("a batch of more than " + std::to_string(kMostCallsInABatch) + " calls"));
   }
-  Message message{.requests = {}, .isBatch = value.isArray(), .bytes = std::max(line.size(), document->memory()), .document = document};
+  Message message{.requests = {},
+                  .isBatch = value.isArray(),
+                  .bytes = std::max(line.size(), document->memory()),
+                  .document = document};
   if (message.isBatch) {
     for (std::size_t i = 0; i < value.count(); ++i) readCall(value.element(i), message, open);
   } else {

@@ -100,9 +100,8 @@ using Records =
                StorageSignatureTable, StorageSignatureRegistry::Signature, AppInspectionService::Options,
                ArtifactScanner::Options, OwnershipService::Options, LeftoverOptions, OwnershipClaim, FormerOwner,
                Ownership, ItemOwnership, AppOwnership, LeftoverItem, Leftover, Handshake, PhaseProgress,
-               InspectionProgress, ItemsProgress, SizeProgress, TotalsProgress, ScanFacts, ScanSummary,
-               CategoryChange, FolderChange, AppChange, NewLeftover, ScanDifference, ScanStore::Written,
-               ScanStore::Progress>;
+               InspectionProgress, ItemsProgress, SizeProgress, TotalsProgress, ScanFacts, ScanSummary, CategoryChange,
+               FolderChange, AppChange, NewLeftover, ScanDifference, ScanStore::Written, ScanStore::Progress>;
 
 using Enumerations =
     std::tuple<ArtifactKind, ArtifactDataClass, ArtifactScope, RiskLevel, CleanupMode, RemovalOperationPreview::Type,

@@ -281,8 +281,8 @@ CommandRun runLimitedTo(int mebibytes, const Words& words) {
   return runProgram("/bin/sh", limited);
 }
 
-// From too little for the first threads to enough for everything. With less still the system cannot load the program, or the
-// libraries end it before `main`.
+// From too little for the first threads to enough for everything. With less still the system cannot load the program,
+// or the libraries end it before `main`.
 TEST(LittleMemory, AResultIsWholeOrAnError) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "sanitizers reserve more address space than a limit allows";

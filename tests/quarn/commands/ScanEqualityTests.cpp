@@ -68,11 +68,12 @@ class RandomMac {
   std::vector<std::string> data_;
 };
 
-// What differs although the answers are the same: times of the runs, the free bytes of the disk, and what a list left out
-// (a scan holds only the largest files).
+// What differs although the answers are the same: times of the runs, the free bytes of the disk, and what a list left
+// out (a scan holds only the largest files).
 void dropMoments(json& value) {
   if (value.is_object()) {
-    for (const char* name : {"inspectedAt", "freeBytes", "unattributedBytes", "ownership", "leftOut"}) value.erase(name);
+    for (const char* name : {"inspectedAt", "freeBytes", "unattributedBytes", "ownership", "leftOut"})
+      value.erase(name);
   }
   if (value.is_structured()) {
     for (json& part : value) dropMoments(part);
