@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -72,17 +71,36 @@ std::optional<Date> limitDate(Filter filter, const Arguments& arguments) {
   return text ? std::optional(dateBefore(ageOption(name, *text))) : std::nullopt;
 }
 
+// Takes "1.5" from the beginning of a text; absent without a digit. The C++ library of macOS's compiler cannot read
+// fractions.
+std::optional<double> takeNumeral(std::string_view& text) {
+  const std::size_t length = std::min(text.find_first_not_of("0123456789."), text.size());
+  const std::string_view numeral = text.substr(0, length);
+  const std::size_t point = std::min(numeral.find('.'), length);
+  if (numeral.find_first_of("0123456789") == numeral.npos || numeral.find('.', point + 1) != numeral.npos)
+    return std::nullopt;
+  double value = 0;
+  double scale = 1;
+  for (std::size_t i = 0; i < length; ++i) {
+    if (i == point) continue;
+    value = value * 10 + (numeral[i] - '0');
+    if (i > point) scale *= 10;
+  }
+  text.remove_prefix(length);
+  return value / scale;
+}
+
 }  // namespace
 
 std::int64_t bytesOption(std::string_view option, const std::string& text) {
-  double count = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count, std::chars_format::fixed);
-  const std::string unit = upperCased(std::string_view(end, static_cast<std::size_t>(text.data() + text.size() - end)));
+  std::string_view rest = text;
+  const std::optional<double> count = takeNumeral(rest);
+  const std::string unit = upperCased(rest);
   const auto row =
       std::find_if(kByteUnits.begin(), kByteUnits.end(), [&](const ByteUnit& any) { return any.name == unit; });
-  const double bytes = row == kByteUnits.end() ? -1 : std::ceil(count * row->bytes);
+  const double bytes = row == kByteUnits.end() || !count ? -1 : std::ceil(*count * row->bytes);
   constexpr double kMost = 9e18;
-  if (error == std::errc() && bytes >= 0 && bytes <= kMost) return static_cast<std::int64_t>(bytes);
+  if (bytes >= 0 && bytes <= kMost) return static_cast<std::int64_t>(bytes);
   throw UsageError(std::string(option) + ": expected a size, as in 10MB or 1.5GiB; got \"" + text + "\"");
 }
 
