@@ -136,4 +136,21 @@ ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine
   return plan;
 }
 
+void addHome(ScanPlan& plan, const std::string& home, const ScanPlan& ofHome) {
+  const auto isIn = [&](const std::string& path, const std::string& folder) {
+    return path == folder || path.starts_with(folder == "/" ? folder : folder + "/");
+  };
+  std::erase_if(plan.roots, [&](const ScanRoot& root) { return isIn(root.location, home); });
+  std::erase_if(plan.prefixRules, [&](const PrefixRule& rule) { return isIn(rule.prefix, home); });
+  for (ScanRoot& root : plan.roots) {
+    if (isIn(home, root.location)) root.exclusions.push_back(home);
+  }
+  for (const ScanRoot& root : ofHome.roots) {
+    if (isIn(root.location, home)) plan.roots.push_back(root);
+  }
+  for (const PrefixRule& rule : ofHome.prefixRules) {
+    if (isIn(rule.prefix, home)) plan.prefixRules.push_back(rule);
+  }
+}
+
 }  // namespace quarn

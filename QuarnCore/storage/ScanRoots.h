@@ -57,6 +57,10 @@ struct ScanPlan {
   std::vector<PrefixRule> prefixRules{};
 };
 
+/// Adds the plan of another home folder on the same volume. Of `plan` it takes what is outside `home`, of `ofHome` what
+/// is in it, so one scan counts each user's folders as that user's plan does. `home` is a location.
+void addHome(ScanPlan& plan, const std::string& home, const ScanPlan& ofHome);
+
 /// Makes the plan for the current state of the volume. Incomplete after the file manager's cancellation is set.
 ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine,
                       const VolumeLocationChecker& locations, const FileManager& files);

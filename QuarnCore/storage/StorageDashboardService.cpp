@@ -147,29 +147,39 @@ StorageOverview StorageDashboardService::initialOverview() const {
 StorageDashboardService::CategorySizes StorageDashboardService::calculatePartitionedCategorySizes(
     const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
     RecordedFolders* recorded) const {
-  return partition(onUpdate, nullptr, cancellation, recorded);
+  return partition(onUpdate, nullptr, cancellation, recorded, {});
 }
 
 std::vector<StorageDashboardService::PartitionedRoot> StorageDashboardService::calculatePartitionedRoots(
     const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
-    RecordedFolders* recorded) const {
+    RecordedFolders* recorded, const std::vector<StorageDashboardService>& others) const {
   std::vector<PartitionedRoot> roots;
   const auto keep = [&](PartitionedRoot root) {
     const bool hasBytes = std::any_of(root.sizes.begin(), root.sizes.end(),
                                       [](const auto& ofCategory) { return ofCategory.second != SizeInfo{}; });
     if (hasBytes) roots.push_back(std::move(root));
   };
-  (void)partition(onUpdate, keep, cancellation, recorded);
+  (void)partition(onUpdate, keep, cancellation, recorded, others);
   return roots;
+}
+
+ScanPlan StorageDashboardService::plan(const Cancellation& cancellation) const {
+  const FileManager files = files_.cancelledBy(cancellation);
+  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
+  return makeScanPlan(categories, quarantineManager_.baseURL(), volumeLocationChecker_, files);
 }
 
 StorageDashboardService::CategorySizes StorageDashboardService::partition(
     const std::function<void(const CategorySizes&)>& onUpdate, const std::function<void(PartitionedRoot)>& onRoot,
-    const Cancellation& cancellation, RecordedFolders* recorded) const {
+    const Cancellation& cancellation, RecordedFolders* recorded,
+    const std::vector<StorageDashboardService>& others) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
-  ScanPlan plan = makeScanPlan(categories, quarantineManager_.baseURL(), volumeLocationChecker_, files);
-  PartitionedScan scan(std::move(plan), signatureRegistry_.packageCategoryByExtension(), files);
+  ScanPlan whole = plan(cancellation);
+  for (const StorageDashboardService& other : others) {
+    const FileURL& home = other.files_.homeDirectory();
+    addHome(whole, files.realPath(home).value_or(home.path()), other.plan(cancellation));
+  }
+  PartitionedScan scan(std::move(whole), signatureRegistry_.packageCategoryByExtension(), files);
   PartitionedScan::Observers observers{.recorded = recorded};
   if (onUpdate) observers.onUpdate = [&](const PartitionedScan::Totals& totals) { onUpdate(byCategory(totals)); };
   if (onRoot) {

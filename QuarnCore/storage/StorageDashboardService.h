@@ -16,6 +16,7 @@
 namespace quarn {
 
 class RecordedFolders;
+struct ScanPlan;
 
 /// The storage categories: their folders and their sizes. Synchronous and read-only. Finds the roots on every call.
 /// Operations poll `cancellation`, also while they look for roots and inside one folder. When it is set, they return
@@ -63,9 +64,11 @@ class StorageDashboardService {
   };
   /// The same pass, root by root in walk order, without roots that have no bytes. The sum over all roots is what
   /// `calculatePartitionedCategorySizes` returns.
+  /// With `others`, the services of other home folders on the volume, the pass counts each user's folders as that
+  /// user's service does.
   [[nodiscard]] std::vector<PartitionedRoot> calculatePartitionedRoots(
       const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
-      RecordedFolders* recorded = nullptr) const;
+      RecordedFolders* recorded = nullptr, const std::vector<StorageDashboardService>& others = {}) const;
 
   /// The size of the roots in `preciseRoots`, root by root; absent if there are none. Calls `onRoot`, if not null, with
   /// the sum so far after each root. Throws FileError.
@@ -82,7 +85,8 @@ class StorageDashboardService {
  private:
   CategorySizes partition(const std::function<void(const CategorySizes&)>& onUpdate,
                           const std::function<void(PartitionedRoot)>& onRoot, const Cancellation& cancellation,
-                          RecordedFolders* recorded) const;
+                          RecordedFolders* recorded, const std::vector<StorageDashboardService>& others) const;
+  [[nodiscard]] ScanPlan plan(const Cancellation& cancellation) const;
 
   VolumeInfoClient volumeInfoClient_;
   FileSizeCalculator fileSizeCalculator_;

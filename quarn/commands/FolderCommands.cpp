@@ -9,6 +9,7 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Filters.h"
+#include "quarn/commands/Homes.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/PathArgument.h"
 #include "quarn/commands/ScanOption.h"
@@ -33,12 +34,17 @@ std::vector<FileURL> namedFolders(CommandContext& context) {
 std::vector<FileURL> foldersToRank(CommandContext& context) {
   if (const std::optional<std::string> name = context.arguments().text("--category")) {
     const StorageCategoryID category = fromRawValue<StorageCategoryID>(*name).value();
-    return context.services().storageDashboard().topItemRoots(category, /*includeDiscovered=*/true,
-                                                              context.cancellation());
+    std::vector<FileURL> roots = context.services().storageDashboard().topItemRoots(
+        category, /*includeDiscovered=*/true, context.cancellation());
+    for (const StorageDashboardService& other : otherDashboards(context, homesOf(context))) {
+      for (const FileURL& root : other.topItemRoots(category, /*includeDiscovered=*/true, context.cancellation())) {
+        if (std::find(roots.begin(), roots.end(), root) == roots.end()) roots.push_back(root);
+      }
+    }
+    return roots;
   }
   std::vector<FileURL> folders = namedFolders(context);
-  if (folders.empty()) folders.push_back(context.services().files.homeDirectory());
-  return folders;
+  return folders.empty() ? homesOf(context) : folders;
 }
 
 // Folders of a category may be missing. A folder that the user names must exist.
@@ -181,15 +187,24 @@ ExitCode runTop(CommandContext& context) {
   const Rank rank = rankOf(context.arguments());
   std::int64_t most = 0;
   for (const TopItem& item : items) most = std::max(most, rankedBytes(item, rank));
-  Table table({{.title = "ON DISK", .align = Table::Align::right},
-               {.title = "LENGTH", .align = Table::Align::right},
-               {.title = "", .barWidth = kFolderBarWidth},
-               {.title = "ITEM", .isFlexible = true}});
-  for (const TopItem& item : items) {
-    table.addRow({context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes),
-                  shareOf(rankedBytes(item, rank), most), context.displayPath(item.url)});
+  const bool areOfAllUsers = context.arguments().has("--all-users");
+  const std::vector<FileURL> homes = areOfAllUsers ? homesOf(context) : std::vector<FileURL>();
+  std::vector<Table::Column> columns{{.title = "ON DISK", .align = Table::Align::right},
+                                     {.title = "LENGTH", .align = Table::Align::right},
+                                     {.title = "", .barWidth = kFolderBarWidth},
+                                     {.title = "ITEM", .isFlexible = true}};
+  if (areOfAllUsers) columns.push_back({.title = "USER"});
+  Table table(columns);
+  nlohmann::ordered_json list = toJSON(items);
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    const TopItem& item = items[i];
+    std::vector<Table::Cell> row{context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes),
+                                 shareOf(rankedBytes(item, rank), most), context.displayPath(item.url)};
+    if (areOfAllUsers) row.emplace_back(userOf(item.url, homes));
+    if (areOfAllUsers) list[i]["user"] = toJSON(userOf(item.url, homes));
+    table.addRow(std::move(row));
   }
-  showList(context, "items", toJSON(items), table, &filters.filters);
+  showList(context, "items", list, table, &filters.filters);
   return context.finish();
 }
 

@@ -10,6 +10,7 @@
 #include "QuarnSystem/AppDiscoveryClient.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Filters.h"
+#include "quarn/commands/Homes.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/OwnershipMaps.h"
@@ -24,18 +25,6 @@ bool wantsSizes(const CommandContext& context) {
   const Arguments& arguments = context.arguments();
   return arguments.has("--size") || arguments.has("--min-size") ||
          arguments.text("--sort") == rawValue(ListOrder::size);
-}
-
-// Every home folder to search; the selected one first.
-std::vector<FileURL> homesOf(CommandContext& context) {
-  const FileManager& files = context.services().files;
-  std::vector<FileURL> homes{files.homeDirectory()};
-  if (!context.arguments().has("--all-users")) return homes;
-  for (const DirectoryEntry& entry : files.contentsOrNone(FileURL("/Users"), HiddenItems::skip)) {
-    const bool isHome = entry.type == FileType::directory && files.isDirectory(entry.url.appending("Library"));
-    if (isHome && entry.url.path() != homes.front().path()) homes.push_back(entry.url);
-  }
-  return homes;
 }
 
 // An app in the home folder of one user may have left files in /Library, where all users find them.
@@ -151,7 +140,7 @@ constexpr std::array kLeftoversOptions =
     std::array{
         kScanOption,
         OptionRow{.name = "--size", .help = "Size the leftovers, and list the largest first"},
-        OptionRow{.name = "--all-users", .help = "Search the home folders of all users of the volume"},
+        kAllUsersOption,
     } +
     kFilters<Filter::minSize, Filter::olderThan, Filter::newerThan, Filter::exclude, Filter::owner, Filter::sort,
              Filter::limit>;

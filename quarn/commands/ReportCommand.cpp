@@ -6,6 +6,7 @@
 
 #include "QuarnPlatform/files/HostFile.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
+#include "QuarnPlatform/resources/Localization.h"
 #include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
@@ -13,6 +14,7 @@
 #include "quarn/commands/HostOutput.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/OwnershipMaps.h"
+#include "quarn/commands/ReportPlaces.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/commands/ScannedReport.h"
 #include "quarn/report/ReportPage.h"
@@ -71,8 +73,15 @@ VolumeReport volumeReport(CommandContext& context) {
   VolumeReport report{.volume = dashboard.initialOverview().volume,
                       .hasCapacity = context.services().files.mount().isMountPoint};
   context.progress("scanning the volume");
-  const auto sizes = dashboard.calculatePartitionedCategorySizes(nullptr, context.cancellation());
-  for (const auto& [category, size] : sizes) report.categories.push_back({category, size});
+  RecordedFolders recorded;
+  const auto roots = dashboard.calculatePartitionedRoots(nullptr, context.cancellation(), &recorded);
+  for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
+    if (category == StorageCategoryID::free) continue;
+    StorageCategory sum{.id = category};
+    for (const auto& root : roots) sum.size += root.sizes.at(category);
+    report.categories.push_back(sum);
+  }
+  report.places = reportPlaces(roots, recorded);
   context.progress("looking for the largest items");
   const std::vector<TopItem> items = candidates(context);
   report.largest = ranked(
@@ -146,9 +155,16 @@ void refuseBadPlace(const std::string& file, const std::string& volumeFolder) {
   checkHostFile(file);
 }
 
+// The page is in English, so the texts of the records must be too.
+void useLanguageOfPage(CommandContext& context) {
+  (void)context.services();
+  useLocalization("en", ResourceBundle::shipped());
+}
+
 ExitCode runReport(CommandContext& context) {
   const std::optional<std::string> file = context.arguments().text("--output");
   if (!file || file->empty()) throw UsageError("report requires --output FILE: the HTML file to write");
+  useLanguageOfPage(context);
   if (*file == "-") return writeToStandardOutput(context);
   if (context.arguments().has("--scan")) {
     checkHostFile(*file);

@@ -7,6 +7,7 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Filters.h"
+#include "quarn/commands/Homes.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/report/Share.h"
@@ -46,11 +47,17 @@ std::string liveLine(const Sizes& sizes, CommandContext& context) {
   return line;
 }
 
-Sizes scan(CommandContext& context) {
-  Sizes sizes = context.services().storageDashboard().calculatePartitionedCategorySizes(
-      [&](const Sizes& soFar) { context.progress(liveLine(soFar, context)); }, context.cancellation());
+// One pass over all homes, root by root.
+std::vector<StorageDashboardService::PartitionedRoot> scan(CommandContext& context, const std::vector<FileURL>& homes) {
+  auto roots = context.services().storageDashboard().calculatePartitionedRoots(
+      [&](const Sizes& soFar) { context.progress(liveLine(soFar, context)); }, context.cancellation(), nullptr,
+      otherDashboards(context, homes));
   context.endProgress();
-  return sizes;
+  return roots;
+}
+
+void add(Sizes& sum, const Sizes& more) {
+  for (const auto& [category, size] : more) sum[category] += size;
 }
 
 /// What the overview shows: the volume and the categories of its bytes.
@@ -60,6 +67,7 @@ struct Overview {
   /// folder, and say nothing about it.
   bool hasCapacity = true;
   Sizes sizes{};
+  std::vector<std::pair<std::string, Sizes>> users{};  ///< with --all-users, each user's part of `sizes`
   bool isComplete = true;
 
   [[nodiscard]] std::int64_t attributedBytes() const { return allocatedSum(sizes); }
@@ -78,6 +86,18 @@ std::string headline(const Overview& overview, CommandContext& context) {
   }
   return fmt::format("{}  {} of {} used, {} free\n\n", name, context.size(overview.usedBytes()),
                      context.size(overview.volume.totalBytes), context.size(overview.volume.freeBytes));
+}
+
+std::string usersText(const Overview& overview, CommandContext& context) {
+  if (overview.users.empty()) return "";
+  Table table({{.title = "USER", .isFlexible = true},
+               {.title = "ON DISK", .align = Table::Align::right},
+               {.title = "", .barWidth = kBarWidth}});
+  for (const auto& [user, sizes] : overview.users) {
+    const std::int64_t bytes = allocatedSum(sizes);
+    table.addRow({user, context.size(bytes), shareOf(bytes, overview.attributedBytes())});
+  }
+  return "\n" + table.text(context.out());
 }
 
 std::string overviewText(const Overview& overview, CommandContext& context) {
@@ -101,7 +121,7 @@ std::string overviewText(const Overview& overview, CommandContext& context) {
                   {fmt::format("{:.1f} %", restShare * 100), Style::dim},
                   {restShare, Style::dim}});
   }
-  text += table.text(context.out());
+  text += table.text(context.out()) + usersText(overview, context);
   if (!overview.isComplete) text += "\nIncomplete: the scan was interrupted; these are the totals so far.\n";
   return text;
 }
@@ -114,16 +134,32 @@ nlohmann::ordered_json overviewJSON(const Overview& overview) {
   } else {
     volume["totalBytes"] = volume["freeBytes"] = nullptr;
   }
-  return {{"volume", std::move(volume)},
-          {"categories", toJSON(overview.sizes)},
-          {"unattributedBytes", std::move(unattributed)},
-          {"isComplete", overview.isComplete}};
+  nlohmann::ordered_json json{{"volume", std::move(volume)}, {"categories", toJSON(overview.sizes)}};
+  for (const auto& [user, sizes] : overview.users) {
+    json["users"].push_back({{"user", toJSON(user)}, {"categories", toJSON(sizes)}});
+  }
+  json["unattributedBytes"] = std::move(unattributed);
+  json["isComplete"] = overview.isComplete;
+  return json;
 }
 
 Overview overviewOf(CommandContext& context) {
   Overview overview{.volume = context.services().storageDashboard().initialOverview().volume,
                     .hasCapacity = context.services().files.mount().isMountPoint};
-  overview.sizes = scan(context);
+  for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
+    if (category != StorageCategoryID::free) overview.sizes[category];
+  }
+  const std::vector<FileURL> homes = homesOf(context);
+  if (context.arguments().has("--all-users")) {
+    for (const FileURL& home : homes) overview.users.push_back({std::string(home.lastPathComponent()), {}});
+  }
+  for (const auto& root : scan(context, homes)) {
+    add(overview.sizes, root.sizes);
+    const std::string user = userOf(root.url, homes);
+    for (auto& [name, sizes] : overview.users) {
+      if (name == user) add(sizes, root.sizes);
+    }
+  }
   return overview;
 }
 
@@ -176,9 +212,7 @@ std::vector<SizedRoot> scannedRoots(StorageCategoryID category, const Scan& scan
 // The part of the category in each root of the whole volume's scan, so that the sum is the overview's total.
 std::vector<SizedRoot> partitionedRoots(StorageCategoryID category, CommandContext& context) {
   const StorageDashboardService& dashboard = context.services().storageDashboard();
-  const auto roots = dashboard.calculatePartitionedRoots(
-      [&](const Sizes& soFar) { context.progress(liveLine(soFar, context)); }, context.cancellation());
-  context.endProgress();
+  const auto roots = scan(context, homesOf(context));
   std::vector<SizedRoot> rows;
   for (const auto& [url, sizes] : roots) {
     const SizeInfo size = sizes.at(category);
@@ -263,6 +297,7 @@ ExitCode runStorage(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
   if (words.empty() && context.arguments().has("--roots")) throw UsageError("--roots requires a CATEGORY");
   ListFilters filters(context);
+  if (context.scan() != nullptr) refuseWithScan(context, "--all-users", "a scan has the categories of one user");
   if (words.empty()) refuseFilters(context.arguments());
   if (words.empty()) return showOverview(context);
   return showCategory(fromRawValue<StorageCategoryID>(words.front()).value(), filters, context);
@@ -275,7 +310,7 @@ constexpr std::array kStoragePositionals{
 constexpr std::array kStorageOptions =
     std::array{
         OptionRow{.name = "--roots",
-                  .help = "Size the folders that CATEGORY lists, whatever category their items have"},
+                  .help = "Size the folders that CATEGORY lists, whatever category their items have", .excludes = "--all-users"},
         kScanOption,
     } +
     kStorageFilters;

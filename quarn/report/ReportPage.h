@@ -31,11 +31,19 @@ struct VolumeReport {
     std::optional<VendorPathHint> hint{};
   };
 
+  /// A folder or an app that takes space of a category, and the largest items in it.
+  struct Place {
+    StorageCategoryID category = StorageCategoryID::other;
+    TopItem item{};
+    std::vector<TopItem> items{};  ///< largest first
+  };
+
   ReportFrame frame{};
   VolumeInfo volume{};
   /// False for a folder that is not a mounted volume: the totals in `volume` are those of the disk that holds it.
   bool hasCapacity = true;
   std::vector<StorageCategory> categories{};
+  std::vector<Place> places{};        ///< by category, largest first; together at most its size
   std::vector<Item> largest{};              ///< by space on this disk, largest first
   std::vector<Item> elsewhere{};            ///< by length minus space on this disk, largest first
   std::vector<Leftover> leftovers{};        ///< of apps that are not installed, sized, largest first

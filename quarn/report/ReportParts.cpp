@@ -1,5 +1,7 @@
 #include "quarn/report/ReportParts.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "quarn/report/Html.h"
@@ -45,14 +47,42 @@ std::string contents(const std::vector<Section>& sections) {
   return "<nav aria-label=\"Contents\"><ul>\n" + rows + "</ul></nav>\n";
 }
 
-std::string mapTile(const TreemapTile& place, const Tile& tile, SizeUnits units) {
+/// The area of a map, in any unit.
+struct Area {
+  double width = kMapWidth;
+  double height = kMapHeight;
+};
+
+std::string mapTile(const TreemapTile& place, const Area& area, const Tile& tile, const std::string& inside,
+                    SizeUnits units) {
   const std::string name = html(tile.name);
   const std::string size = sizeText(tile.bytes, units);
   return fmt::format(
-      "<li style=\"--x:{:.3f}%;--y:{:.3f}%;--w:{:.3f}%;--h:{:.3f}%\"><a class=\"{}\" href=\"#{}\" "
-      "aria-label=\"{}, {}\" title=\"{}, {}\"><b><bdi>{}</bdi></b><span>{}</span></a></li>\n",
-      place.x / kMapWidth * 100, place.y / kMapHeight * 100, place.width / kMapWidth * 100,
-      place.height / kMapHeight * 100, tile.colorClass, tile.target, name, size, name, size, name, size);
+      "<li style=\"--x:{:.3f}%;--y:{:.3f}%;--w:{:.3f}%;--h:{:.3f}%\"><a class=\"{}{}\" href=\"#{}\" "
+      "aria-label=\"{}, {}\" title=\"{}, {}\"><b><bdi>{}</bdi></b><span>{}</span></a>{}</li>\n",
+      place.x / area.width * 100, place.y / area.height * 100, place.width / area.width * 100,
+      place.height / area.height * 100, inside.empty() ? "" : "head ", tile.colorClass, tile.target, name, size, name,
+      size, name, size, inside);
+}
+
+// The list of the tiles in an area. The bytes of `whole` that no tile has keep their share of the area.
+std::string nestedTiles(const std::vector<NestedTile>& tiles, std::int64_t whole, const Area& area, SizeUnits units) {
+  std::vector<double> weights;
+  std::int64_t rest = whole;
+  for (const NestedTile& nested : tiles) {
+    weights.push_back(static_cast<double>(nested.tile.bytes));
+    rest -= nested.tile.bytes;
+  }
+  weights.push_back(static_cast<double>(std::max<std::int64_t>(rest, 0)));
+  std::string places;
+  for (const TreemapTile& place : treemapTiles(weights, area.width, area.height)) {
+    if (place.index == tiles.size()) continue;
+    const NestedTile& nested = tiles[place.index];
+    const std::string inside =
+        nestedTiles(nested.tiles, nested.tile.bytes, {.width = place.width, .height = place.height}, units);
+    places += mapTile(place, area, nested.tile, inside.empty() ? "" : "<ul>\n" + inside + "</ul>", units);
+  }
+  return places;
 }
 
 }  // namespace
@@ -93,14 +123,16 @@ std::string bar(const std::vector<Tile>& tiles) {
 }
 
 std::string map(const std::vector<Tile>& tiles, std::string_view label, SizeUnits units) {
-  std::vector<double> weights;
-  weights.reserve(tiles.size());
-  for (const Tile& tile : tiles) weights.push_back(static_cast<double>(tile.bytes));
-  std::string places;
-  for (const TreemapTile& place : treemapTiles(weights, kMapWidth, kMapHeight)) {
-    places += mapTile(place, tiles[place.index], units);
-  }
+  std::vector<NestedTile> flat;
+  flat.reserve(tiles.size());
+  for (const Tile& tile : tiles) flat.push_back({tile, {}});
+  const std::string places = nestedTiles(flat, 0, {}, units);
   return places.empty() ? "" : fmt::format("<ul class=\"map\" aria-label=\"{}\">\n{}</ul>\n", label, places);
+}
+
+std::string nestedMap(const std::vector<NestedTile>& tiles, std::string_view label, SizeUnits units) {
+  const std::string places = nestedTiles(tiles, 0, {}, units);
+  return places.empty() ? "" : fmt::format("<ul class=\"map nested\" aria-label=\"{}\">\n{}</ul>\n", label, places);
 }
 
 std::string meter(double share, std::string_view colorClass) {

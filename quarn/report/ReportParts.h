@@ -25,6 +25,12 @@ struct Tile {
   std::string target;      ///< id of the table row
 };
 
+/// A tile that other tiles divide. What these leave of its bytes stays empty.
+struct NestedTile {
+  Tile tile;
+  std::vector<NestedTile> tiles;
+};
+
 /// An entry in the table of contents.
 struct Section {
   std::string_view id;
@@ -42,6 +48,8 @@ std::string footer(const ReportFrame& frame);
 std::string bar(const std::vector<Tile>& tiles);
 /// A treemap: a list of links to the rows of the tiles.
 std::string map(const std::vector<Tile>& tiles, std::string_view label, SizeUnits units);
+/// A treemap of treemaps. Each tile has its name in a strip above the tiles in it.
+std::string nestedMap(const std::vector<NestedTile>& tiles, std::string_view label, SizeUnits units);
 /// The bar of a share in the cell of a table.
 std::string meter(double share, std::string_view colorClass);
 

@@ -30,6 +30,8 @@ nav ul{display:flex;flex-wrap:wrap;gap:.3rem 1.2rem;list-style:none;margin:1rem 
 .map a{position:absolute;inset:1px;padding:.4rem .55rem;border-radius:4px;color:#fff;text-decoration:none;font-size:.82rem;line-height:1.3;overflow:hidden;overflow-wrap:anywhere}
 .map a:hover{filter:brightness(1.12)}.map a:focus-visible{outline-color:#fff;outline-offset:-4px}
 .map b{display:-webkit-box;-webkit-box-orient:vertical;-webkit-line-clamp:3;overflow:hidden;font-weight:650}
+.nested{aspect-ratio:12/7}.map ul{position:absolute;inset:1.45rem 1px 1px 1px;list-style:none;margin:0;padding:0}
+.map a.head{bottom:auto;height:1.45rem;padding:.1rem .45rem;border-radius:4px 4px 0 0}.map .head b{display:inline;margin-right:.6em}
 @container (max-height:5.4rem){.map b{-webkit-line-clamp:2}}
 @container (max-height:4.2rem){.map b{-webkit-line-clamp:1}}
 @container (max-width:4.6rem) or (max-height:2.9rem){.map a>*{display:none}}
@@ -52,7 +54,7 @@ ol,ul.plain{padding-left:1.3rem;margin:.4rem 0}li{margin:.25rem 0}
 .c0{background:#2f6fdb}.c1{background:#8a4fd0}.c2{background:#c2417c}.c3{background:#0b757b}.c4{background:#a15600}.c5{background:#3f7d20}.c6{background:#5b6470}.c7{background:#7a5c44}.c8{background:#6b7178}
 .risk-safe{background:#1b7f3b}.risk-caution{background:#8a5a00}.risk-danger{background:#b3261e}
 @media(max-width:40rem){body{font-size:15px}header,main,footer{padding-left:1rem;padding-right:1rem}header{padding-top:1.5rem}h1{font-size:1.6rem}.map{aspect-ratio:4/5}.map li{left:var(--y);top:var(--x);width:var(--h);height:var(--w)}.wide{display:none}table{font-size:.86rem}thead .n{white-space:normal}th,td{padding-right:.6rem}.facts dd{font-size:1.1rem}}
-@media print{.bar span,.map a,.key,.share{print-color-adjust:exact;-webkit-print-color-adjust:exact}details,tr{break-inside:avoid}nav,.skip{display:none}}
+@media print{.bar span,.map a,.key,.share{print-color-adjust:exact;-webkit-print-color-adjust:exact}details,tr,.map,.bar,.facts div{break-inside:avoid}h2,h3,caption{break-after:avoid}body{font-size:10pt}header,main,footer{max-width:none;padding-left:0;padding-right:0}nav,.skip{display:none}}
 )";
 }
 

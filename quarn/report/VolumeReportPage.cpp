@@ -100,13 +100,49 @@ std::string itemTable(const ItemTable& table, const ReportFrame& frame) {
       table.id, table.caption, rows);
 }
 
-std::vector<Tile> itemTiles(const VolumeReport& report) {
-  std::vector<Tile> tiles;
-  for (std::size_t i = 0; i < report.largest.size(); ++i) {
-    const TopItem& item = report.largest[i].item;
-    tiles.push_back({item.name, item.size.allocatedBytes, colorOf(i), "item-" + std::to_string(i + 1)});
+// The category, its folders and apps, and the items in these; each tile has the colour of its category.
+std::vector<NestedTile> nestedTiles(const VolumeReport& report) {
+  std::vector<NestedTile> tiles;
+  for (Tile& tile : categoryTiles(report)) tiles.push_back({std::move(tile), {}});
+  for (std::size_t i = 0; i < report.places.size(); ++i) {
+    const VolumeReport::Place& place = report.places[i];
+    const auto category = std::find_if(report.categories.begin(), report.categories.end(),
+                                       [&](const StorageCategory& any) { return any.id == place.category; });
+    if (category == report.categories.end()) continue;
+    const std::string color = colorOf(place.category);
+    const std::string row = "place-" + std::to_string(i + 1);
+    NestedTile nested{{place.item.name, place.item.size.allocatedBytes, color, row}, {}};
+    for (const TopItem& item : place.items) {
+      nested.tiles.push_back({{item.name, item.size.allocatedBytes, color, row}, {}});
+    }
+    tiles[static_cast<std::size_t>(category - report.categories.begin())].tiles.push_back(std::move(nested));
   }
   return tiles;
+}
+
+std::string placeRow(const VolumeReport& report, std::size_t index) {
+  const VolumeReport::Place& place = report.places[index];
+  std::string items;
+  for (const TopItem& item : place.items) {
+    items += fmt::format("<div class=\"dim path\">{} · {}</div>", htmlName(item.name),
+                         sizeText(item.size.allocatedBytes, report.frame.units));
+  }
+  return fmt::format(
+      "<tr id=\"place-{}\"><td class=\"w\"><span class=\"key {}\"></span>{}</td><td class=\"n\">{}</td>"
+      "<td class=\"path\">{}{}</td></tr>\n",
+      index + 1, colorOf(place.category), titleOf(place.category),
+      sizeText(place.item.size.allocatedBytes, report.frame.units),
+      htmlName(pathText(place.item.url, report.frame.home)), items);
+}
+
+std::string placeTable(const VolumeReport& report) {
+  if (report.places.empty()) return "";
+  std::string rows;
+  for (std::size_t i = 0; i < report.places.size(); ++i) rows += placeRow(report, i);
+  return "<table id=\"place-table\">\n<caption>What fills each category: its largest folders and apps, and the largest "
+         "items in them</caption>\n<thead><tr><th scope=\"col\" class=\"w\">Category</th><th scope=\"col\" "
+         "class=\"n\">On disk</th><th scope=\"col\">Folder or app</th></tr></thead>\n<tbody>\n" +
+         rows + "</tbody>\n</table>\n";
 }
 
 std::vector<Fact> facts(const VolumeReport& report) {
@@ -130,9 +166,8 @@ std::string largestSection(const VolumeReport& report) {
       .id = "item",
       .caption = "Files and packages (such as apps and libraries) on the whole volume, by space on this disk",
       .items = report.largest};
-  return "<section aria-labelledby=\"largest\">\n<h2 id=\"largest\">The largest items</h2>\n"
-         "<a class=\"skip\" href=\"#item-table\">Skip the map</a>\n" +
-         map(itemTiles(report), "Map of the largest items", report.frame.units) + itemTable(table, report.frame) +
+  return "<section aria-labelledby=\"largest\">\n<h2 id=\"largest\">The largest items</h2>\n" +
+         itemTable(table, report.frame) +
          "</section>\n";
 }
 
@@ -200,7 +235,10 @@ std::string reportPage(const VolumeReport& report) {
   const std::vector<Tile> categories = categoryTiles(report);
   body += unreadNote(report.frame.unread);
   body += "<section aria-labelledby=\"space\">\n<h2 id=\"space\">Where the space goes</h2>\n" + bar(categories) +
-          categoryTable(report) + map(categories, "Map of the categories", report.frame.units) + "</section>\n";
+          categoryTable(report) + (report.places.empty() ? "" : "<a class=\"skip\" href=\"#place-table\">Skip the map</a>\n") +
+          nestedMap(nestedTiles(report), "Map of the categories, their folders and apps, and the items in them",
+                    report.frame.units) +
+          placeTable(report) + "</section>\n";
   if (report.changes) body += changesSection(*report.changes, report.frame);
   body += largestSection(report) + elsewhereSection(report) + leftoversSection(report);
   body += unreadSection(report.frame) + "</main>\n" + footer(report.frame);

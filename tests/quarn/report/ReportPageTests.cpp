@@ -122,10 +122,23 @@ TEST(ReportPage, OfAVolumeListsFilesWithContentElsewhere) {
   EXPECT_THAT(page, HasSubstr("<a href=\"#elsewhere\">"));
 }
 
+TEST(ReportPage, OneMapHoldsCategoriesThenFoldersThenItemsInOneColour) {
+  const std::string page = reportPage(volumeReport());
+  EXPECT_EQ(count(page, "<ul class=\"map"), 1U);
+  const std::size_t category = page.find("class=\"head c0\" href=\"#category-apps\"");
+  const std::size_t place = page.find("class=\"head c0\" href=\"#place-1\"");
+  const std::size_t item = page.find("class=\"c0\" href=\"#place-1\"");
+  ASSERT_NE(item, std::string::npos);
+  EXPECT_LT(category, place);
+  EXPECT_LT(place, item);
+  EXPECT_THAT(page, HasSubstr("<tr id=\"place-1\"><td class=\"w\"><span class=\"key c0\"></span>Apps</td>"));
+}
+
 TEST(ReportPage, TilesLinkToTheirRowsAndEmptyOnesAreOmitted) {
   const std::string page = reportPage(volumeReport());
   EXPECT_THAT(page, HasSubstr("href=\"#category-apps\" aria-label=\"Apps, 300 KB\""));
-  EXPECT_THAT(page, HasSubstr("href=\"#item-2\" aria-label=\"Big.app, 60 KB\""));
+  EXPECT_THAT(page, HasSubstr("href=\"#place-1\" aria-label=\"Big.app, 200 KB\""));
+  EXPECT_THAT(page, HasSubstr("href=\"#place-1\" aria-label=\"Contents, 150 KB\""));
   EXPECT_THAT(page, Not(HasSubstr("href=\"#category-other\"")));
   const std::regex link("href=\"#([^\"]*)\"");
   for (const std::string& any : {page, reportPage(appReport())}) {
