@@ -313,6 +313,8 @@ def main():
     parser.add_argument("--save", type=pathlib.Path, help="write the ratios to this file")
     parser.add_argument("--check", type=pathlib.Path, help="compare the ratios with those of this file")
     options = parser.parse_args()
+    if options.check and not options.check.exists():
+        parser.error(f"{options.check} is missing; `make bench-save` writes it")
     measurer = Measurer(options.bin / "measure")
     print_header()
     for group in options.groups:
