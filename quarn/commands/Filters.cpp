@@ -118,8 +118,7 @@ bool isExcludedBy(std::string_view pattern, const FileURL& url, const FileURL& h
   const bool isInHome = pattern == "~" || pattern.starts_with("~/");
   const std::string absolute = isInHome ? home.path() + std::string(pattern.substr(1)) : std::string(pattern);
   const std::vector<std::string_view> parts = path::names(absolute);
-  const std::string itemPath = url.path();
-  const std::vector<std::string_view> names = path::names(itemPath);
+  const std::vector<std::string_view> names = path::names(url.path());
   if (parts.empty()) return false;
   if (absolute.starts_with('/')) return matchesNames(parts, names, 0);
   for (std::size_t from = 0; from < names.size(); ++from) {

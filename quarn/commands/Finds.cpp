@@ -91,6 +91,7 @@ FindSizes::FindSizes(CommandContext& context, HiddenItems hidden) : context_(con
 UnionSize FindSizes::together(const std::vector<FileURL>& urls) const {
   if (volume_) return volume_->of(urls, context_.cancellation());
   std::vector<std::string> paths;
+  paths.reserve(urls.size());
   for (const FileURL& url : urls) paths.push_back(url.path());
   return unionSize(std::move(paths), [&](const std::string& path) { return scannedItem(*context_.scan(), path); });
 }

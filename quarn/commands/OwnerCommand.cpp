@@ -72,6 +72,7 @@ std::vector<ItemOwnership> ownersOnVolume(CommandContext& context) {
   // A partial map would name wrong owners.
   if (context.isInterrupted()) throw CommandError(ExitCode::interrupted, "interrupted before the owners were found");
   std::vector<ItemOwnership> items;
+  items.reserve(urls.size());
   for (const FileURL& url : urls) items.push_back(owners.of(url));
   return items;
 }
