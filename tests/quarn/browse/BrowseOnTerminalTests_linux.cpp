@@ -161,7 +161,7 @@ TEST_F(BrowseOnTerminal, SignalsGiveTheTerminalBack) {
 TEST_F(BrowseOnTerminal, StoppingGivesTheTerminalBackUntilItContinues) {
   Tmux terminal(80, 24);
   terminal.start({"bash", "--norc", "-i"}, {"PS1=> "});
-  terminal.press({quarnProgram() + " --volume " + volume_.root() + " --home /Users/ann browse", "Enter"});
+  terminal.press({"'" + quarnProgram() + "' --volume " + volume_.root() + " --home /Users/ann browse", "Enter"});
   const std::string before = settled(terminal);
   terminal.press({"C-z"});
   EXPECT_THAT(terminal.waitFor("Stopped"), HasSubstr("Stopped"));

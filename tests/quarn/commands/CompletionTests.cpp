@@ -67,7 +67,10 @@ Words completeInZsh(const std::string& script, const Words& line) {
 
 Words completeInFish(const std::string& script, const Words& line) {
   std::string text;
-  for (const std::string& word : line) text += (text.empty() ? "" : " ") + word;
+  for (const std::string& word : line) {
+    const std::string quote = word.find(' ') != std::string::npos ? "'" : "";
+    text += (text.empty() ? "" : " ") + quote + word + quote;
+  }
   return run("/usr/bin/fish", {"--no-config", "-c", "source $argv[1]; complete -C $argv[2]", script, text});
 }
 
