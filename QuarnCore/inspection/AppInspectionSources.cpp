@@ -9,21 +9,13 @@
 #include "QuarnCore/inspection/AppInspectionService.h"
 #include "QuarnCore/inspection/InspectionSources.h"
 
+#include "QuarnCore/inspection/ScannerOptions.h"
+
 namespace quarn {
 namespace {
 
 using Options = AppInspectionService::Options;
 using Sought = std::function<std::vector<Artifact>(const AppEntity&)>;
-
-ArtifactScanner::Options scanOptions(const Options& options) {
-  return {.includeHeuristicSearch = options.includeHeuristicSearch,
-          .heuristicMaxDepth = options.heuristicMaxDepth,
-          .heuristicMaxResults = options.heuristicMaxResults,
-          .includeVendorHeuristics = options.includeVendorHeuristics,
-          .includeSystemArtifacts = options.includeSystemArtifacts,
-          .includeSystemHeuristicSearch = options.includeSystemHeuristicSearch,
-          .computeSizes = options.computeArtifactSizes};
-}
 
 // Sizes each tree once, and remembers failures too.
 FileSizeCalculator remembering(const FileSizeCalculator& sizes) {
@@ -96,7 +88,7 @@ InspectionSources AppInspectionService::sourcesOfOne(const Options& options, con
           [=, this](const AppEntity& app) { return uninstallerDiscovery_.findUninstallers(app, cancellation); },
       .artifacts =
           [=, this](const AppEntity& app, const EntitlementsInfo& entitlements) {
-            return artifactScanner_.scan(app, entitlements, scanOptions(options), cancellation);
+            return artifactScanner_.scan(app, entitlements, scannerOptions(options), cancellation);
           },
       .documents =
           [=, this](const AppEntity& app) {
@@ -136,7 +128,7 @@ InspectionSources AppInspectionService::sourcesOfMany(const std::vector<AppEntit
       .uninstallers = uninstallerDiscovery_.forManyApps(cancellation),
       .artifacts =
           [=, this](const AppEntity& app, const EntitlementsInfo& entitlements) {
-            return artifactScanner_.scan(app, entitlements, scanOptions(options), lookups, cancellation);
+            return artifactScanner_.scan(app, entitlements, scannerOptions(options), lookups, cancellation);
           },
       .documents = searches.in(NameSearch::Where::documents, {.maxDepth = options.documentsHeuristicMaxDepth,
                                                               .maxResults = options.documentsHeuristicMaxResults}),

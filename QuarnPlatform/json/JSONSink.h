@@ -7,7 +7,7 @@
 namespace quarn {
 
 /// Takes a JSON value piece by piece. Calls must form one value: within an object, each value follows its key, and keys
-/// do not repeat. Texts may hold any bytes; U+FFFD replaces what is not UTF-8.
+/// are unique. Strings may contain any bytes; U+FFFD replaces invalid UTF-8.
 class JSONSink {
  public:
   virtual ~JSONSink() = default;

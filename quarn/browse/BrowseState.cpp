@@ -32,7 +32,7 @@ BrowseSort nextSort(BrowseSort sort) {
   return static_cast<BrowseSort>((static_cast<std::size_t>(sort) + 1) % kSorts);
 }
 
-// The letters that stand for other keys.
+// Letters that do the same as another key: "h" is the left arrow.
 Code codeOfLetter(char32_t letter) {
   switch (letter) {
     case U'h': return Code::left;

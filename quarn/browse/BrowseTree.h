@@ -66,7 +66,7 @@ class BrowseTree final : public FolderObserver {
 
   Folder enter(Folder parent, const FolderFacts& facts) override;
   void leaveOut(Folder parent, const FolderFacts& facts) override;
-  /// Does nothing: every file comes by `keep`.
+  /// Does nothing, because `keep` receives every file.
   void add(Folder folder, const Counted& files) override;
   void keep(Folder folder, const File& file) override;
   /// An item with the sums of a scan. They do not count in its parent, whose sums are complete.

@@ -24,7 +24,7 @@ namespace quarn {
 class BrowseWorker {
  public:
   struct Results {
-    std::shared_ptr<const Listing> listing{};  ///< null if there is no new one
+    std::shared_ptr<const Listing> listing{};  ///< null if nothing changed
     std::optional<BrowseTree::Union> sum{};
   };
 

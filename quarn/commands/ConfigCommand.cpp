@@ -12,7 +12,7 @@
 namespace quarn {
 namespace {
 
-// A switch stands for its own name: --iec sets the unit "iec".
+// The value of a switch is its name: --iec sets the unit "iec".
 std::vector<std::string> valuesOf(const SettingRow& row, const Arguments& arguments) {
   for (const std::string& flag : choiceWords(row.otherFlags)) {
     if (arguments.has(flag)) return {flag.substr(2)};

@@ -15,7 +15,7 @@ struct SettingRow {
   std::string_view option{};         ///< "--volume"
   std::string_view otherFlags = "";  ///< "--iec|--bytes": options that settle the same
   std::string_view variable = "";    ///< of the environment; may be empty
-  std::string_view variableMeans{};  ///< the value that a variable which is set stands for; empty for its own text
+  std::string_view variableMeans{};  ///< the value if the variable is set at all; empty: the variable holds the value
   std::string_view usual = "";       ///< the value if nothing sets it
   bool isFolder = false;             ///< a folder on this machine; "~/" is the user's own
   bool isList = false;

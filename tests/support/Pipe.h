@@ -15,7 +15,7 @@ struct Pipe {
   FileDescriptor writing;
 };
 
-/// A started program does not inherit the ends. macOS has no pipe2. Throws if there is no descriptor left.
+/// A pipe that child programs do not inherit. Uses no pipe2, which macOS lacks. Throws if no descriptor is left.
 inline Pipe makePipe() {
   std::array<int, 2> ends{};
   if (::pipe(ends.data()) != 0) throw std::runtime_error("pipe");

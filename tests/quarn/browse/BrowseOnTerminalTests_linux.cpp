@@ -24,8 +24,8 @@ using testing::Not;
 class BrowseOnTerminal : public testing::Test {
  protected:
   void SetUp() override {
-    if (!Tmux::isAvailable()) GTEST_SKIP() << "tmux is not installed";
-    if (!hasTerminalScreen()) GTEST_SKIP() << "this build has no browser";
+    ASSERT_TRUE(Tmux::isAvailable()) << "tmux is not installed";
+    ASSERT_TRUE(hasTerminalScreen()) << "this build has no browser";
     volume_.app("/Applications/Lumen Notes.app", {.bundleIdentifier = "com.lumen.notes", .name = "Lumen Notes"})
         .sparse("~/Library/Caches/com.lumen.notes/cache.db", 900'000'000)
         .modified("~/Library/Caches/com.lumen.notes/cache.db", 1'700'000'000)
