@@ -14,8 +14,8 @@
 
 namespace quarn {
 
-/// The combined size of several items, which may contain each other. Counts each file once, even if it has several names
-/// (hard links). A plain value.
+/// The combined size of several items, which may contain each other. Counts each file once, even if it has several
+/// names (hard links). A plain value.
 struct UnionSize {
   SizeInfo size{};
   std::int64_t linkedFiles = 0;  ///< files that were met under several names

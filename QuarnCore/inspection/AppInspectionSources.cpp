@@ -8,7 +8,6 @@
 #include "QuarnCore/discovery/StandardLocations.h"
 #include "QuarnCore/inspection/AppInspectionService.h"
 #include "QuarnCore/inspection/InspectionSources.h"
-
 #include "QuarnCore/inspection/ScannerOptions.h"
 
 namespace quarn {
