@@ -49,7 +49,8 @@ bool TypeModel::isNullable(const ordered_json& schema) {
 bool TypeModel::isRequired(const ordered_json& record, const std::string& member) {
   if (!record.contains("required")) return false;
   const ordered_json& required = record["required"];
-  return std::find(required.begin(), required.end(), member) != required.end();
+  return std::any_of(required.begin(), required.end(),
+                     [&](const auto& name) { return name.template get_ref<const std::string&>() == member; });
 }
 
 bool TypeModel::omitsAbsent(const ordered_json& record) { return record.value("x-omitsAbsent", false); }
