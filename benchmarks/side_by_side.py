@@ -75,11 +75,11 @@ class Volume:
             folder = self.home / "Downloads" if kind == "flat" else self.home
             subprocess.run([options.bin / "gentree", kind, folder, str(self.files)], check=True, stdout=subprocess.DEVNULL)
 
-    def rpc(self, *calls):
+    def rpc(self, *calls, options=()):
         """A run of `quarn rpc` with these calls, each a pair (method, params)."""
         lines = [json.dumps({"jsonrpc": "2.0", "id": number, "method": method, "params": params}) + "\n"
                  for number, (method, params) in enumerate(calls)]
-        return Run([*self.quarn, "rpc"], "".join(lines))
+        return Run([*self.quarn, *options, "rpc"], "".join(lines))
 
 
 def result(output):
@@ -112,16 +112,18 @@ def ours(options, volume, kind):
         return Program(name, run, Count(run, bytes_of))
 
     cloud = volume.rpc(("TopItemsService.cloudSummary", bounds))
+    home_size = ("FileSizeCalculator.itemSize", {"at": HOME, "allowSlow": True, "includeHidden": True})
+    partitioned_scan = ("StorageDashboardService.calculatePartitionedCategorySizes", {})
     every_visible_file = Count(cloud, lambda output: result(output)["logicalBytes"])
     every_file = Count(top(2 * volume.files), lambda output: sum(item["size"]["logicalBytes"] for item in result(output)))
     return [
         counted("quarn: size", Run([walk, "size", home]), printed_bytes),
-        counted("quarn: itemSize (rpc)",
-                volume.rpc(("FileSizeCalculator.itemSize", {"at": HOME, "allowSlow": True, "includeHidden": True})),
-                lambda output: result(output)["logicalBytes"]),
+        counted("quarn: itemSize (rpc)", volume.rpc(home_size), lambda output: result(output)["logicalBytes"]),
+        Program("quarn: itemSize (rpc --no-sandbox)", volume.rpc(home_size, options=["--no-sandbox"])),
         counted("quarn: ordered, with sizes", Run([walk, "ordered", home]), printed_bytes),
-        counted("quarn: partitioned scan (rpc)", volume.rpc(("StorageDashboardService.calculatePartitionedCategorySizes", {})),
+        counted("quarn: partitioned scan (rpc)", volume.rpc(partitioned_scan),
                 lambda output: sum(size["logicalBytes"] for size in result(output).values())),
+        Program("quarn: partitioned scan (rpc --no-sandbox)", volume.rpc(partitioned_scan, options=["--no-sandbox"])),
         Program("quarn: topFilesRecursively (rpc)", top(20), every_file if kind == "chain" else None),
         Program("quarn top", Run([*volume.quarn, "top", HOME])),
         Program("quarn: cloudSummary (rpc)", cloud, every_visible_file if kind == "chain" else None),

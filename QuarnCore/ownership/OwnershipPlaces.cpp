@@ -52,9 +52,11 @@ constexpr std::array kPlaces{
                    .kind = Kind::logs, .dataClass = Class::rebuildable, .riskLevel = Risk::safe},
     OwnershipPlace{.name = "Crash Reporter Data", .folder = "Library/Application Support/CrashReporter",
                    .kind = Kind::logs, .dataClass = Class::rebuildable, .riskLevel = Risk::safe},
-    OwnershipPlace{.name = "Crash Reporter Caches", .folder = "Library/Caches/com.plausiblelabs.crashreporter.data", .naming = Naming::identifierOnly,
+    OwnershipPlace{.name = "Crash Reporter Caches", .folder = "Library/Caches/com.plausiblelabs.crashreporter.data",
+                   .naming = Naming::identifierOnly,
                    .kind = Kind::cache, .dataClass = Class::rebuildable, .riskLevel = Risk::safe},
-    OwnershipPlace{.name = "Crashlytics Caches", .folder = "Library/Caches/com.crashlytics.data", .naming = Naming::identifierOnly,
+    OwnershipPlace{.name = "Crashlytics Caches", .folder = "Library/Caches/com.crashlytics.data",
+                   .naming = Naming::identifierOnly,
                    .kind = Kind::cache, .dataClass = Class::rebuildable, .riskLevel = Risk::safe},
     OwnershipPlace{.name = "Crash Caches", .folder = "Library/Caches/com.crashlytics",
                    .kind = Kind::cache, .dataClass = Class::rebuildable, .riskLevel = Risk::safe},
@@ -64,9 +66,11 @@ constexpr std::array kPlaces{
                    .kind = Kind::cache, .dataClass = Class::rebuildable, .riskLevel = Risk::safe},
     OwnershipPlace{.name = "Downloads in Progress", .folder = "Library/Caches/com.apple.nsurlsessiond/Downloads",
                    .kind = Kind::cache, .dataClass = Class::rebuildable, .riskLevel = Risk::safe},
-    OwnershipPlace{.name = "Help Indexes", .folder = "Library/Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile",
+    OwnershipPlace{.name = "Help Indexes",
+                   .folder = "Library/Caches/com.apple.helpd/SDMHelpData/Other/English/HelpSDMIndexFile",
                    .kind = Kind::cache, .dataClass = Class::rebuildable, .riskLevel = Risk::safe},
-    OwnershipPlace{.name = "Fabric Caches", .folder = "Library/Caches/io.fabric.sdk.mac.data", .naming = Naming::identifierOnly,
+    OwnershipPlace{.name = "Fabric Caches", .folder = "Library/Caches/io.fabric.sdk.mac.data",
+                   .naming = Naming::identifierOnly,
                    .kind = Kind::cache, .dataClass = Class::rebuildable, .riskLevel = Risk::safe},
     OwnershipPlace{.name = "Launch Agents", .folder = "Library/LaunchAgents",
                    .kind = Kind::launchAgent, .dataClass = Class::configuration, .riskLevel = Risk::caution},
@@ -78,7 +82,8 @@ constexpr std::array kPlaces{
                    .kind = Kind::preferences, .dataClass = Class::configuration, .riskLevel = Risk::safe},
     OwnershipPlace{.name = "iCloud Documents", .folder = "Library/Mobile Documents", .naming = Naming::identifierOnly,
                    .kind = Kind::container, .dataClass = Class::syncRestorable, .riskLevel = Risk::danger},
-    OwnershipPlace{.name = "iCloud Sessions", .folder = "Library/Application Support/CloudDocs/session/containers", .naming = Naming::identifierOnly,
+    OwnershipPlace{.name = "iCloud Sessions", .folder = "Library/Application Support/CloudDocs/session/containers",
+                   .naming = Naming::identifierOnly,
                    .kind = Kind::cache, .dataClass = Class::syncRestorable, .riskLevel = Risk::caution},
     OwnershipPlace{.name = "Internet Plug-Ins", .folder = "Library/Internet Plug-Ins",
                    .kind = Kind::unknown, .dataClass = Class::app, .riskLevel = Risk::caution},
@@ -118,7 +123,8 @@ constexpr std::array kPlaces{
                    .kind = Kind::unknown, .dataClass = Class::userData, .riskLevel = Risk::danger},
     OwnershipPlace{.name = "Shared", .folder = "/Users/Shared", .hasVendorFolders = true,
                    .kind = Kind::applicationSupport, .dataClass = Class::shared, .riskLevel = Risk::danger},
-    OwnershipPlace{.name = "Application Support (System)", .folder = "/Library/Application Support", .hasVendorFolders = true,
+    OwnershipPlace{.name = "Application Support (System)", .folder = "/Library/Application Support",
+                   .hasVendorFolders = true,
                    .kind = Kind::applicationSupport, .dataClass = Class::shared, .riskLevel = Risk::danger},
     OwnershipPlace{.name = "Preferences (System)", .folder = "/Library/Preferences", .hasVendorFolders = true,
                    .kind = Kind::preferences, .dataClass = Class::configuration, .riskLevel = Risk::caution},
@@ -170,11 +176,13 @@ struct SharedParents {
 // clang-format off
 constexpr std::array kSharedParents{
     SharedParents{.folder = "", .names =
-        "|.aws|.azure|.bundle|.cache|.cargo|.config|.docker|.gem|.gnupg|.kube|.local|.m2|.npm|.nvm|.oracle_jre_usage|.ssh|.trash|.vim|.zsh_sessions|"
+        "|.aws|.azure|.bundle|.cache|.cargo|.config|.docker|.gem|.gnupg|.kube|.local|.m2|.npm|.nvm|.oracle_jre_usage|"
+        ".ssh|.trash|.vim|.zsh_sessions|"
         "applications|desktop|documents|downloads|icloud drive (archive)|library|movies|music|pictures|public|sites|"},
     SharedParents{.folder = "Library/Application Support", .names =
         "|clouddocs|crashreporter|com.apple.sharedfilelist|"},
-    SharedParents{.folder = "Library/Caches", .names = "|com.apple.helpd|com.crashlytics|com.crashlytics.data|com.plausiblelabs.crashreporter.data|io.fabric.sdk.mac.data|"},
+    SharedParents{.folder = "Library/Caches", .names = "|com.apple.helpd|com.crashlytics|com.crashlytics.data|"
+                                                       "com.plausiblelabs.crashreporter.data|io.fabric.sdk.mac.data|"},
     SharedParents{.folder = "Library/Preferences", .names = "|byhost|"},
     SharedParents{.folder = "Library/Logs", .names = "|crashreporter|diagnosticreports|"},
     SharedParents{.folder = "/Library/Application Support", .names = "|crashreporter|"},
@@ -188,50 +196,77 @@ struct SystemEntries {
   std::string_view names;
 };
 constexpr std::string_view kLibraryNames =
-    "|accessibility|accounts|address book plug-ins|analytics|apple|appledatadevicehistory|appleintelligence|applemediaservices|application scripts|application support|"
-    "appstore|assistant|assistants|audio|autosave information|automator|biome|bluetooth|bundles|caches|calendars|callservices|catacomb|"
-    "cloudstorage|colorpickers|colors|colorsync|com.apple.aiml.instrumentation|com.apple.appleaccountd|com.apple.bluetooth.services.cloud|"
-    "com.apple.bluetoothuser|com.apple.icloud.searchpartyd|com.apple.internal.ck|components|compositions|containermanager|containers|contacts|contextual menu items|"
-    "cookies|coredata|corefollowup|coreanalytics|coremediaio|daemon containers|dataaccess|datadeliveryservices|desktop pictures|developer|dictionaries|directoryservices|documentation|"
-    "donotdisturb|driverextensions|duetexpertcenter|extensions|family|familycircle|favorites|feedbackassistant|filesystems|financekit|findmy|fontcollections|fonts|frameworks|"
-    "frontboard|fonts disabled|gamekit|graphics|group containers|homekit|httpstorages|identityservices|image capture|input methods|intelligenceflow|intelligenceplatform|internet plug-ins|"
-    "itunes|java|keyboard layouts|keyboard|keyboardservices|keychains|languagemodeling|launchagents|launchdaemons|lexicons|library|lockdownmode|logs|mail|managed installs|messages|metadata|"
-    "metrickit|mobile documents|modem scripts|mobiledevice|news|nameandphoto|networkserviceproxy|opendirectory|osanalytics|passes|passkit|pdf services|perl|personalizationportrait|phonetic|photos|"
-    "pointerui|preferencepanes|preferences|printers|privatecloudcompute|privilegedhelpertools|privileged helper tools|proactiveapprefs|python|quicklook|quicktime|receipts|reminders|responsekit|ruby|"
-    "safari|safarisafebrowsing|saved application state|savedsearches|screen recordings|screen savers|screensavers|screentime|scripting|scriptingadditions|scripts|security|services|sharing|shortcuts|sounds|"
-    "speech|spelling|spotlight|staged extensions|stagedextensions|statuskit|staging|stickers|studentd|suggestions|syncedpreferences|syncservices|system|systemextensions|systemmigration|systemprofiler|"
-    "templatemigration|textinput|translation|triald|trial|tvos|ultra|unifiedassetframework|updates|user pictures|user template|usernotifications|vcpencoder|video|virtualization|voicetrigger|voices|weather|webkit|webserver|widgets|"
+    "|accessibility|accounts|address book plug-ins|analytics|apple|appledatadevicehistory|appleintelligence|"
+    "applemediaservices|application scripts|application support|"
+    "appstore|assistant|assistants|audio|autosave information|automator|biome|bluetooth|bundles|caches|calendars|"
+    "callservices|catacomb|"
+    "cloudstorage|colorpickers|colors|colorsync|com.apple.aiml.instrumentation|com.apple.appleaccountd|"
+    "com.apple.bluetooth.services.cloud|"
+    "com.apple.bluetoothuser|com.apple.icloud.searchpartyd|com.apple.internal.ck|components|compositions|"
+    "containermanager|containers|contacts|contextual menu items|"
+    "cookies|coredata|corefollowup|coreanalytics|coremediaio|daemon containers|dataaccess|datadeliveryservices|"
+    "desktop pictures|developer|dictionaries|directoryservices|documentation|"
+    "donotdisturb|driverextensions|duetexpertcenter|extensions|family|familycircle|favorites|feedbackassistant|"
+    "filesystems|financekit|findmy|fontcollections|fonts|frameworks|"
+    "frontboard|fonts disabled|gamekit|graphics|group containers|homekit|httpstorages|identityservices|image capture|"
+    "input methods|intelligenceflow|intelligenceplatform|internet plug-ins|"
+    "itunes|java|keyboard layouts|keyboard|keyboardservices|keychains|languagemodeling|launchagents|launchdaemons|"
+    "lexicons|library|lockdownmode|logs|mail|managed installs|messages|metadata|"
+    "metrickit|mobile documents|modem scripts|mobiledevice|news|nameandphoto|networkserviceproxy|opendirectory|"
+    "osanalytics|passes|passkit|pdf services|perl|personalizationportrait|phonetic|photos|"
+    "pointerui|preferencepanes|preferences|printers|privatecloudcompute|privilegedhelpertools|"
+    "privileged helper tools|proactiveapprefs|python|quicklook|quicktime|receipts|reminders|responsekit|ruby|"
+    "safari|safarisafebrowsing|saved application state|savedsearches|screen recordings|screen savers|screensavers|"
+    "screentime|scripting|scriptingadditions|scripts|security|services|sharing|shortcuts|sounds|"
+    "speech|spelling|spotlight|staged extensions|stagedextensions|statuskit|staging|stickers|studentd|suggestions|"
+    "syncedpreferences|syncservices|system|systemextensions|systemmigration|systemprofiler|"
+    "templatemigration|textinput|translation|triald|trial|tvos|ultra|unifiedassetframework|updates|user pictures|"
+    "user template|usernotifications|vcpencoder|video|virtualization|voicetrigger|voices|weather|webkit|webserver|"
+    "widgets|"
     "workflows|";
 constexpr std::array kSystemEntries{
     SystemEntries{.folder = "Library", .names = kLibraryNames},
     SystemEntries{.folder = "/Library", .names = kLibraryNames},
     SystemEntries{.folder = "Library/Application Support", .names =
-        "|addressbook|accessibility|animoji|app store|apple|appplaceholdersyncd|appplaceholderssyncd|baseband|btserver|callhistorydb|callhistorytransactions|clouddocs|cloudkit|"
-        "contextstoreagent|contactsd|controlcenter|coreparsec|coredata|crashreporter|default.store|differentialprivacy|diskimages|dock|donotdisturbd|facetime|familysettings|fileprovider|finder|"
-        "geoservices|homeenergyd|icdd|icloud|identityservicesd|ilifemediabrowser|imessage|jetpackcache|knowledge|livefs|locationaccessstored|maps|mobilesync|music|networkserviceproxy|"
-        "notificationcenter|passkit|photos|photosearch|privatecloudcomputed|quick look|remindd|screensaver|sharing|siri|sirireferenceresolution|spotlight|stickersd|stocks|"
-        "syncservices|tipsd|tips|transparencyd|translation|translationd|triald|videosubscriptionsd|virtualization|weather|"},
+        "|addressbook|accessibility|animoji|app store|apple|appplaceholdersyncd|appplaceholderssyncd|baseband|"
+        "btserver|callhistorydb|callhistorytransactions|clouddocs|cloudkit|"
+        "contextstoreagent|contactsd|controlcenter|coreparsec|coredata|crashreporter|default.store|"
+        "differentialprivacy|diskimages|dock|donotdisturbd|facetime|familysettings|fileprovider|finder|"
+        "geoservices|homeenergyd|icdd|icloud|identityservicesd|ilifemediabrowser|imessage|jetpackcache|knowledge|"
+        "livefs|locationaccessstored|maps|mobilesync|music|networkserviceproxy|"
+        "notificationcenter|passkit|photos|photosearch|privatecloudcomputed|quick look|remindd|screensaver|sharing|"
+        "siri|sirireferenceresolution|spotlight|stickersd|stocks|"
+        "syncservices|tipsd|tips|transparencyd|translation|translationd|triald|videosubscriptionsd|virtualization|"
+        "weather|"},
     SystemEntries{.folder = "/Library/Application Support", .names =
-        "|apple|appstore|btserver|content caching|coremediaio|crashreporter|directoryservice|garageband|icdd|icloud|ilifemediabrowser|itunes|logic|mobilesync|"
+        "|apple|appstore|btserver|content caching|coremediaio|crashreporter|directoryservice|garageband|icdd|icloud|"
+        "ilifemediabrowser|itunes|logic|mobilesync|"
         "pdf services|pcsc|script editor|security|securityagent|sirireferenceresolution|tipsd|videosubscriptions|"},
     SystemEntries{.folder = "Library/Preferences", .names =
-        "|.globalpreferences.plist|.globalpreferences_m.plist|contextstoreagent.plist|diagnostics_agent.plist|familycircled.plist|"
+        "|.globalpreferences.plist|.globalpreferences_m.plist|contextstoreagent.plist|diagnostics_agent.plist|"
+        "familycircled.plist|"
         "icloudmailagent.plist|knowledge-agent.plist|loginwindow.plist|mbhelper.plist|mobilemeaccounts.plist|pbs.plist|"
-        "scopedbookmarkagent.plist|siri|siriknowledged.plist|systemuiserver.plist|systemsettings.plist|universalaccessauthwarning.plist|"},
+        "scopedbookmarkagent.plist|siri|siriknowledged.plist|systemuiserver.plist|systemsettings.plist|"
+        "universalaccessauthwarning.plist|"},
     SystemEntries{.folder = "/Library/Preferences", .names =
-        "|.globalpreferences.plist|audio|directoryservice|loginwindow.plist|logging|opendirectory|securityagent|systemconfiguration|xsan|"},
+        "|.globalpreferences.plist|audio|directoryservice|loginwindow.plist|logging|opendirectory|securityagent|"
+        "systemconfiguration|xsan|"},
     SystemEntries{.folder = "Library/Caches", .names =
-        "|.ds_store|ask.permission.ui|cloudkit|familycircle|gamekit|geoservices|knowledge|locationd|metadata|passkit|photoanalysisd|privatebrowsing|tipsd|tmp|tts|"},
+        "|.ds_store|ask.permission.ui|cloudkit|familycircle|gamekit|geoservices|knowledge|locationd|metadata|passkit|"
+        "photoanalysisd|privatebrowsing|tipsd|tmp|tts|"},
     SystemEntries{.folder = "/Library/Caches", .names = "|colorsync|tmp|"},
     SystemEntries{.folder = "Library/Logs", .names =
-        "|accessibility|assistant|coresimulator|crashreporter|diagnosticreports|discrecording.log|diskutility.log|fsck_hfs.log|garageband|photos|shortcuts|sync|sharing|"},
+        "|accessibility|assistant|coresimulator|crashreporter|diagnosticreports|discrecording.log|diskutility.log|"
+        "fsck_hfs.log|garageband|photos|shortcuts|sync|sharing|"},
     SystemEntries{.folder = "/Library/Logs", .names = "|bluetooth|crashreporter|coreduet|diagnosticreports|pointerui|"},
     SystemEntries{.folder = "", .names =
-        "|.bash_history|.bash_profile|.bash_sessions|.bashrc|.cfusertextencoding|.ds_store|.hushlogin|.lesshst|.localized|.profile|.python_history|"
+        "|.bash_history|.bash_profile|.bash_sessions|.bashrc|.cfusertextencoding|.ds_store|.hushlogin|.lesshst|"
+        ".localized|.profile|.python_history|"
         ".vimrc|.viminfo|.zprofile|.zsh_history|.zshenv|.zshrc|.zcompdump|"},
     SystemEntries{.folder = "Documents", .names = "|.ds_store|.localized|"},
     SystemEntries{.folder = "Music", .names = "|.ds_store|.localized|audio music apps|garageband|itunes|music|"},
-    SystemEntries{.folder = "/Users/Shared", .names = "|.ds_store|.localized|adi|relocated items|previously relocated items|sc info|"},
+    SystemEntries{.folder = "/Users/Shared",
+                  .names = "|.ds_store|.localized|adi|relocated items|previously relocated items|sc info|"},
 };
 static_assert(kSystemEntries.size() == 14);
 // clang-format on

@@ -36,7 +36,8 @@ constexpr std::array kTables{
     ScanTable{.name = "claims", .columns =
         "entry, is_rival, app_id, app_name, bundle_identifier, path, is_folder, evidence, confidence"},
     ScanTable{.name = "entry_packages", .columns = "entry, package_identifier"},
-    ScanTable{.name = "leftovers", .columns = "id INTEGER PRIMARY KEY, name, bundle_identifier, modified, allocated, logical"},
+    ScanTable{.name = "leftovers",
+              .columns = "id INTEGER PRIMARY KEY, name, bundle_identifier, modified, allocated, logical"},
     ScanTable{.name = "leftover_items", .columns =
         "leftover, path, is_folder, place, kind, scope, data_class, risk, evidence, modified, allocated, logical"},
     ScanTable{.name = "jobs", .columns = "id INTEGER PRIMARY KEY, label, program, path, is_folder"},

@@ -26,13 +26,19 @@ struct RawValues<ListOrder> {
 /// The one table of filters, in the order of `Filter`.
 // clang-format off
 inline constexpr std::array kFilterOptions{
-    OptionRow{.name = "--min-size", .argument = "SIZE", .help = "Leave out what is smaller on disk: 500KB, 10MB, 1.5GiB"},
-    OptionRow{.name = "--older-than", .argument = "AGE", .help = "Only what did not change for AGE: 90d, 12w, 6m or 2y"},
+    OptionRow{.name = "--min-size", .argument = "SIZE",
+              .help = "Leave out what is smaller on disk: 500KB, 10MB, 1.5GiB"},
+    OptionRow{.name = "--older-than", .argument = "AGE",
+              .help = "Only what did not change for AGE: 90d, 12w, 6m or 2y"},
     OptionRow{.name = "--newer-than", .argument = "AGE", .help = "Only what changed in the last 90d, 12w, 6m or 2y"},
-    OptionRow{.name = "--exclude", .argument = "GLOB", .help = "Leave out items whose path matches, with all in them; * matches in one name; may be repeated", .isRepeatable = true},
+    OptionRow{.name = "--exclude", .argument = "GLOB",
+              .help = "Leave out items whose path matches, with all in them; * matches in one name; may be repeated",
+              .isRepeatable = true},
     OptionRow{.name = "--owner", .argument = "APP", .help = "Only what belongs to APP, a name or bundle identifier"},
-    OptionRow{.name = "--category", .argument = "C", .help = "Only this storage category", .choices = kChoices<StorageCategoryID, StorageCategoryID::other>},
-    OptionRow{.name = "--sort", .argument = "KEY", .help = "Order: size (largest first), name, or age (oldest first)", .choices = kChoices<ListOrder>},
+    OptionRow{.name = "--category", .argument = "C", .help = "Only this storage category",
+              .choices = kChoices<StorageCategoryID, StorageCategoryID::other>},
+    OptionRow{.name = "--sort", .argument = "KEY", .help = "Order: size (largest first), name, or age (oldest first)",
+              .choices = kChoices<ListOrder>},
     OptionRow{.name = "--limit", .argument = "N", .help = "List at most N rows", .isNumber = true},
 };
 // clang-format on

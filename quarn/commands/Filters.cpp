@@ -28,10 +28,14 @@ struct ByteUnit {
 // clang-format off
 constexpr std::array kByteUnits{
     ByteUnit{.name = "", .bytes = 1},      ByteUnit{.name = "B", .bytes = 1},
-    ByteUnit{.name = "K", .bytes = 1e3},   ByteUnit{.name = "KB", .bytes = 1e3},  ByteUnit{.name = "KIB", .bytes = 0x1p10},
-    ByteUnit{.name = "M", .bytes = 1e6},   ByteUnit{.name = "MB", .bytes = 1e6},  ByteUnit{.name = "MIB", .bytes = 0x1p20},
-    ByteUnit{.name = "G", .bytes = 1e9},   ByteUnit{.name = "GB", .bytes = 1e9},  ByteUnit{.name = "GIB", .bytes = 0x1p30},
-    ByteUnit{.name = "T", .bytes = 1e12},  ByteUnit{.name = "TB", .bytes = 1e12}, ByteUnit{.name = "TIB", .bytes = 0x1p40},
+    ByteUnit{.name = "K", .bytes = 1e3},   ByteUnit{.name = "KB", .bytes = 1e3},  ByteUnit{.name = "KIB",
+             .bytes = 0x1p10},
+    ByteUnit{.name = "M", .bytes = 1e6},   ByteUnit{.name = "MB", .bytes = 1e6},  ByteUnit{.name = "MIB",
+             .bytes = 0x1p20},
+    ByteUnit{.name = "G", .bytes = 1e9},   ByteUnit{.name = "GB", .bytes = 1e9},  ByteUnit{.name = "GIB",
+             .bytes = 0x1p30},
+    ByteUnit{.name = "T", .bytes = 1e12},  ByteUnit{.name = "TB", .bytes = 1e12}, ByteUnit{.name = "TIB",
+             .bytes = 0x1p40},
 };
 // clang-format on
 

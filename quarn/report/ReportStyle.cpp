@@ -9,7 +9,8 @@ std::string_view reportStyle() {
 *{box-sizing:border-box}
 html{scroll-behavior:smooth;scroll-padding-top:1rem;-webkit-text-size-adjust:100%}
 @media(prefers-reduced-motion:reduce){html{scroll-behavior:auto}}
-body{margin:0;background:var(--paper);color:var(--ink);font:16px/1.55 -apple-system,system-ui,"Segoe UI",Roboto,"Helvetica Neue",sans-serif}
+body{margin:0;background:var(--paper);color:var(--ink);font:16px/1.55 -apple-system, system-ui, "Segoe UI", Roboto,
+     "Helvetica Neue", sans-serif}
 header,main,footer{max-width:68rem;margin:0 auto;padding:0 1.5rem}
 header{padding-top:2.5rem}footer{padding-top:2rem;padding-bottom:3rem;color:var(--dim);font-size:.875rem}
 h1{font-size:2rem;line-height:1.2;letter-spacing:-.015em;margin:0 0 .3rem;overflow-wrap:anywhere}
@@ -52,7 +53,8 @@ ol,ul.plain{padding-left:1.3rem;margin:.4rem 0}li{margin:.25rem 0}
 .c0{background:#2f6fdb}.c1{background:#8a4fd0}.c2{background:#c2417c}.c3{background:#0b757b}.c4{background:#a15600}.c5{background:#3f7d20}.c6{background:#5b6470}.c7{background:#7a5c44}.c8{background:#6b7178}
 .risk-safe{background:#1b7f3b}.risk-caution{background:#8a5a00}.risk-danger{background:#b3261e}
 @media(max-width:40rem){body{font-size:15px}header,main,footer{padding-left:1rem;padding-right:1rem}header{padding-top:1.5rem}h1{font-size:1.6rem}.map{aspect-ratio:4/5}.map li{left:var(--y);top:var(--x);width:var(--h);height:var(--w)}.wide{display:none}table{font-size:.86rem}thead .n{white-space:normal}th,td{padding-right:.6rem}.facts dd{font-size:1.1rem}}
-@media print{.bar span,.map a,.key,.share{print-color-adjust:exact;-webkit-print-color-adjust:exact}details,tr{break-inside:avoid}nav,.skip{display:none}}
+@media print{.bar span, .map a, .key, .share{print-color-adjust:exact;-webkit-print-color-adjust:exact}details,
+             tr{break-inside:avoid}nav, .skip{display:none}}
 )";
 }
 

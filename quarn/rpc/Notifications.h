@@ -25,8 +25,11 @@ inline constexpr std::string_view kCancelNotification = "$/cancelRequest";
 // clang-format off
 inline constexpr std::array<NotificationRow, 3> kNotifications{{
     {.name = kProgressNotification, .sender = "process", .params = {{{"id", "string or number or null"}, {"value", "PhaseProgress or InspectionProgress or ItemsProgress or SizeProgress or TotalsProgress"}}}, .meaning = "progress of the request with that id; only if its params hold \"progress\": true"},
-    {.name = kUnreadNotification,   .sender = "process", .params = {{{"id", "string or number or null"}, {"value", "Unread"}}}, .meaning = "what the request with that id could not read; only if its params hold \"reportUnread\": true"},
-    {.name = kCancelNotification,   .sender = "client",  .params = {{{"id", "string or number or null"}}}, .meaning = "cancels the request with that id"},
+    {.name = kUnreadNotification, .sender = "process",
+     .params = {{{"id", "string or number or null"}, {"value", "Unread"}}},
+     .meaning = "what the request with that id could not read; only if its params hold \"reportUnread\": true"},
+    {.name = kCancelNotification, .sender = "client", .params = {{{"id", "string or number or null"}}},
+     .meaning = "cancels the request with that id"},
 }};
 // clang-format on
 

@@ -27,7 +27,8 @@ constexpr auto kSystemItems = std::to_array<Item>({
     {.path = "/System/Library/CoreServices/SystemVersion.plist", .form = Form::text,
      .text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict><key>ProductName</key><string>macOS</string>"
              "<key>ProductVersion</key><string>26.2</string></dict></plist>\n"},
-    {.path = "/System/Library/CoreServices/Finder.app/Contents/Info.plist", .form = Form::text, .text = "<plist><dict/></plist>\n"},
+    {.path = "/System/Library/CoreServices/Finder.app/Contents/Info.plist", .form = Form::text,
+     .text = "<plist><dict/></plist>\n"},
     {.path = "/System/Library/Frameworks/AppKit.framework/Versions/C/AppKit", .bytes = 312 * kKB},
     {.path = "/System/Library/Fonts/Helvetica.ttc", .bytes = 258 * kKB},
     {.path = "/System/Library/Caches/com.apple.kext.caches/a", .bytes = 18 * kKB},
@@ -62,7 +63,8 @@ constexpr auto kSystemItems = std::to_array<Item>({
     {.path = "~/Library/Preferences/com.apple.finder.plist", .form = Form::settings, .bytes = 9 * kKB},
     {.path = "~/Library/Calendars/Calendar.sqlitedb", .bytes = 120 * kKB},
     {.path = "~/Library/Application Support/AddressBook/AddressBook.abcddb", .bytes = 85 * kKB},
-    {.path = "~/Library/Application Support/Quarn/Quarantine/2026-01-15/Old Tool.app/Contents/MacOS/Old Tool", .bytes = 114 * kKB},
+    {.path = "~/Library/Application Support/Quarn/Quarantine/2026-01-15/Old Tool.app/Contents/MacOS/Old Tool",
+     .bytes = 114 * kKB},
 });
 // clang-format on
 static_assert(kSystemItems.size() == 54);

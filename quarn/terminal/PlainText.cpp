@@ -17,8 +17,10 @@ struct PlainTextRow {
 constexpr std::array kPlainTexts{
     PlainTextRow{.record = "Source: Layer C (Vendor Inspector)", .shown = "Source: what is known of this vendor"},
     PlainTextRow{.record = "Vendor-Profil", .shown = "Vendor profile"},
-    PlainTextRow{.record = "Only cache/rebuildable data (best effort).", .shown = "Only caches and other data that the app can recreate."},
-    PlainTextRow{.record = "Cache + (later) sync-restorable related items, without deleting local unsynced data.", .shown = "Caches, and data that a sync restores. Local data that is not synced stays."},
+    PlainTextRow{.record = "Only cache/rebuildable data (best effort).",
+                 .shown = "Only caches and other data that the app can recreate."},
+    PlainTextRow{.record = "Cache + (later) sync-restorable related items, without deleting local unsynced data.",
+                 .shown = "Caches, and data that a sync restores. Local data that is not synced stays."},
     PlainTextRow{.record = "No app-specific sync rules yet: “Related Items” currently mostly includes cache/rebuildable data.", .shown = "Nothing is known of what a sync restores for this app, so mostly caches are selected."},
 };
 

@@ -24,13 +24,18 @@ struct CauseRow {
 // clang-format off
 constexpr std::array kCauses{
     CauseRow{.cause = UnreadableCause::permission, .id = "permission", .meaning = "permission denied", .isLoss = true},
-    CauseRow{.cause = UnreadableCause::vanished, .id = "vanished", .meaning = "vanished while being read", .isLoss = false},
-    CauseRow{.cause = UnreadableCause::otherDevice, .id = "otherDevice", .meaning = "on another device, not entered", .isLoss = false},
+    CauseRow{.cause = UnreadableCause::vanished, .id = "vanished", .meaning = "vanished while being read",
+             .isLoss = false},
+    CauseRow{.cause = UnreadableCause::otherDevice, .id = "otherDevice", .meaning = "on another device, not entered",
+             .isLoss = false},
     CauseRow{.cause = UnreadableCause::loop, .id = "loop", .meaning = "symbolic link loop", .isLoss = true},
-    CauseRow{.cause = UnreadableCause::limit, .id = "limit", .meaning = "beyond a limit of this program", .isLoss = true},
+    CauseRow{.cause = UnreadableCause::limit, .id = "limit", .meaning = "beyond a limit of this program",
+             .isLoss = true},
     CauseRow{.cause = UnreadableCause::other, .id = "other", .meaning = "could not be read", .isLoss = true},
-    CauseRow{.cause = UnreadableCause::privacy, .id = "privacy", .meaning = "refused by privacy protection", .isLoss = true},
-    CauseRow{.cause = UnreadableCause::onlyInCloud, .id = "onlyInCloud", .meaning = "only in the cloud, not downloaded", .isLoss = false},
+    CauseRow{.cause = UnreadableCause::privacy, .id = "privacy", .meaning = "refused by privacy protection",
+             .isLoss = true},
+    CauseRow{.cause = UnreadableCause::onlyInCloud, .id = "onlyInCloud",
+             .meaning = "only in the cloud, not downloaded", .isLoss = false},
 };
 // clang-format on
 
