@@ -17,7 +17,7 @@ UnionSize unionOf(const MacVolume& volume, const std::vector<std::string>& paths
   return UnionSizes(volume.files(), hidden).of(urls(volume, paths));
 }
 
-TEST(UnionSizes, WhatLiesInSeveralItemsCountsOnce) {
+TEST(UnionSizes, FilesInSeveralItemsCountOnce) {
   MacVolume volume;
   volume.file("/a/b/one", 4_KiB).file("/a/two", 8_KiB).file("/ab/three", 16_KiB);
   EXPECT_EQ(unionOf(volume, {"/a/b", "/a", "/a/b/one", "/ab", "/a"}).size, (SizeInfo{28_KiB, 28_KiB}));

@@ -158,7 +158,7 @@ TEST_P(InspectAllLaw, GivesForEveryAppWhatItsOwnInspectionGives) {
 
 INSTANTIATE_TEST_SUITE_P(Seeds, InspectAllLaw, ::testing::Range(0U, 40U));
 
-TEST(InspectAll, WhatIsFoundForAnAppIsSomething) {
+TEST(InspectAll, AnAppHasItsBundleAndItsCache) {
   MacVolume volume;
   volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
       .file("~/Library/Caches/com.example.App/a", 4_KiB);

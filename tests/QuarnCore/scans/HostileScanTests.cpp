@@ -76,7 +76,7 @@ TEST_F(HostileScan, ANewerFormatSaysSo) {
   }
 }
 
-TEST_F(HostileScan, WhatIsNotARegularFileIsRefusedAndAMissingFileIsMissing) {
+TEST_F(HostileScan, OnlyRegularFilesAreOpenedAndAMissingFileIsReportedAsMissing) {
   const auto errorOf = [](const std::string& file) {
     try {
       (void)Scan::open(file);

@@ -128,7 +128,7 @@ TEST(RecordedFolders, NamesThatAreNotUTF8Survive) {
   EXPECT_THAT(keptNames(folders), ElementsAre("\x80"));
 }
 
-TEST(RecordedFolders, WhatDoesNotExistIsNotFound) {
+TEST(RecordedFolders, MissingItemsAreNotFound) {
   DashboardVolume volume;
   volume.file("~/Pictures/a", 5);
   RecordedFolders folders;

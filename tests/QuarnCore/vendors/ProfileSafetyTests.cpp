@@ -127,7 +127,7 @@ TEST(ProfileSafety, NothingIsSyncRestorableBecauseEachKindOfDataHereCanHoldALoca
   });
 }
 
-TEST(ProfileSafety, WhatACarefulModeDeletesIsLostForNobody) {
+TEST(ProfileSafety, CarefulModesDeleteNothingThatCannotBeRestored) {
   const std::vector<std::string> harmless{
       "only time is lost",   "nothing of yours is lost", "nothing of value is lost",  "past problems is lost",
       "past builds is lost", "open windows is lost",     "place in the Dock is lost", "only download time is lost"};

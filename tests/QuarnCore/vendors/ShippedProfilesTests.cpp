@@ -260,7 +260,7 @@ TEST(ShippedProfiles, TheUsersOwnFoldersHoldUserData) {
 }
 
 // Mail stores, photo libraries, projects, virtual machines, saved games, synchronised folders: lost when they go.
-TEST(ShippedProfiles, WhatHoldsAUsersWorkIsUserData) {
+TEST(ShippedProfiles, ArtifactsWithAUsersWorkAreUserData) {
   const std::vector<std::pair<std::string, std::string>> stores{
       {"apple-mail", "~/Library/Mail"},
       {"microsoft-outlook", "~/Library/Group Containers/UBF8T346G9.Office/Outlook"},

@@ -76,7 +76,7 @@ TEST(VendorArtifactDeduplicator, AnArtifactWithoutItemsIsDropped) {
   EXPECT_THAT(deduplicated(volume, {artifact("A", {}), artifact("B", {"/x"})}), ElementsAre("B: /x"));
 }
 
-TEST(VendorArtifactDeduplicator, WhoLosesSomeItemsKeepsTheRestUnderANewId) {
+TEST(VendorArtifactDeduplicator, AnArtifactThatLosesSomeItemsKeepsTheRestUnderANewId) {
   const MacVolume volume;
   Artifact loser = artifact("Loser", {"/long/b", "/x/a/c", "/long/a"});
   loser.dataClass = ArtifactDataClass::userData;
@@ -95,7 +95,7 @@ TEST(VendorArtifactDeduplicator, WhoLosesSomeItemsKeepsTheRestUnderANewId) {
   EXPECT_NE(kept[1].id, loser.id);
 }
 
-TEST(VendorArtifactDeduplicator, WhoKeepsAllItemsKeepsItsId) {
+TEST(VendorArtifactDeduplicator, AnArtifactThatKeepsAllItemsKeepsItsId) {
   const MacVolume volume;
   const Artifact alone = artifact("A", {"/x/a", "/x/b"});
   EXPECT_THAT(VendorArtifactDeduplicator::deduplicate({alone}, volume.files()), ElementsAre(alone));

@@ -79,7 +79,7 @@ TEST_F(ReadingKeepsAccessTimes, OrReadsNothingWhereThatIsAskedFor) {
   EXPECT_FALSE(files.mount().mayKeepAccessTimes);
 }
 
-TEST_F(ReadingKeepsAccessTimes, WhereItIsNotGrantedReadingGoesOn) {
+TEST_F(ReadingKeepsAccessTimes, ReadingGoesOnWhereNoAccessTimesIsNotGranted) {
   if (!giveAwayAll()) GTEST_SKIP() << "only root can give files to another user";
   const UnprivilegedUser user;
   EXPECT_EQ(volume_.files().readFileIfPossible(FileURL("/t/file"), 100), "content");

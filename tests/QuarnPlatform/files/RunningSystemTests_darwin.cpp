@@ -56,7 +56,7 @@ TEST(RunningSystem, ACallerThatIsNoNumberIsIgnored) {
   }
 }
 
-TEST(RunningSystem, WhatPrivacyProtectionRefusesAndWhatIsInTheCloudHaveCausesOfTheirOwn) {
+TEST(RunningSystem, PrivacyProtectionAndCloudFilesHaveTheirOwnCauses) {
   EXPECT_EQ(unreadableCause(EACCES), UnreadableCause::permission);
   EXPECT_EQ(unreadableCause(EPERM), UnreadableCause::privacy);
   EXPECT_EQ(unreadableCause(EDEADLK), UnreadableCause::onlyInCloud);

@@ -15,7 +15,7 @@ TEST(RunningSystem, TheHomeIsTheEnvironments) {
   EXPECT_EQ(FileManager::host().homeDirectory(), FileURL(std::getenv("HOME")));
 }
 
-TEST(RunningSystem, WhatIsNotPermittedIsAMatterOfPermissions) {
+TEST(RunningSystem, APermissionErrorHasTheCausePermissions) {
   EXPECT_EQ(unreadableCause(EPERM), UnreadableCause::permission);
   EXPECT_EQ(unreadableCause(EDEADLK), UnreadableCause::other);
   EXPECT_EQ(unreadableCause(EUCLEAN), UnreadableCause::other);

@@ -499,7 +499,7 @@ TEST_P(Enumerating, WithoutAReportAnUnreadableFolderIsOnlyLeftOut) {
   EXPECT_EQ(items.next(), nullptr);
 }
 
-TEST_P(EnumeratingBigTrees, WhatVanishesDuringTheWalkIsLeftOutAndTheRestIsFound) {
+TEST_P(EnumeratingBigTrees, ItemsThatVanishDuringTheWalkAreLeftOutAndTheRestIsFound) {
   for (int i = 100; i < 200; ++i) volume.file("/t/" + std::to_string(i) + "/sub/file", 3);
   DirectoryEnumerator items(files(), FileURL("/t"), options({.facts = EnumeratedFacts::sizes}));
   std::vector<std::string> folders;

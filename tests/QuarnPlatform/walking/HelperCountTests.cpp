@@ -42,7 +42,7 @@ TEST(HelperCount, ACallIsSlowBeyondTwentyMicroseconds) {
   EXPECT_EQ(count.wanted(), 2U);
 }
 
-TEST(HelperCount, WhatIsSlowMustLeadByTwoOnOneThread) {
+TEST(HelperCount, SlowObservationsMustLeadByTwoOnOneThread) {
   const std::vector<std::pair<std::string, unsigned>> rows{
       {"ffff", 1}, {"sfsfsfsfsfsf", 1}, {"sfss", 2}, {"ssfssfss", 6}};
   for (const auto& [notes, wanted] : rows) {
@@ -63,7 +63,7 @@ TEST(HelperCount, EachThreadNotesForItselfUntilOneIsSure) {
   EXPECT_EQ(wantedAfter("s", count, third), 3U);
 }
 
-TEST(HelperCount, WhatTheSystemRefusesIsNotWantedAnyMore) {
+TEST(HelperCount, AThreadThatTheSystemRefusesIsNotRequestedAgain) {
   HelperCount count(7, 4);
   count.limit(2);
   EXPECT_EQ(count.wanted(), 2U);

@@ -215,7 +215,7 @@ TEST_P(Sizing, EachFileCountsToTheTotalThatItsFolderOrItselfWasGiven) {
   EXPECT_THAT(logical, ElementsAre(Pair(0, 1'000'001), Pair(1, 110), Pair(2, 11'000), Pair(15, 100'000)));
 }
 
-TEST_P(Sizing, WhatIsLeftOutAddsNothing) {
+TEST_P(Sizing, ExcludedItemsAddNothing) {
   volume.file("/t/a", 1).file("/t/out/b/c", 10).file("/t/in/out", 100).file("/t/in/kept", 1000);
   ByPath rules;
   rules.add("/t/out", ByPath::kExcluded).add("/t/in/out", ByPath::kExcluded);
@@ -254,7 +254,7 @@ TEST_P(Sizing, PackagesByNameOrByTheirBundleBitAreToldToAnAttributionThatAsks) {
   EXPECT_EQ(sums[2].logicalBytes, 10);
 }
 
-TEST_P(Sizing, WhatIsFoundBeforeAFolderProvesToBeAPackageCountsLikeTheRest) {
+TEST_P(Sizing, FilesFoundBeforeAFolderIsKnownToBeAPackageCount) {
   // In a package everything goes to the second total, outside only what has the extension stays in the first.
   struct ByExtension : Plain {
     [[nodiscard]] bool needsPackages() const override { return true; }
@@ -308,7 +308,7 @@ TEST_P(Sizing, FilesThatCannotBeLookedAtAreLeftOutAndReported) {
   EXPECT_THAT(report->items(), ElementsAre(UnreadableItem{"/t/folder/b", UnreadableCause::permission, EACCES}));
 }
 
-TEST_P(Sizing, WhatLiesInARootThatCanOnlyBeListedIsReported) {
+TEST_P(Sizing, ItemsInARootThatCanOnlyBeListedAreReported) {
   volume.file("/t/a", 1).folder("/t/folder").mode("/t", 0444);
   const UnprivilegedUser user;
   EXPECT_EQ(total("/t"), ByteCounts{});
@@ -329,7 +329,7 @@ TEST_P(Sizing, WithoutAReportWhatIsUnreadableIsOnlyLeftOut) {
   EXPECT_EQ(TreeSizer::total(volume.files(), FileURL("/t"), options()).logicalBytes, 1);
 }
 
-TEST_P(SizingBigTrees, WhatVanishesDuringTheWalkIsLeftOut) {
+TEST_P(SizingBigTrees, ItemsThatVanishDuringTheWalkAreLeftOut) {
   volume.file("/t/a", 1);
   for (int i = 0; i < 50; ++i) volume.file("/t/folder " + std::to_string(i) + "/file", 10);
   struct Removing : Plain {
@@ -429,7 +429,7 @@ TEST_P(SizingBigTrees, AllDescriptorsAreClosedAtTheEnd) {
 
 // --- Cancellation and progress ---------------------------------------------------------------------------------------
 
-TEST(SizingWithASharedCount, WhatOneWalkWasRefusedTheNextDoesNotAskFor) {
+TEST(SizingWithASharedCount, AWalkDoesNotRequestThreadsThatAnEarlierWalkWasRefused) {
   MacVolume volume = volumeInMemory();
   for (int i = 0; i < 300; ++i) volume.sparse("/t/" + std::to_string(i) + "/file", 1);
   const auto count = TreeSizer::makeHelperCount(4);

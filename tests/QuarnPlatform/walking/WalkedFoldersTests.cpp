@@ -63,7 +63,7 @@ TEST(WalkedFolders, APathOutlivesTheUsesOfTheFoldersAboveIt) {
   EXPECT_EQ(use->path(), "/a/b/c");
 }
 
-TEST(WalkedFolders, WhatCannotBeOpenedGivesItsError) {
+TEST(WalkedFolders, AFolderThatCannotBeOpenedReturnsItsError) {
   MacVolume volume;
   volume.folder("/t").link("/t/link", "/");
   WalkedFolders folders(openFolder(volume, "/t"));

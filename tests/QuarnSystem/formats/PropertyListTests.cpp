@@ -192,7 +192,7 @@ TEST(PropertyListAccess, AMissingKeyIsAbsent) {
   EXPECT_EQ(list.stringArray("other"), std::nullopt);
 }
 
-TEST(PropertyListAccess, WhatIsNoDictionaryHasNoKeys) {
+TEST(PropertyListAccess, AValueThatIsNoDictionaryHasNoKeys) {
   EXPECT_EQ(PropertyList().value("a"), nullptr);
   EXPECT_EQ(PropertyList("a").string("a"), std::nullopt);
   EXPECT_EQ(PropertyList(PropertyList::Array{PropertyList("a")}).string("a"), std::nullopt);
@@ -224,7 +224,7 @@ TEST(PropertyListXml, AByteOrderMarkAndSpaceMayStandInFront) {
   EXPECT_EQ(PropertyList::parse(" \r\n\t<true/>"), PropertyList(true));
 }
 
-TEST(PropertyListXml, WhatFollowsTheListIsIgnored) {
+TEST(PropertyListXml, BytesAfterTheListAreIgnored) {
   EXPECT_EQ(PropertyList::parse("<plist><true/></plist>\n<garbage & more"), PropertyList(true));
   EXPECT_EQ(PropertyList::parse(std::string("<plist><true/></plist>\0\0\0", 25)), PropertyList(true));
   EXPECT_EQ(PropertyList::parse("<dict/><dict/>"), PropertyList(PropertyList::Dictionary{}));

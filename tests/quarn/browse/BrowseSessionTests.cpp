@@ -125,7 +125,7 @@ TEST_F(BrowseSessions, OwnersCategoriesAndRisksAppearWhenTheyAreKnown) {
   EXPECT_THAT(screen.pictures[1], HasSubstr("removal    the app recreates it"));
 }
 
-TEST_F(BrowseSessions, WhatIsReadMeanwhileIsShownAtTheEnd) {
+TEST_F(BrowseSessions, FoldersReadMeanwhileAppearAtTheEnd) {
   feed_.endKnowledge(nullptr);
   std::thread filler([this] {
     addFile(tree_, BrowseTree::kTop, "late", 70'000'000);

@@ -183,7 +183,7 @@ TEST_F(BrowseStateOfKeys, TheSpaceBarMarksMovesOnAndTakesAMarkAway) {
   EXPECT_THAT(namesOf(tree_, state_.marks()), ElementsAre("file1"));
 }
 
-TEST_F(BrowseStateOfKeys, WhatIsInAMarkedFolderIsCovered) {
+TEST_F(BrowseStateOfKeys, AMarkedFolderCoversItsContents) {
   type(" ");
   press(Code::home);
   press(Code::enter);

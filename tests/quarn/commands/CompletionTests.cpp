@@ -157,7 +157,7 @@ TEST_P(Completion, OffersTheNamesOfTheVolumesApps) {
   EXPECT_THAT(complete(line), IsEmpty()) << "an error is not a name";
 }
 
-TEST(CompletionInBash, WhatIsOfferedAfterAQuoteDoesNotEndIt) {
+TEST(CompletionInBash, AnOfferAfterAQuoteDoesNotEndTheQuote) {
   MacVolume volume;
   for (const char* name : {"Plain", "Two Words", "It's", "Say $(id)", "Back`tick", "Dou\"ble"}) {
     volume.app("/Applications/" + std::string(name) + ".app", {.bundleIdentifier = "com.example"});

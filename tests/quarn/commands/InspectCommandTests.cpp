@@ -92,7 +92,7 @@ TEST(InspectCommand, OneArtifactIsCountedInTheSingular) {
 
 std::int64_t allocated(const nlohmann::json& size) { return size["allocatedBytes"]; }
 
-TEST(InspectCommand, WhatSeveralFindsHoldCountsOnceInTheTotal) {
+TEST(InspectCommand, FilesInSeveralFindsCountOnceInTheTotal) {
   const nlohmann::json found = document(runOnSample({"inspect", "Tessera Studio", "--json"}));
   std::int64_t sum = 0;
   std::int64_t elsewhere = 0;  // without the receipt, whose items other finds hold but for one
@@ -146,7 +146,7 @@ TEST(InspectCommand, AFileWithSeveralNamesCountsOnceInTheTotal) {
   EXPECT_EQ(found["together"]["linkedFiles"], 1);
 }
 
-TEST(InspectCommand, WhatMerelyResemblesTheAppIsMarkedAndNeverLooksSafe) {
+TEST(InspectCommand, FindsThatMerelyResembleTheAppAreMarkedAndNeverLookSafe) {
   const std::string text = runOnSample({"inspect", "Lumen Notes", "--color", "always"}).out;
   EXPECT_THAT(text, HasSubstr("0.45? Heuristic: LumenNotes"));
   EXPECT_THAT(text, HasSubstr("0.95  Cache"));

@@ -67,7 +67,7 @@ TEST(PlanCommand, SpaceThatFurtherNamesHoldIsSaid) {
   EXPECT_THAT(runQuarn(words).out, HasSubstr("65536 in 1 file with further names elsewhere"));
 }
 
-TEST(PlanCommand, WhatMerelyResemblesTheAppStandsApartWithAWarning) {
+TEST(PlanCommand, FindsThatMerelyResembleTheAppStandApartWithAWarning) {
   const std::string text = runOnSample({"plan", "Lumen Notes", "--mode", "cacheOnly"}).out;
   const std::size_t warning = text.find("! These merely resemble the app.", text.find("Move to quarantine"));
   ASSERT_NE(warning, std::string::npos) << text;

@@ -90,7 +90,7 @@ TEST(Table, OfSeveralFlexibleColumnsTheWidestIsCutFirst) {
   EXPECT_THAT(narrowest, testing::HasSubstr("  " + std::string(10, 'b') + "  "));
 }
 
-TEST(Table, WhatDoesNotFitBesideTheOthersGoesBelow) {
+TEST(Table, AColumnThatDoesNotFitMovesBelow) {
   Table table({{.title = "NAME", .isFlexible = true},
                {.title = "SIZE", .align = Table::Align::right},
                {.title = "OWNER", .isFlexible = true},
