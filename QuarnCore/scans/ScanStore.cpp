@@ -28,7 +28,9 @@ class Gathering {
       : services_(services),
         files_(files.cancelledBy(cancellation)),
         onProgress_(onProgress),
-        cancellation_(cancellation) {}
+        cancellation_(cancellation) {
+    dashboard_.rememberRoots();
+  }
 
   /// False if cancelled.
   bool gather() {
@@ -57,47 +59,43 @@ class Gathering {
 
  private:
   void gatherFolders() {
-    const StorageDashboardService dashboard = services_.dashboard(FileSizeCalculator::live(files_));
-    content_.facts.volume = dashboard.initialOverview().volume;
+    content_.facts.volume = dashboard_.initialOverview().volume;
     std::function<void(const ScanStore::CategorySizes&)> report;
     if (onProgress_) report = [&](const auto& totals) { onProgress_({.step = ScanStep::folders, .totals = totals}); };
     content_.facts.hasCapacity = files_.mount().isMountPoint;
-    countedRoots_ = dashboard.calculatePartitionedRoots(report, cancellation_, folders_.get());
-    content_.categories = dashboard.initialOverview().categories;
+    countedRoots_ = dashboard_.calculatePartitionedRoots(report, cancellation_, folders_.get());
+    content_.categories = dashboard_.initialOverview().categories;
     for (StorageCategory& category : content_.categories) {
       for (const auto& root : countedRoots_) category.size += root.sizes.at(category.id);
     }
-    sizes_ = recordedSizes(folders_, files_);
   }
 
   void gatherRoots() {
-    const StorageDashboardService dashboard = services_.dashboard(sizes_);
     for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
       if (category == StorageCategoryID::free) continue;
       for (const auto& [url, sizes] : countedRoots_) {
         const SizeInfo size = sizes.at(category);
         if (size == SizeInfo{}) continue;
         content_.roots.push_back(
-            {.category = category, .url = url, .size = size, .hint = dashboard.vendorHint(url, category)});
+            {.category = category, .url = url, .size = size, .hint = dashboard_.vendorHint(url, category)});
       }
-      for (const FileURL& url : dashboard.preciseRoots(category, cancellation_)) {
+      for (const FileURL& url : dashboard_.preciseRoots(category, cancellation_)) {
         if (cancellation_.isCancelled()) return;
         content_.roots.push_back(
-            {.category = category, .isListed = true, .url = url, .hint = dashboard.vendorHint(url, category)});
-        content_.roots.back().size = ifPossible([&] { return dashboard.preciseSize(url, category, cancellation_); });
+            {.category = category, .isListed = true, .url = url, .hint = dashboard_.vendorHint(url, category)});
+        content_.roots.back().size = ifPossible([&] { return dashboard_.preciseSize(url, category, cancellation_); });
       }
     }
   }
 
   // What decides about a single path: the commands ask for the owner of one, and say what vendors know of it.
   void gatherPlaces() {
-    const StorageDashboardService dashboard = services_.dashboard(sizes_);
     for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
-      for (const FileURL& url : dashboard.categoryRoots(category, /*includeDiscovered=*/false, cancellation_)) {
+      for (const FileURL& url : dashboard_.categoryRoots(category, /*includeDiscovered=*/false, cancellation_)) {
         content_.places.push_back({.category = category, .url = url});
       }
     }
-    for (const auto& [category, entries] : dashboard.vendorPaths()) {
+    for (const auto& [category, entries] : dashboard_.vendorPaths()) {
       for (const VendorPathHintIndex::Entry& entry : entries) content_.vendorPaths.push_back(entry.hint);
     }
   }
@@ -153,7 +151,9 @@ class Gathering {
   const std::function<void(const ScanStore::Progress&)>& onProgress_;
   const Cancellation& cancellation_;
   std::shared_ptr<RecordedFolders> folders_ = std::make_shared<RecordedFolders>();
-  FileSizeCalculator sizes_ = FileSizeCalculator::live(files_);
+  // Both answer from the record, which is complete after the first step.
+  const FileSizeCalculator sizes_ = recordedSizes(folders_, files_);
+  StorageDashboardService dashboard_ = services_.dashboard(sizes_);
   std::vector<StorageDashboardService::PartitionedRoot> countedRoots_;
   ScanContent content_;
 };

@@ -124,11 +124,15 @@ void append(std::vector<FileURL>& urls, const std::vector<FileURL>& more) {
 }  // namespace
 
 CategoryRoots::CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints,
-                             FileURL quarantine, const FileManager& files)
-    : signatures_(signatures), vendorHints_(vendorHints), quarantine_(std::move(quarantine)), files_(files) {}
+                             FileURL quarantine, const FileManager& files, std::shared_ptr<Lists> known)
+    : signatures_(signatures),
+      vendorHints_(vendorHints),
+      quarantine_(std::move(quarantine)),
+      files_(files),
+      known_(known ? std::move(known) : std::make_shared<Lists>()) {}
 
 std::vector<FileURL> CategoryRoots::roots(Category category, bool includeDiscovered) const {
-  const auto [place, isNew] = known_.try_emplace({category, includeDiscovered});
+  const auto [place, isNew] = known_->try_emplace({category, includeDiscovered});
   if (isNew) {
     place->second = find(category, includeDiscovered);
     dropQuarantined(place->second);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,13 +14,17 @@
 namespace quarn {
 
 /// The folders of the storage categories on the volume. Create one per operation: it caches each list, because the
-/// lists depend on each other. Not thread-safe. The arguments of the constructor must outlive it. Lists are
+/// lists depend on each other. Not thread-safe. The references that the constructor takes must outlive it. Lists are
 /// incomplete after the file manager's cancellation is set.
 class CategoryRoots {
  public:
-  /// The folder `quarantine` contains no roots, because its content is not the user's data.
+  /// The lists that were found so far, by category and by whether discovered folders are in them.
+  using Lists = std::map<std::pair<StorageCategoryID, bool>, std::vector<FileURL>>;
+
+  /// The folder `quarantine` contains no roots, because its content is not the user's data. Objects that share
+  /// `known` find each list once; they must belong to one thread. Null: a cache of its own.
   CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints, FileURL quarantine,
-                const FileManager& files);
+                const FileManager& files, std::shared_ptr<Lists> known = nullptr);
 
   /// The roots of the category in order, existing or not. `includeDiscovered` only affects games.
   [[nodiscard]] std::vector<FileURL> roots(StorageCategoryID category, bool includeDiscovered) const;
@@ -55,7 +60,7 @@ class CategoryRoots {
   const VendorPathHintIndex& vendorHints_;
   const FileURL quarantine_;
   const FileManager& files_;
-  mutable std::map<std::pair<StorageCategoryID, bool>, std::vector<FileURL>> known_;
+  const std::shared_ptr<Lists> known_;
 };
 
 }  // namespace quarn

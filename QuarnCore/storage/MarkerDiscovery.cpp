@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "QuarnCore/storage/MarkerPattern.h"
+#include "QuarnPlatform/text/ASCII.h"
 #include "QuarnPlatform/text/Text.h"
 #include "QuarnPlatform/walking/DirectoryEnumerator.h"
 #include "QuarnPlatform/walking/ItemDepth.h"
@@ -55,12 +56,23 @@ class MarkerSearch {
   std::vector<FileURL> takeFolders() { return std::move(folders_); }
 
  private:
-  [[nodiscard]] bool isMarker(const DirectoryEnumerator::Item& item) const {
+  [[nodiscard]] bool isMarker(const DirectoryEnumerator::Item& item) {
     if (item.type() != FileType::regular && item.type() != FileType::directory) return false;
-    const std::string name = Text::lowercased(item.name());
+    const std::string_view name = lowercased(item.name());
     return std::any_of(markers_.begin(), markers_.end(), [&](const Marker& marker) {
       return marker.type == item.type() && marker.pattern.matches(name);
     });
+  }
+
+  // Asked for every item, so that it reuses its memory. Valid until the next call.
+  std::string_view lowercased(std::string_view name) {
+    lowercased_.assign(name);
+    if (std::all_of(name.begin(), name.end(), ascii::isASCII)) {
+      std::transform(name.begin(), name.end(), lowercased_.begin(), ascii::lowercased);
+    } else {
+      lowercased_ = Text::lowercased(name);
+    }
+    return lowercased_;
   }
 
   void addFolder(FileURL folder) {
@@ -69,6 +81,7 @@ class MarkerSearch {
 
   std::vector<Marker> markers_;
   const FileManager& files_;
+  std::string lowercased_;
   std::unordered_set<std::string> seen_;
   std::vector<FileURL> folders_;
 };

@@ -1,6 +1,7 @@
 #include "QuarnCore/storage/RecordedFolders.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 #include <utility>
 
@@ -136,25 +137,29 @@ void RecordedFolders::addUp() {
   }
 }
 
+void RecordedFolders::listChildren() {
+  firstChild_.assign(nodes_.size() + 1, 0);
+  for (Folder folder = kRoot + 1; folder < nodes_.size(); ++folder) ++firstChild_[nodes_[folder].parent + 1];
+  std::partial_sum(firstChild_.begin(), firstChild_.end(), firstChild_.begin());
+  children_.resize(nodes_.size() - 1);
+  std::vector<std::uint32_t> next(firstChild_.begin(), firstChild_.end() - 1);
+  for (Folder folder = kRoot + 1; folder < nodes_.size(); ++folder) children_[next[nodes_[folder].parent]++] = folder;
+}
+
 void RecordedFolders::sort() {
-  // The children of a folder are a range of `children`, which begins at `first[folder]`.
-  std::vector<std::uint32_t> first(nodes_.size() + 1, 0);
-  for (Folder folder = kRoot + 1; folder < nodes_.size(); ++folder) ++first[nodes_[folder].parent + 1];
-  std::partial_sum(first.begin(), first.end(), first.begin());
-  std::vector<Folder> children(nodes_.size() - 1);
-  std::vector<std::uint32_t> next(first.begin(), first.end() - 1);
-  for (Folder folder = kRoot + 1; folder < nodes_.size(); ++folder) children[next[nodes_[folder].parent]++] = folder;
-  const auto begin = children.begin();
+  listChildren();
+  order_.reserve(nodes_.size());
   std::vector<Folder> open{kRoot};
   while (!open.empty()) {
     const Folder folder = open.back();
     open.pop_back();
     nodes_[folder].position = static_cast<std::uint32_t>(order_.size());
     order_.push_back(folder);
+    const auto first = children_.begin() + firstChild_[folder];
+    const auto last = children_.begin() + firstChild_[folder + 1];
+    std::sort(first, last, [&](Folder left, Folder right) { return nameOf(nodes_[left]) < nameOf(nodes_[right]); });
     // Taken from the end of `open`, so the last name goes in first.
-    std::sort(begin + first[folder], begin + first[folder + 1],
-              [&](Folder left, Folder right) { return nameOf(nodes_[left]) > nameOf(nodes_[right]); });
-    open.insert(open.end(), begin + first[folder], begin + first[folder + 1]);
+    open.insert(open.end(), std::make_reverse_iterator(last), std::make_reverse_iterator(first));
   }
 }
 
@@ -185,16 +190,22 @@ RecordedFolders::Record RecordedFolders::at(std::size_t position) const {
           .isRead = node.isRead};
 }
 
+std::optional<FolderObserver::Folder> RecordedFolders::childOf(Folder folder, std::string_view name) const {
+  const auto last = children_.begin() + firstChild_[folder + 1];
+  const auto found =
+      std::lower_bound(children_.begin() + firstChild_[folder], last, name,
+                       [&](Folder child, std::string_view wanted) { return nameOf(nodes_[child]) < wanted; });
+  return found != last && nameOf(nodes_[*found]) == name ? std::optional(*found) : std::nullopt;
+}
+
 std::optional<std::size_t> RecordedFolders::find(std::string_view path) const {
-  std::size_t folder = 0;
+  Folder folder = kRoot;
   for (const std::string_view name : path::names(path)) {
-    const std::size_t end = folder + at(folder).descendants + 1;
-    std::size_t child = folder + 1;
-    while (child < end && at(child).name != name) child += at(child).descendants + 1;
-    if (child >= end) return std::nullopt;
-    folder = child;
+    const std::optional<Folder> child = childOf(folder, name);
+    if (!child) return std::nullopt;
+    folder = *child;
   }
-  return folder;
+  return nodes_[folder].position;
 }
 
 }  // namespace quarn

@@ -21,7 +21,7 @@ namespace quarn {
 /// Who owns what: this owns all records. `mutex_` guards them while walks run; it is held for a few instructions, once
 /// or twice per folder and once per kept file. Nobody waits for anything else.
 ///
-/// Memory: about 50 bytes and the name per folder, about 100 bytes per kept file. Files that are not kept cost nothing.
+/// Memory: about 70 bytes and the name per folder, about 100 bytes per kept file. Files that are not kept cost nothing.
 class RecordedFolders final : public FolderObserver {
  public:
   static constexpr std::size_t kKeptFiles = 10'000;
@@ -70,7 +70,7 @@ class RecordedFolders final : public FolderObserver {
   [[nodiscard]] Record at(std::size_t position) const;
   /// The position of a folder that a walk knows by this number.
   [[nodiscard]] std::size_t positionOf(Folder folder) const { return nodes_[folder].position; }
-  /// The folder at an absolute path without links.
+  /// The folder at an absolute path without links. Costs a binary search per name.
   [[nodiscard]] std::optional<std::size_t> find(std::string_view path) const;
   /// The largest files, in the order of their folders, then by name.
   [[nodiscard]] const std::vector<LargeFile>& largeFiles() const { return files_; }
@@ -97,8 +97,10 @@ class RecordedFolders final : public FolderObserver {
   [[nodiscard]] std::string_view nameOf(const Node& node) const;
   Folder create(Folder parent, std::string_view name);
   [[nodiscard]] std::optional<Folder> placed(Folder parent, std::string_view name) const;
+  [[nodiscard]] std::optional<Folder> childOf(Folder folder, std::string_view name) const;
   void addUp();
   void sort();
+  void listChildren();
   void selectFiles();
 
   std::size_t mostFiles_;
@@ -110,6 +112,9 @@ class RecordedFolders final : public FolderObserver {
   std::vector<LargeFile> files_;                    // a heap, the smallest in front, until `finish`
   std::int64_t keptAbove_ = -1;
   std::vector<Folder> order_;
+  // The folders in a folder, by name: `children_` from `firstChild_[folder]` to `firstChild_[folder + 1]`.
+  std::vector<std::uint32_t> firstChild_;
+  std::vector<Folder> children_;
 };
 
 }  // namespace quarn

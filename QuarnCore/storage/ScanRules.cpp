@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/ASCII.h"
 #include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
@@ -10,6 +11,8 @@ namespace {
 
 // Lower-casing shortens a text at most to a third of its bytes: the Kelvin sign takes three bytes, "k" one.
 constexpr std::size_t kMostShrinking = 3;
+
+constexpr std::uint32_t bitOf(char letter) { return std::uint32_t{1} << (static_cast<unsigned char>(letter) & 31U); }
 
 }  // namespace
 
@@ -26,8 +29,10 @@ ScanRules::ScanRules(const ScanPlan& plan, Dictionary categoryByExtension)
       (root.mode.isFast() ? place.isFastExclusion : place.isEnumerateExclusion) = true;
     }
   }
+  isEmptyExtensionKnown_ = categoryByExtension_.contains("");
   for (const auto& [extension, category] : categoryByExtension_) {
     longestExtension_ = std::max(longestExtension_, extension.size());
+    if (!extension.empty() && extension.size() <= kUsualLength) firstLetters_[extension.size()] |= bitOf(extension[0]);
   }
 }
 
@@ -47,11 +52,30 @@ std::optional<StorageCategoryID> ScanRules::longestRule(std::string_view locatio
   return longest;
 }
 
+std::optional<StorageCategoryID> ScanRules::categoryOf(std::string_view lowercasedExtension) const {
+  const auto found = categoryByExtension_.find(lowercasedExtension);
+  return found == categoryByExtension_.end() ? std::nullopt : std::optional<StorageCategoryID>(found->second);
+}
+
+// Asked for every file. Nearly all names end in a few ASCII letters and digits after a dot, or in more of them than the
+// dictionary's extensions have. The others need the rules of `path::extension`.
 std::optional<StorageCategoryID> ScanRules::dictionaryCategory(std::string_view name) const {
+  std::size_t length = 0;
+  while (length < name.size() && length <= longestExtension_ &&
+         ascii::isLetterOrDigit(name[name.size() - 1 - length])) {
+    ++length;
+  }
+  if (length > longestExtension_ && !isEmptyExtensionKnown_) return std::nullopt;
+  const bool hasDot = length + 2 <= name.size() && name[name.size() - 1 - length] == '.' && name[0] != '.';
+  if (hasDot && length > 0 && length <= kUsualLength) {
+    std::array<char, kUsualLength> extension{};
+    std::transform(name.end() - static_cast<std::ptrdiff_t>(length), name.end(), extension.begin(), ascii::lowercased);
+    const bool mayBeKnown = (firstLetters_[length] & bitOf(extension[0])) != 0;
+    return mayBeKnown ? categoryOf({extension.data(), length}) : std::nullopt;
+  }
   const std::string_view extension = path::extension(name);
   if (extension.size() > longestExtension_ * kMostShrinking) return std::nullopt;
-  const auto found = categoryByExtension_.find(Text::lowercased(extension));
-  return found == categoryByExtension_.end() ? std::nullopt : std::optional<StorageCategoryID>(found->second);
+  return categoryOf(Text::lowercased(extension));
 }
 
 }  // namespace quarn

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -52,9 +54,17 @@ class ScanRules {
   [[nodiscard]] std::optional<StorageCategoryID> dictionaryCategory(std::string_view name) const;
 
  private:
+  // Extensions of at most this many ASCII letters and digits are looked up without an allocation.
+  static constexpr std::size_t kUsualLength = 15;
+
+  [[nodiscard]] std::optional<StorageCategoryID> categoryOf(std::string_view lowercasedExtension) const;
+
   Trie trie_;
   Dictionary categoryByExtension_;
   std::size_t longestExtension_ = 0;
+  bool isEmptyExtensionKnown_ = false;  // then it is that of all names without an extension
+  // By length, the first letters of the usual extensions in the dictionary: bit `letter & 31`.
+  std::array<std::uint32_t, kUsualLength + 1> firstLetters_{};
 };
 
 }  // namespace quarn

@@ -1,6 +1,5 @@
 #include "QuarnCore/storage/StorageDashboardService.h"
 
-#include "QuarnCore/storage/CategoryRoots.h"
 #include "QuarnCore/storage/PartitionedScan.h"
 #include "QuarnCore/storage/ScanRoots.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
@@ -99,24 +98,28 @@ StorageDashboardService::StorageDashboardService(VolumeInfoClient volumeInfoClie
       quarantineManager_(std::move(quarantineManager)),
       files_(std::move(files)) {}
 
+void StorageDashboardService::rememberRoots() { knownRoots_ = std::make_shared<CategoryRoots::Lists>(); }
+
+CategoryRoots StorageDashboardService::categoriesOn(const FileManager& files) const {
+  return {signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files, knownRoots_};
+}
+
 std::vector<FileURL> StorageDashboardService::categoryRoots(StorageCategoryID category, bool includeDiscovered,
                                                             const Cancellation& cancellation) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files)
-      .roots(category, includeDiscovered);
+  return categoriesOn(files).roots(category, includeDiscovered);
 }
 
 std::vector<FileURL> StorageDashboardService::categoryExclusions(StorageCategoryID category,
                                                                  const Cancellation& cancellation) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files).exclusions(category);
+  return categoriesOn(files).exclusions(category);
 }
 
 std::vector<FileURL> StorageDashboardService::topItemRoots(StorageCategoryID category, bool includeDiscovered,
                                                            const Cancellation& cancellation) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files)
-      .topItemRoots(category, includeDiscovered);
+  return categoriesOn(files).topItemRoots(category, includeDiscovered);
 }
 
 std::vector<FileURL> StorageDashboardService::vendorRoots(StorageCategoryID category) const {
@@ -132,9 +135,7 @@ const VendorPathHintIndex::Entries& StorageDashboardService::vendorPaths() const
   return vendorHints_.entriesByCategory();
 }
 
-bool StorageDashboardService::isCloudRoot(const FileURL& root) const {
-  return CategoryRoots(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files_).isCloudRoot(root);
-}
+bool StorageDashboardService::isCloudRoot(const FileURL& root) const { return categoriesOn(files_).isCloudRoot(root); }
 
 StorageOverview StorageDashboardService::initialOverview() const {
   StorageOverview overview{.volume = volumeInfoClient_.systemVolume()};
@@ -167,7 +168,7 @@ StorageDashboardService::CategorySizes StorageDashboardService::partition(
     const std::function<void(const CategorySizes&)>& onUpdate, const std::function<void(PartitionedRoot)>& onRoot,
     const Cancellation& cancellation, RecordedFolders* recorded) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
+  const CategoryRoots categories = categoriesOn(files);
   ScanPlan plan = makeScanPlan(categories, quarantineManager_.baseURL(), volumeLocationChecker_, files);
   PartitionedScan scan(std::move(plan), signatureRegistry_.packageCategoryByExtension(), files);
   PartitionedScan::Observers observers{.recorded = recorded};
@@ -187,7 +188,7 @@ std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(
     const std::function<void(const SizeInfo& soFar)>& onRoot) const {
   if (category == StorageCategoryID::free) return std::nullopt;
   const FileManager files = files_.cancelledBy(cancellation);
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
+  const CategoryRoots categories = categoriesOn(files);
   const PreciseSizing sizing(category, categories, fileSizeCalculator_, files);
   std::optional<SizeInfo> total;
   for (const FileURL& root : sizedRoots(category, categories, volumeLocationChecker_, files)) {
@@ -201,14 +202,14 @@ std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(
 std::vector<FileURL> StorageDashboardService::preciseRoots(StorageCategoryID category,
                                                            const Cancellation& cancellation) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
+  const CategoryRoots categories = categoriesOn(files);
   return sizedRoots(category, categories, volumeLocationChecker_, files);
 }
 
 SizeInfo StorageDashboardService::preciseSize(const FileURL& root, StorageCategoryID category,
                                               const Cancellation& cancellation) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  const CategoryRoots categories(signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files);
+  const CategoryRoots categories = categoriesOn(files);
   return PreciseSizing(category, categories, fileSizeCalculator_, files).sizeOf(root);
 }
 

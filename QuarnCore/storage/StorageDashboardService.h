@@ -2,9 +2,11 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <vector>
 
+#include "QuarnCore/storage/CategoryRoots.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
 #include "QuarnCore/storage/VendorPathHintIndex.h"
 #include "QuarnModels/Storage.h"
@@ -17,7 +19,8 @@ namespace quarn {
 
 class RecordedFolders;
 
-/// The storage categories: their folders and their sizes. Synchronous and read-only. Finds the roots on every call.
+/// The storage categories: their folders and their sizes. Synchronous and read-only. Finds the roots on every call,
+/// unless `rememberRoots` was called.
 /// Operations poll `cancellation`, also while they look for roots and inside one folder. When it is set, they return
 /// their partial result.
 class StorageDashboardService {
@@ -27,6 +30,10 @@ class StorageDashboardService {
   StorageDashboardService(VolumeInfoClient volumeInfoClient, FileSizeCalculator fileSizeCalculator,
                           StorageSignatureRegistry signatureRegistry, VolumeLocationChecker volumeLocationChecker,
                           VendorPathHintIndex vendorHints, QuarantineManager quarantineManager, FileManager files);
+
+  /// From now on, this object and its copies find the roots of each category once: for an operation with several
+  /// steps, which asks for the same roots again. They then belong to one thread.
+  void rememberRoots();
 
   /// The folders that count for a category, existing or not. `includeDiscovered` only affects games: it adds the
   /// folders that contain markers.
@@ -80,6 +87,7 @@ class StorageDashboardService {
                                      const Cancellation& cancellation = Cancellation::never()) const;
 
  private:
+  [[nodiscard]] CategoryRoots categoriesOn(const FileManager& files) const;
   CategorySizes partition(const std::function<void(const CategorySizes&)>& onUpdate,
                           const std::function<void(PartitionedRoot)>& onRoot, const Cancellation& cancellation,
                           RecordedFolders* recorded) const;
@@ -91,6 +99,7 @@ class StorageDashboardService {
   VendorPathHintIndex vendorHints_;
   QuarantineManager quarantineManager_;
   FileManager files_;
+  std::shared_ptr<CategoryRoots::Lists> knownRoots_;
 };
 
 }  // namespace quarn

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "QuarnPlatform/text/ASCII.h"
 #include "QuarnPlatform/text/TextCharacters.h"
 #include "QuarnPlatform/text/TextScalars.h"
 
@@ -25,7 +26,7 @@ std::size_t lineBreakPairs(std::string_view text) {
 
 std::string Locale::language() const {
   std::string code = identifier_.substr(0, identifier_.find_first_of("_-.@"));
-  std::transform(code.begin(), code.end(), code.begin(), unicode::asciiLowercased);
+  std::transform(code.begin(), code.end(), code.begin(), ascii::lowercased);
   return code;
 }
 

@@ -8,6 +8,7 @@
 #include <unicode/ucol.h>
 #include <unicode/unorm.h>
 
+#include "QuarnPlatform/text/ASCII.h"
 #include "QuarnPlatform/text/Text.h"
 #include "QuarnPlatform/text/TextLocale.h"
 #include "QuarnPlatform/text/TextScalars.h"
@@ -64,9 +65,8 @@ std::int32_t lengthOf(std::size_t size) {
 }
 
 bool equalIgnoringASCIICase(std::string_view left, std::string_view right) {
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](char one, char other) {
-    return unicode::asciiLowercased(one) == unicode::asciiLowercased(other);
-  });
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [](char one, char other) { return ascii::lowercased(one) == ascii::lowercased(other); });
 }
 
 /// Zero if the texts differ only in case and normalisation, else the order of the folded texts.

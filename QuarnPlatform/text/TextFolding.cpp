@@ -7,6 +7,7 @@
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
 
+#include "QuarnPlatform/text/ASCII.h"
 #include "QuarnPlatform/text/Text.h"
 #include "QuarnPlatform/text/TextLocale.h"
 #include "QuarnPlatform/text/TextScalars.h"
@@ -49,7 +50,7 @@ UChar32 icu(char32_t scalar) { return static_cast<UChar32>(scalar); }
 
 std::string asciiLowercased(std::string_view text) {
   std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(), unicode::asciiLowercased);
+  std::transform(lower.begin(), lower.end(), lower.begin(), ascii::lowercased);
   return lower;
 }
 
@@ -95,7 +96,7 @@ char32_t appendFullFolding(char32_t scalar, std::string& out) {
 /// Appends the folded base and returns the last scalar.
 char32_t appendFoldedCase(char32_t base, std::string& out) {
   if (base < 0x80) {
-    out.push_back(unicode::asciiLowercased(static_cast<char>(base)));
+    out.push_back(ascii::lowercased(static_cast<char>(base)));
     return base;
   }
   const auto* exception =

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuarnPlatform/text/ASCII.h"
 #include "QuarnPlatform/text/Text.h"
 #include "QuarnPlatform/text/TextScalars.h"
 
@@ -9,8 +10,8 @@ namespace quarn::unicode {
 inline bool isTurkic(const Locale& locale) {
   const std::string& identifier = locale.identifier();
   if (identifier.size() < 2) return false;
-  const char first = asciiLowercased(identifier[0]);
-  const char second = asciiLowercased(identifier[1]);
+  const char first = ascii::lowercased(identifier[0]);
+  const char second = ascii::lowercased(identifier[1]);
   return (first == 't' && second == 'r') || (first == 'a' && second == 'z');
 }
 

@@ -10,11 +10,6 @@ namespace quarn::unicode {
 /// True if all bytes are ASCII. Such text needs no Unicode tables.
 bool isASCII(std::string_view text);
 
-/// Converts an ASCII capital to lower case; returns other bytes unchanged.
-constexpr char asciiLowercased(char byte) {
-  return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte;
-}
-
 /// Iterates over the scalars of a text, which must outlive it.
 class ScalarReader {
  public:

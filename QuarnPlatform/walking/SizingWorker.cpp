@@ -65,10 +65,9 @@ void SizingWorker::enter(SizingTask& task) {
   const bool isObserved = scheduler_.observer() != nullptr;
   BundleBit bit;
   if (decides || (isObserved && !isPackageName(task.name))) bit = bundleBit(opened.descriptor.get());
-  if (decides) {
-    if (bit.error != 0) scheduler_.reportUnreadable(parent, task.name, bit.error);
-    item.step = item.asPackage = bit.isSet ? item.asPackage : item.step;
-  }
+  if (decides && bit.error != 0) scheduler_.reportUnreadable(parent, task.name, bit.error);
+  // An error that decides nothing yet is met and reported again when it does.
+  if (decides || (isObserved && bit.error == 0)) item.step = item.asPackage = bit.isSet ? item.asPackage : item.step;
   if (!item.step) return;
   if (ListingCount::wantsFolder()) tellFolder(parent, task.name);
   const FolderObserver::Folder observed = isObserved ? observe(task, opened.descriptor.get(), bit.isSet) : 0;

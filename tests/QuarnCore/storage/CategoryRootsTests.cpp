@@ -270,6 +270,20 @@ TEST(Quarantine, AFolderThatOnlyBeginsWithItsNameIsNotIt) {
   EXPECT_THAT(volume.roots(Category::games), ElementsAre("~/Games", kQuarantine + "d"));
 }
 
+TEST(CategoryRoots, ADashboardThatRemembersItsRootsLooksForThemOnce) {
+  DashboardVolume volume;
+  volume.gameMarker("marker");
+  const StorageDashboardService forgetful = volume.dashboard();
+  StorageDashboardService remembering = volume.dashboard();
+  remembering.rememberRoots();
+  const StorageDashboardService copy = remembering;
+  EXPECT_THAT(volume.shortened(copy.categoryRoots(Category::games, true)), ElementsAre("~/Games"));
+  volume.file("/Users/Shared/Game/marker");
+  EXPECT_THAT(volume.shortened(remembering.categoryRoots(Category::games, true)), ElementsAre("~/Games"));
+  EXPECT_THAT(volume.shortened(forgetful.categoryRoots(Category::games, true)),
+              ElementsAre("~/Games", "/Users/Shared/Game"));
+}
+
 TEST(CategoryRoots, ListingsThatCannotBeReadAreReported) {
   DashboardVolume volume;
   volume.folder("~/Library/CloudStorage/Box").mode("~/Library/CloudStorage", 0000);

@@ -59,6 +59,14 @@ TEST(MarkerDiscovery, PatternsWithASlashAreIgnored) {
   EXPECT_THAT(found(volume, {markerFile("D/marker"), markerFile("marker")}), ElementsAre("/Users/Shared/D"));
 }
 
+TEST(MarkerDiscovery, CaseIsIgnoredInAnyScript) {
+  MacVolume volume;
+  volume.file("/Users/Shared/A/MARKER.txt").file("/Users/Shared/B/\u00C4.mar").file("/Users/Shared/C/\u212Aey");
+  volume.file("/Users/Shared/D/a long name before the MARKER.txt");
+  EXPECT_THAT(found(volume, {markerFile("*Marker.TXT"), markerFile("\u00E4.mar"), markerFile("key")}),
+              ElementsAre("/Users/Shared/A", "/Users/Shared/B", "/Users/Shared/C", "/Users/Shared/D"));
+}
+
 TEST(MarkerDiscovery, KindsAreDistinguished) {
   MacVolume volume;
   volume.folder("/Users/Shared/A/marker").file("/Users/Shared/B/marker").fifo("/Users/Shared/C/marker");

@@ -128,6 +128,23 @@ TEST(RecordedFolders, NamesThatAreNotUTF8Survive) {
   EXPECT_THAT(keptNames(folders), ElementsAre("\x80"));
 }
 
+TEST(RecordedFolders, EachOfManyFoldersWithSimilarNamesIsFound) {
+  DashboardVolume volume;
+  const std::vector<std::string> names{"a", "a b", "a-",     "aa",   "aaa", "ab",
+                                       "b", "B",   "\u00E4", "\xFF", "a/a", "aa/b/a"};
+  for (std::size_t i = 0; i < names.size(); ++i) volume.sparse("~/Pictures/" + names[i] + "/file", 1 << i);
+  RecordedFolders folders;
+  scan(volume, folders);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const std::int64_t bytes = recordOf(folders, "/Users/ann/Pictures/" + names[i]).sizes.logicalBytes;
+    EXPECT_EQ(bytes & (1 << i), 1 << i) << names[i];
+  }
+  EXPECT_EQ(folders.find("/"), std::optional<std::size_t>(0));
+  for (const char* other : {"/Users/ann/Pictures/aaaa", "/Users/ann/Pictures/ ", "/Users/ann/Pictures/\xFF\xFF"}) {
+    EXPECT_FALSE(folders.find(other)) << other;
+  }
+}
+
 TEST(RecordedFolders, MissingItemsAreNotFound) {
   DashboardVolume volume;
   volume.file("~/Pictures/a", 5);
