@@ -78,6 +78,11 @@ class Layout(TestCase):
         for shell, place in places.items():
             self.assertEqual((share / place).read_text(encoding="utf-8"), run(QUARN, "completions", shell), shell)
 
+    def test_the_types_of_the_interface_match_the_command(self):
+        types = PREFIX / "share/quarn/rpc"
+        for language, name in {"typescript": "quarn.d.ts", "python": "quarn_rpc.py"}.items():
+            self.assertEqual((types / name).read_text(encoding="utf-8"), run(QUARN, "rpc", "--types", language), language)
+
     def test_links_between_installed_pages_and_examples_work(self):
         pages = list((PREFIX / "share/doc/quarn").rglob("*.md"))
         self.assertGreater(len(pages), 10)
