@@ -185,10 +185,10 @@ TEST_F(HostFile, ASignalThatEndsTheProcessLeavesNothingBehind) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     const pid_t child = ::fork();
     if (child == 0) {
-      // Far more than is written before the signal comes.
-      const std::string content(std::size_t{1} << 30, 'x');
-      writeHostFile(at("page.html"), content);
-      ::_exit(0);
+      // Tests that run in the background inherit ignored signals.
+      ::signal(signal, SIG_DFL);
+      const ReplacedHostFile unfinished(at("page.html"));
+      for (;;) ::pause();
     }
     while (names().empty()) ::usleep(1000);
     ::kill(child, signal);
@@ -196,6 +196,23 @@ TEST_F(HostFile, ASignalThatEndsTheProcessLeavesNothingBehind) {
     ::waitpid(child, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << status;
     EXPECT_THAT(names(), IsEmpty());
+  }
+}
+
+TEST_F(HostFile, AnIgnoredSignalStaysIgnoredWhileAFileIsWritten) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+      ::signal(signal, SIG_IGN);
+      ReplacedHostFile file(at("page.html"));
+      ::raise(signal);
+      file.commit();
+      ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    EXPECT_THAT(names(), ElementsAre("page.html"));
   }
 }
 
