@@ -4,10 +4,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
+#include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace quarn::loader {
 namespace {
@@ -67,11 +68,17 @@ class Opcodes {
 }  // namespace
 
 Image::Image(const std::string& path) : path_(path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) fail("cannot open it");
-  bytes_.assign(std::istreambuf_iterator<char>(file), {});
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  struct stat status {};
+  if (file < 0 || ::fstat(file, &status) != 0) fail("cannot open it");
+  const auto size = static_cast<std::size_t>(status.st_size);
+  const void* mapped = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0);
+  if (mapped == MAP_FAILED) fail("cannot read it");
+  bytes_ = {static_cast<const char*>(mapped), size};
   readCommands();
-  map();
+  map(file);
+  ::close(file);
+  indexExports();
 }
 
 void Image::fail(const std::string& why) const {
@@ -128,7 +135,7 @@ std::string Image::textOf(const macho::Command& command, std::uint64_t offset) c
 }
 
 // One stretch for all segments, so that they keep their distances.
-void Image::map() {
+void Image::map(int file) {
   std::uint64_t first = ~std::uint64_t{0};
   std::uint64_t last = 0;
   for (const macho::Segment& segment : segments_) {
@@ -143,9 +150,18 @@ void Image::map() {
   if (room == MAP_FAILED) fail("its addresses are taken");
   slide_ = reinterpret_cast<std::uint64_t>(room) - first;
   for (const macho::Segment& segment : segments_) {
-    if (!isMapped(segment)) continue;
-    std::memcpy(placeAt(segment.address), bytes_.data() + segment.fileOffset, std::min(segment.fileSize, segment.size));
+    if (isMapped(segment) && segment.fileSize != 0) mapSegment(segment, file);
   }
+}
+
+// The file's own pages, which are copied when a fixup changes them. What follows the file's bytes is zeros.
+void Image::mapSegment(const macho::Segment& segment, int file) const {
+  char* place = reinterpret_cast<char*>(placeAt(segment.address));
+  const std::uint64_t size = std::min(segment.fileSize, segment.size);
+  void* mapped = ::mmap(place, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_FIXED, file,
+                        static_cast<off_t>(segment.fileOffset));
+  if (mapped == MAP_FAILED) fail("a segment does not begin on a page");
+  if (segment.size > size) std::memset(place + size, 0, wholePages(size) - size);
 }
 
 void Image::protect() const {
@@ -208,10 +224,10 @@ void Image::bindRange(std::uint32_t offset, std::uint32_t size, Binding binding,
                       std::vector<std::string>& missing) const {
   Opcodes opcodes(recordAt<char>(offset, size), size);
   std::string_view symbol;
+  void* target = nullptr;
   std::int64_t addend = 0;
   std::uint64_t address = 0;
   const auto put = [&](std::uint64_t skip) {
-    void* target = resolve(symbol);
     if (target != nullptr) {
       *placeAt(address) = reinterpret_cast<std::uint64_t>(target) + static_cast<std::uint64_t>(addend);
     } else if (binding != Binding::weak) {
@@ -231,7 +247,10 @@ void Image::bindRange(std::uint32_t offset, std::uint32_t size, Binding binding,
       case macho::setSpecialOrdinal:
       case macho::setType: break;
       case macho::setOrdinalLong: opcodes.unsignedNumber(); break;
-      case macho::setName: symbol = opcodes.text(); break;
+      case macho::setName:
+        symbol = opcodes.text();
+        target = resolve(symbol);
+        break;
       case macho::setAddend: addend = opcodes.signedNumber(); break;
       case macho::setPlace: address = segmentAddress(immediate) + opcodes.unsignedNumber(); break;
       case macho::advance: address += opcodes.unsignedNumber(); break;
@@ -249,15 +268,22 @@ void Image::bindRange(std::uint32_t offset, std::uint32_t size, Binding binding,
   }
 }
 
-void* Image::exported(std::string_view symbol) const {
-  if (symbolTable_ == nullptr) return nullptr;
+// Of equal names the first one counts.
+void Image::indexExports() {
+  if (symbolTable_ == nullptr) return;
   const auto* symbols = recordAt<macho::Symbol>(symbolTable_->offset, symbolTable_->count);
-  const char* names = recordAt<char>(symbolTable_->namesOffset, symbolTable_->namesSize);
+  const std::string_view names(recordAt<char>(symbolTable_->namesOffset, symbolTable_->namesSize),
+                               symbolTable_->namesSize);
   for (const macho::Symbol* at = symbols; at != symbols + symbolTable_->count; ++at) {
-    if ((at->kind & macho::kExternalInSection) != macho::kExternalInSection) continue;
-    if (at->nameOffset < symbolTable_->namesSize && symbol == names + at->nameOffset) return placeAt(at->value);
+    if ((at->kind & macho::kExternalInSection) != macho::kExternalInSection || at->nameOffset >= names.size()) continue;
+    const std::string_view name = names.substr(at->nameOffset);
+    exports_.emplace(name.substr(0, name.find('\0')), placeAt(at->value));
   }
-  return nullptr;
+}
+
+void* Image::exported(std::string_view symbol) const {
+  const auto found = exports_.find(symbol);
+  return found == exports_.end() ? nullptr : found->second;
 }
 
 void Image::initialize(int count, char** words, char** environment) const {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "tests/macos/loader/MachO.h"
@@ -57,7 +58,9 @@ class Image {
   void readCommands();
   void readCommand(const macho::Command& command, std::uint64_t offset);
   [[nodiscard]] std::string textOf(const macho::Command& command, std::uint64_t offset) const;
-  void map();
+  void map(int file);
+  void mapSegment(const macho::Segment& segment, int file) const;
+  void indexExports();
   void protect() const;
   void rebase() const;
   [[nodiscard]] std::uint64_t* placeAt(std::uint64_t address) const;
@@ -69,7 +72,7 @@ class Image {
   [[noreturn]] void fail(const std::string& why) const;
 
   std::string path_;
-  std::string bytes_;
+  std::string_view bytes_;  ///< the file's
   std::vector<macho::Segment> segments_;
   std::vector<macho::Section> sections_;
   std::vector<std::string> libraries_;
@@ -79,6 +82,8 @@ class Image {
   std::uint64_t entryOffset_ = 0;
   std::uint64_t textAddress_ = 0;
   std::uint64_t slide_ = 0;  // how far from where it was linked it is mapped
+  // A program binds thousands of symbols, each of them looked for in every image.
+  std::unordered_map<std::string_view, void*> exports_;
 };
 
 }  // namespace quarn::loader
