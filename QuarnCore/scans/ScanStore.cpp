@@ -73,7 +73,7 @@ class Gathering {
   void gatherRoots() {
     for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
       if (category == StorageCategoryID::free) continue;
-      for (const auto& [url, sizes] : countedRoots_) {
+      for (const auto& [url, sizes, home] : countedRoots_) {
         const SizeInfo size = sizes.at(category);
         if (size == SizeInfo{}) continue;
         content_.roots.push_back(

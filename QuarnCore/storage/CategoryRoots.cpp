@@ -11,6 +11,7 @@
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/paths/PathSet.h"
 #include "QuarnPlatform/text/Text.h"
+#include "QuarnSystem/UserHomes.h"
 
 namespace quarn {
 namespace {
@@ -101,7 +102,6 @@ constexpr std::string_view kTrash = ".Trash";
 constexpr std::array<std::string_view, 6> kSystemData{
     "Library", "/Library", "/System", "/private/var", "/usr", "/Users/Shared",
 };
-constexpr std::array<std::string_view, 3> kNobodysHomes{"Shared", "Guest", ".localized"};
 constexpr std::array<std::string_view, 2> kNoHiddenData{".DS_Store", ".localized"};
 
 constexpr std::array<Category, 4> kCategoriesInSystemFolders{
@@ -124,11 +124,13 @@ void append(std::vector<FileURL>& urls, const std::vector<FileURL>& more) {
 }  // namespace
 
 CategoryRoots::CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints,
-                             FileURL quarantine, const FileManager& files, std::shared_ptr<Lists> known)
+                             FileURL quarantine, const FileManager& files, RootScope scope,
+                             std::shared_ptr<Lists> known)
     : signatures_(signatures),
       vendorHints_(vendorHints),
       quarantine_(std::move(quarantine)),
       files_(files),
+      scope_(scope),
       known_(known ? std::move(known) : std::make_shared<Lists>()) {}
 
 std::vector<FileURL> CategoryRoots::roots(Category category, bool includeDiscovered) const {
@@ -196,8 +198,8 @@ std::vector<FileURL> CategoryRoots::communication() const {
 
 std::vector<FileURL> CategoryRoots::games(bool includeDiscovered) const {
   std::vector<FileURL> result{inHome("Games")};
-  append(result, steamAppFolders(files_));
-  if (includeDiscovered) append(result, markedFolders(signatures_.markerSignatures(Category::games), files_));
+  append(result, steamAppFolders(files_, scope_));
+  if (includeDiscovered) append(result, markedFolders(signatures_.markerSignatures(Category::games), files_, scope_));
   return outermost(withVendorRoots(std::move(result), Category::games));
 }
 
@@ -208,7 +210,7 @@ std::vector<FileURL> CategoryRoots::development() const {
 std::vector<FileURL> CategoryRoots::systemData() const {
   std::vector<FileURL> result{inHome(kTrash)};
   append(result, folders(kSystemData));
-  append(result, otherUsersHomes());
+  if (scope_ == RootScope::volume) append(result, otherUsersHomes());
   return result;
 }
 
@@ -246,8 +248,7 @@ std::vector<FileURL> CategoryRoots::otherUsersHomes() const {
   const std::string ownHome = files_.standardizedPath(files_.homeDirectory());
   std::vector<FileURL> result;
   for (DirectoryEntry& entry : files_.contentsOrNone(FileURL("/Users"), HiddenItems::skip)) {
-    if (entry.type != FileType::directory || holds(kNobodysHomes, entry.url.lastPathComponent())) continue;
-    if (files_.standardizedPath(entry.url) != ownHome) result.push_back(std::move(entry.url));
+    if (isUserHome(entry) && files_.standardizedPath(entry.url) != ownHome) result.push_back(std::move(entry.url));
   }
   return result;
 }
@@ -261,6 +262,7 @@ std::vector<FileURL> CategoryRoots::folders(const Paths& paths) const {
   std::vector<FileURL> result;
   result.reserve(paths.size());
   for (const std::string_view path : paths) {
+    if (scope_ == RootScope::home && path.starts_with('/')) continue;
     result.push_back(path.starts_with('/') ? FileURL(path, URLKind::directory) : inHome(path));
   }
   return result;

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "QuarnCore/storage/RootScope.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
 #include "QuarnCore/storage/VendorPathHintIndex.h"
 #include "QuarnModels/Storage.h"
@@ -21,10 +22,12 @@ class CategoryRoots {
   /// The lists that were found so far, by category and by whether discovered folders are in them.
   using Lists = std::map<std::pair<StorageCategoryID, bool>, std::vector<FileURL>>;
 
-  /// The folder `quarantine` contains no roots, because its content is not the user's data. Objects that share
-  /// `known` find each list once; they must belong to one thread. Null: a cache of its own.
+  /// The folder `quarantine` contains no roots, because its content is not the user's data. With the scope `home`, the
+  /// lists lack the folders that all users share and the home folders of others. They may still name paths outside the
+  /// home folder, which come from vendor profiles. Objects of the same scope that share `known` find each list once;
+  /// they must belong to one thread. Null: a cache of its own.
   CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints, FileURL quarantine,
-                const FileManager& files, std::shared_ptr<Lists> known = nullptr);
+                const FileManager& files, RootScope scope = RootScope::volume, std::shared_ptr<Lists> known = nullptr);
 
   /// The roots of the category in order, existing or not. `includeDiscovered` only affects games.
   [[nodiscard]] std::vector<FileURL> roots(StorageCategoryID category, bool includeDiscovered) const;
@@ -60,6 +63,7 @@ class CategoryRoots {
   const VendorPathHintIndex& vendorHints_;
   const FileURL quarantine_;
   const FileManager& files_;
+  const RootScope scope_;
   const std::shared_ptr<Lists> known_;
 };
 

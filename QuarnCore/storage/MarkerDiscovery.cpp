@@ -36,6 +36,8 @@ class MarkerSearch {
   MarkerSearch(std::vector<Marker> markers, const FileManager& files) : markers_(std::move(markers)), files_(files) {}
 
   void search(const FileURL& root) {
+    // A look-up reports the folder that closes the way; a walk would report the root.
+    if (!files_.itemExists(root)) return;
     const ItemDepth depth(files_, root);
     DirectoryEnumerator items(files_, root,
                               {.hidden = HiddenItems::skip,
@@ -89,7 +91,7 @@ class MarkerSearch {
 }  // namespace
 
 std::vector<FileURL> markedFolders(const std::vector<StorageSignatureRegistry::Signature>& markers,
-                                   const FileManager& files) {
+                                   const FileManager& files, RootScope scope) {
   std::vector<Marker> singleNames;
   for (const StorageSignatureRegistry::Signature& marker : markers) {
     if (marker.pattern.find('/') == std::string::npos) singleNames.push_back(makeMarker(marker));
@@ -97,6 +99,7 @@ std::vector<FileURL> markedFolders(const std::vector<StorageSignatureRegistry::S
   if (singleNames.empty()) return {};
   MarkerSearch search(std::move(singleNames), files);
   for (const std::string_view root : kSearchRoots) {
+    if (scope == RootScope::home && root.starts_with('/')) continue;
     search.search(root.starts_with('/') ? FileURL(root) : files.homeDirectory().appending(root));
   }
   return search.takeFolders();

@@ -98,18 +98,25 @@ std::string exclusionLocation(const FileURL& url, const FileManager& files) {
   return realPath && files.standardizedPath(*realPath) == path ? *realPath : path;
 }
 
-// Climbs from each root to the few roots around it, instead of comparing each root with all others.
-void excludeInnerRoots(std::vector<ScanRoot>& roots) {
+// Climbs from each location to the few roots around it, instead of comparing it with all roots.
+void excludeFromRootsAround(const std::vector<std::string>& locations, std::vector<ScanRoot>& roots) {
   std::unordered_map<std::string_view, ScanRoot*> byLocation;
   for (ScanRoot& root : roots) byLocation.emplace(root.location, &root);
-  for (const ScanRoot& inner : roots) {
-    std::string_view around = inner.location;
+  for (const std::string& inner : locations) {
+    std::string_view around = inner;
     while (around != "/") {
       around = path::parent(around);
       const auto found = byLocation.find(around);
-      if (found != byLocation.end()) found->second->exclusions.push_back(inner.location);
+      if (found != byLocation.end()) found->second->exclusions.push_back(inner);
     }
   }
+}
+
+std::vector<std::string> locationsOf(const std::vector<ScanRoot>& roots) {
+  std::vector<std::string> locations;
+  locations.reserve(roots.size());
+  for (const ScanRoot& root : roots) locations.push_back(root.location);
+  return locations;
 }
 
 std::vector<std::string> fastExclusions(const CategoryRoots& categories, const FileManager& files) {
@@ -128,12 +135,32 @@ ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine
   const std::vector<Listed> listed = listRoots(categories, quarantine, files);
   ScanPlan plan{.roots = rootsThatCount(listed, locations, files), .prefixRules = makePrefixRules(listed)};
   dropRootsInEnumeratedOnes(plan.roots);
-  excludeInnerRoots(plan.roots);
+  excludeFromRootsAround(locationsOf(plan.roots), plan.roots);
   const std::vector<std::string> others = fastExclusions(categories, files);
   for (ScanRoot& root : plan.roots) {
     if (root.mode.isFast()) root.exclusions.insert(root.exclusions.end(), others.begin(), others.end());
   }
   return plan;
 }
+
+void addPlanOfHome(ScanPlan& all, ScanPlan plan, std::size_t position, const HomeFolders& homes) {
+  const auto isTaken = [&](const std::string& location) {
+    const std::optional<std::size_t> home = homes.homeOf(location);
+    return home ? *home == position : position == 0;
+  };
+  for (ScanRoot& root : plan.roots) {
+    if (!isTaken(root.location)) continue;
+    // Most exclusions are places of the volume that this root does not contain.
+    std::erase_if(root.exclusions,
+                  [&](const std::string& location) { return !path::isInside(location, root.location); });
+    root.home = homes.homeOf(root.location);
+    all.roots.push_back(std::move(root));
+  }
+  for (PrefixRule& rule : plan.prefixRules) {
+    if (isTaken(rule.prefix)) all.prefixRules.push_back(std::move(rule));
+  }
+}
+
+void excludeHomes(ScanPlan& all, const HomeFolders& homes) { excludeFromRootsAround(homes.locations(), all.roots); }
 
 }  // namespace quarn

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "QuarnCore/storage/CategoryRoots.h"
+#include "QuarnCore/storage/HomeFolders.h"
 #include "QuarnModels/Storage.h"
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnSystem/VolumeClients.h"
@@ -41,6 +44,9 @@ struct ScanRoot {
   /// Locations that this root skips with everything below them: the roots inside it and, with mode `fast`, locations of
   /// other categories.
   std::vector<std::string> exclusions{};
+  /// Of several home folders, the position of the one that has it. Absent for what is in none, and with one home
+  /// folder.
+  std::optional<std::size_t> home{};
 };
 
 /// Items at or below a location count for a category, unless a longer rule applies.
@@ -60,5 +66,12 @@ struct ScanPlan {
 /// Makes the plan for the current state of the volume. Incomplete after the file manager's cancellation is set.
 ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine,
                       const VolumeLocationChecker& locations, const FileManager& files);
+
+/// Adds to `all` what `plan`, the plan of the home folder at this position, says about that folder. Of the first plan
+/// also takes what is in no home folder. So one scan counts each user's folders as that user's own scan does, and each
+/// byte once. Call `excludeHomes` after the last one.
+void addPlanOfHome(ScanPlan& all, ScanPlan plan, std::size_t position, const HomeFolders& homes);
+/// Makes the walks of the roots around home folders skip these.
+void excludeHomes(ScanPlan& all, const HomeFolders& homes);
 
 }  // namespace quarn

@@ -57,13 +57,14 @@ std::vector<std::string> steamLibraryPaths(std::string_view text) {
   return paths;
 }
 
-std::vector<FileURL> steamAppFolders(const FileManager& files) {
+std::vector<FileURL> steamAppFolders(const FileManager& files, RootScope scope) {
   std::vector<FileURL> folders;
   const auto addIfExists = [&](const FileURL& library) {
     const FileURL folder = library.appending("steamapps", URLKind::directory);
     if (files.itemExists(folder)) folders.push_back(folder);
   };
   for (const std::string_view basePath : kBases) {
+    if (scope == RootScope::home && basePath.starts_with('/')) continue;
     const FileURL base = basePath.starts_with('/') ? FileURL(basePath) : files.homeDirectory().appending(basePath);
     if (!files.itemExists(base)) continue;
     addIfExists(base);

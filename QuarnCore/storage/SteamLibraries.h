@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "QuarnCore/storage/RootScope.h"
 #include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
@@ -14,7 +15,7 @@ namespace quarn {
 std::vector<std::string> steamLibraryPaths(std::string_view text);
 
 /// The existing "steamapps" folders of the user's Steam folder and the shared one: their own, and those of the
-/// libraries in their "libraryfolders.vdf".
-std::vector<FileURL> steamAppFolders(const FileManager& files);
+/// libraries in their "libraryfolders.vdf". With the scope `home`, without the shared one.
+std::vector<FileURL> steamAppFolders(const FileManager& files, RootScope scope = RootScope::volume);
 
 }  // namespace quarn

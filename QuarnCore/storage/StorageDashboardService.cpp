@@ -100,8 +100,9 @@ StorageDashboardService::StorageDashboardService(VolumeInfoClient volumeInfoClie
 
 void StorageDashboardService::rememberRoots() { knownRoots_ = std::make_shared<CategoryRoots::Lists>(); }
 
-CategoryRoots StorageDashboardService::categoriesOn(const FileManager& files) const {
-  return {signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files, knownRoots_};
+CategoryRoots StorageDashboardService::categoriesOn(const FileManager& files, RootScope scope) const {
+  const auto known = scope == RootScope::volume ? knownRoots_ : nullptr;
+  return {signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files, scope, known};
 }
 
 std::vector<FileURL> StorageDashboardService::categoryRoots(StorageCategoryID category, bool includeDiscovered,
@@ -117,9 +118,9 @@ std::vector<FileURL> StorageDashboardService::categoryExclusions(StorageCategory
 }
 
 std::vector<FileURL> StorageDashboardService::topItemRoots(StorageCategoryID category, bool includeDiscovered,
-                                                           const Cancellation& cancellation) const {
+                                                           const Cancellation& cancellation, RootScope scope) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  return categoriesOn(files).topItemRoots(category, includeDiscovered);
+  return categoriesOn(files, scope).topItemRoots(category, includeDiscovered);
 }
 
 std::vector<FileURL> StorageDashboardService::vendorRoots(StorageCategoryID category) const {
@@ -148,11 +149,17 @@ StorageOverview StorageDashboardService::initialOverview() const {
 StorageDashboardService::CategorySizes StorageDashboardService::calculatePartitionedCategorySizes(
     const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
     RecordedFolders* recorded) const {
-  return partition(onUpdate, nullptr, cancellation, recorded);
+  return partition(scanPlan(RootScope::volume, cancellation), onUpdate, nullptr, cancellation, recorded);
 }
 
 std::vector<StorageDashboardService::PartitionedRoot> StorageDashboardService::calculatePartitionedRoots(
     const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
+    RecordedFolders* recorded) const {
+  return calculatePartitionedRoots(scanPlan(RootScope::volume, cancellation), onUpdate, cancellation, recorded);
+}
+
+std::vector<StorageDashboardService::PartitionedRoot> StorageDashboardService::calculatePartitionedRoots(
+    ScanPlan plan, const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
     RecordedFolders* recorded) const {
   std::vector<PartitionedRoot> roots;
   const auto keep = [&](PartitionedRoot root) {
@@ -160,22 +167,26 @@ std::vector<StorageDashboardService::PartitionedRoot> StorageDashboardService::c
                                       [](const auto& ofCategory) { return ofCategory.second != SizeInfo{}; });
     if (hasBytes) roots.push_back(std::move(root));
   };
-  (void)partition(onUpdate, keep, cancellation, recorded);
+  (void)partition(std::move(plan), onUpdate, keep, cancellation, recorded);
   return roots;
 }
 
-StorageDashboardService::CategorySizes StorageDashboardService::partition(
-    const std::function<void(const CategorySizes&)>& onUpdate, const std::function<void(PartitionedRoot)>& onRoot,
-    const Cancellation& cancellation, RecordedFolders* recorded) const {
+ScanPlan StorageDashboardService::scanPlan(RootScope scope, const Cancellation& cancellation) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  const CategoryRoots categories = categoriesOn(files);
-  ScanPlan plan = makeScanPlan(categories, quarantineManager_.baseURL(), volumeLocationChecker_, files);
+  return makeScanPlan(categoriesOn(files, scope), quarantineManager_.baseURL(), volumeLocationChecker_, files);
+}
+
+StorageDashboardService::CategorySizes StorageDashboardService::partition(
+    ScanPlan plan, const std::function<void(const CategorySizes&)>& onUpdate,
+    const std::function<void(PartitionedRoot)>& onRoot, const Cancellation& cancellation,
+    RecordedFolders* recorded) const {
+  const FileManager files = files_.cancelledBy(cancellation);
   PartitionedScan scan(std::move(plan), signatureRegistry_.packageCategoryByExtension(), files);
   PartitionedScan::Observers observers{.recorded = recorded};
   if (onUpdate) observers.onUpdate = [&](const PartitionedScan::Totals& totals) { onUpdate(byCategory(totals)); };
   if (onRoot) {
     observers.onRoot = [&](const ScanRoot& root, const PartitionedScan::Totals& totals) {
-      onRoot({.url = FileURL(root.path), .sizes = byCategory(totals)});
+      onRoot({.url = FileURL(root.path), .sizes = byCategory(totals), .home = root.home});
     };
   }
   const PartitionedScan::Totals totals = scan.run(observers, cancellation);

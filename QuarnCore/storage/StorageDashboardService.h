@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "QuarnCore/storage/CategoryRoots.h"
+#include "QuarnCore/storage/RootScope.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
 #include "QuarnCore/storage/VendorPathHintIndex.h"
 #include "QuarnModels/Storage.h"
@@ -18,6 +19,7 @@
 namespace quarn {
 
 class RecordedFolders;
+struct ScanPlan;
 
 /// The storage categories: their folders and their sizes. Synchronous and read-only. Finds the roots on every call,
 /// unless `rememberRoots` was called.
@@ -44,7 +46,8 @@ class StorageDashboardService {
                                                         const Cancellation& cancellation = Cancellation::never()) const;
   /// The folders to search for the largest items of a category.
   [[nodiscard]] std::vector<FileURL> topItemRoots(StorageCategoryID category, bool includeDiscovered,
-                                                  const Cancellation& cancellation = Cancellation::never()) const;
+                                                  const Cancellation& cancellation = Cancellation::never(),
+                                                  RootScope scope = RootScope::volume) const;
   [[nodiscard]] std::vector<FileURL> vendorRoots(StorageCategoryID category) const;
   [[nodiscard]] std::optional<VendorPathHint> vendorHint(const FileURL& url, StorageCategoryID category) const;
   /// The existing paths of vendors; of equal paths of a category, the first one counts.
@@ -67,12 +70,19 @@ class StorageDashboardService {
   struct PartitionedRoot {
     FileURL url{};
     CategorySizes sizes{};
+    std::optional<std::size_t> home{};  ///< of several home folders, the position of the one that has it
   };
   /// The same pass, root by root in walk order, without roots that have no bytes. The sum over all roots is what
   /// `calculatePartitionedCategorySizes` returns.
   [[nodiscard]] std::vector<PartitionedRoot> calculatePartitionedRoots(
       const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
       RecordedFolders* recorded = nullptr) const;
+  /// The same for a plan that several services contribute to.
+  [[nodiscard]] std::vector<PartitionedRoot> calculatePartitionedRoots(
+      ScanPlan plan, const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
+      RecordedFolders* recorded = nullptr) const;
+  /// What the pass walks. With the scope `home`, only what belongs to the home folder.
+  [[nodiscard]] ScanPlan scanPlan(RootScope scope, const Cancellation& cancellation) const;
 
   /// The size of the roots in `preciseRoots`, root by root; absent if there are none. Calls `onRoot`, if not null, with
   /// the sum so far after each root. Throws FileError.
@@ -87,8 +97,8 @@ class StorageDashboardService {
                                      const Cancellation& cancellation = Cancellation::never()) const;
 
  private:
-  [[nodiscard]] CategoryRoots categoriesOn(const FileManager& files) const;
-  CategorySizes partition(const std::function<void(const CategorySizes&)>& onUpdate,
+  [[nodiscard]] CategoryRoots categoriesOn(const FileManager& files, RootScope scope = RootScope::volume) const;
+  CategorySizes partition(ScanPlan plan, const std::function<void(const CategorySizes&)>& onUpdate,
                           const std::function<void(PartitionedRoot)>& onRoot, const Cancellation& cancellation,
                           RecordedFolders* recorded) const;
 

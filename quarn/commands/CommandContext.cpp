@@ -194,7 +194,9 @@ FileURL CommandContext::home() {
   return scan != nullptr ? scan->facts().home : services().files.homeDirectory();
 }
 
-std::string CommandContext::displayPath(const FileURL& url) { return pathText(url, home()); }
+std::string CommandContext::displayPath(const FileURL& url) {
+  return pathText(url, arguments_.has("--all-users") ? FileURL("/") : home());
+}
 
 void CommandContext::print(std::string_view text) const {
   endProgress();

@@ -57,7 +57,7 @@ class CommandContext {
   [[nodiscard]] bool isQuiet() const { return arguments_.has("--quiet"); }
   [[nodiscard]] SizeUnits units() const { return units_; }
   [[nodiscard]] std::string size(std::int64_t bytes) const { return sizeText(bytes, units_); }
-  /// The path for display, with the home folder as "~".
+  /// The path for display, with the home folder as "~"; with --all-users as it is.
   [[nodiscard]] std::string displayPath(const FileURL& url);
   /// The home folder of the volume or of the scan.
   [[nodiscard]] FileURL home();

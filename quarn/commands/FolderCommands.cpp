@@ -9,6 +9,7 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Filters.h"
+#include "quarn/commands/Homes.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/PathArgument.h"
 #include "quarn/commands/ScanOption.h"
@@ -33,12 +34,14 @@ std::vector<FileURL> namedFolders(CommandContext& context) {
 std::vector<FileURL> foldersToRank(CommandContext& context) {
   if (const std::optional<std::string> name = context.arguments().text("--category")) {
     const StorageCategoryID category = fromRawValue<StorageCategoryID>(*name).value();
+    if (wantsAllUsers(context)) {
+      return usersDashboard(context).topItemRoots(category, /*includeDiscovered=*/true, context.cancellation());
+    }
     return context.services().storageDashboard().topItemRoots(category, /*includeDiscovered=*/true,
                                                               context.cancellation());
   }
   std::vector<FileURL> folders = namedFolders(context);
-  if (folders.empty()) folders.push_back(context.services().files.homeDirectory());
-  return folders;
+  return folders.empty() ? HomeFolders(homesOf(context), context.services().files).outermost() : folders;
 }
 
 // Folders of a category may be missing. A folder that the user names must exist.
@@ -103,6 +106,7 @@ std::vector<FileURL> scannedFolders(const Scan& scan, CommandContext& context) {
 
 std::vector<TopItem> scannedItems(const Scan& scan, TopFilters& filters, CommandContext& context) {
   refuseWithScan(context, "--visits", "a scan has seen everything");
+  refuseWithScan(context, "--all-users", "a scan knows whether it is of all users");
   const Arguments& arguments = context.arguments();
   const ScannedItems items(scan);
   const bool hidden = !arguments.has("--no-hidden");
@@ -174,22 +178,43 @@ std::vector<FileURL> cloudFolders(CommandContext& context) {
   return folders;
 }
 
+Table itemTable(const std::vector<TopItem>& items, const std::vector<std::string>& users, CommandContext& context) {
+  const Rank rank = rankOf(context.arguments());
+  std::int64_t most = 0;
+  for (const TopItem& item : items) most = std::max(most, rankedBytes(item, rank));
+  std::vector<Table::Column> columns{{.title = "ON DISK", .align = Table::Align::right},
+                                     {.title = "LENGTH", .align = Table::Align::right},
+                                     {.title = "", .barWidth = kFolderBarWidth},
+                                     {.title = "ITEM", .isFlexible = true}};
+  if (!users.empty()) columns.insert(columns.begin(), kUserColumn);
+  Table table(std::move(columns));
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    const TopItem& item = items[i];
+    std::vector<Table::Cell> cells{context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes),
+                                   shareOf(rankedBytes(item, rank), most), context.displayPath(item.url)};
+    if (!users.empty()) cells.insert(cells.begin(), userCell(users[i]));
+    table.addRow(std::move(cells));
+  }
+  return table;
+}
+
+// With --all-users, the user of each item.
+std::vector<std::string> usersOf(const std::vector<TopItem>& items, CommandContext& context) {
+  std::vector<std::string> users;
+  if (!wantsAllUsers(context)) return users;
+  const HomeFolders homes(homesOf(context), context.services().files);
+  for (const TopItem& item : items) users.push_back(userOf(item.url, homes));
+  return users;
+}
+
 ExitCode runTop(CommandContext& context) {
   TopFilters filters(context);
   std::vector<TopItem> items = rankedItems(filters, context);
   filters.apply(items);
-  const Rank rank = rankOf(context.arguments());
-  std::int64_t most = 0;
-  for (const TopItem& item : items) most = std::max(most, rankedBytes(item, rank));
-  Table table({{.title = "ON DISK", .align = Table::Align::right},
-               {.title = "LENGTH", .align = Table::Align::right},
-               {.title = "", .barWidth = kFolderBarWidth},
-               {.title = "ITEM", .isFlexible = true}});
-  for (const TopItem& item : items) {
-    table.addRow({context.size(item.size.allocatedBytes), context.size(item.size.logicalBytes),
-                  shareOf(rankedBytes(item, rank), most), context.displayPath(item.url)});
-  }
-  showList(context, "items", toJSON(items), table, &filters.filters);
+  const std::vector<std::string> users = usersOf(items, context);
+  nlohmann::ordered_json list = toJSON(items);
+  for (std::size_t i = 0; i < users.size(); ++i) list[i]["user"] = userJSON(users[i]);
+  showList(context, "items", list, itemTable(items, users, context), &filters.filters);
   return context.finish();
 }
 
@@ -230,6 +255,7 @@ constexpr std::array kPaths{PositionalRow{.name = "PATH", .help = "Folder, a pat
 constexpr std::array kTopOptions =
     std::array{
         kScanOption,
+        kAllUsersOption,
         OptionRow{.name = "--category",
                   .argument = "C",
                   .help = "Search the folders of a storage category",
@@ -262,6 +288,7 @@ constexpr std::array kTopExamples{
     ExampleRow{.line = "quarn top --category documents --limit 50",
                .meaning = "the largest files of a storage category"},
     ExampleRow{.line = "quarn top / --children", .meaning = "the sizes of the top-level folders"},
+    ExampleRow{.line = "quarn top --all-users", .meaning = "the largest files of all home folders, and whose they are"},
 };
 constexpr CommandRow kTopRow{.name = "top",
                              .summary = "List the largest items",

@@ -1,18 +1,17 @@
 #include <algorithm>
 #include <array>
 #include <string>
-#include <unordered_set>
 #include <utility>
 
 #include "QuarnCore/ownership/Leftovers.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/text/Text.h"
-#include "QuarnSystem/AppDiscoveryClient.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Filters.h"
+#include "quarn/commands/HomeLeftovers.h"
+#include "quarn/commands/Homes.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/ListOutput.h"
-#include "quarn/commands/OwnershipMaps.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/wire/RecordJSON.h"
@@ -24,57 +23,6 @@ bool wantsSizes(const CommandContext& context) {
   const Arguments& arguments = context.arguments();
   return arguments.has("--size") || arguments.has("--min-size") ||
          arguments.text("--sort") == rawValue(ListOrder::size);
-}
-
-// Every home folder to search; the selected one first.
-std::vector<FileURL> homesOf(CommandContext& context) {
-  const FileManager& files = context.services().files;
-  std::vector<FileURL> homes{files.homeDirectory()};
-  if (!context.arguments().has("--all-users")) return homes;
-  for (const DirectoryEntry& entry : files.contentsOrNone(FileURL("/Users"), HiddenItems::skip)) {
-    const bool isHome = entry.type == FileType::directory && files.isDirectory(entry.url.appending("Library"));
-    if (isHome && entry.url.path() != homes.front().path()) homes.push_back(entry.url);
-  }
-  return homes;
-}
-
-// An app in the home folder of one user may have left files in /Library, where all users find them.
-std::vector<AppEntity> appsOf(CommandContext& context, const std::vector<FileURL>& homes) {
-  const Services& services = context.services();
-  std::vector<AppEntity> apps = services.appsService().discoverApps();
-  std::unordered_set<std::string> known;
-  for (const AppEntity& app : apps) known.insert(app.bundleURL.path());
-  for (const FileURL& home : homes) {
-    const AppDiscoveryClient client = AppDiscoveryClient::live(services.files.withHome(home));
-    for (AppEntity& app : client.discoverApplications()) {
-      if (known.insert(app.bundleURL.path()).second) apps.push_back(std::move(app));
-    }
-  }
-  return apps;
-}
-
-OwnershipMap mapOfHome(CommandContext& context, const std::vector<AppEntity>& apps, const FileURL& home) {
-  const Services& services = context.services();
-  const FileManager files = services.files.withHome(home);
-  const OwnershipService service(services.vendorProfiles(), services.entitlementsReader, LaunchdScanner::live(files),
-                                 services.receiptScanner, files);
-  return service.map(
-      apps, OwnershipService::kEverything,
-      [&](std::string_view place) { context.progress("looking at " + std::string(place)); }, context.cancellation());
-}
-
-std::vector<Leftover> leftoversOf(CommandContext& context) {
-  const Services& services = context.services();
-  const std::vector<FileURL> homes = homesOf(context);
-  const std::vector<AppEntity> apps = appsOf(context, homes);
-  std::vector<Leftover> all;
-  for (std::size_t i = 0; i < homes.size(); ++i) {
-    const LeftoverOptions options{.computeSizes = wantsSizes(context), .includeSystem = i == 0};
-    addLeftovers(all, findLeftovers(mapOfHome(context, apps, homes[i]), options, services.files.withHome(homes[i]),
-                                    services.fileSizeCalculator, context.cancellation()));
-  }
-  context.endProgress();
-  return all;
 }
 
 // A scan has the sizes, and so the order of `--size`.
@@ -140,7 +88,8 @@ Table tableOf(CommandContext& context, const std::vector<Leftover>& leftovers) {
 ExitCode runLeftovers(CommandContext& context) {
   ListFilters filters(context);
   const Scan* scan = context.scan();
-  std::vector<Leftover> leftovers = scan != nullptr ? scannedLeftovers(*scan, context) : leftoversOf(context);
+  std::vector<Leftover> leftovers =
+      scan != nullptr ? scannedLeftovers(*scan, context) : leftoversOfHomes(context, wantsSizes(context));
   exclude(leftovers, filters);
   filters.apply(leftovers, factsOf);
   showList(context, "leftovers", toJSON(leftovers), tableOf(context, leftovers), &filters);
@@ -151,7 +100,7 @@ constexpr std::array kLeftoversOptions =
     std::array{
         kScanOption,
         OptionRow{.name = "--size", .help = "Size the leftovers, and list the largest first"},
-        OptionRow{.name = "--all-users", .help = "Search the home folders of all users of the volume"},
+        kAllUsersOption,
     } +
     kFilters<Filter::minSize, Filter::olderThan, Filter::newerThan, Filter::exclude, Filter::owner, Filter::sort,
              Filter::limit>;

@@ -10,6 +10,8 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Finds.h"
+#include "quarn/commands/HomeLeftovers.h"
+#include "quarn/commands/Homes.h"
 #include "quarn/commands/HostOutput.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/OwnershipMaps.h"
@@ -23,14 +25,6 @@ namespace {
 
 // The service ranks by the larger of space and length; the report ranks by each of them.
 constexpr long kCandidates = 20'000;
-
-// A vendor path belongs to at most one category, but the item does not say which.
-std::optional<VendorPathHint> hintOf(const FileURL& url, const StorageDashboardService& dashboard) {
-  for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
-    if (auto hint = dashboard.vendorHint(url, category)) return hint;
-  }
-  return std::nullopt;
-}
 
 std::int64_t elsewhere(const TopItem& item) { return item.size.logicalBytes - item.size.allocatedBytes; }
 
@@ -47,23 +41,40 @@ std::vector<TopItem> candidates(CommandContext& context) {
 
 // The items with the highest positive rank, as many as a report lists.
 std::vector<VolumeReport::Item> ranked(std::vector<TopItem> items, std::int64_t (*rank)(const TopItem&),
-                                       const StorageDashboardService& dashboard) {
+                                       const UsersDashboard& users) {
   std::erase_if(items, [&](const TopItem& item) { return rank(item) <= 0; });
   std::stable_sort(items.begin(), items.end(),
                    [&](const TopItem& left, const TopItem& right) { return rank(left) > rank(right); });
   items.resize(std::min(items.size(), kReportedItems));
+  std::vector<FileURL> urls;
+  for (const TopItem& item : items) urls.push_back(item.url);
+  const std::vector<std::optional<VendorPathHint>> hints = users.hints(urls);
   std::vector<VolumeReport::Item> result;
-  result.reserve(items.size());
-  for (const TopItem& item : items) result.push_back({item, hintOf(item.url, dashboard)});
+  for (std::size_t i = 0; i < items.size(); ++i) result.push_back({items[i], hints[i]});
   return result;
 }
 
 // Call this last: only then are all unread items known.
 ReportFrame frame(CommandContext& context, Date madeAt) {
   return {.units = context.units(),
-          .home = context.services().files.homeDirectory(),
+          .home = wantsAllUsers(context) ? FileURL("/") : context.services().files.homeDirectory(),
           .madeAt = madeAt,
           .unread = context.unread()};
+}
+
+void addSizes(VolumeReport& report, const UsersDashboard& users, CommandContext& context) {
+  if (!wantsAllUsers(context)) {
+    const auto sizes =
+        context.services().storageDashboard().calculatePartitionedCategorySizes(nullptr, context.cancellation());
+    for (const auto& [category, size] : sizes) report.categories.push_back({category, size});
+    return;
+  }
+  report.users = users.parts(users.calculatePartitionedRoots(nullptr, nullptr, context.cancellation()));
+  for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
+    if (category == StorageCategoryID::free) continue;
+    StorageCategory& sum = report.categories.emplace_back(StorageCategory{.id = category});
+    for (const UsersDashboard::Part& part : report.users) sum.size += part.sizes.at(category);
+  }
 }
 
 VolumeReport volumeReport(CommandContext& context) {
@@ -71,16 +82,18 @@ VolumeReport volumeReport(CommandContext& context) {
   VolumeReport report{.volume = dashboard.initialOverview().volume,
                       .hasCapacity = context.services().files.mount().isMountPoint};
   context.progress("scanning the volume");
-  const auto sizes = dashboard.calculatePartitionedCategorySizes(nullptr, context.cancellation());
-  for (const auto& [category, size] : sizes) report.categories.push_back({category, size});
+  const UsersDashboard users = usersDashboard(context);
+  addSizes(report, users, context);
   context.progress("looking for the largest items");
   const std::vector<TopItem> items = candidates(context);
   report.largest = ranked(
-      items, [](const TopItem& item) { return item.size.allocatedBytes; }, dashboard);
-  report.elsewhere = ranked(items, elsewhere, dashboard);
+      items, [](const TopItem& item) { return item.size.allocatedBytes; }, users);
+  report.elsewhere = ranked(items, elsewhere, users);
   context.progress("looking for leftovers");
-  report.leftovers = findLeftovers(mapOfVolume(context), {.computeSizes = true}, context.services().files,
-                                   context.services().fileSizeCalculator, context.cancellation());
+  report.leftovers = wantsAllUsers(context)
+                         ? leftoversOfHomes(context, /*withSizes=*/true)
+                         : findLeftovers(mapOfVolume(context), {.computeSizes = true}, context.services().files,
+                                         context.services().fileSizeCalculator, context.cancellation());
   context.endProgress();
   report.isComplete = !context.isInterrupted();
   report.frame = frame(context, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
@@ -114,6 +127,9 @@ std::optional<Scan> scanToCompare(const Arguments& arguments) {
   const bool isOfApp = !arguments.positionals.empty();
   if (isOfApp && arguments.has("--scan")) {
     throw UsageError("report APP cannot be combined with --scan: a scan has no removal plans");
+  }
+  if (arguments.has("--all-users") && arguments.has("--scan")) {
+    throw UsageError("--all-users cannot be combined with --scan: a scan knows whether it is of all users");
   }
   const std::optional<std::string> file = arguments.text("--since");
   if (!file) return std::nullopt;
@@ -168,6 +184,9 @@ ExitCode runReport(CommandContext& context) {
 constexpr std::array kReportPositionals{PositionalRow{.name = "APP", .help = "Report on this app, not on the volume"}};
 constexpr std::array kReportOptions{
     kScanOption,
+    OptionRow{.name = kAllUsersOption.name,
+              .help = "Report on the home folders of all users of the volume",
+              .excludes = "--home|APP"},
     OptionRow{.name = "--since",
               .argument = "OLD",
               .help = "With --scan: also report what changed since the scan OLD",

@@ -7,8 +7,10 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Filters.h"
+#include "quarn/commands/Homes.h"
 #include "quarn/commands/ListOutput.h"
 #include "quarn/commands/ScanOption.h"
+#include "quarn/commands/UserTable.h"
 #include "quarn/report/Share.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
@@ -46,11 +48,18 @@ std::string liveLine(const Sizes& sizes, CommandContext& context) {
   return line;
 }
 
-Sizes scan(CommandContext& context) {
-  Sizes sizes = context.services().storageDashboard().calculatePartitionedCategorySizes(
-      [&](const Sizes& soFar) { context.progress(liveLine(soFar, context)); }, context.cancellation());
+using PartitionedRoots = std::vector<StorageDashboardService::PartitionedRoot>;
+
+// One pass over the volume, root by root; with --all-users over all homes.
+PartitionedRoots scan(const UsersDashboard& users, CommandContext& context) {
+  const auto onUpdate = [&](const Sizes& soFar) { context.progress(liveLine(soFar, context)); };
+  const auto onHome = [&](const FileURL& home) { context.progress("looking at " + home.path()); };
+  PartitionedRoots roots =
+      wantsAllUsers(context)
+          ? users.calculatePartitionedRoots(onHome, onUpdate, context.cancellation())
+          : context.services().storageDashboard().calculatePartitionedRoots(onUpdate, context.cancellation());
   context.endProgress();
-  return sizes;
+  return roots;
 }
 
 /// What the overview shows: the volume and the categories of its bytes.
@@ -60,6 +69,7 @@ struct Overview {
   /// folder, and say nothing about it.
   bool hasCapacity = true;
   Sizes sizes{};
+  UserParts users{};  ///< with --all-users, what each user has of `sizes`
   bool isComplete = true;
 
   [[nodiscard]] std::int64_t attributedBytes() const { return allocatedSum(sizes); }
@@ -101,7 +111,7 @@ std::string overviewText(const Overview& overview, CommandContext& context) {
                   {fmt::format("{:.1f} %", restShare * 100), Style::dim},
                   {restShare, Style::dim}});
   }
-  text += table.text(context.out());
+  text += table.text(context.out()) + usersText(overview.users, whole, context);
   if (!overview.isComplete) text += "\nIncomplete: the scan was interrupted; these are the totals so far.\n";
   return text;
 }
@@ -114,16 +124,22 @@ nlohmann::ordered_json overviewJSON(const Overview& overview) {
   } else {
     volume["totalBytes"] = volume["freeBytes"] = nullptr;
   }
-  return {{"volume", std::move(volume)},
-          {"categories", toJSON(overview.sizes)},
-          {"unattributedBytes", std::move(unattributed)},
-          {"isComplete", overview.isComplete}};
+  nlohmann::ordered_json document{{"volume", std::move(volume)}, {"categories", toJSON(overview.sizes)}};
+  if (!overview.users.empty()) document["users"] = usersJSON(overview.users);
+  document["unattributedBytes"] = std::move(unattributed);
+  document["isComplete"] = overview.isComplete;
+  return document;
 }
 
 Overview overviewOf(CommandContext& context) {
   Overview overview{.volume = context.services().storageDashboard().initialOverview().volume,
                     .hasCapacity = context.services().files.mount().isMountPoint};
-  overview.sizes = scan(context);
+  const UsersDashboard users = usersDashboard(context);
+  UserParts parts = users.parts(scan(users, context));
+  for (const UsersDashboard::Part& part : parts) {
+    for (const auto& [category, size] : part.sizes) overview.sizes[category] += size;
+  }
+  if (wantsAllUsers(context)) overview.users = std::move(parts);
   return overview;
 }
 
@@ -144,6 +160,7 @@ ExitCode showOverview(CommandContext& context) {
       nlohmann::ordered_json row{{"id", rawValue(category)}, {"size", toJSON(size)}};
       context.printLines(nlohmann::ordered_json::array({std::move(row)}));
     }
+    context.printLines(usersJSON(overview.users));
   } else {
     context.print(overviewText(overview, context));
   }
@@ -154,6 +171,7 @@ struct SizedRoot {
   FileURL url{};
   std::optional<SizeInfo> size{};
   std::optional<VendorPathHint> hint{};
+  std::string user{};  ///< with --all-users; empty for what no user has
 };
 
 // Largest first, items without a size last.
@@ -175,15 +193,17 @@ std::vector<SizedRoot> scannedRoots(StorageCategoryID category, const Scan& scan
 
 // The part of the category in each root of the whole volume's scan, so that the sum is the overview's total.
 std::vector<SizedRoot> partitionedRoots(StorageCategoryID category, CommandContext& context) {
-  const StorageDashboardService& dashboard = context.services().storageDashboard();
-  const auto roots = dashboard.calculatePartitionedRoots(
-      [&](const Sizes& soFar) { context.progress(liveLine(soFar, context)); }, context.cancellation());
-  context.endProgress();
+  const UsersDashboard users = usersDashboard(context);
+  PartitionedRoots roots = scan(users, context);
+  std::erase_if(roots, [&](const auto& root) { return root.sizes.at(category) == SizeInfo{}; });
+  const std::vector<std::optional<VendorPathHint>> hints = users.hints(roots, category);
   std::vector<SizedRoot> rows;
-  for (const auto& [url, sizes] : roots) {
-    const SizeInfo size = sizes.at(category);
-    if (size == SizeInfo{}) continue;
-    rows.push_back({.url = url, .size = size, .hint = dashboard.vendorHint(url, category)});
+  for (std::size_t i = 0; i < roots.size(); ++i) {
+    const auto& [url, sizes, home] = roots[i];
+    rows.push_back({.url = url,
+                    .size = sizes.at(category),
+                    .hint = hints[i],
+                    .user = home ? userOf(users.homes().urls()[*home]) : ""});
   }
   return rows;
 }
@@ -208,6 +228,26 @@ std::vector<SizedRoot> listedRoots(StorageCategoryID category, CommandContext& c
   return rows;
 }
 
+Table categoryTable(const std::vector<SizedRoot>& rows, const SizeInfo& total, CommandContext& context) {
+  std::vector<Table::Column> columns{{.title = "ON DISK", .align = Table::Align::right},
+                                     {.title = "LENGTH", .align = Table::Align::right},
+                                     {.title = "", .barWidth = kBarWidth},
+                                     {.title = "FOLDER", .isFlexible = true},
+                                     {.title = "KNOWN AS", .isFlexible = true}};
+  if (wantsAllUsers(context)) columns.insert(columns.begin(), kUserColumn);
+  Table table(std::move(columns));
+  for (const SizedRoot& row : rows) {
+    const SizeInfo size = row.size.value_or(SizeInfo{});
+    std::vector<Table::Cell> cells{row.size ? context.size(size.allocatedBytes) : "–",
+                                   row.size ? context.size(size.logicalBytes) : "–",
+                                   shareOf(size.allocatedBytes, total.allocatedBytes), context.displayPath(row.url),
+                                   row.hint ? row.hint->vendorName + ": " + row.hint->artifactTitle : ""};
+    if (wantsAllUsers(context)) cells.insert(cells.begin(), userCell(row.user));
+    table.addRow(std::move(cells));
+  }
+  return table;
+}
+
 ExitCode showCategory(StorageCategoryID category, ListFilters& filters, CommandContext& context) {
   const Scan* kept = context.scan();
   const bool areListed = context.arguments().has("--roots");
@@ -222,18 +262,11 @@ ExitCode showCategory(StorageCategoryID category, ListFilters& filters, CommandC
                     .bytes = row.size ? std::optional(row.size->allocatedBytes) : std::nullopt,
                     .urls = {row.url}};
   });
-  Table table({{.title = "ON DISK", .align = Table::Align::right},
-               {.title = "LENGTH", .align = Table::Align::right},
-               {.title = "", .barWidth = kBarWidth},
-               {.title = "FOLDER", .isFlexible = true},
-               {.title = "KNOWN AS", .isFlexible = true}});
+  const Table table = categoryTable(rows, total, context);
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
   for (const SizedRoot& row : rows) {
-    const SizeInfo size = row.size.value_or(SizeInfo{});
-    table.addRow({row.size ? context.size(size.allocatedBytes) : "–", row.size ? context.size(size.logicalBytes) : "–",
-                  shareOf(size.allocatedBytes, total.allocatedBytes), context.displayPath(row.url),
-                  row.hint ? row.hint->vendorName + ": " + row.hint->artifactTitle : ""});
     list.push_back({{"url", toJSON(row.url)}, {"size", toJSON(row.size)}, {"hint", toJSON(row.hint)}});
+    if (wantsAllUsers(context)) list.back()["user"] = userJSON(row.user);
   }
   const bool isComplete = !context.isInterrupted();
   if (context.wantsJSON()) {
@@ -262,6 +295,8 @@ void refuseFilters(const Arguments& arguments) {
 ExitCode runStorage(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
   if (words.empty() && context.arguments().has("--roots")) throw UsageError("--roots requires a CATEGORY");
+  if (context.arguments().has("--scan"))
+    refuseWithScan(context, "--all-users", "a scan knows whether it is of all users");
   ListFilters filters(context);
   if (words.empty()) refuseFilters(context.arguments());
   if (words.empty()) return showOverview(context);
@@ -275,13 +310,16 @@ constexpr std::array kStoragePositionals{
 constexpr std::array kStorageOptions =
     std::array{
         OptionRow{.name = "--roots",
-                  .help = "Size the folders that CATEGORY lists, whatever category their items have"},
+                  .help = "Size the folders that CATEGORY lists, whatever category their items have",
+                  .excludes = "--all-users"},
+        kAllUsersOption,
         kScanOption,
     } +
     kStorageFilters;
 constexpr std::array kStorageExamples{
     ExampleRow{.line = "quarn storage", .meaning = "every category"},
     ExampleRow{.line = "quarn storage development", .meaning = "one category, folder by folder"},
+    ExampleRow{.line = "quarn storage --all-users", .meaning = "every category, and what each user has"},
 };
 constexpr CommandRow kStorageRow{
     .name = "storage",

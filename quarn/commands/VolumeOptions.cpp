@@ -7,30 +7,17 @@
 #include <cstring>
 
 #include "QuarnPlatform/files/ReadReport.h"
+#include "QuarnSystem/UserHomes.h"
 #include "quarn/commands/CommandError.h"
 #include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
 namespace {
 
-constexpr std::array<std::string_view, 3> kNobodysHomes{"Shared", "Guest", ".localized"};
-
-// Empty if the volume has no /Users. Throws FileError if the folder cannot be listed.
-std::vector<FileURL> usersHomes(const FileManager& files) {
-  const FileURL users("/Users");
-  std::vector<FileURL> homes;
-  if (!files.itemExists(users)) return homes;
-  for (const DirectoryEntry& entry : files.contentsOfDirectory(users, HiddenItems::skip)) {
-    const std::string_view name = entry.url.lastPathComponent();
-    const bool isNobodys = std::find(kNobodysHomes.begin(), kNobodysHomes.end(), name) != kNobodysHomes.end();
-    if (entry.type == FileType::directory && !isNobodys) homes.push_back(entry.url);
-  }
-  return homes;
-}
-
-FileURL onlyHome(const FileManager& files) {
-  const std::vector<FileURL> homes = usersHomes(files);
-  if (homes.size() == 1) return homes.front();
+// With --all-users, commands find the other homes themselves.
+FileURL homeWithoutOption(const FileManager& files, bool areAllWanted) {
+  const std::vector<FileURL> homes = userHomes(files);
+  if (homes.size() == 1 || (areAllWanted && !homes.empty())) return homes.front();
   if (homes.empty()) {
     throw CommandError(ExitCode::usage, "no home folder in /Users of " + escapedForTerminal(files.hostFolder()) +
                                             "; name one with --home PATH");
@@ -98,7 +85,7 @@ FileManager openVolume(const Arguments& arguments) {
   FileManager files = volumeAt(volume, isForensic ? AccessTimes::keepOrFail : AccessTimes::keepIfPermitted);
   if (!volume && needsVolume(arguments)) refuseOtherSystems(files);
   if (isForensic) refuseChangingAccessTimes(files);
-  if (volume && !homeText) return files.withHome(onlyHome(files));
+  if (volume && !homeText) return files.withHome(homeWithoutOption(files, arguments.has("--all-users")));
   if (!homeText) return files;
   files = files.withHome(homeOption(*homeText));
   const std::string problem = homeProblem(files);

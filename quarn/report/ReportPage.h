@@ -7,6 +7,7 @@
 #include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnCore/ownership/Leftovers.h"
 #include "QuarnCore/scans/ScanDifference.h"
+#include "QuarnCore/storage/UsersDashboard.h"
 #include "QuarnModels/AppInspection.h"
 #include "QuarnModels/RemovalPlan.h"
 #include "QuarnModels/Storage.h"
@@ -18,7 +19,7 @@ namespace quarn {
 /// The settings and facts that every report has.
 struct ReportFrame {
   SizeUnits units = SizeUnits::decimal;
-  FileURL home{};          ///< shown as "~"
+  FileURL home{};          ///< shown as "~"; "/" for reports in which no path begins with "~"
   Date madeAt{};           ///< time of reading the volume
   UnreadSummary unread{};  ///< items that could not be read
 };
@@ -36,11 +37,12 @@ struct VolumeReport {
   /// False for a folder that is not a mounted volume: the totals in `volume` are those of the disk that holds it.
   bool hasCapacity = true;
   std::vector<StorageCategory> categories{};
-  std::vector<Item> largest{};              ///< by space on this disk, largest first
-  std::vector<Item> elsewhere{};            ///< by length minus space on this disk, largest first
-  std::vector<Leftover> leftovers{};        ///< of apps that are not installed, sized, largest first
-  std::optional<ScanDifference> changes{};  ///< since an earlier scan
-  bool isComplete = true;                   ///< false: the scan was interrupted
+  std::vector<UsersDashboard::Part> users{};  ///< in a report on all users: what each has, and what no user has
+  std::vector<Item> largest{};                ///< by space on this disk, largest first
+  std::vector<Item> elsewhere{};              ///< by length minus space on this disk, largest first
+  std::vector<Leftover> leftovers{};          ///< of apps that are not installed, sized, largest first
+  std::optional<ScanDifference> changes{};    ///< since an earlier scan
+  bool isComplete = true;                     ///< false: the scan was interrupted
 };
 
 /// The content of a report on an app.

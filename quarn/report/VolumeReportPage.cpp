@@ -70,6 +70,30 @@ std::string categoryTable(const VolumeReport& report) {
          rows + "</tbody>\n</table>\n";
 }
 
+std::string userRow(const UsersDashboard::Part& part, std::int64_t total, SizeUnits units) {
+  const std::int64_t bytes = part.size().allocatedBytes;
+  const bool isKnown = part.isRead || bytes > 0;
+  const double share = shareOf(bytes, total);
+  return fmt::format(
+      "<tr><th scope=\"row\">{}</th><td class=\"n\">{}</td><td class=\"n\">{}</td><td class=\"meter wide\" "
+      "aria-hidden=\"true\">{}</td></tr>\n",
+      part.home ? htmlName(part.home->lastPathComponent()) : "shared by all users",
+      isKnown ? sizeText(bytes, units) : "not readable", isKnown ? fmt::format("{:.1f} %", share * 100) : "–",
+      meter(share, colorOf(StorageCategoryID::documents)));
+}
+
+std::string usersSection(const VolumeReport& report) {
+  if (report.users.empty()) return "";
+  const std::int64_t total = sum(report.categories).allocatedBytes;
+  std::string rows;
+  for (const UsersDashboard::Part& part : report.users) rows += userRow(part, total, report.frame.units);
+  return "<section aria-labelledby=\"users\">\n<h2 id=\"users\">Users</h2>\n<table>\n<caption>What the home folder of "
+         "each user holds. Every byte counts once.</caption>\n<thead><tr><th scope=\"col\">User</th><th scope=\"col\" "
+         "class=\"n\">On disk</th><th scope=\"col\" class=\"n\">Share</th><td class=\"wide\" aria-hidden=\"true\"></td>"
+         "</tr></thead>\n<tbody>\n" +
+         rows + "</tbody>\n</table>\n</section>\n";
+}
+
 std::string hintText(const std::optional<VendorPathHint>& hint) {
   if (!hint) return "";
   return fmt::format("<div class=\"dim\">{}: {}{}</div>", html(hint->vendorName), html(hint->artifactTitle),
@@ -187,6 +211,7 @@ std::string leftoversSection(const VolumeReport& report) {
 
 std::string reportPage(const VolumeReport& report) {
   std::vector<Section> sections{{"space", "Where the space goes"}};
+  if (!report.users.empty()) sections.push_back({"users", "Users"});
   if (report.changes) sections.push_back({"changes", "What changed"});
   sections.push_back({"largest", "The largest items"});
   if (!report.elsewhere.empty()) sections.push_back({"elsewhere", "Large files with little space on this disk"});
@@ -201,6 +226,7 @@ std::string reportPage(const VolumeReport& report) {
   body += unreadNote(report.frame.unread);
   body += "<section aria-labelledby=\"space\">\n<h2 id=\"space\">Where the space goes</h2>\n" + bar(categories) +
           categoryTable(report) + map(categories, "Map of the categories", report.frame.units) + "</section>\n";
+  body += usersSection(report);
   if (report.changes) body += changesSection(*report.changes, report.frame);
   body += largestSection(report) + elsewhereSection(report) + leftoversSection(report);
   body += unreadSection(report.frame) + "</main>\n" + footer(report.frame);

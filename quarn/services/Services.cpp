@@ -74,6 +74,17 @@ StorageDashboardService Services::storageDashboardWith(const FileSizeCalculator&
                                  quarantineManager, files);
 }
 
+UsersDashboard Services::usersDashboard(const std::vector<FileURL>& homes) const {
+  const auto dashboardOf = [this](const FileURL& home) {
+    if (home == files.homeDirectory()) return storageDashboard();
+    const FileManager ofHome = files.withHome(home);
+    return StorageDashboardService(volumeInfoClient, fileSizeCalculator, signatureRegistry(), volumeLocationChecker,
+                                   VendorPathHintIndex(vendorProfiles(), home, ofHome), QuarantineManager::live(ofHome),
+                                   ofHome);
+  };
+  return {HomeFolders(homes, files), dashboardOf, files};
+}
+
 ScanStore Services::scanStore() const {
   return {
       {.programVersion = std::string(kVersion),

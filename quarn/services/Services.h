@@ -13,6 +13,7 @@
 #include "QuarnCore/scans/ScanStore.h"
 #include "QuarnCore/storage/StorageDashboardService.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
+#include "QuarnCore/storage/UsersDashboard.h"
 #include "QuarnCore/storage/VendorPathHintIndex.h"
 #include "QuarnCore/vendors/DeepInspectorService.h"
 #include "QuarnCore/vendors/UninstallerDiscoveryService.h"
@@ -58,6 +59,9 @@ struct Services {
 
   /// The storage categories, sized by another calculator.
   [[nodiscard]] StorageDashboardService storageDashboardWith(const FileSizeCalculator& sizes) const;
+
+  /// The storage categories of all these home folders together; the first one is that of `files`.
+  [[nodiscard]] UsersDashboard usersDashboard(const std::vector<FileURL>& homes) const;
 
   /// The store of scans; reads the vendor profiles.
   [[nodiscard]] ScanStore scanStore() const;

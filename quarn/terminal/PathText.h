@@ -6,7 +6,7 @@
 
 namespace quarn {
 
-/// A path for display, with "~" for the home folder. Not escaped.
+/// A path for display, with "~" for the home folder unless that is "/". Not escaped.
 std::string pathText(const FileURL& url, const FileURL& home);
 
 }  // namespace quarn

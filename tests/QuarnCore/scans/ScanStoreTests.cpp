@@ -92,7 +92,7 @@ TEST_F(ScanStoreTest, EveryFolderOfACategoryHasTheSizesOfTheDashboard) {
   std::vector<ScannedRoot> expected;
   for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
     if (category == StorageCategoryID::free) continue;
-    for (const auto& [url, sizes] : dashboard.calculatePartitionedRoots({}, Cancellation::never())) {
+    for (const auto& [url, sizes, home] : dashboard.calculatePartitionedRoots({}, Cancellation::never())) {
       if (sizes.at(category) == SizeInfo{}) continue;
       expected.push_back({.category = category, .url = url, .size = sizes.at(category)});
     }

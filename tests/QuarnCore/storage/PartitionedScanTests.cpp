@@ -48,7 +48,7 @@ TEST(PartitionedScan, ByRootEachByteCountsInTheRootThatHoldsIt) {
   volume.folder("~/Music");
   std::map<std::string, SizeInfo> byRoot;
   std::map<Category, SizeInfo> sums;
-  for (const auto& [url, sizes] : volume.dashboard().calculatePartitionedRoots({}, Cancellation::never())) {
+  for (const auto& [url, sizes, home] : volume.dashboard().calculatePartitionedRoots({}, Cancellation::never())) {
     for (const auto& [category, size] : sizes) {
       byRoot[url.path()] += size;
       sums[category] += size;

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 
 #include <gmock/gmock.h>
@@ -14,7 +15,10 @@ using testing::IsEmpty;
 using testing::Not;
 
 CommandRun runOn(const MacVolume& volume, std::vector<std::string> words) {
-  words.insert(words.begin(), {"--volume", volume.root(), "--home", volume.home()});
+  if (std::find(words.begin(), words.end(), "--all-users") == words.end()) {
+    words.insert(words.begin(), {"--home", volume.home()});
+  }
+  words.insert(words.begin(), {"--volume", volume.root()});
   return runQuarn(words);
 }
 

@@ -98,9 +98,11 @@ TEST(VolumeOptions, WithoutAVolumeASystemThatIsNotAMacIsRefused) {
   if (FileManager::host().itemExists(FileURL("/System/Library/CoreServices/SystemVersion.plist"))) {
     GTEST_SKIP() << "this system is a Mac";
   }
-  for (const std::string command : {"apps", "storage", "top", "jobs", "receipts", "kexts", "cloud"}) {
-    const CommandRun run = runQuarn({command});
-    EXPECT_EQ(run.exitCode, 2) << command;
+  const std::vector<std::vector<std::string>> lines{
+      {"apps"}, {"storage"}, {"top"}, {"jobs"}, {"receipts"}, {"kexts"}, {"cloud"}, {"vendors", "--match", "Slack"}};
+  for (const std::vector<std::string>& words : lines) {
+    const CommandRun run = runQuarn(words);
+    EXPECT_EQ(run.exitCode, 2) << words.front();
     EXPECT_EQ(run.err,
               "quarn: this system is not a Mac: name a mounted Mac volume with --volume DIR or QUARN_VOLUME\n");
     EXPECT_EQ(run.out, "");

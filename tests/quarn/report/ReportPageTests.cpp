@@ -80,6 +80,21 @@ AppReport appReport() {
   return report;
 }
 
+TEST(ReportPage, ShowsWhatEachUserHasAndEscapesTheNames) {
+  VolumeReport report = volumeReport();
+  EXPECT_THAT(reportPage(report), Not(HasSubstr("id=\"users\"")));
+  const StorageDashboardService::CategorySizes sizes{
+      {StorageCategoryID::apps, {.allocatedBytes = 300'000, .logicalBytes = 1}}};
+  report.users = {{.home = FileURL("/Users/<b>eve"), .sizes = sizes},
+                  {.home = FileURL("/Users/zoe"), .isRead = false},
+                  {.sizes = {{StorageCategoryID::other, {.allocatedBytes = 100'000, .logicalBytes = 1}}}}};
+  const std::string page = reportPage(report);
+  EXPECT_THAT(page, HasSubstr("<li><a href=\"#users\">Users</a></li>"));
+  EXPECT_THAT(page, HasSubstr("&lt;b&gt;eve</bdi></th><td class=\"n\">300 KB</td><td class=\"n\">75.0 %</td>"));
+  EXPECT_THAT(page, HasSubstr("zoe</bdi></th><td class=\"n\">not readable</td><td class=\"n\">–</td>"));
+  EXPECT_THAT(page, HasSubstr("shared by all users</th><td class=\"n\">100 KB</td><td class=\"n\">25.0 %</td>"));
+}
+
 TEST(ReportPage, IsOneFileWithoutExternalResources) {
   for (const std::string& page : {reportPage(volumeReport()), reportPage(appReport())}) {
     EXPECT_TRUE(page.starts_with("<!doctype html>"));

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/paths/PathTrie.h"
+
+namespace quarn {
+
+/// Several folders of one volume, such as home folders, and which of them has a path. A folder inside another one has
+/// its own paths; the outer one has the rest. Immutable and thread-safe.
+class HomeFolders {
+ public:
+  /// Leaves out what is the same folder as an earlier one.
+  HomeFolders(const std::vector<FileURL>& homes, const FileManager& files);
+
+  [[nodiscard]] const std::vector<FileURL>& urls() const { return urls_; }
+  /// The paths without links, in the same order.
+  [[nodiscard]] const std::vector<std::string>& locations() const { return locations_; }
+  /// The position of the home folder that has a path without links; absent if none has.
+  [[nodiscard]] std::optional<std::size_t> homeOf(std::string_view location) const;
+  /// The same for a path that a walk of this volume returns, which may lack "/private".
+  [[nodiscard]] std::optional<std::size_t> homeOf(const FileURL& url) const;
+  /// The home folders that are in no other one.
+  [[nodiscard]] std::vector<FileURL> outermost() const;
+
+ private:
+  std::vector<FileURL> urls_;
+  std::vector<std::string> locations_;
+  PathTrie<std::size_t> byPath_;
+};
+
+}  // namespace quarn
