@@ -47,6 +47,8 @@ MUTANTS = [
     ("Volume_darwin.cpp", "nameOf(*place), flags | O_NOFOLLOW", "nameOf(*place), flags"),
     ("Volume_darwin.cpp", "accessTimes_ == AccessTimes::keepOrFail && !processKeepsAccessTimes()", "false"),
     ("Volume_darwin.cpp", "if (how.isReadOnly || how.keepsAccessTimes) accessTimes_ = AccessTimes::keepIfPermitted;", ""),
+    ("Volume_darwin.cpp", "how.isReadOnly || how.keepsAccessTimes", "how.keepsAccessTimes"),
+    ("Volume_darwin.cpp", "how.isReadOnly || how.keepsAccessTimes", "how.isReadOnly"),
     ("Volume_darwin.cpp", ".mayKeepAccessTimes = processKeepsAccessTimes()", ".mayKeepAccessTimes = true"),
     ("Volume_darwin.cpp", "if (found->type != FileType::regular) return {.descriptor = {}, .error = EINVAL};", ""),
     ("Volume_darwin.cpp", "if (found->type == FileType::directory) return {.descriptor = {}, .error = EISDIR};", ""),
@@ -67,7 +69,6 @@ MUTANTS = [
 ]
 # What no test here can see, each with the reason.
 EXPECTED = {
-    "nameOf(*place), flags | O_NOFOLLOW": "shows only when a link takes the item's place between two calls",
     "status.st_ino == expected.inode) return file;": "shows only when another item takes the place between two calls",
 }
 

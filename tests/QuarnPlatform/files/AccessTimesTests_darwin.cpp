@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -10,6 +11,7 @@
 #include "QuarnPlatform/files/ProcessPolicies.h"
 #include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnPlatform/walking/TreeSizer.h"
+#include "tests/macos/emulation/Emulation.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {
@@ -62,6 +64,15 @@ TEST_F(AccessTimesOfTheProcess, NothingIsReadIfTheyMustBeKeptAndItDidNotAsk) {
   EXPECT_EQ(files.reportingTo(report).readFileIfPossible(FileURL("/t/file"), 100), std::nullopt);
   EXPECT_THAT(report->items(), ElementsAre(UnreadableItem{"/t/file", UnreadableCause::permission, EACCES}));
   EXPECT_EQ(accessTime("/t/file"), kLongAgo);
+}
+
+TEST_F(AccessTimesOfTheProcess, AVolumeWhereNoneCanChangeIsReadThoughItDidNotAsk) {
+  for (const std::uint32_t flag : {MNT_RDONLY, MNT_NOATIME}) {
+    volume_.xattr("/", darwin::kMountAttribute, darwin::bytesOf(flag));
+    const FileManager files = forensic();
+    EXPECT_EQ(files.accessTimes(), AccessTimes::keepIfPermitted) << flag;
+    EXPECT_EQ(files.readFileIfPossible(FileURL("/t/file"), 100), "content") << flag;
+  }
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include <mach-o/dyld.h>
 #include <pthread/qos.h>
 #include <sys/attr.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -282,6 +283,12 @@ int fstatat(int folder, const char* path, struct stat* status, int flags) {
   const std::uint64_t rules = (flags & AT_SYMLINK_NOFOLLOW_ANY) != 0 ? RESOLVE_NO_SYMLINKS : 0;
   const Item item(folder, path, O_PATH | O_CLOEXEC | noFollow, rules);
   return item.get() < 0 ? -1 : readStatus(item.get(), status, (flags & AT_REALDEV) != 0);
+}
+
+int fstatfs(int item, struct statfs* status) {
+  if (::syscall(SYS_fstatfs, item, status) != 0) return -1;
+  status->f_flags |= attributeOf<std::uint32_t>(item, kMountAttribute).value_or(0);
+  return 0;
 }
 
 int getattrlistbulk(int folder, void* list, void* buffer, size_t size, uint64_t options) {

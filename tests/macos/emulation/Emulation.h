@@ -17,6 +17,8 @@ inline constexpr const char* kFlagsAttribute = "user.darwin.flags";
 inline constexpr const char* kPrivateAttribute = "user.darwin.private";
 /// A folder that is in another volume of the same group: an `ItemOfOtherVolume`.
 inline constexpr const char* kVolumeAttribute = "user.darwin.volume";
+/// A folder on a file system that is mounted otherwise: what its `f_flags` have besides, MNT_RDONLY or MNT_NOATIME.
+inline constexpr const char* kMountAttribute = "user.darwin.mount";
 
 struct ItemOfOtherVolume {
   std::uint64_t realDevice = 0;
