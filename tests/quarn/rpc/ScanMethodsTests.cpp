@@ -90,7 +90,8 @@ TEST_F(ScanMethods, WritingReportsItsStepsOnlyOnRequest) {
   (void)call("ScanStore.write", {{"file", at("scan")}, {"progress", true}});
   std::vector<std::string> steps;
   for (const ordered_json& value : reported_) {
-    if (steps.empty() || steps.back() != value["step"]) steps.push_back(value["step"]);
+    const std::string step = value["step"];
+    if (steps.empty() || steps.back() != step) steps.push_back(step);
   }
   EXPECT_THAT(steps, ElementsAre("folders", "storage", "apps", "ownership", "system", "writing"));
 }
