@@ -32,19 +32,19 @@ class Gathering {
     dashboard_.rememberRoots();
   }
 
-  /// False if cancelled.
-  bool gather() {
+  /// The pass over the volume. False if cancelled.
+  bool scan() {
     content_.facts = {.programVersion = services_.programVersion,
                       .vendorProfiles = services_.vendorProfiles,
                       .locale = services_.locale,
                       .startedAt = now(),
                       .home = files_.homeDirectory()};
-    const auto run = [&](ScanStep step, void (Gathering::*gatherPart)()) {
-      if (cancellation_.isCancelled()) return;
-      if (onProgress_) onProgress_({.step = step});
-      (this->*gatherPart)();
-    };
     run(ScanStep::folders, &Gathering::gatherFolders);
+    return !cancellation_.isCancelled();
+  }
+
+  /// Everything else. False if cancelled.
+  bool gather() {
     run(ScanStep::storage, &Gathering::gatherRoots);
     run(ScanStep::storage, &Gathering::gatherPlaces);
     run(ScanStep::apps, &Gathering::gatherApps);
@@ -58,6 +58,12 @@ class Gathering {
   [[nodiscard]] const RecordedFolders& folders() const { return *folders_; }
 
  private:
+  void run(ScanStep step, void (Gathering::*gatherPart)()) {
+    if (cancellation_.isCancelled()) return;
+    if (onProgress_) onProgress_({.step = step});
+    (this->*gatherPart)();
+  }
+
   void gatherFolders() {
     content_.facts.volume = dashboard_.initialOverview().volume;
     std::function<void(const ScanStore::CategorySizes&)> report;
@@ -186,9 +192,12 @@ ScanStore::Written ScanStore::write(const std::string& file, const std::function
   const FileManager files =
       files_.readReport() != nullptr ? files_ : files_.reportingTo(std::make_shared<ReadReport>());
   Gathering gathering(services_, files, onProgress, cancellation);
+  if (!gathering.scan()) return {};
+  ScanWriter writer(file);
+  writer.startFolders(gathering.folders(), cancellation);
   if (!gathering.gather()) return {};
   if (onProgress) onProgress({.step = ScanStep::writing});
-  if (!writeScan(file, gathering.content(), gathering.folders(), cancellation)) return {};
+  if (!writer.finish(gathering.content())) return {};
   std::error_code error;
   const auto bytes = std::filesystem::file_size(file, error);
   return {.files = gathering.folders().at(0).files,

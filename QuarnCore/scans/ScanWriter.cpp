@@ -2,7 +2,10 @@
 
 #include <array>
 #include <cerrno>
+#include <future>
 #include <mutex>
+#include <optional>
+#include <system_error>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -12,8 +15,14 @@
 #include "QuarnCore/scans/ScanSchema.h"
 #include "QuarnPlatform/base/FileDescriptor.h"
 #include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/base/HelperThread.h"
 #include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/files/HostFile.h"
+
+// Threads of a writer. The thread that makes it owns it, and the process's lock on unfinished files as long as it
+// lives. From `startFolders` on, a second thread uses the database and reads the folders, which no longer change.
+// `finish` waits for that thread before it uses the database again. The destructor waits for it too; when the scan is
+// cancelled, the thread ends within 1,024 rows. No lock is taken meanwhile. Memory: the page cache of the database.
 
 namespace quarn {
 namespace {
@@ -192,11 +201,13 @@ void writeSystem(const Database& database, const ScanContent& content) {
   }
 }
 
-bool fill(const Database& database, const ScanContent& content, const RecordedFolders& folders,
-          const Cancellation& cancellation) {
+void createTables(const Database& database) {
   database.execute("PRAGMA application_id=" + std::to_string(kScanApplicationID) +
                    "; PRAGMA user_version=" + std::to_string(kScanFormat) + "; BEGIN");
   for (const ScanTable& table : scanTables()) database.execute(createStatement(table));
+}
+
+void writeContent(const Database& database, const ScanContent& content, const RecordedFolders& folders) {
   {
     Table table(database, "scan");
     const ScanFacts facts = withCounts(content.facts, folders);
@@ -204,13 +215,10 @@ bool fill(const Database& database, const ScanContent& content, const RecordedFo
     scans::scanColumns(row, facts);
   }
   writeStorage(database, content);
-  if (!writeFolders(database, folders, cancellation)) return false;
-  writeFiles(database, folders);
   writeApps(database, content.apps);
   writeOwnership(database, content);
   writeSystem(database, content);
   database.execute("COMMIT");
-  return true;
 }
 
 // SQLite does not keep the errno of every write that fails. Another write tells it.
@@ -224,22 +232,78 @@ int writeError(const std::string& file) {
 
 }  // namespace
 
+struct ScanWriter::State {
+  explicit State(const std::string& path) : file(path), replaced(path) {}
+
+  // A signal removes one unfinished file, so there is one at a time.
+  static std::mutex& writing() {
+    static std::mutex mutex;
+    return mutex;
+  }
+  // Says what the matter is in terms of the file.
+  template <class Write>
+  auto guarded(const Write& write) {
+    try {
+      return write();
+    } catch (const DatabaseError& error) {
+      throwFileError(error.error() != EIO ? error.error() : writeError(replaced.temporary()), "write", file);
+    }
+  }
+
+  const std::lock_guard<std::mutex> lock{writing()};
+  const std::string file;
+  ReplacedHostFile replaced;
+  std::optional<Database> database{};
+  const RecordedFolders* folders = nullptr;
+  const Cancellation* cancellation = nullptr;
+  std::future<bool> areFoldersWritten{};  // last: its destructor waits for the thread, which uses the others
+};
+
+ScanWriter::ScanWriter(const std::string& file) : state_(std::make_unique<State>(file)) {
+  state_->guarded([&] {
+    state_->database.emplace(Database::makeIn(state_->replaced.temporary()));
+    createTables(*state_->database);
+  });
+}
+
+ScanWriter::~ScanWriter() = default;
+
+void ScanWriter::startFolders(const RecordedFolders& folders, const Cancellation& cancellation) {
+  state_->folders = &folders;
+  state_->cancellation = &cancellation;
+  const auto write = [&database = *state_->database, &folders, &cancellation] {
+    if (!writeFolders(database, folders, cancellation)) return false;
+    writeFiles(database, folders);
+    return true;
+  };
+  try {
+    state_->areFoldersWritten = std::async(std::launch::async, [write] {
+      becomeHelperThread();
+      return write();
+    });
+  } catch (const std::system_error&) {
+    // The system gives no further thread: `finish` writes them.
+    state_->areFoldersWritten = std::async(std::launch::deferred, write);
+  }
+}
+
+bool ScanWriter::finish(const ScanContent& content) {
+  const bool isFilled = state_->guarded([&] {
+    if (!state_->areFoldersWritten.get()) return false;
+    writeContent(*state_->database, content, *state_->folders);
+    state_->database->close();
+    return true;
+  });
+  if (!isFilled || state_->cancellation->isCancelled()) return false;
+  state_->replaced.commit();
+  return true;
+}
+
 bool writeScan(const std::string& file, const ScanContent& content, const RecordedFolders& folders,
                const Cancellation& cancellation) {
-  // A signal removes one unfinished file, so there is one at a time. Nothing else is locked meanwhile.
-  static std::mutex writing;
-  const std::lock_guard lock(writing);
-  ReplacedHostFile replaced(file);
-  try {
-    Database database = Database::makeIn(replaced.temporary());
-    if (!fill(database, content, folders, cancellation)) return false;
-    database.close();
-  } catch (const DatabaseError& error) {
-    throwFileError(error.error() != EIO ? error.error() : writeError(replaced.temporary()), "write", file);
-  }
-  if (cancellation.isCancelled()) return false;
-  replaced.commit();
-  return true;
+  ScanWriter writer(file);
+  writer.startFolders(folders, cancellation);
+  return writer.finish(content);
 }
 
 }  // namespace quarn

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "QuarnCore/scans/ScanContent.h"
@@ -9,8 +10,28 @@
 namespace quarn {
 
 /// Writes a scan to a host file: beside it first, then synced and renamed, so that the file is the old one or the new
-/// one at any moment. `facts.keptAbove`, `files` and `folders` come from `folders`. Returns false if cancelled. Then,
-/// and on an error, no new file is left. Throws FileError (operation "write"). Thread-safe; one file at a time.
+/// one at any moment. All operations throw FileError (operation "write"). Without `finish`, or after an error, no new
+/// file is left. One file at a time: a second writer waits for the first. Belongs to the thread that makes it.
+class ScanWriter {
+ public:
+  explicit ScanWriter(const std::string& file);
+  ~ScanWriter();
+  ScanWriter(const ScanWriter&) = delete;
+  ScanWriter& operator=(const ScanWriter&) = delete;
+
+  /// Begins to write what `folders` has, on a thread of its own, so that the caller can gather the rest meanwhile.
+  /// Once, before `finish`. Both arguments must outlive the writer.
+  void startFolders(const RecordedFolders& folders, const Cancellation& cancellation);
+  /// Writes the rest and replaces the file. `facts.keptAbove`, `files` and `folders` come from the folders. Returns
+  /// false if cancelled.
+  bool finish(const ScanContent& content);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+/// Writes a whole scan. Returns false if cancelled.
 bool writeScan(const std::string& file, const ScanContent& content, const RecordedFolders& folders,
                const Cancellation& cancellation);
 
