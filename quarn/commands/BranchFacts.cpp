@@ -45,8 +45,9 @@ void BranchFacts::readScan(const Scan& scan, bool wantsOwners) {
   if (!wantsOwners) return;
   for (const ScannedApp& app : scan.apps(/*withInspections=*/false)) {
     const AppEntity& owner = app.inspection.app;
-    owners_.try_emplace(owner.bundleURL.path(),
-                        Owner{.text = owner.name, .names = {owner.name, owner.bundleIdentifier.value_or("")}});
+    owners_.try_emplace(
+        owner.bundleURL.path(),
+        Owner{.text = owner.name, .app = owner.name, .names = {owner.name, owner.bundleIdentifier.value_or("")}});
   }
   for (const Ownership& entry : scan.entries()) owners_.try_emplace(entry.url.path(), ownerOf(entry));
 }
@@ -54,6 +55,8 @@ void BranchFacts::readScan(const Scan& scan, bool wantsOwners) {
 BranchFacts::Owner BranchFacts::ownerOf(const Ownership& ownership) {
   Owner owner;
   if (ownership.status != OwnershipStatus::unknown) owner.text = ownerText(ownership);
+  const bool isOfOne = ownership.status == OwnershipStatus::owned && ownership.owners.size() == 1;
+  if (isOfOne || ownership.status == OwnershipStatus::orphaned) owner.app = owner.text;
   for (const OwnershipClaim& claim : ownership.owners) {
     owner.names.push_back(claim.appName);
     if (claim.bundleIdentifier) owner.names.push_back(*claim.bundleIdentifier);
@@ -72,6 +75,8 @@ BranchFacts::Owner BranchFacts::find(const FileURL& url) const {
 }
 
 std::string BranchFacts::owner(const FileURL& url) const { return find(url).text; }
+
+std::string BranchFacts::app(const FileURL& url) const { return find(url).app; }
 
 std::vector<std::string> BranchFacts::owners(const FileURL& url) const { return find(url).names; }
 

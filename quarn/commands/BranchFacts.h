@@ -19,14 +19,19 @@ class BranchFacts {
 
   /// "Lumen Notes", "macOS", "Old Editor (not installed)"; empty if it is not known.
   [[nodiscard]] std::string owner(const FileURL& url) const;
+  /// The name of the app whose it alone is, installed or not; empty for everything else.
+  [[nodiscard]] std::string app(const FileURL& url) const;
   /// The names and bundle identifiers of its owners, for a filter.
   [[nodiscard]] std::vector<std::string> owners(const FileURL& url) const;
   /// The category whose folders have the item; absent if there is none.
   [[nodiscard]] std::optional<StorageCategoryID> category(const FileURL& url) const;
+  /// The map of a volume; absent for a scan, and if the command was interrupted before.
+  [[nodiscard]] const std::optional<OwnershipMap>& map() const { return map_; }
 
  private:
   struct Owner {
     std::string text{};
+    std::string app{};
     std::vector<std::string> names{};
   };
   static Owner ownerOf(const Ownership& ownership);

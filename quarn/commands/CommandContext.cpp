@@ -47,6 +47,13 @@ std::string environmentLocale() {
   return "";
 }
 
+// The texts of a page must be in the language of the page.
+void useLocaleOf(const Arguments& arguments) {
+  const bool isInEnglish = arguments.command != nullptr && arguments.command->isInEnglish;
+  useLocalization(isInEnglish ? "en" : arguments.text("--locale").value_or(environmentLocale()),
+                  ResourceBundle::shipped());
+}
+
 ResourceBundle resourcesIn(const std::string& folder) {
   std::error_code error;
   const auto status = std::filesystem::status(folder, error);
@@ -134,7 +141,7 @@ std::unique_ptr<Services> CommandContext::openServices() {
   const ResourceBundle bundle = reporting(folder ? resourcesIn(*folder) : ResourceBundle::shipped());
   std::vector<ResourceBundle> knowledge;
   for (const std::string& more : arguments_.texts("--knowledge")) knowledge.push_back(reporting(knowledgeIn(more)));
-  useLocalization(arguments_.text("--locale").value_or(environmentLocale()), ResourceBundle::shipped());
+  useLocaleOf(arguments_);
   FileManager files = openVolume(arguments_).reportingTo(report_);
   if (isStoppable()) files = files.cancelledBy(cancellation());
   warnIfWritable(files);
@@ -172,7 +179,7 @@ const Scan* CommandContext::scan() {
   if (!file) return nullptr;
   if (!scan_) {
     scan_ = Scan::open(*file);
-    useLocalization(arguments_.text("--locale").value_or(environmentLocale()), ResourceBundle::shipped());
+    useLocaleOf(arguments_);
     for (const UnreadableItem& item : scan_->unreadable()) {
       if (item.cause == UnreadableCause::otherDevice) {
         report_->addOtherDevice(item.path);

@@ -51,6 +51,7 @@ struct CommandRow {
   bool hasList = false;       ///< the command supports --ndjson
   bool needsVolume = true;    ///< the command reports on a Mac's volume; false: it also works without one
   bool usesScreen = false;    ///< the command takes over the terminal
+  bool isInEnglish = false;   ///< whatever the locale: the texts go into a page that is in English
   bool readsSettings = true;  ///< the environment and the configuration file apply
 };
 

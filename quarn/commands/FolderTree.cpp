@@ -6,7 +6,6 @@
 #include <unordered_map>
 #include <utility>
 
-#include "QuarnCore/storage/RecordedFolders.h"
 #include "QuarnPlatform/walking/LinkedNames.h"
 #include "QuarnPlatform/walking/TreeSizer.h"
 #include "quarn/terminal/TerminalText.h"
@@ -21,7 +20,7 @@ std::optional<Date> dateOf(std::int64_t seconds) {
 /// The record of a walk, and what its sums count too often.
 class WalkedTree {
  public:
-  explicit WalkedTree(RecordedFolders& folders) : folders_(folders) {}
+  explicit WalkedTree(const RecordedFolders& folders) : folders_(folders) {}
 
   /// A folder counts a file with several names once; so does each folder above.
   std::int64_t countOnce(std::vector<LinkedName> names) {
@@ -72,11 +71,29 @@ class WalkedTree {
   }
 
  private:
-  RecordedFolders& folders_;
+  const RecordedFolders& folders_;
   std::unordered_map<std::size_t, SizeInfo> repeated_;  // what the record counts too often, by folder
 };
 
+// The functions of a tree share the record.
+void readRecord(FolderTree& tree, const std::shared_ptr<const RecordedFolders>& folders,
+                const std::shared_ptr<const WalkedTree>& walked) {
+  tree.entriesIn = [folders, walked](const TreeEntry& in) { return walked->entriesIn(in.id); };
+  tree.find = [folders, walked](const FileURL& url) -> std::optional<TreeEntry> {
+    const std::optional<std::size_t> position = folders->find(url.path());
+    return position ? std::optional(walked->entry(*position)) : std::nullopt;
+  };
+}
+
 }  // namespace
+
+FolderTree recordedTree(std::shared_ptr<const RecordedFolders> folders) {
+  const auto walked = std::make_shared<WalkedTree>(*folders);
+  FolderTree tree{.url = FileURL("/")};
+  if (folders->size() > 0) tree.root = walked->entry(0);
+  readRecord(tree, folders, walked);
+  return tree;
+}
 
 FolderTree walkedTree(const FileURL& folder, CommandContext& context) {
   const FileManager& files = context.services().files;
@@ -98,7 +115,7 @@ FolderTree walkedTree(const FileURL& folder, CommandContext& context) {
   const auto walked = std::make_shared<WalkedTree>(*folders);
   FolderTree tree{.url = folder, .linkedFiles = walked->countOnce(linked.take()), .isExact = linked.isWhole()};
   tree.root = walked->entry(folders->positionOf(root));
-  tree.entriesIn = [folders, walked](const TreeEntry& in) { return walked->entriesIn(in.id); };
+  readRecord(tree, folders, walked);
   return tree;
 }
 
@@ -125,6 +142,10 @@ FolderTree scannedTree(const FileURL& folder, const Scan& scan) {
           {.name = file.name, .size = file.sizes, .files = 1, .isFolder = false, .modified = file.modified});
     }
     return entries;
+  };
+  tree.find = [scan, entryOf](const FileURL& url) -> std::optional<TreeEntry> {
+    const std::optional<ScannedFolder> found = scan.folder(url.path());
+    return found ? std::optional(entryOf(*found)) : std::nullopt;
   };
   return tree;
 }

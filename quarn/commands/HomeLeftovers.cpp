@@ -39,15 +39,15 @@ OwnershipMap mapOfHome(CommandContext& context, const std::vector<AppEntity>& ap
 
 }  // namespace
 
-std::vector<Leftover> leftoversOfHomes(CommandContext& context, bool withSizes) {
+std::vector<Leftover> leftoversOfHomes(CommandContext& context, const FileSizeCalculator* sizes) {
   const Services& services = context.services();
   const std::vector<FileURL> homes = homesOf(context);
   const std::vector<AppEntity> apps = appsOf(context, homes);
   std::vector<Leftover> all;
   for (std::size_t i = 0; i < homes.size() && !context.cancellation().isCancelled(); ++i) {
-    const LeftoverOptions options{.computeSizes = withSizes, .includeSystem = i == 0};
+    const LeftoverOptions options{.computeSizes = sizes != nullptr, .includeSystem = i == 0};
     addLeftovers(all, findLeftovers(mapOfHome(context, apps, homes[i]), options, services.files.withHome(homes[i]),
-                                    services.fileSizeCalculator, context.cancellation()));
+                                    sizes != nullptr ? *sizes : services.fileSizeCalculator, context.cancellation()));
   }
   context.endProgress();
   return all;

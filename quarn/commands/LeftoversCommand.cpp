@@ -89,7 +89,9 @@ ExitCode runLeftovers(CommandContext& context) {
   ListFilters filters(context);
   const Scan* scan = context.scan();
   std::vector<Leftover> leftovers =
-      scan != nullptr ? scannedLeftovers(*scan, context) : leftoversOfHomes(context, wantsSizes(context));
+      scan != nullptr
+          ? scannedLeftovers(*scan, context)
+          : leftoversOfHomes(context, wantsSizes(context) ? &context.services().fileSizeCalculator : nullptr);
   exclude(leftovers, filters);
   filters.apply(leftovers, factsOf);
   showList(context, "leftovers", toJSON(leftovers), tableOf(context, leftovers), &filters);

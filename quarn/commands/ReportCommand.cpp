@@ -1,12 +1,14 @@
 #include <algorithm>
 #include <chrono>
 #include <limits>
+#include <memory>
 
 #include <fmt/format.h>
 
 #include "QuarnPlatform/files/HostFile.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/text/Text.h"
+#include "quarn/commands/BranchFacts.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Finds.h"
@@ -15,6 +17,7 @@
 #include "quarn/commands/HostOutput.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/OwnershipMaps.h"
+#include "quarn/commands/ReportPlaces.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/commands/ScannedReport.h"
 #include "quarn/report/ReportPage.h"
@@ -62,38 +65,47 @@ ReportFrame frame(CommandContext& context, Date madeAt) {
           .unread = context.unread()};
 }
 
-void addSizes(VolumeReport& report, const UsersDashboard& users, CommandContext& context) {
-  if (!wantsAllUsers(context)) {
-    const auto sizes =
-        context.services().storageDashboard().calculatePartitionedCategorySizes(nullptr, context.cancellation());
-    for (const auto& [category, size] : sizes) report.categories.push_back({category, size});
-    return;
+// The categories, and what fills them, from one pass over the volume.
+void readCategories(VolumeReport& report, const UsersDashboard& users, const BranchFacts& facts,
+                    CommandContext& context) {
+  const StorageDashboardService& dashboard = context.services().storageDashboard();
+  context.progress("scanning the volume");
+  const auto folders = std::make_shared<RecordedFolders>();
+  const auto counted = wantsAllUsers(context)
+                           ? users.calculatePartitionedRoots(nullptr, nullptr, context.cancellation(), folders.get())
+                           : dashboard.calculatePartitionedRoots(nullptr, context.cancellation(), folders.get());
+  if (wantsAllUsers(context)) report.users = users.parts(counted);
+  report.categories = dashboard.initialOverview().categories;
+  std::vector<ScannedRoot> roots;
+  for (StorageCategory& category : report.categories) {
+    for (const auto& root : counted) {
+      category.size += root.sizes.at(category.id);
+      roots.push_back({.category = category.id, .url = root.url, .size = root.sizes.at(category.id)});
+    }
   }
-  report.users = users.parts(users.calculatePartitionedRoots(nullptr, nullptr, context.cancellation()));
-  for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
-    if (category == StorageCategoryID::free) continue;
-    StorageCategory& sum = report.categories.emplace_back(StorageCategory{.id = category});
-    for (const UsersDashboard::Part& part : report.users) sum.size += part.sizes.at(category);
-  }
+  report.places = reportPlaces(roots, recordedTree(folders), [&](const FileURL& url) { return facts.app(url); });
 }
 
 VolumeReport volumeReport(CommandContext& context) {
   const StorageDashboardService& dashboard = context.services().storageDashboard();
   VolumeReport report{.volume = dashboard.initialOverview().volume,
                       .hasCapacity = context.services().files.mount().isMountPoint};
-  context.progress("scanning the volume");
   const UsersDashboard users = usersDashboard(context);
-  addSizes(report, users, context);
+  const BranchFacts facts(context, /*wantsOwners=*/true);
+  readCategories(report, users, facts, context);
   context.progress("looking for the largest items");
   const std::vector<TopItem> items = candidates(context);
   report.largest = ranked(
       items, [](const TopItem& item) { return item.size.allocatedBytes; }, users);
   report.elsewhere = ranked(items, elsewhere, users);
   context.progress("looking for leftovers");
-  report.leftovers = wantsAllUsers(context)
-                         ? leftoversOfHomes(context, /*withSizes=*/true)
-                         : findLeftovers(mapOfVolume(context), {.computeSizes = true}, context.services().files,
-                                         context.services().fileSizeCalculator, context.cancellation());
+  const FileSizeCalculator& calculator = context.services().fileSizeCalculator;
+  if (wantsAllUsers(context)) {
+    report.leftovers = leftoversOfHomes(context, &calculator);
+  } else if (facts.map()) {
+    report.leftovers = findLeftovers(*facts.map(), {.computeSizes = true}, context.services().files, calculator,
+                                     context.cancellation());
+  }
   context.endProgress();
   report.isComplete = !context.isInterrupted();
   report.frame = frame(context, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
@@ -116,8 +128,9 @@ AppReport appReport(CommandContext& context) {
 
 // The scans are open before the process confines itself.
 VolumeReport reportOfScan(const std::optional<Scan>& since, CommandContext& context) {
+  const ScannedSentences sentences(*context.arguments().text("--scan"));
   const Scan& scan = *context.scan();
-  VolumeReport report = scannedVolumeReport(scan, context);
+  VolumeReport report = scannedVolumeReport(scan, sentences, context);
   if (since) report.changes = compareScans(*since, scan, kUsualSmallestChange, context.cancellation());
   return report;
 }
@@ -209,11 +222,12 @@ constexpr std::array kReportExamples{
 constexpr CommandRow kReportRow{
     .name = "report",
     .summary = "Write an HTML report",
-    .description = "The report is one self-contained HTML file without scripts. It uses no network.",
+    .description = "The report is one self-contained HTML file in English, without scripts. It uses no network.",
     .positionals = kReportPositionals,
     .options = kReportOptions,
     .examples = kReportExamples,
-    .run = runReport};
+    .run = runReport,
+    .isInEnglish = true};
 
 }  // namespace
 

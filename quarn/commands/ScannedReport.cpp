@@ -5,6 +5,11 @@
 
 #include "QuarnCore/scans/ScannedItems.h"
 #include "QuarnCore/scans/ScannedOwners.h"
+#include "QuarnPlatform/resources/Localization.h"
+#include "QuarnPlatform/resources/ResourceBundle.h"
+#include "quarn/commands/BranchFacts.h"
+#include "quarn/commands/FolderTree.h"
+#include "quarn/commands/ReportPlaces.h"
 #include "quarn/commands/ScanOption.h"
 
 namespace quarn {
@@ -44,7 +49,25 @@ std::vector<VolumeReport::Item> rankedItems(std::vector<TopItem> items, std::int
 
 }  // namespace
 
-VolumeReport scannedVolumeReport(const Scan& scan, CommandContext& context) {
+ScannedSentences::ScannedSentences(const std::string& scanFile) {
+  const std::string locale = Scan::open(scanFile).facts().locale;
+  const auto sentencesIn = [](const std::string& language) {
+    useLocalization(language, ResourceBundle::shipped());
+    std::vector<std::string> sentences;
+    for (const OrphanKind kind : allCases<OrphanKind>()) sentences.push_back(orphanSentence(kind));
+    return sentences;
+  };
+  const std::vector<std::string> english = sentencesIn("en");
+  const std::vector<std::string> foreign = sentencesIn(locale);
+  for (std::size_t i = 0; i < english.size(); ++i) english_.emplace(foreign[i], english[i]);
+}
+
+std::string ScannedSentences::english(const std::string& sentence) const {
+  const auto found = english_.find(sentence);
+  return found == english_.end() ? sentence : found->second;
+}
+
+VolumeReport scannedVolumeReport(const Scan& scan, const ScannedSentences& sentences, CommandContext& context) {
   const ScanFacts& facts = scan.facts();
   VolumeReport report{.volume = facts.volume, .hasCapacity = facts.hasCapacity, .categories = scan.categories()};
   const ScannedHints hints(scan);
@@ -57,6 +80,12 @@ VolumeReport scannedVolumeReport(const Scan& scan, CommandContext& context) {
                  "; the lists of items end before smaller ones");
   }
   report.leftovers = scan.leftovers();
+  for (Leftover& leftover : report.leftovers) {
+    for (LeftoverItem& item : leftover.items) item.evidence = sentences.english(item.evidence);
+  }
+  const BranchFacts branches(context, /*wantsOwners=*/true);
+  report.places = reportPlaces(scan.roots(), scannedTree(FileURL("/"), scan),
+                               [&](const FileURL& url) { return branches.app(url); });
   report.frame = {.units = context.units(), .home = facts.home, .madeAt = facts.finishedAt, .unread = context.unread()};
   return report;
 }

@@ -32,11 +32,25 @@ struct VolumeReport {
     std::optional<VendorPathHint> hint{};
   };
 
+  /// An item, and the app whose it alone is, or empty.
+  struct Part {
+    TopItem item{};
+    std::string app{};
+  };
+  /// A folder or an app that takes space of a category, and the largest items in it.
+  struct Place {
+    StorageCategoryID category = StorageCategoryID::other;
+    TopItem item{};  ///< with the bytes that count for the category
+    std::string app{};
+    std::vector<Part> items{};  ///< largest first
+  };
+
   ReportFrame frame{};
   VolumeInfo volume{};
   /// False for a folder that is not a mounted volume: the totals in `volume` are those of the disk that holds it.
   bool hasCapacity = true;
   std::vector<StorageCategory> categories{};
+  std::vector<Place> places{};                ///< by category, largest first
   std::vector<UsersDashboard::Part> users{};  ///< in a report on all users: what each has, and what no user has
   std::vector<Item> largest{};                ///< by space on this disk, largest first
   std::vector<Item> elsewhere{};              ///< by length minus space on this disk, largest first
@@ -57,8 +71,8 @@ struct AppReport {
 };
 
 /// One self-contained HTML page without scripts, network access or other files. It has a light and a dark theme,
-/// tables for screen readers, and maps with tiles that link to table rows. All file names are escaped. Pure
-/// functions.
+/// tables for screen readers, and a map with tiles that link to table rows. All file names are escaped. The page is in
+/// English and says so; the texts of the records must be too. Pure functions.
 std::string reportPage(const VolumeReport& report);
 std::string reportPage(const AppReport& report);
 

@@ -1,5 +1,7 @@
 #include "quarn/report/ReportParts.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "quarn/report/Html.h"
@@ -15,7 +17,10 @@ namespace {
 
 // The aspect ratio of a map in the style sheet on a wide screen.
 constexpr double kMapWidth = 12;
-constexpr double kMapHeight = 5;
+constexpr double kMapHeight = 6;
+
+// The tiles below the second level are too many to step through, and lead where their parents lead.
+constexpr int kTabStopDepth = 2;
 
 // More would be too long to read; the command's --verbose prints the complete list.
 constexpr std::size_t kListedUnread = 200;
@@ -45,14 +50,42 @@ std::string contents(const std::vector<Section>& sections) {
   return "<nav aria-label=\"Contents\"><ul>\n" + rows + "</ul></nav>\n";
 }
 
-std::string mapTile(const TreemapTile& place, const Tile& tile, SizeUnits units) {
+/// A part of a map: its sides, in any unit, and how many tiles are around it.
+struct MapArea {
+  double width = kMapWidth;
+  double height = kMapHeight;
+  int depth = 0;
+};
+
+std::string mapTiles(const std::vector<Tile>& tiles, std::int64_t whole, const MapArea& area, SizeUnits units);
+
+std::string mapTile(const TreemapTile& place, const MapArea& area, const Tile& tile, SizeUnits units) {
+  const MapArea own{.width = place.width, .height = place.height, .depth = area.depth + 1};
+  const std::string inside = mapTiles(tile.tiles, tile.bytes, own, units);
   const std::string name = html(tile.name);
   const std::string size = sizeText(tile.bytes, units);
   return fmt::format(
-      "<li style=\"--x:{:.3f}%;--y:{:.3f}%;--w:{:.3f}%;--h:{:.3f}%\"><a class=\"{}\" href=\"#{}\" "
-      "aria-label=\"{}, {}\" title=\"{}, {}\"><b><bdi>{}</bdi></b><span>{}</span></a></li>\n",
-      place.x / kMapWidth * 100, place.y / kMapHeight * 100, place.width / kMapWidth * 100,
-      place.height / kMapHeight * 100, tile.colorClass, tile.target, name, size, name, size, name, size);
+      "<li style=\"--x:{:.3f}%;--y:{:.3f}%;--w:{:.3f}%;--h:{:.3f}%\"><a class=\"{}{}\" href=\"#{}\"{} "
+      "aria-label=\"{}, {}\" title=\"{}, {}\"><b><bdi>{}</bdi></b><span>{}</span></a>{}</li>\n",
+      place.x / area.width * 100, place.y / area.height * 100, place.width / area.width * 100,
+      place.height / area.height * 100, inside.empty() ? "" : "head ", tile.colorClass, tile.target,
+      area.depth >= kTabStopDepth ? " tabindex=\"-1\"" : "", name, size, name, size, name, size,
+      inside.empty() ? "" : fmt::format("<ul class=\"{}\">\n{}</ul>", tile.colorClass, inside));
+}
+
+// The tiles that divide an area of `whole` bytes. The bytes that no tile has leave a strip at its end empty.
+std::string mapTiles(const std::vector<Tile>& tiles, std::int64_t whole, const MapArea& area, SizeUnits units) {
+  std::vector<double> weights;
+  weights.reserve(tiles.size());
+  for (const Tile& tile : tiles) weights.push_back(static_cast<double>(tile.bytes));
+  const double filled = std::min(shareOf(sum(tiles), whole), 1.0);
+  const bool isWide = area.width >= area.height;
+  std::string places;
+  for (const TreemapTile& place :
+       treemapTiles(weights, area.width * (isWide ? filled : 1), area.height * (isWide ? 1 : filled))) {
+    places += mapTile(place, area, tiles[place.index], units);
+  }
+  return places;
 }
 
 }  // namespace
@@ -93,13 +126,7 @@ std::string bar(const std::vector<Tile>& tiles) {
 }
 
 std::string map(const std::vector<Tile>& tiles, std::string_view label, SizeUnits units) {
-  std::vector<double> weights;
-  weights.reserve(tiles.size());
-  for (const Tile& tile : tiles) weights.push_back(static_cast<double>(tile.bytes));
-  std::string places;
-  for (const TreemapTile& place : treemapTiles(weights, kMapWidth, kMapHeight)) {
-    places += mapTile(place, tiles[place.index], units);
-  }
+  const std::string places = mapTiles(tiles, sum(tiles), {}, units);
   return places.empty() ? "" : fmt::format("<ul class=\"map\" aria-label=\"{}\">\n{}</ul>\n", label, places);
 }
 

@@ -19,10 +19,11 @@ struct Fact {
 
 /// A part of a bar or a map.
 struct Tile {
-  std::string name;        ///< unescaped
-  std::int64_t bytes = 0;  ///< tiles of 0 bytes are not drawn
-  std::string colorClass;  ///< a class of the style sheet
-  std::string target;      ///< id of the table row
+  std::string name;           ///< unescaped
+  std::int64_t bytes = 0;     ///< tiles of 0 bytes are not drawn
+  std::string colorClass;     ///< a class of the style sheet
+  std::string target;         ///< id of the table row
+  std::vector<Tile> tiles{};  ///< in a map: what divides it; the bytes that none of them has stay empty
 };
 
 /// An entry in the table of contents.
@@ -40,7 +41,9 @@ std::string footer(const ReportFrame& frame);
 
 /// A stacked bar of the tiles. Hidden from screen readers, because the table below it has the same data.
 std::string bar(const std::vector<Tile>& tiles);
-/// A treemap: a list of links to the rows of the tiles.
+/// A treemap, or a treemap of treemaps: a list of links to the rows of the tiles. A tile that others divide has its
+/// name in a strip above them. The tiles of the third level are no tab stops, because they lead where their parents
+/// lead.
 std::string map(const std::vector<Tile>& tiles, std::string_view label, SizeUnits units);
 /// The bar of a share in the cell of a table.
 std::string meter(double share, std::string_view colorClass);

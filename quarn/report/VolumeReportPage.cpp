@@ -25,9 +25,7 @@ constexpr std::size_t kShownLeftoverItems = 12;
 
 std::string_view titleOf(StorageCategoryID category) { return kCategoryTitles[static_cast<std::size_t>(category)]; }
 
-std::string colorOf(std::size_t number) { return "c" + std::to_string(number % kCategoryTitles.size()); }
-
-std::string colorOf(StorageCategoryID category) { return colorOf(static_cast<std::size_t>(category)); }
+std::string colorOf(StorageCategoryID category) { return "c" + std::to_string(static_cast<std::size_t>(category)); }
 
 std::int64_t elsewhere(const SizeInfo& size) {
   return std::max<std::int64_t>(size.logicalBytes - size.allocatedBytes, 0);
@@ -124,13 +122,72 @@ std::string itemTable(const ItemTable& table, const ReportFrame& frame) {
       table.id, table.caption, rows);
 }
 
-std::vector<Tile> itemTiles(const VolumeReport& report) {
-  std::vector<Tile> tiles;
-  for (std::size_t i = 0; i < report.largest.size(); ++i) {
-    const TopItem& item = report.largest[i].item;
-    tiles.push_back({item.name, item.size.allocatedBytes, colorOf(i), "item-" + std::to_string(i + 1)});
+// The app says more than "com.example.notes"; the name of a bundle is the app's.
+std::string tileName(const TopItem& item, const std::string& app) {
+  return app.empty() || item.url.pathExtension() == "app" ? item.name : app;
+}
+
+// The categories, their folders and apps, and the items in these. Each tile has the colour of its category.
+std::vector<Tile> nestedTiles(const VolumeReport& report) {
+  std::vector<Tile> tiles = categoryTiles(report);
+  for (std::size_t i = 0; i < report.places.size(); ++i) {
+    const VolumeReport::Place& place = report.places[i];
+    const auto category = std::find_if(report.categories.begin(), report.categories.end(),
+                                       [&](const StorageCategory& any) { return any.id == place.category; });
+    if (category == report.categories.end()) continue;
+    Tile tile{tileName(place.item, place.app), place.item.size.allocatedBytes, colorOf(place.category),
+              "place-" + std::to_string(i + 1)};
+    for (const auto& [item, app] : place.items) {
+      tile.tiles.push_back({tileName(item, app), item.size.allocatedBytes, tile.colorClass, tile.target});
+    }
+    tiles[static_cast<std::size_t>(category - report.categories.begin())].tiles.push_back(std::move(tile));
   }
   return tiles;
+}
+
+std::string placeItems(const VolumeReport::Place& place, SizeUnits units) {
+  std::string items;
+  for (const auto& [item, app] : place.items) {
+    items += fmt::format("{}{} {}", items.empty() ? "" : " · ", htmlName(item.name),
+                         sizeText(item.size.allocatedBytes, units));
+  }
+  return items.empty() ? "" : "<div class=\"dim path\">" + items + "</div>";
+}
+
+std::string placeRow(const VolumeReport& report, std::size_t index) {
+  const VolumeReport::Place& place = report.places[index];
+  return fmt::format(
+      "<tr id=\"place-{}\"><td class=\"w wide\">{}</td><td class=\"n\">{}</td><td class=\"path\"><span "
+      "class=\"key {}\"></span>{}{}{}</td></tr>\n",
+      index + 1, titleOf(place.category), sizeText(place.item.size.allocatedBytes, report.frame.units),
+      colorOf(place.category), htmlName(pathText(place.item.url, report.frame.home)),
+      place.app.empty() ? "" : "<div>" + htmlName(place.app) + "</div>", placeItems(place, report.frame.units));
+}
+
+std::string placeTable(const VolumeReport& report) {
+  if (report.places.empty()) return "";
+  std::string rows;
+  for (std::size_t i = 0; i < report.places.size(); ++i) rows += placeRow(report, i);
+  return "<table id=\"place-table\">\n<caption>The largest folders and apps of each category, whose they are, and the "
+         "largest items in them</caption>\n<thead><tr><th scope=\"col\" class=\"w wide\">Category</th><th "
+         "scope=\"col\" "
+         "class=\"n\">On disk</th><th scope=\"col\">Folder or app</th></tr></thead>\n<tbody>\n" +
+         rows + "</tbody>\n</table>\n";
+}
+
+std::string spaceSection(const VolumeReport& report) {
+  const std::string map = reportParts::map(
+      nestedTiles(report), "Map of the categories, their folders and apps, and the items in these", report.frame.units);
+  std::string text = "<section aria-labelledby=\"space\">\n<h2 id=\"space\">Where the space goes</h2>\n" +
+                     bar(categoryTiles(report)) + categoryTable(report);
+  if (map.empty()) return text + "</section>\n";
+  text +=
+      "<h3 id=\"map\">Map of the space on this disk</h3>\n<p class=\"dim\">Each category has its colour. In it are its "
+      "largest folders and apps, and in these their largest items. The empty rest of a tile is everything smaller. A "
+      "tile leads "
+      "to its row.</p>\n";
+  if (!report.places.empty()) text += "<a class=\"skip\" href=\"#place-table\">Skip the map</a>\n";
+  return text + map + placeTable(report) + "</section>\n";
 }
 
 std::vector<Fact> facts(const VolumeReport& report) {
@@ -154,10 +211,8 @@ std::string largestSection(const VolumeReport& report) {
       .id = "item",
       .caption = "Files and packages (such as apps and libraries) on the whole volume, by space on this disk",
       .items = report.largest};
-  return "<section aria-labelledby=\"largest\">\n<h2 id=\"largest\">The largest items</h2>\n"
-         "<a class=\"skip\" href=\"#item-table\">Skip the map</a>\n" +
-         map(itemTiles(report), "Map of the largest items", report.frame.units) + itemTable(table, report.frame) +
-         "</section>\n";
+  return "<section aria-labelledby=\"largest\">\n<h2 id=\"largest\">The largest items</h2>\n" +
+         itemTable(table, report.frame) + "</section>\n";
 }
 
 std::string elsewhereSection(const VolumeReport& report) {
@@ -222,11 +277,7 @@ std::string reportPage(const VolumeReport& report) {
   if (!report.isComplete) {
     body += "<p class=\"note\"><strong>Incomplete.</strong> The scan was interrupted; the totals are partial.</p>\n";
   }
-  const std::vector<Tile> categories = categoryTiles(report);
-  body += unreadNote(report.frame.unread);
-  body += "<section aria-labelledby=\"space\">\n<h2 id=\"space\">Where the space goes</h2>\n" + bar(categories) +
-          categoryTable(report) + map(categories, "Map of the categories", report.frame.units) + "</section>\n";
-  body += usersSection(report);
+  body += unreadNote(report.frame.unread) + spaceSection(report) + usersSection(report);
   if (report.changes) body += changesSection(*report.changes, report.frame);
   body += largestSection(report) + elsewhereSection(report) + leftoversSection(report);
   body += unreadSection(report.frame) + "</main>\n" + footer(report.frame);

@@ -45,7 +45,7 @@ void expectGoodPage(const json& seen) {
 TEST(ReportInBrowser, IsReadableWideAndNarrowLightAndDark) {
   for (const std::vector<std::string>& app : {std::vector<std::string>{}, {"Lumen Notes"}}) {
     const std::string page = reportOf(sampleFolder(), app);
-    for (const Screen& screen : {Screen{1200, false}, Screen{1200, true}, Screen{360, false}, Screen{360, true}}) {
+    for (const Screen& screen : {Screen{1200, false}, Screen{1200, true}, Screen{320, false}, Screen{320, true}}) {
       SCOPED_TRACE(std::to_string(screen.width) + (screen.isDark ? " dark" : " light"));
       const json seen = lookedAt(page, screen, /*keepPolicy=*/true);
       expectGoodPage(seen);
@@ -95,7 +95,7 @@ TEST(ReportInBrowser, HostileNamesStayTextEvenWithoutThePolicy) {
   MacVolume volume;
   withHostileNames(volume);
   for (const std::vector<std::string>& app : {std::vector<std::string>{}, {"com.evil.app"}}) {
-    for (const int width : {1200, 360}) {
+    for (const int width : {1200, 320}) {
       const json seen = lookedAt(reportOf(volume.root(), app), {.width = width}, /*keepPolicy=*/false);
       expectGoodPage(seen);
       EXPECT_EQ(seen["title"].get<std::string>(),

@@ -32,6 +32,13 @@ VolumeReport volumeReport() {
   report.categories = {{StorageCategoryID::apps, {.allocatedBytes = 300'000, .logicalBytes = 250'000}},
                        {StorageCategoryID::systemData, {.allocatedBytes = 100'000, .logicalBytes = 900'000}},
                        {StorageCategoryID::other, {}}};
+  report.places = {{.category = StorageCategoryID::apps,
+                    .item = item("/Applications/Big.app", 200'000, 150'000),
+                    .app = "Big",
+                    .items = {{item("/Applications/Big.app/Contents/Frameworks", 150'000, 120'000), ""}}},
+                   {.category = StorageCategoryID::apps,
+                    .item = item("/Users/ann/Library/com.memo.Memo", 50'000, 50'000),
+                    .app = "Memo"}};
   report.largest = {
       {item("/Users/ann/film.mov", 70'000, 70'000), std::nullopt},
       {item("/Applications/Big.app", 60'000, 50'000),
@@ -137,10 +144,57 @@ TEST(ReportPage, OfAVolumeListsFilesWithContentElsewhere) {
   EXPECT_THAT(page, HasSubstr("<a href=\"#elsewhere\">"));
 }
 
+TEST(ReportPage, OneMapHoldsCategoriesThenFoldersAndAppsThenItems) {
+  const std::string page = reportPage(volumeReport());
+  EXPECT_EQ(count(page, "<ul class=\"map\""), 1U);
+  const std::size_t category = page.find("<a class=\"head c0\" href=\"#category-apps\"");
+  const std::size_t place = page.find("<a class=\"head c0\" href=\"#place-1\"");
+  const std::size_t item = page.find("<a class=\"c0\" href=\"#place-1\" tabindex=\"-1\"");
+  ASSERT_NE(item, std::string::npos);
+  EXPECT_LT(category, place);
+  EXPECT_LT(place, item);
+  EXPECT_EQ(count(page, "tabindex"), 1U);
+  EXPECT_THAT(page, HasSubstr("<tr id=\"place-1\"><td class=\"w wide\">Apps</td><td class=\"n\">200 KB</td><td "
+                              "class=\"path\"><span class=\"key c0\"></span><bdi>/Applications/Big.app</bdi>"
+                              "<div><bdi>Big</bdi></div><div class=\"dim path\"><bdi>Frameworks</bdi> 150 KB</div>"));
+}
+
+TEST(ReportPage, AllTilesOfACategoryHaveItsColour) {
+  const std::string page = reportPage(volumeReport());
+  const std::regex tile("<a class=\"(head )?(c\\d)\" href=\"#([^\"]*)\"");
+  int tiles = 0;
+  for (std::sregex_iterator found(page.begin(), page.end(), tile), end; found != end; ++found, ++tiles) {
+    EXPECT_EQ((*found)[2], (*found)[3] == "category-systemData" ? "c6" : "c0");
+  }
+  EXPECT_EQ(tiles, 5);
+}
+
+TEST(ReportPage, ATileLeavesTheShareOfWhatItsTilesDoNotHave) {
+  VolumeReport report = volumeReport();
+  report.categories.resize(1);
+  report.places.resize(1);
+  const std::string page = reportPage(report);  // 150 of 200 of 300 KB
+  EXPECT_THAT(page,
+              HasSubstr("--x:0.000%;--y:0.000%;--w:66.667%;--h:100.000%\"><a class=\"head c0\" href=\"#place-1\""));
+  EXPECT_THAT(page, HasSubstr("--x:0.000%;--y:0.000%;--w:75.000%;--h:100.000%\"><a class=\"c0\" href=\"#place-1\""));
+}
+
+TEST(ReportPage, ATileHasTheNameOfTheAppWhoseItIs) {
+  const std::string page = reportPage(volumeReport());
+  EXPECT_THAT(page, HasSubstr("aria-label=\"Memo, 50 KB\""));
+  EXPECT_THAT(page, HasSubstr("aria-label=\"Big.app, 200 KB\""));
+}
+
+TEST(ReportPage, NamesItsLanguage) {
+  for (const std::string& page : {reportPage(volumeReport()), reportPage(appReport())}) {
+    EXPECT_THAT(page, HasSubstr("<html lang=\"en\">"));
+  }
+}
+
 TEST(ReportPage, TilesLinkToTheirRowsAndEmptyOnesAreOmitted) {
   const std::string page = reportPage(volumeReport());
   EXPECT_THAT(page, HasSubstr("href=\"#category-apps\" aria-label=\"Apps, 300 KB\""));
-  EXPECT_THAT(page, HasSubstr("href=\"#item-2\" aria-label=\"Big.app, 60 KB\""));
+  EXPECT_THAT(page, HasSubstr("href=\"#place-2\" aria-label=\"Memo, 50 KB\""));
   EXPECT_THAT(page, Not(HasSubstr("href=\"#category-other\"")));
   const std::regex link("href=\"#([^\"]*)\"");
   for (const std::string& any : {page, reportPage(appReport())}) {
@@ -286,6 +340,9 @@ TEST(ReportPage, NamesAreTextEverywhere) {
   VolumeReport volume = volumeReport();
   volume.volume.name = evil;
   volume.largest.push_back({item("/Users/ann/" + evil, 10, 10), std::nullopt});
+  volume.places[0].item = item("/Users/ann/" + evil, 10, 10);
+  volume.places[0].app = evil;
+  volume.places[0].items = {{item("/Users/ann/a/" + evil, 5, 5), evil}};
   AppReport app = appReport();
   app.inspection.app.name = evil;
   app.inspection.app.version = evil;
