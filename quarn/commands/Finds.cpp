@@ -59,8 +59,9 @@ class FindPaths {
   std::unordered_map<std::string, std::vector<std::size_t>> positions_;
 };
 
-std::optional<SizedItem> scannedItem(const Scan& scan, const std::string& path) {
+std::optional<SizedItem> scannedItem(const Scan& scan, const std::string& path, HiddenItems hiddenItems) {
   if (const std::optional<ScannedFolder> folder = scan.folder(path)) {
+    if (hiddenItems == HiddenItems::include) return SizedItem{.size = folder->sizes};
     const SizeInfo hidden = scan.hiddenSizes(folder->id);
     return SizedItem{.size = {folder->sizes.allocatedBytes - hidden.allocatedBytes,
                               folder->sizes.logicalBytes - hidden.logicalBytes}};
@@ -84,7 +85,7 @@ std::vector<std::optional<std::size_t>> holdersOf(const std::vector<Artifact>& a
   return holders;
 }
 
-FindSizes::FindSizes(CommandContext& context, HiddenItems hidden) : context_(context) {
+FindSizes::FindSizes(CommandContext& context, HiddenItems hidden) : context_(context), hidden_(hidden) {
   if (context.scan() == nullptr) volume_.emplace(context.services().files, hidden);
 }
 
@@ -93,7 +94,8 @@ UnionSize FindSizes::together(const std::vector<FileURL>& urls) const {
   std::vector<std::string> paths;
   paths.reserve(urls.size());
   for (const FileURL& url : urls) paths.push_back(url.path());
-  return unionSize(std::move(paths), [&](const std::string& path) { return scannedItem(*context_.scan(), path); });
+  return unionSize(std::move(paths),
+                   [&](const std::string& path) { return scannedItem(*context_.scan(), path, hidden_); });
 }
 
 UnionSize FindSizes::together(const std::vector<Artifact>& artifacts) const {

@@ -25,7 +25,7 @@ class FindSizes {
   /// With `HiddenItems::skip`, hidden items in the finds do not count, as in an inspection.
   FindSizes(CommandContext& context, HiddenItems hidden);
 
-  /// Pass this to the inspection, so that nothing is walked twice. Not for a scan.
+  /// Pass this to what sizes single items, so that nothing is walked twice. Not for a scan.
   [[nodiscard]] FileSizeCalculator calculator() const { return volume_->calculator(); }
   [[nodiscard]] UnionSize together(const std::vector<FileURL>& urls) const;
   [[nodiscard]] UnionSize together(const std::vector<Artifact>& artifacts) const;
@@ -33,6 +33,7 @@ class FindSizes {
 
  private:
   CommandContext& context_;
+  HiddenItems hidden_;
   std::optional<UnionSizes> volume_;  // absent for a scan
 };
 

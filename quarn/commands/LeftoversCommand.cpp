@@ -8,6 +8,7 @@
 #include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Filters.h"
+#include "quarn/commands/Finds.h"
 #include "quarn/commands/HomeLeftovers.h"
 #include "quarn/commands/Homes.h"
 #include "quarn/commands/Inspection.h"
@@ -23,6 +24,12 @@ bool wantsSizes(const CommandContext& context) {
   const Arguments& arguments = context.arguments();
   return arguments.has("--size") || arguments.has("--min-size") ||
          arguments.text("--sort") == rawValue(ListOrder::size);
+}
+
+std::vector<Leftover> liveLeftovers(const FindSizes& sizes, CommandContext& context) {
+  if (!wantsSizes(context)) return leftoversOfHomes(context, /*sizes=*/nullptr);
+  const FileSizeCalculator calculator = sizes.calculator();
+  return leftoversOfHomes(context, &calculator);
 }
 
 // A scan has the sizes, and so the order of `--size`.
@@ -85,16 +92,39 @@ Table tableOf(CommandContext& context, const std::vector<Leftover>& leftovers) {
   return table;
 }
 
+UnionSize sumOf(const std::vector<Leftover>& leftovers, const FindSizes& sizes) {
+  std::vector<FileURL> urls;
+  for (const Leftover& leftover : leftovers) {
+    for (const LeftoverItem& item : leftover.items) urls.push_back(item.url);
+  }
+  return sizes.together(urls);
+}
+
+// With the sum of what is listed: space that other names hold stays when the leftovers go.
+void showSized(CommandContext& context, const std::vector<Leftover>& leftovers, const ListFilters& filters,
+               const FindSizes& sizes) {
+  const UnionSize sum = sumOf(leftovers, sizes);
+  // A scan does not know the other names of a file.
+  const HiddenItems counted = context.scan() != nullptr ? HiddenItems::skip : HiddenItems::include;
+  const nlohmann::ordered_json more{{"together", unionJSON(sum, counted)}};
+  showList(context, "leftovers", toJSON(leftovers), tableOf(context, leftovers), &filters, &more);
+  if (context.wantsJSON() || context.wantsLines() || leftovers.empty()) return;
+  context.print("\nTogether: " + context.size(sum.size.allocatedBytes) + " on disk.\n" +
+                unionNotes(sum, counted, context));
+}
+
 ExitCode runLeftovers(CommandContext& context) {
   ListFilters filters(context);
   const Scan* scan = context.scan();
-  std::vector<Leftover> leftovers =
-      scan != nullptr
-          ? scannedLeftovers(*scan, context)
-          : leftoversOfHomes(context, wantsSizes(context) ? &context.services().fileSizeCalculator : nullptr);
+  const FindSizes sizes(context, HiddenItems::include);
+  std::vector<Leftover> leftovers = scan != nullptr ? scannedLeftovers(*scan, context) : liveLeftovers(sizes, context);
   exclude(leftovers, filters);
   filters.apply(leftovers, factsOf);
-  showList(context, "leftovers", toJSON(leftovers), tableOf(context, leftovers), &filters);
+  if (wantsSizes(context)) {
+    showSized(context, leftovers, filters, sizes);
+  } else {
+    showList(context, "leftovers", toJSON(leftovers), tableOf(context, leftovers), &filters);
+  }
   return context.finish();
 }
 

@@ -28,9 +28,10 @@ void showTable(CommandContext& context, const Table& table, const ListFilters* f
 }
 
 void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table,
-              const ListFilters* filters) {
+              const ListFilters* filters, const nlohmann::ordered_json* more) {
   if (context.wantsJSON()) {
     nlohmann::ordered_json members{{std::string(name), list}};
+    if (more != nullptr) members.update(*more);
     if (filters != nullptr && filters->leftOut().rows > 0) {
       members["leftOut"] = {{"rows", filters->leftOut().rows}, {"bytes", filters->leftOut().bytes}};
     }

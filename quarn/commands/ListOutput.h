@@ -17,8 +17,9 @@ class ListFilters;
 void showTable(CommandContext& context, const Table& table, const ListFilters* filters = nullptr);
 
 /// Prints a list as the options require: a JSON document with the list as the member `name`, one JSON value per line,
-/// or the table. A document says in the member "leftOut" what `filters` left out.
+/// or the table. A document says in the member "leftOut" what `filters` left out, and has the members of `more`, if it
+/// is not null.
 void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table,
-              const ListFilters* filters = nullptr);
+              const ListFilters* filters = nullptr, const nlohmann::ordered_json* more = nullptr);
 
 }  // namespace quarn

@@ -131,6 +131,44 @@ TEST(LeftoversCommand, SizesThemWithHiddenItemsAndListsTheLargestFirst) {
   EXPECT_THAT(runOn(volume, {"leftovers"}).out, Not(HasSubstr("KB")));
 }
 
+TEST(LeftoversCommand, SaysWhichSpaceNamesOutsideTheListHold) {
+  MacVolume volume;
+  volume.file("~/Library/Caches/com.gone.Editor/a", 40_KiB).file("~/Library/Caches/com.gone.Editor/b", 8_KiB);
+  volume.hardLink("~/Documents/kept", "~/Library/Caches/com.gone.Editor/a");
+  const std::string text = runOn(volume, {"leftovers", "--size"}).out;
+  EXPECT_THAT(text, HasSubstr("\nTogether: 49 KB on disk.\n41 KB in 1 file with further names elsewhere: the space is "
+                              "free when all names are gone.\n"));
+  const nlohmann::json together = document(runOn(volume, {"leftovers", "--size", "--json"}))["together"];
+  EXPECT_EQ(together["size"]["logicalBytes"], 48_KiB);
+  EXPECT_EQ(together["heldFiles"], 1);
+  EXPECT_EQ(together["heldBytes"], 40_KiB);
+  EXPECT_THAT(runOn(volume, {"leftovers"}).out, Not(HasSubstr("Together")));
+}
+
+TEST(LeftoversCommand, ANameInAnotherListedLeftoverHoldsNothing) {
+  MacVolume volume;
+  volume.file("~/Library/Caches/com.gone.Editor/a", 40_KiB);
+  volume.folder("~/Library/Caches/org.gone.Other");
+  volume.hardLink("~/Library/Caches/org.gone.Other/a", "~/Library/Caches/com.gone.Editor/a");
+  EXPECT_THAT(
+      runOn(volume, {"leftovers", "--size"}).out,
+      HasSubstr("\nTogether: 41 KB on disk.\n1 file found under several names (hard links) and counted once.\n"));
+  EXPECT_THAT(runOn(volume, {"leftovers", "--size", "--limit", "1"}).out, HasSubstr("41 KB in 1 file with further"));
+}
+
+TEST(LeftoversCommand, OfAScanSaysNothingOfOtherNames) {
+  MacVolume volume;
+  MacVolume folder;
+  const std::string scan = folder.root() + "/s.quarn";
+  volume.file("~/Library/Caches/com.gone.Editor/.hidden", 40_KiB);
+  volume.hardLink("~/Documents/kept", "~/Library/Caches/com.gone.Editor/.hidden");
+  ASSERT_EQ(runOn(volume, {"scan", "-o", scan}).exitCode, 0);
+  const CommandRun run = runQuarn({"leftovers", "--size", "--json", "--scan", scan});
+  const nlohmann::json together = document(run)["together"];
+  EXPECT_EQ(together["size"]["logicalBytes"], 40_KiB);
+  EXPECT_FALSE(together.contains("heldFiles"));
+}
+
 TEST(LeftoversCommand, ByAgeItLeavesOutAppsWithARecentChangeAnywhere) {
   MacVolume volume;
   volume.file("~/Library/Caches/com.old.App/a").file("~/Library/Caches/com.recent.App/deep/a");
