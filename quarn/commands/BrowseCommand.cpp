@@ -173,28 +173,29 @@ constexpr std::array kBrowseOptions{
     kScanOption,
     OptionRow{.name = "--output",
               .argument = "FILE",
-              .help = "File for the marked paths, written by the key w; must not be on the inspected volume",
+              .help = "File for marked paths (w), not on the inspected volume",
               .shortName = "-o",
               .isHostPath = true},
-    OptionRow{.name = "--null", .help = "End each path in the file with a NUL, not with a line break"},
+    OptionRow{.name = "--null", .help = "End each path in the file with NUL, not a line break"},
 };
 constexpr std::array kBrowseExamples{
     ExampleRow{.line = "quarn browse", .meaning = "walk through the home folder"},
-    ExampleRow{.line = "quarn browse / --output paths.txt",
-               .meaning = "walk through the whole volume; the key w writes the marked paths"},
-    ExampleRow{.line = "quarn browse development", .meaning = "walk through the folders of a storage category"},
+    ExampleRow{.line = "quarn browse / --output paths.txt", .meaning = "the whole volume; w writes the marked paths"},
+    ExampleRow{.line = "quarn browse development", .meaning = "the folders of a storage category"},
 };
 constexpr CommandRow kBrowseRow{
     .name = "browse",
     .summary = "Walk through folders by size on the whole screen",
     .description =
-        "Shows each folder by size while it is being read, with owner, category and risk of every item. Nothing is "
-        "deleted.\n\n"
-        "Keys: arrows or h j k l move, Enter goes into a folder, Backspace out of it. \"s\" sorts by size, files, age, "
-        "owner or name in turn. \"/\" filters by a part of the name as you type. \"a\" switches between space on disk "
-        "and length. \"i\" shows whose the item is, why, and what removing it would mean. The space bar marks; the "
-        "last lines show what the marks hold together. \"p\" leaves and prints the marked items, \"w\" writes their "
-        "paths to the file of --output, \"q\" leaves, \"?\" lists the keys.\n\n"
+        "Shows each folder while it is being read, with owner, category and risk of every item. Nothing is deleted.\n\n"
+        "Keys: arrows or h j k l move, Enter goes into a folder, Backspace out of it. s sorts, / filters as you type, "
+        "a "
+        "switches between space and length, i explains an item. The space bar marks; p leaves and prints the marked "
+        "items, w writes their paths to the file of --output. q leaves, ? lists the keys.",
+    .details =
+        "Sorts by size, files, age, owner or name in turn. The explanation says whose an item is, why, and what "
+        "removing "
+        "it would mean. The last lines show what the marks hold together.\n\n"
         "Files and folders have sizes; links and special files have none and are not listed. A file with several names "
         "counts once in each folder. With --scan, small files are one row per folder: a scan has the largest files "
         "only.",

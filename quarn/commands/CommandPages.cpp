@@ -22,7 +22,10 @@ std::string optionNames(const OptionRow& option) {
 
 std::string optionTable(std::span<const OptionRow> options) {
   std::string text = "| option | meaning |\n| --- | --- |\n";
-  for (const OptionRow& option : options) text += fmt::format("| {} | {} |\n", optionNames(option), cell(option.help));
+  for (const OptionRow& option : options) {
+    text += fmt::format("| {} | {}{} |\n", optionNames(option), cell(option.help),
+                        option.isRepeatable ? "; may be repeated" : "");
+  }
   return text;
 }
 
@@ -46,6 +49,7 @@ std::string exampleBlock(std::span<const ExampleRow> examples) {
 std::string commandPage(const CommandRow& command) {
   std::string text = std::string(kGenerated) + fmt::format("# quarn {}\n\n{}.\n", command.name, command.summary);
   if (!command.description.empty()) text += fmt::format("\n{}\n", command.description);
+  if (!command.details.empty()) text += fmt::format("\n{}\n", command.details);
   text += "\n" + exampleBlock(command.examples);
   text += fmt::format("\n## Usage\n\n`{}`\n", synopsis(command));
   if (!command.positionals.empty()) text += "\n" + argumentTable(command.positionals);

@@ -44,6 +44,7 @@ struct CommandRow {
   std::string_view name{};
   std::string_view summary{};      ///< one sentence without a period
   std::string_view description{};  ///< paragraphs; may be empty
+  std::string_view details{};      ///< further paragraphs that the help leaves to the manual page; may be empty
   std::span<const PositionalRow> positionals{};
   std::span<const OptionRow> options{};
   std::span<const ExampleRow> examples{};

@@ -28,7 +28,7 @@ constexpr std::array kGlobalOptions{
               .isHostPath = true},
     OptionRow{.name = "--knowledge",
               .argument = "DIR",
-              .help = "Add vendors/ and storage-signatures.json of DIR; may be repeated",
+              .help = "Add vendors/ and storage-signatures.json of DIR",
               .isRepeatable = true,
               .isHostPath = true},
     OptionRow{.name = "--locale", .argument = "ID", .help = "Locale for sorting and texts: de_DE"},

@@ -278,17 +278,14 @@ constexpr std::array kTopOptions =
         OptionRow{.name = "--no-hidden", .help = "Leave out hidden items"},
         OptionRow{.name = "--by",
                   .argument = "SIZE",
-                  .help = "disk: rank by space on disk (default); length: by the larger of space and length",
+                  .help = "disk: space (default); length: the larger of both sizes",
                   .choices = "disk|length"},
         OptionRow{.name = "--limit", .argument = "N", .help = "List at most N items (default 20)", .isNumber = true},
     } +
     kFilters<Filter::minSize, Filter::olderThan, Filter::newerThan, Filter::exclude, Filter::owner, Filter::sort>;
 constexpr std::array kTopExamples{
-    ExampleRow{.line = "quarn top ~", .meaning = "the largest files of the home folder"},
-    ExampleRow{.line = "quarn top --category documents --limit 50",
-               .meaning = "the largest files of a storage category"},
-    ExampleRow{.line = "quarn top / --children", .meaning = "the sizes of the top-level folders"},
-    ExampleRow{.line = "quarn top --all-users", .meaning = "the largest files of all home folders, and whose they are"},
+    ExampleRow{.line = "quarn top --category documents --limit 50", .meaning = "the largest of a storage category"},
+    ExampleRow{.line = "quarn top --all-users", .meaning = "of all home folders, and whose they are"},
 };
 constexpr CommandRow kTopRow{.name = "top",
                              .summary = "List the largest items",

@@ -9,7 +9,8 @@
 namespace quarn {
 namespace {
 
-constexpr std::size_t kHelpWidth = 90;
+constexpr std::size_t kHelpWidth = 80;
+constexpr std::size_t kNameWidth = 24;     // of the names of options and arguments
 constexpr std::size_t kExampleWidth = 34;  // of most example lines
 constexpr std::size_t kExampleGap = 4;
 
@@ -29,27 +30,15 @@ std::string exitCodes() {
   return text + "\n";
 }
 
-std::string optionLines(std::span<const OptionRow> options) {
-  std::string text;
-  for (const OptionRow& option : options) {
-    const std::string names =
-        (option.shortName.empty() ? "" : std::string(option.shortName) + ", ") + std::string(option.name);
-    const std::string left = fmt::format("{} {}", names, option.argument);
-    text += fmt::format("  {:<22}{}\n", left, option.help);
-  }
-  return text;
-}
-
-std::string optionsLine() { return fmt::format("Global options and exit codes: quarn help {}\n", kOptionsTopic); }
-
-// Breaks lines between words; keeps the line breaks of the text.
-std::string wrapped(std::string_view text) {
+// Breaks lines between words; keeps the line breaks of the text. All lines but the first begin with `indent` spaces.
+std::string wrapped(std::string_view text, std::size_t indent = 0) {
+  const std::size_t most = kHelpWidth - indent;
   std::string result;
   std::size_t width = 0;
   while (!text.empty()) {
     const std::size_t end = std::min(text.find_first_of(" \n"), text.size());
-    const bool breaks = width > 0 && width + 1 + end > kHelpWidth;
-    if (width > 0) result += breaks ? '\n' : ' ';
+    const bool breaks = width > 0 && width + 1 + end > most;
+    if (width > 0) result += breaks ? "\n" + std::string(indent, ' ') : " ";
     result += text.substr(0, end);
     width = (width == 0 || breaks ? 0 : width + 1) + end;
     if (end < text.size() && text[end] == '\n') {
@@ -60,6 +49,22 @@ std::string wrapped(std::string_view text) {
   }
   return result + "\n";
 }
+
+std::string helpLine(std::string_view names, std::string_view help) {
+  return fmt::format("  {:<{}}", names, kNameWidth - 2) + wrapped(help, kNameWidth);
+}
+
+std::string optionLines(std::span<const OptionRow> options) {
+  std::string text;
+  for (const OptionRow& option : options) {
+    const std::string shortName = option.shortName.empty() ? "" : std::string(option.shortName) + ", ";
+    text += helpLine(fmt::format("{}{} {}{}", shortName, option.name, option.argument, option.isRepeatable ? "…" : ""),
+                     option.help);
+  }
+  return text;
+}
+
+std::string optionsLine() { return fmt::format("Global options and exit codes: quarn help {}\n", kOptionsTopic); }
 
 std::string programHelp() {
   std::string text =
@@ -80,13 +85,10 @@ std::string commandHelp(const CommandRow& command) {
                         : fmt::format("  {}\n      {}\n", example.line, example.meaning);
   }
   if (!command.examples.empty()) text += "\n";
+  if (!command.description.empty()) text += wrapped(command.description) + "\n";
   text += "Usage: " + synopsis(command) + "\n";
-  for (const PositionalRow& positional : command.positionals) {
-    text += fmt::format("  {:<20}{}\n", positional.name, positional.help);
-  }
-  if (!command.description.empty()) text += "\n" + wrapped(command.description);
-  if (!command.options.empty()) text += "\nOptions:\n" + optionLines(command.options);
-  return text + "\n" + optionsLine();
+  for (const PositionalRow& positional : command.positionals) text += helpLine(positional.name, positional.help);
+  return text + optionLines(command.options) + optionsLine();
 }
 
 }  // namespace

@@ -6,7 +6,8 @@
 
 namespace quarn {
 
-/// The help of a command, or of the program if null. Starts with examples.
+/// The help of a command, or of the program if null. Starts with examples. That of a command fits a terminal of 24
+/// lines of 80 columns; the manual page also has the row's details.
 std::string helpText(const CommandRow* command);
 /// The global options and the exit codes.
 std::string optionsHelpText();

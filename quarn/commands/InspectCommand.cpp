@@ -261,8 +261,7 @@ constexpr std::array kInspectOptions{
 constexpr std::array kInspectExamples{
     ExampleRow{.line = "quarn inspect \"Lumen Notes\"", .meaning = "by name"},
     ExampleRow{.line = "quarn inspect com.lumenworks.notes --json", .meaning = "by bundle identifier, as JSON"},
-    ExampleRow{.line = "quarn --volume /mnt/mac --home /Users/ann inspect \"/Applications/Lumen Notes.app\"",
-               .meaning = "by path, on a mounted volume"},
+    ExampleRow{.line = "quarn inspect \"/Applications/Lumen Notes.app\"", .meaning = "by path"},
     ExampleRow{.line = "quarn inspect --all --no-sizes", .meaning = "the number of artifacts of every app"},
 };
 constexpr CommandRow kInspectRow{
@@ -270,9 +269,10 @@ constexpr CommandRow kInspectRow{
     .summary = "Find everything that belongs to an application",
     .description =
         "Explains and sizes every artifact. The column MODE lists the cleanup modes that select an artifact by "
-        "default: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive. Then it lists what the whole volume "
-        "says: "
-        "further items of the app, items that it shares, and items that fit another app better.",
+        "default: c cacheOnly, d associatedDataOnly, r removeApp, a aggressive.",
+    .details =
+        "Then it lists what the whole volume says: further items of the app, items that it shares, and items that fit "
+        "another app better.",
     .positionals = kInspectPositionals,
     .options = kInspectOptions,
     .examples = kInspectExamples,

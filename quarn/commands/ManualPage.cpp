@@ -52,9 +52,9 @@ std::string roffOptions(std::span<const OptionRow> options) {
   std::string text;
   for (const OptionRow& option : options) {
     const std::string shortName = option.shortName.empty() ? "" : escapedForRoff(option.shortName) + ", ";
-    text +=
-        fmt::format(".TP\n\\fB{}{}\\fR{}\n{}", shortName, escapedForRoff(option.name),
-                    option.argument.empty() ? "" : fmt::format(" \\fI{}\\fR", option.argument), sentence(option.help));
+    text += fmt::format(".TP\n\\fB{}{}\\fR{}\n{}", shortName, escapedForRoff(option.name),
+                        option.argument.empty() ? "" : fmt::format(" \\fI{}\\fR", option.argument),
+                        sentence(std::string(option.help) + (option.isRepeatable ? "; may be repeated" : "")));
   }
   return text;
 }
@@ -62,6 +62,7 @@ std::string roffOptions(std::span<const OptionRow> options) {
 std::string roffCommand(const CommandRow& command) {
   std::string text = fmt::format(".SS {}\n{}", command.name, sentence(command.summary));
   text += roffText(command.description);
+  if (!command.details.empty()) text += ".PP\n" + roffText(command.details);
   for (const PositionalRow& positional : command.positionals) {
     text += fmt::format(".TP\n.I {}\n{}", positional.name, sentence(positional.help));
   }

@@ -199,10 +199,7 @@ constexpr std::array kPlanPositionals{
     PositionalRow{.name = "APP", .help = "Name, bundle identifier or path of an app", .isRequired = true}};
 constexpr std::array kPlanOptions{
     OptionRow{.name = "--mode", .argument = "MODE", .help = kModeHelp, .choices = kChoices<CleanupMode>},
-    OptionRow{.name = "--select",
-              .argument = "ID",
-              .help = "Plan only for this artifact; may be repeated",
-              .isRepeatable = true},
+    OptionRow{.name = "--select", .argument = "ID", .help = "Plan only for this artifact", .isRepeatable = true},
     OptionRow{.name = "--whole-volume",
               .help = "Leave out items of other apps, and add items with strong evidence for this app",
               .excludes = "--select"},
