@@ -4,7 +4,7 @@ SAMPLE ?= build/sample
 HOME_OF_SAMPLE = /Users/ann
 QUARN = build/dev/bin/quarn
 
-.PHONY: help packages test-packages macos-packages build demo test check tidy format bench bench-check bench-save recall fuzz corpora hostile test-confined soak soak-tsan pages \
+.PHONY: help packages test-packages macos-packages build demo test check tidy format bench bench-check bench-save recall fuzz corpora hostile test-confined soak soak-tsan pages picture \
         deb asan tsan macos macos-loader macos-test macos-test-platform macos-package clean
 
 help:
@@ -134,6 +134,12 @@ pages: packages
 	python3 tests/installation/install.py build/dev build/dev/installed/moved build/dev/installed/mac
 	for page in README.md docs/tutorial.md docs/rpc.md docs/embedding.md docs/commands/README.md; do \
 	  python3 tests/documentation/run_page.py --prefix build/dev/installed/moved --update $$page || exit 1; done
+
+# Regenerates the picture of a report in README.md.
+picture: test-packages
+	cmake --preset dev
+	cmake --build --preset dev --target quarn
+	docs/picture.sh
 
 deb: packages
 	cmake --preset package
