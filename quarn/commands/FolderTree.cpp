@@ -87,7 +87,7 @@ void readRecord(FolderTree& tree, const std::shared_ptr<const RecordedFolders>& 
 
 }  // namespace
 
-FolderTree recordedTree(std::shared_ptr<const RecordedFolders> folders) {
+FolderTree recordedTree(const std::shared_ptr<const RecordedFolders>& folders) {
   const auto walked = std::make_shared<WalkedTree>(*folders);
   FolderTree tree{.url = FileURL("/")};
   if (folders->size() > 0) tree.root = walked->entry(0);

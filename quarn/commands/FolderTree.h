@@ -42,7 +42,7 @@ struct FolderTree {
 /// Walks the folder, which must not be a link, and shows progress. Interrupted: what was read so far. Throws FileError.
 FolderTree walkedTree(const FileURL& folder, CommandContext& context);
 /// The whole volume, as a partitioned scan recorded it: each name of a file counts.
-FolderTree recordedTree(std::shared_ptr<const RecordedFolders> folders);
+FolderTree recordedTree(const std::shared_ptr<const RecordedFolders>& folders);
 /// The folder of the scan. Throws CommandError if the scan does not have it.
 FolderTree scannedTree(const FileURL& folder, const Scan& scan);
 

@@ -50,6 +50,7 @@ std::vector<VolumeReport::Item> ranked(std::vector<TopItem> items, std::int64_t 
                    [&](const TopItem& left, const TopItem& right) { return rank(left) > rank(right); });
   items.resize(std::min(items.size(), kReportedItems));
   std::vector<FileURL> urls;
+  urls.reserve(items.size());
   for (const TopItem& item : items) urls.push_back(item.url);
   const std::vector<std::optional<VendorPathHint>> hints = users.hints(urls);
   std::vector<VolumeReport::Item> result;
