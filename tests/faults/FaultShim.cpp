@@ -3,7 +3,10 @@
 //   QUARN_FAULT=CALL:ERRNO:WHEN   CALL:  openat2, open, openat, getdents64, statx, fstat, pread, pwrite, fsync,
 //                                        readlinkat, xattr, malloc, pthread_create
 //                                 WHEN:  n7 only the seventh call; e1 every call, e2 every second call
-//   QUARN_FAULT_MARK=FILE         exists once the library is loaded; gets one byte for each call that failed
+//               CALL:interrupt:nN CALL never fails. Call number N sends SIGINT to the process, as Ctrl-C does
+//   QUARN_FAULT_MARK=FILE         exists once the library is loaded; gets one byte for each call that failed, or for
+//   each
+//                                 call after the interrupt; each of these waits 10 ms
 //
 // The library sees only calls through the functions of the C library. "xattr" stands for flistxattr and fgetxattr.
 // "malloc" counts and fails only after main() began, and only for callers outside the C library and libplist: these two
@@ -11,10 +14,12 @@
 
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <iterator>
 
 #include <dlfcn.h>
@@ -66,9 +71,12 @@ constexpr Row kRows[] = {{"openat2:", Call::openat2},
                          {"malloc:", Call::malloc},
                          {"pthread_create:", Call::pthreadCreate}};
 
+constexpr const char* kInterrupt = "interrupt";
+
 Call chosen = Call::none;
 int error = 0;
 bool isEvery = false;
+bool isInterrupt = false;
 std::uint64_t number = 1;
 int mark = -1;
 std::atomic<std::uint64_t> calls = 0;
@@ -120,7 +128,10 @@ __attribute__((constructor)) void readEnvironment() {
   char* rest = nullptr;
   for (const Row& row : kRows) {
     if (std::strncmp(fault, row.name, std::strlen(row.name)) != 0) continue;
-    error = static_cast<int>(std::strtol(fault + std::strlen(row.name), &rest, 10));
+    const char* what = fault + std::strlen(row.name);
+    isInterrupt = std::strncmp(what, kInterrupt, std::strlen(kInterrupt)) == 0;
+    error = static_cast<int>(std::strtol(what, &rest, 10));
+    if (isInterrupt) rest += std::strlen(kInterrupt);
     isEvery = rest[1] == 'e';
     number = std::strtoull(rest + 2, nullptr, 10);
     chosen = row.call;
@@ -129,9 +140,23 @@ __attribute__((constructor)) void readEnvironment() {
   if (chosen == Call::malloc) ::dl_iterate_phdr(noteFragile, nullptr);
 }
 
+// The program receives signals on a thread of its own. From now on each call waits, so that this thread runs before
+// many more calls, and a program that goes on takes very long.
+void interrupt(std::uint64_t count) {
+  constexpr timespec kPause{.tv_sec = 0, .tv_nsec = 10'000'000};
+  if (count < number) return;
+  if (count == number) ::kill(::getpid(), SIGINT);
+  if (count > number && mark >= 0) ::syscall(SYS_write, mark, "x", 1);
+  ::nanosleep(&kPause, nullptr);
+}
+
 bool fails(Call call) {
   if (call != chosen) return false;
   const std::uint64_t count = ++calls;
+  if (isInterrupt) {
+    interrupt(count);
+    return false;
+  }
   if (isEvery ? count % number != 0 : count != number) return false;
   if (mark >= 0) ::syscall(SYS_write, mark, "x", 1);
   errno = error;

@@ -11,6 +11,7 @@
 #include "QuarnCore/scans/Scan.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "tests/quarn/commands/CommandRun.h"
+#include "tests/quarn/commands/FaultShim.h"
 #include "tests/support/MacVolume.h"
 
 namespace quarn {
@@ -27,32 +28,17 @@ const std::vector<Words>& commands() {
   return all;
 }
 
-/// Runs the command on the sample volume with the shim preloaded; `fault` as the shim takes it.
+/// Runs the command on the sample volume; `fault` as the shim takes it.
 class FaultyRun {
  public:
-  // The loader separates the names in LD_PRELOAD by spaces, and the build may be in a folder with spaces in its name.
-  FaultyRun() { std::filesystem::create_symlink(QUARN_FAULT_SHIM, shim_); }
-
-  CommandRun operator()(Words words, const std::string& fault) {
-    std::filesystem::remove(mark_);
-    words.insert(words.begin(), {"--volume", sampleFolder(), "--home", "/Users/ann", "--no-sandbox"});
-    CommandRun run = runQuarn(words, "",
-                              {"LD_PRELOAD=" + shim_, "QUARN_FAULT=" + fault, "QUARN_FAULT_MARK=" + mark_,
-                               "ASAN_OPTIONS=verify_asan_link_order=0"});
-    EXPECT_TRUE(std::filesystem::exists(mark_)) << "the shim was not loaded";
-    return run;
+  CommandRun operator()(const Words& words, const std::string& fault) {
+    return shim_.run(sampleFolder(), words, fault);
   }
   /// How many calls failed in the last run.
-  [[nodiscard]] std::uintmax_t failures() const {
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(mark_, error);
-    return error ? 0 : size;
-  }
+  [[nodiscard]] std::uintmax_t failures() const { return shim_.marks(); }
 
  private:
-  MacVolume folder_;
-  std::string mark_ = folder_.root() + "/mark";
-  std::string shim_ = folder_.root() + "/faults.so";
+  FaultShim shim_;
 };
 
 struct Fault {
