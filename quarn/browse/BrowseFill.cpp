@@ -7,6 +7,7 @@
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/walking/TreeSizer.h"
+#include "quarn/browse/BrowseWalk.h"
 
 namespace quarn {
 namespace {
@@ -43,12 +44,14 @@ void fillRoot(BrowseTree& tree, const FileManager& files, const std::string& pat
   }
   if (facts->type != FileType::directory) return;
   const Node node = tree.enter(BrowseTree::kTop, {.name = path});
+  BrowseWalk walk(tree);
   try {
     (void)TreeSizer::total(files, FileURL(path, URLKind::directory),
-                           {.cancellation = cancellation, .observer = &tree, .observedRoot = node});
+                           {.cancellation = cancellation, .observer = &walk, .observedRoot = node});
   } catch (const FileError&) {
     // The walk has put it into the read report.
   }
+  walk.finish();
 }
 
 /// Adds a folder of a scan, with what is below it.

@@ -64,27 +64,43 @@ void BrowseTree::leaveOut(Folder parent, const FolderFacts& facts) { (void)enter
 
 void BrowseTree::add(Folder /*folder*/, const Counted& /*files*/) {}
 
-void BrowseTree::keep(Folder folder, const File& file) {
-  const std::unique_lock lock(mutex_);
+BrowseTree::Node BrowseTree::createFile(Node folder, const File& file) {
   const Node node = create(folder, file.name, Kind::file);
   Entry& entry = at(node);
   entry.sizes = file.sizes;
   entry.files = 1;
   entry.newest = file.modified;
-  if (file.links > 1) return countLinked(node, file);
-  count(folder, entry);
+  return node;
 }
 
-bool BrowseTree::countIn(Node folder, const Entry& file) {
+void BrowseTree::keep(Folder folder, const File& file) { keepAll(folder, {&file, 1}); }
+
+void BrowseTree::keepAll(Folder folder, std::span<const File> files) {
+  const std::unique_lock lock(mutex_);
+  Entry together;
+  for (const File& file : files) {
+    const Node node = createFile(folder, file);
+    if (file.links > 1) {
+      countLinked(node, file);
+      continue;
+    }
+    together.sizes += file.sizes;
+    together.newest = std::max(together.newest, file.modified);
+    ++together.files;
+  }
+  if (together.files > 0) count(folder, together);
+}
+
+bool BrowseTree::countIn(Node folder, const Entry& files) {
   Entry& entry = at(folder);
-  entry.sizes += file.sizes;
-  entry.newest = std::max(entry.newest, file.newest);
-  if (entry.files < kMostFiles) ++entry.files;
+  entry.sizes += files.sizes;
+  entry.newest = std::max(entry.newest, files.newest);
+  entry.files += std::min(files.files, kMostFiles - entry.files);
   return folder != kTop;
 }
 
-void BrowseTree::count(Node folder, const Entry& file) {
-  while (countIn(folder, file)) folder = at(folder).parent;
+void BrowseTree::count(Node folder, const Entry& files) {
+  while (countIn(folder, files)) folder = at(folder).parent;
 }
 
 // A folder in which the file counts already was counted with all folders that hold it.

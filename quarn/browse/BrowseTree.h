@@ -21,8 +21,8 @@ namespace quarn {
 /// however many of the names are below. Links and special files have no size and are not in it.
 ///
 /// Who owns what: this owns all nodes and names. `mutex_` guards them, except the bytes of names, which never move or
-/// change. A writer holds it for one item, which costs a step per level; a reader for one item or `kSliceOfChildren`
-/// children. No other lock is taken while it is held.
+/// change. A writer holds it for one item or for the files that it adds together, and takes a step per level; a reader
+/// holds it for one item or `kSliceOfChildren` children. No other lock is taken while it is held.
 ///
 /// Memory: 56 bytes and the name per item, allocated in blocks that never move. Each name of a file with several names
 /// also costs about 40 bytes per folder that holds it.
@@ -69,6 +69,8 @@ class BrowseTree final : public FolderObserver {
   /// Does nothing, because `keep` receives every file.
   void add(Folder folder, const Counted& files) override;
   void keep(Folder folder, const File& file) override;
+  /// Several files of one folder. Takes the lock once, and counts those with one name together.
+  void keepAll(Folder folder, std::span<const File> files);
   /// An item with the sums of a scan. They do not count in its parent, whose sums are complete.
   Node addSummed(const Item& item);
   /// Sets the sums of the top.
@@ -135,8 +137,9 @@ class BrowseTree final : public FolderObserver {
   [[nodiscard]] Item itemAt(Node node) const;
   [[nodiscard]] const char* keepName(std::string_view name);
   Node create(Node parent, std::string_view name, Kind kind);
-  void count(Node folder, const Entry& file);
-  bool countIn(Node folder, const Entry& file);
+  Node createFile(Node folder, const File& file);
+  void count(Node folder, const Entry& files);
+  bool countIn(Node folder, const Entry& files);
   void countLinked(Node node, const File& file);
   [[nodiscard]] Node outermost(Node node, const std::unordered_set<Node>& marked) const;
   void countOnce(const std::unordered_set<Node>& marked, Union& sum) const;
