@@ -3,6 +3,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/Remedies.h"
 #include "tests/support/UnprivilegedUser.h"
 
 namespace quarn {
@@ -17,7 +18,7 @@ TEST(FolderCommands, AnUnreadableFolderIsReportedAndExitsIncomplete) {
   const UnprivilegedUser user;
   const CommandRun run = runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "top", "/Users/ann/Documents"});
   EXPECT_EQ(run.exitCode, 4);
-  EXPECT_EQ(run.err, "quarn: 1 item: permission denied: /Users/ann/Documents/closed (run as root)\n");
+  EXPECT_EQ(run.err, "quarn: 1 item: permission denied: /Users/ann/Documents/closed " + permissionRemedy() + "\n");
 }
 
 TEST(FolderCommands, AMissingNamedFolderIsAnError) {
@@ -43,10 +44,11 @@ TEST(FolderCommands, APathThatIsNotAFolderIsRefusedWithTheCause) {
   MacVolume volume;
   volume.file("~/file").link("/loop", "loop").link("/dangling", "nowhere").file("~/closed/in/a").mode("~/closed", 0000);
   const UnprivilegedUser user;
-  const std::vector<std::pair<std::string, std::string>> rows{{"~/file", "Not a directory"},
-                                                              {"/loop", "Too many levels of symbolic links"},
-                                                              {"/dangling", "No such file or directory"},
-                                                              {"~/closed/in", "Permission denied (run as root)"}};
+  const std::vector<std::pair<std::string, std::string>> rows{
+      {"~/file", "Not a directory"},
+      {"/loop", "Too many levels of symbolic links"},
+      {"/dangling", "No such file or directory"},
+      {"~/closed/in", "Permission denied " + permissionRemedy()}};
   for (const std::string command : {"top", "cloud"}) {
     for (const auto& [path, problem] : rows) {
       const CommandRun run = runQuarn({"--volume", volume.root(), command, path});

@@ -7,6 +7,7 @@
 #include "quarn/sample/SampleVolume.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/Remedies.h"
 #include "tests/support/UnprivilegedUser.h"
 
 namespace quarn {
@@ -112,7 +113,8 @@ TEST_F(Unread, EveryCommandThatWalksCountsDeniedItemsAndExitsIncomplete) {
   for (const Case& any : cases()) {
     const CommandRun result = runClosed(any.closed, any.words);
     EXPECT_EQ(result.exitCode, 4) << joined(any);
-    EXPECT_EQ(result.err, "quarn: 1 item: permission denied: " + any.closed + " (run as root)\n") << joined(any);
+    EXPECT_EQ(result.err, "quarn: 1 item: permission denied: " + any.closed + " " + permissionRemedy() + "\n")
+        << joined(any);
   }
 }
 
@@ -121,7 +123,7 @@ TEST_F(Unread, VerboseListsEachItem) {
     std::vector<std::string> words = any.words;
     words.emplace_back("--verbose");
     EXPECT_EQ(runClosed(any.closed, words).err,
-              "quarn: 1 item: permission denied (run as root)\nquarn: permission: " + any.closed + "\n")
+              "quarn: 1 item: permission denied " + permissionRemedy() + "\nquarn: permission: " + any.closed + "\n")
         << joined(any);
   }
 }
@@ -150,7 +152,8 @@ TEST_F(Unread, QuietPrintsNothingAndStillExitsIncomplete) {
 TEST_F(Unread, AFailingCommandReportsUnreadItemsToo) {
   const CommandRun result = runClosed("/Applications", {"inspect", "Lumen Notes", "--json"});
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_THAT(result.err, testing::StartsWith("quarn: 1 item: permission denied: /Applications (run as root)\n"));
+  EXPECT_THAT(result.err,
+              testing::StartsWith("quarn: 1 item: permission denied: /Applications " + permissionRemedy() + "\n"));
   const auto document = nlohmann::json::parse(result.out);
   EXPECT_EQ(document["unreadable"]["items"][0]["path"], "/Applications");
   EXPECT_THAT(document["error"]["message"].get<std::string>(), HasSubstr("no app \"Lumen Notes\""));
