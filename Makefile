@@ -56,7 +56,7 @@ demo: packages
 TEST_JOBS ?= $(shell expr $$(nproc) + 1)
 test: test-packages
 	$(CONFIGURE_DEV)
-	cmake --build --preset dev
+	cmake --build --preset dev --target quarn quarn_resources quarn_manual QuarnCore
 	ctest --preset dev -j $(TEST_JOBS)
 
 check: packages
@@ -123,7 +123,7 @@ soak-tsan: test-packages
 # The tests without openat2, as an ordinary user, with 20 descriptors, and in 256 MiB of memory.
 test-confined: test-packages
 	cmake --preset dev
-	cmake --build --preset dev
+	cmake --build --preset dev --target quarn quarn_resources quarn_manual QuarnCore
 	python3 tests/confined/run.py --build build/dev $(CONFINED)
 
 # Regenerates the pages that are made from tables, and the output of the commands in all pages.
@@ -159,11 +159,12 @@ macos-loader: test-packages
 	$(CONFIGURE_DEV)
 	cmake --build --preset dev --target macho_run
 
+# MACOS_TEST_OPTIONS="--part 2/8" runs one of eight parts; see tests/macos/run_tests.py.
 MACOS_TESTS = platform_tests models_tests system_tests core_tests quarn_tests_program
 macos-test: macos macos-loader
 	cmake --build --preset dev --target quarn quarn_resources
 	cmake --build --preset macos-x86_64 --target loader_unwinder $(MACOS_TESTS)
-	tests/macos/run-tests.sh build/macos/x86_64 build/dev/bin/macho_run $(MACOS_TESTS)
+	tests/macos/run_tests.py $(MACOS_TEST_OPTIONS) build/macos/x86_64 build/dev/bin/macho_run $(MACOS_TESTS)
 	rm -rf build/macos/sample
 	$(QUARN) sample build/macos/sample > /dev/null
 	tests/macos/compare.py $(QUARN) build/macos/sample build/dev/bin/macho_run --with \
@@ -172,7 +173,7 @@ macos-test: macos macos-loader
 # Every merge: the tests of the lowest layer, where the systems differ.
 macos-test-platform: macos macos-loader
 	cmake --build --preset macos-x86_64 --target loader_unwinder platform_tests
-	tests/macos/run-tests.sh build/macos/x86_64 build/dev/bin/macho_run platform_tests
+	tests/macos/run_tests.py build/macos/x86_64 build/dev/bin/macho_run platform_tests
 
 macos-package: macos macos-loader
 	cmake --build --preset macos-x86_64 --target loader_unwinder quarn_manual QuarnCore
