@@ -56,7 +56,7 @@ demo: packages
 TEST_JOBS ?= $(shell expr $$(nproc) + 1)
 test: test-packages
 	$(CONFIGURE_DEV)
-	cmake --build --preset dev --target quarn quarn_resources quarn_manual QuarnCore
+	cmake --build --preset dev
 	ctest --preset dev -j $(TEST_JOBS)
 
 check: packages
@@ -123,7 +123,7 @@ soak-tsan: test-packages
 # The tests without openat2, as an ordinary user, with 20 descriptors, and in 256 MiB of memory.
 test-confined: test-packages
 	cmake --preset dev
-	cmake --build --preset dev --target quarn quarn_resources quarn_manual QuarnCore
+	cmake --build --preset dev
 	python3 tests/confined/run.py --build build/dev $(CONFINED)
 
 # Regenerates the pages that are made from tables, and the output of the commands in all pages.
