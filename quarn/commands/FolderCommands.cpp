@@ -106,7 +106,7 @@ std::vector<FileURL> scannedFolders(const Scan& scan, CommandContext& context) {
 
 std::vector<TopItem> scannedItems(const Scan& scan, TopFilters& filters, CommandContext& context) {
   refuseWithScan(context, "--visits", "a scan has seen everything");
-  refuseWithScan(context, "--all-users", "a scan knows whether it is of all users");
+  refuseWithScan(context, "--all-users", "a scan has the home folder of one user");
   const Arguments& arguments = context.arguments();
   const ScannedItems items(scan);
   const bool hidden = !arguments.has("--no-hidden");

@@ -143,7 +143,7 @@ std::optional<Scan> scanToCompare(const Arguments& arguments) {
     throw UsageError("report APP cannot be combined with --scan: a scan has no removal plans");
   }
   if (arguments.has("--all-users") && arguments.has("--scan")) {
-    throw UsageError("--all-users cannot be combined with --scan: a scan knows whether it is of all users");
+    throw UsageError("--all-users cannot be combined with --scan: a scan has the home folder of one user");
   }
   const std::optional<std::string> file = arguments.text("--since");
   if (!file) return std::nullopt;

@@ -296,7 +296,7 @@ ExitCode runStorage(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
   if (words.empty() && context.arguments().has("--roots")) throw UsageError("--roots requires a CATEGORY");
   if (context.arguments().has("--scan"))
-    refuseWithScan(context, "--all-users", "a scan knows whether it is of all users");
+    refuseWithScan(context, "--all-users", "a scan has the home folder of one user");
   ListFilters filters(context);
   if (words.empty()) refuseFilters(context.arguments());
   if (words.empty()) return showOverview(context);

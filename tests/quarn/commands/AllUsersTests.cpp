@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include <gmock/gmock.h>
 
 #include "tests/quarn/commands/CommandDocument.h"
@@ -106,6 +108,21 @@ TEST(AllUsers, TheReportHasATableOfUsersAndTheLeftoversOfAll) {
                              HasSubstr("/Users/ann/Library/Caches/com.gone.Editor"), Not(HasSubstr("~/"))));
   EXPECT_THAT(runForAll(volume, {"report", "Notes", "--output", "-"}).err,
               HasSubstr("--all-users cannot be combined with APP"));
+}
+
+TEST(AllUsers, AScanHasOneUserOnly) {
+  MacVolume volume;
+  filled(volume);
+  const std::string scan = volume.root() + ".scan";
+  ASSERT_EQ(runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "scan", "-o", scan}).exitCode, 0);
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"storage"}, {"top"}, {"report", "-o", "-"}}) {
+    std::vector<std::string> all = words;
+    all.insert(all.end(), {"--scan", scan, "--all-users"});
+    const CommandRun run = runQuarn(all);
+    EXPECT_EQ(run.exitCode, 2) << words.front();
+    EXPECT_THAT(run.err, HasSubstr("--all-users cannot be combined with --scan: a scan has ")) << words.front();
+  }
+  std::filesystem::remove(scan);
 }
 
 TEST(AllUsers, AHomeCannotBeNamedToo) {
