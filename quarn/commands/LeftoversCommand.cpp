@@ -1,11 +1,15 @@
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "QuarnCore/ownership/Leftovers.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/text/Text.h"
+#include "QuarnSystem/UnionSizes.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Filters.h"
 #include "quarn/commands/Finds.h"
@@ -100,10 +104,26 @@ UnionSize sumOf(const std::vector<Leftover>& leftovers, const FindSizes& sizes) 
   return sizes.together(urls);
 }
 
+// The sizes are known already. Looking each item up again would list the files of its folder for each of them.
+UnionSize scannedSumOf(const std::vector<Leftover>& leftovers) {
+  std::vector<std::string> paths;
+  std::unordered_map<std::string, std::optional<SizeInfo>> sizes;
+  for (const Leftover& leftover : leftovers) {
+    for (const LeftoverItem& item : leftover.items) {
+      paths.push_back(item.url.path());
+      sizes.emplace(item.url.path(), item.size);
+    }
+  }
+  return unionSize(std::move(paths), [&](const std::string& path) -> std::optional<SizedItem> {
+    const std::optional<SizeInfo>& size = sizes.at(path);
+    return size ? std::optional(SizedItem{.size = *size}) : std::nullopt;
+  });
+}
+
 // With the sum of what is listed: space that other names hold stays when the leftovers go.
 void showSized(CommandContext& context, const std::vector<Leftover>& leftovers, const ListFilters& filters,
                const FindSizes& sizes) {
-  const UnionSize sum = sumOf(leftovers, sizes);
+  const UnionSize sum = context.scan() != nullptr ? scannedSumOf(leftovers) : sumOf(leftovers, sizes);
   // A scan does not know the other names of a file.
   const HiddenItems counted = context.scan() != nullptr ? HiddenItems::skip : HiddenItems::include;
   const nlohmann::ordered_json more{{"together", unionJSON(sum, counted)}};

@@ -27,7 +27,7 @@ nav ul{display:flex;flex-wrap:wrap;gap:.3rem 1.2rem;list-style:none;margin:1rem 
 .bar{display:flex;height:2.1rem;border-radius:10px;overflow:hidden;background:var(--card);margin:.75rem 0 1rem}
 .bar span{flex:0 0 auto;box-shadow:inset -1px 0 var(--paper)}.bar span:last-child{box-shadow:none}
 .map{position:relative;aspect-ratio:2;list-style:none;margin:1rem 0;padding:0;border-radius:10px;overflow:hidden;background:var(--card)}
-.map li{position:absolute;left:var(--x);top:var(--y);width:var(--w);height:var(--h);container-type:size;background:var(--paper)}
+.map li{position:absolute;margin:0;left:var(--x);top:var(--y);width:var(--w);height:var(--h);container-type:size;background:var(--paper)}
 .map a{position:absolute;inset:1px;padding:.4rem .55rem;border-radius:4px;color:#fff;text-decoration:none;font-size:.82rem;line-height:1.3;overflow:hidden;overflow-wrap:anywhere}
 .map a:hover{filter:brightness(1.12)}.map a:focus-visible{outline-color:#fff;outline-offset:-4px}
 .map a.head{bottom:auto;height:1.5rem;padding:.1rem .5rem;border-radius:4px 4px 0 0;white-space:nowrap}.map .head b{display:inline;margin-right:.6em}

@@ -79,6 +79,18 @@ TEST(AppOwnership, AModeTakesOfTheAddedEntriesOnlyWhatItTakesByItself) {
               ElementsAre("/Users/ann/Library/WebKit/com.example.App"));
 }
 
+TEST(AppOwnership, ARemovalTakesNoAddedEntryOnWeakEvidence) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .file("~/Library/WebKit/com.example.App/a")
+      .file("~/Library/WebKit/com.example.other/a");
+  const AppInspection inspection{.app = exampleApp()};
+  const OwnershipMap map = Mapper(volume).map();
+  ASSERT_EQ(ownerOf(volume, map, "~/Library/WebKit/com.example.other"), "owned Example onlyAppOfVendor");
+  EXPECT_THAT(paths(chosenArtifacts(inspection, CleanupMode::removeApp, map)),
+              ElementsAre("/Users/ann/Library/WebKit/com.example.App"));
+}
+
 TEST(AppOwnership, NamesTheFindsThatTheAppSharesOrMayShare) {
   MacVolume volume;
   volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})

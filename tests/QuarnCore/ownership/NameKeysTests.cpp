@@ -20,6 +20,8 @@ TEST(NameKeys, OmitVersionsChannelsAndEditions) {
   EXPECT_EQ(reducedNameKey("Go 2"), "go");
   EXPECT_EQ(reducedNameKey("R 4"), "r4");
   EXPECT_EQ(unversionedNameKey("My App Helper 3"), "myapphelper");
+  EXPECT_EQ(unversionedNameKey("Notely v2"), "notely");
+  EXPECT_EQ(unversionedNameKey("Notely V"), "notelyv");
 }
 
 TEST(NameKeys, IdentifiersAreDistinguishedFromNames) {

@@ -59,6 +59,19 @@ INSTANTIATE_TEST_SUITE_P(Rows, OwnershipByName, ::testing::Values(
     NamedCase{"~/Library/Application Support/AddressBook", "system"}));
 // clang-format on
 
+TEST(OwnershipEvidence, InAnIdentifierANameOfFourLettersCounts) {
+  MacVolume volume;
+  volume.app("/Applications/Lynx.app", {.bundleIdentifier = "com.example.first", .name = "Lynx"})
+      .app("/Applications/Elk.app", {.bundleIdentifier = "com.example.second", .name = "Elk"})
+      .file("~/Library/Preferences/com.example.LynxSettings.plist")
+      .file("~/Library/Preferences/com.example.ElkSettings.plist");
+  const OwnershipMap map = Mapper(volume).map();
+  EXPECT_EQ(ownerOf(volume, map, "~/Library/Preferences/com.example.LynxSettings.plist"),
+            "owned Lynx vendorIdentifierName");
+  EXPECT_THAT(ownerOf(volume, map, "~/Library/Preferences/com.example.ElkSettings.plist"),
+              ::testing::Not(::testing::HasSubstr("vendorIdentifierName")));
+}
+
 TEST(OwnershipEvidence, TheIdentifierOfAnEmbeddedBundleBelongsToTheApp) {
   MacVolume volume;
   volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
