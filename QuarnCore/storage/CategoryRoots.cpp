@@ -125,16 +125,16 @@ void append(std::vector<FileURL>& urls, const std::vector<FileURL>& more) {
 
 CategoryRoots::CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints,
                              FileURL quarantine, const FileManager& files, RootScope scope,
-                             std::shared_ptr<Lists> known)
+                             std::shared_ptr<CategoryLists> known)
     : signatures_(signatures),
       vendorHints_(vendorHints),
       quarantine_(std::move(quarantine)),
       files_(files),
       scope_(scope),
-      known_(known ? std::move(known) : std::make_shared<Lists>()) {}
+      known_(known ? std::move(known) : std::make_shared<CategoryLists>()) {}
 
 std::vector<FileURL> CategoryRoots::roots(Category category, bool includeDiscovered) const {
-  const auto [place, isNew] = known_->try_emplace({category, includeDiscovered});
+  const auto [place, isNew] = known_->lists.try_emplace({category, includeDiscovered});
   if (isNew) {
     place->second = find(category, includeDiscovered);
     dropQuarantined(place->second);

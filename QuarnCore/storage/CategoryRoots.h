@@ -14,20 +14,23 @@
 
 namespace quarn {
 
+/// The lists that were found so far, by category and by whether discovered folders are in them.
+struct CategoryLists {
+  std::map<std::pair<StorageCategoryID, bool>, std::vector<FileURL>> lists{};
+};
+
 /// The folders of the storage categories on the volume. Create one per operation: it caches each list, because the
 /// lists depend on each other. Not thread-safe. The references that the constructor takes must outlive it. Lists are
 /// incomplete after the file manager's cancellation is set.
 class CategoryRoots {
  public:
-  /// The lists that were found so far, by category and by whether discovered folders are in them.
-  using Lists = std::map<std::pair<StorageCategoryID, bool>, std::vector<FileURL>>;
-
   /// The folder `quarantine` contains no roots, because its content is not the user's data. With the scope `home`, the
   /// lists lack the folders that all users share and the home folders of others. They may still name paths outside the
   /// home folder, which come from vendor profiles. Objects of the same scope that share `known` find each list once;
   /// they must belong to one thread. Null: a cache of its own.
   CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints, FileURL quarantine,
-                const FileManager& files, RootScope scope = RootScope::volume, std::shared_ptr<Lists> known = nullptr);
+                const FileManager& files, RootScope scope = RootScope::volume,
+                std::shared_ptr<CategoryLists> known = nullptr);
 
   /// The roots of the category in order, existing or not. `includeDiscovered` only affects games.
   [[nodiscard]] std::vector<FileURL> roots(StorageCategoryID category, bool includeDiscovered) const;
@@ -64,7 +67,7 @@ class CategoryRoots {
   const FileURL quarantine_;
   const FileManager& files_;
   const RootScope scope_;
-  const std::shared_ptr<Lists> known_;
+  const std::shared_ptr<CategoryLists> known_;
 };
 
 }  // namespace quarn

@@ -1,5 +1,6 @@
 #include "QuarnCore/storage/StorageDashboardService.h"
 
+#include "QuarnCore/storage/CategoryRoots.h"
 #include "QuarnCore/storage/PartitionedScan.h"
 #include "QuarnCore/storage/ScanRoots.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
@@ -98,7 +99,7 @@ StorageDashboardService::StorageDashboardService(VolumeInfoClient volumeInfoClie
       quarantineManager_(std::move(quarantineManager)),
       files_(std::move(files)) {}
 
-void StorageDashboardService::rememberRoots() { knownRoots_ = std::make_shared<CategoryRoots::Lists>(); }
+void StorageDashboardService::rememberRoots() { knownRoots_ = std::make_shared<CategoryLists>(); }
 
 CategoryRoots StorageDashboardService::categoriesOn(const FileManager& files, RootScope scope) const {
   const auto known = scope == RootScope::volume ? knownRoots_ : nullptr;

@@ -6,7 +6,6 @@
 #include <optional>
 #include <vector>
 
-#include "QuarnCore/storage/CategoryRoots.h"
 #include "QuarnCore/storage/RootScope.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
 #include "QuarnCore/storage/VendorPathHintIndex.h"
@@ -18,7 +17,9 @@
 
 namespace quarn {
 
+class CategoryRoots;
 class RecordedFolders;
+struct CategoryLists;
 struct ScanPlan;
 
 /// The storage categories: their folders and their sizes. Synchronous and read-only. Finds the roots on every call,
@@ -109,7 +110,7 @@ class StorageDashboardService {
   VendorPathHintIndex vendorHints_;
   QuarantineManager quarantineManager_;
   FileManager files_;
-  std::shared_ptr<CategoryRoots::Lists> knownRoots_;
+  std::shared_ptr<CategoryLists> knownRoots_;
 };
 
 }  // namespace quarn

@@ -50,8 +50,10 @@ for word in "$@"; do
   esac
   words+=("$word")
 done
-[ -n "$named" ] || [ "$1" = sample ] || words=(--volume "$SAMPLE" --home /Users/ann "${words[@]}")
-case " $* " in *" --volume /mnt/mac "*) [[ " $* " = *" --home "* ]] || words+=(--home /Users/ann) ;; esac
+home=(--home /Users/ann)
+case " $* " in *" --all-users "*) home=() ;; esac
+[ -n "$named" ] || [ "$1" = sample ] || words=(--volume "$SAMPLE" "${home[@]}" "${words[@]}")
+case " $* " in *" --volume /mnt/mac "*) [[ " $* " = *" --home "* ]] || words+=("${home[@]}") ;; esac
 case " $* " in *" browse "*) exec python3 "$ON_TERMINAL" "$QUARN" "${words[@]}" ;; esac
 exec "$QUARN" "${words[@]}"
 """
