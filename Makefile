@@ -179,6 +179,8 @@ macos-package: macos macos-loader
 	cmake --build --preset macos-x86_64 --target loader_unwinder quarn_manual QuarnCore
 	cmake --build --preset macos-arm64 --target QuarnCore
 	cmake/macos/package.sh build/macos "$(MACOS_PACKAGE_URL)"
+	cmake --build --preset dev --target quarn quarn_resources quarn_manual QuarnCore
+	python3 tests/macos/package_tests.py build/macos $(QUARN) build/dev/bin/macho_run
 
 asan tsan: test-packages
 	cmake --preset $@
