@@ -1,4 +1,6 @@
+#include <array>
 #include <cerrno>
+#include <cstdint>
 #include <memory>
 
 #include <fcntl.h>
@@ -67,7 +69,7 @@ TEST_F(AccessTimesOfTheProcess, NothingIsReadIfTheyMustBeKeptAndItDidNotAsk) {
 }
 
 TEST_F(AccessTimesOfTheProcess, AVolumeWhereNoneCanChangeIsReadThoughItDidNotAsk) {
-  for (const std::uint32_t flag : {MNT_RDONLY, MNT_NOATIME}) {
+  for (const auto flag : std::array<std::uint32_t, 2>{MNT_RDONLY, MNT_NOATIME}) {
     volume_.xattr("/", darwin::kMountAttribute, darwin::bytesOf(flag));
     const FileManager files = forensic();
     EXPECT_EQ(files.accessTimes(), AccessTimes::keepIfPermitted) << flag;
