@@ -1,6 +1,7 @@
 #pragma once
 
-/// Rules for ASCII alone, for loops over many names. Other bytes are no letters and stay as they are.
+/// Character functions for ASCII only, cheap enough for loops over many names. They treat other bytes as non-letters
+/// and leave them unchanged.
 namespace quarn::ascii {
 
 constexpr char lowercased(char byte) {

@@ -41,9 +41,9 @@ std::string footer(const ReportFrame& frame);
 
 /// A stacked bar of the tiles. Hidden from screen readers, because the table below it has the same data.
 std::string bar(const std::vector<Tile>& tiles);
-/// A treemap, or a treemap of treemaps: a list of links to the rows of the tiles. A tile that others divide has its
-/// name in a strip above them. The tiles of the third level are no tab stops, because they lead where their parents
-/// lead.
+/// A treemap, or a treemap of treemaps: a list of links to the rows of the tiles. A tile with tiles inside shows
+/// its name in a strip above them. The Tab key skips the tiles of the third level, because they link to the same rows
+/// as their parents.
 std::string map(const std::vector<Tile>& tiles, std::string_view label, SizeUnits units);
 /// The bar of a share in the cell of a table.
 std::string meter(double share, std::string_view colorClass);

@@ -1,6 +1,7 @@
 #include <filesystem>
+#include <string>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "QuarnPlatform/files/FileManager.h"
@@ -11,21 +12,19 @@
 namespace quarn {
 namespace {
 
-using ::testing::HasSubstr;
-
 // On a Mac a process may keep the access times of everyone's items.
 TEST(VolumeOptions, ForensicRefusesWhereAccessTimesCannotBeKept) {
   MacVolume volume;
   volume.app("/Applications/Only.app", {.bundleIdentifier = "com.example.only"}).folder("~");
   if (::geteuid() != 0) GTEST_SKIP() << "only root can give a folder to another user";
   const VolumeMount mount = volume.files().mount();
-  if (mount.isReadOnly || mount.keepsAccessTimes) GTEST_SKIP() << "nothing here has an access time to keep";
+  const bool canChange = !mount.isReadOnly && !mount.keepsAccessTimes;
   std::filesystem::permissions(volume.root(), std::filesystem::perms(0755));
   ASSERT_EQ(::chown(volume.root().c_str(), 65534, 65534), 0);
   const UnprivilegedUser user;
   const CommandRun run = runQuarn({"--forensic", "--volume", volume.root(), "--home", "/Users/ann", "apps"});
-  EXPECT_EQ(run.exitCode, 1);
-  EXPECT_THAT(run.err, HasSubstr("would change access times"));
+  EXPECT_EQ(run.exitCode, canChange ? 1 : 0) << run.err;
+  EXPECT_EQ(run.err.find("would change access times") != std::string::npos, canChange) << run.err;
 }
 
 }  // namespace
