@@ -54,30 +54,74 @@ METHODS = [
 
 
 class Canary:
-    """A folder that nothing may open: every opening and reading in it is counted."""
+    """A folder that nothing may open: every opening and reading in it is recorded, with the process that did it.
 
-    OPENED = 0x20 | 0x1  # IN_OPEN, IN_ACCESS
+    Root hears of the process (fanotify), so that another program which walks the disk meanwhile is no failure. An ordinary
+    user hears of the item only (inotify), and every opening counts.
+    """
+
+    OPENED = 0x20 | 0x1  # FAN_OPEN and FAN_ACCESS; IN_OPEN and IN_ACCESS have the same values
+    MARK_ADD, ON_FOLDERS_AND_CHILDREN, AT_WORKING_FOLDER = 1, 0x40000000 | 0x08000000, -100
 
     def __init__(self, folder):
         self.folder = folder
         (folder / "inner").mkdir(parents=True)
         (folder / "Info.plist").write_text("<plist><dict><key>CFBundleName</key><string>CANARY</string></dict></plist>")
         (folder / "inner" / "secret").write_text("CANARY" * 1000)
-        library = ctypes.CDLL(None, use_errno=True)
-        self.notify = library.inotify_init1(os.O_NONBLOCK | os.O_CLOEXEC)
+        self.library = ctypes.CDLL(None, use_errno=True)
+        self.opened, self.lock = [], threading.Lock()
+        self.notify = self.library.fanotify_init(0x1 | 0x2, os.O_RDONLY | os.O_CLOEXEC)
+        self.names_processes = self.notify >= 0
+        if not self.names_processes:
+            self.notify = self.library.inotify_init1(os.O_NONBLOCK | os.O_CLOEXEC)
         for watched in (folder, folder / "inner"):
-            library.inotify_add_watch(self.notify, str(watched).encode(), self.OPENED)
+            self.watch(str(watched).encode())
+        # At once, because a process that has ended can no longer be asked whose it was.
+        threading.Thread(target=self.listen, daemon=True).start()
 
-    def touched(self):
-        """What was opened since the last call."""
-        names = []
+    def watch(self, path):
+        if self.names_processes:
+            mask = ctypes.c_uint64(self.OPENED | self.ON_FOLDERS_AND_CHILDREN)
+            error = self.library.fanotify_mark(self.notify, self.MARK_ADD, mask, self.AT_WORKING_FOLDER, path)
+        else:
+            error = self.library.inotify_add_watch(self.notify, path, self.OPENED)
+        if error < 0:
+            sys.exit(f"the canary cannot be watched: {os.strerror(ctypes.get_errno())}")
+
+    def listen(self):
+        while True:
+            select.select([self.notify], [], [])
+            with self.lock:
+                self.take_in()
+
+    def take_in(self):
         while select.select([self.notify], [], [], 0)[0]:
             data = os.read(self.notify, 65536)
             while data:
-                _, mask, _, length = struct.unpack_from("iIII", data)
-                names.append((mask, data[16:16 + length].rstrip(b"\0").decode()))
-                data = data[16 + length:]
-        return names
+                if self.names_processes:
+                    length, _, _, _, _, descriptor, process = struct.unpack_from("=IBBHQii", data)
+                    path = os.readlink(f"/proc/self/fd/{descriptor}")
+                    os.close(descriptor)
+                    self.opened.append((path, process, session_of(process)))
+                else:
+                    length = 16 + struct.unpack_from("iIII", data)[3]
+                    self.opened.append((data[16:length].rstrip(b"\0").decode(), None, None))
+                data = data[length:]
+
+    def touched(self, process=None):
+        """What `process`, which leads a session, or an unknown process has opened since the last call."""
+        with self.lock:
+            self.take_in()
+            opened, self.opened = self.opened, []
+        return [(path, by) for path, by, session in opened if session in (None, process)]
+
+
+def session_of(process):
+    """None for a process that has ended."""
+    try:
+        return os.getsid(process)
+    except ProcessLookupError:
+        return None
 
 
 def limits(descriptors, data_bytes, user):
@@ -146,7 +190,7 @@ class Attacker:
             out.seek(0)
             text = err.read().decode(errors="replace")
             self.peak = max(self.peak, usage.ru_maxrss // 1024)
-            found = self.problems_of(process.returncode, text, out.read(), usage, time.monotonic() - started)
+            found = self.problems_of(process, text, out.read(), usage, time.monotonic() - started)
         if before is not None and self.state() != before:
             found.append("the volume changed")
         problems += [f"{attack}, {way.name}: {' '.join(words[1:])}: {problem}" for problem in found]
@@ -156,8 +200,8 @@ class Attacker:
         """In a folder that an ordinary user may write."""
         return [str(self.canary.folder.parent / "scans" / "scan") if word == "SCAN" else word for word in words]
 
-    def problems_of(self, code, err, out, usage, seconds):
-        found = []
+    def problems_of(self, process, err, out, usage, seconds):
+        found, code = [], process.returncode
         if code < 0 or seconds >= SECONDS:
             found.append(f"ended by signal {-code} after {seconds:.1f} s")
         elif code not in (0, 1, 3, 4):
@@ -168,7 +212,7 @@ class Attacker:
             found.append(f"internal error: {err[:200]}")
         if b"CANARY" in out:
             found.append("the output holds the canary")
-        if touched := self.canary.touched():
+        if touched := self.canary.touched(process.pid):
             found.append(f"the canary was opened: {touched[:3]}")
         if usage.ru_maxrss * 1024 > MEMORY + 64 * MEBIBYTE:
             found.append(f"{usage.ru_maxrss // 1024} MiB of memory")
