@@ -39,7 +39,7 @@ build: packages
 	cmake --preset release
 	cmake --build --preset release
 
-# A first build compiles the libraries in batches, which halves its time. A build that is configured keeps its setting.
+# A first build compiles libraries and tests in batches, which halves its time. A build that is configured keeps its setting.
 CONFIGURE_DEV = cmake --preset dev $(if $(wildcard build/dev/CMakeCache.txt),,-DQUARN_UNITY=ON)
 
 demo: packages

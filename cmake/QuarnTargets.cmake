@@ -44,9 +44,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug
 endif()
 set(QUARN_STANDARD_HEADERS <algorithm> <functional> <map> <memory> <optional> <string> <string_view> <unordered_map> <vector>)
 
-# Compiles several sources of a library at once: a clean build takes less time, one edit takes more. Sources of one library
-# must not use one name for different things in their unnamed namespaces.
-option(QUARN_UNITY "Compile the libraries in batches of sources (faster clean builds, slower edits)" OFF)
+# Compiles several sources of a library or test program at once: a clean build takes less time, one edit takes more. Sources of one
+# library must not use one name for different things in their unnamed namespaces. Test sources have a namespace each for that reason.
+option(QUARN_UNITY "Compile libraries and tests in batches of sources (faster clean builds, slower edits)" OFF)
 function(quarn_unity NAME)
   set_target_properties(${NAME} PROPERTIES UNITY_BUILD ${QUARN_UNITY} UNITY_BUILD_BATCH_SIZE 8)
   if(QUARN_UNITY)
@@ -86,6 +86,7 @@ function(quarn_tests NAME FOLDER)
   else()
     target_precompile_headers(${NAME} REUSE_FROM quarn_test_support)
   endif()
+  quarn_unity(${NAME})
   quarn_suites(${NAME} "" "${properties}")
 endfunction()
 

@@ -7,7 +7,7 @@
 #include "QuarnCore/storage/VendorPathHintIndex.h"
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 
-namespace quarn {
+namespace quarn::record_hash_tests {
 namespace {
 
 using Evidence = KernelExtensionAssociationService::Evidence;
@@ -91,4 +91,4 @@ TEST(BundleAnchors, NameTheBundleThatTheRegistriesAreLoadedFrom) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::record_hash_tests

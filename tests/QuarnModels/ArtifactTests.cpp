@@ -5,7 +5,7 @@
 
 #include "QuarnModels/Artifact.h"
 
-namespace quarn {
+namespace quarn::artifact_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -146,4 +146,4 @@ TEST(Artifacts, AreAppendedInOrderToTheEnd) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::artifact_tests

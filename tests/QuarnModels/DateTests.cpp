@@ -2,7 +2,7 @@
 
 #include "QuarnModels/Date.h"
 
-namespace quarn {
+namespace quarn::date_tests {
 namespace {
 
 TEST(Date, IsWrittenAndReadInOneForm) {
@@ -38,4 +38,4 @@ TEST(Date, ADayOrTimeThatDoesNotExistIsRefused) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::date_tests

@@ -5,7 +5,7 @@
 #include "QuarnModels/RemovalPlan.h"
 #include "QuarnModels/Storage.h"
 
-namespace quarn {
+namespace quarn::raw_value_tests {
 namespace {
 
 template <class Enumeration>
@@ -118,4 +118,4 @@ TEST(RawValue, NamesAreCompileTimeConstants) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::raw_value_tests

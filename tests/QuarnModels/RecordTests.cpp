@@ -8,7 +8,7 @@
 #include "QuarnModels/SizeInfo.h"
 #include "QuarnModels/SystemRecords.h"
 
-namespace quarn {
+namespace quarn::record_tests {
 namespace {
 
 constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
@@ -87,4 +87,4 @@ TEST(RemovalPlan, IsAPreviewByDefault) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::record_tests

@@ -6,7 +6,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::app_discovery_client_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -405,4 +405,4 @@ TEST(AppDiscoveryClient, NamesThatAreNotUtf8AndEscapeSequencesAreKeptByteForByte
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::app_discovery_client_tests

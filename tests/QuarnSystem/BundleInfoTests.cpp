@@ -5,7 +5,7 @@
 #include "QuarnSystem/BundleInfo.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::bundle_info_tests {
 namespace {
 
 const FileURL kBundle("/Applications/Phone.app");
@@ -139,4 +139,4 @@ TEST(BundleInfo, AFileOfTheLargestSizeIsReadAndAByteMoreIsNot) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::bundle_info_tests

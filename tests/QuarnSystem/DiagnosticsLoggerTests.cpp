@@ -15,7 +15,7 @@
 #include "QuarnSystem/DiagnosticsLogger.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::diagnostics_logger_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -234,4 +234,4 @@ TEST_F(DiagnosticsLoggerTest, AFullDiskHasNoEffectOnTheCaller) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::diagnostics_logger_tests

@@ -5,7 +5,7 @@
 #include "QuarnSystem/EntitlementsReader.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::entitlements_reader_tests {
 namespace {
 
 using sample::kArm64;
@@ -169,4 +169,4 @@ TEST(EntitlementsReader, ASnapshotReadsAProgramThatAppsShareOnce) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::entitlements_reader_tests

@@ -9,7 +9,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::file_size_calculator_tests {
 namespace {
 
 enum class Slow : std::uint8_t { allowed, notAllowed };
@@ -292,4 +292,4 @@ TEST(FileSizeCalculator, ADeepTreeIsSizedWholeWithAndWithoutExclusions) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::file_size_calculator_tests

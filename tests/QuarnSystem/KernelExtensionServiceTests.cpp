@@ -6,7 +6,7 @@
 #include "QuarnSystem/KernelExtensionService.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::kernel_extension_service_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -172,4 +172,4 @@ TEST(KernelExtensionService, ASnapshotReadsEachListOnceOnFirstUse) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::kernel_extension_service_tests

@@ -7,7 +7,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::launchd_scanner_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -184,4 +184,4 @@ TEST(LaunchdScanner, OneListUnderManyNamesIsKeptAsOftenAsTheLimitAllows) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::launchd_scanner_tests

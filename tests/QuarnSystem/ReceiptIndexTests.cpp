@@ -8,7 +8,7 @@
 #include "QuarnSystem/ReceiptSnapshot.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::receipt_index_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -95,4 +95,4 @@ TEST(ReceiptIndex, EveryQueryOfASnapshotFindsWhatTheFirstOneWouldFind) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::receipt_index_tests

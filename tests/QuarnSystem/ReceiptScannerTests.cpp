@@ -9,7 +9,7 @@
 #include "QuarnSystem/ReceiptScanner.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::receipt_scanner_tests {
 namespace {
 
 using sample::BomBuilder;
@@ -523,4 +523,4 @@ TEST(ReceiptScanner, PathsBeyondTheLimitOfAnAnswerAreLeftOutAndReported) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::receipt_scanner_tests

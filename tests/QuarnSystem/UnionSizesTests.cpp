@@ -3,7 +3,7 @@
 #include "QuarnSystem/UnionSizes.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::union_sizes_tests {
 namespace {
 
 std::vector<FileURL> urls(const MacVolume& volume, const std::vector<std::string>& paths) {
@@ -101,4 +101,4 @@ TEST(UnionSizes, AnUnknownSizeMakesTheSumInexact) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::union_sizes_tests

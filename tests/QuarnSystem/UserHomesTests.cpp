@@ -4,7 +4,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::user_homes_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -34,4 +34,4 @@ TEST(UserHomes, AVolumeWithoutUsersHasNoneAndAClosedFolderIsAnError) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::user_homes_tests

@@ -6,7 +6,7 @@
 #include "QuarnSystem/VolumeClients.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::volume_clients_tests {
 namespace {
 
 VolumeInfo infoOf(const MacVolume& volume) { return VolumeInfoClient::live(volume.files()).systemVolume(); }
@@ -114,4 +114,4 @@ TEST(QuarantineManager, TheFolderIsInTheHomeFolderAndNeedNotExist) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::volume_clients_tests

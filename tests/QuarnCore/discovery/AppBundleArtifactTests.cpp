@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::app_bundle_artifact_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -106,4 +106,4 @@ TEST(GroupContainers, AGroupThatNamesNothingInsideTheFolderIsIgnored) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::app_bundle_artifact_tests

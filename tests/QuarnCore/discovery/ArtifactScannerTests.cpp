@@ -10,7 +10,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/ResourceFolder.h"
 
-namespace quarn {
+namespace quarn::artifact_scanner_tests {
 namespace {
 
 using ::testing::Contains;
@@ -190,4 +190,4 @@ TEST(ArtifactScanner, ExplanationsAreInTheUsersLanguageAndTitlesAreNot) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::artifact_scanner_tests

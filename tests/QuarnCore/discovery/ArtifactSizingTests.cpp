@@ -8,7 +8,7 @@
 #include "tests/support/ItemSizes.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::artifact_sizing_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -144,4 +144,4 @@ TEST(ArtifactSizing, ASumThatDoesNotFitIsAnError) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::artifact_sizing_tests

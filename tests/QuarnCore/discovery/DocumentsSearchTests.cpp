@@ -8,7 +8,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::documents_search_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -170,4 +170,4 @@ TEST(DocumentsSearch, AnUnreadableFolderIsFoundAndTheWalkContinues) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::documents_search_tests

@@ -4,7 +4,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/QuarnCore/discovery/KernelExtensionWorld.h"
 
-namespace quarn {
+namespace quarn::kernel_extension_association_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -212,4 +212,4 @@ TEST(KernelExtensionAssociation, ExtensionsOfAVolumeAreClaimedByAProfile) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::kernel_extension_association_tests

@@ -4,7 +4,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/QuarnCore/discovery/KernelExtensionWorld.h"
 
-namespace quarn {
+namespace quarn::kernel_extension_evidence_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -178,4 +178,4 @@ TEST(KernelExtensionClaim, PatternsOfManyStarsAreAnsweredAtOnce) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::kernel_extension_evidence_tests

@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::launchd_artifacts_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -114,4 +114,4 @@ TEST(LaunchdArtifacts, EachJobIsOneArtifactInTheListedOrder) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::launchd_artifacts_tests

@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::receipt_artifacts_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -72,4 +72,4 @@ TEST(ReceiptArtifacts, ReceiptsWithoutFilesAreTheSameItems) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::receipt_artifacts_tests

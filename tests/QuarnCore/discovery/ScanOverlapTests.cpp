@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::scan_overlap_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -182,4 +182,4 @@ TEST(ScanOverlap, AnArtifactThatLosesAnItemIsSizedWithoutIt) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scan_overlap_tests

@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::shared_vendor_folder_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -86,4 +86,4 @@ TEST_F(SharedVendorFolders, AnAppBelongsToAVendorByNormalisedNameOrIdentifier) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::shared_vendor_folder_tests

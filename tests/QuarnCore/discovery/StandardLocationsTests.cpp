@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::standard_locations_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -223,4 +223,4 @@ TEST(StandardLocations, AnotherHomeIsAnotherPlace) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::standard_locations_tests

@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::system_heuristic_search_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -109,4 +109,4 @@ TEST(SystemHeuristicSearch, HiddenItemsPackageContentsAndLinkedRootsAreSkipped) 
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::system_heuristic_search_tests

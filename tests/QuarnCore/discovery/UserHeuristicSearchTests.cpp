@@ -8,7 +8,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::user_heuristic_search_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -290,4 +290,4 @@ TEST(UserHeuristicSearch, NamesThatAreNotUTF8AreFoundByTheirValidPart) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::user_heuristic_search_tests

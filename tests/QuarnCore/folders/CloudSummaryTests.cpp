@@ -6,7 +6,7 @@
 #include "tests/support/ItemSizes.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::cloud_summary_tests {
 namespace {
 
 constexpr bool kSizePackages = true;
@@ -131,4 +131,4 @@ TEST(CloudSummary, ASumThatDoesNotFitIsAnError) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::cloud_summary_tests

@@ -5,7 +5,7 @@
 
 #include "QuarnCore/folders/LargestItems.h"
 
-namespace quarn {
+namespace quarn::largest_items_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -93,4 +93,4 @@ TEST(LargestItems, AgreeWithTheRuleOnRandomKeys) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::largest_items_tests

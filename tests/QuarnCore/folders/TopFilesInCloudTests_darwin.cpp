@@ -4,7 +4,7 @@
 #include "tests/QuarnCore/folders/TopItemsFixture.h"
 #include "tests/macos/emulation/Emulation.h"
 
-namespace quarn {
+namespace quarn::top_files_in_cloud_tests_darwin {
 namespace {
 
 using ::testing::ElementsAre;
@@ -34,4 +34,4 @@ TEST_F(TopFilesInCloud, ItTakesNoPlaceFromAFileThatIsHere) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::top_files_in_cloud_tests_darwin

@@ -8,7 +8,7 @@
 #include "tests/support/ItemSizes.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::top_files_recursively_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -289,4 +289,4 @@ TEST(TopFilesRecursively, NamesAndUrlsSurviveAnyBytes) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::top_files_recursively_tests

@@ -7,7 +7,7 @@
 #include "tests/support/FileErrors.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::top_items_listing_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -289,4 +289,4 @@ TEST(SizedItems, EqualItemsKeepTheirOrderAndRepetitionsStay) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::top_items_listing_tests

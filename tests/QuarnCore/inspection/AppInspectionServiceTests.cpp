@@ -8,7 +8,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/QuarnCore/inspection/Inspector.h"
 
-namespace quarn {
+namespace quarn::app_inspection_service_tests {
 namespace {
 
 using ::testing::Contains;
@@ -258,4 +258,4 @@ TEST(ACancelledSearch, FindsNothingMore) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::app_inspection_service_tests

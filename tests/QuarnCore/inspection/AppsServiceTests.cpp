@@ -7,7 +7,7 @@
 #include "tests/support/ItemSizes.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::apps_service_tests {
 namespace {
 
 using ::testing::IsEmpty;
@@ -80,4 +80,4 @@ TEST(AppsService, TheErrorOfABundleThatHasDisappearedReachesTheCaller) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::apps_service_tests

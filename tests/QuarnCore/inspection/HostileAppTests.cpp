@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/QuarnCore/inspection/Inspector.h"
 
-namespace quarn {
+namespace quarn::hostile_app_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -181,4 +181,4 @@ TEST_F(HostileApp, AVeryLongNameIsComparedWithManyItemsAtOnce) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::hostile_app_tests

@@ -7,7 +7,7 @@
 #include "QuarnSystem/AppDiscoveryClient.h"
 #include "tests/QuarnCore/inspection/Inspector.h"
 
-namespace quarn {
+namespace quarn::inspect_all_tests {
 namespace {
 
 using ::testing::SizeIs;
@@ -205,4 +205,4 @@ TEST(InspectAll, ReadsJobsAndExtensionsOnceForAllApps) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::inspect_all_tests

@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/QuarnCore/inspection/Inspector.h"
 
-namespace quarn {
+namespace quarn::inspection_concurrency_tests {
 namespace {
 
 TEST(InspectionConcurrency, TwoConcurrentInspectionsFindTheSameAsSeparateOnes) {
@@ -59,4 +59,4 @@ TEST(InspectionConcurrency, ProgressIsReportedOnTheCallersThread) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::inspection_concurrency_tests

@@ -4,7 +4,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/QuarnCore/inspection/Inspector.h"
 
-namespace quarn {
+namespace quarn::inspection_kernel_extensions_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -76,4 +76,4 @@ TEST_F(InspectionKernelExtensions, EveryPhasesArtifactCanBeReplaced) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::inspection_kernel_extensions_tests

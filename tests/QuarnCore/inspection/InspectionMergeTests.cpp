@@ -6,7 +6,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/QuarnCore/inspection/Inspector.h"
 
-namespace quarn {
+namespace quarn::inspection_merge_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -169,4 +169,4 @@ TEST_F(InspectionMerge, TheScanSizesAndSortsOnRequest) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::inspection_merge_tests

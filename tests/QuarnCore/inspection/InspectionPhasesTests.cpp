@@ -4,7 +4,7 @@
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/QuarnCore/inspection/Inspector.h"
 
-namespace quarn {
+namespace quarn::inspection_phases_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -167,4 +167,4 @@ TEST(InspectionPhases, ASwitchedOffPhaseDoesNoWork) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::inspection_phases_tests

@@ -13,7 +13,7 @@
 #include "tests/support/ProjectFolder.h"
 #include "tests/support/ResourceFolder.h"
 
-namespace quarn {
+namespace quarn::localized_texts_tests {
 namespace {
 
 /// Uses a language that translates every sentence of the catalogue to itself with "«" before it.
@@ -180,4 +180,4 @@ TEST(LocalizedTexts, EverySentenceOfTheCatalogueIsUsedByDiscoveryAPlanOrTheOwner
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::localized_texts_tests

@@ -6,7 +6,7 @@
 #include "tests/QuarnCore/inspection/Inspector.h"
 #include "tests/QuarnCore/ownership/Owners.h"
 
-namespace quarn {
+namespace quarn::app_ownership_tests {
 namespace {
 
 using ::testing::Contains;
@@ -111,4 +111,4 @@ TEST(AppOwnership, NamesTheFindsThatTheAppSharesOrMayShare) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::app_ownership_tests

@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/ownership/Owners.h"
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 
-namespace quarn {
+namespace quarn::item_owners_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -109,4 +109,4 @@ TEST(ItemOwners, APackageOfManyAppsListsSomeAndCountsTheOthers) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::item_owners_tests

@@ -4,7 +4,7 @@
 #include "QuarnCore/ownership/Leftovers.h"
 #include "tests/QuarnCore/ownership/Owners.h"
 
-namespace quarn {
+namespace quarn::leftovers_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -259,4 +259,4 @@ TEST(Leftovers, InAFolderThatAppsShareTheEntriesCountOneByOne) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::leftovers_tests

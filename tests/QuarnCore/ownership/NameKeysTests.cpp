@@ -2,7 +2,7 @@
 
 #include "QuarnCore/ownership/NameKeys.h"
 
-namespace quarn {
+namespace quarn::name_keys_tests {
 namespace {
 
 TEST(NameKeys, HoldOnlyLettersAndDigits) {
@@ -70,4 +70,4 @@ TEST(NameKeys, LeadingTeamsAndGroupsAreRemovedFromIdentifiers) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::name_keys_tests

@@ -4,7 +4,7 @@
 #include "QuarnCore/ownership/AppFactsReader.h"
 #include "tests/QuarnCore/ownership/Owners.h"
 
-namespace quarn {
+namespace quarn::ownership_evidence_tests {
 namespace {
 
 struct NamedCase {
@@ -223,4 +223,4 @@ TEST(OwnershipEvidence, TheLastPartOfAnIdentifierNamesTheAppHoweverLongTheIdenti
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::ownership_evidence_tests

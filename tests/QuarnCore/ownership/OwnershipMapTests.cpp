@@ -4,7 +4,7 @@
 #include "QuarnCore/ownership/OwnershipMap.h"
 #include "tests/QuarnCore/ownership/Owners.h"
 
-namespace quarn {
+namespace quarn::ownership_map_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -201,4 +201,4 @@ TEST(OwnershipMap, ManyIdentifiersOfAVendorAreNotAllItsOneInstalledApps) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::ownership_map_tests

@@ -6,7 +6,7 @@
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::app_removal_planner_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -173,4 +173,4 @@ TEST(AppRemovalPlanner, EstimatedBytesThatDoNotFitAreAnError) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::app_removal_planner_tests

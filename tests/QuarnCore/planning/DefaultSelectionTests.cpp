@@ -4,7 +4,7 @@
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "tests/QuarnCore/discovery/ArtifactLines.h"
 
-namespace quarn {
+namespace quarn::default_selection_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -119,4 +119,4 @@ TEST(DefaultSelection, OfNoArtifactsIsEmpty) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::default_selection_tests

@@ -6,7 +6,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/ResourceFolder.h"
 
-namespace quarn {
+namespace quarn::plan_notes_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -115,4 +115,4 @@ TEST(PlanNotes, AreInTheUsersLanguageWithTheirCounts) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::plan_notes_tests

@@ -4,7 +4,7 @@
 #include "QuarnCore/planning/AppRemovalPlanner.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::plan_targets_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -155,4 +155,4 @@ TEST_F(PlanTargets, FoldersStayKnownToBeFolders) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::plan_targets_tests

@@ -11,7 +11,7 @@
 #include "QuarnCore/scans/ScanSchema.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
 
-namespace quarn {
+namespace quarn::hostile_scan_tests {
 namespace {
 
 using Problem = ScanError::Problem;
@@ -186,4 +186,4 @@ TEST_F(HostileScan, ReadingChangesNothingBesideTheFile) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::hostile_scan_tests

@@ -8,7 +8,7 @@
 #include "tests/QuarnCore/scans/ScannedVolume.h"
 #include "tests/support/ProjectFolder.h"
 
-namespace quarn {
+namespace quarn::osquery_tests {
 namespace {
 
 using nlohmann::ordered_json;
@@ -53,4 +53,4 @@ TEST(OsqueryConfiguration, EachTableHasTheDocumentedFormAndReadsATableOfAScan) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::osquery_tests

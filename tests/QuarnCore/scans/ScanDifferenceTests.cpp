@@ -8,7 +8,7 @@
 #include "QuarnCore/scans/ScanWriter.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
 
-namespace quarn {
+namespace quarn::scan_difference_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -184,4 +184,4 @@ TEST_F(ScanDifferenceTest, AnEmptyScanCanBeCompared) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scan_difference_tests

@@ -8,7 +8,7 @@
 #include "QuarnCore/scans/ScanSchema.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
 
-namespace quarn {
+namespace quarn::scan_export_tests {
 namespace {
 
 using ::testing::HasSubstr;
@@ -63,4 +63,4 @@ TEST(ScanExport, ACancelledExportWritesNoPartOfATable) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scan_export_tests

@@ -16,7 +16,7 @@
 #include "tests/QuarnCore/scans/ScannedVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::scan_store_tests {
 namespace {
 
 using ::testing::Contains;
@@ -259,4 +259,4 @@ TEST_F(ScanStoreTest, AKilledWriterLeavesTheOldScanOrTheNewOne) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scan_store_tests

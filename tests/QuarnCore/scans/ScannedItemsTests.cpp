@@ -8,7 +8,7 @@
 #include "QuarnCore/scans/ScannedItems.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
 
-namespace quarn {
+namespace quarn::scanned_items_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -137,4 +137,4 @@ TEST(ScannedItems, AFolderThatIsNotInTheScanIsMissing) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scanned_items_tests

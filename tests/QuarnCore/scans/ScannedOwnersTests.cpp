@@ -3,7 +3,7 @@
 #include "QuarnCore/scans/ScannedOwners.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
 
-namespace quarn {
+namespace quarn::scanned_owners_tests {
 namespace {
 
 class ScannedOwnersTest : public testing::Test {
@@ -67,4 +67,4 @@ TEST_F(ScannedOwnersTest, AnItemInAnEntryHasNoAnswerButTheEntryIsKnown) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scanned_owners_tests

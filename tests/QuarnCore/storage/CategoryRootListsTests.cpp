@@ -2,7 +2,7 @@
 
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 
-namespace quarn {
+namespace quarn::category_root_lists_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -170,4 +170,4 @@ TEST(TopItemRoots, OfOtherCategoriesAreTheCategorysRoots) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::category_root_lists_tests

@@ -4,7 +4,7 @@
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::category_roots_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -297,4 +297,4 @@ TEST(CategoryRoots, ListingsThatCannotBeReadAreReported) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::category_roots_tests

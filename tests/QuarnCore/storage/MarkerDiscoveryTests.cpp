@@ -4,7 +4,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::marker_discovery_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -165,4 +165,4 @@ TEST(MarkerDiscovery, AFolderInTwoSearchRootsIsFoundOnce) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::marker_discovery_tests

@@ -3,7 +3,7 @@
 #include "QuarnCore/storage/MarkerPattern.h"
 #include "QuarnPlatform/text/Text.h"
 
-namespace quarn {
+namespace quarn::marker_pattern_tests {
 namespace {
 
 bool matches(std::string_view pattern, std::string_view name) {
@@ -54,4 +54,4 @@ TEST(MarkerPattern, AnEmptyPatternMatchesOnlyAnEmptyName) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::marker_pattern_tests

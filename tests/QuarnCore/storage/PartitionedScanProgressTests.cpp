@@ -9,7 +9,7 @@
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/MemoryVolume.h"
 
-namespace quarn {
+namespace quarn::partitioned_scan_progress_tests {
 namespace {
 
 using ::testing::Contains;
@@ -244,4 +244,4 @@ TEST(PartitionedScanOverflow, TotalsOfSeveralRootsThatDoNotFitAreAnError) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::partitioned_scan_progress_tests

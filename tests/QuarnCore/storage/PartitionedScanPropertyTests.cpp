@@ -7,7 +7,7 @@
 #include "QuarnCore/storage/RecordedFolders.h"
 #include "tests/QuarnCore/storage/PlainScan.h"
 
-namespace quarn {
+namespace quarn::partitioned_scan_property_tests {
 namespace {
 
 using Category = StorageCategoryID;
@@ -219,4 +219,4 @@ INSTANTIATE_TEST_SUITE_P(EachHome, PartitionedScanProperty,
                          [](const auto& home) { return "Home" + std::to_string(home.index); });
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::partitioned_scan_property_tests

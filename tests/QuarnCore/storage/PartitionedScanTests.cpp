@@ -4,7 +4,7 @@
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::partitioned_scan_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -309,4 +309,4 @@ TEST(PartitionedScan, DeepFoldersAreCountedToTheirEnd) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::partitioned_scan_tests

@@ -8,7 +8,7 @@
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/text/Text.h"
 
-namespace quarn {
+namespace quarn::plain_scan {
 namespace {
 
 using Category = StorageCategoryID;
@@ -167,4 +167,4 @@ class PlainScan {
 
 std::vector<PlainlyScanned> plainScan(const DashboardVolume& volume) { return PlainScan(volume).run(); }
 
-}  // namespace quarn
+}  // namespace quarn::plain_scan

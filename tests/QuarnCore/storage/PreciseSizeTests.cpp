@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::precise_size_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -269,4 +269,4 @@ TEST(CloudRoots, AnUnreadableOneEndsTheCallWhenNoEstimateYields) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::precise_size_tests

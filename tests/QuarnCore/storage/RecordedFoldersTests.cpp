@@ -4,7 +4,7 @@
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::recorded_folders_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -155,4 +155,4 @@ TEST(RecordedFolders, MissingItemsAreNotFound) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::recorded_folders_tests

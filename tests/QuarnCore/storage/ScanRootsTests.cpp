@@ -3,7 +3,7 @@
 #include "QuarnCore/storage/PartitionedScan.h"
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 
-namespace quarn {
+namespace quarn::scan_roots_tests {
 namespace {
 
 using ::testing::Contains;
@@ -222,4 +222,4 @@ TEST(ScanModes, TheFlagsSelectTheWalkedItems) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scan_roots_tests

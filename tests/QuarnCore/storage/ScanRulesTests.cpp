@@ -6,7 +6,7 @@
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/text/Text.h"
 
-namespace quarn {
+namespace quarn::scan_rules_tests {
 namespace {
 
 using Category = StorageCategoryID;
@@ -55,4 +55,4 @@ TEST(ScanRules, TheDictionaryAnswersAsThePlainRuleDoesForRandomNames) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scan_rules_tests

@@ -8,7 +8,7 @@
 #include "QuarnPlatform/text/Text.h"
 #include "tests/support/ProjectFolder.h"
 
-namespace quarn {
+namespace quarn::shipped_signatures_tests {
 namespace {
 
 using Category = StorageCategoryID;
@@ -89,4 +89,4 @@ TEST(ShippedSignatures, MarkersAreForGamesAndSpecific) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::shipped_signatures_tests

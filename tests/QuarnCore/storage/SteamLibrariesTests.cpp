@@ -6,7 +6,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::steam_libraries_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -148,4 +148,4 @@ TEST(SteamAppFolders, AHundredMegabytesOfGarbageAreNotRead) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::steam_libraries_tests

@@ -5,7 +5,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "tests/support/ResourceFolder.h"
 
-namespace quarn {
+namespace quarn::storage_signature_registry_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -173,4 +173,4 @@ TEST(StorageSignatureRegistry, TheLastRuleForAnExtensionWinsIgnoringCase) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::storage_signature_registry_tests

@@ -5,7 +5,7 @@
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::users_dashboard_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -175,4 +175,4 @@ TEST(UsersDashboard, StopsWhenCancelled) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::users_dashboard_tests

@@ -8,7 +8,7 @@
 #include "tests/QuarnCore/VendorCategoryTable.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::vendor_path_hint_index_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -293,4 +293,4 @@ TEST(VendorPathHintIndex, ThePathOfAHintIsStandardised) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::vendor_path_hint_index_tests

@@ -7,7 +7,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/ResourceFolder.h"
 
-namespace quarn {
+namespace quarn::deep_inspector_service_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -289,4 +289,4 @@ TEST(DeepInspector, WithNoRuleAndNoProfileThereIsNothing) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::deep_inspector_service_tests

@@ -6,7 +6,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::listed_folders_tests {
 namespace {
 
 TEST(ListedFolders, ShowTheVisibleEntriesInTheirOrder) {
@@ -78,4 +78,4 @@ TEST(ListedFolders, ABigFolderIsNotKept) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::listed_folders_tests

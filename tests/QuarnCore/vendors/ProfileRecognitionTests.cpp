@@ -9,7 +9,7 @@
 
 // Which app is which product: docs/vendor-profiles.md states these rules for authors.
 
-namespace quarn {
+namespace quarn::profile_recognition_tests {
 namespace {
 
 using ::testing::IsEmpty;
@@ -183,4 +183,4 @@ TEST(ProfileRecognition, NameFragmentsAreTwoWordsOrCoined) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::profile_recognition_tests

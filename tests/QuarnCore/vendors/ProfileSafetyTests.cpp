@@ -15,7 +15,7 @@
 
 // What no shipped profile may do: docs/vendor-profiles.md states these rules for authors.
 
-namespace quarn {
+namespace quarn::profile_safety_tests {
 namespace {
 
 using ::testing::IsEmpty;
@@ -240,4 +240,4 @@ TEST(ProfileSafety, RemovingAnAppTakesNothingThatAProfileOfAnotherProductNames) 
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::profile_safety_tests

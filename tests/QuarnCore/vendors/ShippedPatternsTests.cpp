@@ -6,7 +6,7 @@
 #include "QuarnPlatform/paths/Path.h"
 #include "tests/support/VendorVolume.h"
 
-namespace quarn {
+namespace quarn::shipped_patterns_tests {
 namespace {
 
 struct Pattern {
@@ -210,4 +210,4 @@ TEST(ShippedPatterns, NoItemBelongsToTwoVendorsUnlessBothCarveItOut) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::shipped_patterns_tests

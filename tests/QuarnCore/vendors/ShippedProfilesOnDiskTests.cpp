@@ -10,7 +10,7 @@
 #include "tests/support/VendorFacts.h"
 #include "tests/support/VendorVolume.h"
 
-namespace quarn {
+namespace quarn::shipped_profiles_on_disk_tests {
 namespace {
 
 using ::testing::IsEmpty;
@@ -230,4 +230,4 @@ TEST(ShippedProfilesOnDisk, NoProfileTakesAnotherVendorsApp) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::shipped_profiles_on_disk_tests

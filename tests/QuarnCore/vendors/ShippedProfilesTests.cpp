@@ -11,7 +11,7 @@
 #include "tests/support/ProjectFolder.h"
 #include "tests/support/VendorVolume.h"
 
-namespace quarn {
+namespace quarn::shipped_profiles_tests {
 namespace {
 
 using ::testing::IsEmpty;
@@ -306,4 +306,4 @@ TEST(ShippedProfiles, ArtifactsWithAUsersWorkAreUserData) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::shipped_profiles_tests

@@ -7,7 +7,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::uninstaller_discovery_service_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -236,4 +236,4 @@ TEST(UninstallerDiscovery, FortyEqualNamesKeepTheirOrder) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::uninstaller_discovery_service_tests

@@ -6,7 +6,7 @@
 #include "QuarnPlatform/text/Text.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::vendor_artifact_deduplicator_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -194,4 +194,4 @@ TEST(VendorArtifactDeduplicator, FortyEquallyLongPathsKeepTheirOrder) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::vendor_artifact_deduplicator_tests

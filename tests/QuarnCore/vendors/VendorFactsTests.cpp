@@ -14,7 +14,7 @@
 // The profiles against public package metadata. What the metadata lists and no profile of the vendor knows stands in a
 // table below with its reason; a row that is no longer needed fails.
 
-namespace quarn {
+namespace quarn::vendor_facts_tests {
 namespace {
 
 enum class Why {
@@ -278,4 +278,4 @@ TEST(VendorFactsAndProfiles, EveryListedIdentifierIsRecognisedByOneProfileOrExce
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::vendor_facts_tests

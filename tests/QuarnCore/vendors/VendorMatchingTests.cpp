@@ -2,7 +2,7 @@
 
 #include "QuarnCore/vendors/VendorProfile.h"
 
-namespace quarn {
+namespace quarn::vendor_matching_tests {
 namespace {
 
 AppEntity app(std::string name, std::optional<std::string> bundleID, const std::string& bundle = "Any.app") {
@@ -162,4 +162,4 @@ TEST(VendorMatching, AFragmentIsTriedIfTheIdentifierRulesDoNotMatch) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::vendor_matching_tests

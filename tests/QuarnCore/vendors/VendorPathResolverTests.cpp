@@ -10,7 +10,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::vendor_path_resolver_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -258,4 +258,4 @@ TEST(VendorPathResolver, LongPatternsOfNoAvailEndSoon) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::vendor_path_resolver_tests

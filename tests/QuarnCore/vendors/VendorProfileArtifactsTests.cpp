@@ -3,7 +3,7 @@
 #include "QuarnCore/vendors/VendorProfile.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::vendor_profile_artifacts_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -220,4 +220,4 @@ TEST(VendorProfileArtifacts, CarveOutsFollowDefinitionsBeforeDeduplication) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::vendor_profile_artifacts_tests

@@ -3,7 +3,7 @@
 #include "QuarnCore/vendors/VendorProfileJSON.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 
-namespace quarn {
+namespace quarn::vendor_profile_json_tests {
 namespace {
 
 using ::testing::HasSubstr;
@@ -277,4 +277,4 @@ TEST(VendorIndexJSON, AnythingMissingOrWrongSpoilsTheIndex) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::vendor_profile_json_tests

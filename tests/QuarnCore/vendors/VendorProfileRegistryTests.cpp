@@ -4,7 +4,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/ResourceFolder.h"
 
-namespace quarn {
+namespace quarn::vendor_profile_registry_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -181,4 +181,4 @@ TEST(VendorProfileRegistry, ArtifactsAreInRegistryOrder) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::vendor_profile_registry_tests

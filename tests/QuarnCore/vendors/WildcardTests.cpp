@@ -5,7 +5,7 @@
 
 #include "QuarnCore/vendors/VendorPathResolver.h"
 
-namespace quarn {
+namespace quarn::wildcard_tests {
 namespace {
 
 bool matches(std::string_view pattern, std::string_view text) { return VendorPathResolver::matches(pattern, text); }
@@ -180,4 +180,4 @@ TEST(FolderLevelWildcard, WhiteSpaceAtBothEndsIsTrimmed) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::wildcard_tests

@@ -4,7 +4,7 @@
 
 #include "QuarnPlatform/base/BlockBytes.h"
 
-namespace quarn {
+namespace quarn::block_bytes_tests {
 namespace {
 
 constexpr auto kLargest = std::numeric_limits<std::int64_t>::max();
@@ -24,4 +24,4 @@ TEST(BlockBytes, AreAbsentWhenTheyDoNotFit) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::block_bytes_tests

@@ -7,7 +7,7 @@
 #include "QuarnPlatform/base/Cancellable.h"
 #include "QuarnPlatform/base/CancellableSort.h"
 
-namespace quarn {
+namespace quarn::cancellable_tests {
 namespace {
 
 TEST(Cancellable, PassesTheCancellationToAFunctionThatTakesOne) {
@@ -62,4 +62,4 @@ TEST(SortUnlessCancelled, StopsComparingWhenCancelled) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::cancellable_tests

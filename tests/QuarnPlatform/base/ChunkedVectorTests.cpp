@@ -2,7 +2,7 @@
 
 #include "QuarnPlatform/base/ChunkedVector.h"
 
-namespace quarn {
+namespace quarn::chunked_vector_tests {
 namespace {
 
 TEST(ChunkedVector, KeepsElementsInOrderAndInPlaceBeyondAChunk) {
@@ -20,4 +20,4 @@ TEST(ChunkedVector, KeepsElementsInOrderAndInPlaceBeyondAChunk) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::chunked_vector_tests

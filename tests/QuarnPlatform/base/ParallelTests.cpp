@@ -10,7 +10,7 @@
 
 #include "QuarnPlatform/base/Parallel.h"
 
-namespace quarn {
+namespace quarn::parallel_tests {
 namespace {
 
 TEST(InParallel, EachIndexIsWorkedOnOnce) {
@@ -61,4 +61,4 @@ TEST(CollectInParallel, ResultsKeepTheirOrderAndAreComplete) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::parallel_tests

@@ -5,7 +5,7 @@
 
 #include "QuarnPlatform/base/Required.h"
 
-namespace quarn {
+namespace quarn::required_tests {
 namespace {
 
 struct Choices {
@@ -50,4 +50,4 @@ TEST(Required, IsReadAndChangedLikeItsValue) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::required_tests

@@ -16,7 +16,7 @@
 #include "tests/macos/emulation/Emulation.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::access_times_tests_darwin {
 namespace {
 
 using ::testing::ElementsAre;
@@ -78,4 +78,4 @@ TEST_F(AccessTimesOfTheProcess, AVolumeWhereNoneCanChangeIsReadThoughItDidNotAsk
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::access_times_tests_darwin

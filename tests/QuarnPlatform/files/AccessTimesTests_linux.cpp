@@ -11,7 +11,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::access_times_tests_linux {
 namespace {
 
 /// Items that were read last long ago and changed since, so that the next reading moves their access time.
@@ -86,4 +86,4 @@ TEST_F(ReadingKeepsAccessTimes, ReadingGoesOnWhereNoAccessTimesIsNotGranted) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::access_times_tests_linux

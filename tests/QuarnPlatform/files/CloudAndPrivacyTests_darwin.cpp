@@ -13,7 +13,7 @@
 #include "tests/support/FileErrors.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::cloud_and_privacy_tests_darwin {
 namespace {
 
 using ::testing::ElementsAre;
@@ -75,4 +75,4 @@ TEST(PrivacyProtection, AFolderThatItRefusesIsReportedAndTheRestIsWalked) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::cloud_and_privacy_tests_darwin

@@ -10,7 +10,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/MemoryVolume.h"
 
-namespace quarn {
+namespace quarn::directory_reader_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -202,4 +202,4 @@ TEST(DirectoryReader, AnItemThatIsNoLongerARegularFileHasNoSizes) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::directory_reader_tests

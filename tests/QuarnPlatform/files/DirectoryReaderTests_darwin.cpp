@@ -14,7 +14,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::directory_reader_tests_darwin {
 namespace {
 
 using ::testing::ElementsAre;
@@ -154,4 +154,4 @@ TEST(DirectoryReader, SmallStretchesGiveEveryEntryOnce) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::directory_reader_tests_darwin

@@ -11,7 +11,7 @@
 #include "QuarnPlatform/files/DirectoryReader.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::directory_reader_tests_linux {
 namespace {
 
 using ::testing::Pair;
@@ -43,4 +43,4 @@ TEST(DirectoryReader, AnUnreportedTypeIsLookedUpAndVanishedEntriesAreSkipped) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::directory_reader_tests_linux

@@ -6,7 +6,7 @@
 #include "tests/support/FileErrors.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::file_manager_escapes_tests {
 namespace {
 
 using ::testing::IsEmpty;
@@ -157,4 +157,4 @@ TEST_F(FileManagerLongPaths, TheyLeadOutOfTheVolumeNeither) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::file_manager_escapes_tests

@@ -5,7 +5,7 @@
 #include "QuarnPlatform/files/FileManager.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::file_manager_paths_tests {
 namespace {
 
 struct PathRow {
@@ -182,4 +182,4 @@ TEST(FileManager, AResolvedURLKeepsItsKind) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::file_manager_paths_tests

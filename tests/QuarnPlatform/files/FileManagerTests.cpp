@@ -11,7 +11,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::file_manager_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -541,4 +541,4 @@ TEST(FileManager, ADeniedPathOfThousandsOfSlashesAndComponentsNamesItsFolder) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::file_manager_tests

@@ -8,7 +8,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::folder_opener_tests {
 namespace {
 
 using DeviceCheck = FolderOpener::DeviceCheck;
@@ -94,4 +94,4 @@ TEST(FolderOpener, TheCheckThatWorksHereIsChosen) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::folder_opener_tests

@@ -6,7 +6,7 @@
 #include "tests/macos/emulation/Emulation.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::folder_opener_tests_darwin {
 namespace {
 
 using ::testing::ElementsAre;
@@ -61,4 +61,4 @@ TEST_F(VolumeGroup, AWalkOfTheWholeVolumeMeetsEachFileOnce) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::folder_opener_tests_darwin

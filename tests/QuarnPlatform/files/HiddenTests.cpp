@@ -5,7 +5,7 @@
 #include "QuarnPlatform/walking/DirectoryEnumerator.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::hidden_tests {
 namespace {
 
 using ::testing::UnorderedElementsAreArray;
@@ -39,4 +39,4 @@ TEST(Hidden, ListingsAndWalksFollowTheRule) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::hidden_tests

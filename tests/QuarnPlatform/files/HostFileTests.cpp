@@ -15,7 +15,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::host_file_tests {
 namespace {
 
 using testing::ElementsAre;
@@ -234,4 +234,4 @@ TEST_F(HostFile, OnlyRegularFilesOfALimitedSizeAreRead) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::host_file_tests

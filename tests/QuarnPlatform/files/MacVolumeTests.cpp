@@ -9,7 +9,7 @@
 
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::mac_volume_tests {
 namespace {
 
 using ::testing::HasSubstr;
@@ -178,4 +178,4 @@ TEST(MacVolume, ByteLiteralsCountInPowersOfTwo) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::mac_volume_tests

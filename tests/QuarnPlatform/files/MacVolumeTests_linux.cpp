@@ -5,7 +5,7 @@
 
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::mac_volume_tests_linux {
 namespace {
 
 // Attributes have other names and other calls on macOS; what they do there is tested by what the library reads.
@@ -18,4 +18,4 @@ TEST(MacVolume, AttributesAreSet) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::mac_volume_tests_linux

@@ -8,7 +8,7 @@
 #include "QuarnPlatform/files/Packages.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::packages_tests {
 namespace {
 
 FileDescriptor openFolder(const MacVolume& volume, std::string_view path) {
@@ -119,4 +119,4 @@ TEST(Packages, AnUnreadableFolderIsNotAPackageAndHasAnError) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::packages_tests

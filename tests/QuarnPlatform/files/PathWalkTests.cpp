@@ -14,7 +14,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::path_walk_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -138,4 +138,4 @@ TEST_F(PathWalk, AFolderThatIsMovedOutWhileItsParentIsTakenLeadsNowhere) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::path_walk_tests

@@ -5,7 +5,7 @@
 
 #include "QuarnPlatform/files/ReadReport.h"
 
-namespace quarn {
+namespace quarn::read_report_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -107,4 +107,4 @@ TEST(ReadReport, ManyThreadsMayAdd) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::read_report_tests

@@ -10,7 +10,7 @@
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnPlatform/files/ReadReport.h"
 
-namespace quarn {
+namespace quarn::running_system_tests_darwin {
 namespace {
 
 // Sets a variable of the environment for as long as it lives.
@@ -63,4 +63,4 @@ TEST(RunningSystem, PrivacyProtectionAndCloudFilesHaveTheirOwnCauses) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::running_system_tests_darwin

@@ -7,7 +7,7 @@
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnPlatform/files/ReadReport.h"
 
-namespace quarn {
+namespace quarn::running_system_tests_linux {
 namespace {
 
 TEST(RunningSystem, TheHomeIsTheEnvironments) {
@@ -22,4 +22,4 @@ TEST(RunningSystem, APermissionErrorHasTheCausePermissions) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::running_system_tests_linux

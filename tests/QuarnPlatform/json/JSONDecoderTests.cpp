@@ -5,7 +5,7 @@
 #include "QuarnPlatform/json/JSONDecoder.h"
 #include "tests/support/ParsedJSON.h"
 
-namespace quarn {
+namespace quarn::json_decoder_tests {
 namespace {
 
 /// The path and the problem of a decoding error.
@@ -84,4 +84,4 @@ TEST(JSONDecoder, UnknownMembersCanBeRefused) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::json_decoder_tests

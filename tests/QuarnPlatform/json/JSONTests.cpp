@@ -8,7 +8,7 @@
 #include "QuarnPlatform/json/PlainJSONReader.h"
 #include "tests/support/ParsedJSON.h"
 
-namespace quarn {
+namespace quarn::json_tests {
 namespace {
 
 using nlohmann::json;
@@ -305,4 +305,4 @@ TEST(PlainJSONReader, AgreesWithTheLibraryOnChangedTexts) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::json_tests

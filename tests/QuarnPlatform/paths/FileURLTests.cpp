@@ -5,7 +5,7 @@
 
 #include "QuarnPlatform/paths/FileURL.h"
 
-namespace quarn {
+namespace quarn::file_url_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -194,4 +194,4 @@ TEST(FileURL, OrderIsByTheBytesOfThePath) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::file_url_tests

@@ -8,7 +8,7 @@
 #include "QuarnPlatform/paths/PackedPaths.h"
 #include "QuarnPlatform/paths/Path.h"
 
-namespace quarn {
+namespace quarn::packed_paths_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -97,4 +97,4 @@ TEST(PackedPaths, TakeTheirBytesPlusFivePerPath) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::packed_paths_tests

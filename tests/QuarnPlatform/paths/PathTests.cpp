@@ -3,7 +3,7 @@
 
 #include "QuarnPlatform/paths/Path.h"
 
-namespace quarn {
+namespace quarn::path_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -135,4 +135,4 @@ TEST(Path, AFolderContainsItselfAndEverythingBelow) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::path_tests

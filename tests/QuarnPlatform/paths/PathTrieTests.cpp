@@ -2,7 +2,7 @@
 
 #include "QuarnPlatform/paths/PathTrie.h"
 
-namespace quarn {
+namespace quarn::path_trie_tests {
 namespace {
 
 using Trie = PathTrie<int>;
@@ -79,4 +79,4 @@ TEST(PathTrie, NamesMayBeAnyBytes) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::path_trie_tests

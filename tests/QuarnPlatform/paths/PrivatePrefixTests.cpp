@@ -3,7 +3,7 @@
 
 #include "QuarnPlatform/paths/PrivatePrefix.h"
 
-namespace quarn {
+namespace quarn::private_prefix_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -49,4 +49,4 @@ TEST(PrivatePrefix, FoldersAboveAndInsideAPrefixMayContainIt) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::private_prefix_tests

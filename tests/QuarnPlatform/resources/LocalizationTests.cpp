@@ -13,7 +13,7 @@
 #include "tests/support/ProjectFolder.h"
 #include "tests/support/ResourceFolder.h"
 
-namespace quarn {
+namespace quarn::localization_tests {
 namespace {
 
 // All texts that the library shows to users, with typographic quotes and apostrophes.
@@ -331,4 +331,4 @@ TEST_F(Localization, TheShippedGermanReadsAsMeant) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::localization_tests

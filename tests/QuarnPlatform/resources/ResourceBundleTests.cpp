@@ -9,7 +9,7 @@
 #include "QuarnPlatform/resources/ResourceBundle.h"
 #include "tests/support/ResourceFolder.h"
 
-namespace quarn {
+namespace quarn::resource_bundle_tests {
 namespace {
 
 TEST(ResourceBundle, FindsAFileByNameExtensionAndSubdirectory) {
@@ -121,4 +121,4 @@ TEST(ResourceBundle, TheShippedResourcesLieBesideTheProgramsFolder) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::resource_bundle_tests

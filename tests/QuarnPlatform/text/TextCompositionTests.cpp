@@ -2,7 +2,7 @@
 
 #include "QuarnPlatform/text/TextComposition.h"
 
-namespace quarn {
+namespace quarn::text_composition_tests {
 namespace {
 
 TEST(TextComposition, EquivalentTextsGetTheSameBytes) {
@@ -24,4 +24,4 @@ TEST(TextComposition, ComposedOrInvalidTextIsReturnedWithoutACopy) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::text_composition_tests

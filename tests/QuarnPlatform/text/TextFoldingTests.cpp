@@ -6,7 +6,7 @@
 
 #include "QuarnPlatform/text/Text.h"
 
-namespace quarn {
+namespace quarn::text_folding_tests {
 namespace {
 
 const Locale kRoot;
@@ -307,4 +307,4 @@ TEST(TextNormalizedKey, DotsAndOtherDashesStay) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::text_folding_tests

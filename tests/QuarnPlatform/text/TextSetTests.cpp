@@ -6,7 +6,7 @@
 #include "QuarnPlatform/text/Text.h"
 #include "QuarnPlatform/text/TextSet.h"
 
-namespace quarn {
+namespace quarn::text_set_tests {
 namespace {
 
 std::set<std::string> found(const TextSet& set, std::string_view text) {
@@ -63,4 +63,4 @@ TEST(TextSet, AgreesWithLookingForOnePartAtATime) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::text_set_tests

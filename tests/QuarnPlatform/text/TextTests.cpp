@@ -8,7 +8,7 @@
 #include "QuarnPlatform/text/Text.h"
 #include "QuarnPlatform/text/TextScalars.h"
 
-namespace quarn {
+namespace quarn::text_tests {
 namespace {
 
 const Locale kRoot;
@@ -351,4 +351,4 @@ TEST(Text, NoLongRunOfMarksIsHandedOver) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::text_tests

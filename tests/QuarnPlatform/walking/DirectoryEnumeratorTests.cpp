@@ -15,7 +15,7 @@
 #include "tests/support/MemoryVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::directory_enumerator_tests {
 namespace {
 
 using ::testing::Contains;
@@ -584,4 +584,4 @@ TEST_P(EnumeratingBigTrees, AllDescriptorsAreClosedAtTheEndAndWhenTheWalkIsGiven
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::directory_enumerator_tests

@@ -4,7 +4,7 @@
 
 #include "tests/QuarnPlatform/walking/Listing.h"
 
-namespace quarn {
+namespace quarn::folder_listing_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -81,4 +81,4 @@ TEST_F(Listing, SizesReadEarlyAndLateAreTheSame) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::folder_listing_tests

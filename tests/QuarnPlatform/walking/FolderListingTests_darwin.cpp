@@ -3,7 +3,7 @@
 
 #include "tests/QuarnPlatform/walking/Listing.h"
 
-namespace quarn {
+namespace quarn::folder_listing_tests_darwin {
 namespace {
 
 using ::testing::IsEmpty;
@@ -40,4 +40,4 @@ TEST_F(Listing, AListerThatIsUsedAgainForgetsTheSizes) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::folder_listing_tests_darwin

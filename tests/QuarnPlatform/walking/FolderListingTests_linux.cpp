@@ -5,7 +5,7 @@
 
 #include "tests/QuarnPlatform/walking/Listing.h"
 
-namespace quarn {
+namespace quarn::folder_listing_tests_linux {
 namespace {
 
 using ::testing::IsEmpty;
@@ -53,4 +53,4 @@ TEST_F(Listing, ACancelledOneIsNotReadNorAreItsSizes) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::folder_listing_tests_linux

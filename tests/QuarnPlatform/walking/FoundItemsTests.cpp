@@ -10,7 +10,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/MemoryVolume.h"
 
-namespace quarn {
+namespace quarn::found_items_tests {
 namespace {
 
 constexpr int kMany = 5000;
@@ -114,4 +114,4 @@ TEST_F(EarlySizesTests, EndsWithoutItems) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::found_items_tests

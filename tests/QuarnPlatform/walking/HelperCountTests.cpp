@@ -4,7 +4,7 @@
 
 #include "QuarnPlatform/walking/HelperCount.h"
 
-namespace quarn {
+namespace quarn::helper_count_tests {
 namespace {
 
 using std::chrono::microseconds;
@@ -86,4 +86,4 @@ TEST(HelperCount, ManyThreadsMayNote) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::helper_count_tests

@@ -7,7 +7,7 @@
 #include "QuarnPlatform/walking/ItemDepth.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::item_depth_tests {
 namespace {
 
 // The depth of every item below a root, found by asking for each maximum.
@@ -83,4 +83,4 @@ TEST(ItemDepth, LevelsToEnterStayInRange) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::item_depth_tests

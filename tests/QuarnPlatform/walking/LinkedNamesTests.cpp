@@ -4,7 +4,7 @@
 #include "QuarnPlatform/walking/TreeSizer.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::linked_names_tests {
 namespace {
 
 TEST(LinkedNames, AWalkCollectsTheNamesOfFilesThatHaveSeveral) {
@@ -43,4 +43,4 @@ TEST(LinkedNames, TheNamesOfAFileComeTogether) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::linked_names_tests

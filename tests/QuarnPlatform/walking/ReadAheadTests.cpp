@@ -9,7 +9,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/MemoryVolume.h"
 
-namespace quarn {
+namespace quarn::read_ahead_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -157,4 +157,4 @@ TEST_P(ReadingAhead, EveryFolderIsReturnedOnceWithAnyNumberOfThreads) {
 INSTANTIATE_TEST_SUITE_P(Threads, ReadingAhead, ::testing::Values(0U, 1U, 6U));
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::read_ahead_tests

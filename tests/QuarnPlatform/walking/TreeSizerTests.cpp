@@ -23,7 +23,7 @@
 #include "tests/support/MemoryVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::tree_sizer_tests {
 namespace {
 
 using ::testing::Contains;
@@ -558,4 +558,4 @@ TEST_P(SizingBigTrees, AnExceptionOfTheProgressFunctionLeavesAfterTheThreadsHave
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::tree_sizer_tests

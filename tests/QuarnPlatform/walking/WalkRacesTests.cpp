@@ -12,7 +12,7 @@
 // Consumers, cancellation and a volume that changes, all at once. What is asserted is little, for nobody knows what a
 // walk meets; that nothing is torn, lost or left behind, the thread sanitizer says (`make tsan`).
 
-namespace quarn {
+namespace quarn::walk_races_tests {
 namespace {
 
 constexpr int kFolders = 40;
@@ -91,4 +91,4 @@ TEST_F(WalkRaces, WalksOfAChangingVolumeEndAndLeaveNothingBehind) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::walk_races_tests

@@ -12,7 +12,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/MemoryVolume.h"
 
-namespace quarn {
+namespace quarn::walked_folders_tests {
 namespace {
 
 FileDescriptor openFolder(const MacVolume& volume, std::string_view path) {
@@ -222,4 +222,4 @@ TEST(WalkedFolders, ManyThreadsMayOpenAndLetGo) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::walked_folders_tests

@@ -11,7 +11,7 @@
 #include "QuarnPlatform/base/Limits.h"
 #include "QuarnSystem/formats/BillOfMaterials.h"
 
-namespace quarn {
+namespace quarn::bill_of_materials_tests {
 namespace {
 
 using sample::bigEndian;
@@ -565,4 +565,4 @@ TEST(BillOfMaterialsDamage, AnyByteMayBeCorrupt) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::bill_of_materials_tests

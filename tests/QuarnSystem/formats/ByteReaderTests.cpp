@@ -7,7 +7,7 @@
 #include "QuarnSystem/formats/ByteReader.h"
 #include "QuarnSystem/formats/ByteSource.h"
 
-namespace quarn {
+namespace quarn::byte_reader_tests {
 namespace {
 
 constexpr std::uint64_t kFarAway = std::numeric_limits<std::uint64_t>::max();
@@ -83,4 +83,4 @@ TEST(ByteSource, AShortReadCountsAsNothing) {
 TEST(ByteSource, ASourceWithoutAReadFunctionIsEmpty) { EXPECT_EQ(ByteSource{.size = 4}.exactly(0, 4), ""); }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::byte_reader_tests

@@ -6,7 +6,7 @@
 #include "QuarnBuilders/MachOBuilder.h"
 #include "QuarnSystem/formats/CodeSignature.h"
 
-namespace quarn {
+namespace quarn::code_signature_tests {
 namespace {
 
 using sample::bigEndian;
@@ -138,4 +138,4 @@ TEST(CodeSignature, ATruncatedSignatureIsRefused) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::code_signature_tests

@@ -8,7 +8,7 @@
 #include "QuarnBuilders/MachOBuilder.h"
 #include "QuarnSystem/formats/DerEntitlements.h"
 
-namespace quarn {
+namespace quarn::der_entitlements_tests {
 namespace {
 
 using sample::bigEndian;
@@ -181,4 +181,4 @@ TEST(DerEntitlements, AnyByteMayBeCorrupt) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::der_entitlements_tests

@@ -8,7 +8,7 @@
 #include "QuarnSystem/formats/Entitlements.h"
 #include "QuarnSystem/formats/MachO.h"
 
-namespace quarn {
+namespace quarn::entitlements_tests {
 namespace {
 
 using sample::EntitlementForms;
@@ -174,4 +174,4 @@ TEST(Entitlements, AnyByteMayBeCorrupt) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::entitlements_tests

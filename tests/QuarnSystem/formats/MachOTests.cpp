@@ -9,7 +9,7 @@
 #include "QuarnBuilders/MachOBuilder.h"
 #include "QuarnSystem/formats/MachO.h"
 
-namespace quarn {
+namespace quarn::mach_o_tests {
 namespace {
 
 using sample::bigEndian;
@@ -226,4 +226,4 @@ TEST(MachO, TooLargeLoadCommandsAreNotRead) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::mach_o_tests

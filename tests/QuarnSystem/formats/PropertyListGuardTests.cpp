@@ -11,7 +11,7 @@
 #include "QuarnSystem/formats/PropertyList.h"
 #include "QuarnSystem/formats/PropertyListGuards.h"
 
-namespace quarn {
+namespace quarn::property_list_guard_tests {
 namespace {
 
 using sample::bigEndian;
@@ -427,4 +427,4 @@ TEST(PropertyListGuards, AnyByteMayBeCorrupt) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::property_list_guard_tests

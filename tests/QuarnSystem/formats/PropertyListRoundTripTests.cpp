@@ -15,7 +15,7 @@
 #include "QuarnBuilders/PlistWriter.h"
 #include "QuarnSystem/formats/PropertyList.h"
 
-namespace quarn {
+namespace quarn::property_list_round_trip_tests {
 namespace {
 
 /// A Python script that can print any property list as one line of text.
@@ -179,4 +179,4 @@ TEST(PropertyListRoundTrip, PythonReadsTheListsOfTheTestWriter) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::property_list_round_trip_tests

@@ -13,7 +13,7 @@
 #include "QuarnBuilders/PlistWriter.h"
 #include "QuarnSystem/formats/PropertyList.h"
 
-namespace quarn {
+namespace quarn::property_list_tests {
 namespace {
 
 using sample::PlistArray;
@@ -268,4 +268,4 @@ TEST(PropertyListXml, AnIntegerBeyondTheRangeIsItsLowBits) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::property_list_tests

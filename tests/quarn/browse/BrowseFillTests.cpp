@@ -7,7 +7,7 @@
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::browse_fill_tests {
 namespace {
 
 using testing::Contains;
@@ -128,4 +128,4 @@ TEST(RemovalMeaning, SaysThatMacOSNeedsItAndThatTheAppIsGone) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::browse_fill_tests

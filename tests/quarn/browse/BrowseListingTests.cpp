@@ -3,7 +3,7 @@
 #include "quarn/browse/BrowseListing.h"
 #include "tests/quarn/browse/TreeOf.h"
 
-namespace quarn {
+namespace quarn::browse_listing_tests {
 namespace {
 
 using testing::ElementsAre;
@@ -96,4 +96,4 @@ TEST_F(BrowseListing, AHugeFolderIsListedWhole) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::browse_listing_tests

@@ -6,7 +6,7 @@
 #include "quarn/browse/BrowsePainter.h"
 #include "quarn/terminal/TerminalText.h"
 
-namespace quarn {
+namespace quarn::browse_painter_tests {
 namespace {
 
 using testing::ElementsAre;
@@ -200,4 +200,4 @@ TEST(BrowsePainter, AFolderThatIsBeingSortedSaysSo) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::browse_painter_tests

@@ -7,7 +7,7 @@
 #include "quarn/browse/BrowseSession.h"
 #include "tests/quarn/browse/TreeOf.h"
 
-namespace quarn {
+namespace quarn::browse_session_tests {
 namespace {
 
 using testing::ElementsAre;
@@ -177,4 +177,4 @@ TEST_F(BrowseSessions, ASmallScreenStillAnswers) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::browse_session_tests

@@ -3,7 +3,7 @@
 #include "quarn/browse/BrowseState.h"
 #include "tests/quarn/browse/TreeOf.h"
 
-namespace quarn {
+namespace quarn::browse_state_tests {
 namespace {
 
 using testing::ElementsAre;
@@ -252,4 +252,4 @@ TEST_F(BrowseStateOfKeys, AListingOfAnotherFolderIsNotShown) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::browse_state_tests

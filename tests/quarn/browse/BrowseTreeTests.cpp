@@ -5,7 +5,7 @@
 #include "tests/quarn/browse/TreeOf.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::browse_tree_tests {
 namespace {
 
 using testing::ElementsAre;
@@ -129,4 +129,4 @@ TEST(BrowseTree, AMissingFolderIsAnError) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::browse_tree_tests

@@ -5,7 +5,7 @@
 #include "quarn/browse/BrowseWalk.h"
 #include "tests/quarn/browse/TreeOf.h"
 
-namespace quarn {
+namespace quarn::browse_walk_tests {
 namespace {
 
 using ::testing::UnorderedElementsAre;
@@ -92,4 +92,4 @@ TEST(BrowseWalk, SeveralThreadsMayReadOneFolder) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::browse_walk_tests

@@ -5,7 +5,7 @@
 #include "quarn/browse/BrowseWorker.h"
 #include "tests/quarn/browse/TreeOf.h"
 
-namespace quarn {
+namespace quarn::browse_worker_tests {
 namespace {
 
 using testing::ElementsAre;
@@ -88,4 +88,4 @@ TEST(BrowseWorker, EndsInTheMiddleOfItsWork) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::browse_worker_tests

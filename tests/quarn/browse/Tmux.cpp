@@ -8,7 +8,7 @@
 
 #include "tests/quarn/commands/CommandRun.h"
 
-namespace quarn {
+namespace quarn::tmux {
 namespace {
 
 constexpr auto kProgram = "/usr/bin/tmux";
@@ -91,4 +91,4 @@ int Tmux::process() const {
 
 std::string Tmux::modes() const { return runProgram("/usr/bin/stty", {"-a", "-F", format("#{pane_tty}")}).out; }
 
-}  // namespace quarn
+}  // namespace quarn::tmux

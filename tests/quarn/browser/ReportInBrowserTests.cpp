@@ -5,7 +5,7 @@
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::report_in_browser_tests {
 namespace {
 
 using nlohmann::json;
@@ -128,4 +128,4 @@ TEST(ReportInBrowser, TheProbeDetectsAScript) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::report_in_browser_tests

@@ -7,7 +7,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::all_users_tests {
 namespace {
 
 using ::testing::AllOf;
@@ -170,4 +170,4 @@ TEST(AllUsers, HostileNamesOfHomesAreEscaped) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::all_users_tests

@@ -2,7 +2,7 @@
 
 #include "quarn/commands/Arguments.h"
 
-namespace quarn {
+namespace quarn::arguments_tests {
 namespace {
 
 TEST(Arguments, NumbersAreWholeAndNotNegative) {
@@ -237,4 +237,4 @@ TEST(CommandTable, ChoicesAreTheCasesOfAnEnumeration) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::arguments_tests

@@ -7,7 +7,7 @@
 #include "quarn/commands/CommandTable.h"
 #include "tests/quarn/commands/CommandDocument.h"
 
-namespace quarn {
+namespace quarn::command_line_tests {
 namespace {
 
 using ::testing::AllOf;
@@ -196,4 +196,4 @@ TEST(CommandLine, AnOptionTakesExactlyOneArgument) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::command_line_tests

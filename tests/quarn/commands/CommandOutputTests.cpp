@@ -9,7 +9,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/ProjectFolder.h"
 
-namespace quarn {
+namespace quarn::command_output_tests {
 namespace {
 
 using ::testing::AllOf;
@@ -189,4 +189,4 @@ TEST(CommandOutput, ALogThatTheDiskDoesNotTakeIsSaid) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::command_output_tests

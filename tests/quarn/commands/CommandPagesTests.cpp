@@ -12,7 +12,7 @@
 
 // docs/commands is generated from the table of commands. QUARN_UPDATE_GOLDEN=1 in the environment writes it.
 
-namespace quarn {
+namespace quarn::command_pages_tests {
 namespace {
 
 using testing::HasSubstr;
@@ -70,4 +70,4 @@ TEST(CommandPages, TheListOfCommandsHoldsTheExitCodes) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::command_pages_tests

@@ -6,7 +6,7 @@
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::completion_tests {
 namespace {
 
 using testing::HasSubstr;
@@ -237,4 +237,4 @@ TEST(ManualPage, PassesTheLinter) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::completion_tests

@@ -14,7 +14,7 @@
 #include "tests/quarn/commands/FaultShim.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::fault_tests_linux {
 namespace {
 
 using testing::HasSubstr;
@@ -314,4 +314,4 @@ TEST(FewDescriptors, AResultIsWholeOrSaidToBeIncomplete) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::fault_tests_linux

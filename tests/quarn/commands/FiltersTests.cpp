@@ -10,7 +10,7 @@
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::filters_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -162,4 +162,4 @@ TEST_F(FilteredLists, LeftoversAreFilteredByOwnerSizeAndPlace) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::filters_tests

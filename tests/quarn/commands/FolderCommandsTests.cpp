@@ -6,7 +6,7 @@
 #include "tests/support/Remedies.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::folder_commands_tests {
 namespace {
 
 using ::testing::ElementsAre;
@@ -96,4 +96,4 @@ TEST(Top, HiddenItemsCountUnlessTheyAreLeftOut) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::folder_commands_tests

@@ -6,7 +6,7 @@
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::inspect_command_tests {
 namespace {
 
 using ::testing::AllOf;
@@ -160,4 +160,4 @@ TEST(InspectCommand, FindsThatMerelyResembleTheAppAreMarkedAndNeverLookSafe) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::inspect_command_tests

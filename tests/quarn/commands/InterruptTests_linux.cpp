@@ -9,7 +9,7 @@
 #include "tests/quarn/commands/FaultShim.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::interrupt_tests_linux {
 namespace {
 
 using ::testing::AllOf;
@@ -74,4 +74,4 @@ TEST_F(InterruptedProgram, WhatWasFoundIsPrinted) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::interrupt_tests_linux

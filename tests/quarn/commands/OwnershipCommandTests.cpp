@@ -6,7 +6,7 @@
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::ownership_command_tests {
 namespace {
 
 using testing::ElementsAre;
@@ -286,4 +286,4 @@ TEST(OwnershipInReports, TheReportsShowLeftoversAndSharedItems) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::ownership_command_tests

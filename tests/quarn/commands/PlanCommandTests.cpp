@@ -6,7 +6,7 @@
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::plan_command_tests {
 namespace {
 
 using ::testing::AllOf;
@@ -78,4 +78,4 @@ TEST(PlanCommand, FindsThatMerelyResembleTheAppStandApartWithAWarning) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::plan_command_tests

@@ -6,7 +6,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/MemoryVolume.h"
 
-namespace quarn {
+namespace quarn::rpc_command_tests {
 namespace {
 
 using ::testing::HasSubstr;
@@ -37,4 +37,4 @@ TEST(RPCCommand, TheFolderOfScansMustExistAndNotBeOnTheVolume) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::rpc_command_tests

@@ -12,7 +12,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::report_command_tests {
 namespace {
 
 using testing::HasSubstr;
@@ -297,4 +297,4 @@ TEST_F(ReportCommand, ListsUnreadItems) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::report_command_tests

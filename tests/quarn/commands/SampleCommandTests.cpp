@@ -4,7 +4,7 @@
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::sample_command_tests {
 namespace {
 
 using ::testing::HasSubstr;
@@ -35,4 +35,4 @@ TEST(SampleCommand, TheHostileVolumeIsWrittenAndRead) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::sample_command_tests

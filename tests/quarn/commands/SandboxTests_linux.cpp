@@ -15,7 +15,7 @@
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::sandbox_tests_linux {
 namespace {
 
 /// What a call gives in a process of its own that has entered the sandbox: 0 or the errno. -1 when the system cannot
@@ -136,4 +136,4 @@ TEST_F(Sandbox, EveryCommandGivesTheSameWithItAndWithout) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::sandbox_tests_linux

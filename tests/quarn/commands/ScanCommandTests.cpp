@@ -9,7 +9,7 @@
 #include "tests/support/GoldenFile.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::scan_command_tests {
 namespace {
 
 using nlohmann::json;
@@ -213,4 +213,4 @@ TEST_F(DiffCommand, RequiresTwoScans) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scan_command_tests

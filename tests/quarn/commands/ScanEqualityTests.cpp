@@ -8,7 +8,7 @@
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::scan_equality_tests {
 namespace {
 
 using nlohmann::json;
@@ -139,4 +139,4 @@ TEST_F(ScanEquality, EveryAnswerFromAScanIsThatOfTheVolume) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scan_equality_tests

@@ -12,7 +12,7 @@
 
 // What the configuration file, the environment and the command line settle together.
 
-namespace quarn {
+namespace quarn::settings_tests {
 namespace {
 
 using testing::AllOf;
@@ -197,4 +197,4 @@ TEST_F(Settings, AKnowledgeFolderThatIsMissingOrEmptyIsRefused) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::settings_tests

@@ -7,7 +7,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/MemoryVolume.h"
 
-namespace quarn {
+namespace quarn::storage_command_tests {
 namespace {
 
 using ::testing::AllOf;
@@ -92,4 +92,4 @@ TEST(StorageCommand, AMountedVolumeHasACapacity) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::storage_command_tests

@@ -2,7 +2,7 @@
 
 #include "quarn/commands/Suggestions.h"
 
-namespace quarn {
+namespace quarn::suggestions_tests {
 namespace {
 
 TEST(Nearest, IsTheCandidateWithTheFewestEdits) {
@@ -51,4 +51,4 @@ TEST(ProbablyMeant, IsAbsentForAnUnrelatedWord) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::suggestions_tests

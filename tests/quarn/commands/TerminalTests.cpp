@@ -18,7 +18,7 @@
 
 // The command on a terminal.
 
-namespace quarn {
+namespace quarn::terminal_tests {
 namespace {
 
 using testing::AllOf;
@@ -218,4 +218,4 @@ TEST(Interrupt, TheSecondOneTerminatesTheProcess) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::terminal_tests

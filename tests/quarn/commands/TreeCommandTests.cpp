@@ -5,7 +5,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::tree_command_tests {
 namespace {
 
 using ::testing::AllOf;
@@ -129,4 +129,4 @@ TEST(TreeCommand, AMissingFolderIsAnError) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::tree_command_tests

@@ -10,7 +10,7 @@
 #include "tests/support/Remedies.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::unread_tests {
 namespace {
 
 using testing::AllOf;
@@ -213,4 +213,4 @@ TEST_F(Unread, NamesAreEscaped) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::unread_tests

@@ -5,7 +5,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/ProjectFolder.h"
 
-namespace quarn {
+namespace quarn::vendors_command_tests {
 namespace {
 
 using ::testing::AllOf;
@@ -81,4 +81,4 @@ TEST(VendorsCommand, VendorsCheckDoesNotWaitForAPipe) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::vendors_command_tests

@@ -7,7 +7,7 @@
 #include "tests/support/Remedies.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::volume_options_tests {
 namespace {
 
 using ::testing::AllOf;
@@ -115,4 +115,4 @@ TEST(VolumeOptions, TheEnvironmentNamesTheVolumeUnlessTheCommandLineDoes) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::volume_options_tests

@@ -9,7 +9,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::volume_options_tests_linux {
 namespace {
 
 // On a Mac a process may keep the access times of everyone's items.
@@ -28,4 +28,4 @@ TEST(VolumeOptions, ForensicRefusesWhereAccessTimesCannotBeKept) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::volume_options_tests_linux

@@ -2,7 +2,7 @@
 
 #include "quarn/report/Html.h"
 
-namespace quarn {
+namespace quarn::html_tests {
 namespace {
 
 TEST(Html, SpecialCharactersBecomeEntities) {
@@ -27,4 +27,4 @@ TEST(Html, LinesBecomeParagraphs) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::html_tests

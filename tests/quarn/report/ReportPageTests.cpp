@@ -8,7 +8,7 @@
 #include "quarn/report/ReportParts.h"
 #include "quarn/report/ReportStyle.h"
 
-namespace quarn {
+namespace quarn::report_page_tests {
 namespace {
 
 using testing::HasSubstr;
@@ -400,4 +400,4 @@ TEST(VolumeReportPage, AFolderThatIsNotAMountedVolumeHasNoCapacity) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::report_page_tests

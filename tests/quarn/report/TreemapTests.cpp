@@ -6,7 +6,7 @@
 
 #include "quarn/report/Treemap.h"
 
-namespace quarn {
+namespace quarn::treemap_tests {
 namespace {
 
 constexpr double kWidth = 12;
@@ -119,4 +119,4 @@ TEST(Treemap, EnormousAndTinyWeightsStayFiniteAndInside) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::treemap_tests

@@ -7,7 +7,7 @@
 #include "quarn/services/Services.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::binder_tests {
 namespace {
 
 using nlohmann::ordered_json;
@@ -156,4 +156,4 @@ TEST_F(BinderTest, ARowKnowsTheTypesOfItsParamsAndResult) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::binder_tests

@@ -4,7 +4,7 @@
 #include "tests/support/GoldenFile.h"
 #include "tests/support/ProjectFolder.h"
 
-namespace quarn {
+namespace quarn::contract_tests {
 namespace {
 
 // A change of methods, params, results, records or errors changes the contract with clients. It fails here first;
@@ -14,4 +14,4 @@ TEST(Contract, TheInterfaceMatchesTheGoldenFile) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::contract_tests

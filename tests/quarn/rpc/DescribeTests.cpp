@@ -8,7 +8,7 @@
 #include "quarn/rpc/Server.h"
 #include "tests/quarn/commands/CommandRun.h"
 
-namespace quarn {
+namespace quarn::describe_tests {
 namespace {
 
 using nlohmann::ordered_json;
@@ -112,4 +112,4 @@ TEST(Describe, EveryUsedTypeIsDescribedAndEveryDescribedTypeIsUsed) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::describe_tests

@@ -18,7 +18,7 @@
 // docs/rpc.md is the contract for clients. Its tables match the code, and its conversations show real responses.
 // QUARN_UPDATE_GOLDEN=1 in the environment writes the tables.
 
-namespace quarn {
+namespace quarn::documentation_tests {
 namespace {
 
 using nlohmann::ordered_json;
@@ -149,4 +149,4 @@ TEST(RPCPage, ShowsTheRealResponses) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::documentation_tests

@@ -15,7 +15,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/ProjectFolder.h"
 
-namespace quarn {
+namespace quarn::example_tests {
 namespace {
 
 using testing::HasSubstr;
@@ -92,4 +92,4 @@ TEST(Examples, AreShort) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::example_tests

@@ -22,7 +22,7 @@
 // One file per method: a request, and all output for it on the sample volume with small test resources. Write
 // requests by hand; QUARN_UPDATE_GOLDEN=1 in the environment writes the responses.
 
-namespace quarn {
+namespace quarn::golden_tests {
 namespace {
 
 using nlohmann::ordered_json;
@@ -143,4 +143,4 @@ TEST(GoldenFiles, ExistForEveryMethod) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::golden_tests

@@ -14,7 +14,7 @@
 
 // What a client makes of the progress values by the rules of docs/rpc.md must be the result.
 
-namespace quarn {
+namespace quarn::growth_tests {
 namespace {
 
 using nlohmann::json;
@@ -297,4 +297,4 @@ TEST(ItemsGrowth, AListIsSeenWhileItGrows) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::growth_tests

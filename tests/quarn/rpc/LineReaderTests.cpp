@@ -6,7 +6,7 @@
 #include "QuarnPlatform/base/FileDescriptor.h"
 #include "quarn/rpc/LineReader.h"
 
-namespace quarn {
+namespace quarn::line_reader_tests {
 namespace {
 
 using testing::ElementsAre;
@@ -114,4 +114,4 @@ TEST(LineReader, AnUnreadableDescriptorEndsTheInput) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::line_reader_tests

@@ -2,7 +2,7 @@
 
 #include "quarn/rpc/Message.h"
 
-namespace quarn {
+namespace quarn::message_tests {
 namespace {
 
 TEST(Message, ValuesAreCountedOutsideStrings) {
@@ -21,4 +21,4 @@ TEST(Message, EmptyArraysAndObjectsAreOvercounted) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::message_tests

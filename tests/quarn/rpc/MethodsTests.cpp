@@ -18,7 +18,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/ParsedJSON.h"
 
-namespace quarn {
+namespace quarn::methods_tests {
 namespace {
 
 using nlohmann::json;
@@ -505,4 +505,4 @@ TEST(DescribeInterface, DescribesEveryTypeThatItNames) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::methods_tests

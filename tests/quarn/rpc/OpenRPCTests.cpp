@@ -7,7 +7,7 @@
 #include "quarn/rpc/Server.h"
 #include "tests/quarn/commands/CommandRun.h"
 
-namespace quarn {
+namespace quarn::open_rpc_tests {
 namespace {
 
 using nlohmann::ordered_json;
@@ -107,4 +107,4 @@ TEST(OpenRPC, AClientDiscoversTheDocumentAndTheProgram) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::open_rpc_tests

@@ -13,7 +13,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/ParsedJSON.h"
 
-namespace quarn {
+namespace quarn::scan_methods_tests {
 namespace {
 
 using nlohmann::json;
@@ -167,4 +167,4 @@ TEST_F(ScanMethods, ScansThatAreWrittenAtTheSameTimeAreWhole) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::scan_methods_tests

@@ -14,7 +14,7 @@
 #include "quarn/rpc/Transport.h"
 #include "tests/quarn/rpc/RPCSession.h"
 
-namespace quarn {
+namespace quarn::transport_tests {
 namespace {
 
 using nlohmann::json;
@@ -537,4 +537,4 @@ TEST_F(ConcurrentTransport, AClosedOutputCancelsEveryRunningLine) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::transport_tests

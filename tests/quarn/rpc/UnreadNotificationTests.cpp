@@ -11,7 +11,7 @@
 #include "tests/support/ParsedJSON.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::unread_notification_tests {
 namespace {
 
 using nlohmann::json;
@@ -133,4 +133,4 @@ TEST_F(UnreadNotification, IsTheRecordOfTheCommand) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::unread_notification_tests

@@ -16,7 +16,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
-namespace quarn {
+namespace quarn::sample_volume_tests {
 namespace {
 
 using ::testing::HasSubstr;
@@ -445,4 +445,4 @@ TEST_F(WrittenSampleVolume, EverythingIsReadable) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::sample_volume_tests

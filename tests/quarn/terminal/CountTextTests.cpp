@@ -2,7 +2,7 @@
 
 #include "quarn/terminal/CountText.h"
 
-namespace quarn {
+namespace quarn::count_text_tests {
 namespace {
 
 TEST(CountText, OneIsSingular) {
@@ -13,4 +13,4 @@ TEST(CountText, OneIsSingular) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::count_text_tests

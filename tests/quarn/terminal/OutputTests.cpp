@@ -4,7 +4,7 @@
 #include "quarn/terminal/Table.h"
 #include "quarn/terminal/TerminalText.h"
 
-namespace quarn {
+namespace quarn::output_tests {
 namespace {
 
 TEST(SizeText, DecimalSizesMatchTheFinder) {
@@ -134,4 +134,4 @@ TEST(TerminalText, AnEndlessNameIsCutToTheWidth) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::output_tests

@@ -2,7 +2,7 @@
 
 #include "quarn/terminal/PathText.h"
 
-namespace quarn {
+namespace quarn::path_text_tests {
 namespace {
 
 TEST(PathText, TheHomeFolderIsATilde) {
@@ -17,4 +17,4 @@ TEST(PathText, AHomeAtTheRootShortensNothing) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::path_text_tests

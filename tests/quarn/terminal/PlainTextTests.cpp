@@ -4,7 +4,7 @@
 #include "QuarnPlatform/resources/ResourceBundle.h"
 #include "quarn/terminal/PlainText.h"
 
-namespace quarn {
+namespace quarn::plain_text_tests {
 namespace {
 
 TEST(PlainText, NamesNoPartOfTheLibrary) {
@@ -26,4 +26,4 @@ TEST(PlainText, FollowsTheLanguage) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::plain_text_tests

@@ -9,7 +9,7 @@
 #include "quarn/terminal/ProgressLine.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn {
+namespace quarn::progress_line_tests {
 namespace {
 
 using testing::AllOf;
@@ -103,4 +103,4 @@ TEST(ListingCount, CountsWhatIsListedAndNamesAFolderOnDemand) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::progress_line_tests

@@ -5,7 +5,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/terminal/UnreadSummary.h"
 
-namespace quarn {
+namespace quarn::unread_summary_tests {
 namespace {
 
 TEST(UnreadSummary, CountsByCauseInAFixedOrder) {
@@ -77,4 +77,4 @@ TEST(UnreadSummary, JSONHasTheCountsOfEveryCauseAndTheItems) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::unread_summary_tests

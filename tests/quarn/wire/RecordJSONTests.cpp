@@ -16,7 +16,7 @@
 #include "tests/QuarnCore/inspection/LeastOptions.h"
 #include "tests/support/ParsedJSON.h"
 
-namespace quarn {
+namespace quarn::record_json_tests {
 namespace {
 
 using nlohmann::json;
@@ -489,4 +489,4 @@ TEST(RecordJSON, AbsentResultsAreNullAndEmptyListsAreLists) {
 }
 
 }  // namespace
-}  // namespace quarn
+}  // namespace quarn::record_json_tests
