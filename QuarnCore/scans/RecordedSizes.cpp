@@ -18,17 +18,25 @@ SizeInfo without(const SizeInfo& size, const SizeInfo& part) {
           .logicalBytes = size.logicalBytes - part.logicalBytes};
 }
 
+/// A folder of the record.
+struct RecordedFolder {
+  std::size_t position = 0;
+  std::string location{};  ///< its path without links
+};
+
 /// The folder in the record, if it was read; absent for an item that is a link or no folder. A path that resolves to
 /// itself leads through no link, so only other paths need a look at the item.
-std::optional<std::size_t> recordedFolder(const FileURL& at, const RecordedFolders& folders, const FileManager& files) {
-  const std::optional<std::string> location = files.realPath(at);
+std::optional<RecordedFolder> recordedFolder(const FileURL& at, const RecordedFolders& folders,
+                                             const FileManager& files) {
+  std::optional<std::string> location = files.realPath(at);
   if (!location) return std::nullopt;
   if (*location != at.path()) {
     const std::optional<ItemFacts> facts = files.facts(at, Links::doNotFollow);
     if (!facts || facts->type != FileType::directory) return std::nullopt;
   }
   const std::optional<std::size_t> folder = folders.find(*location);
-  return folder && folders.at(*folder).isRead ? folder : std::nullopt;
+  if (!folder || !folders.at(*folder).isRead) return std::nullopt;
+  return RecordedFolder{.position = *folder, .location = std::move(*location)};
 }
 
 /// Sizes items by the record.
@@ -40,15 +48,13 @@ class Sizes {
   /// Absent if the record does not have the folder, or if the exclusions are beyond it.
   [[nodiscard]] std::optional<SizeInfo> size(const FileURL& at, const std::vector<FileURL>& excluding,
                                              bool includeHidden) const {
-    const std::optional<std::size_t> folder = recordedFolder(at, *folders_, files_);
+    const std::optional<RecordedFolder> folder = recordedFolder(at, *folders_, files_);
     if (!folder) return std::nullopt;
-    const RecordedFolders::Record record = folders_->at(*folder);
+    const RecordedFolders::Record record = folders_->at(folder->position);
     if (excluding.empty()) return includeHidden ? record.sizes : without(record.sizes, record.hiddenSizes);
     const std::string root = files_.standardizedPath(at);
     if (!includeHidden || path::mayHoldPrivatePrefix(root)) return std::nullopt;
-    const std::optional<std::string> location = files_.realPath(at);
-    if (!location) return std::nullopt;
-    return withoutExcluded(record.sizes, root, *location, excluding);
+    return withoutExcluded(record.sizes, root, folder->location, excluding);
   }
 
  private:
@@ -103,8 +109,8 @@ FileSizeCalculator recordedSizes(std::shared_ptr<const RecordedFolders> folders,
 
 NewestChange recordedChanges(std::shared_ptr<const RecordedFolders> folders, FileManager files) {
   return [folders = std::move(folders), files = std::move(files)](const FileURL& url) -> std::optional<Date> {
-    if (const std::optional<std::size_t> folder = recordedFolder(url, *folders, files)) {
-      return Date(std::chrono::seconds(folders->at(*folder).newest));
+    if (const std::optional<RecordedFolder> folder = recordedFolder(url, *folders, files)) {
+      return Date(std::chrono::seconds(folders->at(folder->position).newest));
     }
     return newestChange(files, url);
   };

@@ -17,11 +17,17 @@ namespace {
 using scans::damage;
 using scans::RowReader;
 
-/// The owner's position of a row in a list whose ids count from 1.
+constexpr std::int64_t kFormatWithUsers = 2;
+
+/// The position of a row in a list of that length. Ids count from 1.
+std::size_t positionOf(std::int64_t id, std::size_t count) {
+  if (id < 1 || id > static_cast<std::int64_t>(count)) throw damage("a row belongs to no other");
+  return static_cast<std::size_t>(id - 1);
+}
+
 template <class Owner>
 Owner& ownerOf(std::int64_t id, std::vector<Owner>& owners) {
-  if (id < 1 || id > static_cast<std::int64_t>(owners.size())) throw damage("a row belongs to no other");
-  return owners[static_cast<std::size_t>(id - 1)];
+  return owners[positionOf(id, owners.size())];
 }
 
 // Ids count from 1 in the order of the rows.
@@ -120,9 +126,9 @@ class FolderRows {
   Statement statement_;
 };
 
-void checkSchema(const Database& database) {
+void checkSchema(const Database& database, std::int64_t format) {
   Statement statement = database.prepare("SELECT type, name, sql FROM sqlite_schema ORDER BY rowid");
-  for (const ScanTable& table : scanTables()) {
+  for (const ScanTable& table : scanTables(format)) {
     if (!statement.step()) throw damage("a table is missing");
     const bool isTable = statement.bytes() == "table";
     const bool isNamed = statement.bytes() == table.name;
@@ -143,6 +149,20 @@ ScanFacts readFacts(const Database& database) {
   if (rows != 1) throw damage("there is not one scan");
   if (facts.keptAbove < -1 || facts.files < 0 || facts.folders < 1) throw damage("a count is negative");
   return facts;
+}
+
+std::vector<ScannedUser> readUsers(const Database& database) {
+  std::vector<ScannedUser> users;
+  eachRow(database, "SELECT * FROM users ORDER BY id", [&](RowReader& row) {
+    std::int64_t id = 0;
+    ScannedUser& user = users.emplace_back();
+    scans::userColumns(row, id, user);
+    checkID(id, users.size() - 1);
+    if (!user.location.starts_with('/') || user.location.find('\0') != std::string::npos) {
+      throw damage("a path is not absolute");
+    }
+  });
+  return users;
 }
 
 void addArtifacts(const Database& database, std::vector<ScannedApp>& apps) {
@@ -175,7 +195,9 @@ struct Scan::State {
 
   std::string file;
   Database database;
+  std::int64_t format = kScanFormat;
   ScanFacts facts{};
+  std::vector<ScannedUser> users{};
   std::set<std::string, std::less<>> checked{};  // tables whose pages are checked
   std::optional<FolderRows> folderRows{};        // of `database`, so destroyed before it
 
@@ -202,13 +224,15 @@ auto Scan::reading(std::initializer_list<std::string_view> tables, const Read& r
 }
 
 Scan Scan::open(const std::string& file) {
-  checkScanHeader(file);
+  const std::int64_t format = checkScanHeader(file);
   try {
     Scan scan(std::make_shared<State>(file, Database::openUntrusted(file)));
-    scan.state_->facts = scan.reading({"sqlite_schema", "scan"}, [](const Database& database) {
-      checkSchema(database);
+    scan.state_->format = format;
+    scan.state_->facts = scan.reading({"sqlite_schema", "scan"}, [&](const Database& database) {
+      checkSchema(database, format);
       return readFacts(database);
     });
+    if (format >= kFormatWithUsers) scan.state_->users = scan.reading({"users"}, readUsers);
     return scan;
   } catch (const DatabaseError& error) {
     if (error.isDamage()) throw ScanError(ScanError::Problem::damaged, file);
@@ -218,6 +242,7 @@ Scan Scan::open(const std::string& file) {
 
 const std::string& Scan::file() const { return state_->file; }
 const ScanFacts& Scan::facts() const { return state_->facts; }
+const std::vector<ScannedUser>& Scan::users() const { return state_->users; }
 
 std::vector<StorageCategory> Scan::categories() const {
   return reading({"categories"}, [](const Database& database) {
@@ -229,12 +254,16 @@ std::vector<StorageCategory> Scan::categories() const {
 }
 
 std::vector<ScannedRoot> Scan::roots() const {
-  return reading({"category_roots"}, [](const Database& database) {
+  return reading({"category_roots"}, [&](const Database& database) {
     std::vector<ScannedRoot> roots;
-    eachRow(database, "SELECT * FROM category_roots ORDER BY rowid", [&](RowReader& row) {
+    const bool hasUsers = state_->format >= kFormatWithUsers;
+    const std::string_view columns = hasUsers ? "*" : "*, NULL";
+    eachRow(database, "SELECT " + std::string(columns) + " FROM category_roots ORDER BY rowid", [&](RowReader& row) {
       scans::HintColumns hint;
-      scans::rootColumns(row, roots.emplace_back(), hint);
+      std::optional<std::int64_t> user;
+      scans::rootColumns(row, roots.emplace_back(), hint, user);
       roots.back().hint = hintOf(hint);
+      if (user) roots.back().user = positionOf(*user, users().size());
     });
     return roots;
   });
@@ -381,6 +410,7 @@ std::vector<UnreadableItem> Scan::unreadable() const {
 
 ScanContent Scan::content() const {
   return {.facts = facts(),
+          .users = users(),
           .categories = categories(),
           .roots = roots(),
           .places = places(),
@@ -484,6 +514,8 @@ SizeInfo Scan::hiddenSizes(std::uint32_t folder) const {
     return size;
   });
 }
+
+std::vector<ScanTable> Scan::tables() const { return scanTables(state_->format); }
 
 void Scan::rows(const ScanTable& table, const std::function<bool(const std::vector<ScanValue>&)>& consume) const {
   reading({table.name}, [&](const Database& database) {

@@ -28,12 +28,14 @@ using ScanValue = std::variant<std::monostate, std::int64_t, double, std::string
 /// is damaged, and FileError if it cannot be read. Copies share the file. Belongs to one thread at a time.
 class Scan {
  public:
-  /// Throws ScanError for a file that is not a scan of this version, and FileError.
+  /// Opens a scan of this version of the program or of an older one. Throws ScanError for other files, and FileError.
   static Scan open(const std::string& file);
 
   [[nodiscard]] const std::string& file() const;
   [[nodiscard]] const ScanFacts& facts() const;
 
+  /// The users of a scan of all users; empty for a scan of one home folder.
+  [[nodiscard]] const std::vector<ScannedUser>& users() const;
   [[nodiscard]] std::vector<StorageCategory> categories() const;
   [[nodiscard]] std::vector<ScannedRoot> roots() const;
   /// The places of the categories, in the order in which they decide: the first one with a path counts.
@@ -68,6 +70,8 @@ class Scan {
   /// The part of a folder's sizes that is hidden, as seen from that folder.
   [[nodiscard]] SizeInfo hiddenSizes(std::uint32_t folder) const;
 
+  /// The tables of the file, which an older version of the program may have written.
+  [[nodiscard]] std::vector<ScanTable> tables() const;
   /// Calls `consume` for the rows of a table, in order. Stops when it returns false.
   void rows(const ScanTable& table, const std::function<bool(const std::vector<ScanValue>&)>& consume) const;
 

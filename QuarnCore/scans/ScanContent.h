@@ -29,6 +29,14 @@ struct ScanFacts {
   friend bool operator==(const ScanFacts&, const ScanFacts&) = default;
 };
 
+/// A user of a scan of all users.
+struct ScannedUser {
+  FileURL home{};          ///< the home folder, as users know it
+  std::string location{};  ///< its path without links
+  bool isRead = true;      ///< false if it could not be listed
+  friend bool operator==(const ScannedUser&, const ScannedUser&) = default;
+};
+
 /// A folder or file of a storage category.
 struct ScannedRoot {
   StorageCategoryID category = StorageCategoryID::other;
@@ -38,6 +46,8 @@ struct ScannedRoot {
   FileURL url{};
   std::optional<SizeInfo> size{};  ///< absent if it could not be had
   std::optional<VendorPathHint> hint{};
+  /// In a scan of all users, the position of the user whose home folder has it; absent for what is in none.
+  std::optional<std::size_t> user{};
   friend bool operator==(const ScannedRoot&, const ScannedRoot&) = default;
 };
 
@@ -89,6 +99,7 @@ struct ScannedFile {
 /// All answers of a scan. Folders and files are not among them: there may be millions.
 struct ScanContent {
   ScanFacts facts{};
+  std::vector<ScannedUser> users{};  ///< empty for a scan of one home folder
   std::vector<StorageCategory> categories{};
   std::vector<ScannedRoot> roots{};
   std::vector<ScannedPlace> places{};

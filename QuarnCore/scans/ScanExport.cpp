@@ -108,7 +108,7 @@ bool exportTable(const Scan& scan, const ScanTable& table, const std::string& fi
 
 std::int64_t exportScan(const Scan& scan, const std::string& folder, const Cancellation& cancellation) {
   std::int64_t files = 0;
-  for (const ScanTable& table : scanTables()) {
+  for (const ScanTable& table : scan.tables()) {
     for (const bool asCSV : {true, false}) {
       const std::string file = folder + "/" + std::string(table.name) + (asCSV ? ".csv" : ".ndjson");
       if (cancellation.isCancelled() || !exportTable(scan, table, file, asCSV, cancellation)) return files;

@@ -38,7 +38,7 @@ std::uint32_t numberAt(const Header& header, std::size_t offset, int bytes) {
 
 }  // namespace
 
-void checkScanHeader(const std::string& file) {
+std::int64_t checkScanHeader(const std::string& file) {
   const FileDescriptor descriptor(
       againIfInterrupted([&] { return ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
   if (!descriptor.isOpen()) throwFileError("open", file);
@@ -56,6 +56,7 @@ void checkScanHeader(const std::string& file) {
   if (version > kScanFormat) throw ScanError(ScanError::Problem::newer, file);
   const std::int64_t length = std::int64_t{numberAt(header, kPageSizeAt, 2)} * numberAt(header, kPageCountAt, 4);
   if (version < 1 || length != facts.st_size) throw ScanError(ScanError::Problem::damaged, file);
+  return version;
 }
 
 }  // namespace quarn

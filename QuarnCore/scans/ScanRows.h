@@ -137,6 +137,11 @@ void scanColumns(Row& row, Facts& facts) {
       facts.keptAbove, facts.files, facts.folders);
 }
 
+template <class Row, class Number, class User>
+void userColumns(Row& row, Number& id, User& user) {
+  row(id, user.home, user.location, user.isRead);
+}
+
 template <class Row, class Category>
 void categoryColumns(Row& row, Category& category) {
   row(category.id, category.size);
@@ -155,10 +160,10 @@ struct HintColumns {
   std::optional<std::string> path{};
 };
 
-template <class Row, class Root, class Hint>
-void rootColumns(Row& row, Root& root, Hint& hint) {
+template <class Row, class Root, class Hint, class Number>
+void rootColumns(Row& row, Root& root, Hint& hint, Number& user) {
   row(root.category, root.isListed, root.url, root.size, hint.vendorID, hint.vendorName, hint.category, hint.kind,
-      hint.dataClass, hint.title, hint.explanation, hint.risk, hint.path);
+      hint.dataClass, hint.title, hint.explanation, hint.risk, hint.path, user);
 }
 
 template <class Row, class Place>

@@ -13,10 +13,11 @@ constexpr std::array kTables{
     ScanTable{.name = "scan", .columns =
         "program_version, vendor_profiles, locale, started_at, finished_at, home, home_is_folder, volume_name, volume_path, "
         "volume_is_folder, total_bytes, free_bytes, has_capacity, kept_above, files, folders"},
+    ScanTable{.name = "users", .columns = "id INTEGER PRIMARY KEY, path, is_folder, location, is_read"},
     ScanTable{.name = "categories", .columns = "category, allocated, logical"},
     ScanTable{.name = "category_roots", .columns =
         "category, is_listed, path, is_folder, allocated, logical, vendor_id, vendor_name, hint_category, hint_kind, hint_data_class, "
-        "hint_title, hint_explanation, hint_risk, hint_path"},
+        "hint_title, hint_explanation, hint_risk, hint_path, user"},
     ScanTable{.name = "category_paths", .columns = "category, path, is_folder"},
     ScanTable{.name = "vendor_paths", .columns =
         "vendor_id, vendor_name, category, kind, data_class, title, explanation, risk, path"},
@@ -49,9 +50,30 @@ constexpr std::array kTables{
 };
 // clang-format on
 
+/// What a format has that the one before it has not.
+struct Addition {
+  std::int64_t format;
+  std::string_view table;
+  std::string_view column;  ///< the last one; empty for a whole table
+};
+constexpr std::array kAdditions{
+    Addition{.format = 2, .table = "users", .column = ""},
+    Addition{.format = 2, .table = "category_roots", .column = ", user"},
+};
+
 }  // namespace
 
-std::span<const ScanTable> scanTables() { return kTables; }
+std::vector<ScanTable> scanTables(std::int64_t format) {
+  std::vector<ScanTable> tables(kTables.begin(), kTables.end());
+  for (const Addition& addition : kAdditions) {
+    if (addition.format <= format) continue;
+    const auto table = std::find_if(tables.begin(), tables.end(),
+                                    [&](const ScanTable& candidate) { return candidate.name == addition.table; });
+    table->columns.remove_suffix(addition.column.size());
+    if (addition.column.empty()) tables.erase(table);
+  }
+  return tables;
+}
 
 std::string createStatement(const ScanTable& table) {
   return "CREATE TABLE " + std::string(table.name) + "(" + std::string(table.columns) + ")";

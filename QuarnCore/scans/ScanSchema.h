@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,10 +16,11 @@ struct ScanTable {
 /// "QRN1" in big-endian: the application_id of a scan.
 inline constexpr std::int64_t kScanApplicationID = 0x51524E31;
 /// The user_version of a scan. It rises when a table changes.
-inline constexpr std::int64_t kScanFormat = 1;
+inline constexpr std::int64_t kScanFormat = 2;
 
-/// All tables, in the order in which they are written.
-std::span<const ScanTable> scanTables();
+/// All tables, in the order in which they are written. `format` is at most `kScanFormat`: the tables of an older scan
+/// have fewer columns at the end, and some are missing.
+std::vector<ScanTable> scanTables(std::int64_t format = kScanFormat);
 /// The statement that creates a table. SQLite keeps its text, so that a reader can compare it.
 std::string createStatement(const ScanTable& table);
 /// The statement that adds a row to a table.

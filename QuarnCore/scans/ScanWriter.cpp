@@ -55,6 +55,13 @@ scans::HintColumns columnsOf(const std::optional<VendorPathHint>& hint) {
 }
 
 void writeStorage(const Database& database, const ScanContent& content) {
+  Table users(database, "users");
+  std::int64_t id = 0;
+  for (const ScannedUser& user : content.users) {
+    ++id;
+    RowWriter row = users.row();
+    scans::userColumns(row, id, user);
+  }
   Table categories(database, "categories");
   for (const StorageCategory& category : content.categories) {
     RowWriter row = categories.row();
@@ -64,7 +71,8 @@ void writeStorage(const Database& database, const ScanContent& content) {
   for (const ScannedRoot& root : content.roots) {
     RowWriter row = roots.row();
     const scans::HintColumns hint = columnsOf(root.hint);
-    scans::rootColumns(row, root, hint);
+    const auto user = root.user ? std::optional(static_cast<std::int64_t>(*root.user) + 1) : std::nullopt;
+    scans::rootColumns(row, root, hint, user);
   }
   Table places(database, "category_paths");
   for (const ScannedPlace& place : content.places) {

@@ -3,21 +3,33 @@
 #include <unordered_set>
 
 #include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/paths/PrivatePrefix.h"
 
 namespace quarn {
 
+// Walks name what they find by the path that they were given, so a home has several paths.
 HomeFolders::HomeFolders(const std::vector<FileURL>& homes, const FileManager& files) {
-  std::unordered_set<std::string> seen;
+  std::unordered_set<std::string> known;
   for (const FileURL& home : homes) {
-    std::string location = files.realPath(home).value_or(files.standardizedPath(home));
-    if (!seen.insert(location).second) continue;
-    byPath_.insert(location, urls_.size());
-    // Walks name what they find by the path that they were given.
-    byPath_.insert(files.standardizedPath(location), urls_.size());
-    byPath_.insert(files.standardizedPath(home), urls_.size());
-    urls_.push_back(home);
-    locations_.push_back(std::move(location));
+    const std::string location = files.realPath(home).value_or(files.standardizedPath(home));
+    if (known.insert(location).second)
+      add({home, location}, {files.standardizedPath(location), files.standardizedPath(home)});
   }
+}
+
+HomeFolders::HomeFolders(const std::vector<Located>& homes) {
+  std::unordered_set<std::string> known;
+  for (const Located& home : homes) {
+    const std::string shorter = path::withoutPrivatePrefix(home.location).value_or(home.location);
+    if (known.insert(home.location).second) add(home, {shorter, home.url.path()});
+  }
+}
+
+void HomeFolders::add(const Located& home, const std::vector<std::string>& otherPaths) {
+  byPath_.insert(home.location, urls_.size());
+  for (const std::string& path : otherPaths) byPath_.insert(path, urls_.size());
+  urls_.push_back(home.url);
+  locations_.push_back(home.location);
 }
 
 std::optional<std::size_t> HomeFolders::homeOf(std::string_view location) const {

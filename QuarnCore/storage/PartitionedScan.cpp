@@ -82,7 +82,7 @@ Totals PartitionedScan::sizeRoot(const ScanRoot& root, const TreeSizer::Options&
     if (recorded_ != nullptr && facts->type == FileType::directory) recordRest(root.location, options);
     return {};
   }
-  const StorageCategoryID byPlace = rules_.longestRule(root.location).value_or(root.defaultCategory);
+  const StorageCategoryID byPlace = rules_.longestRule(root.location, root.home).value_or(root.defaultCategory);
   const std::uint8_t bucket = bucketOf(dictionary.value_or(byPlace));
   if (facts->type == FileType::directory) return sizeFolder(root, dictionary.has_value(), bucket, options);
   Totals totals{};

@@ -144,12 +144,8 @@ ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine
 }
 
 void addPlanOfHome(ScanPlan& all, ScanPlan plan, std::size_t position, const HomeFolders& homes) {
-  const auto isTaken = [&](const std::string& location) {
-    const std::optional<std::size_t> home = homes.homeOf(location);
-    return home ? *home == position : position == 0;
-  };
   for (ScanRoot& root : plan.roots) {
-    if (!isTaken(root.location)) continue;
+    if (!homes.isOf(position, root.location)) continue;
     // Most exclusions are places of the volume that this root does not contain.
     std::erase_if(root.exclusions,
                   [&](const std::string& location) { return !path::isInside(location, root.location); });
@@ -157,7 +153,9 @@ void addPlanOfHome(ScanPlan& all, ScanPlan plan, std::size_t position, const Hom
     all.roots.push_back(std::move(root));
   }
   for (PrefixRule& rule : plan.prefixRules) {
-    if (isTaken(rule.prefix)) all.prefixRules.push_back(std::move(rule));
+    if (!homes.isOf(position, rule.prefix)) continue;
+    rule.home = homes.homeOf(rule.prefix);
+    all.prefixRules.push_back(std::move(rule));
   }
 }
 

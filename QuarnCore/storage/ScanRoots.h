@@ -53,6 +53,8 @@ struct ScanRoot {
 struct PrefixRule {
   std::string prefix;
   StorageCategoryID category = StorageCategoryID::other;
+  /// Of several home folders, the one that has the location: the rule says nothing about roots of a home inside it.
+  std::optional<std::size_t> home{};
 };
 
 /// The roots and rules of a partitioned scan. All paths are locations, as in `ScanRoot`. Created once per scan.

@@ -20,7 +20,9 @@ ScanRules::ScanRules(const ScanPlan& plan, Dictionary categoryByExtension)
     : categoryByExtension_(std::move(categoryByExtension)) {
   for (const PrefixRule& rule : plan.prefixRules) {
     Rule& place = trie_.valueAt(rule.prefix);
-    if (!place.category) place.category = rule.category;
+    if (place.category) continue;
+    place.category = rule.category;
+    place.home = rule.home;
   }
   for (const ScanRoot& root : plan.roots) {
     trie_.valueAt(root.location).isRoot = true;
@@ -42,12 +44,18 @@ bool ScanRules::isExcluded(Trie::Node node, ScanMode::Kind mode) const {
   return mode == ScanMode::Kind::fast ? rule->isFastExclusion : rule->isEnumerateExclusion;
 }
 
-std::optional<StorageCategoryID> ScanRules::longestRule(std::string_view location) const {
+std::optional<StorageCategoryID> ScanRules::longestRule(std::string_view location,
+                                                        std::optional<std::size_t> home) const {
+  std::optional<StorageCategoryID> longest;
+  const auto take = [&](Trie::Node node) {
+    const Rule* rule = trie_.value(node);
+    if (rule != nullptr && rule->category && (!rule->home || rule->home == home)) longest = rule->category;
+  };
   Trie::Node node = Trie::kRoot;
-  std::optional<StorageCategoryID> longest = category(node);
+  take(node);
   for (const std::string_view name : path::names(location)) {
     node = step(node, name);
-    if (const std::optional<StorageCategoryID> here = category(node)) longest = here;
+    take(node);
   }
   return longest;
 }

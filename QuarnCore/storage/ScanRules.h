@@ -22,6 +22,7 @@ class ScanRules {
   /// The rules for one location.
   struct Rule {
     std::optional<StorageCategoryID> category;  ///< of items at and below it, unless a longer rule applies
+    std::optional<std::size_t> home;            ///< see `PrefixRule`
     bool isEnumerateExclusion = false;          ///< roots of mode `enumerate` skip it
     bool isFastExclusion = false;               ///< roots of mode `fast` skip it
     bool isRoot = false;                        ///< walked separately
@@ -48,8 +49,10 @@ class ScanRules {
     return rule != nullptr && rule->isRoot;
   }
 
-  /// The category of the longest rule that equals or contains the location.
-  [[nodiscard]] std::optional<StorageCategoryID> longestRule(std::string_view location) const;
+  /// The category of the longest rule that equals or contains the location of a root, without the rules of another home
+  /// folder around that of the root.
+  [[nodiscard]] std::optional<StorageCategoryID> longestRule(std::string_view location,
+                                                             std::optional<std::size_t> home = std::nullopt) const;
   /// The dictionary's category for the extension of a name.
   [[nodiscard]] std::optional<StorageCategoryID> dictionaryCategory(std::string_view name) const;
 

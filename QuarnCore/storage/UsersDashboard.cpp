@@ -25,15 +25,6 @@ std::optional<VendorPathHint> hintOfAnyCategory(const FileURL& url, const Storag
   return std::nullopt;
 }
 
-bool canBeListed(const FileURL& folder, const FileManager& files) {
-  try {
-    (void)files.openDirectory(folder, Links::follow);
-    return true;
-  } catch (const FileError&) {
-    return false;
-  }
-}
-
 }  // namespace
 
 SizeInfo UsersDashboard::Part::size() const {
@@ -59,19 +50,33 @@ std::vector<UsersDashboard::PartitionedRoot> UsersDashboard::calculatePartitione
   return dashboard(0).calculatePartitionedRoots(std::move(all), onUpdate, cancellation, recorded);
 }
 
+bool UsersDashboard::isReadable(std::size_t home) const {
+  try {
+    (void)files_.openDirectory(homes_.urls()[home], Links::follow);
+    return true;
+  } catch (const FileError&) {
+    return false;
+  }
+}
+
+void UsersDashboard::sort(std::vector<Part>& parts) {
+  std::stable_sort(parts.begin(), parts.end(), [](const Part& left, const Part& right) {
+    if (!left.home || !right.home) return left.home.has_value() && !right.home;
+    return left.size().allocatedBytes > right.size().allocatedBytes;
+  });
+}
+
 std::vector<UsersDashboard::Part> UsersDashboard::parts(const std::vector<PartitionedRoot>& roots) const {
   std::vector<Part> parts;
-  for (const FileURL& home : homes_.urls()) {
-    parts.push_back({.home = home, .sizes = noSizes(), .isRead = canBeListed(home, files_)});
+  for (std::size_t home = 0; home < homes_.urls().size(); ++home) {
+    parts.push_back({.home = homes_.urls()[home], .sizes = noSizes(), .isRead = isReadable(home)});
   }
   parts.push_back({.sizes = noSizes()});
   for (const PartitionedRoot& root : roots) {
     CategorySizes& sizes = parts[root.home.value_or(homes_.urls().size())].sizes;
     for (const auto& [category, size] : root.sizes) sizes[category] += size;
   }
-  std::stable_sort(parts.begin(), parts.end() - 1, [](const Part& left, const Part& right) {
-    return left.size().allocatedBytes > right.size().allocatedBytes;
-  });
+  sort(parts);
   return parts;
 }
 
@@ -80,10 +85,7 @@ std::vector<FileURL> UsersDashboard::topItemRoots(StorageCategoryID category, bo
   std::vector<FileURL> roots;
   for (std::size_t home = 0; home < homes_.urls().size() && !cancellation.isCancelled(); ++home) {
     for (FileURL& root : dashboard(home).topItemRoots(category, includeDiscovered, cancellation, scopeOf(home))) {
-      const std::string location = files_.realPath(root).value_or(root.path());
-      const std::optional<std::size_t> owner = homes_.homeOf(location);
-      const bool isOfThisHome = owner ? *owner == home : home == 0;
-      if (isOfThisHome) roots.push_back(std::move(root));
+      if (homes_.isOf(home, files_.realPath(root).value_or(root.path()))) roots.push_back(std::move(root));
     }
   }
   // A home inside another one may be inside a root of that one.

@@ -39,6 +39,10 @@ class UsersDashboard {
       const Cancellation& cancellation, RecordedFolders* recorded = nullptr) const;
   /// The roots added up: a part for each home, the one with the most space first, and at the end what is in none.
   [[nodiscard]] std::vector<Part> parts(const std::vector<PartitionedRoot>& roots) const;
+  /// Sorts parts like that.
+  static void sort(std::vector<Part>& parts);
+  /// False if the home folder at this position cannot be listed.
+  [[nodiscard]] bool isReadable(std::size_t home) const;
 
   /// The folders to search for the largest items of a category, of all users, without folders inside others.
   [[nodiscard]] std::vector<FileURL> topItemRoots(StorageCategoryID category, bool includeDiscovered,

@@ -103,8 +103,10 @@ quarn::ScanContent scanContent() {
                         .owners = {{.appID = "com.example", .appName = "Example", .bundleURL = bundle}},
                         .evidence = "named by the identifier"};
   return {.facts = {.programVersion = "1", .locale = "en", .home = FileURL("/Users/ann/"), .volume = {.name = "Mac"}},
+          .users = {{.home = FileURL("/Users/ann/"), .location = "/Users/ann"}},
           .categories = {{.id = StorageCategoryID::apps, .size = {.allocatedBytes = 4096, .logicalBytes = 10}}},
-          .roots = {{.category = StorageCategoryID::apps, .isListed = true, .url = FileURL("/Applications/")}},
+          .roots = {{.category = StorageCategoryID::apps, .isListed = true, .url = FileURL("/Applications/")},
+                    {.category = StorageCategoryID::other, .url = FileURL("/Users/ann/.config/"), .user = 0}},
           .places = {{.category = StorageCategoryID::apps, .url = FileURL("/Applications/")}},
           .vendorPaths = {{.vendorID = "example", .vendorName = "Example", .path = "/Users/ann/Library/Caches"}},
           .apps = {{.inspection = {.app = {.name = "Example", .bundleURL = bundle}, .artifacts = {cache}}}},

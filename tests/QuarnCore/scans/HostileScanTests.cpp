@@ -67,7 +67,7 @@ TEST_F(HostileScan, OtherFilesAreForeign) {
 }
 
 TEST_F(HostileScan, ANewerFormatSaysSo) {
-  EXPECT_EQ(problemAfter("PRAGMA user_version=2"), Problem::newer);
+  EXPECT_EQ(problemAfter("PRAGMA user_version=3"), Problem::newer);
   try {
     (void)Scan::open(at("changed"));
     FAIL();
@@ -163,7 +163,12 @@ TEST_F(HostileScan, AValueThatNoScanHasIsDamaged) {
                           "UPDATE leftover_items SET leftover=77",
                           "UPDATE job_arguments SET job=2",
                           "UPDATE extensions SET path=X'2F00'",
-                          "UPDATE jobs SET label=NULL"}) {
+                          "UPDATE jobs SET label=NULL",
+                          "UPDATE category_roots SET user=1",
+                          "INSERT INTO users VALUES(2,'/Users/ann',1,'/Users/ann',1)",
+                          "INSERT INTO users VALUES(1,'Users/ann',1,'/Users/ann',1)",
+                          "INSERT INTO users VALUES(1,'/Users/ann',1,'Users/ann',1)",
+                          "INSERT INTO users VALUES(1,'/Users/ann',1,'/Users/ann',2)"}) {
     EXPECT_EQ(problemAfter(sql), Problem::damaged) << sql;
   }
 }

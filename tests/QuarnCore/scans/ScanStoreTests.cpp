@@ -11,9 +11,11 @@
 #include <unistd.h>
 
 #include "QuarnCore/inspection/AppsService.h"
+#include "QuarnCore/scans/ScanSchema.h"
 #include "QuarnCore/scans/ScanStore.h"
 #include "QuarnCore/scans/ScanWriter.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
+#include "tests/support/ProjectFolder.h"
 #include "tests/support/UnprivilegedUser.h"
 
 namespace quarn::scan_store_tests {
@@ -103,6 +105,23 @@ TEST_F(ScanStoreTest, EveryFolderOfACategoryHasTheSizesOfTheDashboard) {
   }
   EXPECT_THAT(expected, SizeIs(testing::Gt(12u)));
   EXPECT_EQ(Scan::open(at("scan")).roots(), expected);
+}
+
+// The file has the tables of version 1: without `users`, and without the column `user` in `category_roots`.
+TEST_F(ScanStoreTest, AScanOfTheFirstVersionIsRead) {
+  const Scan scan = Scan::open((projectFolder() / "tests/fuzz/corpus/scan/format1").string());
+  scan.readAll();
+  EXPECT_THAT(scan.users(), IsEmpty());
+  ASSERT_THAT(scan.roots(), SizeIs(1));
+  EXPECT_EQ(scan.roots()[0].url, FileURL("/Applications/"));
+  EXPECT_EQ(scan.roots()[0].user, std::nullopt);
+  EXPECT_EQ(scan.tables().size() + 1, scanTables().size());
+  for (const ScanTable& table : scan.tables()) {
+    scan.rows(table, [&](const std::vector<ScanValue>& row) {
+      EXPECT_EQ(row.size(), columnCount(table)) << table.name;
+      return true;
+    });
+  }
 }
 
 TEST_F(ScanStoreTest, OwnersAndLeftoversAreThoseOfTheMap) {

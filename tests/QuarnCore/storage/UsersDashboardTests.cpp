@@ -75,6 +75,14 @@ TEST(UsersDashboard, AHomeInsideAnotherOneIsCountedForItsUserOnly) {
   EXPECT_EQ(partsOf(users(volume, homes)), expected);
 }
 
+TEST(UsersDashboard, AHiddenFolderOfAnInnerHomeHasNoCategoryOfTheOuterHome) {
+  DashboardVolume volume;
+  volume.file("/Users/ann/Documents/bob/.config/a", 1).file("/Users/ann/Documents/bob/.profile", 2);
+  volume.file("/Users/ann/Documents/.config/a", 4);
+  EXPECT_EQ(partsOf(users(volume, {"/Users/ann", "/Users/ann/Documents/bob"})),
+            (Parts{{"/Users/ann documents", 4}, {"/Users/ann/Documents/bob other", 1 + 2}}));
+}
+
 TEST(UsersDashboard, AHomeInAFolderOfTheVolumeIsCountedOnce) {
   DashboardVolume volume;
   volume.file("/private/var/root/Library/a", 1).file("/private/var/db/a", 2).file("/Users/ann/Documents/a", 4);
