@@ -27,9 +27,9 @@ class AppSearch {
  public:
   explicit AppSearch(const FileManager& files) : files_(files) {}
 
-  std::vector<FileURL> bundles() {
+  std::vector<FileURL> bundles(const std::vector<FileURL>& homes) {
     for (const std::string_view root : kSystemRoots) addFolder(FileURL(root));
-    addFolder(files_.homeDirectory().appending(kHomeRoot));
+    for (const FileURL& home : homes) addFolder(home.appending(kHomeRoot));
     for (int level = 0; level <= kFolderLevelsBelowRoot; ++level) visitLevel(level);
     return std::move(bundles_);
   }
@@ -85,9 +85,9 @@ bool comesBefore(const AppEntity& left, const AppEntity& right) {
   return order != 0 ? order < 0 : left.bundleURL < right.bundleURL;
 }
 
-std::vector<AppEntity> discover(const FileManager& volume) {
+std::vector<AppEntity> discover(const FileManager& volume, const std::vector<FileURL>& homes) {
   const FileManager files = volume.forOneOperation();
-  const std::vector<FileURL> bundles = AppSearch(files).bundles();
+  const std::vector<FileURL> bundles = AppSearch(files).bundles(homes);
   std::vector<AppEntity> apps =
       collectInParallel<AppEntity>(bundles.size(), [&](std::size_t i) { return appAt(files, bundles[i]); });
   std::sort(apps.begin(), apps.end(), comesBefore);
@@ -97,7 +97,13 @@ std::vector<AppEntity> discover(const FileManager& volume) {
 }  // namespace
 
 AppDiscoveryClient AppDiscoveryClient::live(FileManager files) {
-  return {.discoverApplications = [files = std::move(files)] { return discover(files); }};
+  std::vector<FileURL> homes{files.homeDirectory()};
+  return live(std::move(files), std::move(homes));
+}
+
+AppDiscoveryClient AppDiscoveryClient::live(FileManager files, std::vector<FileURL> homes) {
+  return {
+      .discoverApplications = [files = std::move(files), homes = std::move(homes)] { return discover(files, homes); }};
 }
 
 }  // namespace quarn

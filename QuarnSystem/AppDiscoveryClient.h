@@ -21,6 +21,8 @@ struct AppDiscoveryClient {
   /// The name is CFBundleDisplayName, else CFBundleName, else the name of the bundle without extension. Without a
   /// valid Info.plist (see `readBundleInfo`), an app has no identifier and no version.
   static AppDiscoveryClient live(FileManager files);
+  /// The same for several users: searches the folder `Applications` of each of these home folders, in this order.
+  static AppDiscoveryClient live(FileManager files, std::vector<FileURL> homes);
 };
 
 }  // namespace quarn

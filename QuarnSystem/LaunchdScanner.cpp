@@ -49,13 +49,15 @@ std::optional<LaunchdEntry> jobWithin(Budget& texts, const FileManager& files, c
   return std::nullopt;
 }
 
-std::vector<LaunchdEntry> allJobs(const FileManager& volume) {
+std::vector<LaunchdEntry> allJobs(const FileManager& volume, const std::vector<FileURL>& homes) {
   const FileManager files = volume.forOneOperation();
-  std::vector<FileURL> found = propertyListFiles(files, files.homeDirectory().appending(kHomeFolder));
-  for (const std::string_view folder : kSystemFolders) {
-    std::vector<FileURL> more = propertyListFiles(files, FileURL(folder));
+  std::vector<FileURL> found;
+  const auto add = [&](const FileURL& folder) {
+    std::vector<FileURL> more = propertyListFiles(files, folder);
     std::move(more.begin(), more.end(), std::back_inserter(found));
-  }
+  };
+  for (const FileURL& home : homes) add(home.appending(kHomeFolder));
+  for (const std::string_view folder : kSystemFolders) add(FileURL(folder));
   if (found.size() > limits::kRecords) {
     files.note(found[limits::kRecords], EFBIG);
     found.resize(limits::kRecords);
@@ -68,7 +70,12 @@ std::vector<LaunchdEntry> allJobs(const FileManager& volume) {
 }  // namespace
 
 LaunchdScanner LaunchdScanner::live(FileManager files) {
-  return {.scan = [files = std::move(files)] { return allJobs(files); }};
+  std::vector<FileURL> homes{files.homeDirectory()};
+  return live(std::move(files), std::move(homes));
+}
+
+LaunchdScanner LaunchdScanner::live(FileManager files, std::vector<FileURL> homes) {
+  return {.scan = [files = std::move(files), homes = std::move(homes)] { return allJobs(files, homes); }};
 }
 
 LaunchdScanner LaunchdScanner::snapshot(FileManager files) {
@@ -77,7 +84,7 @@ LaunchdScanner LaunchdScanner::snapshot(FileManager files) {
     std::vector<LaunchdEntry> jobs;
   };
   return {.scan = [files = std::move(files), kept = std::make_shared<Jobs>()] {
-    std::call_once(kept->once, [&] { kept->jobs = allJobs(files); });
+    std::call_once(kept->once, [&] { kept->jobs = allJobs(files, {files.homeDirectory()}); });
     return kept->jobs;
   }};
 }

@@ -18,6 +18,8 @@ struct LaunchdScanner {
   /// Reads the property lists in those folders (see `propertyListFiles`). Skips files without a Label string. Ignores
   /// ProgramArguments unless all of them are strings.
   static LaunchdScanner live(FileManager files);
+  /// The same for several users: begins with the jobs of each of these home folders, in this order.
+  static LaunchdScanner live(FileManager files, std::vector<FileURL> homes);
   /// The same, but reads the folders only once, on first use. Thread-safe.
   static LaunchdScanner snapshot(FileManager files);
 };

@@ -37,8 +37,8 @@ quarn_public_headers(
   QuarnCore
   discovery/ArtifactScanner.h discovery/ExtensionEvidence.h discovery/KernelExtensionAssociationService.h folders/TopItemsService.h
   inspection/AppInspectionService.h inspection/AppsService.h ownership/Leftovers.h ownership/Ownership.h ownership/OwnershipMap.h
-  ownership/OwnershipService.h planning/AppRemovalPlanner.h scans/Scan.h scans/ScanContent.h scans/ScanError.h scans/ScanStore.h
-  storage/RootScope.h storage/StorageDashboardService.h
+  ownership/OwnershipService.h ownership/UsersMap.h planning/AppRemovalPlanner.h scans/Scan.h scans/ScanContent.h scans/ScanError.h scans/ScanStore.h
+  storage/HomeFolders.h storage/RootScope.h storage/StorageDashboardService.h
   storage/StorageSignature.h storage/StorageSignatureRegistry.h storage/VendorPathHintIndex.h vendors/DeepInspectorService.h
   vendors/UninstallerDiscoveryService.h vendors/VendorArtifactDeduplicator.h vendors/VendorPathResolver.h vendors/VendorProfile.h
   vendors/VendorProfileIndex.h vendors/VendorProfileRegistry.h)

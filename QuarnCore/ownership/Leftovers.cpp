@@ -57,21 +57,48 @@ void sort(std::vector<Leftover>& leftovers) {
   });
 }
 
-/// Groups items by former owner.
-class Groups {
+/// Finds leftovers, and groups them by former owner.
+class LeftoverSearch {
  public:
-  explicit Groups(std::vector<Leftover>& leftovers) : leftovers_(leftovers) {
-    for (std::size_t i = 0; i < leftovers.size(); ++i) positions_.try_emplace(keyOf(leftovers[i].owner), i);
+  LeftoverSearch(const LeftoverOptions& options, const FileManager& files, const FileSizeCalculator& sizes,
+                 const Cancellation& cancellation, const NewestChange& newest)
+      : options_(options),
+        files_(files.cancelledBy(cancellation)),
+        sizes_(sizes),
+        cancellation_(cancellation),
+        newest_(newest) {}
+
+  /// Takes an entry if it is a leftover. False if cancelled.
+  bool consider(const OwnershipMap& map, std::size_t position) {
+    if (cancellation_.isCancelled()) return false;
+    if (map.status(position) != OwnershipStatus::orphaned) return true;
+    const Ownership entry = map.ownership(position);
+    if (!options_.includeSystem && entry.scope == ArtifactScope::system) return true;
+    LeftoverItem item = itemOf(entry);
+    item.modified = newest_ ? newest_(entry.url) : newestChange(files_, entry.url);
+    if (options_.computeSizes) item.size = sizeOf(sizes_, entry.url, cancellation_);
+    add(of(*entry.formerOwner), std::move(item));
+    return true;
   }
 
+  std::vector<Leftover> take() {
+    sort(leftovers_);
+    return std::move(leftovers_);
+  }
+
+ private:
   Leftover& of(const FormerOwner& owner) {
     const auto [position, isNew] = positions_.try_emplace(keyOf(owner), leftovers_.size());
     if (isNew) leftovers_.push_back({.owner = owner});
     return leftovers_[position->second];
   }
 
- private:
-  std::vector<Leftover>& leftovers_;
+  const LeftoverOptions& options_;
+  const FileManager files_;
+  const FileSizeCalculator& sizes_;
+  const Cancellation& cancellation_;
+  const NewestChange& newest_;
+  std::vector<Leftover> leftovers_;
   std::unordered_map<std::string, std::size_t> positions_;
 };
 
@@ -91,28 +118,19 @@ std::optional<Date> newestChange(const FileManager& files, const FileURL& url) {
 std::vector<Leftover> findLeftovers(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,
                                     const FileSizeCalculator& sizes, const Cancellation& cancellation,
                                     const NewestChange& newest) {
-  const FileManager volume = files.cancelledBy(cancellation);
-  std::vector<Leftover> leftovers;
-  Groups groups(leftovers);
-  for (std::size_t i = 0; i < map.size() && !cancellation.isCancelled(); ++i) {
-    if (map.status(i) != OwnershipStatus::orphaned) continue;
-    const Ownership entry = map.ownership(i);
-    if (!options.includeSystem && entry.scope == ArtifactScope::system) continue;
-    LeftoverItem item = itemOf(entry);
-    item.modified = newest ? newest(entry.url) : newestChange(volume, entry.url);
-    if (options.computeSizes) item.size = sizeOf(sizes, entry.url, cancellation);
-    add(groups.of(*entry.formerOwner), std::move(item));
+  LeftoverSearch search(options, files, sizes, cancellation, newest);
+  for (std::size_t i = 0; i < map.size(); ++i) {
+    if (!search.consider(map, i)) break;
   }
-  sort(leftovers);
-  return leftovers;
+  return search.take();
 }
 
-void addLeftovers(std::vector<Leftover>& leftovers, std::vector<Leftover> more) {
-  Groups groups(leftovers);
-  for (Leftover& leftover : more) {
-    for (LeftoverItem& item : leftover.items) add(groups.of(leftover.owner), std::move(item));
-  }
-  sort(leftovers);
+std::vector<Leftover> findLeftovers(const UsersMap& map, const LeftoverOptions& options, const FileManager& files,
+                                    const FileSizeCalculator& sizes, const Cancellation& cancellation,
+                                    const NewestChange& newest) {
+  LeftoverSearch search(options, files, sizes, cancellation, newest);
+  map.eachEntry([&](const OwnershipMap& ofHome, std::size_t i) { return search.consider(ofHome, i); });
+  return search.take();
 }
 
 }  // namespace quarn

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "QuarnCore/ownership/OwnershipMap.h"
+#include "QuarnCore/ownership/UsersMap.h"
 #include "QuarnModels/Date.h"
 #include "QuarnPlatform/base/Cancellation.h"
 #include "QuarnPlatform/files/FileManager.h"
@@ -54,8 +55,10 @@ std::vector<Leftover> findLeftovers(const OwnershipMap& map, const LeftoverOptio
 /// Reads the times from the volume.
 std::optional<Date> newestChange(const FileManager& files, const FileURL& url);
 
-/// Adds the leftovers of another home folder: what one former app left in both is one leftover. Keeps the order of
-/// `findLeftovers`. Throws SizeOverflow.
-void addLeftovers(std::vector<Leftover>& leftovers, std::vector<Leftover> more);
+/// The leftovers of all users: what one former app left in several home folders is one leftover.
+std::vector<Leftover> findLeftovers(const UsersMap& map, const LeftoverOptions& options, const FileManager& files,
+                                    const FileSizeCalculator& sizes,
+                                    const Cancellation& cancellation = Cancellation::never(),
+                                    const NewestChange& newest = nullptr);
 
 }  // namespace quarn

@@ -30,10 +30,8 @@ constexpr std::size_t kMostOtherParts = 3;
 // A folder with more entries is not one that apps share.
 constexpr std::size_t kMostSharers = 4096;
 
-struct Listed {
-  std::string name;
-  bool isFolder;
-};
+using Listed = OwnershipSources::Listed;
+using Listing = OwnershipSources::Listing;
 
 class Builder {
  public:
@@ -69,7 +67,7 @@ class Builder {
     State::Range range{.begin = static_cast<std::uint32_t>(state_.entries.size())};
     const FileURL folder = state_.folderOf(row);
     if (isWanted) {
-      for (const Listed& item : listed(folder)) addEntry(place, row, folder, item);
+      for (const Listed& item : listed(row, folder)) addEntry(place, row, folder, item);
     }
     range.end = static_cast<std::uint32_t>(state_.entries.size());
     state_.placeRanges.push_back(range);
@@ -87,9 +85,18 @@ class Builder {
     state_.innerRanges.push_back(inner);
   }
 
+  // The folders of the volume are listed once for all users.
+  Listing listed(const OwnershipPlace& place, const FileURL& folder) {
+    OwnershipSources& sources = *state_.sources;
+    if (!sources.keepsListings || place.scope() == ArtifactScope::user) return listed(folder);
+    const auto [known, isNew] = sources.listings.try_emplace(folder.path());
+    if (isNew) known->second = listed(folder);
+    return known->second;
+  }
+
   // By name; empty when the folder cannot be listed.
-  std::vector<Listed> listed(const FileURL& folder) {
-    std::vector<Listed> items;
+  Listing listed(const FileURL& folder) {
+    Listing items;
     try {
       const FileDescriptor open = state_.files.openDirectory(folder, Links::follow);
       reader_.start(open.get());
@@ -224,7 +231,7 @@ class Builder {
     const bool isFormers = folder.status != OwnershipStatus::orphaned && formers_.isVendorFolder(folderKey);
     if (!isFormers && !state_.index.isVendorFolder(folderKey)) return;
     const std::string path = state_.path(folder);
-    for (const Listed& item : listed(FileURL(path))) {
+    for (const Listed& item : listed(row, FileURL(path))) {
       Entry entry = newEntry(place, item);
       entry.parent = outer;
       judge(entry, EntryText(row, item.name, folderName), path::join(path, item.name));
@@ -247,7 +254,7 @@ class Builder {
     if (folder.status != OwnershipStatus::orphaned || !folder.isFolder || cancellation_.isCancelled()) return false;
     const FileURL url(state_.path(folder));
     if (!state_.text(folder).isIdentifier) return false;
-    const std::vector<Listed> items = listed(url);
+    const Listing items = listed(row, url);
     const bool isShared =
         items.size() <= kMostSharers &&
         std::any_of(items.begin(), items.end(), [&](const Listed& item) { return isOfAnApp(row, item); });

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string_view>
 #include <vector>
 
 #include "QuarnCore/ownership/OwnershipMap.h"
+#include "QuarnCore/ownership/UsersMap.h"
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 #include "QuarnPlatform/base/Cancellation.h"
 #include "QuarnPlatform/files/FileManager.h"
@@ -13,6 +15,8 @@
 #include "QuarnSystem/ReceiptScanner.h"
 
 namespace quarn {
+
+struct OwnershipSources;
 
 /// Finds the owners of the entries in the app-data folders. It compares all apps at once; the app with the strongest
 /// evidence gets the entry. A plain value; synchronous. Never throws for items that cannot be read: they are no
@@ -44,8 +48,20 @@ class OwnershipService {
   [[nodiscard]] OwnershipMap map(const std::vector<AppEntity>& apps, const Options& options,
                                  const Progress& progress = nullptr,
                                  const Cancellation& cancellation = Cancellation::never()) const;
+  /// A map for each of these home folders. The launchd scanner must know the jobs of all of them. Reads the apps, the
+  /// receipts, the jobs and the folders of the volume once.
+  [[nodiscard]] UsersMap mapOfUsers(const HomeFolders& homes, const std::vector<AppEntity>& apps,
+                                    const Options& options, const Progress& progress = nullptr,
+                                    const Cancellation& cancellation = Cancellation::never()) const;
 
  private:
+  [[nodiscard]] std::shared_ptr<OwnershipSources> readSources(const std::vector<AppEntity>& apps,
+                                                              const Options& options,
+                                                              const Cancellation& cancellation) const;
+  [[nodiscard]] OwnershipMap mapOf(const FileManager& files, const std::shared_ptr<OwnershipSources>& sources,
+                                   const Options& options, const Progress& progress,
+                                   const Cancellation& cancellation) const;
+
   VendorProfileRegistry vendorProfiles_;
   EntitlementsReader entitlementsReader_;
   LaunchdScanner launchdScanner_;

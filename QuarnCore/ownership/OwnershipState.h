@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "QuarnCore/ownership/AppIndex.h"
@@ -16,6 +18,29 @@
 #include "QuarnPlatform/files/FileManager.h"
 
 namespace quarn {
+
+/// What the maps of several users of one volume share.
+struct OwnershipSources {
+  struct Listed {
+    std::string name;
+    bool isFolder;
+  };
+  using Listing = std::vector<Listed>;  ///< by name
+
+  OwnershipSources(std::vector<AppEntity> installedApps, std::vector<AppFacts> bundleFacts)
+      : apps(std::move(installedApps)), facts(std::move(bundleFacts)), index(apps, facts) {}
+  OwnershipSources(const OwnershipSources&) = delete;
+  OwnershipSources& operator=(const OwnershipSources&) = delete;
+
+  const std::vector<AppEntity> apps;
+  const std::vector<AppFacts> facts;
+  const AppIndex index;
+  std::vector<ReceiptInfo> receipts;
+  std::vector<LaunchdEntry> jobs;
+  /// The folders in places outside home folders, which every map lists; kept only while several maps are built.
+  bool keepsListings = false;
+  std::unordered_map<std::string, Listing> listings;
+};
 
 /// The contents of a map. `OwnershipBuilder` fills it; then it is read-only.
 struct OwnershipState {
@@ -39,11 +64,11 @@ struct OwnershipState {
     std::uint32_t end = 0;
   };
 
-  OwnershipState(std::vector<AppEntity> installedApps, std::vector<AppFacts> bundleFacts, FileManager volume)
-      : apps(std::move(installedApps)),
-        facts(std::move(bundleFacts)),
-        index(apps, facts),
-        evidence(index, apps, facts),
+  OwnershipState(std::shared_ptr<OwnershipSources> shared, FileManager volume)
+      : sources(std::move(shared)),
+        apps(sources->apps),
+        index(sources->index),
+        evidence(index, apps, sources->facts),
         paths(index, apps),
         files(std::move(volume)) {
     for (const OwnershipPlace& place : ownershipPlaces()) placeFolders.push_back(folderOf(place).path());
@@ -62,9 +87,9 @@ struct OwnershipState {
   /// All evidence for an entry, strongest first.
   [[nodiscard]] std::vector<EvidenceFind> allFinds(const Entry& entry) const;
 
-  std::vector<AppEntity> apps;
-  std::vector<AppFacts> facts;
-  AppIndex index;
+  const std::shared_ptr<OwnershipSources> sources;
+  const std::vector<AppEntity>& apps;  // of the sources
+  const AppIndex& index;
   EntryEvidence evidence;
   PathEvidence paths;
   FileManager files;

@@ -37,7 +37,7 @@ void BranchFacts::readVolume(CommandContext& context, bool wantsOwners) {
       categories_.try_emplace(context.services().files.standardizedPath(root), category);
     }
   }
-  if (wantsOwners && !context.isInterrupted()) map_ = mapOfVolume(context);
+  if (wantsOwners && !context.isInterrupted()) map_ = mapOfUsers(context);
 }
 
 void BranchFacts::readScan(const Scan& scan, bool wantsOwners) {
@@ -69,7 +69,7 @@ BranchFacts::Owner BranchFacts::ownerOf(const Ownership& ownership) {
 }
 
 BranchFacts::Owner BranchFacts::find(const FileURL& url) const {
-  if (map_) return map_->isComplete() ? ownerOf(map_->owners(url)) : Owner{};
+  if (map_) return map_->isComplete() ? ownerOf(map_->mapOf(url).owners(url)) : Owner{};
   const Owner* owner = innermost(owners_, url.path());
   return owner != nullptr ? *owner : Owner{};
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "QuarnCore/ownership/OwnershipMap.h"
+#include "QuarnCore/ownership/UsersMap.h"
 #include "QuarnModels/Storage.h"
 #include "quarn/commands/CommandContext.h"
 
@@ -25,8 +25,8 @@ class BranchFacts {
   [[nodiscard]] std::vector<std::string> owners(const FileURL& url) const;
   /// The category whose folders have the item; absent if there is none.
   [[nodiscard]] std::optional<StorageCategoryID> category(const FileURL& url) const;
-  /// The map of a volume; absent for a scan, and if the command was interrupted before.
-  [[nodiscard]] const std::optional<OwnershipMap>& map() const { return map_; }
+  /// The maps of a volume; absent for a scan, and if the command was interrupted before.
+  [[nodiscard]] const std::optional<UsersMap>& map() const { return map_; }
 
  private:
   struct Owner {
@@ -39,7 +39,7 @@ class BranchFacts {
   void readVolume(CommandContext& context, bool wantsOwners);
   void readScan(const Scan& scan, bool wantsOwners);
 
-  std::optional<OwnershipMap> map_;                      // of a volume
+  std::optional<UsersMap> map_;                          // of a volume
   std::map<std::string, Owner> owners_;                  // of a scan, by path
   std::map<std::string, StorageCategoryID> categories_;  // by the path of a root
 };

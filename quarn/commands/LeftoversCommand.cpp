@@ -13,10 +13,10 @@
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Filters.h"
 #include "quarn/commands/Finds.h"
-#include "quarn/commands/HomeLeftovers.h"
 #include "quarn/commands/Homes.h"
 #include "quarn/commands/Inspection.h"
 #include "quarn/commands/ListOutput.h"
+#include "quarn/commands/OwnershipMaps.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/Table.h"
 #include "quarn/wire/RecordJSON.h"
@@ -31,9 +31,9 @@ bool wantsSizes(const CommandContext& context) {
 }
 
 std::vector<Leftover> liveLeftovers(const FindSizes& sizes, CommandContext& context) {
-  if (!wantsSizes(context)) return leftoversOfHomes(context, /*sizes=*/nullptr);
-  const FileSizeCalculator calculator = sizes.calculator();
-  return leftoversOfHomes(context, &calculator);
+  const bool hasSizes = wantsSizes(context);
+  return findLeftovers(mapOfUsers(context), {.computeSizes = hasSizes}, context.services().files,
+                       hasSizes ? sizes.calculator() : context.services().fileSizeCalculator, context.cancellation());
 }
 
 // A scan has the sizes, and so the order of `--size`.

@@ -12,7 +12,6 @@
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
 #include "quarn/commands/Finds.h"
-#include "quarn/commands/HomeLeftovers.h"
 #include "quarn/commands/Homes.h"
 #include "quarn/commands/HostOutput.h"
 #include "quarn/commands/Inspection.h"
@@ -101,9 +100,7 @@ VolumeReport volumeReport(CommandContext& context) {
   report.elsewhere = ranked(items, elsewhere, users);
   context.progress("looking for leftovers");
   const FileSizeCalculator& calculator = context.services().fileSizeCalculator;
-  if (wantsAllUsers(context)) {
-    report.leftovers = leftoversOfHomes(context, &calculator);
-  } else if (facts.map()) {
+  if (facts.map()) {
     report.leftovers = findLeftovers(*facts.map(), {.computeSizes = true}, context.services().files, calculator,
                                      context.cancellation());
   }

@@ -101,8 +101,14 @@ ScanStore Services::scanStore() const {
       files};
 }
 
-OwnershipService Services::ownership() const {
-  return OwnershipService(vendorProfiles(), entitlementsReader, LaunchdScanner::snapshot(files), receiptScanner, files);
+OwnershipService Services::ownership(const std::vector<FileURL>& homes) const {
+  return OwnershipService(vendorProfiles(), entitlementsReader,
+                          homes.empty() ? LaunchdScanner::snapshot(files) : LaunchdScanner::live(files, homes),
+                          receiptScanner, files);
+}
+
+std::vector<AppEntity> Services::appsOf(const std::vector<FileURL>& homes) const {
+  return AppDiscoveryClient::live(files, homes).discoverApplications();
 }
 
 }  // namespace quarn

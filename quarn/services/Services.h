@@ -54,8 +54,11 @@ struct Services {
   /// The same, but sizes artifacts with `sizes`.
   [[nodiscard]] AppInspectionService appInspection(const FileSizeCalculator& sizes,
                                                    const Cancellation& cancellation) const;
-  /// A service for a map of the whole volume. It caches what the map asks of the system.
-  [[nodiscard]] OwnershipService ownership() const;
+  /// A service for a map of the whole volume. It caches what the map asks of the system. With home folders, it is for
+  /// maps of these users.
+  [[nodiscard]] OwnershipService ownership(const std::vector<FileURL>& homes = {}) const;
+  /// The apps of the volume and of these home folders.
+  [[nodiscard]] std::vector<AppEntity> appsOf(const std::vector<FileURL>& homes) const;
 
   /// The storage categories, sized by another calculator.
   [[nodiscard]] StorageDashboardService storageDashboardWith(const FileSizeCalculator& sizes) const;

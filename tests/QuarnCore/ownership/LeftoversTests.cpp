@@ -198,26 +198,6 @@ TEST(Leftovers, AFolderThatHoldsAnInstalledAppsEntryIsNotOne) {
   EXPECT_THAT(leftovers(mapper), SizeIs(2));
 }
 
-TEST(Leftovers, OfTwoHomesAreOneWhenTheirFormerOwnerIsTheSame) {
-  const auto leftover = [](const char* identifier, const char* path, std::int64_t bytes, int seconds) {
-    const LeftoverItem item{.url = FileURL(path),
-                            .modified = Date(std::chrono::seconds(seconds)),
-                            .size = SizeInfo{.allocatedBytes = bytes, .logicalBytes = bytes}};
-    return Leftover{.owner = {.name = identifier, .bundleIdentifier = identifier},
-                    .items = {item},
-                    .modified = item.modified,
-                    .size = item.size};
-  };
-  std::vector<Leftover> all{leftover("com.b", "/1", 2, 20), leftover("com.a", "/2", 1, 20)};
-  addLeftovers(all, {leftover("COM.A", "/3", 4, 30), leftover("com.c", "/4", 3, 1)});
-  ASSERT_THAT(all, SizeIs(3));
-  EXPECT_EQ(all[0].owner.name, "com.a");
-  EXPECT_THAT(paths(all[0]), ElementsAre("/2", "/3"));
-  EXPECT_EQ(all[0].size, (SizeInfo{5, 5}));
-  EXPECT_EQ(all[0].modified, Date(std::chrono::seconds(30)));
-  EXPECT_EQ(all[1].owner.name, "com.c");
-}
-
 TEST(Leftovers, AVendorThatIsCalledLikeItsOnlyAppLeftNoOther) {
   MacVolume volume;
   volume.app("/Applications/Quillpen Studio.app", {.bundleIdentifier = "org.quillpen.desk"})

@@ -110,6 +110,14 @@ TEST(AllUsers, TheReportHasATableOfUsersAndTheLeftoversOfAll) {
               HasSubstr("--all-users cannot be combined with APP"));
 }
 
+TEST(AllUsers, TheReportNamesTheAppsOfAllUsersInItsMap) {
+  MacVolume volume;
+  volume.app("/Applications/Notes.app", {.bundleIdentifier = "com.example.notes", .name = "Notes"});
+  volume.file("/Users/ann/Documents/a", 1_MiB);
+  volume.file("/Users/bob/Library/Containers/com.example.notes/Data/a", 8_MiB).file("/Users/bob/Documents/b", 1_MiB);
+  EXPECT_THAT(runForAll(volume, {"report", "--output", "-"}).out, HasSubstr(">Notes<"));
+}
+
 TEST(AllUsers, AScanHasOneUserOnly) {
   MacVolume volume;
   filled(volume);
