@@ -114,8 +114,8 @@ TEST(AllUsers, TheReportNamesTheAppsOfAllUsersInItsMap) {
   MacVolume volume;
   volume.app("/Applications/Notes.app", {.bundleIdentifier = "com.example.notes", .name = "Notes"});
   volume.file("/Users/ann/Documents/a", 1_MiB);
-  volume.file("/Users/bob/Library/Containers/com.example.notes/Data/a", 8_MiB).file("/Users/bob/Documents/b", 1_MiB);
-  EXPECT_THAT(runForAll(volume, {"report", "--output", "-"}).out, HasSubstr(">Notes<"));
+  volume.file("/Users/bob/Library/Containers/com.example.notes/Data/a", 8_MiB).file("/Users/bob/Library/Caches/b", 6_MiB);
+  EXPECT_THAT(runForAll(volume, {"report", "--output", "-"}).out, HasSubstr("aria-label=\"Notes, 8.4 MB\""));
 }
 
 TEST(AllUsers, AScanHasOneUserOnly) {
