@@ -3,16 +3,18 @@
 Usage: side_by_side.py --bin DIR [--trees DIR] [--groups G…] [--only TREE] [--rounds N] [--shrink N] [--save FILE | --check FILE]
 
 Groups: inner (microbenchmarks), walk (the trees with warm caches), cold (the 200k tree with cold caches; root only),
+disk (the same on a disk of its own, beside a reader of the bare blocks; root only),
 growth (time per file and peak memory at 10k, 100k, 1M files), empty (a process that finds nothing), apps (a volume with
 many apps), allapps (all apps at once: the map of ownership and all inspections), latency (one to 16 threads on a file system
-that answers each call late), scans (scans in files: writing, comparing, answers). The floor is the bare system calls on two threads (benchmarks/floor/floor.cc). Machines are
-noisy; compare only ratios within one run.
+that answers each call late), scans (scans in files: writing, comparing, answers). The floor is the bare system calls on two
+threads (benchmarks/floor/floor.cc). Machines are noisy; compare only ratios within one run.
 
 --save writes the ratios of the run to FILE. --check compares the ratios with those in FILE, names each that is larger by more
 than 0.08, and ends with 1 if there is one.
 """
 
 import argparse
+import contextlib
 import datetime
 import json
 import os
@@ -36,7 +38,7 @@ TREES = {
     "flat 500k": ("flat", 500_000),
     "chain 2000": ("chain", 2_000),
 }
-GROUPS = ["inner", "walk", "cold", "growth", "empty", "apps", "allapps", "latency", "scans"]
+GROUPS = ["inner", "walk", "cold", "disk", "growth", "empty", "apps", "allapps", "latency", "scans"]
 LARGEST_LOSS = 0.08
 THREADS = ("1", "2", "4", "8", "16", "the library's")
 NO_LIMIT = 1_000_000_000
@@ -196,6 +198,43 @@ def cold(options, measurer):
     volume = Volume(options, "home 200k", *TREES["home 200k"])
     programs = [floor(options, volume), *ours(options, volume, "home"), *others(volume)]
     print_ratios("home 200k, cold", measurer.alternately(programs, min(options.rounds, 3), cold=True))
+
+
+@contextlib.contextmanager
+def mounted_image(options, gigabytes):
+    """A new ext4 in a file, mounted past the host's caches. Gives the folder and the device."""
+    image, folder = options.trees.resolve() / "disk.img", options.trees.resolve() / "disk"
+    folder.mkdir(parents=True, exist_ok=True)
+    device = None
+    try:
+        with image.open("wb") as file:
+            file.truncate(gigabytes << 30)
+        subprocess.run(["mkfs.ext4", "-q", "-E", "lazy_itable_init=0,lazy_journal_init=0", image], check=True)
+        device = subprocess.run(["losetup", "--direct-io=on", "--find", "--show", image], check=True, capture_output=True,
+                                text=True).stdout.strip()
+        subprocess.run(["mount", device, folder], check=True)
+        yield folder, device
+    finally:
+        subprocess.run(["umount", "-q", folder], check=False)
+        if device:
+            subprocess.run(["losetup", "--detach", device], check=False)
+        image.unlink(missing_ok=True)
+
+
+def disk(options, measurer):
+    """What the disk itself allows: the blocks that hold the items, read in their order on the disk."""
+    if os.geteuid() != 0:
+        print("\nA disk of its own needs root; skipped.")
+        return
+    with mounted_image(options, 8) as (folder, device):
+        volume = Volume(argparse.Namespace(**{**vars(options), "trees": folder}), "home 200k", *TREES["home 200k"])
+        program, ranges = str(options.bin / "disk"), options.trees.resolve() / "disk.ranges"
+        ranges.write_text(measurer.output(Run([program, "list", str(volume.home), device])))
+        programs = [floor(options, volume), *ours(options, volume, "home"),
+                    *(Program(f"the disk's blocks in order, {threads} at a time",
+                              Run([program, "read", device, str(ranges), f"threads={threads}"])) for threads in (1, 2, 8))]
+        print_ratios("home 200k on a disk of its own, cold", measurer.alternately(programs, min(options.rounds, 3), cold=True))
+        print(measurer.output(programs[-1].run), end="")
 
 
 def growth(options, measurer):
