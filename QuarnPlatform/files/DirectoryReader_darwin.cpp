@@ -13,6 +13,7 @@
 #include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
 #include "QuarnPlatform/files/Hidden.h"
+#include "QuarnPlatform/files/ItemStatus.h"
 #include "QuarnPlatform/files/ListingCount.h"
 
 namespace quarn {
@@ -21,18 +22,11 @@ namespace {
 constexpr std::size_t kBufferSize = 256u << 10;
 // About two hundred entries. Sharing fewer costs more than it saves.
 constexpr std::size_t kSmallestShare = 16u << 10;
-constexpr std::uint64_t kBlockSize = 512;
 
 // These take the right to list the folder alone. All others take the right to search it too.
 constexpr attrgroup_t kNameAndType = ATTR_CMN_RETURNED_ATTRS | ATTR_CMN_ERROR | ATTR_CMN_NAME | ATTR_CMN_OBJTYPE;
 // The two sizes that `fstatat` gives: all that is allocated, and the data's length.
 constexpr attrgroup_t kSizes = ATTR_FILE_ALLOCSIZE | ATTR_FILE_DATALENGTH;
-
-FileType typeOf(mode_t mode) {
-  if (S_ISREG(mode)) return FileType::regular;
-  if (S_ISDIR(mode)) return FileType::directory;
-  return S_ISLNK(mode) ? FileType::symbolicLink : FileType::other;
-}
 
 FileType typeOfObject(fsobj_type_t type) {
   switch (type) {
@@ -50,7 +44,7 @@ int lookUp(int folder, const char* name, struct stat& status) {
 // An item that cannot be looked up counts as a file: whoever reads it meets the error again and reports it.
 std::optional<FileType> lookedUpType(int folder, const char* name) {
   struct stat status {};
-  if (lookUp(folder, name, status) == 0) return typeOf(status.st_mode);
+  if (lookUp(folder, name, status) == 0) return fileTypeOf(status.st_mode);
   return errno == ENOENT ? std::nullopt : std::optional(FileType::regular);
 }
 
@@ -190,7 +184,8 @@ void DirectoryReader::resume(int folder, Stretch stretch) {
 bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes, Details* details) {
   struct stat status {};
   if (lookUp(parent, name, status) != 0) return false;
-  const std::optional<std::int64_t> allocated = bytesInBlocks(static_cast<std::uint64_t>(status.st_blocks), kBlockSize);
+  const std::optional<std::int64_t> allocated =
+      bytesInBlocks(static_cast<std::uint64_t>(status.st_blocks), kStatusBlockSize);
   const std::optional<ByteCounts> found =
       sizesOf(allocated, status.st_size, static_cast<std::uint32_t>(status.st_flags));
   if (!S_ISREG(status.st_mode) || !found) {

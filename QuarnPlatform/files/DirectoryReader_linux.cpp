@@ -14,6 +14,7 @@
 #include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/files/DirectoryReader.h"
 #include "QuarnPlatform/files/Hidden.h"
+#include "QuarnPlatform/files/ItemStatus.h"
 #include "QuarnPlatform/files/ListingCount.h"
 
 namespace quarn {
@@ -23,13 +24,6 @@ constexpr std::size_t kBufferSize = 256u << 10;
 // About four hundred entries. Sharing fewer costs more than it saves.
 constexpr std::size_t kSmallestShare = 16u << 10;
 constexpr int kLookUpFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
-constexpr std::uint64_t kBlockSize = 512;
-
-FileType typeOf(mode_t mode) {
-  if (S_ISREG(mode)) return FileType::regular;
-  if (S_ISDIR(mode)) return FileType::directory;
-  return S_ISLNK(mode) ? FileType::symbolicLink : FileType::other;
-}
 
 int lookUp(int folder, const char* name, unsigned fields, struct statx& status) {
   return againIfInterrupted([&] { return ::statx(folder, name, kLookUpFlags, fields, &status); });
@@ -38,7 +32,7 @@ int lookUp(int folder, const char* name, unsigned fields, struct statx& status) 
 // An item that cannot be looked up counts as a file: whoever reads it meets the error again and reports it.
 std::optional<FileType> lookedUpType(int folder, const char* name) {
   struct statx status {};
-  if (lookUp(folder, name, STATX_TYPE, status) == 0) return typeOf(status.stx_mode);
+  if (lookUp(folder, name, STATX_TYPE, status) == 0) return fileTypeOf(status.stx_mode);
   return errno == ENOENT ? std::nullopt : std::optional(FileType::regular);
 }
 
@@ -132,7 +126,7 @@ bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes,
   const unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_BLOCKS | (details == nullptr ? 0U : kOfDetails);
   if (lookUp(parent, name, wanted, status) != 0) return false;
   constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-  const std::optional<std::int64_t> allocated = bytesInBlocks(status.stx_blocks, kBlockSize);
+  const std::optional<std::int64_t> allocated = bytesInBlocks(status.stx_blocks, kStatusBlockSize);
   const bool fits = status.stx_size <= kLargest && allocated;
   if (!S_ISREG(status.stx_mode) || !fits) {
     errno = fits ? ENOENT : EOVERFLOW;

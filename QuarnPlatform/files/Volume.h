@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,7 +20,8 @@ struct OpenedFile {
 };
 
 /// The system-specific part of a file manager: an open root folder that lookups never leave. Immutable and thread-safe.
-/// All opens are read-only, close-on-exec and non-blocking. Each operating system has its own implementation file.
+/// All opens are read-only, close-on-exec and non-blocking. `Volume.cpp` has what all systems share; each has a file of
+/// its own for the rest.
 class Volume {
  public:
   /// Throws FileError (operation "open volume").
@@ -47,6 +49,12 @@ class Volume {
   static std::string currentHome();
 
  private:
+  /// What one call says of a path: it has no links, the item is missing (with errno), or only a walk can tell.
+  enum class Resolution : std::uint8_t { isThePath, missing, takesAWalk };
+
+  /// A NUL would end the path in the system's calls and select another item.
+  static bool holdsNul(std::string_view path) { return path.find('\0') != std::string_view::npos; }
+  [[nodiscard]] Resolution resolveAtOnce(std::string_view path) const;
   [[nodiscard]] FileDescriptor openWith(int purposeFlags, std::string_view path, Links links) const;
   [[nodiscard]] FileDescriptor openAgain(std::string_view path, const ItemFacts& expected) const;
   [[nodiscard]] FileDescriptor openByWalking(std::string_view path, int flags, Links links) const;

@@ -13,6 +13,7 @@
 #include "QuarnPlatform/base/BlockBytes.h"
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/base/Interruption.h"
+#include "QuarnPlatform/files/ItemStatus.h"
 #include "QuarnPlatform/files/PathWalk.h"
 #include "QuarnPlatform/files/Volume.h"
 #include "QuarnPlatform/paths/Path.h"
@@ -21,45 +22,11 @@ namespace quarn {
 namespace {
 
 constexpr std::size_t kLongestSystemPath = 1023;
-constexpr std::uint64_t kBlockSize = 512;
-constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
 constexpr int kReadFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-FileType typeOf(mode_t mode) {
-  if (S_ISREG(mode)) return FileType::regular;
-  if (S_ISDIR(mode)) return FileType::directory;
-  return S_ISLNK(mode) ? FileType::symbolicLink : FileType::other;
+std::optional<ItemFacts> factsOnMac(const struct stat& status) {
+  return factsOf(status, (status.st_flags & SF_DATALESS) != 0);
 }
-
-// What is only in the cloud occupies nothing here, whatever the file system answers. Absent when a damaged or hostile
-// file system reports more than fits.
-std::optional<ByteCounts> sizesOf(const struct stat& status, bool isOnlyInCloud) {
-  const std::uint64_t blocks = isOnlyInCloud ? 0 : static_cast<std::uint64_t>(status.st_blocks);
-  const std::optional<std::int64_t> allocated = bytesInBlocks(blocks, kBlockSize);
-  if (!allocated || status.st_size < 0) return std::nullopt;
-  return ByteCounts{.allocatedBytes = *allocated, .logicalBytes = status.st_size};
-}
-
-std::optional<ItemFacts> factsOf(const struct stat& status) {
-  const FileType type = typeOf(status.st_mode);
-  const bool isOnlyInCloud = (status.st_flags & SF_DATALESS) != 0;
-  const std::optional<ByteCounts> sizes = type == FileType::regular ? sizesOf(status, isOnlyInCloud) : ByteCounts{};
-  if (!sizes) {
-    errno = EOVERFLOW;
-    return std::nullopt;
-  }
-  return ItemFacts{.type = type,
-                   .sizes = *sizes,
-                   .anyExecuteBit = (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0,
-                   .modifiedSeconds = status.st_mtime,
-                   .device = static_cast<std::uint64_t>(status.st_dev),
-                   .inode = status.st_ino,
-                   .links = status.st_nlink,
-                   .isOnlyInCloud = isOnlyInCloud};
-}
-
-// The system's calls end a path at a NUL and would find another item.
-bool holdsNul(std::string_view path) { return path.find('\0') != std::string_view::npos; }
 
 // Whether one call on the whole path stays inside the root: the flags below make the system refuse every link, and a
 // plain path has no "..".
@@ -91,21 +58,6 @@ const passwd* currentAccount() {
 }
 
 }  // namespace
-
-Volume::Volume(const std::string& hostFolder, AccessTimes accessTimes)
-    : hostFolder_(hostFolder), accessTimes_(accessTimes) {
-  root_ = FileDescriptor(
-      againIfInterrupted([&] { return ::open(hostFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-  if (!root_.isOpen()) throwFileError("open volume", hostFolder);
-  // Where no access time can change there is nothing to refuse.
-  if (accessTimes == AccessTimes::keepIfPermitted) return;
-  const VolumeMount how = mount();
-  if (how.isReadOnly || how.keepsAccessTimes) accessTimes_ = AccessTimes::keepIfPermitted;
-}
-
-FileDescriptor Volume::openFolder(std::string_view path, Links links) const {
-  return openWith(kFolderFlags, path, links);
-}
 
 bool Volume::exists(std::string_view path) const { return facts(path, Links::follow).has_value(); }
 
@@ -164,7 +116,7 @@ std::optional<ItemFacts> Volume::facts(std::string_view path, Links links) const
   struct stat status {};
   if (isForTheSystem(path)) {
     const int error = statWithoutLinks(root_.get(), path, status);
-    if (error == 0 && (!S_ISLNK(status.st_mode) || links == Links::doNotFollow)) return factsOf(status);
+    if (error == 0 && (!S_ISLNK(status.st_mode) || links == Links::doNotFollow)) return factsOnMac(status);
     if (error != 0 && error != ELOOP) return std::nullopt;
   }
   const std::optional<WalkedPlace> place = walkBelow(root_.get(), path, links);
@@ -172,26 +124,15 @@ std::optional<ItemFacts> Volume::facts(std::string_view path, Links links) const
   const int result =
       againIfInterrupted([&] { return ::fstatat(place->folder.get(), nameOf(*place), &status, AT_SYMLINK_NOFOLLOW); });
   if (result != 0) return std::nullopt;
-  return factsOf(status);
+  return factsOnMac(status);
 }
 
-// One call finds out that the item is missing or that the path has no links; nearly all lookups end here.
-std::optional<std::string> Volume::resolve(std::string_view path) const {
-  if (holdsNul(path)) {
-    errno = ENOENT;
-    return std::nullopt;
-  }
-  if (isForTheSystem(path) && path.starts_with('/')) {
-    struct stat status {};
-    const int error = statWithoutLinks(root_.get(), path, status);
-    if (error == 0 && !S_ISLNK(status.st_mode)) return std::string(path);
-    if (error != 0 && error != ELOOP) return std::nullopt;
-  }
-  const std::optional<WalkedPlace> place = walkBelow(root_.get(), path, Links::follow);
-  if (!place) return std::nullopt;
-  std::string resolved;
-  for (const std::string& name : place->names) (resolved += '/') += name;
-  return resolved.empty() ? "/" : resolved;
+Volume::Resolution Volume::resolveAtOnce(std::string_view path) const {
+  if (!isForTheSystem(path) || !path.starts_with('/')) return Resolution::takesAWalk;
+  struct stat status {};
+  const int error = statWithoutLinks(root_.get(), path, status);
+  if (error != 0) return error == ELOOP ? Resolution::takesAWalk : Resolution::missing;
+  return S_ISLNK(status.st_mode) ? Resolution::takesAWalk : Resolution::isThePath;
 }
 
 // `statvfs` counts blocks in 32 bits. The Finder adds what the system would purge for something important; only

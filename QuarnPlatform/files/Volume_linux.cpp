@@ -12,6 +12,7 @@
 #include "QuarnPlatform/base/BlockBytes.h"
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/base/Interruption.h"
+#include "QuarnPlatform/files/ItemStatus.h"
 #include "QuarnPlatform/files/KeepingAccessTimes_linux.h"
 #include "QuarnPlatform/files/PathWalk.h"
 #include "QuarnPlatform/files/Volume.h"
@@ -23,40 +24,13 @@ namespace {
 constexpr std::size_t kLongestSystemPath = 4095;
 constexpr int kAttemptsWhileRenamed = 8;
 constexpr int kLookOnly = O_PATH | O_CLOEXEC;
-constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC;
 constexpr int kReadFlags = O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
 
-FileType typeOf(mode_t mode) {
-  if (S_ISREG(mode)) return FileType::regular;
-  if (S_ISDIR(mode)) return FileType::directory;
-  return S_ISLNK(mode) ? FileType::symbolicLink : FileType::other;
-}
-
-// Absent if the numbers overflow, which a damaged or hostile file system can cause.
-std::optional<ByteCounts> sizesOf(const struct stat& status) {
-  constexpr std::uint64_t kBlockSize = 512;
-  const std::optional<std::int64_t> allocated = bytesInBlocks(static_cast<std::uint64_t>(status.st_blocks), kBlockSize);
-  if (!allocated || status.st_size < 0) return std::nullopt;
-  return ByteCounts{.allocatedBytes = *allocated, .logicalBytes = status.st_size};
-}
-
 // The facts of an open item. Absent, and errno, on failure.
-std::optional<ItemFacts> factsOf(int descriptor) {
+std::optional<ItemFacts> factsOfOpenItem(int descriptor) {
   struct stat status {};
   if (::fstat(descriptor, &status) != 0) return std::nullopt;
-  const FileType type = typeOf(status.st_mode);
-  const std::optional<ByteCounts> sizes = type == FileType::regular ? sizesOf(status) : ByteCounts{};
-  if (!sizes) {
-    errno = EOVERFLOW;
-    return std::nullopt;
-  }
-  return ItemFacts{.type = type,
-                   .sizes = *sizes,
-                   .anyExecuteBit = (status.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0,
-                   .modifiedSeconds = status.st_mtim.tv_sec,
-                   .device = status.st_dev,
-                   .inode = status.st_ino,
-                   .links = status.st_nlink};
+  return factsOf(status);
 }
 
 int openInRootOnce(int root, const std::string& relativePath, int flags, std::uint64_t furtherRules) {
@@ -92,29 +66,11 @@ FileDescriptor openForReading(int item, AccessTimes accessTimes) {
       openKeepingAccessTimes(kReadFlags, accessTimes, [&](int flags) { return ::open(path.c_str(), flags); }));
 }
 
-// A NUL would end the path in the kernel and select another item.
-bool holdsNul(std::string_view path) { return path.find('\0') != std::string_view::npos; }
-
 }  // namespace
-
-Volume::Volume(const std::string& hostFolder, AccessTimes accessTimes)
-    : hostFolder_(hostFolder), accessTimes_(accessTimes) {
-  root_ = FileDescriptor(
-      againIfInterrupted([&] { return ::open(hostFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-  if (!root_.isOpen()) throwFileError("open volume", hostFolder);
-  // Where no access time can change there is nothing to refuse.
-  if (accessTimes == AccessTimes::keepIfPermitted) return;
-  const VolumeMount how = mount();
-  if (how.isReadOnly || how.keepsAccessTimes) accessTimes_ = AccessTimes::keepIfPermitted;
-}
-
-FileDescriptor Volume::openFolder(std::string_view path, Links links) const {
-  return openWith(kFolderFlags, path, links);
-}
 
 std::optional<ItemFacts> Volume::facts(std::string_view path, Links links) const {
   const FileDescriptor item = openWith(kLookOnly, path, links);
-  return item.isOpen() ? factsOf(item.get()) : std::nullopt;
+  return item.isOpen() ? factsOfOpenItem(item.get()) : std::nullopt;
 }
 
 bool Volume::exists(std::string_view path) const { return openWith(kLookOnly, path, Links::follow).isOpen(); }
@@ -145,7 +101,7 @@ FileDescriptor Volume::openByWalking(std::string_view path, int flags, Links lin
 // been opened then.
 FileDescriptor Volume::openAgain(std::string_view path, const ItemFacts& expected) const {
   FileDescriptor file = openWith(kReadFlags, path, Links::follow);
-  const std::optional<ItemFacts> found = file.isOpen() ? factsOf(file.get()) : std::nullopt;
+  const std::optional<ItemFacts> found = file.isOpen() ? factsOfOpenItem(file.get()) : std::nullopt;
   if (!found) return {};
   if (found->device == expected.device && found->inode == expected.inode) return file;
   errno = ESTALE;
@@ -154,7 +110,7 @@ FileDescriptor Volume::openAgain(std::string_view path, const ItemFacts& expecte
 
 OpenedFile Volume::openFile(std::string_view path) const {
   const FileDescriptor item = openWith(kLookOnly, path, Links::follow);
-  const std::optional<ItemFacts> found = item.isOpen() ? factsOf(item.get()) : std::nullopt;
+  const std::optional<ItemFacts> found = item.isOpen() ? factsOfOpenItem(item.get()) : std::nullopt;
   if (!found) return {.descriptor = {}, .error = errno};
   if (found->type == FileType::directory) return {.descriptor = {}, .error = EISDIR};
   if (found->type != FileType::regular) return {.descriptor = {}, .error = EINVAL};
@@ -164,22 +120,11 @@ OpenedFile Volume::openFile(std::string_view path) const {
   return {.descriptor = std::move(file), .size = static_cast<std::uint64_t>(found->sizes.logicalBytes)};
 }
 
-// One call finds out that the item is missing or that the path has no links; nearly all lookups end here.
-std::optional<std::string> Volume::resolve(std::string_view path) const {
-  if (holdsNul(path)) {
-    errno = ENOENT;
-    return std::nullopt;
-  }
-  if (path.size() < kLongestSystemPath) {
-    const FileDescriptor item(openInRootOnce(root_.get(), "." + std::string(path), kLookOnly, RESOLVE_NO_SYMLINKS));
-    if (item.isOpen() && path.starts_with('/') && path::isPlain(path)) return std::string(path);
-    if (!item.isOpen() && errno != ELOOP && !needsWalking(errno)) return std::nullopt;
-  }
-  const std::optional<WalkedPlace> place = walkBelow(root_.get(), path, Links::follow);
-  if (!place) return std::nullopt;
-  std::string resolved;
-  for (const std::string& name : place->names) (resolved += '/') += name;
-  return resolved.empty() ? "/" : resolved;
+Volume::Resolution Volume::resolveAtOnce(std::string_view path) const {
+  if (path.size() >= kLongestSystemPath) return Resolution::takesAWalk;
+  const FileDescriptor item(openInRootOnce(root_.get(), "." + std::string(path), kLookOnly, RESOLVE_NO_SYMLINKS));
+  if (!item.isOpen()) return errno == ELOOP || needsWalking(errno) ? Resolution::takesAWalk : Resolution::missing;
+  return path.starts_with('/') && path::isPlain(path) ? Resolution::isThePath : Resolution::takesAWalk;
 }
 
 VolumeSpace Volume::space() const {

@@ -169,7 +169,7 @@ class Attacker:
     def case(self, attack, words, way, problems, line=None, changes=False):
         volume = [] if words in OF_SCAN else ["--volume", str(self.volume), "--home", HOME]
         words = [str(self.quarn), *way.options, *volume, *self.with_scan(words)]
-        environment = {"PATH": "/usr/bin:/bin", "LC_ALL": "C", "HOME": "/nonexistent", **way.environment}
+        environment = {"PATH": "/usr/bin:/bin", "LC_ALL": "C", "HOME": str(self.canary.folder.parent / "home"), **way.environment}
         before = None if changes else self.state()
         self.canary.touched()
         started = time.monotonic()
@@ -208,6 +208,8 @@ class Attacker:
             found.append(f"exit code {code}")
         if code == 1 and not err.startswith("quarn: "):
             found.append(f"no message: {err[:200]}")
+        if code == 1 and "apps" in process.args:
+            found.append(f"it does not even list the apps: {err[:200]}")
         if "internal error" in err or b"internal error" in out:
             found.append(f"internal error: {err[:200]}")
         if b"CANARY" in out:
@@ -369,6 +371,7 @@ def main():
     os.chmod(folder, 0o777)
     (folder / "scans").mkdir()
     os.chmod(folder / "scans", 0o777)
+    (folder / "home").mkdir()  # of whoever runs the command: without configuration
     volume = folder / "volume"
     subprocess.run([arguments.quarn, "sample", "--hostile", volume], check=True, stdout=subprocess.DEVNULL)
     sample = folder / "sample"
