@@ -3,6 +3,7 @@
 
 #include "QuarnCore/ownership/AppOwnership.h"
 #include "QuarnCore/planning/AppRemovalPlanner.h"
+#include "tests/QuarnCore/discovery/ArtifactLines.h"
 #include "tests/QuarnCore/inspection/Inspector.h"
 #include "tests/QuarnCore/ownership/Owners.h"
 
@@ -39,13 +40,7 @@ std::vector<std::string> paths(const std::vector<Ownership>& entries) {
   return result;
 }
 
-std::vector<std::string> paths(const std::vector<Artifact>& artifacts) {
-  std::vector<std::string> result;
-  for (const Artifact& artifact : artifacts) {
-    for (const FileURL& url : artifact.urls) result.push_back(url.path());
-  }
-  return result;
-}
+using quarn::paths;  // of artifacts
 
 TEST(AppOwnership, TellsWhatTheInspectionMissedAndWhatFitsAnotherApp) {
   const Volume mac;
