@@ -29,7 +29,7 @@ import tempfile
 
 # Pages without examples.
 PAGES_WITHOUT_BLOCKS = {"CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md", "architecture.md", "comparison.md", "decisions.md",
-                        "dependencies.md", "macos.md", "performance.md", "recall.md", "security.md"}
+                        "dependencies.md", "macos.md", "measurements.md", "performance.md", "recall.md", "security.md"}
 
 FENCE = re.compile(r"^```(\S*) ?(.*)$")
 PREPARATION = re.compile(r"^<!-- run: (.*) -->$")
