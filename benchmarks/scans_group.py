@@ -24,7 +24,7 @@ def changed(volume):
             shutil.rmtree(folder, ignore_errors=True)
 
 
-def write(options, measurer, volume, folder, floor):
+def write(options, measurer, volume, folder, floor, print_ratios):
     """Scanning with writing, beside the floor. Returns the two scans to compare."""
     old, new = str(folder / "old.quarn"), str(folder / "new.quarn")
     took = measurer.alternately([
@@ -32,12 +32,10 @@ def write(options, measurer, volume, folder, floor):
         Program("quarn: partitioned scan (rpc)", volume.rpc(("StorageDashboardService.calculatePartitionedCategorySizes", {}))),
         Program("quarn scan", Run([*volume.quarn, "scan", "-o", old])),
     ], options.rounds)
-    rows = [[name, f"{taken.seconds:.3f}", f"{taken.seconds / took['floor'].seconds:.2f}", f"{taken.mebibytes:.1f}"]
-            for name, taken in took.items()]
     with changed(volume):
         measurer.once(Run([*volume.quarn, "scan", "-o", new]))
     size = pathlib.Path(old).stat().st_size
-    print_table(f"{volume.root.name}: scanning with writing, warm", ["program", "median s", "ratio to floor", "peak MiB"], rows)
+    print_ratios(f"{volume.root.name}: scanning with writing, warm", took)
     print(f"The file has {size:,} bytes: {size / volume.files:.1f} for each file of the volume.")
     return old, new
 
@@ -56,8 +54,8 @@ def read(options, measurer, volume, old, new):
                 [[name, f"{taken.seconds * 1e3:.1f}", f"{taken.mebibytes:.1f}"] for name, taken in took.items()])
 
 
-def run(options, measurer, volume, floor):
+def run(options, measurer, volume, floor, print_ratios):
     folder = options.trees.resolve() / "scans"
     folder.mkdir(exist_ok=True)
-    old, new = write(options, measurer, volume, folder, floor)
+    old, new = write(options, measurer, volume, folder, floor, print_ratios)
     read(options, measurer, volume, old, new)

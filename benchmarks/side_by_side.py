@@ -323,7 +323,7 @@ def scans(options, measurer):
     for tree in ("home 200k", "home 1M"):
         if options.only in (None, tree):
             volume = Volume(options, tree, *TREES[tree])
-            scans_group.run(options, measurer, volume, floor(options, volume))
+            scans_group.run(options, measurer, volume, floor(options, volume), print_ratios)
 
 
 def inner(options, measurer):
