@@ -11,11 +11,7 @@
 namespace quarn {
 namespace {
 
-std::optional<Date> modifiedAt(const FileManager& files, const FileURL& url) {
-  const std::optional<ItemFacts> facts = files.facts(url, Links::doNotFollow);
-  if (!facts) return std::nullopt;
-  return Date(std::chrono::seconds(facts->modifiedSeconds));
-}
+Date modifiedAt(const ItemFacts& facts) { return Date(std::chrono::seconds(facts.modifiedSeconds)); }
 
 std::optional<SizeInfo> sizeOf(const FileSizeCalculator& sizes, const FileURL& url, const Cancellation& cancellation) {
   try {
@@ -72,7 +68,7 @@ class LeftoverSearch {
   bool consider(const OwnershipMap& map, std::size_t position) {
     if (cancellation_.isCancelled()) return false;
     if (map.status(position) != OwnershipStatus::orphaned) return true;
-    const Ownership entry = map.ownership(position);
+    const Ownership entry = map.ownershipWithoutRivals(position);
     if (!options_.includeSystem && entry.scope == ArtifactScope::system) return true;
     LeftoverItem item = itemOf(entry);
     item.modified = newest_ ? newest_(entry.url) : newestChange(files_, entry.url);
@@ -105,12 +101,15 @@ class LeftoverSearch {
 }  // namespace
 
 std::optional<Date> newestChange(const FileManager& files, const FileURL& url) {
-  std::optional<Date> result = modifiedAt(files, url);
-  if (!files.isDirectory(url)) return result;
+  const std::optional<ItemFacts> own = files.facts(url, Links::doNotFollow);
+  if (!own) return std::nullopt;
+  Date result = modifiedAt(*own);
+  if (own->type != FileType::directory) return result;
   DirectoryEnumerator items(files, url, {.hidden = HiddenItems::include, .packages = PackageContents::enter});
   while (const DirectoryEnumerator::Item* item = items.next()) {
     const bool counts = item->type() == FileType::directory || item->type() == FileType::regular;
-    if (counts) result = std::max(result, modifiedAt(files, item->url()));
+    const auto facts = counts ? files.facts(item->url(), Links::doNotFollow) : std::nullopt;
+    if (facts) result = std::max(result, modifiedAt(*facts));
   }
   return result;
 }

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstddef>
 
+#include "QuarnPlatform/text/ASCII.h"
 #include "QuarnPlatform/text/Text.h"
 
 namespace quarn {
@@ -48,10 +49,7 @@ bool holds(const std::array<std::string_view, Count>& words, std::string_view wo
   return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-bool isAlphanumeric(char character) {
-  const auto byte = static_cast<unsigned char>(character);
-  return byte >= 0x80 || std::isalnum(byte) != 0;
-}
+bool isAlphanumeric(char character) { return !ascii::isASCII(character) || ascii::isLetterOrDigit(character); }
 
 bool isDigits(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -160,10 +158,12 @@ std::size_t partEnd(std::string_view text, std::size_t from) { return std::min(t
 std::string nameKey(std::string_view name) {
   std::string key;
   if (isASCII(name)) {
-    key.reserve(name.size());
+    key.resize(name.size());
+    auto end = key.begin();
     for (const char c : name) {
-      if (isAlphanumeric(c)) key += lower(c);
+      if (isAlphanumeric(c)) *end++ = lower(c);
     }
+    key.erase(end, key.end());
     return key;
   }
   for (const char c : Text::normalizedKey(name)) {

@@ -50,7 +50,11 @@ void addRivals(Ownership& ownership, const State& state, const std::vector<Evide
   }
 }
 
-Ownership recordOf(const State& state, const Entry& entry) {
+const AppList* winnersOf(const State& state, const Entry& entry) {
+  return entry.find == State::kNone ? nullptr : state.finds[entry.find];
+}
+
+Ownership recordWithoutRivals(const State& state, const Entry& entry) {
   const OwnershipPlace& place = ownershipPlaces()[entry.place];
   Ownership ownership{.url = FileURL(state.path(entry), entry.isFolder ? URLKind::directory : URLKind::item),
                       .status = entry.status,
@@ -59,14 +63,19 @@ Ownership recordOf(const State& state, const Entry& entry) {
                       .scope = place.scope(),
                       .dataClass = place.dataClass,
                       .riskLevel = place.riskLevel};
-  const AppList* winners = entry.find == State::kNone ? nullptr : state.finds[entry.find];
-  if (winners != nullptr) addOwners(ownership, state, *winners, entry.evidence);
+  if (const AppList* winners = winnersOf(state, entry)) addOwners(ownership, state, *winners, entry.evidence);
   if (entry.status == OwnershipStatus::orphaned) {
     ownership.formerOwner = state.formers[entry.former];
     ownership.orphanKind = entry.orphan;
     ownership.evidence = orphanSentence(entry.orphan);
   }
-  if (entry.status != OwnershipStatus::system) addRivals(ownership, state, state.allFinds(entry), winners);
+  return ownership;
+}
+
+Ownership recordOf(const State& state, const Entry& entry) {
+  Ownership ownership = recordWithoutRivals(state, entry);
+  const bool mayHaveRivals = entry.status != OwnershipStatus::system && !state.apps.empty();
+  if (mayHaveRivals) addRivals(ownership, state, state.allFinds(entry), winnersOf(state, entry));
   return ownership;
 }
 
@@ -158,6 +167,9 @@ std::size_t OwnershipMap::size() const { return state_->entries.size(); }
 OwnershipStatus OwnershipMap::status(std::size_t entry) const { return state_->entries[entry].status; }
 EvidenceKind OwnershipMap::evidence(std::size_t entry) const { return state_->entries[entry].evidence; }
 Ownership OwnershipMap::ownership(std::size_t entry) const { return recordOf(*state_, state_->entries[entry]); }
+Ownership OwnershipMap::ownershipWithoutRivals(std::size_t entry) const {
+  return recordWithoutRivals(*state_, state_->entries[entry]);
+}
 
 FileURL OwnershipMap::url(std::size_t entry) const {
   const Entry& found = state_->entries[entry];

@@ -31,6 +31,8 @@ class OwnershipMap {
   /// after the entries of the place.
   [[nodiscard]] std::size_t size() const;
   [[nodiscard]] Ownership ownership(std::size_t entry) const;
+  /// The same without rivals, which cost another look at the entry's evidence.
+  [[nodiscard]] Ownership ownershipWithoutRivals(std::size_t entry) const;
   [[nodiscard]] OwnershipStatus status(std::size_t entry) const;
   [[nodiscard]] FileURL url(std::size_t entry) const;
   /// The apps that own it, as positions in `apps()`, `Ownership::kMostListed` at most; empty unless owned or shared.

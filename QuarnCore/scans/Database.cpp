@@ -7,6 +7,7 @@
 #include <sqlite3.h>
 
 #include "QuarnPlatform/text/Text.h"
+#include "QuarnPlatform/text/TextScalars.h"
 
 namespace quarn {
 namespace {
@@ -129,7 +130,8 @@ void Statement::bindNull() { check(sqlite3_bind_null(statement_, ++parameter_));
 
 void Statement::bind(std::string_view bytes) {
   const char* data = bytes.data() == nullptr ? "" : bytes.data();
-  const bool isText = bytes.find('\0') == std::string_view::npos && Text::validUTF8(bytes) == bytes;
+  const bool isUTF8 = unicode::isASCII(bytes) || Text::validUTF8(bytes) == bytes;
+  const bool isText = isUTF8 && bytes.find('\0') == std::string_view::npos;
   ++parameter_;
   check(isText ? sqlite3_bind_text64(statement_, parameter_, data, bytes.size(), SQLITE_STATIC, SQLITE_UTF8)
                : sqlite3_bind_blob64(statement_, parameter_, data, bytes.size(), SQLITE_STATIC));

@@ -18,25 +18,34 @@ SizeInfo without(const SizeInfo& size, const SizeInfo& part) {
           .logicalBytes = size.logicalBytes - part.logicalBytes};
 }
 
-/// A folder of the record.
+/// A folder that the record has and that was read.
 struct RecordedFolder {
-  std::size_t position = 0;
-  std::string location{};  ///< its path without links
+  RecordedFolders::Record record;
+  std::string location;  ///< its path without links
 };
 
-/// The folder in the record, if it was read; absent for an item that is a link or no folder. A path that resolves to
-/// itself leads through no link, so only other paths need a look at the item.
+std::optional<RecordedFolder> readFolder(const RecordedFolders& folders, std::string location) {
+  const std::optional<std::size_t> position = folders.find(location);
+  if (!position || !folders.at(*position).isRead) return std::nullopt;
+  return RecordedFolder{folders.at(*position), std::move(location)};
+}
+
+/// The folder in the record; absent for an item that is a link or no folder. The record has no links, so a path that it
+/// has leads through none, and costs no system call. Nor does an item in a folder that was read: the record has all
+/// folders in it. A spelling that the file system takes for another one is not found here; then the item is read again.
 std::optional<RecordedFolder> recordedFolder(const FileURL& at, const RecordedFolders& folders,
                                              const FileManager& files) {
+  if (path::isPlain(at.path())) {
+    if (auto folder = readFolder(folders, at.path())) return folder;
+    if (readFolder(folders, std::string(path::parent(at.path())))) return std::nullopt;
+  }
   std::optional<std::string> location = files.realPath(at);
   if (!location) return std::nullopt;
   if (*location != at.path()) {
     const std::optional<ItemFacts> facts = files.facts(at, Links::doNotFollow);
     if (!facts || facts->type != FileType::directory) return std::nullopt;
   }
-  const std::optional<std::size_t> folder = folders.find(*location);
-  if (!folder || !folders.at(*folder).isRead) return std::nullopt;
-  return RecordedFolder{.position = *folder, .location = std::move(*location)};
+  return readFolder(folders, std::move(*location));
 }
 
 /// Sizes items by the record.
@@ -50,7 +59,7 @@ class Sizes {
                                              bool includeHidden) const {
     const std::optional<RecordedFolder> folder = recordedFolder(at, *folders_, files_);
     if (!folder) return std::nullopt;
-    const RecordedFolders::Record record = folders_->at(folder->position);
+    const RecordedFolders::Record& record = folder->record;
     if (excluding.empty()) return includeHidden ? record.sizes : without(record.sizes, record.hiddenSizes);
     const std::string root = files_.standardizedPath(at);
     if (!includeHidden || path::mayHoldPrivatePrefix(root)) return std::nullopt;
@@ -110,7 +119,7 @@ FileSizeCalculator recordedSizes(std::shared_ptr<const RecordedFolders> folders,
 NewestChange recordedChanges(std::shared_ptr<const RecordedFolders> folders, FileManager files) {
   return [folders = std::move(folders), files = std::move(files)](const FileURL& url) -> std::optional<Date> {
     if (const std::optional<RecordedFolder> folder = recordedFolder(url, *folders, files)) {
-      return Date(std::chrono::seconds(folders->at(folder->position).newest));
+      return Date(std::chrono::seconds(folder->record.newest));
     }
     return newestChange(files, url);
   };

@@ -19,18 +19,21 @@ namespace quarn::scans {
 
 inline DatabaseError damage(const char* problem) { return {problem, /*isDamage=*/true}; }
 
-/// Binds values.
+/// Binds values, and runs the statement unless more rows are to follow.
 class RowWriter {
  public:
-  explicit RowWriter(Statement& statement) : statement_(statement) {}
+  enum class Then : std::uint8_t { run, wait };
+
+  explicit RowWriter(Statement& statement, Then then = Then::run) : statement_(statement), then_(then) {}
 
   template <class... Values>
   void operator()(const Values&... values) {
     (put(values), ...);
-    statement_.run();
+    if (then_ == Then::run) statement_.run();
   }
 
  private:
+  void put(std::string_view text) { statement_.bind(text); }
   void put(const std::string& text) { statement_.bind(std::string_view(text)); }
   void put(std::int64_t value) { statement_.bind(value); }
   void put(std::uint32_t value) { statement_.bind(std::int64_t{value}); }
@@ -60,6 +63,7 @@ class RowWriter {
   void put(Enumeration value) { statement_.bind(rawValue(value)); }
 
   Statement& statement_;
+  Then then_;
 };
 
 /// Reads values and checks them.

@@ -94,12 +94,15 @@ std::vector<std::string> columnNames(const ScanTable& table) {
   return names;
 }
 
-std::string insertStatement(std::string_view table) {
+std::string insertStatement(std::string_view table, std::size_t rows) {
   const auto* row =
       std::find_if(kTables.begin(), kTables.end(), [&](const auto& known) { return known.name == table; });
-  std::string sql = "INSERT INTO " + std::string(table) + " VALUES (?";
-  for (std::size_t i = 1; i < columnCount(*row); ++i) sql += ",?";
-  return sql + ")";
+  std::string values = "(?";
+  for (std::size_t i = 1; i < columnCount(*row); ++i) values += ",?";
+  values += ")";
+  std::string sql = "INSERT INTO " + std::string(table) + " VALUES " + values;
+  for (std::size_t i = 1; i < rows; ++i) (sql += ",") += values;
+  return sql;
 }
 
 }  // namespace quarn

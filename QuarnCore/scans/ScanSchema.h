@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -23,8 +24,8 @@ inline constexpr std::int64_t kScanFormat = 2;
 std::vector<ScanTable> scanTables(std::int64_t format = kScanFormat);
 /// The statement that creates a table. SQLite keeps its text, so that a reader can compare it.
 std::string createStatement(const ScanTable& table);
-/// The statement that adds a row to a table.
-std::string insertStatement(std::string_view table);
+/// The statement that adds rows to a table.
+std::string insertStatement(std::string_view table, std::size_t rows = 1);
 /// The names of the columns in order.
 std::vector<std::string> columnNames(const ScanTable& table);
 /// The number of columns.

@@ -29,7 +29,9 @@ namespace {
 
 using scans::RowWriter;
 
-constexpr std::size_t kRowsBetweenPolls = 1024;
+// A statement that adds many rows costs half as much for each. All bytes that it gets must live until it has run.
+constexpr std::size_t kRowsAtOnce = 64;
+constexpr std::size_t kRowsBetweenPolls = 16 * kRowsAtOnce;
 
 /// The statement that fills a table, and its parameters.
 class Table {
@@ -39,6 +41,29 @@ class Table {
 
  private:
   Statement insert_;
+};
+
+/// Fills a table with this number of rows, many with each statement.
+class LongTable {
+ public:
+  LongTable(const Database& database, std::string_view name, std::size_t rows)
+      : many_(database.prepare(insertStatement(name, kRowsAtOnce))),
+        one_(database.prepare(insertStatement(name))),
+        rest_(rows) {}
+
+  RowWriter row() {
+    const bool fits = inStatement_ > 0 || rest_ >= kRowsAtOnce;
+    --rest_;
+    if (!fits) return RowWriter(one_);
+    inStatement_ = (inStatement_ + 1) % kRowsAtOnce;
+    return RowWriter(many_, inStatement_ == 0 ? RowWriter::Then::run : RowWriter::Then::wait);
+  }
+
+ private:
+  Statement many_;
+  Statement one_;
+  std::size_t rest_;
+  std::size_t inStatement_ = 0;
 };
 
 ScanFacts withCounts(ScanFacts facts, const RecordedFolders& folders) {
@@ -86,9 +111,20 @@ void writeStorage(const Database& database, const ScanContent& content) {
   }
 }
 
+// A row of the folders, without copies of names.
+struct FolderRow {
+  std::int64_t id;
+  std::uint32_t parent;
+  std::uint32_t descendants;
+  std::string_view name;
+  SizeInfo sizes;
+  std::int64_t files;
+  std::optional<Date> newest;
+};
+
 // Returns false if cancelled.
 bool writeFolders(const Database& database, const RecordedFolders& folders, const Cancellation& cancellation) {
-  Table table(database, "folders");
+  LongTable table(database, "folders", folders.size());
   Table hidden(database, "hidden_sizes");
   for (std::size_t i = 0; i < folders.size(); ++i) {
     if (i % kRowsBetweenPolls == 0 && cancellation.isCancelled()) return false;
@@ -96,14 +132,13 @@ bool writeFolders(const Database& database, const RecordedFolders& folders, cons
     const std::int64_t marks = (record.isHidden ? scans::kHiddenMark : 0) +
                                (record.isPackage ? scans::kPackageMark : 0) + (record.isRead ? 0 : scans::kUnreadMark);
     const bool hasTime = record.newest != FolderObserver::kNoTime;
-    const ScannedFolder folder{
-        .id = static_cast<std::uint32_t>(i),
-        .parent = record.parent,
-        .descendants = record.descendants,
-        .name = std::string(record.name),
-        .sizes = record.sizes,
-        .files = record.files,
-        .newest = hasTime ? std::optional(Date(std::chrono::seconds(record.newest))) : std::nullopt};
+    const FolderRow folder{.id = static_cast<std::int64_t>(i),
+                           .parent = record.parent,
+                           .descendants = record.descendants,
+                           .name = record.name,
+                           .sizes = record.sizes,
+                           .files = record.files,
+                           .newest = hasTime ? std::optional(Date(std::chrono::seconds(record.newest))) : std::nullopt};
     RowWriter row = table.row();
     scans::folderColumns(row, folder, marks);
     if (record.hiddenSizes != SizeInfo{}) hidden.row()(folder.id, record.hiddenSizes);
@@ -111,14 +146,23 @@ bool writeFolders(const Database& database, const RecordedFolders& folders, cons
   return true;
 }
 
+// A row of the largest files, without copies of names.
+struct LargeFileRow {
+  std::uint32_t folder;
+  std::string_view name;
+  SizeInfo sizes;
+  Date modified;
+  bool isHidden;
+};
+
 void writeFiles(const Database& database, const RecordedFolders& folders) {
-  Table table(database, "large_files");
+  LongTable table(database, "large_files", folders.largeFiles().size());
   for (const RecordedFolders::LargeFile& large : folders.largeFiles()) {
-    const ScannedFile file{.folder = large.folder,
-                           .name = large.name,
-                           .sizes = large.sizes,
-                           .modified = Date(std::chrono::seconds(large.modified)),
-                           .isHidden = large.isHidden};
+    const LargeFileRow file{.folder = large.folder,
+                            .name = large.name,
+                            .sizes = large.sizes,
+                            .modified = Date(std::chrono::seconds(large.modified)),
+                            .isHidden = large.isHidden};
     RowWriter row = table.row();
     scans::fileColumns(row, file);
   }

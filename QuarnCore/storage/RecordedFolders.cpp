@@ -1,6 +1,7 @@
 #include "QuarnCore/storage/RecordedFolders.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <numeric>
 #include <utility>
@@ -14,9 +15,6 @@ constexpr FolderObserver::Folder kRoot = 0;
 
 std::int64_t largerSize(const RecordedFolders::LargeFile& file) {
   return std::max(file.sizes.allocatedBytes, file.sizes.logicalBytes);
-}
-bool isLarger(const RecordedFolders::LargeFile& left, const RecordedFolders::LargeFile& right) {
-  return largerSize(left) > largerSize(right);
 }
 
 }  // namespace
@@ -106,15 +104,20 @@ void RecordedFolders::addFile(std::string_view path, const ByteCounts& sizes, st
 void RecordedFolders::keep(Folder folder, const File& file) {
   const std::lock_guard lock(mutex_);
   if (!wants(file.sizes)) return;
-  files_.push_back({folder, std::string(file.name), file.sizes, file.modified, file.isHidden});
-  std::push_heap(files_.begin(), files_.end(), isLarger);
+  LargeFile kept{folder, std::string(file.name), file.sizes, file.modified, file.isHidden};
+  std::pair place(largerSize(kept), static_cast<std::uint32_t>(files_.size()));
   // One more than asked for, so that `finish` knows the size of a file that is not kept.
-  if (files_.size() <= mostFiles_) return;
-  if (files_.size() > mostFiles_ + 1) {
-    std::pop_heap(files_.begin(), files_.end(), isLarger);
-    files_.pop_back();
+  if (files_.size() <= mostFiles_) {
+    files_.push_back(std::move(kept));
+  } else {
+    std::pop_heap(smallest_.begin(), smallest_.end(), std::greater());
+    place.second = smallest_.back().second;
+    smallest_.pop_back();
+    files_[place.second] = std::move(kept);
   }
-  refuseUpTo(largerSize(files_.front()));
+  smallest_.push_back(place);
+  std::push_heap(smallest_.begin(), smallest_.end(), std::greater());
+  if (files_.size() > mostFiles_) refuseUpTo(smallest_.front().first);
 }
 
 void RecordedFolders::finish() {
@@ -165,9 +168,10 @@ void RecordedFolders::sort() {
 
 void RecordedFolders::selectFiles() {
   if (files_.size() > mostFiles_) {
-    keptAbove_ = largerSize(files_.front());
+    keptAbove_ = smallest_.front().first;
     std::erase_if(files_, [&](const LargeFile& file) { return largerSize(file) <= keptAbove_; });
   }
+  smallest_ = {};
   for (LargeFile& file : files_) file.folder = nodes_[file.folder].position;
   std::sort(files_.begin(), files_.end(), [](const LargeFile& left, const LargeFile& right) {
     return left.folder != right.folder ? left.folder < right.folder : left.name < right.name;

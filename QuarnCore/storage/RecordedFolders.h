@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "QuarnPlatform/base/ChunkedVector.h"
@@ -109,7 +110,9 @@ class RecordedFolders final : public FolderObserver {
   std::string names_;
   std::unordered_map<std::string, Folder> placed_;  // by path
   std::unordered_map<Folder, ByteCounts> hidden_;   // of hidden items, where there are any
-  std::vector<LargeFile> files_;                    // a heap, the smallest in front, until `finish`
+  std::vector<LargeFile> files_;
+  // The larger size and the position of each kept file: a heap, the smallest in front. Empty after `finish`.
+  std::vector<std::pair<std::int64_t, std::uint32_t>> smallest_;
   std::int64_t keptAbove_ = -1;
   std::vector<Folder> order_;
   // The folders in a folder, by name: `children_` from `firstChild_[folder]` to `firstChild_[folder + 1]`.

@@ -23,6 +23,9 @@ namespace {
 constexpr std::size_t kBufferSize = 256u << 10;
 // About four hundred entries. Sharing fewer costs more than it saves.
 constexpr std::size_t kSmallestShare = 16u << 10;
+// Each record has the position after it. This one is the last that exists, so no entry can follow: ext4 and btrfs give
+// it with a folder's last entry. Other file systems give a smaller one, and an empty batch ends the folder.
+constexpr std::int64_t kEndOfFolder = std::numeric_limits<std::int64_t>::max();
 constexpr int kLookUpFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
 
 int lookUp(int folder, const char* name, unsigned fields, struct statx& status) {
@@ -48,6 +51,7 @@ struct DirectoryReader::State {
   const char* end = nullptr;
   int folder = -1;
   int error = 0;
+  bool isAtEnd = false;      // nothing follows the batch
   std::uint64_t listed = 0;  // entries that were not added to the count yet
   Entry entry;
 
@@ -55,6 +59,12 @@ struct DirectoryReader::State {
     std::uint16_t length = 0;
     std::memcpy(&length, record + offsetof(dirent64, d_reclen), sizeof length);
     return length;
+  }
+
+  static std::int64_t positionAfter(const char* record) {
+    std::int64_t position = 0;
+    std::memcpy(&position, record + offsetof(dirent64, d_off), sizeof position);
+    return position;
   }
 
   [[nodiscard]] std::optional<FileType> typeOfRecord(const char* record, const char* name) const {
@@ -75,10 +85,12 @@ void DirectoryReader::start(int folder, EnumeratedFacts /*this system lists name
   state_->folder = folder;
   state_->error = 0;
   state_->at = state_->end = nullptr;
+  state_->isAtEnd = false;
 }
 
 bool DirectoryReader::readMore() {
   ListingCount::add(std::exchange(state_->listed, 0));
+  if (state_->isAtEnd) return false;
   const ssize_t length =
       againIfInterrupted([this] { return ::getdents64(state_->folder, state_->buffer.get(), kBufferSize); });
   if (length < 0) state_->error = errno;
@@ -91,6 +103,7 @@ const DirectoryReader::Entry* DirectoryReader::next() {
   while (state_->at != state_->end) {
     const char* record = state_->at;
     state_->at += State::lengthOf(record);
+    state_->isAtEnd = state_->at == state_->end && State::positionAfter(record) == kEndOfFolder;
     const char* name = record + offsetof(dirent64, d_name);
     const std::string_view text = name;
     if (isSelfOrParent(text)) continue;

@@ -41,12 +41,14 @@ BundleBit bundleBit(int folder, const char* attribute) {
 
 }  // namespace
 
-// Most folders have no attributes, so listing them decides with one call. If the list is long or unavailable, query
-// the three names directly; this is cheaper than reading the list.
+// Most folders have no attributes, so the length of their list decides with one call, without a buffer that the kernel
+// would allocate. If the list is long or unavailable, query the three names directly; this is cheaper than reading the
+// list.
 BundleBit bundleBit(int folderDescriptor) {
-  std::array<char, kUsualListSize> buffer{};
-  const ssize_t size = ::flistxattr(folderDescriptor, buffer.data(), buffer.size());
+  ssize_t size = ::flistxattr(folderDescriptor, nullptr, 0);
   if (size == 0 || (size < 0 && errno == ENOTSUP)) return {};
+  std::array<char, kUsualListSize> buffer{};
+  if (size > 0) size = ::flistxattr(folderDescriptor, buffer.data(), buffer.size());
   const std::string_view list(buffer.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
   BundleBit found;
   for (const char* name : kAttributeNames) {

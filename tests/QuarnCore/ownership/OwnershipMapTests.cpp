@@ -24,6 +24,23 @@ TEST(OwnershipMap, TheStrongestEvidenceWinsAndTheLoserIsARival) {
   EXPECT_LT(ownership.rivals.front().confidence, ownership.confidence);
 }
 
+TEST(OwnershipMap, AnEntryWithoutRivalsHasEverythingElse) {
+  MacVolume volume;
+  volume.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App"})
+      .app("/Applications/Other.app", {.bundleIdentifier = "com.other.App", .name = "com.example.App"})
+      .folder("~/Library/Caches/com.example.App")
+      .folder("~/Library/Caches/com.gone.Sketcher");
+  const OwnershipMap map = Mapper(volume).map();
+  std::size_t rivals = 0;
+  for (std::size_t i = 0; i < map.size(); ++i) {
+    Ownership expected = map.ownership(i);
+    rivals += expected.rivals.size();
+    expected.rivals.clear();
+    EXPECT_EQ(map.ownershipWithoutRivals(i), expected);
+  }
+  EXPECT_EQ(rivals, 1u);
+}
+
 TEST(OwnershipMap, EqualEvidenceSharesAnEntry) {
   MacVolume volume;
   volume.app("/Applications/Notes.app", {.bundleIdentifier = "com.one.a"})

@@ -141,6 +141,22 @@ TEST_F(ScanStoreTest, OwnersAndLeftoversAreThoseOfTheMap) {
   EXPECT_EQ(scan.leftovers(), leftovers);
 }
 
+TEST_F(ScanStoreTest, EveryFolderIsKeptWhateverTheirNumber) {
+  for (const int count : {1, 62, 63, 64, 65, 126, 127, 128, 200}) {
+    RecordedFolders folders;
+    for (int i = 0; i < count; ++i) (void)folders.place("/folder " + std::to_string(i), volume_.files());
+    folders.finish();
+    ASSERT_TRUE(writeScan(at("scan"), {}, folders, Cancellation::never()));
+    std::vector<std::string> names;
+    Scan::open(at("scan")).folders(0, 1'000, [&](const ScannedFolder& folder) {
+      names.push_back(folder.name);
+      return true;
+    });
+    ASSERT_THAT(names, SizeIs(static_cast<std::size_t>(count) + 1));
+    for (std::size_t i = 0; i < names.size(); ++i) EXPECT_EQ(names[i], folders.at(i).name);
+  }
+}
+
 TEST_F(ScanStoreTest, FoldersAndFilesAreReadAsTheyWereRecorded) {
   RecordedFolders folders;
   (void)volume_.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never(), &folders);
