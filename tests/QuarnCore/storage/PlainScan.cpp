@@ -164,7 +164,10 @@ class PlainScan {
 };
 
 }  // namespace
-
-std::vector<PlainlyScanned> plainScan(const DashboardVolume& volume) { return PlainScan(volume).run(); }
-
 }  // namespace quarn::plain_scan
+
+namespace quarn {
+
+std::vector<PlainlyScanned> plainScan(const DashboardVolume& volume) { return plain_scan::PlainScan(volume).run(); }
+
+}  // namespace quarn
