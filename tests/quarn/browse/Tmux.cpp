@@ -8,7 +8,7 @@
 
 #include "tests/quarn/commands/CommandRun.h"
 
-namespace quarn::tmux {
+namespace quarn {
 namespace {
 
 constexpr auto kProgram = "/usr/bin/tmux";
@@ -91,4 +91,4 @@ int Tmux::process() const {
 
 std::string Tmux::modes() const { return runProgram("/usr/bin/stty", {"-a", "-F", format("#{pane_tty}")}).out; }
 
-}  // namespace quarn::tmux
+}  // namespace quarn

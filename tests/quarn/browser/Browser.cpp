@@ -6,7 +6,7 @@
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
 
-namespace quarn::browser {
+namespace quarn {
 namespace {
 
 // The page is in a frame of the screen's width. The outer page inspects it from outside, so that the page itself
@@ -121,4 +121,4 @@ nlohmann::json lookedAt(const std::string& page, const Screen& screen, bool keep
   return nlohmann::json::parse(decoded(std::string_view(run.out).substr(begin + 6, end - begin - 6)));
 }
 
-}  // namespace quarn::browser
+}  // namespace quarn

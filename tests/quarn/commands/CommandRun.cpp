@@ -23,7 +23,7 @@
 #include "tests/support/MacVolume.h"
 #include "tests/support/Pipe.h"
 
-namespace quarn::command_run {
+namespace quarn {
 namespace {
 
 std::vector<char*> pointers(std::vector<std::string>& texts) {
@@ -153,4 +153,4 @@ CommandRun runOnSample(std::vector<std::string> words, std::string_view input) {
   return runQuarn(words, input);
 }
 
-}  // namespace quarn::command_run
+}  // namespace quarn

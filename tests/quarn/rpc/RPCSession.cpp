@@ -12,7 +12,7 @@
 
 #include "tests/support/Pipe.h"
 
-namespace quarn::rpc_session {
+namespace quarn {
 namespace {
 
 /// Much longer than any test takes; only reached if the server hangs.
@@ -119,4 +119,4 @@ void RPCSession::collect() {
   changed_.notify_all();
 }
 
-}  // namespace quarn::rpc_session
+}  // namespace quarn
