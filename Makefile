@@ -164,6 +164,7 @@ MACOS_TESTS = platform_tests models_tests system_tests core_tests quarn_tests_pr
 macos-test: macos macos-loader
 	cmake --build --preset dev --target quarn quarn_resources
 	cmake --build --preset macos-x86_64 --target loader_unwinder $(MACOS_TESTS)
+	tests/macos/macho_tests.py build/macos/universal/quarn
 	tests/macos/run_tests.py $(MACOS_TEST_OPTIONS) build/macos/x86_64 build/dev/bin/macho_run $(MACOS_TESTS)
 	rm -rf build/macos/sample
 	$(QUARN) sample build/macos/sample > /dev/null
@@ -173,6 +174,7 @@ macos-test: macos macos-loader
 # Every merge: the tests of the lowest layer, where the systems differ.
 macos-test-platform: macos macos-loader
 	cmake --build --preset macos-x86_64 --target loader_unwinder platform_tests
+	tests/macos/macho_tests.py build/macos/universal/quarn
 	tests/macos/run_tests.py build/macos/x86_64 build/dev/bin/macho_run platform_tests
 
 macos-package: macos macos-loader

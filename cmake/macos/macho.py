@@ -3,11 +3,13 @@
 
   macho.py sign FILE...          gives each file an ad-hoc signature, unless it has one
   macho.py join OUTPUT FILE...   makes one universal file of files for different processors (archives too)
-  macho.py check FILE...         prints what each file is and imports; fails unless it is for macOS 15.0, has a valid
-                                 signature and imports nothing but libSystem, the system's ICU and SQLite, and libplist beside it
+  macho.py check FILE...         prints what each file is and imports; fails unless it is for macOS 15.0, has a valid signature, imports
+                                 nothing but libSystem, the system's ICU and SQLite, and libplist beside it, and searches no other
+                                 folder; a universal file must hold both processors
 """
 import hashlib
 import os
+import pathlib
 import struct
 import sys
 
@@ -16,11 +18,15 @@ PROCESSORS = {0x01000007: "x86_64", 0x0100000C: "arm64"}
 LOG2_ALIGNMENT = {"x86_64": 12, "arm64": 14}
 EXECUTABLE = 2
 LC_LOAD_DYLIB, LC_SEGMENT_64, LC_CODE_SIGNATURE, LC_RPATH, LC_BUILD_VERSION = 0x0C, 0x19, 0x1D, 0x8000001C, 0x32
+LC_LOAD_WEAK_DYLIB, LC_REEXPORT_DYLIB, LC_LAZY_LOAD_DYLIB, LC_LOAD_UPWARD_DYLIB = 0x80000018, 0x8000001F, 0x20, 0x80000023
+IMPORTING = (LC_LOAD_DYLIB, LC_LOAD_WEAK_DYLIB, LC_REEXPORT_DYLIB, LC_LAZY_LOAD_DYLIB, LC_LOAD_UPWARD_DYLIB)
+MACOS = 1
 SUPER_BLOB, CODE_DIRECTORY = 0xFADE0CC0, 0xFADE0C02
 AD_HOC_BY_LINKER = 0x20002
 LOG2_PAGE = 12
 ALLOWED = ("/usr/lib/libSystem.B.dylib", "/usr/lib/libicucore.A.dylib", "/usr/lib/libsqlite3.dylib",
            "@rpath/libplist-2.0.3.dylib")
+RUN_PATHS = ("@loader_path/../lib", "@loader_path")
 
 
 class Image:
@@ -47,8 +53,12 @@ class Image:
         (offset,) = struct.unpack_from("<I", self.bytes, at + 8)
         return bytes(self.bytes[at + offset : at + size]).split(b"\0")[0].decode()
 
-    def texts(self, kind):
-        return [self.text(at, size) for at, size in self.all(kind)]
+    def texts(self, *kinds):
+        return [self.text(at, size) for kind, at, size in self.commands if kind in kinds]
+
+    def libraries(self):
+        """What it imports, however the import is marked."""
+        return self.texts(*IMPORTING)
 
     def segments(self):
         """Name, offset of its command, offset and size in the file."""
@@ -68,10 +78,14 @@ class Image:
                     first = min(first, offset)
         return first
 
-    def minimum_version(self):
-        at, _ = self.all(LC_BUILD_VERSION)[0]
-        (version,) = struct.unpack_from("<I", self.bytes, at + 12)
-        return f"{version >> 16}.{version >> 8 & 0xFF}"
+    def system(self):
+        """The system and its oldest version that the file is for."""
+        versions = self.all(LC_BUILD_VERSION)
+        if not versions:
+            return "an unknown system"
+        platform, version = struct.unpack_from("<2I", self.bytes, versions[0][0] + 8)
+        name = "macOS" if platform == MACOS else f"platform {platform}"
+        return f"{name} {version >> 16}.{version >> 8 & 0xFF}"
 
 
 def page_hashes(content, page):
@@ -171,7 +185,7 @@ def processor_of(content):
 
 
 def join(output, paths):
-    contents = [open(path, "rb").read() for path in paths]
+    contents = [pathlib.Path(path).read_bytes() for path in paths]
     header, body = struct.pack(">2I", MAGIC_UNIVERSAL, len(paths)), b""
     at = 8 + 20 * len(paths)
     for content in contents:
@@ -188,22 +202,32 @@ def join(output, paths):
     os.chmod(output, os.stat(paths[0]).st_mode)
 
 
+def problems_of(image):
+    problems = []
+    if image.system() != "macOS 15.0":
+        problems.append(f"it is for {image.system()} and not for macOS 15.0")
+    if not is_signed(image):
+        problems.append("it has no valid signature")
+    run_paths = image.texts(LC_RPATH)
+    if image.kind == EXECUTABLE and RUN_PATHS[0] not in run_paths:
+        problems.append("it does not look for libplist beside itself")
+    problems += [f"it looks for libraries in {path}" for path in run_paths if path not in RUN_PATHS]
+    problems += [f"it imports {library}" for library in image.libraries() if library not in ALLOWED]
+    return problems
+
+
 def check(path):
     with open(path, "rb") as file:
         content = file.read()
+    parts = slices(content)
+    images = [Image(part) for part in parts]
     problems = []
-    for part in slices(content):
-        image = Image(part)
-        libraries = image.texts(LC_LOAD_DYLIB)
-        print(f"{path}: {image.processor}, macOS {image.minimum_version()}, {len(part)} bytes, "
-              f"{'signed' if is_signed(image) else 'NOT SIGNED'}, imports {', '.join(libraries)}")
-        if image.minimum_version() != "15.0":
-            problems.append("it is not for macOS 15.0")
-        if not is_signed(image):
-            problems.append("it has no valid signature")
-        if image.kind == EXECUTABLE and "@loader_path/../lib" not in image.texts(LC_RPATH):
-            problems.append("it does not look for libplist beside itself")
-        problems += [f"it imports {library}" for library in libraries if library not in ALLOWED]
+    for image in images:
+        print(f"{path}: {image.processor}, {image.system()}, {len(image.bytes)} bytes, "
+              f"{'signed' if is_signed(image) else 'NOT SIGNED'}, imports {', '.join(image.libraries())}")
+        problems += problems_of(image)
+    if parts != [content] and sorted(image.processor for image in images) != sorted(LOG2_ALIGNMENT):
+        problems.append("it does not hold each processor once")
     for problem in problems:
         print(f"macho.py: {path}: {problem}", file=sys.stderr)
     return not problems

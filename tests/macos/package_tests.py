@@ -146,7 +146,7 @@ class Package(unittest.TestCase):
                 [part] = macho.slices(program.read_bytes())
                 image = macho.Image(part)
                 self.assertEqual(image.processor, processor)
-                self.assertTrue(set(image.texts(macho.LC_LOAD_DYLIB)) <= set(macho.ALLOWED))
+                self.assertTrue(set(image.libraries()) <= set(macho.ALLOWED))
 
     def test_the_example_for_x86_64_finds_what_the_command_finds(self):
         example = self.built_example("x86_64")
