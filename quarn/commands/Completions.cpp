@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>  // fmt::join, since fmt 11
 
 #include "quarn/commands/Arguments.h"
 #include "quarn/commands/Help.h"

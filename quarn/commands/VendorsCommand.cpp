@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>  // fmt::join, since fmt 11
 
 #include "QuarnCore/vendors/VendorProfileJSON.h"
 #include "QuarnPlatform/files/HostFile.h"
