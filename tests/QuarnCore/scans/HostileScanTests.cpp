@@ -63,7 +63,14 @@ TEST_F(HostileScan, OtherFilesAreForeign) {
   EXPECT_EQ(problemOf(written("")), Problem::foreign);
   EXPECT_EQ(problemOf(written("not a database")), Problem::foreign);
   EXPECT_EQ(problemOf(written(std::string(100'000, 'x'))), Problem::foreign);
+  EXPECT_EQ(problemOf(written("SQLite format 4" + bytes_.substr(15))), Problem::foreign);
+  EXPECT_EQ(problemOf(written(bytes_.substr(0, 99))), Problem::foreign);
   EXPECT_EQ(problemAfter("PRAGMA application_id=1"), Problem::foreign);
+}
+
+TEST_F(HostileScan, AFormatThatNeverWasIsDamaged) {
+  EXPECT_EQ(problemAfter("PRAGMA user_version=0"), Problem::damaged);
+  EXPECT_EQ(problemAfter("PRAGMA user_version=-1"), Problem::damaged);
 }
 
 TEST_F(HostileScan, ANewerFormatSaysSo) {
