@@ -1,6 +1,10 @@
 #include "QuarnSystem/VolumeClients.h"
 
 #include <array>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -43,11 +47,30 @@ VolumeInfo systemVolume(const FileManager& files) {
 
 // A path with a missing component resolves to itself. So also compare the first component below /Volumes with the
 // name of the system volume.
-bool isExternal(const FileManager& files, const FileURL& url) {
-  const std::string resolved = files.resolvedPath(url);
+bool isBelowVolumes(const FileManager& files, const std::string& resolved) {
   const std::vector<std::string_view> names = path::names(resolved);
   if (names.size() < 2 || !path::isInside(resolved, kVolumes)) return false;
   return files.resolvedPath(FileURL(kVolumes).appending(names[1])) != "/";
+}
+
+/// The home folder of the checks, looked up once.
+struct CheckedHome {
+  std::once_flag once;
+  std::string path;                     // without links
+  std::optional<std::uint64_t> device;  // absent if the folder is missing, and for "/"
+};
+
+// Users may mount another volume in their home folder. Elsewhere the device says nothing: on a Mac, "/" and the folders
+// of the data volume in it are on two devices.
+bool isMountedInHome(const FileManager& files, const std::string& resolved, CheckedHome& home) {
+  std::call_once(home.once, [&] {
+    home.path = files.resolvedPath(files.homeDirectory());
+    const std::optional<ItemFacts> facts = files.facts(FileURL(home.path), Links::follow);
+    if (facts && home.path != "/") home.device = facts->device;
+  });
+  if (!home.device || !path::isInside(resolved, home.path)) return false;
+  const std::optional<ItemFacts> facts = files.facts(FileURL(resolved), Links::follow);
+  return facts && facts->device != *home.device;
 }
 
 }  // namespace
@@ -57,7 +80,10 @@ VolumeInfoClient VolumeInfoClient::live(FileManager files) {
 }
 
 VolumeLocationChecker VolumeLocationChecker::live(FileManager files) {
-  return {.isExternal = [files = std::move(files)](const FileURL& url) { return quarn::isExternal(files, url); }};
+  return {.isExternal = [files = std::move(files), home = std::make_shared<CheckedHome>()](const FileURL& url) {
+    const std::string resolved = files.resolvedPath(url);
+    return isBelowVolumes(files, resolved) || isMountedInHome(files, resolved, *home);
+  }};
 }
 
 QuarantineManager QuarantineManager::live(FileManager files) {

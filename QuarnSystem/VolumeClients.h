@@ -20,7 +20,7 @@ struct VolumeInfoClient {
 /// Distinguishes other volumes from the system volume. Replaceable, for example in tests.
 struct VolumeLocationChecker {
   /// True if a URL, after resolving links, is below /Volumes but not on the system volume. (The system volume's entry
-  /// in /Volumes is a link to "/".) Cannot fail.
+  /// in /Volumes is a link to "/".) Also true if it is in the home folder but on another device. Cannot fail.
   std::function<bool(const FileURL& url)> isExternal;
   static VolumeLocationChecker live(FileManager files);
 };
