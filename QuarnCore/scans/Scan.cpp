@@ -244,6 +244,12 @@ const std::string& Scan::file() const { return state_->file; }
 const ScanFacts& Scan::facts() const { return state_->facts; }
 const std::vector<ScannedUser>& Scan::users() const { return state_->users; }
 
+HomeFolders Scan::homes() const {
+  std::vector<HomeFolders::Located> homes;
+  for (const ScannedUser& user : users()) homes.push_back({.url = user.home, .location = user.location});
+  return HomeFolders(homes);
+}
+
 std::vector<StorageCategory> Scan::categories() const {
   return reading({"categories"}, [](const Database& database) {
     std::vector<StorageCategory> categories;

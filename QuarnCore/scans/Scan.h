@@ -12,6 +12,7 @@
 
 #include "QuarnCore/scans/ScanContent.h"
 #include "QuarnCore/scans/ScanError.h"
+#include "QuarnCore/storage/HomeFolders.h"
 
 namespace quarn {
 
@@ -36,6 +37,8 @@ class Scan {
 
   /// The users of a scan of all users; empty for a scan of one home folder.
   [[nodiscard]] const std::vector<ScannedUser>& users() const;
+  /// Their home folders, in the same order.
+  [[nodiscard]] HomeFolders homes() const;
   [[nodiscard]] std::vector<StorageCategory> categories() const;
   [[nodiscard]] std::vector<ScannedRoot> roots() const;
   /// The places of the categories, in the order in which they decide: the first one with a path counts.

@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <iterator>
+#include <map>
 #include <memory>
 #include <utility>
 
@@ -10,6 +12,7 @@
 #include "QuarnCore/ownership/Leftovers.h"
 #include "QuarnCore/scans/RecordedSizes.h"
 #include "QuarnCore/scans/ScanWriter.h"
+#include "QuarnCore/storage/UsersDashboard.h"
 #include "QuarnPlatform/files/HostFile.h"
 
 namespace quarn {
@@ -28,7 +31,8 @@ class Gathering {
       : services_(services),
         files_(files.cancelledBy(cancellation)),
         onProgress_(onProgress),
-        cancellation_(cancellation) {
+        cancellation_(cancellation),
+        homes_(services.homes.empty() ? std::vector{files.homeDirectory()} : services.homes, files) {
     dashboard_.rememberRoots();
   }
 
@@ -46,7 +50,6 @@ class Gathering {
   /// Everything else. False if cancelled.
   bool gather() {
     run(ScanStep::storage, &Gathering::gatherRoots);
-    run(ScanStep::storage, &Gathering::gatherPlaces);
     run(ScanStep::apps, &Gathering::gatherApps);
     run(ScanStep::ownership, &Gathering::gatherOwnership);
     run(ScanStep::system, &Gathering::gatherSystem);
@@ -69,41 +72,100 @@ class Gathering {
     std::function<void(const ScanStore::CategorySizes&)> report;
     if (onProgress_) report = [&](const auto& totals) { onProgress_({.step = ScanStep::folders, .totals = totals}); };
     content_.facts.hasCapacity = files_.mount().isMountPoint;
-    countedRoots_ = dashboard_.calculatePartitionedRoots(report, cancellation_, folders_.get());
+    countedRoots_ = isOfAllUsers()
+                        ? usersDashboard().calculatePartitionedRoots(nullptr, report, cancellation_, folders_.get())
+                        : dashboard_.calculatePartitionedRoots(report, cancellation_, folders_.get());
+    if (isOfAllUsers()) gatherUsers();
     content_.categories = dashboard_.initialOverview().categories;
     for (StorageCategory& category : content_.categories) {
       for (const auto& root : countedRoots_) category.size += root.sizes.at(category.id);
     }
   }
 
+  void gatherUsers() {
+    const UsersDashboard users = usersDashboard();
+    for (std::size_t home = 0; home < homes_.urls().size(); ++home) {
+      content_.users.push_back(
+          {.home = homes_.urls()[home], .location = homes_.locations()[home], .isRead = users.isReadable(home)});
+    }
+  }
+
+  // A reader finds the roots by category, whatever the number of users.
   void gatherRoots() {
-    for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
-      if (category == StorageCategoryID::free) continue;
-      for (const auto& [url, sizes, home] : countedRoots_) {
-        const SizeInfo size = sizes.at(category);
-        if (size == SizeInfo{}) continue;
-        content_.roots.push_back(
-            {.category = category, .url = url, .size = size, .hint = dashboard_.vendorHint(url, category)});
+    std::map<StorageCategoryID, std::vector<ScannedRoot>> byCategory;
+    for (std::size_t home = 0; home < homes_.urls().size() && !cancellation_.isCancelled(); ++home) {
+      const StorageDashboardService dashboard = dashboardOf(homes_.urls()[home]);
+      for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
+        if (category == StorageCategoryID::free) continue;
+        addCountedRoots(byCategory[category], home, category, dashboard);
+        addListedRoots(byCategory[category], home, category, dashboard);
       }
-      for (const FileURL& url : dashboard_.preciseRoots(category, cancellation_)) {
-        if (cancellation_.isCancelled()) return;
-        content_.roots.push_back(
-            {.category = category, .isListed = true, .url = url, .hint = dashboard_.vendorHint(url, category)});
-        content_.roots.back().size = ifPossible([&] { return dashboard_.preciseSize(url, category, cancellation_); });
-      }
+      addPlaces(home, dashboard);
+    }
+    for (auto& [category, roots] : byCategory) {
+      std::move(roots.begin(), roots.end(), std::back_inserter(content_.roots));
+    }
+  }
+
+  void addCountedRoots(std::vector<ScannedRoot>& roots, std::size_t home, StorageCategoryID category,
+                       const StorageDashboardService& dashboard) const {
+    for (const auto& [url, sizes, owner] : countedRoots_) {
+      const SizeInfo size = sizes.at(category);
+      if (size == SizeInfo{} || owner.value_or(0) != home) continue;
+      roots.push_back(
+          {.category = category, .url = url, .size = size, .hint = dashboard.vendorHint(url, category), .user = owner});
+    }
+  }
+
+  void addListedRoots(std::vector<ScannedRoot>& roots, std::size_t home, StorageCategoryID category,
+                      const StorageDashboardService& dashboard) const {
+    const RootScope scope = UsersDashboard::scopeOf(home);
+    for (const FileURL& url : dashboard.preciseRoots(category, cancellation_, scope)) {
+      if (cancellation_.isCancelled()) return;
+      const std::optional<std::size_t> user = userOf(url);
+      if (isOfAllUsers() && user.value_or(0) != home) continue;
+      roots.push_back({.category = category,
+                       .isListed = true,
+                       .url = url,
+                       .hint = dashboard.vendorHint(url, category),
+                       .user = user});
+      roots.back().size = ifPossible([&] { return dashboard.preciseSize(url, category, cancellation_, scope); });
     }
   }
 
   // What decides about a single path: the commands ask for the owner of one, and say what vendors know of it.
-  void gatherPlaces() {
+  void addPlaces(std::size_t home, const StorageDashboardService& dashboard) {
     for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
-      for (const FileURL& url : dashboard_.categoryRoots(category, /*includeDiscovered=*/false, cancellation_)) {
-        content_.places.push_back({.category = category, .url = url});
+      for (const FileURL& url : dashboard.categoryRoots(category, /*includeDiscovered=*/false, cancellation_,
+                                                        UsersDashboard::scopeOf(home))) {
+        const bool isWanted = !isOfAllUsers() || userOf(url).value_or(0) == home;
+        if (isWanted) content_.places.push_back({.category = category, .url = url});
       }
     }
-    for (const auto& [category, entries] : dashboard_.vendorPaths()) {
-      for (const VendorPathHintIndex::Entry& entry : entries) content_.vendorPaths.push_back(entry.hint);
+    for (const auto& [category, entries] : dashboard.vendorPaths()) {
+      for (const VendorPathHintIndex::Entry& entry : entries) {
+        const bool isWanted = !isOfAllUsers() || homes_.isOf(home, entry.path);
+        if (isWanted) content_.vendorPaths.push_back(entry.hint);
+      }
     }
+  }
+
+  // ---- Home folders
+
+  [[nodiscard]] bool isOfAllUsers() const { return !services_.homes.empty(); }
+  [[nodiscard]] StorageDashboardService dashboardOf(const FileURL& home) const {
+    if (home == homes_.urls().front()) return dashboard_;
+    StorageDashboardService dashboard = services_.dashboardOf(home, sizes_);
+    dashboard.rememberRoots();
+    return dashboard;
+  }
+  [[nodiscard]] UsersDashboard usersDashboard() const {
+    return {homes_, [this](const FileURL& home) { return dashboardOf(home); }, files_};
+  }
+  /// In a scan of all users, the user in whose home folder the item is.
+  [[nodiscard]] std::optional<std::size_t> userOf(const FileURL& url) const {
+    if (!isOfAllUsers()) return std::nullopt;
+    return homes_.homeOf(std::string_view(files_.realPath(url).value_or(url.path())));
   }
 
   void gatherApps() {
@@ -121,15 +183,16 @@ class Gathering {
   void gatherOwnership() {
     std::vector<AppEntity> apps;
     for (const ScannedApp& app : content_.apps) apps.push_back(app.inspection.app);
-    const OwnershipMap map = services_.ownership.map(apps, OwnershipService::kEverything, nullptr, cancellation_);
+    const UsersMap map =
+        services_.ownership.mapOfUsers(homes_, apps, OwnershipService::kEverything, nullptr, cancellation_);
     const ReceiptSnapshot receipts = services_.receiptScanner.snapshot();
-    content_.entries.reserve(map.size());
-    for (std::size_t i = 0; i < map.size() && !cancellation_.isCancelled(); ++i) {
-      content_.entries.push_back(map.ownership(i));
+    map.eachEntry([&](const OwnershipMap& ofHome, std::size_t i) {
+      content_.entries.push_back(ofHome.ownership(i));
       for (std::string& package : receipts.packageIDs(content_.entries.back().url.path())) {
-        content_.packages.push_back({.entry = i, .identifier = std::move(package)});
+        content_.packages.push_back({.entry = content_.entries.size() - 1, .identifier = std::move(package)});
       }
-    }
+      return !cancellation_.isCancelled();
+    });
     content_.leftovers = findLeftovers(map, {.computeSizes = true, .includeSystem = true}, files_, sizes_,
                                        cancellation_, recordedChanges(folders_, files_));
   }
@@ -156,6 +219,7 @@ class Gathering {
   const FileManager files_;
   const std::function<void(const ScanStore::Progress&)>& onProgress_;
   const Cancellation& cancellation_;
+  const HomeFolders homes_;  // one, or those of all users
   std::shared_ptr<RecordedFolders> folders_ = std::make_shared<RecordedFolders>();
   // Both answer from the record, which is complete after the first step.
   const FileSizeCalculator sizes_ = recordedSizes(folders_, files_);

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "QuarnCore/inspection/AppInspectionService.h"
 #include "QuarnCore/ownership/OwnershipService.h"
@@ -43,6 +44,10 @@ class ScanStore {
     std::function<StorageDashboardService(const FileSizeCalculator&)> dashboard;
     std::function<AppInspectionService(const FileSizeCalculator&, const Cancellation&)> inspection;
     std::function<KernelExtensionService(const FileSizeCalculator&)> extensions;
+    /// The home folders of a scan of all users, that of the file manager first; empty for a scan of one. Then the
+    /// clients above know the apps and jobs of all of them, and `dashboardOf` makes the dashboards of the others.
+    std::vector<FileURL> homes{};
+    std::function<StorageDashboardService(const FileURL& home, const FileSizeCalculator&)> dashboardOf{};
   };
   struct Progress {
     ScanStep step = ScanStep::folders;

@@ -6,15 +6,24 @@
 
 namespace quarn {
 
-ScannedHints::ScannedHints(const Scan& scan) : hints_(scan.vendorPaths()) {
-  for (std::size_t i = 0; i < hints_.size(); ++i) byCategory_[hints_[i].category].insert(hints_[i].path, i);
+ScannedHints::ScannedHints(const Scan& scan) : homes_(scan.homes()), hints_(scan.vendorPaths()) {
+  for (std::size_t i = 0; i < hints_.size(); ++i) {
+    const std::string& path = hints_[i].path;
+    byCategory_[hints_[i].category][homes_.homeOf(std::string_view(path))].insert(path, i);
+  }
 }
 
 std::optional<VendorPathHint> ScannedHints::hint(std::string_view path) const {
-  for (const auto& [category, places] : byCategory_) {
-    const std::size_t* found = places.longestMatch(path);
+  const Owner home = homes_.homeOf(path);
+  for (const auto& [category, byOwner] : byCategory_) {
+    const VendorPathHint* deepest = nullptr;
+    for (const auto& [owner, places] : byOwner) {
+      const std::size_t* found = owner && owner != home ? nullptr : places.longestMatch(path);
+      if (found == nullptr) continue;
+      if (deepest == nullptr || hints_[*found].path.size() > deepest->path.size()) deepest = &hints_[*found];
+    }
     // A path of a vendor that is "/" contains nothing else.
-    if (found != nullptr && (hints_[*found].path != "/" || path == "/")) return hints_[*found];
+    if (deepest != nullptr && (deepest->path != "/" || path == "/")) return *deepest;
   }
   return std::nullopt;
 }

@@ -19,11 +19,15 @@ class ScannedHints {
   explicit ScannedHints(const Scan& scan);
 
   /// The hint of the deepest vendor path that is or contains a standardised path. The first category with one decides.
+  /// In a scan of all users, the vendor paths in a home folder say nothing about a home folder inside it.
   [[nodiscard]] std::optional<VendorPathHint> hint(std::string_view path) const;
 
  private:
+  using Owner = std::optional<std::size_t>;  ///< the position of a home folder
+
+  HomeFolders homes_;
   std::vector<VendorPathHint> hints_;
-  std::map<StorageCategoryID, PathTrie<std::size_t>> byCategory_;  ///< positions in `hints_`
+  std::map<StorageCategoryID, std::map<Owner, PathTrie<std::size_t>>> byCategory_;  ///< positions in `hints_`
 };
 
 /// The owners of the entries of a scan: the answers of `ItemOwners` at the time of the scan. For other items a scan has

@@ -15,6 +15,8 @@ namespace quarn {
 /// its own paths; the outer one has the rest. Immutable and thread-safe.
 class HomeFolders {
  public:
+  /// No folders.
+  HomeFolders() = default;
   /// Leaves out what is the same folder as an earlier one.
   HomeFolders(const std::vector<FileURL>& homes, const FileManager& files);
   /// A folder and its path without links.

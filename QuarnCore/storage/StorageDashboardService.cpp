@@ -99,17 +99,26 @@ StorageDashboardService::StorageDashboardService(VolumeInfoClient volumeInfoClie
       quarantineManager_(std::move(quarantineManager)),
       files_(std::move(files)) {}
 
-void StorageDashboardService::rememberRoots() { knownRoots_ = std::make_shared<CategoryLists>(); }
+void StorageDashboardService::rememberRoots() {
+  for (const RootScope scope : {RootScope::volume, RootScope::home}) {
+    knownRoots_[scope] = std::make_shared<CategoryLists>();
+  }
+}
 
 CategoryRoots StorageDashboardService::categoriesOn(const FileManager& files, RootScope scope) const {
-  const auto known = scope == RootScope::volume ? knownRoots_ : nullptr;
-  return {signatureRegistry_, vendorHints_, quarantineManager_.baseURL(), files, scope, known};
+  const auto known = knownRoots_.find(scope);
+  return {signatureRegistry_,
+          vendorHints_,
+          quarantineManager_.baseURL(),
+          files,
+          scope,
+          known == knownRoots_.end() ? nullptr : known->second};
 }
 
 std::vector<FileURL> StorageDashboardService::categoryRoots(StorageCategoryID category, bool includeDiscovered,
-                                                            const Cancellation& cancellation) const {
+                                                            const Cancellation& cancellation, RootScope scope) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  return categoriesOn(files).roots(category, includeDiscovered);
+  return categoriesOn(files, scope).roots(category, includeDiscovered);
 }
 
 std::vector<FileURL> StorageDashboardService::categoryExclusions(StorageCategoryID category,
@@ -211,17 +220,17 @@ std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(
   return total;
 }
 
-std::vector<FileURL> StorageDashboardService::preciseRoots(StorageCategoryID category,
-                                                           const Cancellation& cancellation) const {
+std::vector<FileURL> StorageDashboardService::preciseRoots(StorageCategoryID category, const Cancellation& cancellation,
+                                                           RootScope scope) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  const CategoryRoots categories = categoriesOn(files);
+  const CategoryRoots categories = categoriesOn(files, scope);
   return sizedRoots(category, categories, volumeLocationChecker_, files);
 }
 
 SizeInfo StorageDashboardService::preciseSize(const FileURL& root, StorageCategoryID category,
-                                              const Cancellation& cancellation) const {
+                                              const Cancellation& cancellation, RootScope scope) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  const CategoryRoots categories = categoriesOn(files);
+  const CategoryRoots categories = categoriesOn(files, scope);
   return PreciseSizing(category, categories, fileSizeCalculator_, files).sizeOf(root);
 }
 

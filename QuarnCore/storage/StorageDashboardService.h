@@ -41,7 +41,8 @@ class StorageDashboardService {
   /// The folders that count for a category, existing or not. `includeDiscovered` only affects games: it adds the
   /// folders that contain markers.
   [[nodiscard]] std::vector<FileURL> categoryRoots(StorageCategoryID category, bool includeDiscovered,
-                                                   const Cancellation& cancellation = Cancellation::never()) const;
+                                                   const Cancellation& cancellation = Cancellation::never(),
+                                                   RootScope scope = RootScope::volume) const;
   /// Folders below a category's roots that count for other categories; only `systemData` has any.
   [[nodiscard]] std::vector<FileURL> categoryExclusions(StorageCategoryID category,
                                                         const Cancellation& cancellation = Cancellation::never()) const;
@@ -92,10 +93,13 @@ class StorageDashboardService {
       const std::function<void(const SizeInfo& soFar)>& onRoot = nullptr) const;
   /// The category's roots, including discovered ones, that exist and are not on another volume.
   [[nodiscard]] std::vector<FileURL> preciseRoots(StorageCategoryID category,
-                                                  const Cancellation& cancellation = Cancellation::never()) const;
-  /// The size of one root within that category. Throws FileError.
+                                                  const Cancellation& cancellation = Cancellation::never(),
+                                                  RootScope scope = RootScope::volume) const;
+  /// The size of one root within that category. With the scope `home`, the root must be in the home folder. Throws
+  /// FileError.
   [[nodiscard]] SizeInfo preciseSize(const FileURL& root, StorageCategoryID category,
-                                     const Cancellation& cancellation = Cancellation::never()) const;
+                                     const Cancellation& cancellation = Cancellation::never(),
+                                     RootScope scope = RootScope::volume) const;
 
  private:
   [[nodiscard]] CategoryRoots categoriesOn(const FileManager& files, RootScope scope = RootScope::volume) const;
@@ -110,7 +114,7 @@ class StorageDashboardService {
   VendorPathHintIndex vendorHints_;
   QuarantineManager quarantineManager_;
   FileManager files_;
-  std::shared_ptr<CategoryLists> knownRoots_;
+  std::map<RootScope, std::shared_ptr<CategoryLists>> knownRoots_;
 };
 
 }  // namespace quarn

@@ -31,6 +31,8 @@ class UsersDashboard {
                  FileManager files);
 
   [[nodiscard]] const HomeFolders& homes() const { return homes_; }
+  /// What the service of a home folder is asked for: that of the first one knows the volume's own roots.
+  static RootScope scopeOf(std::size_t home) { return home == 0 ? RootScope::volume : RootScope::home; }
 
   /// One pass over all homes, as `StorageDashboardService::calculatePartitionedRoots`. The roots know their homes.
   /// Calls `onHome`, if not null, before it looks for the roots of a home.
@@ -55,8 +57,6 @@ class UsersDashboard {
 
  private:
   [[nodiscard]] StorageDashboardService dashboard(std::size_t home) const { return dashboardOf_(homes_.urls()[home]); }
-  // The volume's own roots come from the service of the first home.
-  static RootScope scopeOf(std::size_t home) { return home == 0 ? RootScope::volume : RootScope::home; }
 
   HomeFolders homes_;
   std::function<StorageDashboardService(const FileURL& home)> dashboardOf_;

@@ -85,13 +85,16 @@ class ScanKnowledge {
   }
 
  private:
+  // Nothing around a home folder decides about what is in it.
   template <class Value>
-  static const Value* around(const std::unordered_map<std::string, Value>& records, const FileURL& url) {
+  const Value* around(const std::unordered_map<std::string, Value>& records, const FileURL& url) const {
     std::string path = url.path();
+    const std::optional<std::size_t> home = tables_.homes.homeOf(url);
+    const std::string last = home ? tables_.homes.locations()[*home] : "/";
     while (true) {
       const auto found = records.find(path);
       if (found != records.end()) return &found->second;
-      if (path.size() <= 1) return nullptr;
+      if (path.size() <= 1 || path == last) return nullptr;
       path.resize(std::max<std::size_t>(path.rfind('/'), 1));
     }
   }
@@ -138,7 +141,7 @@ ItemKnowledge knowledgeOfVolume(std::shared_ptr<const ItemOwners> owners) {
 }
 
 ScannedKnowledge::ScannedKnowledge(const Scan& scan)
-    : entries(scan.entries()), apps(scan.apps(/*withInspections=*/true)), roots(scan.roots()) {}
+    : homes(scan.homes()), entries(scan.entries()), apps(scan.apps(/*withInspections=*/true)), roots(scan.roots()) {}
 
 ItemKnowledge knowledgeOfScan(ScannedKnowledge tables) {
   auto knowledge = std::make_shared<const ScanKnowledge>(std::move(tables));

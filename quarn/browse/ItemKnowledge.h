@@ -47,6 +47,7 @@ ItemKnowledge knowledgeOfVolume(std::shared_ptr<const ItemOwners> owners);
 struct ScannedKnowledge {
   explicit ScannedKnowledge(const Scan& scan);
 
+  HomeFolders homes;  ///< of a scan of all users
   std::vector<Ownership> entries;
   std::vector<ScannedApp> apps;
   std::vector<ScannedRoot> roots;

@@ -9,13 +9,16 @@
 namespace quarn {
 namespace {
 
-// The value of the innermost path that is, or contains, the item.
+// The value of the innermost path that is, or contains, the item. Nothing around a home folder decides about what is
+// in it.
 template <class Value>
-const Value* innermost(const std::map<std::string, Value>& values, std::string_view path) {
+const Value* innermost(const std::map<std::string, Value>& values, std::string_view path, const HomeFolders& homes) {
+  const std::optional<std::size_t> home = homes.homeOf(path);
+  const std::string_view last = home ? std::string_view(homes.locations()[*home]) : "/";
   for (;; path = path::parent(path)) {
     const auto found = values.find(std::string(path));
     if (found != values.end()) return &found->second;
-    if (path.empty() || path == "/") return nullptr;
+    if (path.empty() || path == "/" || path == last) return nullptr;
   }
 }
 
@@ -41,6 +44,7 @@ void BranchFacts::readVolume(CommandContext& context, bool wantsOwners) {
 }
 
 void BranchFacts::readScan(const Scan& scan, bool wantsOwners) {
+  homes_ = scan.homes();
   for (const ScannedRoot& root : scan.roots()) categories_.try_emplace(root.url.path(), root.category);
   if (!wantsOwners) return;
   for (const ScannedApp& app : scan.apps(/*withInspections=*/false)) {
@@ -70,7 +74,7 @@ BranchFacts::Owner BranchFacts::ownerOf(const Ownership& ownership) {
 
 BranchFacts::Owner BranchFacts::find(const FileURL& url) const {
   if (map_) return map_->isComplete() ? ownerOf(map_->mapOf(url).owners(url)) : Owner{};
-  const Owner* owner = innermost(owners_, url.path());
+  const Owner* owner = innermost(owners_, url.path(), homes_);
   return owner != nullptr ? *owner : Owner{};
 }
 
@@ -81,7 +85,7 @@ std::string BranchFacts::app(const FileURL& url) const { return find(url).app; }
 std::vector<std::string> BranchFacts::owners(const FileURL& url) const { return find(url).names; }
 
 std::optional<StorageCategoryID> BranchFacts::category(const FileURL& url) const {
-  const StorageCategoryID* category = innermost(categories_, url.path());
+  const StorageCategoryID* category = innermost(categories_, url.path(), homes_);
   return category != nullptr ? std::optional(*category) : std::nullopt;
 }
 

@@ -40,6 +40,7 @@ class BranchFacts {
   void readScan(const Scan& scan, bool wantsOwners);
 
   std::optional<UsersMap> map_;                          // of a volume
+  HomeFolders homes_;                                    // of a scan of all users
   std::map<std::string, Owner> owners_;                  // of a scan, by path
   std::map<std::string, StorageCategoryID> categories_;  // by the path of a root
 };

@@ -60,7 +60,10 @@ BrowseSources::Place browsedPlace(CommandContext& context) {
                                              category, /*includeDiscovered=*/true, Cancellation::never()),
             .isCategory = true};
   }
-  const FileURL folder = scan != nullptr ? scannedFolder(text, *scan) : folderArgument(text, context);
+  const bool isDefaultOfScan = scan != nullptr && arguments.positionals.empty();
+  const FileURL folder = isDefaultOfScan   ? scannedHomeOfAll(*scan)
+                         : scan != nullptr ? scannedFolder(text, *scan)
+                                           : folderArgument(text, context);
   return {.top = folder.path(), .folders = {folder}};
 }
 
@@ -143,7 +146,7 @@ ExitCode runBrowse(CommandContext& context) {
   BrowseFeed feed;
   std::optional<BrowseFeed::State> fed;
   std::vector<BrowseTree::Node> marks;
-  const FileURL home = context.home();
+  const FileURL home = context.isOfAllUsers() ? FileURL("/") : context.home();
   BrowseOutcome outcome = BrowseOutcome::quit;
   {
     BrowseSources sources(tree, feed);

@@ -179,6 +179,11 @@ const Scan* CommandContext::scan() {
   if (!file) return nullptr;
   if (!scan_) {
     scan_ = Scan::open(*file);
+    if (arguments_.has("--all-users") && scan_->users().empty()) {
+      throw UsageError("--all-users: " + escapedForTerminal(*file) + " is a scan of one home folder, " +
+                       escapedForTerminal(scan_->facts().home.path()) +
+                       " (\"quarn scan --all-users\" keeps one of all users)");
+    }
     useLocaleOf(arguments_);
     for (const UnreadableItem& item : scan_->unreadable()) {
       if (item.cause == UnreadableCause::otherDevice) {
@@ -201,8 +206,12 @@ FileURL CommandContext::home() {
   return scan != nullptr ? scan->facts().home : services().files.homeDirectory();
 }
 
+bool CommandContext::isOfAllUsers() {
+  return scan() != nullptr ? !scan()->users().empty() : arguments_.has("--all-users");
+}
+
 std::string CommandContext::displayPath(const FileURL& url) {
-  return pathText(url, arguments_.has("--all-users") ? FileURL("/") : home());
+  return pathText(url, isOfAllUsers() ? FileURL("/") : home());
 }
 
 void CommandContext::print(std::string_view text) const {

@@ -61,6 +61,8 @@ class CommandContext {
   [[nodiscard]] std::string displayPath(const FileURL& url);
   /// The home folder of the volume or of the scan.
   [[nodiscard]] FileURL home();
+  /// True with --all-users, and for answers from a scan of all users. Then no home folder is special.
+  [[nodiscard]] bool isOfAllUsers();
 
   /// Writes text to standard output. Throws FileError if the write fails.
   void print(std::string_view text) const;

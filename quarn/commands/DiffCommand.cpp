@@ -4,6 +4,7 @@
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/CountText.h"
 #include "quarn/terminal/PathText.h"
 #include "quarn/terminal/Table.h"
@@ -102,6 +103,7 @@ ExitCode runDiff(CommandContext& context) {
   const Scan before = Scan::open(files[0]);
   const Scan after = Scan::open(files[1]);
   context.confineToOpenFiles();
+  warnIfUsersDiffer(before, after, context);
   const ScanDifference difference = compareScans(
       before, after, context.arguments().number("--min-size", kUsualSmallestChange), context.cancellation());
   if (context.wantsJSON()) {
@@ -111,7 +113,8 @@ ExitCode runDiff(CommandContext& context) {
   } else if (difference.isEmpty()) {
     context.print("No difference.\n");
   } else {
-    context.print(sizesText(difference, after.facts().home, context) + newsText(difference, after.facts().home));
+    const FileURL home = after.users().empty() ? after.facts().home : FileURL("/");
+    context.print(sizesText(difference, home, context) + newsText(difference, home));
   }
   const bool isTold = context.arguments().has("--exit-code") && !difference.isEmpty();
   return context.finish(isTold ? ExitCode::failure : ExitCode::ok);

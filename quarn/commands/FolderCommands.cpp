@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 #include <fmt/format.h>
@@ -34,7 +35,7 @@ std::vector<FileURL> namedFolders(CommandContext& context) {
 std::vector<FileURL> foldersToRank(CommandContext& context) {
   if (const std::optional<std::string> name = context.arguments().text("--category")) {
     const StorageCategoryID category = fromRawValue<StorageCategoryID>(*name).value();
-    if (wantsAllUsers(context)) {
+    if (context.isOfAllUsers()) {
       return usersDashboard(context).topItemRoots(category, /*includeDiscovered=*/true, context.cancellation());
     }
     return context.services().storageDashboard().topItemRoots(category, /*includeDiscovered=*/true,
@@ -100,13 +101,11 @@ std::vector<FileURL> scannedFolders(const Scan& scan, CommandContext& context) {
   }
   std::vector<FileURL> folders;
   for (const std::string& text : context.arguments().positionals) folders.push_back(scannedFolder(text, scan));
-  if (folders.empty()) folders.push_back(scan.facts().home);
-  return folders;
+  return folders.empty() ? scannedHomes(scan) : folders;
 }
 
 std::vector<TopItem> scannedItems(const Scan& scan, TopFilters& filters, CommandContext& context) {
   refuseWithScan(context, "--visits", "a scan has seen everything");
-  refuseWithScan(context, "--all-users", "a scan has the home folder of one user");
   const Arguments& arguments = context.arguments();
   const ScannedItems items(scan);
   const bool hidden = !arguments.has("--no-hidden");
@@ -151,6 +150,23 @@ std::vector<TopItem> itemsInTrees(const std::vector<FileURL>& folders, bool hidd
   return items;
 }
 
+// A home folder that cannot be listed is no reason to leave out those of the other users. A folder that the user names
+// must be readable.
+template <class List>
+std::vector<TopItem> eachReadable(const std::vector<FileURL>& folders, CommandContext& context, const List& list) {
+  if (!context.isOfAllUsers() || !context.arguments().positionals.empty()) return list(folders);
+  std::vector<TopItem> items;
+  for (const FileURL& folder : folders) {
+    try {
+      std::vector<TopItem> inFolder = list({folder});
+      std::move(inFolder.begin(), inFolder.end(), std::back_inserter(items));
+    } catch (const FileError& error) {
+      context.noteUnread(error);
+    }
+  }
+  return items;
+}
+
 std::vector<TopItem> rankedItems(TopFilters& filters, CommandContext& context) {
   if (const Scan* scan = context.scan()) return scannedItems(*scan, filters, context);
   const Arguments& arguments = context.arguments();
@@ -161,9 +177,19 @@ std::vector<TopItem> rankedItems(TopFilters& filters, CommandContext& context) {
   std::vector<FileURL> folders = foldersToRank(context);
   if (arguments.has("--category")) folders = existing(std::move(folders), context.services().files);
   if (arguments.has("--children")) {
-    return largestFirst(service.children(folders, /*allowSlow=*/true, hidden, cancellation), rank);
+    return largestFirst(eachReadable(folders, context,
+                                     [&](const std::vector<FileURL>& in) {
+                                       return service.children(in, /*allowSlow=*/true, hidden, cancellation);
+                                     }),
+                        rank);
   }
-  if (arguments.has("--files")) return largestFirst(service.topFiles(folders, kNoLimit, hidden, cancellation), rank);
+  if (arguments.has("--files")) {
+    return largestFirst(eachReadable(folders, context,
+                                     [&](const std::vector<FileURL>& in) {
+                                       return service.topFiles(in, kNoLimit, hidden, cancellation);
+                                     }),
+                        rank);
+  }
   return itemsInTrees(folders, hidden, filters, context);
 }
 
@@ -198,11 +224,12 @@ Table itemTable(const std::vector<TopItem>& items, const std::vector<std::string
   return table;
 }
 
-// With --all-users, the user of each item.
+// For all users, the user of each item.
 std::vector<std::string> usersOf(const std::vector<TopItem>& items, CommandContext& context) {
   std::vector<std::string> users;
-  if (!wantsAllUsers(context)) return users;
-  const HomeFolders homes(homesOf(context), context.services().files);
+  if (!context.isOfAllUsers()) return users;
+  const Scan* scan = context.scan();
+  const HomeFolders homes = scan != nullptr ? scan->homes() : HomeFolders(homesOf(context), context.services().files);
   for (const TopItem& item : items) users.push_back(userOf(item.url, homes));
   return users;
 }

@@ -6,12 +6,10 @@
 
 namespace quarn {
 
-bool wantsAllUsers(const CommandContext& context) { return context.arguments().has("--all-users"); }
-
 std::vector<FileURL> homesOf(CommandContext& context) {
   const FileManager& files = context.services().files;
   std::vector<FileURL> homes{files.homeDirectory()};
-  if (!wantsAllUsers(context)) return homes;
+  if (!context.isOfAllUsers()) return homes;
   try {
     for (FileURL& home : userHomes(files)) {
       if (home != homes.front()) homes.push_back(std::move(home));

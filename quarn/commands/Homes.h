@@ -14,8 +14,6 @@ namespace quarn {
 inline constexpr OptionRow kAllUsersOption{
     .name = "--all-users", .help = "Look at the home folders of all users of the volume", .excludes = "--home"};
 
-/// True with --all-users.
-bool wantsAllUsers(const CommandContext& context);
 /// The selected home folder, and with --all-users those of the other users after it. A folder of homes that cannot be
 /// listed goes to the read report.
 std::vector<FileURL> homesOf(CommandContext& context);

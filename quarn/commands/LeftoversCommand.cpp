@@ -38,7 +38,6 @@ std::vector<Leftover> liveLeftovers(const FindSizes& sizes, CommandContext& cont
 
 // A scan has the sizes, and so the order of `--size`.
 std::vector<Leftover> scannedLeftovers(const Scan& scan, CommandContext& context) {
-  refuseWithScan(context, "--all-users", "a scan has the leftovers of one user");
   std::vector<Leftover> leftovers = scan.leftovers();
   if (wantsSizes(context)) return leftovers;
   for (Leftover& leftover : leftovers) {

@@ -60,7 +60,7 @@ std::vector<VolumeReport::Item> ranked(std::vector<TopItem> items, std::int64_t 
 // Call this last: only then are all unread items known.
 ReportFrame frame(CommandContext& context, Date madeAt) {
   return {.units = context.units(),
-          .home = wantsAllUsers(context) ? FileURL("/") : context.services().files.homeDirectory(),
+          .home = context.isOfAllUsers() ? FileURL("/") : context.services().files.homeDirectory(),
           .madeAt = madeAt,
           .unread = context.unread()};
 }
@@ -71,10 +71,10 @@ void readCategories(VolumeReport& report, const UsersDashboard& users, const Bra
   const StorageDashboardService& dashboard = context.services().storageDashboard();
   context.progress("scanning the volume");
   const auto folders = std::make_shared<RecordedFolders>();
-  const auto counted = wantsAllUsers(context)
+  const auto counted = context.isOfAllUsers()
                            ? users.calculatePartitionedRoots(nullptr, nullptr, context.cancellation(), folders.get())
                            : dashboard.calculatePartitionedRoots(nullptr, context.cancellation(), folders.get());
-  if (wantsAllUsers(context)) report.users = users.parts(counted);
+  if (context.isOfAllUsers()) report.users = users.parts(counted);
   report.categories = dashboard.initialOverview().categories;
   std::vector<ScannedRoot> roots;
   for (StorageCategory& category : report.categories) {
@@ -129,6 +129,7 @@ VolumeReport reportOfScan(const std::optional<Scan>& since, CommandContext& cont
   const ScannedSentences sentences(*context.arguments().text("--scan"));
   const Scan& scan = *context.scan();
   VolumeReport report = scannedVolumeReport(scan, sentences, context);
+  if (since) warnIfUsersDiffer(*since, scan, context);
   if (since) report.changes = compareScans(*since, scan, kUsualSmallestChange, context.cancellation());
   return report;
 }
@@ -138,9 +139,6 @@ std::optional<Scan> scanToCompare(const Arguments& arguments) {
   const bool isOfApp = !arguments.positionals.empty();
   if (isOfApp && arguments.has("--scan")) {
     throw UsageError("report APP cannot be combined with --scan: a scan has no removal plans");
-  }
-  if (arguments.has("--all-users") && arguments.has("--scan")) {
-    throw UsageError("--all-users cannot be combined with --scan: a scan has the home folder of one user");
   }
   const std::optional<std::string> file = arguments.text("--since");
   if (!file) return std::nullopt;

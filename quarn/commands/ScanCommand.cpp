@@ -8,6 +8,7 @@
 #include "QuarnPlatform/text/Text.h"
 #include "quarn/commands/CommandContext.h"
 #include "quarn/commands/Commands.h"
+#include "quarn/commands/Homes.h"
 #include "quarn/commands/HostOutput.h"
 #include "quarn/commands/ScanOption.h"
 #include "quarn/terminal/CountText.h"
@@ -61,7 +62,8 @@ ExitCode runScan(CommandContext& context) {
   if (!output && !folder) throw UsageError("scan requires --output FILE, --export DIR or both");
   const std::string file = output ? *output : *folder + "/" + std::string(kExportedScan);
   refuseOnVolume("--output", file, context.services().files.hostFolder());
-  const ScanStore::Written written = context.services().scanStore().write(
+  const std::vector<FileURL> homes = context.isOfAllUsers() ? homesOf(context) : std::vector<FileURL>();
+  const ScanStore::Written written = context.services().scanStore(homes).write(
       file, [&](const ScanStore::Progress& progress) { context.progress(liveLine(progress, context)); },
       context.cancellation());
   if (written.isComplete && folder) {
@@ -95,6 +97,9 @@ constexpr std::array kScanOptions{
               .argument = "DIR",
               .help = "Also write every table to DIR as CSV and NDJSON, without --output beside scan.sqlite",
               .isHostPath = true},
+    OptionRow{.name = kAllUsersOption.name,
+              .help = "Scan the home folders of all users of the volume",
+              .excludes = kAllUsersOption.excludes},
     OptionRow{.name = kScanOption.name,
               .argument = kScanOption.argument,
               .help = "With --export: the tables of FILE, which an earlier scan has written",
@@ -104,6 +109,7 @@ constexpr std::array kScanOptions{
 constexpr std::array kScanExamples{
     ExampleRow{.line = "quarn --volume /mnt/mac scan -o monday.quarn", .meaning = "keep a scan of a mounted volume"},
     ExampleRow{.line = "quarn storage --scan monday.quarn", .meaning = "answer from the scan"},
+    ExampleRow{.line = "quarn scan --all-users -o everybody.quarn", .meaning = "keep a scan of all home folders"},
     ExampleRow{.line = "quarn scan --export tables", .meaning = "every table as CSV and NDJSON"},
     ExampleRow{.line = "quarn scan --scan monday.quarn --export tables", .meaning = "the same for a scan that exists"},
 };

@@ -1,8 +1,21 @@
 #include "quarn/commands/ScanOption.h"
 
+#include <algorithm>
+
+#include "QuarnPlatform/paths/Path.h"
 #include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
+namespace {
+
+// A home folder inside another one may be inside a folder of that one.
+std::vector<FileURL> outermostOf(const std::vector<FileURL>& folders) {
+  std::vector<HomeFolders::Located> located;
+  for (const FileURL& folder : folders) located.push_back({.url = folder, .location = folder.path()});
+  return HomeFolders(located).outermost();
+}
+
+}  // namespace
 
 void refuseWithScan(const CommandContext& context, std::string_view option, std::string_view reason) {
   if (context.arguments().has(option)) {
@@ -10,8 +23,38 @@ void refuseWithScan(const CommandContext& context, std::string_view option, std:
   }
 }
 
+void warnIfUsersDiffer(const Scan& before, const Scan& after, CommandContext& context) {
+  if (before.users().empty() == after.users().empty()) return;
+  const Scan& ofAll = before.users().empty() ? after : before;
+  context.warn(ofAll.file() +
+               " is a scan of all users and the other is not: categories, apps and leftovers may differ "
+               "for that reason");
+}
+
+// A scan has its folders by their paths without links.
+std::vector<FileURL> scannedHomes(const Scan& scan) {
+  if (scan.users().empty()) return {scan.facts().home};
+  std::vector<HomeFolders::Located> homes;
+  for (const ScannedUser& user : scan.users()) {
+    homes.push_back({.url = FileURL(user.location, URLKind::directory), .location = user.location});
+  }
+  return HomeFolders(homes).outermost();
+}
+
+FileURL scannedHomeOfAll(const Scan& scan) {
+  std::string folder = scannedHomes(scan).front().path();
+  for (const FileURL& home : scannedHomes(scan)) {
+    while (!path::isInside(home.path(), folder)) folder = path::parent(folder);
+  }
+  return FileURL(folder, URLKind::directory);
+}
+
 FileURL scannedURL(const std::string& text, const Scan& scan) {
   const FileURL& home = scan.facts().home;
+  const bool isInHome = text == "~" || text.starts_with("~/");
+  if (isInHome && !scan.users().empty()) {
+    throw UsageError("\"" + escapedForTerminal(text) + "\": the scan is of all users; name a home folder");
+  }
   if (text == "~") return home;
   if (text.starts_with("~/")) return home.appending(text.substr(2));
   const std::optional<FileURL> url = FileURL::parse(text);
@@ -27,12 +70,14 @@ FileURL scannedFolder(const std::string& text, const Scan& scan) {
 
 std::vector<FileURL> scannedRoots(const Scan& scan, StorageCategoryID category) {
   std::vector<FileURL> folders;
-  const FileURL trash = scan.facts().home.appending(".Trash");
+  std::vector<FileURL> trashes{scan.facts().home.appending(".Trash")};
+  for (const ScannedUser& user : scan.users()) trashes.push_back(user.home.appending(".Trash"));
   for (const ScannedRoot& root : scan.roots()) {
-    if (root.category == category && root.isListed && root.url != trash && scan.folder(root.url.path()))
-      folders.push_back(root.url);
+    if (root.category != category || !root.isListed) continue;
+    const bool isTrash = std::find(trashes.begin(), trashes.end(), root.url) != trashes.end();
+    if (!isTrash && scan.folder(root.url.path())) folders.push_back(root.url);
   }
-  return folders;
+  return scan.users().empty() ? folders : outermostOf(folders);
 }
 
 std::vector<TopItem> heldItems(ScannedItems::Answer answer, const Scan& scan, CommandContext& context) {

@@ -11,6 +11,7 @@
 #include "quarn/commands/FolderTree.h"
 #include "quarn/commands/ReportPlaces.h"
 #include "quarn/commands/ScanOption.h"
+#include "quarn/commands/UserTable.h"
 
 namespace quarn {
 namespace {
@@ -79,6 +80,7 @@ VolumeReport scannedVolumeReport(const Scan& scan, const ScannedSentences& sente
     context.warn("the scan has only files larger than " + context.size(facts.keptAbove) +
                  "; the lists of items end before smaller ones");
   }
+  report.users = partsOf(scan);
   report.leftovers = scan.leftovers();
   for (Leftover& leftover : report.leftovers) {
     for (LeftoverItem& item : leftover.items) item.evidence = sentences.english(item.evidence);
@@ -86,7 +88,10 @@ VolumeReport scannedVolumeReport(const Scan& scan, const ScannedSentences& sente
   const BranchFacts branches(context, /*wantsOwners=*/true);
   report.places = reportPlaces(scan.roots(), scannedTree(FileURL("/"), scan),
                                [&](const FileURL& url) { return branches.app(url); });
-  report.frame = {.units = context.units(), .home = facts.home, .madeAt = facts.finishedAt, .unread = context.unread()};
+  report.frame = {.units = context.units(),
+                  .home = report.users.empty() ? facts.home : FileURL("/"),
+                  .madeAt = facts.finishedAt,
+                  .unread = context.unread()};
   return report;
 }
 

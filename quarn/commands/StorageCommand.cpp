@@ -55,7 +55,7 @@ PartitionedRoots scan(const UsersDashboard& users, CommandContext& context) {
   const auto onUpdate = [&](const Sizes& soFar) { context.progress(liveLine(soFar, context)); };
   const auto onHome = [&](const FileURL& home) { context.progress("looking at " + home.path()); };
   PartitionedRoots roots =
-      wantsAllUsers(context)
+      context.isOfAllUsers()
           ? users.calculatePartitionedRoots(onHome, onUpdate, context.cancellation())
           : context.services().storageDashboard().calculatePartitionedRoots(onUpdate, context.cancellation());
   context.endProgress();
@@ -139,13 +139,14 @@ Overview overviewOf(CommandContext& context) {
   for (const UsersDashboard::Part& part : parts) {
     for (const auto& [category, size] : part.sizes) overview.sizes[category] += size;
   }
-  if (wantsAllUsers(context)) overview.users = std::move(parts);
+  if (context.isOfAllUsers()) overview.users = std::move(parts);
   return overview;
 }
 
 Overview scannedOverview(const Scan& scan) {
   Overview overview{.volume = scan.facts().volume, .hasCapacity = scan.facts().hasCapacity};
   for (const StorageCategory& category : scan.categories()) overview.sizes[category.id] = category.size;
+  overview.users = partsOf(scan);
   return overview;
 }
 
@@ -187,6 +188,7 @@ std::vector<SizedRoot> scannedRoots(StorageCategoryID category, const Scan& scan
   for (const ScannedRoot& root : scan.roots()) {
     if (root.category != category || root.isListed != areListed) continue;
     rows.push_back({.url = root.url, .size = root.size, .hint = root.hint});
+    if (root.user) rows.back().user = userOf(scan.users()[*root.user].home);
   }
   return rows;
 }
@@ -234,7 +236,7 @@ Table categoryTable(const std::vector<SizedRoot>& rows, const SizeInfo& total, C
                                      {.title = "", .barWidth = kBarWidth},
                                      {.title = "FOLDER", .isFlexible = true},
                                      {.title = "KNOWN AS", .isFlexible = true}};
-  if (wantsAllUsers(context)) columns.insert(columns.begin(), kUserColumn);
+  if (context.isOfAllUsers()) columns.insert(columns.begin(), kUserColumn);
   Table table(std::move(columns));
   for (const SizedRoot& row : rows) {
     const SizeInfo size = row.size.value_or(SizeInfo{});
@@ -242,7 +244,7 @@ Table categoryTable(const std::vector<SizedRoot>& rows, const SizeInfo& total, C
                                    row.size ? context.size(size.logicalBytes) : "–",
                                    shareOf(size.allocatedBytes, total.allocatedBytes), context.displayPath(row.url),
                                    row.hint ? row.hint->vendorName + ": " + row.hint->artifactTitle : ""};
-    if (wantsAllUsers(context)) cells.insert(cells.begin(), userCell(row.user));
+    if (context.isOfAllUsers()) cells.insert(cells.begin(), userCell(row.user));
     table.addRow(std::move(cells));
   }
   return table;
@@ -266,7 +268,7 @@ ExitCode showCategory(StorageCategoryID category, ListFilters& filters, CommandC
   nlohmann::ordered_json list = nlohmann::ordered_json::array();
   for (const SizedRoot& row : rows) {
     list.push_back({{"url", toJSON(row.url)}, {"size", toJSON(row.size)}, {"hint", toJSON(row.hint)}});
-    if (wantsAllUsers(context)) list.back()["user"] = userJSON(row.user);
+    if (context.isOfAllUsers()) list.back()["user"] = userJSON(row.user);
   }
   const bool isComplete = !context.isInterrupted();
   if (context.wantsJSON()) {
@@ -295,8 +297,6 @@ void refuseFilters(const Arguments& arguments) {
 ExitCode runStorage(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
   if (words.empty() && context.arguments().has("--roots")) throw UsageError("--roots requires a CATEGORY");
-  if (context.arguments().has("--scan"))
-    refuseWithScan(context, "--all-users", "a scan has the home folder of one user");
   ListFilters filters(context);
   if (words.empty()) refuseFilters(context.arguments());
   if (words.empty()) return showOverview(context);

@@ -165,7 +165,7 @@ class TreeTable {
 FolderTree treeOf(CommandContext& context) {
   const std::vector<std::string>& words = context.arguments().positionals;
   if (const Scan* scan = context.scan()) {
-    return scannedTree(words.empty() ? scan->facts().home : scannedFolder(words.front(), *scan), *scan);
+    return scannedTree(words.empty() ? scannedHomeOfAll(*scan) : scannedFolder(words.front(), *scan), *scan);
   }
   return walkedTree(words.empty() ? context.services().files.homeDirectory() : folderArgument(words.front(), context),
                     context);

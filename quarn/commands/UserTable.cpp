@@ -17,6 +17,22 @@ std::string userNameOf(const UsersDashboard::Part& part) { return part.home ? us
 
 }  // namespace
 
+UserParts partsOf(const Scan& scan) {
+  UserParts parts;
+  if (scan.users().empty()) return parts;
+  for (const ScannedUser& user : scan.users()) parts.push_back({.home = user.home, .isRead = user.isRead});
+  parts.emplace_back();
+  for (UsersDashboard::Part& part : parts) {
+    for (const StorageCategory& category : scan.categories()) part.sizes[category.id];
+  }
+  for (const ScannedRoot& root : scan.roots()) {
+    if (root.isListed || !root.size) continue;
+    parts[root.user.value_or(scan.users().size())].sizes[root.category] += *root.size;
+  }
+  UsersDashboard::sort(parts);
+  return parts;
+}
+
 std::string usersText(const UserParts& parts, std::int64_t whole, CommandContext& context) {
   if (parts.empty()) return "";
   Table table({{.title = "USER", .isFlexible = true},

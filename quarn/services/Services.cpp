@@ -74,31 +74,36 @@ StorageDashboardService Services::storageDashboardWith(const FileSizeCalculator&
                                  quarantineManager, files);
 }
 
+StorageDashboardService Services::storageDashboardOf(const FileURL& home, const FileSizeCalculator& sizes) const {
+  const FileManager ofHome = files.withHome(home);
+  return StorageDashboardService(volumeInfoClient, sizes, signatureRegistry(), VolumeLocationChecker::live(ofHome),
+                                 VendorPathHintIndex(vendorProfiles(), home, ofHome), QuarantineManager::live(ofHome),
+                                 ofHome);
+}
+
 UsersDashboard Services::usersDashboard(const std::vector<FileURL>& homes) const {
   const auto dashboardOf = [this](const FileURL& home) {
-    if (home == files.homeDirectory()) return storageDashboard();
-    const FileManager ofHome = files.withHome(home);
-    return StorageDashboardService(volumeInfoClient, fileSizeCalculator, signatureRegistry(), volumeLocationChecker,
-                                   VendorPathHintIndex(vendorProfiles(), home, ofHome), QuarantineManager::live(ofHome),
-                                   ofHome);
+    return home == files.homeDirectory() ? storageDashboard() : storageDashboardOf(home, fileSizeCalculator);
   };
   return {HomeFolders(homes, files), dashboardOf, files};
 }
 
-ScanStore Services::scanStore() const {
-  return {
-      {.programVersion = std::string(kVersion),
-       .vendorProfiles = static_cast<std::int64_t>(vendorProfiles().profiles().size()),
-       .locale = Locale::current().identifier(),
-       .appDiscovery = appDiscovery,
-       .launchdScanner = launchdScanner,
-       .receiptScanner = receiptScanner,
-       .ownership = ownership(),
-       .dashboard = [this](const FileSizeCalculator& sizes) { return storageDashboardWith(sizes); },
-       .inspection = [this](const FileSizeCalculator& sizes,
-                            const Cancellation& cancellation) { return appInspection(sizes, cancellation); },
-       .extensions = [this](const FileSizeCalculator& sizes) { return KernelExtensionService::live(files, sizes); }},
-      files};
+ScanStore Services::scanStore(const std::vector<FileURL>& homes) const {
+  return {{.programVersion = std::string(kVersion),
+           .vendorProfiles = static_cast<std::int64_t>(vendorProfiles().profiles().size()),
+           .locale = Locale::current().identifier(),
+           .appDiscovery = homes.empty() ? appDiscovery : AppDiscoveryClient::live(files, homes),
+           .launchdScanner = homes.empty() ? launchdScanner : LaunchdScanner::live(files, homes),
+           .receiptScanner = receiptScanner,
+           .ownership = ownership(homes),
+           .dashboard = [this](const FileSizeCalculator& sizes) { return storageDashboardWith(sizes); },
+           .inspection = [this](const FileSizeCalculator& sizes,
+                                const Cancellation& cancellation) { return appInspection(sizes, cancellation); },
+           .extensions = [this](const FileSizeCalculator& sizes) { return KernelExtensionService::live(files, sizes); },
+           .homes = homes,
+           .dashboardOf = [this](const FileURL& home,
+                                 const FileSizeCalculator& sizes) { return storageDashboardOf(home, sizes); }},
+          files};
 }
 
 OwnershipService Services::ownership(const std::vector<FileURL>& homes) const {

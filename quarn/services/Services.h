@@ -62,12 +62,15 @@ struct Services {
 
   /// The storage categories, sized by another calculator.
   [[nodiscard]] StorageDashboardService storageDashboardWith(const FileSizeCalculator& sizes) const;
+  /// The same for another home folder.
+  [[nodiscard]] StorageDashboardService storageDashboardOf(const FileURL& home, const FileSizeCalculator& sizes) const;
 
   /// The storage categories of all these home folders together; the first one is that of `files`.
   [[nodiscard]] UsersDashboard usersDashboard(const std::vector<FileURL>& homes) const;
 
-  /// The store of scans; reads the vendor profiles.
-  [[nodiscard]] ScanStore scanStore() const;
+  /// The store of scans; reads the vendor profiles. With home folders, that of `files` first, its scans are of all
+  /// these users.
+  [[nodiscard]] ScanStore scanStore(const std::vector<FileURL>& homes = {}) const;
 
   FileManager files;
   ResourceBundle resources;

@@ -28,27 +28,39 @@ class ScannedVolume : public DashboardVolume {
             files};
   }
 
-  [[nodiscard]] ScanStore store(const FileManager& files) const {
-    const StorageSignatureRegistry registry({1, signatures});
-    const VendorProfileRegistry profiles(vendors);
+  /// With home folders, a store of scans of all these users.
+  [[nodiscard]] ScanStore store(const FileManager& files, const std::vector<FileURL>& homes = {}) const {
+    const std::vector<FileURL> all = homes.empty() ? std::vector{files.homeDirectory()} : homes;
     return {{.programVersion = "1.2.3",
              .vendorProfiles = static_cast<std::int64_t>(vendors.size()),
              .locale = "en",
-             .appDiscovery = AppDiscoveryClient::live(files),
-             .launchdScanner = LaunchdScanner::live(files),
+             .appDiscovery = AppDiscoveryClient::live(files, all),
+             .launchdScanner = LaunchdScanner::live(files, all),
              .receiptScanner = ReceiptScanner::live(files),
-             .ownership = {profiles, EntitlementsReader::live(files), LaunchdScanner::live(files),
-                           ReceiptScanner::live(files), files},
-             .dashboard =
-                 [=](const FileSizeCalculator& sizes) {
-                   return StorageDashboardService(VolumeInfoClient::live(files), sizes, registry,
-                                                  VolumeLocationChecker::live(files),
-                                                  VendorPathHintIndex(profiles, files.homeDirectory(), files),
-                                                  QuarantineManager::live(files), files);
-                 },
+             .ownership = ownership(files, all),
+             .dashboard = [this, files](const FileSizeCalculator& sizes) { return dashboard(files, sizes); },
              .inspection = [this, files](const FileSizeCalculator& sizes,
                                          const Cancellation&) { return inspection(files, sizes); },
-             .extensions = [=](const FileSizeCalculator& sizes) { return KernelExtensionService::live(files, sizes); }},
+             .extensions = [=](const FileSizeCalculator& sizes) { return KernelExtensionService::live(files, sizes); },
+             .homes = homes,
+             .dashboardOf = [this, files](
+                                const FileURL& home,
+                                const FileSizeCalculator& sizes) { return dashboard(files.withHome(home), sizes); }},
+            files};
+  }
+
+  [[nodiscard]] OwnershipService ownership(const FileManager& files, const std::vector<FileURL>& homes) const {
+    return {VendorProfileRegistry(vendors), EntitlementsReader::live(files), LaunchdScanner::live(files, homes),
+            ReceiptScanner::live(files), files};
+  }
+  using DashboardVolume::dashboard;
+  [[nodiscard]] StorageDashboardService dashboard(const FileManager& files, const FileSizeCalculator& sizes) const {
+    return {VolumeInfoClient::live(files),
+            sizes,
+            StorageSignatureRegistry({1, signatures}),
+            VolumeLocationChecker::live(files),
+            VendorPathHintIndex(VendorProfileRegistry(vendors), files.homeDirectory(), files),
+            QuarantineManager::live(files),
             files};
   }
 

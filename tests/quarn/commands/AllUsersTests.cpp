@@ -1,4 +1,5 @@
-#include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include <gmock/gmock.h>
 
@@ -114,29 +115,106 @@ TEST(AllUsers, TheReportNamesTheAppsOfAllUsersInItsMap) {
   MacVolume volume;
   volume.app("/Applications/Notes.app", {.bundleIdentifier = "com.example.notes", .name = "Notes"});
   volume.file("/Users/ann/Documents/a", 1_MiB);
-  volume.file("/Users/bob/Library/Containers/com.example.notes/Data/a", 8_MiB).file("/Users/bob/Library/Caches/b", 6_MiB);
+  volume.file("/Users/bob/Library/Containers/com.example.notes/Data/a", 8_MiB)
+      .file("/Users/bob/Library/Caches/b", 6_MiB);
   EXPECT_THAT(runForAll(volume, {"report", "--output", "-"}).out, HasSubstr("aria-label=\"Notes, 8.4 MB\""));
 }
 
-TEST(AllUsers, AScanHasOneUserOnly) {
-  MacVolume volume;
-  filled(volume);
-  const std::string scan = volume.root() + ".scan";
-  ASSERT_EQ(runQuarn({"--volume", volume.root(), "--home", "/Users/ann", "scan", "-o", scan}).exitCode, 0);
-  for (const std::vector<std::string>& words : {std::vector<std::string>{"storage"}, {"top"}, {"report", "-o", "-"}}) {
-    std::vector<std::string> all = words;
-    all.insert(all.end(), {"--scan", scan, "--all-users"});
-    const CommandRun run = runQuarn(all);
-    EXPECT_EQ(run.exitCode, 2) << words.front();
-    EXPECT_THAT(run.err, HasSubstr("--all-users cannot be combined with --scan: a scan has ")) << words.front();
+/// A scan of all users of a volume.
+class ScanForAll : public testing::Test {
+ protected:
+  ScanForAll() {
+    folder_.folder("/scans");
+    filled(volume_).app("/Users/bob/Applications/Bobs.app", {.bundleIdentifier = "org.bobs", .name = "Bobs"});
+    volume_.folder("/Users/bob/Library/Caches/org.bobs").folder("/Users/ann/Library/Caches/com.gone.Editor");
   }
-  std::filesystem::remove(scan);
+
+  CommandRun scan(const std::string& name, const std::vector<std::string>& users = {"--all-users"}) const {
+    std::vector<std::string> words{"scan", "--volume", volume_.root(), "-o", file(name)};
+    words.insert(words.end(), users.begin(), users.end());
+    return runQuarn(words);
+  }
+  [[nodiscard]] std::string file(const std::string& name) const { return folder_.host("/scans/" + name); }
+  CommandRun ask(std::vector<std::string> words, const std::string& name = "all") const {
+    words.insert(words.end(), {"--scan", file(name)});
+    return runQuarn(words);
+  }
+
+  MacVolume volume_;
+  MacVolume folder_;
+};
+
+TEST_F(ScanForAll, AnswersPerUserWithAndWithoutTheOption) {
+  ASSERT_EQ(scan("all").exitCode, 0);
+  for (const std::vector<std::string>& words : {std::vector<std::string>{"storage"}, {"storage", "--all-users"}}) {
+    EXPECT_THAT(ask(words).out, AllOf(HasSubstr("\nbob "), HasSubstr("\nshared by all users ")));
+  }
+  EXPECT_THAT(ask({"top", "--all-users"}).out, AllOf(HasSubstr("USER "), HasSubstr(" /Users/bob/Documents/b")));
+  EXPECT_THAT(ask({"storage", "documents"}).out, AllOf(HasSubstr("USER "), HasSubstr("\nann ")));
+  EXPECT_THAT(ask({"report", "-o", "-"}).out, HasSubstr("<h2 id=\"users\">"));
+}
+
+TEST_F(ScanForAll, HasTheAppsOwnersAndLeftoversOfAllUsers) {
+  ASSERT_EQ(scan("all").exitCode, 0);
+  EXPECT_THAT(ask({"apps"}).out, HasSubstr(" /Users/bob/Applications/Bobs.app"));
+  EXPECT_THAT(ask({"owner", "/Users/bob/Library/Caches/org.bobs"}).out, HasSubstr("owned      Bobs"));
+  EXPECT_THAT(ask({"leftovers"}).out, HasSubstr(" /Users/ann/Library/Caches/com.gone.Editor"));
+}
+
+TEST_F(ScanForAll, TheTreeBeginsWhereAllHomesAreAndNamesTheOwnersOfEach) {
+  ASSERT_EQ(scan("all").exitCode, 0);
+  volume_.file("/Users/bob/Library/Caches/org.bobs/a", 1_MiB);
+  ASSERT_EQ(scan("later").exitCode, 0);
+  EXPECT_THAT(ask({"tree", "--depth", "4"}, "later").out,
+              AllOf(HasSubstr(" /Users/"), HasSubstr("├ bob/"), HasSubstr(" Bobs ")));
+  const CommandRun changed = runQuarn({"diff", file("all"), file("later")});
+  EXPECT_THAT(changed.out, HasSubstr("/Users/bob/Library/Caches/org.bobs"));
+  EXPECT_EQ(changed.err, "");
+}
+
+TEST_F(ScanForAll, NoHomeFolderIsSpecial) {
+  ASSERT_EQ(scan("all").exitCode, 0);
+  const CommandRun run = ask({"tree", "~"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("\"~\": the scan is of all users; name a home folder"));
+}
+
+TEST_F(ScanForAll, AScanOfOneHomeFolderHasNoAnswerForAllUsers) {
+  ASSERT_EQ(scan("one", {"--home", "/Users/ann"}).exitCode, 0);
+  for (const std::vector<std::string>& words :
+       {std::vector<std::string>{"storage"}, {"top"}, {"leftovers"}, {"report", "-o", "-"}}) {
+    std::vector<std::string> all = words;
+    all.emplace_back("--all-users");
+    const CommandRun run = ask(all, "one");
+    EXPECT_EQ(run.exitCode, 2) << words.front();
+    EXPECT_THAT(run.err, HasSubstr("is a scan of one home folder, /Users/ann (\"quarn scan --all-users\" keeps one of "
+                                   "all users)"))
+        << words.front();
+  }
+}
+
+TEST_F(ScanForAll, ADifferenceToAScanOfOneHomeFolderIsExplained) {
+  ASSERT_EQ(scan("all").exitCode, 0);
+  ASSERT_EQ(scan("one", {"--home", "/Users/ann"}).exitCode, 0);
+  const std::string sentence = file("all") + " is a scan of all users and the other is not: ";
+  EXPECT_THAT(runQuarn({"diff", file("one"), file("all")}).err, HasSubstr(sentence));
+  EXPECT_THAT(runQuarn({"diff", file("all"), file("one")}).err, HasSubstr(sentence));
+  EXPECT_THAT(ask({"report", "--since", file("one"), "-o", "-"}).err, HasSubstr(sentence));
+}
+
+TEST_F(ScanForAll, TheExportHasTheUsers) {
+  ASSERT_EQ(scan("all").exitCode, 0);
+  ASSERT_EQ(ask({"scan", "--export", file("tables")}).exitCode, 0);
+  std::ifstream stream(file("tables/users.csv"));
+  const std::string text{std::istreambuf_iterator<char>(stream), {}};
+  EXPECT_EQ(text,
+            "id,path,is_folder,location,is_read\r\n1,/Users/ann,1,/Users/ann,1\r\n2,/Users/bob,1,/Users/bob,1\r\n");
 }
 
 TEST(AllUsers, AHomeCannotBeNamedToo) {
   MacVolume volume;
   filled(volume);
-  for (const std::string command : {"storage", "top", "leftovers", "report"}) {
+  for (const std::string command : {"storage", "top", "leftovers", "report", "scan"}) {
     const CommandRun run = runForAll(volume, {"--home", "/Users/ann", command});
     EXPECT_EQ(run.exitCode, 2) << command;
     EXPECT_THAT(run.err, HasSubstr("--all-users cannot be combined with --home")) << command;

@@ -7,6 +7,7 @@
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/UnprivilegedUser.h"
 
 namespace quarn::scan_equality_tests {
 namespace {
@@ -32,7 +33,9 @@ constexpr std::array<std::string_view, 7> kFolders{
 /// A volume with random apps, of which some are not installed, their data, and other files.
 class RandomMac {
  public:
-  explicit RandomMac(unsigned seed) : random_(seed) {
+  explicit RandomMac(unsigned seed, std::vector<std::string> homes = {"/Users/ann"})
+      : random_(seed), homes_(std::move(homes)) {
+    for (const std::string& home : homes_) volume_.folder(home);
     for (const auto& [name, identifier] : kApps) {
       const bool isInstalled = number(3) != 0;
       if (isInstalled) {
@@ -43,27 +46,34 @@ class RandomMac {
       for (unsigned i = number(6); i > 0; --i) addData(name, identifier);
     }
     for (int i = 0; i < 60; ++i) {
-      volume_.file(std::string(kFolders[number(kFolders.size())]) + "/d" + std::to_string(number(4)) + "/f" +
+      volume_.file(inAHome(kFolders[number(kFolders.size())]) + "/d" + std::to_string(number(4)) + "/f" +
                        std::to_string(i) + (number(5) == 0 ? ".app" : ".txt"),
                    number(9) * 4'096);
     }
   }
 
+  [[nodiscard]] MacVolume& volume() { return volume_; }
   [[nodiscard]] const MacVolume& volume() const { return volume_; }
   [[nodiscard]] const std::vector<std::string>& data() const { return data_; }
 
  private:
   unsigned number(std::size_t end) { return static_cast<unsigned>(random_() % end); }
 
+  std::string inAHome(std::string_view place) {
+    if (!place.starts_with('~')) return std::string(place);
+    return homes_[number(homes_.size())] + std::string(place.substr(1));
+  }
+
   void addData(std::string_view name, std::string_view identifier) {
-    const std::string_view place = kPlaces[number(kPlaces.size())];
-    const std::string entry = std::string(place) + "/" + std::string(number(2) == 0 ? name : identifier);
+    const std::string place = inAHome(kPlaces[number(kPlaces.size())]);
+    const std::string entry = place + "/" + std::string(number(2) == 0 ? name : identifier);
     if (std::find(data_.begin(), data_.end(), entry) != data_.end()) return;
     data_.push_back(entry);
     volume_.file(entry + "/a", number(5) * 4'096).file(entry + "/.b", number(3) * 4'096);
   }
 
   std::mt19937 random_;
+  std::vector<std::string> homes_;
   MacVolume volume_;
   std::vector<std::string> data_;
 };
@@ -85,10 +95,12 @@ class ScanEquality : public testing::Test {
  protected:
   [[nodiscard]] std::string scan() const { return folder_.host("/scans/scan"); }
 
-  void expectEqual(const RandomMac& mac, std::vector<std::string> words) const {
-    std::vector<std::string> live{"--volume", mac.volume().root(), "--home", "/Users/ann"};
+  void expectEqual(const RandomMac& mac, std::vector<std::string> words, bool ofAllUsers = false) const {
+    std::vector<std::string> live{"--volume", mac.volume().root()};
+    if (!ofAllUsers) live.insert(live.end(), {"--home", "/Users/ann"});
     words.emplace_back("--json");
     live.insert(live.end(), words.begin(), words.end());
+    if (ofAllUsers) live.emplace_back("--all-users");
     words.insert(words.end(), {"--scan", scan()});
     const CommandRun run = runQuarn(words);
     json expected = document(runQuarn(live));
@@ -98,14 +110,34 @@ class ScanEquality : public testing::Test {
     EXPECT_EQ(kept, expected) << testing::PrintToString(words) << run.err;
   }
 
-  void expectEqualReports(const RandomMac& mac) const {
+  void expectEqualReports(const RandomMac& mac,
+                          const std::vector<std::string>& users = {"--home", "/Users/ann"}) const {
     const auto withoutTime = [](const std::string& page) {
       return std::regex_replace(page, std::regex("<time>[^<]*</time>"), "");
     };
-    const CommandRun live = runQuarn({"--volume", mac.volume().root(), "--home", "/Users/ann", "report", "-o", "-"});
+    std::vector<std::string> words{"report", "--volume", mac.volume().root(), "-o", "-"};
+    words.insert(words.end(), users.begin(), users.end());
+    const CommandRun live = runQuarn(words);
     const CommandRun kept = runQuarn({"report", "--scan", scan(), "-o", "-"});
     EXPECT_EQ(withoutTime(kept.out), withoutTime(live.out)) << kept.err;
     EXPECT_EQ(kept.exitCode, live.exitCode);
+  }
+
+  void expectEqualForAllUsers(const RandomMac& mac) const {
+    ASSERT_EQ(runQuarn({"--volume", mac.volume().root(), "scan", "--all-users", "-o", scan()}).exitCode,
+              runQuarn({"--volume", mac.volume().root(), "storage", "--all-users"}).exitCode);
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{{"storage"},
+                                                                                       {"storage", "documents"},
+                                                                                       {"storage", "systemData"},
+                                                                                       {"top"},
+                                                                                       {"top", "/"},
+                                                                                       {"top", "--children"},
+                                                                                       {"top", "--category", "photos"},
+                                                                                       {"leftovers"},
+                                                                                       {"leftovers", "--size"}}) {
+      expectEqual(mac, words, /*ofAllUsers=*/true);
+    }
+    expectEqualReports(mac, {"--all-users"});
   }
 
   MacVolume folder_;
@@ -136,6 +168,21 @@ TEST_F(ScanEquality, EveryAnswerFromAScanIsThatOfTheVolume) {
     owner.insert(owner.end(), mac.data().begin(), mac.data().end());
     expectEqual(mac, owner);
   }
+}
+
+TEST_F(ScanEquality, EveryAnswerFromAScanOfAllUsersIsThatOfTheVolume) {
+  const std::vector<std::string> homes{"/Users/ann", "/Users/bob", "/Users/eve"};
+  for (unsigned seed = 1; seed <= homes.size(); ++seed) {
+    SCOPED_TRACE(seed);
+    expectEqualForAllUsers(RandomMac(seed, {homes.begin(), homes.begin() + seed}));
+  }
+}
+
+TEST_F(ScanEquality, TheAnswersForAllUsersAreThoseOfTheVolumeAlsoForUnreadableHomesAndLinks) {
+  RandomMac mac(4, {"/Users/ann", "/Users/bob", "/Users/eve"});
+  mac.volume().link("/Users/me", "ann").link("/Users/out", "/../..").mode("/Users/eve", 0000);
+  const UnprivilegedUser user;
+  expectEqualForAllUsers(mac);
 }
 
 }  // namespace
