@@ -1,8 +1,10 @@
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
@@ -141,52 +143,78 @@ TEST_F(HostileScan, ASchemaWithAnythingElseIsDamaged) {
 }
 
 TEST_F(HostileScan, AValueThatNoScanHasIsDamaged) {
-  for (const char* sql : {"DELETE FROM scan",
-                          "INSERT INTO scan SELECT * FROM scan",
-                          "UPDATE scan SET home='relative'",
-                          "UPDATE scan SET kept_above=-2",
-                          "UPDATE scan SET started_at=9223372036854775807",
-                          "UPDATE categories SET category='nothing'",
-                          "UPDATE categories SET allocated=-1",
-                          "UPDATE categories SET logical='text'",
-                          "UPDATE category_roots SET hint_path=NULL, vendor_id='x'",
-                          "UPDATE folders SET name='a/b' WHERE id=2",
-                          "UPDATE folders SET name='..' WHERE id=2",
-                          "UPDATE folders SET name='' WHERE id=2",
-                          "UPDATE folders SET parent=5 WHERE id=2",
-                          "UPDATE folders SET descendants=4294967296 WHERE id=2",
-                          "UPDATE folders SET files=-1 WHERE id=2",
-                          "UPDATE folders SET marks=8 WHERE id=2",
-                          "UPDATE large_files SET name='a/b'",
-                          "UPDATE large_files SET modified='x'",
-                          "UPDATE apps SET id=id+5",
-                          "UPDATE apps SET is_folder=2",
-                          "UPDATE artifacts SET app=99",
-                          "UPDATE artifacts SET kind='x'",
-                          "UPDATE artifact_items SET artifact=0",
-                          "UPDATE artifact_items SET path=''",
-                          "UPDATE claims SET entry=-1",
-                          "UPDATE entries SET status=NULL",
-                          "UPDATE leftover_items SET leftover=77",
-                          "UPDATE job_arguments SET job=2",
-                          "UPDATE extensions SET path=X'2F00'",
-                          "UPDATE jobs SET label=NULL",
-                          "UPDATE category_roots SET user=1",
-                          "INSERT INTO users VALUES(2,'/Users/ann',1,'/Users/ann',1)",
-                          "INSERT INTO users VALUES(1,'Users/ann',1,'/Users/ann',1)",
-                          "INSERT INTO users VALUES(1,'/Users/ann',1,'Users/ann',1)",
-                          "INSERT INTO users VALUES(1,'/Users/ann',1,'/Users/ann',2)"}) {
+  for (const char* sql :
+       {"DELETE FROM scan",
+        "INSERT INTO scan SELECT * FROM scan",
+        "UPDATE scan SET home='relative'",
+        "UPDATE scan SET kept_above=-2",
+        "UPDATE scan SET files=-1",
+        "UPDATE scan SET folders=0",
+        "UPDATE scan SET started_at=9223372036854775807",
+        "UPDATE categories SET category='nothing'",
+        "UPDATE categories SET allocated=-1",
+        "UPDATE categories SET logical='text'",
+        "UPDATE category_roots SET hint_path=NULL, vendor_id='x'",
+        "UPDATE folders SET name='a/b' WHERE id=2",
+        "UPDATE folders SET name='x' WHERE id=0",
+        "UPDATE folders SET parent=1 WHERE id=0",
+        "UPDATE folders SET name='.' WHERE id=2",
+        "UPDATE folders SET name='..' WHERE id=2",
+        "UPDATE folders SET name='' WHERE id=2",
+        "UPDATE folders SET parent=5 WHERE id=2",
+        "UPDATE folders SET descendants=4294967296 WHERE id=2",
+        "UPDATE folders SET files=-1 WHERE id=2",
+        "UPDATE folders SET marks=-1 WHERE id=2",
+        "UPDATE folders SET marks=8 WHERE id=2",
+        "UPDATE large_files SET name=''",
+        "UPDATE large_files SET name='.'",
+        "UPDATE large_files SET name='..'",
+        "UPDATE large_files SET name='a/b'",
+        "UPDATE large_files SET modified='x'",
+        "UPDATE apps SET id=id+5",
+        "UPDATE apps SET is_folder=2",
+        "UPDATE artifacts SET app=99",
+        "UPDATE artifacts SET kind='x'",
+        "UPDATE artifact_items SET artifact=0",
+        "UPDATE artifact_items SET path=''",
+        "INSERT INTO vendor_paths SELECT 'v','V','apps',kind,data_class,'t',NULL,risk,'relative' FROM artifacts",
+        "INSERT INTO entry_packages VALUES(0,'com.example')",
+        "UPDATE claims SET entry=-1",
+        "UPDATE entries SET status=NULL",
+        "UPDATE leftover_items SET leftover=77",
+        "UPDATE job_arguments SET job=2",
+        "UPDATE extensions SET path=X'2F00'",
+        "UPDATE jobs SET label=NULL",
+        "UPDATE category_roots SET user=1",
+        "INSERT INTO users VALUES(2,'/Users/ann',1,'/Users/ann',1)",
+        "INSERT INTO users VALUES(1,'Users/ann',1,'/Users/ann',1)",
+        "INSERT INTO users VALUES(1,'/Users/ann',1,'Users/ann',1)",
+        "INSERT INTO users VALUES(1,'/Users/ann',1,'/Users/ann',2)"}) {
     EXPECT_EQ(problemAfter(sql), Problem::damaged) << sql;
   }
 }
 
-TEST_F(HostileScan, AFolderWithMoreFoldersThanThereAreEndsTheSearch) {
-  const std::string file = written(bytes_);
-  Database database = Database::makeIn(file);
-  database.execute("UPDATE folders SET descendants=4000000000 WHERE id=0");
-  database.close();
-  const Scan scan = Scan::open(file);
-  EXPECT_THROW((void)scan.folder("/nowhere"), ScanError);
+TEST_F(HostileScan, AVendorsPathThatIsAbsoluteIsRead) {
+  EXPECT_EQ(
+      problemAfter(
+          "INSERT INTO vendor_paths SELECT 'v','V','apps',kind,data_class,'t',NULL,risk,'/absolute' FROM artifacts"),
+      std::nullopt);
+}
+
+// Read one after another they are possible; only the way through them is not.
+TEST_F(HostileScan, FoldersThatAreNotWhereTheyShouldBeEndTheSearch) {
+  constexpr std::array<std::pair<const char*, const char*>, 3> kChanges{
+      {{"UPDATE folders SET descendants=4000000000 WHERE id=0", "/nowhere"},
+       {"DELETE FROM folders WHERE id=1", "/nowhere"},
+       {"UPDATE folders SET descendants=0 WHERE descendants=1", "/Users/ann/nowhere"}}};
+  for (const auto& [sql, path] : kChanges) {
+    const std::string file = written(bytes_);
+    Database database = Database::makeIn(file);
+    database.execute(sql);
+    database.close();
+    const Scan scan = Scan::open(file);
+    EXPECT_THROW((void)scan.folder(path), ScanError) << sql;
+  }
 }
 
 TEST_F(HostileScan, ReadingChangesNothingBesideTheFile) {
