@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <filesystem>
@@ -115,6 +116,24 @@ TEST_F(HostileScan, AnOverwrittenPageIsDamaged) {
     changed.replace(page, kPage, std::string(kPage, '\xFF'));
     EXPECT_EQ(problemOf(written(changed)), Problem::damaged) << page / kPage;
   }
+}
+
+// SQLite reads such a page without an error, and its rows in another order.
+TEST_F(HostileScan, RowsOutOfOrderInAPageAreDamaged) {
+  Database database = Database::makeIn(written(bytes_));
+  const std::int64_t page = [&] {
+    Statement statement = database.prepare("SELECT rootpage FROM sqlite_schema WHERE name='categories'");
+    return statement.step() ? statement.integer() : 0;
+  }();
+  database.close();
+  ASSERT_GT(page, 1);
+  constexpr std::size_t kPage = 4096;
+  constexpr std::size_t kPlacesOfCells = 8;
+  const std::size_t cells = static_cast<std::size_t>(page - 1) * kPage + kPlacesOfCells;
+  ASSERT_EQ(bytes_[cells - kPlacesOfCells], '\x0D');  // a leaf of a table
+  std::string changed = bytes_;
+  std::swap_ranges(&changed[cells], &changed[cells + 2], &changed[cells + 2]);
+  EXPECT_EQ(problemOf(written(changed)), Problem::damaged);
 }
 
 TEST_F(HostileScan, RandomChangesAreReadOrRefusedAndNeverCrash) {
