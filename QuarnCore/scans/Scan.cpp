@@ -1,7 +1,9 @@
 #include "QuarnCore/scans/Scan.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <iterator>
 #include <set>
 #include <utility>
 
@@ -126,6 +128,32 @@ class FolderRows {
   Statement statement_;
 };
 
+/// Where the files of a folder are in their table, which has the order of the folders and no index.
+class FilesByFolder {
+ public:
+  explicit FilesByFolder(const Database& database) {
+    eachRow(database, "SELECT folder, rowid FROM large_files ORDER BY rowid", [&](RowReader& row) {
+      auto& [folder, id] = rows_.emplace_back();
+      row(folder, id);
+      if (rows_.size() > 1 && folder < rows_[rows_.size() - 2].first) throw damage("the files are out of order");
+    });
+  }
+
+  /// The rows of the folders `first` to `last`, as a first and a last id; absent if there are none.
+  [[nodiscard]] std::optional<std::pair<std::int64_t, std::int64_t>> rowsOf(std::uint32_t first,
+                                                                            std::uint32_t last) const {
+    const auto begin = std::lower_bound(rows_.begin(), rows_.end(), first,
+                                        [](const Row& row, std::uint32_t folder) { return row.first < folder; });
+    const auto end = std::upper_bound(begin, rows_.end(), last,
+                                      [](std::uint32_t folder, const Row& row) { return folder < row.first; });
+    return begin == end ? std::nullopt : std::optional(std::pair(begin->second, std::prev(end)->second));
+  }
+
+ private:
+  using Row = std::pair<std::uint32_t, std::int64_t>;
+  std::vector<Row> rows_;
+};
+
 void checkSchema(const Database& database, std::int64_t format) {
   Statement statement = database.prepare("SELECT type, name, sql FROM sqlite_schema ORDER BY rowid");
   for (const ScanTable& table : scanTables(format)) {
@@ -200,6 +228,7 @@ struct Scan::State {
   std::vector<ScannedUser> users{};
   std::set<std::string, std::less<>> checked{};  // tables whose pages are checked
   std::optional<FolderRows> folderRows{};        // of `database`, so destroyed before it
+  std::optional<FilesByFolder> filesByFolder{};
 
   FolderRows& rowsOfFolders() {
     if (!folderRows) folderRows.emplace(database);
@@ -493,9 +522,12 @@ void Scan::folders(std::uint32_t first, std::uint32_t last,
 std::vector<ScannedFile> Scan::largeFiles(std::uint32_t first, std::uint32_t last) const {
   return reading({"large_files"}, [&](const Database& database) {
     std::vector<ScannedFile> files;
-    Statement statement = database.prepare("SELECT * FROM large_files WHERE folder BETWEEN ? AND ? ORDER BY rowid");
-    statement.bind(std::int64_t{first});
-    statement.bind(std::int64_t{last});
+    if (!state_->filesByFolder) state_->filesByFolder.emplace(database);
+    const auto rows = state_->filesByFolder->rowsOf(first, last);
+    if (!rows) return files;
+    Statement statement = database.prepare("SELECT * FROM large_files WHERE rowid BETWEEN ? AND ? ORDER BY rowid");
+    statement.bind(rows->first);
+    statement.bind(rows->second);
     while (statement.step()) {
       RowReader row(statement);
       ScannedFile& file = files.emplace_back();

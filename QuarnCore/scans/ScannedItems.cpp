@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "QuarnCore/folders/LargestItems.h"
+#include "QuarnPlatform/paths/Path.h"
 
 namespace quarn {
 namespace {
@@ -66,11 +68,14 @@ class Search {
     bool isInPackage = false;
   };
 
-  /// An item of the search in the order of a walk: by root, then by the names below it.
   struct Found {
-    std::pair<std::size_t, std::vector<std::string>> place;
+    std::size_t root;
+    std::string place;  ///< the names from the root to the item, with a NUL between two: no name has one
     std::int64_t key;
     TopItem item;
+
+    /// The order of a walk: by root, then name by name.
+    bool operator<(const Found& other) const { return root != other.root ? root < other.root : place < other.place; }
   };
 
   [[nodiscard]] bool isFull() const { return static_cast<long>(found_.size()) >= options_.limit; }
@@ -78,10 +83,12 @@ class Search {
   // Of equally large items at the limit, which ones stay depends on the order in which a walk meets all of them. So all
   // go through the same list as in the walk.
   void keepLargest() {
-    std::sort(found_.begin(), found_.end(),
-              [](const Found& left, const Found& right) { return left.place < right.place; });
+    std::vector<std::size_t> order(found_.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::sort(order.begin(), order.end(),
+              [&](std::size_t left, std::size_t right) { return found_[left] < found_[right]; });
     LargestItems<TopItem> kept(options_.limit);
-    for (Found& found : found_) kept.add(found.key, std::move(found.item));
+    for (const std::size_t i : order) kept.add(found_[i].key, std::move(found_[i].item));
     answer_.items = kept.take();
   }
 
@@ -123,10 +130,15 @@ class Search {
       const bool isTooDeep = static_cast<long>(way.names.size()) > options_.maxDepth;
       const bool isHidden = (way.isHidden || next->isHidden) && !options_.includeHidden;
       if (isTooDeep || isHidden || way.isInPackage) continue;
-      FileURL url = roots_[next->root];
-      for (const std::string& name : way.names) url = url.appending(name);
-      url = FileURL(url.path(), next->isPackage ? URLKind::directory : URLKind::item);
-      found_.push_back({.place = {next->root, std::move(way.names)},
+      std::string place;
+      for (const std::string& name : way.names) (place += name) += '\0';
+      place.pop_back();
+      std::string path = place;
+      std::replace(path.begin(), path.end(), '\0', '/');
+      const FileURL url(path::join(roots_[next->root].path(), path),
+                        next->isPackage ? URLKind::directory : URLKind::item);
+      found_.push_back({.root = next->root,
+                        .place = std::move(place),
                         .key = next->key,
                         .item = {.url = url, .name = next->name, .size = next->size}});
     }

@@ -99,7 +99,10 @@ ExitCode runApps(CommandContext& context) {
                     .modified = filters.modifiedAt(row.app.bundleURL)};
   });
   if (context.arguments().has("--names")) return showNames(rows, context);
-  showList(context, "apps", listed(rows, withSizes), tableOf(rows, withSizes, context), &filters);
+  showList(
+      context, "apps",
+      {.json = [&] { return listed(rows, withSizes); }, .table = [&] { return tableOf(rows, withSizes, context); }},
+      &filters);
   return context.finish();
 }
 

@@ -95,6 +95,10 @@ Table tableOf(CommandContext& context, const std::vector<Leftover>& leftovers) {
   return table;
 }
 
+ListForms formsOf(const std::vector<Leftover>& leftovers, CommandContext& context) {
+  return {.json = [&] { return toJSON(leftovers); }, .table = [&] { return tableOf(context, leftovers); }};
+}
+
 UnionSize sumOf(const std::vector<Leftover>& leftovers, const FindSizes& sizes) {
   std::vector<FileURL> urls;
   for (const Leftover& leftover : leftovers) {
@@ -126,7 +130,7 @@ void showSized(CommandContext& context, const std::vector<Leftover>& leftovers, 
   // A scan does not know the other names of a file.
   const HiddenItems counted = context.scan() != nullptr ? HiddenItems::skip : HiddenItems::include;
   const nlohmann::ordered_json more{{"together", unionJSON(sum, counted)}};
-  showList(context, "leftovers", toJSON(leftovers), tableOf(context, leftovers), &filters, &more);
+  showList(context, "leftovers", formsOf(leftovers, context), &filters, &more);
   if (context.wantsJSON() || context.wantsLines() || leftovers.empty()) return;
   context.print("\nTogether: " + context.size(sum.size.allocatedBytes) + " on disk.\n" +
                 unionNotes(sum, counted, context));
@@ -142,7 +146,7 @@ ExitCode runLeftovers(CommandContext& context) {
   if (wantsSizes(context)) {
     showSized(context, leftovers, filters, sizes);
   } else {
-    showList(context, "leftovers", toJSON(leftovers), tableOf(context, leftovers), &filters);
+    showList(context, "leftovers", formsOf(leftovers, context), &filters);
   }
   return context.finish();
 }

@@ -29,8 +29,14 @@ void showTable(CommandContext& context, const Table& table, const ListFilters* f
 
 void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table,
               const ListFilters* filters, const nlohmann::ordered_json* more) {
+  showList(context, name, {.json = [&] { return list; }, .table = [&] { return table; }}, filters, more);
+}
+
+void showList(CommandContext& context, std::string_view name, const ListForms& list, const ListFilters* filters,
+              const nlohmann::ordered_json* more) {
   if (context.wantsJSON()) {
-    nlohmann::ordered_json members{{std::string(name), list}};
+    nlohmann::ordered_json members;
+    members[std::string(name)] = list.json();
     if (more != nullptr) members.update(*more);
     if (filters != nullptr && filters->leftOut().rows > 0) {
       members["leftOut"] = {{"rows", filters->leftOut().rows}, {"bytes", filters->leftOut().bytes}};
@@ -38,9 +44,9 @@ void showList(CommandContext& context, std::string_view name, const nlohmann::or
     if (context.isInterrupted()) members["isComplete"] = false;
     context.printDocument(std::move(members));
   } else if (context.wantsLines()) {
-    context.printLines(list);
+    context.printLines(list.json());
   } else {
-    showTable(context, table, filters);
+    showTable(context, list.table(), filters);
   }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string_view>
 
 #include <nlohmann/json_fwd.hpp>
@@ -20,6 +21,14 @@ void showTable(CommandContext& context, const Table& table, const ListFilters* f
 /// or the table. A document says in the member "leftOut" what `filters` left out, and has the members of `more`, if it
 /// is not null.
 void showList(CommandContext& context, std::string_view name, const nlohmann::ordered_json& list, const Table& table,
+              const ListFilters* filters = nullptr, const nlohmann::ordered_json* more = nullptr);
+
+/// The two forms of a list. Only the one that is printed is made.
+struct ListForms {
+  std::function<nlohmann::ordered_json()> json;
+  std::function<Table()> table;
+};
+void showList(CommandContext& context, std::string_view name, const ListForms& list,
               const ListFilters* filters = nullptr, const nlohmann::ordered_json* more = nullptr);
 
 }  // namespace quarn

@@ -9,6 +9,8 @@
 namespace quarn {
 namespace {
 
+bool isPrintableASCII(char byte) { return byte >= 0x20 && byte < 0x7F; }
+
 bool isControl(char32_t scalar) { return scalar < 0x20 || (scalar >= 0x7F && scalar < 0xA0); }
 
 // Direction marks and overrides, line and paragraph separators, and the invisible byte order mark.
@@ -33,6 +35,11 @@ std::size_t takeScalar(std::string_view text, char32_t& scalar) {
 std::string escapedForTerminal(std::string_view bytes) {
   std::string result;
   while (!bytes.empty()) {
+    const auto* const plainEnd = std::find_if_not(bytes.begin(), bytes.end(), isPrintableASCII);
+    const auto plain = static_cast<std::size_t>(plainEnd - bytes.begin());
+    result += bytes.substr(0, plain);
+    bytes.remove_prefix(plain);
+    if (bytes.empty()) break;
     char32_t scalar = 0;
     const std::size_t length = takeScalar(bytes, scalar);
     if (length == 0) {

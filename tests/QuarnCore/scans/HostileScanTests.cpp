@@ -190,6 +190,7 @@ TEST_F(HostileScan, AValueThatNoScanHasIsDamaged) {
         "UPDATE large_files SET name='..'",
         "UPDATE large_files SET name='a/b'",
         "UPDATE large_files SET modified='x'",
+        "UPDATE large_files SET folder=999 WHERE rowid=1",
         "UPDATE apps SET id=id+5",
         "UPDATE apps SET is_folder=2",
         "UPDATE artifacts SET app=99",

@@ -178,6 +178,15 @@ TEST_F(ScanStoreTest, FoldersAndFilesAreReadAsTheyWereRecorded) {
     return true;
   });
   EXPECT_EQ(position, folders.size());
+  for (std::uint32_t i = 0; i < position; ++i) {
+    std::vector<std::string> expected;
+    for (const auto& file : folders.largeFiles()) {
+      if (file.folder == i) expected.push_back(file.name);
+    }
+    std::vector<std::string> names;
+    for (const ScannedFile& file : scan.largeFiles(i, i)) names.push_back(file.name);
+    EXPECT_EQ(names, expected) << i;
+  }
   const std::vector<ScannedFile> files = scan.largeFiles(0, 1'000'000);
   ASSERT_EQ(files.size(), folders.largeFiles().size());
   for (std::size_t i = 0; i < files.size(); ++i) {
