@@ -58,6 +58,16 @@ class Gathering {
   }
 
   [[nodiscard]] const ScanContent& content() const { return content_; }
+  /// The entries of the map, which holds them packed: their records take several times the memory.
+  [[nodiscard]] ScannedEntries entries() const {
+    return [this](const ConsumeEntry& consume) {
+      map_->eachEntry([&](const OwnershipMap& ofHome, std::size_t i) {
+        const Ownership entry = ofHome.ownership(i);
+        consume(entry, receipts_->packageIDs(entry.url.path()));
+        return !cancellation_.isCancelled();
+      });
+    };
+  }
   [[nodiscard]] const RecordedFolders& folders() const { return *folders_; }
 
  private:
@@ -183,17 +193,9 @@ class Gathering {
   void gatherOwnership() {
     std::vector<AppEntity> apps;
     for (const ScannedApp& app : content_.apps) apps.push_back(app.inspection.app);
-    const UsersMap map =
-        services_.ownership.mapOfUsers(homes_, apps, OwnershipService::kEverything, nullptr, cancellation_);
-    const ReceiptSnapshot receipts = services_.receiptScanner.snapshot();
-    map.eachEntry([&](const OwnershipMap& ofHome, std::size_t i) {
-      content_.entries.push_back(ofHome.ownership(i));
-      for (std::string& package : receipts.packageIDs(content_.entries.back().url.path())) {
-        content_.packages.push_back({.entry = content_.entries.size() - 1, .identifier = std::move(package)});
-      }
-      return !cancellation_.isCancelled();
-    });
-    content_.leftovers = findLeftovers(map, {.computeSizes = true, .includeSystem = true}, files_, sizes_,
+    map_ = services_.ownership.mapOfUsers(homes_, apps, OwnershipService::kEverything, nullptr, cancellation_);
+    receipts_ = services_.receiptScanner.snapshot();
+    content_.leftovers = findLeftovers(*map_, {.computeSizes = true, .includeSystem = true}, files_, sizes_,
                                        cancellation_, recordedChanges(folders_, files_));
   }
 
@@ -226,6 +228,8 @@ class Gathering {
   StorageDashboardService dashboard_ = services_.dashboard(sizes_);
   std::vector<StorageDashboardService::PartitionedRoot> countedRoots_;
   ScanContent content_;
+  std::optional<UsersMap> map_;
+  std::optional<ReceiptSnapshot> receipts_;
 };
 
 }  // namespace
@@ -261,7 +265,7 @@ ScanStore::Written ScanStore::write(const std::string& file, const std::function
   writer.startFolders(gathering.folders(), cancellation);
   if (!gathering.gather()) return {};
   if (onProgress) onProgress({.step = ScanStep::writing});
-  if (!writer.finish(gathering.content())) return {};
+  if (!writer.finish(gathering.content(), gathering.entries())) return {};
   std::error_code error;
   const auto bytes = std::filesystem::file_size(file, error);
   return {.files = gathering.folders().at(0).files,

@@ -192,30 +192,54 @@ void writeApps(const Database& database, const std::vector<ScannedApp>& apps) {
   }
 }
 
-void writeOwnership(const Database& database, const ScanContent& content) {
-  Table entries(database, "entries");
-  Table claims(database, "claims");
-  std::int64_t id = 0;
-  for (const Ownership& entry : content.entries) {
-    ++id;
+/// Writes entries with their claims and packages.
+class EntryTables {
+ public:
+  explicit EntryTables(const Database& database)
+      : entries_(database, "entries"), claims_(database, "claims"), packages_(database, "entry_packages") {}
+
+  void add(const Ownership& entry) {
+    ++id_;
     scans::FormerColumns former;
     if (entry.formerOwner) former = {entry.formerOwner->name, entry.formerOwner->bundleIdentifier};
-    RowWriter row = entries.row();
-    scans::entryColumns(row, id, entry, former);
+    RowWriter row = entries_.row();
+    scans::entryColumns(row, id_, entry, former);
     for (const bool isRival : {false, true}) {
       for (const OwnershipClaim& claim : isRival ? entry.rivals : entry.owners) {
-        RowWriter claimRow = claims.row();
-        scans::claimColumns(claimRow, id, isRival, claim);
+        RowWriter claimRow = claims_.row();
+        scans::claimColumns(claimRow, id_, isRival, claim);
       }
     }
   }
-  Table packages(database, "entry_packages");
-  for (const ScannedPackage& package : content.packages) {
-    packages.row()(static_cast<std::int64_t>(package.entry) + 1, package.identifier);
+  void addPackage(std::int64_t entry, const std::string& identifier) { packages_.row()(entry, identifier); }
+  [[nodiscard]] std::int64_t lastID() const { return id_; }
+
+ private:
+  Table entries_;
+  Table claims_;
+  Table packages_;
+  std::int64_t id_ = 0;
+};
+
+void writeEntries(const Database& database, const ScanContent& content, const ScannedEntries& entries) {
+  EntryTables tables(database);
+  if (entries) {
+    entries([&](const Ownership& entry, const std::vector<std::string>& packages) {
+      tables.add(entry);
+      for (const std::string& package : packages) tables.addPackage(tables.lastID(), package);
+    });
+    return;
   }
+  for (const Ownership& entry : content.entries) tables.add(entry);
+  for (const ScannedPackage& package : content.packages) {
+    tables.addPackage(static_cast<std::int64_t>(package.entry) + 1, package.identifier);
+  }
+}
+
+void writeLeftovers(const Database& database, const ScanContent& content) {
   Table leftovers(database, "leftovers");
   Table items(database, "leftover_items");
-  id = 0;
+  std::int64_t id = 0;
   for (const Leftover& leftover : content.leftovers) {
     ++id;
     RowWriter row = leftovers.row();
@@ -259,7 +283,8 @@ void createTables(const Database& database) {
   for (const ScanTable& table : scanTables()) database.execute(createStatement(table));
 }
 
-void writeContent(const Database& database, const ScanContent& content, const RecordedFolders& folders) {
+void writeContent(const Database& database, const ScanContent& content, const ScannedEntries& entries,
+                  const RecordedFolders& folders) {
   {
     Table table(database, "scan");
     const ScanFacts facts = withCounts(content.facts, folders);
@@ -268,7 +293,8 @@ void writeContent(const Database& database, const ScanContent& content, const Re
   }
   writeStorage(database, content);
   writeApps(database, content.apps);
-  writeOwnership(database, content);
+  writeEntries(database, content, entries);
+  writeLeftovers(database, content);
   writeSystem(database, content);
   database.execute("COMMIT");
 }
@@ -339,10 +365,10 @@ void ScanWriter::startFolders(const RecordedFolders& folders, const Cancellation
   }
 }
 
-bool ScanWriter::finish(const ScanContent& content) {
+bool ScanWriter::finish(const ScanContent& content, const ScannedEntries& entries) {
   const bool isFilled = state_->guarded([&] {
     if (!state_->areFoldersWritten.get()) return false;
-    writeContent(*state_->database, content, *state_->folders);
+    writeContent(*state_->database, content, entries, *state_->folders);
     state_->database->close();
     return true;
   });

@@ -1,13 +1,19 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "QuarnCore/scans/ScanContent.h"
 #include "QuarnCore/storage/RecordedFolders.h"
 #include "QuarnPlatform/base/Cancellation.h"
 
 namespace quarn {
+
+/// Makes the entries of a map one after another and calls `consume` for each, so that they are never all in memory.
+using ConsumeEntry = std::function<void(const Ownership& entry, const std::vector<std::string>& packages)>;
+using ScannedEntries = std::function<void(const ConsumeEntry& consume)>;
 
 /// Writes a scan to a host file: beside it first, then synced and renamed, so that the file is the old one or the new
 /// one at any moment. All operations throw FileError (operation "write"). Without `finish`, or after an error, no new
@@ -22,9 +28,9 @@ class ScanWriter {
   /// Begins to write what `folders` has, on a thread of its own, so that the caller can gather the rest meanwhile.
   /// Once, before `finish`. Both arguments must outlive the writer.
   void startFolders(const RecordedFolders& folders, const Cancellation& cancellation);
-  /// Writes the rest and replaces the file. `facts.keptAbove`, `files` and `folders` come from the folders. Returns
-  /// false if cancelled.
-  bool finish(const ScanContent& content);
+  /// Writes the rest and replaces the file. `facts.keptAbove`, `files` and `folders` come from the folders. `entries`,
+  /// if not null, replaces the entries and packages of the content. Returns false if cancelled.
+  bool finish(const ScanContent& content, const ScannedEntries& entries = nullptr);
 
  private:
   struct State;
