@@ -11,6 +11,7 @@ namespace {
 // A home folder inside another one may be inside a folder of that one.
 std::vector<FileURL> outermostOf(const std::vector<FileURL>& folders) {
   std::vector<HomeFolders::Located> located;
+  located.reserve(folders.size());
   for (const FileURL& folder : folders) located.push_back({.url = folder, .location = folder.path()});
   return HomeFolders(located).outermost();
 }
