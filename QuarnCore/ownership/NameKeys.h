@@ -20,8 +20,7 @@ std::string reducedNameKey(std::string_view name);
 std::string unversionedNameKey(std::string_view name);
 
 /// Whether the text looks like an identifier: parts with dots between them, and a first part that is common in
-/// identifiers
-/// ("com") or at least three parts.
+/// identifiers ("com") or at least three parts.
 bool looksLikeIdentifier(std::string_view lowercased);
 
 /// Whether the text consists of parts of letters, digits, "-" and "_" with dots between them.

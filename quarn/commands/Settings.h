@@ -24,8 +24,7 @@ struct SettingRow {
 std::span<const SettingRow> settingTable();
 
 /// The configuration file of this run: QUARN_CONFIG, else quarn/config.toml in XDG_CONFIG_HOME or ~/.config. Absent
-/// with
-/// --no-config and with an empty QUARN_CONFIG. The file need not exist.
+/// with --no-config and with an empty QUARN_CONFIG. The file need not exist.
 std::optional<std::string> configurationFile(const Arguments& arguments);
 
 /// Adds the options that the environment or the configuration file sets and the command line does not, and their
