@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Lays out in build/macos what cross-compiling for macOS takes: the compiler, programs that speak through it, headers of the
-# header-only libraries and of ICU, and libplist for each ARCHITECTURE (arm64, x86_64). What is there already stays.
+# header-only libraries and of ICU, and libplist and ncurses for each ARCHITECTURE (arm64, x86_64). What is there already stays.
 #   dependencies.sh ARCHITECTURE...
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -9,7 +9,7 @@ mkdir -p "$folder/tools" "$folder/dependencies/include"
 folder=$(cd "$folder" && pwd)
 
 "$here/fetch-compiler.sh" "$folder/compiler"
-"$here/fetch-libplist.sh" "$folder/libplist"
+for library in libplist ncurses; do "$here/fetch-source.sh" "$here/$library.lock" "$folder/$library"; done
 
 # CMake wants each tool to be a program of its own; ccache knows a clang by its name.
 write_tool() {
@@ -40,14 +40,24 @@ int main() { std::cout << 1; }' > "$source"
   "$folder/tools/zig-clang++" -O2 -s -target "$1-macos.15.0" "$source" -o "$source.out"
 }
 
-for architecture in "$@"; do
-  [ -f "$folder/dependencies/$architecture/lib/pkgconfig/libplist-2.0.pc" ] && continue
-  target=${architecture/arm64/aarch64}
-  echo "Building the compiler's C++ library and libplist for $architecture"
+build_libplist() {
+  local target=${1/arm64/aarch64}
+  echo "Building the compiler's C++ library and libplist for $1"
   warm_up "$target" 2>/dev/null || warm_up "$target"
-  cmake -S "$here/libplist" -B "$folder/libplist/$architecture" -G Ninja --toolchain "$here/toolchain.cmake" \
-    -DQUARN_MACOS_ARCHITECTURE="$architecture" -DLIBPLIST_SOURCE="$folder/libplist/source" -DCMAKE_BUILD_TYPE=Release \
-    -DCMAKE_INSTALL_PREFIX="$folder/dependencies/$architecture" > /dev/null
-  cmake --build "$folder/libplist/$architecture" --target install > /dev/null
-  "$here/macho.py" sign "$folder/dependencies/$architecture/lib/libplist-2.0.3.dylib"
+  cmake -S "$here/libplist" -B "$folder/libplist/$1" -G Ninja --toolchain "$here/toolchain.cmake" \
+    -DQUARN_MACOS_ARCHITECTURE="$1" -DLIBPLIST_SOURCE="$folder/libplist/source" -DCMAKE_BUILD_TYPE=Release \
+    -DCMAKE_INSTALL_PREFIX="$folder/dependencies/$1" > /dev/null
+  cmake --build "$folder/libplist/$1" --target install > /dev/null
+  "$here/macho.py" sign "$folder/dependencies/$1/lib/libplist-2.0.3.dylib"
+}
+
+build_ncurses() {
+  echo "Building ncurses for $1"
+  "$here/build-ncurses.sh" "$1" "$folder/tools" "$folder/ncurses/source" "$folder/dependencies/$1"
+}
+
+for architecture in "$@"; do
+  descriptions=$folder/dependencies/$architecture/lib/pkgconfig
+  [ -f "$descriptions/libplist-2.0.pc" ] || build_libplist "$architecture"
+  [ -f "$descriptions/ncursesw.pc" ] || build_ncurses "$architecture"
 done

@@ -195,7 +195,9 @@ class CursesScreen final : public BrowseScreen {
     const int kind = ::wget_wch(stdscr, &number);
     if (kind == KEY_CODE_YES) return keyIn(kFunctionKeys, number);
     if (kind == ERR) return {.code = isClosed() ? Code::closed : Code::none};
-    if (number < U' ' || number == 127) return keyIn(kControlKeys, number);
+    constexpr wint_t kSpace = 0x20;  // wint_t has a sign on macOS
+    constexpr wint_t kDelete = 0x7F;
+    if (number < kSpace || number == kDelete) return keyIn(kControlKeys, number);
     return {.code = Code::character, .character = static_cast<char32_t>(number)};
   }
 

@@ -12,7 +12,7 @@ const std::unordered_map<std::string_view, void*>& shims() {
   static const auto table = [] {
     std::unordered_map<std::string_view, void*> all;
     for (const auto& shims : {errorShims(), fileShims(), recordShims(), processShims(), signalShims(), systemShims(),
-                              textShims(), threadShims()}) {
+                              terminalShims(), textShims(), threadShims()}) {
       for (const Shim& shim : shims) all.emplace(shim.name, shim.target);
     }
     return all;

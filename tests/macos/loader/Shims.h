@@ -27,6 +27,7 @@ std::span<const Shim> recordShims();
 std::span<const Shim> processShims();
 std::span<const Shim> signalShims();
 std::span<const Shim> systemShims();
+std::span<const Shim> terminalShims();
 std::span<const Shim> textShims();
 std::span<const Shim> threadShims();
 

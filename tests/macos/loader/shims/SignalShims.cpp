@@ -1,6 +1,7 @@
 // Signals: other numbers for some, and sets of 32 bits.
 #include <algorithm>
 #include <array>
+#include <atomic>
 
 #include <pthread.h>
 #include <signal.h>
@@ -70,37 +71,61 @@ int waitForSignal(const std::uint32_t* set, int* signal) {
   return result;
 }
 
+using Handler = void (*)(int);
+
+// A program's handlers are called with macOS's numbers.
+std::array<std::atomic<Handler>, NSIG> handlers;
+void onSignal(int here) { handlers[static_cast<std::size_t>(here)].load()(darwinSignal(here)); }
+
+Handler handlerHere(int here, Handler handler) {
+  if (handler == SIG_DFL || handler == SIG_IGN) return handler;
+  handlers[static_cast<std::size_t>(here)] = handler;
+  return onSignal;
+}
+
 struct DarwinAction {
-  void (*handler)(int);
+  Handler handler;
   std::uint32_t mask;
   int flags;
 };
 
 int setAction(int signal, const DarwinAction* now, DarwinAction* before) {
+  const int here = hereSignal(signal);
+  const Handler handlerBefore = handlers[static_cast<std::size_t>(here)];
   struct sigaction action {};
   struct sigaction old {};
   if (now != nullptr) {
-    action.sa_handler = now->handler;
+    action.sa_handler = handlerHere(here, now->handler);
     action.sa_mask = hereSet(now->mask);
     action.sa_flags = ((now->flags & 2) != 0 ? SA_RESTART : 0) |
                       ((now->flags & 4) != 0 ? static_cast<int>(SA_RESETHAND) : 0) |
                       ((now->flags & 0x10) != 0 ? SA_NODEFER : 0);
   }
-  const int result = ::sigaction(hereSignal(signal), now != nullptr ? &action : nullptr, &old);
-  if (before != nullptr) *before = {old.sa_handler, darwinSet(old.sa_mask), (old.sa_flags & SA_RESTART) != 0 ? 2 : 0};
+  const int result = ::sigaction(here, now != nullptr ? &action : nullptr, &old);
+  if (before != nullptr) {
+    *before = {old.sa_handler == onSignal ? handlerBefore : old.sa_handler, darwinSet(old.sa_mask),
+               (old.sa_flags & SA_RESTART) != 0 ? 2 : 0};
+  }
   return result;
+}
+
+Handler setHandler(int signal, Handler handler) {
+  const int here = hereSignal(signal);
+  const Handler handlerBefore = handlers[static_cast<std::size_t>(here)];
+  const Handler old = ::signal(here, handlerHere(here, handler));
+  return old == onSignal ? handlerBefore : old;
 }
 
 int sendSignal(pid_t process, int signal) { return ::kill(process, hereSignal(signal)); }
 int raiseSignal(int signal) { return ::raise(hereSignal(signal)); }
-void (*setHandler(int signal, void (*handler)(int)))(int) { return ::signal(hereSignal(signal), handler); }
 
 }  // namespace
 
 std::span<const Shim> signalShims() {
-  static const std::array shims{shim("pthread_sigmask", changeMask), shim("sigwait", waitForSignal),
-                                shim("sigaction", setAction),        shim("kill", sendSignal),
-                                shim("raise", raiseSignal),          shim("signal", setHandler)};
+  static const std::array shims{
+      shim("pthread_sigmask", changeMask), shim("sigprocmask", changeMask), shim("sigwait", waitForSignal),
+      shim("sigaction", setAction),        shim("kill", sendSignal),        shim("raise", raiseSignal),
+      shim("signal", setHandler)};
   return shims;
 }
 

@@ -1,5 +1,5 @@
-// Characters, numbers and locales: the C locale alone, which is all that programs here use of them. Regular expressions
-// have records of their own.
+// Characters, numbers and locales: the C locale alone, which is all that programs here use of them but for the
+// characters of a terminal (TerminalShims.cpp). Regular expressions have records of their own.
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -80,10 +80,6 @@ void* makeLocale(int, const char* name, void*) {
   return nullptr;
 }
 int freeLocale(void*) { return 0; }
-char* setLocale(int, const char*) {
-  static char name[] = "C";
-  return name;
-}
 lconv* conventionsIn(void*) { return ::localeconv(); }
 
 int printInto(char* buffer, std::size_t size, void*, const char* format, ...) {
@@ -189,7 +185,6 @@ std::span<const Shim> textShims() {
                                 shim("_DefaultRuneLocale", &runes()),
                                 shim("newlocale", makeLocale),
                                 shim("freelocale", freeLocale),
-                                shim("setlocale", setLocale),
                                 shim("localeconv_l", conventionsIn),
                                 shim("snprintf_l", printInto),
                                 shim("asprintf_l", printNew),

@@ -15,7 +15,7 @@
 // The browser on a real terminal: keys are sent to tmux, and its screens are compared. QUARN_UPDATE_GOLDEN=1 in the
 // environment writes the expected screens.
 
-namespace quarn::browse_on_terminal_tests_linux {
+namespace quarn::browse_on_terminal_tests {
 namespace {
 
 using testing::HasSubstr;
@@ -293,4 +293,4 @@ TEST(BrowseCommand, RefusesAFileOnTheInspectedVolumeAndAnUnknownCategory) {
 }
 
 }  // namespace
-}  // namespace quarn::browse_on_terminal_tests_linux
+}  // namespace quarn::browse_on_terminal_tests

@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Fetches libplist's source package into FOLDER/source through the machine's own apt sources and checks it against
-# libplist.lock. Does nothing when it is there already. Needs no root: apt keeps its lists in FOLDER.
-#   fetch-libplist.sh FOLDER
+# Fetches the source package that LOCK names into FOLDER/source through the machine's own apt sources and checks it against
+# LOCK. Does nothing when it is there already. Needs no root: apt keeps its lists in FOLDER.
+#   fetch-source.sh LOCK FOLDER
 set -euo pipefail
-lock=$(cd "$(dirname "$0")" && pwd)/libplist.lock
+lock=$(realpath "$1")
 locked() { sed -n "s/^$1 \+//p" "$lock"; }
 package=$(locked package) version=$(locked version) sha256=$(locked sha256)
-mkdir -p "$1"
-cd "$1"
+mkdir -p "$2"
+cd "$2"
 [ "$(cat source/.unpacked 2>/dev/null)" = "$sha256" ] && exit 0
 
 echo "Fetching the source of $package $version"
