@@ -159,6 +159,14 @@ TEST_F(HostileScan, ASchemaWithAnythingElseIsDamaged) {
   EXPECT_EQ(problemAfter("CREATE INDEX i ON apps(name)"), Problem::damaged);
   EXPECT_EQ(problemAfter("DROP TABLE jobs"), Problem::damaged);
   EXPECT_EQ(problemAfter("DROP TABLE jobs; CREATE VIEW jobs AS SELECT 1"), Problem::damaged);
+  EXPECT_EQ(problemAfter("ALTER TABLE categories ADD COLUMN more"), Problem::damaged);
+}
+
+TEST_F(HostileScan, AMissingTableIsNoticedOnOpening) {
+  Database database = Database::makeIn(written(bytes_));
+  database.execute("DROP TABLE " + std::string(scanTables().back().name));
+  database.close();
+  EXPECT_THROW((void)Scan::open(at("changed")), ScanError);
 }
 
 TEST_F(HostileScan, AValueThatNoScanHasIsDamaged) {
@@ -182,6 +190,7 @@ TEST_F(HostileScan, AValueThatNoScanHasIsDamaged) {
         "UPDATE folders SET name='' WHERE id=2",
         "UPDATE folders SET parent=5 WHERE id=2",
         "UPDATE folders SET descendants=4294967296 WHERE id=2",
+        "UPDATE folders SET descendants=4294967295 WHERE id=2",
         "UPDATE folders SET files=-1 WHERE id=2",
         "UPDATE folders SET marks=-1 WHERE id=2",
         "UPDATE folders SET marks=8 WHERE id=2",
