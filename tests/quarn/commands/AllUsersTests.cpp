@@ -6,6 +6,7 @@
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/Remedies.h"
 #include "tests/support/UnprivilegedUser.h"
 
 namespace quarn::all_users_tests {
@@ -228,7 +229,7 @@ TEST(AllUsers, AnUnreadableHomeIsReportedWithTheRemedy) {
   for (const std::string command : {"storage", "top", "leftovers"}) {
     const CommandRun run = runForAll(volume, {command});
     EXPECT_EQ(run.exitCode, 4) << command;
-    EXPECT_EQ(run.err, "quarn: 1 item: permission denied: /Users/bob (run as root)\n") << command;
+    EXPECT_EQ(run.err, "quarn: 1 item: permission denied: /Users/bob " + permissionRemedy() + "\n") << command;
   }
   EXPECT_THAT(runForAll(volume, {"storage"}).out, HasSubstr("not readable"));
   const nlohmann::json users = document(runForAll(volume, {"storage", "--json"}))["users"];
