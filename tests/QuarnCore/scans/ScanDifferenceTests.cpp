@@ -1,9 +1,11 @@
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <random>
 
 #include <gmock/gmock.h>
 
+#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScanDifference.h"
 #include "QuarnCore/scans/ScanWriter.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
@@ -80,6 +82,40 @@ TEST_F(ScanDifferenceTest, SmallChangesAreLeftOut) {
   volume_.file("~/Pictures/a", 4'096);
   EXPECT_TRUE(after([&] { volume_.file("~/Pictures/b", 8'192); }, 8'193).isEmpty());
   EXPECT_FALSE(after([&] { volume_.file("~/Pictures/c", 8'192); }, 8'192).isEmpty());
+}
+
+TEST_F(ScanDifferenceTest, AChangeOfTheMinimumIsListedAndDoesNotExplainItsParents) {
+  volume_.file("~/Pictures/a/x", 4'096).file("~/Pictures/b/x", 4'096);
+  const auto difference = after([&] { volume_.file("~/Pictures/a/y", 8'192).file("~/Pictures/b/y", 40'960); }, 8'192);
+  EXPECT_THAT(folders(difference),
+              ElementsAre(Pair("/Users/ann/Pictures", 49'152), Pair("/Users/ann/Pictures/b", 40'960),
+                          Pair("/Users/ann/Pictures/a", 8'192)));
+}
+
+TEST_F(ScanDifferenceTest, WithoutAMinimumWhatDidNotChangeIsNotListed) {
+  volume_.fill();
+  EXPECT_TRUE(after([] {}, 0).isEmpty());
+  EXPECT_TRUE(after([] {}, -1).isEmpty());
+}
+
+// Each folder of these scans is possible by itself.
+TEST_F(ScanDifferenceTest, AScanWhoseFoldersAreOutOfPlaceIsDamaged) {
+  volume_.fill();
+  (void)volume_.scanTo(folder_.at("good"));
+  for (const char* sql : {"DELETE FROM folders", "DELETE FROM folders WHERE id=1",
+                          "DELETE FROM folders WHERE id=(SELECT max(id) FROM folders)",
+                          "UPDATE folders SET descendants=0 WHERE descendants=1",
+                          "UPDATE folders SET descendants=descendants+1 WHERE descendants=1"}) {
+    std::filesystem::remove(folder_.at("bad"));
+    (void)volume_.scanTo(folder_.at("bad"));
+    Database database = Database::makeIn(folder_.at("bad"));
+    database.execute(sql);
+    database.close();
+    const Scan good = Scan::open(folder_.at("good"));
+    const Scan bad = Scan::open(folder_.at("bad"));
+    EXPECT_THROW((void)compareScans(good, bad, 1), ScanError) << sql;
+    EXPECT_THROW((void)compareScans(bad, good, 1), ScanError) << sql;
+  }
 }
 
 TEST_F(ScanDifferenceTest, CategoriesThatChangedAreListedTheLargestChangeFirst) {

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "QuarnCore/inspection/AppsService.h"
+#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScanSchema.h"
 #include "QuarnCore/scans/ScanStore.h"
 #include "QuarnCore/scans/ScanWriter.h"
@@ -252,6 +253,48 @@ TEST_F(ScanStoreTest, StepsAreReportedInOrder) {
           },
           Cancellation::never());
   EXPECT_THAT(steps, testing::ElementsAreArray(allCases<ScanStep>()));
+}
+
+TEST_F(ScanStoreTest, AFileThatCannotBeWrittenIsAnErrorBeforeTheVolumeIsRead) {
+  int steps = 0;
+  const auto write = [&](const std::string& file) {
+    return errorOf([&] {
+      (void)volume_.store(volume_.files())
+          .write(
+              file, [&](const auto&) { ++steps; }, Cancellation::never());
+    });
+  };
+  EXPECT_EQ(write(at("missing/scan")), ENOENT);
+  EXPECT_EQ(write(folder()), EISDIR);
+  EXPECT_EQ(steps, 0);
+}
+
+TEST_F(ScanStoreTest, WhatCouldNotBeReadIsInTheScanAlsoWhenNobodyAskedForAReport) {
+  volume_.folder("/Users/ann/Closed").mode("/Users/ann/Closed", 0000);
+  ASSERT_EQ(volume_.files().readReport(), nullptr);
+  {
+    const UnprivilegedUser user;
+    (void)volume_.scanTo(at("scan"));
+  }
+  volume_.mode("/Users/ann/Closed", 0700);
+  const Scan scan = Scan::open(at("scan"));
+  EXPECT_THAT(scan.unreadable(), ElementsAre(testing::Field(&UnreadableItem::path, "/Users/ann/Closed")));
+  EXPECT_EQ(scan.unreadable().front().error, EACCES);
+  EXPECT_EQ(scan.unreadable().front().cause, UnreadableCause::permission);
+  const auto closed = scan.folder("/Users/ann/Closed");
+  ASSERT_TRUE(closed);
+  EXPECT_FALSE(closed->isRead);
+  EXPECT_TRUE(scan.folder("/Users/ann")->isRead);
+}
+
+TEST_F(ScanStoreTest, WhatIsOnAnotherVolumeIsUnreadWithoutAnError) {
+  (void)volume_.scanTo(at("scan"));
+  Database database = Database::makeIn(at("scan"));
+  database.execute("INSERT INTO unreadable VALUES('/Volumes/Other',0,'')");
+  database.close();
+  const std::vector<UnreadableItem> items = Scan::open(at("scan")).unreadable();
+  ASSERT_THAT(items, SizeIs(1));
+  EXPECT_EQ(items.front().cause, UnreadableCause::otherDevice);
 }
 
 TEST_F(ScanStoreTest, AFullDiskIsAnErrorThatLeavesNothing) {
