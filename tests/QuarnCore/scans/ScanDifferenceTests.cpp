@@ -163,6 +163,57 @@ TEST_F(ScanDifferenceTest, NewLeftoversJobsAndExtensionsAreTold) {
   EXPECT_THAT(after([] {}).newJobs, IsEmpty());
 }
 
+TEST_F(ScanDifferenceTest, OfChangedAppsTheLargestChangeIsFirst) {
+  for (const std::string name : {"A", "B", "C"}) {
+    volume_.app("/Applications/" + name + ".app", {.bundleIdentifier = "com.example." + name + name, .version = "1"});
+    volume_.file("~/Library/Caches/com.example." + name + name + "/a", 81'920);
+  }
+  const auto difference = after([&] {
+    volume_.file("~/Library/Caches/com.example.AA/b", 4'096).remove("~/Library/Caches/com.example.BB/a");
+    volume_.file("~/Library/Caches/com.example.CC/b", 40'960);
+  });
+  std::vector<std::string> names;
+  for (const AppChange& change : difference.changedApps) names.push_back(change.app.bundleIdentifier.value_or(""));
+  EXPECT_THAT(names, ElementsAre("com.example.BB", "com.example.CC", "com.example.AA"));
+}
+
+TEST_F(ScanDifferenceTest, LeftoversWithoutAnIdentifierAreToldApartByTheirNames) {
+  (void)volume_.scanTo(folder_.at("old"));
+  (void)volume_.scanTo(folder_.at("new"));
+  const auto leave = [&](const char* scan, const char* id, const std::string& name) {
+    Database database = Database::makeIn(folder_.at(scan));
+    database.execute("INSERT INTO leftovers VALUES(" + std::string(id) + ",'" + name + "',NULL,NULL,1,1)");
+    database.close();
+  };
+  leave("old", "1", "Old Chat");
+  leave("new", "1", "Old Chat");
+  leave("new", "2", "Older Chat");
+  const auto difference = compareScans(Scan::open(folder_.at("old")), Scan::open(folder_.at("new")), 1);
+  EXPECT_THAT(difference.newLeftovers, ElementsAre(testing::Field(&NewLeftover::name, "Older Chat")));
+}
+
+TEST_F(ScanDifferenceTest, AJobIsNewWhenItsFileOrItsLabelIsNew) {
+  const auto job = [&](const std::string& file, const std::string& label) {
+    volume_.plist(file, {{"Label", label}, {"Program", "/usr/bin/true"}});
+  };
+  job("~/Library/LaunchAgents/a.plist", "com.example.a");
+  const auto difference = after([&] {
+    job("/Library/LaunchAgents/a.plist", "com.example.a");
+    volume_.remove("~/Library/LaunchAgents/a.plist");
+    job("~/Library/LaunchAgents/a.plist", "com.example.b");
+  });
+  EXPECT_THAT(difference.newJobs, SizeIs(2));
+}
+
+TEST_F(ScanDifferenceTest, ACancelledComparisonHasNothing) {
+  (void)volume_.scanTo(folder_.at("old"));
+  volume_.fill();
+  (void)volume_.scanTo(folder_.at("new"));
+  const Cancellation cancellation;
+  cancellation.cancel();
+  EXPECT_TRUE(compareScans(Scan::open(folder_.at("old")), Scan::open(folder_.at("new")), 1, cancellation).isEmpty());
+}
+
 // The rule by its words: for every folder of both scans, from the sizes alone.
 TEST_F(ScanDifferenceTest, OnRandomVolumesExactlyTheFoldersOfTheRuleAreListed) {
   std::mt19937 random(7);
