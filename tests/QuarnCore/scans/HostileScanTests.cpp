@@ -204,6 +204,7 @@ TEST_F(HostileScan, AValueThatNoScanHasIsDamaged) {
         "UPDATE apps SET is_folder=2",
         "UPDATE artifacts SET app=99",
         "UPDATE artifacts SET kind='x'",
+        "UPDATE artifacts SET confidence='x'",
         "UPDATE artifact_items SET artifact=0",
         "UPDATE artifact_items SET path=''",
         "INSERT INTO vendor_paths SELECT 'v','V','apps',kind,data_class,'t',NULL,risk,'relative' FROM artifacts",
