@@ -150,7 +150,7 @@ std::vector<TopItem> itemsInTrees(const std::vector<FileURL>& folders, bool hidd
   return items;
 }
 
-// A home folder that cannot be listed is no reason to leave out those of the other users. A folder that the user names
+// A home folder that cannot be listed does not stop the lists of the other users. A folder that the user names
 // must be readable.
 template <class List>
 std::vector<TopItem> eachReadable(const std::vector<FileURL>& folders, CommandContext& context, const List& list) {
