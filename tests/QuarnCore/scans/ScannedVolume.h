@@ -84,10 +84,10 @@ class ScannedVolume : public DashboardVolume {
   }
 };
 
-/// A folder for scans.
+/// A folder for scans, in which an unprivileged user may write too.
 class ScanFolder {
  public:
-  ScanFolder() { folder_.folder("/scans"); }
+  ScanFolder() { folder_.folder("/scans").mode("/scans", 0777); }
   [[nodiscard]] std::string at(const std::string& name) const { return folder_.host("/scans/" + name); }
 
  private:

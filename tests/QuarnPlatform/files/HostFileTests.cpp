@@ -82,6 +82,24 @@ TEST_F(HostFile, ANewFileHasThePermissionsOfTheUmask) {
   EXPECT_EQ(modeOf(at("page.html")), 0640U);
 }
 
+TEST_F(HostFile, NobodyElseReadsAFileThatIsNotFinished) {
+  folder_.text("/out/page.html", "old").mode("/out/page.html", 0644);
+  for (const char* name : {"page.html", "new.html"}) {
+    ReplacedHostFile file(at(name));
+    EXPECT_EQ(std::filesystem::path(file.temporary()).parent_path(), std::filesystem::path(at(name)).parent_path());
+    EXPECT_EQ(modeOf(file.temporary()), 0600U);
+    file.commit();
+    EXPECT_FALSE(std::filesystem::exists(file.temporary()));
+  }
+  EXPECT_EQ(modeOf(at("page.html")), 0644U);
+}
+
+TEST_F(HostFile, OnlyARegularFileIsReplaced) {
+  folder_.fifo("/out/pipe");
+  EXPECT_EQ(errorOf([&] { const ReplacedHostFile file(at("pipe")); }, at("pipe")), EINVAL);
+  EXPECT_THAT(names(), ElementsAre("pipe"));
+}
+
 TEST_F(HostFile, ALinksTargetIsWrittenAndTheLinkStays) {
   folder_.text("/out/real.html", "old").link("/out/page.html", "real.html");
   writeHostFile(at("page.html"), "new");

@@ -253,6 +253,21 @@ TEST(FailingDisk, AScanIsWholeOrSaysWhatItLost) {
   for (const Fault& fault : all) EXPECT_GT(hits[fault.call], 0) << fault.call;
 }
 
+// The file is synced before it gets its name, and the folder after. Not every file system can sync a folder.
+TEST(FailingDisk, AScanThatCannotBeSyncedDoesNotReplaceTheOldOne) {
+  FaultyScan scan;
+  ASSERT_EQ(scan("pread:5:n1000000000").exitCode, 0);
+  const auto before = std::filesystem::last_write_time(scan.file());
+  const CommandRun unsynced = scan("fsync:5:n1");
+  EXPECT_EQ(unsynced.exitCode, 1);
+  EXPECT_THAT(unsynced.err, testing::HasSubstr("Input/output error"));
+  EXPECT_EQ(std::filesystem::last_write_time(scan.file()), before);
+  EXPECT_EQ(scan.filesBeside(), 0);
+  EXPECT_EQ(scan("fsync:5:n2").exitCode, 0);
+  EXPECT_EQ(scan.failures(), 1U) << "the folder was not synced";
+  EXPECT_NE(std::filesystem::last_write_time(scan.file()), before);
+}
+
 TEST(FailingDisk, MissingMemoryIsAnErrorOfTheOperation) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "sanitizers replace malloc";

@@ -141,7 +141,7 @@ class ScanEquality : public testing::Test {
   }
 
   MacVolume folder_;
-  MacVolume& made_ = folder_.folder("/scans");
+  MacVolume& made_ = folder_.folder("/scans").mode("/scans", 0777);  // for an unprivileged user too
 };
 
 TEST_F(ScanEquality, EveryAnswerFromAScanIsThatOfTheVolume) {
