@@ -195,6 +195,19 @@ TEST_F(BrowseOnTerminal, MarkedPathsAreWrittenInTheSandbox) {
   EXPECT_EQ(content.str(), "/Users/ann/Movies/holiday.mov\n/Users/ann/Movies/birthday.mov\n");
 }
 
+// Writing a file puts handlers of its own in the place of the screen's for a while.
+TEST_F(BrowseOnTerminal, ASignalAfterAFileWasWrittenGivesTheTerminalBackToo) {
+  MacVolume out;
+  out.folder("/lists");
+  Tmux terminal(80, 24);
+  start(terminal, {"~/Movies", "--output", out.root() + "/lists/paths"});
+  (void)length(terminal);
+  (void)after(terminal, {"Space", "w"}, "wrote 1 path");
+  ASSERT_EQ(::kill(terminal.process(), SIGHUP), 0);
+  EXPECT_THAT(terminal.waitFor("exit code"), HasSubstr("exit code " + std::to_string(128 + SIGHUP)));
+  expectTerminalIsBack(terminal);
+}
+
 TEST_F(BrowseOnTerminal, BrowsesAScan) {
   MacVolume out;
   out.folder("/scans");

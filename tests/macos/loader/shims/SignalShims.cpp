@@ -83,6 +83,25 @@ Handler handlerHere(int here, Handler handler) {
   return onSignal;
 }
 
+struct SignalFlagRow {
+  int darwin, here;
+};
+constexpr std::array kSignalFlags = std::to_array<SignalFlagRow>(
+    {{2, SA_RESTART}, {4, static_cast<int>(SA_RESETHAND)}, {8, SA_NOCLDSTOP}, {0x10, SA_NODEFER}});
+
+int signalFlagsHere(int darwin) {
+  int flags = 0;
+  for (const SignalFlagRow& row : kSignalFlags) flags |= (darwin & row.darwin) != 0 ? row.here : 0;
+  return flags;
+}
+
+// What is saved and set again must not lose a flag.
+int darwinSignalFlags(int here) {
+  int flags = 0;
+  for (const SignalFlagRow& row : kSignalFlags) flags |= (here & row.here) != 0 ? row.darwin : 0;
+  return flags;
+}
+
 struct DarwinAction {
   Handler handler;
   std::uint32_t mask;
@@ -97,14 +116,12 @@ int setAction(int signal, const DarwinAction* now, DarwinAction* before) {
   if (now != nullptr) {
     action.sa_handler = handlerHere(here, now->handler);
     action.sa_mask = hereSet(now->mask);
-    action.sa_flags = ((now->flags & 2) != 0 ? SA_RESTART : 0) |
-                      ((now->flags & 4) != 0 ? static_cast<int>(SA_RESETHAND) : 0) |
-                      ((now->flags & 0x10) != 0 ? SA_NODEFER : 0);
+    action.sa_flags = signalFlagsHere(now->flags);
   }
   const int result = ::sigaction(here, now != nullptr ? &action : nullptr, &old);
   if (before != nullptr) {
     *before = {old.sa_handler == onSignal ? handlerBefore : old.sa_handler, darwinSet(old.sa_mask),
-               (old.sa_flags & SA_RESTART) != 0 ? 2 : 0};
+               darwinSignalFlags(old.sa_flags)};
   }
   return result;
 }
