@@ -129,7 +129,8 @@ class Package(unittest.TestCase):
     def test_licences_are_in_the_package(self):
         documents = self.prefix / "share/doc"
         self.assertEqual((documents / "quarn/LICENSE").read_bytes(), (ROOT / "LICENSE").read_bytes())
-        self.assertTrue(list((documents / "libplist").iterdir()))
+        for library in ("libplist", "ncurses"):
+            self.assertTrue(list((documents / library).iterdir()), library)
 
     def test_no_file_names_the_build_folder(self):
         places = [str(BUILD).encode(), str(ROOT).encode()]
