@@ -17,7 +17,7 @@ struct Limit {
   int value;
 };
 constexpr int kLongestValue = 16 << 20;
-// What our own files need, with room.
+// What our own files need, with room. The authorizer refuses to attach files too.
 constexpr std::array kLimits{
     Limit{.id = SQLITE_LIMIT_LENGTH, .value = kLongestValue},
     Limit{.id = SQLITE_LIMIT_SQL_LENGTH, .value = 64 << 10},
@@ -26,14 +26,13 @@ constexpr std::array kLimits{
     Limit{.id = SQLITE_LIMIT_COMPOUND_SELECT, .value = 4},
     Limit{.id = SQLITE_LIMIT_VDBE_OP, .value = 4096},
     Limit{.id = SQLITE_LIMIT_ATTACHED, .value = 0},
-    Limit{.id = SQLITE_LIMIT_TRIGGER_DEPTH, .value = 1},
-    Limit{.id = SQLITE_LIMIT_WORKER_THREADS, .value = 0},
 };
 
 struct Setting {
   int id;
   int value;
 };
+// Only a statement that writes runs a trigger, and only a function loads an extension; the authorizer refuses both.
 constexpr std::array kSettings{
     Setting{.id = SQLITE_DBCONFIG_DEFENSIVE, .value = 1},
     Setting{.id = SQLITE_DBCONFIG_TRUSTED_SCHEMA, .value = 0},
@@ -217,6 +216,7 @@ Database Database::openUntrusted(const std::string& file) {
     const int code = sqlite3_db_config(connection, setting.id, setting.value, nullptr);
     if (code != SQLITE_OK) fail(connection, code);
   }
+  // Some builds of SQLite map files by default. A file that shrinks while it is mapped ends the process.
   database.execute(
       "PRAGMA cell_size_check=ON; PRAGMA mmap_size=0; PRAGMA temp_store=MEMORY; PRAGMA cache_size=-2048;"
       "PRAGMA query_only=ON;");
@@ -240,6 +240,16 @@ void Database::checkTable(std::string_view name) const {
     const std::string answer(statement.bytes());
     if (answer != "ok") throw DatabaseError(answer, /*isDamage=*/true);
   }
+}
+
+Database::Abilities Database::abilities() const {
+  const auto isOn = [&](int setting) {
+    int value = 0;
+    return sqlite3_db_config(connection_.get(), setting, -1, &value) != SQLITE_OK || value != 0;
+  };
+  return {.attachedFiles = sqlite3_limit(connection_.get(), SQLITE_LIMIT_ATTACHED, -1),
+          .runsTriggers = isOn(SQLITE_DBCONFIG_ENABLE_TRIGGER),
+          .loadsExtensions = isOn(SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION)};
 }
 
 void Database::stopAt(const Cancellation& cancellation) {

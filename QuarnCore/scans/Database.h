@@ -91,6 +91,13 @@ class Database {
   [[nodiscard]] std::int64_t pragma(std::string_view name) const;
   /// Checks the pages of one table and its indexes. Throws if they are damaged.
   void checkTable(std::string_view name) const;
+  /// What SQLite says that this connection may do, beside reading its file.
+  struct Abilities {
+    int attachedFiles = 0;  ///< the maximum number
+    bool runsTriggers = false;
+    bool loadsExtensions = false;
+  };
+  [[nodiscard]] Abilities abilities() const;
   /// Statements throw soon after this is set.
   void stopAt(const Cancellation& cancellation);
   /// Writes everything to the file.

@@ -174,7 +174,7 @@ ScanFacts readFacts(const Database& database) {
     scans::scanColumns(row, facts);
     ++rows;
   });
-  if (rows != 1) throw damage("there is not one scan");
+  if (rows != 1) throw damage("there is not one scan");  // without a row, the count of folders is impossible too
   if (facts.keptAbove < -1 || facts.files < 0 || facts.folders < 1) throw damage("a count is negative");
   return facts;
 }

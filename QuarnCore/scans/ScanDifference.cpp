@@ -29,11 +29,7 @@ class Folders {
 
   explicit Folders(const Scan& scan) {
     scan.folders(0, kNone, [&](const ScannedFolder& folder) {
-      // Ids count from 0, and a folder ends before or with its parent.
-      const bool isNext = folder.id == nodes_.size();
-      const bool isInParent = folder.id == 0 || (folder.parent < nodes_.size() && end(folder.parent) > folder.id &&
-                                                 std::uint64_t{folder.id} + folder.descendants < end(folder.parent));
-      if (!isNext || !isInParent) throw ScanError(ScanError::Problem::damaged, scan.file());
+      if (!isInPlace(folder)) throw ScanError(ScanError::Problem::damaged, scan.file());
       nodes_.push_back({.parent = folder.parent,
                         .descendants = folder.descendants,
                         .nameStart = names_.size(),
@@ -42,6 +38,7 @@ class Folders {
       names_ += folder.name;
       return true;
     });
+    // Ids ascend and are below the end of the root, so a missing one makes the count wrong.
     if (nodes_.empty() || end(0) != nodes_.size()) throw ScanError(ScanError::Problem::damaged, scan.file());
   }
 
@@ -77,6 +74,14 @@ class Folders {
   };
   [[nodiscard]] std::uint64_t end(std::uint32_t folder) const {
     return std::uint64_t{folder} + nodes_[folder].descendants + 1;
+  }
+  /// True if the parent is the innermost folder that has not ended, and the folder ends before or with it. Otherwise
+  /// several folders could contain it, and a comparison would visit it once for each.
+  [[nodiscard]] bool isInPlace(const ScannedFolder& folder) const {
+    if (nodes_.empty()) return folder.id == 0;
+    auto innermost = static_cast<std::uint32_t>(nodes_.size() - 1);
+    while (innermost != 0 && end(innermost) <= folder.id) innermost = nodes_[innermost].parent;
+    return folder.parent == innermost && std::uint64_t{folder.id} + folder.descendants < end(innermost);
   }
 
   std::vector<Node> nodes_;

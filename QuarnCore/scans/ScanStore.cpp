@@ -202,7 +202,7 @@ class Gathering {
   void gatherSystem() {
     content_.jobs = services_.launchdScanner.scan();
     content_.receipts = services_.receiptScanner.allReceipts();
-    for (ReceiptInfo& receipt : content_.receipts) receipt.files.clear();
+    for (ReceiptInfo& receipt : content_.receipts) receipt.files.clear();  // the file has no column for them
     content_.extensions = services_.extensions(sizes_).installedKernelExtensions(/*includeMacOS=*/false);
     if (const ReadReport* report = files_.readReport()) content_.unreadable = report->items();
   }

@@ -124,7 +124,8 @@ void writeInPlace(const std::string& file, std::string_view content) {
   }
 }
 
-// Named before it is made, so that no signal comes between its making and its name.
+// Named before it is made, so that no signal comes between its making and its name. Nobody can guess the name; O_EXCL
+// refuses a file that has it by chance.
 std::string temporaryName(const std::string& target) {
   constexpr std::string_view kDigits = "0123456789abcdefghijklmnopqrstuvwxyz";
   std::string name = target + ".";

@@ -1,8 +1,15 @@
+#include <array>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include "QuarnCore/scans/Database.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
@@ -41,6 +48,21 @@ class UntrustedDatabase : public testing::Test {
     std::string text(first);
     for (std::size_t i = 1; i < count; ++i) text += next;
     return text;
+  }
+
+  /// How the process has opened the file: O_RDONLY or another mode for each descriptor.
+  static std::vector<int> openModes(const std::string& file) {
+    constexpr int kDescriptors = 1024;
+    struct stat wanted {};
+    ::stat(file.c_str(), &wanted);
+    std::vector<int> modes;
+    for (int descriptor = 0; descriptor < kDescriptors; ++descriptor) {
+      struct stat facts {};
+      const bool isOpen = ::fstat(descriptor, &facts) == 0;
+      if (!isOpen || facts.st_dev != wanted.st_dev || facts.st_ino != wanted.st_ino) continue;
+      modes.push_back(::fcntl(descriptor, F_GETFL) & O_ACCMODE);
+    }
+    return modes;
   }
 
   ScanFolder folder_;
@@ -107,9 +129,31 @@ TEST_F(UntrustedDatabase, TheSettingsAgainstHostileSchemasAreOn) {
   EXPECT_EQ(database.pragma("trusted_schema"), 0);
   EXPECT_EQ(database.pragma("query_only"), 1);
   EXPECT_EQ(database.pragma("cell_size_check"), 1);
+  EXPECT_EQ(database.pragma("mmap_size"), 0);
   Statement journal = database.prepare("PRAGMA journal_mode=OFF");
   ASSERT_TRUE(journal.step());
   EXPECT_NE(journal.bytes(), "off");  // refused in the defensive mode
+}
+
+TEST_F(UntrustedDatabase, NoFileIsAttachedNoTriggerRunsAndNoExtensionIsLoaded) {
+  const std::string file = fileWith("CREATE TABLE t(a)");
+  const Database::Abilities abilities = Database::openUntrusted(file).abilities();
+  EXPECT_EQ(abilities.attachedFiles, 0);
+  EXPECT_FALSE(abilities.runsTriggers);
+  EXPECT_FALSE(abilities.loadsExtensions);
+  const Database::Abilities ofOurOwn = Database::makeIn(file).abilities();
+  EXPECT_GT(ofOurOwn.attachedFiles, 0);
+  EXPECT_TRUE(ofOurOwn.runsTriggers);
+}
+
+TEST_F(UntrustedDatabase, TheFileIsOpenedForReadingOnly) {
+  const std::string file = fileWith("CREATE TABLE t(a)");
+  {
+    const Database database = Database::openUntrusted(file);
+    EXPECT_THAT(openModes(file), testing::ElementsAre(O_RDONLY));
+  }
+  const Database ours = Database::makeIn(file);
+  EXPECT_THAT(openModes(file), testing::ElementsAre(O_RDWR));
 }
 
 TEST_F(UntrustedDatabase, AnUnfinishedTransactionBesideTheFileIsNotRolledBack) {
@@ -137,6 +181,47 @@ TEST_F(UntrustedDatabase, AnyNameOfAFileIsTheNameOfTheFile) {
     Statement statement = database.prepare("SELECT a FROM t");
     ASSERT_TRUE(statement.step()) << name;
     EXPECT_EQ(statement.integer(), 7) << name;
+  }
+}
+
+// Other tools end a TEXT at its first NUL.
+TEST_F(UntrustedDatabase, BytesThatAreNotATextAreABlobAndAllBytesSurvive) {
+  using namespace std::string_view_literals;
+  using Kind = Statement::Kind;
+  constexpr std::array<std::pair<std::string_view, Kind>, 6> kValues{{{"plain", Kind::text},
+                                                                      {"\u00E4", Kind::text},
+                                                                      {"", Kind::text},
+                                                                      {"\xFF", Kind::blob},
+                                                                      {"a\0b"sv, Kind::blob},
+                                                                      {"\0"sv, Kind::blob}}};
+  const std::string file = fileWith("CREATE TABLE t(a)");
+  Database writer = Database::makeIn(file);
+  {
+    Statement insert = writer.prepare("INSERT INTO t VALUES(?)");
+    for (const auto& [bytes, kind] : kValues) {
+      insert.bind(bytes);
+      insert.run();
+    }
+  }
+  writer.close();
+  const Database database = Database::openUntrusted(file);
+  Statement statement = database.prepare("SELECT a FROM t ORDER BY rowid");
+  for (const auto& [bytes, kind] : kValues) {
+    ASSERT_TRUE(statement.step());
+    EXPECT_EQ(statement.kind(), kind) << testing::PrintToString(bytes);
+    EXPECT_EQ(statement.bytes(), bytes);
+  }
+}
+
+TEST_F(UntrustedDatabase, AFileThatCannotGrowIsAFullDiskAndNoDamage) {
+  const Database database = Database::makeIn(fileWith("CREATE TABLE t(a)"));
+  database.execute("PRAGMA max_page_count=3");
+  try {
+    database.execute("INSERT INTO t VALUES(zeroblob(100000))");
+    FAIL();
+  } catch (const DatabaseError& error) {
+    EXPECT_EQ(error.error(), ENOSPC);
+    EXPECT_FALSE(error.isDamage());
   }
 }
 

@@ -13,6 +13,7 @@
 #include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScanSchema.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
+#include "tests/support/ProjectFolder.h"
 
 namespace quarn::hostile_scan_tests {
 namespace {
@@ -24,8 +25,12 @@ class HostileScan : public testing::Test {
   HostileScan() {
     volume_.fill();
     (void)volume_.scanTo(at("scan"));
-    std::ifstream stream(at("scan"), std::ios::binary);
-    bytes_.assign(std::istreambuf_iterator<char>(stream), {});
+    bytes_ = bytesOf(at("scan"));
+  }
+
+  static std::string bytesOf(const std::string& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
   }
 
   [[nodiscard]] std::string at(const std::string& name) const { return folder_.at(name); }
@@ -47,8 +52,9 @@ class HostileScan : public testing::Test {
   }
 
   /// The problem after SQL has changed a copy.
-  [[nodiscard]] std::optional<Problem> problemAfter(const std::string& sql) const {
-    const std::string file = written(bytes_);
+  [[nodiscard]] std::optional<Problem> problemAfter(const std::string& sql) const { return problemAfter(sql, bytes_); }
+  [[nodiscard]] std::optional<Problem> problemAfter(const std::string& sql, std::string_view bytes) const {
+    const std::string file = written(bytes);
     Database database = Database::makeIn(file);
     database.execute(sql);
     database.close();
@@ -74,6 +80,11 @@ TEST_F(HostileScan, OtherFilesAreForeign) {
 TEST_F(HostileScan, AFormatThatNeverWasIsDamaged) {
   EXPECT_EQ(problemAfter("PRAGMA user_version=0"), Problem::damaged);
   EXPECT_EQ(problemAfter("PRAGMA user_version=-1"), Problem::damaged);
+  // The tables of the first version, to which only the number is wrong.
+  const std::string first = bytesOf((projectFolder() / "tests/fuzz/corpus/scan/format1").string());
+  EXPECT_EQ(problemAfter("PRAGMA user_version=1", first), std::nullopt);
+  EXPECT_EQ(problemAfter("PRAGMA user_version=0", first), Problem::damaged);
+  EXPECT_EQ(problemAfter("PRAGMA user_version=-1", first), Problem::damaged);
 }
 
 TEST_F(HostileScan, ANewerFormatSaysSo) {
@@ -160,6 +171,16 @@ TEST_F(HostileScan, ASchemaWithAnythingElseIsDamaged) {
   EXPECT_EQ(problemAfter("DROP TABLE jobs"), Problem::damaged);
   EXPECT_EQ(problemAfter("DROP TABLE jobs; CREATE VIEW jobs AS SELECT 1"), Problem::damaged);
   EXPECT_EQ(problemAfter("ALTER TABLE categories ADD COLUMN more"), Problem::damaged);
+}
+
+// SQLite itself refuses other names and types than those of the statement, but compares them without regard to case.
+TEST_F(HostileScan, AForgedSchemaIsDamaged) {
+  for (const char* change : {"type='TABLE'", "type='view'", "name='JOBS', tbl_name='JOBS'", "name='other'"}) {
+    EXPECT_EQ(problemAfter("PRAGMA writable_schema=ON; UPDATE sqlite_schema SET " + std::string(change) +
+                           " WHERE name='jobs'"),
+              Problem::damaged)
+        << change;
+  }
 }
 
 TEST_F(HostileScan, AMissingTableIsNoticedOnOpening) {

@@ -118,6 +118,20 @@ TEST_F(ScanDifferenceTest, AScanWhoseFoldersAreOutOfPlaceIsDamaged) {
   }
 }
 
+// Each folder ends in the one after it. A comparison that believed this would visit the last one about 10^12 times.
+TEST_F(ScanDifferenceTest, FoldersThatOverlapAreDamage) {
+  (void)volume_.scanTo(folder_.at("bad"));
+  Database database = Database::makeIn(folder_.at("bad"));
+  database.execute(
+      "DELETE FROM folders WHERE id>0; UPDATE folders SET descendants=60 WHERE id=0;"
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<60)"
+      "INSERT INTO folders SELECT i, 0, i<60, 'f' || i, 0, 0, 0, NULL, 0 FROM n");
+  database.close();
+  const Scan bad = Scan::open(folder_.at("bad"));
+  EXPECT_NO_THROW(bad.readAll());
+  EXPECT_THROW((void)compareScans(bad, bad, 1), ScanError);
+}
+
 TEST_F(ScanDifferenceTest, CategoriesThatChangedAreListedTheLargestChangeFirst) {
   volume_.file("~/Pictures/a", 40'960).file("~/Documents/a", 4'096);
   const auto difference = after([&] { volume_.remove("~/Pictures/a").file("~/Documents/b", 4'096); });

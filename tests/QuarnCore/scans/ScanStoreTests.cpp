@@ -243,6 +243,25 @@ TEST_F(ScanStoreTest, ACancelledScanLeavesTheOldFile) {
   }
 }
 
+// The folders take more than the cache of the database, so rows of them would be in the unfinished file.
+TEST_F(ScanStoreTest, ACancelledWriterWritesNoFolders) {
+  RecordedFolders folders;
+  const std::string longName(200, 'n');
+  for (int i = 0; i < 20'000; ++i) (void)folders.place("/" + longName + std::to_string(i), volume_.files());
+  folders.finish();
+  const auto bytesAfter = [&](const Cancellation& cancellation, bool isWhole) {
+    ScanWriter writer(at("scan"));
+    writer.startFolders(folders, cancellation);
+    EXPECT_EQ(writer.finish({}), isWhole);
+    EXPECT_THAT(namesIn(folder()), SizeIs(1));
+    return std::filesystem::file_size(folder() + "/" + namesIn(folder()).front());
+  };
+  const Cancellation cancellation;
+  cancellation.cancel();
+  EXPECT_LT(bytesAfter(cancellation, false), 1'000'000U);
+  EXPECT_GT(bytesAfter(Cancellation::never(), true), 4'000'000U);
+}
+
 TEST_F(ScanStoreTest, StepsAreReportedInOrder) {
   std::vector<ScanStep> steps;
   (void)volume_.store(volume_.files())

@@ -4,9 +4,11 @@
 
 #include <gmock/gmock.h>
 
+#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScanWriter.h"
 #include "QuarnCore/scans/ScannedItems.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
+#include "tests/support/UnprivilegedUser.h"
 
 namespace quarn::scanned_items_tests {
 namespace {
@@ -134,6 +136,47 @@ TEST(ScannedItems, AFolderThatIsNotInTheScanIsMissing) {
   (void)volume.scanTo(folder.at("scan"));
   const ScannedItems items(Scan::open(folder.at("scan")));
   EXPECT_THAT(items.topFiles({volume.url("~/nowhere")}, 5, true, true).missing, ElementsAre(volume.url("~/nowhere")));
+}
+
+TEST(ScannedItems, AFolderThatCouldNotBeReadIsMissing) {
+  ScannedVolume volume;
+  volume.file("~/Pictures/Closed/a", 5'000).file("~/Pictures/Closed.app/a", 5'000).file("~/Pictures/b", 3);
+  volume.mode("~/Pictures/Closed", 0000).mode("~/Pictures/Closed.app", 0000);
+  ScanFolder folder;
+  {
+    const UnprivilegedUser user;
+    (void)volume.scanTo(folder.at("scan"));
+  }
+  volume.mode("~/Pictures/Closed", 0700).mode("~/Pictures/Closed.app", 0700);
+  const ScannedItems items(Scan::open(folder.at("scan")));
+  const TopItemsService::SearchOptions options{
+      .limit = kAll, .maxDepth = kAll, .maxVisited = kAll, .allowSlowForPackages = true};
+  const FileURL closed = volume.url("~/Pictures/Closed");
+  for (const auto& answer : {items.topFilesRecursively({closed}, options), items.topChildren({closed}, 9, true, true),
+                             items.topFiles({closed}, 9, true, true)}) {
+    EXPECT_THAT(answer.missing, ElementsAre(closed));
+    EXPECT_THAT(answer.items, IsEmpty());
+  }
+  const std::vector<FileURL> pictures{volume.url("~/Pictures")};
+  for (const auto& answer : {items.topChildren(pictures, 9, true, true), items.topFiles(pictures, 9, true, true)}) {
+    EXPECT_THAT(answer.missing, IsEmpty());
+    EXPECT_THAT(answer.items, ElementsAre(testing::Field(&TopItem::name, "b")));
+  }
+}
+
+// Each folder is possible by itself, but the way from the file to the root of the search is not.
+TEST(ScannedItems, AWayThatLeavesTheRootIsDamage) {
+  ScannedVolume volume;
+  volume.file("~/Pictures/a/b/c", 5'000);
+  ScanFolder folder;
+  (void)volume.scanTo(folder.at("scan"));
+  Database database = Database::makeIn(folder.at("scan"));
+  database.execute("UPDATE folders SET parent=0 WHERE name='b'");
+  database.close();
+  const Scan scan = Scan::open(folder.at("scan"));
+  EXPECT_NO_THROW(scan.readAll());
+  const TopItemsService::SearchOptions options{.limit = 9, .maxDepth = kAll, .maxVisited = kAll};
+  EXPECT_THROW((void)ScannedItems(scan).topFilesRecursively({volume.url("~/Pictures")}, options), ScanError);
 }
 
 }  // namespace

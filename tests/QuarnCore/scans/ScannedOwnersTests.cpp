@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScannedOwners.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
 
@@ -17,6 +18,14 @@ class ScannedOwnersTest : public testing::Test {
 
   [[nodiscard]] Scan scanned() const {
     (void)volume_.scanTo(folder_.at("scan"));
+    return Scan::open(folder_.at("scan"));
+  }
+  /// The scan after SQL has changed it.
+  [[nodiscard]] Scan changed(const std::string& sql) const {
+    (void)volume_.scanTo(folder_.at("scan"));
+    Database database = Database::makeIn(folder_.at("scan"));
+    database.execute(sql);
+    database.close();
     return Scan::open(folder_.at("scan"));
   }
   [[nodiscard]] OwnershipMap map() const {
@@ -55,6 +64,45 @@ TEST_F(ScannedOwnersTest, HintsAreThoseOfTheDeepestVendorPath) {
     const FileURL url = volume_.url(path);
     EXPECT_EQ(hints.hint(url.path()), dashboard.vendorHint(url, StorageCategoryID::communication)) << path;
   }
+}
+
+TEST_F(ScannedOwnersTest, AVendorPathThatIsTheRootSaysNothingAboutWhatIsInIt) {
+  const ScannedHints hints(changed(
+      "INSERT INTO vendor_paths SELECT 'root', 'Root', category, kind, data_class, title, explanation, risk, '/' "
+      "FROM vendor_paths LIMIT 1"));
+  ASSERT_TRUE(hints.hint("/"));
+  EXPECT_EQ(hints.hint("/")->vendorID, "root");
+  EXPECT_FALSE(hints.hint("/Elsewhere/big"));
+  EXPECT_EQ(hints.hint("/Users/ann/Library/Application Support/Slack/Cache")->vendorID, "slack");
+}
+
+TEST_F(ScannedOwnersTest, OfEqualPlacesTheFirstOneIsTheCategory) {
+  const FileURL url = volume_.url("~/Library/Application Support/Slack");
+  const ScannedOwners kept(changed("INSERT INTO category_paths SELECT 'other', path, is_folder FROM category_paths"));
+  EXPECT_EQ(kept.of(url)->category, StorageCategoryID::communication);
+}
+
+TEST_F(ScannedOwnersTest, APackageOfAnEntryThatIsNotThereIsDamage) {
+  EXPECT_THROW(ScannedOwners(changed("INSERT INTO entry_packages VALUES(4294967295, 'com.example.package')")),
+               ScanError);
+  EXPECT_THROW(
+      ScannedOwners(changed("INSERT INTO entry_packages SELECT max(id) + 1, 'com.example.package' FROM entries")),
+      ScanError);
+  EXPECT_NO_THROW(
+      ScannedOwners(changed("INSERT INTO entry_packages SELECT max(id), 'com.example.package' FROM entries")));
+}
+
+// Its owner is its own bundle, which an entry does not say.
+TEST_F(ScannedOwnersTest, AnAppAmongTheEntriesHasNoAnswer) {
+  const std::string place = "~/Library/Application Support/Helper.app";
+  volume_.app(place, {.bundleIdentifier = "com.example.Helper", .name = "Helper"});
+  volume_.link("/Applications/Helper.app", volume_.path(place));
+  const Scan scan = scanned();
+  const FileURL app = volume_.url(place);
+  std::vector<std::string> entries;
+  for (const Ownership& entry : scan.entries()) entries.push_back(entry.url.path());
+  EXPECT_THAT(entries, testing::Contains(app.path()));
+  EXPECT_FALSE(ScannedOwners(scan).of(app));
 }
 
 TEST_F(ScannedOwnersTest, AnItemInAnEntryHasNoAnswerButTheEntryIsKnown) {

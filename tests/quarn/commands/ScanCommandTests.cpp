@@ -3,11 +3,13 @@
 
 #include <gmock/gmock.h>
 
+#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/Scan.h"
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/GoldenFile.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/UnprivilegedUser.h"
 
 namespace quarn::scan_command_tests {
 namespace {
@@ -95,7 +97,81 @@ TEST_F(ScanCommand, RefusesToWriteOnTheInspectedVolume) {
   EXPECT_FALSE(std::filesystem::exists(volume.host("~/tables")));
 }
 
-TEST_F(ScanCommand, RequiresAFile) { EXPECT_EQ(runOnSample({"scan"}).exitCode, 2); }
+TEST_F(ScanCommand, NoWayToTheInspectedVolumeIsWritten) {
+  MacVolume volume;
+  const std::string volumePath = volume.root();
+  std::filesystem::create_symlink(volumePath + "/Users", at("link"));
+  std::filesystem::create_symlink(volumePath + "/Users/new", at("new"));
+  volume.folder("~");
+  const std::string relative = std::filesystem::proximate(volumePath).string();
+  for (const std::string& target :
+       {at("link/made"), at("new"), relative + "/made",
+        volumePath + "/../" + std::filesystem::path(volumePath).filename().string() + "/made"}) {
+    for (const char* option : {"-o", "--export"}) {
+      EXPECT_EQ(runQuarn({"--volume", volumePath, "scan", option, target}).exitCode, 2) << option << " " << target;
+      EXPECT_EQ(runQuarn({"scan", option, target}, "", {"QUARN_VOLUME=" + volumePath}).exitCode, 2) << target;
+    }
+  }
+  EXPECT_FALSE(std::filesystem::exists(volumePath + "/made"));
+  EXPECT_FALSE(std::filesystem::exists(volumePath + "/Users/made"));
+  EXPECT_FALSE(std::filesystem::exists(volumePath + "/Users/new"));
+  std::filesystem::create_symlink(at(""), volume.host("~/out"));
+  EXPECT_EQ(runQuarn({"--volume", volumePath, "scan", "-o", volume.host("~/out/scan")}).exitCode, 0)
+      << "the link is on the volume, the file is not";
+}
+
+TEST_F(ScanCommand, WhatCouldNotBeReadIsSaidByTheScanAndByEveryAnswerFromIt) {
+  MacVolume volume;
+  volume.file("~/Documents/a", 5'000).file("~/Closed/b", 5'000).mode("~/Closed", 0000);
+  folder_.mode("/scans", 0777);
+  const UnprivilegedUser user;
+  EXPECT_EQ(runQuarn({"--volume", volume.root(), "scan", "-o", at("scan")}).exitCode, 4);
+  for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+           {"storage"}, {"apps"}, {"leftovers"}, {"top"}, {"report", "-o", "-"}, {"scan", "--export", at("tables")}}) {
+    std::vector<std::string> asked = words;
+    asked.insert(asked.end(), {"--scan", at("scan")});
+    const CommandRun run = runQuarn(asked);
+    EXPECT_EQ(run.exitCode, 4) << words.front();
+    EXPECT_THAT(run.err, HasSubstr("permission denied: /Users/ann/Closed")) << words.front();
+  }
+  const CommandRun closed = runQuarn({"top", "~/Closed", "--scan", at("scan")});
+  EXPECT_THAT(closed.err, HasSubstr("the scan does not have /Users/ann/Closed"));
+}
+
+TEST_F(ScanCommand, FilesThatTheScanDoesNotHaveAreSaid) {
+  MacVolume volume;
+  volume.file("~/Documents/a", 50'000).file("~/Documents/b", 5'000);
+  (void)runQuarn({"--volume", volume.root(), "scan", "-o", at("scan")});
+  EXPECT_THAT(runQuarn({"top", "--scan", at("scan")}).err, Not(HasSubstr("only files larger than")));
+  Database database = Database::makeIn(at("scan"));
+  database.execute("UPDATE scan SET kept_above=8192; DELETE FROM large_files WHERE allocated <= 8192");
+  database.close();
+  for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+           {"top"}, {"top", "~/Documents", "--children"}, {"top", "~/Documents", "--files"}, {"report", "-o", "-"}}) {
+    std::vector<std::string> asked = words;
+    asked.insert(asked.end(), {"--scan", at("scan")});
+    const CommandRun run = runQuarn(asked);
+    EXPECT_THAT(run.err, HasSubstr("the scan has only files larger than 8 KB")) << testing::PrintToString(words);
+    EXPECT_EQ(run.exitCode, 0) << testing::PrintToString(words);
+  }
+  EXPECT_THAT(runQuarn({"top", "--limit", "1", "--scan", at("scan")}).err, Not(HasSubstr("only files larger than")));
+}
+
+TEST_F(ScanCommand, RequiresAFile) {
+  EXPECT_EQ(runOnSample({"scan"}).exitCode, 2);
+  EXPECT_EQ(runOnSample({"scan", "-o", ""}).exitCode, 2);
+}
+
+TEST_F(ScanCommand, ExportsIntoAFolderThatExistsButNotIntoAFileOrAMissingFolder) {
+  folder_.text("/scans/tables/apps.csv", "old").text("/scans/tables/mine", "kept").text("/scans/file", "kept");
+  (void)runOnSample({"scan", "--export", at("tables")});
+  EXPECT_THAT(contentOf(at("tables/apps.csv")), StartsWith("id,name,"));
+  EXPECT_EQ(contentOf(at("tables/mine")), "kept");
+  EXPECT_EQ(runOnSample({"scan", "--export", at("file")}).exitCode, 1);
+  EXPECT_EQ(contentOf(at("file")), "kept");
+  EXPECT_EQ(runOnSample({"scan", "--export", at("missing/tables")}).exitCode, 3);
+  EXPECT_FALSE(std::filesystem::exists(at("missing")));
+}
 
 TEST_F(ScanCommand, ExportsTheTablesBesideAScan) {
   const CommandRun run = runOnSample({"scan", "--export", at("tables")});
@@ -184,6 +260,35 @@ TEST_F(DiffCommand, ExitsWithOneOnlyIfAskedAndOnlyIfSomethingDiffers) {
   EXPECT_EQ(diff({"--exit-code"}).exitCode, 1);
   EXPECT_EQ(runQuarn({"diff", at("new"), at("new"), "--exit-code"}).exitCode, 0);
   EXPECT_EQ(runQuarn({"diff", at("new"), at("new")}).out, "No difference.\n");
+}
+
+TEST_F(DiffCommand, TheSmallestSizeDecidesAboutTheExitCodeAndIsAMillionBytes) {
+  volume_.file("~/Pictures/a", 10);
+  (void)runQuarn({"--volume", volume_.root(), "scan", "-o", at("old")});
+  volume_.file("~/Pictures/b", 900'000);
+  (void)runQuarn({"--volume", volume_.root(), "scan", "-o", at("new")});
+  const auto exitCodeOf = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), {"diff", at("old"), at("new"), "--exit-code"});
+    return runQuarn(words).exitCode;
+  };
+  EXPECT_EQ(exitCodeOf({}), 0);
+  EXPECT_EQ(exitCodeOf({"--min-size", "800000"}), 1);
+  EXPECT_EQ(exitCodeOf({"--min-size", "800000", "--json"}), 1);
+  EXPECT_EQ(exitCodeOf({"--min-size", "800000", "--ndjson"}), 1);
+  volume_.file("~/Pictures/c", 200'000);
+  (void)runQuarn({"--volume", volume_.root(), "scan", "-o", at("new")});
+  EXPECT_EQ(exitCodeOf({}), 1);
+}
+
+TEST_F(DiffCommand, AScanThatIsDamagedIsAnErrorThatNamesIt) {
+  (void)diff({});
+  folder_.text("/scans/text", "not a scan");
+  for (const auto& files : {std::pair(at("old"), at("text")), std::pair(at("text"), at("new"))}) {
+    const CommandRun run = runQuarn({"diff", files.first, files.second, "--exit-code"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, "");
+    EXPECT_THAT(run.err, StartsWith("quarn: " + at("text") + " is not a scan"));
+  }
 }
 
 TEST_F(DiffCommand, PrintsADocumentAndLines) {
