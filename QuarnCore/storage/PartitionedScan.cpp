@@ -1,7 +1,11 @@
 #include "QuarnCore/storage/PartitionedScan.h"
 
 #include <chrono>
+#include <cstddef>
+#include <deque>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "QuarnPlatform/base/Pace.h"
 #include "QuarnPlatform/files/ReadReport.h"
@@ -42,96 +46,128 @@ class ThrottledUpdates {
   Pace pace_;
 };
 
+void reportUnreadable(const std::vector<TreeSizer::TreeTotals>& found, const FileManager& files) {
+  if (files.readReport() == nullptr) return;
+  for (const TreeSizer::TreeTotals& tree : found) {
+    if (tree.error) files.readReport()->add(tree.error->path(), tree.error->error());
+  }
+}
+
 }  // namespace
 
+/// What is known of the roots before the walk, and the trees that it walks.
+struct PartitionedScan::Walks {
+  struct Root {
+    const ScanRoot* root;
+    Totals ofFile{};                    // of a root that is a file
+    std::optional<std::size_t> tree{};  // of one that is a folder
+  };
+
+  std::vector<Root> roots{};
+  std::vector<TreeSizer::Tree> trees{};
+  std::deque<RecordedAttribution> recorded{};  // those of the trees of a recorded scan
+};
+
 PartitionedScan::PartitionedScan(ScanPlan plan, ScanRules::Dictionary categoryByExtension, const FileManager& files)
-    : plan_(std::move(plan)), rules_(plan_, std::move(categoryByExtension)), itemByItem_(rules_), files_(files) {}
+    : plan_(std::move(plan)),
+      rules_(plan_, std::move(categoryByExtension)),
+      itemByItem_(rules_),
+      whole_(rules_, ScanMode::Kind::enumerate),
+      wholeOfFast_(rules_, ScanMode::Kind::fast),
+      files_(files) {}
 
 Totals PartitionedScan::run(const Observers& observers, const Cancellation& cancellation,
                             std::chrono::milliseconds interval) {
   recorded_ = observers.recorded;
-  Totals totals{};
+  const Walks walks = planWalks(cancellation);
+  Totals ofFiles{};
+  for (const Walks::Root& root : walks.roots) ofFiles = sum(ofFiles, root.ofFile);
   ThrottledUpdates updates(observers.onUpdate, interval);
-  TreeSizer::Options options{
-      .cancellation = cancellation, .interval = interval, .helperCount = TreeSizer::makeHelperCount(/*threads=*/0)};
-  if (updates.areWanted()) options.onProgress = [&](const Totals& ofRoot) { updates.offer(sum(totals, ofRoot)); };
-  if (recorded_ != nullptr) placeRoots();
-  if (recorded_ != nullptr && !rules_.isRoot(ScanRules::Trie::kRoot)) recordRest("/", options);
-  for (const ScanRoot& root : plan_.roots) {
-    if (cancellation.isCancelled()) break;
-    if (!root.mode.isFast()) logStart(root);
-    options.hidden = root.mode.includeHidden ? HiddenItems::include : HiddenItems::skip;
-    const Totals ofRoot = sizeRoot(root, options);
+  TreeSizer::Options options{.cancellation = cancellation, .interval = interval, .observer = recorded_};
+  if (updates.areWanted()) options.onProgress = [&](const Totals& soFar) { updates.offer(sum(ofFiles, soFar)); };
+  const std::vector<TreeSizer::TreeTotals> found = TreeSizer::totals(files_, walks.trees, options);
+  reportUnreadable(found, files_);
+  Totals totals{};
+  for (const Walks::Root& root : walks.roots) {
+    if (root.tree && !found[*root.tree].isStarted) continue;
+    const Totals& ofRoot = root.tree ? found[*root.tree].totals : root.ofFile;
     totals = sum(totals, ofRoot);
-    if (root.mode.isFast()) logSize(root, ofRoot);
-    if (observers.onRoot) observers.onRoot(root, ofRoot);
-    updates.offer(totals);
+    if (root.root->mode.isFast()) logSize(*root.root, ofRoot);
+    if (observers.onRoot) observers.onRoot(*root.root, ofRoot);
   }
   updates.finish(totals);
   return totals;
 }
 
-Totals PartitionedScan::sizeRoot(const ScanRoot& root, const TreeSizer::Options& options) const {
+PartitionedScan::Walks PartitionedScan::planWalks(const Cancellation& cancellation) const {
+  Walks walks;
+  if (recorded_ != nullptr) {
+    placeRoots();
+    if (!rules_.isRoot(ScanRules::Trie::kRoot)) planRest("/", walks);
+  }
+  for (const ScanRoot& root : plan_.roots) {
+    if (cancellation.isCancelled()) break;
+    if (!root.mode.isFast()) logStart(root);
+    walks.roots.push_back({.root = &root});
+    planRoot(root, walks);
+  }
+  return walks;
+}
+
+void PartitionedScan::planRoot(const ScanRoot& root, Walks& walks) const {
   const std::optional<ItemFacts> facts = files_.facts(FileURL(root.location), Links::doNotFollow);
   const std::optional<StorageCategoryID> dictionary = rules_.dictionaryCategory(path::lastComponent(root.location));
-  if (!facts) return {};
+  if (!facts) return;
   if (recorded_ != nullptr && facts->type == FileType::regular) {
     recorded_->addFile(root.location, facts->sizes, facts->modifiedSeconds);
   }
   if (dictionary == StorageCategoryID::free) {
-    if (recorded_ != nullptr && facts->type == FileType::directory) recordRest(root.location, options);
-    return {};
+    if (recorded_ != nullptr && facts->type == FileType::directory) planRest(root.location, walks);
+    return;
   }
   const StorageCategoryID byPlace = rules_.longestRule(root.location, root.home).value_or(root.defaultCategory);
   const std::uint8_t bucket = bucketOf(dictionary.value_or(byPlace));
-  if (facts->type == FileType::directory) return sizeFolder(root, dictionary.has_value(), bucket, options);
-  Totals totals{};
-  totals[bucket] = facts->sizes;
-  return totals;
+  if (facts->type == FileType::directory) {
+    planFolder(root, dictionary.has_value(), bucket, walks);
+  } else {
+    walks.roots.back().ofFile[bucket] = facts->sizes;
+  }
 }
 
 // A root that is a package or has an extension of the dictionary counts as one item in any mode.
-Totals PartitionedScan::sizeFolder(const ScanRoot& root, bool isInDictionary, std::uint8_t bucket,
-                                   const TreeSizer::Options& options) const {
-  const FileURL folder(root.location, URLKind::directory);
-  const bool isOneItem = isInDictionary || files_.isPackage(folder);
-  const bool countsWhole = isOneItem || root.mode.isFast();
-  if (root.mode.isFast() && !root.mode.allowSlow) return {};
+void PartitionedScan::planFolder(const ScanRoot& root, bool isInDictionary, std::uint8_t bucket, Walks& walks) const {
+  const bool isFast = root.mode.isFast();
+  const bool isOneItem = isInDictionary || files_.isPackage(FileURL(root.location, URLKind::directory));
+  if (isFast && !root.mode.allowSlow) return;
   const Attribution::Step start{.node = rules_.find(root.location),
-                                .bucket = countsWhole && !isOneItem ? bucketOf(root.defaultCategory) : bucket};
-  const WholeAttribution whole(rules_, root.mode.kind);
-  const Attribution& attribution = countsWhole ? static_cast<const Attribution&>(whole) : itemByItem_;
-  return walk(root.location, attribution, start, options);
+                                .bucket = isFast && !isOneItem ? bucketOf(root.defaultCategory) : bucket};
+  const Attribution& asWhole = isFast ? wholeOfFast_ : whole_;
+  walks.roots.back().tree = walks.trees.size();
+  planTree(root.location, isOneItem || isFast ? asWhole : itemByItem_, start,
+           root.mode.includeHidden ? HiddenItems::include : HiddenItems::skip, walks);
 }
 
-void PartitionedScan::placeRoots() {
+void PartitionedScan::placeRoots() const {
   for (const ScanRoot& root : plan_.roots) {
     const bool isFolder = files_.isDirectory(FileURL(root.location));
     recorded_->place(isFolder ? root.location : path::parent(root.location), files_);
   }
 }
 
-// Counts for no category. Progress shows categories only.
-void PartitionedScan::recordRest(const std::string& location, TreeSizer::Options options) const {
-  const WholeAttribution whole(rules_, ScanMode::Kind::enumerate);
-  options.onProgress = nullptr;
-  walk(location, whole, RecordedAttribution::restAt(rules_.find(location)), options);
+// Counts for no category.
+void PartitionedScan::planRest(const std::string& location, Walks& walks) const {
+  planTree(location, whole_, RecordedAttribution::restAt(rules_.find(location)), HiddenItems::include, walks);
 }
 
-Totals PartitionedScan::walk(const std::string& location, const Attribution& attribution,
-                             const Attribution::Step& start, TreeSizer::Options options) const {
-  const FileURL folder(location, URLKind::directory);
-  const RecordedAttribution everything(attribution, rules_);
+void PartitionedScan::planTree(const std::string& location, const Attribution& attribution,
+                               const Attribution::Step& start, HiddenItems hidden, Walks& walks) const {
+  TreeSizer::Tree tree{
+      .root = FileURL(location, URLKind::directory), .attribution = &attribution, .rootStep = start, .hidden = hidden};
   if (recorded_ != nullptr) {
-    options.observer = recorded_;
-    options.observedRoot = recorded_->place(location, files_);
+    tree.attribution = &walks.recorded.emplace_back(attribution, rules_);
+    tree.observedRoot = recorded_->place(location, files_);
   }
-  try {
-    return TreeSizer::totals(files_, folder, recorded_ != nullptr ? everything : attribution, start, options);
-  } catch (const FileError& error) {
-    if (ReadReport* report = files_.readReport()) report->add(error.path(), error.error());
-    return {};
-  }
+  walks.trees.push_back(std::move(tree));
 }
 
 void PartitionedScan::logStart(const ScanRoot& root) const {

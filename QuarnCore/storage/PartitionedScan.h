@@ -14,8 +14,9 @@
 
 namespace quarn {
 
-/// Walks a scan plan root by root and adds the bytes of each regular file to at most one category. Single use. The
-/// file manager must outlive it.
+/// Walks the roots of a scan plan and adds the bytes of each regular file to at most one category. The walk begins the
+/// roots in order, and begins the next one while threads are still busy with those before it. Single use. The file
+/// manager must outlive it.
 class PartitionedScan {
  public:
   using Totals = TreeSizer::Totals;  ///< by index of the category
@@ -40,19 +41,23 @@ class PartitionedScan {
              std::chrono::milliseconds interval = TreeSizer::kProgressInterval);
 
  private:
-  void placeRoots();
-  void recordRest(const std::string& location, TreeSizer::Options options) const;
-  Totals walk(const std::string& location, const Attribution& attribution, const Attribution::Step& start,
-              TreeSizer::Options options) const;
-  [[nodiscard]] Totals sizeRoot(const ScanRoot& root, const TreeSizer::Options& options) const;
-  [[nodiscard]] Totals sizeFolder(const ScanRoot& root, bool isInDictionary, std::uint8_t bucket,
-                                  const TreeSizer::Options& options) const;
+  struct Walks;
+
+  [[nodiscard]] Walks planWalks(const Cancellation& cancellation) const;
+  void placeRoots() const;
+  void planRoot(const ScanRoot& root, Walks& walks) const;
+  void planFolder(const ScanRoot& root, bool isInDictionary, std::uint8_t bucket, Walks& walks) const;
+  void planRest(const std::string& location, Walks& walks) const;
+  void planTree(const std::string& location, const Attribution& attribution, const Attribution::Step& start,
+                HiddenItems hidden, Walks& walks) const;
   void logStart(const ScanRoot& root) const;
   void logSize(const ScanRoot& root, const Totals& totals) const;
 
   ScanPlan plan_;
   ScanRules rules_;
   ItemAttribution itemByItem_;
+  WholeAttribution whole_;
+  WholeAttribution wholeOfFast_;
   const FileManager& files_;
   RecordedFolders* recorded_ = nullptr;
 };

@@ -94,13 +94,13 @@ struct ReadAhead::Worker {
 
 ReadAhead::ReadAhead(FileDescriptor root, const WalkOptions& options, AccessTimes accessTimes)
     : options_(options),
-      folders_(std::move(root), accessTimes),
+      folders_(accessTimes),
       helperCount_(options.readAheadThreads, HelperCount::furtherCores()),
       root_(std::make_unique<Folder>()),
       worker_(std::make_unique<Worker>(options_)) {
   plan_.earlier = plan_.later = &plan_;
   worker_->prepare();
-  root_->use = folders_.root();
+  root_->use = folders_.addRoot(std::move(root));
   readFolder(*root_, PinnedFolder(*root_->use).descriptor(), *worker_);
   root_->isEntered = true;
   planBefore(*root_, plan_);

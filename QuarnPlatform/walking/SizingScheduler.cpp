@@ -1,7 +1,9 @@
 #include "QuarnPlatform/walking/SizingScheduler.h"
 
+#include <algorithm>
 #include <chrono>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "QuarnPlatform/base/FileError.h"
@@ -14,22 +16,34 @@ namespace {
 // The start of a thread costs about this much. Work that is done sooner is not worth one (more).
 constexpr auto kTimePerThread = std::chrono::microseconds(300);
 
+constexpr unsigned kFewestThreads = 8;  // as many as may pay on any machine
+constexpr unsigned kMostThreads = 16;
+
+unsigned threadsThatMayPay() { return std::clamp(std::thread::hardware_concurrency(), kFewestThreads, kMostThreads); }
+
+unsigned mostHelpers(unsigned threads) { return (threads != 0 ? threads : threadsThatMayPay()) - 1; }
+
 }  // namespace
 
-SizingScheduler::SizingScheduler(const FileManager& files, const FileURL& root, const Attribution& attribution,
+SizingScheduler::SizingScheduler(const FileManager& files, const std::vector<TreeSizer::Tree>& trees,
                                  const TreeSizer::Options& options)
     : files_(files),
-      root_(root),
-      attribution_(attribution),
       options_(options),
-      needsPackages_(attribution.needsPackages()),
-      folders_(files.openDirectory(root, Links::doNotFollow), files.accessTimes()),
-      helperCount_(options.helperCount ? options.helperCount : TreeSizer::makeHelperCount(options.threads)) {}
+      folders_(files.accessTimes()),
+      helperCount_(mostHelpers(options.threads), options.threads != 0 ? options.threads : HelperCount::furtherCores()),
+      trees_(trees.begin(), trees.end()) {}
 
-TreeSizer::Totals SizingScheduler::finish() {
+std::vector<TreeSizer::TreeTotals> SizingScheduler::finish() {
   stopAndJoin();
   if (failure_) std::rethrow_exception(failure_);
-  return totals_;
+  std::vector<TreeSizer::TreeTotals> found;
+  found.reserve(trees_.size());
+  for (SizedTree& tree : trees_) found.push_back(std::move(tree.found));
+  return found;
+}
+
+WalkedFolders::Use SizingScheduler::openRoot(const SizedTree& tree) {
+  return folders_.addRoot(files_.openDirectory(tree.tree.root, Links::doNotFollow));
 }
 
 void SizingScheduler::push(std::shared_ptr<SubFolders> folders) {
@@ -51,8 +65,14 @@ bool SizingScheduler::pop(SizingTask& task) {
     parts_.pop_back();
     return true;
   }
-  if (subFolders_.empty()) return false;
+  if (subFolders_.empty()) {
+    if (nextTree_ == trees_.size()) return false;
+    task.tree = &trees_[nextTree_++];
+    task.tree->found.isStarted = true;
+    return true;
+  }
   const std::shared_ptr<SubFolders> top = subFolders_.back();
+  task.tree = top->tree;
   task.siblings = top;
   task.item = top->items[top->nextItem++];
   task.name = top->names.c_str() + top->nextName;
@@ -63,13 +83,26 @@ bool SizingScheduler::pop(SizingTask& task) {
 
 void SizingScheduler::addTotals(UnsharedTotals& unshared) {
   if (unshared.files == 0) return;
-  for (std::size_t bucket = 0; bucket < totals_.size(); ++bucket) totals_[bucket] += unshared.totals[bucket];
+  TreeSizer::Totals& totals = unshared.tree->found.totals;
+  try {
+    for (std::size_t bucket = 0; bucket < totals.size(); ++bucket) totals[bucket] += unshared.totals[bucket];
+  } catch (const SizeOverflow&) {
+    throw SizeOverflow(unshared.tree->tree.root.path());
+  }
   unshared.totals = {};
   unshared.files = 0;
 }
 
+TreeSizer::Totals SizingScheduler::sumOfTrees() const {
+  TreeSizer::Totals sum{};
+  for (const SizedTree& tree : trees_) {
+    for (std::size_t bucket = 0; bucket < sum.size(); ++bucket) sum[bucket] += tree.found.totals[bucket];
+  }
+  return sum;
+}
+
 bool SizingScheduler::take(UnsharedTotals& unshared, SizingTask& task) {
-  if (isCaller()) doCallersWork();
+  if (isCaller()) doCallersWork(unshared);
   std::unique_lock lock(mutex_);
   --busy_;
   if (unshared.files >= kEntriesBetweenChecks) addTotals(unshared);
@@ -82,23 +115,27 @@ bool SizingScheduler::take(UnsharedTotals& unshared, SizingTask& task) {
       changed_.notify_all();
       return false;
     }
-    wait(lock);
+    wait(unshared, lock);
   }
   ++busy_;
+  if (task.tree != unshared.tree) {
+    addTotals(unshared);
+    unshared.tree = task.tree;
+  }
   // Each thread that is woken wakes the next one while there is work left.
-  if (hasIdleThread() && !(parts_.empty() && subFolders_.empty())) changed_.notify_one();
+  if (hasIdleThread() && hasWork()) changed_.notify_one();
   return true;
 }
 
 bool SizingScheduler::shareTotals(UnsharedTotals& unshared) {
-  if (isCaller()) doCallersWork();
+  if (isCaller()) doCallersWork(unshared);
   const std::lock_guard lock(mutex_);
   addTotals(unshared);
   if (options_.cancellation.isCancelled()) stopped_ = true;
   return !stopped_;
 }
 
-void SizingScheduler::wait(std::unique_lock<std::mutex>& lock) {
+void SizingScheduler::wait(UnsharedTotals& unshared, std::unique_lock<std::mutex>& lock) {
   ++waiting_;
   if (isCaller() && options_.onProgress) {
     changed_.wait_until(lock, lastProgress_ + options_.interval);
@@ -108,13 +145,13 @@ void SizingScheduler::wait(std::unique_lock<std::mutex>& lock) {
   --waiting_;
   if (!isCaller()) return;
   lock.unlock();
-  doCallersWork();
+  doCallersWork(unshared);
   lock.lock();
 }
 
 // What only the calling thread does, without the lock: it starts helpers and reports progress.
-void SizingScheduler::doCallersWork() {
-  const bool startsHelpers = helper_ && helpers_.size() < helperCount_->wanted() && !hasIdleThread();
+void SizingScheduler::doCallersWork(UnsharedTotals& unshared) {
+  const bool startsHelpers = helper_ && helpers_.size() < helperCount_.wanted() && !hasIdleThread();
   if (!options_.onProgress && !startsHelpers) return;
   const HelperCount::Clock::time_point now = HelperCount::Clock::now();
   if (startsHelpers && (options_.threads != 0 || now > started_ + kTimePerThread * (helpers_.size() + 1)))
@@ -122,7 +159,8 @@ void SizingScheduler::doCallersWork() {
   if (!options_.onProgress || now < lastProgress_ + options_.interval) return;
   lastProgress_ = now;
   std::unique_lock lock(mutex_);
-  const TreeSizer::Totals soFar = totals_;
+  addTotals(unshared);
+  const TreeSizer::Totals soFar = sumOfTrees();
   lock.unlock();
   options_.onProgress(soFar);
 }
@@ -134,7 +172,7 @@ void SizingScheduler::startHelper() {
     helpers_.emplace_back([this] { help(); });
   } catch (const std::system_error&) {
     addBusy(-1);
-    helperCount_->limit(static_cast<unsigned>(helpers_.size()));
+    helperCount_.limit(static_cast<unsigned>(helpers_.size()));
   }
 }
 
@@ -166,22 +204,19 @@ void SizingScheduler::stopAndJoin() {
   helpers_.clear();
 }
 
-void SizingScheduler::reportUnreadable(const SizedFolder& folder, std::string_view name, int error) const {
-  if (files_.readReport() == nullptr) return;
-  report(folder.pathOf(name), error);
+void SizingScheduler::reportUnreadable(const SizedTree& tree, const SizedFolder& folder, std::string_view name,
+                                       int error) const {
+  if (files_.readReport() != nullptr) files_.readReport()->add(tree.pathOf(folder.pathOf(name)), error);
 }
 
-void SizingScheduler::reportUnreadable(const WalkedFolders::Use& parent, std::string_view name, int error) const {
-  if (files_.readReport() != nullptr) report(parent.path().append("/").append(name), error);
+void SizingScheduler::reportUnreadable(const SizedTree& tree, const WalkedFolders::Use& parent, std::string_view name,
+                                       int error) const {
+  if (files_.readReport() != nullptr)
+    files_.readReport()->add(tree.pathOf(parent.path().append("/").append(name)), error);
 }
 
-void SizingScheduler::reportUnreadable(const WalkedFolders::Use& folder, int error) const {
-  if (files_.readReport() != nullptr) report(folder.path(), error);
-}
-
-void SizingScheduler::report(const std::string& pathBelowRoot, int error) const {
-  const std::string path = root_.path() == "/" ? pathBelowRoot : root_.path() + pathBelowRoot;
-  files_.readReport()->add(path.empty() ? "/" : path, error);
+void SizingScheduler::reportUnreadable(const SizedTree& tree, const WalkedFolders::Use& folder, int error) const {
+  if (files_.readReport() != nullptr) files_.readReport()->add(tree.pathOf(folder.path()), error);
 }
 
 }  // namespace quarn

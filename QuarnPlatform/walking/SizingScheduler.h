@@ -22,11 +22,11 @@
 
 namespace quarn {
 
-/// What the threads of one sizing walk share: the queue, the totals, and who is busy.
+/// What the threads of one sizing walk share: the trees, the queue, the totals, and who is busy.
 ///
-/// Who owns what. The scheduler owns the queue, the sum of the shared totals and the helper threads. Each thread owns a
-/// worker (`SizingWorker`): its reader, its totals since it last shared them, and the folder that it reads. A task
-/// belongs to the thread that took it. `WalkedFolders` owns the open descriptors.
+/// Who owns what. The scheduler owns the trees with their shared totals, the queue and the helper threads. Each thread
+/// owns a worker (`SizingWorker`): its reader, its totals since it last shared them, and the folder that it reads. A
+/// task belongs to the thread that took it. `WalkedFolders` owns the open descriptors.
 ///
 /// States of a thread: busy (reading; counted in `busy_`), idle (in `wait`; counted in `waiting_`), ended. A thread
 /// that takes a task becomes busy, one that finds the queue empty becomes idle. The walk ends when `stopped_` is set:
@@ -43,12 +43,13 @@ namespace quarn {
 /// enough to pay for them, and it alone calls `onProgress`.
 ///
 /// Memory. The queue is last in, first out, so the walk goes deep: it holds the subfolders of the folders on the way
-/// down and those of each thread's folder, never all files.
+/// down and those of each thread's folder, never all files. A tree is begun when the queue is empty, so at most as many
+/// trees are open as there are threads.
 class SizingScheduler {
  public:
   static constexpr unsigned kEntriesBetweenChecks = 256;
 
-  SizingScheduler(const FileManager& files, const FileURL& root, const Attribution& attribution,
+  SizingScheduler(const FileManager& files, const std::vector<TreeSizer::Tree>& trees,
                   const TreeSizer::Options& options);
   ~SizingScheduler() { stopAndJoin(); }
   SizingScheduler(const SizingScheduler&) = delete;
@@ -58,22 +59,18 @@ class SizingScheduler {
 
   /// What each helper thread does; without it none is started. To be set before work begins.
   void setHelper(std::function<void()> helper) { helper_ = std::move(helper); }
-  /// Waits for the helpers and returns the totals.
-  TreeSizer::Totals finish();
+  /// Waits for the helpers and returns the totals of the trees.
+  std::vector<TreeSizer::TreeTotals> finish();
 
   // For the workers, on any thread.
 
-  [[nodiscard]] WalkedFolders::Use rootFolder() { return folders_.root(); }
-  [[nodiscard]] const FileURL& root() const { return root_; }
-  [[nodiscard]] const Attribution& attribution() const { return attribution_; }
-  [[nodiscard]] bool skipsHidden() const { return options_.hidden == HiddenItems::skip; }
-  [[nodiscard]] bool needsPackages() const { return needsPackages_; }
+  /// Opens the root of a tree. Throws FileError.
+  [[nodiscard]] WalkedFolders::Use openRoot(const SizedTree& tree);
   /// Null for nobody.
   [[nodiscard]] FolderObserver* observer() const { return options_.observer; }
   /// Null for nobody.
   [[nodiscard]] LinkedNames* linked() const { return options_.linked; }
-  [[nodiscard]] FolderObserver::Folder observedRoot() const { return options_.observedRoot; }
-  [[nodiscard]] HelperCount& helperCount() { return *helperCount_; }
+  [[nodiscard]] HelperCount& helperCount() { return helperCount_; }
   [[nodiscard]] bool isCancelled() const { return options_.cancellation.isCancelled(); }
   [[nodiscard]] bool hasIdleThread() const { return waiting_.load(std::memory_order_relaxed) != 0; }
   void push(std::shared_ptr<SubFolders> folders);
@@ -83,31 +80,30 @@ class SizingScheduler {
   /// Adds the thread's totals to the walk's and clears them. False when the walk is to end. To be called now and then
   /// during a long task.
   bool shareTotals(UnsharedTotals& unshared);
-  void reportUnreadable(const SizedFolder& folder, std::string_view name, int error) const;
-  void reportUnreadable(const WalkedFolders::Use& parent, std::string_view name, int error) const;
-  void reportUnreadable(const WalkedFolders::Use& folder, int error) const;
+  void reportUnreadable(const SizedTree& tree, const SizedFolder& folder, std::string_view name, int error) const;
+  void reportUnreadable(const SizedTree& tree, const WalkedFolders::Use& parent, std::string_view name,
+                        int error) const;
+  void reportUnreadable(const SizedTree& tree, const WalkedFolders::Use& folder, int error) const;
 
  private:
   [[nodiscard]] bool isCaller() const { return std::this_thread::get_id() == caller_; }
-  void report(const std::string& pathBelowRoot, int error) const;
+  [[nodiscard]] bool hasWork() const { return !parts_.empty() || !subFolders_.empty() || nextTree_ < trees_.size(); }
   bool pop(SizingTask& task);
   void addTotals(UnsharedTotals& unshared);
-  void wait(std::unique_lock<std::mutex>& lock);
-  void doCallersWork();
+  [[nodiscard]] TreeSizer::Totals sumOfTrees() const;
+  void wait(UnsharedTotals& unshared, std::unique_lock<std::mutex>& lock);
+  void doCallersWork(UnsharedTotals& unshared);
   void startHelper();
   void help();
   void addBusy(int threads);
   void stopAndJoin();
 
   const FileManager& files_;
-  const FileURL& root_;
-  const Attribution& attribution_;
   const TreeSizer::Options& options_;
-  const bool needsPackages_;
   const std::thread::id caller_ = std::this_thread::get_id();
   const HelperCount::Clock::time_point started_ = HelperCount::Clock::now();
   WalkedFolders folders_;  // outlives the uses in the queue
-  const std::shared_ptr<HelperCount> helperCount_;
+  HelperCount helperCount_;
 
   // Constants, what is read for every entry, and what changes under the lock are on cache lines of their own: a thread
   // that writes to a line slows down all threads that read it.
@@ -117,7 +113,8 @@ class SizingScheduler {
   std::condition_variable changed_;
   std::vector<std::shared_ptr<SubFolders>> subFolders_;  // none is empty; the last is taken from first
   std::vector<SizingTask> parts_;                        // taken before subfolders
-  TreeSizer::Totals totals_{};
+  std::vector<SizedTree> trees_;                         // never grows or shrinks; see `SizedTree::found`
+  std::size_t nextTree_ = 0;                             // begun after the queue
   int busy_ = 1;                // threads that may still queue something; the caller from the start. 0 only at the end
   bool stopped_ = false;        // never reset
   std::exception_ptr failure_;  // the first of a helper

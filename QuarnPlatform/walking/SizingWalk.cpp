@@ -1,5 +1,4 @@
-#include <algorithm>
-#include <thread>
+#include <vector>
 
 #include "QuarnPlatform/walking/SizingScheduler.h"
 #include "QuarnPlatform/walking/SizingWorker.h"
@@ -9,13 +8,6 @@
 
 namespace quarn {
 namespace {
-
-constexpr unsigned kFewestThreads = 8;  // as many as may pay on any machine
-constexpr unsigned kMostThreads = 16;
-
-unsigned threadsThatMayPay() { return std::clamp(std::thread::hardware_concurrency(), kFewestThreads, kMostThreads); }
-
-unsigned mostHelpers(unsigned threads) { return (threads != 0 ? threads : threadsThatMayPay()) - 1; }
 
 class WholeTree : public Attribution {
  public:
@@ -27,23 +19,24 @@ class WholeTree : public Attribution {
 
 }  // namespace
 
-std::shared_ptr<HelperCount> TreeSizer::makeHelperCount(unsigned threads) {
-  return std::make_shared<HelperCount>(mostHelpers(threads), threads != 0 ? threads : HelperCount::furtherCores());
+std::vector<TreeSizer::TreeTotals> TreeSizer::totals(const FileManager& files, const std::vector<Tree>& trees,
+                                                     const Options& options) {
+  SizingScheduler scheduler(files, trees, options);
+  scheduler.setHelper([&scheduler] { SizingWorker(scheduler).work(); });
+  SizingWorker(scheduler).work();
+  return scheduler.finish();
 }
 
 TreeSizer::Totals TreeSizer::totals(const FileManager& files, const FileURL& root, const Attribution& attribution,
                                     const Attribution::Step& rootStep, const Options& options) {
-  try {
-    SizingScheduler scheduler(files, root, attribution, options);
-    if (options.cancellation.isCancelled()) return {};
-    scheduler.setHelper([&scheduler] { SizingWorker(scheduler).work(); });
-    SizingWorker caller(scheduler);
-    caller.readRoot(rootStep);
-    caller.work();
-    return scheduler.finish();
-  } catch (const SizeOverflow&) {
-    throw SizeOverflow(root.path());
-  }
+  const std::vector<Tree> trees{{.root = root,
+                                 .attribution = &attribution,
+                                 .rootStep = rootStep,
+                                 .hidden = options.hidden,
+                                 .observedRoot = options.observedRoot}};
+  const TreeTotals found = totals(files, trees, options).front();
+  if (found.error) throw FileError(*found.error);
+  return found.totals;
 }
 
 ByteCounts TreeSizer::total(const FileManager& files, const FileURL& root, const Options& options) {

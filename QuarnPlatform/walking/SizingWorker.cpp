@@ -20,18 +20,30 @@ constexpr std::size_t kScratchItems = 4096;
 
 }  // namespace
 
-void SizingWorker::readRoot(const Attribution::Step& rootStep) {
-  const auto use = std::make_shared<const WalkedFolders::Use>(scheduler_.rootFolder());
-  const PinnedFolder pinned(*use);
-  SizedFolder root(use, pinned.descriptor(), rootStep, scheduler_.observedRoot());
-  if (const int error = read(root); error != 0) {
-    scheduler_.reportUnreadable(*use, error);
-    throwFileError(error, "list", scheduler_.root().path());
+// Counts the files directly in the root of a tree and queues its subfolders.
+void SizingWorker::readRoot() {
+  const TreeSizer::Tree& asked = tree().tree;
+  try {
+    const auto use = std::make_shared<const WalkedFolders::Use>(scheduler_.openRoot(tree()));
+    const PinnedFolder pinned(*use);
+    SizedFolder root(use, pinned.descriptor(), asked.rootStep, asked.observedRoot);
+    const int error = read(root);
+    if (error == 0) return;
+    scheduler_.reportUnreadable(tree(), *use, error);
+    throwFileError(error, "list", asked.root.path());
+  } catch (const FileError& error) {
+    tree().found.error = error;
   }
 }
 
 void SizingWorker::work() {
-  for (SizingTask task; scheduler_.take(unshared_, task); task = {}) run(task);
+  for (SizingTask task; scheduler_.take(unshared_, task); task = {}) {
+    try {
+      run(task);
+    } catch (const SizeOverflow&) {
+      throw SizeOverflow(tree().tree.root.path());
+    }
+  }
 }
 
 void SizingWorker::run(SizingTask& task) {
@@ -39,8 +51,10 @@ void SizingWorker::run(SizingTask& task) {
   calls_ = kCallsToSizeFolder;
   if (task.bigFolder) {
     readPart(task);
-  } else {
+  } else if (task.siblings) {
     enter(task);
+  } else {
+    readRoot();
   }
   noteTime();
 }
@@ -58,31 +72,30 @@ void SizingWorker::enter(SizingTask& task) {
   OpenedFolder opened = parent.open(task.name);
   if (!opened.descriptor.isOpen()) {
     if (scheduler_.observer() != nullptr) observe(task, -1, false);
-    return scheduler_.reportUnreadable(parent, task.name, opened.error);
+    return scheduler_.reportUnreadable(tree(), parent, task.name, opened.error);
   }
   SubFolders::Item& item = task.item;
   const bool decides = item.step.has_value() != item.asPackage.has_value();
   const bool isObserved = scheduler_.observer() != nullptr;
   BundleBit bit;
   if (decides || (isObserved && !isPackageName(task.name))) bit = bundleBit(opened.descriptor.get());
-  if (decides && bit.error != 0) scheduler_.reportUnreadable(parent, task.name, bit.error);
+  if (decides && bit.error != 0) scheduler_.reportUnreadable(tree(), parent, task.name, bit.error);
   // An error that decides nothing yet is met and reported again when it does.
   if (decides || (isObserved && bit.error == 0)) item.step = item.asPackage = bit.isSet ? item.asPackage : item.step;
   if (!item.step) return;
   if (ListingCount::wantsFolder()) tellFolder(parent, task.name);
   const FolderObserver::Folder observed = isObserved ? observe(task, opened.descriptor.get(), bit.isSet) : 0;
   SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage, observed);
-  if (const int error = read(folder); error != 0) scheduler_.reportUnreadable(parent, task.name, error);
+  if (const int error = read(folder); error != 0) scheduler_.reportUnreadable(tree(), parent, task.name, error);
 }
 
-void SizingWorker::tellFolder(const WalkedFolders::Use& parent, const char* name) const {
-  const std::string root = scheduler_.root().path() == "/" ? "" : scheduler_.root().path();
-  ListingCount::tell(root + parent.path() + "/" + name);
+void SizingWorker::tellFolder(const WalkedFolders::Use& parent, const char* name) {
+  ListingCount::tell(tree().pathOf(parent.path() + "/" + name));
 }
 
 void SizingWorker::readPart(SizingTask& task) {
   const PinnedFolder pinned(*task.bigFolder);
-  if (pinned.descriptor() < 0) return scheduler_.reportUnreadable(*task.bigFolder, pinned.error());
+  if (pinned.descriptor() < 0) return scheduler_.reportUnreadable(tree(), *task.bigFolder, pinned.error());
   SizedFolder folder(task.bigFolder, pinned.descriptor(), *task.item.step, task.observed);
   reader_.resume(pinned.descriptor(), std::move(task.part));
   countAll(folder);
@@ -114,13 +127,13 @@ bool SizingWorker::countAll(SizedFolder& folder) {
 }
 
 void SizingWorker::count(SizedFolder& folder, const DirectoryReader::Entry& entry) {
-  if (entry.hidden && scheduler_.skipsHidden()) return;
+  if (entry.hidden && tree().tree.hidden == HiddenItems::skip) return;
   if (entry.type == FileType::directory) keepSubFolder(folder, entry);
   if (entry.type == FileType::regular) countFile(folder, entry);
 }
 
 void SizingWorker::countFile(SizedFolder& folder, const DirectoryReader::Entry& entry) {
-  const std::optional<std::uint8_t> bucket = folder.bucketOf(scheduler_.attribution(), entry.name);
+  const std::optional<std::uint8_t> bucket = folder.bucketOf(*tree().tree.attribution, entry.name);
   if (!bucket) return;
   const bool isObserved = scheduler_.observer() != nullptr;
   FolderObserver::File file{.name = entry.name, .sizes = entry.sizes.value_or(ByteCounts{}), .isHidden = entry.hidden};
@@ -131,7 +144,7 @@ void SizingWorker::countFile(SizedFolder& folder, const DirectoryReader::Entry& 
     DirectoryReader::Details details;
     if (!DirectoryReader::readSizes(folder.descriptor(), entry.name.data(), file.sizes,
                                     wantsDetails ? &details : nullptr))
-      return scheduler_.reportUnreadable(folder, entry.name, errno);
+      return scheduler_.reportUnreadable(tree(), folder, entry.name, errno);
     file.modified = details.modified;
     file.device = details.device;
     file.inode = details.inode;
@@ -178,7 +191,7 @@ void SizingWorker::tellCounted(SizedFolder& folder) {
 }
 
 void SizingWorker::keepSubFolder(SizedFolder& folder, const DirectoryReader::Entry& entry) {
-  auto item = folder.subFolder(scheduler_.attribution(), scheduler_.needsPackages(), entry.name);
+  auto item = folder.subFolder(*tree().tree.attribution, tree().needsPackages, entry.name);
   if (!item && scheduler_.observer() != nullptr) {
     scheduler_.observer()->leaveOut(folder.observed(), {.name = entry.name, .isHidden = entry.hidden, .isRead = false});
   }
@@ -192,7 +205,8 @@ void SizingWorker::shareRest(SizedFolder& folder) {
   const Attribution::Step step = folder.judge();
   std::shared_ptr<const WalkedFolders::Use> shared = folder.share();
   if (!shared) return;
-  SizingTask part{.siblings = {},
+  SizingTask part{.tree = &tree(),
+                  .siblings = {},
                   .item = {.step = step, .asPackage = step},
                   .bigFolder = std::move(shared),
                   .part = reader_.takeHalf(),
@@ -202,8 +216,11 @@ void SizingWorker::shareRest(SizedFolder& folder) {
 
 void SizingWorker::queueSubFolders(SizedFolder& folder) {
   if (subFolders_.empty()) return;
-  scheduler_.push(std::make_shared<SubFolders>(SubFolders{
-      .folder = folder.handOver(), .items = subFolders_, .names = subFolderNames_, .observed = folder.observed()}));
+  scheduler_.push(std::make_shared<SubFolders>(SubFolders{.tree = &tree(),
+                                                          .folder = folder.handOver(),
+                                                          .items = subFolders_,
+                                                          .names = subFolderNames_,
+                                                          .observed = folder.observed()}));
   subFolders_.clear();
   subFolderNames_.clear();
   if (subFolders_.capacity() > kScratchItems) subFolders_.shrink_to_fit();

@@ -21,13 +21,12 @@ class SizingWorker {
  public:
   explicit SizingWorker(SizingScheduler& scheduler) : scheduler_(scheduler) {}
 
-  /// Counts the files directly in the walk's root and queues its subfolders. Throws FileError (operation "list").
-  void readRoot(const Attribution::Step& rootStep);
   /// Carries out tasks until the walk is over.
   void work();
 
  private:
   void run(SizingTask& task);
+  void readRoot();
   // The errno that ended the listing, or 0.
   int read(SizedFolder& folder);
   void enter(SizingTask& task);
@@ -39,14 +38,16 @@ class SizingWorker {
   void observeFile(SizedFolder& folder, const FolderObserver::File& file);
   void tellCounted(SizedFolder& folder);
   FolderObserver::Folder observe(const SizingTask& task, int descriptor, bool hasBundleBit);
-  void tellFolder(const WalkedFolders::Use& parent, const char* name) const;
+  void tellFolder(const WalkedFolders::Use& parent, const char* name);
   void keepSubFolder(SizedFolder& folder, const DirectoryReader::Entry& entry);
   void shareRest(SizedFolder& folder);
   void queueSubFolders(SizedFolder& folder);
   void noteTime();
 
+  [[nodiscard]] SizedTree& tree() { return *unshared_.tree; }
+
   SizingScheduler& scheduler_;
-  UnsharedTotals unshared_;
+  UnsharedTotals unshared_;  // of the tree of the current task
   DirectoryReader reader_;
   std::vector<SubFolders::Item> subFolders_;  // of the folder that is being read
   std::string subFolderNames_;

@@ -4,16 +4,16 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "QuarnPlatform/base/ByteCounts.h"
 #include "QuarnPlatform/base/Cancellation.h"
+#include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnPlatform/files/ItemFacts.h"
 #include "QuarnPlatform/walking/FolderObserver.h"
-#include "QuarnPlatform/walking/HelperCount.h"
 #include "QuarnPlatform/walking/LinkedNames.h"
 
 namespace quarn {
@@ -45,33 +45,47 @@ class Attribution {
 /// descriptors and memory that does not grow with the number of files. Links are never followed and count nothing, nor
 /// do folders and special files; other devices are not entered; unreadable folders are left out and added to the file
 /// manager's read report; hard links count each time. Complete whatever the depth (paths may be far longer than
-/// PATH_MAX). A sum that does not fit throws SizeOverflow with the root's path.
+/// PATH_MAX). A sum that does not fit throws SizeOverflow with the path of the tree's root.
 class TreeSizer {
  public:
   static constexpr std::size_t kBuckets = 16;
   using Totals = std::array<ByteCounts, kBuckets>;
   static constexpr std::chrono::milliseconds kProgressInterval{100};
 
-  struct Options {
+  /// One of the trees of a walk.
+  struct Tree {
+    FileURL root;
+    const Attribution* attribution = nullptr;   ///< judges the items; not null; must outlive the walk
+    Attribution::Step rootStep{};               ///< where it starts
     HiddenItems hidden = HiddenItems::include;  ///< `skip` leaves hidden items and all below them out, never the root
+    FolderObserver::Folder observedRoot = 0;    ///< the observer's number of the root
+  };
+  /// What a walk found in one tree.
+  struct TreeTotals {
+    Totals totals{};                   ///< of a cancelled walk: so far
+    bool isStarted = false;            ///< false if the walk was cancelled before it came to this tree
+    std::optional<FileError> error{};  ///< (operation "list") if the root is a link, no folder, or cannot be listed
+  };
+
+  struct Options {
+    HiddenItems hidden = HiddenItems::include;  ///< for a walk of one tree; see `Tree`
     unsigned threads = 0;                       ///< 0: as many as pay on this machine
     Cancellation cancellation = Cancellation::never();
-    /// Called on the calling thread with the totals so far, at most once per `interval`; may be empty.
+    /// Called on the calling thread with the totals of all trees so far, at most once per `interval`; may be empty.
     std::function<void(const Totals&)> onProgress = {};
     std::chrono::milliseconds interval = kProgressInterval;
-    /// Shared by the walks of one operation, so that each begins with what those before it learnt of the disk; without
-    /// it each learns for itself.
-    std::shared_ptr<HelperCount> helperCount = nullptr;
     /// Is told what the walk counts; null for nobody. Costs one lookup per folder, to detect packages.
     FolderObserver* observer = nullptr;
-    FolderObserver::Folder observedRoot = 0;  ///< the observer's number of the walk's root
+    FolderObserver::Folder observedRoot = 0;  ///< for a walk of one tree; see `Tree`
     /// Gets the names of counted files that have several. Null for nobody; else a file costs no further system call on
     /// Linux, and one on macOS.
     LinkedNames* linked = nullptr;
   };
 
-  /// A count to be shared by walks that may use so many threads (0: as many as pay), and that knows nothing yet.
-  static std::shared_ptr<HelperCount> makeHelperCount(unsigned threads);
+  /// The totals of each tree, in the order of the trees. The walk begins them in this order, and begins the next one as
+  /// soon as a thread has nothing left to do in those before it.
+  static std::vector<TreeTotals> totals(const FileManager& files, const std::vector<Tree>& trees,
+                                        const Options& options);
 
   /// The totals of the tree below the folder `root`, whose items are judged by `attribution` starting from `rootStep`.
   /// Cancelled: the totals so far. Throws FileError (operation "list") when `root` is a link, no folder, or cannot be

@@ -29,10 +29,10 @@ WalkedFolders::Use WalkedFolders::Use::duplicate() const {
 OpenedFolder WalkedFolders::Use::open(const char* name) const {
   const PinnedFolder parent(*this);
   if (parent.descriptor() < 0) return {FileDescriptor(), parent.error()};
-  OpenedFolder opened = folders_->opener_.open(parent.descriptor(), name);
+  OpenedFolder opened = folder_->opener->open(parent.descriptor(), name);
   if (opened.error != EMFILE && opened.error != ENFILE) return opened;
   const std::lock_guard lock(folders_->mutex_);
-  return folders_->openMakingRoom(parent.descriptor(), name);
+  return folders_->openMakingRoom(*folder_->opener, parent.descriptor(), name);
 }
 
 WalkedFolders::Use WalkedFolders::Use::add(std::string_view name, FileDescriptor folder) const {
@@ -52,24 +52,31 @@ std::string WalkedFolders::Use::path() const {
   return path;
 }
 
-WalkedFolders::WalkedFolders(FileDescriptor root, AccessTimes accessTimes)
-    : root_(folders_.emplace_back()), opener_(root.get(), accessTimes) {
-  root_.descriptor = std::move(root);
-  root_.pins = 0;
-  root_.uses = 1;  // never forgotten: everything is reached from it
+WalkedFolders::Use WalkedFolders::addRoot(FileDescriptor root) {
+  const FolderOpener opener(root.get(), accessTimes_);
+  const std::lock_guard lock(mutex_);
+  Folder& folder = unused();
+  folder.opener = &openers_.emplace_back(opener);
+  free_ = std::exchange(folder.parent, nullptr);
+  folder.name.clear();
+  folder.depth = 0;
+  folder.uses = 1;
+  folder.descriptor = std::move(root);
+  folder.pins.fetch_and(~kClosed, std::memory_order_release);
+  return {*this, folder};
 }
 
-WalkedFolders::Use WalkedFolders::root() {
-  const std::lock_guard lock(mutex_);
-  ++root_.uses;
-  return {*this, root_};
+// The first of the forgotten folders, which its caller takes out of the list.
+WalkedFolders::Folder& WalkedFolders::unused() {
+  if (free_ == nullptr) free_ = &folders_.emplace_back();
+  return *free_;
 }
 
 WalkedFolders::Folder& WalkedFolders::insert(Folder& parent, std::string_view name) {
-  if (free_ == nullptr) free_ = &folders_.emplace_back();
-  Folder& folder = *free_;
+  Folder& folder = unused();
   folder.name = name;
   free_ = std::exchange(folder.parent, &parent);
+  folder.opener = parent.opener;
   folder.depth = parent.depth + 1;
   folder.uses = 1;
   ++parent.children;
@@ -87,7 +94,7 @@ FileDescriptor WalkedFolders::keepOpen(Folder& folder, FileDescriptor descriptor
 
 FileDescriptor WalkedFolders::close(Folder& folder) {
   std::uint32_t unpinned = 0;
-  if (&folder == &root_ || !folder.pins.compare_exchange_strong(unpinned, kClosed, std::memory_order_acquire))
+  if (folder.parent == nullptr || !folder.pins.compare_exchange_strong(unpinned, kClosed, std::memory_order_acquire))
     return {};
   open_.erase(std::prev(std::find(open_.rbegin(), open_.rend(), &folder).base()));
   return std::move(folder.descriptor);
@@ -128,13 +135,18 @@ FileDescriptor WalkedFolders::release(Folder& folder) {
 }
 
 // Up the chain in a loop: folders may lie in each other deeper than a stack reaches. Allocates nothing: destructors
-// call it.
+// call it. Closes a root under the lock, once for each tree.
 void WalkedFolders::forget(Folder* folder) {
-  while (folder->uses == 0 && folder->children == 0) {
+  while (folder != nullptr && folder->uses == 0 && folder->children == 0) {
     Folder* const forgotten = folder;
     folder = std::exchange(forgotten->parent, free_);
     free_ = forgotten;
-    --folder->children;
+    if (folder != nullptr) {
+      --folder->children;
+    } else {
+      forgotten->pins.fetch_or(kClosed, std::memory_order_relaxed);
+      forgotten->descriptor.reset();
+    }
   }
 }
 
@@ -147,11 +159,11 @@ int WalkedFolders::pin(Folder& folder) {
   return -1;
 }
 
-OpenedFolder WalkedFolders::openMakingRoom(int parent, const char* name) {
-  OpenedFolder opened = opener_.open(parent, name);
+OpenedFolder WalkedFolders::openMakingRoom(const FolderOpener& opener, int parent, const char* name) {
+  OpenedFolder opened = opener.open(parent, name);
   if (opened.error != EMFILE && opened.error != ENFILE) return opened;
   closeOne().reset();
-  return opener_.open(parent, name);
+  return opener.open(parent, name);
 }
 
 // Folders on the way that the walk still needs stay open too: it is on its way back up and comes to them next.
@@ -166,7 +178,7 @@ bool WalkedFolders::reopen(Folder& folder) {
   OpenedFolder opened;
   for (int parent = reached->descriptor.get(); !closed.empty(); closed.pop_back()) {
     Folder* next = closed.back();
-    opened = openMakingRoom(parent, next->name.c_str());
+    opened = openMakingRoom(*folder.opener, parent, next->name.c_str());
     if (!opened.descriptor.isOpen()) break;
     parent = opened.descriptor.get();
     if (next->uses == 0) {

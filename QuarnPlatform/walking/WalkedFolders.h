@@ -15,10 +15,10 @@
 
 namespace quarn {
 
-/// The folders in which a walk still has something to open or to read: how they contain each other, their names, and a
-/// bounded number of open descriptors. A folder whose descriptor was closed is reopened when it is needed, by name from
-/// its nearest open ancestor; ".." is never used, because a folder that was moved meanwhile would lead the walk out of
-/// its root. Safe from any thread; must outlive its uses.
+/// The folders in which a walk of one or several trees still has something to open or to read: how they contain each
+/// other, their names, and a bounded number of open descriptors. A folder whose descriptor was closed is reopened when
+/// it is needed, by name from its nearest open ancestor; ".." is never used, because a folder that was moved meanwhile
+/// would lead the walk out of its root. Safe from any thread; must outlive its uses.
 ///
 /// Who owns what. This owns all folders (`folders_`, whose addresses never change) and their descriptors. A `Use` is
 /// one count of `Folder::uses`. A folder is known while it has a use or a known folder in it; then it goes to `free_`
@@ -26,15 +26,15 @@ namespace quarn {
 ///
 /// States of a known folder: open (in `open_`, `kClosed` not set) and closed. It is pinned while threads read through
 /// its descriptor: each adds itself to `pins`. Only an open folder without pins may be closed. A thread that pins a
-/// closed folder reopens it under the lock.
+/// closed folder reopens it under the lock. The root of a tree stays open as long as it is known.
 ///
 /// Locks. `mutex_` guards everything but `pins` and the descriptor of a pinned folder. Pinning an open folder takes no
 /// lock: adding to `pins` keeps it open, because closing exchanges `pins` from exactly 0. No other lock is taken under
 /// `mutex_`. Reopening, and making room for a descriptor, make system calls under it, which is rare; descriptors that
 /// are given up elsewhere are closed after it. A thread waits for nothing but the lock.
 ///
-/// Memory: a folder costs about 100 bytes and its name while it is known; at most `kMaximumOpen` descriptors are open
-/// besides those that are pinned.
+/// Memory: a folder costs about 110 bytes and its name while it is known; at most `kMaximumOpen` descriptors are open
+/// besides those that are pinned and the roots of trees that are not done.
 class WalkedFolders {
  private:
   struct Folder;
@@ -57,7 +57,7 @@ class WalkedFolders {
     [[nodiscard]] OpenedFolder open(const char* name) const;
     /// Takes over the open folder `name` in it; never fails.
     [[nodiscard]] Use add(std::string_view name, FileDescriptor folder) const;
-    /// The names from the root down to it, each behind a "/"; empty for the root.
+    /// The names from its root down to it, each behind a "/"; empty for a root.
     [[nodiscard]] std::string path() const;
 
    private:
@@ -69,9 +69,10 @@ class WalkedFolders {
     Folder* folder_;
   };
 
-  explicit WalkedFolders(FileDescriptor root, AccessTimes accessTimes = AccessTimes::keepIfPermitted);
+  explicit WalkedFolders(AccessTimes accessTimes = AccessTimes::keepIfPermitted) : accessTimes_(accessTimes) {}
 
-  [[nodiscard]] Use root();
+  /// Takes over the open root of a tree. Folders of a tree are on the device of its root.
+  [[nodiscard]] Use addRoot(FileDescriptor root);
 
  private:
   friend class PinnedFolder;
@@ -82,7 +83,8 @@ class WalkedFolders {
   struct Folder {
     std::atomic<std::uint32_t> pins = kClosed;
     FileDescriptor descriptor;
-    Folder* parent = nullptr;
+    Folder* parent = nullptr;              // of a root: null
+    const FolderOpener* opener = nullptr;  // of its tree
     std::string name;
     std::uint32_t depth = 0;
     std::uint32_t uses = 0;
@@ -95,20 +97,21 @@ class WalkedFolders {
   [[nodiscard]] FileDescriptor close(Folder& folder);
   [[nodiscard]] FileDescriptor release(Folder& folder);
 
+  Folder& unused();
   Folder& insert(Folder& parent, std::string_view name);
   void forget(Folder* folder);
   // The descriptor, with the calling thread added; negative and errno when it cannot be opened again.
   int pin(Folder& folder);
   bool reopen(Folder& folder);
-  OpenedFolder openMakingRoom(int parent, const char* name);
+  OpenedFolder openMakingRoom(const FolderOpener& opener, int parent, const char* name);
 
+  const AccessTimes accessTimes_;
   std::mutex mutex_;
   std::deque<Folder> folders_;
-  Folder& root_;
-  Folder* free_ = nullptr;  // forgotten folders, linked by `parent`
-  // Without the root, which is never closed. In the order of opening, so that ancestors come first.
+  std::deque<FolderOpener> openers_;  // one for each tree; their addresses never change
+  Folder* free_ = nullptr;            // forgotten folders, linked by `parent`
+  // Without the roots. In the order of opening, so that ancestors come first.
   std::vector<Folder*> open_;
-  const FolderOpener opener_;
 };
 
 /// A folder's descriptor, open for as long as this lives; for the work of one thread.

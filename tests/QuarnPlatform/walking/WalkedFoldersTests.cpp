@@ -26,9 +26,9 @@ WalkedFolders::Use enter(const WalkedFolders::Use& parent, const char* name) {
 }
 
 // The folders "d" in each other down from the root, all of them in use.
-std::vector<WalkedFolders::Use> enterChain(WalkedFolders& folders, int depth) {
+std::vector<WalkedFolders::Use> enterChain(const WalkedFolders::Use& root, int depth) {
   std::vector<WalkedFolders::Use> chain;
-  chain.push_back(folders.root());
+  chain.push_back(root.duplicate());
   for (int level = 0; level < depth; ++level) chain.push_back(enter(chain.back(), "d"));
   return chain;
 }
@@ -46,8 +46,8 @@ bool canOpen(const WalkedFolders::Use& use, const std::string& name) {
 TEST(WalkedFolders, AFolderKnowsItsPathBelowTheRoot) {
   MacVolume volume;
   volume.folder("/t/a/b");
-  WalkedFolders folders(openFolder(volume, "/t"));
-  const WalkedFolders::Use root = folders.root();
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
   const WalkedFolders::Use a = enter(root, "a");
   EXPECT_EQ(root.path(), "");
   EXPECT_EQ(a.path(), "/a");
@@ -57,8 +57,9 @@ TEST(WalkedFolders, AFolderKnowsItsPathBelowTheRoot) {
 TEST(WalkedFolders, APathOutlivesTheUsesOfTheFoldersAboveIt) {
   MacVolume volume;
   volume.folder("/t/a/b/c");
-  WalkedFolders folders(openFolder(volume, "/t"));
-  std::optional<WalkedFolders::Use> use = folders.root();
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
+  std::optional<WalkedFolders::Use> use = root.duplicate();
   for (const char* name : {"a", "b", "c"}) use = enter(*use, name);
   EXPECT_EQ(use->path(), "/a/b/c");
 }
@@ -66,9 +67,10 @@ TEST(WalkedFolders, APathOutlivesTheUsesOfTheFoldersAboveIt) {
 TEST(WalkedFolders, AFolderThatCannotBeOpenedReturnsItsError) {
   MacVolume volume;
   volume.folder("/t").link("/t/link", "/");
-  WalkedFolders folders(openFolder(volume, "/t"));
-  EXPECT_EQ(folders.root().open("missing").error, ENOENT);
-  EXPECT_FALSE(folders.root().open("link").descriptor.isOpen());
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
+  EXPECT_EQ(root.open("missing").error, ENOENT);
+  EXPECT_FALSE(root.open("link").descriptor.isOpen());
 }
 
 TEST(WalkedFolders, DescriptorsAreBoundedAndClosedFoldersAreReachedAgain) {
@@ -76,8 +78,9 @@ TEST(WalkedFolders, DescriptorsAreBoundedAndClosedFoldersAreReachedAgain) {
   constexpr int kDepth = 500;
   volume.chain("/t", kDepth);
   const std::size_t before = openDescriptors();
-  WalkedFolders folders(openFolder(volume, "/t"));
-  const std::vector<WalkedFolders::Use> chain = enterChain(folders, kDepth);
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
+  const std::vector<WalkedFolders::Use> chain = enterChain(root, kDepth);
   EXPECT_LE(openDescriptors(), before + WalkedFolders::kMaximumOpen + 2);
   for (int level = kDepth - 1; level >= 0; --level) {
     ASSERT_TRUE(canOpen(chain[static_cast<std::size_t>(level)], "d")) << level;
@@ -91,10 +94,11 @@ TEST(WalkedFolders, DescriptorsAreBoundedAndClosedFoldersAreReachedAgain) {
 TEST(WalkedFolders, AFolderThatNobodyUsesAnyMoreIsClosed) {
   MacVolume volume;
   volume.folder("/t/a/b");
-  WalkedFolders folders(openFolder(volume, "/t"));
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
   const std::size_t before = openDescriptors();
   {
-    std::optional<WalkedFolders::Use> a = enter(folders.root(), "a");
+    std::optional<WalkedFolders::Use> a = enter(root, "a");
     const WalkedFolders::Use b = enter(*a, "b");
     const WalkedFolders::Use again = b.duplicate();
     EXPECT_EQ(openDescriptors(), before + 2);
@@ -107,24 +111,62 @@ TEST(WalkedFolders, AFolderThatNobodyUsesAnyMoreIsClosed) {
 TEST(WalkedFolders, OneOfSeveralUsesKeepsTheFolder) {
   MacVolume volume;
   volume.folder("/t/a/b");
-  WalkedFolders folders(openFolder(volume, "/t"));
-  std::optional<WalkedFolders::Use> first = enter(folders.root(), "a");
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
+  std::optional<WalkedFolders::Use> first = enter(root, "a");
   const WalkedFolders::Use second = first->duplicate();
   first.reset();
   EXPECT_TRUE(canOpen(second, "b"));
   EXPECT_EQ(second.path(), "/a");
 }
 
+TEST(WalkedFolders, ARootStaysOpenWhileAFolderOfItsTreeIsUsed) {
+  MacVolume volume;
+  volume.folder("/t/a/b").folder("/u/c");
+  WalkedFolders folders;
+  const std::size_t before = openDescriptors();
+  std::optional<WalkedFolders::Use> root = folders.addRoot(openFolder(volume, "/t"));
+  std::optional<WalkedFolders::Use> a = enter(*root, "a");
+  root.reset();
+  EXPECT_EQ(openDescriptors(), before + 2) << "the root and the folder";
+  EXPECT_TRUE(canOpen(*a, "b"));
+  a.reset();
+  EXPECT_EQ(openDescriptors(), before);
+  const WalkedFolders::Use other = folders.addRoot(openFolder(volume, "/u"));
+  EXPECT_EQ(other.path(), "");
+  EXPECT_EQ(enter(other, "c").path(), "/c");
+}
+
+TEST(WalkedFolders, FoldersOfSeveralTreesAreReachedFromTheirOwnRoots) {
+  MacVolume volume = volumeInMemory();
+  constexpr int kDepth = 2 * static_cast<int>(WalkedFolders::kMaximumOpen);
+  volume.chain("/t", kDepth).chain("/u", kDepth).folder("/u/mine");
+  WalkedFolders folders;
+  const WalkedFolders::Use first = folders.addRoot(openFolder(volume, "/t"));
+  const WalkedFolders::Use second = folders.addRoot(openFolder(volume, "/u"));
+  const std::size_t before = openDescriptors();
+  const std::vector<WalkedFolders::Use> firstChain = enterChain(first, kDepth);
+  const std::vector<WalkedFolders::Use> secondChain = enterChain(second, kDepth);
+  EXPECT_LE(openDescriptors(), before + WalkedFolders::kMaximumOpen);
+  for (int level = 0; level < kDepth; ++level) {
+    ASSERT_TRUE(canOpen(firstChain[static_cast<std::size_t>(level)], "d")) << level;
+    ASSERT_TRUE(canOpen(secondChain[static_cast<std::size_t>(level)], "d")) << level;
+  }
+  EXPECT_FALSE(canOpen(first, "mine"));
+  EXPECT_TRUE(canOpen(second, "mine"));
+}
+
 TEST(WalkedFolders, ADeepChainIsLetGoWithoutExhaustingTheStack) {
   MacVolume volume = volumeInMemory();
   constexpr int kDepth = 20'000;
   volume.chain("/t", kDepth);
-  WalkedFolders folders(openFolder(volume, "/t"));
-  std::optional<WalkedFolders::Use> use = folders.root();
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
+  std::optional<WalkedFolders::Use> use = root.duplicate();
   for (int level = 0; level < kDepth; ++level) use = enter(*use, "d");
   EXPECT_EQ(use->path().size(), 2U * kDepth);
   use.reset();
-  EXPECT_TRUE(canOpen(folders.root(), "d"));
+  EXPECT_TRUE(canOpen(root, "d"));
 }
 
 TEST(WalkedFolders, AFolderThatWasReplacedByALinkIsNotFollowedWhenItIsOpenedAgain) {
@@ -132,8 +174,9 @@ TEST(WalkedFolders, AFolderThatWasReplacedByALinkIsNotFollowedWhenItIsOpenedAgai
   MacVolume volume = volumeInMemory();
   constexpr int kDepth = 300;
   volume.chain("/t", kDepth).folder("/outside/d");
-  WalkedFolders folders(openFolder(volume, "/t"));
-  const std::vector<WalkedFolders::Use> chain = enterChain(folders, kDepth);
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
+  const std::vector<WalkedFolders::Use> chain = enterChain(root, kDepth);
   // Everything but the folders nearest to the root is closed or lies below one that is; then the first one is swapped.
   ASSERT_EQ(::rename(volume.host("/t/d").c_str(), volume.host("/moved").c_str()), 0);
   volume.link("/t/d", "/outside");
@@ -155,8 +198,9 @@ TEST(WalkedFolders, AFolderThatIsGoneWhenItIsOpenedAgainGivesAnErrorAndTheOthers
   MacVolume volume = volumeInMemory();
   constexpr int kDepth = 300;
   volume.chain("/t", kDepth).folder("/t/other");
-  WalkedFolders folders(openFolder(volume, "/t"));
-  const std::vector<WalkedFolders::Use> chain = enterChain(folders, kDepth);
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
+  const std::vector<WalkedFolders::Use> chain = enterChain(root, kDepth);
   volume.remove("/t/d");
   int gone = 0;
   for (const WalkedFolders::Use& use : chain) {
@@ -167,16 +211,17 @@ TEST(WalkedFolders, AFolderThatIsGoneWhenItIsOpenedAgainGivesAnErrorAndTheOthers
     ++gone;
   }
   EXPECT_GT(gone, kDepth / 2);
-  EXPECT_TRUE(canOpen(folders.root(), "other"));
+  EXPECT_TRUE(canOpen(root, "other"));
 }
 
 TEST(WalkedFolders, WhenTheSystemHasNoDescriptorLeftAnotherFoldersIsGivenUp) {
   MacVolume volume = volumeInMemory();
   constexpr int kDepth = 200;
   volume.chain("/t", kDepth);
-  WalkedFolders folders(openFolder(volume, "/t"));
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
   const DescriptorLimit limit(10);
-  const std::vector<WalkedFolders::Use> chain = enterChain(folders, kDepth);
+  const std::vector<WalkedFolders::Use> chain = enterChain(root, kDepth);
   for (int level = kDepth - 1; level >= 0; --level) {
     ASSERT_TRUE(canOpen(chain[static_cast<std::size_t>(level)], "d")) << level;
   }
@@ -186,8 +231,9 @@ TEST(WalkedFolders, APinnedFolderStaysOpenWhateverElseIsOpened) {
   MacVolume volume = volumeInMemory();
   constexpr int kDepth = 300;
   volume.chain("/t", kDepth).file("/t/d/here");
-  WalkedFolders folders(openFolder(volume, "/t"));
-  const WalkedFolders::Use first = enter(folders.root(), "d");
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
+  const WalkedFolders::Use first = enter(root, "d");
   const PinnedFolder pinned(first);
   std::vector<WalkedFolders::Use> chain;
   chain.push_back(first.duplicate());
@@ -200,8 +246,8 @@ TEST(WalkedFolders, ManyThreadsMayOpenAndLetGo) {
   MacVolume volume = volumeInMemory();
   constexpr int kDepth = 200;
   volume.chain("/t", kDepth);
-  WalkedFolders folders(openFolder(volume, "/t"));
-  const WalkedFolders::Use root = folders.root();
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
