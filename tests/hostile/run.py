@@ -168,6 +168,7 @@ class Attacker:
 
     def case(self, attack, words, way, problems, line=None, changes=False):
         volume = [] if words in OF_SCAN else ["--volume", str(self.volume), "--home", HOME]
+        command = words[0]
         words = [str(self.quarn), *way.options, *volume, *self.with_scan(words)]
         environment = {"PATH": "/usr/bin:/bin", "LC_ALL": "C", "HOME": str(self.canary.folder.parent / "home"), **way.environment}
         before = None if changes else self.state()
@@ -190,7 +191,7 @@ class Attacker:
             out.seek(0)
             text = err.read().decode(errors="replace")
             self.peak = max(self.peak, usage.ru_maxrss // 1024)
-            found = self.problems_of(process, text, out.read(), usage, time.monotonic() - started)
+            found = self.problems_of(command, process, text, out.read(), usage, time.monotonic() - started)
         if before is not None and self.state() != before:
             found.append("the volume changed")
         problems += [f"{attack}, {way.name}: {' '.join(words[1:])}: {problem}" for problem in found]
@@ -200,7 +201,7 @@ class Attacker:
         """In a folder that an ordinary user may write."""
         return [str(self.canary.folder.parent / "scans" / "scan") if word == "SCAN" else word for word in words]
 
-    def problems_of(self, process, err, out, usage, seconds):
+    def problems_of(self, command, process, err, out, usage, seconds):
         found, code = [], process.returncode
         if code < 0 or seconds >= SECONDS:
             found.append(f"ended by signal {-code} after {seconds:.1f} s")
@@ -208,7 +209,7 @@ class Attacker:
             found.append(f"exit code {code}")
         if code == 1 and not err.startswith("quarn: "):
             found.append(f"no message: {err[:200]}")
-        if code == 1 and "apps" in process.args:
+        if code == 1 and command == "apps":
             found.append(f"it does not even list the apps: {err[:200]}")
         if "internal error" in err or b"internal error" in out:
             found.append(f"internal error: {err[:200]}")

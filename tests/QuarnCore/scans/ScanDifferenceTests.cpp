@@ -118,18 +118,23 @@ TEST_F(ScanDifferenceTest, AScanWhoseFoldersAreOutOfPlaceIsDamaged) {
   }
 }
 
-// Each folder ends in the one after it. A comparison that believed this would visit the last one about 10^12 times.
+// In the first scan, each folder ends in the one after it: a comparison that believed this would visit the last one
+// about 10^12 times. In the second one, a folder ends after its parent.
 TEST_F(ScanDifferenceTest, FoldersThatOverlapAreDamage) {
-  (void)volume_.scanTo(folder_.at("bad"));
-  Database database = Database::makeIn(folder_.at("bad"));
-  database.execute(
-      "DELETE FROM folders WHERE id>0; UPDATE folders SET descendants=60 WHERE id=0;"
-      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<60)"
-      "INSERT INTO folders SELECT i, 0, i<60, 'f' || i, 0, 0, 0, NULL, 0 FROM n");
-  database.close();
-  const Scan bad = Scan::open(folder_.at("bad"));
-  EXPECT_NO_THROW(bad.readAll());
-  EXPECT_THROW((void)compareScans(bad, bad, 1), ScanError);
+  for (const char* sql :
+       {"UPDATE folders SET descendants=60 WHERE id=0; WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n "
+        "WHERE i<60) INSERT INTO folders SELECT i, 0, i<60, 'f' || i, 0, 0, 0, NULL, 0 FROM n",
+        "UPDATE folders SET descendants=3 WHERE id=0; INSERT INTO folders VALUES(1,0,1,'a',0,0,0,NULL,0),"
+        "(2,1,1,'b',0,0,0,NULL,0),(3,2,0,'c',0,0,0,NULL,0)"}) {
+    (void)volume_.scanTo(folder_.at("bad"));
+    Database database = Database::makeIn(folder_.at("bad"));
+    database.execute("DELETE FROM folders WHERE id>0");
+    database.execute(sql);
+    database.close();
+    const Scan bad = Scan::open(folder_.at("bad"));
+    EXPECT_NO_THROW(bad.readAll());
+    EXPECT_THROW((void)compareScans(bad, bad, 1), ScanError) << sql;
+  }
 }
 
 TEST_F(ScanDifferenceTest, CategoriesThatChangedAreListedTheLargestChangeFirst) {

@@ -36,7 +36,7 @@ class ScanOfUsers : public testing::Test {
  protected:
   void fill(const std::vector<std::string>& homes, unsigned seed) {
     std::mt19937 random(seed);
-    volume_.vendor("slack", {"~/Chats", "/Library/Slack"});
+    volume_.vendor("slack", {"~/Chats", "/Library/Slack", "/Users"});
     volume_.app("/Applications/Example.app", {.bundleIdentifier = "com.example.App", .name = "Example"});
     volume_.file("/Library/Slack/a", 300).file("/Elsewhere/a", 90'000).file("/Users/Shared/a", 5'000);
     volume_.file("/Library/Caches/com.gone.Editor/a", 7'000);

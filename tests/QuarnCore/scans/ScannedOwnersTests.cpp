@@ -45,6 +45,12 @@ TEST_F(ScannedOwnersTest, TheAnswerForEveryEntryIsThatOfTheVolume) {
   const ScannedOwners kept(scanned());
   ASSERT_GT(map.size(), 5U);
   for (std::size_t i = 0; i < map.size(); ++i) EXPECT_EQ(kept.of(map.url(i)), live.of(map.url(i))) << i;
+  // The answer names the item as the question does.
+  for (const char* path : {"~/Library/Caches/com.example.App", "~/Library/Caches/com.example.App/"}) {
+    const FileURL url = volume_.url(path);
+    EXPECT_EQ(kept.of(url), live.of(url));
+    EXPECT_EQ(kept.of(url)->ownership.url.hasDirectoryPath(), url.hasDirectoryPath());
+  }
 }
 
 TEST_F(ScannedOwnersTest, AVendorPathAndACategoryAreKnown) {
