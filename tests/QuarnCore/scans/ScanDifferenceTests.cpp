@@ -103,6 +103,7 @@ TEST_F(ScanDifferenceTest, AScanWhoseFoldersAreOutOfPlaceIsDamaged) {
   volume_.fill();
   (void)volume_.scanTo(folder_.at("good"));
   for (const char* sql : {"DELETE FROM folders", "DELETE FROM folders WHERE id=1",
+                          "DELETE FROM folders WHERE id>0; UPDATE folders SET id=5, name='x', descendants=0",
                           "DELETE FROM folders WHERE id=(SELECT max(id) FROM folders)",
                           "UPDATE folders SET descendants=0 WHERE descendants=1",
                           "UPDATE folders SET descendants=descendants+1 WHERE descendants=1"}) {
