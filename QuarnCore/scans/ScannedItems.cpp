@@ -106,7 +106,7 @@ class Search {
         size.allocatedBytes = size.logicalBytes;
       add({.root = root, .folder = file.folder, .name = std::move(file.name), .size = size, .isHidden = file.isHidden});
     }
-    if (folder->descendants == 0) return;
+    if (folder->descendants == 0) return;  // the id may be the last one that there is
     for (ScannedFolder& package : scan_.packages(folder->id + 1, last)) {
       const SizeInfo size = options_.allowSlowForPackages ? visibleSize(package, scan_, false) : SizeInfo{};
       add({.root = root,

@@ -129,6 +129,22 @@ TEST(ScannedItems, AnAnswerEndsBeforeFilesThatTheScanDoesNotHave) {
   EXPECT_FALSE(items.topChildren({volume.url("~/Pictures/")}, 9, true, true).isWhole);
 }
 
+TEST(ScannedItems, ChildrenAreRankedBySpaceOnDiskOrByTheLargerOfSpaceAndLength) {
+  ScannedVolume volume;
+  volume.sparse("~/Pictures/sparse", 1'000'000).file("~/Pictures/full", 50'000);
+  ScanFolder folder;
+  (void)volume.scanTo(folder.at("scan"));
+  const ScannedItems items(Scan::open(folder.at("scan")));
+  const std::vector<FileURL> in{volume.url("~/Pictures")};
+  const auto named = [](const char* name) { return testing::Field(&TopItem::name, name); };
+  EXPECT_THAT(items.topChildren(in, 9, true, true).items, ElementsAre(named("full"), named("sparse")));
+  EXPECT_THAT(items.topFiles(in, 9, true, true).items, ElementsAre(named("full"), named("sparse")));
+  EXPECT_THAT(items.topChildren(in, 9, true, false).items, ElementsAre(named("sparse"), named("full")));
+  EXPECT_THAT(items.topFiles(in, 9, true, false).items, ElementsAre(named("sparse"), named("full")));
+  EXPECT_THAT(items.topFiles(in, 0, true, false).items, IsEmpty());
+  EXPECT_THAT(items.topFiles(in, -1, true, false).items, IsEmpty());
+}
+
 TEST(ScannedItems, AFolderThatIsNotInTheScanIsMissing) {
   ScannedVolume volume;
   volume.file("~/Pictures/a", 1);
@@ -162,6 +178,21 @@ TEST(ScannedItems, AFolderThatCouldNotBeReadIsMissing) {
     EXPECT_THAT(answer.missing, IsEmpty());
     EXPECT_THAT(answer.items, ElementsAre(testing::Field(&TopItem::name, "b")));
   }
+}
+
+TEST(ScannedItems, AFolderWithTheLastPossibleIDHasNothingBelowIt) {
+  ScannedVolume volume;
+  ScanFolder folder;
+  (void)volume.scanTo(folder.at("scan"));
+  Database database = Database::makeIn(folder.at("scan"));
+  database.execute(
+      "DELETE FROM folders WHERE id>0; UPDATE folders SET descendants=4294967295; INSERT INTO folders VALUES"
+      "(1,0,4294967293,'P.app',5,5,1,NULL,2), (4294967295,0,0,'last',0,0,0,NULL,0)");
+  database.close();
+  const TopItemsService::SearchOptions options{.limit = 9, .maxDepth = kAll, .allowSlowForPackages = true};
+  const ScannedItems items(Scan::open(folder.at("scan")));
+  EXPECT_THAT(items.topFilesRecursively({FileURL("/last")}, options).items, IsEmpty());
+  EXPECT_THAT(items.topFilesRecursively({FileURL("/")}, options).items, SizeIs(1));
 }
 
 // Each folder is possible by itself, but the way from the file to the root of the search is not.
