@@ -90,7 +90,7 @@ class Sizes {
     if (const std::optional<std::size_t> folder = folders_->find(location)) return folders_->at(*folder).sizes;
     const bool isInFolder = folders_->find(path::parent(location)).has_value();
     const std::optional<ItemFacts> facts = files_.facts(FileURL(location), Links::doNotFollow);
-    return isInFolder && facts && facts->type == FileType::regular ? facts->sizes : SizeInfo{};
+    return isInFolder && facts ? facts->sizes : SizeInfo{};
   }
 
   std::shared_ptr<const RecordedFolders> folders_;

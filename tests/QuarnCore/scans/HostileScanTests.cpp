@@ -240,6 +240,7 @@ TEST_F(HostileScan, AValueThatNoScanHasIsDamaged) {
         "INSERT INTO users VALUES(2,'/Users/ann',1,'/Users/ann',1)",
         "INSERT INTO users VALUES(1,'Users/ann',1,'/Users/ann',1)",
         "INSERT INTO users VALUES(1,'/Users/ann',1,'Users/ann',1)",
+        "INSERT INTO users VALUES(1,'/Users/ann',1,X'2F00',1)",
         "INSERT INTO users VALUES(1,'/Users/ann',1,'/Users/ann',2)"}) {
     EXPECT_EQ(problemAfter(sql), Problem::damaged) << sql;
   }

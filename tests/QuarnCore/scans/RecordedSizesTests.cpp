@@ -29,6 +29,17 @@ TEST(RecordedSizes, ARecordedFolderKeepsItsSizeAndItsTimeWhenItIsGone) {
   EXPECT_EQ(recordedChanges(folders, volume.files())(url), Date(std::chrono::seconds(2'000'000'000)));
 }
 
+TEST(RecordedSizes, EverySpellingOfAFolderHasTheSizeOfTheRecord) {
+  DashboardVolume volume;
+  volume.file("~/Documents/a/b", 5).link("/shortcut", "Users/ann/Documents");
+  const FileSizeCalculator sizes = recordedSizes(recordOf(volume), volume.files());
+  volume.file("~/Documents/a/later", 100);
+  for (const char* path : {"/Users/ann/Documents/a", "/Users/ann/Documents/a/.", "/Users/ann/Documents/../Documents/a",
+                           "/Users/ann/Documents/a/../../Documents/a", "/shortcut/a", "/shortcut/./a"}) {
+    EXPECT_EQ(sizeOf(sizes, FileURL(path)).logicalBytes, 5) << path;
+  }
+}
+
 TEST(RecordedSizes, FilesLinksAndPathsThroughLinksHaveTheSizesThatAWalkFinds) {
   DashboardVolume volume;
   volume.file("~/Documents/a/b", 5).file("~/Documents/c", 7);
@@ -89,6 +100,29 @@ TEST(RecordedSizes, ExclusionsAndHiddenItemsCountAsInAWalk) {
         };
         EXPECT_EQ(size(kept), size(live)) << root << testing::PrintToString(paths) << includeHidden;
       }
+    }
+  }
+}
+
+TEST(RecordedSizes, WithoutAWalkAndInOneFolderHiddenItemsCountAsOnTheVolume) {
+  DashboardVolume volume;
+  volume.file("~/Documents/a/b", 5).file("~/Documents/a/.c", 70).file("~/Documents/.hidden/e", 900);
+  const FileSizeCalculator kept = recordedSizes(recordOf(volume), volume.files());
+  const FileSizeCalculator live = FileSizeCalculator::live(volume.files());
+  const auto sizesOf = [&](const FileSizeCalculator& sizes, const FileURL& url, bool includeHidden) {
+    const Cancellation never = Cancellation::never();
+    std::vector<std::optional<SizeInfo>> result{sizes.enumeratingDirectorySize(url, includeHidden, never)};
+    try {
+      result.emplace_back(sizes.itemSize(url, /*allowSlow=*/false, includeHidden, never));
+    } catch (const FileError&) {
+      result.emplace_back();  // a folder has no size without a walk
+    }
+    return result;
+  };
+  for (const char* path : {"~/Documents", "~/Documents/a", "~/Documents/a/b", "~/Documents/.hidden"}) {
+    for (const bool includeHidden : {true, false}) {
+      const FileURL url = volume.url(path);
+      EXPECT_EQ(sizesOf(kept, url, includeHidden), sizesOf(live, url, includeHidden)) << path << includeHidden;
     }
   }
 }
