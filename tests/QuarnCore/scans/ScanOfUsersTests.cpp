@@ -204,6 +204,39 @@ TEST_F(ScanOfUsers, HasTheAppsAndTheListedFoldersOfAllUsersOnce) {
   EXPECT_FALSE(listed.contains("/Users/bob")) << "a home folder is no folder of the system";
 }
 
+TEST_F(ScanOfUsers, HasThePlacesAndTheVendorPathsOfAllUsersOnce) {
+  fill({"/Users/ann", "/Users/bob"}, 1);
+  volume_.file("/Users/ann/Chats/a", 5).file("/Users/bob/Chats/a", 5);
+  const Scan scan = scanOf({"/Users/ann", "/Users/bob"});
+  std::set<std::pair<StorageCategoryID, std::string>> places;
+  for (const ScannedPlace& place : scan.places()) {
+    EXPECT_TRUE(places.emplace(place.category, place.url.path()).second) << place.url.path();
+  }
+  std::set<std::string> vendorPaths;
+  for (const VendorPathHint& hint : scan.vendorPaths()) {
+    EXPECT_TRUE(vendorPaths.insert(hint.path).second) << hint.path;
+  }
+  EXPECT_THAT(vendorPaths, testing::IsSupersetOf({"/Library/Slack", "/Users/ann/Chats", "/Users/bob/Chats"}));
+  EXPECT_TRUE(places.contains({StorageCategoryID::communication, "/Library/Slack"}));
+}
+
+TEST_F(ScanOfUsers, AFolderIsOfTheUserWhoseHomeHasItWhateverLinkLeadsToIt) {
+  fill({"/Users/ann", "/Users/bob"}, 1);
+  volume_.file("/Users/ann/Movies/a", 5'000).link("/Users/bob/Movies", "/Users/ann/Movies");
+  const Scan scan = scanOf({"/Users/ann", "/Users/bob"});
+  std::size_t listed = 0;
+  for (const ScannedRoot& root : scan.roots()) {
+    if (!root.isListed) continue;
+    ++listed;
+    EXPECT_EQ(root.user, scan.homes().homeOf(std::string_view(*files_.realPath(root.url)))) << root.url.path();
+  }
+  EXPECT_GT(listed, 5U);
+  std::set<std::string> places;
+  for (const ScannedPlace& place : scan.places()) places.insert(place.url.path());
+  EXPECT_TRUE(places.contains("/Users/ann/Movies"));
+  EXPECT_FALSE(places.contains("/Users/bob/Movies"));
+}
+
 TEST_F(ScanOfUsers, AScanOfOneHomeFolderHasNoUsers) {
   fill({"/Users/ann", "/Users/bob"}, 1);
   ASSERT_TRUE(volume_.scanTo(folder_.at("one")).isComplete);
