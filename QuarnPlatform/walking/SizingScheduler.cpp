@@ -1,5 +1,6 @@
 #include "QuarnPlatform/walking/SizingScheduler.h"
 
+#include <cerrno>
 #include <chrono>
 #include <system_error>
 #include <thread>
@@ -41,7 +42,14 @@ std::vector<TreeSizer::TreeTotals> SizingScheduler::finish() {
 }
 
 WalkedFolders::Use SizingScheduler::openRoot(const SizedTree& tree) {
-  return folders_.addRoot(files_.openDirectory(tree.tree.root, Links::doNotFollow));
+  for (;;) {
+    try {
+      return folders_.addRoot(files_.openDirectory(tree.tree.root, Links::doNotFollow));
+    } catch (const FileError& error) {
+      const bool lacksDescriptors = error.error() == EMFILE || error.error() == ENFILE;
+      if (!lacksDescriptors || !folders_.makeRoom()) throw;
+    }
+  }
 }
 
 void SizingScheduler::push(std::shared_ptr<SubFolders> folders) {
@@ -63,12 +71,7 @@ bool SizingScheduler::pop(SizingTask& task) {
     parts_.pop_back();
     return true;
   }
-  if (subFolders_.empty()) {
-    if (nextTree_ == trees_.size()) return false;
-    task.tree = &trees_[nextTree_++];
-    task.tree->found.isStarted = true;
-    return true;
-  }
+  if (subFolders_.empty()) return popTree(task) || popPutOff(task);
   const std::shared_ptr<SubFolders> top = subFolders_.back();
   task.tree = top->tree;
   task.siblings = top;
@@ -76,6 +79,32 @@ bool SizingScheduler::pop(SizingTask& task) {
   task.name = top->names.c_str() + top->nextName;
   top->nextName += std::string_view(task.name).size() + 1;
   if (top->nextItem == top->items.size()) subFolders_.pop_back();
+  return true;
+}
+
+bool SizingScheduler::popTree(SizingTask& task) {
+  if (nextTree_ == trees_.size()) return false;
+  task.tree = &trees_[nextTree_++];
+  task.tree->found.isStarted = true;
+  return true;
+}
+
+bool SizingScheduler::popPutOff(SizingTask& task) {
+  if (busy_ != 0 || putOff_.empty()) return false;
+  task = std::move(putOff_.back());
+  putOff_.pop_back();
+  return true;
+}
+
+bool SizingScheduler::putOff(UnsharedTotals& unshared, SizingTask& task) {
+  std::unique_lock lock(mutex_);
+  if (busy_ == 1) return false;
+  putOff_.push_back(std::move(task));
+  helperCount_.limit(0);
+  addTotals(unshared);
+  --busy_;
+  while (!stopped_) wait(unshared, lock);
+  ++busy_;
   return true;
 }
 

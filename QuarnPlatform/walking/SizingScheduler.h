@@ -31,7 +31,9 @@ namespace quarn {
 /// States of a thread: busy (reading; counted in `busy_`), idle (in `wait`; counted in `waiting_`), ended. A thread
 /// that takes a task becomes busy, one that finds the queue empty becomes idle. The walk ends when `stopped_` is set:
 /// by the thread that finds the queue empty and nobody busy, by cancellation, or by the destructor. Then every thread
-/// ends at its next entry, at its next check, or as soon as it wakes.
+/// ends at its next entry, at its next check, or as soon as it wakes. A thread for which the process has no descriptor
+/// left puts its task off and stays idle to the end: the others hold what it lacks. The last busy thread carries out
+/// what was put off.
 ///
 /// Locks. `mutex_` guards what stands below it. It is held for a few instructions and never while a system call runs or
 /// a callback is called. No other lock is taken under it, and `WalkedFolders` takes no lock of ours.
@@ -77,6 +79,9 @@ class SizingScheduler {
   void push(SizingTask part);
   /// The thread's next task; false when the walk is over. Waits while others may still queue something.
   bool take(UnsharedTotals& unshared, SizingTask& task);
+  /// Puts a task off that failed for want of a descriptor, and waits for the end of the walk. False, at once, when no
+  /// other thread is busy: then nobody will give a descriptor back.
+  bool putOff(UnsharedTotals& unshared, SizingTask& task);
   /// Adds the thread's totals to the walk's and clears them. False when the walk is to end. To be called now and then
   /// during a long task.
   bool shareTotals(UnsharedTotals& unshared);
@@ -89,6 +94,8 @@ class SizingScheduler {
   [[nodiscard]] bool isCaller() const { return std::this_thread::get_id() == caller_; }
   [[nodiscard]] bool hasWork() const { return !parts_.empty() || !subFolders_.empty() || nextTree_ < trees_.size(); }
   bool pop(SizingTask& task);
+  bool popTree(SizingTask& task);
+  bool popPutOff(SizingTask& task);
   void addTotals(UnsharedTotals& unshared);
   [[nodiscard]] TreeSizer::Totals sumOfTrees() const;
   void wait(UnsharedTotals& unshared, std::unique_lock<std::mutex>& lock);
@@ -113,6 +120,7 @@ class SizingScheduler {
   std::condition_variable changed_;
   std::vector<std::shared_ptr<SubFolders>> subFolders_;  // none is empty; the last is taken from first
   std::vector<SizingTask> parts_;                        // taken before subfolders
+  std::vector<SizingTask> putOff_;                       // taken last, by a thread that is alone
   std::vector<SizedTree> trees_;                         // never grows or shrinks; see `SizedTree::found`
   std::size_t nextTree_ = 0;                             // begun after the queue
   int busy_ = 1;                // threads that may still queue something; the caller from the start. 0 only at the end

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include <sys/stat.h>
@@ -21,8 +22,9 @@ constexpr std::size_t kScratchItems = 4096;
 }  // namespace
 
 // Counts the files directly in the root of a tree and queues its subfolders.
-void SizingWorker::readRoot() {
+void SizingWorker::readRoot(SizingTask& task) {
   const TreeSizer::Tree& asked = tree().tree;
+  std::optional<FileError> failure;
   try {
     const auto use = std::make_shared<const WalkedFolders::Use>(scheduler_.openRoot(tree()));
     const PinnedFolder pinned(*use);
@@ -32,8 +34,9 @@ void SizingWorker::readRoot() {
     scheduler_.reportUnreadable(tree(), *use, error);
     throwFileError(error, "list", asked.root.path());
   } catch (const FileError& error) {
-    tree().found.error = error;
+    failure = error;
   }
+  if (!isPutOff(task, failure->error())) tree().found.error = std::move(failure);
 }
 
 void SizingWorker::work() {
@@ -54,7 +57,7 @@ void SizingWorker::run(SizingTask& task) {
   } else if (task.siblings) {
     enter(task);
   } else {
-    readRoot();
+    readRoot(task);
   }
   noteTime();
 }
@@ -67,10 +70,16 @@ void SizingWorker::noteTime() {
   calls_ = 0;
 }
 
+// Tasks fail in this way before they have counted anything.
+bool SizingWorker::isPutOff(SizingTask& task, int error) {
+  return (error == EMFILE || error == ENFILE) && scheduler_.putOff(unshared_, task);
+}
+
 void SizingWorker::enter(SizingTask& task) {
   const WalkedFolders::Use& parent = task.siblings->folder;
   OpenedFolder opened = parent.open(task.name);
   if (!opened.descriptor.isOpen()) {
+    if (isPutOff(task, opened.error)) return;
     if (scheduler_.observer() != nullptr) observe(task, -1, false);
     return scheduler_.reportUnreadable(tree(), parent, task.name, opened.error);
   }
@@ -95,7 +104,10 @@ void SizingWorker::tellFolder(const WalkedFolders::Use& parent, const char* name
 
 void SizingWorker::readPart(SizingTask& task) {
   const PinnedFolder pinned(*task.bigFolder);
-  if (pinned.descriptor() < 0) return scheduler_.reportUnreadable(tree(), *task.bigFolder, pinned.error());
+  if (pinned.descriptor() < 0) {
+    if (!isPutOff(task, pinned.error())) scheduler_.reportUnreadable(tree(), *task.bigFolder, pinned.error());
+    return;
+  }
   SizedFolder folder(task.bigFolder, pinned.descriptor(), *task.item.step, task.observed);
   reader_.resume(pinned.descriptor(), std::move(task.part));
   countAll(folder);

@@ -26,9 +26,10 @@ class SizingWorker {
 
  private:
   void run(SizingTask& task);
-  void readRoot();
+  void readRoot(SizingTask& task);
   // The errno that ended the listing, or 0.
   int read(SizedFolder& folder);
+  bool isPutOff(SizingTask& task, int error);
   void enter(SizingTask& task);
   void readPart(SizingTask& task);
   // False when the walk is to end.

@@ -66,6 +66,14 @@ WalkedFolders::Use WalkedFolders::addRoot(FileDescriptor root) {
   return {*this, folder};
 }
 
+bool WalkedFolders::makeRoom() {
+  const FileDescriptor closed = [this] {
+    const std::lock_guard lock(mutex_);
+    return closeOne();
+  }();
+  return closed.isOpen();
+}
+
 // The first of the forgotten folders, which its caller takes out of the list.
 WalkedFolders::Folder& WalkedFolders::unused() {
   if (free_ == nullptr) free_ = &folders_.emplace_back();

@@ -73,6 +73,8 @@ class WalkedFolders {
 
   /// Takes over the open root of a tree. Folders of a tree are on the device of its root.
   [[nodiscard]] Use addRoot(FileDescriptor root);
+  /// Gives a descriptor back to the process. False if all that are open are in use.
+  bool makeRoom();
 
  private:
   friend class PinnedFolder;

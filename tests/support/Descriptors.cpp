@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 
@@ -28,8 +29,15 @@ std::size_t openDescriptors() {
 
 DescriptorLimit::DescriptorLimit(std::size_t more) {
   if (::getrlimit(RLIMIT_NOFILE, &before_) != 0) throw std::system_error(errno, std::generic_category(), "getrlimit");
+  // The limit is one of numbers, so those that are free below the last one are taken.
+  const int last = lastOpenDescriptor();
+  for (;;) {
+    FileDescriptor taken(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    if (!taken.isOpen() || taken.get() > last) break;
+    taken_.push_back(std::move(taken));
+  }
   rlimit lowered = before_;
-  lowered.rlim_cur = static_cast<rlim_t>(lastOpenDescriptor()) + 1 + more;
+  lowered.rlim_cur = static_cast<rlim_t>(last) + 1 + more;
   if (::setrlimit(RLIMIT_NOFILE, &lowered) != 0) throw std::system_error(errno, std::generic_category(), "setrlimit");
 }
 

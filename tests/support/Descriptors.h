@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 #include <sys/resource.h>
+
+#include "QuarnPlatform/base/FileDescriptor.h"
 
 namespace quarn {
 
@@ -19,6 +22,7 @@ class DescriptorLimit {
 
  private:
   rlimit before_{};
+  std::vector<FileDescriptor> taken_;
 };
 
 }  // namespace quarn
