@@ -26,9 +26,7 @@ class PlainReader {
 
  private:
   void skipSpace() {
-    while (!rest_.empty() && (rest_[0] == ' ' || rest_[0] == '\n' || rest_[0] == '\t' || rest_[0] == '\r')) {
-      rest_.remove_prefix(1);
-    }
+    if (!rest_.empty() && rest_[0] <= ' ') rest_.remove_prefix(whiteBytes(rest_));
   }
 
   [[nodiscard]] bool isNext(char character) const { return !rest_.empty() && rest_.front() == character; }

@@ -279,6 +279,29 @@ TEST(PlainJSONReader, LeavesTheRestToTheLibrary) {
   EXPECT_TRUE(isReadFast(nested(512, '[', ']')));
 }
 
+// It looks at eight bytes at a time.
+TEST(PlainJSONReader, FindsTheEndOfSpaceAndOfPlainTextAtEveryPlace) {
+  for (std::size_t before = 0; before < 20; ++before) {
+    for (std::size_t behind = 0; behind < 10; ++behind) {
+      for (const char* white : {"", " ", "\n", "\t", "\r", "\r\n  "}) {
+        const std::string space = std::string(before, ' ') + white + std::string(behind, ' ');
+        EXPECT_TRUE(isReadFast(space + "[" + space + "1" + space + "]" + space)) << before << ' ' << behind;
+      }
+      for (const char* other : {"\v", "\x01", "\x80", "!", "\""}) {
+        EXPECT_FALSE(isReadFast(std::string(before, ' ') + other + std::string(behind, ' ') + "1")) << before;
+      }
+      const std::string first(before, '#');
+      const std::string rest(behind, '#');
+      for (const char* special : {"\\\"", "\\\\", "\u00e4", "\\n", " ", "\x7F", "!", "]"}) {
+        EXPECT_TRUE(isReadFast("[\"" + first + special + rest + "\",\"" + rest + "\"]")) << before << special;
+      }
+      for (const char* wrong : {"\x01", "\x1F", "\xFF", "\n", "\""}) {
+        EXPECT_FALSE(isReadFast("[\"" + first + wrong + rest + "\"]")) << before << ' ' << behind;
+      }
+    }
+  }
+}
+
 // Random changes of texts with every kind of token: whatever the fast reader takes, the library takes with that value.
 TEST(PlainJSONReader, AgreesWithTheLibraryOnChangedTexts) {
   const std::string whole =
