@@ -1,6 +1,7 @@
 #include "QuarnSystem/BundleInfo.h"
 
 #include <array>
+#include <cerrno>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -22,11 +23,9 @@ std::string withoutCase(std::string_view name) { return Text::lowercased(name); 
 
 // Absent only if there is no such file. A malformed Info.plist still determines the layout of the bundle.
 std::optional<Info> readExisting(const FileManager& files, const FileURL& file) {
-  try {
-    return PropertyList::parse(files.readFile(file, PropertyList::kMaxBytes)).value_or(Info());
-  } catch (const FileError& error) {
-    return meansMissing(error.error()) ? std::nullopt : std::optional<Info>(Info());
-  }
+  const std::optional<std::string> bytes = files.readFileIfPossible(file, PropertyList::kMaxBytes);
+  if (bytes) return PropertyList::parse(*bytes).value_or(Info());
+  return meansMissing(errno) ? std::nullopt : std::optional<Info>(Info());
 }
 
 // The first name in the folder that equals `wanted` except for case. Keeps only the best match, so memory does not

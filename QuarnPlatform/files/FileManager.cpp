@@ -242,11 +242,13 @@ std::optional<std::string> FileManager::readFileIfPossible(const FileURL& url, s
   if (!file) return std::nullopt;
   if (!mayRead(*file, maximumBytes)) {
     note(url, EFBIG);
+    errno = EFBIG;
     return std::nullopt;
   }
   try {
     return file->read(0, static_cast<std::size_t>(file->size()));
-  } catch (const FileError&) {
+  } catch (const FileError& error) {
+    errno = error.error();
     return std::nullopt;
   }
 }

@@ -119,7 +119,7 @@ class FileManager {
   /// A whole regular file of at most `maximumBytes`; EFBIG beyond that or beyond what the operation may read, also in
   /// the read report. Throws FileError.
   [[nodiscard]] std::string readFile(const FileURL& url, std::size_t maximumBytes) const;
-  /// The same; absent if the file cannot be read.
+  /// The same; absent, and errno, if the file cannot be read.
   [[nodiscard]] std::optional<std::string> readFileIfPossible(const FileURL& url, std::size_t maximumBytes) const;
 
   /// The standardised path, as Foundation defines it. Collapses repeated slashes and removes "." and "..". Resolves

@@ -8,6 +8,7 @@
 
 #include <plist/plist.h>
 
+#include "QuarnSystem/formats/PlainPropertyLists.h"
 #include "QuarnSystem/formats/PropertyListGuards.h"
 
 namespace quarn {
@@ -154,7 +155,13 @@ PlistTree treeOf(std::string_view list) {
 }  // namespace
 
 std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
-  if (bytes.size() > kMaxBytes) return std::nullopt;
+  if (std::optional<PropertyList> plain = readPlainXmlPropertyList(bytes)) return plain;
+  if (std::optional<PropertyList> plain = readPlainBinaryPropertyList(bytes)) return plain;
+  return parsePropertyListByLibrary(bytes);
+}
+
+std::optional<PropertyList> parsePropertyListByLibrary(std::string_view bytes) {
+  if (bytes.size() > PropertyList::kMaxBytes) return std::nullopt;
   PropertyListCost cost;
   const std::string_view list = safeList(bytes, cost);
   if (list.empty()) return std::nullopt;

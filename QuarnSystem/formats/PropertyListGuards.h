@@ -1,9 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace quarn {
+
+class PropertyList;
 
 /// Checks that run before the property list library. The library recurses as deep as the file says, copies shared
 /// values, takes quadratic time for some counts, and terminates the program if a key has a zero byte. The guards walk
@@ -25,5 +28,8 @@ bool isSafeBinaryPropertyList(std::string_view bytes, PropertyListCost* cost = n
 /// Well-formed here means: only elements of the format, nested by its rules, no document type with declarations, no
 /// angle bracket in an attribute, no zero byte. Stores the cost of a safe list in `cost` if it is not null.
 std::string_view safeXmlPropertyList(std::string_view text, PropertyListCost* cost = nullptr);
+
+/// `PropertyList::parse` by the guards and the library alone: slower, and the judge of every list.
+std::optional<PropertyList> parsePropertyListByLibrary(std::string_view bytes);
 
 }  // namespace quarn
