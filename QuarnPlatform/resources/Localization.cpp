@@ -54,6 +54,7 @@ std::optional<std::string> translation(const JSONValue& entry, const std::vector
 
 Sentences readSentences(const Locale& locale, const ResourceBundle& bundle) {
   Sentences sentences;
+  if (locale.identifier().empty()) return sentences;  // no catalogue has texts for the root locale
   const std::optional<std::string> bytes = bundle.read("Localizable", "xcstrings");
   const std::optional<JSONDocument> catalogue = bytes ? JSONDocument::parse(*bytes) : std::nullopt;
   const std::optional<JSONValue> strings = catalogue ? catalogue->root().member("strings") : std::nullopt;

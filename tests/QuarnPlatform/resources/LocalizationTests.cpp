@@ -155,6 +155,11 @@ TEST_F(Localization, ALanguagesSentencesAreFound) {
   EXPECT_EQ(localizedText("In: %@", "Mail"), "In Mail");
 }
 
+TEST_F(Localization, TheRootLocaleHasNoTranslations) {
+  use("", R"({"strings":{"Hello":{"localizations":{"":{"stringUnit":{"value":"Hallo"}}}}}})");
+  EXPECT_EQ(localized("Hello"), "Hello");
+}
+
 TEST_F(Localization, UsingALocaleMakesItTheCurrentOne) {
   use("de_DE");
   EXPECT_EQ(Locale::current().identifier(), "de_DE");
