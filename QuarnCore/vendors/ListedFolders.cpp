@@ -1,5 +1,6 @@
 #include "QuarnCore/vendors/ListedFolders.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -10,8 +11,8 @@ namespace {
 
 constexpr std::size_t kMostKeptEntries = 4096;
 constexpr std::size_t kMostKeptAnswers = 16384;
-// Each level of a path asks for the one above it.
-constexpr std::size_t kMostLevels = 64;
+// Each level of a path is asked for.
+constexpr std::ptrdiff_t kMostLevels = 64;
 
 }  // namespace
 
@@ -26,28 +27,30 @@ ListedFolders::Entries ListedFolders::visibleEntries(const FileURL& folder) {
 }
 
 std::optional<FileURL> ListedFolders::existingURL(const std::string& path) {
-  const bool mayAskAbove = path::isPlain(path) && path::names(path).size() <= kMostLevels;
-  if (mayAskAbove && isMissing(path::parent(path))) return std::nullopt;
-  return files_.existingURL(path);
+  return isBelowMissing(path) ? std::nullopt : files_.existingURL(path);
 }
 
-// Asks for the folders above first: on most volumes the data folders of most vendors are missing, so one answer stands
-// for many paths. A folder that cannot be looked up for another reason does not count as missing.
+bool ListedFolders::isBelowMissing(std::string_view path) {
+  const bool mayAsk = path::isPlain(path) && std::count(path.begin(), path.end(), '/') <= kMostLevels;
+  for (std::size_t end = mayAsk ? path.find('/', 1) : std::string_view::npos; end != std::string_view::npos;
+       end = path.find('/', end + 1)) {
+    if (isMissing(path.substr(0, end))) return true;
+  }
+  return false;
+}
+
+// From the top down: on most volumes the data folders of most vendors are missing, so one answer stands for many paths.
+// A folder that cannot be looked up for another reason does not count as missing.
 bool ListedFolders::isMissing(std::string_view folder) {
-  if (folder.size() <= 1) return false;
-  std::string path(folder);
   {
     const std::lock_guard lock(mutex_);
-    const auto known = isMissing_.find(path);
+    const auto known = isMissing_.find(folder);
     if (known != isMissing_.end()) return known->second;
   }
-  bool missing = isMissing(path::parent(folder));
-  if (!missing) {
-    const bool isFound = silent_.facts(FileURL(path), Links::follow).has_value();
-    missing = !isFound && (errno == ENOENT || errno == ENOTDIR);
-  }
+  const bool isFound = silent_.facts(FileURL(folder), Links::follow).has_value();
+  const bool missing = !isFound && (errno == ENOENT || errno == ENOTDIR);
   const std::lock_guard lock(mutex_);
-  if (isMissing_.size() < kMostKeptAnswers) isMissing_.emplace(std::move(path), missing);
+  if (isMissing_.size() < kMostKeptAnswers) isMissing_.emplace(folder, missing);
   return missing;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -27,14 +28,21 @@ class ListedFolders {
   [[nodiscard]] Entries visibleEntries(const FileURL& folder);
   /// `FileManager::existingURL`. Looks nothing up below a folder that is known to be missing.
   [[nodiscard]] std::optional<FileURL> existingURL(const std::string& path);
+  /// True if a folder on the way to a path is missing. Looks up each of them once.
+  [[nodiscard]] bool isBelowMissing(std::string_view path);
 
  private:
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+  };
+
   [[nodiscard]] bool isMissing(std::string_view folder);
 
   FileManager files_;
   FileManager silent_;  // for questions of our own; what they cannot find out is reported with the item itself
   std::mutex mutex_;
-  std::unordered_map<std::string, bool> isMissing_;  // by plain path
+  std::unordered_map<std::string, bool, Hash, std::equal_to<>> isMissing_;  // by plain path
   std::unordered_map<std::string, Entries> listed_;  // without folders that are too large to cache
 };
 

@@ -15,6 +15,12 @@ namespace {
 
 bool isStarred(std::string_view component) { return component.find('*') != std::string_view::npos; }
 
+// A pattern up to its first component with "*": the folder of that must exist.
+std::string_view throughFirstStar(std::string_view pattern) {
+  const std::size_t star = pattern.find('*');
+  return star == std::string_view::npos ? pattern : pattern.substr(0, pattern.find('/', star));
+}
+
 // memmem takes linear time, unlike string_view::find. Patterns and names are untrusted.
 std::size_t find(std::string_view text, std::string_view part) {
   const void* found = ::memmem(text.data(), text.size(), part.data(), part.size());
@@ -110,8 +116,9 @@ class Candidates {
   std::string pending_;
 };
 
-// Empty if cancelled.
+// Empty if cancelled. Most paths name nothing on a volume: what is missing is found out before anything is made.
 std::vector<FileURL> resolveOne(const std::string& path, ListedFolders& folders, const Cancellation& cancellation) {
+  if (folders.isBelowMissing(throughFirstStar(path))) return {};
   const std::vector<std::string_view> names = path::names(path);
   if (names.empty()) return {};
   Candidates candidates(folders, cancellation);

@@ -1,5 +1,7 @@
 #include "QuarnCore/vendors/VendorProfileRegistry.h"
 
+#include <mutex>
+
 #include "QuarnCore/vendors/VendorMatcher.h"
 #include "QuarnCore/vendors/VendorProfileJSON.h"
 #include "QuarnPlatform/base/Parallel.h"
@@ -10,10 +12,8 @@ namespace {
 constexpr std::string_view kExtension = "json";
 constexpr std::string_view kSubdirectory = "vendors";
 
-// A file in the subdirectory hides a file of the same name in the bundle's folder, even if it cannot be read.
 std::optional<std::string> readResource(const ResourceBundle& bundle, std::string_view name) {
-  return bundle.contains(name, kExtension, kSubdirectory) ? bundle.read(name, kExtension, kSubdirectory)
-                                                          : bundle.read(name, kExtension);
+  return bundle.readBelowOrHere(name, kExtension, kSubdirectory);
 }
 
 std::string withoutExtension(std::string file) {
@@ -26,36 +26,59 @@ std::string withoutExtension(std::string file) {
 
 }  // namespace
 
+// The matchers are made when an app is matched for the first time; a storage scan matches none.
+struct VendorProfileRegistry::Content {
+  explicit Content(std::vector<VendorProfile> all) : profiles(std::move(all)) {}
+
+  [[nodiscard]] const std::vector<VendorMatcher>& matchers() const {
+    std::call_once(once, [this] {
+      made.reserve(profiles.size());
+      for (const VendorProfile& profile : profiles) made.emplace_back(profile);
+    });
+    return made;
+  }
+
+  std::vector<VendorProfile> profiles;
+  mutable std::once_flag once;
+  mutable std::vector<VendorMatcher> made;  // in the order of the profiles
+};
+
 VendorProfileRegistry::VendorProfileRegistry(std::vector<VendorProfile> profiles)
-    : profiles_(std::make_shared<const std::vector<VendorProfile>>(std::move(profiles))) {
-  std::vector<VendorMatcher> matchers;
-  matchers.reserve(profiles_->size());
-  for (const VendorProfile& profile : *profiles_) matchers.emplace_back(profile);
-  matchers_ = std::make_shared<const std::vector<VendorMatcher>>(std::move(matchers));
-}
+    : content_(std::make_shared<const Content>(std::move(profiles))) {}
+
+const std::vector<VendorProfile>& VendorProfileRegistry::profiles() const { return content_->profiles; }
 
 VendorProfileRegistry VendorProfileRegistry::loadDefault(const ResourceBundle& bundle) {
+  return loadWanted(bundle, [](std::string_view) { return true; });
+}
+
+VendorProfileRegistry VendorProfileRegistry::loadWanted(const ResourceBundle& bundle,
+                                                        const std::function<bool(std::string_view id)>& isWanted) {
   const std::optional<std::string> indexText = readResource(bundle, "index");
   const std::optional<Index> index = indexText ? decodeVendorIndex(*indexText) : std::nullopt;
   if (!index) return VendorProfileRegistry();
   return VendorProfileRegistry(
       collectInParallel<VendorProfile>(index->vendors.size(), [&](std::size_t i) -> std::optional<VendorProfile> {
         const std::optional<std::string> text = readResource(bundle, withoutExtension(index->vendors[i].file));
-        return text ? decodeVendorProfile(*text) : std::nullopt;
+        const std::optional<std::string_view> id = text ? leadingProfileID(*text) : std::nullopt;
+        if (!text || (id && !isWanted(*id))) return std::nullopt;
+        std::optional<VendorProfile> profile = decodeVendorProfile(*text);
+        return profile && isWanted(profile->id) ? std::move(profile) : std::nullopt;
       }));
 }
 
 std::vector<VendorProfile> VendorProfileRegistry::matchingProfiles(const AppEntity& app) const {
   std::vector<VendorProfile> matching;
-  for (const std::size_t index : matchingIndices(app)) matching.push_back((*profiles_)[index]);
+  for (const std::size_t index : matchingIndices(app)) matching.push_back(profiles()[index]);
   return matching;
 }
 
 std::vector<std::size_t> VendorProfileRegistry::matchingIndices(const AppEntity& app) const {
   const AppTexts texts(app);
+  const std::vector<VendorMatcher>& matchers = content_->matchers();
   std::vector<std::size_t> matching;
-  for (std::size_t i = 0; i < profiles_->size(); ++i) {
-    if ((*matchers_)[i].matches(texts)) matching.push_back(i);
+  for (std::size_t i = 0; i < matchers.size(); ++i) {
+    if (matchers[i].matches(texts)) matching.push_back(i);
   }
   return matching;
 }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "QuarnCore/vendors/VendorProfile.h"
@@ -11,8 +13,6 @@
 #include "QuarnPlatform/resources/ResourceBundle.h"
 
 namespace quarn {
-
-class VendorMatcher;
 
 /// The vendor profiles in the order of their index. Loaded once; copies share the data.
 class VendorProfileRegistry {
@@ -26,8 +26,11 @@ class VendorProfileRegistry {
   /// Loads "vendors/index.json" (else "index.json") and the files that it names. Never fails: silently skips files
   /// that cannot be read or decoded.
   static VendorProfileRegistry loadDefault(const ResourceBundle& bundle = ResourceBundle::containing<BundleAnchor>());
+  /// The same with only the profiles whose id is wanted. Reads most others without decoding them.
+  static VendorProfileRegistry loadWanted(const ResourceBundle& bundle,
+                                          const std::function<bool(std::string_view id)>& isWanted);
 
-  [[nodiscard]] const std::vector<VendorProfile>& profiles() const { return *profiles_; }
+  [[nodiscard]] const std::vector<VendorProfile>& profiles() const;
   /// The profiles that match the app, in the order of the index.
   [[nodiscard]] std::vector<VendorProfile> matchingProfiles(const AppEntity& app) const;
   /// Their positions in `profiles()`, ascending.
@@ -37,8 +40,9 @@ class VendorProfileRegistry {
                                                 const FileURL& home) const;
 
  private:
-  std::shared_ptr<const std::vector<VendorProfile>> profiles_;
-  std::shared_ptr<const std::vector<VendorMatcher>> matchers_;  ///< in the order of the profiles
+  struct Content;  ///< the profiles, and their matchers once an app is matched
+
+  std::shared_ptr<const Content> content_;
 };
 
 }  // namespace quarn

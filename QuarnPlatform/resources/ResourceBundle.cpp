@@ -17,7 +17,15 @@
 
 namespace quarn {
 
+struct ResourceBundle::OpenResource {
+  FileDescriptor descriptor{};
+  std::size_t size = 0;  ///< as the system reports it
+  int error = 0;         ///< why it is not open
+};
+
 namespace {
+
+using OpenResource = ResourceBundle::OpenResource;
 
 std::string fileName(std::string_view name, std::string_view extension) {
   std::string file(name);
@@ -32,28 +40,32 @@ bool staysInside(std::string_view relative) {
 }
 
 /// Opens a regular file. Non-blocking, so that a pipe in its place cannot block the program.
-FileDescriptor openRegularFile(const std::string& path) {
+OpenResource openRegularFile(const std::string& path) {
   FileDescriptor file(againIfInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
-  if (!file.isOpen()) return file;
   struct stat facts {};
-  if (::fstat(file.get(), &facts) != 0) return {};
-  if (S_ISREG(facts.st_mode)) return file;
-  errno = EINVAL;
-  return {};
+  if (!file.isOpen() || ::fstat(file.get(), &facts) != 0) return {.error = errno};
+  if (!S_ISREG(facts.st_mode)) return {.error = EINVAL};
+  return {.descriptor = std::move(file), .size = static_cast<std::size_t>(facts.st_size)};
 }
 
-/// Reads the whole file. Absent on an error or above the maximum, even if the reported size is smaller.
-std::optional<std::string> readAll(const FileDescriptor& file) {
+/// Reads the whole file, also if it is longer than reported. Stores in `error` why not. A read that asks for one byte
+/// more than the file is said to have, and does not get it, was the last: most resources take one call.
+std::optional<std::string> readAll(const OpenResource& file, int& error) {
   constexpr std::size_t kChunk = 32u << 10;
-  const auto chunk = std::make_unique_for_overwrite<char[]>(kChunk);
+  error = EFBIG;
   std::string bytes;
-  while (bytes.size() <= ResourceBundle::kMaximumBytes) {
-    const ssize_t got = againIfInterrupted([&] { return ::read(file.get(), chunk.get(), kChunk); });
-    if (got == 0) return bytes;
+  for (std::size_t used = 0; std::max(used, file.size) <= ResourceBundle::kMaximumBytes;) {
+    bytes.resize(used < file.size ? file.size + 1 : used + kChunk);
+    const ssize_t got =
+        againIfInterrupted([&] { return ::read(file.descriptor.get(), bytes.data() + used, bytes.size() - used); });
+    if (got < 0) error = errno;
     if (got < 0) return std::nullopt;
-    bytes.append(chunk.get(), static_cast<std::size_t>(got));
+    used += static_cast<std::size_t>(got);
+    const bool isLast = got == 0 || used == file.size;
+    if (!isLast) continue;
+    bytes.resize(used);
+    return bytes;
   }
-  errno = EFBIG;
   return std::nullopt;
 }
 
@@ -87,10 +99,23 @@ std::optional<std::string> ResourceBundle::pathOf(std::string_view name, std::st
 std::optional<std::string> ResourceBundle::read(std::string_view name, std::string_view extension,
                                                 std::string_view subdirectory) const {
   const std::optional<std::string> path = pathOf(name, extension, subdirectory);
-  if (!path) return std::nullopt;
-  const FileDescriptor descriptor = openRegularFile(*path);
-  std::optional<std::string> bytes = descriptor.isOpen() ? readAll(descriptor) : std::nullopt;
-  if (!bytes && onUnreadable_ && !meansMissing(errno)) onUnreadable_(*path, errno);
+  return path ? contentOf(*path, openRegularFile(*path)) : std::nullopt;
+}
+
+// A file that opens is there: nearly all resources take one look-up.
+std::optional<std::string> ResourceBundle::readBelowOrHere(std::string_view name, std::string_view extension,
+                                                           std::string_view subdirectory) const {
+  if (const std::optional<std::string> path = pathOf(name, extension, subdirectory)) {
+    const OpenResource file = openRegularFile(*path);
+    if (file.descriptor.isOpen() || ::access(path->c_str(), F_OK) == 0) return contentOf(*path, file);
+  }
+  return read(name, extension);
+}
+
+std::optional<std::string> ResourceBundle::contentOf(const std::string& path, const OpenResource& file) const {
+  int error = file.error;
+  std::optional<std::string> bytes = file.descriptor.isOpen() ? readAll(file, error) : std::nullopt;
+  if (!bytes && onUnreadable_ && !meansMissing(error)) onUnreadable_(path, error);
   return bytes;
 }
 

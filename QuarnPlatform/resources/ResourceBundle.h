@@ -42,7 +42,15 @@ class ResourceBundle {
   [[nodiscard]] std::optional<std::string> read(std::string_view name, std::string_view extension,
                                                 std::string_view subdirectory = "") const;
 
+  /// The same for the file in the subdirectory, or for the one in the bundle's folder if there is none. A file that
+  /// cannot be read hides the other one.
+  [[nodiscard]] std::optional<std::string> readBelowOrHere(std::string_view name, std::string_view extension,
+                                                           std::string_view subdirectory) const;
+
+  struct OpenResource;  ///< private to the source file
+
  private:
+  [[nodiscard]] std::optional<std::string> contentOf(const std::string& path, const OpenResource& file) const;
   [[nodiscard]] std::optional<std::string> pathOf(std::string_view name, std::string_view extension,
                                                   std::string_view subdirectory) const;
 
