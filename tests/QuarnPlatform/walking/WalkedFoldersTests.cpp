@@ -156,6 +156,36 @@ TEST(WalkedFolders, FoldersOfSeveralTreesAreReachedFromTheirOwnRoots) {
   EXPECT_TRUE(canOpen(second, "mine"));
 }
 
+// Where the system cannot check the device, its number is compared with that of the root.
+TEST(WalkedFolders, TreesOnDifferentDevicesEachHaveTheirOwn) {
+  MacVolume onDisk;
+  MacVolume inMemory = volumeInMemory();
+  onDisk.folder("/t/a/b");
+  inMemory.folder("/t/a/b");
+  WalkedFolders folders;
+  for (const MacVolume* volume : {&onDisk, &inMemory}) {
+    const WalkedFolders::Use root = folders.addRoot(openFolder(*volume, "/t"));
+    EXPECT_TRUE(canOpen(enter(root, "a"), "b"));
+  }
+}
+
+TEST(WalkedFolders, MakingRoomClosesAFolderThatNoThreadReadsAndNeverARoot) {
+  MacVolume volume;
+  volume.folder("/t/a/b");
+  WalkedFolders folders;
+  const WalkedFolders::Use root = folders.addRoot(openFolder(volume, "/t"));
+  EXPECT_FALSE(folders.makeRoom());
+  const WalkedFolders::Use a = enter(root, "a");
+  const std::size_t before = openDescriptors();
+  {
+    const PinnedFolder pinned(a);
+    EXPECT_FALSE(folders.makeRoom());
+  }
+  EXPECT_TRUE(folders.makeRoom());
+  EXPECT_EQ(openDescriptors(), before - 1);
+  EXPECT_TRUE(canOpen(a, "b"));
+}
+
 TEST(WalkedFolders, ADeepChainIsLetGoWithoutExhaustingTheStack) {
   MacVolume volume = volumeInMemory();
   constexpr int kDepth = 20'000;
