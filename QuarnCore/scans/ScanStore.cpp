@@ -100,7 +100,8 @@ class Gathering {
     }
   }
 
-  // A reader finds the roots by category, whatever the number of users.
+  // A reader finds the roots by category, whatever the number of users. `userOf` decides which user has a root or
+  // place; the scopes only save looking for the volume's own once for each user.
   void gatherRoots() {
     std::map<StorageCategoryID, std::vector<ScannedRoot>> byCategory;
     for (std::size_t home = 0; home < homes_.urls().size() && !cancellation_.isCancelled(); ++home) {
