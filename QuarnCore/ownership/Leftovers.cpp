@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <numeric>
 #include <unordered_map>
 #include <utility>
 
@@ -25,8 +26,6 @@ std::string keyOf(const FormerOwner& owner) {
   return Text::lowercased(owner.bundleIdentifier.value_or("/" + owner.name));
 }
 
-std::int64_t allocated(const Leftover& leftover) { return leftover.size ? leftover.size->allocatedBytes : 0; }
-
 LeftoverItem itemOf(const Ownership& entry) {
   return {.url = entry.url,
           .place = entry.place,
@@ -46,19 +45,22 @@ void add(Leftover& leftover, LeftoverItem item) {
   leftover.items.push_back(std::move(item));
 }
 
-void sort(std::vector<Leftover>& leftovers) {
-  std::stable_sort(leftovers.begin(), leftovers.end(), [](const Leftover& left, const Leftover& right) {
-    if (allocated(left) != allocated(right)) return allocated(left) > allocated(right);
-    return Text::localizedCaseInsensitiveCompare(left.owner.name, right.owner.name) < 0;
-  });
+std::vector<Leftover> recordsOf(const LeftoverList& list) {
+  std::vector<Leftover> records;
+  records.reserve(list.size());
+  for (std::size_t i = 0; i < list.size(); ++i) records.push_back(list.at(i));
+  return records;
 }
 
+}  // namespace
+
 /// Finds leftovers, and groups them by former owner.
-class LeftoverSearch {
+class LeftoverList::Search {
  public:
-  LeftoverSearch(const LeftoverOptions& options, const FileManager& files, const FileSizeCalculator& sizes,
-                 const Cancellation& cancellation, const NewestChange& newest)
-      : options_(options),
+  Search(LeftoverList& list, const LeftoverOptions& options, const FileManager& files, const FileSizeCalculator& sizes,
+         const Cancellation& cancellation, const NewestChange& newest)
+      : list_(list),
+        options_(options),
         files_(files.cancelledBy(cancellation)),
         sizes_(sizes),
         cancellation_(cancellation),
@@ -68,37 +70,66 @@ class LeftoverSearch {
   bool consider(const OwnershipMap& map, std::size_t position) {
     if (cancellation_.isCancelled()) return false;
     if (map.status(position) != OwnershipStatus::orphaned) return true;
-    const Ownership entry = map.ownershipWithoutRivals(position);
-    if (!options_.includeSystem && entry.scope == ArtifactScope::system) return true;
-    LeftoverItem item = itemOf(entry);
-    item.modified = newest_ ? newest_(entry.url) : newestChange(files_, entry.url);
-    if (options_.computeSizes) item.size = sizeOf(sizes_, entry.url, cancellation_);
-    add(of(*entry.formerOwner), std::move(item));
+    if (!options_.includeSystem && map.scope(position) == ArtifactScope::system) return true;
+    if (map_ != &map) list_.maps_.push_back(map);
+    map_ = &map;
+    const FileURL url = map.url(position);
+    Item item{.map = static_cast<std::uint32_t>(list_.maps_.size() - 1),
+              .entry = static_cast<std::uint32_t>(position),
+              .leftover = leftoverOf(map.formerOwner(position))};
+    item.modified = newest_ ? newest_(url) : newestChange(files_, url);
+    if (options_.computeSizes) item.size = sizeOf(sizes_, url, cancellation_);
+    if (item.size) groups_[item.leftover].size += *item.size;
+    list_.items_.push_back(item);
     return true;
   }
 
-  std::vector<Leftover> take() {
-    sort(leftovers_);
-    return std::move(leftovers_);
+  void finish() {
+    std::vector<std::uint32_t> order(groups_.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::stable_sort(order.begin(), order.end(), [&](std::uint32_t left, std::uint32_t right) {
+      const Group& first = groups_[left];
+      const Group& second = groups_[right];
+      if (first.size.allocatedBytes != second.size.allocatedBytes) {
+        return first.size.allocatedBytes > second.size.allocatedBytes;
+      }
+      return Text::localizedCaseInsensitiveCompare(first.owner->name, second.owner->name) < 0;
+    });
+    std::vector<std::uint32_t> ranks(order.size());
+    for (std::uint32_t rank = 0; rank < order.size(); ++rank) ranks[order[rank]] = rank;
+    std::vector<std::uint32_t>& starts = list_.starts_;
+    starts.assign(groups_.size() + 1, 0);
+    for (Item& item : list_.items_) {
+      item.leftover = ranks[item.leftover];
+      ++starts[item.leftover + 1];
+    }
+    std::partial_sum(starts.begin(), starts.end(), starts.begin());
+    std::stable_sort(list_.items_.begin(), list_.items_.end(),
+                     [](const auto& left, const auto& right) { return left.leftover < right.leftover; });
   }
 
  private:
-  Leftover& of(const FormerOwner& owner) {
-    const auto [position, isNew] = positions_.try_emplace(keyOf(owner), leftovers_.size());
-    if (isNew) leftovers_.push_back({.owner = owner});
-    return leftovers_[position->second];
+  struct Group {
+    const FormerOwner* owner;
+    SizeInfo size{};
+  };
+
+  std::uint32_t leftoverOf(const FormerOwner& owner) {
+    const auto [position, isNew] = positions_.try_emplace(keyOf(owner), static_cast<std::uint32_t>(groups_.size()));
+    if (isNew) groups_.push_back({.owner = &owner});
+    return position->second;
   }
 
+  LeftoverList& list_;
   const LeftoverOptions& options_;
   const FileManager files_;
   const FileSizeCalculator& sizes_;
   const Cancellation& cancellation_;
   const NewestChange& newest_;
-  std::vector<Leftover> leftovers_;
-  std::unordered_map<std::string, std::size_t> positions_;
+  const OwnershipMap* map_ = nullptr;  // the last one
+  std::vector<Group> groups_;
+  std::unordered_map<std::string, std::uint32_t> positions_;
 };
-
-}  // namespace
 
 std::optional<Date> newestChange(const FileManager& files, const FileURL& url) {
   const std::optional<ItemFacts> own = files.facts(url, Links::doNotFollow);
@@ -114,22 +145,48 @@ std::optional<Date> newestChange(const FileManager& files, const FileURL& url) {
   return result;
 }
 
-std::vector<Leftover> findLeftovers(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,
-                                    const FileSizeCalculator& sizes, const Cancellation& cancellation,
-                                    const NewestChange& newest) {
-  LeftoverSearch search(options, files, sizes, cancellation, newest);
+LeftoverList::LeftoverList(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,
+                           const FileSizeCalculator& sizes, const Cancellation& cancellation,
+                           const NewestChange& newest) {
+  Search search(*this, options, files, sizes, cancellation, newest);
   for (std::size_t i = 0; i < map.size(); ++i) {
     if (!search.consider(map, i)) break;
   }
-  return search.take();
+  search.finish();
+}
+
+LeftoverList::LeftoverList(const UsersMap& map, const LeftoverOptions& options, const FileManager& files,
+                           const FileSizeCalculator& sizes, const Cancellation& cancellation,
+                           const NewestChange& newest) {
+  Search search(*this, options, files, sizes, cancellation, newest);
+  map.eachEntry([&](const OwnershipMap& ofHome, std::size_t i) { return search.consider(ofHome, i); });
+  search.finish();
+}
+
+Leftover LeftoverList::at(std::size_t position) const {
+  Leftover leftover;
+  for (std::uint32_t i = starts_[position]; i < starts_[position + 1]; ++i) {
+    const Item& packed = items_[i];
+    const OwnershipMap& map = maps_[packed.map];
+    if (i == starts_[position]) leftover.owner = map.formerOwner(packed.entry);
+    LeftoverItem item = itemOf(map.ownershipWithoutRivals(packed.entry));
+    item.modified = packed.modified;
+    item.size = packed.size;
+    add(leftover, std::move(item));
+  }
+  return leftover;
+}
+
+std::vector<Leftover> findLeftovers(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,
+                                    const FileSizeCalculator& sizes, const Cancellation& cancellation,
+                                    const NewestChange& newest) {
+  return recordsOf(LeftoverList(map, options, files, sizes, cancellation, newest));
 }
 
 std::vector<Leftover> findLeftovers(const UsersMap& map, const LeftoverOptions& options, const FileManager& files,
                                     const FileSizeCalculator& sizes, const Cancellation& cancellation,
                                     const NewestChange& newest) {
-  LeftoverSearch search(options, files, sizes, cancellation, newest);
-  map.eachEntry([&](const OwnershipMap& ofHome, std::size_t i) { return search.consider(ofHome, i); });
-  return search.take();
+  return recordsOf(LeftoverList(map, options, files, sizes, cancellation, newest));
 }
 
 }  // namespace quarn

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -45,20 +47,50 @@ struct LeftoverOptions {
 /// The newest change of an item and the folders and files in it; absent when unknown. Links count only as the item.
 using NewestChange = std::function<std::optional<Date>(const FileURL& url)>;
 
-/// The orphaned entries of the map by former owner: the largest first when they are sized, else by name. Shared, system
-/// and unknown entries are never among them. If cancelled, returns those gathered so far. `newest` replaces reading the
-/// times from the volume. Throws SizeOverflow.
+/// The orphaned entries of a map by former owner: the largest first when they are sized, else by name. Shared, system
+/// and unknown entries are never among them. Entries are packed; the records, which take many times the memory, are
+/// made one by one. Shares what the map holds. A plain value; safe from any thread.
+class LeftoverList {
+ public:
+  /// What one former app left in several home folders is one leftover. If cancelled, has those gathered so far.
+  /// `newest` replaces reading the times from the volume. Throws SizeOverflow.
+  LeftoverList(const UsersMap& map, const LeftoverOptions& options, const FileManager& files,
+               const FileSizeCalculator& sizes, const Cancellation& cancellation = Cancellation::never(),
+               const NewestChange& newest = nullptr);
+  LeftoverList(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,
+               const FileSizeCalculator& sizes, const Cancellation& cancellation = Cancellation::never(),
+               const NewestChange& newest = nullptr);
+
+  [[nodiscard]] std::size_t size() const { return starts_.empty() ? 0 : starts_.size() - 1; }
+  [[nodiscard]] Leftover at(std::size_t position) const;
+
+ private:
+  class Search;
+
+  struct Item {
+    std::uint32_t map = 0;       // position in `maps_`
+    std::uint32_t entry = 0;     // of that map
+    std::uint32_t leftover = 0;  // that it belongs to
+    std::optional<Date> modified{};
+    std::optional<SizeInfo> size{};
+  };
+
+  std::vector<OwnershipMap> maps_;
+  std::vector<Item> items_;            // by leftover, then in the order of the map
+  std::vector<std::uint32_t> starts_;  // the first item of each leftover, and the number of items
+};
+
+/// All records of a LeftoverList.
 std::vector<Leftover> findLeftovers(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,
                                     const FileSizeCalculator& sizes,
                                     const Cancellation& cancellation = Cancellation::never(),
                                     const NewestChange& newest = nullptr);
-/// Reads the times from the volume.
-std::optional<Date> newestChange(const FileManager& files, const FileURL& url);
-
-/// The leftovers of all users: what one former app left in several home folders is one leftover.
 std::vector<Leftover> findLeftovers(const UsersMap& map, const LeftoverOptions& options, const FileManager& files,
                                     const FileSizeCalculator& sizes,
                                     const Cancellation& cancellation = Cancellation::never(),
                                     const NewestChange& newest = nullptr);
+
+/// Reads the times from the volume.
+std::optional<Date> newestChange(const FileManager& files, const FileURL& url);
 
 }  // namespace quarn

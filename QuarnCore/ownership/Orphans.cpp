@@ -104,6 +104,8 @@ void FormerApps::gather() {
   for (const auto& [identifier, entries] : identifiers_) sorted.push_back(identifier);
   std::sort(sorted.begin(), sorted.end());
   std::unordered_map<std::string, std::uint32_t> formers;
+  apps_.reserve(sorted.size());
+  owners_.reserve(sorted.size());
   for (const std::string& identifier : sorted) {
     if (!wasApp(identifier)) continue;
     const std::uint32_t former = formerOf(identifier, formers);
@@ -113,6 +115,13 @@ void FormerApps::gather() {
       mark(entry, isContainer ? OrphanKind::container : OrphanKind::identifierName, former);
     }
   }
+  // The index takes the memory of what only finds the apps.
+  programs_ = {};
+  plainNames_ = {};
+  identifiers_ = {};
+  spelled_ = {};
+  formers = {};
+  sorted = {};
   index_ = AppIndex(apps_, {});
 }
 

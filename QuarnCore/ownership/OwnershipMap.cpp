@@ -165,6 +165,12 @@ bool OwnershipMap::isComplete() const { return state_->isComplete; }
 const std::vector<AppEntity>& OwnershipMap::apps() const { return state_->apps; }
 std::size_t OwnershipMap::size() const { return state_->entries.size(); }
 OwnershipStatus OwnershipMap::status(std::size_t entry) const { return state_->entries[entry].status; }
+ArtifactScope OwnershipMap::scope(std::size_t entry) const {
+  return ownershipPlaces()[state_->entries[entry].place].scope();
+}
+const FormerOwner& OwnershipMap::formerOwner(std::size_t entry) const {
+  return state_->formers[state_->entries[entry].former];
+}
 EvidenceKind OwnershipMap::evidence(std::size_t entry) const { return state_->entries[entry].evidence; }
 Ownership OwnershipMap::ownership(std::size_t entry) const { return recordOf(*state_, state_->entries[entry]); }
 Ownership OwnershipMap::ownershipWithoutRivals(std::size_t entry) const {

@@ -34,6 +34,9 @@ class OwnershipMap {
   /// The same without rivals, which cost another look at the entry's evidence.
   [[nodiscard]] Ownership ownershipWithoutRivals(std::size_t entry) const;
   [[nodiscard]] OwnershipStatus status(std::size_t entry) const;
+  [[nodiscard]] ArtifactScope scope(std::size_t entry) const;
+  /// Of an orphaned entry. Lives as long as a copy of the map.
+  [[nodiscard]] const FormerOwner& formerOwner(std::size_t entry) const;
   [[nodiscard]] FileURL url(std::size_t entry) const;
   /// The apps that own it, as positions in `apps()`, `Ownership::kMostListed` at most; empty unless owned or shared.
   [[nodiscard]] std::vector<std::uint32_t> owners(std::size_t entry) const;

@@ -204,7 +204,7 @@ Database Database::makeIn(const std::string& file) {
   Database database(file, SQLITE_OPEN_READWRITE);
   database.execute(
       "PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF; PRAGMA locking_mode=EXCLUSIVE;"
-      "PRAGMA temp_store=MEMORY; PRAGMA cache_size=-1024; PRAGMA page_size=4096; PRAGMA auto_vacuum=NONE;");
+      "PRAGMA temp_store=MEMORY; PRAGMA cache_size=-256; PRAGMA page_size=4096; PRAGMA auto_vacuum=NONE;");
   return database;
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "QuarnCore/scans/Database.h"
+#include "QuarnCore/scans/FolderRows.h"
 #include "QuarnCore/scans/ScanHeader.h"
 #include "QuarnCore/scans/ScanRows.h"
 #include "QuarnCore/scans/ScanSchema.h"
@@ -17,6 +18,8 @@ namespace quarn {
 namespace {
 
 using scans::damage;
+using scans::eachRow;
+using scans::readFolder;
 using scans::RowReader;
 
 constexpr std::int64_t kFormatWithUsers = 2;
@@ -37,16 +40,6 @@ void checkID(std::int64_t id, std::size_t position) {
   if (id != static_cast<std::int64_t>(position) + 1) throw damage("an id is out of order");
 }
 
-/// Calls `consume(RowReader&)` for each row.
-template <class Consume>
-void eachRow(const Database& database, std::string_view sql, const Consume& consume) {
-  Statement statement = database.prepare(sql);
-  while (statement.step()) {
-    RowReader row(statement);
-    consume(row);
-  }
-}
-
 std::optional<VendorPathHint> hintOf(const scans::HintColumns& columns) {
   if (!columns.vendorID) return std::nullopt;
   if (!columns.vendorName || !columns.category || !columns.kind || !columns.dataClass || !columns.title ||
@@ -64,29 +57,6 @@ std::optional<VendorPathHint> hintOf(const scans::HintColumns& columns) {
                         .path = *columns.path};
 }
 
-// A folder's place in the order makes sense, and its name is a name.
-void check(const ScannedFolder& folder, std::int64_t marks) {
-  const bool isRoot = folder.id == 0;
-  const bool isName = isRoot ? folder.name == "/" : !folder.name.empty() && folder.name != "." && folder.name != "..";
-  const bool hasSeparator = !isRoot && folder.name.find_first_of(std::string_view("/\0", 2)) != std::string::npos;
-  const bool isAfterParent = isRoot ? folder.parent == 0 : folder.parent < folder.id;
-  const bool fits = folder.descendants <= std::numeric_limits<std::uint32_t>::max() - folder.id;
-  if (!isName || hasSeparator || !isAfterParent || !fits || folder.files < 0 || marks < 0 || marks > 7) {
-    throw damage("a folder is impossible");
-  }
-}
-
-ScannedFolder readFolder(RowReader& row) {
-  ScannedFolder folder;
-  std::int64_t marks = 0;
-  scans::folderColumns(row, folder, marks);
-  check(folder, marks);
-  folder.isHidden = (marks & scans::kHiddenMark) != 0;
-  folder.isPackage = (marks & scans::kPackageMark) != 0;
-  folder.isRead = (marks & scans::kUnreadMark) == 0;
-  return folder;
-}
-
 ScanValue valueOf(Statement& statement) {
   switch (statement.kind()) {
     case Statement::Kind::integer: return statement.integer();
@@ -98,61 +68,6 @@ ScanValue valueOf(Statement& statement) {
   statement.skip();
   return std::monostate();
 }
-
-/// Reads single folders.
-class FolderRows {
- public:
-  explicit FolderRows(const Database& database) : statement_(database.prepare("SELECT * FROM folders WHERE id = ?")) {}
-
-  ScannedFolder at(std::uint32_t id) {
-    statement_.reset();
-    statement_.bind(std::int64_t{id});
-    if (!statement_.step()) throw damage("a folder is missing");
-    RowReader row(statement_);
-    return readFolder(row);
-  }
-
-  /// Calls `consume` for the folders directly in a folder, by name, until it returns false. Skips what is below them.
-  template <class Consume>
-  void eachChild(const ScannedFolder& folder, const Consume& consume) {
-    const std::uint64_t last = std::uint64_t{folder.id} + folder.descendants;
-    for (std::uint64_t next = std::uint64_t{folder.id} + 1; next <= last;) {
-      ScannedFolder child = at(static_cast<std::uint32_t>(next));
-      next = std::uint64_t{child.id} + child.descendants + 1;
-      if (child.parent != folder.id) throw damage("a folder is in another one");
-      if (!consume(child)) return;
-    }
-  }
-
- private:
-  Statement statement_;
-};
-
-/// Where the files of a folder are in their table, which has the order of the folders and no index.
-class FilesByFolder {
- public:
-  explicit FilesByFolder(const Database& database) {
-    eachRow(database, "SELECT folder, rowid FROM large_files ORDER BY rowid", [&](RowReader& row) {
-      auto& [folder, id] = rows_.emplace_back();
-      row(folder, id);
-      if (rows_.size() > 1 && folder < rows_[rows_.size() - 2].first) throw damage("the files are out of order");
-    });
-  }
-
-  /// The rows of the folders `first` to `last`, as a first and a last id; absent if there are none.
-  [[nodiscard]] std::optional<std::pair<std::int64_t, std::int64_t>> rowsOf(std::uint32_t first,
-                                                                            std::uint32_t last) const {
-    const auto begin = std::lower_bound(rows_.begin(), rows_.end(), first,
-                                        [](const Row& row, std::uint32_t folder) { return row.first < folder; });
-    const auto end = std::upper_bound(begin, rows_.end(), last,
-                                      [](std::uint32_t folder, const Row& row) { return folder < row.first; });
-    return begin == end ? std::nullopt : std::optional(std::pair(begin->second, std::prev(end)->second));
-  }
-
- private:
-  using Row = std::pair<std::uint32_t, std::int64_t>;
-  std::vector<Row> rows_;
-};
 
 void checkSchema(const Database& database, std::int64_t format) {
   Statement statement = database.prepare("SELECT type, name, sql FROM sqlite_schema ORDER BY rowid");
@@ -216,6 +131,17 @@ void addArtifacts(const Database& database, std::vector<ScannedApp>& apps) {
   for (auto& [app, artifact] : artifacts) ownerOf(app, apps).inspection.artifacts.push_back(std::move(artifact));
 }
 
+void addClaims(const Database& database, std::vector<Ownership>& entries) {
+  eachRow(database, "SELECT * FROM claims ORDER BY rowid", [&](RowReader& row) {
+    std::int64_t id = 0;
+    bool isRival = false;
+    OwnershipClaim claim;
+    scans::claimColumns(row, id, isRival, claim);
+    Ownership& entry = ownerOf(id, entries);
+    (isRival ? entry.rivals : entry.owners).push_back(std::move(claim));
+  });
+}
+
 }  // namespace
 
 struct Scan::State {
@@ -227,10 +153,13 @@ struct Scan::State {
   ScanFacts facts{};
   std::vector<ScannedUser> users{};
   std::set<std::string, std::less<>> checked{};  // tables whose pages are checked
-  std::optional<FolderRows> folderRows{};        // of `database`, so destroyed before it
-  std::optional<FilesByFolder> filesByFolder{};
+  // Readers of `database`, so destroyed before it.
+  std::optional<scans::FolderRows> folderRows{};
+  std::optional<scans::HiddenRows> hiddenRows{};
+  std::optional<scans::FileRows> fileRows{};
 
-  FolderRows& rowsOfFolders() {
+  /// Checks the table of folders when it is called first.
+  scans::FolderRows& rowsOfFolders() {
     if (!folderRows) folderRows.emplace(database);
     return *folderRows;
   }
@@ -350,14 +279,25 @@ std::vector<Ownership> Scan::entries() const {
       checkID(id, entries.size() - 1);
       if (former.name) entry.formerOwner = {.name = *former.name, .bundleIdentifier = former.bundleIdentifier};
     });
-    eachRow(database, "SELECT * FROM claims ORDER BY rowid", [&](RowReader& row) {
+    addClaims(database, entries);
+    return entries;
+  });
+}
+
+std::vector<Ownership> Scan::owners() const {
+  return reading({"entries", "claims"}, [](const Database& database) {
+    std::vector<Ownership> entries;
+    constexpr std::string_view kOwners =
+        "SELECT id, path, is_folder, status, owners_left_out, former_name, former_identifier FROM entries ORDER BY id";
+    eachRow(database, kOwners, [&](RowReader& row) {
       std::int64_t id = 0;
-      bool isRival = false;
-      OwnershipClaim claim;
-      scans::claimColumns(row, id, isRival, claim);
-      Ownership& entry = ownerOf(id, entries);
-      (isRival ? entry.rivals : entry.owners).push_back(std::move(claim));
+      scans::FormerColumns former;
+      Ownership& entry = entries.emplace_back();
+      row(id, entry.url, entry.status, entry.ownersLeftOut, former.name, former.bundleIdentifier);
+      checkID(id, entries.size() - 1);
+      if (former.name) entry.formerOwner = {.name = *former.name, .bundleIdentifier = former.bundleIdentifier};
     });
+    addClaims(database, entries);
     return entries;
   });
 }
@@ -375,21 +315,32 @@ std::vector<ScannedPackage> Scan::packages() const {
   });
 }
 
-std::vector<Leftover> Scan::leftovers() const {
-  return reading({"leftovers", "leftover_items"}, [](const Database& database) {
+std::vector<Leftover> Scan::leftovers(std::size_t most) const {
+  return reading({"leftovers", "leftover_items"}, [&](const Database& database) {
     std::vector<Leftover> leftovers;
-    eachRow(database, "SELECT * FROM leftovers ORDER BY id", [&](RowReader& row) {
+    const auto upTo = [&](std::string_view column) {
+      return most == kAllLeftovers ? "" : " WHERE " + std::string(column) + " <= " + std::to_string(most);
+    };
+    eachRow(database, "SELECT * FROM leftovers" + upTo("id") + " ORDER BY id", [&](RowReader& row) {
       std::int64_t id = 0;
       scans::leftoverColumns(row, id, leftovers.emplace_back());
       checkID(id, leftovers.size() - 1);
     });
-    eachRow(database, "SELECT * FROM leftover_items ORDER BY rowid", [&](RowReader& row) {
+    eachRow(database, "SELECT * FROM leftover_items" + upTo("leftover") + " ORDER BY rowid", [&](RowReader& row) {
       std::int64_t leftover = 0;
       LeftoverItem item;
       scans::leftoverItemColumns(row, leftover, item);
       ownerOf(leftover, leftovers).items.push_back(std::move(item));
     });
     return leftovers;
+  });
+}
+
+std::size_t Scan::leftoverCount() const {
+  return reading({"leftovers"}, [](const Database& database) {
+    std::int64_t count = 0;
+    eachRow(database, "SELECT count(*) FROM leftovers", [&](RowReader& row) { row(count); });
+    return static_cast<std::size_t>(count);
   });
 }
 
@@ -461,8 +412,8 @@ ScanContent Scan::content() const {
 }
 
 std::optional<ScannedFolder> Scan::folder(std::string_view path) const {
-  return reading({"folders"}, [&](const Database&) -> std::optional<ScannedFolder> {
-    FolderRows& rows = state_->rowsOfFolders();
+  return reading({}, [&](const Database&) -> std::optional<ScannedFolder> {
+    scans::FolderRows& rows = state_->rowsOfFolders();
     ScannedFolder folder = rows.at(0);
     for (const std::string_view name : path::names(path)) {
       std::optional<ScannedFolder> found;
@@ -478,25 +429,23 @@ std::optional<ScannedFolder> Scan::folder(std::string_view path) const {
 }
 
 ScannedFolder Scan::folderWithID(std::uint32_t id) const {
-  return reading({"folders"}, [&](const Database&) { return state_->rowsOfFolders().at(id); });
+  return reading({}, [&](const Database&) { return state_->rowsOfFolders().at(id); });
 }
 
 std::vector<ScannedFolder> Scan::packages(std::uint32_t first, std::uint32_t last) const {
-  return reading({"folders"}, [&](const Database& database) {
+  return reading({}, [&](const Database&) {
+    scans::FolderRows& rows = state_->rowsOfFolders();
+    const std::vector<std::uint32_t>& ids = rows.packages();
     std::vector<ScannedFolder> packages;
-    Statement statement = database.prepare("SELECT * FROM folders WHERE id BETWEEN ? AND ? AND marks & 2 ORDER BY id");
-    statement.bind(std::int64_t{first});
-    statement.bind(std::int64_t{last});
-    while (statement.step()) {
-      RowReader row(statement);
-      packages.push_back(readFolder(row));
+    for (auto id = std::lower_bound(ids.begin(), ids.end(), first); id != ids.end() && *id <= last; ++id) {
+      packages.push_back(rows.at(*id));
     }
     return packages;
   });
 }
 
 std::vector<ScannedFolder> Scan::children(const ScannedFolder& folder) const {
-  return reading({"folders"}, [&](const Database&) {
+  return reading({}, [&](const Database&) {
     std::vector<ScannedFolder> children;
     state_->rowsOfFolders().eachChild(folder, [&](ScannedFolder& child) {
       children.push_back(std::move(child));
@@ -508,48 +457,35 @@ std::vector<ScannedFolder> Scan::children(const ScannedFolder& folder) const {
 
 void Scan::folders(std::uint32_t first, std::uint32_t last,
                    const std::function<bool(const ScannedFolder&)>& consume) const {
-  reading({"folders"}, [&](const Database& database) {
+  reading({}, [&](const Database& database) {
+    // All folders are checked on the way.
+    const bool areAll = first == 0 && last == kLastFolder;
+    if (!areAll) (void)state_->rowsOfFolders();
+    scans::FolderOrder order;
     Statement statement = database.prepare("SELECT * FROM folders WHERE id BETWEEN ? AND ? ORDER BY id");
-    statement.bind(std::int64_t{first});
-    statement.bind(std::int64_t{last});
+    statement.bind(areAll ? std::numeric_limits<std::int64_t>::min() : std::int64_t{first});
+    statement.bind(areAll ? std::numeric_limits<std::int64_t>::max() : std::int64_t{last});
     while (statement.step()) {
       RowReader row(statement);
-      if (!consume(readFolder(row))) return;
+      const ScannedFolder folder = readFolder(row);
+      if (areAll) order.add(folder.id, folder.descendants);
+      if (!consume(folder)) return;
     }
+    if (areAll) order.finish();
   });
 }
 
 std::vector<ScannedFile> Scan::largeFiles(std::uint32_t first, std::uint32_t last) const {
   return reading({"large_files"}, [&](const Database& database) {
-    std::vector<ScannedFile> files;
-    if (!state_->filesByFolder) state_->filesByFolder.emplace(database);
-    const auto rows = state_->filesByFolder->rowsOf(first, last);
-    if (!rows) return files;
-    Statement statement = database.prepare("SELECT * FROM large_files WHERE rowid BETWEEN ? AND ? ORDER BY rowid");
-    statement.bind(rows->first);
-    statement.bind(rows->second);
-    while (statement.step()) {
-      RowReader row(statement);
-      ScannedFile& file = files.emplace_back();
-      scans::fileColumns(row, file);
-      const bool isName =
-          !file.name.empty() && file.name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
-      if (!isName || file.name == "." || file.name == "..") throw damage("a file is impossible");
-    }
-    return files;
+    if (!state_->fileRows) state_->fileRows.emplace(database);
+    return state_->fileRows->of(first, last);
   });
 }
 
 SizeInfo Scan::hiddenSizes(std::uint32_t folder) const {
   return reading({"hidden_sizes"}, [&](const Database& database) {
-    Statement statement = database.prepare("SELECT allocated, logical FROM hidden_sizes WHERE folder = ?");
-    statement.bind(std::int64_t{folder});
-    SizeInfo size;
-    if (statement.step()) {
-      RowReader row(statement);
-      row(size);
-    }
-    return size;
+    if (!state_->hiddenRows) state_->hiddenRows.emplace(database);
+    return state_->hiddenRows->of(folder);
   });
 }
 
@@ -569,9 +505,8 @@ void Scan::rows(const ScanTable& table, const std::function<bool(const std::vect
 
 void Scan::readAll() const {
   (void)content();
-  constexpr std::uint32_t kLast = std::numeric_limits<std::uint32_t>::max();
-  folders(0, kLast, [](const ScannedFolder&) { return true; });
-  (void)largeFiles(0, kLast);
+  folders(0, kLastFolder, [](const ScannedFolder&) { return true; });
+  (void)largeFiles(0, kLastFolder);
   (void)hiddenSizes(0);
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,12 +27,16 @@ struct ScanBlob {
 using ScanValue = std::variant<std::monostate, std::int64_t, double, std::string, ScanBlob>;
 
 /// A scan in a file. Reads what it is asked for, not the whole file, and writes nothing. The file may come from
-/// anywhere: each table is checked before it is read, and so is every value. All operations throw ScanError if the file
-/// is damaged, and FileError if it cannot be read. Copies share the file. Belongs to one thread at a time.
+/// anywhere: each table is checked before it is read (folders: that none is missing or out of order), and so is every
+/// value. All operations throw ScanError if the file is damaged, and FileError if it cannot be read. Copies share the
+/// file. Belongs to one thread at a time.
 class Scan {
  public:
   /// Opens a scan of this version of the program or of an older one. Throws ScanError for other files, and FileError.
   static Scan open(const std::string& file);
+
+  static constexpr std::uint32_t kLastFolder = std::numeric_limits<std::uint32_t>::max();  ///< an id after all others
+  static constexpr std::size_t kAllLeftovers = std::numeric_limits<std::size_t>::max();
 
   [[nodiscard]] const std::string& file() const;
   [[nodiscard]] const ScanFacts& facts() const;
@@ -48,9 +54,13 @@ class Scan {
   /// The apps; with their inspections only on request.
   [[nodiscard]] std::vector<ScannedApp> apps(bool withInspections) const;
   [[nodiscard]] std::vector<Ownership> entries() const;
+  /// The entries with what says whose they are, and nothing else: path, status, owners, rivals and former owner.
+  [[nodiscard]] std::vector<Ownership> owners() const;
   /// The packages of entries.
   [[nodiscard]] std::vector<ScannedPackage> packages() const;
-  [[nodiscard]] std::vector<Leftover> leftovers() const;
+  /// The first leftovers; the largest come first.
+  [[nodiscard]] std::vector<Leftover> leftovers(std::size_t most = kAllLeftovers) const;
+  [[nodiscard]] std::size_t leftoverCount() const;
   [[nodiscard]] std::vector<LaunchdEntry> jobs() const;
   [[nodiscard]] std::vector<ReceiptInfo> receipts() const;
   [[nodiscard]] std::vector<KernelExtensionInfo> extensions() const;

@@ -132,6 +132,16 @@ class RowReader {
   Statement& statement_;
 };
 
+/// Calls `consume(RowReader&)` for each row.
+template <class Consume>
+void eachRow(const Database& database, std::string_view sql, const Consume& consume) {
+  Statement statement = database.prepare(sql);
+  while (statement.step()) {
+    RowReader row(statement);
+    consume(row);
+  }
+}
+
 // The columns of each table. `Row` is a RowWriter with const records or a RowReader.
 
 template <class Row, class Facts>

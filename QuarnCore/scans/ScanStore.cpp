@@ -58,15 +58,22 @@ class Gathering {
   }
 
   [[nodiscard]] const ScanContent& content() const { return content_; }
-  /// The entries of the map, which holds them packed: their records take several times the memory.
-  [[nodiscard]] ScannedEntries entries() const {
-    return [this](const ConsumeEntry& consume) {
-      map_->eachEntry([&](const OwnershipMap& ofHome, std::size_t i) {
-        const Ownership entry = ofHome.ownership(i);
-        consume(entry, receipts_->packageIDs(entry.url.path()));
-        return !cancellation_.isCancelled();
-      });
-    };
+  /// What the map holds packed: its records take several times the memory.
+  [[nodiscard]] StreamedContent streamed() const {
+    return {.entries =
+                [this](const StreamedContent::ConsumeEntry& consume) {
+                  map_->eachEntry([&](const OwnershipMap& ofHome, std::size_t i) {
+                    const Ownership entry = ofHome.ownership(i);
+                    consume(entry, receipts_->packageIDs(entry.url.path()));
+                    return !cancellation_.isCancelled();
+                  });
+                },
+            .leftovers =
+                [this](const StreamedContent::ConsumeLeftover& consume) {
+                  for (std::size_t i = 0; i < leftovers_->size() && !cancellation_.isCancelled(); ++i) {
+                    consume(leftovers_->at(i));
+                  }
+                }};
   }
   [[nodiscard]] const RecordedFolders& folders() const { return *folders_; }
 
@@ -196,8 +203,8 @@ class Gathering {
     for (const ScannedApp& app : content_.apps) apps.push_back(app.inspection.app);
     map_ = services_.ownership.mapOfUsers(homes_, apps, OwnershipService::kEverything, nullptr, cancellation_);
     receipts_ = services_.receiptScanner.snapshot();
-    content_.leftovers = findLeftovers(*map_, {.computeSizes = true, .includeSystem = true}, files_, sizes_,
-                                       cancellation_, recordedChanges(folders_, files_));
+    leftovers_.emplace(*map_, LeftoverOptions{.computeSizes = true, .includeSystem = true}, files_, sizes_,
+                       cancellation_, recordedChanges(folders_, files_));
   }
 
   void gatherSystem() {
@@ -230,6 +237,7 @@ class Gathering {
   std::vector<StorageDashboardService::PartitionedRoot> countedRoots_;
   ScanContent content_;
   std::optional<UsersMap> map_;
+  std::optional<LeftoverList> leftovers_;
   std::optional<ReceiptSnapshot> receipts_;
 };
 
@@ -266,7 +274,7 @@ ScanStore::Written ScanStore::write(const std::string& file, const std::function
   writer.startFolders(gathering.folders(), cancellation);
   if (!gathering.gather()) return {};
   if (onProgress) onProgress({.step = ScanStep::writing});
-  if (!writer.finish(gathering.content(), gathering.entries())) return {};
+  if (!writer.finish(gathering.content(), gathering.streamed())) return {};
   std::error_code error;
   const auto bytes = std::filesystem::file_size(file, error);
   return {.files = gathering.folders().at(0).files,

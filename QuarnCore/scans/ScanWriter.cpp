@@ -221,10 +221,10 @@ class EntryTables {
   std::int64_t id_ = 0;
 };
 
-void writeEntries(const Database& database, const ScanContent& content, const ScannedEntries& entries) {
+void writeEntries(const Database& database, const ScanContent& content, const StreamedContent& streamed) {
   EntryTables tables(database);
-  if (entries) {
-    entries([&](const Ownership& entry, const std::vector<std::string>& packages) {
+  if (streamed.entries) {
+    streamed.entries([&](const Ownership& entry, const std::vector<std::string>& packages) {
       tables.add(entry);
       for (const std::string& package : packages) tables.addPackage(tables.lastID(), package);
     });
@@ -236,11 +236,11 @@ void writeEntries(const Database& database, const ScanContent& content, const Sc
   }
 }
 
-void writeLeftovers(const Database& database, const ScanContent& content) {
+void writeLeftovers(const Database& database, const ScanContent& content, const StreamedContent& streamed) {
   Table leftovers(database, "leftovers");
   Table items(database, "leftover_items");
   std::int64_t id = 0;
-  for (const Leftover& leftover : content.leftovers) {
+  const auto write = [&](const Leftover& leftover) {
     ++id;
     RowWriter row = leftovers.row();
     scans::leftoverColumns(row, id, leftover);
@@ -248,7 +248,9 @@ void writeLeftovers(const Database& database, const ScanContent& content) {
       RowWriter itemRow = items.row();
       scans::leftoverItemColumns(itemRow, id, item);
     }
-  }
+  };
+  if (streamed.leftovers) return streamed.leftovers(write);
+  for (const Leftover& leftover : content.leftovers) write(leftover);
 }
 
 void writeSystem(const Database& database, const ScanContent& content) {
@@ -283,7 +285,7 @@ void createTables(const Database& database) {
   for (const ScanTable& table : scanTables()) database.execute(createStatement(table));
 }
 
-void writeContent(const Database& database, const ScanContent& content, const ScannedEntries& entries,
+void writeContent(const Database& database, const ScanContent& content, const StreamedContent& streamed,
                   const RecordedFolders& folders) {
   {
     Table table(database, "scan");
@@ -293,8 +295,8 @@ void writeContent(const Database& database, const ScanContent& content, const Sc
   }
   writeStorage(database, content);
   writeApps(database, content.apps);
-  writeEntries(database, content, entries);
-  writeLeftovers(database, content);
+  writeEntries(database, content, streamed);
+  writeLeftovers(database, content, streamed);
   writeSystem(database, content);
   database.execute("COMMIT");
 }
@@ -365,10 +367,10 @@ void ScanWriter::startFolders(const RecordedFolders& folders, const Cancellation
   }
 }
 
-bool ScanWriter::finish(const ScanContent& content, const ScannedEntries& entries) {
+bool ScanWriter::finish(const ScanContent& content, const StreamedContent& streamed) {
   const bool isFilled = state_->guarded([&] {
     if (!state_->areFoldersWritten.get()) return false;
-    writeContent(*state_->database, content, entries, *state_->folders);
+    writeContent(*state_->database, content, streamed, *state_->folders);
     state_->database->close();
     return true;
   });

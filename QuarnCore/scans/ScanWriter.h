@@ -11,9 +11,14 @@
 
 namespace quarn {
 
-/// Makes the entries of a map one after another and calls `consume` for each, so that they are never all in memory.
-using ConsumeEntry = std::function<void(const Ownership& entry, const std::vector<std::string>& packages)>;
-using ScannedEntries = std::function<void(const ConsumeEntry& consume)>;
+/// Parts of a scan that are made one record after another, so that they are never all in memory. A function calls its
+/// argument for each record. A part without a function is in the content.
+struct StreamedContent {
+  using ConsumeEntry = std::function<void(const Ownership& entry, const std::vector<std::string>& packages)>;
+  using ConsumeLeftover = std::function<void(const Leftover& leftover)>;
+  std::function<void(const ConsumeEntry& consume)> entries{};
+  std::function<void(const ConsumeLeftover& consume)> leftovers{};
+};
 
 /// Writes a scan to a host file: beside it first, then synced and renamed, so that the file is the old one or the new
 /// one at any moment. All operations throw FileError (operation "write"). Without `finish`, or after an error, no new
@@ -28,9 +33,9 @@ class ScanWriter {
   /// Begins to write what `folders` has, on a thread of its own, so that the caller can gather the rest meanwhile.
   /// Once, before `finish`. Both arguments must outlive the writer.
   void startFolders(const RecordedFolders& folders, const Cancellation& cancellation);
-  /// Writes the rest and replaces the file. `facts.keptAbove`, `files` and `folders` come from the folders. `entries`,
-  /// if not null, replaces the entries and packages of the content. Returns false if cancelled.
-  bool finish(const ScanContent& content, const ScannedEntries& entries = nullptr);
+  /// Writes the rest and replaces the file. `facts.keptAbove`, `files` and `folders` come from the folders. Returns
+  /// false if cancelled.
+  bool finish(const ScanContent& content, const StreamedContent& streamed = {});
 
  private:
   struct State;

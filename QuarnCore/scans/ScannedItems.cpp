@@ -1,6 +1,7 @@
 #include "QuarnCore/scans/ScannedItems.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <numeric>
 #include <optional>
@@ -28,7 +29,6 @@ TopItem itemAt(const FileURL& folder, const std::string& name, const SizeInfo& s
 
 /// An item that may be among the largest.
 struct Candidate {
-  std::int64_t key = 0;
   std::size_t root = 0;
   std::uint32_t folder = 0;  ///< that contains it
   std::string name{};
@@ -37,27 +37,51 @@ struct Candidate {
   bool isHidden = false;
 };
 
+/// Gives out positions by descending key. Few are taken, so they are not all sorted.
+class Ranking {
+ public:
+  void add(std::int64_t key, std::uint32_t position) { heap_.emplace_back(key, position); }
+  void finish() { std::make_heap(heap_.begin(), heap_.end()); }
+  [[nodiscard]] bool isEmpty() const { return heap_.empty(); }
+  [[nodiscard]] std::int64_t largestKey() const { return heap_.front().first; }
+  std::uint32_t take() {
+    std::pop_heap(heap_.begin(), heap_.end());
+    const std::uint32_t position = heap_.back().second;
+    heap_.pop_back();
+    return position;
+  }
+
+ private:
+  std::vector<std::pair<std::int64_t, std::uint32_t>> heap_;
+};
+
 /// A search below several roots.
 class Search {
  public:
   Search(const Scan& scan, const std::vector<FileURL>& roots, const TopItemsService::SearchOptions& options)
-      : scan_(scan), roots_(roots), options_(options) {}
+      : scan_(scan), roots_(roots), options_(options) {
+    for (std::size_t root = 0; root < roots_.size(); ++root) gather(root);
+  }
 
   ScannedItems::Answer run() {
-    for (std::size_t root = 0; root < roots_.size(); ++root) gather(root);
-    std::stable_sort(candidates_.begin(), candidates_.end(),
-                     [](const Candidate& left, const Candidate& right) { return left.key > right.key; });
-    const std::int64_t floor = scan_.facts().keptAbove;
-    auto next = candidates_.begin();
-    while (next != candidates_.end() && !isFull() && next->key > floor) {
-      const auto end =
-          std::find_if(next, candidates_.end(), [&](const Candidate& other) { return other.key != next->key; });
-      addEquallyLarge(next, end);
-      next = end;
-    }
-    answer_.isWhole = floor < 0 || isFull();
+    find([&](const SizeInfo& size) { return options_.preferAllocatedSize ? size.allocatedBytes : largerCount(size); },
+         scan_.facts().keptAbove);
     keepLargest();
     return std::move(answer_);
+  }
+
+  ScannedItems::Answer ranked(ScannedItems::Rank rank) {
+    find(rank, std::max<std::int64_t>(scan_.facts().keptAbove, 0));
+    std::sort(found_.begin(), found_.end(), [](const Found& left, const Found& right) {
+      if (left.key != right.key) return left.key > right.key;
+      const std::int64_t leftSize = largerCount(left.item.size);
+      const std::int64_t rightSize = largerCount(right.item.size);
+      return leftSize != rightSize ? leftSize > rightSize : left < right;
+    });
+    for (Found& found : found_) {
+      if (!isFull(answer_.items.size())) answer_.items.push_back(std::move(found.item));
+    }
+    return std::exchange(answer_, {.missing = answer_.missing});
   }
 
  private:
@@ -78,7 +102,25 @@ class Search {
     bool operator<(const Found& other) const { return root != other.root ? root < other.root : place < other.place; }
   };
 
-  [[nodiscard]] bool isFull() const { return static_cast<long>(found_.size()) >= options_.limit; }
+  [[nodiscard]] bool isFull(std::size_t count) const { return static_cast<long>(count) >= options_.limit; }
+
+  // At least as many as wanted, and all that are as large as the smallest of them. Files up to `floor` may be missing
+  // in the scan.
+  template <class Key>
+  void find(const Key& keyOf, std::int64_t floor) {
+    found_.clear();
+    Ranking ranking;
+    for (std::uint32_t i = 0; i < candidates_.size(); ++i) {
+      const std::int64_t key = keyOf(candidates_[i].size);
+      if (key > floor) ranking.add(key, i);
+    }
+    ranking.finish();
+    while (!ranking.isEmpty() && !isFull(found_.size())) {
+      const std::int64_t key = ranking.largestKey();
+      while (!ranking.isEmpty() && ranking.largestKey() == key) addIfWanted(candidates_[ranking.take()], key);
+    }
+    answer_.isWhole = scan_.facts().keptAbove < 0 || isFull(found_.size());
+  }
 
   // Of equally large items at the limit, which ones stay depends on the order in which a walk meets all of them. So all
   // go through the same list as in the walk.
@@ -104,44 +146,38 @@ class Search {
       SizeInfo size = file.sizes;
       if (options_.preferAllocatedSize && !options_.keepsZeroAllocation && size.allocatedBytes == 0)
         size.allocatedBytes = size.logicalBytes;
-      add({.root = root, .folder = file.folder, .name = std::move(file.name), .size = size, .isHidden = file.isHidden});
+      candidates_.push_back(
+          {.root = root, .folder = file.folder, .name = std::move(file.name), .size = size, .isHidden = file.isHidden});
     }
     if (folder->descendants == 0) return;  // the id may be the last one that there is
     for (ScannedFolder& package : scan_.packages(folder->id + 1, last)) {
       const SizeInfo size = options_.allowSlowForPackages ? visibleSize(package, scan_, false) : SizeInfo{};
-      add({.root = root,
-           .folder = package.parent,
-           .name = std::move(package.name),
-           .size = size,
-           .isPackage = true,
-           .isHidden = package.isHidden});
+      candidates_.push_back({.root = root,
+                             .folder = package.parent,
+                             .name = std::move(package.name),
+                             .size = size,
+                             .isPackage = true,
+                             .isHidden = package.isHidden});
     }
   }
 
-  void add(Candidate candidate) {
-    candidate.key = options_.preferAllocatedSize ? candidate.size.allocatedBytes : largerCount(candidate.size);
-    candidates_.push_back(std::move(candidate));
-  }
-
-  void addEquallyLarge(std::vector<Candidate>::iterator next, std::vector<Candidate>::iterator end) {
-    for (; next != end; ++next) {
-      Way way = wayTo(*next);
-      way.names.push_back(next->name);
-      const bool isTooDeep = static_cast<long>(way.names.size()) > options_.maxDepth;
-      const bool isHidden = (way.isHidden || next->isHidden) && !options_.includeHidden;
-      if (isTooDeep || isHidden || way.isInPackage) continue;
-      std::string place;
-      for (const std::string& name : way.names) (place += name) += '\0';
-      place.pop_back();
-      std::string path = place;
-      std::replace(path.begin(), path.end(), '\0', '/');
-      const FileURL url(path::join(roots_[next->root].path(), path),
-                        next->isPackage ? URLKind::directory : URLKind::item);
-      found_.push_back({.root = next->root,
-                        .place = std::move(place),
-                        .key = next->key,
-                        .item = {.url = url, .name = next->name, .size = next->size}});
-    }
+  void addIfWanted(const Candidate& candidate, std::int64_t key) {
+    Way way = wayTo(candidate);
+    way.names.push_back(candidate.name);
+    const bool isTooDeep = static_cast<long>(way.names.size()) > options_.maxDepth;
+    const bool isHidden = (way.isHidden || candidate.isHidden) && !options_.includeHidden;
+    if (isTooDeep || isHidden || way.isInPackage) return;
+    std::string place;
+    for (const std::string& name : way.names) (place += name) += '\0';
+    place.pop_back();
+    std::string path = place;
+    std::replace(path.begin(), path.end(), '\0', '/');
+    const FileURL url(path::join(roots_[candidate.root].path(), path),
+                      candidate.isPackage ? URLKind::directory : URLKind::item);
+    found_.push_back({.root = candidate.root,
+                      .place = std::move(place),
+                      .key = key,
+                      .item = {.url = url, .name = candidate.name, .size = candidate.size}});
   }
 
   Way wayTo(const Candidate& candidate) {
@@ -233,6 +269,17 @@ class Children {
 ScannedItems::Answer ScannedItems::topFilesRecursively(const std::vector<FileURL>& in,
                                                        const TopItemsService::SearchOptions& options) const {
   return Search(scan_, in, options).run();
+}
+
+std::vector<ScannedItems::Answer> ScannedItems::largest(const std::vector<Rank>& ranks, std::size_t limit) const {
+  constexpr long kMost = std::numeric_limits<long>::max();
+  const std::vector<FileURL> volume{FileURL("/")};
+  const TopItemsService::SearchOptions options{
+      .limit = static_cast<long>(limit), .maxDepth = kMost, .allowSlowForPackages = true, .includeHidden = true};
+  Search search(scan_, volume, options);
+  std::vector<Answer> answers;
+  for (const Rank rank : ranks) answers.push_back(search.ranked(rank));
+  return answers;
 }
 
 ScannedItems::Answer ScannedItems::topChildren(const std::vector<FileURL>& in, long limit, bool includeHidden,

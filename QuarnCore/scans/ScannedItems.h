@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -25,6 +26,11 @@ class ScannedItems {
   /// `SearchOptions::maxVisited` is ignored: the scan has seen everything.
   [[nodiscard]] Answer topFilesRecursively(const std::vector<FileURL>& in,
                                            const TopItemsService::SearchOptions& options) const;
+  /// Ranks an item by its sizes.
+  using Rank = std::int64_t (*)(const SizeInfo& size);
+  /// For each rank, the `limit` largest files and packages of the volume with a positive rank, hidden ones too, largest
+  /// first; equal ones in the order of `topFilesRecursively`.
+  [[nodiscard]] std::vector<Answer> largest(const std::vector<Rank>& ranks, std::size_t limit) const;
   /// Ranked by the space on disk, or by the larger of space and length. Without the children that have no bytes.
   [[nodiscard]] Answer topChildren(const std::vector<FileURL>& in, long limit, bool includeHidden, bool byDisk) const;
   [[nodiscard]] Answer topFiles(const std::vector<FileURL>& in, long limit, bool includeHidden, bool byDisk) const;

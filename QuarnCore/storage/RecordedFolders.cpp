@@ -13,6 +13,9 @@ namespace {
 
 constexpr FolderObserver::Folder kRoot = 0;
 
+// The folders in a folder with more of them are found by a binary search, which needs a list.
+constexpr std::size_t kFewFolders = 16;
+
 std::int64_t largerSize(const RecordedFolders::LargeFile& file) {
   return std::max(file.sizes.allocatedBytes, file.sizes.logicalBytes);
 }
@@ -122,8 +125,10 @@ void RecordedFolders::keep(Folder folder, const File& file) {
 
 void RecordedFolders::finish() {
   addUp();
-  sort();
+  number();
   selectFiles();
+  moveNodes();
+  listBigFolders();
 }
 
 void RecordedFolders::addUp() {
@@ -140,29 +145,73 @@ void RecordedFolders::addUp() {
   }
 }
 
-void RecordedFolders::listChildren() {
-  firstChild_.assign(nodes_.size() + 1, 0);
-  for (Folder folder = kRoot + 1; folder < nodes_.size(); ++folder) ++firstChild_[nodes_[folder].parent + 1];
-  std::partial_sum(firstChild_.begin(), firstChild_.end(), firstChild_.begin());
-  children_.resize(nodes_.size() - 1);
-  std::vector<std::uint32_t> next(firstChild_.begin(), firstChild_.end() - 1);
-  for (Folder folder = kRoot + 1; folder < nodes_.size(); ++folder) children_[next[nodes_[folder].parent]++] = folder;
+// The ends of the lists come first. Filling each list from its end moves them to the starts.
+RecordedFolders::Children RecordedFolders::children() const {
+  Children children{.starts = std::vector<std::uint32_t>(nodes_.size() + 1), .folders = {}};
+  std::vector<std::uint32_t>& starts = children.starts;
+  for (Folder folder = kRoot + 1; folder < nodes_.size(); ++folder) ++starts[nodes_[folder].parent];
+  std::partial_sum(starts.begin(), starts.end(), starts.begin());
+  children.folders.resize(nodes_.size() - 1);
+  for (auto folder = static_cast<Folder>(nodes_.size() - 1); folder > kRoot; --folder) {
+    children.folders[--starts[nodes_[folder].parent]] = folder;
+  }
+  return children;
 }
 
-void RecordedFolders::sort() {
-  listChildren();
-  order_.reserve(nodes_.size());
+void RecordedFolders::number() {
+  Children inFolders = children();
+  positions_.resize(nodes_.size());
+  std::uint32_t position = 0;
   std::vector<Folder> open{kRoot};
   while (!open.empty()) {
     const Folder folder = open.back();
     open.pop_back();
-    nodes_[folder].position = static_cast<std::uint32_t>(order_.size());
-    order_.push_back(folder);
-    const auto first = children_.begin() + firstChild_[folder];
-    const auto last = children_.begin() + firstChild_[folder + 1];
+    positions_[folder] = position++;
+    const auto first = inFolders.folders.begin() + inFolders.starts[folder];
+    const auto last = inFolders.folders.begin() + inFolders.starts[folder + 1];
     std::sort(first, last, [&](Folder left, Folder right) { return nameOf(nodes_[left]) < nameOf(nodes_[right]); });
     // Taken from the end of `open`, so the last name goes in first.
     open.insert(open.end(), std::make_reverse_iterator(last), std::make_reverse_iterator(first));
+  }
+}
+
+// Moves each node to its position, cycle by cycle.
+void RecordedFolders::moveNodes() {
+  std::vector<Folder> folders(nodes_.size());  // by position
+  for (Folder folder = kRoot; folder < nodes_.size(); ++folder) {
+    folders[positions_[folder]] = folder;
+    nodes_[folder].parent = positions_[nodes_[folder].parent];
+  }
+  for (std::uint32_t start = 0; start < folders.size(); ++start) {
+    if (folders[start] == start) continue;
+    const Node first = nodes_[start];
+    std::uint32_t to = start;
+    while (folders[to] != start) {
+      nodes_[to] = nodes_[folders[to]];
+      to = std::exchange(folders[to], to);
+    }
+    nodes_[to] = first;
+    folders[to] = to;
+  }
+  std::unordered_map<Folder, ByteCounts> hidden;
+  for (const auto& [folder, sizes] : hidden_) hidden.emplace(positions_[folder], sizes);
+  hidden_ = std::move(hidden);
+  placed_ = {};
+}
+
+void RecordedFolders::listBigFolders() {
+  for (std::uint32_t folder = 0; folder < nodes_.size(); ++folder) {
+    const std::uint32_t end = folder + nodes_[folder].descendants + 1;
+    if (nodes_[folder].descendants <= kFewFolders) continue;
+    const auto begin = static_cast<std::uint32_t>(listed_.size());
+    for (std::uint32_t child = folder + 1; child < end; child += nodes_[child].descendants + 1) {
+      listed_.push_back(child);
+    }
+    if (listed_.size() - begin > kFewFolders) {
+      bigFolders_.emplace(folder, Range{.begin = begin, .end = static_cast<std::uint32_t>(listed_.size())});
+    } else {
+      listed_.resize(begin);
+    }
   }
 }
 
@@ -172,18 +221,17 @@ void RecordedFolders::selectFiles() {
     std::erase_if(files_, [&](const LargeFile& file) { return largerSize(file) <= keptAbove_; });
   }
   smallest_ = {};
-  for (LargeFile& file : files_) file.folder = nodes_[file.folder].position;
+  for (LargeFile& file : files_) file.folder = positions_[file.folder];
   std::sort(files_.begin(), files_.end(), [](const LargeFile& left, const LargeFile& right) {
     return left.folder != right.folder ? left.folder < right.folder : left.name < right.name;
   });
 }
 
 RecordedFolders::Record RecordedFolders::at(std::size_t position) const {
-  const Folder folder = order_[position];
-  const Node& node = nodes_[folder];
-  const auto hidden = hidden_.find(folder);
+  const Node& node = nodes_[position];
+  const auto hidden = hidden_.find(static_cast<Folder>(position));
   return {.name = nameOf(node),
-          .parent = nodes_[node.parent].position,
+          .parent = node.parent,
           .descendants = node.descendants,
           .sizes = node.sizes,
           .hiddenSizes = hidden == hidden_.end() ? ByteCounts{} : hidden->second,
@@ -194,22 +242,29 @@ RecordedFolders::Record RecordedFolders::at(std::size_t position) const {
           .isRead = node.isRead};
 }
 
-std::optional<FolderObserver::Folder> RecordedFolders::childOf(Folder folder, std::string_view name) const {
-  const auto last = children_.begin() + firstChild_[folder + 1];
-  const auto found =
-      std::lower_bound(children_.begin() + firstChild_[folder], last, name,
-                       [&](Folder child, std::string_view wanted) { return nameOf(nodes_[child]) < wanted; });
-  return found != last && nameOf(nodes_[*found]) == name ? std::optional(*found) : std::nullopt;
+std::optional<std::uint32_t> RecordedFolders::childOf(std::uint32_t position, std::string_view name) const {
+  if (const auto big = bigFolders_.find(position); big != bigFolders_.end()) {
+    const auto last = listed_.begin() + big->second.end;
+    const auto found =
+        std::lower_bound(listed_.begin() + big->second.begin, last, name,
+                         [&](std::uint32_t child, std::string_view wanted) { return nameOf(nodes_[child]) < wanted; });
+    return found != last && nameOf(nodes_[*found]) == name ? std::optional(*found) : std::nullopt;
+  }
+  const std::uint32_t end = position + nodes_[position].descendants + 1;
+  for (std::uint32_t child = position + 1; child < end; child += nodes_[child].descendants + 1) {
+    if (nameOf(nodes_[child]) == name) return child;
+  }
+  return std::nullopt;
 }
 
 std::optional<std::size_t> RecordedFolders::find(std::string_view path) const {
-  Folder folder = kRoot;
+  std::uint32_t position = 0;
   for (const std::string_view name : path::names(path)) {
-    const std::optional<Folder> child = childOf(folder, name);
+    const std::optional<std::uint32_t> child = childOf(position, name);
     if (!child) return std::nullopt;
-    folder = *child;
+    position = *child;
   }
-  return nodes_[folder].position;
+  return position;
 }
 
 }  // namespace quarn

@@ -22,7 +22,7 @@ namespace quarn {
 /// Who owns what: this owns all records. `mutex_` guards them while walks run; it is held for a few instructions, once
 /// or twice per folder and once per kept file. Nobody waits for anything else.
 ///
-/// Memory: about 70 bytes and the name per folder, about 100 bytes per kept file. Files that are not kept cost nothing.
+/// Memory: about 55 bytes and the name per folder, about 100 bytes per kept file. Files that are not kept cost nothing.
 class RecordedFolders final : public FolderObserver {
  public:
   static constexpr std::size_t kKeptFiles = 10'000;
@@ -67,11 +67,11 @@ class RecordedFolders final : public FolderObserver {
 
   // After `finish`.
 
-  [[nodiscard]] std::size_t size() const { return order_.size(); }
+  [[nodiscard]] std::size_t size() const { return nodes_.size(); }
   [[nodiscard]] Record at(std::size_t position) const;
   /// The position of a folder that a walk knows by this number.
-  [[nodiscard]] std::size_t positionOf(Folder folder) const { return nodes_[folder].position; }
-  /// The folder at an absolute path without links. Costs a binary search per name.
+  [[nodiscard]] std::size_t positionOf(Folder folder) const { return positions_[folder]; }
+  /// The folder at an absolute path without links. Costs a search in a few names or a binary search per name.
   [[nodiscard]] std::optional<std::size_t> find(std::string_view path) const;
   /// The largest files, in the order of their folders, then by name.
   [[nodiscard]] const std::vector<LargeFile>& largeFiles() const { return files_; }
@@ -80,44 +80,56 @@ class RecordedFolders final : public FolderObserver {
   [[nodiscard]] std::int64_t keptAbove() const { return keptAbove_; }
 
  private:
+  // 48 bytes, because there may be millions of them.
   struct Node {
     Folder parent = 0;
     std::uint32_t nameStart = 0;
-    std::uint32_t position = 0;  // in the order of `at`
     std::uint32_t descendants = 0;
+    std::uint16_t nameLength = 0;
+    bool isHidden : 1 = false;
+    bool isPackage : 1 = false;
+    bool isRead : 1 = false;
+    bool hasPlaced : 1 = false;  // a folder in it was created by `place`
     ByteCounts sizes{};
     std::int64_t files = 0;
     std::int64_t newest = kNoTime;
-    std::uint16_t nameLength = 0;
-    bool isHidden = false;
-    bool isPackage = false;
-    bool isRead = false;
-    bool hasPlaced = false;  // a folder in it was created by `place`
+  };
+  // The folders in each folder, as one list: those in a folder are from `starts[folder]` to `starts[folder + 1]`.
+  struct Children {
+    std::vector<std::uint32_t> starts;
+    std::vector<Folder> folders;
+  };
+  // A part of `listed_`.
+  struct Range {
+    std::uint32_t begin = 0;
+    std::uint32_t end = 0;
   };
 
   [[nodiscard]] std::string_view nameOf(const Node& node) const;
   Folder create(Folder parent, std::string_view name);
   [[nodiscard]] std::optional<Folder> placed(Folder parent, std::string_view name) const;
-  [[nodiscard]] std::optional<Folder> childOf(Folder folder, std::string_view name) const;
+  [[nodiscard]] std::optional<std::uint32_t> childOf(std::uint32_t position, std::string_view name) const;
   void addUp();
-  void sort();
-  void listChildren();
+  [[nodiscard]] Children children() const;
+  void number();
+  void moveNodes();
+  void listBigFolders();
   void selectFiles();
 
   std::size_t mostFiles_;
   std::mutex mutex_;
-  ChunkedVector<Node> nodes_;  // a folder comes after its parent
+  ChunkedVector<Node> nodes_;  // a folder comes after its parent; after `finish` by position, also their parents
   std::string names_;
-  std::unordered_map<std::string, Folder> placed_;  // by path
-  std::unordered_map<Folder, ByteCounts> hidden_;   // of hidden items, where there are any
+  std::unordered_map<std::string, Folder> placed_;  // by path; empty after `finish`
+  std::unordered_map<Folder, ByteCounts> hidden_;   // of hidden items, where there are any; after `finish` by position
   std::vector<LargeFile> files_;
   // The larger size and the position of each kept file: a heap, the smallest in front. Empty after `finish`.
   std::vector<std::pair<std::int64_t, std::uint32_t>> smallest_;
   std::int64_t keptAbove_ = -1;
-  std::vector<Folder> order_;
-  // The folders in a folder, by name: `children_` from `firstChild_[folder]` to `firstChild_[folder + 1]`.
-  std::vector<std::uint32_t> firstChild_;
-  std::vector<Folder> children_;
+  // After `finish`.
+  std::vector<std::uint32_t> positions_;  // by folder
+  std::vector<std::uint32_t> listed_;     // the positions of the folders in big folders, by name
+  std::unordered_map<std::uint32_t, Range> bigFolders_;
 };
 
 }  // namespace quarn

@@ -9,17 +9,13 @@
 namespace quarn {
 namespace {
 
-// The value of the innermost path that is, or contains, the item. Nothing around a home folder decides about what is
-// in it.
-template <class Value>
-const Value* innermost(const std::map<std::string, Value>& values, std::string_view path, const HomeFolders& homes) {
+// Calls `finds` for the path of an item and those of the folders around it, until it returns true. Nothing around a
+// home folder decides about what is in it.
+template <class Finds>
+void fromInside(std::string_view path, const HomeFolders& homes, const Finds& finds) {
   const std::optional<std::size_t> home = homes.homeOf(path);
   const std::string_view last = home ? std::string_view(homes.locations()[*home]) : "/";
-  for (;; path = path::parent(path)) {
-    const auto found = values.find(std::string(path));
-    if (found != values.end()) return &found->second;
-    if (path.empty() || path == "/" || path == last) return nullptr;
-  }
+  while (!finds(path) && !path.empty() && path != "/" && path != last) path = path::parent(path);
 }
 
 }  // namespace
@@ -49,11 +45,13 @@ void BranchFacts::readScan(const Scan& scan, bool wantsOwners) {
   if (!wantsOwners) return;
   for (const ScannedApp& app : scan.apps(/*withInspections=*/false)) {
     const AppEntity& owner = app.inspection.app;
-    owners_.try_emplace(
+    apps_.try_emplace(
         owner.bundleURL.path(),
         Owner{.text = owner.name, .app = owner.name, .names = {owner.name, owner.bundleIdentifier.value_or("")}});
   }
-  for (const Ownership& entry : scan.entries()) owners_.try_emplace(entry.url.path(), ownerOf(entry));
+  entries_ = scan.owners();
+  entriesByPath_.reserve(entries_.size());
+  for (std::size_t i = 0; i < entries_.size(); ++i) entriesByPath_.try_emplace(entries_[i].url.path(), i);
 }
 
 BranchFacts::Owner BranchFacts::ownerOf(const Ownership& ownership) {
@@ -74,8 +72,17 @@ BranchFacts::Owner BranchFacts::ownerOf(const Ownership& ownership) {
 
 BranchFacts::Owner BranchFacts::find(const FileURL& url) const {
   if (map_) return map_->isComplete() ? ownerOf(map_->mapOf(url).owners(url)) : Owner{};
-  const Owner* owner = innermost(owners_, url.path(), homes_);
-  return owner != nullptr ? *owner : Owner{};
+  Owner owner;
+  fromInside(url.path(), homes_, [&](std::string_view path) {
+    if (const auto app = apps_.find(path); app != apps_.end()) {
+      owner = app->second;
+      return true;
+    }
+    const auto entry = entriesByPath_.find(path);
+    if (entry != entriesByPath_.end()) owner = ownerOf(entries_[entry->second]);
+    return entry != entriesByPath_.end();
+  });
+  return owner;
 }
 
 std::string BranchFacts::owner(const FileURL& url) const { return find(url).text; }
@@ -85,8 +92,13 @@ std::string BranchFacts::app(const FileURL& url) const { return find(url).app; }
 std::vector<std::string> BranchFacts::owners(const FileURL& url) const { return find(url).names; }
 
 std::optional<StorageCategoryID> BranchFacts::category(const FileURL& url) const {
-  const StorageCategoryID* category = innermost(categories_, url.path(), homes_);
-  return category != nullptr ? std::optional(*category) : std::nullopt;
+  std::optional<StorageCategoryID> category;
+  fromInside(url.path(), homes_, [&](std::string_view path) {
+    const auto found = categories_.find(path);
+    if (found != categories_.end()) category = found->second;
+    return category.has_value();
+  });
+  return category;
 }
 
 }  // namespace quarn

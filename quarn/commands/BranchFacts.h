@@ -1,8 +1,12 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "QuarnCore/ownership/UsersMap.h"
@@ -16,6 +20,8 @@ class BranchFacts {
  public:
   /// Reads the owners of the whole volume, which takes a moment, unless `wantsOwners` is false.
   BranchFacts(CommandContext& context, bool wantsOwners);
+  BranchFacts(const BranchFacts&) = delete;
+  BranchFacts& operator=(const BranchFacts&) = delete;
 
   /// "Lumen Notes", "macOS", "Old Editor (not installed)"; empty if it is not known.
   [[nodiscard]] std::string owner(const FileURL& url) const;
@@ -39,10 +45,12 @@ class BranchFacts {
   void readVolume(CommandContext& context, bool wantsOwners);
   void readScan(const Scan& scan, bool wantsOwners);
 
-  std::optional<UsersMap> map_;                          // of a volume
-  HomeFolders homes_;                                    // of a scan of all users
-  std::map<std::string, Owner> owners_;                  // of a scan, by path
-  std::map<std::string, StorageCategoryID> categories_;  // by the path of a root
+  std::optional<UsersMap> map_;                                       // of a volume
+  HomeFolders homes_;                                                 // of a scan of all users
+  std::map<std::string, Owner, std::less<>> apps_;                    // of a scan, by path
+  std::vector<Ownership> entries_;                                    // of a scan
+  std::unordered_map<std::string_view, std::size_t> entriesByPath_;   // positions in `entries_`, which has the paths
+  std::map<std::string, StorageCategoryID, std::less<>> categories_;  // by the path of a root
 };
 
 }  // namespace quarn

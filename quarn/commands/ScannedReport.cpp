@@ -1,8 +1,5 @@
 #include "quarn/commands/ScannedReport.h"
 
-#include <algorithm>
-#include <limits>
-
 #include "QuarnCore/scans/ScannedItems.h"
 #include "QuarnCore/scans/ScannedOwners.h"
 #include "QuarnPlatform/resources/Localization.h"
@@ -16,29 +13,10 @@
 namespace quarn {
 namespace {
 
-std::int64_t onDisk(const TopItem& item) { return item.size.allocatedBytes; }
-std::int64_t notOnDisk(const TopItem& item) { return item.size.logicalBytes - item.size.allocatedBytes; }
+std::int64_t onDisk(const SizeInfo& size) { return size.allocatedBytes; }
+std::int64_t notOnDisk(const SizeInfo& size) { return size.logicalBytes - size.allocatedBytes; }
 
-// Everything that the scan has, as the report on a volume orders it before it ranks.
-std::vector<TopItem> heldCandidates(const Scan& scan) {
-  constexpr long kMost = std::numeric_limits<long>::max();
-  return ScannedItems(scan)
-      .topFilesRecursively(
-          {FileURL("/")},
-          {.limit = kMost, .maxDepth = kMost, .maxVisited = kMost, .allowSlowForPackages = true, .includeHidden = true})
-      .items;
-}
-
-/// The items with the highest rank. `isWhole` becomes false if files that the scan does not have could be among them:
-/// their rank is at most `kept_above`.
-std::vector<VolumeReport::Item> rankedItems(std::vector<TopItem> items, std::int64_t (*rank)(const TopItem&),
-                                            std::int64_t keptAbove, const ScannedHints& hints, bool& isWhole) {
-  const std::int64_t floor = std::max<std::int64_t>(keptAbove, 0);
-  std::erase_if(items, [&](const TopItem& item) { return rank(item) <= floor; });
-  std::stable_sort(items.begin(), items.end(),
-                   [&](const TopItem& left, const TopItem& right) { return rank(left) > rank(right); });
-  isWhole = isWhole && (keptAbove < 0 || items.size() >= kReportedItems);
-  items.resize(std::min(items.size(), kReportedItems));
+std::vector<VolumeReport::Item> withHints(std::vector<TopItem> items, const ScannedHints& hints) {
   std::vector<VolumeReport::Item> result;
   result.reserve(items.size());
   for (TopItem& item : items) {
@@ -72,16 +50,16 @@ VolumeReport scannedVolumeReport(const Scan& scan, const ScannedSentences& sente
   const ScanFacts& facts = scan.facts();
   VolumeReport report{.volume = facts.volume, .hasCapacity = facts.hasCapacity, .categories = scan.categories()};
   const ScannedHints hints(scan);
-  const std::vector<TopItem> items = heldCandidates(scan);
-  bool isWhole = true;
-  report.largest = rankedItems(items, onDisk, facts.keptAbove, hints, isWhole);
-  report.elsewhere = rankedItems(items, notOnDisk, facts.keptAbove, hints, isWhole);
-  if (!isWhole) {
+  std::vector<ScannedItems::Answer> lists = ScannedItems(scan).largest({onDisk, notOnDisk}, kReportedItems);
+  report.largest = withHints(std::move(lists[0].items), hints);
+  report.elsewhere = withHints(std::move(lists[1].items), hints);
+  if (!lists[0].isWhole || !lists[1].isWhole) {
     context.warn("the scan has only files larger than " + context.size(facts.keptAbove) +
                  "; the lists of items end before smaller ones");
   }
   report.users = partsOf(scan);
-  report.leftovers = scan.leftovers();
+  report.leftovers = scan.leftovers(kReportedLeftovers);
+  report.moreLeftovers = scan.leftoverCount() - report.leftovers.size();
   for (Leftover& leftover : report.leftovers) {
     for (LeftoverItem& item : leftover.items) item.evidence = sentences.english(item.evidence);
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ struct ReportFrame {
   Date madeAt{};           ///< time of reading the volume
   UnreadSummary unread{};  ///< items that could not be read
 };
+
+/// How many leftovers a report on a volume lists.
+inline constexpr std::size_t kReportedLeftovers = 100;
 
 /// The content of a report on a volume.
 struct VolumeReport {
@@ -55,6 +59,7 @@ struct VolumeReport {
   std::vector<Item> largest{};                ///< by space on this disk, largest first
   std::vector<Item> elsewhere{};              ///< by length minus space on this disk, largest first
   std::vector<Leftover> leftovers{};          ///< of apps that are not installed, sized, largest first
+  std::size_t moreLeftovers = 0;              ///< smaller ones that are only counted
   std::optional<ScanDifference> changes{};    ///< since an earlier scan
   bool isComplete = true;                     ///< false: the scan was interrupted
 };

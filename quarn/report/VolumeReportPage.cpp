@@ -20,7 +20,6 @@ constexpr std::array<std::string_view, 9> kCategoryTitles{
     "Apps", "Documents", "Photos", "Communication", "Games", "Development", "System data", "Other", "Free"};
 // clang-format on
 
-constexpr std::size_t kShownLeftovers = 100;
 constexpr std::size_t kShownLeftoverItems = 12;
 
 std::string_view titleOf(StorageCategoryID category) { return kCategoryTitles[static_cast<std::size_t>(category)]; }
@@ -250,10 +249,10 @@ std::string leftoverRow(const VolumeReport& report, std::size_t index) {
 
 std::string leftoversSection(const VolumeReport& report) {
   if (report.leftovers.empty()) return "";
-  const std::size_t shown = std::min(report.leftovers.size(), kShownLeftovers);
+  const std::size_t shown = std::min(report.leftovers.size(), kReportedLeftovers);
   std::string rows;
   for (std::size_t i = 0; i < shown; ++i) rows += leftoverRow(report, i);
-  const std::size_t rest = report.leftovers.size() - shown;
+  const std::size_t rest = report.leftovers.size() - shown + report.moreLeftovers;
   return "<section aria-labelledby=\"leftovers\">\n<h2 id=\"leftovers\">Leftovers of apps that are not "
          "installed</h2>\n<table>\n<caption>Check before you remove anything: an app may be on another "
          "volume.</caption>\n<thead><tr><th scope=\"col\">Former app</th><th scope=\"col\" class=\"n\">On disk</th>"

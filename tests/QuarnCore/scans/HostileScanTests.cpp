@@ -271,6 +271,24 @@ TEST_F(HostileScan, FoldersThatAreNotWhereTheyShouldBeEndTheSearch) {
   }
 }
 
+// The folders are not checked page by page, so each way to the folders must notice that some are missing.
+TEST_F(HostileScan, FoldersThatAreMissingOrOutOfOrderAreDamaged) {
+  for (const char* sql :
+       {"DELETE FROM folders WHERE id=(SELECT max(id) FROM folders)", "DELETE FROM folders WHERE id=2",
+        "DELETE FROM folders", "UPDATE folders SET id=id+1 WHERE id=(SELECT max(id) FROM folders)",
+        "UPDATE folders SET descendants=descendants+1 WHERE id=0", "INSERT INTO folders SELECT -1,0,0,'x',0,0,0,0,0"}) {
+    const std::string file = written(bytes_);
+    Database database = Database::makeIn(file);
+    database.execute(sql);
+    database.close();
+    const auto all = [](const ScannedFolder&) { return true; };
+    EXPECT_THROW((void)Scan::open(file).folderWithID(0), ScanError) << sql;
+    EXPECT_THROW((void)Scan::open(file).packages(0, Scan::kLastFolder), ScanError) << sql;
+    EXPECT_THROW(Scan::open(file).folders(0, Scan::kLastFolder, all), ScanError) << sql;
+    EXPECT_THROW(Scan::open(file).folders(0, 1, all), ScanError) << sql;
+  }
+}
+
 TEST_F(HostileScan, ReadingChangesNothingBesideTheFile) {
   const auto before = std::filesystem::last_write_time(at("scan"));
   Scan::open(at("scan")).readAll();

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <limits>
 #include <random>
 #include <stdexcept>
@@ -108,6 +109,39 @@ TEST(ScannedItems, TheAnswersOfAScanAreThoseOfTheVolume) {
   }
 }
 
+std::int64_t onDisk(const SizeInfo& size) { return size.allocatedBytes; }
+std::int64_t notOnDisk(const SizeInfo& size) { return size.logicalBytes - size.allocatedBytes; }
+
+// Of equally ranked items, those come first that come first in the list of all items.
+TEST(ScannedItems, TheLargestByEachRankAreThoseOfAllItems) {
+  constexpr std::size_t kLimit = 25;
+  ScanFolder folder;
+  for (unsigned seed = 0; seed < 20; ++seed) {
+    const RandomFiles volume(seed);
+    (void)volume.scanTo(folder.at("scan"));
+    const ScannedItems scanned(Scan::open(folder.at("scan")));
+    const std::vector<TopItem> all =
+        scanned
+            .topFilesRecursively({FileURL("/")},
+                                 {.limit = kAll, .maxDepth = kAll, .allowSlowForPackages = true, .includeHidden = true})
+            .items;
+    const std::vector<ScannedItems::Rank> ranks{onDisk, notOnDisk};
+    const std::vector<ScannedItems::Answer> lists = scanned.largest(ranks, kLimit);
+    ASSERT_THAT(lists, SizeIs(ranks.size()));
+    for (std::size_t i = 0; i < ranks.size(); ++i) {
+      std::vector<TopItem> expected = all;
+      std::erase_if(expected, [&](const TopItem& item) { return ranks[i](item.size) <= 0; });
+      std::stable_sort(expected.begin(), expected.end(), [&](const TopItem& left, const TopItem& right) {
+        return ranks[i](left.size) > ranks[i](right.size);
+      });
+      expected.resize(std::min(expected.size(), kLimit));
+      EXPECT_FALSE(expected.empty());
+      EXPECT_TRUE(lists[i].isWhole);
+      ASSERT_EQ(lines(lists[i].items), lines(expected)) << seed;
+    }
+  }
+}
+
 TEST(ScannedItems, AnAnswerEndsBeforeFilesThatTheScanDoesNotHave) {
   ScannedVolume volume;
   for (int i = 1; i <= 9; ++i) volume.sparse("~/Pictures/" + std::to_string(i), i * 10);
@@ -127,6 +161,10 @@ TEST(ScannedItems, AnAnswerEndsBeforeFilesThatTheScanDoesNotHave) {
   EXPECT_FALSE(ask(5).isWhole);
   EXPECT_THAT(ask(5).items, SizeIs(4));  // the package is smaller than files that are missing
   EXPECT_FALSE(items.topChildren({volume.url("~/Pictures/")}, 9, true, true).isWhole);
+  const auto byLength = [](const SizeInfo& size) { return size.logicalBytes; };
+  EXPECT_TRUE(items.largest({byLength}, 3).front().isWhole);
+  EXPECT_FALSE(items.largest({byLength}, 5).front().isWhole);
+  EXPECT_THAT(items.largest({byLength}, 5).front().items, SizeIs(4));
 }
 
 TEST(ScannedItems, ChildrenAreRankedBySpaceOnDiskOrByTheLargerOfSpaceAndLength) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "QuarnCore/storage/RecordedFolders.h"
+#include "QuarnPlatform/paths/Path.h"
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
@@ -142,6 +143,33 @@ TEST(RecordedFolders, EachOfManyFoldersWithSimilarNamesIsFound) {
   EXPECT_EQ(folders.find("/"), std::optional<std::size_t>(0));
   for (const char* other : {"/Users/ann/Pictures/aaaa", "/Users/ann/Pictures/ ", "/Users/ann/Pictures/\xFF\xFF"}) {
     EXPECT_FALSE(folders.find(other)) << other;
+  }
+}
+
+// Few folders in a folder are found in another way than many. Every folder is where its path says, with its number.
+TEST(RecordedFolders, FoldersAreFoundAmongFewAndAmongMany) {
+  for (const int count : {1, 15, 16, 17, 18, 40}) {
+    RecordedFolders folders;
+    std::vector<std::pair<std::string, FolderObserver::Folder>> entered;
+    // In an order that is not that of the names, and with a folder in each.
+    for (int i = 0; i < count; ++i) {
+      const std::string name = "f" + std::to_string(i * 7 % count);
+      const FolderObserver::Folder folder = folders.enter(0, {.name = name});
+      entered.emplace_back("/" + name, folder);
+      entered.emplace_back("/" + name + "/in", folders.enter(folder, {.name = "in"}));
+      folders.add(entered.back().second, {.sizes = {}, .ofHidden = {}, .files = i + 1});
+    }
+    folders.finish();
+    ASSERT_EQ(folders.size(), entered.size() + 1);
+    for (const auto& [path, folder] : entered) {
+      ASSERT_EQ(folders.find(path), folders.positionOf(folder)) << count << path;
+      EXPECT_EQ(folders.at(folders.positionOf(folder)).name, path::lastComponent(path));
+    }
+    EXPECT_EQ(folders.at(0).descendants, 2 * static_cast<unsigned>(count));
+    EXPECT_EQ(folders.at(0).files, std::int64_t{count} * (count + 1) / 2);
+    EXPECT_EQ(folders.find("/f"), std::nullopt);
+    EXPECT_EQ(folders.find("/zz"), std::nullopt);
+    EXPECT_EQ(folders.find("/f0/in/deeper"), std::nullopt);
   }
 }
 
