@@ -15,11 +15,7 @@ namespace quarn {
 /// for example "artifacts[2].kind: not a kind of artifact". The keys are the field names; unknown keys are ignored.
 std::optional<VendorProfile> decodeVendorProfile(std::string_view text, std::string* problem = nullptr);
 
-/// The id of a profile whose file begins with it, as all of ours do: `decodeVendorProfile` finds this id or nothing.
-/// Absent for any other text.
-std::optional<std::string_view> leadingProfileID(std::string_view text);
-
-/// Parses an index in the way of a profile.
+/// Parses an index in the same way.
 std::optional<VendorProfileIndex> decodeVendorIndex(std::string_view text, std::string* problem = nullptr);
 
 /// Encode the records in the form of their files: members in order, without absent explanations.

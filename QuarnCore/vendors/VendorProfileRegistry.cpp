@@ -49,21 +49,13 @@ VendorProfileRegistry::VendorProfileRegistry(std::vector<VendorProfile> profiles
 const std::vector<VendorProfile>& VendorProfileRegistry::profiles() const { return content_->profiles; }
 
 VendorProfileRegistry VendorProfileRegistry::loadDefault(const ResourceBundle& bundle) {
-  return loadWanted(bundle, [](std::string_view) { return true; });
-}
-
-VendorProfileRegistry VendorProfileRegistry::loadWanted(const ResourceBundle& bundle,
-                                                        const std::function<bool(std::string_view id)>& isWanted) {
   const std::optional<std::string> indexText = readResource(bundle, "index");
   const std::optional<Index> index = indexText ? decodeVendorIndex(*indexText) : std::nullopt;
   if (!index) return VendorProfileRegistry();
   return VendorProfileRegistry(
       collectInParallel<VendorProfile>(index->vendors.size(), [&](std::size_t i) -> std::optional<VendorProfile> {
         const std::optional<std::string> text = readResource(bundle, withoutExtension(index->vendors[i].file));
-        const std::optional<std::string_view> id = text ? leadingProfileID(*text) : std::nullopt;
-        if (!text || (id && !isWanted(*id))) return std::nullopt;
-        std::optional<VendorProfile> profile = decodeVendorProfile(*text);
-        return profile && isWanted(profile->id) ? std::move(profile) : std::nullopt;
+        return text ? decodeVendorProfile(*text) : std::nullopt;
       }));
 }
 

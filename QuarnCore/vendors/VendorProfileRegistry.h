@@ -1,10 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "QuarnCore/vendors/VendorProfile.h"
@@ -26,9 +24,6 @@ class VendorProfileRegistry {
   /// Loads "vendors/index.json" (else "index.json") and the files that it names. Never fails: silently skips files
   /// that cannot be read or decoded.
   static VendorProfileRegistry loadDefault(const ResourceBundle& bundle = ResourceBundle::containing<BundleAnchor>());
-  /// The same with only the profiles whose id is wanted. Reads most others without decoding them.
-  static VendorProfileRegistry loadWanted(const ResourceBundle& bundle,
-                                          const std::function<bool(std::string_view id)>& isWanted);
 
   [[nodiscard]] const std::vector<VendorProfile>& profiles() const;
   /// The profiles that match the app, in the order of the index.

@@ -3,7 +3,6 @@
 #include <string>
 #include <utility>
 
-#include "QuarnPlatform/text/ASCII.h"
 #include "QuarnSystem/formats/PlainPropertyListParts.h"
 #include "QuarnSystem/formats/PlainPropertyLists.h"
 
@@ -97,7 +96,7 @@ class PlainBinaryList {
     textBytes_ += object.count;
     if (textBytes_ > kMostPlainText || !fits(object.content, object.count)) return false;
     found = bytes_.substr(object.content, object.count);
-    return std::all_of(found.begin(), found.end(), [](char byte) { return byte != 0 && ascii::isASCII(byte); });
+    return found.find('\0') == std::string_view::npos;
   }
 
   bool string(const Object& object, PropertyList& result) {

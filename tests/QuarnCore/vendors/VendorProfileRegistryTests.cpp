@@ -154,24 +154,6 @@ TEST(VendorProfileRegistryLoading, EachCallReadsAgainAndDuplicateIdsStay) {
   EXPECT_THAT(loadedIDs(folder), ElementsAre("same", "other"));
 }
 
-TEST(VendorProfileRegistryLoading, OnlyWantedProfilesAreLoadedWhereverTheirIdIsWritten) {
-  ResourceFolder folder;
-  folder.file("vendors/index.json", indexText({"a", "b", "c", "d", "e", "f"}));
-  const std::string rest = R"("displayName":"","match":{"bundleIDs":[],"bundleIDPrefixes":[],"nameContains":[]},)"
-                           R"("artifacts":[],"carveOuts":[])";
-  folder.file("vendors/a.json", "{\n  \"id\" : \"wanted\", " + rest + "}");
-  folder.file("vendors/b.json", "{\n  \"id\" : \"other\", " + rest + "}");
-  folder.file("vendors/c.json", "{" + rest + R"(,"id":"wanted"})");
-  folder.file("vendors/d.json", "{" + rest + R"(,"id":"other"})");
-  folder.file("vendors/e.json", R"({"id":"w\u0061nted","id":"other",)" + rest + "}");
-  folder.file("vendors/f.json", R"({"id":"other","id":"wanted",)" + rest + "}");
-  const auto isWanted = [](std::string_view id) { return id == "wanted"; };
-  const VendorProfileRegistry registry = VendorProfileRegistry::loadWanted(folder.bundle(), isWanted);
-  std::vector<std::string> ids;
-  for (const VendorProfile& profile : registry.profiles()) ids.push_back(profile.id);
-  EXPECT_THAT(ids, ElementsAre("wanted", "wanted", "wanted"));
-}
-
 TEST(VendorProfileRegistry, ArtifactsAreInRegistryOrder) {
   MacVolume volume;
   volume.folder("~/Library/Caches/long-name").folder("~/Library/Caches/b").folder("~/Library/Caches/other");
