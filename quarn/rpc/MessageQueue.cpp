@@ -10,6 +10,11 @@ bool MessageQueue::hasRoom() const {
   return waiting_.size() < limits_.waitingLines && waitingBytes_ < limits_.waitingBytes;
 }
 
+bool MessageQueue::hasIdleThread() const {
+  const std::lock_guard lock(mutex_);
+  return waiting_.size() < idleThreads_;
+}
+
 void MessageQueue::push(Message message) {
   const std::lock_guard lock(mutex_);
   if (isClosed_) return;
@@ -25,7 +30,9 @@ std::deque<Message>::iterator MessageQueue::oldest(Lane lane) {
 
 std::optional<Message> MessageQueue::pop(Lane lane) {
   std::unique_lock lock(mutex_);
+  idleThreads_ += lane == Lane::any ? 1 : 0;
   changed_.wait(lock, [&] { return isClosed_ || oldest(lane) != waiting_.end(); });
+  idleThreads_ -= lane == Lane::any ? 1 : 0;
   const auto next = oldest(lane);
   if (next == waiting_.end()) return std::nullopt;
   Message message = std::move(*next);

@@ -31,6 +31,8 @@ class MessageQueue {
 
   /// True if another line may be read.
   [[nodiscard]] bool hasRoom() const;
+  /// True if a thread of the lane `any` waits for one more message.
+  [[nodiscard]] bool hasIdleThread() const;
   /// Adds a message; never blocks.
   void push(Message message);
   /// Blocks until a message of the lane arrives, and returns the oldest; absent once the queue is closed and has none.
@@ -49,6 +51,7 @@ class MessageQueue {
   std::condition_variable changed_;
   std::deque<Message> waiting_;
   std::size_t waitingBytes_ = 0;
+  std::size_t idleThreads_ = 0;  // of the lane `any`
   bool isClosed_ = false;
 };
 

@@ -60,9 +60,11 @@ std::string notification(std::string_view method, const std::string& id, const o
 
 bool isBlank(std::string_view line) { return line.find_first_not_of(" \t\r") == std::string_view::npos; }
 
-// The calling thread is the reader: it owns `reader_`, fills `queue_` and polls. Workers take messages from `queue_`,
-// run them and write the answers. `queue_`, `writer_`, `open_` and `wake_` have their own locks; no thread holds two of
-// them. A worker signals `wake_` when the queue has room again, and the last one when it ends.
+// The calling thread is the reader: it owns `reader_` and `workers_`, fills `queue_` and polls. Workers take messages
+// from `queue_`, run them and write the answers. The reader starts a worker when a message finds no idle one: as many
+// as lines may run at the same time, and then the one of the quick lane. `queue_`, `writer_`, `open_` and `wake_` have
+// their own locks; no thread holds two of them. A worker signals `wake_` when the queue has room again, and the last
+// one when it ends.
 class Session {
  public:
   Session(int inputDescriptor, int outputDescriptor, const Dispatcher& dispatcher, const TransportLimits& limits,
@@ -78,7 +80,6 @@ class Session {
 
   int run() {
     const BrokenPipeIgnored guard;
-    startWorkers();
     readLines();
     queue_.close();
     while (busyWorkers_ > 0 && waitFor(Input::notWanted)) {
@@ -90,9 +91,12 @@ class Session {
  private:
   enum class Input : std::uint8_t { wanted, notWanted };
 
-  void startWorkers() {
-    for (std::size_t i = 0; i < runningLines_; ++i) startWorker(MessageQueue::Lane::any);
-    if (workers_.size() > 1 && isQuick_) startWorker(MessageQueue::Lane::quick);
+  void startAnotherWorker() {
+    if (workers_.size() < runningLines_) {
+      startWorker(MessageQueue::Lane::any);
+    } else if (workers_.size() == runningLines_ && runningLines_ > 1 && isQuick_) {
+      startWorker(MessageQueue::Lane::quick);
+    }
   }
 
   // Without a thread to be had, the session goes on with those that it has.
@@ -136,6 +140,7 @@ class Session {
   // Without workers, requests run on this thread, and a cancellation is read when they are done.
   void take(Message message) {
     if (message.requests.empty()) return;
+    if (!queue_.hasIdleThread()) startAnotherWorker();
     if (workers_.empty()) {
       answer(message);
       return;
