@@ -1,5 +1,6 @@
 #include "tests/support/Descriptors.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -37,7 +38,7 @@ DescriptorLimit::DescriptorLimit(std::size_t more) {
     taken_.push_back(std::move(taken));
   }
   rlimit lowered = before_;
-  lowered.rlim_cur = static_cast<rlim_t>(last) + 1 + more;
+  lowered.rlim_cur = std::min(before_.rlim_cur, static_cast<rlim_t>(last) + 1 + more);
   if (::setrlimit(RLIMIT_NOFILE, &lowered) != 0) throw std::system_error(errno, std::generic_category(), "setrlimit");
 }
 
