@@ -157,15 +157,14 @@ TEST(WalkedFolders, FoldersOfSeveralTreesAreReachedFromTheirOwnRoots) {
 }
 
 // Where the system cannot check the device, its number is compared with that of the root.
-TEST(WalkedFolders, TreesOnDifferentDevicesEachHaveTheirOwn) {
-  MacVolume onDisk;
-  MacVolume inMemory = volumeInMemory();
-  onDisk.folder("/t/a/b");
-  inMemory.folder("/t/a/b");
+TEST(WalkedFolders, EachOfSeveralTreesHasADeviceOfItsOwn) {
+  MacVolume volume = volumeInMemory();
+  volume.folder("/usr/bin/a");
   WalkedFolders folders;
-  for (const MacVolume* volume : {&onDisk, &inMemory}) {
-    const WalkedFolders::Use root = folders.addRoot(openFolder(*volume, "/t"));
-    EXPECT_TRUE(canOpen(enter(root, "a"), "b"));
+  const WalkedFolders::Use ofThisSystem = folders.addRoot(FileDescriptor(::open("/", O_RDONLY | O_DIRECTORY)));
+  const WalkedFolders::Use inMemory = folders.addRoot(openFolder(volume, "/"));
+  for (const WalkedFolders::Use* root : {&ofThisSystem, &inMemory}) {
+    EXPECT_TRUE(canOpen(enter(*root, "usr"), "bin"));
   }
 }
 
