@@ -77,7 +77,11 @@ void AppIndex::addNames(const AppEntity& app, const AppFacts& facts, std::uint32
   const std::string_view lastPart = lastMeaningfulPart(withinEntryName(spelled));
 
   std::vector<std::string> keys;
+  std::vector<std::string_view> added;
   const auto addName = [&](std::string_view name, bool isDisplayed) {
+    // Most apps have one name. Displayed ones come first and add more.
+    if (std::find(added.begin(), added.end(), name) != added.end()) return;
+    added.push_back(name);
     if (isDisplayed) add(Key::name, nameKey(name), index);
     for (std::string key : {nameKey(name), unversionedNameKey(name), reducedNameKey(name)}) {
       if (key.size() < kShortestKey || isGenericWord(key)) continue;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <cstddef>
+#include <cstdint>
 
 #include "QuarnPlatform/text/ASCII.h"
 #include "QuarnPlatform/text/Text.h"
@@ -44,6 +45,19 @@ constexpr std::array<std::string_view, 34> kEndings{
     ".old",           ".plist", ".prefpane", ".plugin", ".qlgenerator", ".rtf",  ".savedstate", ".sfl",   ".sfl2",
     ".sfl3",          ".sfl4",  ".spin",     ".sqlite", ".txt",         ".xml",  ".yaml"};
 
+/// The lengths of the generic words by their first byte, as bits. Most words are none, and are dismissed by it.
+constexpr std::array<std::uint32_t, 256> lengthsOfGenericWords() {
+  std::array<std::uint32_t, 256> lengths{};
+  const auto add = [&](const auto& words) {
+    for (const std::string_view word : words) lengths[static_cast<unsigned char>(word[0])] |= 1U << word.size();
+  };
+  add(kChannelWords);
+  add(kEditionWords);
+  add(kPartWords);
+  return lengths;
+}
+constexpr std::array<std::uint32_t, 256> kLengthsOfGenericWords = lengthsOfGenericWords();
+
 template <std::size_t Count>
 bool holds(const std::array<std::string_view, Count>& words, std::string_view word) {
   return std::find(words.begin(), words.end(), word) != words.end();
@@ -81,20 +95,15 @@ struct Word {
   std::size_t end;
 };
 
-std::vector<Word> wordsOf(std::string_view text) {
-  std::vector<Word> words;
-  bool inWord = false;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    if (!isAlphanumeric(text[at])) {
-      inWord = false;
-    } else if (!inWord || beginsWord(text, at)) {
-      words.push_back({at, at + 1});
-      inWord = true;
-    } else {
-      words.back().end = at + 1;
-    }
+// The last word before a position; empty if there is none.
+Word lastWord(std::string_view text, std::size_t end) {
+  while (end > 0 && !isAlphanumeric(text[end - 1])) --end;
+  std::size_t begin = end;
+  while (begin > 0 && isAlphanumeric(text[begin - 1])) {
+    --begin;
+    if (begin > 0 && isAlphanumeric(text[begin - 1]) && beginsWord(text, begin)) break;
   }
-  return words;
+  return {begin, end};
 }
 
 bool isVersionOrChannel(std::string_view word) { return isDigits(word) || holds(kChannelWords, word); }
@@ -102,20 +111,19 @@ bool isVersionOrChannel(std::string_view word) { return isDigits(word) || holds(
 template <class IsDropped>
 std::string keyWithoutLastWords(std::string_view name, const IsDropped& isDropped) {
   constexpr std::size_t kShortestKept = 2;
-  const std::string key = nameKey(name);
-  std::vector<Word> words = wordsOf(name);
   std::size_t end = name.size();
-  while (words.size() > 1) {
-    const Word last = words.back();
+  Word last = lastWord(name, end);
+  // The first word stays.
+  for (Word before = lastWord(name, last.begin); before.begin < before.end; before = lastWord(name, last.begin)) {
     std::string word(name.substr(last.begin, last.end - last.begin));
     std::transform(word.begin(), word.end(), word.begin(), lower);
     const bool isVersionMark = word == "v" && end != name.size();
     if (!isDropped(word) && !isVersionMark) break;
-    words.pop_back();
-    end = words.back().end;
+    end = before.end;
+    last = before;
   }
   std::string reduced = nameKey(name.substr(0, end));
-  return reduced.size() < kShortestKept ? key : reduced;
+  return reduced.size() < kShortestKept ? nameKey(name) : reduced;
 }
 
 // The length of a crash report's mark: "_1A2B3C4D-5E6F-…", "-2025-01-02-030405", "_2025-01-02-030405_host".
@@ -173,6 +181,8 @@ std::string nameKey(std::string_view name) {
 }
 
 bool isGenericWord(std::string_view word) {
+  if (word.empty() || word.size() >= 32) return false;
+  if ((kLengthsOfGenericWords[static_cast<unsigned char>(word[0])] >> word.size() & 1U) == 0) return false;
   return holds(kChannelWords, word) || holds(kEditionWords, word) || holds(kPartWords, word);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "QuarnCore/ownership/NameKeys.h"
 #include "QuarnPlatform/paths/Path.h"
@@ -156,8 +157,8 @@ std::uint32_t FormerApps::formerOf(const std::string& identifier,
   const std::string& spelled = spelled_[identifier];
   state_.formers.push_back({.name = spelled, .bundleIdentifier = spelled});
   formers.emplace(identifier, former);
-  const std::string part(lastMeaningfulPart(spelled));
-  apps_.push_back({.name = part, .bundleIdentifier = spelled, .bundleURL = FileURL("/" + part), .id = spelled});
+  std::string part(lastMeaningfulPart(spelled));
+  apps_.push_back({.name = std::move(part), .bundleIdentifier = spelled});
   owners_.push_back(former);
   return former;
 }
