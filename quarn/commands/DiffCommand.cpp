@@ -99,7 +99,6 @@ void printLines(const ScanDifference& difference, CommandContext& context) {
 
 ExitCode runDiff(CommandContext& context) {
   const std::vector<std::string>& files = context.arguments().positionals;
-  if (files.size() != 2) throw UsageError("diff requires OLD and NEW: two files that \"quarn scan\" has written");
   const Scan before = Scan::open(files[0]);
   const Scan after = Scan::open(files[1]);
   context.confineToOpenFiles();

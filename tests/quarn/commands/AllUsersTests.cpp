@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "QuarnCore/scans/Database.h"
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
@@ -164,13 +165,24 @@ TEST_F(ScanForAll, HasTheAppsOwnersAndLeftoversOfAllUsers) {
 
 TEST_F(ScanForAll, TheTreeBeginsWhereAllHomesAreAndNamesTheOwnersOfEach) {
   ASSERT_EQ(scan("all").exitCode, 0);
-  volume_.file("/Users/bob/Library/Caches/org.bobs/a", 1_MiB);
+  volume_.file("/Users/bob/Library/Caches/org.bobs/a", 1_MiB).file("/Users/ann/Library/Caches/a/a", 2_MiB);
   ASSERT_EQ(scan("later").exitCode, 0);
   EXPECT_THAT(ask({"tree", "--depth", "4"}, "later").out,
               AllOf(HasSubstr(" /Users/"), HasSubstr("├ bob/"), HasSubstr(" Bobs ")));
   const CommandRun changed = runQuarn({"diff", file("all"), file("later")});
   EXPECT_THAT(changed.out, HasSubstr("/Users/bob/Library/Caches/org.bobs"));
+  EXPECT_THAT(changed.out, HasSubstr(" /Users/ann/Library/Caches"));
   EXPECT_EQ(changed.err, "");
+}
+
+TEST_F(ScanForAll, TheTreeOfHomesInDifferentPlacesBeginsAtTheRoot) {
+  ASSERT_EQ(scan("all").exitCode, 0);
+  Database database = Database::makeIn(file("all"));
+  database.execute(
+      "UPDATE users SET path='/Volumes/homes/bob', location=path WHERE path='/Users/bob';"
+      "UPDATE users SET location=path");
+  database.close();
+  EXPECT_THAT(ask({"tree", "--depth", "1"}).out, HasSubstr(" └ Users/"));
 }
 
 TEST_F(ScanForAll, NoHomeFolderIsSpecial) {

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <filesystem>
+#include <set>
 
 #include <gmock/gmock.h>
 
@@ -138,6 +139,37 @@ TEST_F(ScanCommand, WhatCouldNotBeReadIsSaidByTheScanAndByEveryAnswerFromIt) {
   EXPECT_THAT(closed.err, HasSubstr("the scan does not have /Users/ann/Closed"));
 }
 
+TEST_F(ScanCommand, WhatIsOnAnotherDeviceIsNoErrorOfTheScan) {
+  MacVolume volume;
+  volume.file("~/Documents/a", 5'000);
+  (void)runQuarn({"--volume", volume.root(), "scan", "-o", at("scan")});
+  Database database = Database::makeIn(at("scan"));
+  database.execute("INSERT INTO unreadable VALUES('/Users/ann/Mounted',0,'')");
+  database.close();
+  const json answer = document(runQuarn({"storage", "--scan", at("scan"), "--json"}));
+  EXPECT_THAT(answer["unreadable"].dump(), HasSubstr("/Users/ann/Mounted"));
+  EXPECT_THAT(answer["unreadable"].dump(), Not(HasSubstr("EACCES")));
+}
+
+TEST_F(ScanCommand, TheTrashIsNotSearchedForTheLargestItemsOfACategory) {
+  MacVolume volume;
+  volume.file("/Users/ann/.Trash/a", 500'000).file("/Users/bob/.Trash/b", 600'000);
+  // For one user, the home folders of others are folders of the system.
+  for (const auto& [option, trash] : {std::pair("--home=/Users/ann", "~/.Trash"), {"--all-users", ".Trash"}}) {
+    (void)runQuarn({"--volume", volume.root(), "scan", option, "-o", at("scan")});
+    std::set<StorageCategoryID> categories;
+    for (const ScannedRoot& root : Scan::open(at("scan")).roots()) {
+      if (root.isListed && root.url.path().ends_with("/.Trash")) categories.insert(root.category);
+    }
+    EXPECT_FALSE(categories.empty()) << option;
+    for (const StorageCategoryID category : categories) {
+      const CommandRun run = runQuarn({"top", "--category", std::string(rawValue(category)), "--scan", at("scan")});
+      EXPECT_EQ(run.exitCode, 0) << run.err;
+      EXPECT_THAT(run.out, Not(HasSubstr(trash))) << option;
+    }
+  }
+}
+
 TEST_F(ScanCommand, FilesThatTheScanDoesNotHaveAreSaid) {
   MacVolume volume;
   volume.file("~/Documents/a", 50'000).file("~/Documents/b", 5'000);
@@ -171,6 +203,8 @@ TEST_F(ScanCommand, ExportsIntoAFolderThatExistsButNotIntoAFileOrAMissingFolder)
   EXPECT_EQ(contentOf(at("file")), "kept");
   EXPECT_EQ(runOnSample({"scan", "--export", at("missing/tables")}).exitCode, 3);
   EXPECT_FALSE(std::filesystem::exists(at("missing")));
+  EXPECT_EQ(runOnSample({"scan", "-o", at("scan"), "--export", at("missing/tables")}).exitCode, 3);
+  EXPECT_FALSE(std::filesystem::exists(at("scan"))) << "nothing is scanned for a folder that cannot be made";
 }
 
 TEST_F(ScanCommand, ExportsTheTablesBesideAScan) {
@@ -291,6 +325,33 @@ TEST_F(DiffCommand, AScanThatIsDamagedIsAnErrorThatNamesIt) {
   }
 }
 
+TEST_F(DiffCommand, EveryKindOfChangeIsALineOfTextAndOfJSON) {
+  volume_.app("/Applications/Gone.app", {.name = "Gone", .version = "1"});
+  volume_.app("/Applications/Old.app", {.bundleIdentifier = "com.example.old", .name = "Old", .version = "1"});
+  volume_.file("~/Movies/film", 2'000'000);
+  (void)runQuarn({"--volume", volume_.root(), "scan", "-o", at("old")});
+  volume_.remove("/Applications/Gone.app").remove("/Applications/Old.app").remove("~/Movies/film");
+  volume_.app("/Applications/Old.app", {.bundleIdentifier = "com.example.old", .name = "Old", .version = "2"});
+  volume_.app("/Applications/New.app", {.name = "New\x1B[2J"}).folder("~/Library/Caches/com.gone.Editor");
+  volume_.plist("/Library/LaunchDaemons/job.plist", {{"Label", "com.example.job"}, {"Program", "/usr/bin/true"}});
+  volume_.plist("/Library/Extensions/Ext.kext/Contents/Info.plist",
+                {{"CFBundleIdentifier", "com.example.ext"}, {"CFBundleName", "Ext"}});
+  (void)runQuarn({"--volume", volume_.root(), "scan", "-o", at("new")});
+  const std::string text = runQuarn({"diff", at("old"), at("new")}).out;
+  for (const char* line :
+       {"-2.0 MB", "~/Movies", "Old 2 (was 1)", "new app       New", "gone app      Gone 1\n", "new leftovers ",
+        "new job       com.example.job  /Library/LaunchDaemons/job.plist\n", "new extension Ext"}) {
+    EXPECT_THAT(text, HasSubstr(line));
+  }
+  EXPECT_THAT(text, Not(HasSubstr("\x1B")));
+  EXPECT_THAT(runQuarn({"diff", at("new"), at("old")}).out, HasSubstr("+2.0 MB"));
+  const std::string lines = runQuarn({"diff", at("old"), at("new"), "--ndjson"}).out;
+  for (const std::string kind :
+       {"category", "folder", "newApp", "goneApp", "changedApp", "newLeftover", "newJob", "newExtension"}) {
+    EXPECT_THAT(lines, HasSubstr("{\"kind\":\"" + kind + "\","));
+  }
+}
+
 TEST_F(DiffCommand, PrintsADocumentAndLines) {
   const json answer = document(diff({"--json", "--min-size", "2000000"}));
   ASSERT_EQ(answer["newApps"].size(), 1U);
@@ -313,7 +374,10 @@ TEST_F(DiffCommand, AReportHasWhatChanged) {
 }
 
 TEST_F(DiffCommand, RequiresTwoScans) {
+  (void)diff({});
   EXPECT_EQ(runQuarn({"diff"}).exitCode, 2);
+  EXPECT_EQ(runQuarn({"diff", at("old")}).exitCode, 2);
+  EXPECT_EQ(runQuarn({"diff", at("old"), at("new"), at("new")}).exitCode, 2);
   EXPECT_EQ(runQuarn({"diff", at("missing"), at("missing")}).exitCode, 3);
 }
 
