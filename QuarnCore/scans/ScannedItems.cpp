@@ -278,6 +278,7 @@ std::vector<ScannedItems::Answer> ScannedItems::largest(const std::vector<Rank>&
       .limit = static_cast<long>(limit), .maxDepth = kMost, .allowSlowForPackages = true, .includeHidden = true};
   Search search(scan_, volume, options);
   std::vector<Answer> answers;
+  answers.reserve(ranks.size());
   for (const Rank rank : ranks) answers.push_back(search.ranked(rank));
   return answers;
 }
