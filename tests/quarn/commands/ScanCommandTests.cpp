@@ -135,6 +135,7 @@ TEST_F(ScanCommand, WhatCouldNotBeReadIsSaidByTheScanAndByEveryAnswerFromIt) {
     EXPECT_EQ(run.exitCode, 4) << words.front();
     EXPECT_THAT(run.err, HasSubstr("permission denied: /Users/ann/Closed")) << words.front();
   }
+  EXPECT_THAT(runQuarn({"report", "-o", "-", "--scan", at("scan")}).out, HasSubstr("/Closed"));
   const CommandRun closed = runQuarn({"top", "~/Closed", "--scan", at("scan")});
   EXPECT_THAT(closed.err, HasSubstr("the scan does not have /Users/ann/Closed"));
 }
@@ -309,6 +310,8 @@ TEST_F(DiffCommand, TheSmallestSizeDecidesAboutTheExitCodeAndIsAMillionBytes) {
   EXPECT_EQ(exitCodeOf({"--min-size", "800000"}), 1);
   EXPECT_EQ(exitCodeOf({"--min-size", "800000", "--json"}), 1);
   EXPECT_EQ(exitCodeOf({"--min-size", "800000", "--ndjson"}), 1);
+  EXPECT_THAT(runQuarn({"report", "--scan", at("new"), "--since", at("old"), "-o", "-"}).out,
+              HasSubstr("<p>No difference.</p>"));
   volume_.file("~/Pictures/c", 200'000);
   (void)runQuarn({"--volume", volume_.root(), "scan", "-o", at("new")});
   EXPECT_EQ(exitCodeOf({}), 1);
