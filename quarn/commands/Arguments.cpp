@@ -188,12 +188,14 @@ void parseOptions(CLI::App& parser, const std::vector<std::string>& words, const
   refuseValuesOfSwitches(words);
 }
 
-void describe(CLI::App& parser, Arguments& arguments) {
+// The parser gets only the commands that the line may name: describing all of them takes longer than most lines do.
+void describe(CLI::App& parser, const std::vector<std::string>& words, Arguments& arguments) {
   parser.set_help_flag();
   parser.allow_extras();
   parser.fallthrough();
   for (const OptionRow& option : globalOptions()) addOption(parser, option, arguments);
   for (const CommandRow& row : commandTable()) {
+    if (std::find(words.begin(), words.end(), row.name) == words.end()) continue;
     CLI::App* command = parser.add_subcommand(std::string(row.name));
     command->set_help_flag();
     command->allow_extras();
@@ -235,8 +237,9 @@ Arguments parseArguments(const std::vector<std::string>& words) {
 void parseArguments(const std::vector<std::string>& words, Arguments& arguments) {
   const auto end = std::find(words.begin(), words.end(), "--");
   CLI::App parser;
-  describe(parser, arguments);
-  parseOptions(parser, {words.begin(), end}, arguments);
+  const std::vector<std::string> parsed(words.begin(), end);
+  describe(parser, parsed, arguments);
+  parseOptions(parser, parsed, arguments);
   arguments.positionals = parser.remaining(true);
   refuseLeftovers(arguments.positionals, arguments);
   // Words after "--" are never options.
