@@ -149,7 +149,6 @@ class Search {
       candidates_.push_back(
           {.root = root, .folder = file.folder, .name = std::move(file.name), .size = size, .isHidden = file.isHidden});
     }
-    if (folder->descendants == 0) return;  // the id may be the last one that there is
     for (ScannedFolder& package : scan_.packages(folder->id + 1, last)) {
       const SizeInfo size = options_.allowSlowForPackages ? visibleSize(package, scan_, false) : SizeInfo{};
       candidates_.push_back({.root = root,

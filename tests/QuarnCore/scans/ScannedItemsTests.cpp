@@ -218,21 +218,6 @@ TEST(ScannedItems, AFolderThatCouldNotBeReadIsMissing) {
   }
 }
 
-TEST(ScannedItems, AFolderWithTheLastPossibleIDHasNothingBelowIt) {
-  ScannedVolume volume;
-  ScanFolder folder;
-  (void)volume.scanTo(folder.at("scan"));
-  Database database = Database::makeIn(folder.at("scan"));
-  database.execute(
-      "DELETE FROM folders WHERE id>0; UPDATE folders SET descendants=4294967295; INSERT INTO folders VALUES"
-      "(1,0,4294967293,'P.app',5,5,1,NULL,2), (4294967295,0,0,'last',0,0,0,NULL,0)");
-  database.close();
-  const TopItemsService::SearchOptions options{.limit = 9, .maxDepth = kAll, .allowSlowForPackages = true};
-  const ScannedItems items(Scan::open(folder.at("scan")));
-  EXPECT_THAT(items.topFilesRecursively({FileURL("/last")}, options).items, IsEmpty());
-  EXPECT_THAT(items.topFilesRecursively({FileURL("/")}, options).items, SizeIs(1));
-}
-
 // Each folder is possible by itself, but the way from the file to the root of the search is not.
 TEST(ScannedItems, AWayThatLeavesTheRootIsDamage) {
   ScannedVolume volume;
