@@ -13,8 +13,8 @@
 namespace quarn {
 namespace {
 
-std::int64_t onDisk(const SizeInfo& size) { return size.allocatedBytes; }
-std::int64_t notOnDisk(const SizeInfo& size) { return size.logicalBytes - size.allocatedBytes; }
+std::int64_t byBytesOnDisk(const SizeInfo& size) { return size.allocatedBytes; }
+std::int64_t byBytesElsewhere(const SizeInfo& size) { return size.logicalBytes - size.allocatedBytes; }
 
 std::vector<VolumeReport::Item> withHints(std::vector<TopItem> items, const ScannedHints& hints) {
   std::vector<VolumeReport::Item> result;
@@ -50,7 +50,8 @@ VolumeReport scannedVolumeReport(const Scan& scan, const ScannedSentences& sente
   const ScanFacts& facts = scan.facts();
   VolumeReport report{.volume = facts.volume, .hasCapacity = facts.hasCapacity, .categories = scan.categories()};
   const ScannedHints hints(scan);
-  std::vector<ScannedItems::Answer> lists = ScannedItems(scan).largest({onDisk, notOnDisk}, kReportedItems);
+  std::vector<ScannedItems::Answer> lists =
+      ScannedItems(scan).largest({byBytesOnDisk, byBytesElsewhere}, kReportedItems);
   report.largest = withHints(std::move(lists[0].items), hints);
   report.elsewhere = withHints(std::move(lists[1].items), hints);
   if (!lists[0].isWhole || !lists[1].isWhole) {
