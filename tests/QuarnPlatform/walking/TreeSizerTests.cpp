@@ -428,33 +428,6 @@ TEST_P(SizingBigTrees, ManyTreesAreWalkedWithFewDescriptors) {
   EXPECT_EQ(openDescriptors(), before);
 }
 
-// Each thread needs two or three descriptors, so most threads find none and wait for the others.
-TEST_P(SizingBigTrees, NothingIsLostWhenTheProcessHasFewDescriptors) {
-  const Plain plain;
-  std::vector<TreeSizer::Tree> trees;
-  std::int64_t expected = 0;
-  for (const std::string root : {"/t/a", "/t/b", "/t/c"}) {
-    for (int i = 0; i < 400; ++i) {
-      volume.sparse(root + "/" + std::to_string(i % 20) + "/" + std::to_string(i) + "/x/file", i);
-      expected += i;
-    }
-    trees.push_back({.root = FileURL(root), .attribution = &plain});
-  }
-  TreeSizer::Options asked = options();
-  if (asked.threads == 0) asked.threads = 16;
-  const FileManager unread = files();
-  const DescriptorLimit limit(6);
-  for (int round = 0; round < 5; ++round) {
-    std::int64_t sum = 0;
-    for (const TreeSizer::TreeTotals& tree : TreeSizer::totals(unread, trees, asked)) {
-      EXPECT_FALSE(tree.error.has_value());
-      sum += tree.totals[0].logicalBytes;
-    }
-    EXPECT_EQ(sum, expected);
-  }
-  EXPECT_EQ(report->count(), 0U);
-}
-
 TEST_P(Sizing, ProgressIsTheSumOfAllTrees) {
   volume.file("/t/a", 1).file("/u/b", 10).file("/v/c", 100);
   const Plain plain;
