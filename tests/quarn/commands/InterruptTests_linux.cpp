@@ -19,8 +19,9 @@ using Words = std::vector<std::string>;
 // Every command here lists folders more often than this.
 constexpr int kLate = 1'000;
 constexpr int kEarly = 300;
-// The program receives the signal on another thread, so the walk goes on for a few calls, each of which waits 10 ms.
-constexpr std::uintmax_t kMostCallsAfterwards = 200;
+// The program receives the signal on another thread, so up to sixteen threads go on for a few calls, each of which
+// waits 10 ms.
+constexpr std::uintmax_t kMostCallsAfterwards = 400;
 
 /// A volume on which every command lists many folders.
 class InterruptedProgram : public testing::Test {
