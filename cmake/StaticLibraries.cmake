@@ -30,5 +30,5 @@ if(QUARN_STATIC_LIBRARIES)
   # Nothing refers to the shared forms of these two then, and the linker leaves them out.
   set_target_properties(fmt::fmt PROPERTIES INTERFACE_COMPILE_DEFINITIONS FMT_HEADER_ONLY=1)
   set_target_properties(spdlog::spdlog PROPERTIES INTERFACE_COMPILE_DEFINITIONS SPDLOG_FMT_EXTERNAL)
-  string(APPEND CMAKE_EXE_LINKER_FLAGS " -static-libstdc++ -static-libgcc -Wl,--as-needed,--gc-sections,-z,pack-relative-relocs")
+  string(APPEND CMAKE_EXE_LINKER_FLAGS " -static-libstdc++ -static-libgcc -Wl,--as-needed,--gc-sections")
 endif()
