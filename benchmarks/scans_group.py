@@ -31,6 +31,7 @@ def write(options, measurer, volume, folder, floor, print_ratios):
         floor,
         Program("quarn: partitioned scan (rpc)", volume.rpc(("StorageDashboardService.calculatePartitionedCategorySizes", {}))),
         Program("quarn scan", Run([*volume.quarn, "scan", "-o", old])),
+        Program("quarn scan --no-sandbox", Run([*volume.quarn, "--no-sandbox", "scan", "-o", old])),
     ], options.rounds)
     with changed(volume):
         measurer.once(Run([*volume.quarn, "scan", "-o", new]))

@@ -1,25 +1,18 @@
 #include "QuarnCore/scans/Scan.h"
 
-#include <algorithm>
-#include <cerrno>
 #include <cstdint>
-#include <iterator>
-#include <set>
 #include <utility>
 
-#include "QuarnCore/scans/Database.h"
-#include "QuarnCore/scans/FolderRows.h"
 #include "QuarnCore/scans/ScanHeader.h"
 #include "QuarnCore/scans/ScanRows.h"
 #include "QuarnCore/scans/ScanSchema.h"
-#include "QuarnPlatform/paths/Path.h"
+#include "QuarnCore/scans/ScanState.h"
 
 namespace quarn {
 namespace {
 
 using scans::damage;
 using scans::eachRow;
-using scans::readFolder;
 using scans::RowReader;
 
 constexpr std::int64_t kFormatWithUsers = 2;
@@ -143,43 +136,6 @@ void addClaims(const Database& database, std::vector<Ownership>& entries) {
 }
 
 }  // namespace
-
-struct Scan::State {
-  State(std::string path, Database opened) : file(std::move(path)), database(std::move(opened)) {}
-
-  std::string file;
-  Database database;
-  std::int64_t format = kScanFormat;
-  ScanFacts facts{};
-  std::vector<ScannedUser> users{};
-  std::set<std::string, std::less<>> checked{};  // tables whose pages are checked
-  // Readers of `database`, so destroyed before it.
-  std::optional<scans::FolderRows> folderRows{};
-  std::optional<scans::HiddenRows> hiddenRows{};
-  std::optional<scans::FileRows> fileRows{};
-
-  /// Checks the table of folders when it is called first.
-  scans::FolderRows& rowsOfFolders() {
-    if (!folderRows) folderRows.emplace(database);
-    return *folderRows;
-  }
-};
-
-// Checks the tables, reads, and says what the matter is in terms of the file.
-template <class Read>
-auto Scan::reading(std::initializer_list<std::string_view> tables, const Read& read) const {
-  try {
-    for (const std::string_view table : tables) {
-      if (state_->checked.contains(table)) continue;
-      state_->database.checkTable(table);
-      state_->checked.emplace(table);
-    }
-    return read(std::as_const(state_->database));
-  } catch (const DatabaseError& error) {
-    if (error.isDamage()) throw ScanError(ScanError::Problem::damaged, state_->file);
-    throwFileError(error.error(), "read", state_->file);
-  }
-}
 
 Scan Scan::open(const std::string& file) {
   const std::int64_t format = checkScanHeader(file);
@@ -409,84 +365,6 @@ ScanContent Scan::content() const {
           .receipts = receipts(),
           .extensions = extensions(),
           .unreadable = unreadable()};
-}
-
-std::optional<ScannedFolder> Scan::folder(std::string_view path) const {
-  return reading({}, [&](const Database&) -> std::optional<ScannedFolder> {
-    scans::FolderRows& rows = state_->rowsOfFolders();
-    ScannedFolder folder = rows.at(0);
-    for (const std::string_view name : path::names(path)) {
-      std::optional<ScannedFolder> found;
-      rows.eachChild(folder, [&](ScannedFolder& child) {
-        if (child.name == name) found = std::move(child);
-        return !found;
-      });
-      if (!found) return std::nullopt;
-      folder = std::move(*found);
-    }
-    return folder;
-  });
-}
-
-ScannedFolder Scan::folderWithID(std::uint32_t id) const {
-  return reading({}, [&](const Database&) { return state_->rowsOfFolders().at(id); });
-}
-
-std::vector<ScannedFolder> Scan::packages(std::uint32_t first, std::uint32_t last) const {
-  return reading({}, [&](const Database&) {
-    scans::FolderRows& rows = state_->rowsOfFolders();
-    const std::vector<std::uint32_t>& ids = rows.packages();
-    std::vector<ScannedFolder> packages;
-    for (auto id = std::lower_bound(ids.begin(), ids.end(), first); id != ids.end() && *id <= last; ++id) {
-      packages.push_back(rows.at(*id));
-    }
-    return packages;
-  });
-}
-
-std::vector<ScannedFolder> Scan::children(const ScannedFolder& folder) const {
-  return reading({}, [&](const Database&) {
-    std::vector<ScannedFolder> children;
-    state_->rowsOfFolders().eachChild(folder, [&](ScannedFolder& child) {
-      children.push_back(std::move(child));
-      return true;
-    });
-    return children;
-  });
-}
-
-void Scan::folders(std::uint32_t first, std::uint32_t last,
-                   const std::function<bool(const ScannedFolder&)>& consume) const {
-  reading({}, [&](const Database& database) {
-    // All folders are checked on the way.
-    const bool areAll = first == 0 && last == kLastFolder;
-    if (!areAll) (void)state_->rowsOfFolders();
-    scans::FolderOrder order;
-    Statement statement = database.prepare("SELECT * FROM folders WHERE id BETWEEN ? AND ? ORDER BY id");
-    statement.bind(areAll ? std::numeric_limits<std::int64_t>::min() : std::int64_t{first});
-    statement.bind(areAll ? std::numeric_limits<std::int64_t>::max() : std::int64_t{last});
-    while (statement.step()) {
-      RowReader row(statement);
-      const ScannedFolder folder = readFolder(row);
-      if (areAll) order.add(folder.id, folder.descendants);
-      if (!consume(folder)) return;
-    }
-    if (areAll) order.finish();
-  });
-}
-
-std::vector<ScannedFile> Scan::largeFiles(std::uint32_t first, std::uint32_t last) const {
-  return reading({"large_files"}, [&](const Database& database) {
-    if (!state_->fileRows) state_->fileRows.emplace(database);
-    return state_->fileRows->of(first, last);
-  });
-}
-
-SizeInfo Scan::hiddenSizes(std::uint32_t folder) const {
-  return reading({"hidden_sizes"}, [&](const Database& database) {
-    if (!state_->hiddenRows) state_->hiddenRows.emplace(database);
-    return state_->hiddenRows->of(folder);
-  });
 }
 
 std::vector<ScanTable> Scan::tables() const { return scanTables(state_->format); }
