@@ -1,5 +1,3 @@
-#include "QuarnCore/scans/Scan.h"
-
 #include <cstdint>
 #include <utility>
 
@@ -7,6 +5,8 @@
 #include "QuarnCore/scans/ScanRows.h"
 #include "QuarnCore/scans/ScanSchema.h"
 #include "QuarnCore/scans/ScanState.h"
+
+// Opens a scan and reads its lists.
 
 namespace quarn {
 namespace {
