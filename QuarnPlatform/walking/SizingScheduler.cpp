@@ -27,6 +27,7 @@ unsigned mostHelpers(unsigned threads) { return (threads != 0 ? threads : kMostT
 SizingScheduler::SizingScheduler(const FileManager& files, const std::vector<TreeSizer::Tree>& trees,
                                  const TreeSizer::Options& options)
     : files_(files),
+      silentFiles_(files.reportingTo(nullptr)),
       options_(options),
       folders_(files.accessTimes()),
       helperCount_(mostHelpers(options.threads), options.threads != 0 ? options.threads : HelperCount::furtherCores()),
@@ -44,11 +45,21 @@ std::vector<TreeSizer::TreeTotals> SizingScheduler::finish() {
 WalkedFolders::Use SizingScheduler::openRoot(const SizedTree& tree) {
   for (;;) {
     try {
-      return folders_.addRoot(files_.openDirectory(tree.tree.root, Links::doNotFollow));
+      return folders_.addRoot(silentFiles_.openDirectory(tree.tree.root, Links::doNotFollow));
     } catch (const FileError& error) {
       const bool lacksDescriptors = error.error() == EMFILE || error.error() == ENFILE;
       if (!lacksDescriptors || !folders_.makeRoom()) throw;
     }
+  }
+}
+
+// The file manager knows which part of the path refused.
+void SizingScheduler::reportRoot(const SizedTree& tree) const {
+  if (files_.readReport() == nullptr) return;
+  try {
+    (void)files_.openDirectory(tree.tree.root, Links::doNotFollow);
+  } catch (const FileError&) {
+    // It is in the report now.
   }
 }
 

@@ -55,6 +55,7 @@ struct SizingTask {
   std::shared_ptr<const WalkedFolders::Use> bigFolder;  ///< of the part; null for a root and a folder to enter
   DirectoryReader::Stretch part;
   FolderObserver::Folder observed = 0;  ///< the big folder's
+  unsigned tries = 0;                   ///< that failed for want of a descriptor while no other thread was busy
 };
 
 /// What a thread has counted in one tree since it last shared its totals. Belongs to that thread.

@@ -18,6 +18,7 @@ namespace {
 
 constexpr unsigned kCallsToSizeFolder = 4;
 constexpr std::size_t kScratchItems = 4096;
+constexpr unsigned kTriesForDescriptor = 16;
 
 }  // namespace
 
@@ -36,7 +37,9 @@ void SizingWorker::readRoot(SizingTask& task) {
   } catch (const FileError& error) {
     failure = error;
   }
-  if (!isPutOff(task, failure->error())) tree().found.error = std::move(failure);
+  if (isPutOff(task, failure->error())) return;
+  scheduler_.reportRoot(tree());
+  tree().found.error = std::move(failure);
 }
 
 void SizingWorker::work() {
@@ -52,13 +55,16 @@ void SizingWorker::work() {
 void SizingWorker::run(SizingTask& task) {
   if (scheduler_.helperCount().mayGrow()) since_ = HelperCount::Clock::now();
   calls_ = kCallsToSizeFolder;
-  if (task.bigFolder) {
-    readPart(task);
-  } else if (task.siblings) {
-    enter(task);
-  } else {
-    readRoot(task);
-  }
+  do {
+    again_ = false;
+    if (task.bigFolder) {
+      readPart(task);
+    } else if (task.siblings) {
+      enter(task);
+    } else {
+      readRoot(task);
+    }
+  } while (again_);
   noteTime();
 }
 
@@ -72,7 +78,11 @@ void SizingWorker::noteTime() {
 
 // Tasks fail in this way before they have counted anything.
 bool SizingWorker::isPutOff(SizingTask& task, int error) {
-  return (error == EMFILE || error == ENFILE) && scheduler_.putOff(unshared_, task);
+  if (error != EMFILE && error != ENFILE) return false;
+  if (scheduler_.putOff(unshared_, task)) return true;
+  // The others may have given their descriptors back after this thread failed.
+  again_ = ++task.tries < kTriesForDescriptor;
+  return again_;
 }
 
 void SizingWorker::enter(SizingTask& task) {

@@ -49,6 +49,7 @@ class SizingWorker {
 
   SizingScheduler& scheduler_;
   UnsharedTotals unshared_;  // of the tree of the current task
+  bool again_ = false;       // the current task is to be tried once more
   DirectoryReader reader_;
   std::vector<SubFolders::Item> subFolders_;  // of the folder that is being read
   std::string subFolderNames_;
