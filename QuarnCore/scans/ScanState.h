@@ -13,6 +13,7 @@
 #include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/FolderRows.h"
 #include "QuarnCore/scans/Scan.h"
+#include "QuarnCore/scans/ScanSchema.h"
 #include "QuarnPlatform/base/FileError.h"
 
 /// What the parts of `Scan` share. Private to them.
