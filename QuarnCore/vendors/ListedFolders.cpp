@@ -39,7 +39,7 @@ bool ListedFolders::isBelowMissing(std::string_view path) {
   return false;
 }
 
-// From the top down: on most volumes the data folders of most vendors are missing, so one answer stands for many paths.
+// From the top down: most vendors have no data on most volumes, and a missing folder rules out every path below it.
 // A folder that cannot be looked up for another reason does not count as missing.
 bool ListedFolders::isMissing(std::string_view folder) {
   {

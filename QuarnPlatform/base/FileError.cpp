@@ -61,6 +61,8 @@ bool meansMissing(int error) {
   return error == ENOENT || error == ENOTDIR || error == ELOOP || error == ENAMETOOLONG || error == EILSEQ;
 }
 
+bool meansNoDescriptor(int error) { return error == EMFILE || error == ENFILE; }
+
 std::string errnoName(int error) {
   for (const auto& [number, name] : kErrnoNames) {
     if (number == error) return std::string(name);

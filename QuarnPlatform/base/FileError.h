@@ -31,6 +31,9 @@ class FileError : public std::system_error {
 /// in circles (ELOOP), and a name that the file system cannot hold (ENAMETOOLONG, EILSEQ).
 bool meansMissing(int error);
 
+/// True if an errno means that this process, or the system, has no descriptor left.
+bool meansNoDescriptor(int error);
+
 /// The symbolic name of an errno: "EACCES". "E" and the number if it has no name here.
 std::string errnoName(int error);
 

@@ -1,6 +1,5 @@
 #include "QuarnPlatform/walking/SizingScheduler.h"
 
-#include <cerrno>
 #include <chrono>
 #include <system_error>
 #include <thread>
@@ -47,8 +46,7 @@ WalkedFolders::Use SizingScheduler::openRoot(const SizedTree& tree) {
     try {
       return folders_.addRoot(silentFiles_.openDirectory(tree.tree.root, Links::doNotFollow));
     } catch (const FileError& error) {
-      const bool lacksDescriptors = error.error() == EMFILE || error.error() == ENFILE;
-      if (!lacksDescriptors || !folders_.makeRoom()) throw;
+      if (!meansNoDescriptor(error.error()) || !folders_.makeRoom()) throw;
     }
   }
 }

@@ -78,7 +78,7 @@ void SizingWorker::noteTime() {
 
 // Tasks fail in this way before they have counted anything.
 bool SizingWorker::isPutOff(SizingTask& task, int error) {
-  if (error != EMFILE && error != ENFILE) return false;
+  if (!meansNoDescriptor(error)) return false;
   if (scheduler_.putOff(unshared_, task)) return true;
   // The others may have given their descriptors back after this thread failed.
   again_ = ++task.tries < kTriesForDescriptor;

@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <optional>
 
+#include "QuarnPlatform/base/FileError.h"
+
 namespace quarn {
 
 WalkedFolders::Use& WalkedFolders::Use::operator=(Use&& other) noexcept {
@@ -30,7 +32,7 @@ OpenedFolder WalkedFolders::Use::open(const char* name) const {
   const PinnedFolder parent(*this);
   if (parent.descriptor() < 0) return {FileDescriptor(), parent.error()};
   OpenedFolder opened = folder_->opener->open(parent.descriptor(), name);
-  if (opened.error != EMFILE && opened.error != ENFILE) return opened;
+  if (!meansNoDescriptor(opened.error)) return opened;
   const std::lock_guard lock(folders_->mutex_);
   return folders_->openMakingRoom(*folder_->opener, parent.descriptor(), name);
 }
@@ -169,7 +171,7 @@ int WalkedFolders::pin(Folder& folder) {
 
 OpenedFolder WalkedFolders::openMakingRoom(const FolderOpener& opener, int parent, const char* name) {
   OpenedFolder opened = opener.open(parent, name);
-  if (opened.error != EMFILE && opened.error != ENFILE) return opened;
+  if (!meansNoDescriptor(opened.error)) return opened;
   closeOne().reset();
   return opener.open(parent, name);
 }

@@ -1,9 +1,7 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <filesystem>
 #include <future>
-#include <iterator>
 #include <mutex>
 #include <set>
 #include <stdexcept>
@@ -536,31 +534,6 @@ TEST_F(ConcurrentTransport, AClosedOutputCancelsEveryRunningLine) {
   session().stopListening();
   EXPECT_EQ(session().status(), 0);
   EXPECT_EQ(gate_.most(), 2) << "the third line must not start";
-}
-
-// A thread that has ended may still be listed, so the counts are upper bounds.
-TEST(ConcurrentTransportThreads, StartWhenARequestFindsNoIdleOne) {
-  constexpr const char* kThreads = "/proc/self/task";
-  if (!std::filesystem::exists(kThreads)) GTEST_SKIP() << "this system does not list the threads of a process";
-  const auto threads = [&] {
-    const std::filesystem::directory_iterator tasks(kThreads);
-    return std::distance(begin(tasks), end(tasks));
-  };
-  const auto before = threads();
-  Gate gate;
-  const Dispatcher dispatcher = [&](const std::string&, const JSONValue*, const RequestContext& context) {
-    return gate.pass(context);
-  };
-  const IsQuick isQuick = [](const std::string&) { return false; };
-  RPCSession session(
-      [&](int input, int output) { return serve(input, output, dispatcher, {.runningLines = 16}, isQuick); });
-  for (int running = 1; running <= 2; ++running) {
-    session.send(R"({"jsonrpc":"2.0","id":)" + std::to_string(running) + R"(,"method":"pass"})");
-    EXPECT_TRUE(gate.holds(running));
-    EXPECT_LE(threads(), before + 2 + running) << "both ends of the session, and a thread for each request";
-  }
-  gate.open();
-  EXPECT_EQ(session.finish().size(), 2u);
 }
 
 }  // namespace
