@@ -15,7 +15,6 @@
 #include "QuarnModels/RawValue.h"
 #include "QuarnPlatform/base/Required.h"
 #include "QuarnPlatform/json/JSONDecoder.h"
-#include "QuarnPlatform/json/JSONDocument.h"
 #include "QuarnPlatform/json/JSONSink.h"
 #include "QuarnPlatform/json/JSONTree.h"
 #include "QuarnPlatform/paths/FileURL.h"
@@ -311,22 +310,6 @@ nlohmann::ordered_json treeOf(const Value& value) {
   JSONTree tree;
   Codec<Value>::encode(tree, value);
   return tree.take();
-}
-
-/// Decodes a resource file that holds one record. Absent if the text is not strict JSON or a member is missing or
-/// wrong; then stores the error in `problem` if it is not null, for example "artifacts[2].kind: not one of …".
-template <class Record>
-std::optional<Record> decodeFile(std::string_view text, std::string* problem) {
-  std::string found;
-  if (const std::optional<JSONDocument> document = JSONDocument::parse(text, &found)) {
-    try {
-      return Codec<Record>::decode(JSONDecoder(document->root()));
-    } catch (const DecodingError& error) {
-      found = error.what();
-    }
-  }
-  if (problem != nullptr) *problem = found;
-  return std::nullopt;
 }
 
 }  // namespace quarn::wire

@@ -1,6 +1,7 @@
 #include "QuarnCore/storage/StorageSignatureJSON.h"
 
 #include "QuarnCore/storage/StorageSignatureFields.h"
+#include "QuarnModels/RecordFile.h"
 
 namespace quarn {
 

@@ -1,6 +1,7 @@
 #include "QuarnCore/vendors/VendorProfileJSON.h"
 
 #include "QuarnCore/vendors/VendorProfileFields.h"
+#include "QuarnModels/RecordFile.h"
 
 namespace quarn {
 

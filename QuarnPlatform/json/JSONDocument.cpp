@@ -26,9 +26,9 @@ class StrictEvents final : public nlohmann::json_sax<json> {
     builder_.real(value);
     return true;
   }
-  bool string(string_t& value) override { return add(value); }
+  bool string(string_t& value) override { return builder_.string(value), true; }
   bool binary(binary_t& /*value*/) override { return false; }
-  bool key(string_t& name) override { return add(name); }
+  bool key(string_t& name) override { return builder_.string(name), true; }
 
   bool start_object(std::size_t /*count*/) override { return begin(); }
   bool end_object() override { return builder_.end(JSONValue::Type::object), true; }
@@ -42,12 +42,6 @@ class StrictEvents final : public nlohmann::json_sax<json> {
   [[nodiscard]] const std::string& problem() const { return problem_; }
 
  private:
-  bool add(const std::string& text) {
-    const std::size_t place = builder_.strings().size();
-    builder_.strings() += text;
-    builder_.string(place);
-    return true;
-  }
   bool begin() {
     return builder_.begin() || refuse("nested deeper than " + std::to_string(kMaximumJSONDepth) + " levels");
   }
@@ -66,13 +60,10 @@ std::string withoutCode(const std::string& message) {
   return end == std::string::npos ? message : message.substr(end + 2);
 }
 
-/// Places and lengths have 32 bits.
-constexpr std::size_t kMostBytes = UINT32_MAX;
-
 }  // namespace
 
 std::optional<JSONDocument> JSONDocument::parse(std::string_view text, std::string* problem) {
-  if (text.size() > kMostBytes) {
+  if (text.size() > kMaximumJSONBytes) {
     if (problem != nullptr) *problem = "longer than 4 GB";
     return std::nullopt;
   }

@@ -94,9 +94,10 @@ void JSONBuilder::unsignedInteger(std::uint64_t value) {
 
 void JSONBuilder::real(double value) { open_.push_back({.type = JSONValue::Type::real, .real = value}); }
 
-void JSONBuilder::string(std::size_t place) {
-  const auto length = static_cast<std::uint32_t>(strings().size() - place);
-  open_.push_back({.type = JSONValue::Type::string, .length = length, .place = place});
+void JSONBuilder::string(std::string_view text) {
+  const auto length = static_cast<std::uint32_t>(text.size());
+  open_.push_back({.type = JSONValue::Type::string, .length = length, .place = content_->strings.size()});
+  content_->strings += text;
 }
 
 bool JSONBuilder::begin() {

@@ -12,6 +12,8 @@ namespace quarn {
 
 /// Maximum nesting of arrays and objects.
 inline constexpr std::size_t kMaximumJSONDepth = 512;
+/// Maximum length of a text. Places and lengths have 32 bits.
+inline constexpr std::size_t kMaximumJSONBytes = UINT32_MAX;
 
 class JSONWriter;
 struct JSONContent;
@@ -95,9 +97,8 @@ class JSONBuilder {
   void integer(std::int64_t value);
   void unsignedInteger(std::uint64_t value);
   void real(double value);
-  /// A string or a key: appends to `strings()` first, then ends the string that began at `place`.
-  void string(std::size_t place);
-  [[nodiscard]] std::string& strings() { return content_->strings; }
+  /// A string or a key.
+  void string(std::string_view text);
 
   /// Returns false if the nesting is too deep.
   [[nodiscard]] bool begin();

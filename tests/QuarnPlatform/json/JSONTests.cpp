@@ -1,3 +1,5 @@
+#include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <random>
 #include <string>
@@ -277,6 +279,24 @@ TEST(PlainJSONReader, LeavesTheRestToTheLibrary) {
   EXPECT_FALSE(isReadFast(std::string("1\0", 2)));
   EXPECT_FALSE(isReadFast(nested(513, '[', ']')));
   EXPECT_TRUE(isReadFast(nested(512, '[', ']')));
+}
+
+TEST(PlainJSONReader, AFractionIsTheNearestDouble) {
+  std::mt19937_64 random(1);  // NOLINT(cert-msc51-cpp): the same numbers in every run
+  for (int round = 0; round < 20'000; ++round) {
+    const std::size_t length = 1 + random() % 20;
+    std::string digits = std::to_string(random()) + std::to_string(random());
+    digits.resize(length + 1);
+    const std::size_t point = 1 + random() % length;
+    if (digits[0] == '0') digits[0] = '1';
+    const std::string whole = random() % 2 == 0 ? "0" : digits.substr(0, point);
+    const std::string text = (random() % 2 == 0 ? "-" : "") + whole + "." + digits.substr(point);
+    JSONBuilder builder(text.size());
+    ASSERT_TRUE(readPlainJSON(text, builder)) << text;
+    EXPECT_EQ(JSONDocument(builder.take()).root().number(), std::strtod(text.c_str(), nullptr)) << text;
+  }
+  EXPECT_TRUE(std::signbit(*numberIn("-0.0")));
+  EXPECT_FALSE(std::signbit(*numberIn("0.0")));
 }
 
 // It looks at eight bytes at a time.
