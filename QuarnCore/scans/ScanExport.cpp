@@ -54,7 +54,7 @@ std::string csvOf(const ScanValue& value) {
 class Output {
  public:
   explicit Output(const std::string& file)
-      : file_(file), replaced_(file), stream_(std::fopen(replaced_.temporary().c_str(), "we")) {
+      : file_(file), replaced_(file), stream_(std::fopen(replaced_.temporary().c_str(), "r+e")) {
     if (!stream_) throwFileError("write", file_);
   }
   void line(const std::string& text) {

@@ -2,15 +2,14 @@
 
 #include <fcntl.h>
 #include <linux/magic.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <sys/vfs.h>
 #include <unistd.h>
 
 #include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/files/FolderOpener.h"
 #include "QuarnPlatform/files/KeepingAccessTimes_linux.h"
+#include "QuarnPlatform/files/OpenHow_linux.h"
 
 namespace quarn {
 namespace {
@@ -20,10 +19,7 @@ constexpr int kSearchOnly = O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
 int openOnSameMount(int parent, const char* name, AccessTimes accessTimes) {
   return openKeepingAccessTimes(kFlags, accessTimes, [&](int flags) {
-    open_how how{};
-    how.flags = static_cast<std::uint64_t>(flags);
-    how.resolve = RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS;
-    return static_cast<int>(::syscall(SYS_openat2, parent, name, &how, sizeof how));
+    return openWithHow(parent, name, flags, RESOLVE_NO_XDEV | RESOLVE_NO_SYMLINKS);
   });
 }
 

@@ -2,11 +2,9 @@
 #include <cstdlib>
 
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "QuarnPlatform/base/BlockBytes.h"
@@ -14,6 +12,7 @@
 #include "QuarnPlatform/base/Interruption.h"
 #include "QuarnPlatform/files/ItemStatus.h"
 #include "QuarnPlatform/files/KeepingAccessTimes_linux.h"
+#include "QuarnPlatform/files/OpenHow_linux.h"
 #include "QuarnPlatform/files/PathWalk.h"
 #include "QuarnPlatform/files/Volume.h"
 #include "QuarnPlatform/paths/Path.h"
@@ -34,15 +33,13 @@ std::optional<ItemFacts> factsOfOpenItem(int descriptor) {
 }
 
 int openInRootOnce(int root, const std::string& relativePath, int flags, std::uint64_t furtherRules) {
-  open_how how{};
-  how.flags = static_cast<std::uint64_t>(flags);
-  how.resolve = RESOLVE_IN_ROOT | RESOLVE_NO_MAGICLINKS | furtherRules;
-  long result = -1;
+  const std::uint64_t rules = RESOLVE_IN_ROOT | RESOLVE_NO_MAGICLINKS | furtherRules;
+  int result = -1;
   for (int attempt = 0; attempt < kAttemptsWhileRenamed; ++attempt) {
-    result = againIfInterrupted([&] { return ::syscall(SYS_openat2, root, relativePath.c_str(), &how, sizeof how); });
+    result = againIfInterrupted([&] { return openWithHow(root, relativePath.c_str(), flags, rules); });
     if (result >= 0 || errno != EAGAIN) break;
   }
-  return static_cast<int>(result);
+  return result;
 }
 
 // Looking alone changes no access time.

@@ -1,16 +1,31 @@
 #include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <linux/filter.h>
+#include <linux/fs.h>
+#include <linux/seccomp.h>
 #include <pthread.h>
+#include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "QuarnPlatform/base/FileDescriptor.h"
+#include "QuarnPlatform/files/FileManager.h"
+#include "QuarnPlatform/files/OpenHow_linux.h"
+#include "QuarnPlatform/walking/TreeSizer.h"
 #include "quarn/commands/Sandbox.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
@@ -64,7 +79,15 @@ TEST_F(Sandbox, TheVolumeCanBeReadAndNothingElse) {
   EXPECT_EQ(errorOf([&] { return opens(inspected_.root(), O_RDONLY | O_DIRECTORY); }), 0);
   EXPECT_EQ(errorOf([&] { return opens(other_.host("/file"), O_RDONLY); }), EACCES);
   EXPECT_EQ(errorOf([&] { return opens("/etc/passwd", O_RDONLY); }), EACCES);
-  EXPECT_EQ(errorOf([&] { return opens("/", O_RDONLY | O_DIRECTORY); }), EACCES);
+}
+
+// The system says which names there are. Where openat2 cannot be confined, Landlock refuses that as well.
+TEST_F(Sandbox, NothingInAFolderElsewhereCanBeOpened) {
+  EXPECT_EQ(errorOf([&] {
+              const FileDescriptor folder(::open(other_.root().c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+              return folder.isOpen() && ::openat(folder.get(), "file", O_RDONLY | O_CLOEXEC) >= 0;
+            }),
+            EACCES);
 }
 
 TEST_F(Sandbox, TheVolumeCannotBeWritten) {
@@ -75,6 +98,114 @@ TEST_F(Sandbox, TheVolumeCannotBeWritten) {
   EXPECT_EQ(errorOf([&] { return ::chmod(inspected_.host("/file").c_str(), 0) == 0; }), EPERM);
   EXPECT_EQ(errorOf([&] { return ::mkdir(inspected_.host("/new").c_str(), 0755) == 0; }), EPERM);
   EXPECT_EQ(errorOf([&] { return ::link(inspected_.host("/file").c_str(), output_.host("/x").c_str()) == 0; }), EPERM);
+}
+
+TEST_F(Sandbox, OpeningAFileCannotEmptyIt) {
+  const std::string file = inspected_.host("/file");
+  open_how emptying{.flags = O_RDONLY | O_TRUNC | O_CLOEXEC, .mode = 0, .resolve = 0};
+  const std::vector<std::function<bool()>> ways{
+      [&] { return opens(file, O_RDONLY | O_TRUNC); },
+      [&] { return ::openat(AT_FDCWD, file.c_str(), O_RDONLY | O_TRUNC | O_CLOEXEC) >= 0; },
+      [&] { return ::syscall(SYS_open, file.c_str(), O_RDONLY | O_TRUNC | O_CLOEXEC) >= 0; },
+      [&] { return ::syscall(SYS_openat2, AT_FDCWD, file.c_str(), &emptying, sizeof emptying) >= 0; }};
+  for (std::size_t i = 0; i < ways.size(); ++i) {
+    EXPECT_THAT(errorOf(ways[i]), testing::AnyOf(EPERM, EACCES)) << "way " << i;
+    EXPECT_EQ(std::filesystem::file_size(file), std::string("inside").size()) << "way " << i;
+  }
+}
+
+TEST_F(Sandbox, RequestsThatChangeItemsThroughADescriptorAreRefused) {
+  const FileDescriptor file(::open(inspected_.host("/file").c_str(), O_RDONLY | O_CLOEXEC));
+  int flags = FS_NODUMP_FL;
+  EXPECT_EQ(errorOf([&] { return ::ioctl(file.get(), FS_IOC_SETFLAGS, &flags) == 0; }), ENOTTY);
+}
+
+TEST_F(Sandbox, ATerminalCanBeAskedForItsSizeAndNotTypedInto) {
+  const FileDescriptor terminal(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+  ASSERT_TRUE(terminal.isOpen());
+  winsize size{};
+  const char key = 'x';
+  EXPECT_EQ(errorOf([&] { return ::ioctl(terminal.get(), TIOCGWINSZ, &size) == 0; }), 0);
+  EXPECT_EQ(errorOf([&] { return ::ioctl(terminal.get(), TIOCSTI, &key) == 0; }), EPERM);
+}
+
+TEST_F(Sandbox, NewerCallsThatChangeModesAttributesAndMountsAreRefused) {
+  for (const long call : {428L, 429L, 430L, 431L, 432L, 433L, 442L, 452L, 463L, 466L, 469L}) {
+    EXPECT_EQ(errorOf([&] { return ::syscall(call, -1, "", 0, 0, 0) >= 0; }), EPERM) << call;
+  }
+}
+
+/// The rules that follow hold where the system can seal memory.
+class SealedSandbox : public Sandbox {
+ protected:
+  void SetUp() override {
+    Sandbox::SetUp();
+    if (!isSealable()) GTEST_SKIP() << "this system cannot seal memory, so Landlock keeps files from being emptied";
+  }
+  static bool isSealable() {
+    const pid_t child = ::fork();
+    if (child == 0) ::_exit(sealOpenHows() ? 0 : 1);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return status == 0;
+  }
+};
+
+TEST_F(SealedSandbox, Openat2TakesOurArgumentsAndNoCopiesOfThem) {
+  const std::string& root = inspected_.root();
+  for (const open_how& how : openHows()) {
+    const bool listsOrLooks = (how.flags & (O_PATH | O_DIRECTORY)) != 0;
+    const char* name = listsOrLooks ? "folder" : "file";
+    const auto opensWith = [&](const open_how* argument) {
+      return errorOf([&] {
+        const FileDescriptor folder(::open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        return ::syscall(SYS_openat2, folder.get(), name, argument, sizeof *argument) >= 0;
+      });
+    };
+    const open_how copy = how;
+    EXPECT_EQ(opensWith(&how), 0) << how.flags;
+    EXPECT_EQ(opensWith(&copy), EPERM) << how.flags;
+  }
+  EXPECT_EQ(errorOf([&] {
+              const auto* inside = reinterpret_cast<const std::byte*>(openHows().data()) + sizeof(std::uint64_t);
+              return ::syscall(SYS_openat2, AT_FDCWD, root.c_str(), inside, sizeof(open_how)) >= 0;
+            }),
+            EPERM);
+}
+
+TEST_F(SealedSandbox, TheMemoryOfTheArgumentsCannotBeMadeWritableOrReplaced) {
+  const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  void* start = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(openHows().data()) / page * page);
+  EXPECT_EQ(errorOf([&] { return ::mprotect(start, page, PROT_READ | PROT_WRITE) == 0; }), EPERM);
+  EXPECT_EQ(errorOf([&] { return ::munmap(start, page) == 0; }), EPERM);
+  EXPECT_EQ(errorOf([&] {
+              constexpr int kReplacing = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
+              return ::mmap(start, page, PROT_READ | PROT_WRITE, kReplacing, -1, 0) != MAP_FAILED;
+            }),
+            EPERM);
+  EXPECT_EQ(errorOf([&] { return ::mremap(start, page, 2 * page, MREMAP_MAYMOVE) != MAP_FAILED; }), EPERM);
+  EXPECT_EQ(errorOf([&] { return opens("/proc/self/mem", O_RDWR); }), EACCES);
+}
+
+// A look-up that openat2 may not make would walk by components, and nobody would notice.
+TEST_F(SealedSandbox, TheVolumeIsLookedUpByOpenat2) {
+  const FileManager files = FileManager::mounted(inspected_.root(), FileURL("/"));
+  const auto refusesOpenat = [] {
+    sock_filter lines[]{{BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
+                        {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, SYS_openat},
+                        {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | EIO},
+                        {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW}};
+    const sock_fprog program{std::size(lines), lines};
+    return ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, 0, &program) == 0;
+  };
+  EXPECT_EQ(errorOf([&] {
+              if (!refusesOpenat()) return false;
+              return files.facts(FileURL("/file"), Links::follow) &&
+                     files.facts(FileURL("/file"), Links::doNotFollow) && files.realPath(FileURL("/folder/file")) &&
+                     files.openDirectory(FileURL("/folder"), Links::follow).isOpen() &&
+                     TreeSizer::total(files, FileURL("/"), {.threads = 1}).logicalBytes == 12;
+            }),
+            0);
 }
 
 TEST_F(Sandbox, TheOutputsFolderTakesAFileThatReplacesAnother) {
