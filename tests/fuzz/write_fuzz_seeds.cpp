@@ -8,8 +8,8 @@
 #include "QuarnBuilders/BomBuilder.h"
 #include "QuarnBuilders/MachOBuilder.h"
 #include "QuarnBuilders/PlistWriter.h"
-#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScanWriter.h"
+#include "tests/support/ChangedDatabase.h"
 
 namespace {
 
@@ -130,9 +130,7 @@ void addScans(const Seeds& seeds) {
     folders.keep(ann, {.name = "\xFF.txt", .sizes = {4096, 10}, .modified = 1'700'000'000});
     folders.finish();
     quarn::writeScan(file, isFull ? scanContent() : quarn::ScanContent(), folders, quarn::Cancellation::never());
-    quarn::Database database = quarn::Database::makeIn(file);
-    database.execute("PRAGMA page_size=512; VACUUM");
-    database.close();
+    quarn::changeDatabase(file, "PRAGMA page_size=512; VACUUM");
     std::ifstream stream(file, std::ios::binary);
     seeds.add("scan", isFull ? "full" : "empty", std::string(std::istreambuf_iterator<char>(stream), {}));
   }

@@ -13,6 +13,7 @@
 #include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScanSchema.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
+#include "tests/support/ChangedDatabase.h"
 #include "tests/support/ProjectFolder.h"
 
 namespace quarn::hostile_scan_tests {
@@ -55,9 +56,7 @@ class HostileScan : public testing::Test {
   [[nodiscard]] std::optional<Problem> problemAfter(const std::string& sql) const { return problemAfter(sql, bytes_); }
   [[nodiscard]] std::optional<Problem> problemAfter(const std::string& sql, std::string_view bytes) const {
     const std::string file = written(bytes);
-    Database database = Database::makeIn(file);
-    database.execute(sql);
-    database.close();
+    changeDatabase(file, sql);
     return problemOf(file);
   }
 
@@ -184,9 +183,7 @@ TEST_F(HostileScan, AForgedSchemaIsDamaged) {
 }
 
 TEST_F(HostileScan, AMissingTableIsNoticedOnOpening) {
-  Database database = Database::makeIn(written(bytes_));
-  database.execute("DROP TABLE " + std::string(scanTables().back().name));
-  database.close();
+  changeDatabase(written(bytes_), "DROP TABLE " + std::string(scanTables().back().name));
   EXPECT_THROW((void)Scan::open(at("changed")), ScanError);
 }
 
@@ -263,9 +260,7 @@ TEST_F(HostileScan, FoldersThatAreNotWhereTheyShouldBeEndTheSearch) {
        {"UPDATE folders SET descendants=0 WHERE descendants=1", "/Users/ann/nowhere"}}};
   for (const auto& [sql, path] : kChanges) {
     const std::string file = written(bytes_);
-    Database database = Database::makeIn(file);
-    database.execute(sql);
-    database.close();
+    changeDatabase(file, sql);
     const Scan scan = Scan::open(file);
     EXPECT_THROW((void)scan.folder(path), ScanError) << sql;
   }
@@ -278,9 +273,7 @@ TEST_F(HostileScan, FoldersThatAreMissingOrOutOfOrderAreDamaged) {
         "DELETE FROM folders", "UPDATE folders SET id=id+1 WHERE id=(SELECT max(id) FROM folders)",
         "UPDATE folders SET descendants=descendants+1 WHERE id=0", "INSERT INTO folders SELECT -1,0,0,'x',0,0,0,0,0"}) {
     const std::string file = written(bytes_);
-    Database database = Database::makeIn(file);
-    database.execute(sql);
-    database.close();
+    changeDatabase(file, sql);
     const auto all = [](const ScannedFolder&) { return true; };
     EXPECT_THROW((void)Scan::open(file).folderWithID(0), ScanError) << sql;
     EXPECT_THROW((void)Scan::open(file).packages(0, Scan::kLastFolder), ScanError) << sql;

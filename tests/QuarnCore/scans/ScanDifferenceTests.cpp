@@ -5,10 +5,10 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScanDifference.h"
 #include "QuarnCore/scans/ScanWriter.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
+#include "tests/support/ChangedDatabase.h"
 
 namespace quarn::scan_difference_tests {
 namespace {
@@ -109,9 +109,7 @@ TEST_F(ScanDifferenceTest, AScanWhoseFoldersAreOutOfPlaceIsDamaged) {
                           "UPDATE folders SET descendants=descendants+1 WHERE descendants=1"}) {
     std::filesystem::remove(folder_.at("bad"));
     (void)volume_.scanTo(folder_.at("bad"));
-    Database database = Database::makeIn(folder_.at("bad"));
-    database.execute(sql);
-    database.close();
+    changeDatabase(folder_.at("bad"), sql);
     const Scan good = Scan::open(folder_.at("good"));
     const Scan bad = Scan::open(folder_.at("bad"));
     EXPECT_THROW((void)compareScans(good, bad, 1), ScanError) << sql;
@@ -128,10 +126,7 @@ TEST_F(ScanDifferenceTest, FoldersThatOverlapAreDamage) {
         "UPDATE folders SET descendants=3 WHERE id=0; INSERT INTO folders VALUES(1,0,1,'a',0,0,0,NULL,0),"
         "(2,1,1,'b',0,0,0,NULL,0),(3,2,0,'c',0,0,0,NULL,0)"}) {
     (void)volume_.scanTo(folder_.at("bad"));
-    Database database = Database::makeIn(folder_.at("bad"));
-    database.execute("DELETE FROM folders WHERE id>0");
-    database.execute(sql);
-    database.close();
+    changeDatabase(folder_.at("bad"), std::string("DELETE FROM folders WHERE id>0; ") + sql);
     const Scan bad = Scan::open(folder_.at("bad"));
     EXPECT_NO_THROW(bad.readAll());
     EXPECT_THROW((void)compareScans(bad, bad, 1), ScanError) << sql;
@@ -201,9 +196,8 @@ TEST_F(ScanDifferenceTest, LeftoversWithoutAnIdentifierAreToldApartByTheirNames)
   (void)volume_.scanTo(folder_.at("old"));
   (void)volume_.scanTo(folder_.at("new"));
   const auto leave = [&](const char* scan, const char* id, const std::string& name) {
-    Database database = Database::makeIn(folder_.at(scan));
-    database.execute("INSERT INTO leftovers VALUES(" + std::string(id) + ",'" + name + "',NULL,NULL,1,1)");
-    database.close();
+    changeDatabase(folder_.at(scan),
+                   "INSERT INTO leftovers VALUES(" + std::string(id) + ",'" + name + "',NULL,NULL,1,1)");
   };
   leave("old", "1", "Old Chat");
   leave("new", "1", "Old Chat");

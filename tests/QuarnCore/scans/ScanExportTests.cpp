@@ -6,10 +6,10 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScanExport.h"
 #include "QuarnCore/scans/ScanSchema.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
+#include "tests/support/ChangedDatabase.h"
 
 namespace quarn::scan_export_tests {
 namespace {
@@ -62,10 +62,9 @@ TEST(ScanExport, AnEmptyTextIsQuotedAndAMissingValueIsNot) {
   ScannedVolume volume;
   ScanFolder folder;
   (void)volume.scanTo(folder.at("scan"));
-  Database database = Database::makeIn(folder.at("scan"));
-  database.execute(
+  changeDatabase(
+      folder.at("scan"),
       "DELETE FROM unreadable; INSERT INTO unreadable VALUES(NULL,'',NULL), ('\r',-1,1.5), ('b',NULL,X'0A')");
-  database.close();
   std::filesystem::create_directory(folder.at("out"));
   (void)exportScan(Scan::open(folder.at("scan")), folder.at("out"), Cancellation::never());
   EXPECT_EQ(contentOf(folder.at("out/unreadable.csv")),
@@ -81,11 +80,10 @@ TEST(ScanExport, AnExportThatIsCancelledInATableLeavesNoPartOfIt) {
   ScannedVolume volume;
   ScanFolder folder;
   (void)volume.scanTo(folder.at("scan"));
-  Database database = Database::makeIn(folder.at("scan"));
-  database.execute(
+  changeDatabase(
+      folder.at("scan"),
       "DELETE FROM folders WHERE id>0; WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i+1 FROM n WHERE i<400000)"
       "INSERT INTO folders SELECT i, 0, 0, 'f', 0, 0, 0, NULL, 0 FROM n");
-  database.close();
   std::filesystem::create_directory(folder.at("out"));
   const Cancellation cancellation;
   std::thread waiting([&] {

@@ -11,11 +11,11 @@
 #include <unistd.h>
 
 #include "QuarnCore/inspection/AppsService.h"
-#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScanSchema.h"
 #include "QuarnCore/scans/ScanStore.h"
 #include "QuarnCore/scans/ScanWriter.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
+#include "tests/support/ChangedDatabase.h"
 #include "tests/support/ProjectFolder.h"
 #include "tests/support/UnprivilegedUser.h"
 
@@ -308,9 +308,7 @@ TEST_F(ScanStoreTest, WhatCouldNotBeReadIsInTheScanAlsoWhenNobodyAskedForAReport
 
 TEST_F(ScanStoreTest, WhatIsOnAnotherVolumeIsUnreadWithoutAnError) {
   (void)volume_.scanTo(at("scan"));
-  Database database = Database::makeIn(at("scan"));
-  database.execute("INSERT INTO unreadable VALUES('/Volumes/Other',0,'')");
-  database.close();
+  changeDatabase(at("scan"), "INSERT INTO unreadable VALUES('/Volumes/Other',0,'')");
   const std::vector<UnreadableItem> items = Scan::open(at("scan")).unreadable();
   ASSERT_THAT(items, SizeIs(1));
   EXPECT_EQ(items.front().cause, UnreadableCause::otherDevice);

@@ -5,10 +5,10 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScanWriter.h"
 #include "QuarnCore/scans/ScannedItems.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
+#include "tests/support/ChangedDatabase.h"
 #include "tests/support/UnprivilegedUser.h"
 
 namespace quarn::scanned_items_tests {
@@ -224,9 +224,7 @@ TEST(ScannedItems, AWayThatLeavesTheRootIsDamage) {
   volume.file("~/Pictures/a/b/c", 5'000);
   ScanFolder folder;
   (void)volume.scanTo(folder.at("scan"));
-  Database database = Database::makeIn(folder.at("scan"));
-  database.execute("UPDATE folders SET parent=0 WHERE name='b'");
-  database.close();
+  changeDatabase(folder.at("scan"), "UPDATE folders SET parent=0 WHERE name='b'");
   const Scan scan = Scan::open(folder.at("scan"));
   EXPECT_NO_THROW(scan.readAll());
   const TopItemsService::SearchOptions options{.limit = 9, .maxDepth = kAll, .maxVisited = kAll};

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
-#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/ScannedOwners.h"
 #include "tests/QuarnCore/scans/ScannedVolume.h"
+#include "tests/support/ChangedDatabase.h"
 
 namespace quarn::scanned_owners_tests {
 namespace {
@@ -23,9 +23,7 @@ class ScannedOwnersTest : public testing::Test {
   /// The scan after SQL has changed it.
   [[nodiscard]] Scan changed(const std::string& sql) const {
     (void)volume_.scanTo(folder_.at("scan"));
-    Database database = Database::makeIn(folder_.at("scan"));
-    database.execute(sql);
-    database.close();
+    changeDatabase(folder_.at("scan"), sql);
     return Scan::open(folder_.at("scan"));
   }
   [[nodiscard]] OwnershipMap map() const {

@@ -3,9 +3,9 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnCore/scans/Database.h"
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/ChangedDatabase.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/Remedies.h"
 #include "tests/support/UnprivilegedUser.h"
@@ -177,11 +177,9 @@ TEST_F(ScanForAll, TheTreeBeginsWhereAllHomesAreAndNamesTheOwnersOfEach) {
 
 TEST_F(ScanForAll, TheTreeOfHomesInDifferentPlacesBeginsAtTheRoot) {
   ASSERT_EQ(scan("all").exitCode, 0);
-  Database database = Database::makeIn(file("all"));
-  database.execute(
-      "UPDATE users SET path='/Volumes/homes/bob', location=path WHERE path='/Users/bob';"
-      "UPDATE users SET location=path");
-  database.close();
+  changeDatabase(file("all"),
+                 "UPDATE users SET path='/Volumes/homes/bob', location=path WHERE path='/Users/bob';"
+                 "UPDATE users SET location=path");
   EXPECT_THAT(ask({"tree", "--depth", "1"}).out, HasSubstr(" └ Users/"));
 }
 

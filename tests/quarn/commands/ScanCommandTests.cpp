@@ -4,10 +4,10 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnCore/scans/Database.h"
 #include "QuarnCore/scans/Scan.h"
 #include "tests/quarn/commands/CommandDocument.h"
 #include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/ChangedDatabase.h"
 #include "tests/support/GoldenFile.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
@@ -144,9 +144,7 @@ TEST_F(ScanCommand, WhatIsOnAnotherDeviceIsNoErrorOfTheScan) {
   MacVolume volume;
   volume.file("~/Documents/a", 5'000);
   (void)runQuarn({"--volume", volume.root(), "scan", "-o", at("scan")});
-  Database database = Database::makeIn(at("scan"));
-  database.execute("INSERT INTO unreadable VALUES('/Users/ann/Mounted',0,'')");
-  database.close();
+  changeDatabase(at("scan"), "INSERT INTO unreadable VALUES('/Users/ann/Mounted',0,'')");
   const json answer = document(runQuarn({"storage", "--scan", at("scan"), "--json"}));
   EXPECT_THAT(answer["unreadable"].dump(), HasSubstr("/Users/ann/Mounted"));
   EXPECT_THAT(answer["unreadable"].dump(), Not(HasSubstr("EACCES")));
@@ -176,9 +174,7 @@ TEST_F(ScanCommand, FilesThatTheScanDoesNotHaveAreSaid) {
   volume.file("~/Documents/a", 50'000).file("~/Documents/b", 5'000);
   (void)runQuarn({"--volume", volume.root(), "scan", "-o", at("scan")});
   EXPECT_THAT(runQuarn({"top", "--scan", at("scan")}).err, Not(HasSubstr("only files larger than")));
-  Database database = Database::makeIn(at("scan"));
-  database.execute("UPDATE scan SET kept_above=8192; DELETE FROM large_files WHERE allocated <= 8192");
-  database.close();
+  changeDatabase(at("scan"), "UPDATE scan SET kept_above=8192; DELETE FROM large_files WHERE allocated <= 8192");
   for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
            {"top"}, {"top", "~/Documents", "--children"}, {"top", "~/Documents", "--files"}, {"report", "-o", "-"}}) {
     std::vector<std::string> asked = words;
