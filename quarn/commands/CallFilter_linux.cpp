@@ -118,15 +118,17 @@ void judgeRequests(Lines& lines) {
 // Threads are created by clone with CLONE_THREAD. A filter cannot see the flags of clone3, so clone3 fails with ENOSYS,
 // and the C library uses clone instead. The calls that are judged come first: the system asks the filter about each of
 // them, and knows its answer for all others.
-std::vector<sock_filter> callFilter(OpeningCalls opening) {
+std::vector<sock_filter> callFilter(const CallRules& rules) {
   if (kArchitecture == 0) return {};
   Lines lines{load(offsetof(seccomp_data, arch)), jump(BPF_JEQ, kArchitecture, 1, 0),     refusal(EPERM),
               load(offsetof(seccomp_data, nr)),   jump(BPF_JGE, kFirstForeignCall, 0, 1), refusal(EPERM)};
-  if (opening == OpeningCalls::cannotTruncate) judgeOpening(lines);
+  if (rules.opening == OpeningCalls::cannotTruncate) judgeOpening(lines);
   judgeByFlag(lines, SYS_clone, 0, CLONE_THREAD, approval(), refusal(EPERM));
   judge(lines, SYS_clone3, {refusal(ENOSYS)});
   judgeRequests(lines);
   for (const long call : kRefusedCalls) judge(lines, call, {refusal(EPERM)});
+  // A file that replaces another one takes over its mode. The filter cannot see which file a descriptor stands for.
+  if (!rules.writesFiles) judge(lines, SYS_fchmod, {refusal(EPERM)});
   lines.push_back(approval());
   return lines;
 }

@@ -15,12 +15,15 @@ struct SandboxRules {
 
 /// Which confinements are active.
 struct SandboxState {
-  bool filesAreConfined = false;  ///< the process can read and write nothing else
-  bool callsAreConfined = false;  ///< no other programs, no network, no changes of modes, owners, times or attributes
+  /// The process can open no other file. It can list other folders where the system can seal memory.
+  bool filesAreConfined = false;
+  /// No other programs, no network, no mounts, no changes of owners, times, attributes and modes. A process that writes
+  /// files can change the modes of files that it has open.
+  bool callsAreConfined = false;
 };
 
 /// Confines the calling thread and the threads that it starts, for the life of the process, as far as the system can.
-/// Open descriptors stay usable. A refused call fails with EACCES or EPERM.
+/// Open descriptors stay usable. A refused call fails with EACCES or EPERM, an ioctl with ENOTTY.
 SandboxState enterSandbox(const SandboxRules& rules);
 
 }  // namespace quarn

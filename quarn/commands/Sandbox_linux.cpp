@@ -71,8 +71,8 @@ bool confineFiles(const SandboxRules& rules, bool mayTruncate) {
   return ::syscall(SYS_landlock_restrict_self, ruleset.get(), 0) == 0;
 }
 
-bool confineCalls(OpeningCalls opening) {
-  std::vector<sock_filter> lines = callFilter(opening);
+bool confineCalls(const CallRules& rules) {
+  std::vector<sock_filter> lines = callFilter(rules);
   if (lines.empty()) return false;
   const sock_fprog program{static_cast<unsigned short>(lines.size()), lines.data()};
   return ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, 0, &program) == 0;
@@ -85,7 +85,7 @@ SandboxState enterSandbox(const SandboxRules& rules) {
   if (kIsSanitized) return {};
   if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return {};
   const OpeningCalls opening = sealOpenHows() ? OpeningCalls::cannotTruncate : OpeningCalls::unfiltered;
-  const bool callsAreConfined = confineCalls(opening);
+  const bool callsAreConfined = confineCalls({.opening = opening, .writesFiles = !rules.writable.empty()});
   const bool mayTruncate = !callsAreConfined || opening == OpeningCalls::unfiltered;
   return {.filesAreConfined = confineFiles(rules, mayTruncate), .callsAreConfined = callsAreConfined};
 }

@@ -120,6 +120,14 @@ TEST_F(Sandbox, RequestsThatChangeItemsThroughADescriptorAreRefused) {
   EXPECT_EQ(errorOf([&] { return ::ioctl(file.get(), FS_IOC_SETFLAGS, &flags) == 0; }), ENOTTY);
 }
 
+TEST_F(Sandbox, OnlyAProcessThatWritesFilesChangesTheModeOfAnOpenOne) {
+  const FileDescriptor file(::open(inspected_.host("/file").c_str(), O_RDONLY | O_CLOEXEC));
+  const auto changesMode = [&] { return ::fchmod(file.get(), 0600) == 0; };
+  EXPECT_EQ(errorOf(changesMode), 0);
+  rules_.writable.clear();
+  EXPECT_EQ(errorOf(changesMode), EPERM);
+}
+
 TEST_F(Sandbox, ATerminalCanBeAskedForItsSizeAndNotTypedInto) {
   const FileDescriptor terminal(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
   ASSERT_TRUE(terminal.isOpen());
