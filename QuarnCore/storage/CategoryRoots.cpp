@@ -131,7 +131,8 @@ CategoryRoots::CategoryRoots(const StorageSignatureRegistry& signatures, const V
       quarantine_(std::move(quarantine)),
       files_(files),
       scope_(scope),
-      known_(known ? std::move(known) : std::make_shared<CategoryLists>()) {}
+      known_(known ? std::move(known) : std::make_shared<CategoryLists>()),
+      places_(std::make_shared<RealPaths>(files)) {}
 
 std::vector<FileURL> CategoryRoots::roots(Category category, bool includeDiscovered) const {
   const auto [place, isNew] = known_->lists.try_emplace({category, includeDiscovered});
@@ -143,9 +144,9 @@ std::vector<FileURL> CategoryRoots::roots(Category category, bool includeDiscove
 }
 
 void CategoryRoots::dropQuarantined(std::vector<FileURL>& roots) const {
-  if (!files_.itemExists(quarantine_)) return;
-  const std::string quarantine = files_.resolvedPath(quarantine_);
-  std::erase_if(roots, [&](const FileURL& root) { return path::isInside(files_.resolvedPath(root), quarantine); });
+  if (!places_->itemExists(quarantine_)) return;
+  const std::string quarantine = places_->resolvedPath(quarantine_);
+  std::erase_if(roots, [&](const FileURL& root) { return path::isInside(places_->resolvedPath(root), quarantine); });
 }
 
 std::vector<FileURL> CategoryRoots::find(Category category, bool includeDiscovered) const {
@@ -288,7 +289,7 @@ std::vector<FileURL> CategoryRoots::withVendorRoots(std::vector<FileURL> base, C
 std::vector<FileURL> CategoryRoots::eachOnce(std::vector<FileURL> urls) const {
   std::unordered_set<std::string> seen;
   std::erase_if(urls, [&](const FileURL& url) {
-    return files_.cancellation().isCancelled() || !seen.insert(files_.resolvedPath(url)).second;
+    return files_.cancellation().isCancelled() || !seen.insert(places_->resolvedPath(url)).second;
   });
   return urls;
 }
@@ -302,7 +303,7 @@ std::vector<FileURL> CategoryRoots::outermost(const std::vector<FileURL>& urls) 
   std::vector<Root> sorted;
   for (const FileURL& url : urls) {
     if (files_.cancellation().isCancelled()) break;
-    std::string path = files_.resolvedPath(url);
+    std::string path = places_->resolvedPath(url);
     sorted.push_back({Text::characterCount(path), std::move(path), url});
   }
   std::stable_sort(sorted.begin(), sorted.end(), [](const Root& left, const Root& right) {

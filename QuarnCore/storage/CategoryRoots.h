@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "QuarnCore/storage/RealPaths.h"
 #include "QuarnCore/storage/RootScope.h"
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
 #include "QuarnCore/storage/VendorPathHintIndex.h"
@@ -40,6 +41,8 @@ class CategoryRoots {
   [[nodiscard]] std::vector<FileURL> exclusions(StorageCategoryID category) const;
   /// True if a root of `documents` holds cloud files: iCloud Drive or the folder of a provider.
   [[nodiscard]] bool isCloudRoot(const FileURL& root) const;
+  /// The resolved paths of the operation.
+  [[nodiscard]] RealPaths& places() const { return *places_; }
 
  private:
   [[nodiscard]] std::vector<FileURL> find(StorageCategoryID category, bool includeDiscovered) const;
@@ -68,6 +71,7 @@ class CategoryRoots {
   const FileManager& files_;
   const RootScope scope_;
   const std::shared_ptr<CategoryLists> known_;
+  const std::shared_ptr<RealPaths> places_;
 };
 
 }  // namespace quarn

@@ -29,8 +29,8 @@ struct Listed {
   bool isLinked;
 };
 
-Listed makeListed(const FileURL& url, Category category, ScanMode mode, const FileManager& files) {
-  const std::optional<std::string> realPath = files.realPath(url);
+Listed makeListed(const FileURL& url, Category category, ScanMode mode, RealPaths& places, const FileManager& files) {
+  const std::optional<std::string> realPath = places.realPath(url);
   ScanRoot root{
       .path = files.standardizedPath(realPath.value_or(url.path())), .defaultCategory = category, .mode = mode};
   root.location = realPath.value_or(root.path);
@@ -43,7 +43,7 @@ std::vector<Listed> listRoots(const CategoryRoots& categories, const FileURL& qu
   const auto add = [&](const std::vector<FileURL>& urls, Category category, ScanMode mode) {
     for (const FileURL& url : urls) {
       if (files.cancellation().isCancelled()) return;
-      listed.push_back(makeListed(url, category, mode, files));
+      listed.push_back(makeListed(url, category, mode, categories.places(), files));
     }
   };
   for (const Category category : kEnumerated) add(categories.roots(category, true), category, kItemByItem);
@@ -68,12 +68,12 @@ std::vector<PrefixRule> makePrefixRules(const std::vector<Listed>& listed) {
 }
 
 std::vector<ScanRoot> rootsThatCount(const std::vector<Listed>& listed, const VolumeLocationChecker& locations,
-                                     const FileManager& files) {
+                                     RealPaths& places, const FileManager& files) {
   std::vector<ScanRoot> roots;
   std::unordered_set<std::string> seen;
   for (const Listed& candidate : listed) {
     if (files.cancellation().isCancelled()) break;
-    if (!files.itemExists(candidate.url) || locations.isExternal(candidate.url)) continue;
+    if (!places.itemExists(candidate.url) || locations.isExternal(candidate.url)) continue;
     if (seen.insert(candidate.root.path).second) roots.push_back(candidate.root);
   }
   return roots;
@@ -92,9 +92,9 @@ void dropRootsInEnumeratedOnes(std::vector<ScanRoot>& roots) {
 }
 
 // Walks never follow links, so an exclusion that goes through a link matches nothing.
-std::string exclusionLocation(const FileURL& url, const FileManager& files) {
+std::string exclusionLocation(const FileURL& url, RealPaths& places, const FileManager& files) {
   const std::string path = files.standardizedPath(url);
-  const std::optional<std::string> realPath = files.realPath(url);
+  const std::optional<std::string> realPath = places.realPath(url);
   return realPath && files.standardizedPath(*realPath) == path ? *realPath : path;
 }
 
@@ -123,7 +123,7 @@ std::vector<std::string> fastExclusions(const CategoryRoots& categories, const F
   std::vector<std::string> locations;
   for (const FileURL& url : categories.exclusions(Category::systemData)) {
     if (files.cancellation().isCancelled()) break;
-    locations.push_back(exclusionLocation(url, files));
+    locations.push_back(exclusionLocation(url, categories.places(), files));
   }
   return locations;
 }
@@ -133,7 +133,8 @@ std::vector<std::string> fastExclusions(const CategoryRoots& categories, const F
 ScanPlan makeScanPlan(const CategoryRoots& categories, const FileURL& quarantine,
                       const VolumeLocationChecker& locations, const FileManager& files) {
   const std::vector<Listed> listed = listRoots(categories, quarantine, files);
-  ScanPlan plan{.roots = rootsThatCount(listed, locations, files), .prefixRules = makePrefixRules(listed)};
+  ScanPlan plan{.roots = rootsThatCount(listed, locations, categories.places(), files),
+                .prefixRules = makePrefixRules(listed)};
   dropRootsInEnumeratedOnes(plan.roots);
   excludeFromRootsAround(locationsOf(plan.roots), plan.roots);
   const std::vector<std::string> others = fastExclusions(categories, files);

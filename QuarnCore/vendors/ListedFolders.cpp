@@ -31,10 +31,25 @@ std::optional<FileURL> ListedFolders::existingURL(const std::string& path) {
 }
 
 bool ListedFolders::isBelowMissing(std::string_view path) {
-  const bool mayAsk = path::isPlain(path) && std::count(path.begin(), path.end(), '/') <= kMostLevels;
-  for (std::size_t end = mayAsk ? path.find('/', 1) : std::string_view::npos; end != std::string_view::npos;
-       end = path.find('/', end + 1)) {
+  if (!path::isPlain(path) || std::count(path.begin(), path.end(), '/') > kMostLevels) return false;
+  std::size_t end = path.find('/', 1);
+  if (const std::optional<bool> known = knownToBeBelowMissing(path, end)) return *known;
+  for (; end != std::string_view::npos; end = path.find('/', end + 1)) {
     if (isMissing(path.substr(0, end))) return true;
+  }
+  return false;
+}
+
+// Moves `end` past the folders that are known to exist; absent if there are others.
+std::optional<bool> ListedFolders::knownToBeBelowMissing(std::string_view path, std::size_t& end) {
+  const std::lock_guard lock(mutex_);
+  if (!lastMissing_.empty() && path.size() > lastMissing_.size() && path::isInside(path, lastMissing_)) return true;
+  for (; end != std::string_view::npos; end = path.find('/', end + 1)) {
+    const auto known = isMissing_.find(path.substr(0, end));
+    if (known == isMissing_.end()) return std::nullopt;
+    if (!known->second) continue;
+    lastMissing_ = known->first;
+    return true;
   }
   return false;
 }
@@ -42,11 +57,6 @@ bool ListedFolders::isBelowMissing(std::string_view path) {
 // From the top down: most vendors have no data on most volumes, and a missing folder rules out every path below it.
 // A folder that cannot be looked up for another reason does not count as missing.
 bool ListedFolders::isMissing(std::string_view folder) {
-  {
-    const std::lock_guard lock(mutex_);
-    const auto known = isMissing_.find(folder);
-    if (known != isMissing_.end()) return known->second;
-  }
   const bool isFound = silent_.facts(FileURL(folder), Links::follow).has_value();
   const bool missing = !isFound && (errno == ENOENT || errno == ENOTDIR);
   const std::lock_guard lock(mutex_);

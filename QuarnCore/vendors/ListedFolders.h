@@ -37,12 +37,14 @@ class ListedFolders {
     std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
   };
 
+  [[nodiscard]] std::optional<bool> knownToBeBelowMissing(std::string_view path, std::size_t& end);
   [[nodiscard]] bool isMissing(std::string_view folder);
 
   FileManager files_;
   FileManager silent_;  // for questions of our own; what they cannot find out is reported with the item itself
   std::mutex mutex_;
   std::unordered_map<std::string, bool, Hash, std::equal_to<>> isMissing_;  // by plain path
+  std::string lastMissing_;  // the folder that dismissed a path last; empty: none. The next path is often below it too
   std::unordered_map<std::string, Entries> listed_;  // without folders that are too large to cache
 };
 

@@ -102,9 +102,15 @@ std::string withoutDots(std::string_view path) {
 }
 
 bool isPlain(std::string_view path) {
-  return path == "/" || (!path.ends_with('/') && path.find("//") == std::string_view::npos &&
-                         path.find("/./") == std::string_view::npos && path.find("/../") == std::string_view::npos &&
-                         !path.ends_with("/.") && !path.ends_with("/.."));
+  if (path == "/") return true;
+  for (std::size_t slash = path.find('/'); slash != std::string_view::npos; slash = path.find('/', slash + 1)) {
+    const std::string_view rest = path.substr(slash + 1);
+    if (rest.empty() || rest.front() == '/') return false;
+    if (rest.front() != '.') continue;
+    const std::string_view name = rest.substr(0, rest.find('/'));
+    if (name == "." || name == "..") return false;
+  }
+  return true;
 }
 
 bool isInside(std::string_view path, std::string_view folder) {

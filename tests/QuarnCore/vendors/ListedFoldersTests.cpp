@@ -44,6 +44,18 @@ TEST(ListedFolders, NothingIsLookedUpBelowAFolderThatWasMissing) {
   EXPECT_EQ(folders.existingURL("/missing/y/b"), std::nullopt);
 }
 
+TEST(ListedFolders, AMissingFolderDismissesNothingBesideIt) {
+  MacVolume volume;
+  volume.file("/missing folder/a");
+  ListedFolders folders(volume.files());
+  EXPECT_EQ(folders.existingURL("/missing/a"), std::nullopt);
+  EXPECT_EQ(folders.existingURL("/missing/b"), std::nullopt);
+  EXPECT_EQ(folders.existingURL("/missing folder/a"), FileURL("/missing folder/a"));
+  volume.folder("/missing");
+  EXPECT_TRUE(folders.existingURL("/missing")) << "the folder itself is not below it";
+  EXPECT_EQ(folders.existingURL("/missing/../missing folder/a"), FileURL("/missing/../missing folder/a"));
+}
+
 TEST(ListedFolders, AFolderIsFoundThroughLinksAndAFileIsNone) {
   MacVolume volume;
   volume.file("/real/a").link("/linked", "/real").link("/dangling", "/nowhere");

@@ -123,6 +123,24 @@ TEST(Path, JoiningPutsOneSlashAtTheSeam) {
   EXPECT_EQ(path::join("/a", ".."), "/a/..");
 }
 
+// Compared with the sentence that describes it, for every path of up to eight characters of these.
+TEST(Path, APlainPathHasNoEmptyOrDotComponentAfterASlash) {
+  constexpr std::string_view kCharacters = "/.a";
+  std::vector<std::string> paths{""};
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    const std::string& path = paths[i];
+    bool isPlain = true;
+    for (std::size_t slash = path.find('/'); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+      const std::string name = path.substr(slash + 1, path.find('/', slash + 1) - slash - 1);
+      isPlain = isPlain && !name.empty() && name != "." && name != "..";
+    }
+    EXPECT_EQ(path::isPlain(path), isPlain || path == "/") << path;
+    if (path.size() == 8) continue;
+    for (const char character : kCharacters) paths.push_back(paths[i] + character);
+  }
+  EXPECT_TRUE(path::isPlain("/Users/ann/.config/..a/...") && !path::isPlain("/Users/ann/.."));
+}
+
 TEST(Path, AFolderContainsItselfAndEverythingBelow) {
   EXPECT_TRUE(path::isInside("/a", "/a"));
   EXPECT_TRUE(path::isInside("/a/b", "/a"));
