@@ -146,6 +146,8 @@ bool liesInHostFolder(const std::string& file, const std::string& folder) {
   return path::isInside(targetOf(file), targetOf(folder));
 }
 
+bool isMissingOnHost(const std::string& file) { return !factsOf(file) && meansMissing(errno); }
+
 std::string readHostFile(const std::string& file, std::size_t maximumBytes) {
   const auto facts = factsOf(file);
   if (!facts) throwFileError("read", file);

@@ -9,6 +9,9 @@ namespace quarn {
 /// True if a host file is below a host folder after resolving links. The file need not exist.
 bool liesInHostFolder(const std::string& file, const std::string& folder);
 
+/// True if a host file does not exist; false if that cannot be found out.
+bool isMissingOnHost(const std::string& file);
+
 /// Reads a whole regular file of the host. Never waits for a pipe. Throws FileError: EINVAL for what is not a regular
 /// file, EFBIG beyond `maximumBytes`.
 std::string readHostFile(const std::string& file, std::size_t maximumBytes);

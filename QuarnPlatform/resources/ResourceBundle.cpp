@@ -72,7 +72,7 @@ std::optional<std::string> readAll(const OpenResource& file, int& error) {
 }  // namespace
 
 ResourceBundle ResourceBundle::shipped() {
-  const std::string program = programPath();
+  static const std::string program = programPath();
   if (program.empty()) return ResourceBundle("");
   return ResourceBundle(path::join(path::parent(path::parent(program)), "share/quarn"));
 }

@@ -188,19 +188,35 @@ void parseOptions(CLI::App& parser, const std::vector<std::string>& words, const
   refuseValuesOfSwitches(words);
 }
 
-// The parser gets only the commands that the line may name: describing all of them takes longer than most lines do.
+// True if a word may be the option, also with a value ("--name=value") or among other short ones ("-qv").
+bool mayName(const std::vector<std::string>& words, const OptionRow& row) {
+  return std::any_of(words.begin(), words.end(), [&](const std::string& word) {
+    const bool isShort = word.size() > 1 && word[0] == '-' && word[1] != '-';
+    return word.starts_with(row.name) || (isShort && !row.shortName.empty());
+  });
+}
+
+void addOptions(CLI::App& parser, std::span<const OptionRow> rows, const std::vector<std::string>& words,
+                Arguments& arguments) {
+  for (const OptionRow& row : rows) {
+    if (mayName(words, row)) addOption(parser, row, arguments);
+  }
+}
+
+// The parser gets only the commands and options that the line may name: describing all of them takes longer than most
+// lines do.
 void describe(CLI::App& parser, const std::vector<std::string>& words, Arguments& arguments) {
   parser.set_help_flag();
   parser.allow_extras();
   parser.fallthrough();
-  for (const OptionRow& option : globalOptions()) addOption(parser, option, arguments);
+  addOptions(parser, globalOptions(), words, arguments);
   for (const CommandRow& row : commandTable()) {
     if (std::find(words.begin(), words.end(), row.name) == words.end()) continue;
     CLI::App* command = parser.add_subcommand(std::string(row.name));
     command->set_help_flag();
     command->allow_extras();
     command->preparse_callback([&arguments, &row](std::size_t) { arguments.command = &row; });
-    for (const OptionRow& option : row.options) addOption(*command, option, arguments);
+    addOptions(*command, row.options, words, arguments);
   }
   parser.require_subcommand(0, 1);
 }

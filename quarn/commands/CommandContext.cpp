@@ -113,7 +113,10 @@ CommandContext::CommandContext(Arguments arguments)
       units_(unitsOf(arguments_)),
       report_(std::make_shared<ReadReport>()) {}
 
+// The process ends with its command: the system frees the memory of the services faster than destructors do.
 CommandContext::~CommandContext() {
+  [[maybe_unused]] static const Services* untilTheEnd = nullptr;
+  untilTheEnd = services_.release();
   const bool isLogWhole = DiagnosticsLogger::shared().close();
   if (!isLogWhole && !isQuiet()) std::fputs("quarn: the log could not be written whole\n", stderr);
 }

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdlib>
 
-#include "QuarnPlatform/base/FileError.h"
+#include "QuarnPlatform/files/HostFile.h"
 #include "quarn/commands/CommandError.h"
 #include "quarn/commands/ConfigurationFile.h"
 #include "quarn/commands/Suggestions.h"
@@ -83,12 +83,8 @@ FileValues valuesOfFile(const std::string& file) {
 FileValues valuesOfFileIfAny(const Arguments& arguments) {
   const std::optional<std::string> file = configurationFile(arguments);
   if (!file) return {};
-  try {
-    return valuesOfFile(*file);
-  } catch (const FileError& error) {
-    if (variableText("QUARN_CONFIG").empty() && meansMissing(error.error())) return {};
-    throw;
-  }
+  const bool isNamed = !variableText("QUARN_CONFIG").empty();
+  return isNamed || !isMissingOnHost(*file) ? valuesOfFile(*file) : FileValues{};
 }
 
 std::optional<FoundValue> valueOfEnvironment(const SettingRow& row) {

@@ -1,6 +1,5 @@
 #include "quarn/rpc/LineReader.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -47,13 +46,12 @@ void LineReader::readMore() {
   buffer_.erase(0, start_);
   scanned_ -= std::exchange(start_, 0);
   if (buffer_.empty()) forgetBuffer();
-  const std::size_t kept = buffer_.size();
-  buffer_.resize(kept + kChunk);
+  if (!chunk_) chunk_ = std::make_unique_for_overwrite<char[]>(kChunk);  // NOLINT(modernize-avoid-c-arrays)
   ssize_t count = 0;
   do {
-    count = ::read(descriptor_, buffer_.data() + kept, kChunk);
+    count = ::read(descriptor_, chunk_.get(), kChunk);
   } while (count < 0 && errno == EINTR);
-  buffer_.resize(kept + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  if (count > 0) buffer_.append(chunk_.get(), static_cast<std::size_t>(count));
   isAtEnd_ = count == 0 || (count < 0 && errno != EAGAIN);
 }
 

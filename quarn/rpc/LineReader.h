@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace quarn {
@@ -30,6 +31,7 @@ class LineReader {
 
   int descriptor_;
   std::size_t maximumBytes_;
+  std::unique_ptr<char[]> chunk_;  ///< what one call reads into; not zeroed, so that a short line touches few pages
   std::string buffer_;
   std::size_t start_ = 0;    ///< start of the next line in the buffer
   std::size_t scanned_ = 0;  ///< there is no "\n" between `start_` and here

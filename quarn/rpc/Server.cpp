@@ -16,9 +16,10 @@ constexpr std::string_view kDiscoverMethod = "rpc.discover";
 }  // namespace
 
 int runRPC(const Services& services, int inputDescriptor, int outputDescriptor, std::size_t maxConcurrent) {
-  const Binder binder(methodTable(), services);
+  // The first request makes the table of the methods.
   const Dispatcher dispatch = [&](const auto& method, const auto* params, const auto& context) {
-    return method == kDiscoverMethod ? JSONText(openRPCDocument()) : binder.call(method, params, context);
+    return method == kDiscoverMethod ? JSONText(openRPCDocument())
+                                     : Binder(methodTable(), services).call(method, params, context);
   };
   return serve(inputDescriptor, outputDescriptor, dispatch, {.runningLines = maxConcurrent}, &isQuickMethod);
 }

@@ -5,6 +5,17 @@
 namespace quarn::arguments_tests {
 namespace {
 
+TEST(Arguments, AnOptionIsFoundInEverySpelling) {
+  EXPECT_TRUE(parseArguments({"apps", "--verbose"}).has("--verbose"));
+  EXPECT_TRUE(parseArguments({"apps", "-v"}).has("--verbose"));
+  EXPECT_TRUE(parseArguments({"-v", "apps"}).has("--verbose"));
+  const Arguments several = parseArguments({"apps", "-vh"});
+  EXPECT_TRUE(several.has("--verbose") && several.has("--help"));
+  EXPECT_EQ(parseArguments({"apps", "--units=iec"}).text("--units"), "iec");
+  EXPECT_EQ(parseArguments({"--units", "iec", "apps"}).text("--units"), "iec");
+  EXPECT_EQ(parseArguments({"rpc", "--max-concurrent=3"}).text("--max-concurrent"), "3");
+}
+
 TEST(Arguments, NumbersAreWholeAndNotNegative) {
   EXPECT_EQ(parseArguments({"top", "--limit", "7"}).number("--limit", 20), 7);
   EXPECT_EQ(parseArguments({"top"}).number("--limit", 20), 20);
