@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <chrono>
 #include <filesystem>
+#include <future>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -13,7 +14,16 @@
 #include "QuarnCore/scans/RecordedSizes.h"
 #include "QuarnCore/scans/ScanWriter.h"
 #include "QuarnCore/storage/UsersDashboard.h"
+#include "QuarnPlatform/base/StartBeside.h"
 #include "QuarnPlatform/files/HostFile.h"
+
+// Threads of a scan that is written, after the walk, which has threads of its own. The calling thread gathers. A second
+// thread makes the map of ownership: it reads the volume, and nothing of the record. Meanwhile the calling thread
+// finishes the record, which no longer changes from then on, starts the writer's thread on it, and sizes what it
+// gathers by it. Before it looks for leftovers it waits for the map, which no longer changes either, and hands it to
+// the writer's next thread. The destructors wait for all threads, the writer's first: these use what `Gathering` owns.
+// After a cancellation each thread ends by itself. No lock is taken, beside those of the services, which any thread may
+// use. Memory: the map and the record together.
 
 namespace quarn {
 namespace {
@@ -44,13 +54,17 @@ class Gathering {
                       .startedAt = now(),
                       .home = files_.homeDirectory()};
     run(ScanStep::folders, &Gathering::gatherFolders);
-    return !cancellation_.isCancelled();
+    if (cancellation_.isCancelled()) return false;
+    startMap();
+    folders_->finish();
+    return true;
   }
 
-  /// Everything else. False if cancelled.
-  bool gather() {
+  /// Everything else. Hands the map to the writer as soon as it has it. False if cancelled.
+  bool gather(ScanWriter& writer) {
     run(ScanStep::storage, &Gathering::gatherRoots);
     run(ScanStep::apps, &Gathering::gatherApps);
+    writer_ = &writer;
     run(ScanStep::ownership, &Gathering::gatherOwnership);
     run(ScanStep::system, &Gathering::gatherSystem);
     content_.facts.finishedAt = now();
@@ -58,22 +72,11 @@ class Gathering {
   }
 
   [[nodiscard]] const ScanContent& content() const { return content_; }
-  /// What the map holds packed: its records take several times the memory.
-  [[nodiscard]] StreamedContent streamed() const {
-    return {.entries =
-                [this](const StreamedContent::ConsumeEntry& consume) {
-                  map_->eachEntry([&](const OwnershipMap& ofHome, std::size_t i) {
-                    const Ownership entry = ofHome.ownership(i);
-                    consume(entry, receipts_->packageIDs(entry.url.path()));
-                    return !cancellation_.isCancelled();
-                  });
-                },
-            .leftovers =
-                [this](const StreamedContent::ConsumeLeftover& consume) {
-                  for (std::size_t i = 0; i < leftovers_->size() && !cancellation_.isCancelled(); ++i) {
-                    consume(leftovers_->at(i));
-                  }
-                }};
+  /// What the list holds packed: its records take several times the memory.
+  [[nodiscard]] StreamedContent::Leftovers leftovers() const {
+    return [this](const StreamedContent::ConsumeLeftover& consume) {
+      for (std::size_t i = 0; i < leftovers_->size() && !cancellation_.isCancelled(); ++i) consume(leftovers_->at(i));
+    };
   }
   [[nodiscard]] const RecordedFolders& folders() const { return *folders_; }
 
@@ -190,7 +193,7 @@ class Gathering {
     const AppsService apps(services_.appDiscovery, sizes_);
     const AppInspectionService inspection = services_.inspection(sizes_, cancellation_);
     inspection.inspectAll(
-        apps.discoverApps(), ScanStore::kInspection,
+        apps_, ScanStore::kInspection,
         [&](const AppInspection& done) {
           content_.apps.push_back(
               {.inspection = done, .size = ifPossible([&] { return apps.calculateAppSize(done.app, cancellation_); })});
@@ -198,11 +201,24 @@ class Gathering {
         cancellation_);
   }
 
+  void startMap() {
+    apps_ = AppsService(services_.appDiscovery, sizes_).discoverApps();
+    mapBeingMade_ = startBeside([this] {
+      return services_.ownership.mapOfUsers(homes_, apps_, OwnershipService::kEverything, nullptr, cancellation_);
+    });
+  }
+
   void gatherOwnership() {
-    std::vector<AppEntity> apps;
-    for (const ScannedApp& app : content_.apps) apps.push_back(app.inspection.app);
-    map_ = services_.ownership.mapOfUsers(homes_, apps, OwnershipService::kEverything, nullptr, cancellation_);
+    map_ = mapBeingMade_.get();
     receipts_ = services_.receiptScanner.snapshot();
+    if (cancellation_.isCancelled()) return;
+    writer_->startEntries([this](const StreamedContent::ConsumeEntry& consume) {
+      map_->eachEntry([&](const OwnershipMap& ofHome, std::size_t i) {
+        const Ownership entry = ofHome.ownership(i);
+        consume(entry, receipts_->packageIDs(entry.url.path()));
+        return !cancellation_.isCancelled();
+      });
+    });
     leftovers_.emplace(*map_, LeftoverOptions{.computeSizes = true, .includeSystem = true}, files_, sizes_,
                        cancellation_, recordedChanges(folders_, files_));
   }
@@ -236,9 +252,12 @@ class Gathering {
   StorageDashboardService dashboard_ = services_.dashboard(sizes_);
   std::vector<StorageDashboardService::PartitionedRoot> countedRoots_;
   ScanContent content_;
+  std::vector<AppEntity> apps_;
   std::optional<UsersMap> map_;
   std::optional<LeftoverList> leftovers_;
   std::optional<ReceiptSnapshot> receipts_;
+  ScanWriter* writer_ = nullptr;
+  std::future<UsersMap> mapBeingMade_;  // last: its destructor waits for the thread, which uses the others
 };
 
 }  // namespace
@@ -272,9 +291,9 @@ ScanStore::Written ScanStore::write(const std::string& file, const std::function
   if (!gathering.scan()) return {};
   ScanWriter writer(file);
   writer.startFolders(gathering.folders(), cancellation);
-  if (!gathering.gather()) return {};
+  if (!gathering.gather(writer)) return {};
   if (onProgress) onProgress({.step = ScanStep::writing});
-  if (!writer.finish(gathering.content(), gathering.streamed())) return {};
+  if (!writer.finish(gathering.content(), gathering.leftovers())) return {};
   std::error_code error;
   const auto bytes = std::filesystem::file_size(file, error);
   return {.files = gathering.folders().at(0).files,

@@ -5,7 +5,7 @@
 #include <future>
 #include <mutex>
 #include <optional>
-#include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -15,14 +15,16 @@
 #include "QuarnCore/scans/ScanSchema.h"
 #include "QuarnPlatform/base/FileDescriptor.h"
 #include "QuarnPlatform/base/FileError.h"
-#include "QuarnPlatform/base/HelperThread.h"
 #include "QuarnPlatform/base/Interruption.h"
+#include "QuarnPlatform/base/StartBeside.h"
 #include "QuarnPlatform/files/HostFile.h"
 
 // Threads of a writer. The thread that makes it owns it, and the process's lock on unfinished files as long as it
-// lives. From `startFolders` on, a second thread uses the database and reads the folders, which no longer change.
-// `finish` waits for that thread before it uses the database again. The destructor waits for it too; when the scan is
-// cancelled, the thread ends within 1,024 rows. No lock is taken meanwhile. Memory: the page cache of the database.
+// lives. The database has one user at a time: from `startFolders` on a second thread, which reads the folders; they no
+// longer change. From `startEntries` on a third thread, which waits for the second before it uses the database.
+// `finish` waits for the last one. The destructor waits for it too; when the scan is cancelled, the second thread ends
+// within 1,024 rows, and the third one when its source does. No lock is taken meanwhile. Memory: the page cache of the
+// database, and one entry.
 
 namespace quarn {
 namespace {
@@ -221,22 +223,23 @@ class EntryTables {
   std::int64_t id_ = 0;
 };
 
-void writeEntries(const Database& database, const ScanContent& content, const StreamedContent& streamed) {
+void writeEntries(const Database& database, const StreamedContent::Entries& entries) {
   EntryTables tables(database);
-  if (streamed.entries) {
-    streamed.entries([&](const Ownership& entry, const std::vector<std::string>& packages) {
-      tables.add(entry);
-      for (const std::string& package : packages) tables.addPackage(tables.lastID(), package);
-    });
-    return;
-  }
+  entries([&](const Ownership& entry, const std::vector<std::string>& packages) {
+    tables.add(entry);
+    for (const std::string& package : packages) tables.addPackage(tables.lastID(), package);
+  });
+}
+
+void writeEntries(const Database& database, const ScanContent& content) {
+  EntryTables tables(database);
   for (const Ownership& entry : content.entries) tables.add(entry);
   for (const ScannedPackage& package : content.packages) {
     tables.addPackage(static_cast<std::int64_t>(package.entry) + 1, package.identifier);
   }
 }
 
-void writeLeftovers(const Database& database, const ScanContent& content, const StreamedContent& streamed) {
+void writeLeftovers(const Database& database, const ScanContent& content, const StreamedContent::Leftovers& streamed) {
   Table leftovers(database, "leftovers");
   Table items(database, "leftover_items");
   std::int64_t id = 0;
@@ -249,7 +252,7 @@ void writeLeftovers(const Database& database, const ScanContent& content, const 
       scans::leftoverItemColumns(itemRow, id, item);
     }
   };
-  if (streamed.leftovers) return streamed.leftovers(write);
+  if (streamed) return streamed(write);
   for (const Leftover& leftover : content.leftovers) write(leftover);
 }
 
@@ -285,7 +288,8 @@ void createTables(const Database& database) {
   for (const ScanTable& table : scanTables()) database.execute(createStatement(table));
 }
 
-void writeContent(const Database& database, const ScanContent& content, const StreamedContent& streamed,
+// All but the folders, the files and the entries.
+void writeContent(const Database& database, const ScanContent& content, const StreamedContent::Leftovers& leftovers,
                   const RecordedFolders& folders) {
   {
     Table table(database, "scan");
@@ -295,8 +299,7 @@ void writeContent(const Database& database, const ScanContent& content, const St
   }
   writeStorage(database, content);
   writeApps(database, content.apps);
-  writeEntries(database, content, streamed);
-  writeLeftovers(database, content, streamed);
+  writeLeftovers(database, content, leftovers);
   writeSystem(database, content);
   database.execute("COMMIT");
 }
@@ -336,7 +339,9 @@ struct ScanWriter::State {
   std::optional<Database> database{};
   const RecordedFolders* folders = nullptr;
   const Cancellation* cancellation = nullptr;
-  std::future<bool> areFoldersWritten{};  // last: its destructor waits for the thread, which uses the others
+  bool hasEntries = false;  // `startEntries` was called
+  // Whether all that was started is written. Last: its destructor waits for the threads, which use the others.
+  std::future<bool> isStartedWritten{};
 };
 
 ScanWriter::ScanWriter(const std::string& file) : state_(std::make_unique<State>(file)) {
@@ -351,26 +356,28 @@ ScanWriter::~ScanWriter() = default;
 void ScanWriter::startFolders(const RecordedFolders& folders, const Cancellation& cancellation) {
   state_->folders = &folders;
   state_->cancellation = &cancellation;
-  const auto write = [&database = *state_->database, &folders, &cancellation] {
+  state_->isStartedWritten = startBeside([&database = *state_->database, &folders, &cancellation] {
     if (!writeFolders(database, folders, cancellation)) return false;
     writeFiles(database, folders);
     return true;
-  };
-  try {
-    state_->areFoldersWritten = std::async(std::launch::async, [write] {
-      becomeHelperThread();
-      return write();
-    });
-  } catch (const std::system_error&) {
-    // The system gives no further thread: `finish` writes them.
-    state_->areFoldersWritten = std::async(std::launch::deferred, write);
-  }
+  });
 }
 
-bool ScanWriter::finish(const ScanContent& content, const StreamedContent& streamed) {
+void ScanWriter::startEntries(StreamedContent::Entries entries) {
+  state_->hasEntries = true;
+  state_->isStartedWritten = startBeside([&database = *state_->database, entries = std::move(entries),
+                                          areFoldersWritten = std::move(state_->isStartedWritten)]() mutable {
+    if (!areFoldersWritten.get()) return false;
+    writeEntries(database, entries);
+    return true;
+  });
+}
+
+bool ScanWriter::finish(const ScanContent& content, const StreamedContent::Leftovers& leftovers) {
   const bool isFilled = state_->guarded([&] {
-    if (!state_->areFoldersWritten.get()) return false;
-    writeContent(*state_->database, content, streamed, *state_->folders);
+    if (!state_->isStartedWritten.get()) return false;
+    if (!state_->hasEntries) writeEntries(*state_->database, content);
+    writeContent(*state_->database, content, leftovers, *state_->folders);
     state_->database->close();
     return true;
   });

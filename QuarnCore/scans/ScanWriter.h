@@ -12,12 +12,12 @@
 namespace quarn {
 
 /// Parts of a scan that are made one record after another, so that they are never all in memory. A function calls its
-/// argument for each record. A part without a function is in the content.
+/// argument for each record.
 struct StreamedContent {
   using ConsumeEntry = std::function<void(const Ownership& entry, const std::vector<std::string>& packages)>;
+  using Entries = std::function<void(const ConsumeEntry& consume)>;
   using ConsumeLeftover = std::function<void(const Leftover& leftover)>;
-  std::function<void(const ConsumeEntry& consume)> entries{};
-  std::function<void(const ConsumeLeftover& consume)> leftovers{};
+  using Leftovers = std::function<void(const ConsumeLeftover& consume)>;
 };
 
 /// Writes a scan to a host file: beside it first, then synced and renamed, so that the file is the old one or the new
@@ -33,9 +33,13 @@ class ScanWriter {
   /// Begins to write what `folders` has, on a thread of its own, so that the caller can gather the rest meanwhile.
   /// Once, before `finish`. Both arguments must outlive the writer.
   void startFolders(const RecordedFolders& folders, const Cancellation& cancellation);
-  /// Writes the rest and replaces the file. `facts.keptAbove`, `files` and `folders` come from the folders. Returns
-  /// false if cancelled.
-  bool finish(const ScanContent& content, const StreamedContent& streamed = {});
+  /// Goes on with the entries of the map, also on a thread of its own, which calls `entries`. Once at most, between
+  /// `startFolders` and `finish`. What `entries` refers to must outlive the writer.
+  void startEntries(StreamedContent::Entries entries);
+  /// Writes the rest and replaces the file. `facts.keptAbove`, `files` and `folders` come from the folders, the entries
+  /// from `startEntries` if that was called, the leftovers from `leftovers` if that is not null. Returns false if
+  /// cancelled.
+  bool finish(const ScanContent& content, const StreamedContent::Leftovers& leftovers = nullptr);
 
  private:
   struct State;

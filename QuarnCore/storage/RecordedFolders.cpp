@@ -1,6 +1,7 @@
 #include "QuarnCore/storage/RecordedFolders.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <iterator>
 #include <numeric>
@@ -15,6 +16,10 @@ constexpr FolderObserver::Folder kRoot = 0;
 
 // The folders in a folder with more of them are found by a binary search, which needs a list.
 constexpr std::size_t kFewFolders = 16;
+
+// So many of the kept files, as a fraction, are gathered before small ones are dropped: often enough to bound memory,
+// seldom enough to cost little.
+constexpr std::size_t kSpareFiles = 2;
 
 std::int64_t largerSize(const RecordedFolders::LargeFile& file) {
   return std::max(file.sizes.allocatedBytes, file.sizes.logicalBytes);
@@ -105,22 +110,24 @@ void RecordedFolders::addFile(std::string_view path, const ByteCounts& sizes, st
 }
 
 void RecordedFolders::keep(Folder folder, const File& file) {
+  LargeFile kept{folder, std::string(file.name), file.sizes, file.modified, file.isHidden};
   const std::lock_guard lock(mutex_);
   if (!wants(file.sizes)) return;
-  LargeFile kept{folder, std::string(file.name), file.sizes, file.modified, file.isHidden};
-  std::pair place(largerSize(kept), static_cast<std::uint32_t>(files_.size()));
-  // One more than asked for, so that `finish` knows the size of a file that is not kept.
-  if (files_.size() <= mostFiles_) {
-    files_.push_back(std::move(kept));
-  } else {
-    std::pop_heap(smallest_.begin(), smallest_.end(), std::greater());
-    place.second = smallest_.back().second;
-    smallest_.pop_back();
-    files_[place.second] = std::move(kept);
-  }
-  smallest_.push_back(place);
-  std::push_heap(smallest_.begin(), smallest_.end(), std::greater());
-  if (files_.size() > mostFiles_) refuseUpTo(smallest_.front().first);
+  files_.push_back(std::move(kept));
+  if (files_.size() > mostFiles_ + mostFiles_ / kSpareFiles) dropSmallFiles();
+}
+
+// Drops the largest file that is one too many, all of its size and all smaller ones: which of equal files stay must not
+// depend on the order of the walk.
+void RecordedFolders::dropSmallFiles() {
+  if (files_.size() <= mostFiles_) return;
+  std::vector<std::int64_t> sizes(files_.size());
+  std::transform(files_.begin(), files_.end(), sizes.begin(), largerSize);
+  const auto firstTooMany = sizes.begin() + static_cast<std::ptrdiff_t>(mostFiles_);
+  std::nth_element(sizes.begin(), firstTooMany, sizes.end(), std::greater());
+  keptAbove_ = *firstTooMany;
+  std::erase_if(files_, [&](const LargeFile& file) { return largerSize(file) <= keptAbove_; });
+  refuseUpTo(keptAbove_);
 }
 
 void RecordedFolders::finish() {
@@ -216,11 +223,7 @@ void RecordedFolders::listBigFolders() {
 }
 
 void RecordedFolders::selectFiles() {
-  if (files_.size() > mostFiles_) {
-    keptAbove_ = smallest_.front().first;
-    std::erase_if(files_, [&](const LargeFile& file) { return largerSize(file) <= keptAbove_; });
-  }
-  smallest_ = {};
+  dropSmallFiles();
   for (LargeFile& file : files_) file.folder = positions_[file.folder];
   std::sort(files_.begin(), files_.end(), [](const LargeFile& left, const LargeFile& right) {
     return left.folder != right.folder ? left.folder < right.folder : left.name < right.name;

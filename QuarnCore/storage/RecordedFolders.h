@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include "QuarnPlatform/base/ChunkedVector.h"
@@ -22,7 +21,7 @@ namespace quarn {
 /// Who owns what: this owns all records. `mutex_` guards them while walks run; it is held for a few instructions, once
 /// or twice per folder and once per kept file. Nobody waits for anything else.
 ///
-/// Memory: about 55 bytes and the name per folder, about 100 bytes per kept file. Files that are not kept cost nothing.
+/// Memory: about 55 bytes and the name per folder, about 110 bytes per kept file. Files that are not kept cost nothing.
 class RecordedFolders final : public FolderObserver {
  public:
   static constexpr std::size_t kKeptFiles = 10'000;
@@ -115,6 +114,7 @@ class RecordedFolders final : public FolderObserver {
   void moveNodes();
   void listBigFolders();
   void selectFiles();
+  void dropSmallFiles();
 
   std::size_t mostFiles_;
   std::mutex mutex_;
@@ -122,9 +122,7 @@ class RecordedFolders final : public FolderObserver {
   std::string names_;
   std::unordered_map<std::string, Folder> placed_;  // by path; empty after `finish`
   std::unordered_map<Folder, ByteCounts> hidden_;   // of hidden items, where there are any; after `finish` by position
-  std::vector<LargeFile> files_;
-  // The larger size and the position of each kept file: a heap, the smallest in front. Empty after `finish`.
-  std::vector<std::pair<std::int64_t, std::uint32_t>> smallest_;
+  std::vector<LargeFile> files_;                    // while the scan runs, half as many more
   std::int64_t keptAbove_ = -1;
   // After `finish`.
   std::vector<std::uint32_t> positions_;  // by folder

@@ -199,9 +199,7 @@ StorageDashboardService::CategorySizes StorageDashboardService::partition(
       onRoot({.url = FileURL(root.path), .sizes = byCategory(totals), .home = root.home});
     };
   }
-  const PartitionedScan::Totals totals = scan.run(observers, cancellation);
-  if (recorded != nullptr) recorded->finish();
-  return byCategory(totals);
+  return byCategory(scan.run(observers, cancellation));
 }
 
 std::optional<SizeInfo> StorageDashboardService::calculatePreciseSize(

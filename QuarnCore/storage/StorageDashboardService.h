@@ -63,7 +63,8 @@ class StorageDashboardService {
 
   /// Sizes all categories in one pass; each byte counts for at most one. Calls `onUpdate`, if not null, with the
   /// totals so far at most once per 100 ms, and at the end with the final totals. If cancelled, returns the totals so
-  /// far. If `recorded` is not null, the same pass covers the whole volume and records every folder.
+  /// far. If `recorded` is not null, the same pass covers the whole volume and records every folder; the caller
+  /// finishes the record.
   [[nodiscard]] CategorySizes calculatePartitionedCategorySizes(
       const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
       RecordedFolders* recorded = nullptr) const;

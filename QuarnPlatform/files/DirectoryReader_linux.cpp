@@ -8,7 +8,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/sysmacros.h>
 
 #include "QuarnPlatform/base/BlockBytes.h"
 #include "QuarnPlatform/base/Interruption.h"
@@ -26,16 +25,17 @@ constexpr std::size_t kSmallestShare = 16u << 10;
 // Each record has the position after it. This one is the last that exists, so no entry can follow: ext4 and btrfs give
 // it with a folder's last entry. Other file systems give a smaller one, and an empty batch ends the folder.
 constexpr std::int64_t kEndOfFolder = std::numeric_limits<std::int64_t>::max();
-constexpr int kLookUpFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT | AT_STATX_DONT_SYNC;
+constexpr int kLookUpFlags = AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT;
 
-int lookUp(int folder, const char* name, unsigned fields, struct statx& status) {
-  return againIfInterrupted([&] { return ::statx(folder, name, kLookUpFlags, fields, &status); });
+// The old call: where all is in memory, `statx` takes a fifteenth more time, because it returns twice as many bytes.
+int lookUp(int folder, const char* name, struct stat& status) {
+  return againIfInterrupted([&] { return ::fstatat(folder, name, &status, kLookUpFlags); });
 }
 
 // An item that cannot be looked up counts as a file: whoever reads it meets the error again and reports it.
 std::optional<FileType> lookedUpType(int folder, const char* name) {
-  struct statx status {};
-  if (lookUp(folder, name, STATX_TYPE, status) == 0) return fileTypeOf(status.stx_mode);
+  struct stat status {};
+  if (lookUp(folder, name, status) == 0) return fileTypeOf(status.st_mode);
   return errno == ENOENT ? std::nullopt : std::optional(FileType::regular);
 }
 
@@ -134,23 +134,19 @@ void DirectoryReader::resume(int folder, Stretch stretch) {
 }
 
 bool DirectoryReader::readSizes(int parent, const char* name, ByteCounts& sizes, Details* details) {
-  struct statx status {};
-  constexpr unsigned kOfDetails = STATX_MTIME | STATX_NLINK | STATX_INO;
-  const unsigned wanted = STATX_TYPE | STATX_SIZE | STATX_BLOCKS | (details == nullptr ? 0U : kOfDetails);
-  if (lookUp(parent, name, wanted, status) != 0) return false;
-  constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-  const std::optional<std::int64_t> allocated = bytesInBlocks(status.stx_blocks, kStatusBlockSize);
-  const bool fits = status.stx_size <= kLargest && allocated;
-  if (!S_ISREG(status.stx_mode) || !fits) {
+  struct stat status {};
+  if (lookUp(parent, name, status) != 0) return false;
+  const std::optional<std::int64_t> allocated =
+      bytesInBlocks(static_cast<std::uint64_t>(status.st_blocks), kStatusBlockSize);
+  const bool fits = status.st_size >= 0 && allocated;
+  if (!S_ISREG(status.st_mode) || !fits) {
     errno = fits ? ENOENT : EOVERFLOW;
     return false;
   }
-  sizes = {.allocatedBytes = *allocated, .logicalBytes = static_cast<std::int64_t>(status.stx_size)};
+  sizes = {.allocatedBytes = *allocated, .logicalBytes = status.st_size};
   if (details != nullptr) {
-    *details = {.modified = status.stx_mtime.tv_sec,
-                .device = ::makedev(status.stx_dev_major, status.stx_dev_minor),
-                .inode = status.stx_ino,
-                .links = status.stx_nlink};
+    *details = {
+        .modified = status.st_mtim.tv_sec, .device = status.st_dev, .inode = status.st_ino, .links = status.st_nlink};
   }
   return true;
 }

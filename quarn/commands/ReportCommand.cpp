@@ -74,6 +74,7 @@ void readCategories(VolumeReport& report, const UsersDashboard& users, const Bra
   const auto counted = context.isOfAllUsers()
                            ? users.calculatePartitionedRoots(nullptr, nullptr, context.cancellation(), folders.get())
                            : dashboard.calculatePartitionedRoots(nullptr, context.cancellation(), folders.get());
+  folders->finish();
   if (context.isOfAllUsers()) report.users = users.parts(counted);
   report.categories = dashboard.initialOverview().categories;
   std::vector<ScannedRoot> roots;

@@ -1,6 +1,6 @@
 // A library that tests preload into the command. It makes chosen calls fail, to show how the command reacts.
 //
-//   QUARN_FAULT=CALL:ERRNO:WHEN   CALL:  openat2, open, openat, getdents64, statx, fstat, pread, pwrite, fsync,
+//   QUARN_FAULT=CALL:ERRNO:WHEN   CALL:  openat2, open, openat, getdents64, fstatat, fstat, pread, pwrite, fsync,
 //                                        readlinkat, xattr, malloc, pthread_create
 //                                 WHEN:  n7 only the seventh call; e1 every call, e2 every second call
 //               CALL:interrupt:nN CALL never fails. Call number N sends SIGINT to the process, as Ctrl-C does
@@ -41,7 +41,7 @@ enum class Call : std::uint8_t {
   open,
   openat,
   getdents64,
-  statx,
+  fstatat,
   fstat,
   pread,
   pwrite,
@@ -61,7 +61,7 @@ constexpr Row kRows[] = {{"openat2:", Call::openat2},
                          {"open:", Call::open},
                          {"openat:", Call::openat},
                          {"getdents64:", Call::getdents64},
-                         {"statx:", Call::statx},
+                         {"fstatat:", Call::fstatat},
                          {"fstat:", Call::fstat},
                          {"pread:", Call::pread},
                          {"pwrite:", Call::pwrite},
@@ -215,9 +215,9 @@ ssize_t getdents64(int folder, void* buffer, size_t size) {
   return fails(Call::getdents64) ? -1 : next(folder, buffer, size);
 }
 
-int statx(int folder, const char* path, int flags, unsigned mask, struct statx* facts) {
-  static const auto next = real<int (*)(int, const char*, int, unsigned, struct statx*)>("statx");
-  return fails(Call::statx) ? -1 : next(folder, path, flags, mask, facts);
+int fstatat(int folder, const char* path, struct stat* facts, int flags) {
+  static const auto next = real<int (*)(int, const char*, struct stat*, int)>("fstatat");
+  return fails(Call::fstatat) ? -1 : next(folder, path, facts, flags);
 }
 
 int fstat(int item, struct stat* facts) {

@@ -260,7 +260,7 @@ class Attacker:
 
     def faults(self, sample):
         """Each single failing call, further and further into the run, until a run comes through untouched."""
-        calls = ["openat2:5", "open:5", "getdents64:5", "statx:5", "pread:5", "xattr:5", "malloc:12", "pthread_create:11"]
+        calls = ["openat2:5", "open:5", "getdents64:5", "fstatat:5", "pread:5", "xattr:5", "malloc:12", "pthread_create:11"]
         commands = [["inspect", "Lumen Notes"], ["storage", "--ndjson"], ["top"], ["apps"],
                     ["report", "Lumen Notes", "-o", "/dev/null"], ["scan", "-o", "SCAN"]]
 

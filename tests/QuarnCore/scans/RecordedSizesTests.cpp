@@ -10,6 +10,7 @@ namespace {
 std::shared_ptr<RecordedFolders> recordOf(const DashboardVolume& volume) {
   auto folders = std::make_shared<RecordedFolders>();
   (void)volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never(), folders.get());
+  folders->finish();
   return folders;
 }
 

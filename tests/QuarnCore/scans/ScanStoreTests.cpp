@@ -161,6 +161,7 @@ TEST_F(ScanStoreTest, EveryFolderIsKeptWhateverTheirNumber) {
 TEST_F(ScanStoreTest, FoldersAndFilesAreReadAsTheyWereRecorded) {
   RecordedFolders folders;
   (void)volume_.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never(), &folders);
+  folders.finish();
   ASSERT_TRUE(writeScan(at("scan"), {}, folders, Cancellation::never()));
   const Scan scan = Scan::open(at("scan"));
   std::size_t position = 0;
@@ -317,6 +318,7 @@ TEST_F(ScanStoreTest, WhatIsOnAnotherVolumeIsUnreadWithoutAnError) {
 TEST_F(ScanStoreTest, AFullDiskIsAnErrorThatLeavesNothing) {
   RecordedFolders folders;
   (void)volume_.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never(), &folders);
+  folders.finish();
   rlimit before{};
   ::getrlimit(RLIMIT_FSIZE, &before);
   for (const rlim_t limit : {rlim_t{0}, rlim_t{4096}, rlim_t{20'000}, rlim_t{60'000}}) {
@@ -333,6 +335,7 @@ TEST_F(ScanStoreTest, AFullDiskIsAnErrorThatLeavesNothing) {
 TEST_F(ScanStoreTest, AKilledWriterLeavesTheOldScanOrTheNewOne) {
   RecordedFolders folders;
   (void)volume_.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never(), &folders);
+  folders.finish();
   ScanContent content;
   content.facts.programVersion = "old";
   ASSERT_TRUE(writeScan(at("scan"), content, folders, Cancellation::never()));

@@ -148,6 +148,7 @@ TEST(ScannedItems, AnAnswerEndsBeforeFilesThatTheScanDoesNotHave) {
   volume.sparse("~/Pictures/P.app/x", 35);
   RecordedFolders folders(4);
   (void)volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never(), &folders);
+  folders.finish();
   ScanFolder folder;
   ASSERT_TRUE(writeScan(folder.at("scan"), {}, folders, Cancellation::never()));
   const ScannedItems items(Scan::open(folder.at("scan")));

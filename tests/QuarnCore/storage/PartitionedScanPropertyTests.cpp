@@ -201,6 +201,7 @@ TEST_P(PartitionedScanProperty, ARecordedScanHasTheSameTotalsAndEveryFolderOfThe
     const RandomVolume volume(seed, GetParam());
     RecordedFolders folders;
     const auto recorded = volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never(), &folders);
+    folders.finish();
     const auto plain = volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never());
     ASSERT_EQ(textOf(recorded), textOf(plain)) << "seed " << seed;
     std::map<std::string, std::string> expected;

@@ -1,3 +1,8 @@
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <vector>
+
 #include <gmock/gmock.h>
 
 #include "QuarnCore/storage/RecordedFolders.h"
@@ -18,6 +23,7 @@ RecordedFolders::Record recordOf(const RecordedFolders& folders, std::string_vie
 
 void scan(const DashboardVolume& volume, RecordedFolders& folders) {
   (void)volume.dashboard().calculatePartitionedCategorySizes({}, Cancellation::never(), &folders);
+  folders.finish();
 }
 
 std::vector<std::string> keptNames(const RecordedFolders& folders) {
@@ -96,6 +102,46 @@ TEST(RecordedFolders, OfEquallyLargeFilesAllAreKeptOrNone) {
   scan(volume, all);
   EXPECT_EQ(all.largeFiles().size(), 9u);
   EXPECT_EQ(all.keptAbove(), -1);
+}
+
+// Small files are dropped now and then, in batches: which ones stay must not depend on when that happens.
+TEST(RecordedFolders, TheLargestFilesAreKeptInWhateverOrderTheyAreMet) {
+  const DashboardVolume volume;
+  for (const std::size_t most : {1, 2, 7, 100, 299, 300}) {
+    for (unsigned seed = 0; seed < 20; ++seed) {
+      std::mt19937 random(seed);
+      RecordedFolders folders(most);
+      const FolderObserver::Folder folder = folders.place("/here", volume.files());
+      std::vector<std::int64_t> sizes;
+      for (int i = 0; i < 300; ++i) {
+        const auto size = static_cast<std::int64_t>(random() % 200);
+        sizes.push_back(size);
+        if (folders.wants({size, size})) folders.keep(folder, {.name = std::to_string(i), .sizes = {size, size}});
+      }
+      folders.finish();
+      std::sort(sizes.begin(), sizes.end(), std::greater());
+      const std::int64_t limit = sizes.size() > most ? sizes[most] : -1;
+      EXPECT_EQ(folders.keptAbove(), limit);
+      std::vector<std::int64_t> kept;
+      for (const RecordedFolders::LargeFile& file : folders.largeFiles()) kept.push_back(file.sizes.logicalBytes);
+      std::sort(kept.begin(), kept.end(), std::greater());
+      std::erase_if(sizes, [&](std::int64_t size) { return size <= limit; });
+      EXPECT_EQ(kept, sizes) << most << " " << seed;
+    }
+  }
+}
+
+TEST(RecordedFolders, FilesThatAreTooSmallAreRefusedBeforeTheyTakeMemory) {
+  const DashboardVolume volume;
+  RecordedFolders folders(100);
+  const FolderObserver::Folder folder = folders.place("/here", volume.files());
+  int wanted = 0;
+  for (std::int64_t size = 100'000; size > 0; --size) {
+    if (!folders.wants({size, size})) continue;
+    ++wanted;
+    folders.keep(folder, {.name = "file", .sizes = {size, size}});
+  }
+  EXPECT_LE(wanted, 200);
 }
 
 TEST(RecordedFolders, AFileThatIsARootOfTheScanIsInItsFolder) {

@@ -49,7 +49,7 @@ struct Fault {
 /// Every errno with which a disk or the system fails, for each call that reads.
 std::vector<Fault> faults() {
   std::vector<Fault> all;
-  for (const char* call : {"openat2", "open", "getdents64", "statx", "pread", "xattr"}) all.push_back({call, EIO});
+  for (const char* call : {"openat2", "open", "getdents64", "fstatat", "pread", "xattr"}) all.push_back({call, EIO});
   for (const int error : {EMFILE, ENFILE, ENOMEM, ESTALE, ENXIO, EUCLEAN}) {
     all.push_back({"openat2", error});
     all.push_back({"open", error});
@@ -134,7 +134,7 @@ TEST(FailingDisk, AnInterruptedCallIsMadeAgain) {
   for (const Words& words : commands()) {
     std::uintmax_t hits = 0;
     const CommandRun whole = faulty(words, "pread:5:n1000000000");
-    for (const char* call : {"openat2", "open", "getdents64", "statx", "pread"}) {
+    for (const char* call : {"openat2", "open", "getdents64", "fstatat", "pread"}) {
       SCOPED_TRACE(textOf(words) + call);
       const CommandRun run = faulty(words, faultText({call, EINTR}, "e2"));
       EXPECT_EQ(run.exitCode, 0) << run.err;
@@ -171,7 +171,7 @@ TEST(FailingDisk, EachSingleFailureIsSurvivedAndSaid) {
     for (const Fault& fault : {Fault{"openat2", EIO},
                                {"open", EIO},
                                {"getdents64", EIO},
-                               {"statx", EIO},
+                               {"fstatat", EIO},
                                {"pread", EIO},
                                {"xattr", EIO},
                                {"pthread_create", EAGAIN}}) {
