@@ -5,8 +5,10 @@
 //                                 WHEN:  n7 only the seventh call; e1 every call, e2 every second call
 //               CALL:interrupt:nN CALL never fails. Call number N sends SIGINT to the process, as Ctrl-C does
 //   QUARN_FAULT_MARK=FILE         exists once the library is loaded; gets one byte for each call that failed, or for
-//   each
-//                                 call after the interrupt; each of these waits 10 ms
+//                                 each call after the interrupt; each of these waits 10 ms
+//   QUARN_FAULT_CONFINEMENT       set: at its end the process writes "filter N" to its standard error; N is 2 if a
+//   filter
+//                                 of system calls confines it, else 0
 //
 // The library sees only calls through the functions of the C library. "xattr" stands for flistxattr and fgetxattr.
 // "malloc" counts and fails only after main() began, and only for callers outside the C library and libplist: these two
@@ -26,6 +28,7 @@
 #include <fcntl.h>
 #include <link.h>
 #include <pthread.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
@@ -138,6 +141,13 @@ __attribute__((constructor)) void readEnvironment() {
   }
   if (chosen == Call::none || number == 0) ::_exit(99);
   if (chosen == Call::malloc) ::dl_iterate_phdr(noteFragile, nullptr);
+}
+
+__attribute__((destructor)) void tellConfinement() {
+  if (std::getenv("QUARN_FAULT_CONFINEMENT") == nullptr) return;
+  char text[] = "filter 0\n";
+  text[sizeof text - 3] = static_cast<char>('0' + ::prctl(PR_GET_SECCOMP));
+  ::syscall(SYS_write, STDERR_FILENO, text, sizeof text - 1);
 }
 
 // The program receives signals on a thread of its own. From now on each call waits, so that this thread runs before

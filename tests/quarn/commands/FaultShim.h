@@ -29,6 +29,10 @@ class FaultShim {
     EXPECT_TRUE(std::filesystem::exists(mark_)) << "the shim was not loaded";
     return run;
   }
+  /// Runs the command as it is; its standard error ends in what confines it (see the library).
+  CommandRun runTellingConfinement(const std::vector<std::string>& words) {
+    return runQuarn(words, "", {"LD_PRELOAD=" + shim_, "QUARN_FAULT_CONFINEMENT=1"});
+  }
   /// How many calls the library marked in the last run.
   [[nodiscard]] std::uintmax_t marks() const {
     std::error_code error;
