@@ -18,7 +18,7 @@ constexpr std::ptrdiff_t kMostLevels = 64;
 
 // Lists under the lock, so that two threads do not list the same folder.
 ListedFolders::Entries ListedFolders::visibleEntries(const FileURL& folder) {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard lock(listings_);
   const auto known = listed_.find(folder.path());
   if (known != listed_.end()) return known->second;
   auto entries = std::make_shared<const std::vector<DirectoryEntry>>(files_.contentsOrNone(folder, HiddenItems::skip));
@@ -42,13 +42,14 @@ bool ListedFolders::isBelowMissing(std::string_view path) {
 
 // Moves `end` past the folders that are known to exist; absent if there are others.
 std::optional<bool> ListedFolders::knownToBeBelowMissing(std::string_view path, std::size_t& end) {
-  const std::lock_guard lock(mutex_);
-  if (!lastMissing_.empty() && path.size() > lastMissing_.size() && path::isInside(path, lastMissing_)) return true;
+  const std::string* const last = lastMissing_.load();
+  if (last != nullptr && path.size() > last->size() && path::isInside(path, *last)) return true;
+  const std::shared_lock lock(answers_);
   for (; end != std::string_view::npos; end = path.find('/', end + 1)) {
     const auto known = isMissing_.find(path.substr(0, end));
     if (known == isMissing_.end()) return std::nullopt;
     if (!known->second) continue;
-    lastMissing_ = known->first;
+    lastMissing_ = &known->first;
     return true;
   }
   return false;
@@ -59,7 +60,7 @@ std::optional<bool> ListedFolders::knownToBeBelowMissing(std::string_view path, 
 bool ListedFolders::isMissing(std::string_view folder) {
   const bool isFound = silent_.facts(FileURL(folder), Links::follow).has_value();
   const bool missing = !isFound && (errno == ENOENT || errno == ENOTDIR);
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard lock(answers_);
   if (isMissing_.size() < kMostKeptAnswers) isMissing_.emplace(folder, missing);
   return missing;
 }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <shared_mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -42,9 +44,12 @@ class ListedFolders {
 
   FileManager files_;
   FileManager silent_;  // for questions of our own; what they cannot find out is reported with the item itself
-  std::mutex mutex_;
-  std::unordered_map<std::string, bool, Hash, std::equal_to<>> isMissing_;  // by plain path
-  std::string lastMissing_;  // the folder that dismissed a path last; empty: none. The next path is often below it too
+  // No thread holds both locks. Threads that only read do not wait for each other: a wait takes longer than the answer.
+  std::shared_mutex answers_;                                               // guards isMissing_
+  std::unordered_map<std::string, bool, Hash, std::equal_to<>> isMissing_;  // by plain path; nothing is ever removed
+  // A key of isMissing_: the folder that dismissed a path last. The next path is often below it too.
+  std::atomic<const std::string*> lastMissing_ = nullptr;
+  std::mutex listings_;                              // guards listed_
   std::unordered_map<std::string, Entries> listed_;  // without folders that are too large to cache
 };
 

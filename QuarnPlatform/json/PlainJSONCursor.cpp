@@ -81,9 +81,7 @@ bool PlainJSONCursor::skip() {
   return value(nobody);
 }
 
-void PlainJSONCursor::skipSpace() {
-  if (!rest_.empty() && rest_[0] <= ' ') rest_.remove_prefix(whiteBytes(rest_));
-}
+void PlainJSONCursor::skipSpaces() { rest_.remove_prefix(whiteBytes(rest_)); }
 
 // Most strings have no escapes: they are a part of the text.
 bool PlainJSONCursor::string(std::string_view& text) {

@@ -81,7 +81,10 @@ class PlainJSONCursor {
   [[nodiscard]] bool skip();
 
  private:
-  void skipSpace();
+  void skipSpace() {
+    if (!rest_.empty() && rest_.front() <= ' ') skipSpaces();
+  }
+  void skipSpaces();
   [[nodiscard]] bool isNext(char character) const { return !rest_.empty() && rest_.front() == character; }
   bool take(char character) {
     if (!isNext(character)) return false;
