@@ -183,6 +183,20 @@ TEST_F(ScanForAll, TheTreeOfHomesInDifferentPlacesBeginsAtTheRoot) {
   EXPECT_THAT(ask({"tree", "--depth", "1"}).out, HasSubstr(" └ Users/"));
 }
 
+TEST_F(ScanForAll, AFolderOfACategoryThatTheVolumeDoesNotHaveIsNoNews) {
+  ASSERT_EQ(scan("one", {"--home", "/Users/ann"}).exitCode, 0);
+  ASSERT_EQ(ask({"tree", "~/.cargo"}, "one").exitCode, 3) << "development has this folder";
+  EXPECT_EQ(ask({"top", "--category", "development"}, "one").err, "quarn: nothing found\n");
+}
+
+// What the homes share is a folder of each user's category.
+TEST_F(ScanForAll, TopListsNothingTwice) {
+  ASSERT_EQ(scan("all").exitCode, 0);
+  const CommandRun run = ask({"top", "--category", "systemData", "--json"});
+  EXPECT_THAT(lines(document(run)["items"]), ElementsAre("– 16384", "bob 4096"));
+  EXPECT_EQ(run.err, "");
+}
+
 TEST_F(ScanForAll, NoHomeFolderIsSpecial) {
   ASSERT_EQ(scan("all").exitCode, 0);
   const CommandRun run = ask({"tree", "~"});

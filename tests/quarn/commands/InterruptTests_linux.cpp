@@ -61,6 +61,22 @@ TEST_F(InterruptedProgram, EveryLongCommandEndsSoonSaysSoAndExitsWith130) {
   EXPECT_FALSE(std::filesystem::exists(scan)) << "an interrupted scan leaves no file";
 }
 
+TEST_F(InterruptedProgram, AScanKeepsTheOldFileAndExportsNothing) {
+  const MacVolume folder;
+  const std::string scan = folder.root() + "/scan";
+  const std::string tables = folder.root() + "/tables";
+  ASSERT_EQ(runQuarn({"--volume", volume_.root(), "--home", "/Users/ann", "scan", "-o", scan}).exitCode, 0);
+  const auto before = std::filesystem::last_write_time(scan);
+  const CommandRun run = interrupted({"scan", "-o", scan, "--export", tables, "--json"}, kLate);
+  EXPECT_EQ(run.exitCode, 130);
+  EXPECT_TRUE(document(run)["file"].is_null());
+  EXPECT_FALSE(document(run)["isComplete"]);
+  EXPECT_EQ(std::filesystem::last_write_time(scan), before);
+  EXPECT_TRUE(std::filesystem::is_empty(tables)) << "those of the old scan are not asked for";
+  EXPECT_EQ(interrupted({"scan", "--export", tables}, kLate).exitCode, 130) << "there is no scan to export";
+  EXPECT_TRUE(std::filesystem::is_empty(tables));
+}
+
 TEST_F(InterruptedProgram, WhatWasFoundIsPrinted) {
   const CommandRun top = interrupted({"top"}, kLate);
   EXPECT_THAT(top.out, AllOf(HasSubstr("~/Documents/f"), HasSubstr("\nIncomplete: interrupted.\n")));
