@@ -96,6 +96,8 @@ class Scan {
   explicit Scan(std::shared_ptr<State> state) : state_(std::move(state)) {}
   template <class Read>
   auto reading(std::initializer_list<std::string_view> tables, const Read& read) const;
+  template <class Record, class Read>
+  std::vector<Record> listed(std::string_view table, const Read& read) const;
 
   std::shared_ptr<State> state_;
 };

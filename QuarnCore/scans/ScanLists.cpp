@@ -164,13 +164,20 @@ HomeFolders Scan::homes() const {
   return HomeFolders(homes);
 }
 
-std::vector<StorageCategory> Scan::categories() const {
-  return reading({"categories"}, [](const Database& database) {
-    std::vector<StorageCategory> categories;
-    eachRow(database, "SELECT * FROM categories ORDER BY rowid",
-            [&](RowReader& row) { scans::categoryColumns(row, categories.emplace_back()); });
-    return categories;
+// The rows of a table in the order in which they were written. `read` takes one row into one record.
+template <class Record, class Read>
+std::vector<Record> Scan::listed(std::string_view table, const Read& read) const {
+  return reading({table}, [&](const Database& database) {
+    std::vector<Record> records;
+    eachRow(database, "SELECT * FROM " + std::string(table) + " ORDER BY rowid",
+            [&](RowReader& row) { read(row, records.emplace_back()); });
+    return records;
   });
+}
+
+std::vector<StorageCategory> Scan::categories() const {
+  return listed<StorageCategory>("categories",
+                                 [](RowReader& row, auto& category) { scans::categoryColumns(row, category); });
 }
 
 std::vector<ScannedRoot> Scan::roots() const {
@@ -190,22 +197,13 @@ std::vector<ScannedRoot> Scan::roots() const {
 }
 
 std::vector<ScannedPlace> Scan::places() const {
-  return reading({"category_paths"}, [](const Database& database) {
-    std::vector<ScannedPlace> places;
-    eachRow(database, "SELECT * FROM category_paths ORDER BY rowid",
-            [&](RowReader& row) { scans::placeColumns(row, places.emplace_back()); });
-    return places;
-  });
+  return listed<ScannedPlace>("category_paths", [](RowReader& row, auto& place) { scans::placeColumns(row, place); });
 }
 
 std::vector<VendorPathHint> Scan::vendorPaths() const {
-  return reading({"vendor_paths"}, [](const Database& database) {
-    std::vector<VendorPathHint> hints;
-    eachRow(database, "SELECT * FROM vendor_paths ORDER BY rowid", [&](RowReader& row) {
-      scans::vendorPathColumns(row, hints.emplace_back());
-      if (!hints.back().path.starts_with('/')) throw damage("a path is not absolute");
-    });
-    return hints;
+  return listed<VendorPathHint>("vendor_paths", [](RowReader& row, VendorPathHint& hint) {
+    scans::vendorPathColumns(row, hint);
+    if (!hint.path.starts_with('/')) throw damage("a path is not absolute");
   });
 }
 
@@ -259,15 +257,11 @@ std::vector<Ownership> Scan::owners() const {
 }
 
 std::vector<ScannedPackage> Scan::packages() const {
-  return reading({"entry_packages"}, [](const Database& database) {
-    std::vector<ScannedPackage> packages;
-    eachRow(database, "SELECT * FROM entry_packages ORDER BY rowid", [&](RowReader& row) {
-      std::uint32_t entry = 0;
-      row(entry, packages.emplace_back().identifier);
-      if (entry == 0) throw damage("a row belongs to no other");
-      packages.back().entry = entry - 1;
-    });
-    return packages;
+  return listed<ScannedPackage>("entry_packages", [](RowReader& row, ScannedPackage& package) {
+    std::uint32_t entry = 0;
+    row(entry, package.identifier);
+    if (entry == 0) throw damage("a row belongs to no other");
+    package.entry = entry - 1;
   });
 }
 
@@ -319,34 +313,21 @@ std::vector<LaunchdEntry> Scan::jobs() const {
 }
 
 std::vector<ReceiptInfo> Scan::receipts() const {
-  return reading({"receipts"}, [](const Database& database) {
-    std::vector<ReceiptInfo> receipts;
-    eachRow(database, "SELECT * FROM receipts ORDER BY rowid",
-            [&](RowReader& row) { scans::receiptColumns(row, receipts.emplace_back()); });
-    return receipts;
-  });
+  return listed<ReceiptInfo>("receipts", [](RowReader& row, auto& receipt) { scans::receiptColumns(row, receipt); });
 }
 
 std::vector<KernelExtensionInfo> Scan::extensions() const {
-  return reading({"extensions"}, [](const Database& database) {
-    std::vector<KernelExtensionInfo> extensions;
-    eachRow(database, "SELECT * FROM extensions ORDER BY rowid",
-            [&](RowReader& row) { scans::extensionColumns(row, extensions.emplace_back()); });
-    return extensions;
-  });
+  return listed<KernelExtensionInfo>("extensions",
+                                     [](RowReader& row, auto& extension) { scans::extensionColumns(row, extension); });
 }
 
 std::vector<UnreadableItem> Scan::unreadable() const {
-  return reading({"unreadable"}, [](const Database& database) {
-    std::vector<UnreadableItem> items;
-    eachRow(database, "SELECT path, error FROM unreadable ORDER BY rowid", [&](RowReader& row) {
-      UnreadableItem& item = items.emplace_back();
-      std::uint32_t error = 0;
-      row(item.path, error);
-      item.error = static_cast<int>(error & 0xFFFFU);
-      item.cause = item.error == 0 ? UnreadableCause::otherDevice : unreadableCause(item.error);
-    });
-    return items;
+  return listed<UnreadableItem>("unreadable", [](RowReader& row, UnreadableItem& item) {
+    std::uint32_t error = 0;
+    std::string name;
+    row(item.path, error, name);
+    item.error = static_cast<int>(error & 0xFFFFU);
+    item.cause = item.error == 0 ? UnreadableCause::otherDevice : unreadableCause(item.error);
   });
 }
 

@@ -16,8 +16,8 @@ std::span<const open_how> openHows();
 /// Linux can since 6.10.
 bool sealOpenHows();
 
-/// openat2 with the element of `openHows()` that has these flags and rules: a descriptor, or -1 and errno. EINVAL if
-/// there is no such element.
+/// Calls openat2 with the element of `openHows()` that has these flags and rules. Returns a descriptor, or -1 with
+/// errno set. If no element has them, it calls nothing, and errno is EINVAL.
 int openWithHow(int folder, const char* path, int flags, std::uint64_t rules);
 
 }  // namespace quarn

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "QuarnPlatform/json/PlainText.h"
+#include "QuarnPlatform/text/TextScalars.h"
 
 namespace quarn {
 namespace {
@@ -23,22 +24,6 @@ struct Nobody {
   bool begin() { return true; }
   void end(JSONValue::Type /*type*/) {}
 };
-
-void appendUTF8(unsigned code, std::string& text) {
-  const auto byte = [&](unsigned value) { text += static_cast<char>(value); };
-  if (code < 0x80) return byte(code);
-  if (code < 0x800) {
-    byte(0xC0 | code >> 6);
-  } else if (code < 0x10000) {
-    byte(0xE0 | code >> 12);
-    byte(0x80 | (code >> 6 & 0x3F));
-  } else {
-    byte(0xF0 | code >> 18);
-    byte(0x80 | (code >> 12 & 0x3F));
-    byte(0x80 | (code >> 6 & 0x3F));
-  }
-  byte(0x80 | (code & 0x3F));
-}
 
 /// Reads an integer that fits the type; a real number to the library if it does not.
 template <class Integer>
@@ -139,7 +124,7 @@ bool PlainJSONCursor::escapedUnit() {
     if (!takeWord("\\u") || !hexDigits(low) || low < 0xDC00 || low >= 0xE000) return false;
     code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
   }
-  appendUTF8(code, unescaped_);
+  unicode::appendUTF8(unescaped_, code);
   return true;
 }
 

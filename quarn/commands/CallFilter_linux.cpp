@@ -70,7 +70,7 @@ constexpr std::size_t argument(std::size_t number) {
 }
 constexpr std::size_t upperHalf(std::size_t number) { return argument(number) + sizeof(std::uint32_t); }
 
-// Judges one call by lines that end in an answer whatever they read; other calls go on behind them.
+// If it is this call, the lines of the verdict run, and one of them must answer. For another call they are skipped.
 void judge(Lines& lines, long call, const Lines& verdict) {
   lines.push_back(jump(BPF_JEQ, static_cast<std::uint32_t>(call), 0, verdict.size()));
   lines.insert(lines.end(), verdict.begin(), verdict.end());
@@ -127,7 +127,8 @@ std::vector<sock_filter> callFilter(const CallRules& rules) {
   judge(lines, SYS_clone3, {refusal(ENOSYS)});
   judgeRequests(lines);
   for (const long call : kRefusedCalls) judge(lines, call, {refusal(EPERM)});
-  // A file that replaces another one takes over its mode. The filter cannot see which file a descriptor stands for.
+  // A command that replaces a file gives the new file the mode of the old one with fchmod. The filter cannot see which
+  // file a descriptor belongs to, so such a command may change the mode of every file that it has open.
   if (!rules.writesFiles) judge(lines, SYS_fchmod, {refusal(EPERM)});
   lines.push_back(approval());
   return lines;

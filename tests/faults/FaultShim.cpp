@@ -6,9 +6,8 @@
 //               CALL:interrupt:nN CALL never fails. Call number N sends SIGINT to the process, as Ctrl-C does
 //   QUARN_FAULT_MARK=FILE         exists once the library is loaded; gets one byte for each call that failed, or for
 //                                 each call after the interrupt; each of these waits 10 ms
-//   QUARN_FAULT_CONFINEMENT       set: at its end the process writes "filter N" to its standard error; N is 2 if a
-//   filter
-//                                 of system calls confines it, else 0
+//   QUARN_FAULT_CONFINEMENT       if set, the process writes "filter N" to its standard error at its end. N is 2 if a
+//                                 filter of system calls confines it, else 0
 //
 // The library sees only calls through the functions of the C library. "xattr" stands for flistxattr and fgetxattr.
 // "malloc" counts and fails only after main() began, and only for callers outside the C library and libplist: these two

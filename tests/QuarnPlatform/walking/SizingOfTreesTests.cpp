@@ -1,51 +1,30 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "QuarnPlatform/files/ReadReport.h"
-#include "QuarnPlatform/walking/TreeSizer.h"
+#include "tests/QuarnPlatform/walking/Sizing.h"
 #include "tests/support/Descriptors.h"
-#include "tests/support/MacVolume.h"
-#include "tests/support/MemoryVolume.h"
 
 namespace quarn::sizing_of_trees_tests {
 namespace {
 
-using Step = Attribution::Step;
 using Totals = TreeSizer::Totals;
 
-// Every file to the bucket of the root; what a test needs to judge otherwise it overrides.
-struct Plain : Attribution {
-  [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view, bool) const override { return parent; }
-  [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view) const override {
-    return parent.bucket;
-  }
-};
-
-// One walk of several trees. Every rule holds whatever the number of threads; 0 leaves the choice to the sizer.
-class SizingOfTrees : public ::testing::TestWithParam<unsigned> {
+// One walk of several trees. Every rule holds whatever the number of threads.
+class SizingOfTrees : public SizingWithThreads {
  protected:
-  [[nodiscard]] static TreeSizer::Options options() {
-    TreeSizer::Options options;
-    options.threads = GetParam();
-    return options;
-  }
-  [[nodiscard]] FileManager files() const { return volume.files().reportingTo(report); }
-
-  MacVolume volume = volumeInMemory();
-  std::shared_ptr<ReadReport> report = std::make_shared<ReadReport>();
+  SizingOfTrees() : SizingWithThreads(InMemory::yes) {}
 };
 
 INSTANTIATE_TEST_SUITE_P(OnThreads, SizingOfTrees, ::testing::Values(0U, 1U, 2U, 8U));
 
 TEST_P(SizingOfTrees, EachTreeOfAWalkHasItsOwnTotalsAndRules) {
   volume.file("/t/a", 1).file("/t/x/y/b", 10).file("/u/.c", 100).file("/u/d", 1000).folder("/v").file("/w/e", 10'000);
-  const Plain plain;
+  const PlainAttribution plain;
   const std::vector<TreeSizer::Tree> trees{{.root = FileURL("/t"), .attribution = &plain, .rootStep = {.bucket = 3}},
                                            {.root = FileURL("/u"), .attribution = &plain, .hidden = HiddenItems::skip},
                                            {.root = FileURL("/v"), .attribution = &plain},
@@ -65,7 +44,7 @@ TEST_P(SizingOfTrees, EachTreeOfAWalkHasItsOwnTotalsAndRules) {
 
 TEST_P(SizingOfTrees, ATreeThatCannotBeListedDoesNotEndTheOthers) {
   volume.file("/t/a", 1).file("/file", 5).link("/link", "/t").file("/u/b", 10);
-  const Plain plain;
+  const PlainAttribution plain;
   std::vector<TreeSizer::Tree> trees;
   for (const char* root : {"/missing", "/t", "/file", "/link", "/u"}) {
     trees.push_back({.root = FileURL(root), .attribution = &plain});
@@ -82,7 +61,7 @@ TEST_P(SizingOfTrees, ATreeThatCannotBeListedDoesNotEndTheOthers) {
 
 TEST_P(SizingOfTrees, ManyTreesAreWalkedWithFewDescriptors) {
   constexpr int kTrees = 300;
-  struct Watching : Plain {
+  struct Watching : PlainAttribution {
     [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view) const override {
       const std::size_t open = openDescriptors();
       std::size_t before = most.load();
@@ -109,7 +88,7 @@ TEST_P(SizingOfTrees, ManyTreesAreWalkedWithFewDescriptors) {
 
 TEST_P(SizingOfTrees, ProgressIsTheSumOfAllTrees) {
   volume.file("/t/a", 1).file("/u/b", 10).file("/v/c", 100);
-  const Plain plain;
+  const PlainAttribution plain;
   std::vector<TreeSizer::Tree> trees;
   for (const char* root : {"/t", "/u", "/v"}) trees.push_back({.root = FileURL(root), .attribution = &plain});
   std::vector<std::int64_t> seen;
@@ -125,7 +104,7 @@ TEST_P(SizingOfTrees, ProgressIsTheSumOfAllTrees) {
 
 TEST_P(SizingOfTrees, ATreeThatACancelledWalkDidNotReachIsNotStarted) {
   volume.file("/t/a", 1).file("/u/b", 10);
-  struct Cancelling : Plain {
+  struct Cancelling : PlainAttribution {
     [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override {
       if (name == "a") cancellation.cancel();
       return parent.bucket;

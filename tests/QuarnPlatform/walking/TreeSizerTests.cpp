@@ -17,6 +17,7 @@
 #include "QuarnPlatform/paths/PathTrie.h"
 #include "QuarnPlatform/walking/DirectoryEnumerator.h"
 #include "QuarnPlatform/walking/TreeSizer.h"
+#include "tests/QuarnPlatform/walking/Sizing.h"
 #include "tests/support/DeepTrees.h"
 #include "tests/support/Descriptors.h"
 #include "tests/support/MacVolume.h"
@@ -41,31 +42,10 @@ std::int64_t allocatedOf(const MacVolume& volume, std::string_view path) {
   return status.st_blocks * 512;
 }
 
-// Every file to bucket 0; what a test needs to judge otherwise it overrides.
-struct Plain : Attribution {
-  [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view, bool) const override { return parent; }
-  [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view) const override {
-    return parent.bucket;
-  }
-};
-
-// Every rule holds whatever the number of threads; 0 leaves the choice to the sizer.
-class Sizing : public ::testing::TestWithParam<unsigned> {
- public:
-  Sizing() = default;
-
+// Every rule holds whatever the number of threads.
+class Sizing : public SizingWithThreads {
  protected:
-  enum class InMemory : std::uint8_t { yes };
-  explicit Sizing(InMemory) : volume(volumeInMemory()) {}
-
-  [[nodiscard]] static TreeSizer::Options options(HiddenItems hidden = HiddenItems::include) {
-    TreeSizer::Options options;
-    options.hidden = hidden;
-    options.threads = GetParam();
-    return options;
-  }
-
-  [[nodiscard]] FileManager files() const { return volume.files().reportingTo(report); }
+  using SizingWithThreads::SizingWithThreads;
 
   [[nodiscard]] ByteCounts total(std::string_view root, HiddenItems hidden = HiddenItems::include) const {
     return TreeSizer::total(files(), FileURL(root), options(hidden));
@@ -85,13 +65,10 @@ class Sizing : public ::testing::TestWithParam<unsigned> {
     }
     return {0, ""};
   }
-
-  MacVolume volume;
-  std::shared_ptr<ReadReport> report = std::make_shared<ReadReport>();
 };
 
 class SizingBigTrees : public Sizing {
- public:
+ protected:
   SizingBigTrees() : Sizing(InMemory::yes) {}
 };
 
@@ -155,7 +132,7 @@ TEST_P(Sizing, TheVolumesRootCanBeSized) {
 
 // /dev/pts is a file system of its own on every Linux and never empty; a test may not be allowed to mount one.
 TEST_P(Sizing, AnotherDeviceIsNotEnteredAndReported) {
-  struct Seeing : Plain {
+  struct Seeing : PlainAttribution {
     [[nodiscard]] std::optional<Step> folder(const Step&, std::string_view name, bool) const override {
       return Step{.state = name == "pts" ? 1U : 0U};
     }
@@ -233,7 +210,7 @@ TEST_P(Sizing, AnExcludedFolderIsNotEvenOpened) {
 
 TEST_P(Sizing, TheRootsFilesAreJudgedByTheRootsStep) {
   volume.file("/t/a", 7).file("/t/b/c", 70);
-  const Totals sums = totals(Plain(), {.bucket = 9});
+  const Totals sums = totals(PlainAttribution(), {.bucket = 9});
   EXPECT_EQ(sums[9].logicalBytes, 77);
 }
 
@@ -241,7 +218,7 @@ TEST_P(Sizing, PackagesByNameOrByTheirBundleBitAreToldToAnAttributionThatAsks) {
   volume.file("/t/A.app/a", 1).file("/t/A.app/inner.bundle/b", 10).file("/t/marked/c", 100).bundleBit("/t/marked");
   volume.file("/t/plain/d", 1000).file("/t/B.framework/e", 10'000).file("/t/out.app/f", 100'000);
   volume.file("/t/gone/g", 1'000'000).bundleBit("/t/gone");
-  struct Packages : Plain {
+  struct Packages : PlainAttribution {
     [[nodiscard]] bool needsPackages() const override { return true; }
     [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const override {
       if (isPackage && (name == "out.app" || name == "gone")) return std::nullopt;
@@ -256,7 +233,7 @@ TEST_P(Sizing, PackagesByNameOrByTheirBundleBitAreToldToAnAttributionThatAsks) {
 
 TEST_P(Sizing, FilesFoundBeforeAFolderIsKnownToBeAPackageCount) {
   // In a package everything goes to the second total, outside only what has the extension stays in the first.
-  struct ByExtension : Plain {
+  struct ByExtension : PlainAttribution {
     [[nodiscard]] bool needsPackages() const override { return true; }
     [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view, bool isPackage) const override {
       return parent.state == 1 || isPackage ? Step{.state = 1, .bucket = 1} : Step{.bucket = 1};
@@ -332,7 +309,7 @@ TEST_P(Sizing, WithoutAReportWhatIsUnreadableIsOnlyLeftOut) {
 TEST_P(SizingBigTrees, ItemsThatVanishDuringTheWalkAreLeftOut) {
   volume.file("/t/a", 1);
   for (int i = 0; i < 50; ++i) volume.file("/t/folder " + std::to_string(i) + "/file", 10);
-  struct Removing : Plain {
+  struct Removing : PlainAttribution {
     explicit Removing(MacVolume& target) : volume(target) {}
     [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool) const override {
       volume.remove("/t/" + std::string(name));
@@ -441,7 +418,7 @@ TEST_P(SizingBigTrees, ACancelledWalkEndsSoonWithTheTotalsSoFar) {
   constexpr int kFiles = 8000;
   constexpr int kCancelAt = 1000;
   for (int i = 0; i < kFiles; ++i) volume.sparse("/t/" + std::to_string(i % 4) + "/" + std::to_string(i), 1);
-  struct Cancelling : Plain {
+  struct Cancelling : PlainAttribution {
     [[nodiscard]] std::optional<std::uint8_t> file(const Step&, std::string_view) const override {
       if (++calls == kCancelAt) cancellation.cancel();
       return std::uint8_t{0};
@@ -461,7 +438,7 @@ TEST_P(SizingBigTrees, ACancelledWalkEndsSoonWithTheTotalsSoFar) {
 // One folder, so that a walk that polls only between folders, or rarely within one, would continue.
 TEST_P(Sizing, ACancelledWalkCountsAtMostOneMoreFileAThread) {
   for (int i = 0; i < 200; ++i) volume.sparse("/t/" + std::to_string(i), 1);
-  struct Cancelling : Plain {
+  struct Cancelling : PlainAttribution {
     [[nodiscard]] std::optional<std::uint8_t> file(const Step&, std::string_view) const override {
       if (++calls == 10) cancellation.cancel();
       return std::uint8_t{0};
@@ -514,7 +491,7 @@ TEST_P(SizingBigTrees, ProgressComesAtMostOncePerInterval) {
 TEST(SizingWithAHelper, ProgressComesWhileTheCallingThreadWaitsForOthers) {
   MacVolume volume;
   volume.file("/t/a/file", 1).file("/t/b/file", 1);
-  struct HoldingUp : Plain {
+  struct HoldingUp : PlainAttribution {
     [[nodiscard]] std::optional<std::uint8_t> file(const Step&, std::string_view) const override {
       const bool isCaller = std::this_thread::get_id() == caller;
       if (!isCaller) helperIsBusy = true;

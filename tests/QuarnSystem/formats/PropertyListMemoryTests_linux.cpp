@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "QuarnSystem/formats/PropertyList.h"
+#include "tests/support/Sanitizers.h"
 
 // Only Linux limits the address space of a process.
 
@@ -35,9 +36,7 @@ class LimitedMemory {
 
 // The library would end the process.
 TEST(PropertyListMemory, AListThatDoesNotFitInMemoryIsAnError) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "sanitizers reserve more address space than a limit allows";
-#endif
+  if (kIsSanitized) GTEST_SKIP() << "sanitizers reserve more address space than a limit allows";
   std::string list = "<array>";
   for (int i = 0; i < 450'000; ++i) list += "<true/>";
   list += "</array>";

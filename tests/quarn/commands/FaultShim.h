@@ -23,15 +23,14 @@ class FaultShim {
   CommandRun run(const std::string& volume, std::vector<std::string> words, const std::string& fault) {
     std::filesystem::remove(mark_);
     words.insert(words.begin(), {"--volume", volume, "--home", "/Users/ann", "--no-sandbox"});
-    CommandRun run = runQuarn(words, "",
-                              {"LD_PRELOAD=" + shim_, "QUARN_FAULT=" + fault, "QUARN_FAULT_MARK=" + mark_,
-                               "ASAN_OPTIONS=verify_asan_link_order=0"});
+    CommandRun run =
+        runQuarn(words, "", {"LD_PRELOAD=" + shim_, "QUARN_FAULT=" + fault, "QUARN_FAULT_MARK=" + mark_, kLoading});
     EXPECT_TRUE(std::filesystem::exists(mark_)) << "the shim was not loaded";
     return run;
   }
   /// Runs the command as it is; its standard error ends in what confines it (see the library).
   CommandRun runTellingConfinement(const std::vector<std::string>& words) {
-    return runQuarn(words, "", {"LD_PRELOAD=" + shim_, "QUARN_FAULT_CONFINEMENT=1"});
+    return runQuarn(words, "", {"LD_PRELOAD=" + shim_, "QUARN_FAULT_CONFINEMENT=1", kLoading});
   }
   /// How many calls the library marked in the last run.
   [[nodiscard]] std::uintmax_t marks() const {
@@ -41,6 +40,9 @@ class FaultShim {
   }
 
  private:
+  // Or the address sanitizer ends a program that loads another library first.
+  static constexpr const char* kLoading = "ASAN_OPTIONS=verify_asan_link_order=0";
+
   MacVolume folder_;
   std::string mark_ = folder_.root() + "/mark";
   std::string shim_ = folder_.root() + "/faults.so";

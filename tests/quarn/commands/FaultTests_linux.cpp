@@ -13,6 +13,7 @@
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/quarn/commands/FaultShim.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/Sanitizers.h"
 
 namespace quarn::fault_tests_linux {
 namespace {
@@ -233,9 +234,7 @@ TEST(FailingDisk, AScanIsWholeOrSaysWhatItLost) {
   for (const Fault& fault : {Fault{"pthread_create", EAGAIN}, {"pwrite", ENOSPC}, {"pwrite", EIO}, {"fsync", EIO}}) {
     all.push_back(fault);
   }
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-  all.push_back({"malloc", ENOMEM});
-#endif
+  if (!kIsSanitized) all.push_back({"malloc", ENOMEM});
   for (const Fault& fault : all) {
     for (std::uint64_t n = 1;; n *= 4) {
       SCOPED_TRACE(faultText(fault, "n" + std::to_string(n)));
@@ -269,9 +268,7 @@ TEST(FailingDisk, AScanThatCannotBeSyncedDoesNotReplaceTheOldOne) {
 }
 
 TEST(FailingDisk, MissingMemoryIsAnErrorOfTheOperation) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "sanitizers replace malloc";
-#endif
+  if (kIsSanitized) GTEST_SKIP() << "sanitizers replace malloc";
   FaultyRun faulty;
   for (const Words& words : sweeps()) EXPECT_GT(sweep(faulty, words, {"malloc", ENOMEM}), 10) << textOf(words);
 }
@@ -285,9 +282,7 @@ CommandRun runLimitedTo(int mebibytes, const Words& words) {
 // From too little for the first threads to enough for everything. With less still the system cannot load the program,
 // or the libraries end it before `main`.
 TEST(LittleMemory, AResultIsWholeOrAnError) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-  GTEST_SKIP() << "sanitizers reserve more address space than a limit allows";
-#endif
+  if (kIsSanitized) GTEST_SKIP() << "sanitizers reserve more address space than a limit allows";
   std::vector<CommandRun> wholes;
   for (const Words& words : sweeps()) wholes.push_back(runOnSample(words));
   int errors = 0;

@@ -12,10 +12,12 @@
 #include <gmock/gmock.h>
 #include <linux/filter.h>
 #include <linux/fs.h>
+#include <linux/landlock.h>
 #include <linux/seccomp.h>
 #include <pthread.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -26,27 +28,44 @@
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnPlatform/files/OpenHow_linux.h"
 #include "QuarnPlatform/walking/TreeSizer.h"
+#include "quarn/commands/CallFilter_linux.h"
 #include "quarn/commands/Sandbox.h"
 #include "tests/quarn/commands/CommandRun.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/Sanitizers.h"
 
 namespace quarn::sandbox_tests_linux {
 namespace {
 
-/// What a call gives in a process of its own that has entered the sandbox: 0 or the errno. -1 when the system cannot
-/// confine.
-int confined(const SandboxRules& rules, const std::function<bool()>& call) {
+/// Runs a function in a process of its own. Returns what it returns, which is below 254, or 254 if a signal ends it.
+int inChild(const std::function<int()>& function) {
   const pid_t child = ::fork();
-  if (child == 0) {
-    const SandboxState state = enterSandbox(rules);
-    if (!state.filesAreConfined || !state.callsAreConfined) ::_exit(255);
-    errno = 0;
-    ::_exit(call() ? 0 : errno);
-  }
+  if (child == 0) ::_exit(function());
   int status = 0;
   ::waitpid(child, &status, 0);
-  const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 254;
-  return code == 255 ? -1 : code;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 254;
+}
+
+/// 0, the errno of a call that fails, or 252 if it says none.
+int errorOfCall(const std::function<bool()>& call) {
+  errno = 0;
+  if (call()) return 0;
+  return errno == 0 ? 252 : errno;
+}
+
+/// Which of its confinements a process enters: 1 files, 2 calls.
+int confinements() {
+  return inChild([] {
+    const SandboxState state = enterSandbox({});
+    return (state.filesAreConfined ? 1 : 0) + (state.callsAreConfined ? 2 : 0);
+  });
+}
+
+bool hasLandlock() { return ::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION) >= 1; }
+
+// Others are skipped where files cannot be confined. This one fails if only our code does not confine them.
+TEST(EnteringTheSandbox, ConfinesCallsAlwaysAndFilesWhereTheSystemCan) {
+  EXPECT_EQ(confinements(), kIsSanitized ? 0 : hasLandlock() ? 3 : 2);
 }
 
 bool opens(const std::string& path, int flags) {
@@ -60,18 +79,23 @@ class Sandbox : public testing::Test {
     inspected_.text("/file", "inside").text("/folder/file", "inside");
     other_.text("/file", "outside");
     output_.text("/old", "old");
-    if (confined(rules_, [] { return true; }) == -1) isAvailable_ = false;
   }
   void SetUp() override {
-    if (!isAvailable_) GTEST_SKIP() << "this system cannot confine a process, or a sanitizer needs it not to";
+    if (kIsSanitized) GTEST_SKIP() << "a sanitizer needs a process that is not confined";
+    if (!hasLandlock()) GTEST_SKIP() << "this system cannot confine files";
   }
-  [[nodiscard]] int errorOf(const std::function<bool()>& call) const { return confined(rules_, call); }
+  /// The errno of a call in a process that has entered the sandbox, or 0.
+  [[nodiscard]] int errorOf(const std::function<bool()>& call) const {
+    return inChild([&] {
+      enterSandbox(rules_);
+      return errorOfCall(call);
+    });
+  }
 
   MacVolume inspected_;
   MacVolume other_;
   MacVolume output_;
   SandboxRules rules_{.readable = {inspected_.root(), "/usr/lib", "/nowhere"}, .writable = {output_.root()}};
-  bool isAvailable_ = true;
 };
 
 TEST_F(Sandbox, TheVolumeCanBeReadAndNothingElse) {
@@ -143,29 +167,30 @@ TEST_F(Sandbox, NewerCallsThatChangeModesAttributesAndMountsAreRefused) {
   }
 }
 
-/// The rules that follow hold where the system can seal memory.
-class SealedSandbox : public Sandbox {
- protected:
-  void SetUp() override {
-    Sandbox::SetUp();
-    if (!isSealable()) GTEST_SKIP() << "this system cannot seal memory, so Landlock keeps files from being emptied";
-  }
-  static bool isSealable() {
-    const pid_t child = ::fork();
-    if (child == 0) ::_exit(sealOpenHows() ? 0 : 1);
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return status == 0;
-  }
-};
+TEST_F(Sandbox, TheProcessCannotWriteItsOwnMemoryAsAFile) {
+  EXPECT_EQ(errorOf([] { return opens("/proc/self/mem", O_RDWR); }), EACCES);
+}
 
-TEST_F(SealedSandbox, Openat2TakesOurArgumentsAndNoCopiesOfThem) {
-  const std::string& root = inspected_.root();
+/// The errno of a call in a process with the filter for systems that can seal memory, or 0.
+int errorBehindFilter(const std::function<bool()>& call) {
+  return inChild([&] {
+    std::vector<sock_filter> lines = callFilter({.opening = OpeningCalls::cannotTruncate});
+    const sock_fprog program{static_cast<unsigned short>(lines.size()), lines.data()};
+    const bool isFiltered = ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
+                            ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, 0, &program) == 0;
+    return isFiltered ? errorOfCall(call) : 253;
+  });
+}
+
+TEST(FilteredCalls, Openat2TakesOurArgumentsAndNoCopiesOfThem) {
+  MacVolume volume;
+  volume.text("/file", "inside").folder("/folder");
+  const std::string& root = volume.root();
   for (const open_how& how : openHows()) {
     const bool listsOrLooks = (how.flags & (O_PATH | O_DIRECTORY)) != 0;
     const char* name = listsOrLooks ? "folder" : "file";
     const auto opensWith = [&](const open_how* argument) {
-      return errorOf([&] {
+      return errorBehindFilter([&] {
         const FileDescriptor folder(::open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
         return ::syscall(SYS_openat2, folder.get(), name, argument, sizeof *argument) >= 0;
       });
@@ -174,30 +199,18 @@ TEST_F(SealedSandbox, Openat2TakesOurArgumentsAndNoCopiesOfThem) {
     EXPECT_EQ(opensWith(&how), 0) << how.flags;
     EXPECT_EQ(opensWith(&copy), EPERM) << how.flags;
   }
-  EXPECT_EQ(errorOf([&] {
+  EXPECT_EQ(errorBehindFilter([&] {
               const auto* inside = reinterpret_cast<const std::byte*>(openHows().data()) + sizeof(std::uint64_t);
               return ::syscall(SYS_openat2, AT_FDCWD, root.c_str(), inside, sizeof(open_how)) >= 0;
             }),
             EPERM);
 }
 
-TEST_F(SealedSandbox, TheMemoryOfTheArgumentsCannotBeMadeWritableOrReplaced) {
-  const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-  void* start = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(openHows().data()) / page * page);
-  EXPECT_EQ(errorOf([&] { return ::mprotect(start, page, PROT_READ | PROT_WRITE) == 0; }), EPERM);
-  EXPECT_EQ(errorOf([&] { return ::munmap(start, page) == 0; }), EPERM);
-  EXPECT_EQ(errorOf([&] {
-              constexpr int kReplacing = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
-              return ::mmap(start, page, PROT_READ | PROT_WRITE, kReplacing, -1, 0) != MAP_FAILED;
-            }),
-            EPERM);
-  EXPECT_EQ(errorOf([&] { return ::mremap(start, page, 2 * page, MREMAP_MAYMOVE) != MAP_FAILED; }), EPERM);
-  EXPECT_EQ(errorOf([&] { return opens("/proc/self/mem", O_RDWR); }), EACCES);
-}
-
 // A look-up that openat2 may not make would walk by components, and nobody would notice.
-TEST_F(SealedSandbox, TheVolumeIsLookedUpByOpenat2) {
-  const FileManager files = FileManager::mounted(inspected_.root(), FileURL("/"));
+TEST(FilteredCalls, TheVolumeIsLookedUpByOpenat2) {
+  MacVolume volume;
+  volume.text("/file", "inside").text("/folder/file", "inside");
+  const FileManager files = FileManager::mounted(volume.root(), FileURL("/"));
   const auto refusesOpenat = [] {
     sock_filter lines[]{{BPF_LD | BPF_W | BPF_ABS, 0, 0, offsetof(seccomp_data, nr)},
                         {BPF_JMP | BPF_JEQ | BPF_K, 0, 1, SYS_openat},
@@ -206,7 +219,7 @@ TEST_F(SealedSandbox, TheVolumeIsLookedUpByOpenat2) {
     const sock_fprog program{std::size(lines), lines};
     return ::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, 0, &program) == 0;
   };
-  EXPECT_EQ(errorOf([&] {
+  EXPECT_EQ(errorBehindFilter([&] {
               if (!refusesOpenat()) return false;
               return files.facts(FileURL("/file"), Links::follow) &&
                      files.facts(FileURL("/file"), Links::doNotFollow) && files.realPath(FileURL("/folder/file")) &&
@@ -214,6 +227,29 @@ TEST_F(SealedSandbox, TheVolumeIsLookedUpByOpenat2) {
                      TreeSizer::total(files, FileURL("/"), {.threads = 1}).logicalBytes == 12;
             }),
             0);
+}
+
+// Only an older system may refuse to seal it.
+TEST(SealedMemory, CannotBeMadeWritableOrReplaced) {
+  const int sealing = inChild([] { return errorOfCall(sealOpenHows); });
+  ASSERT_THAT(sealing, testing::AnyOf(0, ENOSYS));
+  if (sealing == ENOSYS) return;
+  const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  void* start = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(openHows().data()) / page * page);
+  const std::vector<std::function<bool()>> changes{
+      [&] { return ::mprotect(start, page, PROT_READ | PROT_WRITE) == 0; }, [&] { return ::munmap(start, page) == 0; },
+      [&] {
+        constexpr int kReplacing = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
+        return ::mmap(start, page, PROT_READ | PROT_WRITE, kReplacing, -1, 0) != MAP_FAILED;
+      },
+      [&] { return ::mremap(start, page, 2 * page, MREMAP_MAYMOVE) != MAP_FAILED; }};
+  for (std::size_t i = 0; i < changes.size(); ++i) {
+    const int error = inChild([&] {
+      sealOpenHows();
+      return errorOfCall(changes[i]);
+    });
+    EXPECT_EQ(error, EPERM) << "change " << i;
+  }
 }
 
 TEST_F(Sandbox, TheOutputsFolderTakesAFileThatReplacesAnother) {
