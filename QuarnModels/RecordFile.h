@@ -78,7 +78,7 @@ struct Reader<std::optional<Value>> {
   }
 };
 
-/// A member that every record has, unless it is optional, and that has no further rules.
+/// True for a member that has no rules but its type.
 template <class Record, class Value>
 constexpr bool isSimple(const Member<Record, Value>& member) {
   return member.make == nullptr && member.range == Range::all;

@@ -25,7 +25,7 @@ struct Nobody {
   void end(JSONValue::Type /*type*/) {}
 };
 
-/// Reads an integer that fits the type; a real number to the library if it does not.
+/// Reads an integer. Gives up on one that does not fit the type: the library makes a real number of it.
 template <class Integer>
 bool integerOf(std::string_view token, Integer& value) {
   return std::from_chars(token.data(), token.data() + token.size(), value).ec == std::errc();
