@@ -239,7 +239,7 @@ void ReadAhead::perform(Lock& lock, const Task& task, Worker& worker) {
   lock.unlock();
   worker.prepare();
   if (helperCount_.mayGrow()) {
-    const auto start = HelperCount::Clock::now();
+    const auto start = HelperCount::begin(worker.observations);
     read(task, worker);
     const std::size_t entries = std::min(task.folder->listing.entries.size(), kSegment);
     helperCount_.note(worker.observations, kCallsPerListing + entries, HelperCount::Clock::now() - start);

@@ -53,8 +53,7 @@ void SizingWorker::work() {
 }
 
 void SizingWorker::run(SizingTask& task) {
-  if (scheduler_.helperCount().mayGrow()) since_ = HelperCount::Clock::now();
-  calls_ = kCallsToSizeFolder;
+  beginToMeasure(kCallsToSizeFolder);
   do {
     again_ = false;
     if (task.bigFolder) {
@@ -68,12 +67,15 @@ void SizingWorker::run(SizingTask& task) {
   noteTime();
 }
 
+void SizingWorker::beginToMeasure(std::size_t callsSoFar) {
+  if (!scheduler_.helperCount().mayGrow()) return;
+  calls_ = callsSoFar;
+  since_ = HelperCount::begin(observations_);
+}
+
 void SizingWorker::noteTime() {
   if (!scheduler_.helperCount().mayGrow()) return;
-  const HelperCount::Clock::time_point now = HelperCount::Clock::now();
-  scheduler_.helperCount().note(observations_, calls_, now - since_);
-  since_ = now;
-  calls_ = 0;
+  scheduler_.helperCount().note(observations_, calls_, HelperCount::Clock::now() - since_);
 }
 
 // Tasks fail in this way before they have counted anything.
@@ -142,6 +144,7 @@ bool SizingWorker::countAll(SizedFolder& folder) {
     if (--untilCheck != 0) continue;
     untilCheck = SizingScheduler::kEntriesBetweenChecks;
     noteTime();
+    beginToMeasure(0);
     if (!scheduler_.shareTotals(unshared_)) return false;
     if (scheduler_.hasIdleThread()) shareRest(folder);
   }

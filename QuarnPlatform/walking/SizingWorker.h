@@ -43,6 +43,7 @@ class SizingWorker {
   void keepSubFolder(SizedFolder& folder, const DirectoryReader::Entry& entry);
   void shareRest(SizedFolder& folder);
   void queueSubFolders(SizedFolder& folder);
+  void beginToMeasure(std::size_t callsSoFar);
   void noteTime();
 
   [[nodiscard]] SizedTree& tree() { return *unshared_.tree; }
@@ -54,7 +55,7 @@ class SizingWorker {
   std::vector<SubFolders::Item> subFolders_;  // of the folder that is being read
   std::string subFolderNames_;
   HelperCount::Observations observations_;
-  HelperCount::Clock::time_point since_ = HelperCount::Clock::now();  // of the calls that were not noted yet
+  HelperCount::Clock::time_point since_{};  // of the calls that were not noted yet
   std::size_t calls_ = 0;
 };
 

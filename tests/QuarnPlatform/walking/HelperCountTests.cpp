@@ -16,9 +16,16 @@ TEST(HelperCount, BeginsWithThoseAtOnceAndNeverWithMoreThanTheMost) {
   EXPECT_GE(HelperCount::furtherCores(), 1U);
 }
 
+void noteAfterWaiting(HelperCount& count, HelperCount::Observations& observations, std::size_t calls,
+                      microseconds time) {
+  HelperCount::begin(observations);
+  std::this_thread::sleep_for(microseconds(1));
+  count.note(observations, calls, time);
+}
+
 // Notes ten calls a letter: "s" for slow ones, "f" for fast ones. How many helpers are wanted then.
 unsigned wantedAfter(std::string_view notes, HelperCount& count, HelperCount::Observations& observations) {
-  for (const char note : notes) count.note(observations, 10, microseconds(note == 's' ? 1000 : 15));
+  for (const char note : notes) noteAfterWaiting(count, observations, 10, microseconds(note == 's' ? 1000 : 15));
   return count.wanted();
 }
 
@@ -36,9 +43,9 @@ TEST(HelperCount, CallsThatWaitForTheDiskAddOneEachTimeUpToTheMost) {
 TEST(HelperCount, ACallIsSlowBeyondTwentyMicroseconds) {
   HelperCount count(3, 1);
   HelperCount::Observations observations;
-  for (int i = 0; i < 3; ++i) count.note(observations, 100, microseconds(2000));
+  for (int i = 0; i < 3; ++i) noteAfterWaiting(count, observations, 100, microseconds(2000));
   EXPECT_EQ(count.wanted(), 1U);
-  for (int i = 0; i < 2; ++i) count.note(observations, 100, microseconds(2001));
+  for (int i = 0; i < 2; ++i) noteAfterWaiting(count, observations, 100, microseconds(2001));
   EXPECT_EQ(count.wanted(), 2U);
 }
 
@@ -68,7 +75,7 @@ TEST(HelperCount, AThreadThatTheSystemRefusesIsNotRequestedAgain) {
   count.limit(2);
   EXPECT_EQ(count.wanted(), 2U);
   HelperCount::Observations observations;
-  for (int i = 0; i < 3; ++i) count.note(observations, 1, microseconds(1000));
+  for (int i = 0; i < 3; ++i) noteAfterWaiting(count, observations, 1, microseconds(1000));
   EXPECT_EQ(count.wanted(), 2U);
 }
 
@@ -78,7 +85,7 @@ TEST(HelperCount, ManyThreadsMayNote) {
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
       HelperCount::Observations observations;
-      for (int i = 0; i < 100; ++i) count.note(observations, 1, microseconds(1000));
+      for (int i = 0; i < 100; ++i) noteAfterWaiting(count, observations, 1, microseconds(1000));
     });
   }
   for (std::thread& thread : threads) thread.join();
