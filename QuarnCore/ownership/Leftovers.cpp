@@ -1,18 +1,42 @@
 #include "QuarnCore/ownership/Leftovers.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <cstdint>
+#include <limits>
 #include <numeric>
 #include <unordered_map>
 #include <utility>
 
 #include "QuarnPlatform/text/Text.h"
-#include "QuarnPlatform/walking/DirectoryEnumerator.h"
+#include "QuarnPlatform/walking/FolderObserver.h"
+#include "QuarnPlatform/walking/TreeSizer.h"
 
 namespace quarn {
 namespace {
 
-Date modifiedAt(const ItemFacts& facts) { return Date(std::chrono::seconds(facts.modifiedSeconds)); }
+/// The newest change that a sizing walk meets, in seconds since 1970.
+class NewestMet final : public FolderObserver {
+ public:
+  explicit NewestMet(std::int64_t ofRoot) : newest_(ofRoot) { refuseUpTo(std::numeric_limits<std::int64_t>::max()); }
+
+  Folder enter(Folder /*parent*/, const FolderFacts& facts) override { return note(facts.modified), Folder{}; }
+  void leaveOut(Folder /*parent*/, const FolderFacts& facts) override { note(facts.modified); }
+  void add(Folder /*folder*/, const Counted& files) override { note(files.newest); }
+  void keep(Folder /*folder*/, const File& /*file*/) override {}
+
+  [[nodiscard]] std::int64_t newest() const { return newest_; }
+
+ private:
+  void note(std::int64_t time) {
+    std::int64_t before = newest_;
+    while (time > before && !newest_.compare_exchange_weak(before, time)) {
+    }
+  }
+
+  std::atomic<std::int64_t> newest_;
+};
 
 std::optional<SizeInfo> sizeOf(const FileSizeCalculator& sizes, const FileURL& url, const Cancellation& cancellation) {
   try {
@@ -134,15 +158,16 @@ class LeftoverList::Search {
 std::optional<Date> newestChange(const FileManager& files, const FileURL& url) {
   const std::optional<ItemFacts> own = files.facts(url, Links::doNotFollow);
   if (!own) return std::nullopt;
-  Date result = modifiedAt(*own);
-  if (own->type != FileType::directory) return result;
-  DirectoryEnumerator items(files, url, {.hidden = HiddenItems::include, .packages = PackageContents::enter});
-  while (const DirectoryEnumerator::Item* item = items.next()) {
-    const bool counts = item->type() == FileType::directory || item->type() == FileType::regular;
-    const auto facts = counts ? files.facts(item->url(), Links::doNotFollow) : std::nullopt;
-    if (facts) result = std::max(result, modifiedAt(*facts));
+  NewestMet changes(own->modifiedSeconds);
+  try {
+    const TreeSizer::Options options{.cancellation = files.cancellation(), .observer = &changes};
+    if (own->type == FileType::directory) (void)TreeSizer::total(files, url, options);
+  } catch (const FileError&) {
+    // The folder cannot be listed: its own change is what there is.
+  } catch (const SizeOverflow&) {
+    return std::nullopt;
   }
-  return result;
+  return Date(std::chrono::seconds(changes.newest()));
 }
 
 LeftoverList::LeftoverList(const OwnershipMap& map, const LeftoverOptions& options, const FileManager& files,

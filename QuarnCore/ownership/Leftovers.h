@@ -44,7 +44,8 @@ struct LeftoverOptions {
   bool includeSystem = true;  ///< items outside the home folder
 };
 
-/// The newest change of an item and the folders and files in it; absent when unknown. Links count only as the item.
+/// The newest change of an item and the folders and files in it; absent when unknown, also if the sizes of the
+/// files do not add up to a number. Links count only as the item.
 using NewestChange = std::function<std::optional<Date>(const FileURL& url)>;
 
 /// The orphaned entries of a map by former owner: the largest first when they are sized, else by name. Shared, system

@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "QuarnPlatform/base/FileError.h"
@@ -197,18 +198,24 @@ void SizingWorker::observeFile(SizedFolder& folder, const FolderObserver::File& 
   if (scheduler_.observer()->wants(file.sizes)) scheduler_.observer()->keep(folder.observed(), file);
 }
 
-// A negative descriptor stands for a folder that could not be opened.
+// Looks the folder up in its parent if it could not be opened, which a negative descriptor stands for.
+std::int64_t SizingWorker::changeOf(const SizingTask& task, int descriptor) {
+  struct stat facts {};
+  if (descriptor >= 0) return ::fstat(descriptor, &facts) == 0 ? facts.st_mtime : FolderObserver::kNoTime;
+  const PinnedFolder parent(task.siblings->folder);
+  const bool isFound = parent.descriptor() >= 0 &&
+                       ::fstatat(parent.descriptor(), task.name, &facts, AT_SYMLINK_NOFOLLOW) == 0 &&
+                       S_ISDIR(facts.st_mode);
+  return isFound ? facts.st_mtime : FolderObserver::kNoTime;
+}
+
 FolderObserver::Folder SizingWorker::observe(const SizingTask& task, int descriptor, bool hasBundleBit) {
   const std::string_view name(task.name);
-  struct stat facts {};
-  const bool isRead = descriptor >= 0;
-  const bool hasTime = isRead && ::fstat(descriptor, &facts) == 0;
-  return scheduler_.observer()->enter(task.siblings->observed,
-                                      {.name = name,
-                                       .isHidden = task.item.isHidden,
-                                       .isPackage = hasBundleBit || isPackageName(name),
-                                       .isRead = isRead,
-                                       .modified = hasTime ? std::int64_t{facts.st_mtime} : FolderObserver::kNoTime});
+  return scheduler_.observer()->enter(task.siblings->observed, {.name = name,
+                                                                .isHidden = task.item.isHidden,
+                                                                .isPackage = hasBundleBit || isPackageName(name),
+                                                                .isRead = descriptor >= 0,
+                                                                .modified = changeOf(task, descriptor)});
 }
 
 void SizingWorker::tellCounted(SizedFolder& folder) {

@@ -3,6 +3,8 @@
 
 #include "QuarnCore/ownership/Leftovers.h"
 #include "tests/QuarnCore/ownership/Owners.h"
+#include "tests/support/MemoryVolume.h"
+#include "tests/support/UnprivilegedUser.h"
 
 namespace quarn::leftovers_tests {
 namespace {
@@ -167,6 +169,59 @@ TEST(Leftovers, TellTheNewestChangeOfAllThatIsInThem) {
   const std::vector<Leftover> found = leftovers(Mapper(volume));
   ASSERT_THAT(found, SizeIs(1));
   EXPECT_EQ(found[0].modified, Date(std::chrono::seconds(2'000'000'000)));
+}
+
+TEST(Leftovers, TellTheChangeOfAFolderInThemThatCannotBeRead) {
+  MacVolume volume;
+  const std::string closed = "~/Library/Caches/com.gone.Editor/deep/closed";
+  volume.file(closed + "/a").mode(closed, 0000).modified(closed, 2'000'000'000);
+  std::vector<Leftover> found;
+  {
+    const UnprivilegedUser user;
+    found = leftovers(Mapper(volume));
+  }
+  volume.mode(closed, 0755);
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].modified, Date(std::chrono::seconds(2'000'000'000)));
+}
+
+TEST(Leftovers, TellTheChangeOfAFolderThatCannotBeListed) {
+  MacVolume volume;
+  const std::string closed = "~/Library/Caches/com.gone.Editor";
+  volume.file(closed + "/a").mode(closed, 0000).modified(closed, 2'000'000'000);
+  std::vector<Leftover> found;
+  {
+    const UnprivilegedUser user;
+    found = leftovers(Mapper(volume));
+  }
+  volume.mode(closed, 0755);
+  ASSERT_THAT(found, SizeIs(1));
+  EXPECT_EQ(found[0].modified, Date(std::chrono::seconds(2'000'000'000)));
+}
+
+TEST(Leftovers, TellTheChangeOfAFolderAndOfHiddenItemsInThem) {
+  MacVolume volume;
+  volume.folder("~/Library/Caches/com.gone.Editor/deep").file("~/Library/Caches/org.old.Player/.a/.b");
+  for (const char* path : {"org.old.Player/.a/.b", "org.old.Player/.a", "org.old.Player", "com.gone.Editor"}) {
+    volume.modified(std::string("~/Library/Caches/") + path, 1'000);
+  }
+  volume.modified("~/Library/Caches/com.gone.Editor/deep", 2'000'000'000);
+  volume.modified("~/Library/Caches/org.old.Player/.a/.b", 1'900'000'000);
+  const std::vector<Leftover> found = leftovers(Mapper(volume));
+  ASSERT_THAT(found, SizeIs(2));
+  EXPECT_EQ(found[0].modified, Date(std::chrono::seconds(2'000'000'000)));
+  EXPECT_EQ(found[1].modified, Date(std::chrono::seconds(1'900'000'000)));
+}
+
+TEST(Leftovers, WhoseFilesAreTooLargeToAddUpHaveNoChangeAndLoseNoOthers) {
+  MacVolume volume = volumeInMemory();
+  constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
+  volume.sparse("~/Library/Caches/com.gone.Editor/a", kLargest).sparse("~/Library/Caches/com.gone.Editor/b", kLargest);
+  volume.file("~/Library/Caches/org.old.Player/a");
+  const std::vector<Leftover> found = leftovers(Mapper(volume));
+  ASSERT_THAT(found, SizeIs(2));
+  EXPECT_FALSE(found[0].modified.has_value());
+  EXPECT_TRUE(found[1].modified.has_value());
 }
 
 TEST(Leftovers, ALinkInThemIsNoChange) {

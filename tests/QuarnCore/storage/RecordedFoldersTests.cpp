@@ -156,6 +156,7 @@ TEST(RecordedFolders, AFileThatIsARootOfTheScanIsInItsFolder) {
 TEST(RecordedFolders, AnUnreadableFolderIsRecordedAsNotRead) {
   DashboardVolume volume;
   volume.file("~/Pictures/closed/a", 5).mode("~/Pictures/closed", 0000);
+  volume.modified("~/Pictures/closed", 2'000'000'000);
   RecordedFolders folders;
   {
     const UnprivilegedUser user;
@@ -163,6 +164,7 @@ TEST(RecordedFolders, AnUnreadableFolderIsRecordedAsNotRead) {
   }
   volume.mode("~/Pictures/closed", 0755);
   EXPECT_FALSE(recordOf(folders, "/Users/ann/Pictures/closed").isRead);
+  EXPECT_EQ(recordOf(folders, "/Users/ann/Pictures/closed").newest, 2'000'000'000);
   EXPECT_TRUE(recordOf(folders, "/Users/ann/Pictures").isRead);
 }
 
