@@ -41,7 +41,7 @@ quarn_public_headers(
   storage/HomeFolders.h storage/RootScope.h storage/StorageDashboardService.h
   storage/StorageSignature.h storage/StorageSignatureRegistry.h storage/VendorPathHintIndex.h vendors/DeepInspectorService.h
   vendors/UninstallerDiscoveryService.h vendors/VendorArtifactDeduplicator.h vendors/VendorPathResolver.h vendors/VendorProfile.h
-  vendors/VendorProfileIndex.h vendors/VendorProfileRegistry.h)
+  vendors/VendorProfileFiles.h vendors/VendorProfileIndex.h vendors/VendorProfileRegistry.h)
 
 # The library.
 set_target_properties(quarn_settings PROPERTIES EXPORT_NAME settings)

@@ -187,9 +187,21 @@ VendorPathHintIndex::VendorPathHintIndex(const VendorProfileRegistry& registry, 
     : files_(std::move(files)) {
   const std::vector<VendorProfile>& profiles = registry.profiles();
   ListedFolders folders(files_);
-  const auto found =
-      collectInParallel<Finds>(profiles.size(), [&](std::size_t i) { return findsOf(profiles[i], folders, home); });
-  for (const Finds& finds : found) {
+  addAll(profiles.size(), [&](std::size_t i) { return findsOf(profiles[i], folders, home); });
+}
+
+VendorPathHintIndex::VendorPathHintIndex(const VendorProfileFiles& profiles, const FileURL& home, FileManager files)
+    : files_(std::move(files)) {
+  ListedFolders folders(files_);
+  addAll(profiles.size(), [&](std::size_t i) {
+    const std::optional<VendorProfile> profile = profiles.read(i);
+    return profile ? findsOf(*profile, folders, home) : std::nullopt;
+  });
+}
+
+void VendorPathHintIndex::addAll(std::size_t profiles,
+                                 const std::function<std::optional<Finds>(std::size_t)>& findsAt) {
+  for (const Finds& finds : collectInParallel<Finds>(profiles, findsAt)) {
     for (const Find& find : finds) add(find);
   }
   sortEntries();

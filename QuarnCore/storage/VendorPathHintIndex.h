@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -15,7 +17,7 @@
 namespace quarn {
 
 /// Finds the vendor path that contains a file, and the vendor folders that are additional roots of a category. Built
-/// once from the patterns of the profiles, as they resolve on the volume.
+/// once from the patterns of the profiles, as they resolve on the volume. Does not keep the profiles.
 class VendorPathHintIndex {
  public:
   /// An existing item of a vendor.
@@ -37,6 +39,9 @@ class VendorPathHintIndex {
   using Roots = std::map<StorageCategoryID, std::vector<FileURL>>;
 
   VendorPathHintIndex(const VendorProfileRegistry& registry, const FileURL& home, FileManager files);
+  /// The same, and reads each profile when its patterns are due: nearly all that it says is needed only if it has items
+  /// on the volume.
+  VendorPathHintIndex(const VendorProfileFiles& profiles, const FileURL& home, FileManager files);
 
   /// The hint of the deepest vendor path that equals or contains the URL, for one category.
   [[nodiscard]] std::optional<VendorPathHint> hint(const FileURL& url, StorageCategoryID category) const;
@@ -51,6 +56,8 @@ class VendorPathHintIndex {
   static std::optional<StorageCategoryID> category(std::string_view profileID);
 
  private:
+  /// `findsAt` gives the finds of the profile at a position; called on two threads.
+  void addAll(std::size_t profiles, const std::function<std::optional<Finds>(std::size_t)>& findsAt);
   void add(const Find& find);
   void sortEntries();
   void keepOutermostRoots();

@@ -13,6 +13,12 @@ constexpr std::size_t kMostKeptEntries = 4096;
 constexpr std::size_t kMostKeptAnswers = 16384;
 // Each level of a path is asked for.
 constexpr std::ptrdiff_t kMostLevels = 64;
+// A listing costs about as much as this many lookups.
+constexpr unsigned kLookupsBeforeListing = 3;
+
+bool isUsual(std::string_view path) {
+  return path::isPlain(path) && std::count(path.begin(), path.end(), '/') <= kMostLevels;
+}
 
 }  // namespace
 
@@ -27,11 +33,15 @@ ListedFolders::Entries ListedFolders::visibleEntries(const FileURL& folder) {
 }
 
 std::optional<FileURL> ListedFolders::existingURL(const std::string& path) {
-  return isBelowMissing(path) ? std::nullopt : files_.existingURL(path);
+  if (isBelowMissing(path)) return std::nullopt;
+  if (!isUsual(path)) return files_.existingURL(path);
+  if (isExcluded(path)) return std::nullopt;
+  noteLookup(path);
+  return files_.existingURL(path);
 }
 
 bool ListedFolders::isBelowMissing(std::string_view path) {
-  if (!path::isPlain(path) || std::count(path.begin(), path.end(), '/') > kMostLevels) return false;
+  if (!isUsual(path)) return false;
   std::size_t end = path.find('/', 1);
   if (const std::optional<bool> known = knownToBeBelowMissing(path, end)) return *known;
   for (; end != std::string_view::npos; end = path.find('/', end + 1)) {
@@ -58,11 +68,40 @@ std::optional<bool> ListedFolders::knownToBeBelowMissing(std::string_view path, 
 // From the top down: most vendors have no data on most volumes, and a missing folder rules out every path below it.
 // A folder that cannot be looked up for another reason does not count as missing.
 bool ListedFolders::isMissing(std::string_view folder) {
-  const bool isFound = silent_.facts(FileURL(folder), Links::follow).has_value();
-  const bool missing = !isFound && (errno == ENOENT || errno == ENOTDIR);
+  bool missing = isExcluded(folder);
+  if (!missing) {
+    const bool isFound = silent_.facts(FileURL(folder), Links::follow).has_value();
+    missing = !isFound && (errno == ENOENT || errno == ENOTDIR);
+    noteLookup(folder);
+  }
   const std::lock_guard lock(answers_);
   if (isMissing_.size() < kMostKeptAnswers) isMissing_.emplace(folder, missing);
   return missing;
+}
+
+/// Whether the names in the folder of a path say that the item is missing.
+bool ListedFolders::isExcluded(std::string_view path) {
+  const std::shared_lock lock(names_);
+  const auto asked = asked_.find(path::parent(path));
+  return asked != asked_.end() && asked->second.names && asked->second.names->excludes(path::lastComponent(path));
+}
+
+// The top folder may hold mount points that appear only when they are looked up.
+void ListedFolders::noteLookup(std::string_view path) {
+  const std::string_view folder = path::parent(path);
+  if (folder == "/") return;
+  {
+    const std::lock_guard lock(names_);
+    auto asked = asked_.find(folder);
+    if (asked == asked_.end()) {
+      if (asked_.size() >= kMostKeptAnswers) return;
+      asked = asked_.emplace(folder, Asked{}).first;
+    }
+    if (++asked->second.lookups != kLookupsBeforeListing) return;
+  }
+  std::optional<FolderNames> names = FolderNames::read(FileURL(folder), silent_);
+  const std::lock_guard lock(names_);
+  asked_.find(folder)->second.names = std::move(names);
 }
 
 }  // namespace quarn

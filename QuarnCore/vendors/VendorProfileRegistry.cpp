@@ -3,28 +3,9 @@
 #include <mutex>
 
 #include "QuarnCore/vendors/VendorMatcher.h"
-#include "QuarnCore/vendors/VendorProfileJSON.h"
 #include "QuarnPlatform/base/Parallel.h"
 
 namespace quarn {
-namespace {
-
-constexpr std::string_view kExtension = "json";
-constexpr std::string_view kSubdirectory = "vendors";
-
-std::optional<std::string> readResource(const ResourceBundle& bundle, std::string_view name) {
-  return bundle.readBelowOrHere(name, kExtension, kSubdirectory);
-}
-
-std::string withoutExtension(std::string file) {
-  constexpr std::string_view kEnding = ".json";
-  for (std::size_t found = file.find(kEnding); found != std::string::npos; found = file.find(kEnding, found)) {
-    file.erase(found, kEnding.size());
-  }
-  return file;
-}
-
-}  // namespace
 
 // The matchers are made when an app is matched for the first time; a storage scan matches none.
 struct VendorProfileRegistry::Content {
@@ -49,14 +30,12 @@ VendorProfileRegistry::VendorProfileRegistry(std::vector<VendorProfile> profiles
 const std::vector<VendorProfile>& VendorProfileRegistry::profiles() const { return content_->profiles; }
 
 VendorProfileRegistry VendorProfileRegistry::loadDefault(const ResourceBundle& bundle) {
-  const std::optional<std::string> indexText = readResource(bundle, "index");
-  const std::optional<Index> index = indexText ? decodeVendorIndex(*indexText) : std::nullopt;
-  if (!index) return VendorProfileRegistry();
+  return load(VendorProfileFiles({bundle}));
+}
+
+VendorProfileRegistry VendorProfileRegistry::load(const VendorProfileFiles& files) {
   return VendorProfileRegistry(
-      collectInParallel<VendorProfile>(index->vendors.size(), [&](std::size_t i) -> std::optional<VendorProfile> {
-        const std::optional<std::string> text = readResource(bundle, withoutExtension(index->vendors[i].file));
-        return text ? decodeVendorProfile(*text) : std::nullopt;
-      }));
+      collectInParallel<VendorProfile>(files.size(), [&](std::size_t i) { return files.read(i); }));
 }
 
 std::vector<VendorProfile> VendorProfileRegistry::matchingProfiles(const AppEntity& app) const {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "QuarnCore/vendors/VendorProfile.h"
+#include "QuarnCore/vendors/VendorProfileFiles.h"
 #include "QuarnCore/vendors/VendorProfileIndex.h"
 #include "QuarnPlatform/files/FileManager.h"
 #include "QuarnPlatform/resources/ResourceBundle.h"
@@ -24,6 +25,8 @@ class VendorProfileRegistry {
   /// Loads "vendors/index.json" (else "index.json") and the files that it names. Never fails: silently skips files
   /// that cannot be read or decoded.
   static VendorProfileRegistry loadDefault(const ResourceBundle& bundle = ResourceBundle::containing<BundleAnchor>());
+  /// Loads all files.
+  static VendorProfileRegistry load(const VendorProfileFiles& files);
 
   [[nodiscard]] const std::vector<VendorProfile>& profiles() const;
   /// The profiles that match the app, in the order of the index.

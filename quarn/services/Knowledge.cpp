@@ -9,15 +9,10 @@ bool addsKnowledge(const ResourceBundle& bundle) {
          bundle.contains("storage-signatures", "json");
 }
 
-VendorProfileRegistry profilesOf(const ResourceBundle& first, const std::vector<ResourceBundle>& more) {
-  VendorProfileRegistry registry = VendorProfileRegistry::loadDefault(first);
-  if (more.empty()) return registry;
-  std::vector<VendorProfile> profiles = registry.profiles();
-  for (const ResourceBundle& bundle : more) {
-    const VendorProfileRegistry added = VendorProfileRegistry::loadDefault(bundle);
-    profiles.insert(profiles.end(), added.profiles().begin(), added.profiles().end());
-  }
-  return VendorProfileRegistry(std::move(profiles));
+VendorProfileFiles profilesOf(const ResourceBundle& first, const std::vector<ResourceBundle>& more) {
+  std::vector<ResourceBundle> bundles{first};
+  bundles.insert(bundles.end(), more.begin(), more.end());
+  return VendorProfileFiles(bundles);
 }
 
 StorageSignatureRegistry signaturesOf(const ResourceBundle& first, const std::vector<ResourceBundle>& more) {

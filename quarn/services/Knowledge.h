@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "QuarnCore/storage/StorageSignatureRegistry.h"
-#include "QuarnCore/vendors/VendorProfileRegistry.h"
+#include "QuarnCore/vendors/VendorProfileFiles.h"
 #include "QuarnPlatform/resources/ResourceBundle.h"
 
 namespace quarn {
@@ -12,7 +12,7 @@ namespace quarn {
 bool addsKnowledge(const ResourceBundle& bundle);
 
 /// The profiles of `first`, then those of `more`, in their order.
-VendorProfileRegistry profilesOf(const ResourceBundle& first, const std::vector<ResourceBundle>& more);
+VendorProfileFiles profilesOf(const ResourceBundle& first, const std::vector<ResourceBundle>& more);
 
 /// The signatures of `first`, then those of `more`. A later rule for an extension wins. Has the version of `first`.
 StorageSignatureRegistry signaturesOf(const ResourceBundle& first, const std::vector<ResourceBundle>& more);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -16,13 +17,19 @@ class Lazy {
   Lazy& operator=(const Lazy&) = delete;
 
   const Value& operator()() const {
-    std::call_once(once_, [this] { value_.emplace(make_()); });
+    std::call_once(once_, [this] {
+      value_.emplace(make_());
+      isMade_ = true;
+    });
     return *value_;
   }
+  /// Whether somebody has asked for it.
+  [[nodiscard]] bool isMade() const { return isMade_; }
 
  private:
   std::function<Value()> make_;
   mutable std::once_flag once_;
+  mutable std::atomic<bool> isMade_ = false;
   mutable std::optional<Value> value_;
 };
 

@@ -31,14 +31,18 @@ Services::Services(FileManager volume, ResourceBundle shippedResources, std::vec
       appsService([this] { return AppsService(appDiscovery, fileSizeCalculator); }),
       artifactScanner([this] { return ArtifactScanner(fileSizeCalculator, files); }),
       topItems([this] { return TopItemsService(fileSizeCalculator, files); }),
-      vendorProfiles(
-          [this, shared] { return shared != nullptr ? shared->vendorProfiles() : profilesOf(resources, knowledge); }),
+      vendorProfiles([this, shared] {
+        return shared != nullptr ? shared->vendorProfiles()
+                                 : VendorProfileRegistry::load(profilesOf(resources, knowledge));
+      }),
       signatureRegistry([this, shared] {
         return shared != nullptr ? shared->signatureRegistry() : signaturesOf(resources, knowledge);
       }),
       vendorHints([this, shared] {
-        return shared != nullptr ? shared->vendorHints()
-                                 : VendorPathHintIndex(vendorProfiles(), files.homeDirectory(), files);
+        if (shared != nullptr) return shared->vendorHints();
+        return vendorProfiles.isMade()
+                   ? VendorPathHintIndex(vendorProfiles(), files.homeDirectory(), files)
+                   : VendorPathHintIndex(profilesOf(resources, knowledge), files.homeDirectory(), files);
       }),
       deepInspector([this] { return DeepInspectorService(vendorProfiles(), files); }),
       kernelExtensionAssociation([this] {

@@ -76,6 +76,18 @@ TEST(VendorPathHintIndex, ADefinitionsHintCarriesItsFields) {
   EXPECT_THAT(built.entriesByCategory(), ElementsAre(testing::Pair(Category::communication, ElementsAre(entry))));
 }
 
+TEST(VendorPathHintIndex, OfFilesEqualsThatOfTheLoadedProfiles) {
+  MacVolume volume;
+  volume.file("~/Library/Application Support/Slack/a").folder("~/Library/Caches/com.tinyspeck.slackmacgap");
+  volume.folder("~/.npm").folder("~/Library/Developer/Xcode/DerivedData").file("~/Library/Mail/V10/a");
+  const std::vector<ResourceBundle> bundles{ResourceBundle::shipped()};
+  const VendorPathHintIndex ofFiles(VendorProfileFiles(bundles), volume.url("~"), volume.files());
+  const VendorPathHintIndex ofProfiles(VendorProfileRegistry::loadDefault(), volume.url("~"), volume.files());
+  EXPECT_EQ(ofFiles.entriesByCategory(), ofProfiles.entriesByCategory());
+  EXPECT_EQ(ofFiles.rootsByCategory(), ofProfiles.rootsByCategory());
+  EXPECT_GE(ofFiles.entriesByCategory().size(), 2U);
+}
+
 TEST(VendorPathHintIndex, ACarveOutsHintIsSharedAndDangerous) {
   MacVolume volume;
   volume.folder("~/Shared");

@@ -79,6 +79,53 @@ TEST(ListedFolders, AClosedFolderIsReportedOnceAndNotTakenForMissing) {
   EXPECT_EQ(report->count(UnreadableCause::permission), 1U);
 }
 
+void askForMissing(ListedFolders& folders, const std::string& folder, int items) {
+  for (int i = 0; i < items; ++i) EXPECT_EQ(folders.existingURL(folder + "/no" + std::to_string(i)), std::nullopt);
+}
+
+TEST(ListedFolders, AfterThreeLookupsTheNamesInTheFolderDismissOthers) {
+  for (const int lookups : {2, 3}) {
+    MacVolume volume;
+    volume.file("/f/a").file("/f/.hidden").file("/f/sub/b");
+    ListedFolders folders(volume.files());
+    askForMissing(folders, "/f", lookups);
+    volume.file("/f/later").file("/f/later folder/in");
+    const bool isListed = lookups == 3;
+    EXPECT_EQ(folders.existingURL("/f/later").has_value(), !isListed);
+    EXPECT_EQ(folders.existingURL("/f/later folder/in").has_value(), !isListed);
+    EXPECT_TRUE(folders.existingURL("/f/a"));
+    EXPECT_TRUE(folders.existingURL("/f/.hidden"));
+    EXPECT_TRUE(folders.existingURL("/f/sub/b"));
+  }
+}
+
+TEST(ListedFolders, FoldersOnTheWayCountAsLookupsToo) {
+  MacVolume volume;
+  volume.file("/f/a");
+  ListedFolders folders(volume.files());
+  for (const char* path : {"/f/1/x", "/f/2/x", "/f/3/x"}) EXPECT_EQ(folders.existingURL(path), std::nullopt);
+  volume.file("/f/later");
+  EXPECT_EQ(folders.existingURL("/f/later"), std::nullopt);
+}
+
+TEST(ListedFolders, TheTopFolderIsNotListed) {
+  MacVolume volume;
+  volume.file("/f/a");
+  ListedFolders folders(volume.files());
+  askForMissing(folders, "", 5);
+  volume.file("/later");
+  EXPECT_TRUE(folders.existingURL("/later"));
+}
+
+TEST(ListedFolders, NamesThatDecideNothingLeaveEachItemToALookup) {
+  MacVolume volume;
+  volume.file("/f/\xC3\xA9");
+  ListedFolders folders(volume.files());
+  askForMissing(folders, "/f", 5);
+  volume.file("/f/later");
+  EXPECT_TRUE(folders.existingURL("/f/later"));
+}
+
 TEST(ListedFolders, ABigFolderIsNotKept) {
   constexpr int kMany = 5000;
   MacVolume volume;

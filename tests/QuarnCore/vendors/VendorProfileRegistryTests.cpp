@@ -135,6 +135,23 @@ TEST(VendorProfileRegistryLoading, WithoutAnIndexThereAreNoProfilesAndAllResults
   EXPECT_THAT(registry.artifacts(app, volume.files(), volume.url("~")), IsEmpty());
 }
 
+TEST(VendorProfileRegistryLoading, FilesOfSeveralBundlesFollowEachOther) {
+  ResourceFolder first;
+  first.file("vendors/index.json", indexText({"b", "a", "missing"}));
+  first.file("vendors/a.json", profileText("a")).file("vendors/b.json", profileText("b"));
+  ResourceFolder without;
+  without.file("vendors/c.json", profileText("c"));
+  ResourceFolder last;
+  last.file("index.json", indexText({"a.json"})).file("a.json", profileText("another"));
+  const VendorProfileFiles files({first.bundle(), without.bundle(), last.bundle()});
+  EXPECT_EQ(files.size(), 4U);
+  EXPECT_EQ(files.read(2), std::nullopt);
+  std::vector<std::string> ids;
+  const VendorProfileRegistry registry = VendorProfileRegistry::load(files);
+  for (const VendorProfile& profile : registry.profiles()) ids.push_back(profile.id);
+  EXPECT_THAT(ids, ElementsAre("b", "a", "another"));
+}
+
 TEST(VendorProfileRegistryLoading, ANameThatLeavesTheResourcesFindsNothing) {
   ResourceFolder folder;
   folder.file("secret.json", profileText("secret"));
