@@ -48,6 +48,10 @@ std::string AppIndex::vendorKey(std::string_view vendor) {
   return key;
 }
 
+AppIndex::NameKeys AppIndex::keysOf(std::string_view name) {
+  return {nameKey(name), unversionedNameKey(name), reducedNameKey(name)};
+}
+
 void AppIndex::add(Key key, std::string text, std::uint32_t app) {
   if (text.empty()) return;
   AppList& apps = lists_[static_cast<std::size_t>(key)][std::move(text)];
@@ -74,6 +78,7 @@ void AppIndex::addNames(const AppEntity& app, const AppFacts& facts, std::uint32
   const std::string spelled = app.bundleIdentifier.value_or("");
   const std::string identifier = Text::lowercased(withinEntryName(spelled));
   const std::string vendor = vendorKey(vendorOf(identifier));
+  const std::string vendorName = nameKey(vendorNameOf(identifier));
   const std::string_view lastPart = lastMeaningfulPart(withinEntryName(spelled));
 
   std::vector<std::string> keys;
@@ -82,13 +87,14 @@ void AppIndex::addNames(const AppEntity& app, const AppFacts& facts, std::uint32
     // Most apps have one name. Displayed ones come first and add more.
     if (std::find(added.begin(), added.end(), name) != added.end()) return;
     added.push_back(name);
-    if (isDisplayed) add(Key::name, nameKey(name), index);
-    for (std::string key : {nameKey(name), unversionedNameKey(name), reducedNameKey(name)}) {
+    const NameKeys ofName = keysOf(name);
+    if (isDisplayed) add(Key::name, ofName.front(), index);
+    for (const std::string& key : ofName) {
       if (key.size() < kShortestKey || isGenericWord(key)) continue;
       add(Key::reducedName, key, index);
-      keys.push_back(std::move(key));
+      keys.push_back(key);
     }
-    addFolders(name, vendorNameOf(identifier), index);
+    addFolders(name, ofName, vendorName, index);
   };
   addName(withinEntryName(app.name), true);
   addName(withinEntryName(path::stem(app.bundleURL.path())), true);
@@ -99,22 +105,23 @@ void AppIndex::addNames(const AppEntity& app, const AppFacts& facts, std::uint32
   }
 }
 
-void AppIndex::addFolders(std::string_view name, std::string_view vendorName, std::uint32_t index) {
-  const auto addIn = [&](const std::string& folder, std::string_view inner) {
+void AppIndex::addFolders(std::string_view name, const NameKeys& keys, const std::string& vendor, std::uint32_t index) {
+  const auto addIn = [&](const std::string& folder, const NameKeys& inner) {
     if (folder.size() < 2) return;
-    for (const std::string& key : {nameKey(inner), unversionedNameKey(inner), reducedNameKey(inner)}) {
+    for (const std::string& key : inner) {
       if (key.size() < 2) continue;
       add(Key::folderApp, joined(folder, key), index);
       folders_.insert(folder);
     }
   };
-  const std::string vendor = nameKey(vendorName);
-  addIn(vendor, name);
+  addIn(vendor, keys);
   const std::string_view first = firstWord(name);
   if (first.empty() || first.size() == name.size()) return;
-  addIn(nameKey(first), name);
-  addIn(nameKey(first), name.substr(first.size()));
-  addIn(vendor, name.substr(first.size()));
+  const std::string firstKey = nameKey(first);
+  const NameKeys rest = keysOf(name.substr(first.size()));
+  addIn(firstKey, keys);
+  addIn(firstKey, rest);
+  addIn(vendor, rest);
 }
 
 }  // namespace quarn

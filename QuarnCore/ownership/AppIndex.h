@@ -64,11 +64,14 @@ class AppIndex {
     std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
   };
   using Lists = std::unordered_map<std::string, AppList, Hash, std::equal_to<>>;
+  using NameKeys = std::array<std::string, 3>;  // a name's key, the one without a version, and the reduced one
+
+  static NameKeys keysOf(std::string_view name);
 
   void add(Key key, std::string text, std::uint32_t app);
   void addIdentifiers(const AppEntity& app, const AppFacts& facts, std::uint32_t index);
   void addNames(const AppEntity& app, const AppFacts& facts, std::uint32_t index);
-  void addFolders(std::string_view name, std::string_view vendorName, std::uint32_t index);
+  void addFolders(std::string_view name, const NameKeys& keys, const std::string& vendor, std::uint32_t index);
 
   std::array<Lists, kKeys> lists_;
   std::unordered_set<std::string, Hash, std::equal_to<>> folders_;

@@ -267,12 +267,13 @@ bool EntryEvidence::isCalledLikeItsApp(std::string_view vendor) const {
 }
 
 bool EntryEvidence::isNearName(std::string_view part) const {
-  for (const std::string& key : {nameKey(part), reducedNameKey(part)}) {
-    if (key.size() < kShortestInIdentifier || isGenericWord(key)) continue;
-    if (index_.find(Key::name, key) != nullptr || index_.find(Key::vendorName, key) != nullptr) return true;
-    if (key.size() >= kShortestForeign && index_.find(Key::reducedName, key) != nullptr) return true;
-  }
   const std::string key = nameKey(part);
+  const std::string reduced = reducedNameKey(part);
+  for (const std::string* known : {&key, &reduced}) {
+    if (known->size() < kShortestInIdentifier || isGenericWord(*known)) continue;
+    if (index_.find(Key::name, *known) != nullptr || index_.find(Key::vendorName, *known) != nullptr) return true;
+    if (known->size() >= kShortestForeign && index_.find(Key::reducedName, *known) != nullptr) return true;
+  }
   for (std::size_t length = kShortestBeginning; length < key.size(); ++length) {
     const std::string_view beginning = std::string_view(key).substr(0, length);
     if (!isGenericWord(beginning) && index_.find(Key::name, beginning) != nullptr) return true;

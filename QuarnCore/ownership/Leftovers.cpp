@@ -101,8 +101,7 @@ class LeftoverList::Search {
     Item item{.map = static_cast<std::uint32_t>(list_.maps_.size() - 1),
               .entry = static_cast<std::uint32_t>(position),
               .leftover = leftoverOf(map.formerOwner(position))};
-    item.modified = newest_ ? newest_(url) : newestChange(files_, url);
-    if (options_.computeSizes) item.size = sizeOf(sizes_, url, cancellation_);
+    measure(item, url);
     if (item.size) groups_[item.leftover].size += *item.size;
     list_.items_.push_back(item);
     return true;
@@ -137,6 +136,18 @@ class LeftoverList::Search {
     const FormerOwner* owner;
     SizeInfo size{};
   };
+
+  // One lookup answers both questions about a file.
+  void measure(Item& item, const FileURL& url) {
+    const auto facts = url.hasDirectoryPath() ? std::nullopt : files_.facts(url, Links::doNotFollow);
+    if (facts && facts->type == FileType::regular) {
+      item.modified = modifiedAt(*facts);
+      if (options_.computeSizes) item.size = facts->sizes;
+      return;
+    }
+    item.modified = newest_ ? newest_(url) : newestChange(files_, url);
+    if (options_.computeSizes) item.size = sizeOf(sizes_, url, cancellation_);
+  }
 
   std::uint32_t leftoverOf(const FormerOwner& owner) {
     const auto [position, isNew] = positions_.try_emplace(keyOf(owner), static_cast<std::uint32_t>(groups_.size()));

@@ -8,6 +8,7 @@
 
 #include "QuarnPlatform/text/ASCII.h"
 #include "QuarnPlatform/text/Text.h"
+#include "QuarnPlatform/text/TextScalars.h"
 
 namespace quarn {
 namespace {
@@ -45,18 +46,34 @@ constexpr std::array<std::string_view, 34> kEndings{
     ".old",           ".plist", ".prefpane", ".plugin", ".qlgenerator", ".rtf",  ".savedstate", ".sfl",   ".sfl2",
     ".sfl3",          ".sfl4",  ".spin",     ".sqlite", ".txt",         ".xml",  ".yaml"};
 
-/// The lengths of the generic words by their first byte, as bits. Most words are none, and are dismissed by it.
-constexpr std::array<std::uint32_t, 256> lengthsOfGenericWords() {
-  std::array<std::uint32_t, 256> lengths{};
-  const auto add = [&](const auto& words) {
-    for (const std::string_view word : words) lengths[static_cast<unsigned char>(word[0])] |= 1U << word.size();
-  };
-  add(kChannelWords);
-  add(kEditionWords);
-  add(kPartWords);
+/// The lengths of words by the byte at one place in them, as bits. Most texts are none of the words, and are dismissed
+/// by it.
+using WordLengths = std::array<std::uint32_t, 256>;
+
+constexpr void addLengths(WordLengths& lengths, const auto& words, std::size_t place) {
+  for (const std::string_view word : words) lengths[static_cast<unsigned char>(word[place])] |= 1U << word.size();
+}
+constexpr bool mayBeWord(const WordLengths& lengths, std::string_view text, std::size_t place) {
+  if (text.size() <= place || text.size() >= 32) return false;
+  return (lengths[static_cast<unsigned char>(text[place])] >> text.size() & 1U) != 0;
+}
+
+constexpr WordLengths lengthsOfGenericWords() {
+  WordLengths lengths{};
+  addLengths(lengths, kChannelWords, 0);
+  addLengths(lengths, kEditionWords, 0);
+  addLengths(lengths, kPartWords, 0);
   return lengths;
 }
-constexpr std::array<std::uint32_t, 256> kLengthsOfGenericWords = lengthsOfGenericWords();
+constexpr WordLengths kLengthsOfGenericWords = lengthsOfGenericWords();
+
+// By the byte after the dot.
+constexpr WordLengths lengthsOfEndings() {
+  WordLengths lengths{};
+  addLengths(lengths, kEndings, 1);
+  return lengths;
+}
+constexpr WordLengths kLengthsOfEndings = lengthsOfEndings();
 
 template <std::size_t Count>
 bool holds(const std::array<std::string_view, Count>& words, std::string_view word) {
@@ -76,10 +93,6 @@ char lower(char character) {
 bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
 bool isLower(char c) { return c >= 'a' && c <= 'z'; }
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-bool isASCII(std::string_view text) {
-  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
 
 // Whether a word begins inside a run of letters and digits: "myApp", "app2", "2x", "HTMLView".
 bool beginsWord(std::string_view text, std::size_t at) {
@@ -156,7 +169,7 @@ std::size_t endingLength(std::string_view name) {
   if (dot == std::string_view::npos || dot == 0) return 0;
   std::string ending(name.substr(dot));
   std::transform(ending.begin(), ending.end(), ending.begin(), lower);
-  return holds(kEndings, ending) ? ending.size() : 0;
+  return mayBeWord(kLengthsOfEndings, ending, 1) && holds(kEndings, ending) ? ending.size() : 0;
 }
 
 std::size_t partEnd(std::string_view text, std::size_t from) { return std::min(text.find('.', from), text.size()); }
@@ -165,7 +178,7 @@ std::size_t partEnd(std::string_view text, std::size_t from) { return std::min(t
 
 std::string nameKey(std::string_view name) {
   std::string key;
-  if (isASCII(name)) {
+  if (unicode::isASCII(name)) {
     key.resize(name.size());
     auto end = key.begin();
     for (const char c : name) {
@@ -181,8 +194,7 @@ std::string nameKey(std::string_view name) {
 }
 
 bool isGenericWord(std::string_view word) {
-  if (word.empty() || word.size() >= 32) return false;
-  if ((kLengthsOfGenericWords[static_cast<unsigned char>(word[0])] >> word.size() & 1U) == 0) return false;
+  if (!mayBeWord(kLengthsOfGenericWords, word, 0)) return false;
   return holds(kChannelWords, word) || holds(kEditionWords, word) || holds(kPartWords, word);
 }
 

@@ -28,7 +28,7 @@ void check(const ScannedFolder& folder, std::int64_t marks) {
 ScannedFolder readFolder(RowReader& row) {
   ScannedFolder folder;
   std::int64_t marks = 0;
-  folderColumns(row, folder, marks);
+  folderColumns(row, folder.id, folder, marks);
   check(folder, marks);
   folder.isHidden = (marks & kHiddenMark) != 0;
   folder.isPackage = (marks & kPackageMark) != 0;

@@ -19,6 +19,9 @@ namespace quarn::scans {
 
 inline DatabaseError damage(const char* problem) { return {problem, /*isDamage=*/true}; }
 
+/// The id of a row that SQLite counts (`RowIDs::counted`). It is bound to nothing.
+struct CountedID {};
+
 /// Binds values, and runs the statement unless more rows are to follow.
 class RowWriter {
  public:
@@ -33,6 +36,7 @@ class RowWriter {
   }
 
  private:
+  void put(CountedID /*not a parameter*/) {}
   void put(std::string_view text) { statement_.bind(text); }
   void put(const std::string& text) { statement_.bind(std::string_view(text)); }
   void put(std::int64_t value) { statement_.bind(value); }
@@ -252,9 +256,9 @@ void extensionColumns(Row& row, Extension& extension) {
   row(extension.name, extension.bundleIdentifier, extension.url, extension.version, extension.size);
 }
 
-template <class Row, class Number, class Folder>
-void folderColumns(Row& row, Folder& folder, Number& marks) {
-  row(folder.id, folder.parent, folder.descendants, folder.name, folder.sizes, folder.files, folder.newest, marks);
+template <class Row, class ID, class Folder, class Number>
+void folderColumns(Row& row, ID& id, Folder& folder, Number& marks) {
+  row(id, folder.parent, folder.descendants, folder.name, folder.sizes, folder.files, folder.newest, marks);
 }
 
 template <class Row, class File>

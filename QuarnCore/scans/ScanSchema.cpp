@@ -94,13 +94,19 @@ std::vector<std::string> columnNames(const ScanTable& table) {
   return names;
 }
 
-std::string insertStatement(std::string_view table, std::size_t rows) {
+std::string insertStatement(std::string_view table, std::size_t rows, RowIDs ids) {
   const auto* row =
       std::find_if(kTables.begin(), kTables.end(), [&](const auto& known) { return known.name == table; });
-  std::string values = "(?";
-  for (std::size_t i = 1; i < columnCount(*row); ++i) values += ",?";
+  const std::vector<std::string> names = columnNames(*row);
+  std::string columns;
+  std::string values;
+  for (std::size_t i = ids == RowIDs::counted ? 1 : 0; i < names.size(); ++i) {
+    (columns += columns.empty() ? "(" : ",") += names[i];
+    values += values.empty() ? "(?" : ",?";
+  }
+  columns += ")";
   values += ")";
-  std::string sql = "INSERT INTO " + std::string(table) + " VALUES " + values;
+  std::string sql = "INSERT INTO " + std::string(table) + columns + " VALUES " + values;
   for (std::size_t i = 1; i < rows; ++i) (sql += ",") += values;
   return sql;
 }

@@ -24,8 +24,14 @@ inline constexpr std::int64_t kScanFormat = 2;
 std::vector<ScanTable> scanTables(std::int64_t format = kScanFormat);
 /// The statement that creates a table. SQLite keeps its text, so that a reader can compare it.
 std::string createStatement(const ScanTable& table);
+/// Where the ids of new rows come from.
+enum class RowIDs : std::uint8_t {
+  given,    ///< a parameter for each, if the table has ids
+  counted,  ///< SQLite counts on from the last row, which costs it no search; the table has ids, and no parameter for
+            ///< them
+};
 /// The statement that adds rows to a table.
-std::string insertStatement(std::string_view table, std::size_t rows = 1);
+std::string insertStatement(std::string_view table, std::size_t rows = 1, RowIDs ids = RowIDs::given);
 /// The names of the columns in order.
 std::vector<std::string> columnNames(const ScanTable& table);
 /// The number of columns.

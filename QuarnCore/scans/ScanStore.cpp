@@ -21,9 +21,10 @@
 // thread makes the map of ownership: it reads the volume, and nothing of the record. Meanwhile the calling thread
 // finishes the record, which no longer changes from then on, starts the writer's thread on it, and sizes what it
 // gathers by it. Before it looks for leftovers it waits for the map, which no longer changes either, and hands it to
-// the writer's next thread. The destructors wait for all threads, the writer's first: these use what `Gathering` owns.
-// After a cancellation each thread ends by itself. No lock is taken, beside those of the services, which any thread may
-// use. Memory: the map and the record together.
+// the writer's next thread. At the end one more thread replaces the file, and meanwhile the calling thread frees what
+// it gathered. The destructors wait for all threads, the writer's first: these use what `Gathering` owns. After a
+// cancellation each thread ends by itself. No lock is taken, beside those of the services, which any thread may use.
+// Memory: the map and the record together.
 
 namespace quarn {
 namespace {
@@ -287,19 +288,23 @@ ScanStore::Written ScanStore::write(const std::string& file, const std::function
   // Every read that fails must be in the scan, also when the caller does not ask for a report.
   const FileManager files =
       files_.readReport() != nullptr ? files_ : files_.reportingTo(std::make_shared<ReadReport>());
-  Gathering gathering(services_, files, onProgress, cancellation);
-  if (!gathering.scan()) return {};
+  std::optional<Gathering> gathering(std::in_place, services_, files, onProgress, cancellation);
+  if (!gathering->scan()) return {};
   ScanWriter writer(file);
-  writer.startFolders(gathering.folders(), cancellation);
-  if (!gathering.gather(writer)) return {};
+  writer.startFolders(gathering->folders(), cancellation);
+  if (!gathering->gather(writer)) return {};
   if (onProgress) onProgress({.step = ScanStep::writing});
-  if (!writer.finish(gathering.content(), gathering.leftovers())) return {};
+  if (!writer.fill(gathering->content(), gathering->leftovers())) return {};
+  Written written{.files = gathering->folders().at(0).files,
+                  .folders = static_cast<std::int64_t>(gathering->folders().size()),
+                  .isComplete = true};
+  std::future<void> isReplaced = startBeside([&writer] { writer.commit(); });
+  gathering.reset();  // takes as long as a sync
+  isReplaced.get();
   std::error_code error;
   const auto bytes = std::filesystem::file_size(file, error);
-  return {.files = gathering.folders().at(0).files,
-          .folders = static_cast<std::int64_t>(gathering.folders().size()),
-          .bytes = error ? 0 : static_cast<std::int64_t>(bytes),
-          .isComplete = true};
+  written.bytes = error ? 0 : static_cast<std::int64_t>(bytes);
+  return written;
 }
 
 }  // namespace quarn

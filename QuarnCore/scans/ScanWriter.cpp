@@ -22,7 +22,7 @@
 // Threads of a writer. The thread that makes it owns it, and the process's lock on unfinished files as long as it
 // lives. The database has one user at a time: from `startFolders` on a second thread, which reads the folders; they no
 // longer change. From `startEntries` on a third thread, which waits for the second before it uses the database.
-// `finish` waits for the last one. The destructor waits for it too; when the scan is cancelled, the second thread ends
+// `fill` waits for the last one. The destructor waits for it too; when the scan is cancelled, the second thread ends
 // within 1,024 rows, and the third one when its source does. No lock is taken meanwhile. Memory: the page cache of the
 // database, and one entry.
 
@@ -48,9 +48,9 @@ class Table {
 /// Fills a table with this number of rows, many with each statement.
 class LongTable {
  public:
-  LongTable(const Database& database, std::string_view name, std::size_t rows)
-      : many_(database.prepare(insertStatement(name, kRowsAtOnce))),
-        one_(database.prepare(insertStatement(name))),
+  LongTable(const Database& database, std::string_view name, std::size_t rows, RowIDs ids)
+      : many_(database.prepare(insertStatement(name, kRowsAtOnce, ids))),
+        one_(database.prepare(insertStatement(name, 1, ids))),
         rest_(rows) {}
 
   RowWriter row() {
@@ -115,7 +115,6 @@ void writeStorage(const Database& database, const ScanContent& content) {
 
 // A row of the folders, without copies of names.
 struct FolderRow {
-  std::int64_t id;
   std::uint32_t parent;
   std::uint32_t descendants;
   std::string_view name;
@@ -124,9 +123,12 @@ struct FolderRow {
   std::optional<Date> newest;
 };
 
-// Returns false if cancelled.
+// The ids count from 0, and SQLite counts on from the first. Returns false if cancelled.
 bool writeFolders(const Database& database, const RecordedFolders& folders, const Cancellation& cancellation) {
-  LongTable table(database, "folders", folders.size());
+  constexpr std::int64_t kFirst = 0;
+  constexpr scans::CountedID kNext;
+  Table first(database, "folders");
+  LongTable others(database, "folders", folders.size() - 1, RowIDs::counted);
   Table hidden(database, "hidden_sizes");
   for (std::size_t i = 0; i < folders.size(); ++i) {
     if (i % kRowsBetweenPolls == 0 && cancellation.isCancelled()) return false;
@@ -134,16 +136,19 @@ bool writeFolders(const Database& database, const RecordedFolders& folders, cons
     const std::int64_t marks = (record.isHidden ? scans::kHiddenMark : 0) +
                                (record.isPackage ? scans::kPackageMark : 0) + (record.isRead ? 0 : scans::kUnreadMark);
     const bool hasTime = record.newest != FolderObserver::kNoTime;
-    const FolderRow folder{.id = static_cast<std::int64_t>(i),
-                           .parent = record.parent,
+    const FolderRow folder{.parent = record.parent,
                            .descendants = record.descendants,
                            .name = record.name,
                            .sizes = record.sizes,
                            .files = record.files,
                            .newest = hasTime ? std::optional(Date(std::chrono::seconds(record.newest))) : std::nullopt};
-    RowWriter row = table.row();
-    scans::folderColumns(row, folder, marks);
-    if (record.hiddenSizes != SizeInfo{}) hidden.row()(folder.id, record.hiddenSizes);
+    RowWriter row = i == 0 ? first.row() : others.row();
+    if (i == 0) {
+      scans::folderColumns(row, kFirst, folder, marks);
+    } else {
+      scans::folderColumns(row, kNext, folder, marks);
+    }
+    if (record.hiddenSizes != SizeInfo{}) hidden.row()(static_cast<std::int64_t>(i), record.hiddenSizes);
   }
   return true;
 }
@@ -158,7 +163,7 @@ struct LargeFileRow {
 };
 
 void writeFiles(const Database& database, const RecordedFolders& folders) {
-  LongTable table(database, "large_files", folders.largeFiles().size());
+  LongTable table(database, "large_files", folders.largeFiles().size(), RowIDs::given);
   for (const RecordedFolders::LargeFile& large : folders.largeFiles()) {
     const LargeFileRow file{.folder = large.folder,
                             .name = large.name,
@@ -356,9 +361,10 @@ ScanWriter::~ScanWriter() = default;
 void ScanWriter::startFolders(const RecordedFolders& folders, const Cancellation& cancellation) {
   state_->folders = &folders;
   state_->cancellation = &cancellation;
-  state_->isStartedWritten = startBeside([&database = *state_->database, &folders, &cancellation] {
-    if (!writeFolders(database, folders, cancellation)) return false;
-    writeFiles(database, folders);
+  state_->isStartedWritten = startBeside([&state = *state_, &folders, &cancellation] {
+    if (!writeFolders(*state.database, folders, cancellation)) return false;
+    writeFiles(*state.database, folders);
+    state.replaced.beginWriteBack();  // most of the file
     return true;
   });
 }
@@ -373,7 +379,7 @@ void ScanWriter::startEntries(StreamedContent::Entries entries) {
   });
 }
 
-bool ScanWriter::finish(const ScanContent& content, const StreamedContent::Leftovers& leftovers) {
+bool ScanWriter::fill(const ScanContent& content, const StreamedContent::Leftovers& leftovers) {
   const bool isFilled = state_->guarded([&] {
     if (!state_->isStartedWritten.get()) return false;
     if (!state_->hasEntries) writeEntries(*state_->database, content);
@@ -381,16 +387,18 @@ bool ScanWriter::finish(const ScanContent& content, const StreamedContent::Lefto
     state_->database->close();
     return true;
   });
-  if (!isFilled || state_->cancellation->isCancelled()) return false;
-  state_->replaced.commit();
-  return true;
+  return isFilled && !state_->cancellation->isCancelled();
 }
+
+void ScanWriter::commit() { state_->replaced.commit(); }
 
 bool writeScan(const std::string& file, const ScanContent& content, const RecordedFolders& folders,
                const Cancellation& cancellation) {
   ScanWriter writer(file);
   writer.startFolders(folders, cancellation);
-  return writer.finish(content);
+  if (!writer.fill(content)) return false;
+  writer.commit();
+  return true;
 }
 
 }  // namespace quarn

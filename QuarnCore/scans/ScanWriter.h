@@ -21,7 +21,7 @@ struct StreamedContent {
 };
 
 /// Writes a scan to a host file: beside it first, then synced and renamed, so that the file is the old one or the new
-/// one at any moment. All operations throw FileError (operation "write"). Without `finish`, or after an error, no new
+/// one at any moment. All operations throw FileError (operation "write"). Without `commit`, or after an error, no new
 /// file is left. One file at a time: a second writer waits for the first. Belongs to the thread that makes it.
 class ScanWriter {
  public:
@@ -31,15 +31,17 @@ class ScanWriter {
   ScanWriter& operator=(const ScanWriter&) = delete;
 
   /// Begins to write what `folders` has, on a thread of its own, so that the caller can gather the rest meanwhile.
-  /// Once, before `finish`. Both arguments must outlive the writer.
+  /// Once, before `fill`. Both arguments must outlive the writer.
   void startFolders(const RecordedFolders& folders, const Cancellation& cancellation);
   /// Goes on with the entries of the map, also on a thread of its own, which calls `entries`. Once at most, between
-  /// `startFolders` and `finish`. What `entries` refers to must outlive the writer.
+  /// `startFolders` and `fill`. What `entries` refers to must outlive the writer.
   void startEntries(StreamedContent::Entries entries);
-  /// Writes the rest and replaces the file. `facts.keptAbove`, `files` and `folders` come from the folders, the entries
-  /// from `startEntries` if that was called, the leftovers from `leftovers` if that is not null. Returns false if
-  /// cancelled.
-  bool finish(const ScanContent& content, const StreamedContent::Leftovers& leftovers = nullptr);
+  /// Writes the rest. `facts.keptAbove`, `files` and `folders` come from the folders, the entries from `startEntries`
+  /// if that was called, the leftovers from `leftovers` if that is not null. Returns false if cancelled. The writer
+  /// then needs nothing of what it was given any more.
+  bool fill(const ScanContent& content, const StreamedContent::Leftovers& leftovers = nullptr);
+  /// Syncs and replaces the file. Once, after `fill` returned true; another thread may do it.
+  void commit();
 
  private:
   struct State;

@@ -27,7 +27,10 @@ std::int64_t largerSize(const RecordedFolders::LargeFile& file) {
 
 }  // namespace
 
+// The memory of the files is taken at once, because a move of it would keep other threads waiting. What is not used
+// of it costs nothing.
 RecordedFolders::RecordedFolders(std::size_t keptFiles) : mostFiles_(keptFiles) {
+  files_.reserve(mostFiles_ + mostFiles_ / kSpareFiles + 1);
   create(kRoot, "/");
   placed_.emplace("/", kRoot);
 }
@@ -222,12 +225,25 @@ void RecordedFolders::listBigFolders() {
   }
 }
 
+// Sorts positions, because moving a file costs more than comparing two.
 void RecordedFolders::selectFiles() {
   dropSmallFiles();
-  for (LargeFile& file : files_) file.folder = positions_[file.folder];
-  std::sort(files_.begin(), files_.end(), [](const LargeFile& left, const LargeFile& right) {
-    return left.folder != right.folder ? left.folder < right.folder : left.name < right.name;
+  struct Place {
+    std::uint32_t folder;
+    std::uint32_t file;
+  };
+  std::vector<Place> places(files_.size());
+  for (std::uint32_t i = 0; i < files_.size(); ++i) {
+    files_[i].folder = positions_[files_[i].folder];
+    places[i] = {.folder = files_[i].folder, .file = i};
+  }
+  std::sort(places.begin(), places.end(), [&](const Place& left, const Place& right) {
+    return left.folder != right.folder ? left.folder < right.folder : files_[left.file].name < files_[right.file].name;
   });
+  std::vector<LargeFile> sorted;
+  sorted.reserve(files_.size());
+  for (const Place& place : places) sorted.push_back(std::move(files_[place.file]));
+  files_ = std::move(sorted);
 }
 
 RecordedFolders::Record RecordedFolders::at(std::size_t position) const {

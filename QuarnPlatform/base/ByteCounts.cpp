@@ -9,10 +9,11 @@ std::int64_t checkedAdd(std::int64_t left, std::int64_t right) {
 }
 
 ByteCounts& ByteCounts::operator+=(const ByteCounts& other) {
-  const std::int64_t allocated = checkedAdd(allocatedBytes, other.allocatedBytes);
-  logicalBytes = checkedAdd(logicalBytes, other.logicalBytes);
-  allocatedBytes = allocated;
-  return *this;
+  ByteCounts sum;
+  const bool isTooLarge = __builtin_add_overflow(allocatedBytes, other.allocatedBytes, &sum.allocatedBytes) ||
+                          __builtin_add_overflow(logicalBytes, other.logicalBytes, &sum.logicalBytes);
+  if (isTooLarge) throw SizeOverflow();
+  return *this = sum;
 }
 
 }  // namespace quarn

@@ -17,6 +17,7 @@
 #include "QuarnPlatform/base/FileDescriptor.h"
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/base/Interruption.h"
+#include "QuarnPlatform/files/WriteBack.h"
 #include "QuarnPlatform/paths/Path.h"
 
 namespace quarn {
@@ -230,6 +231,11 @@ ReplacedHostFile::~ReplacedHostFile() {
 }
 
 const std::string& ReplacedHostFile::temporary() const { return state_->temporary; }
+
+void ReplacedHostFile::beginWriteBack() const {
+  const FileDescriptor descriptor(::open(state_->temporary.c_str(), O_WRONLY | O_NOFOLLOW | O_CLOEXEC));
+  if (descriptor.isOpen()) quarn::beginWriteBack(descriptor.get());
+}
 
 void ReplacedHostFile::commit() {
   const FileDescriptor descriptor(::open(state_->temporary.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));

@@ -43,6 +43,9 @@ class ReplacedHostFile {
 
   /// The path of the temporary file.
   [[nodiscard]] const std::string& temporary() const;
+  /// Lets the system begin to write what the temporary file has by now to the disk, so that `commit` waits for less.
+  /// From any thread, before `commit`.
+  void beginWriteBack() const;
   /// Throws FileError.
   void commit();
 

@@ -56,7 +56,8 @@ TEST_F(ScanWriterTest, EntriesThatAreStartedEarlyAreThoseOfTheScan) {
         consume(entryAt(i), i % 3 == 0 ? std::vector<std::string>{"com.example.a"} : std::vector<std::string>{});
       }
     });
-    EXPECT_TRUE(writer.finish({}));
+    EXPECT_TRUE(writer.fill({}));
+    writer.commit();
   }
   EXPECT_TRUE(isOnAnotherThread);
   const Scan scan = Scan::open(file());
@@ -74,7 +75,7 @@ TEST_F(ScanWriterTest, AWriterWhoseFoldersWereCancelledAsksForNoEntries) {
     ScanWriter writer(file());
     writer.startFolders(folders_, cancellation);
     writer.startEntries([&](const auto&) { isAsked = true; });
-    EXPECT_FALSE(writer.finish({}));
+    EXPECT_FALSE(writer.fill({}));
   }
   EXPECT_FALSE(isAsked);
   EXPECT_FALSE(std::filesystem::exists(file()));
@@ -85,7 +86,7 @@ TEST_F(ScanWriterTest, AnErrorOfTheEntriesEndsTheWritingAndLeavesNothing) {
     ScanWriter writer(file());
     writer.startFolders(folders_, Cancellation::never());
     writer.startEntries([](const auto&) { throw FileError(EIO, "read", "/Library"); });
-    EXPECT_THROW((void)writer.finish({}), FileError);
+    EXPECT_THROW((void)writer.fill({}), FileError);
   }
   EXPECT_TRUE(std::filesystem::is_empty(std::filesystem::path(file()).parent_path()));
 }
