@@ -141,7 +141,7 @@ class LeftoverList::Search {
   void measure(Item& item, const FileURL& url) {
     const auto facts = url.hasDirectoryPath() ? std::nullopt : files_.facts(url, Links::doNotFollow);
     if (facts && facts->type == FileType::regular) {
-      item.modified = modifiedAt(*facts);
+      item.modified = Date(std::chrono::seconds(facts->modifiedSeconds));
       if (options_.computeSizes) item.size = facts->sizes;
       return;
     }
