@@ -1,8 +1,10 @@
 #include "quarn/commands/CallFilter_linux.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <span>
 
 #include <asm/ioctls.h>
 #include <fcntl.h>
@@ -113,6 +115,26 @@ void judgeRequests(Lines& lines) {
        statement(BPF_ALU | BPF_AND | BPF_K, kFamily), jump(BPF_JEQ, kTerminals, 0, 1), approval(), refusal(ENOTTY)});
 }
 
+// Refuses the numbers, which are sorted, and approves all others. Compares a call with few of them: when a filter is
+// installed, the system runs it once for every call that there is.
+void search(Lines& lines, std::span<const std::uint32_t> refused) {
+  constexpr std::size_t kFew = 4;
+  if (refused.size() <= kFew) {
+    for (std::size_t i = 0; i < refused.size(); ++i) {
+      lines.push_back(jump(BPF_JEQ, refused[i], refused.size() - i, 0));
+    }
+    lines.push_back(approval());
+    lines.push_back(refusal(EPERM));
+    return;
+  }
+  const std::size_t middle = refused.size() / 2;
+  Lines lower;
+  search(lower, refused.first(middle));
+  lines.push_back(jump(BPF_JGE, refused[middle], lower.size(), 0));
+  lines.insert(lines.end(), lower.begin(), lower.end());
+  search(lines, refused.subspan(middle));
+}
+
 }  // namespace
 
 // Threads are created by clone with CLONE_THREAD. A filter cannot see the flags of clone3, so clone3 fails with ENOSYS,
@@ -126,11 +148,12 @@ std::vector<sock_filter> callFilter(const CallRules& rules) {
   judgeByFlag(lines, SYS_clone, 0, CLONE_THREAD, approval(), refusal(EPERM));
   judge(lines, SYS_clone3, {refusal(ENOSYS)});
   judgeRequests(lines);
-  for (const long call : kRefusedCalls) judge(lines, call, {refusal(EPERM)});
+  std::vector<std::uint32_t> refused(kRefusedCalls.begin(), kRefusedCalls.end());
   // A command that replaces a file gives the new file the mode of the old one with fchmod. The filter cannot see which
   // file a descriptor belongs to, so such a command may change the mode of every file that it has open.
-  if (!rules.writesFiles) judge(lines, SYS_fchmod, {refusal(EPERM)});
-  lines.push_back(approval());
+  if (!rules.writesFiles) refused.push_back(SYS_fchmod);
+  std::sort(refused.begin(), refused.end());
+  search(lines, refused);
   return lines;
 }
 
