@@ -1,6 +1,7 @@
 #include "quarn/rpc/RPCError.h"
 
 #include <cerrno>
+#include <new>
 
 #include "QuarnPlatform/text/Text.h"
 
@@ -47,8 +48,10 @@ RPCError RPCError::limitReached(const std::string& what) {
 
 RPCError RPCError::cancelled() { return {RPCErrorCode::cancelled, "cancelled before it started", {}}; }
 
-RPCError RPCError::internal(const std::string& problem) {
-  return {RPCErrorCode::internal, "internal error: " + Text::validUTF8(problem.substr(0, kLongestProblem)), {}};
+RPCError RPCError::unexpected(const std::exception& error) {
+  if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) return {RPCErrorCode::internal, "not enough memory", {}};
+  const std::string problem = std::string(error.what()).substr(0, kLongestProblem);
+  return {RPCErrorCode::internal, "internal error: " + Text::validUTF8(problem), {}};
 }
 
 }  // namespace quarn

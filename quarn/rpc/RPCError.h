@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -42,7 +43,8 @@ struct RPCError {
   static RPCError operationFailed(const SizeOverflow& error);
   static RPCError limitReached(const std::string& what);
   static RPCError cancelled();
-  static RPCError internal(const std::string& problem);
+  /// Any other exception.
+  static RPCError unexpected(const std::exception& error);
 };
 
 /// One row in the description of the errors.

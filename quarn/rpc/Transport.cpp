@@ -131,7 +131,7 @@ class Session {
     try {
       return readMessage(line, open_);
     } catch (const std::exception& error) {
-      return refusedMessage(RPCError::internal(error.what()));
+      return refusedMessage(RPCError::unexpected(error));
     }
   }
 
@@ -184,7 +184,7 @@ class Session {
     try {
       isTaken = writer_.write(answerTo(message));
     } catch (const std::exception& error) {
-      isTaken = writer_.write(errorAnswer("null", RPCError::internal(error.what())));
+      isTaken = writer_.write(errorAnswer("null", RPCError::unexpected(error)));
     }
     if (!isTaken) giveUp();
   }
@@ -228,7 +228,7 @@ class Session {
     } catch (const RPCError& error) {
       return errorAnswer(request.id, error);
     } catch (const std::exception& error) {
-      return errorAnswer(request.id, RPCError::internal(error.what()));
+      return errorAnswer(request.id, RPCError::unexpected(error));
     }
   }
 

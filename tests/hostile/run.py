@@ -29,6 +29,7 @@ import time
 HOME = "/Users/ann"
 MEBIBYTE = 1 << 20
 MEMORY = 256 * MEBIBYTE
+NO_MEMORY = b"not enough memory"
 SECONDS = 180
 NOBODY = 65534
 
@@ -145,6 +146,7 @@ class Way:
     def __init__(self, name, environment=None, descriptors=None, data_bytes=None, user=False, options=()):
         self.name = name
         self.environment = environment or {}
+        self.data_bytes = data_bytes
         self.prepare = limits(descriptors, data_bytes, user)
         self.options = list(options)
 
@@ -191,7 +193,12 @@ class Attacker:
             out.seek(0)
             text = err.read().decode(errors="replace")
             self.peak = max(self.peak, usage.ru_maxrss // 1024)
-            found = self.problems_of(command, process, text, out.read(), usage, time.monotonic() - started)
+            answers = out.read()
+            found = self.problems_of(command, process, text, answers, usage, time.monotonic() - started)
+            # A limit may cost some of the requests that run side by side.
+            missing = text.encode().count(NO_MEMORY) + answers.count(NO_MEMORY)
+            if missing > (len(line.splitlines()) // 10 if line and way.data_bytes else 0):
+                found.append(f"no memory, {missing} times")
         if before is not None and self.state() != before:
             found.append("the volume changed")
         problems += [f"{attack}, {way.name}: {' '.join(words[1:])}: {problem}" for problem in found]

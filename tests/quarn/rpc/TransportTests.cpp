@@ -39,6 +39,7 @@ class Operations {
     if (method == "refuse") throw RPCError{RPCErrorCode::operationFailed, "refused", {{"path", "/a"}, {"errno", 13}}};
     if (method == "large") return std::string(std::size_t{1} << 20, 'x');
     if (method == "break") throw std::runtime_error("broken");
+    if (method == "fill") throw std::bad_alloc();
     if (method == "badText")
       return ordered_json(
           "a\xFF"
@@ -157,7 +158,14 @@ TEST_F(Transport, AnErrorOfTheOperationHasCodeMessageAndData) {
 }
 
 TEST_F(Transport, AnUnexpectedFailureIsAnInternalErrorAndTheProcessContinues) {
-  EXPECT_THAT(ask(request("1", "break")), StartsWith(R"({"jsonrpc":"2.0","id":1,"error":{"code":-32603,)"));
+  EXPECT_THAT(ask(request("1", "break")),
+              StartsWith(R"({"jsonrpc":"2.0","id":1,"error":{"code":-32603,"message":"internal error: broken")"));
+  expectNextRequestWorks();
+}
+
+TEST_F(Transport, MissingMemoryIsAnErrorOfTheRequestAndTheProcessContinues) {
+  EXPECT_THAT(ask(request("1", "fill")),
+              StartsWith(R"({"jsonrpc":"2.0","id":1,"error":{"code":-32603,"message":"not enough memory")"));
   expectNextRequestWorks();
 }
 
