@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "QuarnCore/ownership/NameKeys.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/text/Text.h"
 
@@ -19,6 +18,14 @@ std::string_view firstWord(std::string_view name) { return name.substr(0, name.f
 std::string_view withinEntryName(std::string_view text) {
   constexpr std::size_t kLongest = 255;
   return text.size() > kLongest ? std::string_view() : text;
+}
+
+// Calls `use` for each key of a name. Most names have one.
+template <class Use>
+void eachKey(const NameKeys& keys, const Use& use) {
+  use(keys.plain);
+  if (keys.unversioned != keys.plain) use(keys.unversioned);
+  if (keys.reduced != keys.unversioned) use(keys.reduced);
 }
 
 }  // namespace
@@ -46,10 +53,6 @@ std::string AppIndex::vendorKey(std::string_view vendor) {
   std::string key(vendor);
   std::erase_if(key, [](char c) { return c == '-' || c == '_'; });
   return key;
-}
-
-AppIndex::NameKeys AppIndex::keysOf(std::string_view name) {
-  return {nameKey(name), unversionedNameKey(name), reducedNameKey(name)};
 }
 
 void AppIndex::add(Key key, std::string text, std::uint32_t app) {
@@ -87,13 +90,13 @@ void AppIndex::addNames(const AppEntity& app, const AppFacts& facts, std::uint32
     // Most apps have one name. Displayed ones come first and add more.
     if (std::find(added.begin(), added.end(), name) != added.end()) return;
     added.push_back(name);
-    const NameKeys ofName = keysOf(name);
-    if (isDisplayed) add(Key::name, ofName.front(), index);
-    for (const std::string& key : ofName) {
-      if (key.size() < kShortestKey || isGenericWord(key)) continue;
+    const NameKeys ofName = nameKeysOf(name);
+    if (isDisplayed) add(Key::name, ofName.plain, index);
+    eachKey(ofName, [&](const std::string& key) {
+      if (key.size() < kShortestKey || isGenericWord(key)) return;
       add(Key::reducedName, key, index);
       keys.push_back(key);
-    }
+    });
     addFolders(name, ofName, vendorName, index);
   };
   addName(withinEntryName(app.name), true);
@@ -108,17 +111,17 @@ void AppIndex::addNames(const AppEntity& app, const AppFacts& facts, std::uint32
 void AppIndex::addFolders(std::string_view name, const NameKeys& keys, const std::string& vendor, std::uint32_t index) {
   const auto addIn = [&](const std::string& folder, const NameKeys& inner) {
     if (folder.size() < 2) return;
-    for (const std::string& key : inner) {
-      if (key.size() < 2) continue;
+    eachKey(inner, [&](const std::string& key) {
+      if (key.size() < 2) return;
       add(Key::folderApp, joined(folder, key), index);
       folders_.insert(folder);
-    }
+    });
   };
   addIn(vendor, keys);
   const std::string_view first = firstWord(name);
   if (first.empty() || first.size() == name.size()) return;
   const std::string firstKey = nameKey(first);
-  const NameKeys rest = keysOf(name.substr(first.size()));
+  const NameKeys rest = nameKeysOf(name.substr(first.size()));
   addIn(firstKey, keys);
   addIn(firstKey, rest);
   addIn(vendor, rest);

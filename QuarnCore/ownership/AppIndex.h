@@ -8,6 +8,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "QuarnCore/ownership/NameKeys.h"
 #include "QuarnModels/AppEntity.h"
 
 namespace quarn {
@@ -64,9 +65,6 @@ class AppIndex {
     std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
   };
   using Lists = std::unordered_map<std::string, AppList, Hash, std::equal_to<>>;
-  using NameKeys = std::array<std::string, 3>;  // a name's key, the one without a version, and the reduced one
-
-  static NameKeys keysOf(std::string_view name);
 
   void add(Key key, std::string text, std::uint32_t app);
   void addIdentifiers(const AppEntity& app, const AppFacts& facts, std::uint32_t index);

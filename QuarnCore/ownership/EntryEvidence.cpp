@@ -166,12 +166,12 @@ class EntryEvidence::Search {
   bool byReducedName() {
     if (!takesNames() || !entry_.folderKey.empty()) return false;
     const std::size_t shortest = std::max(shortestName(), kShortestReduced);
-    const std::array<std::string, 4> keys{entry_.key, unversionedNameKey(entry_.plainName),
-                                          reducedNameKey(entry_.plainName), nameKey(withoutDomain(entry_.plainName))};
-    for (const std::string& key : keys) {
-      if (key.size() < shortest || isGenericWord(key)) continue;
-      if (addKey(EvidenceKind::nameWithoutVersion, Key::name, key)) return true;
-      if (addKey(EvidenceKind::nameWithoutVersion, Key::reducedName, key)) return true;
+    const NameKeys keys = nameKeysOf(entry_.plainName);
+    const std::string withoutEnding = nameKey(withoutDomain(entry_.plainName));
+    for (const std::string* key : {&keys.plain, &keys.unversioned, &keys.reduced, &withoutEnding}) {
+      if (key->size() < shortest || isGenericWord(*key)) continue;
+      if (addKey(EvidenceKind::nameWithoutVersion, Key::name, *key)) return true;
+      if (addKey(EvidenceKind::nameWithoutVersion, Key::reducedName, *key)) return true;
     }
     return false;
   }
@@ -211,10 +211,11 @@ class EntryEvidence::Search {
 
   bool byForeignIdentifier() {
     if (!entry_.isIdentifier) return false;
-    for (const std::string& key : {nameKey(lastPart(entry_.identifier)), reducedNameKey(lastPart(entry_.identifier)),
-                                   nameKey(lastMeaningfulPart(entry_.identifier))}) {
-      if (key.size() < kShortestForeign || isGenericWord(key)) continue;
-      if (addKey(EvidenceKind::otherIdentifierName, Key::name, key)) return true;
+    const NameKeys last = nameKeysOf(lastPart(entry_.identifier));
+    const std::string meaningful = nameKey(lastMeaningfulPart(entry_.identifier));
+    for (const std::string* key : {&last.plain, &last.reduced, &meaningful}) {
+      if (key->size() < kShortestForeign || isGenericWord(*key)) continue;
+      if (addKey(EvidenceKind::otherIdentifierName, Key::name, *key)) return true;
     }
     return false;
   }
@@ -267,15 +268,14 @@ bool EntryEvidence::isCalledLikeItsApp(std::string_view vendor) const {
 }
 
 bool EntryEvidence::isNearName(std::string_view part) const {
-  const std::string key = nameKey(part);
-  const std::string reduced = reducedNameKey(part);
-  for (const std::string* known : {&key, &reduced}) {
-    if (known->size() < kShortestInIdentifier || isGenericWord(*known)) continue;
-    if (index_.find(Key::name, *known) != nullptr || index_.find(Key::vendorName, *known) != nullptr) return true;
-    if (known->size() >= kShortestForeign && index_.find(Key::reducedName, *known) != nullptr) return true;
+  const NameKeys keys = nameKeysOf(part);
+  for (const std::string* key : {&keys.plain, &keys.reduced}) {
+    if (key->size() < kShortestInIdentifier || isGenericWord(*key)) continue;
+    if (index_.find(Key::name, *key) != nullptr || index_.find(Key::vendorName, *key) != nullptr) return true;
+    if (key->size() >= kShortestForeign && index_.find(Key::reducedName, *key) != nullptr) return true;
   }
-  for (std::size_t length = kShortestBeginning; length < key.size(); ++length) {
-    const std::string_view beginning = std::string_view(key).substr(0, length);
+  for (std::size_t length = kShortestBeginning; length < keys.plain.size(); ++length) {
+    const std::string_view beginning = std::string_view(keys.plain).substr(0, length);
     if (!isGenericWord(beginning) && index_.find(Key::name, beginning) != nullptr) return true;
   }
   return false;

@@ -121,22 +121,11 @@ Word lastWord(std::string_view text, std::size_t end) {
 
 bool isVersionOrChannel(std::string_view word) { return isDigits(word) || holds(kChannelWords, word); }
 
-template <class IsDropped>
-std::string keyWithoutLastWords(std::string_view name, const IsDropped& isDropped) {
+std::string keyBefore(std::string_view name, std::size_t end, const std::string& whole) {
   constexpr std::size_t kShortestKept = 2;
-  std::size_t end = name.size();
-  Word last = lastWord(name, end);
-  // The first word stays.
-  for (Word before = lastWord(name, last.begin); before.begin < before.end; before = lastWord(name, last.begin)) {
-    std::string word(name.substr(last.begin, last.end - last.begin));
-    std::transform(word.begin(), word.end(), word.begin(), lower);
-    const bool isVersionMark = word == "v" && end != name.size();
-    if (!isDropped(word) && !isVersionMark) break;
-    end = before.end;
-    last = before;
-  }
-  std::string reduced = nameKey(name.substr(0, end));
-  return reduced.size() < kShortestKept ? nameKey(name) : reduced;
+  if (end == name.size()) return whole;
+  std::string key = nameKey(name.substr(0, end));
+  return key.size() < kShortestKept ? whole : key;
 }
 
 // The length of a crash report's mark: "_1A2B3C4D-5E6F-…", "-2025-01-02-030405", "_2025-01-02-030405_host".
@@ -198,11 +187,33 @@ bool isGenericWord(std::string_view word) {
   return holds(kChannelWords, word) || holds(kEditionWords, word) || holds(kPartWords, word);
 }
 
-std::string reducedNameKey(std::string_view name) {
-  return keyWithoutLastWords(name, [](std::string_view word) { return isDigits(word) || isGenericWord(word); });
+// What ends in a version or a channel ends in a word that says nothing too, so the shorter key goes on from the longer.
+NameKeys nameKeysOf(std::string_view name) {
+  std::size_t end = name.size();
+  std::size_t unversionedEnd = end;
+  bool areVersions = true;
+  Word last = lastWord(name, end);
+  // The first word stays.
+  for (Word before = lastWord(name, last.begin); before.begin < before.end; before = lastWord(name, last.begin)) {
+    std::string word(name.substr(last.begin, last.end - last.begin));
+    std::transform(word.begin(), word.end(), word.begin(), lower);
+    const bool isVersionMark = word == "v" && end != name.size();
+    const bool isVersion = isVersionMark || isVersionOrChannel(word);
+    areVersions = areVersions && isVersion;
+    if (!isVersion && !isGenericWord(word)) break;
+    end = before.end;
+    if (areVersions) unversionedEnd = end;
+    last = before;
+  }
+  NameKeys keys{.plain = nameKey(name), .unversioned = {}, .reduced = {}};
+  keys.unversioned = keyBefore(name, unversionedEnd, keys.plain);
+  keys.reduced = end == unversionedEnd ? keys.unversioned : keyBefore(name, end, keys.plain);
+  return keys;
 }
 
-std::string unversionedNameKey(std::string_view name) { return keyWithoutLastWords(name, isVersionOrChannel); }
+std::string reducedNameKey(std::string_view name) { return nameKeysOf(name).reduced; }
+
+std::string unversionedNameKey(std::string_view name) { return nameKeysOf(name).unversioned; }
 
 namespace {
 
@@ -273,8 +284,10 @@ std::string_view lastMeaningfulPart(std::string_view identifier) {
     std::transform(word.begin(), word.end(), word.begin(), lower);
     const bool isFirst = dot == std::string_view::npos;
     if (isFirst && holds(kFirstParts, word)) return {};
-    if (!part.empty() && !isDigits(part) && !isGenericWord(nameKey(part)) && !isGenericWord(reducedNameKey(part)))
-      return part;
+    if (!part.empty() && !isDigits(part)) {
+      const NameKeys keys = nameKeysOf(part);
+      if (!isGenericWord(keys.plain) && !isGenericWord(keys.reduced)) return part;
+    }
     if (isFirst) return {};
     rest = rest.substr(0, dot);
   }

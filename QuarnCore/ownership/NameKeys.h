@@ -19,6 +19,14 @@ std::string reducedNameKey(std::string_view name);
 /// The same, but drops versions and channels only: "My App Helper 3" gives "myapphelper".
 std::string unversionedNameKey(std::string_view name);
 
+/// All three, in one pass.
+struct NameKeys {
+  std::string plain;  ///< `nameKey`
+  std::string unversioned;
+  std::string reduced;
+};
+NameKeys nameKeysOf(std::string_view name);
+
 /// Whether the text looks like an identifier: parts with dots between them, and a first part that is common in
 /// identifiers ("com") or at least three parts.
 bool looksLikeIdentifier(std::string_view lowercased);

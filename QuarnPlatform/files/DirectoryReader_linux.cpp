@@ -39,7 +39,7 @@ std::optional<FileType> lookedUpType(int folder, const char* name) {
   return errno == ENOENT ? std::nullopt : std::optional(FileType::regular);
 }
 
-bool isSelfOrParent(std::string_view name) { return name == "." || name == ".."; }
+bool isSelfOrParent(std::string_view name) { return name.starts_with('.') && (name == "." || name == ".."); }
 
 }  // namespace
 
@@ -100,18 +100,21 @@ bool DirectoryReader::readMore() {
 }
 
 const DirectoryReader::Entry* DirectoryReader::next() {
-  while (state_->at != state_->end) {
-    const char* record = state_->at;
-    state_->at += State::lengthOf(record);
-    state_->isAtEnd = state_->at == state_->end && State::positionAfter(record) == kEndOfFolder;
+  State& state = *state_;
+  while (state.at != state.end) {
+    const char* record = state.at;
+    state.at += State::lengthOf(record);
+    if (state.at == state.end) state.isAtEnd = State::positionAfter(record) == kEndOfFolder;
     const char* name = record + offsetof(dirent64, d_name);
     const std::string_view text = name;
     if (isSelfOrParent(text)) continue;
-    const std::optional<FileType> type = state_->typeOfRecord(record, name);
+    const std::optional<FileType> type = state.typeOfRecord(record, name);
     if (!type) continue;
-    state_->entry = {.name = text, .type = *type, .hidden = isHidden(text)};
-    ++state_->listed;
-    return &state_->entry;
+    state.entry.name = text;
+    state.entry.type = *type;
+    state.entry.hidden = isHidden(text);
+    ++state.listed;
+    return &state.entry;
   }
   return nullptr;
 }

@@ -93,20 +93,22 @@ void SizingWorker::enter(SizingTask& task) {
   OpenedFolder opened = parent.open(task.name);
   if (!opened.descriptor.isOpen()) {
     if (isPutOff(task, opened.error)) return;
-    if (scheduler_.observer() != nullptr) observe(task, -1, false);
+    if (scheduler_.observer() != nullptr) observe(task, -1, isPackageName(task.name));
     return scheduler_.reportUnreadable(tree(), parent, task.name, opened.error);
   }
   SubFolders::Item& item = task.item;
   const bool decides = item.step.has_value() != item.asPackage.has_value();
   const bool isObserved = scheduler_.observer() != nullptr;
   BundleBit bit;
-  if (decides || (isObserved && !isPackageName(task.name))) bit = bundleBit(opened.descriptor.get());
+  const bool isPackageByName = isObserved && isPackageName(task.name);
+  if (decides || (isObserved && !isPackageByName)) bit = bundleBit(opened.descriptor.get());
   if (decides && bit.error != 0) scheduler_.reportUnreadable(tree(), parent, task.name, bit.error);
   // An error that decides nothing yet is met and reported again when it does.
   if (decides || (isObserved && bit.error == 0)) item.step = item.asPackage = bit.isSet ? item.asPackage : item.step;
   if (!item.step) return;
   if (ListingCount::wantsFolder()) tellFolder(parent, task.name);
-  const FolderObserver::Folder observed = isObserved ? observe(task, opened.descriptor.get(), bit.isSet) : 0;
+  const FolderObserver::Folder observed =
+      isObserved ? observe(task, opened.descriptor.get(), isPackageByName || bit.isSet) : 0;
   SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage, observed);
   if (const int error = read(folder); error != 0) scheduler_.reportUnreadable(tree(), parent, task.name, error);
 }
@@ -209,11 +211,11 @@ std::int64_t SizingWorker::changeOf(const SizingTask& task, int descriptor) {
   return isFound ? facts.st_mtime : FolderObserver::kNoTime;
 }
 
-FolderObserver::Folder SizingWorker::observe(const SizingTask& task, int descriptor, bool hasBundleBit) {
+FolderObserver::Folder SizingWorker::observe(const SizingTask& task, int descriptor, bool isPackage) {
   const std::string_view name(task.name);
   return scheduler_.observer()->enter(task.siblings->observed, {.name = name,
                                                                 .isHidden = task.item.isHidden,
-                                                                .isPackage = hasBundleBit || isPackageName(name),
+                                                                .isPackage = isPackage,
                                                                 .isRead = descriptor >= 0,
                                                                 .modified = changeOf(task, descriptor)});
 }

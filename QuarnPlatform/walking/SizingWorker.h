@@ -38,7 +38,7 @@ class SizingWorker {
   void countFile(SizedFolder& folder, const DirectoryReader::Entry& entry);
   void observeFile(SizedFolder& folder, const FolderObserver::File& file);
   void tellCounted(SizedFolder& folder);
-  FolderObserver::Folder observe(const SizingTask& task, int descriptor, bool hasBundleBit);
+  FolderObserver::Folder observe(const SizingTask& task, int descriptor, bool isPackage);
   static std::int64_t changeOf(const SizingTask& task, int descriptor);
   void tellFolder(const WalkedFolders::Use& parent, const char* name);
   void keepSubFolder(SizedFolder& folder, const DirectoryReader::Entry& entry);
