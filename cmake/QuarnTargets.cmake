@@ -63,9 +63,6 @@ function(quarn_room NAME FOLDER)
   add_library(QuarnCore::${NAME} ALIAS ${NAME})
   target_link_libraries(${NAME} PUBLIC quarn_settings ${ARGN} PRIVATE $<BUILD_INTERFACE:quarn_warnings>)
   set_target_properties(${NAME} PROPERTIES POSITION_INDEPENDENT_CODE ON)
-  # No other library replaces a function of this one, so GCC may inline them. Clang takes that for granted.
-  target_compile_options(
-    ${NAME} PRIVATE $<$<AND:$<CXX_COMPILER_ID:GNU>,$<NOT:$<CONFIG:Debug>>>:-fno-semantic-interposition>)
   target_precompile_headers(${NAME} PRIVATE ${QUARN_STANDARD_HEADERS})
   quarn_unity(${NAME})
 endfunction()
