@@ -171,6 +171,18 @@ TEST(Leftovers, TellTheNewestChangeOfAllThatIsInThem) {
   EXPECT_EQ(found[0].modified, Date(std::chrono::seconds(2'000'000'000)));
 }
 
+TEST(Leftovers, AFileHasItsOwnTimeAndItsSizeOnlyIfItIsAskedFor) {
+  MacVolume volume;
+  volume.file("~/Library/Preferences/com.gone.Editor.plist", 8_KiB)
+      .modified("~/Library/Preferences/com.gone.Editor.plist", 1'700'000'000);
+  for (const bool computeSizes : {false, true}) {
+    const std::vector<Leftover> found = leftovers(Mapper(volume), computeSizes);
+    ASSERT_THAT(found, SizeIs(1));
+    EXPECT_EQ(found[0].modified, Date(std::chrono::seconds(1'700'000'000)));
+    EXPECT_EQ(found[0].size, computeSizes ? std::optional(SizeInfo{8_KiB, 8_KiB}) : std::nullopt);
+  }
+}
+
 TEST(Leftovers, TellTheChangeOfAFolderInThemThatCannotBeRead) {
   MacVolume volume;
   const std::string closed = "~/Library/Caches/com.gone.Editor/deep/closed";
