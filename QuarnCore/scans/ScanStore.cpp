@@ -17,14 +17,16 @@
 #include "QuarnPlatform/base/StartBeside.h"
 #include "QuarnPlatform/files/HostFile.h"
 
-// Threads of a scan that is written, after the walk, which has threads of its own. The calling thread gathers. A second
-// thread makes the map of ownership: it reads the volume, and nothing of the record. Meanwhile the calling thread
-// finishes the record, which no longer changes from then on, starts the writer's thread on it, and sizes what it
-// gathers by it. Before it looks for leftovers it waits for the map, which no longer changes either, and hands it to
-// the writer's next thread. At the end one more thread replaces the file, and meanwhile the calling thread frees what
-// it gathered. The destructors wait for all threads, the writer's first: these use what `Gathering` owns. After a
-// cancellation each thread ends by itself. No lock is taken, beside those of the services, which any thread may use.
-// Memory: the map and the record together.
+// Threads of a scan that is written, once the walk and its threads have ended:
+// - A second thread makes the map of ownership. It reads the volume, and nothing of the record of folders.
+// - Meanwhile the calling thread finishes the record and starts the writer's first thread on it. The record no longer
+//   changes then, and the calling thread takes the sizes of what it gathers from it.
+// - Then it waits for the map, which no longer changes either, starts the writer's second thread on it, and looks for
+//   leftovers.
+// - At the end one more thread replaces the file, while the calling thread frees what it gathered.
+// The writer's threads use what `Gathering` owns, so the writer is destroyed first. Destructors wait for their threads.
+// After a cancellation each thread ends by itself. No lock is taken but those of the services, which any thread may
+// use. Memory: the map and the record together.
 
 namespace quarn {
 namespace {

@@ -19,12 +19,13 @@
 #include "QuarnPlatform/base/StartBeside.h"
 #include "QuarnPlatform/files/HostFile.h"
 
-// Threads of a writer. The thread that makes it owns it, and the process's lock on unfinished files as long as it
-// lives. The database has one user at a time: from `startFolders` on a second thread, which reads the folders; they no
-// longer change. From `startEntries` on a third thread, which waits for the second before it uses the database.
-// `fill` waits for the last one. The destructor waits for it too; when the scan is cancelled, the second thread ends
-// within 1,024 rows, and the third one when its source does. No lock is taken meanwhile. Memory: the page cache of the
-// database, and one entry.
+// Threads of a writer. The thread that makes the writer owns it. While the writer lives, it holds the process's lock on
+// unfinished files. Three threads use the database, one after another:
+// 1. `startFolders` starts the first. It reads the folders, which no longer change.
+// 2. `startEntries` starts the second, which begins when the first has ended.
+// 3. The caller of `fill` is the third. It waits for the second.
+// The destructor waits for the threads too. When the scan is cancelled, the first ends within 1,024 rows, the second
+// when its source ends. No other lock is taken. Memory: the page cache of the database, and one entry.
 
 namespace quarn {
 namespace {
