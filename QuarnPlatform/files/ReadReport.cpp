@@ -13,6 +13,10 @@ void ReadReport::add(std::string path, int error) {
 
 void ReadReport::addOtherDevice(std::string path) { add(std::move(path), EXDEV); }
 
+void ReadReport::add(const ReadReport& other) {
+  for (UnreadableItem& item : other.items()) add(std::move(item));
+}
+
 void ReadReport::add(UnreadableItem item) {
   const std::lock_guard lock(mutex_);
   if (known_.contains({item.cause, item.path})) return;

@@ -44,6 +44,8 @@ class ReadReport {
   /// `error` is an errno; EXDEV means a mount point that was not entered.
   void add(std::string path, int error);
   void addOtherDevice(std::string path);
+  /// Adds the items that another report keeps.
+  void add(const ReadReport& other);
 
   [[nodiscard]] std::vector<UnreadableItem> items() const;
   [[nodiscard]] std::uint64_t count() const;

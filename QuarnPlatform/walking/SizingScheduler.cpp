@@ -26,7 +26,6 @@ unsigned mostHelpers(unsigned threads) { return (threads != 0 ? threads : kMostT
 SizingScheduler::SizingScheduler(const FileManager& files, const std::vector<TreeSizer::Tree>& trees,
                                  const TreeSizer::Options& options)
     : files_(files),
-      silentFiles_(files.reportingTo(nullptr)),
       options_(options),
       folders_(files.accessTimes()),
       helperCount_(mostHelpers(options.threads), options.threads != 0 ? options.threads : HelperCount::furtherCores()),
@@ -41,24 +40,19 @@ std::vector<TreeSizer::TreeTotals> SizingScheduler::finish() {
   return found;
 }
 
-WalkedFolders::Use SizingScheduler::openRoot(const SizedTree& tree) {
+WalkedFolders::Use SizingScheduler::openRoot(const SizedTree& tree, std::shared_ptr<ReadReport>& refused) {
   for (;;) {
+    refused = std::make_shared<ReadReport>();
     try {
-      return folders_.addRoot(silentFiles_.openDirectory(tree.tree.root, Links::doNotFollow));
+      return folders_.addRoot(files_.reportingTo(refused).openDirectory(tree.tree.root, Links::doNotFollow));
     } catch (const FileError& error) {
       if (!meansNoDescriptor(error.error()) || !folders_.makeRoom()) throw;
     }
   }
 }
 
-// The file manager knows which part of the path refused.
-void SizingScheduler::reportRoot(const SizedTree& tree) const {
-  if (files_.readReport() == nullptr) return;
-  try {
-    (void)files_.openDirectory(tree.tree.root, Links::doNotFollow);
-  } catch (const FileError&) {
-    // It is in the report now.
-  }
+void SizingScheduler::report(const ReadReport& refused) const {
+  if (files_.readReport() != nullptr) files_.readReport()->add(refused);
 }
 
 void SizingScheduler::push(std::shared_ptr<SubFolders> folders) {

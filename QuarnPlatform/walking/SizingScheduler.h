@@ -66,10 +66,9 @@ class SizingScheduler {
 
   // For the workers, on any thread.
 
-  /// Opens the root of a tree. Throws FileError. The read report learns of a failure by `reportRoot`, because a root
-  /// for which no descriptor was left is tried again.
-  [[nodiscard]] WalkedFolders::Use openRoot(const SizedTree& tree);
-  void reportRoot(const SizedTree& tree) const;
+  /// Opens the root of a tree. Throws FileError; `refused` then gets what the read report is to learn of it.
+  [[nodiscard]] WalkedFolders::Use openRoot(const SizedTree& tree, std::shared_ptr<ReadReport>& refused);
+  void report(const ReadReport& refused) const;
   /// Null for nobody.
   [[nodiscard]] FolderObserver* observer() const { return options_.observer; }
   /// Null for nobody.
@@ -108,7 +107,6 @@ class SizingScheduler {
   void stopAndJoin();
 
   const FileManager& files_;
-  const FileManager silentFiles_;  // the same without a read report
   const TreeSizer::Options& options_;
   const std::thread::id caller_ = std::this_thread::get_id();
   const HelperCount::Clock::time_point started_ = HelperCount::Clock::now();

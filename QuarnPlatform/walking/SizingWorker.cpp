@@ -12,6 +12,7 @@
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/files/ListingCount.h"
 #include "QuarnPlatform/files/Packages.h"
+#include "QuarnPlatform/files/ReadReport.h"
 #include "QuarnPlatform/walking/SizingScheduler.h"
 
 namespace quarn {
@@ -27,8 +28,10 @@ constexpr unsigned kTriesForDescriptor = 16;
 void SizingWorker::readRoot(SizingTask& task) {
   const TreeSizer::Tree& asked = tree().tree;
   std::optional<FileError> failure;
+  // A root for which no descriptor was left is tried again, so its failure is not reported at once.
+  std::shared_ptr<ReadReport> refused;
   try {
-    const auto use = std::make_shared<const WalkedFolders::Use>(scheduler_.openRoot(tree()));
+    const auto use = std::make_shared<const WalkedFolders::Use>(scheduler_.openRoot(tree(), refused));
     const PinnedFolder pinned(*use);
     SizedFolder root(use, pinned.descriptor(), asked.rootStep, asked.observedRoot);
     const int error = read(root);
@@ -39,7 +42,7 @@ void SizingWorker::readRoot(SizingTask& task) {
     failure = error;
   }
   if (isPutOff(task, failure->error())) return;
-  scheduler_.reportRoot(tree());
+  scheduler_.report(*refused);
   tree().found.error = std::move(failure);
 }
 

@@ -62,6 +62,18 @@ TEST(ReadReport, AMountPointIsNotAnError) {
                           UnreadableItem{.path = "/Volumes/Stick", .cause = UnreadableCause::otherDevice, .error = 0}));
 }
 
+TEST(ReadReport, TakesTheItemsOfAnotherReport) {
+  ReadReport other;
+  other.add("/a", EACCES);
+  other.add("/b", EIO);
+  other.addOtherDevice("/Volumes/Stick");
+  ReadReport report;
+  report.add("/a", EACCES);
+  report.add(other);
+  EXPECT_EQ(report.items(), other.items());
+  EXPECT_EQ(report.count(), 3U);
+}
+
 TEST(ReadReport, EachCauseIsCountedSeparately) {
   ReadReport report;
   report.add("/a", EACCES);

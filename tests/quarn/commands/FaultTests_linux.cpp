@@ -183,6 +183,25 @@ TEST(FailingDisk, EachSingleFailureIsSurvivedAndSaid) {
   }
 }
 
+// The walk that sizes a package opens it itself. Few calls are made, so each of them can fail once.
+TEST(FailingDisk, APackageThatCannotBeOpenedForItsSizeIsSaid) {
+  MacVolume volume;
+  volume.file("~/Documents/Drawings.app/Contents/drawing", 5000).file("~/Documents/letter", 100);
+  FaultShim shim;
+  const auto top = [&](const std::string& when) { return shim.run(volume.root(), {"top"}, "openat2:5:" + when); };
+  const CommandRun whole = top("n1000000000");
+  ASSERT_EQ(whole.exitCode, 0) << whole.err;
+  EXPECT_THAT(whole.out, HasSubstr("Drawings.app"));
+  std::uint64_t failures = 0;
+  for (std::uint64_t n = 1;; ++n) {
+    const CommandRun run = top("n" + std::to_string(n));
+    EXPECT_TRUE(isToldOrWhole(run, whole)) << n << "\n" << run.out << run.err;
+    if (shim.marks() == 0) break;
+    ++failures;
+  }
+  EXPECT_GT(failures, 5U);
+}
+
 /// Scans the sample volume while calls fail.
 class FaultyScan {
  public:
