@@ -203,7 +203,7 @@ void SizingWorker::observeFile(SizedFolder& folder, const FolderObserver::File& 
   if (scheduler_.observer()->wants(file.sizes)) scheduler_.observer()->keep(folder.observed(), file);
 }
 
-// Looks the folder up in its parent if it could not be opened, which a negative descriptor stands for.
+// A negative descriptor means that the folder could not be opened. Then its name is looked up in its parent.
 std::int64_t SizingWorker::changeOf(const SizingTask& task, int descriptor) {
   struct stat facts {};
   if (descriptor >= 0) return ::fstat(descriptor, &facts) == 0 ? facts.st_mtime : FolderObserver::kNoTime;
