@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <limits>
 #include <map>
-#include <numeric>
 #include <optional>
 #include <string>
 #include <utility>
 
 #include "QuarnCore/folders/LargestItems.h"
+#include "QuarnCore/scans/ScannedWays.h"
 #include "QuarnPlatform/paths/Path.h"
 
 namespace quarn {
@@ -66,46 +66,36 @@ class Search {
   ScannedItems::Answer run() {
     find([&](const SizeInfo& size) { return options_.preferAllocatedSize ? size.allocatedBytes : largerCount(size); },
          scan_.facts().keptAbove);
-    keepLargest();
+    // Of equally large items at the limit, which ones stay depends on the order in which a walk meets all of them. So
+    // all go through the same list as in the walk.
+    LargestItems<std::uint32_t> kept(options_.limit);
+    for (const Found& found : found_) kept.add(found.key, found.candidate);
+    for (const std::uint32_t candidate : kept.take()) answer_.items.push_back(itemOf(candidates_[candidate]));
     return std::move(answer_);
   }
 
   ScannedItems::Answer ranked(ScannedItems::Rank rank) {
     find(rank, std::max<std::int64_t>(scan_.facts().keptAbove, 0));
-    std::sort(found_.begin(), found_.end(), [](const Found& left, const Found& right) {
+    std::stable_sort(found_.begin(), found_.end(), [&](const Found& left, const Found& right) {
       if (left.key != right.key) return left.key > right.key;
-      const std::int64_t leftSize = largerCount(left.item.size);
-      const std::int64_t rightSize = largerCount(right.item.size);
-      return leftSize != rightSize ? leftSize > rightSize : left < right;
+      return largerCount(candidates_[left.candidate].size) > largerCount(candidates_[right.candidate].size);
     });
-    for (Found& found : found_) {
-      if (!isFull(answer_.items.size())) answer_.items.push_back(std::move(found.item));
+    for (const Found& found : found_) {
+      if (!isFull(answer_.items.size())) answer_.items.push_back(itemOf(candidates_[found.candidate]));
     }
     return std::exchange(answer_, {.missing = answer_.missing});
   }
 
  private:
-  /// What is between a root and an item, from the root.
-  struct Way {
-    std::vector<std::string> names;
-    bool isHidden = false;
-    bool isInPackage = false;
-  };
-
   struct Found {
-    std::size_t root;
-    std::string place;  ///< the names from the root to the item, with a NUL between two: no name has one
+    std::uint32_t candidate;
     std::int64_t key;
-    TopItem item;
-
-    /// The order of a walk: by root, then name by name.
-    bool operator<(const Found& other) const { return root != other.root ? root < other.root : place < other.place; }
   };
 
   [[nodiscard]] bool isFull(std::size_t count) const { return static_cast<long>(count) >= options_.limit; }
 
-  // At least as many as wanted, and all that are as large as the smallest of them. Files up to `floor` may be missing
-  // in the scan.
+  // At least as many as wanted, and all that are as large as the smallest of them, in the order of a walk. Files up to
+  // `floor` may be missing in the scan.
   template <class Key>
   void find(const Key& keyOf, std::int64_t floor) {
     found_.clear();
@@ -117,21 +107,27 @@ class Search {
     ranking.finish();
     while (!ranking.isEmpty() && !isFull(found_.size())) {
       const std::int64_t key = ranking.largestKey();
-      while (!ranking.isEmpty() && ranking.largestKey() == key) addIfWanted(candidates_[ranking.take()], key);
+      while (!ranking.isEmpty() && ranking.largestKey() == key) {
+        const std::uint32_t candidate = ranking.take();
+        if (isWanted(candidates_[candidate])) found_.push_back({.candidate = candidate, .key = key});
+      }
     }
     answer_.isWhole = scan_.facts().keptAbove < 0 || isFull(found_.size());
+    orderLikeAWalk();
   }
 
-  // Of equally large items at the limit, which ones stay depends on the order in which a walk meets all of them. So all
-  // go through the same list as in the walk.
-  void keepLargest() {
-    std::vector<std::size_t> order(found_.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::sort(order.begin(), order.end(),
-              [&](std::size_t left, std::size_t right) { return found_[left] < found_[right]; });
-    LargestItems<TopItem> kept(options_.limit);
-    for (const std::size_t i : order) kept.add(found_[i].key, std::move(found_[i].item));
-    answer_.items = kept.take();
+  void orderLikeAWalk() {
+    std::vector<std::vector<Found>> perRoot(roots_.size());
+    for (const Found& found : found_) perRoot[candidates_[found.candidate].root].push_back(found);
+    found_.clear();
+    for (const auto& [root, ways] : ways_) {
+      std::vector<ScannedWays::Place> places;
+      for (const Found& found : perRoot[root]) {
+        const Candidate& candidate = candidates_[found.candidate];
+        places.emplace_back(candidate.folder, candidate.name);
+      }
+      for (const std::size_t i : ways.walkOrder(places)) found_.push_back(perRoot[root][i]);
+    }
   }
 
   void gather(std::size_t root) {
@@ -141,7 +137,7 @@ class Search {
       return;
     }
     const std::uint32_t last = folder->id + folder->descendants;
-    starts_[root] = folder->id;
+    ways_.try_emplace(root, scan_, folder->id);
     for (ScannedFile& file : scan_.largeFiles(folder->id, last)) {
       SizeInfo size = file.sizes;
       if (options_.preferAllocatedSize && !options_.keepsZeroAllocation && size.allocatedBytes == 0)
@@ -160,44 +156,18 @@ class Search {
     }
   }
 
-  void addIfWanted(const Candidate& candidate, std::int64_t key) {
-    Way way = wayTo(candidate);
-    way.names.push_back(candidate.name);
-    const bool isTooDeep = static_cast<long>(way.names.size()) > options_.maxDepth;
+  bool isWanted(const Candidate& candidate) {
+    const ScannedWays::Way& way = ways_.at(candidate.root).to(candidate.folder);
+    const bool isTooDeep = way.length >= options_.maxDepth;
     const bool isHidden = (way.isHidden || candidate.isHidden) && !options_.includeHidden;
-    if (isTooDeep || isHidden || way.isInPackage) return;
-    std::string place;
-    for (const std::string& name : way.names) (place += name) += '\0';
-    place.pop_back();
-    std::string path = place;
-    std::replace(path.begin(), path.end(), '\0', '/');
+    return !isTooDeep && !isHidden && !way.isInPackage;
+  }
+
+  [[nodiscard]] TopItem itemOf(const Candidate& candidate) const {
+    const std::string path = ways_.at(candidate.root).path(candidate.folder, candidate.name);
     const FileURL url(path::join(roots_[candidate.root].path(), path),
                       candidate.isPackage ? URLKind::directory : URLKind::item);
-    found_.push_back({.root = candidate.root,
-                      .place = std::move(place),
-                      .key = key,
-                      .item = {.url = url, .name = candidate.name, .size = candidate.size}});
-  }
-
-  Way wayTo(const Candidate& candidate) {
-    Way way;
-    for (std::uint32_t id = candidate.folder; id != starts_[candidate.root];) {
-      const ScannedFolder& folder = folderWith(id);
-      way.names.push_back(folder.name);
-      way.isHidden = way.isHidden || folder.isHidden;
-      way.isInPackage = way.isInPackage || folder.isPackage;
-      // A parent has a smaller id, so this ends; a way past the root is a lie of the file.
-      if (folder.parent < starts_[candidate.root]) throw ScanError(ScanError::Problem::damaged, scan_.file());
-      id = folder.parent;
-    }
-    std::reverse(way.names.begin(), way.names.end());
-    return way;
-  }
-
-  const ScannedFolder& folderWith(std::uint32_t id) {
-    const auto [known, isNew] = known_.try_emplace(id);
-    if (isNew) known->second = scan_.folderWithID(id);
-    return known->second;
+    return {.url = url, .name = candidate.name, .size = candidate.size};
   }
 
   const Scan& scan_;
@@ -206,8 +176,7 @@ class Search {
   ScannedItems::Answer answer_;
   std::vector<Candidate> candidates_;
   std::vector<Found> found_;
-  std::map<std::size_t, std::uint32_t> starts_;  // the id of each root
-  std::map<std::uint32_t, ScannedFolder> known_;
+  std::map<std::size_t, ScannedWays> ways_;  // of each root that the scan has
 };
 
 /// Ranks the direct children of folders.
