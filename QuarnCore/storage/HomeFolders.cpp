@@ -50,4 +50,11 @@ std::vector<FileURL> HomeFolders::outermost() const {
   return result;
 }
 
+std::vector<FileURL> outermostOf(const std::vector<FileURL>& folders) {
+  std::vector<HomeFolders::Located> located;
+  located.reserve(folders.size());
+  for (const FileURL& folder : folders) located.push_back({.url = folder, .location = folder.path()});
+  return HomeFolders(located).outermost();
+}
+
 }  // namespace quarn

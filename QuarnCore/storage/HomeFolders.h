@@ -49,4 +49,7 @@ class HomeFolders {
   PathTrie<std::size_t> byPath_;
 };
 
+/// The folders that are in no other one of them, each once. Their paths must be without links, as those of a scan.
+std::vector<FileURL> outermostOf(const std::vector<FileURL>& folders);
+
 }  // namespace quarn

@@ -88,8 +88,7 @@ std::vector<FileURL> UsersDashboard::topItemRoots(StorageCategoryID category, bo
       if (homes_.isOf(home, files_.realPath(root).value_or(root.path()))) roots.push_back(std::move(root));
     }
   }
-  // A home inside another one may be inside a root of that one.
-  return HomeFolders(roots, files_).outermost();
+  return roots;
 }
 
 std::vector<std::optional<VendorPathHint>> UsersDashboard::hints(const std::vector<PartitionedRoot>& roots,

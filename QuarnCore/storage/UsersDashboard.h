@@ -46,7 +46,7 @@ class UsersDashboard {
   /// False if the home folder at this position cannot be listed.
   [[nodiscard]] bool isReadable(std::size_t home) const;
 
-  /// The folders to search for the largest items of a category, of all users, without folders inside others.
+  /// The folders to search for the largest items of a category, of all users. Some may be inside others.
   [[nodiscard]] std::vector<FileURL> topItemRoots(StorageCategoryID category, bool includeDiscovered,
                                                   const Cancellation& cancellation) const;
   /// What vendors say about each root, in the order of the walk, as a folder of the category.

@@ -4,6 +4,7 @@
 #include <limits>
 #include <utility>
 
+#include "QuarnCore/storage/HomeFolders.h"
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/paths/Path.h"
 #include "QuarnPlatform/walking/TreeSizer.h"
@@ -169,15 +170,10 @@ void fillFromScan(BrowseTree& tree, const Scan& scan, const ScannedFolder& folde
 
 void fillFromScan(BrowseTree& tree, const Scan& scan, const std::vector<FileURL>& folders,
                   const Cancellation& cancellation) {
-  std::vector<FileURL> sorted = folders;
-  std::sort(sorted.begin(), sorted.end());
   BrowseTree::Item sum;
-  const std::string* outer = nullptr;
-  for (const FileURL& url : sorted) {
-    if (outer != nullptr && path::isInside(url.path(), *outer)) continue;
+  for (const FileURL& url : outermostOf(folders)) {
     const std::optional<ScannedFolder> folder = scan.folder(url.path());
     if (!folder || cancellation.isCancelled()) continue;
-    outer = &url.path();
     BrowseTree::Item item = sumsOf(*folder);
     item.name = url.path();
     sum.sizes += item.sizes;

@@ -122,7 +122,8 @@ std::vector<TopItem> scannedItems(const Scan& scan, TopFilters& filters, Command
                                                .includeHidden = hidden,
                                                .preferAllocatedSize = byDisk,
                                                .keepsZeroAllocation = true};
-  return heldItems(items.topFilesRecursively(folders, options), scan, context);
+  const bool isOfCategory = arguments.has("--category");
+  return heldItems(items.topFilesRecursively(isOfCategory ? outermostOf(folders) : folders, options), scan, context);
 }
 
 // Searches whole trees, keeps as many as are listed, and counts the rest.
@@ -190,6 +191,8 @@ std::vector<TopItem> rankedItems(TopFilters& filters, CommandContext& context) {
                                      }),
                         rank);
   }
+  // A search of a folder that is inside another one would list its items twice.
+  if (arguments.has("--category")) folders = HomeFolders(folders, context.services().files).outermost();
   return itemsInTrees(folders, hidden, filters, context);
 }
 

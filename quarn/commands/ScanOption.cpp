@@ -6,18 +6,6 @@
 #include "quarn/terminal/TerminalText.h"
 
 namespace quarn {
-namespace {
-
-// A home folder inside another one may be inside a folder of that one.
-std::vector<FileURL> outermostOf(const std::vector<FileURL>& folders) {
-  std::vector<HomeFolders::Located> located;
-  located.reserve(folders.size());
-  for (const FileURL& folder : folders) located.push_back({.url = folder, .location = folder.path()});
-  return HomeFolders(located).outermost();
-}
-
-}  // namespace
-
 void refuseWithScan(const CommandContext& context, std::string_view option, std::string_view reason) {
   if (context.arguments().has(option)) {
     throw UsageError(std::string(option) + " cannot be combined with --scan: " + std::string(reason));
@@ -78,7 +66,7 @@ std::vector<FileURL> scannedRoots(const Scan& scan, StorageCategoryID category) 
     const bool isTrash = std::find(trashes.begin(), trashes.end(), root.url) != trashes.end();
     if (!isTrash && scan.folder(root.url.path())) folders.push_back(root.url);
   }
-  return scan.users().empty() ? folders : outermostOf(folders);
+  return folders;
 }
 
 std::vector<TopItem> heldItems(ScannedItems::Answer answer, const Scan& scan, CommandContext& context) {

@@ -150,9 +150,12 @@ TEST(UsersDashboard, SaysWhatVendorsKnowOfTheRootsOfEachUser) {
   EXPECT_EQ(ofItems[2]->path, "/Users/ann/Chats");
 }
 
-TEST(UsersDashboard, TheFoldersToSearchAreThoseOfAllUsersWithoutOnesInsideOthers) {
+TEST(UsersDashboard, TheFoldersToSearchAreThoseOfAllUsers) {
   DashboardVolume volume;
-  volume.folder("/Users/ann/Documents/bob/Pictures").folder("/Users/ann/Pictures").folder("/Users/eve/Library");
+  volume.folder("/Users/ann/Documents/bob/Pictures")
+      .folder("/Users/ann/Documents/bob/Documents")
+      .folder("/Users/ann/Pictures")
+      .folder("/Users/eve/Library");
   const UsersDashboard dashboard = users(volume, {"/Users/ann", "/Users/ann/Documents/bob", "/Users/eve"});
   const auto existing = [&](Category category) {
     std::vector<std::string> paths;
@@ -162,7 +165,7 @@ TEST(UsersDashboard, TheFoldersToSearchAreThoseOfAllUsersWithoutOnesInsideOthers
     return paths;
   };
   EXPECT_THAT(existing(Category::photos), ElementsAre("/Users/ann/Pictures", "/Users/ann/Documents/bob/Pictures"));
-  EXPECT_THAT(existing(Category::documents), ElementsAre("/Users/ann/Documents"));
+  EXPECT_THAT(existing(Category::documents), ElementsAre("/Users/ann/Documents", "/Users/ann/Documents/bob/Documents"));
   EXPECT_THAT(existing(Category::systemData), ElementsAre("/Users/eve/Library"));
 }
 

@@ -82,6 +82,17 @@ TEST_F(BrowseOfAScan, SeveralFoldersHaveASumAndNestedOnesCountOnce) {
             "/Users/ann/Library/Caches/com.lumen.notes");
 }
 
+// As text, "Movies - old" is between "Movies" and what is in it.
+TEST_F(BrowseOfAScan, NestedFoldersCountOnceAlsoBesideOnesWithALongerName) {
+  volume_.file("~/Movies - old/film", 5'000).folder("~/Movies/in");
+  volume_.file("~/Movies/in/film", 7'000);
+  BrowseTree tree("documents");
+  fillFromScan(tree, scan(),
+               {FileURL("/Users/ann/Movies/in"), FileURL("/Users/ann/Movies - old"), FileURL("/Users/ann/Movies")},
+               Cancellation::never());
+  EXPECT_EQ(tree.item(BrowseTree::kTop).sizes.logicalBytes, 70'000 + 7'000 + 5'000);
+}
+
 TEST_F(BrowseOfAScan, OwnersAreThoseOfTheVolume) {
   const ItemKnowledge ofScan = knowledgeOfScan(ScannedKnowledge(scan()));
   const Services services(volume_.files(), ResourceBundle::shipped());

@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <array>
 #include <random>
 #include <regex>
+#include <set>
 
 #include <gmock/gmock.h>
 
@@ -175,6 +177,36 @@ TEST_F(ScanEquality, EveryAnswerFromAScanOfAllUsersIsThatOfTheVolume) {
   for (unsigned seed = 1; seed <= homes.size(); ++seed) {
     SCOPED_TRACE(seed);
     expectEqualForAllUsers(RandomMac(seed, {homes.begin(), homes.begin() + seed}));
+  }
+}
+
+// iCloud Drive is a folder of the documents, and so are some folders inside it.
+TEST_F(ScanEquality, AnItemInTwoFoldersOfItsCategoryIsListedOnce) {
+  RandomMac mac(1, {"/Users/ann", "/Users/bob"});
+  for (const std::string home : {"/Users/ann", "/Users/bob"}) {
+    mac.volume().file(home + "/Library/Mobile Documents/com~apple~CloudDocs/Documents/in cloud", 70'000);
+    mac.volume().file(home + "/Documents/on disk", 60'000);
+  }
+  for (const bool ofAllUsers : {false, true}) {
+    SCOPED_TRACE(ofAllUsers);
+    std::vector<std::string> words{"--volume", mac.volume().root(), "scan", "-o", scan()};
+    if (ofAllUsers) words.emplace_back("--all-users");
+    if (!ofAllUsers) words.insert(words.end(), {"--home", "/Users/ann"});
+    ASSERT_EQ(runQuarn(words).exitCode, 0);
+    for (const std::string way : {"--limit=500", "--children", "--files"}) {
+      expectEqual(mac, {"top", "--category", "documents", way}, ofAllUsers);
+      const json items =
+          document(runQuarn({"top", "--category", "documents", way, "--scan", scan(), "--json"}))["items"];
+      std::set<std::string> urls;
+      for (const json& item : items) EXPECT_TRUE(urls.insert(item["url"]).second) << item["url"];
+      EXPECT_FALSE(urls.empty());
+      const auto inCloud = std::count_if(urls.begin(), urls.end(), [](const std::string& url) {
+        return url.find("com~apple~CloudDocs/Documents") != std::string::npos;
+      });
+      // The folder "Documents" is a child of the drive, and has a child itself.
+      const int perUser = way == "--children" ? 2 : 1;
+      EXPECT_EQ(inCloud, ofAllUsers ? 2 * perUser : perUser) << way;
+    }
   }
 }
 
