@@ -1,6 +1,8 @@
 #include "quarn/commands/ScanOption.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <set>
 
 #include "QuarnPlatform/paths/Path.h"
 #include "quarn/terminal/TerminalText.h"
@@ -59,12 +61,15 @@ FileURL scannedFolder(const std::string& text, const Scan& scan) {
 
 std::vector<FileURL> scannedRoots(const Scan& scan, StorageCategoryID category) {
   std::vector<FileURL> folders;
+  std::set<std::uint32_t> known;  // a hostile file may list a folder thousands of times
   std::vector<FileURL> trashes{scan.facts().home.appending(".Trash")};
   for (const ScannedUser& user : scan.users()) trashes.push_back(user.home.appending(".Trash"));
   for (const ScannedRoot& root : scan.roots()) {
     if (root.category != category || !root.isListed) continue;
     const bool isTrash = std::find(trashes.begin(), trashes.end(), root.url) != trashes.end();
-    if (!isTrash && scan.folder(root.url.path())) folders.push_back(root.url);
+    if (isTrash) continue;
+    const std::optional<ScannedFolder> folder = scan.folder(root.url.path());
+    if (folder && known.insert(folder->id).second) folders.push_back(root.url);
   }
   return folders;
 }

@@ -30,7 +30,7 @@ FileURL scannedURL(const std::string& text, const Scan& scan);
 /// The folder of a scan at a path; "~" is the home folder at the time of the scan. Throws UsageError for a relative
 /// path, for "~" in a scan of all users, and CommandError if the scan does not have the folder.
 FileURL scannedFolder(const std::string& text, const Scan& scan);
-/// The folders of a category that are searched for the largest items. Some may be inside others.
+/// The folders of a category that are searched for the largest items, each once. Some may be inside others.
 std::vector<FileURL> scannedRoots(const Scan& scan, StorageCategoryID category);
 
 /// The items of an answer. Says on standard error what the scan does not have.

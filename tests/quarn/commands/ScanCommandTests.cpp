@@ -169,6 +169,21 @@ TEST_F(ScanCommand, TheTrashIsNotSearchedForTheLargestItemsOfACategory) {
   }
 }
 
+// A file that was changed by hand may do so. Otherwise the time would grow with the folders times the files.
+TEST_F(ScanCommand, AFolderThatACategoryListsAgainIsSearchedOnce) {
+  MacVolume volume;
+  volume.file("~/Documents/a", 50'000).file("~/Pictures/b", 5'000);
+  (void)runQuarn({"--volume", volume.root(), "scan", "-o", at("scan")});
+  changeDatabase(at("scan"),
+                 "INSERT INTO category_roots SELECT * FROM category_roots;"
+                 "UPDATE category_roots SET path = replace(path, '/Documents', '//Documents') WHERE rowid % 2");
+  for (const std::string way : {"--limit=9", "--children", "--files"}) {
+    const json answer = document(runQuarn({"top", "--category", "documents", way, "--scan", at("scan"), "--json"}));
+    ASSERT_EQ(answer["items"].size(), 1u) << way;
+    EXPECT_EQ(answer["items"][0]["name"], "a") << way;
+  }
+}
+
 TEST_F(ScanCommand, FilesThatTheScanDoesNotHaveAreSaid) {
   MacVolume volume;
   volume.file("~/Documents/a", 50'000).file("~/Documents/b", 5'000);
