@@ -11,6 +11,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
+#include <optional>
 #include <string>
 
 #include <curses.h>
@@ -191,14 +193,15 @@ class CursesScreen final : public BrowseScreen {
 
   BrowseKey read(std::chrono::milliseconds wait) override {
     ::wtimeout(stdscr, static_cast<int>(wait.count()));
-    wint_t number = 0;
-    const int kind = ::wget_wch(stdscr, &number);
-    if (kind == KEY_CODE_YES) return keyIn(kFunctionKeys, number);
-    if (kind == ERR) return {.code = isClosed() ? Code::closed : Code::none};
-    constexpr wint_t kSpace = 0x20;  // wint_t has a sign on macOS
-    constexpr wint_t kDelete = 0x7F;
-    if (number < kSpace || number == kDelete) return keyIn(kControlKeys, number);
-    return {.code = Code::character, .character = static_cast<char32_t>(number)};
+    const int key = ::wgetch(stdscr);
+    if (key == ERR) return {.code = isClosed() ? Code::closed : Code::none};
+    if (key >= KEY_MIN) return keyIn(kFunctionKeys, static_cast<wint_t>(key));
+    constexpr int kSpace = 0x20;
+    constexpr int kDelete = 0x7F;
+    if (key < kSpace || key == kDelete) return keyIn(kControlKeys, static_cast<wint_t>(key));
+    const std::optional<wchar_t> character = characterFrom(key);
+    if (!character) return {};
+    return {.code = Code::character, .character = static_cast<char32_t>(*character)};
   }
 
  private:
@@ -226,6 +229,27 @@ class CursesScreen final : public BrowseScreen {
     ::init_pair(kWarningPair, COLOR_YELLOW, background);
     ::init_pair(kDangerPair, COLOR_RED, background);
     hasColors_ = true;
+  }
+
+  // The character that begins with a byte. Absent if the bytes are none: a key that came after them is kept. The
+  // function of ncurses for characters would wait for more bytes and swallow them.
+  static std::optional<wchar_t> characterFrom(int byte) {
+    constexpr int kPatience = 25;  // milliseconds; a terminal sends the bytes of a character together
+    constexpr std::size_t kIncomplete = static_cast<std::size_t>(-2);
+    constexpr std::size_t kInvalid = static_cast<std::size_t>(-1);
+    std::mbstate_t state{};
+    wchar_t character = 0;
+    for (bool isFirst = true;; isFirst = false) {
+      const char next = static_cast<char>(byte);
+      const std::size_t length = std::mbrtowc(&character, &next, 1, &state);
+      if (length == kInvalid && !isFirst) ::ungetch(byte);
+      if (length == kInvalid) return std::nullopt;
+      if (length != kIncomplete) return character;
+      ::wtimeout(stdscr, kPatience);
+      byte = ::wgetch(stdscr);
+      if (byte == ERR) return std::nullopt;
+      if (byte >= KEY_MIN) return ::ungetch(byte), std::nullopt;
+    }
   }
 
   // A selected line is in reverse over the whole width.

@@ -106,6 +106,23 @@ TEST_F(BrowseOnTerminal, AFilterIsTypedAndCleared) {
   EXPECT_THAT(after(terminal, {"Escape"}, "birthday"), Not(HasSubstr("filter:")));
 }
 
+TEST_F(BrowseOnTerminal, ACharacterOfSeveralBytesIsTyped) {
+  Tmux terminal(80, 24);
+  start(terminal, {"/Users/ann/Downloads"});
+  (void)length(terminal);
+  EXPECT_THAT(after(terminal, {"/", "漢"}, "(1 of 4)"), HasSubstr("filter: 漢_ (1 of 4)"));
+}
+
+TEST_F(BrowseOnTerminal, BytesThatAreNoCharacterSwallowNoKey) {
+  Tmux terminal(80, 24);
+  start(terminal, {"~/Movies"});
+  (void)length(terminal);
+  // A lone byte of Latin-1, the beginning of a character that does not go on, and Ctrl-C.
+  EXPECT_THAT(after(terminal, {"-H", "2f", "ff", "48", "e6", "6f"}, "(1 of 2)"), HasSubstr("filter: Ho_ (1 of 2)"));
+  terminal.press({"-H", "e6", "97", "3"});
+  EXPECT_THAT(terminal.waitFor("exit code"), HasSubstr("exit code 130"));
+}
+
 TEST_F(BrowseOnTerminal, TheHelpIsShown) {
   Tmux terminal(80, 24);
   start(terminal);
