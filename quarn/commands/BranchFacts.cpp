@@ -9,6 +9,9 @@
 namespace quarn {
 namespace {
 
+// The only category with folders that are found by what is in them. Looking for them reads app data, as the owners do.
+constexpr StorageCategoryID kDiscovered = StorageCategoryID::games;
+
 // Calls `finds` for the path of an item and those of the folders around it, until it returns true. Nothing around a
 // home folder decides about what is in it.
 template <class Finds>
@@ -30,19 +33,29 @@ BranchFacts::BranchFacts(CommandContext& context, bool wantsOwners) {
 
 void BranchFacts::readVolume(CommandContext& context, bool wantsOwners) {
   const StorageDashboardService& dashboard = context.services().storageDashboard();
+  const Cancellation& cancellation = context.cancellation();
   for (const StorageCategoryID category : allCases<StorageCategoryID>()) {
-    const Cancellation& cancellation = context.cancellation();
     for (const FileURL& root : dashboard.categoryRoots(category, /*includeDiscovered=*/false, cancellation)) {
+      categories_.try_emplace(root.path(), category);
+      // A user may say /var for /private/var.
       categories_.try_emplace(context.services().files.standardizedPath(root), category);
     }
   }
-  if (wantsOwners && !context.isInterrupted()) map_ = mapOfUsers(context);
+  if (!wantsOwners) return;
+  for (const FileURL& root : dashboard.preciseRoots(kDiscovered, cancellation)) {
+    categories_.try_emplace(root.path(), kDiscovered);
+  }
+  if (!context.isInterrupted()) map_ = mapOfUsers(context);
 }
 
 void BranchFacts::readScan(const Scan& scan, bool wantsOwners) {
   homes_ = scan.homes();
-  for (const ScannedRoot& root : scan.roots()) categories_.try_emplace(root.url.path(), root.category);
+  for (const ScannedPlace& place : scan.places()) categories_.try_emplace(place.url.path(), place.category);
   if (!wantsOwners) return;
+  // A root that is only counted may hold items of any category, such as an app among documents.
+  for (const ScannedRoot& root : scan.roots()) {
+    if (root.isListed && root.category == kDiscovered) categories_.try_emplace(root.url.path(), kDiscovered);
+  }
   for (const ScannedApp& app : scan.apps(/*withInspections=*/false)) {
     const AppEntity& owner = app.inspection.app;
     apps_.try_emplace(

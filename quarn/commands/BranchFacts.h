@@ -18,7 +18,8 @@ namespace quarn {
 /// The owner and the storage category of folders and files, from a volume or a scan.
 class BranchFacts {
  public:
-  /// Reads the owners of the whole volume, which takes a moment, unless `wantsOwners` is false.
+  /// Reads the owners of the whole volume, and looks for games by their files, which takes a moment, unless
+  /// `wantsOwners` is false.
   BranchFacts(CommandContext& context, bool wantsOwners);
   BranchFacts(const BranchFacts&) = delete;
   BranchFacts& operator=(const BranchFacts&) = delete;

@@ -208,7 +208,8 @@ constexpr std::array kTreeOptions =
                   .argument = "N",
                   .help = "Show the N largest branches of each folder (default 8)",
                   .isNumber = true},
-        OptionRow{.name = "--no-owners", .help = "Do not look for the owners, which reads all app data"},
+        OptionRow{.name = "--no-owners",
+                  .help = "Do not look for owners, and for games by their files: both read app data"},
     } +
     kFilters<Filter::minSize, Filter::olderThan, Filter::newerThan, Filter::exclude>;
 constexpr std::array kTreeExamples{

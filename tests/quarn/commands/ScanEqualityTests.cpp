@@ -159,6 +159,7 @@ TEST_F(ScanEquality, EveryAnswerFromAScanIsThatOfTheVolume) {
              {"top", "/"},
              {"top", "--children"},
              {"top", "--category", "photos"},
+             {"tree", "/", "--depth", "5", "--top", "50"},
              {"leftovers", "--size"},
              {"inspect", "--all"},
          }) {

@@ -1,3 +1,6 @@
+#include <map>
+#include <string>
+
 #include <gmock/gmock.h>
 
 #include "QuarnPlatform/json/JSONLibrary.h"
@@ -106,6 +109,30 @@ TEST(TreeCommand, AnswersFromAScan) {
     EXPECT_EQ(scanned, treeDocument(volume, {path})) << path;
   }
   EXPECT_EQ(runQuarn({"tree", "/nowhere", "--scan", file}).exitCode, 3);
+}
+
+TEST(TreeCommand, ACategoryIsThatOfTheFolderAndNotOfWhatIsInIt) {
+  MacVolume volume;
+  volume.app("/Users/ann/Documents/Tool.app", {.bundleIdentifier = "com.example.tool"})
+      .file("~/Documents/a", 64_KiB)
+      .file("~/.vscode/extensions/one/a", 64_KiB)
+      .file("/private/var/log/system.log", 16_KiB)
+      .file("~/Library/Application Support/Blocks/launcher_profiles.json", 8_KiB);
+  const MacVolume folder;
+  const std::string file = folder.root() + "/scan";
+  ASSERT_EQ(runQuarn({"--volume", volume.root(), "scan", "-o", file}).exitCode, 0);
+  const std::map<std::string, std::string> categories{{"/Users/ann/Documents", "documents"},
+                                                      {"/Users/ann/.vscode", "other"},
+                                                      {"/private/var/log", "systemData"},
+                                                      {"/Users/ann/Library/Application Support/Blocks", "games"}};
+  for (const auto& [path, category] : categories) {
+    EXPECT_EQ(treeDocument(volume, {path})["category"], category) << path;
+    EXPECT_EQ(document(runQuarn({"tree", path, "--scan", file, "--json"}))["tree"]["category"], category) << path;
+  }
+  const std::string game = "/Users/ann/Library/Application Support/Blocks";
+  EXPECT_EQ(treeDocument(volume, {game, "--no-owners"})["category"], "systemData") << "app data is not read";
+  EXPECT_EQ(document(runQuarn({"tree", game, "--no-owners", "--scan", file, "--json"}))["tree"]["category"],
+            "systemData");
 }
 
 TEST(TreeCommand, AnUnreadableFolderIsReported) {
