@@ -71,6 +71,8 @@ void exclude(std::vector<Leftover>& leftovers, ListFilters& filters) {
       filters.leaveOut({.rows = 1, .bytes = bytes});
       return true;
     });
+    leftover.modified.reset();
+    for (const LeftoverItem& item : leftover.items) leftover.modified = std::max(leftover.modified, item.modified);
   }
   std::erase_if(leftovers, [](const Leftover& leftover) { return leftover.items.empty(); });
 }

@@ -158,6 +158,10 @@ TEST_F(FilteredLists, LeftoversAreFilteredByOwnerSizeAndPlace) {
   EXPECT_THAT(owners({"--min-size", "10KB"}), ElementsAre("com.gone.editor"));
   EXPECT_THAT(owners({"--owner", "org.lost.player"}), ElementsAre("org.lost.player"));
   EXPECT_THAT(owners({"--exclude", "Caches"}), ElementsAre("com.gone.editor"));
+  volume_.modified("~/Library/Preferences/com.gone.editor.plist", daysAgo(400));
+  EXPECT_THAT(owners({"--older-than", "90d"}), ElementsAre());
+  EXPECT_THAT(owners({"--older-than", "90d", "--exclude", "Caches"}), ElementsAre("com.gone.editor"))
+      << "what is left out says nothing about the age of the rest";
   EXPECT_THAT(owners({"--sort", "size", "--limit", "1"}), ElementsAre("com.gone.editor"));
 }
 
