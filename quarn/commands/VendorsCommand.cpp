@@ -9,6 +9,7 @@
 #include <fmt/ranges.h>  // fmt::join, since fmt 11
 
 #include "QuarnCore/vendors/VendorProfileJSON.h"
+#include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/files/HostFile.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "QuarnPlatform/text/Text.h"
@@ -78,7 +79,7 @@ CheckedFile checkIndex(const std::filesystem::path& path, std::vector<CheckedFil
 std::vector<CheckedFile> checkFolder(const std::string& folder) {
   std::error_code error;
   const std::filesystem::directory_iterator entries(folder, error);
-  if (error) throw CommandError(ExitCode::failure, "list " + escapedForTerminal(folder) + ": " + error.message());
+  if (error) throwFileError(error.value(), "list", folder);
   std::vector<std::filesystem::path> paths;
   std::optional<std::filesystem::path> index;
   for (const auto& entry : entries) {

@@ -22,6 +22,12 @@ TEST(VendorsCommand, VendorsCheckReportsTheErrorsOfEachFile) {
   EXPECT_THAT(run.out, AllOf(HasSubstr("match.nameContains: missing"), HasSubstr("good.json  good")));
 }
 
+TEST(VendorsCommand, VendorsCheckOfAMissingFolderExitsAsNotFound) {
+  const CommandRun run = runQuarn({"vendors", "check", "/nowhere"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_THAT(run.err, HasSubstr("list /nowhere: No such file or directory"));
+}
+
 constexpr std::string_view kEmptyProfile =
     R"({"id":"maker","displayName":"Maker","match":{"bundleIDs":[],"bundleIDPrefixes":[],"nameContains":[]},)"
     R"("artifacts":[],"carveOuts":[]})";
