@@ -63,10 +63,10 @@ Table tableOf(const std::vector<AppRow>& rows, bool withSizes, CommandContext& c
   return table;
 }
 
-std::vector<AppRow> scannedApps(const Scan& scan) {
+std::vector<AppRow> scannedApps(const Scan& scan, bool withSizes) {
   std::vector<AppRow> rows;
   for (ScannedApp& app : scan.apps(/*withInspections=*/false))
-    rows.push_back({std::move(app.inspection.app), app.size});
+    rows.push_back({std::move(app.inspection.app), withSizes ? app.size : std::nullopt});
   return rows;
 }
 
@@ -91,7 +91,8 @@ ExitCode runApps(CommandContext& context) {
   const bool sortsBySize = context.arguments().text("--sort") == rawValue(ListOrder::size);
   const bool withSizes = context.arguments().has("--sizes") || filters.has(Filter::minSize) || sortsBySize;
   const Scan* scan = context.scan();
-  std::vector<AppRow> rows = scan != nullptr ? scannedApps(*scan) : appsOfVolume(context, withSizes);
+  if (scan != nullptr) refuseAgesWithScan(context, "when an app changed");
+  std::vector<AppRow> rows = scan != nullptr ? scannedApps(*scan, withSizes) : appsOfVolume(context, withSizes);
   filters.apply(rows, [&](const AppRow& row) {
     return RowFacts{.name = row.app.name,
                     .bytes = row.size ? std::optional(row.size->allocatedBytes) : std::nullopt,

@@ -106,6 +106,7 @@ std::vector<FileURL> scannedFolders(const Scan& scan, CommandContext& context) {
 
 std::vector<TopItem> scannedItems(const Scan& scan, TopFilters& filters, CommandContext& context) {
   refuseWithScan(context, "--visits", "a scan has seen everything");
+  refuseAgesWithScan(context, "when a package or folder itself changed");
   const Arguments& arguments = context.arguments();
   const ScannedItems items(scan);
   const bool hidden = !arguments.has("--no-hidden");

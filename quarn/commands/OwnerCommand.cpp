@@ -51,7 +51,8 @@ std::vector<ItemOwnership> scannedOwners(const Scan& scan, CommandContext& conte
   const ScannedOwners owners(scan);
   std::vector<ItemOwnership> items;
   for (const std::string& word : context.arguments().positionals) {
-    const FileURL url(scannedURL(word, scan).path(), URLKind::item);
+    const std::string path = scannedURL(word, scan).path();
+    const FileURL url(path, scan.folder(path) ? URLKind::directory : URLKind::item);
     std::optional<ItemOwnership> item = owners.of(url);
     if (!item) refuseUnknownOwner(owners, url);
     items.push_back(std::move(*item));
@@ -63,9 +64,10 @@ std::vector<ItemOwnership> ownersOnVolume(CommandContext& context) {
   const Services& services = context.services();
   std::vector<FileURL> urls;
   for (const std::string& word : context.arguments().positionals) {
-    urls.push_back(services.files.standardized(pathArgument(word, context)));
+    const FileURL url = services.files.standardized(pathArgument(word, context));
     // A missing item is probably a typing error.
-    (void)services.files.requireFacts(urls.back(), Links::doNotFollow);
+    const bool isFolder = services.files.requireFacts(url, Links::doNotFollow).type == FileType::directory;
+    urls.emplace_back(url.path(), isFolder ? URLKind::directory : URLKind::item);
   }
   const ItemOwners owners(mapOfVolume(context), services.receiptScanner.snapshot(), services.storageDashboard(),
                           context.cancellation());

@@ -58,6 +58,7 @@ ExitCode runScan(CommandContext& context) {
   if (context.arguments().has("--scan")) return exportKept(context);
   const std::optional<std::string> output = context.arguments().text("--output");
   if (output && output->empty()) throw UsageError("--output: FILE is empty");
+  if (output == "-") throw UsageError("--output: a scan cannot go to standard output; name a file");
   const std::optional<std::string> folder = exportFolder(context.arguments());
   if (!output && !folder) throw UsageError("scan requires --output FILE, --export DIR or both");
   const std::string file = output ? *output : *folder + "/" + std::string(kExportedScan);

@@ -14,6 +14,15 @@ void refuseWithScan(const CommandContext& context, std::string_view option, std:
   }
 }
 
+void refuseAgesWithScan(const CommandContext& context, std::string_view missing) {
+  const std::string reason = "a scan does not have " + std::string(missing);
+  refuseWithScan(context, "--older-than", reason);
+  refuseWithScan(context, "--newer-than", reason);
+  if (context.arguments().text("--sort") == "age") {
+    throw UsageError("--sort age cannot be combined with --scan: " + reason);
+  }
+}
+
 void warnIfUsersDiffer(const Scan& before, const Scan& after, CommandContext& context) {
   if (before.users().empty() == after.users().empty()) return;
   const Scan& ofAll = before.users().empty() ? after : before;

@@ -17,6 +17,8 @@ inline constexpr OptionRow kScanOption{.name = "--scan",
 
 /// Refuses, as a usage error, an option that a scan has no answer for.
 void refuseWithScan(const CommandContext& context, std::string_view option, std::string_view reason);
+/// The same for the filters and the order by age; `missing` says which times the scan does not have.
+void refuseAgesWithScan(const CommandContext& context, std::string_view missing);
 
 /// Says that changes come from another choice of users, if one of the scans is of all users and the other is not.
 void warnIfUsersDiffer(const Scan& before, const Scan& after, CommandContext& context);

@@ -248,6 +248,39 @@ TEST_F(ScanCommand, AMissingFolderAndAnOptionWithoutAnswerAreErrors) {
   EXPECT_EQ(runQuarn({"apps", "--scan", at("missing")}).exitCode, 3);
 }
 
+TEST_F(ScanCommand, AScanDoesNotGoToStandardOutput) {
+  const CommandRun run = runOnSample({"scan", "-o", "-"});
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_THAT(run.err, HasSubstr("--output: a scan cannot go to standard output; name a file"));
+}
+
+TEST_F(ScanCommand, AFilterByAgeThatAScanCannotAnswerIsRefused) {
+  (void)runOnSample({"scan", "-o", at("scan")});
+  for (const char* list : {"apps", "top"}) {
+    for (const auto& [option, value] :
+         {std::pair{"--older-than", "1d"}, std::pair{"--newer-than", "1d"}, std::pair{"--sort", "age"}}) {
+      const CommandRun run = runQuarn({list, option, value, "--scan", at("scan")});
+      EXPECT_EQ(run.exitCode, 2) << list << option;
+      EXPECT_THAT(run.err, HasSubstr("cannot be combined with --scan: a scan does not have when"));
+    }
+    EXPECT_EQ(runQuarn({list, "--sort", "name", "--scan", at("scan")}).exitCode, 0) << list;
+  }
+}
+
+TEST_F(ScanCommand, AppsWithoutSizesLeaveOutRowsWithoutBytes) {
+  (void)runOnSample({"scan", "-o", at("scan")});
+  const CommandRun live = runOnSample({"apps", "--limit", "2"});
+  EXPECT_EQ(runQuarn({"apps", "--limit", "2", "--scan", at("scan")}).out, live.out);
+}
+
+TEST_F(ScanCommand, AnOwnerHasTheURLOfAFolder) {
+  (void)runOnSample({"scan", "-o", at("scan")});
+  const std::string folder = "/Users/ann/Library/Caches/com.lumenworks.notes";
+  const CommandRun live = runOnSample({"owner", folder, "--json"});
+  EXPECT_THAT(live.out, HasSubstr("com.lumenworks.notes/\""));
+  EXPECT_EQ(runQuarn({"owner", folder, "--json", "--scan", at("scan")}).out, live.out);
+}
+
 TEST_F(ScanCommand, AnOwnerThatTheScanDoesNotHaveIsSaid) {
   (void)runOnSample({"scan", "-o", at("scan")});
   const CommandRun inside =
