@@ -129,6 +129,17 @@ TEST_F(ScanMethods, APathThatIsNotAbsoluteIsABadParam) {
   EXPECT_TRUE(isEmpty());
 }
 
+// Params are judged before a file is opened: these two do not exist.
+TEST_F(ScanMethods, ANegativeNumberOfBytesIsABadParam) {
+  json params{{"before", at("old")}, {"after", at("new")}, {"minimumBytes", -1}};
+  EXPECT_EQ(errorOf("ScanStore.diff", params, "param"), Problem(RPCErrorCode::badParam, "minimumBytes"));
+  EXPECT_THAT(errorOf("ScanStore.diff", params, "message").second, testing::HasSubstr("minimumBytes: negative"));
+  params["after"] = "new";
+  EXPECT_EQ(errorOf("ScanStore.diff", params, "param"), Problem(RPCErrorCode::badParam, "after"));
+  params = {{"before", at("old")}, {"after", at("new")}, {"minimumBytes", 0}};
+  EXPECT_EQ(errorOf("ScanStore.diff", params, "name"), Problem(RPCErrorCode::operationFailed, "ENOENT"));
+}
+
 TEST_F(ScanMethods, AFileThatIsNotAScanIsAnErrorOfTheOperation) {
   scans_.text("/scans/text", "not a scan");
   EXPECT_EQ(errorOf("ScanStore.open", {{"file", at("text")}}, "path"),
