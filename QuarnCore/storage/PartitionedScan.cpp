@@ -68,7 +68,8 @@ struct PartitionedScan::Walks {
   std::deque<RecordedAttribution> recorded{};  // those of the trees of a recorded scan
 };
 
-PartitionedScan::PartitionedScan(ScanPlan plan, ScanRules::Dictionary categoryByExtension, const FileManager& files)
+PartitionedScan::PartitionedScan(ScanPlan plan, ExtensionCategories::Dictionary categoryByExtension,
+                                 const FileManager& files)
     : plan_(std::move(plan)),
       rules_(plan_, std::move(categoryByExtension)),
       itemByItem_(rules_),

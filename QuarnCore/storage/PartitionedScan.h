@@ -21,7 +21,7 @@ class PartitionedScan {
  public:
   using Totals = TreeSizer::Totals;  ///< by index of the category
 
-  PartitionedScan(ScanPlan plan, ScanRules::Dictionary categoryByExtension, const FileManager& files);
+  PartitionedScan(ScanPlan plan, ExtensionCategories::Dictionary categoryByExtension, const FileManager& files);
   PartitionedScan(const PartitionedScan&) = delete;
   PartitionedScan& operator=(const PartitionedScan&) = delete;
 

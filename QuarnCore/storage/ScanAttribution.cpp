@@ -14,19 +14,21 @@ std::optional<Attribution::Step> WholeAttribution::folder(const Step& parent, st
                                                           bool /*isPackage*/) const {
   Step step = parent;
   step.node = rules_.step(parent.node, name);
-  return rules_.isExcluded(step.node, mode_) ? std::nullopt : std::optional<Step>(step);
+  const ScanRules::Rule* rule = rules_.rule(step.node);
+  return rule != nullptr && rule->isExcluded(mode_) ? std::nullopt : std::optional<Step>(step);
 }
 
 std::optional<std::uint8_t> WholeAttribution::file(const Step& parent, std::string_view name) const {
-  if (rules_.isExcluded(rules_.step(parent.node, name), mode_)) return std::nullopt;
-  return parent.bucket;
+  const ScanRules::Rule* rule = rules_.rule(rules_.step(parent.node, name));
+  return rule != nullptr && rule->isExcluded(mode_) ? std::nullopt : std::optional(parent.bucket);
 }
 
 std::optional<Attribution::Step> ItemAttribution::folder(const Step& parent, std::string_view name,
                                                          bool isPackage) const {
   std::optional<Step> step = whole_.folder(parent, name, isPackage);
   if (!step || parent.state == kWhole) return step;
-  if (const std::optional<StorageCategoryID> rule = rules_.category(step->node)) step->bucket = bucketOf(*rule);
+  const ScanRules::Rule* rule = rules_.rule(step->node);
+  if (rule != nullptr && rule->category) step->bucket = bucketOf(*rule->category);
   const std::optional<StorageCategoryID> dictionary = rules_.dictionaryCategory(name);
   if (dictionary == StorageCategoryID::free) return std::nullopt;
   if (dictionary) step->bucket = bucketOf(*dictionary);
@@ -35,14 +37,13 @@ std::optional<Attribution::Step> ItemAttribution::folder(const Step& parent, std
 }
 
 std::optional<std::uint8_t> ItemAttribution::file(const Step& parent, std::string_view name) const {
-  const ScanRules::Trie::Node node = rules_.step(parent.node, name);
-  if (rules_.isExcluded(node, ScanMode::Kind::enumerate)) return std::nullopt;
+  const ScanRules::Rule* rule = rules_.rule(rules_.step(parent.node, name));
+  if (rule != nullptr && rule->isExcluded(ScanMode::Kind::enumerate)) return std::nullopt;
   if (parent.state == kWhole) return parent.bucket;
   const std::optional<StorageCategoryID> dictionary = rules_.dictionaryCategory(name);
   if (dictionary == StorageCategoryID::free) return std::nullopt;
   if (dictionary) return bucketOf(*dictionary);
-  const std::optional<StorageCategoryID> rule = rules_.category(node);
-  return rule ? bucketOf(*rule) : parent.bucket;
+  return rule != nullptr && rule->category ? bucketOf(*rule->category) : parent.bucket;
 }
 
 Attribution::Step RecordedAttribution::restAt(ScanRules::Trie::Node node) {

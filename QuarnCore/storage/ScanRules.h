@@ -1,12 +1,10 @@
 #pragma once
 
-#include <array>
-#include <cstdint>
-#include <map>
+#include <cstddef>
 #include <optional>
-#include <string>
 #include <string_view>
 
+#include "QuarnCore/storage/ExtensionCategories.h"
 #include "QuarnCore/storage/ScanRoots.h"
 #include "QuarnPlatform/paths/PathTrie.h"
 
@@ -16,9 +14,6 @@ namespace quarn {
 /// thread-safe.
 class ScanRules {
  public:
-  /// Categories by lower-cased extension.
-  using Dictionary = std::map<std::string, StorageCategoryID, std::less<>>;
-
   /// The rules for one location.
   struct Rule {
     std::optional<StorageCategoryID> category;  ///< of items at and below it, unless a longer rule applies
@@ -26,27 +21,26 @@ class ScanRules {
     bool isEnumerateExclusion = false;          ///< roots of mode `enumerate` skip it
     bool isFastExclusion = false;               ///< roots of mode `fast` skip it
     bool isRoot = false;                        ///< walked separately
+
+    /// True if a walk of that mode skips the location.
+    [[nodiscard]] bool isExcluded(ScanMode::Kind mode) const {
+      return mode == ScanMode::Kind::fast ? isFastExclusion : isEnumerateExclusion;
+    }
   };
   using Trie = PathTrie<Rule>;
 
-  ScanRules(const ScanPlan& plan, Dictionary categoryByExtension);
+  ScanRules(const ScanPlan& plan, ExtensionCategories::Dictionary categoryByExtension);
 
   /// The node of a location; `kNone` if there are no rules at or below it.
   [[nodiscard]] Trie::Node find(std::string_view location) const { return trie_.find(location); }
   /// The node of an item in a folder.
   [[nodiscard]] Trie::Node step(Trie::Node folder, std::string_view name) const { return trie_.step(folder, name); }
-  /// The category of the rule at this node.
-  [[nodiscard]] std::optional<StorageCategoryID> category(Trie::Node node) const {
-    const Rule* rule = trie_.value(node);
-    return rule == nullptr ? std::nullopt : rule->category;
-  }
-  /// True if a walk of that mode skips this node.
-  [[nodiscard]] bool isExcluded(Trie::Node node, ScanMode::Kind mode) const;
-
+  /// The rule at this node; null if there is none.
+  [[nodiscard]] const Rule* rule(Trie::Node node) const { return trie_.value(node); }
   /// True if this node is walked separately.
   [[nodiscard]] bool isRoot(Trie::Node node) const {
-    const Rule* rule = trie_.value(node);
-    return rule != nullptr && rule->isRoot;
+    const Rule* here = rule(node);
+    return here != nullptr && here->isRoot;
   }
 
   /// The category of the longest rule that equals or contains the location of a root, without the rules of another home
@@ -54,20 +48,13 @@ class ScanRules {
   [[nodiscard]] std::optional<StorageCategoryID> longestRule(std::string_view location,
                                                              std::optional<std::size_t> home = std::nullopt) const;
   /// The dictionary's category for the extension of a name.
-  [[nodiscard]] std::optional<StorageCategoryID> dictionaryCategory(std::string_view name) const;
+  [[nodiscard]] std::optional<StorageCategoryID> dictionaryCategory(std::string_view name) const {
+    return categoryByExtension_.find(name);
+  }
 
  private:
-  // Extensions of at most this many ASCII letters and digits are looked up without an allocation.
-  static constexpr std::size_t kUsualLength = 15;
-
-  [[nodiscard]] std::optional<StorageCategoryID> categoryOf(std::string_view lowercasedExtension) const;
-
   Trie trie_;
-  Dictionary categoryByExtension_;
-  std::size_t longestExtension_ = 0;
-  bool isEmptyExtensionKnown_ = false;  // then it is that of all names without an extension
-  // By length, the first letters of the usual extensions in the dictionary: bit `letter & 31`.
-  std::array<std::uint32_t, kUsualLength + 1> firstLetters_{};
+  ExtensionCategories categoryByExtension_;
 };
 
 }  // namespace quarn

@@ -54,10 +54,10 @@ std::vector<std::string_view> components(std::string_view path) {
 }
 
 std::string_view lastComponent(std::string_view path) {
+  if (path.find('/') == std::string_view::npos) return path;
   path = withoutTrailingSlashes(path);
   if (path == "/") return path;
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string_view::npos ? path : path.substr(slash + 1);
+  return path.substr(path.rfind('/') + 1);  // npos + 1 is 0
 }
 
 std::string_view extension(std::string_view path) {
