@@ -27,7 +27,7 @@ class DirectoryEnumerator {
  public:
   /// Read-ahead threads for a walk that may be long: as many as a cold cache pays for. No more than the cores can use
   /// are started as long as nothing waits for the disk, and none for a walk of a few folders.
-  static constexpr unsigned kReadAheadOfLongWalks = 7;
+  static constexpr unsigned kReadAheadOfLongWalks = WalkOptions::kMostHelpers;
 
   using Options = WalkOptions;
 

@@ -8,6 +8,7 @@
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/base/HelperThread.h"
 #include "QuarnPlatform/files/ReadReport.h"
+#include "QuarnPlatform/walking/WalkOptions.h"
 
 namespace quarn {
 namespace {
@@ -15,11 +16,7 @@ namespace {
 // The start of a thread costs about this much. Work that is done sooner is not worth one (more).
 constexpr auto kTimePerThread = std::chrono::microseconds(300);
 
-// As many threads as may wait for a disk at the same time. Twice as many gain another hundredth, half as many lose a
-// tenth.
-constexpr unsigned kMostThreads = 16;
-
-unsigned mostHelpers(unsigned threads) { return (threads != 0 ? threads : kMostThreads) - 1; }
+unsigned mostHelpers(unsigned threads) { return threads != 0 ? threads - 1 : WalkOptions::kMostHelpers; }
 
 }  // namespace
 

@@ -9,6 +9,10 @@ namespace quarn {
 
 /// What an ordered walk lists and reads. A plain value.
 struct WalkOptions {
+  /// How many threads may help the calling one while calls wait for a disk: twice as many gain another hundredth, half
+  /// as many lose a tenth.
+  static constexpr unsigned kMostHelpers = 15;
+
   HiddenItems hidden = HiddenItems::include;
   PackageContents packages = PackageContents::enter;
   EnumeratedFacts facts = EnumeratedFacts::none;
