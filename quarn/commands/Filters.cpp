@@ -196,11 +196,16 @@ bool ListFilters::precedes(const RowFacts& left, const RowFacts& right) const {
   return false;
 }
 
-void ListFilters::leaveOut(const RowFacts& row) { leaveOut(LeftOut{.rows = 1, .bytes = row.bytes.value_or(0)}); }
+void ListFilters::leaveOut(const RowFacts& row) { leaveOut(LeftOut{.rows = 1, .bytes = row.bytes}); }
 
-void ListFilters::leaveOut(const LeftOut& more) {
-  leftOut_.rows = checkedAdd(leftOut_.rows, more.rows);
-  leftOut_.bytes = checkedAdd(leftOut_.bytes, more.bytes);
+void LeftOut::add(const LeftOut& more) {
+  if (more.rows == 0) return;
+  if (rows == 0) {
+    bytes = more.bytes;
+  } else if (more.bytes) {
+    bytes = checkedAdd(bytes.value_or(0), *more.bytes);
+  }
+  rows = checkedAdd(rows, more.rows);
 }
 
 }  // namespace quarn

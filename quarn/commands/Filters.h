@@ -40,7 +40,9 @@ struct RowFacts {
 /// The rows that a list does not show.
 struct LeftOut {
   std::int64_t rows = 0;
-  std::int64_t bytes = 0;  ///< on disk, as far as it is known
+  std::optional<std::int64_t> bytes = 0;  ///< on disk, of the rows with a known size; absent if no row has one
+
+  void add(const LeftOut& more);
 };
 
 /// The filters that the command line asks for, applied to one list. Make it before the volume is read: it throws
@@ -90,7 +92,7 @@ class ListFilters {
   }
 
   /// For a list that was filtered elsewhere.
-  void leaveOut(const LeftOut& more);
+  void leaveOut(const LeftOut& more) { leftOut_.add(more); }
   [[nodiscard]] const LeftOut& leftOut() const { return leftOut_; }
 
  private:

@@ -65,9 +65,12 @@ void exclude(std::vector<Leftover>& leftovers, ListFilters& filters) {
     std::erase_if(leftover.items, [&](const LeftoverItem& item) {
       const bool isExcluded = filters.excludes(item.url);
       if (!isExcluded) return false;
-      const std::int64_t bytes = item.size ? item.size->allocatedBytes : 0;
-      if (item.size) leftover.size->allocatedBytes -= bytes;
-      if (item.size) leftover.size->logicalBytes -= item.size->logicalBytes;
+      std::optional<std::int64_t> bytes;
+      if (item.size) {
+        bytes = item.size->allocatedBytes;
+        leftover.size->allocatedBytes -= item.size->allocatedBytes;
+        leftover.size->logicalBytes -= item.size->logicalBytes;
+      }
       filters.leaveOut({.rows = 1, .bytes = bytes});
       return true;
     });

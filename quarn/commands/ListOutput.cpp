@@ -11,11 +11,16 @@ namespace {
 // "12 rows left out, 4.50 GB on disk."
 std::string leftOutText(const LeftOut& leftOut, CommandContext& context) {
   if (leftOut.rows == 0) return "";
-  const std::string size = leftOut.bytes > 0 ? ", " + context.size(leftOut.bytes) + " on disk" : "";
+  const std::string size = leftOut.bytes.value_or(0) > 0 ? ", " + context.size(*leftOut.bytes) + " on disk" : "";
   return "\n" + countText(static_cast<std::uint64_t>(leftOut.rows), "row") + " left out" + size + ".\n";
 }
 
 }  // namespace
+
+nlohmann::ordered_json leftOutJSON(const ListFilters& filters) {
+  const auto& [rows, bytes] = filters.leftOut();
+  return {{"rows", rows}, {"bytes", bytes ? nlohmann::ordered_json(*bytes) : nlohmann::ordered_json()}};
+}
 
 void showTable(CommandContext& context, const Table& table, const ListFilters* filters) {
   if (!table.isEmpty()) {
@@ -38,9 +43,7 @@ void showList(CommandContext& context, std::string_view name, const ListForms& l
     nlohmann::ordered_json members;
     members[std::string(name)] = list.json();
     if (more != nullptr) members.update(*more);
-    if (filters != nullptr && filters->leftOut().rows > 0) {
-      members["leftOut"] = {{"rows", filters->leftOut().rows}, {"bytes", filters->leftOut().bytes}};
-    }
+    if (filters != nullptr && filters->leftOut().rows > 0) members["leftOut"] = leftOutJSON(*filters);
     if (context.isInterrupted()) members["isComplete"] = false;
     context.printDocument(std::move(members));
   } else if (context.wantsLines()) {

@@ -12,6 +12,9 @@ namespace quarn {
 
 class ListFilters;
 
+/// {"rows": 12, "bytes": 4096}: what a list left out. "bytes" is null if no size of these rows is known.
+nlohmann::ordered_json leftOutJSON(const ListFilters& filters);
+
 /// Prints a table, and below it what `filters` left out, if it is not null. For an empty table, warns "nothing found",
 /// unless items could not be read or the command was interrupted. After an interruption, also prints that the list is
 /// incomplete.

@@ -275,7 +275,7 @@ ExitCode showCategory(StorageCategoryID category, ListFilters& filters, CommandC
     context.printDocument({{"category", rawValue(category)},
                            {"size", rows.empty() ? nlohmann::ordered_json() : toJSON(total)},
                            {"roots", std::move(list)},
-                           {"leftOut", {{"rows", filters.leftOut().rows}, {"bytes", filters.leftOut().bytes}}},
+                           {"leftOut", leftOutJSON(filters)},
                            {"isComplete", isComplete}});
   } else if (context.wantsLines()) {
     context.printLines(list);

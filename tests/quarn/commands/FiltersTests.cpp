@@ -75,6 +75,19 @@ TEST(Filters, AListRefusesAFilterThatItCannotTakeAndNamesThoseThatItTakes) {
   EXPECT_EQ(runOnSample({"top", "--newer-than", "x"}).exitCode, 2);
 }
 
+TEST(Filters, SizesThatAreKnownAddUpBesideUnknownOnes) {
+  LeftOut leftOut;
+  EXPECT_EQ(leftOut.bytes, 0);
+  leftOut.add({.rows = 1, .bytes = std::nullopt});
+  EXPECT_EQ(leftOut.bytes, std::nullopt);
+  leftOut.add({.rows = 2, .bytes = 30});
+  leftOut.add({.rows = 0, .bytes = 0});
+  leftOut.add({.rows = 1, .bytes = std::nullopt});
+  leftOut.add({.rows = 1, .bytes = 4});
+  EXPECT_EQ(leftOut.rows, 5);
+  EXPECT_EQ(leftOut.bytes, 34);
+}
+
 /// A home folder with files of several sizes and ages.
 class FilteredLists : public testing::Test {
  protected:
@@ -130,6 +143,24 @@ TEST_F(FilteredLists, AppsAreFilteredBySizeNameAndPlace) {
   EXPECT_THAT(names({"apps", "--min-size", "60KB"}, "apps"), ElementsAre("Large"));
   EXPECT_THAT(names({"apps", "--exclude", "/Applications/Tools"}, "apps"), ElementsAre("Large", "Small"));
   EXPECT_THAT(names({"apps", "--sort", "size", "--limit", "1"}, "apps"), ElementsAre("Large"));
+}
+
+TEST_F(FilteredLists, BytesLeftOutAreNullWhereNoSizeIsKnown) {
+  volume_.app("/Applications/A.app", {.bundleIdentifier = "com.example.a"})
+      .app("/Applications/B.app", {.bundleIdentifier = "com.example.b"})
+      .file("/Applications/B.app/Contents/data", 64_KiB)
+      .folder("~/Library/Caches/com.gone.Editor");
+  const auto leftOut = [&](std::vector<std::string> words) {
+    words.emplace_back("--json");
+    return document(run(words))["leftOut"];
+  };
+  const nlohmann::json unknown{{"rows", 1}, {"bytes", nullptr}};
+  EXPECT_EQ(leftOut({"apps", "--limit", "1"}), unknown);
+  EXPECT_EQ(leftOut({"leftovers", "--exclude", "com.gone.Editor"}), unknown);
+  EXPECT_EQ(leftOut({"leftovers", "--size", "--exclude", "com.gone.Editor"})["bytes"], 0);
+  EXPECT_GE(leftOut({"apps", "--sizes", "--limit", "1"})["bytes"], 64_KiB);
+  EXPECT_EQ(leftOut({"apps", "--limit", "0"})["rows"], 2);
+  EXPECT_EQ(leftOut({"storage", "games", "--limit", "9"}), (nlohmann::json{{"rows", 0}, {"bytes", 0}}));
 }
 
 TEST_F(FilteredLists, TopListsWhatBelongsToAnApp) {
