@@ -44,9 +44,8 @@ std::string_view JSONDecoder::text() const {
 }
 
 std::int64_t JSONDecoder::integer() const {
-  require(!isAbsent() && value_->isNumber(), "an integer");
-  const std::optional<std::int64_t> integer = value_->integer();
-  if (!integer) fail("not an integer of 64 bits");
+  const std::optional<std::int64_t> integer = isAbsent() ? std::nullopt : value_->integer();
+  require(integer.has_value(), "an integer of 64 bits");
   return *integer;
 }
 

@@ -37,11 +37,9 @@ TEST(JSONDecoder, IntegersAreIntegralNumbersInAnyNotation) {
 
 TEST(JSONDecoder, OtherNumbersAndValuesAreNotIntegers) {
   const auto integer = [](const JSONDecoder& value) { return value.integer(); };
-  for (const std::string_view text : {"1.5", "9223372036854775808", "-9223372036854775809", "1e300", "9.3e18"}) {
+  for (const std::string_view text :
+       {"1.5", "9223372036854775808", "-9223372036854775809", "1e300", "9.3e18", "true", "\"1\"", "[]", "[1]", "{}"}) {
     EXPECT_EQ(failureOf(text, integer), "not an integer of 64 bits") << text;
-  }
-  for (const std::string_view text : {"true", "\"1\"", "[]", "[1]", "{}"}) {
-    EXPECT_EQ(failureOf(text, integer), "not an integer") << text;
   }
   EXPECT_EQ(failureOf("null", integer), "missing");
 }
