@@ -213,10 +213,7 @@ std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<File
     } else if (!item.isPackage && options.preferAllocatedSize && !options.keepsZeroAllocation) {
       size = withKnownAllocation(size);
     }
-    if (options.met != nullptr) {
-      ++options.met->items;
-      options.met->size += size;
-    }
+    if (options.met != nullptr) options.met->add(size);
     const auto key = [&] { return options.preferAllocatedSize ? size.allocatedBytes : largerCount(size); };
     if (!kept.wouldKeep(key())) return;
     if (options.preferAllocatedSize && isOnlyInCloud(item, files_)) size = item.sizes;

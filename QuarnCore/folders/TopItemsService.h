@@ -55,6 +55,11 @@ class TopItemsService {
   struct Met {
     std::int64_t items = 0;
     SizeInfo size{};
+
+    void add(const SizeInfo& sizes) {
+      ++items;
+      size += sizes;
+    }
   };
   /// The limits of a recursive search.
   struct SearchOptions {

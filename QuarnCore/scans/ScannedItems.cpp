@@ -64,6 +64,7 @@ class Search {
   }
 
   ScannedItems::Answer run() {
+    if (options_.met != nullptr && options_.limit > 0) countAll(*options_.met);
     find([&](const SizeInfo& size) { return options_.preferAllocatedSize ? size.allocatedBytes : largerCount(size); },
          scan_.facts().keptAbove);
     // Of equally large items at the limit, which ones stay depends on the order in which a walk meets all of them. So
@@ -114,6 +115,13 @@ class Search {
     }
     answer_.isWhole = scan_.facts().keptAbove < 0 || isFull(found_.size());
     orderLikeAWalk();
+  }
+
+  // A search without a limit of results does not start, and meets nothing.
+  void countAll(TopItemsService::Met& met) {
+    for (const Candidate& candidate : candidates_) {
+      if (isWanted(candidate)) met.add(candidate.size);
+    }
   }
 
   void orderLikeAWalk() {
@@ -182,7 +190,8 @@ class Search {
 /// Ranks the direct children of folders.
 class Children {
  public:
-  Children(const Scan& scan, std::int64_t floor, bool byDisk) : scan_(scan), floor_(floor), byDisk_(byDisk) {}
+  Children(const Scan& scan, std::int64_t floor, bool byDisk, TopItemsService::Met* met)
+      : scan_(scan), floor_(floor), byDisk_(byDisk), met_(met) {}
 
   /// Calls `addAll(folder, url)` for each folder that the scan has.
   template <class AddAll>
@@ -196,6 +205,9 @@ class Children {
       }
     }
     std::vector<TopItem>& items = answer_.items;
+    if (met_ != nullptr) {
+      for (const TopItem& item : items) met_->add(item.size);
+    }
     const auto rank = [&](const TopItem& item) { return byDisk_ ? item.size.allocatedBytes : largerCount(item.size); };
     std::stable_sort(items.begin(), items.end(),
                      [&](const TopItem& left, const TopItem& right) { return rank(left) > rank(right); });
@@ -229,6 +241,7 @@ class Children {
   const Scan& scan_;
   std::int64_t floor_;
   bool byDisk_;
+  TopItemsService::Met* met_;
   ScannedItems::Answer answer_;
 };
 
@@ -252,16 +265,16 @@ std::vector<ScannedItems::Answer> ScannedItems::largest(const std::vector<Rank>&
 }
 
 ScannedItems::Answer ScannedItems::topChildren(const std::vector<FileURL>& in, long limit, bool includeHidden,
-                                               bool byDisk) const {
-  Children children(scan_, std::max<std::int64_t>(scan_.facts().keptAbove, 0), byDisk);
+                                               bool byDisk, TopItemsService::Met* met) const {
+  Children children(scan_, std::max<std::int64_t>(scan_.facts().keptAbove, 0), byDisk, met);
   return children.run(in, limit, [&](const ScannedFolder& folder, const FileURL& url) {
     children.addContents(folder, url, includeHidden, [](const ScannedFolder&) { return true; });
   });
 }
 
-ScannedItems::Answer ScannedItems::topFiles(const std::vector<FileURL>& in, long limit, bool includeHidden,
-                                            bool byDisk) const {
-  Children children(scan_, scan_.facts().keptAbove, byDisk);
+ScannedItems::Answer ScannedItems::topFiles(const std::vector<FileURL>& in, long limit, bool includeHidden, bool byDisk,
+                                            TopItemsService::Met* met) const {
+  Children children(scan_, scan_.facts().keptAbove, byDisk, met);
   return children.run(in, limit, [&](const ScannedFolder& folder, const FileURL& url) {
     children.addContents(folder, url, includeHidden, [](const ScannedFolder& child) { return child.isPackage; });
   });

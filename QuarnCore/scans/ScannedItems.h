@@ -23,7 +23,8 @@ class ScannedItems {
 
   explicit ScannedItems(Scan scan) : scan_(std::move(scan)) {}
 
-  /// `SearchOptions::maxVisited` is ignored: the scan has seen everything.
+  /// `SearchOptions::maxVisited` and `accepts` are ignored: the scan has seen everything. `met` counts what the scan
+  /// has.
   [[nodiscard]] Answer topFilesRecursively(const std::vector<FileURL>& in,
                                            const TopItemsService::SearchOptions& options) const;
   /// Ranks an item by its sizes.
@@ -32,8 +33,11 @@ class ScannedItems {
   /// first; equal ones in the order of `topFilesRecursively`.
   [[nodiscard]] std::vector<Answer> largest(const std::vector<Rank>& ranks, std::size_t limit) const;
   /// Ranked by the space on disk, or by the larger of space and length. Without the children that have no bytes.
-  [[nodiscard]] Answer topChildren(const std::vector<FileURL>& in, long limit, bool includeHidden, bool byDisk) const;
-  [[nodiscard]] Answer topFiles(const std::vector<FileURL>& in, long limit, bool includeHidden, bool byDisk) const;
+  /// `met`, if it is not null, counts the items of the whole list.
+  [[nodiscard]] Answer topChildren(const std::vector<FileURL>& in, long limit, bool includeHidden, bool byDisk,
+                                   TopItemsService::Met* met = nullptr) const;
+  [[nodiscard]] Answer topFiles(const std::vector<FileURL>& in, long limit, bool includeHidden, bool byDisk,
+                                TopItemsService::Met* met = nullptr) const;
 
  private:
   Scan scan_;

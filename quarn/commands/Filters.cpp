@@ -199,6 +199,7 @@ bool ListFilters::precedes(const RowFacts& left, const RowFacts& right) const {
 void ListFilters::leaveOut(const RowFacts& row) { leaveOut(LeftOut{.rows = 1, .bytes = row.bytes}); }
 
 void LeftOut::add(const LeftOut& more) {
+  isExact = isExact && more.isExact;
   if (more.rows == 0) return;
   if (rows == 0) {
     bytes = more.bytes;

@@ -41,6 +41,7 @@ struct RowFacts {
 struct LeftOut {
   std::int64_t rows = 0;
   std::optional<std::int64_t> bytes = 0;  ///< on disk, of the rows with a known size; absent if no row has one
+  bool isExact = true;                    ///< false if there may be more, because a scan lacks small files
 
   void add(const LeftOut& more);
 };

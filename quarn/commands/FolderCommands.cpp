@@ -104,27 +104,46 @@ std::vector<FileURL> scannedFolders(const Scan& scan, CommandContext& context) {
   return folders.empty() ? scannedHomes(scan) : folders;
 }
 
-std::vector<TopItem> scannedItems(const Scan& scan, TopFilters& filters, CommandContext& context) {
-  refuseWithScan(context, "--visits", "a scan has seen everything");
-  refuseAgesWithScan(context, "when a package or folder itself changed");
+// Counts the items that the folders have and the list does not.
+void leaveOutTheRest(TopItemsService::Met met, const std::vector<TopItem>& items, ListFilters& filters) {
+  for (const TopItem& item : items) {
+    --met.items;
+    met.size.allocatedBytes -= item.size.allocatedBytes;
+  }
+  filters.leaveOut({.rows = met.items, .bytes = met.size.allocatedBytes});
+}
+
+ScannedItems::Answer answerOf(const Scan& scan, long limit, TopItemsService::Met& met, CommandContext& context) {
   const Arguments& arguments = context.arguments();
   const ScannedItems items(scan);
   const bool hidden = !arguments.has("--no-hidden");
   const bool byDisk = rankOf(arguments) == Rank::disk;
-  // A filter may leave out the largest ones.
-  const long limit = filters.filters.chooses() ? kNoLimit : filters.limit();
   const std::vector<FileURL> folders = scannedFolders(scan, context);
-  if (arguments.has("--children")) return heldItems(items.topChildren(folders, limit, hidden, byDisk), scan, context);
-  if (arguments.has("--files")) return heldItems(items.topFiles(folders, limit, hidden, byDisk), scan, context);
+  if (arguments.has("--children")) return items.topChildren(folders, limit, hidden, byDisk, &met);
+  if (arguments.has("--files")) return items.topFiles(folders, limit, hidden, byDisk, &met);
   const TopItemsService::SearchOptions options{.limit = limit,
                                                .maxDepth = arguments.number("--depth", kNoLimit),
                                                .maxVisited = kNoLimit,
                                                .allowSlowForPackages = true,
                                                .includeHidden = hidden,
                                                .preferAllocatedSize = byDisk,
-                                               .keepsZeroAllocation = true};
+                                               .keepsZeroAllocation = true,
+                                               .met = &met};
   const bool isOfCategory = arguments.has("--category");
-  return heldItems(items.topFilesRecursively(isOfCategory ? outermostOf(folders) : folders, options), scan, context);
+  return items.topFilesRecursively(isOfCategory ? outermostOf(folders) : folders, options);
+}
+
+std::vector<TopItem> scannedItems(const Scan& scan, TopFilters& filters, CommandContext& context) {
+  refuseWithScan(context, "--visits", "a scan has seen everything");
+  refuseAgesWithScan(context, "when a package or folder itself changed");
+  // A filter may leave out the largest ones.
+  const long limit = filters.filters.chooses() ? kNoLimit : filters.limit();
+  TopItemsService::Met met;
+  std::vector<TopItem> items = heldItems(answerOf(scan, limit, met, context), scan, context);
+  // A list that is not full ends because the scan has no further items.
+  if (static_cast<long>(items.size()) >= limit) leaveOutTheRest(met, items, filters.filters);
+  filters.filters.leaveOut({.isExact = scan.facts().keptAbove < 0});
+  return items;
 }
 
 // Searches whole trees, keeps as many as are listed, and counts the rest.
@@ -144,11 +163,7 @@ std::vector<TopItem> itemsInTrees(const std::vector<FileURL>& folders, bool hidd
        .accepts = [&](const TopItem& item) { return filters.filters.accepts(filters.factsOf(item)); },
        .met = &met},
       context.cancellation());
-  for (const TopItem& item : items) {
-    --met.items;
-    met.size.allocatedBytes -= item.size.allocatedBytes;
-  }
-  filters.filters.leaveOut({.rows = met.items, .bytes = met.size.allocatedBytes});
+  leaveOutTheRest(met, items, filters.filters);
   return items;
 }
 

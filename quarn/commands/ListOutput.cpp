@@ -8,18 +8,21 @@ namespace quarn {
 
 namespace {
 
-// "12 rows left out, 4.50 GB on disk."
+// "12 rows left out, 4.50 GB on disk.", or "At least 12 rows …".
 std::string leftOutText(const LeftOut& leftOut, CommandContext& context) {
   if (leftOut.rows == 0) return "";
   const std::string size = leftOut.bytes.value_or(0) > 0 ? ", " + context.size(*leftOut.bytes) + " on disk" : "";
-  return "\n" + countText(static_cast<std::uint64_t>(leftOut.rows), "row") + " left out" + size + ".\n";
+  const std::string start = leftOut.isExact ? "\n" : "\nAt least ";
+  return start + countText(static_cast<std::uint64_t>(leftOut.rows), "row") + " left out" + size + ".\n";
 }
 
 }  // namespace
 
 nlohmann::ordered_json leftOutJSON(const ListFilters& filters) {
-  const auto& [rows, bytes] = filters.leftOut();
-  return {{"rows", rows}, {"bytes", bytes ? nlohmann::ordered_json(*bytes) : nlohmann::ordered_json()}};
+  const auto& [rows, bytes, isExact] = filters.leftOut();
+  return {{"rows", rows},
+          {"bytes", bytes ? nlohmann::ordered_json(*bytes) : nlohmann::ordered_json()},
+          {"isExact", isExact}};
 }
 
 void showTable(CommandContext& context, const Table& table, const ListFilters* filters) {

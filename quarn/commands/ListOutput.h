@@ -12,7 +12,8 @@ namespace quarn {
 
 class ListFilters;
 
-/// {"rows": 12, "bytes": 4096}: what a list left out. "bytes" is null if no size of these rows is known.
+/// {"rows": 12, "bytes": 4096, "isExact": true}: what a list left out. "bytes" is null if no size of these rows is
+/// known.
 nlohmann::ordered_json leftOutJSON(const ListFilters& filters);
 
 /// Prints a table, and below it what `filters` left out, if it is not null. For an empty table, warns "nothing found",

@@ -154,13 +154,14 @@ TEST_F(FilteredLists, BytesLeftOutAreNullWhereNoSizeIsKnown) {
     words.emplace_back("--json");
     return document(run(words))["leftOut"];
   };
-  const nlohmann::json unknown{{"rows", 1}, {"bytes", nullptr}};
+  const nlohmann::json unknown{{"rows", 1}, {"bytes", nullptr}, {"isExact", true}};
   EXPECT_EQ(leftOut({"apps", "--limit", "1"}), unknown);
   EXPECT_EQ(leftOut({"leftovers", "--exclude", "com.gone.Editor"}), unknown);
   EXPECT_EQ(leftOut({"leftovers", "--size", "--exclude", "com.gone.Editor"})["bytes"], 0);
   EXPECT_GE(leftOut({"apps", "--sizes", "--limit", "1"})["bytes"], 64_KiB);
   EXPECT_EQ(leftOut({"apps", "--limit", "0"})["rows"], 2);
-  EXPECT_EQ(leftOut({"storage", "games", "--limit", "9"}), (nlohmann::json{{"rows", 0}, {"bytes", 0}}));
+  EXPECT_EQ(leftOut({"storage", "games", "--limit", "9"}),
+            (nlohmann::json{{"rows", 0}, {"bytes", 0}, {"isExact", true}}));
 }
 
 TEST_F(FilteredLists, TopListsWhatBelongsToAnApp) {

@@ -201,6 +201,22 @@ TEST_F(ScanCommand, FilesThatTheScanDoesNotHaveAreSaid) {
   EXPECT_THAT(runQuarn({"top", "--limit", "1", "--scan", at("scan")}).err, Not(HasSubstr("only files larger than")));
 }
 
+TEST_F(ScanCommand, WhatAScanOfLargeFilesLeavesOutIsTheLeastThatMayBeMissing) {
+  MacVolume volume;
+  volume.file("~/a", 50'000).file("~/b", 40'960).file("~/c", 5'000);
+  (void)runQuarn({"--volume", volume.root(), "scan", "-o", at("scan")});
+  changeDatabase(at("scan"), "UPDATE scan SET kept_above=8192; DELETE FROM large_files WHERE allocated <= 8192");
+  for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+           {"top", "~", "--limit", "1"}, {"top", "~", "--limit", "1", "--files"}, {"top", "--min-size", "50KB"}}) {
+    std::vector<std::string> asked = words;
+    asked.insert(asked.end(), {"--bytes", "--scan", at("scan")});
+    EXPECT_THAT(runQuarn(asked).out, HasSubstr("\nAt least 1 row left out, 40960 on disk.\n"))
+        << testing::PrintToString(words);
+    asked.emplace_back("--json");
+    EXPECT_EQ(document(runQuarn(asked))["leftOut"], (json{{"rows", 1}, {"bytes", 40'960}, {"isExact", false}}));
+  }
+}
+
 TEST_F(ScanCommand, RequiresAFile) {
   EXPECT_EQ(runOnSample({"scan"}).exitCode, 2);
   EXPECT_EQ(runOnSample({"scan", "-o", ""}).exitCode, 2);
@@ -265,6 +281,31 @@ TEST_F(ScanCommand, AFilterByAgeThatAScanCannotAnswerIsRefused) {
     }
     EXPECT_EQ(runQuarn({list, "--sort", "name", "--scan", at("scan")}).exitCode, 0) << list;
   }
+}
+
+TEST_F(ScanCommand, TopSaysHowMuchWasLeftOut) {
+  MacVolume volume;
+  for (int i = 1; i <= 9; ++i) volume.file("~/Pictures/" + std::to_string(i), static_cast<std::size_t>(i) * 4'096);
+  volume.file("~/Pictures/P.app/x", 5'000).file("~/Pictures/.hidden", 4'096).file("~/Pictures/empty", 0);
+  (void)runQuarn({"--volume", volume.root(), "scan", "-o", at("scan")});
+  const auto answers = [&](std::vector<std::string> words) {
+    words.insert(words.begin(), {"--volume", volume.root()});
+    const CommandRun live = runQuarn(words);
+    words.erase(words.begin(), words.begin() + 2);
+    words.insert(words.end(), {"--scan", at("scan")});
+    return std::pair(live.out, runQuarn(words).out);
+  };
+  const std::vector<std::string> inPictures{"top", "~/Pictures", "--limit", "3", "--bytes"};
+  EXPECT_THAT(answers(inPictures).first, HasSubstr("\n9 rows left out, "));
+  for (const std::vector<std::string>& options : std::vector<std::vector<std::string>>{
+           {}, {"--children"}, {"--files"}, {"--no-hidden"}, {"--depth", "0"}, {"--min-size", "6KB"}, {"--json"}}) {
+    std::vector<std::string> words = inPictures;
+    words.insert(words.end(), options.begin(), options.end());
+    const auto [live, kept] = answers(words);
+    EXPECT_EQ(kept, live) << testing::PrintToString(words);
+  }
+  EXPECT_THAT(answers({"top", "--limit", "50"}).second, Not(HasSubstr("left out")));
+  EXPECT_THAT(answers({"top", "--limit", "0"}).second, Not(HasSubstr("left out")));
 }
 
 TEST_F(ScanCommand, AppsWithoutSizesLeaveOutRowsWithoutBytes) {
