@@ -164,6 +164,10 @@ std::string ownershipText(const AppOwnership& ownership, CommandContext& context
          ownershipLines("Fits another app better", ownership.fitsBetter, context);
 }
 
+bool lacksOwnership(CommandContext& context) {
+  return context.scan() != nullptr && !context.arguments().has("--no-owners");
+}
+
 // What the map of the whole volume says of the inspection; absent if interrupted: a partial map names wrong owners. A
 // scan has no map.
 std::optional<AppOwnership> ownershipOf(const AppInspection& inspection, CommandContext& context) {
@@ -210,6 +214,9 @@ void showInspection(CommandContext& context, const Nested& finds, const std::opt
       fmt::format("{:>11}  {}  {:<8}  {:<14}  {}  {}\n", "SIZE", "MODE", "RISK", "DATA", "SURE", "WHAT"), Style::dim);
   text += artifactsText(finds, std::nullopt, 0, context);
   if (ownership) text += ownershipText(*ownership, context);
+  if (lacksOwnership(context)) {
+    text += "\nThe scan does not have what else is this app's, is shared, or fits another app better.\n";
+  }
   if (context.isInterrupted()) text += "\nIncomplete: interrupted.\n";
   context.print(text + "\n" + totalText(finds, context));
 }

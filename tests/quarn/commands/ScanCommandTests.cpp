@@ -283,6 +283,18 @@ TEST_F(ScanCommand, AFilterByAgeThatAScanCannotAnswerIsRefused) {
   }
 }
 
+TEST_F(ScanCommand, AnInspectionSaysThatTheScanHasNoMapOfOwners) {
+  (void)runOnSample({"scan", "-o", at("scan")});
+  const auto kept = [&](const std::string& option) {
+    return runQuarn({"inspect", "Lumen Notes", option, "--scan", at("scan")}).out;
+  };
+  EXPECT_THAT(kept("--bytes"),
+              HasSubstr("\nThe scan does not have what else is this app's, is shared, or fits another"));
+  EXPECT_EQ(kept("--no-owners"), runOnSample({"inspect", "Lumen Notes", "--no-owners"}).out);
+  EXPECT_THAT(kept("--json"), Not(HasSubstr("The scan does not have")));
+  EXPECT_THAT(runOnSample({"inspect", "Lumen Notes"}).out, Not(HasSubstr("The scan does not have")));
+}
+
 TEST_F(ScanCommand, TopSaysHowMuchWasLeftOut) {
   MacVolume volume;
   for (int i = 1; i <= 9; ++i) volume.file("~/Pictures/" + std::to_string(i), static_cast<std::size_t>(i) * 4'096);
