@@ -295,6 +295,18 @@ TEST_F(ScanCommand, AnInspectionSaysThatTheScanHasNoMapOfOwners) {
   EXPECT_THAT(runOnSample({"inspect", "Lumen Notes"}).out, Not(HasSubstr("The scan does not have")));
 }
 
+TEST_F(ScanCommand, AFolderOfACategoryThatIsALinkIsListedNeitherFromAScanNorFromTheVolume) {
+  MacVolume volume;
+  volume.file("~/Elsewhere/a", 50'000).link("~/Documents", "Elsewhere");
+  (void)runQuarn({"--volume", volume.root(), "scan", "-o", at("scan")});
+  for (const std::string way : {"--limit=9", "--children", "--files"}) {
+    const json live = document(runQuarn({"--volume", volume.root(), "top", "--category", "documents", way, "--json"}));
+    const json kept = document(runQuarn({"top", "--category", "documents", way, "--scan", at("scan"), "--json"}));
+    EXPECT_EQ(live["items"], json::array()) << way;
+    EXPECT_EQ(kept["items"], json::array()) << way;
+  }
+}
+
 TEST_F(ScanCommand, TopSaysHowMuchWasLeftOut) {
   MacVolume volume;
   for (int i = 1; i <= 9; ++i) volume.file("~/Pictures/" + std::to_string(i), static_cast<std::size_t>(i) * 4'096);
