@@ -16,7 +16,7 @@ constexpr std::size_t kMostShrinking = 3;
 // By byte: an ASCII letter in lower case or a digit; 0 for all others.
 constexpr std::array<std::uint8_t, 256> kUsualBytes = [] {
   std::array<std::uint8_t, 256> bytes{};
-  for (int byte = 0; byte < 128; ++byte) {
+  for (std::size_t byte = 0; byte < 128; ++byte) {
     const char letter = static_cast<char>(byte);
     if (ascii::isLetterOrDigit(letter)) bytes[byte] = static_cast<std::uint8_t>(ascii::lowercased(letter));
   }

@@ -46,11 +46,11 @@ ScanSummary openScanFile(const Context& /*context*/, const std::string& file) {
 
 ScanDifference compareScanFiles(const Context& context, const std::string& before, const std::string& after,
                                 std::int64_t minimumBytes) {
-  (void)namedHostFile("before", before);
-  (void)namedHostFile("after", after);
+  const std::string oldFile = namedHostFile("before", before);
+  const std::string newFile = namedHostFile("after", after);
   if (minimumBytes < 0) throw DecodingError("minimumBytes", "negative");
-  const Scan old = Scan::open(before);
-  return compareScans(old, Scan::open(after), minimumBytes, context.request.cancellation);
+  const Scan old = Scan::open(oldFile);
+  return compareScans(old, Scan::open(newFile), minimumBytes, context.request.cancellation);
 }
 
 constexpr std::array kScanMethods{
