@@ -231,7 +231,7 @@ class CursesScreen final : public BrowseScreen {
     hasColors_ = true;
   }
 
-  // The character that begins with a byte. Absent if the bytes are none: a key that came after them is kept. The
+  // The character that begins with a byte. Absent if the bytes are invalid: a key that came after them is kept. The
   // function of ncurses for characters would wait for more bytes and swallow them.
   static std::optional<wchar_t> characterFrom(int byte) {
     constexpr int kPatience = 25;  // milliseconds; a terminal sends the bytes of a character together
