@@ -16,7 +16,7 @@ struct Step {
 }  // namespace
 
 const ScannedWays::Way& ScannedWays::to(std::uint32_t folder) {
-  // The ways of hostile files are long, so there is no recursion.
+  // A hostile scan may nest folders very deeply, so this does not recurse.
   std::vector<std::pair<std::uint32_t, Way>> unknown;
   for (std::uint32_t id = folder; !known_.contains(id); id = unknown.back().second.parent) {
     unknown.emplace_back(id, read(id));
