@@ -6,6 +6,7 @@
 
 #include "QuarnCore/vendors/ListedFolders.h"
 #include "QuarnCore/vendors/VendorPathResolver.h"
+#include "QuarnCore/vendors/VendorProfileJSON.h"
 #include "QuarnPlatform/base/Parallel.h"
 #include "QuarnPlatform/paths/PathSet.h"
 #include "QuarnPlatform/text/Text.h"
@@ -142,21 +143,64 @@ VendorPathHint makeHint(const VendorProfile& profile, Category category, const V
           .riskLevel = RiskLevel::danger};
 }
 
-/// The existing items of a profile; absent if the profile has no category.
+/// The existing items of a profile, definition by definition.
+struct LocatedItems {
+  std::vector<std::vector<FileURL>> artifacts;
+  std::vector<std::vector<FileURL>> carveOuts;
+  bool areNone = true;
+};
+
+/// `profile` is a whole one, or its paths.
+template <class Profile>
+LocatedItems locate(const Profile& profile, ListedFolders& folders, const FileURL& home) {
+  LocatedItems located;
+  const auto add = [&](const auto& definitions, std::vector<std::vector<FileURL>>& items) {
+    items.reserve(definitions.size());
+    for (const auto& definition : definitions) {
+      items.push_back(VendorPathResolver::resolve(definition.paths, folders, home));
+      located.areNone = located.areNone && items.back().empty();
+    }
+  };
+  add(profile.artifacts, located.artifacts);
+  add(profile.carveOuts, located.carveOuts);
+  return located;
+}
+
+VendorPathHintIndex::Finds findsOf(const VendorProfile& profile, Category category, LocatedItems items) {
+  VendorPathHintIndex::Finds finds;
+  const auto add = [&](const auto& definition, std::vector<FileURL>& urls, bool areRoots) {
+    if (!urls.empty()) finds.push_back({makeHint(profile, category, definition), std::move(urls), areRoots});
+  };
+  for (std::size_t i = 0; i < profile.artifacts.size(); ++i) {
+    add(profile.artifacts[i], items.artifacts[i], isScanRoot(profile.artifacts[i].kind));
+  }
+  for (std::size_t i = 0; i < profile.carveOuts.size(); ++i) {
+    add(profile.carveOuts[i], items.carveOuts[i], /*areRoots=*/false);
+  }
+  return finds;
+}
+
+/// The existing items of a profile; absent if it has no category.
 std::optional<VendorPathHintIndex::Finds> findsOf(const VendorProfile& profile, ListedFolders& folders,
                                                   const FileURL& home) {
   const std::optional<Category> category = VendorPathHintIndex::category(profile.id);
   if (!category) return std::nullopt;
-  VendorPathHintIndex::Finds finds;
-  const auto add = [&](const auto& source, bool areRoots) {
-    std::vector<FileURL> urls = VendorPathResolver::resolve(source.paths, folders, home);
-    if (!urls.empty()) finds.push_back({makeHint(profile, *category, source), std::move(urls), areRoots});
-  };
-  for (const VendorProfile::ArtifactDefinition& definition : profile.artifacts) {
-    add(definition, isScanRoot(definition.kind));
+  return findsOf(profile, *category, locate(profile, folders, home));
+}
+
+/// The same for a profile's file. Reads all of it only if the vendor has items here.
+std::optional<VendorPathHintIndex::Finds> findsOfFile(std::string_view text, ListedFolders& folders,
+                                                      const FileURL& home) {
+  const std::optional<VendorProfilePaths> paths = readVendorPaths(text);
+  if (!paths) {
+    const std::optional<VendorProfile> profile = decodeVendorProfile(text);
+    return profile ? findsOf(*profile, folders, home) : std::nullopt;
   }
-  for (const VendorProfile::CarveOut& carveOut : profile.carveOuts) add(carveOut, /*areRoots=*/false);
-  return finds;
+  const std::optional<Category> category = VendorPathHintIndex::category(paths->id);
+  if (!category) return std::nullopt;
+  LocatedItems items = locate(*paths, folders, home);
+  const std::optional<VendorProfile> profile = items.areNone ? std::nullopt : decodeVendorProfile(text);
+  return profile ? std::optional(findsOf(*profile, *category, std::move(items))) : std::nullopt;
 }
 
 template <class Value>
@@ -194,8 +238,8 @@ VendorPathHintIndex::VendorPathHintIndex(const VendorProfileFiles& profiles, con
     : files_(std::move(files)) {
   ListedFolders folders(files_);
   addAll(profiles.size(), [&](std::size_t i) {
-    const std::optional<VendorProfile> profile = profiles.read(i);
-    return profile ? findsOf(*profile, folders, home) : std::nullopt;
+    const std::optional<std::string> text = profiles.text(i);
+    return text ? findsOfFile(*text, folders, home) : std::nullopt;
   });
 }
 

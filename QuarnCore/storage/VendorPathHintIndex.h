@@ -39,8 +39,8 @@ class VendorPathHintIndex {
   using Roots = std::map<StorageCategoryID, std::vector<FileURL>>;
 
   VendorPathHintIndex(const VendorProfileRegistry& registry, const FileURL& home, FileManager files);
-  /// The same, and reads each profile when its patterns are due: nearly all that it says is needed only if it has items
-  /// on the volume.
+  /// The same from the files of profiles. Reads of each file the patterns, and the rest only if there are items on the
+  /// volume.
   VendorPathHintIndex(const VendorProfileFiles& profiles, const FileURL& home, FileManager files);
 
   /// The hint of the deepest vendor path that equals or contains the URL, for one category.

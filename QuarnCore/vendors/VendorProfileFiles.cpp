@@ -37,10 +37,14 @@ VendorProfileFiles::VendorProfileFiles(const std::vector<ResourceBundle>& bundle
   }
 }
 
-std::optional<VendorProfile> VendorProfileFiles::read(std::size_t position) const {
+std::optional<std::string> VendorProfileFiles::text(std::size_t position) const {
   const File& file = files_[position];
-  const std::optional<std::string> text = readProfileResource(bundles_[file.bundle], file.name);
-  return text ? decodeVendorProfile(*text) : std::nullopt;
+  return readProfileResource(bundles_[file.bundle], file.name);
+}
+
+std::optional<VendorProfile> VendorProfileFiles::read(std::size_t position) const {
+  const std::optional<std::string> found = text(position);
+  return found ? decodeVendorProfile(*found) : std::nullopt;
 }
 
 }  // namespace quarn

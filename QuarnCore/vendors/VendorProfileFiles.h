@@ -18,6 +18,8 @@ class VendorProfileFiles {
   explicit VendorProfileFiles(const std::vector<ResourceBundle>& bundles);
 
   [[nodiscard]] std::size_t size() const { return files_.size(); }
+  /// Reads the file at this position. Absent if it cannot be read.
+  [[nodiscard]] std::optional<std::string> text(std::size_t position) const;
   /// Reads the profile at this position. Absent if the file cannot be read or decoded.
   [[nodiscard]] std::optional<VendorProfile> read(std::size_t position) const;
 

@@ -7,6 +7,7 @@
 #include "QuarnPlatform/text/Text.h"
 #include "tests/QuarnCore/VendorCategoryTable.h"
 #include "tests/support/MacVolume.h"
+#include "tests/support/ResourceFolder.h"
 
 namespace quarn::vendor_path_hint_index_tests {
 namespace {
@@ -86,6 +87,32 @@ TEST(VendorPathHintIndex, OfFilesEqualsThatOfTheLoadedProfiles) {
   EXPECT_EQ(ofFiles.entriesByCategory(), ofProfiles.entriesByCategory());
   EXPECT_EQ(ofFiles.rootsByCategory(), ofProfiles.rootsByCategory());
   EXPECT_GE(ofFiles.entriesByCategory().size(), 2U);
+}
+
+// The patterns are read before the rest, and the rest may be wrong or unusual.
+TEST(VendorPathHintIndex, OfFilesJudgesWholeProfiles) {
+  MacVolume volume;
+  volume.folder("~/a").folder("~/b").folder("~/c");
+  ResourceFolder folder;
+  folder.file("vendors/index.json", R"({"version": 1, "vendors": [{"id": "slack", "file": "good"},
+      {"id": "zoom", "file": "wrong"}, {"id": "xcode", "file": "unusual"}, {"id": "safari", "file": "cut"}]})");
+  const auto text = [](const std::string& id, const std::string& title, const std::string& paths) {
+    return R"({"id": ")" + id + R"(", "displayName": "V",
+        "match": {"bundleIDs": [], "bundleIDPrefixes": [], "nameContains": []}, "artifacts": [],
+        "carveOuts": [{)" +
+           title + R"("reason": "Why.", "paths": [)" + paths + "]}]}";
+  };
+  const std::string titled = R"("title": "T", )";
+  folder.file("vendors/good.json", text("slack", titled, R"("~/a")"));
+  folder.file("vendors/wrong.json", text("zoom", "", R"("~/b")"));
+  // Of equal keys the first one counts.
+  folder.file("vendors/unusual.json", text("xcode", titled + R"("paths": ["~/c"], )", R"("~/b")"));
+  folder.file("vendors/cut.json", text("safari", titled, R"("~/a")").substr(0, 200));
+  const VendorPathHintIndex built(VendorProfileFiles({folder.bundle()}), volume.url("~"), volume.files());
+  EXPECT_TRUE(built.hint(FileURL("/Users/ann/a"), Category::communication));
+  EXPECT_FALSE(built.hint(FileURL("/Users/ann/b"), Category::communication));
+  EXPECT_TRUE(built.hint(FileURL("/Users/ann/c"), Category::development));
+  EXPECT_EQ(built.entriesByCategory().size(), 2U);
 }
 
 TEST(VendorPathHintIndex, ACarveOutsHintIsSharedAndDangerous) {
