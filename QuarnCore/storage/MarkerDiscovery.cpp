@@ -21,19 +21,14 @@ constexpr int kMaximumVisited = 60'000;
 constexpr std::array<std::string_view, 4> kSearchRoots{"Library/Application Support", "Library/Containers",
                                                        "Library/Group Containers", "/Users/Shared"};
 
-struct Marker {
-  MarkerPattern pattern;
-  FileType type;
+struct Markers {
+  MarkerPatterns files;
+  MarkerPatterns folders;
 };
-
-Marker makeMarker(const StorageSignatureRegistry::Signature& signature) {
-  return {MarkerPattern(signature.pattern),
-          signature.kind == MarkerKind::markerFile ? FileType::regular : FileType::directory};
-}
 
 class MarkerSearch {
  public:
-  MarkerSearch(std::vector<Marker> markers, const FileManager& files) : markers_(std::move(markers)), files_(files) {}
+  MarkerSearch(const Markers& markers, const FileManager& files) : markers_(markers), files_(files) {}
 
   void search(const FileURL& root) {
     // A look-up reports the folder that closes the way; a walk would report the root.
@@ -59,29 +54,23 @@ class MarkerSearch {
 
  private:
   [[nodiscard]] bool isMarker(const DirectoryEnumerator::Item& item) {
-    if (item.type() != FileType::regular && item.type() != FileType::directory) return false;
-    const std::string_view name = lowercased(item.name());
-    return std::any_of(markers_.begin(), markers_.end(), [&](const Marker& marker) {
-      return marker.type == item.type() && marker.pattern.matches(name);
-    });
+    if (item.type() == FileType::regular) return matchesOne(markers_.files, item.name());
+    return item.type() == FileType::directory && matchesOne(markers_.folders, item.name());
   }
 
-  // Asked for every item, so that it reuses its memory. Valid until the next call.
-  std::string_view lowercased(std::string_view name) {
-    lowercased_.assign(name);
-    if (std::all_of(name.begin(), name.end(), ascii::isASCII)) {
-      std::transform(name.begin(), name.end(), lowercased_.begin(), ascii::lowercased);
-    } else {
-      lowercased_ = Text::lowercased(name);
-    }
-    return lowercased_;
+  // Asked for every item, so that it reuses its memory.
+  bool matchesOne(const MarkerPatterns& patterns, std::string_view name) {
+    if (!std::all_of(name.begin(), name.end(), ascii::isASCII)) return patterns.matches(Text::lowercased(name));
+    lowercased_.resize(name.size());
+    std::transform(name.begin(), name.end(), lowercased_.begin(), ascii::lowercased);
+    return patterns.matches(lowercased_);
   }
 
   void addFolder(FileURL folder) {
     if (seen_.insert(files_.resolvedPath(folder)).second) folders_.push_back(std::move(folder));
   }
 
-  std::vector<Marker> markers_;
+  const Markers& markers_;
   const FileManager& files_;
   std::string lowercased_;
   std::unordered_set<std::string> seen_;
@@ -92,12 +81,16 @@ class MarkerSearch {
 
 std::vector<FileURL> markedFolders(const std::vector<StorageSignatureRegistry::Signature>& markers,
                                    const FileManager& files, RootScope scope) {
-  std::vector<Marker> singleNames;
+  Markers singleNames;
+  bool isEmpty = true;
   for (const StorageSignatureRegistry::Signature& marker : markers) {
-    if (marker.pattern.find('/') == std::string::npos) singleNames.push_back(makeMarker(marker));
+    if (marker.pattern.find('/') != std::string::npos) continue;
+    (marker.kind == MarkerKind::markerFile ? singleNames.files : singleNames.folders)
+        .add(MarkerPattern(marker.pattern));
+    isEmpty = false;
   }
-  if (singleNames.empty()) return {};
-  MarkerSearch search(std::move(singleNames), files);
+  if (isEmpty) return {};
+  MarkerSearch search(singleNames, files);
   for (const std::string_view root : kSearchRoots) {
     if (scope == RootScope::home && root.starts_with('/')) continue;
     search.search(root.starts_with('/') ? FileURL(root) : files.homeDirectory().appending(root));

@@ -1,3 +1,5 @@
+#include <vector>
+
 #include <gmock/gmock.h>
 
 #include "QuarnCore/storage/MarkerPattern.h"
@@ -51,6 +53,24 @@ TEST(MarkerPattern, TheTextsBeforeAndAfterTheStarMayOverlap) {
 TEST(MarkerPattern, AnEmptyPatternMatchesOnlyAnEmptyName) {
   EXPECT_FALSE(matches("", "a"));
   EXPECT_TRUE(matches("", ""));
+}
+
+bool matchesOne(const std::vector<const char*>& patterns, std::string_view name) {
+  MarkerPatterns all;
+  for (const char* pattern : patterns) all.add(MarkerPattern(pattern));
+  return all.matches(Text::lowercased(name));
+}
+
+TEST(MarkerPatterns, ANameMatchesAnyOfThem) {
+  const std::vector<const char*> patterns{"Game.cfg", "*.ACF", "saves*", "\u00DCber", "game.dll"};
+  for (const char* name : {"GAME.cfg", "game.dll", "x.acf", "Saves", "\u00FCber", "saves.acf"}) {
+    EXPECT_TRUE(matchesOne(patterns, name)) << name;
+  }
+  for (const char* name : {"game", "acf", "my saves", "uber", ""}) EXPECT_FALSE(matchesOne(patterns, name)) << name;
+  EXPECT_FALSE(matchesOne({}, "game"));
+  EXPECT_TRUE(matchesOne({""}, ""));
+  EXPECT_FALSE(matchesOne({""}, "a"));
+  EXPECT_TRUE(matchesOne({"a", "*"}, "b"));
 }
 
 }  // namespace
