@@ -21,6 +21,8 @@ class SizeOverflow : public std::overflow_error {
   std::string folder_;
 };
 
+[[noreturn]] void throwSizeOverflow();
+
 /// Adds two byte counts or counters. Throws SizeOverflow when the sum does not fit.
 std::int64_t checkedAdd(std::int64_t left, std::int64_t right);
 
@@ -29,7 +31,13 @@ struct ByteCounts {
   std::int64_t allocatedBytes = 0;  ///< space on disk: 512 × the number of blocks
   std::int64_t logicalBytes = 0;    ///< length of the content
 
-  ByteCounts& operator+=(const ByteCounts& other);
+  ByteCounts& operator+=(const ByteCounts& other) {
+    ByteCounts sum;
+    const bool isTooLarge = __builtin_add_overflow(allocatedBytes, other.allocatedBytes, &sum.allocatedBytes) ||
+                            __builtin_add_overflow(logicalBytes, other.logicalBytes, &sum.logicalBytes);
+    if (isTooLarge) throwSizeOverflow();
+    return *this = sum;
+  }
   friend ByteCounts operator+(ByteCounts left, const ByteCounts& right) { return left += right; }
   friend bool operator==(const ByteCounts&, const ByteCounts&) = default;
 };

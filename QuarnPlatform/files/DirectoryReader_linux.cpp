@@ -39,6 +39,16 @@ std::optional<FileType> lookedUpType(int folder, const char* name) {
   return errno == ENOENT ? std::nullopt : std::optional(FileType::regular);
 }
 
+// Of an item whose type the file system reports.
+FileType reportedType(unsigned char type) {
+  switch (type) {
+    case DT_REG: return FileType::regular;
+    case DT_DIR: return FileType::directory;
+    case DT_LNK: return FileType::symbolicLink;
+    default: return FileType::other;
+  }
+}
+
 bool isSelfOrParent(std::string_view name) { return name.starts_with('.') && (name == "." || name == ".."); }
 
 }  // namespace
@@ -67,14 +77,8 @@ struct DirectoryReader::State {
     return position;
   }
 
-  [[nodiscard]] std::optional<FileType> typeOfRecord(const char* record, const char* name) const {
-    switch (static_cast<unsigned char>(record[offsetof(dirent64, d_type)])) {
-      case DT_REG: return FileType::regular;
-      case DT_DIR: return FileType::directory;
-      case DT_LNK: return FileType::symbolicLink;
-      case DT_UNKNOWN: return lookedUpType(folder, name);
-      default: return FileType::other;
-    }
+  static unsigned char typeOf(const char* record) {
+    return static_cast<unsigned char>(record[offsetof(dirent64, d_type)]);
   }
 };
 
@@ -108,10 +112,13 @@ const DirectoryReader::Entry* DirectoryReader::next() {
     const char* name = record + offsetof(dirent64, d_name);
     const std::string_view text = name;
     if (isSelfOrParent(text)) continue;
-    const std::optional<FileType> type = state.typeOfRecord(record, name);
-    if (!type) continue;
+    state.entry.type = reportedType(State::typeOf(record));
+    if (State::typeOf(record) == DT_UNKNOWN) {
+      const std::optional<FileType> type = lookedUpType(state.folder, name);
+      if (!type) continue;
+      state.entry.type = *type;
+    }
     state.entry.name = text;
-    state.entry.type = *type;
     state.entry.hidden = isHidden(text);
     ++state.listed;
     return &state.entry;

@@ -36,6 +36,7 @@ class PathTrie {
 
   /// The child `name` of `node`; `kNone` if there are no rules at or below it.
   [[nodiscard]] Node step(Node node, std::string_view name) const {
+    if (node == kNone) return kNone;
     const auto& children = nodes_[node].children;
     if (children.empty()) return kNone;
     const auto found = children.find(name);
@@ -54,6 +55,7 @@ class PathTrie {
 
   /// The value at `node`, or null.
   [[nodiscard]] const T* value(Node node) const {
+    if (node == kNone) return nullptr;
     const auto& value = nodes_[node].value;
     return value ? &*value : nullptr;
   }

@@ -24,6 +24,9 @@ constexpr unsigned kTriesForDescriptor = 16;
 
 }  // namespace
 
+SizingWorker::SizingWorker(SizingScheduler& scheduler)
+    : scheduler_(scheduler), wantsDetails_(scheduler.observer() != nullptr || scheduler.linked() != nullptr) {}
+
 // Counts the files directly in the root of a tree and queues its subfolders.
 void SizingWorker::readRoot(SizingTask& task) {
   const TreeSizer::Tree& asked = tree().tree;
@@ -166,32 +169,47 @@ void SizingWorker::count(SizedFolder& folder, const DirectoryReader::Entry& entr
 void SizingWorker::countFile(SizedFolder& folder, const DirectoryReader::Entry& entry) {
   const std::optional<std::uint8_t> bucket = folder.bucketOf(*tree().tree.attribution, entry.name);
   if (!bucket) return;
-  const bool isObserved = scheduler_.observer() != nullptr;
-  FolderObserver::File file{.name = entry.name, .sizes = entry.sizes.value_or(ByteCounts{}), .isHidden = entry.hidden};
-  LinkedNames* linked = scheduler_.linked();
-  const bool wantsDetails = isObserved || linked != nullptr;
-  // A listing that has the sizes does not have the details.
-  if (!entry.sizes || wantsDetails) {
-    DirectoryReader::Details details;
-    if (!DirectoryReader::readSizes(folder.descriptor(), entry.name.data(), file.sizes,
-                                    wantsDetails ? &details : nullptr))
-      return scheduler_.reportUnreadable(tree(), folder, entry.name, errno);
-    file.modified = details.modified;
-    file.device = details.device;
-    file.inode = details.inode;
-    file.links = details.links;
-    ++calls_;
-    if (linked != nullptr && file.links > 1) {
-      linked->add({.device = file.device,
-                   .inode = file.inode,
-                   .links = file.links,
-                   .sizes = file.sizes,
-                   .folder = folder.observed()});
-    }
+  ByteCounts& total = unshared_.totals[*bucket];
+  if (wantsDetails_) {
+    countWithDetails(folder, entry, total);
+  } else if (entry.sizes) {
+    total += *entry.sizes;
+    ++unshared_.files;
+  } else if (ByteCounts sizes; readSizes(folder, entry, sizes, nullptr)) {
+    total += sizes;
+    ++unshared_.files;
   }
-  unshared_.totals[*bucket] += file.sizes;
+}
+
+bool SizingWorker::readSizes(SizedFolder& folder, const DirectoryReader::Entry& entry, ByteCounts& sizes,
+                             DirectoryReader::Details* details) {
+  if (!DirectoryReader::readSizes(folder.descriptor(), entry.name.data(), sizes, details)) {
+    scheduler_.reportUnreadable(tree(), folder, entry.name, errno);
+    return false;
+  }
+  ++calls_;
+  return true;
+}
+
+// A listing that has the sizes does not have the details.
+void SizingWorker::countWithDetails(SizedFolder& folder, const DirectoryReader::Entry& entry, ByteCounts& total) {
+  FolderObserver::File file{.name = entry.name, .isHidden = entry.hidden};
+  DirectoryReader::Details details;
+  if (!readSizes(folder, entry, file.sizes, &details)) return;
+  file.modified = details.modified;
+  file.device = details.device;
+  file.inode = details.inode;
+  file.links = details.links;
+  total += file.sizes;
   ++unshared_.files;
-  if (isObserved) observeFile(folder, file);
+  if (scheduler_.linked() != nullptr && file.links > 1) {
+    scheduler_.linked()->add({.device = file.device,
+                              .inode = file.inode,
+                              .links = file.links,
+                              .sizes = file.sizes,
+                              .folder = folder.observed()});
+  }
+  if (scheduler_.observer() != nullptr) observeFile(folder, file);
 }
 
 void SizingWorker::observeFile(SizedFolder& folder, const FolderObserver::File& file) {

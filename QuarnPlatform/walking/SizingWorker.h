@@ -19,7 +19,7 @@ class SizingScheduler;
 /// folder that it is reading. Carries out the scheduler's tasks. Belongs to one thread.
 class SizingWorker {
  public:
-  explicit SizingWorker(SizingScheduler& scheduler) : scheduler_(scheduler) {}
+  explicit SizingWorker(SizingScheduler& scheduler);
 
   /// Carries out tasks until the walk is over.
   void work();
@@ -36,6 +36,10 @@ class SizingWorker {
   bool countAll(SizedFolder& folder);
   void count(SizedFolder& folder, const DirectoryReader::Entry& entry);
   void countFile(SizedFolder& folder, const DirectoryReader::Entry& entry);
+  void countWithDetails(SizedFolder& folder, const DirectoryReader::Entry& entry, ByteCounts& total);
+  // False, and reported, if the file cannot be looked up.
+  bool readSizes(SizedFolder& folder, const DirectoryReader::Entry& entry, ByteCounts& sizes,
+                 DirectoryReader::Details* details);
   void observeFile(SizedFolder& folder, const FolderObserver::File& file);
   void tellCounted(SizedFolder& folder);
   FolderObserver::Folder observe(const SizingTask& task, int descriptor, bool isPackage);
@@ -50,6 +54,7 @@ class SizingWorker {
   [[nodiscard]] SizedTree& tree() { return *unshared_.tree; }
 
   SizingScheduler& scheduler_;
+  const bool wantsDetails_;  // of each file, besides its sizes
   UnsharedTotals unshared_;  // of the tree of the current task
   bool again_ = false;       // the current task is to be tried once more
   DirectoryReader reader_;
