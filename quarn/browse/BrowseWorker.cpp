@@ -49,7 +49,7 @@ BrowseWorker::Results BrowseWorker::take(std::chrono::milliseconds wait) {
 
 bool BrowseWorker::isBusy() const {
   const std::lock_guard lock(mutex_);
-  return !isIdle();
+  return !isIdle() || results_.listing || results_.sum || failure_;
 }
 
 void BrowseWorker::work() {

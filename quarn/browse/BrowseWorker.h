@@ -40,7 +40,7 @@ class BrowseWorker {
   /// The results since the last call. Waits until nothing is requested, but not longer than `wait`. Throws what the
   /// work threw.
   Results take(std::chrono::milliseconds wait);
-  /// True while a request is open.
+  /// True while a request is open, or results wait for `take`.
   [[nodiscard]] bool isBusy() const;
 
  private:

@@ -1,4 +1,7 @@
+#include <functional>
+#include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -25,6 +28,31 @@ TEST(BrowseWorker, AnswersTheLastRequest) {
   EXPECT_THAT(namesOf(tree, results.listing->items), ElementsAre("a", "b"));
   EXPECT_FALSE(worker.isBusy());
   EXPECT_EQ(worker.take(std::chrono::milliseconds(0)).listing, nullptr);
+}
+
+// Else the session rests, and shows the results a second later.
+TEST(BrowseWorker, IsBusyUntilItsResultsAreTaken) {
+  BrowseTree tree("/top");
+  const auto file = addFile(tree, BrowseTree::kTop, "file", 5);
+  const OwnerNames failing = [](const std::string&) -> std::string { throw std::runtime_error("no"); };
+  const std::vector<std::function<void(BrowseWorker&)>> requests{
+      [](BrowseWorker& worker) { worker.requestListing({}, nullptr); },
+      [&](BrowseWorker& worker) { worker.requestUnion({file}); },
+      [&](BrowseWorker& worker) { worker.requestListing({.sort = BrowseSort::owner}, failing); }};
+  for (const auto& request : requests) {
+    BrowseWorker worker(tree);
+    request(worker);
+    for (int look = 0; look < 50; ++look) {
+      EXPECT_TRUE(worker.isBusy());
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    try {
+      (void)worker.take(kGenerously);
+    } catch (const std::runtime_error&) {
+      // What the work threw is a result too.
+    }
+    EXPECT_FALSE(worker.isBusy());
+  }
 }
 
 TEST(BrowseWorker, AddsUpWhatItemsHoldTogether) {
