@@ -27,4 +27,10 @@ FileURL folderArgument(const std::string& text, CommandContext& context) {
   return FileURL(files.realPath(url).value_or(url.path()), URLKind::directory);
 }
 
+std::vector<FileURL> folderArguments(CommandContext& context) {
+  std::vector<FileURL> folders;
+  for (const std::string& text : context.arguments().positionals) folders.push_back(folderArgument(text, context));
+  return folders;
+}
+
 }  // namespace quarn

@@ -1,8 +1,11 @@
 #pragma once
 
+#include <array>
 #include <string>
+#include <vector>
 
 #include "quarn/commands/CommandContext.h"
+#include "quarn/commands/CommandRow.h"
 
 namespace quarn {
 
@@ -13,5 +16,12 @@ FileURL pathArgument(const std::string& text, CommandContext& context);
 /// The same for a folder. Resolves a symbolic link, because walks do not follow links. Throws FileError (operation
 /// "list") for what does not exist or is not a folder.
 FileURL folderArgument(const std::string& text, CommandContext& context);
+
+/// All positionals of a command as folders.
+std::vector<FileURL> folderArguments(CommandContext& context);
+
+/// The positionals of a command that takes folders.
+inline constexpr std::array kFolderPaths{
+    PositionalRow{.name = "PATH", .help = "Folder, a path on the Mac", .isRepeatable = true}};
 
 }  // namespace quarn

@@ -9,7 +9,6 @@
 namespace quarn::folder_commands_tests {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 TEST(FolderCommands, AnUnreadableFolderIsReportedAndExitsIncomplete) {
@@ -57,42 +56,6 @@ TEST(FolderCommands, APathThatIsNotAFolderIsRefusedWithTheCause) {
       EXPECT_EQ(run.out, "") << path;
     }
   }
-}
-
-// Names of the items that `top` lists.
-std::vector<std::string> topNames(const MacVolume& volume, std::vector<std::string> words) {
-  words.insert(words.begin(), {"--volume", volume.root(), "top", "--json"});
-  std::vector<std::string> names;
-  const auto document = nlohmann::json::parse(runQuarn(words).out);
-  for (const auto& item : document["items"]) names.push_back(item["name"]);
-  return names;
-}
-
-TEST(Top, RanksBySpaceOnThisDiskUnlessLengthIsAskedFor) {
-  MacVolume volume;
-  volume.sparse("~/sparse", 40'000'000'000).file("~/real", 8192).file("~/small", 4096);
-  volume.sparse("~/Folder/hole", 50'000'000'000).file("~/Folder/a", 12000);
-  EXPECT_THAT(topNames(volume, {}), ElementsAre("a", "real", "small", "hole", "sparse"));
-  EXPECT_THAT(topNames(volume, {"--by", "length", "--limit", "3"}), ElementsAre("hole", "sparse", "a"));
-  EXPECT_THAT(topNames(volume, {"~", "--children", "--limit", "2"}), ElementsAre("Folder", "real"));
-  EXPECT_THAT(topNames(volume, {"~", "--children", "--by", "length", "--limit", "2"}), ElementsAre("Folder", "sparse"));
-  EXPECT_THAT(topNames(volume, {"~", "--files"}), ElementsAre("real", "small", "sparse"));
-}
-
-TEST(Top, ASparseFileShowsTheSpaceThatItTakes) {
-  MacVolume volume;
-  volume.sparse("~/Disk.img", 40'000'000'000);
-  const CommandRun run = runQuarn({"--volume", volume.root(), "top"});
-  EXPECT_THAT(run.out, HasSubstr("0 bytes  40.00 GB"));
-}
-
-TEST(Top, HiddenItemsCountUnlessTheyAreLeftOut) {
-  MacVolume volume;
-  volume.file("~/.hidden", 8192).file("~/.folder/in", 16384).file("~/shown", 4096);
-  EXPECT_THAT(topNames(volume, {}), ElementsAre("in", ".hidden", "shown"));
-  EXPECT_THAT(topNames(volume, {"--no-hidden"}), ElementsAre("shown"));
-  EXPECT_THAT(topNames(volume, {"~", "--children"}), ElementsAre(".folder", ".hidden", "shown"));
-  EXPECT_THAT(topNames(volume, {"~", "--files", "--no-hidden"}), ElementsAre("shown"));
 }
 
 }  // namespace

@@ -24,13 +24,7 @@ namespace {
 
 constexpr long kUsualLimit = 20;
 constexpr long kNoLimit = std::numeric_limits<long>::max();
-constexpr std::size_t kFolderBarWidth = 16;
-
-std::vector<FileURL> namedFolders(CommandContext& context) {
-  std::vector<FileURL> folders;
-  for (const std::string& text : context.arguments().positionals) folders.push_back(folderArgument(text, context));
-  return folders;
-}
+constexpr std::size_t kItemBarWidth = 16;
 
 std::vector<FileURL> foldersToRank(CommandContext& context) {
   if (const std::optional<std::string> name = context.arguments().text("--category")) {
@@ -41,7 +35,7 @@ std::vector<FileURL> foldersToRank(CommandContext& context) {
     return context.services().storageDashboard().topItemRoots(category, /*includeDiscovered=*/true,
                                                               context.cancellation());
   }
-  std::vector<FileURL> folders = namedFolders(context);
+  std::vector<FileURL> folders = folderArguments(context);
   return folders.empty() ? HomeFolders(homesOf(context), context.services().files).outermost() : folders;
 }
 
@@ -82,6 +76,10 @@ class TopFilters {
 enum class Rank : std::uint8_t { disk, length };
 
 Rank rankOf(const Arguments& arguments) { return arguments.text("--by") == "length" ? Rank::length : Rank::disk; }
+
+// A search of a folder that is inside another one would list its items twice. But below a named folder, a limited depth
+// reaches deeper.
+bool listsNestedOnce(const Arguments& arguments) { return arguments.has("--category") || !arguments.has("--depth"); }
 
 std::int64_t rankedBytes(const TopItem& item, Rank rank) {
   return rank == Rank::disk ? item.size.allocatedBytes : std::max(item.size.allocatedBytes, item.size.logicalBytes);
@@ -129,8 +127,7 @@ ScannedItems::Answer answerOf(const Scan& scan, long limit, TopItemsService::Met
                                                .preferAllocatedSize = byDisk,
                                                .keepsZeroAllocation = true,
                                                .met = &met};
-  const bool isOfCategory = arguments.has("--category");
-  return items.topFilesRecursively(isOfCategory ? outermostOf(folders) : folders, options);
+  return items.topFilesRecursively(listsNestedOnce(arguments) ? outermostOf(folders) : folders, options);
 }
 
 std::vector<TopItem> scannedItems(const Scan& scan, TopFilters& filters, CommandContext& context) {
@@ -207,20 +204,8 @@ std::vector<TopItem> rankedItems(TopFilters& filters, CommandContext& context) {
                                      }),
                         rank);
   }
-  // A search of a folder that is inside another one would list its items twice.
-  if (arguments.has("--category")) folders = HomeFolders(folders, context.services().files).outermost();
+  if (listsNestedOnce(arguments)) folders = HomeFolders(folders, context.services().files).outermost();
   return itemsInTrees(folders, hidden, filters, context);
-}
-
-std::vector<FileURL> cloudFolders(CommandContext& context) {
-  std::vector<FileURL> folders = namedFolders(context);
-  if (!folders.empty()) return folders;
-  const StorageDashboardService& dashboard = context.services().storageDashboard();
-  for (const FileURL& root :
-       dashboard.categoryRoots(StorageCategoryID::documents, /*includeDiscovered=*/false, context.cancellation())) {
-    if (dashboard.isCloudRoot(root) && context.services().files.isDirectory(root)) folders.push_back(root);
-  }
-  return folders;
 }
 
 Table itemTable(const std::vector<TopItem>& items, const std::vector<std::string>& users, CommandContext& context) {
@@ -229,7 +214,7 @@ Table itemTable(const std::vector<TopItem>& items, const std::vector<std::string
   for (const TopItem& item : items) most = std::max(most, rankedBytes(item, rank));
   std::vector<Table::Column> columns{{.title = "ON DISK", .align = Table::Align::right},
                                      {.title = "LENGTH", .align = Table::Align::right},
-                                     {.title = "", .barWidth = kFolderBarWidth},
+                                     {.title = "", .barWidth = kItemBarWidth},
                                      {.title = "ITEM", .isFlexible = true}};
   if (!users.empty()) columns.insert(columns.begin(), kUserColumn);
   Table table(std::move(columns));
@@ -264,40 +249,6 @@ ExitCode runTop(CommandContext& context) {
   return context.finish();
 }
 
-ExitCode runCloud(CommandContext& context) {
-  const TopItemsService& service = context.services().topItems();
-  ListFilters filters(context);
-  std::vector<std::pair<FileURL, CloudStorageSummary>> rows;
-  for (const FileURL& folder : cloudFolders(context)) {
-    const CloudStorageSummary summary =
-        service.cloudSummary({folder}, kNoLimit, kNoLimit, /*allowSlowForPackages=*/true, context.cancellation());
-    // The figures of an interrupted folder would be too small, so drop it.
-    if (context.isInterrupted()) break;
-    rows.emplace_back(folder, summary);
-  }
-  filters.apply(rows, [](const std::pair<FileURL, CloudStorageSummary>& row) {
-    return RowFacts{.name = row.first.path(), .bytes = row.second.localBytes, .urls = {row.first}};
-  });
-  nlohmann::ordered_json list = nlohmann::ordered_json::array();
-  Table table({{.title = "LOCAL", .align = Table::Align::right},
-               {.title = "ONLY IN CLOUD", .align = Table::Align::right},
-               {.title = "ALL", .align = Table::Align::right},
-               {.title = "LOCAL SHARE", .barWidth = kFolderBarWidth},
-               {.title = "FOLDER", .isFlexible = true}});
-  for (const auto& [folder, summary] : rows) {
-    nlohmann::ordered_json row{{"url", toJSON(folder)}};
-    row.update(toJSON(summary));
-    list.push_back(std::move(row));
-    table.addRow({context.size(summary.localBytes), context.size(summary.cloudOnlyBytes),
-                  context.size(checkedAdd(summary.localBytes, summary.cloudOnlyBytes)),
-                  shareOf(summary.localBytes, checkedAdd(summary.localBytes, summary.cloudOnlyBytes)),
-                  context.displayPath(folder)});
-  }
-  showList(context, "folders", list, table, &filters);
-  return context.finish();
-}
-
-constexpr std::array kPaths{PositionalRow{.name = "PATH", .help = "Folder, a path on the Mac", .isRepeatable = true}};
 constexpr std::array kTopOptions =
     std::array{
         kScanOption,
@@ -335,28 +286,14 @@ constexpr std::array kTopExamples{
 };
 constexpr CommandRow kTopRow{.name = "top",
                              .summary = "List the largest items",
-                             .positionals = kPaths,
+                             .positionals = kFolderPaths,
                              .options = kTopOptions,
                              .examples = kTopExamples,
                              .run = runTop,
                              .hasList = true};
 
-constexpr std::array kCloudOptions = kFilters<Filter::minSize, Filter::exclude, Filter::sort, Filter::limit>;
-constexpr std::array kCloudExamples{
-    ExampleRow{.line = "quarn cloud", .meaning = "the cloud folders of the home folder"},
-};
-constexpr CommandRow kCloudRow{.name = "cloud",
-                               .summary = "Show local and cloud-only bytes",
-                               .description = "Without PATH, inspects the cloud folders of the user.",
-                               .positionals = kPaths,
-                               .options = kCloudOptions,
-                               .examples = kCloudExamples,
-                               .run = runCloud,
-                               .hasList = true};
-
 }  // namespace
 
 const CommandRow& topCommand() { return kTopRow; }
-const CommandRow& cloudCommand() { return kCloudRow; }
 
 }  // namespace quarn

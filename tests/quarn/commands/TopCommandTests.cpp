@@ -1,0 +1,82 @@
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "QuarnPlatform/json/JSONLibrary.h"
+#include "tests/quarn/commands/CommandRun.h"
+#include "tests/support/MacVolume.h"
+
+namespace quarn::top_command_tests {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::UnorderedElementsAre;
+
+// Names of the items that a line with `top` lists.
+std::vector<std::string> namesOf(const std::vector<std::string>& line) {
+  std::vector<std::string> names;
+  const CommandRun run = runQuarn(line);
+  const auto document = nlohmann::json::parse(run.out, nullptr, /*allow_exceptions=*/false);
+  EXPECT_TRUE(document.is_object()) << run.err;
+  if (!document.is_object()) return names;
+  for (const auto& item : document["items"]) names.push_back(item["name"]);
+  return names;
+}
+
+std::vector<std::string> topNames(const MacVolume& volume, std::vector<std::string> words) {
+  words.insert(words.begin(), {"--volume", volume.root(), "top", "--json"});
+  return namesOf(words);
+}
+
+TEST(Top, RanksBySpaceOnThisDiskUnlessLengthIsAskedFor) {
+  MacVolume volume;
+  volume.sparse("~/sparse", 40'000'000'000).file("~/real", 8192).file("~/small", 4096);
+  volume.sparse("~/Folder/hole", 50'000'000'000).file("~/Folder/a", 12000);
+  EXPECT_THAT(topNames(volume, {}), ElementsAre("a", "real", "small", "hole", "sparse"));
+  EXPECT_THAT(topNames(volume, {"--by", "length", "--limit", "3"}), ElementsAre("hole", "sparse", "a"));
+  EXPECT_THAT(topNames(volume, {"~", "--children", "--limit", "2"}), ElementsAre("Folder", "real"));
+  EXPECT_THAT(topNames(volume, {"~", "--children", "--by", "length", "--limit", "2"}), ElementsAre("Folder", "sparse"));
+  EXPECT_THAT(topNames(volume, {"~", "--files"}), ElementsAre("real", "small", "sparse"));
+}
+
+TEST(Top, ASparseFileShowsTheSpaceThatItTakes) {
+  MacVolume volume;
+  volume.sparse("~/Disk.img", 40'000'000'000);
+  const CommandRun run = runQuarn({"--volume", volume.root(), "top"});
+  EXPECT_THAT(run.out, HasSubstr("0 bytes  40.00 GB"));
+}
+
+TEST(Top, HiddenItemsCountUnlessTheyAreLeftOut) {
+  MacVolume volume;
+  volume.file("~/.hidden", 8192).file("~/.folder/in", 16384).file("~/shown", 4096);
+  EXPECT_THAT(topNames(volume, {}), ElementsAre("in", ".hidden", "shown"));
+  EXPECT_THAT(topNames(volume, {"--no-hidden"}), ElementsAre("shown"));
+  EXPECT_THAT(topNames(volume, {"~", "--children"}), ElementsAre(".folder", ".hidden", "shown"));
+  EXPECT_THAT(topNames(volume, {"~", "--files", "--no-hidden"}), ElementsAre("shown"));
+}
+
+TEST(Top, AFolderInsideAnotherOneIsSearchedOnce) {
+  MacVolume volume;
+  volume.file("~/outer/inner/a", 8192).file("~/outer/b", 4096);
+  MacVolume scans;
+  const std::string scan = scans.folder("/scans").host("/scans/scan");
+  ASSERT_EQ(runQuarn({"--volume", volume.root(), "scan", "-o", scan}).exitCode, 0);
+  const std::vector<std::vector<std::string>> sources{{"--volume", volume.root(), "top"}, {"top", "--scan", scan}};
+  for (const std::vector<std::string>& source : sources) {
+    const auto names = [&](const std::vector<std::string>& options) {
+      std::vector<std::string> line = source;
+      line.insert(line.end(), {"/Users/ann/outer/inner", "/Users/ann/outer", "--json"});
+      line.insert(line.end(), options.begin(), options.end());
+      return namesOf(line);
+    };
+    EXPECT_THAT(names({}), ElementsAre("a", "b"));
+    // The inner folder's items are two levels below the outer one.
+    EXPECT_THAT(names({"--depth", "1"}), ElementsAre("a", "b"));
+    EXPECT_THAT(names({"--children"}), UnorderedElementsAre("inner", "a", "b"));
+  }
+}
+
+}  // namespace
+}  // namespace quarn::top_command_tests
