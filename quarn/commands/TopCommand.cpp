@@ -77,10 +77,6 @@ enum class Rank : std::uint8_t { disk, length };
 
 Rank rankOf(const Arguments& arguments) { return arguments.text("--by") == "length" ? Rank::length : Rank::disk; }
 
-// A search of a folder that is inside another one would list its items twice. But below a named folder, a limited depth
-// reaches deeper.
-bool listsNestedOnce(const Arguments& arguments) { return arguments.has("--category") || !arguments.has("--depth"); }
-
 std::int64_t rankedBytes(const TopItem& item, Rank rank) {
   return rank == Rank::disk ? item.size.allocatedBytes : std::max(item.size.allocatedBytes, item.size.logicalBytes);
 }
@@ -127,7 +123,7 @@ ScannedItems::Answer answerOf(const Scan& scan, long limit, TopItemsService::Met
                                                .preferAllocatedSize = byDisk,
                                                .keepsZeroAllocation = true,
                                                .met = &met};
-  return items.topFilesRecursively(listsNestedOnce(arguments) ? outermostOf(folders) : folders, options);
+  return items.topFilesRecursively(arguments.has("--category") ? outermostOf(folders) : folders, options);
 }
 
 std::vector<TopItem> scannedItems(const Scan& scan, TopFilters& filters, CommandContext& context) {
@@ -204,7 +200,9 @@ std::vector<TopItem> rankedItems(TopFilters& filters, CommandContext& context) {
                                      }),
                         rank);
   }
-  if (listsNestedOnce(arguments)) folders = HomeFolders(folders, context.services().files).outermost();
+  // A search of a folder that is inside another one would list its items twice. Folders that the user names are all
+  // searched: the search of the outer one may not reach the inner one, for example in a package.
+  if (arguments.has("--category")) folders = HomeFolders(folders, context.services().files).outermost();
   return itemsInTrees(folders, hidden, filters, context);
 }
 
