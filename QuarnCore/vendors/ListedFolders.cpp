@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "QuarnPlatform/paths/Path.h"
+#include "QuarnPlatform/text/TextComposition.h"
 
 namespace quarn {
 namespace {
@@ -20,6 +21,16 @@ bool isUsual(std::string_view path) {
   return path::isPlain(path) && std::count(path.begin(), path.end(), '/') <= kMostLevels;
 }
 
+std::vector<ListedFolders::Entry> named(std::vector<DirectoryEntry> items) {
+  std::vector<ListedFolders::Entry> entries;
+  entries.reserve(items.size());
+  for (DirectoryEntry& item : items) {
+    std::string name = composed(item.url.lastPathComponent());
+    entries.push_back({.item = std::move(item), .name = std::move(name)});
+  }
+  return entries;
+}
+
 }  // namespace
 
 // Lists under the lock, so that two threads do not list the same folder.
@@ -27,7 +38,7 @@ ListedFolders::Entries ListedFolders::visibleEntries(const FileURL& folder) {
   const std::lock_guard lock(listings_);
   const auto known = listed_.find(folder.path());
   if (known != listed_.end()) return known->second;
-  auto entries = std::make_shared<const std::vector<DirectoryEntry>>(files_.contentsOrNone(folder, HiddenItems::skip));
+  auto entries = std::make_shared<const std::vector<Entry>>(named(files_.contentsOrNone(folder, HiddenItems::skip)));
   if (entries->size() <= kMostKeptEntries) listed_.emplace(folder.path(), entries);
   return entries;
 }

@@ -23,7 +23,11 @@ namespace quarn {
 /// Thread-safe.
 class ListedFolders {
  public:
-  using Entries = std::shared_ptr<const std::vector<DirectoryEntry>>;
+  struct Entry {
+    DirectoryEntry item;
+    std::string name;  ///< composed, as patterns are compared
+  };
+  using Entries = std::shared_ptr<const std::vector<Entry>>;
 
   explicit ListedFolders(FileManager files) : files_(std::move(files)), silent_(files_.reportingTo(nullptr)) {}
 

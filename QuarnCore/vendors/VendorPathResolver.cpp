@@ -78,15 +78,15 @@ class Candidates {
     settle();
     dropDuplicates();
     const std::string pattern = composed(component);
-    std::string name;
+    const std::string_view start = std::string_view(pattern).substr(0, pattern.find('*'));
     std::vector<FileURL> matching;
     for (const FileURL& candidate : urls_) {
       if (isCancelled()) break;
       const ListedFolders::Entries entries = folders_.visibleEntries(candidate);
-      for (const DirectoryEntry& entry : *entries) {
-        if (!isLast && entry.type != FileType::directory) continue;
-        if (!matchesComposed(pattern, composed(entry.url.lastPathComponent(), name))) continue;
-        matching.push_back(entry.url);
+      for (const auto& [item, name] : *entries) {
+        if (!isLast && item.type != FileType::directory) continue;
+        // Most names already begin differently.
+        if (name.starts_with(start) && matchesComposed(pattern, name)) matching.push_back(item.url);
       }
     }
     urls_ = std::move(matching);

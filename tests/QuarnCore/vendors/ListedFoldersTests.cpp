@@ -14,11 +14,21 @@ TEST(ListedFolders, ShowTheVisibleEntriesInTheirOrder) {
   volume.file("/f/b").folder("/f/a").file("/f/.hidden");
   ListedFolders folders(volume.files());
   const ListedFolders::Entries listed = folders.visibleEntries(FileURL("/f"));
-  const std::vector<DirectoryEntry>& entries = *listed;
+  const std::vector<ListedFolders::Entry>& entries = *listed;
   ASSERT_EQ(entries.size(), 2U);
-  EXPECT_EQ(entries[0].url.path(), "/f/a");
-  EXPECT_EQ(entries[0].type, FileType::directory);
-  EXPECT_EQ(entries[1].url.path(), "/f/b");
+  EXPECT_EQ(entries[0].item.url.path(), "/f/a");
+  EXPECT_EQ(entries[0].item.type, FileType::directory);
+  EXPECT_EQ(entries[1].item.url.path(), "/f/b");
+}
+
+TEST(ListedFolders, NamesAreComposed) {
+  MacVolume volume;
+  volume.file("/f/Cafe\u0301");
+  ListedFolders folders(volume.files());
+  const ListedFolders::Entries listed = folders.visibleEntries(FileURL("/f"));
+  ASSERT_EQ(listed->size(), 1U);
+  EXPECT_EQ(listed->front().name, "Caf\u00E9");
+  EXPECT_EQ(listed->front().item.url.path(), "/f/Cafe\u0301");
 }
 
 TEST(ListedFolders, AFolderIsListedOnceForAllPatterns) {
