@@ -125,14 +125,15 @@ void append(std::vector<FileURL>& urls, const std::vector<FileURL>& more) {
 
 CategoryRoots::CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints,
                              FileURL quarantine, const FileManager& files, RootScope scope,
-                             std::shared_ptr<CategoryLists> known)
+                             std::shared_ptr<CategoryLists> known, std::shared_ptr<KeptListings> kept)
     : signatures_(signatures),
       vendorHints_(vendorHints),
       quarantine_(std::move(quarantine)),
       files_(files),
       scope_(scope),
       known_(known ? std::move(known) : std::make_shared<CategoryLists>()),
-      places_(std::make_shared<RealPaths>(files)) {}
+      places_(std::make_shared<RealPaths>(files)),
+      kept_(std::move(kept)) {}
 
 std::vector<FileURL> CategoryRoots::roots(Category category, bool includeDiscovered) const {
   const auto [place, isNew] = known_->lists.try_emplace({category, includeDiscovered});
@@ -200,7 +201,9 @@ std::vector<FileURL> CategoryRoots::communication() const {
 std::vector<FileURL> CategoryRoots::games(bool includeDiscovered) const {
   std::vector<FileURL> result{inHome("Games")};
   append(result, steamAppFolders(files_, scope_));
-  if (includeDiscovered) append(result, markedFolders(signatures_.markerSignatures(Category::games), files_, scope_));
+  if (includeDiscovered) {
+    append(result, markedFolders(signatures_.markerSignatures(Category::games), files_, scope_, kept_.get()));
+  }
   return outermost(withVendorRoots(std::move(result), Category::games));
 }
 

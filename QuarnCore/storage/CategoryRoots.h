@@ -15,6 +15,8 @@
 
 namespace quarn {
 
+class KeptListings;
+
 /// The lists that were found so far, by category and by whether discovered folders are in them.
 struct CategoryLists {
   std::map<std::pair<StorageCategoryID, bool>, std::vector<FileURL>> lists{};
@@ -28,10 +30,11 @@ class CategoryRoots {
   /// The folder `quarantine` contains no roots, because its content is not the user's data. With the scope `home`, the
   /// lists lack the folders that all users share and the home folders of others. They may still name paths outside the
   /// home folder, which come from vendor profiles. Objects of the same scope that share `known` find each list once;
-  /// they must belong to one thread. Null: a cache of its own.
+  /// they must belong to one thread. Null: a cache of its own. `kept`, which may be null, gets the folders that are
+  /// listed in search of games.
   CategoryRoots(const StorageSignatureRegistry& signatures, const VendorPathHintIndex& vendorHints, FileURL quarantine,
                 const FileManager& files, RootScope scope = RootScope::volume,
-                std::shared_ptr<CategoryLists> known = nullptr);
+                std::shared_ptr<CategoryLists> known = nullptr, std::shared_ptr<KeptListings> kept = nullptr);
 
   /// The roots of the category in order, existing or not. `includeDiscovered` only affects games.
   [[nodiscard]] std::vector<FileURL> roots(StorageCategoryID category, bool includeDiscovered) const;
@@ -72,6 +75,7 @@ class CategoryRoots {
   const RootScope scope_;
   const std::shared_ptr<CategoryLists> known_;
   const std::shared_ptr<RealPaths> places_;
+  const std::shared_ptr<KeptListings> kept_;
 };
 
 }  // namespace quarn

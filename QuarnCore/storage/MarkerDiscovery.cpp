@@ -28,7 +28,8 @@ struct Markers {
 
 class MarkerSearch {
  public:
-  MarkerSearch(const Markers& markers, const FileManager& files) : markers_(markers), files_(files) {}
+  MarkerSearch(const Markers& markers, const FileManager& files, KeptListings* kept)
+      : markers_(markers), files_(files), kept_(kept) {}
 
   void search(const FileURL& root) {
     // A look-up reports the folder that closes the way; a walk would report the root.
@@ -38,6 +39,7 @@ class MarkerSearch {
                               {.hidden = HiddenItems::skip,
                                .packages = PackageContents::skip,
                                .maximumLevel = depth.deepestLevel(kMaximumDepth),
+                               .kept = kept_,
                                .readAheadThreads = DirectoryEnumerator::kReadAheadOfLongWalks});
     for (int visited = 0; visited < kMaximumVisited; ++visited) {
       const DirectoryEnumerator::Item* item = items.next();
@@ -48,6 +50,7 @@ class MarkerSearch {
         addFolder(item->url().deletingLastPathComponent());
       }
     }
+    items.end();
   }
 
   std::vector<FileURL> takeFolders() { return std::move(folders_); }
@@ -72,6 +75,7 @@ class MarkerSearch {
 
   const Markers& markers_;
   const FileManager& files_;
+  KeptListings* const kept_;
   std::string lowercased_;
   std::unordered_set<std::string> seen_;
   std::vector<FileURL> folders_;
@@ -80,7 +84,7 @@ class MarkerSearch {
 }  // namespace
 
 std::vector<FileURL> markedFolders(const std::vector<StorageSignatureRegistry::Signature>& markers,
-                                   const FileManager& files, RootScope scope) {
+                                   const FileManager& files, RootScope scope, KeptListings* kept) {
   Markers singleNames;
   bool isEmpty = true;
   for (const StorageSignatureRegistry::Signature& marker : markers) {
@@ -90,7 +94,7 @@ std::vector<FileURL> markedFolders(const std::vector<StorageSignatureRegistry::S
     isEmpty = false;
   }
   if (isEmpty) return {};
-  MarkerSearch search(singleNames, files);
+  MarkerSearch search(singleNames, files, kept);
   for (const std::string_view root : kSearchRoots) {
     if (scope == RootScope::home && root.starts_with('/')) continue;
     search.search(root.starts_with('/') ? FileURL(root) : files.homeDirectory().appending(root));

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,6 +14,8 @@
 #include "QuarnSystem/VolumeClients.h"
 
 namespace quarn {
+
+class KeptListings;
 
 /// How to size a root: one of two kinds, with its flags.
 struct ScanMode {
@@ -63,6 +66,8 @@ struct ScanPlan {
   std::vector<ScanRoot> roots{};
   /// Of equal prefixes, the first one applies.
   std::vector<PrefixRule> prefixRules{};
+  /// Folders that were listed for the plan. The walk need not open them again. Null for none.
+  std::shared_ptr<const KeptListings> kept{};
 };
 
 /// Makes the plan for the current state of the volume. Incomplete after the file manager's cancellation is set.

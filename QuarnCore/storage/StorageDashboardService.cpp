@@ -3,6 +3,7 @@
 #include "QuarnCore/storage/CategoryRoots.h"
 #include "QuarnCore/storage/PartitionedScan.h"
 #include "QuarnCore/storage/ScanRoots.h"
+#include "QuarnPlatform/walking/KeptListings.h"
 #include "QuarnSystem/DiagnosticsLogger.h"
 
 namespace quarn {
@@ -105,14 +106,16 @@ void StorageDashboardService::rememberRoots() {
   }
 }
 
-CategoryRoots StorageDashboardService::categoriesOn(const FileManager& files, RootScope scope) const {
+CategoryRoots StorageDashboardService::categoriesOn(const FileManager& files, RootScope scope,
+                                                    std::shared_ptr<KeptListings> kept) const {
   const auto known = knownRoots_.find(scope);
   return {signatureRegistry_,
           vendorHints_,
           quarantineManager_.baseURL(),
           files,
           scope,
-          known == knownRoots_.end() ? nullptr : known->second};
+          known == knownRoots_.end() ? nullptr : known->second,
+          std::move(kept)};
 }
 
 std::vector<FileURL> StorageDashboardService::categoryRoots(StorageCategoryID category, bool includeDiscovered,
@@ -159,13 +162,15 @@ StorageOverview StorageDashboardService::initialOverview() const {
 StorageDashboardService::CategorySizes StorageDashboardService::calculatePartitionedCategorySizes(
     const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
     RecordedFolders* recorded) const {
-  return partition(scanPlan(RootScope::volume, cancellation), onUpdate, nullptr, cancellation, recorded);
+  return partition(scanPlan(RootScope::volume, cancellation, keptUnless(recorded)), onUpdate, nullptr, cancellation,
+                   recorded);
 }
 
 std::vector<StorageDashboardService::PartitionedRoot> StorageDashboardService::calculatePartitionedRoots(
     const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
     RecordedFolders* recorded) const {
-  return calculatePartitionedRoots(scanPlan(RootScope::volume, cancellation), onUpdate, cancellation, recorded);
+  return calculatePartitionedRoots(scanPlan(RootScope::volume, cancellation, keptUnless(recorded)), onUpdate,
+                                   cancellation, recorded);
 }
 
 std::vector<StorageDashboardService::PartitionedRoot> StorageDashboardService::calculatePartitionedRoots(
@@ -181,9 +186,17 @@ std::vector<StorageDashboardService::PartitionedRoot> StorageDashboardService::c
   return roots;
 }
 
-ScanPlan StorageDashboardService::scanPlan(RootScope scope, const Cancellation& cancellation) const {
+ScanPlan StorageDashboardService::scanPlan(RootScope scope, const Cancellation& cancellation,
+                                           std::shared_ptr<KeptListings> kept) const {
   const FileManager files = files_.cancelledBy(cancellation);
-  return makeScanPlan(categoriesOn(files, scope), quarantineManager_.baseURL(), volumeLocationChecker_, files);
+  ScanPlan plan =
+      makeScanPlan(categoriesOn(files, scope, kept), quarantineManager_.baseURL(), volumeLocationChecker_, files);
+  plan.kept = std::move(kept);
+  return plan;
+}
+
+std::shared_ptr<KeptListings> StorageDashboardService::keptUnless(const RecordedFolders* recorded) {
+  return recorded == nullptr ? std::make_shared<KeptListings>() : nullptr;
 }
 
 StorageDashboardService::CategorySizes StorageDashboardService::partition(

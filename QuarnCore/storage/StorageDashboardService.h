@@ -18,6 +18,7 @@
 namespace quarn {
 
 class CategoryRoots;
+class KeptListings;
 class RecordedFolders;
 struct CategoryLists;
 struct ScanPlan;
@@ -84,8 +85,12 @@ class StorageDashboardService {
   [[nodiscard]] std::vector<PartitionedRoot> calculatePartitionedRoots(
       ScanPlan plan, const std::function<void(const CategorySizes&)>& onUpdate, const Cancellation& cancellation,
       RecordedFolders* recorded = nullptr) const;
-  /// What the pass walks. With the scope `home`, only what belongs to the home folder.
-  [[nodiscard]] ScanPlan scanPlan(RootScope scope, const Cancellation& cancellation) const;
+  /// What the pass walks. With the scope `home`, only what belongs to the home folder. `kept`, which may be null, gets
+  /// the folders that are listed for it, and becomes part of the plan.
+  [[nodiscard]] ScanPlan scanPlan(RootScope scope, const Cancellation& cancellation,
+                                  std::shared_ptr<KeptListings> kept = nullptr) const;
+  /// For `scanPlan`: null if the pass records folders, which needs more than is kept.
+  [[nodiscard]] static std::shared_ptr<KeptListings> keptUnless(const RecordedFolders* recorded);
 
   /// The size of the roots in `preciseRoots`, root by root; absent if there are none. Calls `onRoot`, if not null, with
   /// the sum so far after each root. Throws FileError.
@@ -103,7 +108,8 @@ class StorageDashboardService {
                                      RootScope scope = RootScope::volume) const;
 
  private:
-  [[nodiscard]] CategoryRoots categoriesOn(const FileManager& files, RootScope scope = RootScope::volume) const;
+  [[nodiscard]] CategoryRoots categoriesOn(const FileManager& files, RootScope scope = RootScope::volume,
+                                           std::shared_ptr<KeptListings> kept = nullptr) const;
   CategorySizes partition(ScanPlan plan, const std::function<void(const CategorySizes&)>& onUpdate,
                           const std::function<void(PartitionedRoot)>& onRoot, const Cancellation& cancellation,
                           RecordedFolders* recorded) const;

@@ -42,10 +42,12 @@ std::vector<UsersDashboard::PartitionedRoot> UsersDashboard::calculatePartitione
     const std::function<void(const FileURL& home)>& onHome, const std::function<void(const CategorySizes&)>& onUpdate,
     const Cancellation& cancellation, RecordedFolders* recorded) const {
   ScanPlan all;
+  const std::shared_ptr<KeptListings> kept = StorageDashboardService::keptUnless(recorded);
   for (std::size_t home = 0; home < homes_.urls().size() && !cancellation.isCancelled(); ++home) {
     if (onHome) onHome(homes_.urls()[home]);
-    addPlanOfHome(all, dashboard(home).scanPlan(scopeOf(home), cancellation), home, homes_);
+    addPlanOfHome(all, dashboard(home).scanPlan(scopeOf(home), cancellation, kept), home, homes_);
   }
+  all.kept = kept;
   excludeHomes(all, homes_);
   return dashboard(0).calculatePartitionedRoots(std::move(all), onUpdate, cancellation, recorded);
 }

@@ -9,6 +9,7 @@
 #include "QuarnPlatform/base/FileError.h"
 #include "QuarnPlatform/files/ListingCount.h"
 #include "QuarnPlatform/files/ReadReport.h"
+#include "QuarnPlatform/walking/KeptListings.h"
 #include "QuarnPlatform/walking/ReadAhead.h"
 
 namespace quarn {
@@ -34,6 +35,7 @@ class DirectoryEnumerator::Walk {
 
   const Item* next();
   void skipDescendants();
+  void end();
   [[nodiscard]] int rootError() const { return rootError_; }
 
  private:
@@ -43,18 +45,24 @@ class DirectoryEnumerator::Walk {
     std::size_t nextEntry = 0;
     std::size_t nextFolder = 0;  // of the listing's folders
     std::size_t sizedEntries = 0;
+    bool isKept = false;
+    std::vector<KeptListings::Child> keptFolders{};  // in it
   };
 
   void open(const FileURL& root);
   const Item* yield(Frame& frame);
+  [[nodiscard]] bool skipHidden(Frame& frame) const;
   void enter();
   void leave();
+  [[nodiscard]] bool isToBeKept(const ReadAhead::Folder& folder) const;
+  void keep(Frame& frame);
   [[nodiscard]] std::optional<ByteCounts> sizesOf(const FolderListing::Entry& entry) const;
   void reportUnreadable(const std::string& path, int error) const;
 
   const FileManager files_;
   const Options options_;
   std::string path_;  // of the folder whose entries come next; "" for the root folder
+  std::string realRoot_;  // the root as walks meet it, if listings are kept
   int rootError_ = 0;
   std::unique_ptr<ReadAhead> ahead_;
   std::vector<Frame> frames_;
@@ -82,8 +90,10 @@ DirectoryEnumerator::Walk::~Walk() {
 
 void DirectoryEnumerator::Walk::open(const FileURL& root) {
   if (options_.cancellation.isCancelled()) return;
+  if (options_.kept != nullptr) realRoot_ = files_.realPath(root).value_or(root.path());
   ahead_ = std::make_unique<ReadAhead>(files_.openDirectory(root, Links::doNotFollow), options_, files_.accessTimes());
   frames_.push_back({.folder = ahead_->takeRoot()});
+  frames_.back().isKept = isToBeKept(*frames_.back().folder);
   rootError_ = frames_.back().folder->listing.error;
 }
 
@@ -92,10 +102,19 @@ const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::next() {
   if (mayEnter_) enter();
   while (!frames_.empty()) {
     Frame& frame = frames_.back();
-    if (frame.nextEntry < frame.folder->listing.entries.size()) return yield(frame);
+    if (skipHidden(frame)) return yield(frame);
     leave();
   }
   return nullptr;
+}
+
+// False at the end of the folder. Hidden items are listed only to be kept.
+bool DirectoryEnumerator::Walk::skipHidden(Frame& frame) const {
+  const std::vector<FolderListing::Entry>& entries = frame.folder->listing.entries;
+  if (options_.hidden == HiddenItems::skip) {
+    while (frame.nextEntry < entries.size() && entries[frame.nextEntry].item.isHidden()) ++frame.nextEntry;
+  }
+  return frame.nextEntry < entries.size();
 }
 
 const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::yield(Frame& frame) {
@@ -120,6 +139,7 @@ const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::yield(Frame& frame) 
 }
 
 std::optional<ByteCounts> DirectoryEnumerator::Walk::sizesOf(const FolderListing::Entry& entry) const {
+  if (options_.facts == EnumeratedFacts::none) return std::nullopt;
   if (entry.hasSizes()) return entry.sizes;
   if (entry.sizesError != 0) reportUnreadable(path_ + '/' + std::string(item_.name_), entry.sizesError);
   return std::nullopt;
@@ -142,13 +162,43 @@ void DirectoryEnumerator::Walk::enter() {
   const Frame& parent = frames_.back();
   ReadAhead::FolderPointer folder = opened_ ? std::move(opened_) : ahead_->child(*parent.folder, parent.nextEntry - 1);
   frames_.push_back({.folder = std::move(folder), .pathLength = pathLength});
+  frames_.back().isKept = frames_[frames_.size() - 2].isKept && isToBeKept(*frames_.back().folder);
   if (const int error = frames_.back().folder->listing.error; error != 0) reportUnreadable(path_, error);
 }
 
 void DirectoryEnumerator::Walk::leave() {
+  keep(frames_.back());
   path_.resize(frames_.back().pathLength);
   ahead_->leave(std::move(frames_.back().folder));
   frames_.pop_back();
+}
+
+// Before the folders in it are entered, so that no folder is kept without the one around it.
+// The listing of a cancelled walk may be incomplete.
+bool DirectoryEnumerator::Walk::isToBeKept(const ReadAhead::Folder& folder) const {
+  return options_.kept != nullptr && folder.level <= options_.maximumLevel && !options_.cancellation.isCancelled() &&
+         options_.kept->reserve(folder.listing);
+}
+
+void DirectoryEnumerator::Walk::keep(Frame& frame) {
+  if (!frame.isKept) return;
+  const FolderListing& listing = frame.folder->listing;
+  while (frame.sizedEntries < listing.entries.size()) {
+    frame.sizedEntries = ahead_->sizesUpTo(*frame.folder, frame.sizedEntries);
+  }
+  const KeptListings::Folder kept = options_.kept->add(listing, std::move(frame.keptFolders));
+  if (kept == KeptListings::kNone) return;
+  if (frames_.size() == 1) return options_.kept->addRoot(realRoot_, kept);
+  Frame& parent = frames_[frames_.size() - 2];
+  parent.keptFolders.push_back({.item = static_cast<std::uint32_t>(parent.nextEntry - 1), .folder = kept});
+}
+
+void DirectoryEnumerator::Walk::end() {
+  skipDescendants();
+  for (; !frames_.empty(); frames_.pop_back()) {
+    keep(frames_.back());
+    ahead_->abandon(std::move(frames_.back().folder));
+  }
 }
 
 void DirectoryEnumerator::Walk::reportUnreadable(const std::string& path, int error) const {
@@ -170,6 +220,7 @@ DirectoryEnumerator::~DirectoryEnumerator() = default;
 
 const DirectoryEnumerator::Item* DirectoryEnumerator::next() { return walk_->next(); }
 void DirectoryEnumerator::skipDescendants() { walk_->skipDescendants(); }
+void DirectoryEnumerator::end() { walk_->end(); }
 int DirectoryEnumerator::rootError() const { return walk_->rootError(); }
 
 }  // namespace quarn

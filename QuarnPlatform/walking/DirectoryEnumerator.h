@@ -68,6 +68,8 @@ class DirectoryEnumerator {
   const Item* next();
   /// Leaves out everything below the item just yielded; no effect when that is no folder.
   void skipDescendants();
+  /// Ends the walk before its end, and keeps what was listed so far if listings are kept.
+  void end();
   /// Why nothing was yielded: the errno with which the root could not be opened or listed; 0 when it could.
   [[nodiscard]] int rootError() const;
 

@@ -11,6 +11,7 @@
 #include "QuarnPlatform/base/CancellableSort.h"
 #include "QuarnPlatform/files/Packages.h"
 #include "QuarnPlatform/walking/EarlySizes.h"
+#include "QuarnPlatform/walking/KeptListings.h"
 
 namespace quarn {
 namespace {
@@ -42,7 +43,8 @@ std::uint64_t sortKey(std::string_view text) {
 void FolderLister::list(int folder, int level, const std::atomic<bool>& isAbandoned, FolderListing& listing) {
   const bool mayReadEarly = reads(level) && options_.facts == EnumeratedFacts::sizes && options_.readAheadThreads > 0;
   std::optional<EarlySizes> early;
-  reader_.start(folder, reads(level) ? options_.facts : EnumeratedFacts::none);
+  wantsSizes_ = keeps(level) || (reads(level) && options_.facts == EnumeratedFacts::sizes);
+  reader_.start(folder, wantsSizes_ ? EnumeratedFacts::sizes : EnumeratedFacts::none);
   while (!isAbandoned.load(std::memory_order_relaxed) && !isCancelled() && reader_.readMore()) {
     while (const DirectoryReader::Entry* entry = reader_.next()) keep(*entry);
     if (!mayReadEarly || sizesCameWithNames_ || items_.size() < kReadEarly) continue;
@@ -50,6 +52,7 @@ void FolderLister::list(int folder, int level, const std::atomic<bool>& isAbando
     early->add(items_);
   }
   listing.error = reader_.error();
+  if (options_.facts == EnumeratedFacts::none && items_.size() > KeptListings::kMostItemsOfFolder) wantsSizes_ = false;
   sort();
   pack(level, listing);
   if (early) early->finish();
@@ -57,11 +60,15 @@ void FolderLister::list(int folder, int level, const std::atomic<bool>& isAbando
   dropScratch();
 }
 
+bool FolderLister::keeps(int level) const {
+  return reads(level) && options_.kept != nullptr && !options_.kept->isFull();
+}
+
 void FolderLister::keep(const DirectoryReader::Entry& entry) {
-  if (entry.hidden && options_.hidden == HiddenItems::skip) return;
+  if (entry.hidden && options_.hidden == HiddenItems::skip && options_.kept == nullptr) return;
   const bool isPackage =
       options_.packages == PackageContents::skip && entry.type == FileType::directory && isPackageName(entry.name);
-  items_.add(entry.name, entry.type, isPackage, entry.sizes);
+  items_.add(entry.name, entry.type, {.isPackage = isPackage, .isHidden = entry.hidden}, entry.sizes);
   sizesCameWithNames_ = sizesCameWithNames_ || entry.sizes.has_value();
 }
 
@@ -125,14 +132,14 @@ void FolderLister::pack(int level, FolderListing& listing) const {
   for (const Found& found : found_) {
     if (isCancelled()) break;
     const ListedItem& item = items_.item(found.index);
-    const bool enters = reads(level) && item.type() == FileType::directory && !item.isPackage();
+    const bool isLeftOut = item.isPackage() || (item.isHidden() && options_.hidden == HiddenItems::skip);
+    const bool enters = reads(level) && item.type() == FileType::directory && !isLeftOut;
     if (enters) listing.folders.push_back(static_cast<std::uint32_t>(listing.entries.size()));
     holdsFiles = holdsFiles || item.type() == FileType::regular;
-    listing.entries.push_back(
-        {.item = ListedItem(listing.names.size(), item.nameLength(), item.type(), item.isPackage())});
+    listing.entries.push_back({.item = item.movedTo(listing.names.size())});
     listing.names.append(items_.name(found.index).data(), item.nameLength() + 1);
   }
-  listing.wantsSizes = reads(level) && holdsFiles && options_.facts == EnumeratedFacts::sizes;
+  listing.wantsSizes = wantsSizes_ && holdsFiles;
 }
 
 void FolderLister::takeSizes(FolderListing& listing) const {

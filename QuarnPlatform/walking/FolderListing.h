@@ -61,6 +61,7 @@ class FolderLister {
 
   [[nodiscard]] bool isCancelled() const { return options_.cancellation.isCancelled(); }
   [[nodiscard]] bool reads(int level) const { return level <= options_.maximumLevel; }
+  [[nodiscard]] bool keeps(int level) const;
   void keep(const DirectoryReader::Entry& entry);
   void sort();
   void sortByKeys();
@@ -74,6 +75,7 @@ class FolderLister {
   FoundItems items_;
   std::vector<Found> found_;  // the same, sorted by name
   bool sizesCameWithNames_ = false;
+  bool wantsSizes_ = false;  // of the folder's files
 };
 
 }  // namespace quarn

@@ -7,7 +7,8 @@ constexpr std::size_t kUsualBlockNames = 32u << 10;
 
 }  // namespace
 
-void FoundItems::add(std::string_view name, FileType type, bool isPackage, const std::optional<ByteCounts>& sizes) {
+void FoundItems::add(std::string_view name, FileType type, ListedItem::Marks marks,
+                     const std::optional<ByteCounts>& sizes) {
   if (size_ == blocks_.size() * kBlockItems) {
     blocks_.push_back(std::make_unique<Block>());
     if (size_ != 0) {
@@ -16,7 +17,7 @@ void FoundItems::add(std::string_view name, FileType type, bool isPackage, const
     }
   }
   Block& block = *blocks_.back();
-  block.items.emplace_back(block.names.size(), name.size(), type, isPackage);
+  block.items.emplace_back(block.names.size(), name.size(), type, marks);
   block.names.append(name) += '\0';
   if (sizes) {
     block.sizes.resize(block.items.size() - 1, kNoSizes);

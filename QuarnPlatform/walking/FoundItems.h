@@ -28,7 +28,8 @@ class FoundItems {
   /// The value of sizes that were not read.
   static constexpr ByteCounts kNoSizes = {.allocatedBytes = -1, .logicalBytes = 0};
 
-  void add(std::string_view name, FileType type, bool isPackage, const std::optional<ByteCounts>& sizes = std::nullopt);
+  void add(std::string_view name, FileType type, ListedItem::Marks marks,
+           const std::optional<ByteCounts>& sizes = std::nullopt);
   /// Removes all items. Frees the memory unless it is small.
   void clear();
 

@@ -13,16 +13,28 @@ namespace quarn {
 /// folder's names the item's own stands. A plain value.
 class ListedItem {
  public:
+  struct Marks {
+    bool isPackage = false;
+    bool isHidden = false;
+  };
+
   /// A NUL stands behind the name's end.
-  ListedItem(std::size_t nameAt, std::size_t nameLength, FileType type, bool isPackage)
+  ListedItem(std::size_t nameAt, std::size_t nameLength, FileType type, Marks marks)
       : bits_(std::uint64_t{nameAt} << kNameAt | std::uint64_t{nameLength} << kNameLength |
-              std::uint64_t{isPackage} << kPackage | static_cast<std::uint64_t>(type)) {}
+              std::uint64_t{marks.isHidden} << kHidden | std::uint64_t{marks.isPackage} << kPackage |
+              static_cast<std::uint64_t>(type)) {}
+  /// The same item with its name in other names.
+  [[nodiscard]] ListedItem movedTo(std::size_t nameAt) const {
+    return {nameAt, nameLength(), type(), {.isPackage = isPackage(), .isHidden = isHidden()}};
+  }
 
   [[nodiscard]] std::size_t nameAt() const { return bits_ >> kNameAt; }
-  [[nodiscard]] std::size_t nameLength() const { return bits_ >> kNameLength & 0xFFFF; }
+  [[nodiscard]] std::size_t nameLength() const { return bits_ >> kNameLength & 0x7FFF; }
   [[nodiscard]] FileType type() const { return static_cast<FileType>(bits_ & 0x7); }
   /// By its name.
   [[nodiscard]] bool isPackage() const { return (bits_ >> kPackage & 1) != 0; }
+  /// See `HiddenItems`.
+  [[nodiscard]] bool isHidden() const { return (bits_ >> kHidden & 1) != 0; }
 
   [[nodiscard]] std::string_view nameIn(const std::string& names) const {
     return {names.data() + nameAt(), nameLength()};
@@ -30,7 +42,8 @@ class ListedItem {
 
  private:
   static constexpr int kPackage = 3;
-  static constexpr int kNameLength = 4;
+  static constexpr int kHidden = 4;
+  static constexpr int kNameLength = 5;
   static constexpr int kNameAt = 20;
 
   std::uint64_t bits_;

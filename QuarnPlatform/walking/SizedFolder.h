@@ -21,13 +21,17 @@ class SizedFolder {
   /// A folder that `WalkedFolders` knows; `descriptor` must stay open.
   SizedFolder(std::shared_ptr<const WalkedFolders::Use> use, int descriptor, const Attribution::Step& step,
               FolderObserver::Folder observed);
-  /// The folder `name` in `parent`, just opened. The name and the parent must live as long as this.
+  /// The folder `name` in `parent`, just opened, or not open if it is known whether it is a package. The name and the
+  /// parent must live as long as this.
   SizedFolder(const WalkedFolders::Use& parent, std::string_view name, FileDescriptor descriptor,
               const Attribution::Step& step, const Attribution::Step& asPackage, FolderObserver::Folder observed);
 
   [[nodiscard]] int descriptor() const { return descriptor_; }
   /// The observer's number of the folder.
   [[nodiscard]] FolderObserver::Folder observed() const { return observed_; }
+  /// Where its subfolders are looked for among the kept listings.
+  [[nodiscard]] const KeptListings::Place& place() const { return place_; }
+  void setPlace(const KeptListings::Place& place) { place_ = place; }
   /// The files that the observer does not know yet.
   [[nodiscard]] FolderObserver::Counted& counted() { return counted_; }
   /// The final judgement, after looking up whether the folder is a package if that matters.
@@ -59,6 +63,7 @@ class SizedFolder {
   Attribution::Step asPackage_;  // differs from `step_` until it is known whether the folder is a package
   FolderObserver::Folder observed_;
   FolderObserver::Counted counted_;
+  KeptListings::Place place_;
 };
 
 }  // namespace quarn

@@ -24,6 +24,7 @@ SizingScheduler::SizingScheduler(const FileManager& files, const std::vector<Tre
                                  const TreeSizer::Options& options)
     : files_(files),
       options_(options),
+      kept_(options.observer == nullptr && options.linked == nullptr ? options.kept : nullptr),
       folders_(files.accessTimes()),
       helperCount_(mostHelpers(options.threads), options.threads != 0 ? options.threads : HelperCount::furtherCores()),
       trees_(trees.begin(), trees.end()) {}

@@ -73,6 +73,8 @@ class SizingScheduler {
   [[nodiscard]] FolderObserver* observer() const { return options_.observer; }
   /// Null for nobody.
   [[nodiscard]] LinkedNames* linked() const { return options_.linked; }
+  /// Null for none.
+  [[nodiscard]] const KeptListings* kept() const { return kept_; }
   [[nodiscard]] HelperCount& helperCount() { return helperCount_; }
   [[nodiscard]] bool isCancelled() const { return options_.cancellation.isCancelled(); }
   [[nodiscard]] bool hasIdleThread() const { return waiting_.load(std::memory_order_relaxed) != 0; }
@@ -108,6 +110,7 @@ class SizingScheduler {
 
   const FileManager& files_;
   const TreeSizer::Options& options_;
+  const KeptListings* const kept_;
   const std::thread::id caller_ = std::this_thread::get_id();
   const HelperCount::Clock::time_point started_ = HelperCount::Clock::now();
   WalkedFolders folders_;  // outlives the uses in the queue

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "QuarnPlatform/files/DirectoryReader.h"
+#include "QuarnPlatform/walking/KeptListings.h"
 #include "QuarnPlatform/walking/TreeSizer.h"
 #include "QuarnPlatform/walking/WalkedFolders.h"
 
@@ -41,6 +42,7 @@ struct SubFolders {
   std::vector<Item> items;
   std::string names;  ///< in the order of `items`, each with a NUL after it
   FolderObserver::Folder observed = 0;
+  KeptListings::Place place;  ///< of the folder that holds them
   std::size_t nextItem = 0;
   std::size_t nextName = 0;
 };
@@ -55,6 +57,7 @@ struct SizingTask {
   std::shared_ptr<const WalkedFolders::Use> bigFolder;  ///< of the part; null for a root and a folder to enter
   DirectoryReader::Stretch part;
   FolderObserver::Folder observed = 0;  ///< the big folder's
+  KeptListings::Place place{};          ///< the big folder's
   unsigned tries = 0;                   ///< that failed for want of a descriptor while no other thread was busy
 };
 

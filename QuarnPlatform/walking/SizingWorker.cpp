@@ -37,6 +37,7 @@ void SizingWorker::readRoot(SizingTask& task) {
     const auto use = std::make_shared<const WalkedFolders::Use>(scheduler_.openRoot(tree(), refused));
     const PinnedFolder pinned(*use);
     SizedFolder root(use, pinned.descriptor(), asked.rootStep, asked.observedRoot);
+    if (scheduler_.kept() != nullptr) root.setPlace(scheduler_.kept()->find(asked.root.path()));
     const int error = read(root);
     if (error == 0) return;
     scheduler_.reportUnreadable(tree(), *use, error);
@@ -94,8 +95,31 @@ bool SizingWorker::isPutOff(SizingTask& task, int error) {
   return again_;
 }
 
+KeptListings::Place SizingWorker::placeOf(const SizingTask& task) const {
+  if (scheduler_.kept() == nullptr) return {};
+  return scheduler_.kept()->step(task.siblings->place, task.name);
+}
+
+// Such a folder is no package: the walk that kept it did not enter packages.
+void SizingWorker::countKept(const SizingTask& task, const KeptListings::Place& place) {
+  const std::optional<Attribution::Step>& step = task.item.step;
+  calls_ = 0;
+  if (!step) return;
+  SizedFolder folder(task.siblings->folder, task.name, FileDescriptor(), *step, *step, /*observed=*/0);
+  folder.setPlace(place);
+  for (const auto& [item, sizes] : scheduler_.kept()->items(place.folder)) {
+    DirectoryReader::Entry entry{
+        .name = scheduler_.kept()->name(item), .type = item.type(), .hidden = item.isHidden()};
+    if (entry.type == FileType::regular) entry.sizes = sizes;
+    count(folder, entry);
+  }
+  queueSubFolders(folder);
+}
+
 void SizingWorker::enter(SizingTask& task) {
   const WalkedFolders::Use& parent = task.siblings->folder;
+  const KeptListings::Place place = placeOf(task);
+  if (place.isInKept) return countKept(task, place);
   OpenedFolder opened = parent.open(task.name);
   if (!opened.descriptor.isOpen()) {
     if (isPutOff(task, opened.error)) return;
@@ -116,6 +140,7 @@ void SizingWorker::enter(SizingTask& task) {
   const FolderObserver::Folder observed =
       isObserved ? observe(task, opened.descriptor.get(), isPackageByName || bit.isSet) : 0;
   SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage, observed);
+  folder.setPlace(place);
   if (const int error = read(folder); error != 0) scheduler_.reportUnreadable(tree(), parent, task.name, error);
 }
 
@@ -130,6 +155,7 @@ void SizingWorker::readPart(SizingTask& task) {
     return;
   }
   SizedFolder folder(task.bigFolder, pinned.descriptor(), *task.item.step, task.observed);
+  folder.setPlace(task.place);
   reader_.resume(pinned.descriptor(), std::move(task.part));
   countAll(folder);
   tellCounted(folder);
@@ -265,7 +291,8 @@ void SizingWorker::shareRest(SizedFolder& folder) {
                   .item = {.step = step, .asPackage = step},
                   .bigFolder = std::move(shared),
                   .part = reader_.takeHalf(),
-                  .observed = folder.observed()};
+                  .observed = folder.observed(),
+                  .place = folder.place()};
   if (!part.part.empty()) scheduler_.push(std::move(part));
 }
 
@@ -275,7 +302,8 @@ void SizingWorker::queueSubFolders(SizedFolder& folder) {
                                                           .folder = folder.handOver(),
                                                           .items = subFolders_,
                                                           .names = subFolderNames_,
-                                                          .observed = folder.observed()}));
+                                                          .observed = folder.observed(),
+                                                          .place = folder.place()}));
   subFolders_.clear();
   subFolderNames_.clear();
   if (subFolders_.capacity() > kScratchItems) subFolders_.shrink_to_fit();

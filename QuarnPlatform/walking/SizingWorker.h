@@ -31,6 +31,8 @@ class SizingWorker {
   int read(SizedFolder& folder);
   bool isPutOff(SizingTask& task, int error);
   void enter(SizingTask& task);
+  [[nodiscard]] KeptListings::Place placeOf(const SizingTask& task) const;
+  void countKept(const SizingTask& task, const KeptListings::Place& place);
   void readPart(SizingTask& task);
   // False when the walk is to end.
   bool countAll(SizedFolder& folder);

@@ -18,6 +18,8 @@
 
 namespace quarn {
 
+class KeptListings;
+
 /// Decides, item by item, which total a walked item's bytes go to. Implementations are immutable while a walk runs and
 /// are called from several threads at once.
 class Attribution {
@@ -80,6 +82,9 @@ class TreeSizer {
     /// Gets the names of counted files that have several. Null for nobody; else a file costs no further system call on
     /// Linux, and one on macOS.
     LinkedNames* linked = nullptr;
+    /// Folders that were listed just now: they are counted, not opened. Null for none. Not used with an observer or
+    /// with `linked`, which need more than is kept.
+    const KeptListings* kept = nullptr;
   };
 
   /// The totals of each tree, in the order of the trees. The walk begins them in this order, and begins the next one as

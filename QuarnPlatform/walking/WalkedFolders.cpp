@@ -41,7 +41,7 @@ WalkedFolders::Use WalkedFolders::Use::add(std::string_view name, FileDescriptor
   FileDescriptor closed;
   const std::lock_guard lock(folders_->mutex_);
   Folder& added = folders_->insert(*folder_, name);
-  closed = folders_->keepOpen(added, std::move(folder));
+  if (folder.isOpen()) closed = folders_->keepOpen(added, std::move(folder));
   return {*folders_, added};
 }
 

@@ -55,7 +55,7 @@ class WalkedFolders {
     [[nodiscard]] Use duplicate() const;
     /// Opens the folder `name` in it. A folder that cannot be reached again gives the errno of the folder that failed.
     [[nodiscard]] OpenedFolder open(const char* name) const;
-    /// Takes over the open folder `name` in it; never fails.
+    /// Takes over the open folder `name` in it; never fails. A folder that is not open is opened when it is needed.
     [[nodiscard]] Use add(std::string_view name, FileDescriptor folder) const;
     /// The names from its root down to it, each behind a "/"; empty for a root.
     [[nodiscard]] std::string path() const;

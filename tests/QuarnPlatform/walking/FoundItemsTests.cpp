@@ -21,7 +21,7 @@ TEST(FoundItemsTests, EveryItemKeepsItsNumberNameAndType) {
   FoundItems items;
   std::size_t names = 0;
   for (int i = 0; i < kMany; ++i) {
-    items.add(numbered(i), i % 3 == 0 ? FileType::directory : FileType::regular, i % 6 == 0);
+    items.add(numbered(i), i % 3 == 0 ? FileType::directory : FileType::regular, {.isPackage = i % 6 == 0, .isHidden = i % 5 == 0});
     names += numbered(i).size() + 1;
   }
   ASSERT_EQ(items.size(), std::size_t{kMany});
@@ -32,6 +32,7 @@ TEST(FoundItemsTests, EveryItemKeepsItsNumberNameAndType) {
     ASSERT_EQ(items.name(index).data()[items.name(index).size()], '\0');
     ASSERT_EQ(items.item(index).type(), i % 3 == 0 ? FileType::directory : FileType::regular);
     ASSERT_EQ(items.item(index).isPackage(), i % 6 == 0);
+    ASSERT_EQ(items.item(index).isHidden(), i % 5 == 0);
     ASSERT_EQ(items.sizes(index), FoundItems::kNoSizes);
   }
 }
@@ -42,7 +43,7 @@ TEST(FoundItemsTests, CanBeReusedAfterASmallAndAfterAHugeFolder) {
     items.clear();
     EXPECT_EQ(items.size(), 0U);
     EXPECT_EQ(items.namesSize(), 0U);
-    for (int i = 0; i < count; ++i) items.add(numbered(i), FileType::regular, false);
+    for (int i = 0; i < count; ++i) items.add(numbered(i), FileType::regular, {});
     ASSERT_EQ(items.size(), static_cast<std::size_t>(count));
     for (std::size_t i = 0; i < items.size(); ++i) ASSERT_EQ(items.name(i), numbered(static_cast<int>(i)));
   }
@@ -50,11 +51,11 @@ TEST(FoundItemsTests, CanBeReusedAfterASmallAndAfterAHugeFolder) {
 
 TEST(FoundItemsTests, AFullBlockDoesNotChangeWhenItemsAreAdded) {
   FoundItems items;
-  while (items.fullBlocks() == 0) items.add(numbered(7), FileType::regular, false);
+  while (items.fullBlocks() == 0) items.add(numbered(7), FileType::regular, {});
   const FoundItems::Block& block = items.fullBlock(0);
   const ListedItem* item = &block.items.front();
   const char* name = block.name(*item);
-  for (int i = 0; i < kMany; ++i) items.add(numbered(i), FileType::regular, false);
+  for (int i = 0; i < kMany; ++i) items.add(numbered(i), FileType::regular, {});
   EXPECT_EQ(&items.fullBlock(0).items.front(), item);
   EXPECT_EQ(items.name(0).data(), name);
 }
@@ -88,9 +89,9 @@ TEST_F(EarlySizesTests, OnlyFilesHaveSizesAndEachItsOwn) {
       default: break;  // vanished since it was listed
     }
     const FileType type = i % 4 == 1 ? FileType::directory : i % 4 == 2 ? FileType::symbolicLink : FileType::regular;
-    items.add(numbered(i), type, false);
+    items.add(numbered(i), type, {});
   }
-  items.add("behind", FileType::regular, false);
+  items.add("behind", FileType::regular, {});
   const std::size_t lastOfBlock = items.fullBlock(0).items.size() - 1;
   readUpTo(lastOfBlock - lastOfBlock % 4, open().get(), items);
   for (std::size_t i = 0; i + 1 < items.size(); ++i) {
