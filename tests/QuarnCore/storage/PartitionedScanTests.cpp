@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "QuarnPlatform/files/ListingCount.h"
 #include "QuarnPlatform/files/ReadReport.h"
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"
@@ -306,6 +307,19 @@ TEST(PartitionedScan, DeepFoldersAreCountedToTheirEnd) {
   for (int i = 0; i < 1'500; ++i) path += "/folder";
   volume.file(path + "/a", 1);
   EXPECT_THAT(volume.scanned(), ElementsAre(Pair(Category::photos, 1)));
+}
+
+TEST(PartitionedScan, FoldersThatAreSearchedForGamesAreListedOnce) {
+  DashboardVolume volume;
+  volume.gameMarker("marker");
+  constexpr int kFiles = 500;
+  for (int i = 0; i < kFiles; ++i) volume.file("~/Library/Application Support/A/B/" + std::to_string(i), 1);
+  volume.file("~/Library/Application Support/A/C/marker", 1000);
+  const std::uint64_t before = ListingCount::now().entries;
+  EXPECT_THAT(volume.scanned(), ElementsAre(Pair(Category::games, 1000), Pair(Category::systemData, kFiles)));
+  const std::uint64_t listed = ListingCount::now().entries - before;
+  EXPECT_GE(listed, std::uint64_t{kFiles});
+  EXPECT_LT(listed, std::uint64_t{kFiles + 100});
 }
 
 }  // namespace

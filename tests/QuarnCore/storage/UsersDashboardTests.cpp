@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "QuarnCore/storage/UsersDashboard.h"
+#include "QuarnPlatform/files/ListingCount.h"
 #include "QuarnPlatform/files/ReadReport.h"
 #include "tests/QuarnCore/storage/DashboardVolume.h"
 #include "tests/support/UnprivilegedUser.h"
@@ -183,6 +184,20 @@ TEST(UsersDashboard, StopsWhenCancelled) {
                              nullptr, cancellation);
   EXPECT_EQ(homes, 1);
   EXPECT_THAT(roots, IsEmpty());
+}
+
+TEST(UsersDashboard, FoldersThatAreSearchedForGamesAreListedOnce) {
+  DashboardVolume volume;
+  volume.gameMarker("marker");
+  constexpr int kFiles = 500;
+  for (const char* home : {"/Users/ann", "/Users/bob"}) {
+    const std::string folder = home + std::string("/Library/Containers/A/");
+    for (int i = 0; i < kFiles; ++i) volume.file(folder + std::to_string(i), 1);
+  }
+  const std::uint64_t before = ListingCount::now().entries;
+  EXPECT_EQ(partsOf(users(volume, {"/Users/ann", "/Users/bob"})),
+            (Parts{{"/Users/ann systemData", kFiles}, {"/Users/bob systemData", kFiles}}));
+  EXPECT_LT(ListingCount::now().entries - before, std::uint64_t{2 * kFiles + 100});
 }
 
 }  // namespace
