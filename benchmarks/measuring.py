@@ -36,10 +36,11 @@ class Program:
 
 @dataclasses.dataclass(frozen=True)
 class Taken:
-    """Median time and maximum memory of several runs."""
+    """Median time and maximum memory of several runs, and how long they took beside the first program."""
 
     seconds: float
     mebibytes: float
+    ratio: float
 
 
 class Measurer:
@@ -73,13 +74,26 @@ class Measurer:
         took = {program.name: [] for program in programs}
         for turn in range(rounds + (not cold)):
             for program in programs:
-                if cold:
-                    drop_caches()
-                taken = self.once(program.run)
+                taken = self._run(program, cold)
                 if cold or turn > 0:
                     took[program.name].append(taken)
-        return {name: Taken(statistics.median(seconds for seconds, _ in runs), max(peak for _, peak in runs))
-                for name, runs in took.items()}
+        first = [seconds for seconds, _ in took[programs[0].name]] + [self._run(programs[0], cold)[0]]
+        return {name: Taken(statistics.median(seconds for seconds, _ in runs), max(peak for _, peak in runs),
+                            ratio([seconds for seconds, _ in runs], first, place / len(programs)))
+                for place, (name, runs) in enumerate(took.items())}
+
+    def _run(self, program, cold):
+        if cold:
+            drop_caches()
+        return self.once(program.run)
+
+
+def ratio(runs, first, place):
+    """The median of the ratios of runs to the first program, which ran at the start of each round and once at the end. A machine has
+    fast and slow minutes, so a run at that place of its round (0 to 1) is compared with what the first program would have taken
+    then: its runs before and after it, interpolated."""
+    return statistics.median(seconds / (before + place * (after - before))
+                             for seconds, before, after in zip(runs, first[:-1], first[1:], strict=True))
 
 
 def drop_caches():

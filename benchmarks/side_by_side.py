@@ -7,7 +7,8 @@ disk (the same on a disk of its own, beside a reader of the bare blocks; root on
 growth (time per file and peak memory at 10k, 100k, 1M files), empty (a process that finds nothing), apps (a volume with
 many apps), allapps (all apps at once: the map of ownership and all inspections), latency (one to 16 threads on a file system
 that answers each call late), scans (scans in files: writing, comparing, answers). The floor is the bare system calls on two
-threads (benchmarks/floor/floor.cc). Machines are noisy; compare only ratios within one run.
+threads (benchmarks/floor/floor.cc); a ratio is the median of those of the single runs. Machines are noisy; compare only ratios
+within one run.
 
 --save writes the ratios of the run to FILE. --check compares the ratios with those in FILE, names each that is larger by more
 than 0.08, and ends with 1 if there is one.
@@ -182,11 +183,11 @@ ratios = {}  # of all tables of this run: title and program to the ratio
 
 
 def print_ratios(title, took, counted=None):
-    ratios.update({f"{title}: {name}": round(taken.seconds / took["floor"].seconds, 3)
+    ratios.update({f"{title}: {name}": round(taken.ratio, 3)
                    for name, taken in took.items() if name == "floor" or name.startswith("quarn")})
     rows = []
     for name, taken in took.items():
-        row = [name, f"{taken.seconds:.3f}", f"{taken.seconds / took['floor'].seconds:.2f}", f"{taken.mebibytes:.1f}"]
+        row = [name, f"{taken.seconds:.3f}", f"{taken.ratio:.2f}", f"{taken.mebibytes:.1f}"]
         rows.append(row if counted is None else [*row, counted.get(name, "")])
     print_table(title, ["program", "median s", "ratio to floor", "peak MiB", *([] if counted is None else ["bytes found"])], rows)
 

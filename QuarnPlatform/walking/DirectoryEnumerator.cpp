@@ -120,7 +120,9 @@ bool DirectoryEnumerator::Walk::skipHidden(Frame& frame) const {
 const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::yield(Frame& frame) {
   const FolderListing& listing = frame.folder->listing;
   const std::size_t index = frame.nextEntry++;
-  if (index >= frame.sizedEntries) frame.sizedEntries = ahead_->sizesUpTo(*frame.folder, index);
+  if (options_.facts == EnumeratedFacts::sizes && index >= frame.sizedEntries) {
+    frame.sizedEntries = ahead_->sizesUpTo(*frame.folder, index);
+  }
   const FolderListing::Entry& entry = listing.entries[index];
   item_.folderPath_ = &path_;
   item_.name_ = listing.name(entry);
@@ -167,9 +169,15 @@ void DirectoryEnumerator::Walk::enter() {
 }
 
 void DirectoryEnumerator::Walk::leave() {
-  keep(frames_.back());
-  path_.resize(frames_.back().pathLength);
-  ahead_->leave(std::move(frames_.back().folder));
+  Frame& frame = frames_.back();
+  keep(frame);
+  path_.resize(frame.pathLength);
+  if (frame.folder->listing.wantsSizes && frame.sizedEntries < frame.folder->listing.entries.size()) {
+    // Its sizes were to be kept, and then it was not.
+    ahead_->abandon(std::move(frame.folder));
+  } else {
+    ahead_->leave(std::move(frame.folder));
+  }
   frames_.pop_back();
 }
 
