@@ -1,7 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -20,6 +23,7 @@ class BoundedWalk {
     long maxDepth = 0;    ///< direct entries of a root have depth 1
     long maxVisited = 0;  ///< all items count, including links, folders and items that are too deep
     HiddenItems hidden = HiddenItems::skip;
+    bool entersOtherRoots = true;  ///< from a root around them; false: their items are yielded once
   };
 
   /// A file or package. A package has sizes of 0.
@@ -35,21 +39,32 @@ class BoundedWalk {
   /// Calls `consume(Item)` for each item. Skips missing roots. Stops when cancelled.
   template <class Consume>
   void run(const std::vector<FileURL>& roots, const Consume& consume) {
-    for (const FileURL& root : roots) {
+    for (std::size_t i = 0; i < roots.size(); ++i) {
       if (files_.cancellation().isCancelled()) return;
-      if (files_.itemExists(root)) walkRoot(root, consume);
+      if (!files_.itemExists(roots[i])) continue;
+      const OtherRoots others = options_.entersOtherRoots ? OtherRoots() : otherRoots(i, roots);
+      if (!others.areSame) walkRoot(roots[i], others.inside, consume);
     }
   }
 
  private:
+  struct OtherRoots {
+    std::unordered_set<std::string> inside{};  ///< paths, as the walk meets them
+    bool areSame = false;                      ///< an earlier root is the same folder
+  };
+
+  [[nodiscard]] OtherRoots otherRoots(std::size_t root, const std::vector<FileURL>& roots) const;
+
   template <class Consume>
-  void walkRoot(const FileURL& root, const Consume& consume) {
+  void walkRoot(const FileURL& root, const std::unordered_set<std::string>& others, const Consume& consume) {
     const ItemDepth depth(files_, root);
     DirectoryEnumerator items(files_, root, enumeration(depth));
     while (const DirectoryEnumerator::Item* item = items.next()) {
       visited_ = checkedAdd(visited_, 1);
       if (visited_ > options_.maxVisited) return;
       if (depth.exceeds(options_.maxDepth, *item)) {
+        items.skipDescendants();
+      } else if (!others.empty() && item->isDirectory() && others.contains(item->url().path())) {
         items.skipDescendants();
       } else if (item->isPackage()) {
         consume(Item{*item, true, {}});

@@ -5,7 +5,12 @@
 #include <utility>
 #include <vector>
 
+#include "QuarnPlatform/base/ByteCounts.h"
+
 namespace quarn {
+
+/// By which items are ranked unless only the space on the disk counts.
+inline std::int64_t largerCount(const ByteCounts& size) { return std::max(size.allocatedBytes, size.logicalBytes); }
 
 /// Keeps the `limit` values with the largest keys of a stream. When it is full, a value with a strictly larger key
 /// replaces the value with the smallest key (of equal ones, the first found). Rejecting a value costs one comparison.

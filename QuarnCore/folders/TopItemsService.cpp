@@ -10,8 +10,6 @@
 namespace quarn {
 namespace {
 
-std::int64_t largerCount(const SizeInfo& size) { return std::max(size.allocatedBytes, size.logicalBytes); }
-
 std::vector<TopItem> largest(std::vector<TopItem> items, long limit) {
   std::stable_sort(items.begin(), items.end(), [](const TopItem& left, const TopItem& right) {
     return largerCount(left.size) > largerCount(right.size);
@@ -199,7 +197,8 @@ std::vector<TopItem> TopItemsService::topFilesRecursively(const std::vector<File
   BoundedWalk walk(files_,
                    {.maxDepth = options.maxDepth,
                     .maxVisited = options.maxVisited,
-                    .hidden = options.includeHidden ? HiddenItems::include : HiddenItems::skip},
+                    .hidden = options.includeHidden ? HiddenItems::include : HiddenItems::skip,
+                    .entersOtherRoots = !options.meetsItemsOnce},
                    cancellation);
   const ItemSizer sizer(fileSizeCalculator_, files_, cancellation);
   Pace pace;

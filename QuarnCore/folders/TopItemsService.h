@@ -71,6 +71,8 @@ class TopItemsService {
     bool preferAllocatedSize = false;
     /// With `preferAllocatedSize`: a file without blocks has 0 bytes. Otherwise it counts its length.
     bool keepsZeroAllocation = false;
+    /// An item below several roots is met once: the search of a root does not enter the other roots inside it.
+    bool meetsItemsOnce = false;
     /// Is asked for each item that would be listed; null accepts all. An item that it refuses makes room for others.
     std::function<bool(const TopItem&)> accepts{};
     /// Counts all items that the search meets, listed or not; null for nobody.

@@ -82,6 +82,8 @@ class Scan {
   [[nodiscard]] std::vector<ScannedFile> largeFiles(std::uint32_t first, std::uint32_t last) const;
   /// The part of a folder's sizes that is hidden, as seen from that folder.
   [[nodiscard]] SizeInfo hiddenSizes(std::uint32_t folder) const;
+  /// The sizes of a folder without that part.
+  [[nodiscard]] SizeInfo visibleSizes(const ScannedFolder& folder) const;
 
   /// The tables of the file, which an older version of the program may have written.
   [[nodiscard]] std::vector<ScanTable> tables() const;

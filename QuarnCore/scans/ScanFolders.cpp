@@ -93,4 +93,10 @@ SizeInfo Scan::hiddenSizes(std::uint32_t folder) const {
   });
 }
 
+SizeInfo Scan::visibleSizes(const ScannedFolder& folder) const {
+  const SizeInfo hidden = hiddenSizes(folder.id);
+  return {.allocatedBytes = folder.sizes.allocatedBytes - hidden.allocatedBytes,
+          .logicalBytes = folder.sizes.logicalBytes - hidden.logicalBytes};
+}
+
 }  // namespace quarn

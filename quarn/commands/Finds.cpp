@@ -61,10 +61,7 @@ class FindPaths {
 
 std::optional<SizedItem> scannedItem(const Scan& scan, const std::string& path, HiddenItems hiddenItems) {
   if (const std::optional<ScannedFolder> folder = scan.folder(path)) {
-    if (hiddenItems == HiddenItems::include) return SizedItem{.size = folder->sizes};
-    const SizeInfo hidden = scan.hiddenSizes(folder->id);
-    return SizedItem{.size = {folder->sizes.allocatedBytes - hidden.allocatedBytes,
-                              folder->sizes.logicalBytes - hidden.logicalBytes}};
+    return SizedItem{.size = hiddenItems == HiddenItems::include ? folder->sizes : scan.visibleSizes(*folder)};
   }
   const std::optional<ScannedFolder> parent = scan.folder(path::parent(path));
   if (!parent) return SizedItem{};

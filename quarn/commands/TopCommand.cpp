@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "QuarnCore/folders/LargestItems.h"
 #include "QuarnPlatform/json/JSONLibrary.h"
 #include "quarn/commands/BranchFacts.h"
 #include "quarn/commands/Choices.h"
@@ -78,7 +79,7 @@ enum class Rank : std::uint8_t { disk, length };
 Rank rankOf(const Arguments& arguments) { return arguments.text("--by") == "length" ? Rank::length : Rank::disk; }
 
 std::int64_t rankedBytes(const TopItem& item, Rank rank) {
-  return rank == Rank::disk ? item.size.allocatedBytes : std::max(item.size.allocatedBytes, item.size.logicalBytes);
+  return rank == Rank::disk ? item.size.allocatedBytes : largerCount(item.size);
 }
 
 // The services rank lists of one level by the larger of the two counts, so get the whole list and rank it here.
@@ -122,6 +123,7 @@ ScannedItems::Answer answerOf(const Scan& scan, long limit, TopItemsService::Met
                                                .includeHidden = hidden,
                                                .preferAllocatedSize = byDisk,
                                                .keepsZeroAllocation = true,
+                                               .meetsItemsOnce = true,
                                                .met = &met};
   return items.topFilesRecursively(arguments.has("--category") ? outermostOf(folders) : folders, options);
 }
@@ -153,6 +155,7 @@ std::vector<TopItem> itemsInTrees(const std::vector<FileURL>& folders, bool hidd
        .includeHidden = hidden,
        .preferAllocatedSize = rankOf(arguments) == Rank::disk,
        .keepsZeroAllocation = true,
+       .meetsItemsOnce = true,
        .accepts = [&](const TopItem& item) { return filters.filters.accepts(filters.factsOf(item)); },
        .met = &met},
       context.cancellation());
@@ -200,8 +203,8 @@ std::vector<TopItem> rankedItems(TopFilters& filters, CommandContext& context) {
                                      }),
                         rank);
   }
-  // A search of a folder that is inside another one would list its items twice. Folders that the user names are all
-  // searched: the search of the outer one may not reach the inner one, for example in a package.
+  // Folders that the user names are all searched: the search of an outer one may not reach the inner one, for example
+  // in a package.
   if (arguments.has("--category")) folders = HomeFolders(folders, context.services().files).outermost();
   return itemsInTrees(folders, hidden, filters, context);
 }

@@ -288,5 +288,29 @@ TEST(TopFilesRecursively, NamesAndUrlsSurviveAnyBytes) {
   EXPECT_EQ(items[1].name, "\xFF\n");
 }
 
+TEST(TopFilesRecursively, OnRequestAnItemBelowSeveralRootsIsMetOnce) {
+  TopItemsVolume volume;
+  volume.sparse("/f/a", 8).sparse("/f/g/b", 4).sparse("/f/g/h/c", 2).link("/way", "f").link("/inner", "f/g");
+  const auto listed = [&](const std::vector<std::string>& roots, bool once) {
+    Options options = kAll;
+    TopItemsService::Met met;
+    options.meetsItemsOnce = once;
+    options.met = &met;
+    const std::vector<std::string> result = names(found(volume, roots, options));
+    EXPECT_EQ(met.items, static_cast<std::int64_t>(result.size()));
+    return result;
+  };
+  EXPECT_THAT(listed({"/f", "/f/g"}, false), ElementsAre("a", "b", "b", "c", "c"));
+  for (const std::vector<std::string>& roots : {std::vector<std::string>{"/f", "/f/g"},
+                                                {"/f/g/h", "/f", "/f/g"},
+                                                {"/f", "/f", "/f"},
+                                                {"/", "/f/g"},
+                                                {"/f", "/way/g"},
+                                                {"/f", "/f/g/h", "/missing"}}) {
+    EXPECT_THAT(listed(roots, true), ElementsAre("a", "b", "c")) << roots[0] << " " << roots[1];
+  }
+  EXPECT_THAT(listed({"/f", "/inner"}, true), ElementsAre("a", "b", "c")) << "a root that is a link is not entered";
+}
+
 }  // namespace
 }  // namespace quarn::top_files_recursively_tests

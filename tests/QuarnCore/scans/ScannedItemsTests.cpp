@@ -94,7 +94,8 @@ TEST(ScannedItems, TheAnswersOfAScanAreThoseOfTheVolume) {
                                                    .allowSlowForPackages = volume.number(4) != 0,
                                                    .includeHidden = hidden,
                                                    .preferAllocatedSize = volume.number(2) == 0,
-                                                   .keepsZeroAllocation = volume.number(2) == 0};
+                                                   .keepsZeroAllocation = volume.number(2) == 0,
+                                                   .meetsItemsOnce = volume.number(2) == 0};
       const auto found = scanned.topFilesRecursively(in, options);
       EXPECT_TRUE(found.isWhole);
       EXPECT_THAT(found.missing, IsEmpty());

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "QuarnCore/storage/MarkerDiscovery.h"
+#include "QuarnPlatform/walking/KeptListings.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/UnprivilegedUser.h"
 
@@ -156,6 +157,9 @@ TEST(MarkerDiscovery, SixtyThousandItemsOfEachSearchRootAreVisited) {
       << "a to e, 59,994 items too deep to be looked at, and the marker as the last: 60,000";
   volume.file("~/Library/Application Support/a/b/c/d/e/zzz");
   EXPECT_THAT(found(volume, {markerFile("marker")}), ElementsAre("/Users/Shared/A"));
+  KeptListings kept;
+  (void)markedFolders({markerFile("marker")}, volume.files(), RootScope::volume, &kept);
+  EXPECT_TRUE(kept.find(kSupport + std::string("/a/b/c")).isInKept) << "although the search ended in it";
 }
 
 TEST(MarkerDiscovery, AFolderInTwoSearchRootsIsFoundOnce) {

@@ -21,10 +21,8 @@ using Place = KeptListings::Place;
 class Keeping : public SizingWithThreads {
  protected:
   [[nodiscard]] WalkOptions walkOptions() {
-    return {.hidden = HiddenItems::skip,
-            .packages = PackageContents::skip,
-            .kept = &kept,
-            .readAheadThreads = GetParam()};
+    return {
+        .hidden = HiddenItems::skip, .packages = PackageContents::skip, .kept = &kept, .readAheadThreads = GetParam()};
   }
   /// The names that an ordered walk yields.
   std::vector<std::string> walk(std::string_view root, const WalkOptions& options) {
@@ -142,10 +140,16 @@ TEST_P(Keeping, AWalkThatEndsEarlyKeepsTheFoldersThatItIsIn) {
 
 TEST_P(Keeping, AWalkMayEndBeforeItYieldsAndWhileItOffersAFolder) {
   volume.file("/t/a/b", 1);
+  volume.file("/u/c/d", 1);
   DirectoryEnumerator unused(files(), FileURL("/t"), walkOptions());
   unused.end();
   EXPECT_THAT(items("/t"), ElementsAre("a/"));
   EXPECT_THAT(items("/t/a"), ElementsAre("not kept"));
+  DirectoryEnumerator offering(files(), FileURL("/u"), walkOptions());
+  EXPECT_EQ(offering.next()->name(), "c");
+  offering.end();
+  EXPECT_EQ(offering.next(), nullptr);
+  EXPECT_THAT(items("/u"), ElementsAre("c/"));
   DirectoryEnumerator missing(files(), FileURL("/missing"), walkOptions());
   missing.end();
   EXPECT_THAT(items("/missing"), ElementsAre("not kept"));
@@ -195,12 +199,12 @@ FolderListing listingOf(std::size_t items, std::size_t nameLength) {
 TEST(KeptListingsLimits, ItemsAndNamesAreLimited) {
   for (const std::size_t nameLength : {1U, 255U}) {
     KeptListings kept;
-    const FolderListing one = listingOf(KeptListings::kMostItemsOfFolder, nameLength);
+    constexpr std::size_t kItems = KeptListings::kMostItemsOfFolder - 1;
+    const FolderListing one = listingOf(kItems, nameLength);
     std::size_t count = 0;
     for (; kept.reserve(one); ++count) EXPECT_FALSE(kept.isFull());
     const bool areNames = nameLength > 40;
-    EXPECT_EQ(count, areNames ? KeptListings::kMostNames / one.names.size()
-                              : KeptListings::kMostItems / KeptListings::kMostItemsOfFolder);
+    EXPECT_EQ(count, areNames ? KeptListings::kMostNames / one.names.size() : KeptListings::kMostItems / kItems);
     EXPECT_TRUE(kept.isFull());
     EXPECT_FALSE(kept.reserve(listingOf(1, 1))) << "so that the walk need not read sizes for nothing";
   }
@@ -224,6 +228,18 @@ TEST(KeptListingsLimits, AListingWithoutASizeIsNotKept) {
   EXPECT_EQ(kept.add(listing, {}), KeptListings::kNone);
   listing.entries.pop_back();
   EXPECT_EQ(kept.add(listing, {}), 0U);
+}
+
+TEST_P(Keeping, AFolderInOneThatIsNotKeptTakesNoRoom) {
+  constexpr std::size_t kRoom = 8;
+  for (std::size_t taken = 0; taken < KeptListings::kMostItems; taken += KeptListings::kMostItemsOfFolder) {
+    const bool isLast = taken + KeptListings::kMostItemsOfFolder == KeptListings::kMostItems;
+    ASSERT_TRUE(kept.reserve(listingOf(KeptListings::kMostItemsOfFolder - (isLast ? kRoom : 0), 1)));
+  }
+  for (std::size_t i = 0; i < KeptListings::kMostItemsOfFolder; ++i) volume.file("/t/big/" + std::to_string(i));
+  for (int i = 0; i < 6; ++i) volume.file("/t/big/in/" + std::to_string(i)).file("/t/end/" + std::to_string(i));
+  (void)walk("/t");
+  EXPECT_THAT(items("/t/end"), SizeIs(6));
 }
 
 // --- Counting --------------------------------------------------------------------------------------------------------
@@ -264,11 +280,12 @@ TEST_P(Keeping, AFolderThatVanishesInAKeptOneIsReportedWithItsPath) {
   EXPECT_EQ(report->items()[0].cause, UnreadableCause::vanished);
 }
 
-/// Leaves out folders named "out", and counts files in packages to another total.
+/// Leaves out folders named "out", and those named "only" unless they are packages, and counts files in packages to
+/// another total.
 struct ByPackage : PlainAttribution {
   [[nodiscard]] bool needsPackages() const override { return true; }
   [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const override {
-    if (name == "out") return std::nullopt;
+    if (name == "out" || (name == "only" && !isPackage)) return std::nullopt;
     return isPackage ? Step{.bucket = 1} : parent;
   }
 };
@@ -276,9 +293,10 @@ struct ByPackage : PlainAttribution {
 TEST_P(Keeping, KeptFoldersAreJudgedLikeOthers) {
   volume.file("/t/a/p.app/x", 1).file("/t/a/q/y", 10).bundleBit("/t/a/q").file("/t/a/n/z", 100);
   volume.file("/t/out/v", 1000).file("/t/a/out/w", 1000).file("/t/a/n/o", 10'000);
+  volume.file("/t/a/only/u", 1000).file("/t/b/only/s", 100'000).bundleBit("/t/b/only");
   const TreeSizer::Totals plain = TreeSizer::totals(files(), FileURL("/t"), ByPackage(), {}, options());
   EXPECT_EQ(plain[0].logicalBytes, 10'100);
-  EXPECT_EQ(plain[1].logicalBytes, 11);
+  EXPECT_EQ(plain[1].logicalBytes, 100'011);
   (void)walk("/t");
   TreeSizer::Options sizing = options();
   sizing.kept = &kept;

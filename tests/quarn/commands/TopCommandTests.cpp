@@ -12,7 +12,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::UnorderedElementsAre;
+using ::testing::UnorderedElementsAreArray;
 
 // Names of the items that a line with `top` lists.
 std::vector<std::string> namesOf(const std::vector<std::string>& line) {
@@ -57,19 +57,49 @@ TEST(Top, HiddenItemsCountUnlessTheyAreLeftOut) {
   EXPECT_THAT(topNames(volume, {"~", "--files", "--no-hidden"}), ElementsAre("shown"));
 }
 
-// The search of the outer folder stops at the package.
-TEST(Top, ANamedFolderInAPackageInsideAnotherOneIsSearched) {
-  MacVolume volume;
-  volume.file("~/outer/Tool.app/Contents/a", 8192).file("~/outer/b", 4096);
-  MacVolume scans;
-  const std::string scan = scans.folder("/scans").host("/scans/scan");
-  ASSERT_EQ(runQuarn({"--volume", volume.root(), "scan", "-o", scan}).exitCode, 0);
-  const std::vector<std::vector<std::string>> sources{{"--volume", volume.root(), "top"}, {"top", "--scan", scan}};
-  for (const std::vector<std::string>& source : sources) {
-    std::vector<std::string> line = source;
-    line.insert(line.end(), {"/Users/ann/outer", "/Users/ann/outer/Tool.app/Contents", "--json"});
-    EXPECT_THAT(namesOf(line), UnorderedElementsAre("Tool.app", "a", "b"));
+/// Lines with `top` about a volume and about a scan of it.
+class TopOfFolders : public ::testing::Test {
+ protected:
+  void expectNames(const std::vector<std::string>& folders, const std::vector<std::string>& names) {
+    const std::string scan = scans_.folder("/scans").host("/scans/scan");
+    ASSERT_EQ(runQuarn({"--volume", volume.root(), "scan", "-o", scan}).exitCode, 0);
+    const std::vector<std::vector<std::string>> sources{{"--volume", volume.root(), "top"}, {"top", "--scan", scan}};
+    for (std::vector<std::string> line : sources) {
+      line.insert(line.end(), folders.begin(), folders.end());
+      line.emplace_back("--json");
+      EXPECT_THAT(namesOf(line), UnorderedElementsAreArray(names)) << line[0];
+    }
   }
+
+  MacVolume volume;
+
+ private:
+  MacVolume scans_;
+};
+
+// The search of the outer folder stops at the package.
+TEST_F(TopOfFolders, ANamedFolderInAPackageInsideAnotherOneIsSearched) {
+  volume.file("~/outer/Tool.app/Contents/a", 8192).file("~/outer/b", 4096);
+  expectNames({"/Users/ann/outer", "/Users/ann/outer/Tool.app/Contents"}, {"Tool.app", "a", "b"});
+  expectNames({"/Users/ann/outer", "/Users/ann/outer/Tool.app"}, {"a", "b"});
+}
+
+TEST_F(TopOfFolders, AnItemBelowSeveralNamedFoldersIsListedOnce) {
+  volume.file("/o/a", 1).file("/o/i/b", 2).file("/o/i/k/c", 3).file("/o/i/k/d.app/e", 4).file("/o/i2/f", 5);
+  const std::vector<std::string> all{"a", "b", "c", "d.app", "f"};
+  expectNames({"/o", "/o/i"}, all);
+  expectNames({"/o/i/k", "/o", "/o/i"}, all);
+  expectNames({"/o", "/o"}, all);
+  expectNames({"/", "/o/i", "/o/i"}, all);
+  expectNames({"/o/i", "/o/i2"}, {"b", "c", "d.app", "f"});
+}
+
+TEST_F(TopOfFolders, EachItemCountsOnceAmongThoseThatAreLeftOut) {
+  volume.file("/o/a", 4096).file("/o/i/b", 8192).file("/o/i/c", 12288);
+  const CommandRun run = runQuarn({"--volume", volume.root(), "top", "/o", "/o/i", "--limit", "1", "--json"});
+  const auto document = nlohmann::json::parse(run.out);
+  EXPECT_EQ(document["leftOut"]["rows"], 2);
+  EXPECT_EQ(document["leftOut"]["bytes"], 4096 + 8192);
 }
 
 }  // namespace
