@@ -84,7 +84,8 @@ Totals PartitionedScan::run(const Observers& observers, const Cancellation& canc
   Totals ofFiles{};
   for (const Walks::Root& root : walks.roots) ofFiles = sum(ofFiles, root.ofFile);
   ThrottledUpdates updates(observers.onUpdate, interval);
-  TreeSizer::Options options{.cancellation = cancellation, .interval = interval, .observer = recorded_, .kept = plan_.kept.get()};
+  TreeSizer::Options options{
+      .cancellation = cancellation, .interval = interval, .observer = recorded_, .kept = plan_.kept.get()};
   if (updates.areWanted()) options.onProgress = [&](const Totals& soFar) { updates.offer(sum(ofFiles, soFar)); };
   const std::vector<TreeSizer::TreeTotals> found = TreeSizer::totals(files_, walks.trees, options);
   reportUnreadable(found, files_);

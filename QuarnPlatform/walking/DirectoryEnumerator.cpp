@@ -61,7 +61,7 @@ class DirectoryEnumerator::Walk {
 
   const FileManager files_;
   const Options options_;
-  std::string path_;  // of the folder whose entries come next; "" for the root folder
+  std::string path_;      // of the folder whose entries come next; "" for the root folder
   std::string realRoot_;  // the root as walks meet it, if listings are kept
   int rootError_ = 0;
   std::unique_ptr<ReadAhead> ahead_;

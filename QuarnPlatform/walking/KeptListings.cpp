@@ -70,8 +70,9 @@ KeptListings::Folder KeptListings::childOf(Folder parent, std::string_view name)
   const Listing& listing = listings_[parent];
   const std::span children(children_.data() + listing.firstChild, listing.children);
   const auto nameOf = [this](const Child& child) { return this->name(items_[child.item].item); };
-  const auto found = std::lower_bound(children.begin(), children.end(), name,
-                                      [&](const Child& child, std::string_view wanted) { return nameOf(child) < wanted; });
+  const auto found =
+      std::lower_bound(children.begin(), children.end(), name,
+                       [&](const Child& child, std::string_view wanted) { return nameOf(child) < wanted; });
   return found != children.end() && nameOf(*found) == name ? found->folder : kNone;
 }
 

@@ -108,8 +108,7 @@ void SizingWorker::countKept(const SizingTask& task, const KeptListings::Place& 
   SizedFolder folder(task.siblings->folder, task.name, FileDescriptor(), *step, *step, /*observed=*/0);
   folder.setPlace(place);
   for (const auto& [item, sizes] : scheduler_.kept()->items(place.folder)) {
-    DirectoryReader::Entry entry{
-        .name = scheduler_.kept()->name(item), .type = item.type(), .hidden = item.isHidden()};
+    DirectoryReader::Entry entry{.name = scheduler_.kept()->name(item), .type = item.type(), .hidden = item.isHidden()};
     if (entry.type == FileType::regular) entry.sizes = sizes;
     count(folder, entry);
   }

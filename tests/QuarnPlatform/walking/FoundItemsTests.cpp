@@ -21,7 +21,8 @@ TEST(FoundItemsTests, EveryItemKeepsItsNumberNameAndType) {
   FoundItems items;
   std::size_t names = 0;
   for (int i = 0; i < kMany; ++i) {
-    items.add(numbered(i), i % 3 == 0 ? FileType::directory : FileType::regular, {.isPackage = i % 6 == 0, .isHidden = i % 5 == 0});
+    items.add(numbered(i), i % 3 == 0 ? FileType::directory : FileType::regular,
+              {.isPackage = i % 6 == 0, .isHidden = i % 5 == 0});
     names += numbered(i).size() + 1;
   }
   ASSERT_EQ(items.size(), std::size_t{kMany});
