@@ -181,8 +181,8 @@ void DirectoryEnumerator::Walk::leave() {
   frames_.pop_back();
 }
 
-// Before the folders in it are entered, so that no folder is kept without the one around it.
-// The listing of a cancelled walk may be incomplete.
+// Decided before the folders in it are entered, so that no folder is kept without the one around it. The listing of a
+// cancelled walk may be incomplete.
 bool DirectoryEnumerator::Walk::isToBeKept(const ReadAhead::Folder& folder) const {
   return options_.kept != nullptr && folder.level <= options_.maximumLevel && !options_.cancellation.isCancelled() &&
          options_.kept->reserve(folder.listing);

@@ -52,6 +52,7 @@ void FolderLister::list(int folder, int level, const std::atomic<bool>& isAbando
     early->add(items_);
   }
   listing.error = reader_.error();
+  // A larger folder is not kept.
   if (options_.facts == EnumeratedFacts::none && items_.size() > KeptListings::kMostItemsOfFolder) wantsSizes_ = false;
   sort();
   pack(level, listing);

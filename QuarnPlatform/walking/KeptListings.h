@@ -19,8 +19,8 @@ struct FolderListing;
 /// Folders as an ordered walk has listed them, with the sizes of their files, hidden ones too. A sizing walk that
 /// follows at once counts them without opening them again. What is not kept costs time only.
 ///
-/// One thread fills it. Then it is constant, and thread-safe. Memory: 24 bytes and the name of each item, 20 bytes of
-/// each folder, up to the limits.
+/// One thread fills it. Then it is constant, and thread-safe. Memory: 24 bytes and the name of each item, and 24 bytes
+/// more of a folder, up to the limits.
 class KeptListings {
  public:
   static constexpr std::size_t kMostItems = 96u << 10;
@@ -42,11 +42,12 @@ class KeptListings {
     std::uint32_t item;  ///< its position in the listing; once it is kept, among all items
     Folder folder;
   };
-  /// Where a walk is.
+  /// Where a walk is. `isInKept` is false for the root of the walk that kept it: whether that folder is on another
+  /// device, or a package, the walk that counts finds out itself.
   struct Place {
     PathTrie<Folder>::Node way = PathTrie<Folder>::kNone;  ///< to the roots
     Folder folder = kNone;                                 ///< the folder here, if it is kept
-    bool isInKept = false;  ///< the walk that kept the folder came to it from the folder around it, which is kept too
+    bool isInKept = false;  ///< the folder around it is kept too, and the walk came from there
   };
 
   KeptListings() = default;
