@@ -53,6 +53,10 @@ class BoundedWalk {
     bool areSame = false;                      ///< an earlier root is the same folder
   };
 
+  [[nodiscard]] static bool isOneOf(const std::unordered_set<std::string>& roots,
+                                    const DirectoryEnumerator::Item& item) {
+    return !roots.empty() && item.isDirectory() && roots.contains(item.url().path());
+  }
   [[nodiscard]] OtherRoots otherRoots(std::size_t root, const std::vector<FileURL>& roots) const;
 
   template <class Consume>
@@ -62,9 +66,7 @@ class BoundedWalk {
     while (const DirectoryEnumerator::Item* item = items.next()) {
       visited_ = checkedAdd(visited_, 1);
       if (visited_ > options_.maxVisited) return;
-      if (depth.exceeds(options_.maxDepth, *item)) {
-        items.skipDescendants();
-      } else if (!others.empty() && item->isDirectory() && others.contains(item->url().path())) {
+      if (depth.exceeds(options_.maxDepth, *item) || isOneOf(others, *item)) {
         items.skipDescendants();
       } else if (item->isPackage()) {
         consume(Item{*item, true, {}});
