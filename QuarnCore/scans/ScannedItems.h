@@ -1,11 +1,11 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <vector>
 
 #include "QuarnCore/folders/TopItemsService.h"
 #include "QuarnCore/scans/Scan.h"
+#include "QuarnCore/scans/ScannedAnswer.h"
 
 namespace quarn {
 
@@ -14,12 +14,8 @@ namespace quarn {
 /// and FileError.
 class ScannedItems {
  public:
-  struct Answer {
-    std::vector<TopItem> items{};
-    /// False if files that the scan does not have could be among the items; then `items` ends before them.
-    bool isWhole = true;
-    std::vector<FileURL> missing{};  ///< folders that the scan does not have
-  };
+  using Answer = ScannedAnswer;
+  using Rank = ScannedRank;
 
   explicit ScannedItems(Scan scan) : scan_(std::move(scan)) {}
 
@@ -27,8 +23,6 @@ class ScannedItems {
   /// has.
   [[nodiscard]] Answer topFilesRecursively(const std::vector<FileURL>& in,
                                            const TopItemsService::SearchOptions& options) const;
-  /// Ranks an item by its sizes.
-  using Rank = std::int64_t (*)(const SizeInfo& size);
   /// For each rank, the `limit` largest files and packages of the volume with a positive rank, hidden ones too, largest
   /// first; equal ones in the order of `topFilesRecursively`.
   [[nodiscard]] std::vector<Answer> largest(const std::vector<Rank>& ranks, std::size_t limit) const;

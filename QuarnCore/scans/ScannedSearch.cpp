@@ -137,7 +137,7 @@ TopItem ScannedSearch::itemOf(const Candidate& candidate) const {
   return {.url = url, .name = candidate.name, .size = candidate.size};
 }
 
-ScannedItems::Answer ScannedSearch::run() {
+ScannedAnswer ScannedSearch::run() {
   if (options_.met != nullptr && options_.limit > 0) countAll(*options_.met);
   find([&](const SizeInfo& size) { return options_.preferAllocatedSize ? size.allocatedBytes : largerCount(size); },
        scan_.facts().keptAbove);
@@ -149,7 +149,7 @@ ScannedItems::Answer ScannedSearch::run() {
   return std::move(answer_);
 }
 
-ScannedItems::Answer ScannedSearch::ranked(ScannedItems::Rank rank) {
+ScannedAnswer ScannedSearch::ranked(ScannedRank rank) {
   find(rank, std::max<std::int64_t>(scan_.facts().keptAbove, 0));
   std::stable_sort(found_.begin(), found_.end(), [&](const Found& left, const Found& right) {
     if (left.key != right.key) return left.key > right.key;

@@ -8,7 +8,7 @@
 
 #include "QuarnCore/folders/TopItemsService.h"
 #include "QuarnCore/scans/Scan.h"
-#include "QuarnCore/scans/ScannedItems.h"
+#include "QuarnCore/scans/ScannedAnswer.h"
 #include "QuarnCore/scans/ScannedWays.h"
 
 namespace quarn {
@@ -20,9 +20,9 @@ class ScannedSearch {
   ScannedSearch(const Scan& scan, const std::vector<FileURL>& roots, const TopItemsService::SearchOptions& options);
 
   /// What `TopItemsService::topFilesRecursively` answered at the time of the scan.
-  ScannedItems::Answer run();
+  ScannedAnswer run();
   /// Those with a positive rank, largest first. May be called for several ranks, and not after `run`.
-  ScannedItems::Answer ranked(ScannedItems::Rank rank);
+  ScannedAnswer ranked(ScannedRank rank);
 
  private:
   /// An item that may be among the largest.
@@ -58,7 +58,7 @@ class ScannedSearch {
   const Scan& scan_;
   const std::vector<FileURL>& roots_;
   const TopItemsService::SearchOptions& options_;
-  ScannedItems::Answer answer_;
+  ScannedAnswer answer_;
   std::vector<Candidate> candidates_;
   std::vector<Found> found_;
   std::map<std::size_t, ScannedWays> ways_;  // of each root that the scan has

@@ -8,6 +8,7 @@
 
 #include "QuarnPlatform/base/HelperThread.h"
 #include "QuarnPlatform/files/Packages.h"
+#include "QuarnPlatform/walking/FolderLister.h"
 
 namespace quarn {
 namespace {

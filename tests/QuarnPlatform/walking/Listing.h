@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include "QuarnPlatform/walking/FolderListing.h"
+#include "QuarnPlatform/walking/FolderLister.h"
 #include "tests/support/MacVolume.h"
 #include "tests/support/MemoryVolume.h"
 
