@@ -34,6 +34,7 @@ HelperCount::Clock::time_point HelperCount::begin(Observations& observations) {
 }
 
 void HelperCount::note(Observations& observations, std::size_t calls, Clock::duration time) {
+  if (calls == 0) return;
   if (time <= kCallFromDisk * calls) {
     if (observations.slow > 0) --observations.slow;
     return;

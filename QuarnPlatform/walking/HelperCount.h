@@ -39,7 +39,7 @@ class HelperCount {
   /// Begins a measurement on the calling thread.
   static Clock::time_point begin(Observations& observations);
   /// Ends it: the calling thread needed `time` for about `calls` system calls on the walk's items. At first the slow
-  /// calls must lead by two, because a thread can also wait for another thread.
+  /// calls must lead by two, because a thread can also wait for another thread. Without calls it says nothing.
   void note(Observations& observations, std::size_t calls, Clock::duration time);
   /// Call this when the system refuses to start more threads than `started`.
   void limit(unsigned started);

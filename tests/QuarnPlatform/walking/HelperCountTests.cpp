@@ -49,6 +49,13 @@ TEST(HelperCount, ACallIsSlowBeyondTwentyMicroseconds) {
   EXPECT_EQ(count.wanted(), 2U);
 }
 
+TEST(HelperCount, AMeasurementWithoutCallsSaysNothing) {
+  HelperCount count(3, 1);
+  HelperCount::Observations observations;
+  for (int i = 0; i < 9; ++i) noteAfterWaiting(count, observations, 0, microseconds(5000));
+  EXPECT_EQ(count.wanted(), 1U);
+}
+
 TEST(HelperCount, SlowObservationsMustLeadByTwoOnOneThread) {
   const std::vector<std::pair<std::string, unsigned>> rows{
       {"ffff", 1}, {"sfsfsfsfsfsf", 1}, {"sfss", 2}, {"ssfssfss", 6}};
