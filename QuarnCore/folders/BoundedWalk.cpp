@@ -12,20 +12,30 @@ DirectoryEnumerator::Options BoundedWalk::enumeration(const ItemDepth& depth) co
           .readAheadThreads = DirectoryEnumerator::kReadAheadOfLongWalks};
 }
 
-// A root that is a link is not walked, so no other walk may leave its folder to it.
-BoundedWalk::OtherRoots BoundedWalk::otherRoots(std::size_t root, const std::vector<FileURL>& roots) const {
+// Roots that are links are not walked. So another walk must not skip the folders that they lead to.
+BoundedWalk::Locations BoundedWalk::locationsOf(const std::vector<FileURL>& roots) const {
+  Locations locations;
+  locations.reserve(roots.size());
+  for (const FileURL& root : roots) {
+    const std::optional<ItemFacts> facts = files_.facts(root, Links::doNotFollow);
+    const bool isFolder = facts && facts->type == FileType::directory;
+    locations.push_back(isFolder ? files_.realPath(root) : std::nullopt);
+  }
+  return locations;
+}
+
+BoundedWalk::OtherRoots BoundedWalk::otherRoots(std::size_t position, const FileURL& root, const Locations& locations) {
   OtherRoots others;
-  const std::optional<std::string> here = files_.realPath(roots[root]);
+  const std::optional<std::string>& here = locations[position];
   if (!here) return others;
-  for (std::size_t i = 0; i < roots.size(); ++i) {
-    const std::optional<std::string> there = i == root ? std::nullopt : files_.realPath(roots[i]);
-    const std::optional<ItemFacts> facts = there ? files_.facts(roots[i], Links::doNotFollow) : std::nullopt;
-    if (!facts || facts->type != FileType::directory || !path::isInside(*there, *here)) continue;
+  const std::string start = root.path() == "/" ? std::string() : root.path();
+  for (std::size_t i = 0; i < locations.size(); ++i) {
+    const std::optional<std::string>& there = locations[i];
+    if (i == position || !there || !path::isInside(*there, *here)) continue;
     if (*there == *here) {
-      others.areSame = others.areSame || i < root;
+      others.areSame = others.areSame || i < position;
     } else {
-      const std::size_t shared = *here == "/" ? 0 : here->size();
-      others.inside.insert((roots[root].path() == "/" ? "" : roots[root].path()) + there->substr(shared));
+      others.inside.insert(start + there->substr(*here == "/" ? 0 : here->size()));
     }
   }
   return others;

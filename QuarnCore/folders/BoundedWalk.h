@@ -39,15 +39,18 @@ class BoundedWalk {
   /// Calls `consume(Item)` for each item. Skips missing roots. Stops when cancelled.
   template <class Consume>
   void run(const std::vector<FileURL>& roots, const Consume& consume) {
+    const Locations locations = options_.entersOtherRoots ? Locations() : locationsOf(roots);
     for (std::size_t i = 0; i < roots.size(); ++i) {
       if (files_.cancellation().isCancelled()) return;
       if (!files_.itemExists(roots[i])) continue;
-      const OtherRoots others = options_.entersOtherRoots ? OtherRoots() : otherRoots(i, roots);
+      const OtherRoots others = locations.empty() ? OtherRoots() : otherRoots(i, roots[i], locations);
       if (!others.areSame) walkRoot(roots[i], others.inside, consume);
     }
   }
 
  private:
+  /// The real path of each root; absent for a root that is not walked.
+  using Locations = std::vector<std::optional<std::string>>;
   struct OtherRoots {
     std::unordered_set<std::string> inside{};  ///< paths, as the walk meets them
     bool areSame = false;                      ///< an earlier root is the same folder
@@ -57,7 +60,8 @@ class BoundedWalk {
                                     const DirectoryEnumerator::Item& item) {
     return !roots.empty() && item.isDirectory() && roots.contains(item.url().path());
   }
-  [[nodiscard]] OtherRoots otherRoots(std::size_t root, const std::vector<FileURL>& roots) const;
+  [[nodiscard]] Locations locationsOf(const std::vector<FileURL>& roots) const;
+  [[nodiscard]] static OtherRoots otherRoots(std::size_t position, const FileURL& root, const Locations& locations);
 
   template <class Consume>
   void walkRoot(const FileURL& root, const std::unordered_set<std::string>& others, const Consume& consume) {

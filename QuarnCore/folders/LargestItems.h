@@ -9,7 +9,7 @@
 
 namespace quarn {
 
-/// By which items are ranked unless only the space on the disk counts.
+/// The key by which items are ranked, unless they are ranked by their space on the disk.
 inline std::int64_t largerCount(const ByteCounts& size) { return std::max(size.allocatedBytes, size.logicalBytes); }
 
 /// Keeps the `limit` values with the largest keys of a stream. When it is full, a value with a strictly larger key

@@ -33,11 +33,13 @@ class Ranking {
 ScannedSearch::ScannedSearch(const Scan& scan, const std::vector<FileURL>& roots,
                              const TopItemsService::SearchOptions& options)
     : scan_(scan), roots_(roots), options_(options) {
+  folders_.reserve(roots_.size());
+  for (const FileURL& root : roots_) folders_.push_back(scan_.folder(root.path()));
   for (std::size_t root = 0; root < roots_.size(); ++root) gather(root);
 }
 
 void ScannedSearch::gather(std::size_t root) {
-  const std::optional<ScannedFolder> folder = scan_.folder(roots_[root].path());
+  const std::optional<ScannedFolder>& folder = folders_[root];
   if (!folder || !folder->isRead) {
     answer_.missing.push_back(roots_[root]);
     return;
@@ -71,8 +73,8 @@ void ScannedSearch::gather(std::size_t root) {
 // What a search of `folder` leaves to those of the other roots inside it.
 std::vector<ScannedSearch::Ids> ScannedSearch::idsOfOthers(const ScannedFolder& folder, std::size_t root) const {
   std::vector<Ids> ids;
-  for (std::size_t i = 0; options_.meetsItemsOnce && i < roots_.size(); ++i) {
-    const std::optional<ScannedFolder> other = scan_.folder(roots_[i].path());
+  for (std::size_t i = 0; options_.meetsItemsOnce && i < folders_.size(); ++i) {
+    const std::optional<ScannedFolder>& other = folders_[i];
     if (i == root || !other || !other->isRead) continue;
     const bool isInside = Ids{folder.id, folder.id + folder.descendants}.hold(other->id);
     if (isInside && (other->id != folder.id || i < root)) ids.push_back({other->id, other->id + other->descendants});

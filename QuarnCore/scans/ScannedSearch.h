@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,7 @@ class ScannedSearch {
   const Scan& scan_;
   const std::vector<FileURL>& roots_;
   const TopItemsService::SearchOptions& options_;
+  std::vector<std::optional<ScannedFolder>> folders_;  // of the roots
   ScannedAnswer answer_;
   std::vector<Candidate> candidates_;
   std::vector<Found> found_;

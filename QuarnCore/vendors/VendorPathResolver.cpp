@@ -85,7 +85,7 @@ class Candidates {
       const ListedFolders::Entries entries = folders_.visibleEntries(candidate);
       for (const auto& [item, name] : *entries) {
         if (!isLast && item.type != FileType::directory) continue;
-        // Most names already begin differently.
+        // The cheap check dismisses most names.
         if (name.starts_with(start) && matchesComposed(pattern, name)) matching.push_back(item.url);
       }
     }

@@ -173,7 +173,7 @@ void DirectoryEnumerator::Walk::leave() {
   keep(frame);
   path_.resize(frame.pathLength);
   if (frame.folder->listing.wantsSizes && frame.sizedEntries < frame.folder->listing.entries.size()) {
-    // Its sizes were to be kept, and then it was not.
+    // The folder was not kept, so nobody asked for all of its sizes.
     ahead_->abandon(std::move(frame.folder));
   } else {
     ahead_->leave(std::move(frame.folder));

@@ -68,7 +68,7 @@ class DirectoryEnumerator {
   const Item* next();
   /// Leaves out everything below the item just yielded; no effect when that is no folder.
   void skipDescendants();
-  /// Ends the walk before its end, and keeps what was listed so far if listings are kept.
+  /// Ends the walk early. If listings are kept, keeps those of the folders that the walk is in.
   void end();
   /// Why nothing was yielded: the errno with which the root could not be opened or listed; 0 when it could.
   [[nodiscard]] int rootError() const;

@@ -17,7 +17,7 @@ namespace quarn {
 struct FolderListing;
 
 /// Folders as an ordered walk has listed them, with the sizes of their files, hidden ones too. A sizing walk that
-/// follows at once counts them without opening them again. What is not kept costs time only.
+/// follows at once counts them without opening them again. It opens the folders that are not kept.
 ///
 /// One thread fills it. Then it is constant, and thread-safe. Memory: 24 bytes and the name of each item, and 24 bytes
 /// more of a folder, up to the limits.
@@ -42,8 +42,8 @@ class KeptListings {
     std::uint32_t item;  ///< its position in the listing; once it is kept, among all items
     Folder folder;
   };
-  /// Where a walk is. `isInKept` is false for the root of the walk that kept it: whether that folder is on another
-  /// device, or a package, the walk that counts finds out itself.
+  /// Where a walk is. `isInKept` is false for the root of the walk that kept it. The walk that counts opens that folder
+  /// itself, to check its device and whether it is a package.
   struct Place {
     PathTrie<Folder>::Node way = PathTrie<Folder>::kNone;  ///< to the roots
     Folder folder = kNone;                                 ///< the folder here, if it is kept
@@ -58,7 +58,7 @@ class KeptListings {
 
   /// Reserves room for a listing. False if there is none, or if the listing is not to be kept.
   [[nodiscard]] bool reserve(const FolderListing& listing);
-  /// True once there is no room for another folder. Safe from any thread.
+  /// Whether a listing was refused because the limits are reached. Then all further ones are. Thread-safe.
   [[nodiscard]] bool isFull() const { return isFull_.load(std::memory_order_relaxed); }
   /// Keeps a listing for which room was reserved. `children` are the kept ones of its folders, in its order. `kNone` if
   /// the size of a file is missing.

@@ -100,7 +100,7 @@ KeptListings::Place SizingWorker::placeOf(const SizingTask& task) const {
   return scheduler_.kept()->step(task.siblings->place, task.name);
 }
 
-// Such a folder is no package: the walk that kept it did not enter packages.
+// A kept folder is not a package: the walk that kept it does not enter packages.
 void SizingWorker::countKept(const SizingTask& task, const KeptListings::Place& place) {
   const std::optional<Attribution::Step>& step = task.item.step;
   calls_ = 0;

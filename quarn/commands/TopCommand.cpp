@@ -123,7 +123,7 @@ ScannedItems::Answer answerOf(const Scan& scan, long limit, TopItemsService::Met
                                                .includeHidden = hidden,
                                                .preferAllocatedSize = byDisk,
                                                .keepsZeroAllocation = true,
-                                               .meetsItemsOnce = true,
+                                               .meetsItemsOnce = !arguments.positionals.empty(),
                                                .met = &met};
   return items.topFilesRecursively(arguments.has("--category") ? outermostOf(folders) : folders, options);
 }
@@ -155,7 +155,7 @@ std::vector<TopItem> itemsInTrees(const std::vector<FileURL>& folders, bool hidd
        .includeHidden = hidden,
        .preferAllocatedSize = rankOf(arguments) == Rank::disk,
        .keepsZeroAllocation = true,
-       .meetsItemsOnce = true,
+       .meetsItemsOnce = !arguments.positionals.empty(),
        .accepts = [&](const TopItem& item) { return filters.filters.accepts(filters.factsOf(item)); },
        .met = &met},
       context.cancellation());
