@@ -45,6 +45,9 @@ class WithoutExcluded final : public Attribution {
     const bool isExcluded = exclusions_.value(exclusions_.step(parent.node, name)) != nullptr;
     return isExcluded ? std::nullopt : std::optional<std::uint8_t>(0);
   }
+  std::optional<std::uint8_t> everyFile(const Step& parent) const override {
+    return exclusions_.hasChildren(parent.node) ? std::nullopt : std::optional<std::uint8_t>(0);
+  }
 
  private:
   const Exclusions& exclusions_;

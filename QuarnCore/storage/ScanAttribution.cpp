@@ -23,6 +23,10 @@ std::optional<std::uint8_t> WholeAttribution::file(const Step& parent, std::stri
   return rule != nullptr && rule->isExcluded(mode_) ? std::nullopt : std::optional(parent.bucket);
 }
 
+std::optional<std::uint8_t> WholeAttribution::everyFile(const Step& parent) const {
+  return rules_.hasRulesBelow(parent.node) ? std::nullopt : std::optional(parent.bucket);
+}
+
 std::optional<Attribution::Step> ItemAttribution::folder(const Step& parent, std::string_view name,
                                                          bool isPackage) const {
   std::optional<Step> step = whole_.folder(parent, name, isPackage);
@@ -46,6 +50,10 @@ std::optional<std::uint8_t> ItemAttribution::file(const Step& parent, std::strin
   return rule != nullptr && rule->category ? bucketOf(*rule->category) : parent.bucket;
 }
 
+std::optional<std::uint8_t> ItemAttribution::everyFile(const Step& parent) const {
+  return parent.state == kWhole ? whole_.everyFile(parent) : std::nullopt;
+}
+
 Attribution::Step RecordedAttribution::restAt(ScanRules::Trie::Node node) {
   return {.node = node, .state = kOfNoCategory, .bucket = kRest};
 }
@@ -64,6 +72,11 @@ std::optional<std::uint8_t> RecordedAttribution::file(const Step& parent, std::s
   if (rules_.isRoot(rules_.step(parent.node, name))) return std::nullopt;
   const bool isOfNoCategory = parent.state == kOfNoCategory;
   return isOfNoCategory ? kRest : categories_.file(parent, name).value_or(kRest);
+}
+
+std::optional<std::uint8_t> RecordedAttribution::everyFile(const Step& parent) const {
+  if (parent.state != kOfNoCategory) return categories_.everyFile(parent);
+  return rules_.hasRulesBelow(parent.node) ? std::nullopt : std::optional(kRest);
 }
 
 }  // namespace quarn

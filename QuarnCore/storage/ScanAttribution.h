@@ -15,6 +15,7 @@ class WholeAttribution : public Attribution {
 
   [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const override;
   [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override;
+  [[nodiscard]] std::optional<std::uint8_t> everyFile(const Step& parent) const override;
 
  private:
   const ScanRules& rules_;
@@ -30,6 +31,7 @@ class ItemAttribution : public Attribution {
   [[nodiscard]] bool needsPackages() const override { return true; }
   [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const override;
   [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override;
+  [[nodiscard]] std::optional<std::uint8_t> everyFile(const Step& parent) const override;
 
  private:
   const ScanRules& rules_;
@@ -50,6 +52,7 @@ class RecordedAttribution : public Attribution {
   [[nodiscard]] bool needsPackages() const override { return categories_.needsPackages(); }
   [[nodiscard]] std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const override;
   [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override;
+  [[nodiscard]] std::optional<std::uint8_t> everyFile(const Step& parent) const override;
 
  private:
   const Attribution& categories_;

@@ -35,6 +35,8 @@ class ScanRules {
   [[nodiscard]] Trie::Node find(std::string_view location) const { return trie_.find(location); }
   /// The node of an item in a folder.
   [[nodiscard]] Trie::Node step(Trie::Node folder, std::string_view name) const { return trie_.step(folder, name); }
+  /// True if there are rules for items in the folder at this node.
+  [[nodiscard]] bool hasRulesBelow(Trie::Node folder) const { return trie_.hasChildren(folder); }
   /// The rule at this node; null if there is none.
   [[nodiscard]] const Rule* rule(Trie::Node node) const { return trie_.value(node); }
   /// True if this node is walked separately.

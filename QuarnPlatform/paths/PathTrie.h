@@ -34,11 +34,13 @@ class PathTrie {
     return place ? *place : place.emplace();
   }
 
+  /// True if there are rules below `node`, besides the one at it.
+  [[nodiscard]] bool hasChildren(Node node) const { return node != kNone && !nodes_[node].children.empty(); }
+
   /// The child `name` of `node`; `kNone` if there are no rules at or below it.
   [[nodiscard]] Node step(Node node, std::string_view name) const {
-    if (node == kNone) return kNone;
+    if (!hasChildren(node)) return kNone;
     const auto& children = nodes_[node].children;
-    if (children.empty()) return kNone;
     const auto found = children.find(name);
     return found == children.end() ? kNone : found->second;
   }

@@ -7,43 +7,51 @@
 
 namespace quarn {
 
-SizedFolder::SizedFolder(std::shared_ptr<const WalkedFolders::Use> use, int descriptor, const Attribution::Step& step,
-                         FolderObserver::Folder observed)
-    : use_(std::move(use)), descriptor_(descriptor), step_(step), asPackage_(step), observed_(observed) {}
+SizedFolder::SizedFolder(const SizedTree& tree, std::shared_ptr<const WalkedFolders::Use> use, int descriptor,
+                         const Attribution::Step& step, FolderObserver::Folder observed)
+    : tree_(tree),
+      use_(std::move(use)),
+      descriptor_(descriptor),
+      judgement_(attribution(), step),
+      asPackage_(judgement_),
+      isDecided_(true),
+      observed_(observed) {}
 
-SizedFolder::SizedFolder(const WalkedFolders::Use& parent, std::string_view name, FileDescriptor descriptor,
-                         const Attribution::Step& step, const Attribution::Step& asPackage,
+SizedFolder::SizedFolder(const SizedTree& tree, const WalkedFolders::Use& parent, std::string_view name,
+                         FileDescriptor descriptor, const Attribution::Step& step, const Attribution::Step& asPackage,
                          FolderObserver::Folder observed)
-    : parent_(&parent),
+    : tree_(tree),
+      parent_(&parent),
       name_(name),
       own_(std::move(descriptor)),
       descriptor_(own_.get()),
-      step_(step),
-      asPackage_(asPackage),
+      judgement_(attribution(), step),
+      asPackage_(asPackage == step ? judgement_ : Judgement(attribution(), asPackage)),
+      isDecided_(asPackage == step),
       observed_(observed) {}
 
 const Attribution::Step& SizedFolder::judge() {
-  if (asPackage_ != step_) {
+  if (!isDecided_) {
     const BundleBit bit = bundleBit(descriptor_);
-    if (bit.isSet) step_ = asPackage_;
+    if (bit.isSet) judgement_ = asPackage_;
     error_ = bit.error;
-    asPackage_ = step_;
+    isDecided_ = true;
   }
-  return step_;
+  return judgement_.step;
 }
 
-std::optional<std::uint8_t> SizedFolder::bucketOf(const Attribution& attribution, std::string_view name) {
-  const std::optional<std::uint8_t> bucket = attribution.file(step_, name);
-  if (asPackage_ == step_ || attribution.file(asPackage_, name) == bucket) return bucket;
-  return attribution.file(judge(), name);
+std::optional<std::uint8_t> SizedFolder::bucketByName(std::string_view name) {
+  const std::optional<std::uint8_t> bucket = judgement_.bucketOf(attribution(), name);
+  if (isDecided_ || asPackage_.bucketOf(attribution(), name) == bucket) return bucket;
+  judge();
+  return judgement_.bucketOf(attribution(), name);
 }
 
-std::optional<SubFolders::Item> SizedFolder::subFolder(const Attribution& attribution, bool needsPackages,
-                                                       std::string_view name) {
+std::optional<SubFolders::Item> SizedFolder::subFolder(std::string_view name) {
   const Attribution::Step& parent = judge();
-  SubFolders::Item item{.step = {}, .asPackage = attribution.folder(parent, name, needsPackages)};
-  const bool isKnown = !needsPackages || isPackageName(name);
-  item.step = isKnown ? item.asPackage : attribution.folder(parent, name, /*isPackage=*/false);
+  SubFolders::Item item{.step = {}, .asPackage = attribution().folder(parent, name, tree_.needsPackages)};
+  const bool isKnown = !tree_.needsPackages || isPackageName(name);
+  item.step = isKnown ? item.asPackage : attribution().folder(parent, name, /*isPackage=*/false);
   return item.step || item.asPackage ? std::optional(item) : std::nullopt;
 }
 

@@ -19,11 +19,11 @@ namespace quarn {
 class SizedFolder {
  public:
   /// A folder that `WalkedFolders` knows; `descriptor` must stay open.
-  SizedFolder(std::shared_ptr<const WalkedFolders::Use> use, int descriptor, const Attribution::Step& step,
-              FolderObserver::Folder observed);
+  SizedFolder(const SizedTree& tree, std::shared_ptr<const WalkedFolders::Use> use, int descriptor,
+              const Attribution::Step& step, FolderObserver::Folder observed);
   /// The folder `name` in `parent`, just opened, or not open if it is known whether it is a package. The name and the
   /// parent must live as long as this.
-  SizedFolder(const WalkedFolders::Use& parent, std::string_view name, FileDescriptor descriptor,
+  SizedFolder(const SizedTree& tree, const WalkedFolders::Use& parent, std::string_view name, FileDescriptor descriptor,
               const Attribution::Step& step, const Attribution::Step& asPackage, FolderObserver::Folder observed);
 
   [[nodiscard]] int descriptor() const { return descriptor_; }
@@ -39,10 +39,11 @@ class SizedFolder {
   /// The errno if it is unknown whether the folder is a package; 0 otherwise.
   [[nodiscard]] int error() const { return error_; }
   /// The total that a file counts to; absent leaves it out.
-  [[nodiscard]] std::optional<std::uint8_t> bucketOf(const Attribution& attribution, std::string_view name);
+  [[nodiscard]] std::optional<std::uint8_t> bucketOf(std::string_view name) {
+    return isDecided_ && judgement_.everyFile ? judgement_.everyFile : bucketByName(name);
+  }
   /// How a subfolder is to be entered; absent leaves it out.
-  [[nodiscard]] std::optional<SubFolders::Item> subFolder(const Attribution& attribution, bool needsPackages,
-                                                          std::string_view name);
+  [[nodiscard]] std::optional<SubFolders::Item> subFolder(std::string_view name);
 
   /// A use that several threads can share, so that they can read parts of the folder; null without a descriptor to
   /// spare. It gets a descriptor of its own, because its descriptor may be closed and reopened while this thread reads.
@@ -53,14 +54,32 @@ class SizedFolder {
   [[nodiscard]] std::string pathOf(std::string_view name) const;
 
  private:
+  struct Judgement {
+    Judgement(const Attribution& attribution, const Attribution::Step& judged)
+        : step(judged), everyFile(attribution.everyFile(judged)) {}
+
+    [[nodiscard]] std::optional<std::uint8_t> bucketOf(const Attribution& attribution, std::string_view name) const {
+      return everyFile ? everyFile : attribution.file(step, name);
+    }
+
+    Attribution::Step step;
+    std::optional<std::uint8_t> everyFile;  // the total of all files, where they have the same
+  };
+
+  std::optional<std::uint8_t> bucketByName(std::string_view name);
+
+  [[nodiscard]] const Attribution& attribution() const { return *tree_.tree.attribution; }
+
+  const SizedTree& tree_;
   const WalkedFolders::Use* parent_ = nullptr;  // null when `use_` was given
   std::string_view name_;
   FileDescriptor own_;
   std::shared_ptr<const WalkedFolders::Use> use_;
   int descriptor_;
-  Attribution::Step step_;
+  Judgement judgement_;
+  Judgement asPackage_;
+  bool isDecided_;  // it is known whether the folder is a package, or does not matter
   int error_ = 0;
-  Attribution::Step asPackage_;  // differs from `step_` until it is known whether the folder is a package
   FolderObserver::Folder observed_;
   FolderObserver::Counted counted_;
   KeptListings::Place place_;

@@ -15,6 +15,7 @@ class WholeTree : public Attribution {
   [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view) const override {
     return parent.bucket;
   }
+  [[nodiscard]] std::optional<std::uint8_t> everyFile(const Step& parent) const override { return parent.bucket; }
 };
 
 }  // namespace

@@ -36,7 +36,7 @@ void SizingWorker::readRoot(SizingTask& task) {
   try {
     const auto use = std::make_shared<const WalkedFolders::Use>(scheduler_.openRoot(tree(), refused));
     const PinnedFolder pinned(*use);
-    SizedFolder root(use, pinned.descriptor(), asked.rootStep, asked.observedRoot);
+    SizedFolder root(tree(), use, pinned.descriptor(), asked.rootStep, asked.observedRoot);
     if (scheduler_.kept() != nullptr) root.setPlace(scheduler_.kept()->find(asked.root.path()));
     const int error = read(root);
     if (error == 0) return;
@@ -105,7 +105,8 @@ void SizingWorker::countKept(const SizingTask& task, const KeptListings::Place& 
   const std::optional<Attribution::Step>& step = task.item.step;
   calls_ = 0;
   if (!step) return;
-  SizedFolder folder(task.siblings->folder, task.name, FileDescriptor(), *step, *step, /*observed=*/0);
+  SizedFolder folder(tree(), task.siblings->folder, task.name, FileDescriptor(), *step, *step,
+                     /*observed=*/0);
   folder.setPlace(place);
   for (const auto& [item, sizes] : scheduler_.kept()->items(place.folder)) {
     DirectoryReader::Entry entry{.name = scheduler_.kept()->name(item), .type = item.type(), .hidden = item.isHidden()};
@@ -138,7 +139,7 @@ void SizingWorker::enter(SizingTask& task) {
   if (ListingCount::wantsFolder()) tellFolder(parent, task.name);
   const FolderObserver::Folder observed =
       isObserved ? observe(task, opened.descriptor.get(), isPackageByName || bit.isSet) : 0;
-  SizedFolder folder(parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage, observed);
+  SizedFolder folder(tree(), parent, task.name, std::move(opened.descriptor), *item.step, *item.asPackage, observed);
   folder.setPlace(place);
   if (const int error = read(folder); error != 0) scheduler_.reportUnreadable(tree(), parent, task.name, error);
 }
@@ -153,7 +154,7 @@ void SizingWorker::readPart(SizingTask& task) {
     if (!isPutOff(task, pinned.error())) scheduler_.reportUnreadable(tree(), *task.bigFolder, pinned.error());
     return;
   }
-  SizedFolder folder(task.bigFolder, pinned.descriptor(), *task.item.step, task.observed);
+  SizedFolder folder(tree(), task.bigFolder, pinned.descriptor(), *task.item.step, task.observed);
   folder.setPlace(task.place);
   reader_.resume(pinned.descriptor(), std::move(task.part));
   countAll(folder);
@@ -192,7 +193,7 @@ void SizingWorker::count(SizedFolder& folder, const DirectoryReader::Entry& entr
 }
 
 void SizingWorker::countFile(SizedFolder& folder, const DirectoryReader::Entry& entry) {
-  const std::optional<std::uint8_t> bucket = folder.bucketOf(*tree().tree.attribution, entry.name);
+  const std::optional<std::uint8_t> bucket = folder.bucketOf(entry.name);
   if (!bucket) return;
   ByteCounts& total = unshared_.totals[*bucket];
   if (wantsDetails_) {
@@ -271,7 +272,7 @@ void SizingWorker::tellCounted(SizedFolder& folder) {
 }
 
 void SizingWorker::keepSubFolder(SizedFolder& folder, const DirectoryReader::Entry& entry) {
-  auto item = folder.subFolder(*tree().tree.attribution, tree().needsPackages, entry.name);
+  auto item = folder.subFolder(entry.name);
   if (!item && scheduler_.observer() != nullptr) {
     scheduler_.observer()->leaveOut(folder.observed(), {.name = entry.name, .isHidden = entry.hidden, .isRead = false});
   }

@@ -41,6 +41,9 @@ class Attribution {
   [[nodiscard]] virtual std::optional<Step> folder(const Step& parent, std::string_view name, bool isPackage) const = 0;
   /// Judges a regular file: the total it counts to; absent leaves it out and costs no system call.
   [[nodiscard]] virtual std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const = 0;
+  /// What `file` answers for every file in a folder judged `parent`. Absent unless it is the same total for all names;
+  /// then `file` is not asked.
+  [[nodiscard]] virtual std::optional<std::uint8_t> everyFile(const Step& /*parent*/) const { return std::nullopt; }
 };
 
 /// Sums the sizes of the regular files of a tree: unordered, on several threads, with a bounded number of open

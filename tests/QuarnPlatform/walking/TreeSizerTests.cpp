@@ -251,6 +251,17 @@ TEST_P(Sizing, FilesFoundBeforeAFolderIsKnownToBeAPackageCount) {
   const Totals sums = totals(ByExtension());
   EXPECT_EQ(sums[0].logicalBytes, 20);
   EXPECT_EQ(sums[1].logicalBytes, 124);
+  // The same, with one answer for all files of a package.
+  struct AtOnce : ByExtension {
+    [[nodiscard]] std::optional<std::uint8_t> file(const Step& parent, std::string_view name) const override {
+      EXPECT_EQ(parent.state, 0U);
+      return ByExtension::file(parent, name);
+    }
+    [[nodiscard]] std::optional<std::uint8_t> everyFile(const Step& parent) const override {
+      return parent.state == 1 ? std::optional(parent.bucket) : std::nullopt;
+    }
+  };
+  EXPECT_EQ(totals(AtOnce()), sums);
 }
 
 // --- Errors ----------------------------------------------------------------------------------------------------------
