@@ -61,7 +61,7 @@ std::string_view lastComponent(std::string_view path) {
 }
 
 std::string_view extension(std::string_view path) {
-  if (path.find('.') == std::string_view::npos) return {};  // most folders
+  if (path.find('.') == std::string_view::npos) return {};  // as in most names of folders
   const std::string_view name = lastComponent(path);
   const std::size_t dot = extensionDot(name);
   return dot == std::string_view::npos ? std::string_view() : name.substr(dot + 1);

@@ -18,9 +18,11 @@ using Step = Attribution::Step;
 // The folders, their files and their extensions.
 constexpr std::array<std::string_view, 6> kNames{"a", "b", "c.pic", "d.gone", "e", "f.doc"};
 
+constexpr int kLevels = 3;  // of the rules, and of the folders
+
 std::string randomPath(std::mt19937& random) {
   std::string path;
-  for (auto depth = 1 + random() % 3; depth > 0; --depth) (path += '/') += kNames[random() % kNames.size()];
+  for (auto depth = 1 + random() % kLevels; depth > 0; --depth) (path += '/') += kNames[random() % kNames.size()];
   return path;
 }
 
@@ -42,7 +44,7 @@ struct Walked {
   int foldersOfSeveral = 0;
 };
 
-// Compares the answer for all files of a folder with that for each of them, down to some levels below the rules.
+// Compares the answer for all files of a folder with that for each of them, there and in the folders below.
 void walk(const Attribution& attribution, const Step& folder, int levels, Walked& walked) {
   std::vector<std::optional<std::uint8_t>> totals;
   for (const std::string_view name : kNames) totals.push_back(attribution.file(folder, name));
@@ -63,17 +65,17 @@ void walk(const Attribution& attribution, const Step& folder, int levels, Walked
 TEST(ScanAttribution, TheAnswerForEveryFileIsThatForEachFile) {
   const Step top{.node = ScanRules::Trie::kRoot, .bucket = bucketOf(Category::documents)};
   Walked walked;
-  for (unsigned seed = 0; seed < 20; ++seed) {
+  for (unsigned seed = 0; seed < 40; ++seed) {
     std::mt19937 random(seed);
     const ScanRules rules = randomRules(random);
     const ItemAttribution byItem(rules);
     const RecordedAttribution recorded(byItem, rules);
-    walk(byItem, top, 4, walked);
+    walk(byItem, top, kLevels, walked);
     for (const ScanMode::Kind mode : {ScanMode::Kind::fast, ScanMode::Kind::enumerate}) {
-      walk(WholeAttribution(rules, mode), top, 4, walked);
+      walk(WholeAttribution(rules, mode), top, kLevels, walked);
     }
-    walk(recorded, top, 4, walked);
-    walk(recorded, RecordedAttribution::restAt(ScanRules::Trie::kRoot), 4, walked);
+    walk(recorded, top, kLevels, walked);
+    walk(recorded, RecordedAttribution::restAt(ScanRules::Trie::kRoot), kLevels, walked);
   }
   EXPECT_GT(walked.foldersOfOneTotal, 1000);
   EXPECT_GT(walked.foldersOfSeveral, 1000);

@@ -46,6 +46,16 @@ TEST(PathTrie, NamesAreComparedWholeAndByTheirBytes) {
   EXPECT_NE(trie.find("/ab"), Trie::kNone);
 }
 
+TEST(PathTrie, FoldersOnTheWayToARuleHaveChildrenAndTheLastOneHasNone) {
+  Trie trie;
+  trie.insert("/a/b", 1);
+  EXPECT_TRUE(trie.hasChildren(Trie::kRoot));
+  EXPECT_TRUE(trie.hasChildren(trie.find("/a")));
+  EXPECT_FALSE(trie.hasChildren(trie.find("/a/b")));
+  EXPECT_FALSE(trie.hasChildren(Trie::kNone));
+  EXPECT_FALSE(Trie().hasChildren(Trie::kRoot));
+}
+
 TEST(PathTrie, TheFirstRuleForAPathWins) {
   Trie trie;
   trie.insert("/a", 1);

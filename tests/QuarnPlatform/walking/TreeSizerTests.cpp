@@ -229,6 +229,11 @@ TEST_P(Sizing, PackagesByNameOrByTheirBundleBitAreToldToAnAttributionThatAsks) {
   EXPECT_EQ(sums[0].logicalBytes, 11'000);
   EXPECT_EQ(sums[1].logicalBytes, 101);
   EXPECT_EQ(sums[2].logicalBytes, 10);
+  // One answer for all files of a folder is another one if it is a package.
+  struct AtOnce : Packages {
+    [[nodiscard]] std::optional<std::uint8_t> everyFile(const Step& parent) const override { return parent.bucket; }
+  };
+  EXPECT_EQ(totals(AtOnce()), sums);
 }
 
 TEST_P(Sizing, FilesFoundBeforeAFolderIsKnownToBeAPackageCount) {
