@@ -10,8 +10,8 @@ if [ "$(id -u)" -eq 0 ]; then
     command -v "$tool" >/dev/null || apt-get install -y -qq --no-install-recommends "$tool" >/dev/null 2>&1 || true
   done
 fi
-# A linker writes a file in pieces, and the system then caches it in small pieces: the program starts later than an
-# installed one, which was copied. So measure copies.
+# A linker writes a file in pieces, and the system then caches it in small pieces: the program runs slower than an
+# installed one, which was copied. So measure copies. (The build copies `quarn` itself.)
 for program in "$bin"/*; do
   [ -f "$program" ] && [ -x "$program" ] && cp -p "$program" "$program.copy" && mv "$program.copy" "$program"
 done

@@ -24,7 +24,11 @@ class SizeOverflow : public std::overflow_error {
 [[noreturn]] void throwSizeOverflow();
 
 /// Adds two byte counts or counters. Throws SizeOverflow when the sum does not fit.
-std::int64_t checkedAdd(std::int64_t left, std::int64_t right);
+inline std::int64_t checkedAdd(std::int64_t left, std::int64_t right) {
+  std::int64_t sum = 0;
+  if (__builtin_add_overflow(left, right, &sum)) throwSizeOverflow();
+  return sum;
+}
 
 /// The size of one or more items in bytes. Sums are per component and checked for overflow.
 struct ByteCounts {

@@ -56,8 +56,8 @@ class DirectoryEnumerator::Walk {
   void leave();
   [[nodiscard]] bool isToBeKept(const ReadAhead::Folder& folder) const;
   void keep(Frame& frame);
-  [[nodiscard]] std::optional<ByteCounts> sizesOf(const FolderListing::Entry& entry) const;
   void reportUnreadable(const std::string& path, int error) const;
+  void reportUnreadableItem(int error) const;
 
   const FileManager files_;
   const Options options_;
@@ -129,7 +129,11 @@ const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::yield(Frame& frame) 
   item_.level_ = frame.folder->level;
   item_.type_ = entry.item.type();
   item_.isPackage_ = entry.item.isPackage();
-  item_.sizes_ = sizesOf(entry);
+  item_.sizes_.reset();
+  if (options_.facts == EnumeratedFacts::sizes) {
+    if (entry.hasSizes()) item_.sizes_ = entry.sizes;
+    if (entry.sizesError != 0) reportUnreadableItem(entry.sizesError);
+  }
   mayEnter_ = frame.nextFolder < listing.folders.size() && listing.folders[frame.nextFolder] == index;
   if (!mayEnter_) return &item_;
   ++frame.nextFolder;
@@ -138,13 +142,6 @@ const DirectoryEnumerator::Item* DirectoryEnumerator::Walk::yield(Frame& frame) 
     item_.isPackage_ = opened_->listing.isPackage;
   }
   return &item_;
-}
-
-std::optional<ByteCounts> DirectoryEnumerator::Walk::sizesOf(const FolderListing::Entry& entry) const {
-  if (options_.facts == EnumeratedFacts::none) return std::nullopt;
-  if (entry.hasSizes()) return entry.sizes;
-  if (entry.sizesError != 0) reportUnreadable(path_ + '/' + std::string(item_.name_), entry.sizesError);
-  return std::nullopt;
 }
 
 void DirectoryEnumerator::Walk::skipDescendants() {
@@ -211,6 +208,11 @@ void DirectoryEnumerator::Walk::end() {
 
 void DirectoryEnumerator::Walk::reportUnreadable(const std::string& path, int error) const {
   if (ReadReport* report = files_.readReport()) report->add(path, error);
+}
+
+// Compiled apart from `yield`, which runs for every item.
+[[gnu::cold]] void DirectoryEnumerator::Walk::reportUnreadableItem(int error) const {
+  reportUnreadable(path_ + '/' + std::string(item_.name_), error);
 }
 
 FileURL DirectoryEnumerator::Item::url() const {

@@ -79,12 +79,13 @@ void FolderLister::sort() {
   std::size_t shared = 0;
   if (count >= kBigFolder) {
     std::string_view prefix = items_.name(0);
-    for (std::size_t i = 0; i < count; ++i) prefix = prefix.substr(0, commonPrefix(prefix, items_.name(i)));
+    for (std::size_t i = 0; i < count && !prefix.empty(); ++i)
+      prefix = prefix.substr(0, commonPrefix(prefix, items_.name(i)));
     shared = prefix.size();
   }
-  found_.reserve(count);
+  found_.resize(count);
   for (std::size_t i = 0; i < count; ++i) {
-    found_.push_back({.sortKey = sortKey(items_.name(i).substr(shared)), .index = static_cast<std::uint32_t>(i)});
+    found_[i] = {.sortKey = sortKey(items_.name(i).substr(shared)), .index = static_cast<std::uint32_t>(i)};
   }
   if (count < kHugeFolder) {
     std::sort(found_.begin(), found_.end(),
@@ -97,15 +98,16 @@ void FolderLister::sort() {
 
 // Neighbours with equal keys are compared by their whole names.
 void FolderLister::sortRuns() {
-  for (auto run = found_.begin(); run != found_.end() && !isCancelled();) {
-    const auto isOther = [&](const Found& found) { return found.sortKey != run->sortKey; };
+  const auto haveEqualKeys = [](const Found& left, const Found& right) { return left.sortKey == right.sortKey; };
+  const auto isBefore = [this](const Found& left, const Found& right) {
+    return items_.name(left.index) < items_.name(right.index);
+  };
+  for (auto run = found_.begin(); !isCancelled();) {
+    run = std::adjacent_find(run, found_.end(), haveEqualKeys);
+    if (run == found_.end()) return;
+    const auto isOther = [&](const Found& found) { return !haveEqualKeys(found, *run); };
     const auto end = std::find_if(run + 1, found_.end(), isOther);
-    if (end - run > 1) {
-      const auto isBefore = [this](const Found& left, const Found& right) {
-        return items_.name(left.index) < items_.name(right.index);
-      };
-      sortUnlessCancelled(run, end, isBefore, options_.cancellation);
-    }
+    sortUnlessCancelled(run, end, isBefore, options_.cancellation);
     run = end;
   }
 }
@@ -129,7 +131,8 @@ void FolderLister::sortByKeys() {
 void FolderLister::pack(int level, FolderListing& listing) const {
   bool holdsFiles = false;
   listing.entries.reserve(found_.size());
-  listing.names.reserve(items_.namesSize());
+  listing.names.resize(items_.namesSize());
+  char* nameAt = listing.names.data();
   for (const Found& found : found_) {
     if (isCancelled()) break;
     const ListedItem& item = items_.item(found.index);
@@ -137,8 +140,8 @@ void FolderLister::pack(int level, FolderListing& listing) const {
     const bool enters = reads(level) && item.type() == FileType::directory && !isLeftOut;
     if (enters) listing.folders.push_back(static_cast<std::uint32_t>(listing.entries.size()));
     holdsFiles = holdsFiles || item.type() == FileType::regular;
-    listing.entries.push_back({.item = item.movedTo(listing.names.size())});
-    listing.names.append(items_.name(found.index).data(), item.nameLength() + 1);
+    listing.entries.push_back({.item = item.movedTo(static_cast<std::size_t>(nameAt - listing.names.data()))});
+    nameAt = std::copy_n(items_.name(found.index).data(), item.nameLength() + 1, nameAt);
   }
   listing.wantsSizes = wantsSizes_ && holdsFiles;
 }

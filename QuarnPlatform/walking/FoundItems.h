@@ -28,6 +28,7 @@ class FoundItems {
   /// The value of sizes that were not read.
   static constexpr ByteCounts kNoSizes = {.allocatedBytes = -1, .logicalBytes = 0};
 
+  /// `name` is NUL-terminated.
   void add(std::string_view name, FileType type, ListedItem::Marks marks,
            const std::optional<ByteCounts>& sizes = std::nullopt);
   /// Removes all items. Frees the memory unless it is small.
@@ -49,6 +50,7 @@ class FoundItems {
  private:
   static constexpr std::size_t kBlockItems = 1024;
 
+  void addBlock();
   [[nodiscard]] const Block& block(std::size_t index) const { return *blocks_[index / kBlockItems]; }
 
   std::vector<std::unique_ptr<Block>> blocks_;

@@ -19,11 +19,9 @@ ItemDepth::ItemDepth(const FileManager& files, const FileURL& root) : files_(fil
   slack_ = standardized != root.path() || path::mayHoldPrivatePrefix(standardized) ? path::kMostPrivateComponents : 0;
 }
 
-bool ItemDepth::exceeds(long maximum, const DirectoryEnumerator::Item& item) const {
-  if (item.level() - slack_ > maximum) return true;
-  if (item.level() + slack_ <= maximum) return false;
+long ItemDepth::depthOf(const DirectoryEnumerator::Item& item) const {
   const std::size_t components = path::names(files_.standardizedPath(item.url())).size();
-  return static_cast<long>(components) - static_cast<long>(rootComponents_) > maximum;
+  return static_cast<long>(components) - static_cast<long>(rootComponents_);
 }
 
 int ItemDepth::deepestLevel(long maximum) const {

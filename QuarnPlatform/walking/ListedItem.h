@@ -25,7 +25,9 @@ class ListedItem {
               static_cast<std::uint64_t>(type)) {}
   /// The same item with its name in other names.
   [[nodiscard]] ListedItem movedTo(std::size_t nameAt) const {
-    return {nameAt, nameLength(), type(), {.isPackage = isPackage(), .isHidden = isHidden()}};
+    ListedItem moved = *this;
+    moved.bits_ = std::uint64_t{nameAt} << kNameAt | (bits_ & ((std::uint64_t{1} << kNameAt) - 1));
+    return moved;
   }
 
   [[nodiscard]] std::size_t nameAt() const { return bits_ >> kNameAt; }
