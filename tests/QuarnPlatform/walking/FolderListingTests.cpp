@@ -30,6 +30,24 @@ TEST_F(Listing, OfABigFolderIsInTheSameOrder) {
   }
 }
 
+// The name that shares the least with the others counts wherever it is found. In memory the oldest item is found last.
+TEST_F(Listing, OfABigFolderIsInOrderIfOneNameIsUnlikeTheOthers) {
+  for (const bool isFoundLast : {true, false}) {
+    for (const std::string odd : {"a", "a common ending", "z"}) {
+      std::vector<std::string> expected{odd};
+      if (isFoundLast) volume.file("/f/" + odd);
+      for (int i = 100; i < 200; ++i) {
+        expected.push_back("a common beginning " + std::to_string(i));
+        volume.file("/f/" + expected.back());
+      }
+      if (!isFoundLast) volume.file("/f/" + odd);
+      std::sort(expected.begin(), expected.end());
+      EXPECT_EQ(names(listed({})), expected) << odd;
+      volume.remove("/f");
+    }
+  }
+}
+
 TEST_F(Listing, OmitsHiddenItemsOnRequest) {
   volume.file("/f/.hidden").file("/f/a");
   EXPECT_THAT(names(listed({.hidden = HiddenItems::skip})), ElementsAre("a"));
