@@ -62,8 +62,8 @@ function(quarn_room NAME FOLDER)
   add_library(${NAME} STATIC ${sources})
   add_library(QuarnCore::${NAME} ALIAS ${NAME})
   target_link_libraries(${NAME} PUBLIC quarn_settings ${ARGN} PRIVATE $<BUILD_INTERFACE:quarn_warnings>)
-  # Shared libraries can contain the room. Without the second line GCC would expect that they replace its functions one by one, and
-  # call those that it could inline.
+  # The room may become part of a shared library. By default, GCC assumes that every function of such code can be replaced, and does
+  # not inline it.
   set_target_properties(${NAME} PROPERTIES POSITION_INDEPENDENT_CODE ON)
   target_compile_options(${NAME} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-semantic-interposition>)
   target_precompile_headers(${NAME} PRIVATE ${QUARN_STANDARD_HEADERS})

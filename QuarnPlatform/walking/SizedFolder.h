@@ -21,8 +21,8 @@ class SizedFolder {
   /// A folder that `WalkedFolders` knows; `descriptor` must stay open.
   SizedFolder(const SizedTree& tree, std::shared_ptr<const WalkedFolders::Use> use, int descriptor,
               const Attribution::Step& step, FolderObserver::Folder observed);
-  /// The folder `name` in `parent`, just opened, or not open if it is known whether it is a package. The name and the
-  /// parent must live as long as this.
+  /// The folder `name` in `parent`, just opened, or not open if it is known whether it is a package. The name, the
+  /// parent and the tree must live as long as this.
   SizedFolder(const SizedTree& tree, const WalkedFolders::Use& parent, std::string_view name, FileDescriptor descriptor,
               const Attribution::Step& step, const Attribution::Step& asPackage, FolderObserver::Folder observed);
 

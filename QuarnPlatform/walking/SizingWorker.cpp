@@ -105,8 +105,7 @@ void SizingWorker::countKept(const SizingTask& task, const KeptListings::Place& 
   const std::optional<Attribution::Step>& step = task.item.step;
   calls_ = 0;
   if (!step) return;
-  SizedFolder folder(tree(), task.siblings->folder, task.name, FileDescriptor(), *step, *step,
-                     /*observed=*/0);
+  SizedFolder folder(tree(), task.siblings->folder, task.name, FileDescriptor(), *step, *step, /*observed=*/0);
   folder.setPlace(place);
   for (const auto& [item, sizes] : scheduler_.kept()->items(place.folder)) {
     DirectoryReader::Entry entry{.name = scheduler_.kept()->name(item), .type = item.type(), .hidden = item.isHidden()};
